@@ -1,0 +1,66 @@
+#ifndef CLIENTUTILS_H
+#define CLIENTUTILS_H
+
+#include <fstream>
+#include <string>
+#include <vector>
+
+/// Small operations on text that all services of the telephone share. None of them throws of its own.
+class ClientUtils {
+public:
+    static std::string itos(int value);
+    static std::string int64tos(long long value);
+
+    /// The number at the front of @p text, base 10, clamped to an int; 0 when there is none.
+    static int stoi(const std::string& text);
+
+    /// True for "1" and for "true" in any case.
+    static bool stob(const std::string& text);
+
+    static std::string join(const std::vector<std::string>& parts, const std::string& separator);
+
+    /**
+     * Cuts @p text at every character of @p separators.
+     *
+     * @param keepEmpty true keeps pieces without characters; false drops them
+     * @param trim      true removes blanks at both ends of each piece, before emptiness is tested
+     * @return the pieces in order; none for empty text
+     */
+    static std::vector<std::string> tokenizeString(const std::string& text,
+                                                   const std::string& separators, bool keepEmpty,
+                                                   bool trim);
+
+    /// Replaces the five characters that have named entities by these.
+    static std::string escapeXMLString(const std::string& text);
+    /// Replaces the five named entities by their characters, "&amp;" last; others stay as they are.
+    static std::string unescapeXMLString(const std::string& text);
+
+    /**
+     * Cuts one line of a CSV data file into @p fields, which is emptied first. Cuts stand at commas
+     * that no backslash precedes; "\," becomes "," and every other backslash stays; quotes are
+     * ordinary; one carriage return at the line's end is dropped. An empty line has no fields, a
+     * comma at the end means one more field, which is empty.
+     */
+    static void splitString(const std::string& line, std::vector<std::string>& fields);
+
+    /// Reads one line from @p stream and cuts it like splitString. False when there was no line.
+    static bool readLineFromCsvFileAndParse(std::ifstream& stream, std::vector<std::string>& fields);
+
+    /// Reads the line "#$VERSION=N" into @p version. False when the line is not of that form.
+    static bool getVersion(std::ifstream& stream, int& version);
+
+    /**
+     * Reads the line "#$COLUMNS=…" and gives for each of @p names its place in it, counted from 0.
+     *
+     * @return false when the line is not of that form or lacks one of the names.
+     */
+    static bool getColumnPositions(std::ifstream& stream, const std::vector<std::string>& names,
+                                   std::vector<int>& positions);
+
+    /// Whether @p name is a setting or a column that holds a password. Exact comparison.
+    static bool isKnownPasswordDAS(const std::string& name);
+    /// What may be printed of @p value: "*****" when @p name holds a password, else the value.
+    static std::string hidePasswordDAS(const std::string& name, const std::string& value);
+};
+
+#endif

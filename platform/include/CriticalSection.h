@@ -1,0 +1,19 @@
+#ifndef CRITICALSECTION_H
+#define CRITICALSECTION_H
+
+class Semaphore;
+
+/// Holds a semaphore from construction to the end of the scope, also when an exception leaves it.
+class CriticalSection {
+public:
+    /// Waits for @p semaphore, which must outlive this object; not owned.
+    explicit CriticalSection(Semaphore& semaphore);
+    ~CriticalSection();
+    CriticalSection(const CriticalSection&) = delete;
+    CriticalSection& operator=(const CriticalSection&) = delete;
+
+private:
+    Semaphore& m_semaphore;
+};
+
+#endif

@@ -1,0 +1,57 @@
+#ifndef LOG_H
+#define LOG_H
+
+#include <functional>
+#include <string>
+
+/**
+ * The log of the telephone.
+ *
+ * Levels in use: 2 failures, 3 SQL and lock errors, 5 information and SQL text, 6 detail. An entry
+ * is written when its level is not above the level that is set. Any thread may write; an entry is
+ * one line and is written whole.
+ */
+
+/// Whether an entry of @p component at @p level would be written. Guards the making of arguments.
+bool loggingOnAppUni(const char* component, int level);
+
+/**
+ * Writes one entry, if its level is not above the level that is set.
+ *
+ * @param component  who writes, such as "DataAccessService"
+ * @param sourceFile source unit, such as "./src/DatabaseAdapter"
+ * @param line       line in that unit
+ * @param format     printf format; line feeds at the message's end are dropped
+ */
+void logAppUni(const char* component, const char* sourceFile, int level, int line,
+               const char* format, ...) __attribute__((format(printf, 5, 6)));
+
+namespace Log {
+
+/// One entry as a sink gets it.
+struct Entry {
+    int level;
+    std::string component;
+    std::string source;
+    int line;
+    std::string message;  ///< as it was formatted, control characters included
+};
+
+using Sink = std::function<void(const Entry&)>;
+
+/// The highest level that is written. From "DAS_LOG" of the environment, 2 when that is unset.
+int level();
+void setLevel(int level);
+
+/**
+ * Sends all entries to @p sink in place of standard error; an empty sink gives standard error back.
+ * The sink is called under the log's lock: it must not log itself.
+ */
+void setSink(Sink sink);
+
+/// The line of an entry: "LEVEL COMPONENT SOURCE:LINE MESSAGE", control characters made visible.
+std::string toLine(const Entry& entry);
+
+}  // namespace Log
+
+#endif

@@ -1,0 +1,39 @@
+#ifndef SEMAPHORE_H
+#define SEMAPHORE_H
+
+#include <condition_variable>
+#include <mutex>
+
+/**
+ * A counting semaphore between the threads of one process. Not recursive: a thread that takes a
+ * binary semaphore twice waits for itself.
+ */
+class Semaphore {
+public:
+    /**
+     * @param initial how many takes pass at once, at first
+     * @param maximum what the count never rises above; a give beyond it has no effect
+     * @param inOrder true: waiting threads are served in the order in which they came;
+     *                false: in whatever order the system wakes them
+     */
+    Semaphore(int initial, int maximum, bool inOrder);
+    Semaphore(const Semaphore&) = delete;
+    Semaphore& operator=(const Semaphore&) = delete;
+
+    /// Waits until the count is above 0 and lowers it by one.
+    void take();
+
+    /// Raises the count by one and wakes who waits.
+    void give();
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_count;
+    const int m_maximum;
+    const bool m_inOrder;
+    unsigned long m_nextTicket = 0;  ///< given to the next thread that comes
+    unsigned long m_nowServed = 0;   ///< the ticket whose turn it is
+};
+
+#endif

@@ -1,0 +1,13 @@
+#ifndef THREADABLE_H
+#define THREADABLE_H
+
+/// What the framework can give a thread of its own.
+class Threadable {
+public:
+    virtual ~Threadable();
+
+    /// The body of that thread; it returns when the work is done.
+    virtual void run() = 0;
+};
+
+#endif

@@ -1,0 +1,38 @@
+#ifndef XMLHANDLER_H
+#define XMLHANDLER_H
+
+/// Start of an element: attributes are name, value, name, value …, then a null pointer.
+using XmlStartHandler = void (*)(void* userData, const char* name, const char** attributes);
+/// End of an element.
+using XmlEndHandler = void (*)(void* userData, const char* name);
+/// A piece of text of @p length bytes, not terminated; one text may come in several pieces.
+using XmlCharacterHandler = void (*)(void* userData, const char* text, int length);
+
+/**
+ * A SAX parser for one message.
+ *
+ * Events arrive in document order, up to the place of an error. A document type declaration is
+ * refused as an error, so no entity of a message's own is ever expanded. An exception out of a
+ * callback passes through.
+ */
+class XmlHandler {
+public:
+    /// @p userData goes to each callback as it is; not owned, may be null if the callbacks allow it.
+    XmlHandler(void* userData, XmlStartHandler start, XmlEndHandler end,
+               XmlCharacterHandler characters);
+
+    /**
+     * Parses the first @p length bytes of @p text, but no further than its terminating zero.
+     *
+     * @return 1 when it was a well-formed document, 0 otherwise. Text that is null is not.
+     */
+    int parseMessage(const char* text, int length);
+
+private:
+    void* m_userData;  // not owned
+    XmlStartHandler m_start;
+    XmlEndHandler m_end;
+    XmlCharacterHandler m_characters;
+};
+
+#endif

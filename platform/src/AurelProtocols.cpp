@@ -1,0 +1,8 @@
+#include "AurelProtocols.h"
+
+namespace AurelProtocols {
+
+const std::string SERVICE_XML = "SERVICE_XML";
+const std::string SERVICE_JSON = "SERVICE_JSON";
+
+}  // namespace AurelProtocols
