@@ -1,0 +1,195 @@
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Answers.h"
+#include "Command.h"
+#include "DataAccessServiceIfc.h"
+#include "HostOptions.h"
+#include "Log.h"
+#include "ServiceHost.h"
+
+namespace {
+
+/// One place that messages come from: a file, read before the start, or standard input.
+struct Source {
+    bool isStandardInput;
+    std::string text;  ///< the message of a file; blank for standard input
+};
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+/// The buffer that getline grows.
+struct LineBuffer {
+    char* text = nullptr;
+    std::size_t capacity = 0;
+
+    LineBuffer() = default;
+    LineBuffer(const LineBuffer&) = delete;
+    LineBuffer& operator=(const LineBuffer&) = delete;
+    ~LineBuffer() { std::free(text); }
+};
+
+/// The service counts a message's bytes in an int.
+bool fitsOneMessage(std::size_t size) {
+    return size <= static_cast<std::size_t>(INT_MAX);
+}
+
+/// Reads @p file into @p text; 0 or the error of the system.
+int readFile(const std::string& name, std::string& text) {
+    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(name.c_str(), "rb"));
+    if (file == nullptr) {
+        return errno;
+    }
+    char piece[65536];
+    std::size_t count = 0;
+    while ((count = std::fread(piece, 1, sizeof piece, file.get())) > 0) {
+        text.append(piece, count);
+        if (!fitsOneMessage(text.size())) {
+            return EFBIG;
+        }
+    }
+    return std::ferror(file.get()) != 0 ? errno : 0;
+}
+
+void dropLineFeed(std::string& text) {
+    if (!text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
+}
+
+void tell(const std::string& subject, int error) {
+    std::cerr << "das: " << subject << ": " << std::generic_category().message(error) << std::endl;
+}
+
+/// Sends messages to a started service and writes each answer as it comes.
+class Conversation {
+public:
+    explicit Conversation(ServiceHost& host) : m_host(host) {}
+
+    /// Sends all of @p source. False when there is no use in going on.
+    bool send(const Source& source) {
+        return source.isStandardInput ? sendLines() : sendMessage(source.text);
+    }
+
+    int exitStatus() const { return m_exitStatus; }
+
+private:
+    bool sendMessage(const std::string& message) {
+        const std::string answer = answerTo(message);
+        if (Answers::isFailure(answer)) {
+            m_exitStatus = ExitFailure;
+        }
+        return m_host.output().writeLine(answer) || stop("standard output", errno, ExitFailure);
+    }
+
+    bool sendLines() {
+        LineBuffer line;
+        for (;;) {
+            errno = 0;
+            const ssize_t length = getline(&line.text, &line.capacity, stdin);
+            if (length < 0) {
+                return errno == 0 || stop("standard input", errno, ExitUsage);
+            }
+            std::string message(line.text, static_cast<std::size_t>(length));
+            dropLineFeed(message);
+            if (!fitsOneMessage(message.size())) {
+                return stop("standard input", EFBIG, ExitUsage);
+            }
+            if (!message.empty() && !sendMessage(message)) {
+                return false;
+            }
+        }
+    }
+
+    std::string answerTo(const std::string& message) {
+        try {
+            return m_host.service().processRequest(message.c_str(),
+                                                   static_cast<int>(message.size()));
+        } catch (const std::exception& failure) {
+            logAppUni("das", "./host/RequestCommand", 2, __LINE__,
+                      "A request ended with an exception: %s", failure.what());
+            return Answers::failureFor(message);
+        }
+    }
+
+    bool stop(const std::string& subject, int error, int exitStatus) {
+        tell(subject, error);
+        m_exitStatus = exitStatus;
+        return false;
+    }
+
+    ServiceHost& m_host;
+    int m_exitStatus = ExitSuccess;
+};
+
+/// "das request": messages from files or standard input, their answers on standard output.
+class RequestCommand : public Command {
+public:
+    CLI::App* declare(CLI::App& app) override {
+        CLI::App* const command =
+            app.add_subcommand("request", "Send requests and print their answers");
+        command->add_option("FILE", m_files,
+                            "Files of one request each; \"-\", and no file at all, is standard "
+                            "input with one request a line");
+        return command;
+    }
+
+    int run(const HostOptions& options) override {
+        if (options.socket) {
+            std::cerr << "das: --socket: requests to a running host are not available" << std::endl;
+            return ExitUsage;
+        }
+        std::vector<Source> sources;
+        if (!readSources(sources)) {
+            return ExitUsage;
+        }
+        ServiceHost host;
+        if (!host.start()) {
+            return ExitNoLibrary;
+        }
+        Conversation conversation(host);
+        for (const Source& source : sources) {
+            if (!conversation.send(source)) {
+                break;
+            }
+        }
+        return conversation.exitStatus();
+    }
+
+private:
+    /// Reads every file, so that a bad one is told before anything is sent.
+    bool readSources(std::vector<Source>& sources) const {
+        for (const std::string& name : m_files) {
+            Source source{name == "-", ""};
+            const int error = source.isStandardInput ? 0 : readFile(name, source.text);
+            if (error != 0) {
+                tell(name, error);
+                return false;
+            }
+            dropLineFeed(source.text);
+            sources.push_back(std::move(source));
+        }
+        if (sources.empty()) {
+            sources.push_back({true, ""});
+        }
+        return true;
+    }
+
+    std::vector<std::string> m_files;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeRequestCommand() {
+    return std::make_unique<RequestCommand>();
+}

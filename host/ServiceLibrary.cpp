@@ -1,0 +1,61 @@
+#include "ServiceLibrary.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+
+#include "Service.h"
+
+namespace {
+
+const char* const LibraryName = "libDataAccessService.so";
+const char* const CreationName = "createDataAccessService";
+
+std::filesystem::path besideThisProgram() {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return program.parent_path() / ".." / "lib" / LibraryName;
+}
+
+std::string loaderError() {
+    const char* const text = dlerror();
+    return text == nullptr ? "unknown error" : text;
+}
+
+/// The handle of the library, or null with the reason in @p error. A library beside this program
+/// that is there but broken is the one to tell about.
+void* openLibrary(std::string& error) {
+    const std::filesystem::path beside = besideThisProgram();
+    std::error_code ignored;
+    if (std::filesystem::exists(beside, ignored)) {
+        if (void* const library = dlopen(beside.c_str(), RTLD_NOW)) {
+            return library;
+        }
+        error = loaderError();
+    }
+    void* const library = dlopen(LibraryName, RTLD_NOW);
+    if (library == nullptr && error.empty()) {
+        error = loaderError();
+    }
+    return library;
+}
+
+}  // namespace
+
+std::unique_ptr<Service> ServiceLibrary::createService(std::string& error) {
+    void* const library = openLibrary(error);
+    if (library == nullptr) {
+        return nullptr;
+    }
+    error.clear();
+    const auto create = reinterpret_cast<Service* (*)()>(dlsym(library, CreationName));
+    if (create == nullptr) {
+        error = loaderError();
+        return nullptr;
+    }
+    std::unique_ptr<Service> service(create());
+    if (service == nullptr) {
+        error = std::string(CreationName) + " made no service";
+    }
+    return service;
+}
