@@ -60,12 +60,13 @@ public:
                                DirectoryList* directories, DirectoryList* files) = 0;
 
     /**
-     * Changes the telephone's user to "base" or "visitor" and tells the listeners. Opens the service
-     * for requests, also after a reset. False when @p profile is another text.
+     * Changes the telephone's user to "base" or "visitor" and tells the listeners. Opens the
+     * service for requests, also after a reset. False when @p profile is another text.
      */
     virtual bool setProfile(std::string profile) = 0;
 
-    /// Removes the database. Requests are refused until a profile change or a new start. Always true.
+    /// Removes the database. Requests are refused until a profile change or a new start. Always
+    /// true.
     virtual bool factoryReset() = 0;
 
     /// Writes the table of @p schema to the file @p location, for one user or for all.
@@ -114,7 +115,8 @@ public:
     /// is kept and never called. There is no way to remove one.
     virtual void addListener(DASListenerIfc* listener) = 0;
 
-    /// The adapter in use; null before constructorActions. Owned by the service; a reset replaces it.
+    /// The adapter in use; null before constructorActions. Owned by the service; a reset replaces
+    /// it.
     virtual DatabaseAdapter* getAdapter() = 0;
 
     /// The DAO factory in use; null before constructorActions. Owned by the service; a reset

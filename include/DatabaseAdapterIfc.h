@@ -10,9 +10,10 @@
  * The only gate to the database.
  *
  * Values are in database form throughout: quoted and escaped by the caller, never here. Unless a
- * declaration says otherwise an int result is a raw SQLite code, 0 for success; the text of the last
- * failure waits in getError. Any thread may call; each operation holds the adapter's lock, which is
- * recursive, for its statements. The order of the operations is part of the binary contract.
+ * declaration says otherwise an int result is a raw SQLite code, 0 for success; the text of the
+ * last failure waits in getError. Any thread may call; each operation holds the adapter's lock,
+ * which is recursive, for its statements. The order of the operations is part of the binary
+ * contract.
  */
 class DatabaseAdapterIfc {
 public:
@@ -101,9 +102,9 @@ public:
                              std::string limit) = 0;
 
     /**
-     * The phone number search: rows that match the first pair of @p where and any one of the others.
-     * A value that holds "LIKE " carries its own operator. The text before @p limit is ignored. An
-     * empty @p where raises std::out_of_range; a single pair finds nothing and fails.
+     * The phone number search: rows that match the first pair of @p where and any one of the
+     * others. A value that holds "LIKE " carries its own operator. The text before @p limit is
+     * ignored. An empty @p where raises std::out_of_range; a single pair finds nothing and fails.
      */
     virtual int actualSearchQuery(const std::string& table, const std::vector<std::string>& columns,
                                   const PairList& where, PairList& orderBy, Rows& rows,

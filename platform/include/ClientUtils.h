@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-/// Small operations on text that all services of the telephone share. None of them throws of its own.
+/// Small operations on text that all services of the telephone share. None of them throws of its
+/// own.
 class ClientUtils {
 public:
     static std::string itos(int value);
@@ -44,7 +45,8 @@ public:
     static void splitString(const std::string& line, std::vector<std::string>& fields);
 
     /// Reads one line from @p stream and cuts it like splitString. False when there was no line.
-    static bool readLineFromCsvFileAndParse(std::ifstream& stream, std::vector<std::string>& fields);
+    static bool readLineFromCsvFileAndParse(std::ifstream& stream,
+                                            std::vector<std::string>& fields);
 
     /// Reads the line "#$VERSION=N" into @p version. False when the line is not of that form.
     static bool getVersion(std::ifstream& stream, int& version);

@@ -17,7 +17,8 @@ using XmlCharacterHandler = void (*)(void* userData, const char* text, int lengt
  */
 class XmlHandler {
 public:
-    /// @p userData goes to each callback as it is; not owned, may be null if the callbacks allow it.
+    /// @p userData goes to each callback as it is; not owned, may be null if the callbacks allow
+    /// it.
     XmlHandler(void* userData, XmlStartHandler start, XmlEndHandler end,
                XmlCharacterHandler characters);
 

@@ -1,0 +1,37 @@
+#include "AdapterGuards.h"
+
+#include "DatabaseAdapter.h"
+
+AdapterLock::AdapterLock(DatabaseAdapter& adapter) : m_adapter(adapter) {
+    m_adapter.take_sema4();
+}
+
+AdapterLock::~AdapterLock() {
+    m_adapter.give_sema4();
+}
+
+TransactionGuard::TransactionGuard(DatabaseAdapter& adapter)
+    : m_adapter(adapter), m_beginResult(adapter.beginTransaction()) {}
+
+TransactionGuard::~TransactionGuard() {
+    // A failed commit has been logged by the adapter; a destructor has nobody to tell.
+    (void)end();
+}
+
+int TransactionGuard::end() {
+    if (!m_open) {
+        return 0;
+    }
+    m_open = false;
+    return m_adapter.endTransaction();
+}
+
+void TransactionGuard::rollBack() {
+    if (!m_open) {
+        return;
+    }
+    m_open = false;
+    // SQLite may have rolled back by itself, so a refusal here is no failure of the caller's.
+    (void)m_adapter.executeNonQuery("ROLLBACK TRANSACTION;");
+    m_adapter.give_sema4();
+}

@@ -1,0 +1,140 @@
+#ifndef DASUTILS_H
+#define DASUTILS_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "DASTypes.h"
+#include "XmlHandler.h"
+
+class DataAccessObject;
+class DatabaseAdapter;
+
+/**
+ * What all data access objects share: the quoting of SQL texts, the forms that request text must
+ * have before it may enter a statement, and the two standard request bodies. All static, no state.
+ */
+class DASUtils {
+public:
+    /// One column of a table.
+    struct ColumnInfo {
+        ColumnInfo(const std::string& columnName, std::string sqlType,
+                   const std::string& defaultValue);
+        ColumnInfo(const std::string& columnName, std::string sqlType,
+                   const std::vector<std::string>& defaultValues);
+
+        std::string name;
+        std::string type;  ///< SQL type text, constraints included
+        std::vector<std::string>
+            defaults;  ///< plain text: one for all rows, or one for each row id
+    };
+
+    /// What one closed Entry of a request leaves.
+    struct RowData {
+        std::string identifier;  ///< as it goes into SQL, unquoted; its form is tested before
+        PairList newValues;      ///< column and value in database form
+    };
+
+    // Quoting -------------------------------------------------------------------------------------
+
+    /// Doubles each single quote.
+    static std::string escapeSqlReservedCharacters(const std::string& text);
+    /// Takes back escapeSqlReservedCharacters: of each two single quotes one stays.
+    static std::string unescapeSqlReservedCharacters(const std::string& text);
+    /// Turns each "&apos;" into a single quote.
+    static std::string escapeSqlReservedString(const std::string& text);
+    /// Sets @p escape in front of each @p reserved.
+    static std::string escapeReservedCharacter(const std::string& text, char reserved, char escape);
+    /// Database form: @p value between single quotes. The value is not escaped here.
+    static std::string convertToDBFormat(const std::string& value);
+    static void convertToDBFormat(const std::string& value, std::string& out);
+    /// Database form of any text: escaped, then quoted.
+    static std::string escapeAndQuote(const std::string& text);
+
+    static void createXMLStartTag(const std::string& name, std::string& out);
+    static void createXMLEndTag(const std::string& name, std::string& out);
+
+    // Forms that text of a request must have where it enters a statement unquoted -----------------
+
+    /// An optional sign and digits, blanks around them.
+    static bool isIdentifier(const std::string& text);
+    /// An optional sign and digits.
+    static bool isNumber(const std::string& text);
+    /// Name, TABLE.Name or TABLE.* of letters, digits and underscores.
+    static bool isResultColumn(const std::string& word);
+    /// Whether all words have the form of isResultColumn.
+    static bool areResultColumns(const std::vector<std::string>& words);
+    /// LIKE and a text in single quotes, whose inner quotes are doubled.
+    static bool isPattern(const std::string& text);
+
+    // Tables --------------------------------------------------------------------------------------
+
+    static bool columnIsInColumnList(const std::string& name,
+                                     const std::vector<std::string>& columns);
+    /// Replaces @p columns by the column names of @p table. False when it can't be read.
+    static bool createColumnNameListFromDbFile(DatabaseAdapter* adapter, const std::string& table,
+                                               std::vector<std::string>& columns);
+    /// Rows of @p table as text. 0 always; a failure looks like "0".
+    static int getRowCount(DatabaseAdapter& adapter, const std::string& table, std::string& count);
+
+    /**
+     * Whether @p table may be given its default rows: the create that just ran gave 0
+     * (@p createResult), or the table can be counted and is empty. A count that failed decides
+     * nothing, since rows may be there that another process keeps from being read.
+     */
+    static bool mayInsertDefaultRows(DatabaseAdapter& adapter, const std::string& table,
+                                     int createResult);
+
+    // Request bodies ------------------------------------------------------------------------------
+
+    /**
+     * The frame of a request to a generic object: parses @p text into @p dao, makes the table if it
+     * counts no rows, settles the user and runs the operation of the reason. @p context, @p user,
+     * @p reason and @p response are fields of @p dao, which the parse inside fills. A damaged
+     * request is served as far as it was read: kept on purpose, older clients leave the end off.
+     *
+     * @param context context of the request, escaped; empty when it names none
+     * @param user    takes the context in force, escaped
+     */
+    static void handleRequestHelper(const char* text, int length, XmlStartHandler start,
+                                    XmlEndHandler end, XmlCharacterHandler characters,
+                                    DataAccessObject* dao, const std::string& context,
+                                    std::string& user, const std::string& reason,
+                                    std::string& response, DatabaseAdapter& adapter,
+                                    const std::string& table);
+
+    /**
+     * Reads the rows of one user.
+     *
+     * @param search         conditions, values in database form; the user and the row are added
+     * @param rows           takes the rows
+     * @param resultColumns  takes the words of @p resultColsText
+     * @param resultColsText column names with blanks between them; empty for all
+     * @param user           context, escaped
+     * @param rowId          identifier, may be empty
+     * @return 0, or 1 when the statement failed or a text has not the form that it needs
+     */
+    [[nodiscard]] static int readRequest(PairList& search, Rows& rows,
+                                         std::vector<std::string>& resultColumns,
+                                         const std::string& resultColsText, const std::string& user,
+                                         const std::string& rowId, const std::string& table,
+                                         DatabaseAdapter& adapter);
+
+    /**
+     * Updates rows of one user, inserting those that are missing; two rows or more stand in one
+     * transaction. Without @p rows the one row is @p rowId with @p newValues.
+     *
+     * @return result of the last row that has an identifier, 1 when none has. Earlier failures of a
+     *         batch are in the log alone: kept on purpose, clients send what is new last.
+     */
+    [[nodiscard]] static int updateRequestHelper(DatabaseAdapter& adapter, const std::string& rowId,
+                                                 const std::string& user, const std::string& table,
+                                                 const PairList& newValues,
+                                                 const std::vector<RowData>& rows);
+    [[nodiscard]] static int updateRequestHelper(DatabaseAdapter& adapter, const std::string& rowId,
+                                                 const std::string& user, const std::string& table,
+                                                 const PairList& newValues);
+};
+
+#endif

@@ -1,0 +1,259 @@
+#ifndef DATAACCESSOBJECT_H
+#define DATAACCESSOBJECT_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DASTypes.h"
+#include "DASUtils.h"
+#include "DASUtilsStrings.h"
+#include "XmlHandler.h"
+
+class DatabaseAdapter;
+
+// The parser callbacks of a generic object; each forwards to the member of its name. The user data
+// is the DataAccessObject.
+void XmlStartElement(void* dao, const char* name, const char** attributes);
+void XmlEndElement(void* dao, const char* name);
+void XmlCharacterDataHandler(void* dao, const char* text, int length);
+
+/// What a generic object knows of its table. Shared between objects, never changed.
+struct TableLayout {
+    std::string schema;
+    std::string table;
+    bool skipFirstColumn = false;        ///< the first column never reaches a client
+    bool hasDefaultRowsPerUser = false;  ///< re-initialising a user inserts his default rows anew
+    std::vector<DASUtils::ColumnInfo> columns;
+    std::vector<std::string> defaultRowIds;
+};
+
+/**
+ * The base of every data access object, and a working one for tables that a column list describes.
+ *
+ * An object serves one request: constructor, setCurrentUser, handleRequest, getResponseMsg,
+ * destructor. It is used by one thread. The int results are 0 for success and a raw SQLite code or
+ * an adapter status otherwise, unless a declaration says more; on an object without an adapter each
+ * operation on the table gives 1.
+ *
+ * A table has the user's context as its first column and its identifier "Id" as the second. A cell
+ * stands in answers as it is stored: a client that wants markup in a value sends it escaped twice.
+ */
+class DataAccessObject {
+public:
+    DataAccessObject();
+    /// For subclasses. @p adapter is not owned and may be null.
+    explicit DataAccessObject(DatabaseAdapter* adapter);
+    /// A generic object, described by its parts.
+    DataAccessObject(DatabaseAdapter* adapter, const std::string& schemaName,
+                     XmlStartHandler startHandler, XmlEndHandler endHandler,
+                     XmlCharacterHandler charHandler, bool skipFirstColumn,
+                     const std::vector<DASUtils::ColumnInfo>& columns,
+                     const std::vector<std::string>& defaultRowIds, const std::string& tableName,
+                     bool hasDefaultRowsPerUser);
+    /// A generic object over a shared description of its table.
+    DataAccessObject(DatabaseAdapter* adapter, std::shared_ptr<const TableLayout> layout);
+    virtual ~DataAccessObject();
+    DataAccessObject(const DataAccessObject&) = delete;
+    DataAccessObject& operator=(const DataAccessObject&) = delete;
+
+    /// Parses and serves the request of @p length bytes at @p text; the answer waits in
+    /// getResponseMsg.
+    virtual void handleRequest(const char* text, int length);
+    /// Name that the response gives its schema.
+    virtual std::string schemaName();
+    /// Reason of the response.
+    virtual std::string responseReason();
+    /// The body of the response, XML behind the reason.
+    virtual std::string responseData();
+
+    /// Creates the table; fails when it is there.
+    virtual int createTable();
+    /// Inserts all default rows of both users.
+    virtual int insertDefaultRows();
+    /// Inserts all default rows of both users or only those that are missing. 0 always: a failed
+    /// insert is in the log.
+    virtual int insertDefaultRows(bool onlyMissing);
+    /// Inserts the default rows of one user: of base for "base", of the visitor for any other text.
+    virtual int insertDefaultRows(const std::string& context);
+    int insertDefaultRows(const char*) = delete;  // would be taken for the bool form
+
+    /// Puts the rows of one user, plain text, back to their defaults.
+    virtual int initialiseMobilityUserData(const std::string& context);
+    /// Replaces the visitor's rows by copies of the base user's.
+    virtual int copyBaseDataToVisitor();
+    /// The same for the table and its context column named here. Rows with an apostrophe in a cell
+    /// are left out: kept on purpose, the log names the table.
+    virtual int copyBaseDataToVisitor(const std::string& contextColumn, const std::string& table);
+    /// Deletes the rows of one user: plain text, or the same between single quotes.
+    virtual int deleteContextData(const std::string& context);
+    virtual int deleteContextData(const std::string& context, const std::string& contextColumn,
+                                  const std::string& table);
+
+    /// Writes the rows that match @p conditions to the file @p location. 0 without action here.
+    virtual int exportData(PairList& conditions, std::string& location);
+    /// Reads the file @p location into the table. 0 without action here.
+    virtual int importData(std::string& location);
+    /// Replaces one user's rows by those of a file. 0 without action here.
+    virtual int importDataForUser(const std::string& location, eUserCategory category);
+    /// Fills @p columns with column and type, in order. Classes that are exported override it.
+    virtual void buildColumnNameList(PairList& columns);
+
+    // Parts of the visitor's data. The forms without a table do nothing and give 0 unless a class
+    // that owns the data overrides them; the others delete from the table named and give the result
+    // of the last delete.
+    virtual int deleteVisitorUserPassword();
+    virtual int deleteVisitorUserPassword(const std::string& table);
+    virtual int deleteUcCredentials();
+    virtual int deleteUcCredentials(const std::string& table);
+    virtual int deleteVisitorPhonebook();
+    virtual int deleteVisitorPhonebook(const std::string& table);
+    virtual int deleteVisitorCallLog();
+    virtual int deleteVisitorCallLog(const std::string& table);
+
+    /// Makes the indices for a search by number. 0 without action here.
+    virtual int createPhonenumberIndices();
+
+    // The operations of the reasons, over what the request brought.
+    virtual int writeRequest();  ///< 1 always: a generic row is updated, never written
+    virtual int updateRequest();
+    virtual int readRequest();
+
+    /**
+     * Writes one row of a data file, plain text. Here it is an update: the first two columns name
+     * the row, the others are set; values are quoted, not escaped, and a row that would break its
+     * statement is refused with 1. Fewer entries than columns raise std::out_of_range.
+     */
+    virtual int updateItemInTable(const std::string& table, std::vector<std::string>& names,
+                                  std::vector<std::string>& values);
+
+    /// The whole response. Valid in every state, also before a request.
+    std::string getResponseMsg();
+    /// The response up to its body.
+    std::string responseHeader();
+    /**
+     * The body of a read.
+     *
+     * @param reason          reason of the response; any but that of a read gives empty text
+     * @param context         context that the request named; empty means no Context element
+     * @param user            context that the Context element shows, as the client sent it
+     * @param resultColumns   columns that were asked for; empty for all
+     * @param rows            cells in the order of the statement
+     * @param columnNames     tags of the cells
+     * @param skipFirstColumn whether a row without result columns begins with a cell that is not
+     *                        shown
+     * A row that is too short raises std::out_of_range.
+     */
+    std::string responseDataHelper(const std::string& reason, const std::string& context,
+                                   const std::string& user,
+                                   const std::vector<std::string>& resultColumns, const Rows& rows,
+                                   const std::vector<std::string>& columnNames,
+                                   bool skipFirstColumn);
+
+    /// The adapter status that a failure response explains; 0 for none.
+    void setStatus(int status) { m_status = status; }
+    int getStatus() const { return m_status; }
+    /// The element that explains the status to a client; empty for a general failure.
+    const std::string& generateDetailedFailureMessage() const;
+
+    /// The context that the service serves, plain text.
+    void setCurrentUser(std::string user) { m_currentUser = std::move(user); }
+    const std::string& currentUser() { return m_currentUser; }
+
+    DatabaseAdapter* getDatabaseAdapter() { return m_dbAdapter; }
+
+    /// Columns of the table, in order; none for an object that was not given any.
+    const std::vector<DASUtils::ColumnInfo>& columns() const { return m_layout->columns; }
+    const std::vector<std::string>& defaultRowIds() const { return m_layout->defaultRowIds; }
+    const std::string& tableName() const { return m_tableName; }
+
+    /// Creates @p table; true on success, else the reason is in the log. Empties @p columns.
+    bool createTable2(const std::string& table, PairList& columns);
+    /// Inserts one default row. @p context is in database form, @p index the place of @p id among
+    /// the default rows. A column without a default of its own raises std::out_of_range.
+    int insertDefaultRow(const std::string& id, const std::string& context, int index);
+    /// Whether a row is there. @p context is in database form, @p id goes into SQL as it is.
+    bool isDefaultRowPresent(const std::string& table, const std::string& context,
+                             const std::string& id);
+
+    /// Forwards to DASUtils::handleRequestHelper.
+    void handleRequestHelper(const char* text, int length, XmlStartHandler startHandler,
+                             XmlEndHandler endHandler, XmlCharacterHandler charHandler,
+                             DataAccessObject* dao, const std::string& context, std::string& user,
+                             const std::string& reason, std::string& response,
+                             DatabaseAdapter& adapter, const std::string& table);
+
+    // Parser events of a generic object.
+    void XmlStartElement(const char* name, const char** attributes);
+    void XmlEndElement(const char* name);
+    void XmlCharacterDataHandler(const char* text, int length);
+
+    static const char* const xmlHeaderTag;
+    static const char* const xmlSchemaStart;
+    static const char* const xmlSchemaEnd;
+    static const char* const xmlReasonStart;
+    static const char* const xmlReasonEnd;
+    static const char* const xmlSchemaClose;
+
+protected:
+    /// One reason that a class serves, and the operation that serves it.
+    template <typename Dao>
+    struct Operation {
+        const std::string* reason;
+        int (Dao::*run)();
+        const std::string* response;
+    };
+
+    /// Runs the operation of the request's reason and settles the reason of the response.
+    template <typename Dao, std::size_t N>
+    static void dispatch(Dao& dao, const Operation<Dao> (&operations)[N]) {
+        dao.m_responseReason = DASUtilsStrings::FailureResponse;
+        for (const Operation<Dao>& operation : operations) {
+            if (dao.m_reason == *operation.reason) {
+                dao.m_responseReason = *operation.response;
+                if ((dao.*operation.run)() != 0) {
+                    dao.m_responseReason = DASUtilsStrings::FailureResponse;
+                }
+                return;
+            }
+        }
+    }
+
+    /// The first attribute's value, escaped for SQL; empty when there is none.
+    static std::string firstAttribute(const char** attributes);
+    /// Whether @p value may stand between single quotes as it is.
+    static bool isSafeBetweenQuotes(const std::string& value);
+
+    DatabaseAdapter* m_dbAdapter = nullptr;  ///< not owned
+    std::string m_currentUser;
+    int m_status = 0;
+    std::shared_ptr<const TableLayout> m_layout;  ///< never null
+    std::string m_tableName;
+    std::string m_schemaName;
+    XmlStartHandler m_startHandler;
+    XmlEndHandler m_endHandler;
+    XmlCharacterHandler m_charHandler;
+    std::vector<std::string> m_resultColumns;  ///< columns that a read asked for
+    Rows m_resultRows;
+    std::string m_currentElement;  ///< element whose text is being gathered
+    std::string m_charData;        ///< the text gathered for it
+    std::string m_reason;
+    std::string m_responseReason;
+    std::string m_responseUser;    ///< context in force, escaped
+    std::string m_rowId;           ///< identifier of the current row, as it was sent
+    std::string m_requestContext;  ///< attribute of Context, escaped
+    std::vector<DASUtils::RowData> m_rowsToWrite;
+    std::string m_resultColsText;
+    PairList m_newValues;  ///< column and value in database form: of the row, or search terms
+
+private:
+    const DASUtils::ColumnInfo* requestColumn(const char* name) const;
+    int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);
+    int deleteVisitorItems(const std::string& table, const std::vector<std::string>& items);
+    int copyRowsToVisitor(Rows& rows, std::size_t contextIndex, const std::string& table);
+    bool hasRowsOf(const std::string& table, const std::string& contextColumn,
+                   const std::string& context);
+    int contextColumnIndex(const std::string& table, const std::string& contextColumn);
+};
+
+#endif

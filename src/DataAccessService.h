@@ -1,0 +1,123 @@
+#ifndef DATAACCESSSERVICE_H
+#define DATAACCESSSERVICE_H
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "DataAccessServiceIfc.h"
+#include "DbFactoryIfc.h"
+#include "Semaphore.h"
+#include "Service.h"
+
+class DataAccessObject;
+
+/**
+ * The service: it owns the database and routes each request to an object that lives for it.
+ *
+ * All work runs on the caller's thread. One semaphore serialises requests and profile changes; the
+ * adapter's lock comes behind it. Other operations rely on the adapter's lock alone, since some of
+ * them send requests themselves. A request before the end of init, or after a reset, is refused
+ * with a well-formed answer.
+ */
+class DataAccessService : public Service, public DataAccessServiceIfc {
+public:
+    /// A service without a database; opens the telephone's data directory for its group.
+    DataAccessService();
+    ~DataAccessService() override;
+    DataAccessService(const DataAccessService&) = delete;
+    DataAccessService& operator=(const DataAccessService&) = delete;
+
+    /// Opens the database, brings it up to date and marks the service as ready. Reports no failure:
+    /// what went wrong is in the log, and requests then fail one by one.
+    void init(Context& context) override;
+    void shutdown() override;  ///< does nothing: stopping is the destructor
+    void run() override;       ///< does nothing: the service has no thread of its own
+
+    std::string processRequest(const char* message, int length) override;
+    bool deleteFile(std::string path, std::string filename) override;
+    bool renameFile(std::string oldName, std::string newName) override;
+    bool moveFile(std::string oldName, std::string newName) override;
+    bool readDirectoryTree(std::string directory, bool dirRead, bool subDirRead, bool fileRead,
+                           DirectoryList* directories, DirectoryList* files) override;
+    bool readDirectory(std::string directory, bool dirRead, bool subDirRead, bool fileRead,
+                       DirectoryList* directories, DirectoryList* files) override;
+    bool setProfile(std::string profile) override;
+    bool factoryReset() override;
+    bool exportData(std::string schema, eUserCategory category, std::string location) override;
+    bool importData(std::string schema, std::string location) override;
+    bool importData(std::string schema, eUserCategory category, std::string location) override;
+    bool exportUserData(std::map<std::string, std::string>& values, bool base) override;
+    bool importUserData(std::map<std::string, std::string>& values, bool base) override;
+    bool migrateUserData(std::map<std::string, std::string>& values) override;
+    void clearMobileUserdata() override;
+    void clearMobileUserDLSdata() override;
+    void copyBaseDataToVisitor() override;
+    bool createPhonenumberIndices() override;
+    void constructorActions() override;
+    bool invokeACMSFactoryReset(bool enableCreateDb) override;
+    void addListener(DASListenerIfc* listener) override;
+    DatabaseAdapter* getAdapter() override;
+    DAOFactory* getDAOFactory() override;
+    void deleteVisitorUserPassword() override;
+    void deleteUcCredentials() override;
+    void checkDatabaseNeedsChange(eSwType currentType, eSwType newType,
+                                  const std::string& newVersion) override;
+
+    /// The same for a text that knows its length.
+    std::string processRequest(const std::string& message);
+
+    /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
+    /// is allowed. The one that is held already stays.
+    void setDbFactory(DbFactoryIfc* factory);
+
+    /// Stores the framework's context; not owned.
+    void registerContext(Context& context);
+
+    /// Whether @p profile is "base" or "visitor", exactly.
+    bool isValidProfile(const std::string& profile) const;
+
+    /**
+     * Makes @p profile the current user.
+     *
+     * @return whether listeners are to be told: true for a change, and for a visitor who comes
+     * again, since a guest may follow a guest; false for base again and for an invalid text, which
+     *         changes nothing
+     */
+    bool setCurrentUser(const std::string& profile);
+
+    /// Tells each listener, in the order of registration, which user is current.
+    void notifyListenersOfProfileChange() const;
+
+private:
+    /// Last step of the start: settles the user.
+    void initInternal();
+    bool answerServiceWord(const char* message, std::string& answer);
+    std::string answerTraceWord(bool set, const char* message);
+    std::string answerXml(const char* message, int length);
+    std::unique_ptr<DataAccessObject> refuse(const std::string& schema, const char* message);
+    /// An object for @p schema with the current user; null, and a log line, without a factory.
+    std::unique_ptr<DataAccessObject> createDao(const std::string& schema);
+    std::string currentUser() const;
+    /// For operations that this version does not offer yet: says so in the log and gives false.
+    static bool notAvailable(const char* operation);
+
+    std::unique_ptr<DbFactoryIfc> m_dbFactory;
+    std::atomic<DatabaseAdapter*> m_dbAdapter{nullptr};  ///< owned by m_dbFactory
+    std::atomic<DAOFactory*> m_daoFactory{nullptr};      ///< the last of m_daoFactories
+    /// Those that a reset replaced stay: a request may still run on them.
+    std::vector<std::unique_ptr<DAOFactory>> m_daoFactories;
+    std::atomic<bool> m_initialised{false};
+    mutable std::mutex m_currentUserMutex;
+    std::string m_currentUser;
+    Semaphore m_directorySema;
+    Semaphore m_requestSema;
+    mutable std::mutex m_listenersMutex;
+    std::vector<DASListenerIfc*> m_listeners;  ///< not owned
+    std::atomic<Context*> m_context{nullptr};  ///< not owned
+};
+
+#endif

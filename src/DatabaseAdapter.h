@@ -1,0 +1,174 @@
+#ifndef DATABASEADAPTER_H
+#define DATABASEADAPTER_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "DASTypes.h"
+#include "DatabaseAdapterIfc.h"
+
+struct sqlite3;
+
+/**
+ * Row callback that asks whether a statement gives any row: stores 1 in the byte that @p flag
+ * points to, unless @p flag is null. Returns 0 always, so that SQLite goes on.
+ */
+int sqliteCallBackForRows(void* flag, int columns, char** values, char** names);
+
+/**
+ * The adapter over SQLite: one connection to phone.db and one recursive lock around its use.
+ *
+ * The file is "phone.db" in the directory that "DB_PATH" of the environment names, or in the
+ * working directory when that is unset. What the operations of the interface mean stands there. A
+ * failed statement logs SQLite's words with the statement at level 3; a statement without an open
+ * database fails in the same way.
+ */
+class DatabaseAdapter : public DatabaseAdapterIfc {
+public:
+    /// Opens the database, which is made for its owner alone when it is missing. A failure is
+    /// logged and every later statement fails by itself.
+    DatabaseAdapter();
+    ~DatabaseAdapter() override;
+    DatabaseAdapter(const DatabaseAdapter&) = delete;
+    DatabaseAdapter& operator=(const DatabaseAdapter&) = delete;
+
+    int createTable(const std::string& table, PairList& columns) override;
+    void createIndicesForTable(const std::string& table,
+                               const std::vector<std::string>& columns) override;
+    int getAdapterType() override;
+    int getColumnCount(const std::string& sql) override;
+    std::string getColumnName(const std::string& sql, int index) override;
+    int getColumnNames(const std::string& table, std::vector<std::string>& names) override;
+    int addColumn(const std::string& table, const std::string& column, const std::string& type,
+                  bool withDefault) override;
+    int insert(const std::string& table, std::vector<std::string>& values,
+               long long* rowId) override;
+    int insert(const std::string& table, const PairList& values, long long* rowId) override;
+    int insertRow(const std::string& table, const std::vector<std::string>& columns,
+                  const std::vector<std::string>& values, long long* rowId) override;
+    int deleteRow(const std::string& table, PairList& andList) override;
+    int deleteRow(const std::string& table, PairList& andList, PairList& orList,
+                  PairList& notList) override;
+    int beginTransaction() override;
+    int endTransaction() override;
+    int executeSQLQuery(const std::string& sql, Rows& rows) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     const PairList& where, PairList& orderBy, Rows& rows, std::string offset,
+                     std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     const PairList& where, std::vector<std::string>& groupBy, PairList& orderBy,
+                     Rows& rows, std::string offset, std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     const PairList& where, const std::string& join,
+                     std::vector<std::string>& groupBy, PairList& orderBy, Rows& rows,
+                     std::string offset, std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     PairList& andList, PairList& orList, PairList& notList, PairList& orderBy,
+                     Rows& rows, std::string offset, std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     PairList& andList, PairList& orList, PairList& notList,
+                     const std::string& join, std::vector<std::string>& groupBy, PairList& orderBy,
+                     Rows& rows, std::string offset, std::string limit) override;
+    int actualSearchQuery(const std::string& table, const std::vector<std::string>& columns,
+                          const PairList& where, PairList& orderBy, Rows& rows, std::string ignored,
+                          std::string limit) override;
+    int executeActualSearchQuery(const std::string& sql, Rows& rows) override;
+    int getRowCount(std::string table, PairList& andList, std::string& count) override;
+    int update(std::string table, PairList& andList, PairList& newValues,
+               bool skipEmptyCheck) override;
+    int update(std::string table, PairList& andList, PairList& orList, PairList& notList,
+               PairList& newValues, bool skipEmptyCheck) override;
+    int dropTable(std::string table) override;
+    void removeDbFile() override;
+    std::string getError() override;
+    int actualSQLiteCommandExecution(const std::string& sql,
+                                     int (*callback)(void*, int, char**, char**),
+                                     void* argument) override;
+    int getRowCount(const std::string& sql, std::string& count) override;
+
+    /// Takes and gives the recursive lock. A failure is logged and the caller goes on. For the
+    /// guards of AdapterGuards.h; nothing else calls them.
+    void take_sema4();
+    void give_sema4();
+
+    /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
+    int freeError();
+
+    /// Runs one statement without rows under the lock. Raw SQLite code.
+    int executeNonQuery(const std::string& sql);
+
+    /**
+     * The status that stands for a raw SQLite code outside the adapter: 0 success, 1 failure, 2 out
+     * of resources, 3 disk error. A full disk counts as out of resources: kept on purpose, since
+     * clients show one text for both.
+     */
+    int convertSQLiteStatusToAdapterStatus(int code) const;
+
+    /**
+     * Counts the rows of @p table that match, as getRowCount does, but tells a count that failed:
+     * 0 when @p count is true, 1 when it is not known. For whoever decides an insert by it.
+     */
+    [[nodiscard]] int countRows(const std::string& table, PairList& andList, std::string& count);
+
+    /// Whether @p table can be counted and has no rows.
+    [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
+
+    /// Whether there is an index named @p index. @p table plays no part: kept on purpose, since
+    /// names of indices are unique in a database.
+    bool indexExists(std::string table, std::string index);
+
+    /// Renames a table that has rows. 1 when it has none or is missing, else a raw SQLite code.
+    int alterTableName(std::string oldName, std::string newName);
+
+    /// Copies all rows, less the columns named in @p excludedColumns, by column name. 1 when @p
+    /// from can't be read, else a raw SQLite code.
+    int copyDataOfTableToAnother(std::string from, std::string to,
+                                 std::vector<std::string> excludedColumns);
+
+    /// The text " WHERE …" of the conditions, empty for none. Empties the lists.
+    std::string concatWhereCondition(PairList& andList);
+    std::string concatWhereCondition(PairList& andList, PairList& orList);
+    std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
+
+    /// Whether the contents of requests may stand in the log; one flag for the process.
+    static void setWhetherRequestContentShowableOnTheAurelTrace(bool showable);
+    static bool getWhetherRequestContentShowableOnTheAurelTrace();
+
+protected:
+    int m_type;  ///< kind of database; anything but SqliteAdapterType serves nothing
+
+private:
+    static constexpr int SqliteAdapterType = 1;
+
+    /// A stretch of a statement that holds a password: position and length.
+    using MaskedStretches = std::vector<std::pair<std::size_t, std::size_t>>;
+
+    void constructorActions();
+    void openDatabase();
+    /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
+    int closeDatabase(const char* failureFormat);
+    const char* errorText() const;
+    void logStatementError(const std::string& sql) const;
+
+    int insertShared(const std::string& table, const std::vector<std::string>& columns,
+                     const std::vector<std::string>& values, long long* rowId);
+    std::string countStatement(const std::string& table, PairList& andList);
+    bool readRowCount(const std::string& sql, std::string& count);
+    int collectRows(const std::string& sql, Rows& rows, bool stopAtFailedPrepare,
+                    const char* countFormat);
+    static void logMasked(const char* format, const std::string& sql,
+                          const MaskedStretches& stretches);
+
+    sqlite3* m_db = nullptr;
+    pthread_mutexattr_t m_mutexAttr{};
+    pthread_mutex_t m_mutex{};
+    char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
+
+    static std::atomic<bool> m_isRequestContentShowableOnTheAurelTrace;
+};
+
+#endif

@@ -1,0 +1,87 @@
+#ifndef STATEMENT_H
+#define STATEMENT_H
+
+#include <sqlite3.h>
+
+#include <string>
+
+/**
+ * A prepared statement for a scope; finalised at its end. For the adapter's own units alone: it
+ * brings SQLite's header. The adapter's lock must be held for its whole life.
+ */
+class Statement {
+public:
+    /// Prepares @p sql on @p db, which may be null. @p sql must outlive this object.
+    Statement(sqlite3* db, const std::string& sql) : m_db(db), m_sql(sql) { prepare(); }
+    ~Statement() { sqlite3_finalize(m_handle); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    [[nodiscard]] bool isPrepared() const { return m_prepared; }
+
+    /**
+     * Raw SQLite code of the next step. When another process has changed the tables since the
+     * prepare, the first step prepares anew instead of failing.
+     */
+    int step() {
+        int code = sqlite3_step(m_handle);
+        for (int tries = 0; tries < MaximumTries && schemaChanged(code); ++tries) {
+            sqlite3_finalize(m_handle);
+            prepare();
+            code = sqlite3_step(m_handle);
+        }
+        m_stepped = true;
+        return code;
+    }
+
+    /// Takes the statement back to its start; the raw SQLite code of the step that failed, if any.
+    int reset() { return sqlite3_reset(m_handle); }
+
+    /// Number of columns of the result; 0 when nothing is prepared.
+    [[nodiscard]] int columnCount() const { return sqlite3_column_count(m_handle); }
+
+    /// Name of a column; empty when there is none.
+    [[nodiscard]] std::string columnName(int column) const {
+        if (column < 0 || column >= columnCount()) {
+            return {};
+        }
+        const char* name = sqlite3_column_name(m_handle, column);
+        return name != nullptr ? name : std::string();
+    }
+
+    /// Whether the cell of the present row is NULL.
+    [[nodiscard]] bool isNull(int column) const {
+        return sqlite3_column_type(m_handle, column) == SQLITE_NULL;
+    }
+
+    /// The cell of the present row as text; NULL gives empty text.
+    [[nodiscard]] std::string text(int column) const {
+        const auto* cell = reinterpret_cast<const char*>(sqlite3_column_text(m_handle, column));
+        if (cell == nullptr) {
+            return {};
+        }
+        return {cell, static_cast<std::size_t>(sqlite3_column_bytes(m_handle, column))};
+    }
+
+private:
+    static constexpr int MaximumTries = 5;
+
+    void prepare() {
+        m_handle = nullptr;
+        m_prepared = m_db != nullptr &&
+                     sqlite3_prepare(m_db, m_sql.c_str(), -1, &m_handle, nullptr) == SQLITE_OK;
+    }
+
+    bool schemaChanged(int code) {
+        return !m_stepped && m_handle != nullptr && code != SQLITE_ROW && code != SQLITE_DONE &&
+               code != SQLITE_BUSY && reset() == SQLITE_SCHEMA;
+    }
+
+    sqlite3* m_db;             // not owned
+    const std::string& m_sql;  // not owned
+    sqlite3_stmt* m_handle = nullptr;
+    bool m_prepared = false;
+    bool m_stepped = false;
+};
+
+#endif
