@@ -1,0 +1,218 @@
+#include "ClientUtils.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstddef>
+#include <cstdlib>
+#include <iterator>
+#include <string_view>
+
+namespace {
+
+struct Entity {
+    char character;
+    std::string_view text;
+};
+
+constexpr Entity entities[] = {
+    {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&apos;"},
+};
+
+/// Each of these, and each with "Enc" behind it, holds a password. Sorted by bytes.
+constexpr std::string_view passwordNames[] = {
+    "BcaSipPassword",  "DssSipPassword",    "FtpPassword",
+    "LdapPassword",    "LineSipPassword",   "PIN",
+    "QcuCommunity",    "SIPpassword",       "SendUrlPasswd",
+    "SnmpGetPassword", "SnmpTrapCommunity", "UserHashedPwd",
+    "UserMD5Hash",     "UserPassword",      "WSIPassword",
+};
+
+constexpr std::string_view encryptedSuffix = "Enc";
+constexpr std::string_view versionTag = "#$VERSION=";
+constexpr std::string_view columnsTag = "#$COLUMNS=";
+
+bool startsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+/// The entity whose text stands at @p place of @p text, or null.
+const Entity* entityAt(std::string_view text, std::size_t place) {
+    const std::string_view rest = text.substr(place);
+    const Entity* const found =
+        std::find_if(std::begin(entities), std::end(entities),
+                     [rest](const Entity& entity) { return startsWith(rest, entity.text); });
+    return found != std::end(entities) ? found : nullptr;
+}
+
+std::vector<std::string> cutLine(std::string_view line) {
+    std::vector<std::string> fields;
+    if (!line.empty() && line.back() == '\r') {
+        line.remove_suffix(1);
+    }
+    if (line.empty()) {
+        return fields;
+    }
+    fields.emplace_back();
+    for (const char character : line) {
+        if (character != ',') {
+            fields.back() += character;
+        } else if (!fields.back().empty() && fields.back().back() == '\\') {
+            fields.back().back() = ',';
+        } else {
+            fields.emplace_back();
+        }
+    }
+    return fields;
+}
+
+/// Reads a header line and leaves in @p rest what stands behind @p tag.
+bool readHeader(std::ifstream& stream, std::string_view tag, std::string& rest) {
+    if (!std::getline(stream, rest) || !startsWith(rest, tag)) {
+        return false;
+    }
+    rest.erase(0, tag.size());
+    return true;
+}
+
+}  // namespace
+
+std::string ClientUtils::itos(int value) {
+    return std::to_string(value);
+}
+
+std::string ClientUtils::int64tos(long long value) {
+    return std::to_string(value);
+}
+
+int ClientUtils::stoi(const std::string& text) {
+    const long number = std::strtol(text.c_str(), nullptr, 10);
+    return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
+}
+
+bool ClientUtils::stob(const std::string& text) {
+    return text == "1" || (text.size() == 4 && strcasecmp(text.c_str(), "true") == 0);
+}
+
+std::string ClientUtils::join(const std::vector<std::string>& parts, const std::string& separator) {
+    std::size_t size = parts.size() * separator.size();
+    for (const std::string& part : parts) {
+        size += part.size();
+    }
+    std::string joined;
+    joined.reserve(size);
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        joined.append(i == 0 ? std::string_view() : separator).append(parts[i]);
+    }
+    return joined;
+}
+
+std::vector<std::string> ClientUtils::tokenizeString(const std::string& text,
+                                                     const std::string& separators, bool keepEmpty,
+                                                     bool trim) {
+    std::vector<std::string> pieces;
+    std::size_t begin = text.empty() ? std::string::npos : 0;
+    while (begin != std::string::npos) {
+        const std::size_t end = text.find_first_of(separators, begin);
+        const std::size_t length = end == std::string::npos ? end : end - begin;
+        std::string_view piece = std::string_view(text).substr(begin, length);
+        if (trim) {
+            piece = withoutBlanks(piece);
+        }
+        if (keepEmpty || !piece.empty()) {
+            pieces.emplace_back(piece);
+        }
+        begin = end == std::string::npos ? end : end + 1;
+    }
+    return pieces;
+}
+
+std::string ClientUtils::escapeXMLString(const std::string& text) {
+    std::string escaped;
+    escaped.reserve(text.size() + text.size() / 8);
+    std::size_t begin = 0;
+    for (std::size_t at; (at = text.find_first_of("&<>\"'", begin)) != std::string::npos;) {
+        const Entity* const entity =
+            std::find_if(std::begin(entities), std::end(entities),
+                         [&](const Entity& each) { return each.character == text[at]; });
+        escaped.append(text, begin, at - begin).append(entity->text);
+        begin = at + 1;
+    }
+    return escaped.append(text, begin);
+}
+
+// One pass gives what five replacements with "&amp;" last would: no other one makes an "&".
+std::string ClientUtils::unescapeXMLString(const std::string& text) {
+    std::string plain;
+    plain.reserve(text.size());
+    std::size_t begin = 0;
+    for (std::size_t at; (at = text.find('&', begin)) != std::string::npos;) {
+        const Entity* const entity = entityAt(text, at);
+        plain.append(text, begin, at - begin) += entity != nullptr ? entity->character : '&';
+        begin = at + (entity != nullptr ? entity->text.size() : 1);
+    }
+    return plain.append(text, begin);
+}
+
+void ClientUtils::splitString(const std::string& line, std::vector<std::string>& fields) {
+    fields = cutLine(line);
+}
+
+bool ClientUtils::readLineFromCsvFileAndParse(std::ifstream& stream,
+                                              std::vector<std::string>& fields) {
+    std::string line;
+    const bool good = static_cast<bool>(std::getline(stream, line));
+    splitString(line, fields);
+    return good;
+}
+
+bool ClientUtils::getVersion(std::ifstream& stream, int& version) {
+    std::string number;
+    if (!readHeader(stream, versionTag, number) || number.empty() || number[0] < '0' ||
+        number[0] > '9') {
+        return false;
+    }
+    version = stoi(number);
+    return true;
+}
+
+bool ClientUtils::getColumnPositions(std::ifstream& stream, const std::vector<std::string>& names,
+                                     std::vector<int>& positions) {
+    positions.clear();
+    std::string rest;
+    if (!readHeader(stream, columnsTag, rest)) {
+        return false;
+    }
+    const std::vector<std::string> columns = cutLine(rest);
+    for (const std::string& name : names) {
+        const auto found = std::find(columns.begin(), columns.end(), name);
+        if (found == columns.end()) {
+            return false;
+        }
+        positions.push_back(static_cast<int>(found - columns.begin()));
+    }
+    return true;
+}
+
+bool ClientUtils::isKnownPasswordDAS(const std::string& name) {
+    std::string_view plain = name;
+    if (plain.size() > encryptedSuffix.size() &&
+        plain.substr(plain.size() - encryptedSuffix.size()) == encryptedSuffix) {
+        plain.remove_suffix(encryptedSuffix.size());
+    }
+    return std::binary_search(std::begin(passwordNames), std::end(passwordNames), plain);
+}
+
+std::string ClientUtils::hidePasswordDAS(const std::string& name, const std::string& value) {
+    return isKnownPasswordDAS(name) ? "*****" : value;
+}

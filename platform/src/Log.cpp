@@ -1,0 +1,157 @@
+#include "Log.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+constexpr int defaultLevel = 2;
+constexpr int levelUnread = INT_MIN;
+
+std::atomic<int> currentLevel{levelUnread};
+
+struct Output {
+    std::mutex mutex;  ///< held while an entry is handed over, so that no two lines mingle
+    Log::Sink sink;    ///< empty: standard error
+};
+
+/// Never destroyed: destructors of other libraries may still log when the process ends.
+Output& output() {
+    static Output* const instance = new Output;
+    return *instance;
+}
+
+int levelOfEnvironment() {
+    const char* text = std::getenv("DAS_LOG");
+    if (text == nullptr) {
+        return defaultLevel;
+    }
+    char* end = nullptr;
+    const long number = std::strtol(text, &end, 10);
+    return end == text ? defaultLevel : static_cast<int>(std::clamp<long>(number, 0, INT_MAX));
+}
+
+int readLevel() {
+    int expected = levelUnread;
+    const int fromEnvironment = levelOfEnvironment();
+    // Another thread may have set a level meanwhile: that one holds.
+    return currentLevel.compare_exchange_strong(expected, fromEnvironment) ? fromEnvironment
+                                                                           : expected;
+}
+
+std::string formatted(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    char small[512];
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it
+    const int length = std::vsnprintf(small, sizeof small, format, arguments);
+    std::string message;
+    if (length < 0) {
+        message = format;  // not to be formatted: its format still tells what it was about
+    } else if (static_cast<std::size_t>(length) < sizeof small) {
+        message.assign(small, static_cast<std::size_t>(length));
+    } else {
+        message.resize(static_cast<std::size_t>(length));
+        std::vsnprintf(message.data(), message.size() + 1, format, again);
+    }
+    va_end(again);
+    return message;
+}
+
+void writeWhole(const std::string& line) {
+    std::size_t done = 0;
+    while (done < line.size()) {
+        const ssize_t written = write(STDERR_FILENO, line.data() + done, line.size() - done);
+        if (written > 0) {
+            done += static_cast<std::size_t>(written);
+        } else if (written == 0 || errno != EINTR) {
+            return;  // nowhere to tell it
+        }
+    }
+}
+
+void handOver(const Log::Entry& entry) {
+    Output& out = output();
+    const std::lock_guard<std::mutex> lock(out.mutex);
+    if (out.sink) {
+        out.sink(entry);
+    } else {
+        writeWhole(Log::toLine(entry) += '\n');
+    }
+}
+
+void appendVisible(std::string& line, char character) {
+    static const char digits[] = "0123456789abcdef";
+    const unsigned char byte = static_cast<unsigned char>(character);
+    if (character == '\n') {
+        line += "\\n";
+    } else if (byte < 0x20 || byte == 0x7f) {
+        line += "\\x";
+        line += digits[byte >> 4];
+        line += digits[byte & 0xf];
+    } else {
+        line += character;
+    }
+}
+
+}  // namespace
+
+bool loggingOnAppUni(const char* /*component*/, int level) {
+    return level <= Log::level();
+}
+
+void logAppUni(const char* component, const char* sourceFile, int level, int line,
+               const char* format, ...) {
+    if (level > Log::level() || format == nullptr) {
+        return;
+    }
+    const int errorBefore = errno;  // who logs a failure may look at errno afterwards
+    va_list arguments;
+    va_start(arguments, format);
+    std::string message = formatted(format, arguments);
+    va_end(arguments);
+    handOver({level, component ? component : "", sourceFile ? sourceFile : "", line,
+              std::move(message)});
+    errno = errorBefore;
+}
+
+namespace Log {
+
+int level() {
+    const int known = currentLevel.load(std::memory_order_relaxed);
+    return known != levelUnread ? known : readLevel();
+}
+
+void setLevel(int level) {
+    currentLevel.store(level, std::memory_order_relaxed);
+}
+
+void setSink(Sink sink) {
+    const std::lock_guard<std::mutex> lock(output().mutex);
+    output().sink = std::move(sink);
+}
+
+std::string toLine(const Entry& entry) {
+    const std::size_t last = entry.message.find_last_not_of('\n');
+    const std::size_t length = last == std::string::npos ? 0 : last + 1;
+    std::string line = std::to_string(entry.level);
+    line.reserve(entry.component.size() + entry.source.size() + length + 32);
+    line.append(" ").append(entry.component).append(" ").append(entry.source);
+    line.append(":").append(std::to_string(entry.line)).append(" ");
+    for (std::size_t i = 0; i < length; ++i) {
+        appendVisible(line, entry.message[i]);
+    }
+    return line;
+}
+
+}  // namespace Log

@@ -1,0 +1,165 @@
+#include "ClientUtils.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/// A stream over @p content, whose file is already removed.
+std::ifstream fileOf(const std::string& content) {
+    std::string name = testing::TempDir() + "clientutils-XXXXXX";
+    std::FILE* file = fdopen(mkstemp(name.data()), "w");
+    std::fputs(content.c_str(), file);
+    std::fclose(file);
+    std::ifstream stream(name);
+    std::remove(name.c_str());
+    return stream;
+}
+
+TEST(ClientUtilsTest, StoiTakesTheNumberAtTheFrontAndClampsIt) {
+    const std::pair<const char*, int> rows[] = {{"", 0},
+                                                {"abc", 0},
+                                                {"42", 42},
+                                                {" -7 apples", -7},
+                                                {"010", 10},
+                                                {"0x10", 0},
+                                                {"2147483648", INT_MAX},
+                                                {"-2147483649", INT_MIN},
+                                                {"99999999999999999999999", INT_MAX},
+                                                {"-99999999999999999999999", INT_MIN}};
+    for (const auto& [text, number] : rows) {
+        EXPECT_EQ(number, ClientUtils::stoi(text)) << text;
+    }
+}
+
+TEST(ClientUtilsTest, OnlyOneAndTrueInAnyCaseAreTrue) {
+    const std::pair<const char*, bool> rows[] = {{"1", true},      {"true", true}, {"tRuE", true},
+                                                 {"", false},      {"0", false},   {"11", false},
+                                                 {"true ", false}, {"tru", false}};
+    for (const auto& [text, meaning] : rows) {
+        EXPECT_EQ(meaning, ClientUtils::stob(text)) << text;
+    }
+}
+
+TEST(ClientUtilsTest, JoinPutsTheSeparatorBetweenOnly) {
+    EXPECT_EQ("", ClientUtils::join({}, ", "));
+    EXPECT_EQ(", a, ", ClientUtils::join({"", "a", ""}, ", "));
+}
+
+TEST(ClientUtilsTest, TokenizeKeepsAndTrimsAsToldTo) {
+    const struct {
+        const char* text;
+        const char* separators;
+        bool keepEmpty, trim;
+        Texts pieces;
+    } rows[] = {
+        {"", ",", true, true, {}},
+        {",", ",", true, false, {"", ""}},
+        {"/data//images/", "/", false, false, {"data", "images"}},
+        {"/data//images/", "/", true, false, {"", "data", "", "images", ""}},
+        {" a , ,b", ",", false, false, {" a ", " ", "b"}},
+        {" a , ,b", ",", false, true, {"a", "b"}},
+        {" a , ,b", ",", true, true, {"a", "", "b"}},
+        {"a b;c", "; ", false, false, {"a", "b", "c"}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.pieces,
+                  ClientUtils::tokenizeString(row.text, row.separators, row.keepEmpty, row.trim))
+            << row.text << " at " << row.separators;
+    }
+}
+
+TEST(ClientUtilsTest, EscapedTextComesBackWhole) {
+    const std::string text = "<b=\"c\">&amp; 'x' & \xc3\xbc";
+    const std::string escaped = ClientUtils::escapeXMLString(text);
+    EXPECT_EQ("&lt;b=&quot;c&quot;&gt;&amp;amp; &apos;x&apos; &amp; \xc3\xbc", escaped);
+    EXPECT_EQ(text, ClientUtils::unescapeXMLString(escaped));
+}
+
+TEST(ClientUtilsTest, UnescapeUndoesOneLevelAndLeavesOtherEntities) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"&amp;lt;", "&lt;"},           {"&amp;amp;lt;", "&amp;lt;"}, {"&&lt;&", "&<&"},
+        {"&#10;&nbsp;", "&#10;&nbsp;"}, {"&LT;&lt", "&LT;&lt"},       {"", ""}};
+    for (const auto& [escaped, plain] : rows) {
+        EXPECT_EQ(plain, ClientUtils::unescapeXMLString(escaped)) << escaped;
+    }
+}
+
+TEST(ClientUtilsTest, LinesAreCutAtCommasWithoutABackslash) {
+    const std::pair<const char*, Texts> rows[] = {{"", {}},
+                                                  {"\r", {}},
+                                                  {",", {"", ""}},
+                                                  {"a,b,", {"a", "b", ""}},
+                                                  {"a,b,\r", {"a", "b", ""}},
+                                                  {"a\r,b\r\r", {"a\r", "b\r"}},
+                                                  {"Miller\\, Ann,2", {"Miller, Ann", "2"}},
+                                                  {"a\\,\\,,b", {"a,,", "b"}},
+                                                  {"\\,", {","}},
+                                                  {"a\\\\,b", {"a\\,b"}},
+                                                  {"C:\\dir\\n,b\\", {"C:\\dir\\n", "b\\"}},
+                                                  {"\"a,b\"", {"\"a", "b\""}},
+                                                  {" a ,&lt;", {" a ", "&lt;"}}};
+    for (const auto& [line, expected] : rows) {
+        Texts fields = {"left over"};
+        ClientUtils::splitString(line, fields);
+        EXPECT_EQ(expected, fields) << line;
+    }
+}
+
+TEST(ClientUtilsTest, LinesOfAFileAreReadToTheLastWithoutALineFeed) {
+    std::ifstream stream = fileOf("a,b\r\n\nc\\,d,\nlast");
+    Texts fields;
+    for (const Texts& expected : {Texts{"a", "b"}, Texts{}, Texts{"c,d", ""}, Texts{"last"}}) {
+        EXPECT_TRUE(ClientUtils::readLineFromCsvFileAndParse(stream, fields));
+        EXPECT_EQ(expected, fields);
+    }
+    EXPECT_FALSE(ClientUtils::readLineFromCsvFileAndParse(stream, fields));
+    EXPECT_EQ(Texts{}, fields);
+}
+
+TEST(ClientUtilsTest, HeaderGivesVersionAndPositionsOfTheWantedColumns) {
+    std::ifstream stream = fileOf("#$VERSION=12\r\n#$COLUMNS=Tag,Schema,Item\r\n1,2,3\n");
+    int version = 0;
+    std::vector<int> positions = {9};
+    EXPECT_TRUE(ClientUtils::getVersion(stream, version));
+    EXPECT_EQ(12, version);
+    EXPECT_TRUE(ClientUtils::getColumnPositions(stream, {"Item", "Tag"}, positions));
+    EXPECT_EQ((std::vector<int>{2, 0}), positions);
+}
+
+TEST(ClientUtilsTest, OtherFirstLinesAreNoHeader) {
+    for (const char* content : {"", "\n", "#$VERSION=\n", "#$VERSION=x\n", " #$VERSION=1\n",
+                                "1,2\n#$VERSION=1\n", "#$COLUMNS=\n", "#$COLUMNS=Tags,tag\n"}) {
+        std::ifstream stream = fileOf(content);
+        int version = -1;
+        EXPECT_FALSE(ClientUtils::getVersion(stream, version)) << content;
+        EXPECT_EQ(-1, version) << content;
+        stream = fileOf(content);
+        std::vector<int> positions;
+        EXPECT_FALSE(ClientUtils::getColumnPositions(stream, {"Tag"}, positions)) << content;
+    }
+}
+
+TEST(ClientUtilsTest, PasswordsAreKnownByTheirExactNameAndItsEncryptedForm) {
+    for (const std::string name :
+         {"UserHashedPwd", "UserMD5Hash", "UserPassword", "WSIPassword", "QcuCommunity",
+          "SnmpGetPassword", "SnmpTrapCommunity", "LdapPassword", "PIN", "SIPpassword",
+          "FtpPassword", "LineSipPassword", "DssSipPassword", "BcaSipPassword", "SendUrlPasswd"}) {
+        EXPECT_EQ("*****", ClientUtils::hidePasswordDAS(name, "secret")) << name;
+        EXPECT_EQ("*****", ClientUtils::hidePasswordDAS(name + "Enc", "")) << name;
+        EXPECT_EQ("open", ClientUtils::hidePasswordDAS(name + "EncEnc", "open")) << name;
+    }
+    for (const char* name : {"", "Enc", "pin", "PINs", "UserPasswordenc", "SIPPassword"}) {
+        EXPECT_EQ("open", ClientUtils::hidePasswordDAS(name, "open")) << name;
+    }
+}
+
+}  // namespace
