@@ -29,17 +29,22 @@ std::string toLine(const std::string& path, int error) {
 
 }  // namespace
 
-std::string databaseProblem() {
-    const char* folder = std::getenv("DB_PATH");
-    const std::string prefix = folder == nullptr ? "" : std::string(folder) + "/";
-    const int folderError = problemOf(prefix.empty() ? "." : prefix, true);
+std::vector<std::string> databaseProblems() {
+    const char* const place = std::getenv("DB_PATH");
+    const std::string file = place == nullptr ? "phone.db" : std::string(place) + "/phone.db";
+    const std::string folder = place == nullptr ? "." : *place == 0 ? "/" : place;
+    std::vector<std::string> lines;
+    const int folderError = problemOf(folder, true);
     if (folderError != 0) {
-        return toLine(folder == nullptr ? "." : folder, folderError);
+        lines.push_back(toLine(folder, folderError));
     }
-    const int fileError = problemOf(prefix + "phone.db", false);
-    if (fileError == 0) {
-        return "";
+    if (folderError == ENOENT || folderError == ENOTDIR) {
+        return lines;
     }
-    return toLine(prefix + "phone.db", fileError) +
-           (fileError == ENOENT ? " (a new database is made there)" : "");
+    const int fileError = problemOf(file, false);
+    if (fileError != 0) {
+        const bool isNew = fileError == ENOENT && folderError == 0;
+        lines.push_back(toLine(file, fileError) + (isNew ? " (a new database is made there)" : ""));
+    }
+    return lines;
 }

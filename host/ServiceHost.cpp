@@ -26,8 +26,7 @@ ServiceHost::~ServiceHost() {
 }
 
 bool ServiceHost::start() {
-    const std::string problem = databaseProblem();
-    if (!problem.empty()) {
+    for (const std::string& problem : databaseProblems()) {
         std::cerr << "das: " << problem << std::endl;
     }
     std::string error;

@@ -1,0 +1,398 @@
+"""Runs das as people and programs run it: arguments and input in, answers and exit status out.
+
+Usage: test_das.py DAS sanitizers=NAMES [unittest arguments]
+"""
+import os
+import re
+import shutil
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCES = Path(__file__).resolve().parents[2]
+DAS = Path(sys.argv.pop(1) if len(sys.argv) > 1 else SOURCES / "build/bin/das").resolve()
+SANITIZED = len(sys.argv) > 1 and sys.argv.pop(1) != "sanitizers="
+LIBRARIES = DAS.parent.parent / "lib"
+SERVICE = "libDataAccessService.so"
+PLATFORM = "libdasplatform.so"
+NOBODY = 65534
+
+HEAD = '<?xml version="1.0" encoding="utf-8"?>'
+
+
+def request(reason, content="", schema="FeatureKeys"):
+    return (f'{HEAD}<Schema name="{schema}"><ReasonForMessage>{reason}</ReasonForMessage>'
+            f"{content}</Schema>")
+
+
+def update(label, key=100):
+    escaped = label.replace("&", "&amp;").replace("<", "&lt;")
+    return request("update_request", f"<Id>{key}</Id><Label>{escaped}</Label>")
+
+
+def read_label(key=100):
+    return request("read_request", f"<ResultCols>Label</ResultCols><Id>{key}</Id>")
+
+
+def label_answer(label):
+    return request("read_response", f"<Entry><Label>{label}</Label></Entry>")
+
+
+def failure(schema="FeatureKeys"):
+    return request("failure", schema=schema)
+
+
+READ_ALL = request("read_request")
+UPDATED = request("update_response")
+
+
+class HostTest(unittest.TestCase):
+    """Gives each test a database folder and a device root of its own."""
+
+    maxDiff = 2000
+
+    def setUp(self):
+        self.place = Path(tempfile.mkdtemp(prefix="das-"))
+        self.addCleanup(shutil.rmtree, self.place)
+        self.place.chmod(0o755)
+        self.db = self.place / "db"
+        self.root = self.place / "root"
+        for folder in (self.db, self.root / "data", self.root / "Aurel_Deploy"):
+            folder.mkdir(parents=True)
+
+    def environment(self, **changes):
+        clean = {name: value for name, value in os.environ.items() if not name.startswith("DAS_")}
+        return {**clean, "DB_PATH": str(self.db), "DAS_ROOT": str(self.root), **changes}
+
+    def das(self, *arguments, lines=(), program=DAS, env=None, **more):
+        """Runs das, with lines on its standard input unless that is given otherwise."""
+        if "stdin" not in more:
+            more["input"] = "".join(f"{line}\n" for line in lines).encode()
+        run = subprocess.run([str(program), *map(str, arguments)], env=self.environment(**env or {}),
+                             stdout=more.pop("stdout", subprocess.PIPE), stderr=subprocess.PIPE,
+                             cwd=self.place, check=False, timeout=240, **more)
+        run.errors = run.stderr.decode("utf-8", "replace")
+        run.answers = (run.stdout or b"").decode("utf-8", "replace").split("\n")
+        if run.stdout:
+            self.assertEqual(run.answers.pop(), "", "the last answer has its line feed")
+        return run
+
+    def file(self, name, content):
+        path = self.place / name
+        path.write_bytes(content if isinstance(content, bytes) else content.encode())
+        return path
+
+    def copy_of_tree(self, *libraries):
+        """A copy of the program in another place, with these libraries beside it."""
+        tree = self.place / "tree"
+        (tree / "bin").mkdir(parents=True)
+        (tree / "lib").mkdir()
+        shutil.copy(DAS, tree / "bin")
+        for library in libraries:
+            for part in LIBRARIES.glob(library + "*"):
+                shutil.copy(part, tree / "lib", follow_symlinks=False)
+        return tree / "bin" / DAS.name
+
+
+class CommandLine(HostTest):
+    def test_exit_status_and_output(self):
+        word = self.file("word", "getCurrentUser\n")
+        unknown = self.file("unknown", request("read_request", schema="Nope"))
+        rows = [
+            # name, arguments, lines of input, status, output, part of standard error
+            ("version", ["--version"], [], 0, r"das \d+\.\d+\.\d+\n", ""),
+            ("help", ["--help"], [], 0, ".*--db DIR.*request.*", ""),
+            ("no command", [], [], 2, "", "required"),
+            ("unknown command", ["fly"], [], 2, "", "required"),
+            ("unknown option", ["request", "--fly"], [], 2, "", "--fly"),
+            ("option without value", ["request", "--db"], [], 2, "", "--db"),
+            ("a file less one line feed", ["request", word], [], 0, "base\n", ""),
+            ("a file less one of two line feeds",
+             ["request", self.file("two", "getCurrentUser\n\n")], [], 1, re.escape(failure("")), ""),
+            ("an empty file is a message",
+             ["request", self.file("empty", "")], [], 1, re.escape(failure("")), ""),
+            ("lines, empty ones skipped", ["request"], ["", "getCurrentUser", "", "getCurrentUser"],
+             0, "base\nbase\n", ""),
+            ("no lines", ["request"], [], 0, "", ""),
+            ("files and lines in order", ["request", unknown, "-", word], ["getCurrentUser"], 1,
+             re.escape(failure("Nope")) + "\nbase\nbase\n", ""),
+            ("one failure among others", ["request", word, unknown, word], [], 1,
+             "base\n.*failure.*\nbase\n", ""),
+            ("a file named like the command", ["request", self.file("request", "getCurrentUser")],
+             [], 0, "base\n", ""),
+            ("a missing file", ["request", word, self.place / "gone"], [], 2, "",
+             "gone: No such file or directory"),
+            ("a folder", ["request", word, self.db], [], 2, "", "db: Is a directory"),
+        ]
+        for name, arguments, lines, status, output, errors in rows:
+            with self.subTest(name):
+                run = self.das(*arguments, lines=lines)
+                self.assertEqual(run.returncode, status, run.errors)
+                self.assertIsNotNone(re.fullmatch(f"{output}\n?", run.stdout.decode(), re.DOTALL),
+                                     run.stdout)
+                self.assertIn(errors, run.errors)
+
+    def test_nothing_is_started_when_a_file_cannot_be_read(self):
+        word = self.file("word", "getCurrentUser")
+        self.assertEqual(self.das("request", word, "gone").returncode, 2)
+        self.assertEqual(list(self.db.iterdir()), [])
+
+    def test_options_stand_before_or_behind_the_command(self):
+        for name, place in (("before", lambda options: [*options, "request"]),
+                            ("behind", lambda options: ["request", *options])):
+            with self.subTest(name):
+                db, root = self.place / f"{name}-db", self.place / f"{name}-root"
+                db.mkdir()
+                (root / "data").mkdir(parents=True)
+                (root / "data").chmod(0o700)
+                run = self.das(*place(["--db", db, "--root", root]), lines=["getCurrentUser"])
+                self.assertEqual((run.returncode, run.answers), (0, ["base"]), run.errors)
+                self.assertTrue((db / "phone.db").is_file())
+                self.assertEqual((root / "data").stat().st_mode & 0o777, 0o770)
+        self.assertEqual(list(self.db.iterdir()), [], "the options go before the environment")
+
+
+class Messages(HostTest):
+    def test_values_are_read_back_as_they_were_sent(self):
+        values = ["O'Brien & Sons", "''", "x'); DROP TABLE FEATURE_KEYS; --", '"quoted" < plain',
+                  "<ReasonForMessage>failure</ReasonForMessage>", "Zoë \N{TELEPHONE RECEIVER}",
+                  "m" * 1000000]
+        lines = [line for value in values for line in (update(value), read_label())]
+        run = self.das("request", lines=lines)
+        self.assertEqual(run.answers,
+                         [answer for value in values for answer in (UPDATED, label_answer(value))])
+        self.assertEqual(run.returncode, 0, "a stored text is no failure")
+
+    def test_bad_messages_are_answered_and_the_next_is_served(self):
+        bomb = ('<?xml version="1.0"?><!DOCTYPE b [<!ENTITY a "aaaaaaaaaa">' + "".join(
+            f'<!ENTITY {new} "{f"&{old};" * 10}">' for old, new in zip("abcdefgh", "bcdefghi"))
+            + ']>' + request("update_request", "<Id>100</Id><Label>&i;</Label>")[len(HEAD):])
+        rows = [
+            ("no schema", "<Request/>", failure("")),
+            ("no XML", "hello", failure("")),
+            ("unknown schema", request("read_request", schema="Nope"), failure("Nope")),
+            ("no reason", f'{HEAD}<Schema name="FeatureKeys"></Schema>', failure()),
+            ("unknown reason", request("delete_request", "<Id>100</Id>"), failure()),
+            ("cut off in the reason", READ_ALL[:READ_ALL.index("_request")], failure()),
+            ("cut off in a value", update("cut")[:-len("t</Label></Schema>")], failure()),
+            ("update without a row", request("update_request", "<Label>x</Label>"), failure()),
+            ("crafted row", request("read_request", "<Id>1; DROP TABLE FEATURE_KEYS</Id>"),
+             failure()),
+            ("crafted column", request("read_request", "<ResultCols>Id;--</ResultCols>"),
+             failure()),
+            ("not UTF-8", b"%s" % update("x").encode().replace(b">x<", b">\xff\xfe<"), failure()),
+            ("entity bomb", bomb, failure()),
+        ]
+        word = self.file("word", "getCurrentUser")
+        files = [path for number, (_, message, _) in enumerate(rows)
+                 for path in (self.file(f"message-{number}", message), word)]
+        run = self.das("request", *files, self.file("after", read_label()))
+        self.assertEqual(len(run.answers), len(files) + 1, run.errors)
+        for (name, _, expected), *answers in zip(rows, run.answers[0::2], run.answers[1::2]):
+            with self.subTest(name):
+                self.assertEqual(answers, [expected, "base"])
+        self.assertEqual(run.answers[-1], label_answer(""), "nothing was changed")
+        self.assertEqual(run.returncode, 1)
+
+    def test_an_exception_in_the_service_is_answered_as_failure(self):
+        with sqlite3.connect(self.db / "phone.db") as database:
+            database.execute("CREATE TABLE CANONICAL_LOOK_UP (UserContext TEXT, Id TEXT)")
+            database.execute("INSERT INTO CANONICAL_LOOK_UP VALUES ('base', '0')")
+        database.close()
+        run = self.das("request", lines=[request("read_request", schema="CanonicalLookUp"),
+                                         update("next"), read_label()])
+        self.assertEqual(run.answers, [failure("CanonicalLookUp"), UPDATED, label_answer("next")])
+        self.assertEqual(run.returncode, 1)
+        self.assertRegex(run.errors, r"(?m)^2 das \S+:\d+ .*exception")
+
+
+class Streams(HostTest):
+    def test_standard_output_carries_answers_only(self):
+        run = self.das("request", lines=["getCurrentUser"])
+        self.assertEqual(run.stdout, b"base\n")
+        self.assertIn("DataAccessService::init setting m_currentUser = base\n", run.errors)
+
+    def test_each_line_is_answered_as_it_comes(self):
+        with subprocess.Popen([DAS, "request"], env=self.environment(), stdin=subprocess.PIPE,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as process:
+            for _ in range(2):
+                process.stdin.write(b"getCurrentUser\n")
+                process.stdin.flush()
+                self.assertEqual(process.stdout.readline(), b"base\n")
+            process.stdin.close()
+            self.assertEqual(process.wait(), 0)
+
+    def test_a_reader_that_is_gone_ends_the_run(self):
+        reader, writer = os.pipe()
+        os.close(reader)
+        with open(writer, "wb") as pipe:
+            run = self.das("request", lines=["getCurrentUser", update("late")], stdout=pipe)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("standard output: Broken pipe", run.errors)
+        self.assertEqual(self.das("request", lines=[read_label()]).answers, [label_answer("")],
+                         "what stood behind the lost answer was not sent")
+
+    def test_a_full_device_is_told(self):
+        with open("/dev/full", "wb") as full:
+            run = self.das("request", lines=["getCurrentUser"], stdout=full)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("standard output: No space left on device", run.errors)
+
+    def test_input_that_cannot_be_read_is_told(self):
+        folder = os.open(self.place, os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        run = self.das("request", stdin=folder)
+        self.assertEqual((run.returncode, run.stdout), (2, b""))
+        self.assertIn("standard input: Is a directory", run.errors)
+
+    def test_closed_descriptors_do_no_harm(self):
+        rows = [("input", "<&-", 2, "standard input: Bad file descriptor"),
+                ("output", ">&-", 1, "standard output: Bad file descriptor")]
+        for name, closed, status, errors in rows:
+            with self.subTest(name):
+                run = self.das("-c", f'echo getCurrentUser | {{ "{DAS}" request {closed}; }}',
+                               program="/bin/sh")
+                self.assertEqual((run.returncode, run.stdout), (status, b""), run.errors)
+                self.assertIn(errors, run.errors)
+
+
+class Databases(HostTest):
+    def run_unprivileged(self, lines, **more):
+        """Runs a copy of das that any user can reach as one who has no special rights."""
+        program = self.copy_of_tree(SERVICE, PLATFORM)
+        if os.getuid() == 0:
+            more.update(user=NOBODY, group=NOBODY, extra_groups=[])
+        return self.das("request", lines=lines, program=program, **more)
+
+    def test_a_new_database_is_private(self):
+        run = self.das("request", lines=[READ_ALL])
+        self.assertEqual(run.answers[0].count("<Entry>"), 177)
+        self.assertEqual((self.db / "phone.db").stat().st_mode & 0o777, 0o600)
+        self.assertIn("phone.db: No such file or directory", run.errors)
+        again = self.das("request", lines=[READ_ALL])
+        self.assertEqual(again.answers, run.answers)
+        self.assertNotIn("phone.db:", again.errors, "a good database gets no line")
+
+    def test_without_a_folder_the_working_directory_is_used(self):
+        environment = self.environment()
+        del environment["DB_PATH"]
+        subprocess.run([DAS, "request"], env=environment, input=b"getCurrentUser\n", check=True,
+                       cwd=self.place, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.assertTrue((self.place / "phone.db").is_file())
+
+    def test_a_place_that_cannot_be_used_is_told_and_refused(self):
+        junk = b"no database, " * 100
+        rows = [
+            ("missing folder", lambda db: db.rmdir(), "db: No such file or directory"),
+            ("a file for a folder", lambda db: (db.rmdir(), db.write_bytes(b"")),
+             "db: Not a directory"),
+            ("a folder for a file", lambda db: (db / "phone.db").mkdir(),
+             "phone.db: Is a directory"),
+            ("not a database", lambda db: (db / "phone.db").write_bytes(junk), ""),
+        ]
+        for number, (name, spoil, line) in enumerate(rows):
+            with self.subTest(name):
+                db = self.place / f"{number}" / "db"
+                db.mkdir(parents=True)
+                spoil(db)
+                run = self.das("request", "--db", db, lines=[READ_ALL, "getCurrentUser"])
+                self.assertEqual(run.answers, [failure(), "base"])
+                self.assertEqual(run.returncode, 1)
+                self.assertIn(line, run.errors)
+        self.assertEqual((db / "phone.db").read_bytes(), junk, "a foreign file is left alone")
+
+    def test_a_forbidden_folder_is_told_and_refused(self):
+        self.db.chmod(0o500 if os.getuid() else 0o700)
+        run = self.run_unprivileged([READ_ALL, "getCurrentUser"])
+        self.assertEqual((run.returncode, run.answers), (1, [failure(), "base"]), run.errors)
+        self.assertIn(f"das: {self.db}: Permission denied", run.errors)
+
+    def test_a_read_only_database_is_told_and_read(self):
+        filled = self.das("request", lines=[READ_ALL])
+        (self.db / "phone.db").chmod(0o444)
+        run = self.run_unprivileged([READ_ALL, update("new"), READ_ALL])
+        for path in (self.db, self.db / "phone.db"):
+            self.assertIn(f"das: {path}: Permission denied", run.errors)
+        self.assertEqual(run.answers, [filled.answers[0], failure(), filled.answers[0]])
+        self.assertEqual(run.returncode, 1)
+
+
+class Libraries(HostTest):
+    ALLOWED = {"linux-vdso", "ld-linux", "libc", "libm", "libgcc_s", "libstdc++", "libpthread",
+               "libdl", "libdasplatform", "libsqlite3", "libexpat", "libsodium"}
+    EXPORTED = re.compile(r"create\w+|_ZT[IS]\d+\w+Ifc")
+
+    def output_of(self, *command):
+        return subprocess.run(command, stdout=subprocess.PIPE, check=True, text=True).stdout
+
+    def needs(self, path):
+        found = re.findall(r"^\s*(\S+)(?: => (\S+))?", self.output_of("ldd", path), re.MULTILINE)
+        return {re.match(r"[\w+]+(?:-vdso|-linux)?", Path(name).name)[0]: where
+                for name, where in found}
+
+    def test_a_library_that_cannot_be_loaded_gives_status_3(self):
+        foreign = self.needs(LIBRARIES / PLATFORM)["libexpat"]
+        rows = [("missing", lambda path: None, "cannot open"),
+                ("not a library", lambda path: path.write_text("junk"), "libDataAccessService"),
+                ("another library", lambda path: shutil.copy(foreign, path),
+                 "createDataAccessService")]
+        program = self.copy_of_tree(PLATFORM)
+        for name, prepare, words in rows:
+            with self.subTest(name):
+                prepare(program.parent.parent / "lib" / SERVICE)
+                run = self.das("request", lines=["getCurrentUser"], program=program)
+                self.assertEqual((run.returncode, run.stdout), (3, b""))
+                self.assertRegex(run.errors, f"das: .*can't be loaded: .*{words}")
+                self.assertFalse((self.db / "phone.db").exists())
+
+    def test_the_library_is_found_where_the_loader_looks(self):
+        program = self.copy_of_tree(PLATFORM)
+        run = self.das("request", lines=["getCurrentUser"], program=program,
+                       env={"LD_LIBRARY_PATH": str(LIBRARIES)})
+        self.assertEqual((run.returncode, run.answers), (0, ["base"]), run.errors)
+
+    @unittest.skipIf(SANITIZED, "sanitizers add their own")
+    def test_nothing_but_what_is_meant_is_linked_and_exported(self):
+        for path in (LIBRARIES / SERVICE, LIBRARIES / PLATFORM):
+            self.assertLessEqual(set(self.needs(path)), self.ALLOWED, path.name)
+        self.assertFalse({"libDataAccessService", "libsqlite3"} & set(self.needs(DAS)))
+        listing = self.output_of("nm", "-D", "--defined-only", LIBRARIES / SERVICE)
+        names = {line.split()[-1] for line in listing.splitlines()}
+        self.assertIn("createDataAccessService", names)
+        self.assertEqual({name for name in names if not self.EXPORTED.fullmatch(name)}, set())
+
+    @unittest.skipIf(SANITIZED, "sanitizers add their own")
+    def test_no_path_of_this_machine_stands_in_the_files(self):
+        for path in (DAS, LIBRARIES / SERVICE, LIBRARIES / PLATFORM):
+            self.assertNotIn(str(SOURCES).encode(), path.read_bytes(), path.name)
+
+
+class Examples(HostTest):
+    SHOW = SOURCES / "scripts" / "show-examples"
+
+    def show(self, *files):
+        return self.das(DAS, self.db, self.root, *files, program=self.SHOW)
+
+    def test_the_examples_are_answered_as_they_say(self):
+        run = self.show(*sorted((SOURCES / "examples").iterdir()))
+        self.assertEqual(run.returncode, 0, run.errors)
+        shown = run.stdout.decode()
+        for part in ("177 entries", "<Label>O'Brien & Sons</Label>", 'name="CoffeeMachine"',
+                     "answer (refused)", "\n  base\n", "30:65:;31:64:;"):
+            self.assertIn(part, shown)
+
+    def test_an_unexpected_answer_is_told(self):
+        rows = [("01-good.xml", request("read_request", schema="Nope")),
+                ("02-refused.xml", "getCurrentUser")]
+        for name, message in rows:
+            with self.subTest(name):
+                run = self.show(self.file(name, message))
+                self.assertEqual(run.returncode, 1)
+                self.assertIn(f"unexpected answer to {name}", run.errors)
+
+
+if __name__ == "__main__":
+    unittest.main()
