@@ -115,6 +115,10 @@ std::string DASUtils::escapeAndQuote(const std::string& text) {
     return convertToDBFormat(escapeSqlReservedCharacters(text));
 }
 
+bool DASUtils::isSafeBetweenQuotes(const std::string& value) {
+    return escapeSqlReservedCharacters(unescapeSqlReservedCharacters(value)) == value;
+}
+
 void DASUtils::createXMLStartTag(const std::string& name, std::string& out) {
     appendTag(out, startTagOpening, name);
 }
@@ -156,8 +160,7 @@ bool DASUtils::isPattern(const std::string& text) {
         text.back() != '\'') {
         return false;
     }
-    const std::string inner = text.substr(opening.size(), text.size() - opening.size() - 1);
-    return escapeSqlReservedCharacters(unescapeSqlReservedCharacters(inner)) == inner;
+    return isSafeBetweenQuotes(text.substr(opening.size(), text.size() - opening.size() - 1));
 }
 
 bool DASUtils::columnIsInColumnList(const std::string& name,

@@ -52,6 +52,9 @@ public:
     /// Database form of any text: escaped, then quoted.
     static std::string escapeAndQuote(const std::string& text);
 
+    /// Whether @p value may stand between single quotes as it is: all quotes in it are doubled.
+    static bool isSafeBetweenQuotes(const std::string& value);
+
     static void createXMLStartTag(const std::string& name, std::string& out);
     static void createXMLEndTag(const std::string& name, std::string& out);
 

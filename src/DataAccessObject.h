@@ -221,8 +221,6 @@ protected:
 
     /// The first attribute's value, escaped for SQL; empty when there is none.
     static std::string firstAttribute(const char** attributes);
-    /// Whether @p value may stand between single quotes as it is.
-    static bool isSafeBetweenQuotes(const std::string& value);
 
     DatabaseAdapter* m_dbAdapter = nullptr;  ///< not owned
     std::string m_currentUser;

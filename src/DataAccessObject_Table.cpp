@@ -28,11 +28,6 @@ bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
 
 }  // namespace
 
-bool DataAccessObject::isSafeBetweenQuotes(const std::string& value) {
-    return DASUtils::escapeSqlReservedCharacters(DASUtils::unescapeSqlReservedCharacters(value)) ==
-           value;
-}
-
 int DataAccessObject::createTable() {
     if (m_dbAdapter == nullptr) {
         return 1;
@@ -207,7 +202,7 @@ int DataAccessObject::copyRowsToVisitor(Rows& rows, std::size_t contextIndex,
     for (auto& row : rows) {
         bool copied = true;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            copied = copied && (i == contextIndex || isSafeBetweenQuotes(row[i]));
+            copied = copied && (i == contextIndex || DASUtils::isSafeBetweenQuotes(row[i]));
             row[i] = i == contextIndex ? quotedVisitor() : DASUtils::convertToDBFormat(row[i]);
         }
         if (!copied || m_dbAdapter->insert(table, row, nullptr) != 0) {
@@ -233,7 +228,7 @@ int DataAccessObject::deleteContextData(const std::string& context,
     }
     const bool isQuoted = context.size() >= 2 && context.front() == '\'' &&
                           context.back() == '\'' &&
-                          isSafeBetweenQuotes(context.substr(1, context.size() - 2));
+                          DASUtils::isSafeBetweenQuotes(context.substr(1, context.size() - 2));
     PairList conditions = {{contextColumn, isQuoted ? context : DASUtils::escapeAndQuote(context)}};
     return m_dbAdapter->deleteRow(table, conditions);
 }
@@ -280,7 +275,7 @@ int DataAccessObject::updateItemInTable(const std::string& table, std::vector<st
     PairList conditions;
     PairList newValues;
     for (std::size_t i = 0; i < std::max(names.size(), keyColumns); ++i) {
-        if (!isSafeBetweenQuotes(values.at(i))) {
+        if (!DASUtils::isSafeBetweenQuotes(values.at(i))) {
             DAS_LOG(2, "update failed");
             return 1;
         }
