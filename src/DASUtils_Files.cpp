@@ -97,19 +97,21 @@ bool writeTableOrLog(DatabaseAdapter* adapter, const std::string& table, const s
     return written;
 }
 
+// Cells of a row of "PRAGMA table_info".
+constexpr std::size_t NameCell = 1;
+constexpr std::size_t TypeCell = 2;
+constexpr std::size_t KeyCell = 5;
+
 /// The column of @p table that numbers its rows, empty when there is none. It takes no blank text.
 std::string integerKeyOf(DatabaseAdapter& adapter, const std::string& table) {
-    constexpr std::size_t nameCell = 1;
-    constexpr std::size_t typeCell = 2;
-    constexpr std::size_t keyCell = 5;
     Rows columns;
     if (adapter.executeSQLQuery("PRAGMA table_info(" + table + ");", columns) != 0) {
         return {};
     }
-    const auto isOfKey = [](const auto& column) { return column.at(keyCell) != "0"; };
+    const auto isOfKey = [](const auto& column) { return column.at(KeyCell) != "0"; };
     const auto key = std::find_if(columns.begin(), columns.end(), isOfKey);
     const bool isSingle = std::count_if(columns.begin(), columns.end(), isOfKey) == 1;
-    return isSingle && key->at(typeCell) == DASUtilsStrings::columnTypeInteger ? key->at(nameCell)
+    return isSingle && key->at(TypeCell) == DASUtilsStrings::columnTypeInteger ? key->at(NameCell)
                                                                                : std::string();
 }
 
