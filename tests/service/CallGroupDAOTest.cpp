@@ -1,6 +1,7 @@
 #include "CallGroupDAO.h"
 
 #include "DAOFactory.h"
+#include "DatabaseAdapter.h"
 #include "ServiceTest.h"
 
 namespace {
@@ -9,6 +10,8 @@ using xml::element;
 using xml::entry;
 using xml::reasonOf;
 using xml::valuesOf;
+
+const std::string Visitor = "visitor";
 
 class CallGroupDAOTest : public ServiceTest {
 protected:
@@ -92,19 +95,19 @@ TEST_F(CallGroupDAOTest, SixteenGroupsOutlastEveryChangeOfTheVisitor) {
     groups("read_request");
     for (int visit = 0; visit < 2; ++visit) {
         rename("1", "Mine", "visitor");
-        EXPECT_EQ(dao()->insertDefaultRows("visitor"), 0);
+        EXPECT_EQ(dao()->insertDefaultRows(Visitor), 0);
         EXPECT_EQ(named(), "");
         expectSixteenEach();
         rename("1", "Mine", "visitor");
         EXPECT_EQ(dao()->initialiseMobilityUserData("visitor"), 0);
         EXPECT_EQ(named(), "");
         EXPECT_EQ(dao()->deleteContextData("'visitor'"), 0);
-        EXPECT_EQ(dao()->insertDefaultRows("visitor"), 0);
+        EXPECT_EQ(dao()->insertDefaultRows(Visitor), 0);
         expectSixteenEach();
     }
     (void)service().getAdapter()->executeNonQuery("DROP TABLE CallGroup;");
     m_log.clear();
-    EXPECT_EQ(dao()->insertDefaultRows("visitor"), 0);
+    EXPECT_EQ(dao()->insertDefaultRows(Visitor), 0);
     EXPECT_EQ(m_log.count("no such table"), 1);
     expectSixteenEach();
 }

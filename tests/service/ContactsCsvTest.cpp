@@ -10,6 +10,8 @@ namespace {
 
 class StatusKeeper : public Executable, public LocalMgmtIfc {
 public:
+    void init(Context&) override {}
+    void shutdown() override {}
     bool deleteFile(int, const std::string&) override { return false; }
     void sendStatusToDLS(const ManageableData&) override { told += "to the wrong one;"; }
     void sendStatusToWBM(const ManageableData& status) override {
