@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include <stdexcept>
+#include <utility>
 
 #include "AdapterGuards.h"
 #include "DatabaseAdapter.h"
