@@ -76,6 +76,11 @@ inline bool lockIsFree(DatabaseAdapter& adapter) {
     return free;
 }
 
+/// From here on a locked database is a failure at once.
+inline void waitForNobody(DatabaseAdapter& adapter) {
+    EXPECT_EQ(adapter.executeNonQuery("PRAGMA busy_timeout=0;"), 0);
+}
+
 /// Holds the database of a test like another process: nobody else can read or write.
 class Blocker {
 public:
@@ -94,11 +99,6 @@ private:
 /// A test of an adapter on an empty database.
 class AdapterTest : public PlaceTest {
 protected:
-    /// From here on a locked database is a failure at once.
-    static void waitForNobody(DatabaseAdapter& adapter) {
-        EXPECT_EQ(adapter.executeNonQuery("PRAGMA busy_timeout=0;"), 0);
-    }
-
     RecordingAdapter m_adapter;
 };
 
