@@ -112,7 +112,10 @@ TEST_F(DatabaseAdapterTest, AConnectionInUseStaysOpenButItsFileGoes) {
         static_cast<DatabaseAdapter*>(adapter)->removeDbFile();
         return 0;
     };
-    EXPECT_EQ(m_adapter.actualSQLiteCommandExecution("SELECT 1;", remove, &m_adapter), 0);
+    {
+        AdapterLock lock(m_adapter);
+        EXPECT_EQ(m_adapter.actualSQLiteCommandExecution("SELECT 1;", remove, &m_adapter), 0);
+    }
     GPALSleep::setSleeper({});
     EXPECT_THAT(sleeps, ElementsAre(5U));
     EXPECT_TRUE(m_log.has(3, "DatabaseAdapter::removeDbFile() : sqlite3_close() error occured: "));
