@@ -111,6 +111,19 @@ TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {
     EXPECT_EQ(sql("SELECT * FROM CANONICAL_LOOK_UP"), (Rows{{"base", "0", "kept"}}));
 }
 
+TEST_F(FailureTest, ARequestWaitsForTheOneBeforeIt) {
+    std::future<std::string> other;
+    m_adapter->intercept = [&](const std::string&) {
+        if (!other.valid()) {
+            other = std::async(std::launch::async, [this] { return send("getCurrentUser"); });
+        }
+        EXPECT_EQ(other.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+        return 0;
+    };
+    (void)send("FeatureKeys", "read_request", "<Id>100</Id>");
+    EXPECT_EQ(other.get(), "base");
+}
+
 TEST_F(ThreadsTest, FourThreadsLoseNoRow) {
     constexpr int operations = 2500;
     DataAccessService& shared = service();
