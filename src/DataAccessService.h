@@ -75,7 +75,8 @@ public:
     std::string processRequest(const std::string& message);
 
     /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
-    /// is allowed. The one that is held already stays.
+    /// is allowed. The one that is held already stays. Adapters and DAO factories of before are
+    /// gone: requests are refused until constructorActions.
     void setDbFactory(DbFactoryIfc* factory);
 
     /// Translates management tags; null before the end of init. Owned by the service.
