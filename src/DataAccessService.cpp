@@ -72,9 +72,13 @@ DataAccessService::~DataAccessService() {
 }
 
 void DataAccessService::setDbFactory(DbFactoryIfc* factory) {
-    if (factory != m_dbFactory.get()) {
-        m_dbFactory.reset(factory);
+    if (factory == m_dbFactory.get()) {
+        return;
     }
+    // The adapters go with the factory that made them.
+    m_dbAdapter = nullptr;
+    m_daoFactory = nullptr;
+    m_dbFactory.reset(factory);
 }
 
 void DataAccessService::registerContext(Context& context) {

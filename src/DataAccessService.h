@@ -72,7 +72,8 @@ public:
     std::string processRequest(const std::string& message);
 
     /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
-    /// is allowed. The one that is held already stays.
+    /// is allowed. The one that is held already stays. Adapters and DAO factories of before are
+    /// gone: requests are refused until constructorActions.
     void setDbFactory(DbFactoryIfc* factory);
 
     /// Stores the framework's context; not owned.
