@@ -224,7 +224,6 @@ TEST_F(DASUtilsFilesTest, ALoadInsideATransactionIsTakenBackWithIt) {
 TEST_F(ServiceTest, AFileOfSettingsChangesWhatIsKnownOfThem) {
     const std::string path = "/Aurel_Deploy/DasUpdateValues.csv";
     GeneralConfigurationDAO dao(service().getAdapter());
-    EXPECT_EQ(dao.createTable(), 0);
     for (const char* count : {"0", "1"}) {
         std::string found;
         EXPECT_EQ(dao.getRowCountForItemWithContextInSchema("New", "base", found), 0);
