@@ -143,6 +143,7 @@ TEST_F(DASUtilsFilesTest, ARebuildThatFailsLeavesTheTableAndTheFileWithItsRows) 
         EXPECT_EQ(exists(m_scratch) ? file(m_scratch) : "",
                   each.fileStays ? "Id,A,B\n1,a,b\\,c\n5,o'clock,\n" : "");
         EXPECT_TRUE(m_log.has(each.log));
+        EXPECT_EQ(m_adapter.executeNonQuery("BEGIN; END;"), 0);
         EXPECT_TRUE(lockIsFree(m_adapter));
     }
     struct stat status {};
@@ -192,10 +193,8 @@ TEST_F(DASUtilsFilesTest, ASettingOfAFileIsUpdatedOrInserted) {
                         {"Net", "visitor", "Mask", "new"}}));
     }
     EXPECT_EQ(m_log.count("csv file entry must be 3 or 4 parameters:"), 4);
-    // A count that fails does not decide an insert.
     sql("DROP TABLE GENERAL_CONFIG");
     EXPECT_FALSE(apply("GENERAL_CONFIG", {}));
-    EXPECT_EQ(m_adapter.count("INSERT OR REPLACE INTO GENERAL_CONFIG"), 4);
 }
 
 TEST_F(DASUtilsFilesTest, ValuesOfAFileBecomeRowsOfOtherTables) {

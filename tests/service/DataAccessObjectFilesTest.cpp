@@ -79,6 +79,10 @@ protected:
         return m_dao.exportTable("T", m_path, conditions, version);
     }
 
+    bool isBetweenTransactions() {
+        return m_adapter.executeNonQuery("BEGIN; END;") == 0 && lockIsFree(m_adapter);
+    }
+
     std::string m_path = "/tmp/file.csv";
     std::vector<std::string> m_ab = {"A", "B"};
     InsertingObject m_dao{&m_adapter};
@@ -261,12 +265,16 @@ TEST_F(DataAccessObjectFilesTest, AnImportWithoutAFileOrWithoutACommitFails) {
     const std::function<bool()> ways[] = {
         [&] { return m_dao.importTable("T", m_ab, m_path); },
         [&] { return m_dao.importDataFromFile("T", m_ab, m_path); },
+        [&] { return DASUtils::recreateTableFromFile(&m_adapter, "T", m_path); },
+        [&] {
+            return DASUtils::updateItemsInTableWithValuesFromFile(&m_adapter, "T", m_ab, m_path);
+        },
     };
     for (const auto& way : ways) {
         std::filesystem::remove(onDevice(m_path));
         EXPECT_FALSE(way());
         EXPECT_TRUE(m_log.has(5, "error opening /tmp/file.csv"));
-        put("a,b\n");
+        put("A,B\na,b\n");
         for (const char* statement : {"BEGIN", "END"}) {
             m_adapter.intercept = failing(statement, 1, SQLITE_FULL);
             EXPECT_FALSE(way());
@@ -352,6 +360,6 @@ TEST_F(DataAccessObjectFilesTest, AMigrationThatFailsLeavesTheTableAsItWas) {
         m_adapter.intercept = {};
         EXPECT_EQ(sql("SELECT * FROM T"), each.rows);
         EXPECT_TRUE(m_log.has(each.log));
-        EXPECT_TRUE(lockIsFree(m_adapter));
+        EXPECT_TRUE(isBetweenTransactions());
     }
 }
