@@ -2,8 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <stdexcept>
-
 #include "DataFiles.h"
 #include "ServiceTest.h"
 
@@ -118,48 +116,4 @@ TEST_F(CsvFileTest, WhatCannotBeOpenedIsNotOpen) {
         EXPECT_FALSE(reader.readLine(line));
         EXPECT_FALSE(reader.readFields(fields));
     }
-}
-
-TEST_F(CsvFileTest, LinesWithoutFieldsAreNoRows) {
-    using Comments = CsvReader::Comments;
-    struct {
-        const char* text;
-        Comments comments;
-        Rows rows;
-    } const rows[] = {
-        {"", Comments::AreData, {}},
-        {"\n\n\r\n", Comments::AreData, {}},
-        {"a,b\n\nc", Comments::AreData, {{"a", "b"}, {"c"}}},
-        {"a\\,b,\\,\r\n,\n", Comments::AreData, {{"a,b", ","}, {"", ""}}},
-        {"#a,b\nc\n#", Comments::AreData, {{"#a", "b"}, {"c"}, {"#"}}},
-        {"#a,b\nc\n#", Comments::AreSkipped, {{"c"}}},
-        {" #a\n\n#\n\"#\"", Comments::AreSkipped, {{" #a"}, {"\"#\""}}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        writeFile(onDevice(Path), row.text);
-        CsvReader file(Path, row.comments);
-        Rows found;
-        EXPECT_EQ(file.forEachRow([&](auto& fields) {
-            found.push_back(fields);
-            return 0;
-        }),
-                  0U);
-        EXPECT_EQ(found, row.rows);
-    }
-}
-
-TEST_F(CsvFileTest, ARowThatIsRefusedOrOutOfRangeDoesNotEndTheReading) {
-    writeFile(onDevice(Path), "good\n\nbad\nshort,,\ngood");
-    std::string seen;
-    const auto store = [&](std::vector<std::string>& fields) {
-        seen += fields[0] + " ";
-        if (fields.size() > 1) {
-            throw std::out_of_range("no column");
-        }
-        return fields[0] == "good" ? 0 : 1;
-    };
-    EXPECT_EQ(CsvReader(Path).forEachRow(store), 2U);
-    EXPECT_EQ(seen, "good bad short good ");
-    EXPECT_TRUE(m_log.has(2, "/tmp/file.csv: line 4 is not stored: no column"));
 }

@@ -236,25 +236,24 @@ TEST_F(ServiceTest, AFileOfSettingsChangesWhatIsKnownOfThem) {
 }
 
 TEST_F(ServiceTest, DoorsOfDataFilesLogAndAnswerTrue) {
-    const std::string location = "/tmp/file.csv";
     const auto all = static_cast<eUserCategory>(7);
     DataAccessService unstarted;
-    EXPECT_FALSE(unstarted.exportData("FeatureKeys", base, location));
-    EXPECT_FALSE(unstarted.importData("FeatureKeys", location));
-    EXPECT_FALSE(unstarted.importData("FeatureKeys", visitor, location));
-    EXPECT_EQ(m_log.count("FeatureKeys"), 1);
-    EXPECT_TRUE(service().exportData("FeatureKeys", all, location));
-    EXPECT_TRUE(service().importData("FeatureKeys", location));
-    EXPECT_TRUE(service().importData("FeatureKeys", base, location));
-    EXPECT_TRUE(service().importData("FeatureKeys", visitor, location));
-    EXPECT_TRUE(service().importData("FeatureKeys", all, location));
-    for (const char* text :
-         {"export data, schema = FeatureKeys, for users = 0, location to export to = ",
-          "export data, schema = FeatureKeys, for users = 7, location to export to = ",
-          "import data, schema = FeatureKeys, location to import from = ",
-          "import new base data, schema = FeatureKeys, location to import from = ",
-          "import new visitor data, schema = FeatureKeys, location to import from = "}) {
-        EXPECT_TRUE(m_log.has(5, text + location));
+    for (DataAccessService* each : {&unstarted, &service()}) {
+        const bool started = each != &unstarted;
+        m_log.clear();
+        EXPECT_EQ(each->exportData("FeatureKeys", base, "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", base, "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", visitor, "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", all, "F"), started);
+        EXPECT_TRUE(m_log.has(5,
+                              "export data, schema = FeatureKeys, for users = 0, location to "
+                              "export to = F"));
+        for (const char* what :
+             {"import data", "import new base data", "import new visitor data"}) {
+            const std::string line = ", schema = FeatureKeys, location to import from = F";
+            EXPECT_EQ(m_log.has(5, what + line), started);
+        }
+        EXPECT_EQ(m_log.count("import"), started ? 3 : 0);
     }
-    EXPECT_EQ(m_log.count("import"), 3);
 }

@@ -222,17 +222,6 @@ TEST_F(DataAccessObjectFilesTest, LinesOfAFileAreRowsOfTheColumnsThatTheCallerNa
     }
 }
 
-TEST_F(DataAccessObjectFilesTest, TheBaseUpdatesTheRowsThatAFileNames) {
-    makeTable("T", {"UserContext", "Id", "A"});
-    fill("T", {{"base", "1", "old"}, {"base", "2", "old"}, {"base", "3", "old"}});
-    put("base,1,new\nbase,2,o'clock\nbase,3\n");
-    std::vector<std::string> columns = {"UserContext", "Id", "A"};
-    EXPECT_TRUE(m_updating.importTable("T", columns, m_path));
-    EXPECT_EQ(cell("SELECT group_concat(A, ' ') FROM T"), "new old old");
-    EXPECT_TRUE(m_log.has(2, "update failed"));
-    EXPECT_TRUE(m_log.has(2, "line 3 is not stored"));
-}
-
 TEST_F(DataAccessObjectFilesTest, ShortLinesOfPhoneBookAndCallLogAreFilledUp) {
     struct {
         const char* table;
