@@ -146,14 +146,38 @@ void DataAccessObject::handleRequest(const char* text, int length) {
     m_rowId.clear();
     m_responseUser.clear();
     m_requestContext.clear();
-    if (m_dbAdapter == nullptr) {
-        DAS_LOG(2, "No database adapter for schema '%s'", m_schemaName.c_str());
+    if (!hasAdapter()) {
         m_responseReason = DASUtilsStrings::FailureResponse;
         return;
     }
     handleRequestHelper(text, length, m_startHandler, m_endHandler, m_charHandler, this,
                         m_requestContext, m_responseUser, m_reason, m_responseReason, *m_dbAdapter,
                         m_tableName);
+}
+
+bool DataAccessObject::hasAdapter() const {
+    if (m_dbAdapter == nullptr) {
+        DAS_LOG(2, "No database adapter for schema '%s'", m_schemaName.c_str());
+    }
+    return m_dbAdapter != nullptr;
+}
+
+bool DataAccessObject::parseRequest(const char* text, int length, const RequestParser& parser) {
+    m_newValues.clear();
+    m_requestContext.clear();
+    m_responseReason = DASUtilsStrings::FailureResponse;
+    if (!hasAdapter()) {
+        return false;
+    }
+    XmlHandler handler(this, parser.start, parser.end, parser.characters);
+    if (handler.parseMessage(text, length) != 0) {
+        return true;
+    }
+    if (loggingOnAppUni(parser.logComponent, 2)) {
+        logAppUni(parser.logComponent, LogSource, 2, __LINE__, parser.failureFormat,
+                  text != nullptr ? text : "");
+    }
+    return false;
 }
 
 void DataAccessObject::handleRequestHelper(const char* text, int length,

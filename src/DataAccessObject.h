@@ -28,6 +28,15 @@ struct TableLayout {
     std::vector<std::string> defaultRowIds;
 };
 
+/// How a class with parser callbacks of its own reads a request, and what it logs of a damaged one.
+struct RequestParser {
+    XmlStartHandler start;  ///< the user data of all three is the DataAccessObject
+    XmlEndHandler end;
+    XmlCharacterHandler characters;
+    const char* logComponent;
+    const char* failureFormat;  ///< with one %s for the text of the request
+};
+
 /**
  * The base of every data access object, and a working one for tables that a column list describes.
  *
@@ -196,6 +205,13 @@ public:
     static const char* const xmlSchemaClose;
 
 protected:
+    /**
+     * The first half of handleRequest in a class with parser callbacks of its own: forgets the new
+     * values and the context of an earlier request, and parses. False when the request is damaged
+     * or there is no adapter; this is in the log then, and the response is a failure.
+     */
+    [[nodiscard]] bool parseRequest(const char* text, int length, const RequestParser& parser);
+
     /// One reason that a class serves, and the operation that serves it.
     template <typename Dao>
     struct Operation {
@@ -245,6 +261,7 @@ protected:
     PairList m_newValues;  ///< column and value in database form: of the row, or search terms
 
 private:
+    bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);
     int deleteVisitorItems(const std::string& table, const std::vector<std::string>& items);

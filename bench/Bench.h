@@ -1,0 +1,71 @@
+#ifndef BENCH_H
+#define BENCH_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "DataAccessService.h"
+#include "FloorDatabase.h"
+
+/**
+ * How to add an operation:
+ *
+ *  1. Take the file of its subject, bench/<Subject>Bench.cpp, or begin one and list it in
+ *     bench/CMakeLists.txt. Keep the operations of a file together by
+ *     `const Bench::Registration registration(operations());`
+ *  2. Fill an Operation. `prepare` makes the data through the service; the floor then works on a
+ *     copy of that database file, so both always do the same work on the same pages.
+ *  3. `request` and `statements` make the texts of a round, outside of the measured time. An update
+ *     must write another value in each round: SQLite writes nothing when a cell stays as it is.
+ *  4. `floor` runs the statements of the round and builds the answer by hand, with the helpers of
+ *     FloorDatabase.h. The statements must be those of the service, text by text and one by one;
+ *     `das_bench --statements --filter NAME` shows what the service runs.
+ *  5. A state that the operation uses up is brought back by `reset`: statements that run on both
+ *     databases before each round, outside of the measured time.
+ *
+ * Before anything is measured, and with answers in every round too, the program compares service
+ * and floor byte by byte; a difference ends the operation and makes the exit status 1.
+ */
+namespace Bench {
+
+using Texts = std::vector<std::string>;
+
+/// What the service may take at most. On the disk one of the first two is enough.
+struct Limit {
+    double diskRatio;
+    double diskMicroseconds;  ///< more than the floor; 0 when the ratio alone counts
+    double memoryRatio;
+};
+
+struct Operation {
+    std::string name;
+    Limit limit;
+    /// Makes the data, once for each place.
+    std::function<void(DataAccessService&)> prepare;
+    /// Statements before each round; none when empty.
+    std::function<Texts(int round)> reset;
+    /// What `service` gets.
+    std::function<std::string(int round)> request;
+    /// What `floor` gets: the texts that the service will run, in order.
+    std::function<Texts(int round)> statements;
+    std::function<std::string(FloorDatabase&, const Texts& statements)> floor;
+    /// The measured operation; a request when empty.
+    std::function<std::string(DataAccessService&, const std::string& request)> service;
+};
+
+/// Keeps operations for the run of the program; one object at namespace scope in each file.
+class Registration {
+public:
+    explicit Registration(const std::vector<Operation>& operations);
+};
+
+/// All operations that were registered.
+const std::vector<Operation>& operations();
+
+/// A request text: header, schema, reason, and @p body behind them.
+std::string message(const std::string& schema, const std::string& reason, const std::string& body);
+
+}  // namespace Bench
+
+#endif

@@ -1,0 +1,59 @@
+#ifndef REPORT_H
+#define REPORT_H
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Bench.h"
+#include "Output.h"
+
+namespace Bench {
+
+/// Medians of one operation in one place.
+struct Result {
+    std::string operation;
+    std::string place;
+    double serviceMicroseconds;
+    double floorMicroseconds;
+    std::int64_t rounds;
+    Limit limit;
+    bool onDisk;
+
+    double ratio() const { return serviceMicroseconds / floorMicroseconds; }
+    double limitRatio() const { return onDisk ? limit.diskRatio : limit.memoryRatio; }
+    bool isWithinLimit() const;
+};
+
+/// Prints an aligned line for each result as soon as it is there, and keeps all of them.
+class Report : public benchmark::BenchmarkReporter {
+public:
+    /// @p output takes the lines; not owned.
+    explicit Report(Output& output) : m_output(output) {}
+
+    bool ReportContext(const Context& context) override;
+    /// Prints what was added since the last time, or why there is nothing.
+    void ReportRuns(const std::vector<Run>& runs) override;
+
+    /// The result of the present run; a later one of the same run replaces it.
+    void set(const Result& result) { m_present = result; }
+
+    /// Whether every operation could be measured.
+    bool isGood() const { return m_good; }
+    /// Writes all results; false when the file can't be written.
+    bool writeJson(const std::string& path) const;
+
+private:
+    void print(const std::string& line);
+
+    Output& m_output;
+    Result m_present{};
+    std::vector<Result> m_results;
+    bool m_good = true;
+};
+
+}  // namespace Bench
+
+#endif

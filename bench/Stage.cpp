@@ -1,0 +1,132 @@
+#include "Stage.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+
+#include "DatabaseAdapter.h"
+#include "StatementRecord.h"
+
+namespace Bench {
+
+namespace {
+
+std::filesystem::path makeFolder(const std::filesystem::path& place) {
+    std::string name = (place / "das_bench-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw std::filesystem::filesystem_error("mkdtemp", name,
+                                                std::error_code(errno, std::generic_category()));
+    }
+    return name;
+}
+
+double microseconds(const std::function<void()>& work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin)
+        .count();
+}
+
+std::string difference(const Texts& service, const Texts& floor) {
+    const std::size_t common = std::min(service.size(), floor.size());
+    for (std::size_t i = 0; i <= common; ++i) {
+        const std::string ours = i < service.size() ? service[i] : "nothing more";
+        const std::string theirs = i < floor.size() ? floor[i] : "nothing more";
+        if (ours != theirs) {
+            return "statement " + std::to_string(i) + ": service: " + ours + ", floor: " + theirs;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+Stage::Stage(const Operation& operation, const std::filesystem::path& place)
+    : m_operation(operation), m_folder(makeFolder(place)) {
+    for (const char* folder : {"service", "floor", "root/data", "root/tmp", "root/Aurel_Deploy"}) {
+        std::filesystem::create_directories(m_folder / folder);
+    }
+    ::setenv("DB_PATH", (m_folder / "service").c_str(), 1);
+    ::setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
+    m_service = std::make_unique<DataAccessService>();
+    m_service->init(m_context);
+    m_serviceHandle = StatementRecord::lastOpened();
+    m_operation.prepare(*m_service);
+    // Between requests no transaction is open: the file is whole.
+    std::filesystem::copy(m_folder / "service" / "phone.db", m_folder / "floor" / "phone.db");
+    m_floor = std::make_unique<FloorDatabase>(m_folder / "floor" / "phone.db");
+}
+
+Stage::~Stage() {
+    m_floor.reset();
+    m_service.reset();
+    std::error_code ignored;  // what is left behind does no harm to the next stage
+    std::filesystem::remove_all(m_folder, ignored);
+}
+
+void Stage::begin() {
+    ++m_round;
+    if (m_operation.reset) {
+        for (const std::string& sql : m_operation.reset(m_round)) {
+            if (m_service->getAdapter()->executeNonQuery(sql) != 0 && m_failure.empty()) {
+                m_failure = sql + ": " + m_service->getAdapter()->getError();
+            }
+            m_floor->run(sql);
+        }
+    }
+    m_request = m_operation.request(m_round);
+    m_statements = m_operation.statements(m_round);
+    m_serviceAnswer = std::string();
+    m_floorAnswer = std::string();
+}
+
+void Stage::runService() {
+    m_serviceAnswer = m_operation.service ? m_operation.service(*m_service, m_request)
+                                          : m_service->processRequest(m_request);
+}
+
+void Stage::runFloor() {
+    m_floorAnswer = m_operation.floor(*m_floor, m_statements);
+}
+
+void Stage::checkAnswers() {
+    if (!m_failure.empty()) {
+        return;
+    }
+    if (!m_floor->failure().empty()) {
+        m_failure = m_floor->failure();
+    } else if (m_serviceAnswer != m_floorAnswer) {
+        m_failure =
+            "the answers differ\nservice: " + m_serviceAnswer + "\nfloor:   " + m_floorAnswer;
+    }
+}
+
+std::vector<std::string> Stage::recordService() {
+    begin();
+    return StatementRecord::of(m_serviceHandle, [this] { runService(); });
+}
+
+std::string Stage::compare() {
+    const Texts service = recordService();
+    const Texts floor = StatementRecord::of(m_floor->handle(), [this] { runFloor(); });
+    checkAnswers();
+    return m_failure.empty() ? difference(service, floor) : m_failure;
+}
+
+Pair Stage::measure() {
+    begin();
+    Pair pair;
+    const auto service = [&] { pair.service = microseconds([this] { runService(); }); };
+    const auto floor = [&] { pair.floor = microseconds([this] { runFloor(); }); };
+    if (m_round % 2 == 0) {
+        service();
+        floor();
+    } else {
+        floor();
+        service();
+    }
+    checkAnswers();
+    return pair;
+}
+
+}  // namespace Bench

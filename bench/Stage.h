@@ -1,0 +1,70 @@
+#ifndef STAGE_H
+#define STAGE_H
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "Bench.h"
+#include "Context.h"
+
+namespace Bench {
+
+/// Microseconds of one round.
+struct Pair {
+    double service = 0;
+    double floor = 0;
+};
+
+/**
+ * One operation in one place: the service on its database and the floor on a copy of it, in a new
+ * folder that goes with the stage. DB_PATH and DAS_ROOT name that folder as long as it is the last
+ * stage that was made; there is one at a time.
+ */
+class Stage {
+public:
+    /// Makes the folder below @p place and the data of @p operation, which must outlive the stage.
+    Stage(const Operation& operation, const std::filesystem::path& place);
+    ~Stage();
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
+
+    /// Runs one round with records. What differs between service and floor; empty when nothing.
+    std::string compare();
+
+    /// What the service does in a round, as StatementRecord shows it.
+    std::vector<std::string> recordService();
+
+    /// Runs one round: both sides one after the other, each first in every second round.
+    Pair measure();
+
+    /// Why measure() gives no numbers any more; empty while it does.
+    const std::string& failure() const { return m_failure; }
+
+private:
+    struct NoServices : Context {
+        Executable* findService(const std::string&) override { return nullptr; }
+    };
+
+    void begin();
+    void runService();
+    void runFloor();
+    void checkAnswers();
+
+    const Operation& m_operation;
+    const std::filesystem::path m_folder;
+    NoServices m_context;
+    std::unique_ptr<DataAccessService> m_service;
+    sqlite3* m_serviceHandle = nullptr;  ///< not owned
+    std::unique_ptr<FloorDatabase> m_floor;
+    int m_round = 0;
+    std::string m_request;
+    Texts m_statements;
+    std::string m_serviceAnswer;
+    std::string m_floorAnswer;
+    std::string m_failure;
+};
+
+}  // namespace Bench
+
+#endif

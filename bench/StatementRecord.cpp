@@ -1,0 +1,59 @@
+#include "StatementRecord.h"
+
+#include <sqlite3.h>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+sqlite3* newest = nullptr;
+Lines* current = nullptr;  ///< where errors go; null outside of a record
+
+int onOpen(sqlite3* db, char**, const sqlite3_api_routines*) {
+    newest = db;
+    return SQLITE_OK;
+}
+
+void onError(void*, int, const char* text) {
+    if (current != nullptr) {
+        current->push_back(std::string("error ") + text);
+    }
+}
+
+int onRun(unsigned, void* lines, void*, void* text) {
+    static_cast<Lines*>(lines)->push_back(std::string("run ") + static_cast<const char*>(text));
+    return 0;
+}
+
+int onPrepare(void* lines, int action, const char* name, const char* detail, const char*,
+              const char*) {
+    std::string line = "prepare " + std::to_string(action);
+    for (const char* text : {name, detail}) {
+        line += text != nullptr ? std::string(" ") + text : std::string();
+    }
+    static_cast<Lines*>(lines)->push_back(std::move(line));
+    return SQLITE_OK;
+}
+
+}  // namespace
+
+void StatementRecord::install() {
+    sqlite3_config(SQLITE_CONFIG_LOG, onError, nullptr);
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(onOpen));
+}
+
+sqlite3* StatementRecord::lastOpened() {
+    return newest;
+}
+
+std::vector<std::string> StatementRecord::of(sqlite3* db, const std::function<void()>& work) {
+    Lines lines;
+    current = &lines;
+    sqlite3_trace_v2(db, SQLITE_TRACE_STMT, onRun, &lines);
+    sqlite3_set_authorizer(db, onPrepare, &lines);
+    work();
+    sqlite3_set_authorizer(db, nullptr, nullptr);
+    sqlite3_trace_v2(db, 0, nullptr, nullptr);
+    current = nullptr;
+    return lines;
+}
