@@ -307,7 +307,8 @@ std::vector<std::string> CallLogDAO::valuesOf(std::size_t index) const {
     std::vector<std::string> values;
     values.reserve(2 + EntryColumnCount + places * CallLogColumns::FieldCount);
     values.push_back(DASUtils::convertToDBFormat(m_responseUser));
-    values.push_back(m_numbers.valueOf(index, entry.values[0]));
+    values.push_back(entry.values[0].empty() ? m_numbers.valueOf(index)
+                                             : DASUtils::convertToDBFormat(entry.values[0]));
     values.push_back(DASUtils::convertToDBFormat(CallLogWriter::categoryOf(m_kind)));
     for (std::size_t i = 1; i < EntryColumnCount; ++i) {
         values.push_back(DASUtils::convertToDBFormat(entry.values[i]));
