@@ -39,6 +39,9 @@ const SchemaRow Schemas[] = {
     {&CallLogAndPhoneBookSchema, CallLogWriter::AllWithContacts},
 };
 
+const char* const callElement = "Item";
+const char* const listElement = "LogList";
+
 /// Elements that fill a field beside the one of its name.
 struct Alias {
     const char* element;
@@ -182,7 +185,8 @@ void CallLogDAO::startElement(const char* name, const char** attributes) {
     m_request.startElement(name, attributes);
     if (ListRequest::isEntry(name)) {
         m_entry = {};
-    } else if (std::strcmp(name, "Item") == 0) {
+        m_entry.calls.reserve(CallLogColumns::Places);
+    } else if (std::strcmp(name, callElement) == 0) {
         m_call = {};
     }
 }
@@ -193,27 +197,26 @@ void CallLogDAO::characters(const char* text, int length) {
 
 void CallLogDAO::endElement(const char* name) {
     const int element = m_request.endElement(name);
-    if (ListRequest::isEntry(name)) {
-        m_entries.push_back(std::move(m_entry));
-        m_entry = {};
-    } else if (std::strcmp(name, "Item") == 0) {
+    if (element != ListRequest::NoField) {
+        setField(static_cast<std::size_t>(element));
+    } else if (std::strcmp(name, callElement) == 0) {
         m_entry.calls.push_back(std::move(m_call));
-        m_call = {};
-    } else if (std::strcmp(name, "LogList") == 0) {
+    } else if (std::strcmp(name, listElement) == 0) {
         m_entry.namesAllPlaces = true;
+    } else if (ListRequest::isEntry(name)) {
+        m_entries.push_back(std::move(m_entry));
     }
-    if (element == ListRequest::NoField) {
+}
+
+void CallLogDAO::setField(std::size_t element) {
+    if (element < EntryColumnCount) {
+        m_entry.values[element] = m_request.text();
         return;
     }
-    const auto place = static_cast<std::size_t>(element);
-    if (place < EntryColumnCount) {
-        m_entry.values[place] = m_request.text();
-        return;
-    }
-    const std::size_t field = place - EntryColumnCount;
-    const bool isAlias = field >= CallLogColumns::FieldCount;
-    m_call[isAlias ? Aliases[field - CallLogColumns::FieldCount].field
-                   : static_cast<Field>(field)] = m_request.text();
+    const std::size_t field = element - EntryColumnCount;
+    m_call[field < CallLogColumns::FieldCount ? static_cast<Field>(field)
+                                              : Aliases[field - CallLogColumns::FieldCount].field] =
+        m_request.text();
 }
 
 // Operations --------------------------------------------------------------------------------------

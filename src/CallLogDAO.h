@@ -127,6 +127,8 @@ private:
     /// The column that a word of ResultCols names, of those that a request can set.
     static std::optional<CallLogColumns::RowColumn> entryColumn(const std::string& word);
 
+    /// Takes the text of a field that ended, by its place among requestElements.
+    void setField(std::size_t element);
     int writeWithTable();
     int importRow(const std::string& context, std::vector<std::string>& fields);
     int writeEntry(std::size_t index);
