@@ -19,8 +19,8 @@ public:
     void keep(std::size_t entry, long long number);
 
 private:
-    std::vector<long long> m_numbers;
-    long long m_highest = 0;
+    std::vector<long long> m_numbers;  ///< by entry; 0 for none
+    long long m_highest = 0;           ///< of those that were ever kept
 };
 
 #endif
