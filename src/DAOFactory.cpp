@@ -4,6 +4,8 @@
 #include <iterator>
 
 #include "CallGroupDAO.h"
+#include "CallLogDAO.h"
+#include "ConversationsDAO.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessObject.h"
 #include "GeneralConfigurationDAO.h"
@@ -36,7 +38,9 @@ const ClassRow ClassRows[] = {
     {&CallGroupSchema, Match::Equal, make<CallGroupDAO>},
     // In front of the call log, whose name this one contains.
     {&CallLogSettingsSchema, Match::Equal, make<GeneralConfigurationDAO>},
+    {&CallLogSchema, Match::Contains, make<CallLogDAO>},
     {&PhoneBookSchema, Match::Equal, make<PhonebookDAO>},
+    {&ConversationsSchema, Match::Equal, make<ConversationsDAO>},
 };
 
 /// Schemas that are rows of the general configuration table; tried last.
