@@ -262,6 +262,15 @@ int DataAccessObject::readRequest() {
                                  m_responseUser, m_rowId, m_tableName, *m_dbAdapter);
 }
 
+std::vector<std::string> DataAccessObject::reasons() const {
+    return {DASUtilsStrings::UpdateRequest, DASUtilsStrings::ReadRequest};
+}
+
+std::string DataAccessObject::contextInForce() const {
+    return m_requestContext.empty() ? DASUtils::escapeSqlReservedCharacters(m_currentUser)
+                                    : m_requestContext;
+}
+
 std::string DataAccessObject::schemaName() {
     return m_schemaName;
 }
