@@ -180,6 +180,12 @@ bool DataAccessObject::parseRequest(const char* text, int length, const RequestP
     return false;
 }
 
+bool DataAccessObject::settleUser() {
+    m_responseUser = m_requestContext.empty() ? DASUtils::escapeSqlReservedCharacters(m_currentUser)
+                                              : m_requestContext;
+    return !m_responseUser.empty();
+}
+
 void DataAccessObject::handleRequestHelper(const char* text, int length,
                                            XmlStartHandler startHandler, XmlEndHandler endHandler,
                                            XmlCharacterHandler charHandler, DataAccessObject* dao,
@@ -264,11 +270,6 @@ int DataAccessObject::readRequest() {
 
 std::vector<std::string> DataAccessObject::reasons() const {
     return {DASUtilsStrings::UpdateRequest, DASUtilsStrings::ReadRequest};
-}
-
-std::string DataAccessObject::contextInForce() const {
-    return m_requestContext.empty() ? DASUtils::escapeSqlReservedCharacters(m_currentUser)
-                                    : m_requestContext;
 }
 
 std::string DataAccessObject::schemaName() {

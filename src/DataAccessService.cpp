@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "ClientUtils.h"
+#include "Context.h"
 #include "CriticalSection.h"
 #include "DAOFactory.h"
 #include "DASListenerIfc.h"
@@ -16,7 +17,9 @@
 #include "DASUtilsStrings.h"
 #include "DatabaseAdapter.h"
 #include "DbFactory.h"
+#include "Executable.h"
 #include "GenConfigDeviceDataItems.h"
+#include "LocalMgmtIfc.h"
 #include "Logging.h"
 #include "NULLDataAccessObject.h"
 #include "Storage.h"
@@ -27,11 +30,14 @@ constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DataAccessService";
 
 const char* const deviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
+const char* const managementName = "LocalMgmtIfc";
 const char* const dataDirectory = "/data";
 constexpr mode_t dataDirectoryMode = 0770;
 
 const char* const currentUserWord = "getCurrentUser";
 const char* const defaultKeyDataWord = "getDefaultKeyData";
+const char* const saveContactsWord = "saveContactsToCSV";
+const char* const saveContactsAnswer = "endOfSaveContactsToCSVRequest";
 const char* const readTraceFlagWord = "getWhetherRequestContentShowableOnTheAurelTrace";
 const char* const setTraceFlagWord = "setWhetherRequestContentShowableOnTheAurelTrace";
 
@@ -191,6 +197,9 @@ bool DataAccessService::answerServiceWord(const char* message, std::string& answ
         } else {
             answer = factory->getDefaultFeatureKeyData();
         }
+    } else if (std::strcmp(message, saveContactsWord) == 0) {
+        saveContactsToCSV();
+        answer = saveContactsAnswer;
     } else if (std::strcmp(message, readTraceFlagWord) == 0) {
         answer = answerTraceWord(false, message);
     } else if (std::strncmp(message, setTraceFlagWord, std::strlen(setTraceFlagWord)) == 0) {
@@ -246,6 +255,17 @@ std::unique_ptr<DataAccessObject> DataAccessService::createDao(const std::string
     std::unique_ptr<DataAccessObject> dao(factory->createDAOInstance(schema));
     dao->setCurrentUser(currentUser());
     return dao;
+}
+
+bool DataAccessService::findACMS() {
+    Context* context = m_context;
+    Executable* found = context != nullptr ? context->findService(managementName) : nullptr;
+    if (found == nullptr) {
+        DAS_LOG(2, "No LocalMgmtIfc");
+    } else {
+        m_localMgmt = dynamic_cast<LocalMgmtIfc*>(found);
+    }
+    return m_localMgmt.load() != nullptr;
 }
 
 bool DataAccessService::createPhonenumberIndices() {

@@ -14,6 +14,7 @@
 #include "Service.h"
 
 class DataAccessObject;
+class LocalMgmtIfc;
 
 /**
  * The service: it owns the database and routes each request to an object that lives for it.
@@ -92,6 +93,24 @@ public:
     /// Tells each listener, in the order of registration, which user is current.
     void notifyListenersOfProfileChange() const;
 
+    /**
+     * Asks the context for the management service and keeps what it gives. Whether there is one:
+     * when the context has none, one that was found earlier still counts.
+     */
+    bool findACMS();
+
+    /// Writes the contacts of all users to "/tmp/VX_contacts.csv", or to the file @p path of the
+    /// telephone, and tells web management whether the file is there.
+    void saveContactsToCSV();
+    void saveContactsToCSV(const std::string& path);
+
+    /// Whether the file @p path of the telephone can be opened for reading.
+    bool doesFileExist(const std::string& path);
+
+    /// Tells web management whether the contacts file @p path is there; one that an earlier run
+    /// left counts, which is kept on purpose.
+    void notifyWBM(const std::string& path);
+
 private:
     /// Last step of the start: settles the user.
     void initInternal();
@@ -116,8 +135,9 @@ private:
     Semaphore m_directorySema;
     Semaphore m_requestSema;
     mutable std::mutex m_listenersMutex;
-    std::vector<DASListenerIfc*> m_listeners;  ///< not owned
-    std::atomic<Context*> m_context{nullptr};  ///< not owned
+    std::vector<DASListenerIfc*> m_listeners;         ///< not owned
+    std::atomic<Context*> m_context{nullptr};         ///< not owned
+    std::atomic<LocalMgmtIfc*> m_localMgmt{nullptr};  ///< what findACMS found; not owned
 };
 
 #endif

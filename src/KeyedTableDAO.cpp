@@ -96,8 +96,9 @@ void KeyedTableDAO::handleRequest(const char* text, int length) {
         return;
     }
     checkTable();
-    m_responseUser = contextInForce();
-    serve();
+    if (settleUser() || !isOfUser()) {
+        serve();
+    }
 }
 
 void KeyedTableDAO::serve() {
@@ -109,8 +110,9 @@ void KeyedTableDAO::serve() {
 }
 
 void KeyedTableDAO::checkTable() {
-    const bool needsNothing = defaultRowIds().empty() && m_dbAdapter->isKnownToBeEmpty(m_tableName);
-    if (!needsNothing) {
+    if (defaultRowIds().empty()) {
+        (void)createMissingTable();  // a failure is in the log
+    } else {
         DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
     }
 }

@@ -75,7 +75,7 @@ public:
 
 protected:
     /// Brings the table into a form that can serve; failures are in the log and the request goes
-    /// on. Here: makes a table that has no rows.
+    /// on. Here: makes a missing table, and fills an empty one with its default rows.
     virtual void checkTable();
     /// Runs the operation of the reason.
     virtual void serve();

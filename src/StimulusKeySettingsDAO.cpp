@@ -98,7 +98,7 @@ void StimulusKeySettingsDAO::handleRequest(const char* text, int length) {
         return;
     }
     DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
-    m_responseUser = contextInForce();
+    (void)settleUser();  // a user without a name has no rows
     dispatch(*this, operations);
 }
 
