@@ -1,6 +1,7 @@
 #ifndef DATAACCESSOBJECT_H
 #define DATAACCESSOBJECT_H
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -313,6 +314,16 @@ protected:
 
     /// Column and type of each column, in order.
     PairList namesAndTypes() const;
+
+    /**
+     * Gives each line of a file with one user's rows to @p store, in one transaction; what it takes
+     * and returns is that of CsvReader::forEachRow. If the file opens, @p prepare runs before the
+     * first line, in the same transaction. 1 when the file did not open or what was read could not
+     * be committed; lines that were refused do not count.
+     */
+    int importRowsOfUser(const std::string& location,
+                         const std::function<int(std::vector<std::string>&)>& store,
+                         const std::function<void()>& prepare = {});
 
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.

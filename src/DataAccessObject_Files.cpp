@@ -219,22 +219,36 @@ int DataAccessObject::importDataForUser(const std::string& location, eUserCatego
     if (!m_layout->hasDataFiles || !hasColumn(DASUtilsStrings::UserContextTagName)) {
         return 0;
     }
-    DAS_LOG(5, "Opening %s", location.c_str());
-    CsvReader file(location);
-    std::vector<std::string> names;
-    if (!file.isOpen() || !prepareImport(names)) {
-        DAS_LOG(5, "error opening %s", location.c_str());
-        return 1;
-    }
     const std::string& user = category == eUserCategory::visitor
                                   ? DASUtilsStrings::UserContextVisitor
                                   : DASUtilsStrings::UserContextBase;
-    (void)initialiseMobilityUserData(user);  // a table without rows is a failure there
-    TransactionGuard transaction(*m_dbAdapter);
-    (void)file.forEachRow([&](auto& fields) {  // a row that failed is in the log, the others stay
+    std::vector<std::string> names;
+    if (!prepareImport(names)) {
+        return 1;
+    }
+    const auto store = [&](std::vector<std::string>& fields) {
         fields.at(0) = user;
         return updateItemInTable(m_tableName, names, fields);
+    };
+    return importRowsOfUser(location, store, [&] {
+        (void)initialiseMobilityUserData(user);  // a table without rows is a failure there
     });
+}
+
+int DataAccessObject::importRowsOfUser(const std::string& location,
+                                       const std::function<int(std::vector<std::string>&)>& store,
+                                       const std::function<void()>& prepare) {
+    DAS_LOG(5, "Opening %s", location.c_str());
+    CsvReader file(location);
+    if (!file.isOpen() || m_dbAdapter == nullptr) {
+        DAS_LOG(5, "error opening %s", location.c_str());
+        return 1;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    if (prepare) {
+        prepare();
+    }
+    (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
     DAS_LOG(5, "Scanning complete");
     return transaction.end() == 0 ? 0 : 1;
 }

@@ -114,6 +114,8 @@ public:
     void notifyWBM(const std::string& path);
 
 private:
+    /// Whom to hand a status item; null, and a log line, when there is no management service.
+    LocalMgmtIfc* managementForStatus();
     /// Last step of the start: settles the user.
     void initInternal();
     bool answerServiceWord(const char* message, std::string& answer);
