@@ -16,7 +16,6 @@ void DeviceDataReader::readFile(const std::string& path) {
         processLine();
     }
     m_stream.close();
-    m_stream.clear();
 }
 
 void DeviceDataReader::processLine() {

@@ -1,8 +1,11 @@
 #include "GeneralConfigurationDAO.h"
 
 #include <functional>
+#include <sstream>
+#include <thread>
 
 #include "DAOFactory.h"
+#include "DASMigrator.h"
 #include "DatabaseAdapter.h"
 #include "ServiceTest.h"
 
@@ -162,12 +165,17 @@ TEST_F(GeneralConfigurationDAOTest, KnownRowsCostOneStatementEach) {
     EXPECT_EQ(countsAsked(), 20) << "what was written or read is not counted again";
     EXPECT_EQ(m_log.count("UPDATE GENERAL_CONFIG"), 40);
     m_log.clear();
-    // Texts that a read with a context brings are no names, and rows of more names may be others'.
+    // Rows that a read of more names brings may be those of other schemas.
     GeneralConfigurationDAO::clearStaticCaches();
-    dataOf(Read, xml::context("base", ""));
     dataOf(Read, "<ResultCols>Item0 Item1</ResultCols>");
     reasonOf(Update, item("x", "Item0") + item("y", "Item1"));
     EXPECT_EQ(countsAsked(), 2);
+}
+
+TEST_F(GeneralConfigurationDAOTest, NamesAndValuesOfOneUserAreNotTakenForUsersAndItems) {
+    reasonOf(Write, item("Volume", "visitor"));
+    EXPECT_NE(dataOf(Read, xml::context("base", "")), "");
+    EXPECT_EQ(reasonOf(Write, xml::context("visitor", item("1"))), "write_response");
 }
 
 TEST_F(GeneralConfigurationDAOTest, StaleCountsLastUntilTheCacheIsEmptied) {
@@ -219,11 +227,27 @@ TEST_F(GeneralConfigurationDAOTest, ChangesOfUserDataEmptyTheCache) {
     EXPECT_EQ(table(), "AudioSettings|base|Tone|kept;AudioSettings|visitor|Tone|kept;");
 }
 
+TEST_F(GeneralConfigurationDAOTest, UserDataMayBeDeletedBesideRequests) {
+    const std::string body = xml::context("visitor", item("1"));
+    std::thread door([this] {
+        for (int i = 0; i < 50; ++i) {
+            dao()->deleteContextData("visitor");
+            GeneralConfigurationDAO::clearStaticCaches();
+        }
+    });
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(reasonOf(Update, body), "update_response");
+    }
+    door.join();
+    EXPECT_EQ(reasonOf(Update, body), "update_response");
+    EXPECT_EQ(table(), "AudioSettings|visitor|Volume|1;");
+}
+
 TEST_F(GeneralConfigurationDAOTest, FailedCountWritesNothingAndIsNotRemembered) {
     sql("ALTER TABLE GENERAL_CONFIG RENAME TO AWAY");
     EXPECT_EQ(reasonOf(Write, item("1")), "failure");
     EXPECT_EQ(reasonOf(Update, item("1")), "failure");
-    EXPECT_FALSE(m_log.has("INSERT"));
+    EXPECT_FALSE(m_log.has("INSERT") || m_log.has("UPDATE GENERAL_CONFIG"));
     sql("ALTER TABLE AWAY RENAME TO GENERAL_CONFIG");
     EXPECT_EQ(reasonOf(Write, item("2")), "write_response");
 }
@@ -268,8 +292,12 @@ TEST_F(GeneralConfigurationDAOTest, TextsThatLookLikeSqlStayTexts) {
     const std::string row = xml::context(sqlText, item(sqlText));
     EXPECT_NE(under(Read, "").find("<Schema name=\"" + sqlText + "\">"), std::string::npos);
     EXPECT_NE(under(Read, "").find("</ReasonForMessage>" + row + "</Schema>"), std::string::npos);
+    EXPECT_NE(under(Read, xml::context(sqlText, "")).find(row), std::string::npos);
+    GeneralConfigurationDAO::clearStaticCaches();
     EXPECT_NE(under(ReadAll, "").find(row), std::string::npos);
-    EXPECT_EQ(reasonIn(under(Write, xml::context(sqlText, item("2")))), "failure") << "known";
+    m_log.clear();
+    EXPECT_EQ(reasonIn(under(Write, xml::context(sqlText, item("2")))), "failure");
+    EXPECT_EQ(countsAsked(), 0) << "known from the read";
     EXPECT_EQ(reasonIn(under(Update, xml::context(sqlText, item(sqlText)))), "update_response");
     EXPECT_EQ(dataOf(Read, "<ResultCols>" + word + "</ResultCols>"), "");
     EXPECT_EQ(reasonOf(Delete, "<Name>" + word + "</Name>"), "delete_response");
@@ -305,6 +333,9 @@ TEST_F(GeneralConfigurationDAOTest, WithoutAnAdapterEverythingFails) {
                   lost.getRowCount(count) +
                   lost.getRowCountForItemWithContextInSchema("Volume", "base", count),
               5);
+    DASMigrator::createTable(nullptr, "AudioSettings");
+    DASMigrator::createTableAndDefaultRows(m_service.get(), "NoSuchSchema");
+    EXPECT_EQ(m_log.count("No table for schema '"), 2);
     const std::string request = xml::message("AudioSettings", Write, item("1"));
     lost.handleRequest(request.c_str(), static_cast<int>(request.size()));
     EXPECT_EQ(reasonIn(lost.getResponseMsg()), "failure");
