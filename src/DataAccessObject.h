@@ -152,9 +152,6 @@ public:
     virtual int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                   std::vector<std::string>& values);
 
-    /// Reasons of requests that the class serves, in the order in which they are tried.
-    virtual std::vector<std::string> reasons() const;
-
     // Data files, in the format of docs/csv.md ----------------------------------------------------
 
     /**
@@ -299,17 +296,12 @@ protected:
                 return true;
             }
         }
-        return false;
-    }
-
-    /// The reasons of @p operations, in their order.
-    template <typename Dao, std::size_t N>
-    static std::vector<std::string> reasonsOf(const Operation<Dao> (&operations)[N]) {
-        std::vector<std::string> texts;
+        std::vector<const std::string*> served;
         for (const Operation<Dao>& operation : operations) {
-            texts.push_back(*operation.reason);
+            served.push_back(operation.reason);
         }
-        return texts;
+        DASUtils::logUnknownReason(dao.m_reason, served);
+        return false;
     }
 
     /// Column and type of each column, in order.

@@ -72,14 +72,6 @@ bool KeyedTableDAO::makesKeys() const {
     return keyColumn().type.find("AUTOINCREMENT") != std::string::npos;
 }
 
-std::vector<std::string> KeyedTableDAO::reasons() const {
-    std::vector<std::string> texts;
-    for (const std::string* reason : m_table->reasons) {
-        texts.push_back(*reason);
-    }
-    return texts;
-}
-
 // Requests -------------------------------------------------------------------------------------
 
 void KeyedTableDAO::startElement(const char* name, const char** attributes) {
@@ -106,6 +98,8 @@ void KeyedTableDAO::serve() {
     if (std::any_of(served.begin(), served.end(),
                     [this](const std::string* reason) { return *reason == m_reason; })) {
         dispatch(*this, Operations);
+    } else {
+        DASUtils::logUnknownReason(m_reason, served);
     }
 }
 
