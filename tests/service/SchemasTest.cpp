@@ -80,28 +80,12 @@ TEST_F(SchemasTest, EachAnswersAReadFromATableThatIsMadeAsItsObjectTells) {
                       .parseMessage(answer.c_str(), static_cast<int>(answer.size())),
                   0);
         const auto object = dao(schema);
-        EXPECT_EQ(object->tableName().empty(), false);
+        ASSERT_FALSE(object->tableName().empty());
         EXPECT_EQ(columnsOf(*object), columnsOf(object->tableName()));
-        EXPECT_FALSE(object->reasons().empty());
         const bool isOfUsers = columnsOf(*object).find("UserContext") == 0;
         if (!object->defaultRowIds().empty()) {
             EXPECT_EQ(countOf(object->tableName()),
                       std::to_string(object->defaultRowIds().size() * (isOfUsers ? 2 : 1)));
-        }
-    }
-}
-
-TEST_F(SchemasTest, ReasonsThatAnObjectDoesNotTellAreFailures) {
-    const std::vector<std::string> reasons = {
-        "write_request",         "update_request", "read_request",     "delete_request",
-        "readall_request",       "reset_request",  "rowcount_request", "search_phone_number",
-        "search_by_external_id", "unknown_request"};
-    for (const std::string& schema : allSchemas()) {
-        const std::vector<std::string> told = dao(schema)->reasons();
-        for (const std::string& reason : reasons) {
-            if (!DASUtils::columnIsInColumnList(reason, told)) {
-                EXPECT_EQ(reasonOf(schema, reason, "<Id>1</Id>"), "failure") << schema << reason;
-            }
         }
     }
 }
