@@ -101,6 +101,7 @@ TEST_F(SchemasTest, RowsOfTablesWithDataFilesComeBackFromThem) {
     for (const std::string& schema : allSchemas()) {
         SCOPED_TRACE(schema);
         const std::string table = dao(schema)->tableName();
+        ASSERT_FALSE(table.empty());
         if (!tables.insert(table).second) {
             continue;
         }
