@@ -33,7 +33,7 @@ TEST_F(StimulusKeySettingsDAOTest, FirstRequestMakesTheRowsOfAllKeysForBothUsers
               "30;31;32;38;39;100;101;");
     const std::string defaults = "||||||0|||||0|||0|0|||||||1;";
     EXPECT_EQ(keys("Id = '1017'", "*"),
-              "base|1017" + defaults + "visitor|1017" + defaults.substr(1));
+              "base|1017" + defaults + "visitor|1017" + defaults);
     sql("DELETE FROM STIMULUS_KEY_SETTINGS");
     EXPECT_EQ(reasonOf(Schema, "read_request"), "read_response");
     EXPECT_EQ(count(), "362") << "an empty table is filled, too";
