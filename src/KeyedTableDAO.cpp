@@ -1,7 +1,6 @@
 #include "KeyedTableDAO.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
@@ -127,16 +126,10 @@ int KeyedTableDAO::forEachRow(RowOperation operation) {
     if (rows.empty()) {
         rows.push_back({m_rowId, m_newValues});
     }
-    std::optional<TransactionGuard> transaction;
-    if (rows.size() > 1) {
-        transaction.emplace(*m_dbAdapter);
+    if (rows.size() == 1) {
+        return (this->*operation)(rows.front());
     }
-    int result = 0;
-    for (const DASUtils::RowData& row : rows) {
-        result = (this->*operation)(row);
-    }
-    const int ended = transaction ? transaction->end() : 0;
-    return result != 0 ? result : ended;
+    return forEachEntry(rows.size(), [&](std::size_t i) { return (this->*operation)(rows[i]); });
 }
 
 int KeyedTableDAO::writeRequest() {
