@@ -64,10 +64,12 @@ protected:
 
 }  // namespace
 
+TEST_F(SchemasTest, AreAllFoundInTheirHeader) {
+    EXPECT_EQ(allSchemas().size(), 84U);
+}
+
 TEST_F(SchemasTest, EachAnswersAReadFromATableThatIsMadeAsItsObjectTells) {
-    const std::vector<std::string> schemas = allSchemas();
-    ASSERT_EQ(schemas.size(), 80U);
-    for (const std::string& schema : schemas) {
+    for (const std::string& schema : allSchemas()) {
         SCOPED_TRACE(schema);
         const std::string answer = send(schema, "read_request");
         EXPECT_EQ(
