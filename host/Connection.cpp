@@ -16,24 +16,30 @@ namespace {
 
 const char* const CallId = "1";
 
-/// A call that changes nothing, by whose answer everything before it is done.
-Method harmlessCall() {
-    const std::string word = "getCurrentUser";
+}  // namespace
+
+Method Connection::requestOf(const std::string& message) {
     Method method("processRequest");
-    method.addStringParameter("Request", word, Parameter::in);
-    method.addIntParameter("RequestLength", static_cast<int>(word.size()), Parameter::in);
+    method.addStringParameter("Request", message, Parameter::in);
+    method.addIntParameter("RequestLength", static_cast<int>(message.size()), Parameter::in);
     return method;
 }
 
-}  // namespace
+std::string Connection::toCall(const Method& request) {
+    return JsonRpc::toCall(JsonRpc::notification(request), CallId);
+}
 
 bool Connection::call(const Method& request, Method& answer) {
-    if (!sendLine(JsonRpc::toCall(JsonRpc::notification(request), CallId))) {
+    return call(toCall(request), answer);
+}
+
+bool Connection::call(const std::string& line, Method& answer) {
+    if (!sendLine(line)) {
         return false;
     }
-    std::string line;
-    while (readLine(line)) {
-        JsonRpc::Message message = JsonRpc::read(line);
+    std::string received;
+    while (readLine(received)) {
+        JsonRpc::Message message = JsonRpc::read(received);
         if (message.hasError) {
             return false;
         }
@@ -46,8 +52,9 @@ bool Connection::call(const Method& request, Method& answer) {
 }
 
 bool Connection::callOneWay(const Method& request) {
+    // Messages are handled in order: by the answer to the second one the first is done.
     Method ignored;
-    return sendLine(JsonRpc::notification(request)) && call(harmlessCall(), ignored);
+    return sendLine(JsonRpc::notification(request)) && call(requestOf("getCurrentUser"), ignored);
 }
 
 LocalConnection::LocalConnection(ServiceHost& host)

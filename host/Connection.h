@@ -26,6 +26,13 @@ public:
     /// is dropped. False when the host is gone, or says that this was no request.
     [[nodiscard]] bool call(const Method& request, Method& answer);
 
+    /// The same with the line of a call, as toCall() gives it.
+    [[nodiscard]] bool call(const std::string& line, Method& answer);
+    static std::string toCall(const Method& request);
+
+    /// The call that has the service answer @p message.
+    static Method requestOf(const std::string& message);
+
     /// Calls the one-way method @p request, and waits until it is done. False as above.
     [[nodiscard]] bool callOneWay(const Method& request);
 };

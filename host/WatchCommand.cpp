@@ -52,7 +52,7 @@ private:
     static int watch(SocketConnection& connection, Output& output) {
         std::size_t answers = 0;
         for (const char* const name : ListenerMethods) {
-            if (!connection.sendLine(JsonRpc::toCall(JsonRpc::notification(Method(name)), "1"))) {
+            if (!connection.sendLine(Connection::toCall(Method(name)))) {
                 return ExitSuccess;  // the host has ended
             }
         }
