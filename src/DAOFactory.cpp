@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <iterator>
 
+#include "CallGroupDAO.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessObject.h"
 #include "GeneralConfigurationDAO.h"
 #include "NULLDataAccessObject.h"
+#include "PhonebookDAO.h"
 
 namespace {
 
@@ -31,8 +33,10 @@ DataAccessObject* make(DatabaseAdapter* adapter, const std::string&) {
 /// Schemas with a class of their own, in the order in which they are tried, behind the plain
 /// tables.
 const ClassRow ClassRows[] = {
+    {&CallGroupSchema, Match::Equal, make<CallGroupDAO>},
     // In front of the call log, whose name this one contains.
     {&CallLogSettingsSchema, Match::Equal, make<GeneralConfigurationDAO>},
+    {&PhoneBookSchema, Match::Equal, make<PhonebookDAO>},
 };
 
 /// Schemas that are rows of the general configuration table; tried last.

@@ -1,6 +1,7 @@
 #ifndef DATAACCESSOBJECT_H
 #define DATAACCESSOBJECT_H
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "DASUtilsStrings.h"
 #include "XmlHandler.h"
 
+class CsvReader;
 class DatabaseAdapter;
 
 // The parser callbacks of a generic object; each forwards to the member of its name. The user data
@@ -78,6 +80,9 @@ public:
 
     /// Creates the table; fails when it is there.
     virtual int createTable();
+    /// Makes the table when the database has none of its name, without counting rows. True when it
+    /// was made just now; a failure is in the log.
+    bool createMissingTable();
     /// Inserts all default rows of both users.
     virtual int insertDefaultRows();
     /// Inserts all default rows of both users or only those that are missing. 0 always: a failed
@@ -136,6 +141,49 @@ public:
     virtual int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                   std::vector<std::string>& values);
 
+    // Data files, in the format of docs/csv.md ----------------------------------------------------
+
+    /**
+     * Writes the rows of @p table that match to the file @p path, which is emptied first. With a
+     * @p version the file begins with a header of version and column names, unless there are no
+     * rows: the file is empty then, and that is a success.
+     *
+     * @return false when the file could not be opened or not be written whole, or the table not be
+     *         read; what was written by then is in the file
+     */
+    bool exportTable(const std::string& table, const std::string& path, PairList& conditions,
+                     std::string& version);
+    /// Gives each line of a file but comments to updateItemInTable, in one transaction. False when
+    /// the file can't be opened or what was read can't be committed.
+    bool importTable(const std::string& table, std::vector<std::string>& columns,
+                     const std::string& path);
+    /**
+     * Rebuilds @p table with @p columnDefinitions, names and types, by way of the file @p path,
+     * which stays. Rows move by the names of the old columns through updateItemInTable, so this is
+     * for classes whose override inserts: the one of this class updates rows, which are gone then.
+     * False, with the table as it was, when a row or anything else fails.
+     */
+    bool migrateTable(const std::string& table, PairList& columnDefinitions,
+                      const std::string& path);
+    /**
+     * Reads the header of a file.
+     *
+     * @param count takes the number of columns; for a file without a header, where the result is
+     *              false and the others stay empty, the number of fields of its first line
+     */
+    bool getMetadata(const std::string& path, std::string& version,
+                     std::vector<std::string>& columns, int& count);
+    /**
+     * Gives each line of a file from a client to updateItemInTable, in one transaction. Lines that
+     * begin with "#" are data: kept on purpose, exports write such rows and no header. For phone
+     * book and call log a line that is too short is filled up with blank fields.
+     *
+     * @return false when the file can't be opened or what was read can't be committed; lines that
+     *         were refused do not count
+     */
+    bool importDataFromFile(std::string table, std::vector<std::string>& columns,
+                            std::string& path);
+
     /// The whole response. Valid in every state, also before a request.
     std::string getResponseMsg();
     /// The response up to its body.
@@ -192,6 +240,9 @@ public:
                              const std::string& reason, std::string& response,
                              DatabaseAdapter& adapter, const std::string& table);
 
+    /// The first attribute's value, escaped for SQL; empty when there is none.
+    static std::string firstAttribute(const char** attributes);
+
     // Parser events of a generic object.
     void XmlStartElement(const char* name, const char** attributes);
     void XmlEndElement(const char* name);
@@ -220,9 +271,10 @@ protected:
         const std::string* response;
     };
 
-    /// Runs the operation of the request's reason and settles the reason of the response.
+    /// Runs the operation of the request's reason and settles the reason of the response. False
+    /// when the reason is none of @p operations, which is a failure too.
     template <typename Dao, std::size_t N>
-    static void dispatch(Dao& dao, const Operation<Dao> (&operations)[N]) {
+    static bool dispatch(Dao& dao, const Operation<Dao> (&operations)[N]) {
         dao.m_responseReason = DASUtilsStrings::FailureResponse;
         for (const Operation<Dao>& operation : operations) {
             if (dao.m_reason == *operation.reason) {
@@ -230,13 +282,23 @@ protected:
                 if ((dao.*operation.run)() != 0) {
                     dao.m_responseReason = DASUtilsStrings::FailureResponse;
                 }
-                return;
+                return true;
             }
         }
+        return false;
     }
 
-    /// The first attribute's value, escaped for SQL; empty when there is none.
-    static std::string firstAttribute(const char** attributes);
+    /**
+     * Gives each line of a file with one user's rows to @p store, in one transaction; what it takes
+     * and returns is that of CsvReader::forEachRow. 1 when the file did not open or what was read
+     * could not be committed; lines that were refused do not count.
+     */
+    int importRowsOfUser(const std::string& location,
+                         const std::function<int(std::vector<std::string>&)>& store);
+
+    /// Puts the context of the request in force, or the current user without one. False when there
+    /// is neither.
+    bool settleUser();
 
     DatabaseAdapter* m_dbAdapter = nullptr;  ///< not owned
     std::string m_currentUser;
@@ -261,6 +323,8 @@ protected:
     PairList m_newValues;  ///< column and value in database form: of the row, or search terms
 
 private:
+    std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
+                           CsvReader& file);
     bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);

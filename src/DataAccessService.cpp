@@ -9,14 +9,18 @@
 #include <cstring>
 
 #include "ClientUtils.h"
+#include "Context.h"
 #include "CriticalSection.h"
 #include "DAOFactory.h"
 #include "DASListenerIfc.h"
 #include "DASMigrator.h"
+#include "DASUtils.h"
 #include "DASUtilsStrings.h"
 #include "DatabaseAdapter.h"
 #include "DbFactory.h"
+#include "Executable.h"
 #include "GenConfigDeviceDataItems.h"
+#include "LocalMgmtIfc.h"
 #include "Logging.h"
 #include "NULLDataAccessObject.h"
 #include "Storage.h"
@@ -27,11 +31,14 @@ constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DataAccessService";
 
 const char* const deviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
+const char* const managementName = "LocalMgmtIfc";
 const char* const dataDirectory = "/data";
 constexpr mode_t dataDirectoryMode = 0770;
 
 const char* const currentUserWord = "getCurrentUser";
 const char* const defaultKeyDataWord = "getDefaultKeyData";
+const char* const saveContactsWord = "saveContactsToCSV";
+const char* const saveContactsAnswer = "endOfSaveContactsToCSVRequest";
 const char* const readTraceFlagWord = "getWhetherRequestContentShowableOnTheAurelTrace";
 const char* const setTraceFlagWord = "setWhetherRequestContentShowableOnTheAurelTrace";
 
@@ -191,6 +198,9 @@ bool DataAccessService::answerServiceWord(const char* message, std::string& answ
         } else {
             answer = factory->getDefaultFeatureKeyData();
         }
+    } else if (std::strcmp(message, saveContactsWord) == 0) {
+        saveContactsToCSV();
+        answer = saveContactsAnswer;
     } else if (std::strcmp(message, readTraceFlagWord) == 0) {
         answer = answerTraceWord(false, message);
     } else if (std::strncmp(message, setTraceFlagWord, std::strlen(setTraceFlagWord)) == 0) {
@@ -248,6 +258,17 @@ std::unique_ptr<DataAccessObject> DataAccessService::createDao(const std::string
     return dao;
 }
 
+bool DataAccessService::findACMS() {
+    Context* context = m_context;
+    Executable* found = context != nullptr ? context->findService(managementName) : nullptr;
+    if (found == nullptr) {
+        DAS_LOG(2, "No LocalMgmtIfc");
+    } else {
+        m_localMgmt = dynamic_cast<LocalMgmtIfc*>(found);
+    }
+    return m_localMgmt.load() != nullptr;
+}
+
 bool DataAccessService::createPhonenumberIndices() {
     DAS_LOG(5, "DataAccessService::createPhonenumberIndices");
     const auto dao = createDao(DASUtilsStrings::PhoneBookSchema);
@@ -258,16 +279,54 @@ bool DataAccessService::createPhonenumberIndices() {
     return true;
 }
 
-bool DataAccessService::exportData(std::string, eUserCategory, std::string) {
-    return notAvailable("exportData");
+bool DataAccessService::exportData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    DAS_LOG(5, "export data, schema = %s, for users = %d, location to export to = %s",
+            schema.c_str(), static_cast<int>(category), location.c_str());
+    PairList conditions;
+    if (category == base || category == visitor) {
+        conditions.emplace_back(
+            DASUtilsStrings::UserContextTagName,
+            DASUtils::convertToDBFormat(category == base ? DASUtilsStrings::UserContextBase
+                                                         : DASUtilsStrings::UserContextVisitor));
+    }
+    return onTable("exportData", schema, [&](DataAccessObject& dao) {  //
+        return dao.exportData(conditions, location);
+    });
 }
 
-bool DataAccessService::importData(std::string, std::string) {
-    return notAvailable("importData");
+bool DataAccessService::importData(std::string schema, std::string location) {
+    if (m_initialised) {
+        DAS_LOG(5, "import data, schema = %s, location to import from = %s", schema.c_str(),
+                location.c_str());
+    }
+    return onTable("importData", schema,
+                   [&](DataAccessObject& dao) { return dao.importData(location); });
 }
 
-bool DataAccessService::importData(std::string, eUserCategory, std::string) {
-    return notAvailable("importData");
+bool DataAccessService::importData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    if (m_initialised && (category == base || category == visitor)) {
+        DAS_LOG(5, "import new %s data, schema = %s, location to import from = %s",
+                category == base ? "base" : "visitor", schema.c_str(), location.c_str());
+    }
+    return onTable("importDataForUser", schema, [&](DataAccessObject& dao) {
+        return dao.importDataForUser(location, category);
+    });
+}
+
+bool DataAccessService::onTable(const char* operation, const std::string& schema,
+                                const std::function<int(DataAccessObject&)>& work) {
+    const auto dao = m_initialised ? createDao(schema) : nullptr;
+    if (dao == nullptr) {
+        return false;
+    }
+    const int result = work(*dao);
+    if (result != 0) {
+        // The answer is true all the same: kept on purpose, clients look at the data itself.
+        DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
+    }
+    return true;
 }
 
 bool DataAccessService::exportUserData(std::map<std::string, std::string>&, bool) {

@@ -2,6 +2,7 @@
 #define DATAACCESSSERVICE_H
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,6 +15,7 @@
 #include "Service.h"
 
 class DataAccessObject;
+class LocalMgmtIfc;
 
 /**
  * The service: it owns the database and routes each request to an object that lives for it.
@@ -92,7 +94,27 @@ public:
     /// Tells each listener, in the order of registration, which user is current.
     void notifyListenersOfProfileChange() const;
 
+    /**
+     * Asks the context for the management service and keeps what it gives. Whether there is one:
+     * when the context has none, one that was found earlier still counts.
+     */
+    bool findACMS();
+
+    /// Writes the contacts of all users to "/tmp/VX_contacts.csv", or to the file @p path of the
+    /// telephone, and tells web management whether the file is there.
+    void saveContactsToCSV();
+    void saveContactsToCSV(const std::string& path);
+
+    /// Whether the file @p path of the telephone can be opened for reading.
+    bool doesFileExist(const std::string& path);
+
+    /// Tells web management whether the contacts file @p path is there; one that an earlier run
+    /// left counts, which is kept on purpose.
+    void notifyWBM(const std::string& path);
+
 private:
+    /// Whom to hand a status item; null, and a log line, when there is no management service.
+    LocalMgmtIfc* managementForStatus();
     /// Last step of the start: settles the user.
     void initInternal();
     bool answerServiceWord(const char* message, std::string& answer);
@@ -101,6 +123,10 @@ private:
     std::unique_ptr<DataAccessObject> refuse(const std::string& schema, const char* message);
     /// An object for @p schema with the current user; null, and a log line, without a factory.
     std::unique_ptr<DataAccessObject> createDao(const std::string& schema);
+    /// Lets @p work do something with an object for @p schema. False before the end of init and
+    /// without a factory; a result of @p work that is not 0 is in the log alone.
+    bool onTable(const char* operation, const std::string& schema,
+                 const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
     /// For operations that this version does not offer yet: says so in the log and gives false.
     static bool notAvailable(const char* operation);
@@ -116,8 +142,9 @@ private:
     Semaphore m_directorySema;
     Semaphore m_requestSema;
     mutable std::mutex m_listenersMutex;
-    std::vector<DASListenerIfc*> m_listeners;  ///< not owned
-    std::atomic<Context*> m_context{nullptr};  ///< not owned
+    std::vector<DASListenerIfc*> m_listeners;         ///< not owned
+    std::atomic<Context*> m_context{nullptr};         ///< not owned
+    std::atomic<LocalMgmtIfc*> m_localMgmt{nullptr};  ///< what findACMS found; not owned
 };
 
 #endif

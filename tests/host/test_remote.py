@@ -551,21 +551,16 @@ class Sockets(RemoteTest):
         for attempt in range(4):
             self.serve()
             wire = self.wire()
-            for number in range(200):
-                label = f"{attempt}.{number}"
-                wire.send(asked(request("update_request", "".join(
-                    f"<Entry><Id>{key}</Id><Label>{label}</Label></Entry>" for key in keys)),
-                    number))
-            for number in range(attempt * 3 + 1):
-                self.assertEqual(wire.receive(), answered(number, Response=UPDATED))
+            wire.send(*[asked(request("update_request", "".join(
+                f"<Entry><Id>{key}</Id><Label>{attempt}.{number}</Label></Entry>" for key in keys)),
+                number) for number in range(200)])
             self.end_host()
-            last = number
-            for line in iter(wire.receive, ""):
-                last += 1
+            last = -1
+            for last, line in enumerate(iter(wire.receive, "")):
                 self.assertEqual(line, answered(last, Response=UPDATED))
             with sqlite3.connect(self.db / "phone.db") as database:
-                rows = database.execute("SELECT DISTINCT Label FROM FEATURE_KEYS WHERE "
-                                        "UserContext = 'base' AND Id BETWEEN 100 AND 149").fetchall()
+                rows = database.execute("SELECT DISTINCT Label FROM FEATURE_KEYS WHERE UserContext "
+                                        f"= 'base' AND Id IN {tuple(keys)}").fetchall()
             database.close()
             self.assertEqual(rows, [(f"{attempt}.{last}",)], "what was answered is there, no more")
 
