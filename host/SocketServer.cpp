@@ -198,26 +198,24 @@ void Session::finish(Stage stage) {
 }
 
 void Session::sendLine(const std::string& line) {
-    bool isTooSlow = false;
     {
         const Lock lock(m_mutex);
         if (m_stage == Stage::Lingering || m_stage == Stage::Closed) {
             return;
         }
-        isTooSlow = m_queued >= QueueLimit;
-        if (isTooSlow) {
-            close();
-        } else {
+        if (m_queued < QueueLimit) {
             m_queue.push_back(line + "\n");
             m_queued += line.size() + 1;
             write();
+            return;
         }
+        m_stage = Stage::Closed;
     }
-    if (isTooSlow) {
-        logAppUni("das", LogSource, 2, __LINE__,
-                  "Client %s is closed: it does not read, and %zu bytes wait for it",
-                  name().c_str(), QueueLimit);
-    }
+    logAppUni("das", LogSource, 2, __LINE__,
+              "Client %s is closed: it does not read, and %zu bytes wait for it", name().c_str(),
+              QueueLimit);
+    const Lock lock(m_mutex);
+    close();
 }
 
 void Session::write() {
