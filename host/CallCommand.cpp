@@ -8,13 +8,14 @@
 
 #include "Answers.h"
 #include "Command.h"
-#include "Connection.h"
 #include "DASUtilsStrings.h"
 #include "HostOptions.h"
 #include "KnownMethods.h"
+#include "LocalConnection.h"
 #include "Method.h"
 #include "Output.h"
 #include "ServiceHost.h"
+#include "SocketConnection.h"
 
 namespace {
 

@@ -20,6 +20,7 @@
 #include "Method.h"
 #include "Output.h"
 #include "ServiceHost.h"
+#include "SocketConnection.h"
 #include "Utf8.h"
 
 namespace {

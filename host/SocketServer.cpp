@@ -1,6 +1,5 @@
 #include "SocketServer.h"
 
-#include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
@@ -30,8 +29,6 @@ namespace {
 constexpr const char* LogSource = "./host/SocketServer";
 
 constexpr std::size_t QueueLimit = 16 * 1024 * 1024;
-constexpr unsigned FewestThreads = 4;
-constexpr unsigned MostThreads = 16;
 constexpr auto LingerTime = std::chrono::seconds(5);
 constexpr auto EndTime = std::chrono::seconds(2);
 constexpr auto AcceptPause = std::chrono::milliseconds(100);
@@ -277,7 +274,7 @@ public:
           m_acceptor(m_io, Protocol(), listener),
           m_pause(m_io) {
         accept();
-        m_running = std::clamp(std::thread::hardware_concurrency(), FewestThreads, MostThreads);
+        m_running = threads();
         for (unsigned count = m_running; count > 0; --count) {
             m_threads.emplace_back([this] { run(); });
         }

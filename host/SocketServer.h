@@ -1,7 +1,9 @@
 #ifndef SOCKETSERVER_H
 #define SOCKETSERVER_H
 
+#include <algorithm>
 #include <memory>
+#include <thread>
 
 class Clients;
 class Dispatcher;
@@ -16,6 +18,9 @@ class Dispatcher;
  */
 class SocketServer {
 public:
+    /// How many threads share the clients. More than processors: most wait for the service.
+    static unsigned threads() { return std::clamp(std::thread::hardware_concurrency(), 4U, 16U); }
+
     /// @p listener is a listening socket, which the server closes. The rest must outlive it.
     SocketServer(int listener, Dispatcher& dispatcher, Clients& clients);
 

@@ -4,11 +4,11 @@
 #include <string>
 
 #include "Command.h"
-#include "Connection.h"
 #include "HostOptions.h"
 #include "JsonRpc.h"
 #include "Method.h"
 #include "Output.h"
+#include "SocketConnection.h"
 
 namespace {
 
