@@ -352,8 +352,7 @@ class Commands(RemoteTest):
         self.assertIn("das: the running host: ", self.logged())
 
     def test_watching_prints_each_change_until_the_host_ends(self):
-        (self.root / "data" / "ringtones").mkdir()
-        (self.root / "data" / "ringtones" / "a.mp3").touch()
+        (self.root / "tmp").mkdir()
         self.serve()
         watch = self.start("watch", "--socket", self.path, stdout=subprocess.PIPE)
         while "watching\n" not in self.logged():
@@ -367,14 +366,14 @@ class Commands(RemoteTest):
         for expected in (xml_call("ProfileChangedToVisitor"), heard, answered(Acknowledge=True)):
             self.assertEqual(wire.receive(), expected, "what is heard stands before the answer")
         self.assertEqual(watch.stdout.readline(), b"ProfileChangedToVisitor\n")
-        for arguments, line in ((["setProfile", "NewProfile=base"], b"ProfileChangedToBase\n"),
-                                (["deleteFile", "directory=/data/ringtones", "name=a.mp3"],
-                                 b"dl-rng-last-status=1\n")):
-            self.assertEqual(self.remote("call", *arguments).returncode, 0)
+        for command, line in ((["call", "setProfile", "NewProfile=base"], b"ProfileChangedToBase\n"),
+                              (["request"], b"contacts-status=4\n")):
+            self.assertEqual(self.remote(*command, lines=["saveContactsToCSV"]).returncode, 0)
             self.assertEqual(watch.stdout.readline(), line)
-        wire.receive(), wire.receive()
-        self.assertEqual(wire.receive(), '{"jsonrpc":"2.0","method":"Status","params":'
-                                         '{"item":"dl-rng-last-status","value":"1"}}')
+        for expected in (xml_call("ProfileChangedToBase"), heard.replace("Visitor", "Base"),
+                         '{"jsonrpc":"2.0","method":"Status","params":'
+                         '{"item":"contacts-status","value":"4"}}'):
+            self.assertEqual(wire.receive(), expected)
         self.end_host()
         self.assertEqual((watch.wait(PATIENCE), watch.stdout.read()), (0, b""))
 
