@@ -100,7 +100,8 @@ public:
     /// Replaces the visitor's rows by copies of the base user's.
     virtual int copyBaseDataToVisitor();
     /// The same for the table and its context column named here. Rows with an apostrophe in a cell
-    /// are left out: kept on purpose, the log names the table.
+    /// are left out: kept on purpose, the log names the table. 1 when the visitor's old rows could
+    /// not be deleted.
     virtual int copyBaseDataToVisitor(const std::string& contextColumn, const std::string& table);
     /// Deletes the rows of one user: plain text, or the same between single quotes.
     virtual int deleteContextData(const std::string& context);
@@ -351,6 +352,9 @@ private:
     int copyRowsToVisitor(Rows& rows, std::size_t contextIndex, const std::string& table);
     bool hasRowsOf(const std::string& table, const std::string& contextColumn,
                    const std::string& context);
+    /// False also when the rows could not be counted.
+    bool isKnownToHaveNoRowsOf(const std::string& table, const std::string& contextColumn,
+                               const std::string& context);
     int contextColumnIndex(const std::string& table, const std::string& contextColumn);
 };
 
