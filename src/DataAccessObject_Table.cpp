@@ -28,14 +28,22 @@ bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
 
 }  // namespace
 
-int DataAccessObject::createTable() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
+PairList DataAccessObject::namesAndTypes() const {
     PairList pairs;
     pairs.reserve(columns().size());
     for (const auto& column : columns()) {
         pairs.emplace_back(column.name, column.type);
+    }
+    return pairs;
+}
+
+int DataAccessObject::createTable() {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList pairs = namesAndTypes();
+    if (!m_layout->constraint.empty()) {
+        pairs.emplace_back(m_layout->constraint, std::string());
     }
     return m_dbAdapter->createTable(m_tableName, pairs);
 }
@@ -90,10 +98,6 @@ bool DataAccessObject::createTable2(const std::string& table, PairList& newColum
     }
     DAS_LOG(5, "Cannot create table %s, error=%s", table.c_str(), m_dbAdapter->getError().c_str());
     return false;
-}
-
-void DataAccessObject::buildColumnNameList(PairList&) {
-    DAS_LOG(2, "ERROR buildColumnNameList called in base class!!! ");
 }
 
 int DataAccessObject::insertDefaultRow(const std::string& id, const std::string& context,
@@ -343,18 +347,6 @@ int DataAccessObject::updateItemInTable(const std::string& table, std::vector<st
         DAS_LOG(2, "update failed");
     }
     return result;
-}
-
-int DataAccessObject::exportData(PairList&, std::string&) {
-    return 0;
-}
-
-int DataAccessObject::importData(std::string&) {
-    return 0;
-}
-
-int DataAccessObject::importDataForUser(const std::string&, eUserCategory) {
-    return 0;
 }
 
 int DataAccessObject::deleteVisitorUserPassword() {
