@@ -24,8 +24,9 @@
  *  5. A state that the operation uses up is brought back by `reset`: statements that run on both
  *     databases before each round, outside of the measured time.
  *
- * Before anything is measured, and with answers in every round too, the program compares service
- * and floor byte by byte; a difference ends the operation and makes the exit status 1.
+ * Before anything is measured the program compares statements and answers of service and floor
+ * byte by byte, and the answers in every round too; a difference ends the operation and makes the
+ * exit status 1. `das_bench --check` does the first alone; it is one of the tests.
  */
 namespace Bench {
 

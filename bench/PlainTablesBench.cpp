@@ -1,6 +1,7 @@
 // The generic tables, by the example of the feature keys: 177 keys for each of two users.
 
 #include "Bench.h"
+#include "PlainTables.h"
 
 namespace {
 
@@ -10,21 +11,21 @@ const std::vector<Tags> keyTags = tagsOf({"Id", "Function", "Locked", "Label", "
 
 const char* const schema = "FeatureKeys";
 const char* const countAll = "SELECT COUNT(*) FROM FEATURE_KEYS";
+const char* const readUser = "SELECT * FROM FEATURE_KEYS WHERE UserContext = 'base';";
 
 void makeTable(DataAccessService& service) {
     (void)service.processRequest(message(schema, "read_request", ""));
 }
 
-Operation readOneRow() {
+/// A read whose rows @p select gives.
+Operation readOperation(const std::string& name, double limit, const std::string& body,
+                        const std::string& select) {
     Operation operation;
-    operation.name = "PlainTables/ReadOneRow";
-    operation.limit = {1.5, 0, 1.5};
+    operation.name = "PlainTables/" + name;
+    operation.limit = {limit, 0, limit};
     operation.prepare = makeTable;
-    operation.request = [](int) { return message(schema, "read_request", "<Id>100</Id>"); };
-    operation.statements = [](int) {
-        return Texts{countAll,
-                     "SELECT * FROM FEATURE_KEYS WHERE UserContext = 'base' AND Id = 100;"};
-    };
+    operation.request = [=](int) { return message(schema, "read_request", body); };
+    operation.statements = [=](int) { return Texts{countAll, select}; };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         (void)db.count(sql[0]);
         return readAnswer(schema, db.rows(sql[1]), keyTags, 1);
@@ -32,6 +33,63 @@ Operation readOneRow() {
     return operation;
 }
 
-const Registration registration({readOneRow()});
+Operation updateOneRow() {
+    Operation operation;
+    operation.name = "PlainTables/UpdateOneRow";
+    operation.limit = {1.15, 60, 1.3};
+    operation.prepare = makeTable;
+    operation.request = [](int round) {
+        return message(schema, "update_request",
+                       "<Id>100</Id><Label>Label " + std::to_string(round) + "</Label>");
+    };
+    operation.statements = [](int round) {
+        const std::string row = " WHERE UserContext = 'base' AND Id = 100";
+        return Texts{
+            countAll, countAll + row, countAll,
+            "UPDATE FEATURE_KEYS SET Label = 'Label " + std::to_string(round) + "'" + row + ";"};
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            (void)db.count(sql[i]);
+        }
+        db.run(sql[3]);
+        return plainAnswer(schema, "update_response");
+    };
+    return operation;
+}
+
+Texts firstRequestStatements() {
+    Texts texts = {countAll,
+                   "CREATE TABLE FEATURE_KEYS (UserContext TEXT, Id TEXT, Function TEXT, "
+                   "Locked TEXT, Label TEXT, Local TEXT);",
+                   "BEGIN TRANSACTION;"};
+    for (const std::string& id : PlainTables::allKeys()) {
+        for (const char* user : {"'base'", "'visitor'"}) {
+            texts.push_back(std::string("INSERT OR REPLACE INTO FEATURE_KEYS VALUES (") + user +
+                            ", '" + id + "', '0', 'false', '', 'false');");
+        }
+    }
+    texts.insert(texts.end(), {"END TRANSACTION;", readUser});
+    return texts;
+}
+
+Operation firstRequest() {
+    Operation operation = readOperation("FirstRequestOnMissingTable", 1.25, "", readUser);
+    operation.reset = [](int) { return Texts{"DROP TABLE FEATURE_KEYS;"}; };
+    operation.statements = [](int) { return firstRequestStatements(); };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        (void)db.count(sql.front());
+        for (std::size_t i = 1; i + 1 < sql.size(); ++i) {
+            db.run(sql[i]);
+        }
+        return readAnswer(schema, db.rows(sql.back()), keyTags, 1);
+    };
+    return operation;
+}
+
+const Registration registration(
+    {readOperation("ReadOneRow", 1.5, "<Id>100</Id>",
+                   "SELECT * FROM FEATURE_KEYS WHERE UserContext = 'base' AND Id = 100;"),
+     readOperation("Read177Of354Rows", 1.2, "", readUser), updateOneRow(), firstRequest()});
 
 }  // namespace

@@ -36,7 +36,7 @@ void Report::print(const std::string& line) {
 }
 
 bool Report::ReportContext(const Context&) {
-    print(formatted("%-34s %-7s %12s %12s %7s %7s  %s", "operation", "place", "service us",
+    print(formatted("%-40s %-7s %12s %12s %7s %7s  %s", "operation", "place", "service us",
                     "floor us", "ratio", "rounds", "limit"));
     return true;
 }
@@ -49,7 +49,7 @@ void Report::ReportRuns(const std::vector<Run>& runs) {
             continue;
         }
         const Result& result = m_present;
-        print(formatted("%-34s %-7s %12.1f %12.1f %7.3f %7lld  %s%s", result.operation.c_str(),
+        print(formatted("%-40s %-7s %12.1f %12.1f %7.3f %7lld  %s%s", result.operation.c_str(),
                         result.place.c_str(), result.serviceMicroseconds, result.floorMicroseconds,
                         result.ratio(), static_cast<long long>(result.rounds),
                         limitText(result).c_str(), result.isWithinLimit() ? "" : "  ABOVE"));

@@ -48,6 +48,7 @@ Stage::Stage(const Operation& operation, const std::filesystem::path& place)
     }
     ::setenv("DB_PATH", (m_folder / "service").c_str(), 1);
     ::setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
+    ::unsetenv("DAS_HARDWARE");
     m_service = std::make_unique<DataAccessService>();
     m_service->init(m_context);
     m_serviceHandle = StatementRecord::lastOpened();

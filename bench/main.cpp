@@ -1,8 +1,12 @@
 // das_bench: what a request costs, against the bare SQLite calls that it can't do without.
 
+#include <linux/magic.h>
+#include <sys/vfs.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
 #include <memory>
 #include <regex>
 #include <string>
@@ -35,6 +39,7 @@ struct Options {
     std::string diskFolder;
     std::string memoryFolder = "/dev/shm";
     bool quick = false;
+    bool check = false;
     bool statements = false;
 };
 
@@ -93,20 +98,37 @@ private:
     std::string m_failure;
 };
 
+bool isMemoryFileSystem(const std::filesystem::path& folder) {
+    struct statfs status {};
+    return ::statfs(folder.c_str(), &status) == 0 && status.f_type == TMPFS_MAGIC;
+}
+
+/// The places that are there, a memory file system last. Complains of what is not as it should be.
 std::vector<Place> places(const Options& options) {
-    std::vector<Place> all = {{"disk", options.diskFolder, true},
-                              {"memory", options.memoryFolder, false}};
-    all.erase(std::remove_if(all.begin(), all.end(),
-                             [](const Place& place) { return place.folder.empty(); }),
-              all.end());
+    std::vector<Place> all;
+    for (const Place& place :
+         {Place{"disk", options.diskFolder, true}, Place{"memory", options.memoryFolder, false}}) {
+        if (place.folder.empty()) {
+            continue;
+        }
+        if (!std::filesystem::is_directory(place.folder)) {
+            std::cerr << "das_bench: no folder " << place.folder << ", left out\n";
+            continue;
+        }
+        if (isMemoryFileSystem(place.folder) == place.isDisk) {
+            std::cerr << "das_bench: " << place.folder << " is not a " << place.name
+                      << " file system\n";
+        }
+        all.push_back(place);
+    }
     return all;
 }
 
-bool measureAll(const Options& options, Output& output) {
+bool measureAll(const Options& options, const std::vector<Place>& all, Output& output) {
     Report report(output);
     std::vector<std::unique_ptr<Measurement>> measurements;
     for (const Operation& operation : operations()) {
-        for (const Place& place : places(options)) {
+        for (const Place& place : all) {
             measurements.push_back(std::make_unique<Measurement>(operation, place, report));
             Measurement& measurement = *measurements.back();
             benchmark::RegisterBenchmark((operation.name + "/" + place.name).c_str(),
@@ -123,20 +145,48 @@ bool measureAll(const Options& options, Output& output) {
     return report.isGood() && (options.jsonFile.empty() || report.writeJson(options.jsonFile));
 }
 
-bool showStatements(const Options& options, Output& output) {
+/// Visits the operations that match, each on a stage of its own.
+template <typename Visit>
+bool forEachOperation(const Options& options, const Place& place, Visit visit) {
     const std::regex filter(options.filter);
     bool good = true;
     for (const Operation& operation : operations()) {
-        if (!std::regex_search(operation.name, filter)) {
-            continue;
-        }
-        good = output.writeLine(operation.name) && good;
-        for (const std::string& line :
-             Stage(operation, places(options).back().folder).recordService()) {
-            good = output.writeLine("  " + line) && good;
+        if (std::regex_search(operation.name, filter)) {
+            Stage stage(operation, place.folder);
+            good = visit(operation, stage) && good;
         }
     }
     return good;
+}
+
+bool showStatements(const Options& options, const Place& place, Output& output) {
+    return forEachOperation(options, place, [&](const Operation& operation, Stage& stage) {
+        bool good = output.writeLine(operation.name);
+        for (const std::string& line : stage.recordService()) {
+            good = output.writeLine("  " + line) && good;
+        }
+        return good;
+    });
+}
+
+bool checkFloors(const Options& options, const Place& place, Output& output) {
+    return forEachOperation(options, place, [&](const Operation& operation, Stage& stage) {
+        const std::string difference = stage.compare();
+        const std::string text = difference.empty() ? "service and floor do the same" : difference;
+        return output.writeLine(operation.name + ": " + text) && difference.empty();
+    });
+}
+
+bool run(const Options& options, Output& output) {
+    const std::vector<Place> all = places(options);
+    if (all.empty()) {
+        return output.writeLine("there is no folder to work in") && false;
+    }
+    if (options.statements) {
+        return showStatements(options, all.back(), output);
+    }
+    return options.check ? checkFloors(options, all.back(), output)
+                         : measureAll(options, all, output);
 }
 
 std::string folderOfProgram() {
@@ -159,6 +209,7 @@ int main(int argc, char** argv) {
                    "Folder on a memory file system; empty to leave it out")
         ->capture_default_str();
     app.add_flag("--quick", options.quick, "Fewer rounds");
+    app.add_flag("--check", options.check, "Compare service and floor, measure nothing");
     app.add_flag("--statements", options.statements,
                  "Show the statements of the service, measure nothing");
     CLI11_PARSE(app, argc, argv);
@@ -166,7 +217,7 @@ int main(int argc, char** argv) {
     Log::setLevel(MeasuringLogLevel);
     Output output;
     try {
-        return (options.statements ? showStatements : measureAll)(options, output) ? 0 : 1;
+        return run(options, output) ? 0 : 1;
     } catch (const std::exception& error) {
         (void)output.writeLine(std::string("das_bench: ") + error.what());
         return 1;

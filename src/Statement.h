@@ -21,14 +21,15 @@ public:
 
     /**
      * Raw SQLite code of the next step. When another process has changed the tables since the
-     * prepare, the first step prepares anew instead of failing.
+     * prepare, the first step prepares anew instead of failing. SQLITE_MISUSE when nothing is
+     * prepared.
      */
     int step() {
-        int code = sqlite3_step(m_handle);
+        int code = stepOnce();
         for (int tries = 0; tries < MaximumTries && schemaChanged(code); ++tries) {
             sqlite3_finalize(m_handle);
             prepare();
-            code = sqlite3_step(m_handle);
+            code = stepOnce();
         }
         m_stepped = true;
         return code;
@@ -71,6 +72,9 @@ private:
         m_prepared = m_db != nullptr &&
                      sqlite3_prepare(m_db, m_sql.c_str(), -1, &m_handle, nullptr) == SQLITE_OK;
     }
+
+    /// SQLite would complain of the missing statement in its own log.
+    int stepOnce() { return m_handle != nullptr ? sqlite3_step(m_handle) : SQLITE_MISUSE; }
 
     bool schemaChanged(int code) {
         return !m_stepped && m_handle != nullptr && code != SQLITE_ROW && code != SQLITE_DONE &&

@@ -1,0 +1,48 @@
+"""What a write costs on the disk, counted and not timed: the syncs that the system is asked for.
+
+Usage: test_syncs.py DAS sanitizers=NAMES [unittest arguments]
+"""
+import shutil
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "host"))
+from test_das import DAS, READ_ALL, UPDATED, HostTest, update  # noqa: E402
+
+COUNT = "SELECT COUNT(*) FROM FEATURE_KEYS"
+ROW = " WHERE UserContext = 'base' AND Id = 100"
+STATEMENTS = [COUNT, COUNT + ROW, COUNT, f"UPDATE FEATURE_KEYS SET Label = 'bare'{ROW};"]
+BARE_SQLITE = """
+import sqlite3, sys
+db = sqlite3.connect(sys.argv[1], isolation_level=None)
+for statement in sys.argv[2:]:
+    db.execute(statement).fetchall()
+"""
+
+
+@unittest.skipUnless(shutil.which("strace"), "there is no strace")
+class Syncs(HostTest):
+    def syncs(self, *command):
+        """How many syncs the command asks for, and what it writes to standard output."""
+        trace = self.place / "trace"
+        run = subprocess.run(
+            ["strace", "-f", "-o", trace, "-e", "trace=fsync,fdatasync", *map(str, command)],
+            env=self.environment(), capture_output=True, check=True, timeout=60)
+        lines = trace.read_text().splitlines()
+        return sum(" fsync(" in line or " fdatasync(" in line for line in lines), run.stdout
+
+    def test_an_update_of_one_row_asks_for_as_many_as_bare_sqlite(self):
+        read = self.file("read", READ_ALL)
+        self.das("request", read)
+        at_start, _ = self.syncs(DAS, "request", read)
+        with_update, answers = self.syncs(DAS, "request", read, self.file("new", update("new")))
+        self.assertIn(UPDATED.encode(), answers)
+        bare, _ = self.syncs(sys.executable, "-c", BARE_SQLITE, self.db / "phone.db", *STATEMENTS)
+        self.assertGreater(bare, 0)
+        self.assertEqual(with_update - at_start, bare)
+
+
+if __name__ == "__main__":
+    unittest.main()
