@@ -12,9 +12,11 @@
 #include "CriticalSection.h"
 #include "DAOFactory.h"
 #include "DASListenerIfc.h"
+#include "DASMigrator.h"
 #include "DASUtilsStrings.h"
 #include "DatabaseAdapter.h"
 #include "DbFactory.h"
+#include "GenConfigDeviceDataItems.h"
 #include "Logging.h"
 #include "NULLDataAccessObject.h"
 #include "Storage.h"
@@ -24,6 +26,7 @@ namespace {
 constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DataAccessService";
 
+const char* const deviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
 const char* const dataDirectory = "/data";
 constexpr mode_t dataDirectoryMode = 0770;
 
@@ -91,6 +94,9 @@ void DataAccessService::init(Context& context) {
     m_context = &context;
     constructorActions();
     registerContext(context);
+    GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
+    // Makes the table of settings as a reset does; goes when a start brings all tables up to date.
+    DASMigrator::createTableAndDefaultRows(this, DASUtilsStrings::UnitTestGenConfigTableSchema);
     std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
     (void)std::fflush(stdout);
     initInternal();
