@@ -89,6 +89,10 @@ public:
     static bool mayInsertDefaultRows(DatabaseAdapter& adapter, const std::string& table,
                                      int createResult);
 
+    /// Makes @p table through its object when it counts no rows, with its default rows.
+    static void makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                     const std::string& table);
+
     // Whose data the telephone serves: settings of the device -------------------------------------
 
     /**

@@ -28,16 +28,6 @@ constexpr ReasonRow GenericReasons[] = {
     {&DASUtilsStrings::ReadRequest, &DASUtilsStrings::ReadResponse, &DataAccessObject::readRequest},
 };
 
-/// The first request to a table that is missing or empty makes it.
-void makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
-                          const std::string& table) {
-    std::string count;
-    DASUtils::getRowCount(adapter, table, count);
-    if (count == "0" && DASUtils::mayInsertDefaultRows(adapter, table, dao.createTable())) {
-        (void)dao.insertDefaultRows();  // a failed insert is in the log, the request goes on
-    }
-}
-
 PairList rowConditions(const std::string& user, const std::string& identifier) {
     return {{DASUtilsStrings::UserContextTagName, DASUtils::convertToDBFormat(user)},
             {DASUtilsStrings::IdTagName, identifier}};
@@ -90,6 +80,15 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
 }
 
 }  // namespace
+
+void DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                    const std::string& table) {
+    std::string count;
+    getRowCount(adapter, table, count);
+    if (count == "0" && mayInsertDefaultRows(adapter, table, dao.createTable())) {
+        (void)dao.insertDefaultRows();  // a failed insert is in the log, the request goes on
+    }
+}
 
 void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler start,
                                    XmlEndHandler end, XmlCharacterHandler characters,

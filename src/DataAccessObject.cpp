@@ -268,6 +268,10 @@ int DataAccessObject::readRequest() {
                                  m_responseUser, m_rowId, m_tableName, *m_dbAdapter);
 }
 
+std::vector<std::string> DataAccessObject::reasons() const {
+    return {DASUtilsStrings::UpdateRequest, DASUtilsStrings::ReadRequest};
+}
+
 std::string DataAccessObject::schemaName() {
     return m_schemaName;
 }

@@ -26,6 +26,8 @@ struct TableLayout {
     bool hasDefaultRowsPerUser = false;  ///< re-initialising a user inserts his default rows anew
     std::vector<DASUtils::ColumnInfo> columns;
     std::vector<std::string> defaultRowIds;
+    std::string constraint = {};  ///< of the table, behind its columns; empty for none
+    bool hasDataFiles = false;    ///< its rows can be written to a file and read from one
 };
 
 /// How a class with parser callbacks of its own reads a request, and what it logs of a damaged one.
@@ -139,6 +141,9 @@ public:
     virtual int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                   std::vector<std::string>& values);
 
+    /// Reasons of requests that the class serves, in the order in which they are tried.
+    virtual std::vector<std::string> reasons() const;
+
     /// The whole response. Valid in every state, also before a request.
     std::string getResponseMsg();
     /// The response up to its body.
@@ -242,6 +247,19 @@ protected:
         }
         return false;
     }
+
+    /// The reasons of @p operations, in their order.
+    template <typename Dao, std::size_t N>
+    static std::vector<std::string> reasonsOf(const Operation<Dao> (&operations)[N]) {
+        std::vector<std::string> texts;
+        for (const Operation<Dao>& operation : operations) {
+            texts.push_back(*operation.reason);
+        }
+        return texts;
+    }
+
+    /// Column and type of each column, in order.
+    PairList namesAndTypes() const;
 
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.

@@ -28,14 +28,22 @@ bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
 
 }  // namespace
 
-int DataAccessObject::createTable() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
+PairList DataAccessObject::namesAndTypes() const {
     PairList pairs;
     pairs.reserve(columns().size());
     for (const auto& column : columns()) {
         pairs.emplace_back(column.name, column.type);
+    }
+    return pairs;
+}
+
+int DataAccessObject::createTable() {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList pairs = namesAndTypes();
+    if (!m_layout->constraint.empty()) {
+        pairs.emplace_back(m_layout->constraint, std::string());
     }
     return m_dbAdapter->createTable(m_tableName, pairs);
 }
