@@ -5,6 +5,7 @@
 
 #include "AnalyticsDAO.h"
 #include "BluetoothDAO.h"
+#include "CallGroupDAO.h"
 #include "CertificateMgmtDAO.h"
 #include "CodecSettingsDAO.h"
 #include "DASUtilsStrings.h"
@@ -17,6 +18,7 @@
 #include "GeneralConfigurationDAO.h"
 #include "HeadsetPrioritiesDAO.h"
 #include "NULLDataAccessObject.h"
+#include "PhonebookDAO.h"
 #include "SRTPEncryptionSettingsDAO.h"
 #include "StimulusKeySettingsDAO.h"
 
@@ -51,6 +53,7 @@ DataAccessObject* makeForSchema(DatabaseAdapter* adapter, const std::string& sch
 const ClassRow ClassRows[] = {
     {&BluetoothBlacklistedSchema, Match::Equal, makeForSchema<BluetoothDAO>},
     {&BluetoothTrustedSchema, Match::Equal, makeForSchema<BluetoothDAO>},
+    {&CallGroupSchema, Match::Equal, make<CallGroupDAO>},
     // In front of the call log, whose name this one contains.
     {&CallLogSettingsSchema, Match::Equal, make<GeneralConfigurationDAO>},
     {&CodecSettingsSchema, Match::Equal, make<CodecSettingsDAO>},
@@ -61,6 +64,7 @@ const ClassRow ClassRows[] = {
     {&FileDownloadSettingsSchema, Match::Equal, make<FileDownloadSettingsDAO>},
     {&ForwardingKeyDestinationsSchema, Match::Equal, make<ForwardingKeyDestinationsDAO>},
     {&AnalyticsSchema, Match::Equal, make<AnalyticsDAO>},
+    {&PhoneBookSchema, Match::Equal, make<PhonebookDAO>},
     {&StimulusKeySettingsSchema, Match::Equal, make<StimulusKeySettingsDAO>},
     {&SRTPEncryptionSettingsSchema, Match::Equal, make<SRTPEncryptionSettingsDAO>},
     {&CertificateKeysSchema, Match::Equal, makeForSchema<CertificateMgmtDAO>},

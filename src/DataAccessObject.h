@@ -1,6 +1,7 @@
 #ifndef DATAACCESSOBJECT_H
 #define DATAACCESSOBJECT_H
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -305,6 +306,14 @@ protected:
 
     /// Column and type of each column, in order.
     PairList namesAndTypes() const;
+
+    /**
+     * Gives each line of a file with one user's rows to @p store, in one transaction; what it takes
+     * and returns is that of CsvReader::forEachRow. 1 when the file did not open or what was read
+     * could not be committed; lines that were refused do not count.
+     */
+    int importRowsOfUser(const std::string& location,
+                         const std::function<int(std::vector<std::string>&)>& store);
 
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.

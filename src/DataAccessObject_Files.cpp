@@ -169,3 +169,17 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
     DAS_LOG(5, "Scanning complete");
     return transaction.end() == 0;
 }
+
+int DataAccessObject::importRowsOfUser(const std::string& location,
+                                       const std::function<int(std::vector<std::string>&)>& store) {
+    DAS_LOG(5, "Opening %s", location.c_str());
+    CsvReader file(location);
+    if (!file.isOpen() || m_dbAdapter == nullptr) {
+        DAS_LOG(5, "error opening %s", location.c_str());
+        return 1;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
+    DAS_LOG(5, "Scanning complete");
+    return transaction.end() == 0 ? 0 : 1;
+}

@@ -119,6 +119,8 @@ public:
     void notifyWBM(const std::string& path);
 
 private:
+    /// Whom to hand a status item; null, and a log line, when there is no management service.
+    LocalMgmtIfc* managementForStatus();
     /// Last step of the start: settles the user.
     void initInternal();
     /// Takes the stored user; a blank one leaves base.

@@ -47,6 +47,13 @@ bool DataAccessService::doesFileExist(const std::string& path) {
     return std::ifstream(Storage::devicePath(path)).is_open();
 }
 
+LocalMgmtIfc* DataAccessService::managementForStatus() {
+    if (!findACMS()) {
+        DAS_LOG(5, "DataAccessService ERROR  Failed to find ACMS");
+    }
+    return m_localMgmt;
+}
+
 void DataAccessService::notifyWBM(const std::string& path) {
     DAS_LOG(5, "notifyWBM");
     const bool isThere = doesFileExist(path);
@@ -55,10 +62,7 @@ void DataAccessService::notifyWBM(const std::string& path) {
     } else {
         DAS_LOG(2, "csv contacts file creation is not successful");
     }
-    if (!findACMS()) {
-        DAS_LOG(5, "DataAccessService ERROR  Failed to find ACMS");
-    }
-    if (LocalMgmtIfc* management = m_localMgmt) {
+    if (LocalMgmtIfc* management = managementForStatus()) {
         ManageableData status;
         status.populate(contactsStatusItem, contactsStatusItem,
                         isThere ? contactsWritten : contactsNotWritten);

@@ -14,6 +14,15 @@ public:
      * answers keep the plain path. A path that is not absolute is returned as it is.
      */
     static std::string devicePath(const std::string& path);
+
+    /**
+     * How full the file system of @p path is, in percent of what a program may use, rounded up; 0
+     * when it can't be told. A number in "DAS_DISK_USAGE" of the environment is answered instead.
+     */
+    static int checkDiskUsage(const std::string& path);
+
+    /// The name under which a picture at @p path is stored: what follows the last slash.
+    static std::string getStorageName(const std::string& path);
 };
 
 #endif

@@ -26,4 +26,25 @@ TEST(StorageTest, AbsolutePathsStandBelowTheDeviceRoot) {
     }
 }
 
+TEST(StorageTest, DiskUsageIsMeasuredUnlessTheEnvironmentSetsIt) {
+    setEnvironment("DAS_ROOT", nullptr);
+    for (const char* unset : {static_cast<const char*>(nullptr), "", "full"}) {
+        setEnvironment("DAS_DISK_USAGE", unset);
+        EXPECT_GT(Storage::checkDiskUsage("/"), 0);
+        EXPECT_LE(Storage::checkDiskUsage("/"), 100);
+        EXPECT_EQ(0, Storage::checkDiskUsage("/no/such/place"));
+    }
+    setEnvironment("DAS_DISK_USAGE", "91");
+    EXPECT_EQ(91, Storage::checkDiskUsage("/no/such/place"));
+    setEnvironment("DAS_DISK_USAGE", nullptr);
+}
+
+TEST(StorageTest, StorageNameFollowsTheLastSlash) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"/data/images/a.png", "a.png"}, {"a.png", "a.png"}, {"/data/images/", ""}, {"", ""}};
+    for (const auto& [path, name] : rows) {
+        EXPECT_EQ(name, Storage::getStorageName(path)) << path;
+    }
+}
+
 }  // namespace
