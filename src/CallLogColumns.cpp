@@ -7,42 +7,54 @@ namespace {
 
 using namespace CallLogColumns;
 
-struct RowColumnName {
+struct RowColumnNames {
     RowColumn column;
     std::string name;
     std::string type;
+    std::string element;
 };
 
-const std::vector<RowColumnName>& rowColumns() {
+const std::vector<RowColumnNames>& rowColumns() {
     const std::string& text = DASUtilsStrings::columnTypeText;
-    static const std::vector<RowColumnName> columns = {
-        {UserContext, DASUtilsStrings::UserContextTagName, text},
-        {UniqueId, "UniqueId", "INTEGER PRIMARY KEY AUTOINCREMENT"},
-        {Category, "Category", "TEXT DEFAULT empty"},
-        {EntryId, "EntryId", text},
-        {Surname, "Surname", text},
-        {Firstname, "Firstname", text},
-        {PictureClip, "PictureClip", text},
-        {Viewed, "Viewed", text},
-        {JSGroupBy, "JSGroupBy", text}};
+    static const std::vector<RowColumnNames> columns = {
+        {UserContext, DASUtilsStrings::UserContextTagName, text, ""},
+        {UniqueId, "UniqueId", "INTEGER PRIMARY KEY AUTOINCREMENT", "UniqueId"},
+        {Category, "Category", "TEXT DEFAULT empty", "Category"},
+        {EntryId, "EntryId", text, "EntryId"},
+        {Surname, "Surname", text, "Surname"},
+        {Firstname, "Firstname", text, "Firstname"},
+        {PictureClip, "PictureClip", text, "Picture"},
+        {Viewed, "Viewed", text, "Viewed"},
+        {JSGroupBy, "JSGroupBy", text, "JSGroupBy"}};
     return columns;
 }
 
-const std::vector<std::string>& stems() {
-    static const std::vector<std::string> names = {"MornetTStimeFormat",
-                                                   "Number",
-                                                   "NumberType",
-                                                   "AuxiliaryNumber",
-                                                   "AuxiliaryNumberType",
-                                                   "AuxSurname",
-                                                   "AuxFirstName",
-                                                   "TimeDate",
-                                                   "Duration",
-                                                   "ResolvedNumber",
-                                                   "CompletedElsewhere",
-                                                   "GroupName",
-                                                   "GroupNumber"};
+struct FieldNames {
+    std::string stem;
+    std::string element;
+};
+
+/// By Field.
+const std::vector<FieldNames>& fields() {
+    static const std::vector<FieldNames> names = {{"MornetTStimeFormat", "MornetTStimeFormat"},
+                                                  {"Number", "Number"},
+                                                  {"NumberType", "NumberType"},
+                                                  {"AuxiliaryNumber", "ConnectedNumber"},
+                                                  {"AuxiliaryNumberType", "ConnectedNumberType"},
+                                                  {"AuxSurname", "ConnectedSurname"},
+                                                  {"AuxFirstName", "ConnectedFirstName"},
+                                                  {"TimeDate", "TimeDate"},
+                                                  {"Duration", "Duration"},
+                                                  {"ResolvedNumber", "ResolvedNumber"},
+                                                  {"CompletedElsewhere", "CompletedElsewhere"},
+                                                  {"GroupName", "GroupName"},
+                                                  {"GroupNumber", "GroupNumber"}};
     return names;
+}
+
+const RowColumnNames& namesOf(RowColumn column) {
+    const auto& all = rowColumns();
+    return column == JSGroupBy ? all.back() : all[column];
 }
 
 constexpr std::size_t FirstItem = Viewed + 1;
@@ -56,7 +68,7 @@ void appendAllPlaces(PairList& columns, Field field) {
 
 PairList makeEntryColumns() {
     PairList columns;
-    for (const RowColumnName& column : rowColumns()) {
+    for (const RowColumnNames& column : rowColumns()) {
         if (column.column != JSGroupBy) {
             columns.emplace_back(column.name, column.type);
         }
@@ -88,12 +100,19 @@ PairList makeExtraColumns() {
 }  // namespace
 
 const std::string& CallLogColumns::name(RowColumn column) {
-    const auto& all = rowColumns();
-    return column == JSGroupBy ? all.back().name : all[column].name;
+    return namesOf(column).name;
+}
+
+const std::string& CallLogColumns::element(RowColumn column) {
+    return namesOf(column).element;
 }
 
 const std::string& CallLogColumns::stem(Field field) {
-    return stems()[field];
+    return fields()[field].stem;
+}
+
+const std::string& CallLogColumns::element(Field field) {
+    return fields()[field].element;
 }
 
 std::string CallLogColumns::name(Field field, std::size_t place) {

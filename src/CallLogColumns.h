@@ -58,6 +58,10 @@ const std::string& name(RowColumn column);
 const std::string& stem(Field field);
 /// Name of a field's column at a place, 0 to 9; no column has the name for a higher place.
 std::string name(Field field, std::size_t place);
+/// Element that holds a column of the row in requests and answers; none for the user's context.
+const std::string& element(RowColumn column);
+/// Element that holds a field of a call in requests and answers.
+const std::string& element(Field field);
 /// Position in a row of a field at a place, 0 to 9.
 std::size_t position(Field field, std::size_t place);
 

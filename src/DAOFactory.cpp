@@ -6,8 +6,10 @@
 #include "AnalyticsDAO.h"
 #include "BluetoothDAO.h"
 #include "CallGroupDAO.h"
+#include "CallLogDAO.h"
 #include "CertificateMgmtDAO.h"
 #include "CodecSettingsDAO.h"
+#include "ConversationsDAO.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessObject.h"
 #include "DialPlanEntriesDAO.h"
@@ -56,6 +58,7 @@ const ClassRow ClassRows[] = {
     {&CallGroupSchema, Match::Equal, make<CallGroupDAO>},
     // In front of the call log, whose name this one contains.
     {&CallLogSettingsSchema, Match::Equal, make<GeneralConfigurationDAO>},
+    {&CallLogSchema, Match::Contains, make<CallLogDAO>},
     {&CodecSettingsSchema, Match::Equal, make<CodecSettingsDAO>},
     {&HeadsetPrioritiesSchema, Match::Equal, make<HeadsetPrioritiesDAO>},
     {&DialPlanEntriesSchema, Match::Equal, make<DialPlanEntriesDAO>},
@@ -69,6 +72,7 @@ const ClassRow ClassRows[] = {
     {&SRTPEncryptionSettingsSchema, Match::Equal, make<SRTPEncryptionSettingsDAO>},
     {&CertificateKeysSchema, Match::Equal, makeForSchema<CertificateMgmtDAO>},
     {&CertificatesSchema, Match::Equal, makeForSchema<CertificateMgmtDAO>},
+    {&ConversationsSchema, Match::Equal, make<ConversationsDAO>},
 };
 
 /// Schemas that are rows of the general configuration table; tried last.

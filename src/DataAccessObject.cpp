@@ -272,6 +272,11 @@ std::vector<std::string> DataAccessObject::reasons() const {
     return {DASUtilsStrings::UpdateRequest, DASUtilsStrings::ReadRequest};
 }
 
+bool DataAccessObject::calculateIfReadAll(const std::string& table) const {
+    return m_resultColumns.empty() ? table == m_tableName
+                                   : DASUtils::columnIsInColumnList(table + ".*", m_resultColumns);
+}
+
 std::string DataAccessObject::schemaName() {
     return m_schemaName;
 }

@@ -82,6 +82,9 @@ public:
 
     /// Creates the table; fails when it is there.
     virtual int createTable();
+    /// Creates the table with @p newColumns: 0 when that was done, 2 when there is one already, 1
+    /// for any other failure. Empties @p newColumns.
+    int createTableUnlessThere(PairList& newColumns);
     /// Makes the table when the database has none of its name, without counting rows. True when it
     /// was made just now; a failure is in the log.
     bool createMissingTable();
@@ -225,6 +228,10 @@ public:
 
     DatabaseAdapter* getDatabaseAdapter() { return m_dbAdapter; }
 
+    /// Whether a read gives whole rows of @p table: of the object's own without ResultCols, else of
+    /// each that is named by "TABLE.*".
+    bool calculateIfReadAll(const std::string& table) const;
+
     /// Columns of the table, in order; none for an object that was not given any.
     const std::vector<DASUtils::ColumnInfo>& columns() const { return m_layout->columns; }
     const std::vector<std::string>& defaultRowIds() const { return m_layout->defaultRowIds; }
@@ -306,6 +313,18 @@ protected:
 
     /// Column and type of each column, in order.
     PairList namesAndTypes() const;
+
+    /// Runs @p operation for each of @p count entries in one transaction: the result of the last
+    /// one, or of the commit when that failed. 0 for no entries, 1 without an adapter.
+    int forEachEntry(std::size_t count, const std::function<int(std::size_t)>& operation);
+
+    /// Names of columns().
+    std::vector<std::string> columnNames() const;
+
+    /// Inserts one line of a data file, plain text: XML escapes are undone, and a blank value of
+    /// the column @p key is assigned. A raw SQLite code, 1 without an adapter.
+    int insertLineOfFile(const std::string& table, const std::vector<std::string>& names,
+                         const std::vector<std::string>& values, const std::string& key);
 
     /**
      * Gives each line of a file with one user's rows to @p store, in one transaction; what it takes

@@ -183,3 +183,25 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
     DAS_LOG(5, "Scanning complete");
     return transaction.end() == 0 ? 0 : 1;
 }
+
+int DataAccessObject::insertLineOfFile(const std::string& table,
+                                       const std::vector<std::string>& names,
+                                       const std::vector<std::string>& values,
+                                       const std::string& key) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    std::vector<std::string> row;
+    row.reserve(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const bool isAssigned = values[i].empty() && i < names.size() && names[i] == key;
+        row.push_back(isAssigned
+                          ? "NULL"
+                          : DASUtils::escapeAndQuote(ClientUtils::unescapeXMLString(values[i])));
+    }
+    const int result = m_dbAdapter->insertRow(table, names, row, nullptr);
+    if (result != 0) {
+        DAS_LOG(2, "updateItemInTablemIn = insert failed");
+    }
+    return result;
+}

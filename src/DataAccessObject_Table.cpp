@@ -48,6 +48,41 @@ int DataAccessObject::createTable() {
     return m_dbAdapter->createTable(m_tableName, pairs);
 }
 
+int DataAccessObject::forEachEntry(std::size_t count,
+                                   const std::function<int(std::size_t)>& operation) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    int result = 0;
+    for (std::size_t entry = 0; entry < count; ++entry) {
+        result = operation(entry);
+    }
+    // A batch that could not be committed is not there, whatever its last entry said.
+    const int ended = transaction.end();
+    return result != 0 ? result : ended;
+}
+
+std::vector<std::string> DataAccessObject::columnNames() const {
+    std::vector<std::string> names;
+    names.reserve(columns().size());
+    for (const auto& column : columns()) {
+        names.push_back(column.name);
+    }
+    return names;
+}
+
+int DataAccessObject::createTableUnlessThere(PairList& newColumns) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    AdapterLock lock(*m_dbAdapter);  // the words of a failure are those of the last statement
+    if (m_dbAdapter->createTable(m_tableName, newColumns) == 0) {
+        return 0;
+    }
+    return m_dbAdapter->getError().find("already exists") != std::string::npos ? 2 : 1;
+}
+
 bool DataAccessObject::createMissingTable() {
     std::vector<std::string> names;
     return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&

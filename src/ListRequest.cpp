@@ -98,6 +98,11 @@ void ListRequest::settlePaging() {
     m_rowLimit = isPage ? ClientUtils::itos(limit) : std::string();
 }
 
+bool ListRequest::hasSafePaging() const {
+    return m_offset.empty() || m_rowLimit.empty() ||
+           (DASUtils::isNumber(m_offset) && DASUtils::isNumber(m_rowLimit));
+}
+
 std::string ListRequest::countAnswer(const std::string& count) {
     return "<count>" + count + "</count>";
 }

@@ -6,7 +6,7 @@
 
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
-#include "ConversationsTable.h"
+#include "ConversationsDAO.h"
 #include "DatabaseAdapter.h"
 #include "Logging.h"
 #include "Storage.h"
@@ -78,12 +78,6 @@ std::vector<std::string> elementNames() {
     for (const Column& column : FieldColumns) {
         names.push_back(*column.element);
     }
-    return names;
-}
-
-/// The elements of answers.
-const std::vector<std::string>& answerNames() {
-    static const std::vector<std::string> names = elementNames();
     return names;
 }
 
@@ -246,11 +240,6 @@ int PhonebookDAO::buildReadQuery(PairList& params) {
     return DASUtils::areResultColumns(m_resultColumns) ? buildParams(params, m_contacts) : 1;
 }
 
-bool PhonebookDAO::calculateIfReadAll(const std::string& table) const {
-    return m_resultColumns.empty() ? table == PhoneBookTableName
-                                   : DASUtils::columnIsInColumnList(table + ".*", m_resultColumns);
-}
-
 int PhonebookDAO::readRequest() {
     PairList params;
     if (m_dbAdapter == nullptr || buildReadQuery(params) != 0) {
@@ -260,7 +249,7 @@ int PhonebookDAO::readRequest() {
     // Only a read that names all columns hides what conversations show: kept on purpose, one
     // without ResultCols is how clients count everything.
     if (calculateIfReadAll(m_tableName) && !m_resultColumns.empty()) {
-        (void)DataAccessObject(m_dbAdapter, ConversationsTable::layout()).createMissingTable();
+        (void)ConversationsDAO(m_dbAdapter).createMissingTable();
         hidden.emplace_back("PHONE_BOOK.UniqueID",
                             "(SELECT CONVERSATIONS.PhonebookId FROM CONVERSATIONS)");
     }
@@ -395,6 +384,11 @@ void PhonebookDAO::keepNumber(Contact& contact, long long number) {
     m_highestNumber = number;
 }
 
+const std::vector<std::string>& PhonebookDAO::elements() {
+    static const std::vector<std::string> names = elementNames();
+    return names;
+}
+
 std::string PhonebookDAO::schemaName() {
     return m_schemaName;
 }
@@ -408,7 +402,7 @@ std::string PhonebookDAO::responseData() {
     }
     return responseDataHelper(m_responseReason, m_requestContext,
                               DASUtils::unescapeSqlReservedCharacters(m_responseUser),
-                              m_resultColumns, m_resultRows, answerNames(), true);
+                              m_resultColumns, m_resultRows, elements(), true);
 }
 
 bool PhonebookDAO::tagIsInVector(std::string tag, std::vector<std::string>& tags) {

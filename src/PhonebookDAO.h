@@ -79,12 +79,13 @@ public:
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
 
+    /// The elements of answers, by column of the table; the user has none.
+    static const std::vector<std::string>& elements();
+
     /// Whether @p tag is one of @p tags. Exact comparison.
     bool tagIsInVector(std::string tag, std::vector<std::string>& tags);
     /// Creates the table without the columns named; the user can't be left out.
     int createTable(std::vector<std::string> columnsToSkip);
-    /// Whether a read gives whole rows of @p table: by no ResultCols at all, or by "TABLE.*".
-    bool calculateIfReadAll(const std::string& table) const;
 
     int rowCountRequest();
     /// Deletes the user's contacts that the entry describes, all without an entry. 1 for a pattern.

@@ -126,6 +126,21 @@ inline std::string message(const std::string& schema, const std::string& reason,
            body + "</Schema>";
 }
 
+/// The texts of the elements @p name in @p answer, with a "|" between them.
+inline std::string valuesOf(const std::string& answer, const std::string& name) {
+    const std::string start = "<" + name + ">";
+    std::string values;
+    for (auto at = answer.find(start); at != std::string::npos; at = answer.find(start, at)) {
+        at += start.size();
+        values += (values.empty() ? "" : "|") + answer.substr(at, answer.find("</", at) - at);
+    }
+    return values;
+}
+
+inline std::string reasonOf(const std::string& answer) {
+    return valuesOf(answer, "ReasonForMessage");
+}
+
 }  // namespace xml
 
 /// A test with a service that has been started.

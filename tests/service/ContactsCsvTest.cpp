@@ -1,0 +1,65 @@
+// The contacts as a file for web management.
+
+#include "DatabaseAdapter.h"
+#include "Executable.h"
+#include "LocalMgmtIfc.h"
+#include "ManageableData.h"
+#include "ServiceTest.h"
+
+namespace {
+
+class StatusKeeper : public Executable, public LocalMgmtIfc {
+public:
+    void init(Context&) override {}
+    void shutdown() override {}
+    bool deleteFile(int, const std::string&) override { return false; }
+    void sendStatusToDLS(const ManageableData&) override { told += "to the wrong one;"; }
+    void sendStatusToWBM(const ManageableData& status) override {
+        told += status.getItem() + "=" + status.getValue() + ";";
+    }
+    void factoryReset(const std::string&, int) override {}
+
+    std::string told;
+};
+
+class ContactsCsvTest : public ServiceTest {
+protected:
+    const std::string File = "/tmp/VX_contacts.csv";
+    const std::string Header =
+        "\"LastName\",\"FirstName\",\"Business1\",\"Business2\",\"Mobile1\",\"Private1\","
+        "\"Company1\",\"Address1\",\"Address2\",\"Position\",\"Email1\",\"DefaultDial\"\n";
+    StatusKeeper m_management;
+};
+
+}  // namespace
+
+TEST_F(ContactsCsvTest, WordWritesTheContactsOfBothUsersAndTellsManagement) {
+    m_context.services["LocalMgmtIfc"] = &m_management;
+    for (const char* user : {"base", "visitor"}) {
+        send("PhoneBook", "write_request",
+             xml::context(user, xml::entry({{"Surname", "M\xC3\xBCller, &amp;quot;A&amp;quot;"},
+                                            {"Office2", "O'N"},
+                                            {"DefaultNumber", "1"},
+                                            {"ExternalID", "not told"}})));
+    }
+    EXPECT_EQ(send("saveContactsToCSV"), "endOfSaveContactsToCSVRequest");
+    const std::string line = "\"M\xC3\xBCller, \"\"A\"\"\",,,\"O'N\",,,,,,,,\"1\"\n";
+    EXPECT_EQ(readFile(onDevice(File)), Header + line + line);
+    EXPECT_EQ(m_management.told, "contacts-status=4;");
+}
+
+TEST_F(ContactsCsvTest, StatusTellsWhetherAFileIsThere) {
+    EXPECT_EQ(send("saveContactsToCSV"), "endOfSaveContactsToCSVRequest");
+    EXPECT_EQ(readFile(onDevice(File)), Header);  // there is no table, which the log tells
+    EXPECT_TRUE(m_log.has(2, "error in the query of the contacts information"));
+    EXPECT_TRUE(m_log.has(2, "No LocalMgmtIfc"));
+    EXPECT_TRUE(m_log.has(5, "DataAccessService ERROR  Failed to find ACMS"));
+
+    m_context.services["LocalMgmtIfc"] = &m_management;
+    service().saveContactsToCSV("/no/such/place.csv");
+    EXPECT_TRUE(m_log.has(2, "error in the creation/opening of the /no/such/place.csv file"));
+    EXPECT_TRUE(m_log.has(2, "csv contacts file creation is not successful"));
+    m_context.services.clear();  // a service that was found once still counts
+    service().notifyWBM(File);
+    EXPECT_EQ(m_management.told, "contacts-status=3;contacts-status=4;");
+}
