@@ -27,8 +27,18 @@ const std::vector<std::string>& fieldNames() {
     return names;
 }
 
-std::vector<std::string> allColumns() {
-    return {UserContextTagName, numberColumn, nameColumn, ringToneColumn};
+const std::shared_ptr<const TableLayout>& layoutOfTable() {
+    static const auto layout = [] {
+        auto made = std::make_shared<TableLayout>();
+        made->schema = CallGroupSchema;
+        made->table = CallGroupTableName;
+        made->columns = {{UserContextTagName, columnTypeText, ""}};
+        for (const std::string& name : fieldNames()) {
+            made->columns.emplace_back(name, columnTypeText, "");
+        }
+        return std::shared_ptr<const TableLayout>(made);
+    }();
+    return layout;
 }
 
 /// The numbers of the groups, in database form.
@@ -68,10 +78,8 @@ void CallGroupDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 CallGroupDAO::CallGroupDAO() : CallGroupDAO(nullptr) {}
 
 CallGroupDAO::CallGroupDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter), m_request(fieldNames(), m_schemaName, m_requestContext, m_reason) {
-    m_tableName = CallGroupTableName;
-    m_schemaName = CallGroupSchema;
-}
+    : DataAccessObject(adapter, layoutOfTable()),
+      m_request(fieldNames(), m_schemaName, m_requestContext, m_reason) {}
 
 CallGroupDAO::~CallGroupDAO() = default;
 
@@ -176,17 +184,6 @@ std::string CallGroupDAO::responseData() {
                               m_resultColumns, m_resultRows, fieldNames(), true);
 }
 
-int CallGroupDAO::createTable() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
-    PairList columns;
-    for (const std::string& name : allColumns()) {
-        columns.emplace_back(name, columnTypeText);
-    }
-    return m_dbAdapter->createTable(m_tableName, columns);
-}
-
 void CallGroupDAO::createMissingGroups() {
     if (createMissingTable()) {
         (void)insertDefaultRows();  // what fails is in the log
@@ -258,7 +255,7 @@ int CallGroupDAO::exportData(PairList& conditions, std::string& location) {
 
 int CallGroupDAO::importData(std::string& location) {
     createMissingGroups();
-    std::vector<std::string> columns = allColumns();
+    std::vector<std::string> columns = columnNames();
     return importDataFromFile(m_tableName, columns, location) ? 0 : 1;
 }
 
@@ -267,7 +264,7 @@ int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory c
     const bool isVisitor =
         category == visitor && !DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter);
     const std::string& context = isVisitor ? UserContextVisitor : UserContextBase;
-    std::vector<std::string> columns = allColumns();
+    std::vector<std::string> columns = columnNames();
     return importRowsOfUser(location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
         return updateItemInTable(m_tableName, columns, fields);

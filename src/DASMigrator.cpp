@@ -17,6 +17,7 @@
 #include "DatabaseAdapter.h"
 #include "GeneralConfigurationDAO.h"
 #include "Logging.h"
+#include "NULLDataAccessObject.h"
 #include "V1R1ToV1R2Migrator.h"
 
 namespace {
@@ -50,10 +51,9 @@ int columnsOf(const Run& run, const char* statement) {
     return run.service->getAdapter()->getColumnCount(statement);
 }
 
-long rowsOf(const Run& run, const std::string& table) {
-    PairList all;
+long rowsOf(DataAccessServiceIfc* service, const std::string& table) {
     std::string count;
-    run.service->getAdapter()->getRowCount(table, all, count);
+    (void)DASUtils::getRowCount(*service->getAdapter(), table, count);
     return std::strtol(count.c_str(), nullptr, 10);
 }
 
@@ -80,7 +80,7 @@ bool stimulusKeysAreOld(const Run& run) {
             return true;
         }
     }
-    return rowsOf(run, StimulusKeySettingsTableName) == StimulusRowsOfAnOlderRelease ||
+    return rowsOf(run.service, StimulusKeySettingsTableName) == StimulusRowsOfAnOlderRelease ||
            !hasRow(run, StimulusKeySettingsTableName, "'30'");
 }
 
@@ -90,7 +90,7 @@ bool fixedKeysAreOld(const Run& run) {
 }
 
 bool srtpTableMayLackMethods(const Run& run) {
-    const long rows = rowsOf(run, SrtpEncryptionSettingsTableName);
+    const long rows = rowsOf(run.service, SrtpEncryptionSettingsTableName);
     return rows >= 1 && rows <= 4;
 }
 
@@ -98,8 +98,9 @@ bool srtpTableMayLackMethods(const Run& run) {
 // ----------------------------------------------------------------------
 
 void migrateStimulusKeys(const Run& run) {
-    M::migrateStimulusKeySettingsTable(run.service, columnsOf(run, allStimulusKeys),
-                                       static_cast<int>(rowsOf(run, StimulusKeySettingsTableName)));
+    M::migrateStimulusKeySettingsTable(
+        run.service, columnsOf(run, allStimulusKeys),
+        static_cast<int>(rowsOf(run.service, StimulusKeySettingsTableName)));
 }
 
 /// Each normal start logs a success here: kept on purpose, a result of 1 also means no work.
@@ -243,7 +244,7 @@ const Step Steps[] = {
     {45, srtpTableMayLackMethods,
      [](const Run& run) {
          M::addMissingAesToSrtpEncryptionTable(
-             run.service, static_cast<int>(rowsOf(run, SrtpEncryptionSettingsTableName)));
+             run.service, static_cast<int>(rowsOf(run.service, SrtpEncryptionSettingsTableName)));
      },
      nullptr, nullptr},
 };
@@ -271,15 +272,11 @@ struct SettingsCachesAside {
     SettingsCachesAside& operator=(const SettingsCachesAside&) = delete;
 };
 
-std::unique_ptr<DataAccessObject> createDao(DAOFactory* factory, const std::string& schema) {
-    return std::unique_ptr<DataAccessObject>(factory != nullptr ? factory->createDAOInstance(schema)
-                                                                : nullptr);
-}
-
 }  // namespace
 
 void DASMigrator::checkAndMigrateDatabase(DataAccessServiceIfc* service) {
-    if (service == nullptr || service->getAdapter() == nullptr) {
+    if (service == nullptr || service->getAdapter() == nullptr ||
+        service->getDAOFactory() == nullptr) {
         DAS_LOG(2, "checkAndMigrateDatabase - no database");
         return;
     }
@@ -304,7 +301,7 @@ bool DASMigrator::dbIsPreMobility(DataAccessServiceIfc* service) {
 void DASMigrator::migrateToMobilityDatabase(DataAccessServiceIfc* service) {
     migrateFeatureKeysTable(service);
     migrateFtpSettingsTable(service);
-    if (rowsOf({service, {}}, GeneralConfigTableName) == 0) {
+    if (rowsOf(service, GeneralConfigTableName) == 0) {
         createTable(service, settingsTableSchema);
     } else {
         migrateGeneralConfigTable(service, {"Schema", "UserContext", "Name", "Value"});
@@ -313,27 +310,38 @@ void DASMigrator::migrateToMobilityDatabase(DataAccessServiceIfc* service) {
     (void)DASUtils::insertMobilityCurrentUserValue(service->getAdapter(), UserContextBase);
 }
 
-void DASMigrator::createTable(DataAccessServiceIfc* service, const std::string& schema) {
-    if (const auto dao = createDao(service->getDAOFactory(), schema)) {
-        (void)dao->createTable();  // refused when it is there
+std::unique_ptr<DataAccessObject> DASMigrator::createDao(DAOFactory* factory,
+                                                         const std::string& schema) {
+    if (factory == nullptr) {
+        return std::make_unique<NULLDataAccessObject>(schema);
     }
+    return std::unique_ptr<DataAccessObject>(factory->createDAOInstance(schema));
+}
+
+std::unique_ptr<DataAccessObject> DASMigrator::createDao(DataAccessServiceIfc* service,
+                                                         const std::string& schema) {
+    return createDao(service->getDAOFactory(), schema);
+}
+
+void DASMigrator::createTable(DataAccessServiceIfc* service, const std::string& schema) {
+    (void)createDao(service, schema)->createTable();  // refused when it is there
 }
 
 void DASMigrator::createTableAndDefaultRows(DataAccessServiceIfc* service,
                                             const std::string& schema) {
-    if (const auto dao = createDao(service->getDAOFactory(), schema)) {
-        (void)dao->createTable();
-        (void)dao->insertDefaultRows();
+    const auto dao = createDao(service, schema);
+    const int created = dao->createTable();
+    if (DASUtils::mayInsertDefaultRows(*service->getAdapter(), dao->tableName(), created)) {
+        (void)dao->insertDefaultRows();  // a failure is in the log
     }
 }
 
 void DASMigrator::migrateTableByAddingMissingDefaultLines(DataAccessServiceIfc* service,
                                                           const std::string& schema) {
     DAS_LOG(5, "migrateTableByAddingMissingDefaultLines %s", schema.c_str());
-    if (const auto dao = createDao(service->getDAOFactory(), schema)) {
-        (void)dao->createTable();
-        (void)dao->insertDefaultRows(true);
-    }
+    const auto dao = createDao(service, schema);
+    (void)dao->createTable();            // refused when it is there
+    (void)dao->insertDefaultRows(true);  // a failure is in the log
 }
 
 bool DASMigrator::columnExists(DataAccessServiceIfc* service, const std::string& table,
@@ -375,13 +383,12 @@ bool DASMigrator::isRowPresent(DataAccessServiceIfc* service, const std::string&
 
 int DASMigrator::DAOCompatibilityWithDb(DataAccessServiceIfc* service, const std::string& schema,
                                         const std::string& table) {
-    const auto dao = createDao(service->getDAOFactory(), schema);
-    if (dao == nullptr) {
-        DAS_LOG(5, "DAOCompatibilityWithDb failed: Cannot create DAO");
+    if (service->getDAOFactory() == nullptr) {
+        DAS_LOG(2, "DAOCompatibilityWithDb failed: Cannot create DAO");
         return 1;
     }
     PairList daoColumns;
-    dao->buildColumnNameList(daoColumns);
+    createDao(service, schema)->buildColumnNameList(daoColumns);
     std::vector<std::string> names;
     (void)service->getAdapter()->getColumnNames(table, names);
     if (daoColumns.size() != names.size() || daoColumns.empty()) {
@@ -420,9 +427,6 @@ void DASMigrator::insertGeneralConfigRow(DataAccessServiceIfc* service,
 
 std::string DASMigrator::readAllFromSchema(DAOFactory* factory, const std::string& schema) {
     const auto dao = createDao(factory, schema);
-    if (dao == nullptr) {
-        return {};
-    }
     const std::string request = std::string(DataAccessObject::xmlHeaderTag) +
                                 DataAccessObject::xmlSchemaStart + schema +
                                 "\"><ReasonForMessage>readall_request</ReasonForMessage></Schema>";

@@ -2,6 +2,7 @@
 #define DASMIGRATOR_H
 
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 
 class CallLogRow;
 class DAOFactory;
+class DataAccessObject;
 class DataAccessServiceIfc;
 class DatabaseAdapter;
 
@@ -40,9 +42,15 @@ public:
 
     // What the steps share ------------------------------------------------------------------------
 
+    /// The object of @p schema. Never null: without a factory it is one that refuses everything.
+    static std::unique_ptr<DataAccessObject> createDao(DAOFactory* factory,
+                                                       const std::string& schema);
+    static std::unique_ptr<DataAccessObject> createDao(DataAccessServiceIfc* service,
+                                                       const std::string& schema);
     /// Makes the table of @p schema through its object.
     static void createTable(DataAccessServiceIfc* service, const std::string& schema);
-    /// The same, and inserts the default rows of both users.
+    /// The same, and inserts the default rows of both users if the table is new or known to be
+    /// empty.
     static void createTableAndDefaultRows(DataAccessServiceIfc* service, const std::string& schema);
     /// The same, but inserts only default rows that are missing.
     static void migrateTableByAddingMissingDefaultLines(DataAccessServiceIfc* service,

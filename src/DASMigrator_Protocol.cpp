@@ -1,5 +1,7 @@
 // The change of protocol: the database is made anew, and what names the telephone is kept.
 
+#include <array>
+#include <cstring>
 #include <fstream>
 
 #include "DASMigrator.h"
@@ -47,10 +49,12 @@ constexpr std::size_t DhcpFlag = 2;  ///< place above; the items behind it need 
 const SavedItem TerminalNumber = {"TerminalNumber", nullptr, "Saved E164 from SIP DB = %s",
                                   "An error occured while reading E164 from SipBaseSettings"};
 
+/// The file is the image's: whatever it holds, no more than a line of a sane length is read.
 bool olderSoftwareRan() {
+    std::array<char, 4096> line{};
     std::ifstream file(Storage::devicePath(previousVersionFile));
-    std::string line;
-    return file && std::getline(file, line) && line.find(olderProtocol) != std::string::npos;
+    file.getline(line.data(), line.size());  // leaves blank text when it can't be read
+    return std::strstr(line.data(), olderProtocol) != nullptr;
 }
 
 bool hasSetting(DataAccessServiceIfc* service, const char* column, const char* value) {

@@ -111,6 +111,20 @@ std::string cellOfFile(const std::string& column, const std::string& value) {
                                         : ClientUtils::unescapeXMLString(value));
 }
 
+const std::shared_ptr<const TableLayout>& layoutOfTable() {
+    static const auto layout = [] {
+        auto made = std::make_shared<TableLayout>();
+        made->schema = PhoneBookSchema;
+        made->table = PhoneBookTableName;
+        made->columns = {{*UserColumn.name, *UserColumn.type, ""}};
+        for (const Column& column : FieldColumns) {
+            made->columns.emplace_back(*column.name, *column.type, "");
+        }
+        return std::shared_ptr<const TableLayout>(made);
+    }();
+    return layout;
+}
+
 constexpr RequestParser Parser = {PhonebookDAOXmlStartElement, PhonebookDAOXmlEndElement,
                                   PhonebookDAOXmlCharacterDataHandler, LogComponent,
                                   "Parsing a PhonebookDAO request '%s' failed."};
@@ -132,11 +146,8 @@ void PhonebookDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 PhonebookDAO::PhonebookDAO() : PhonebookDAO(nullptr) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter),
-      m_request(requestNames(), m_schemaName, m_requestContext, m_reason) {
-    m_tableName = PhoneBookTableName;
-    m_schemaName = PhoneBookSchema;
-}
+    : DataAccessObject(adapter, layoutOfTable()),
+      m_request(requestNames(), m_schemaName, m_requestContext, m_reason) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter, std::vector<std::string> columnsToSkip)
     : PhonebookDAO(adapter) {
@@ -421,13 +432,13 @@ int PhonebookDAO::createTable(std::vector<std::string> columnsToSkip) {
     if (tagIsInVector(*UserColumn.name, columnsToSkip)) {
         DAS_LOG(2, "createTable - UserContextTagName cannot be skipped");
     }
-    PairList columns = {{*UserColumn.name, *UserColumn.type}};
-    for (const Column& column : FieldColumns) {
-        if (!tagIsInVector(*column.name, columnsToSkip)) {
-            columns.emplace_back(*column.name, *column.type);
+    PairList pairs;
+    for (const auto& column : columns()) {
+        if (column.name == *UserColumn.name || !tagIsInVector(column.name, columnsToSkip)) {
+            pairs.emplace_back(column.name, column.type);
         }
     }
-    return m_dbAdapter->createTable(m_tableName, columns);
+    return m_dbAdapter->createTable(m_tableName, pairs);
 }
 
 int PhonebookDAO::createPhonenumberIndices() {
