@@ -272,6 +272,13 @@ struct SettingsCachesAside {
     SettingsCachesAside& operator=(const SettingsCachesAside&) = delete;
 };
 
+bool hasTable(DataAccessObject& dao, const std::string& schema) {
+    if (dao.getDatabaseAdapter() == nullptr) {
+        DAS_LOG(2, "No table for schema '%s'", schema.c_str());
+    }
+    return dao.getDatabaseAdapter() != nullptr;
+}
+
 }  // namespace
 
 void DASMigrator::checkAndMigrateDatabase(DataAccessServiceIfc* service) {
@@ -320,18 +327,24 @@ std::unique_ptr<DataAccessObject> DASMigrator::createDao(DAOFactory* factory,
 
 std::unique_ptr<DataAccessObject> DASMigrator::createDao(DataAccessServiceIfc* service,
                                                          const std::string& schema) {
-    return createDao(service->getDAOFactory(), schema);
+    return createDao(service != nullptr ? service->getDAOFactory() : nullptr, schema);
 }
 
 void DASMigrator::createTable(DataAccessServiceIfc* service, const std::string& schema) {
-    (void)createDao(service, schema)->createTable();  // refused when it is there
+    const auto dao = createDao(service, schema);
+    if (hasTable(*dao, schema)) {
+        (void)dao->createTable();  // refused when it is there
+    }
 }
 
 void DASMigrator::createTableAndDefaultRows(DataAccessServiceIfc* service,
                                             const std::string& schema) {
     const auto dao = createDao(service, schema);
+    if (!hasTable(*dao, schema)) {
+        return;
+    }
     const int created = dao->createTable();
-    if (DASUtils::mayInsertDefaultRows(*service->getAdapter(), dao->tableName(), created)) {
+    if (DASUtils::mayInsertDefaultRows(*dao->getDatabaseAdapter(), dao->tableName(), created)) {
         (void)dao->insertDefaultRows();  // a failure is in the log
     }
 }

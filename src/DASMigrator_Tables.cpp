@@ -1,7 +1,9 @@
 // The tables: each is brought into the columns of its object, and rows that moved or are missing
 // get their places.
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
@@ -47,14 +49,42 @@ bool makeTable(DataAccessObject& dao, const std::string& table) {
     return true;
 }
 
-/// Brings the table into its columns, and adds default rows that a table from before lacks.
-void rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
-                    const std::string& table) {
-    const bool wasThere = isThere(service, table);
-    (void)DASMigrator::rebuildIntoDaoColumns(service, schema, table);
-    if (wasThere) {
+/// Brings the table into its columns; makes it with its default rows when it is missing. Whether
+/// something was changed.
+bool bringIntoForm(DataAccessServiceIfc* service, const std::string& schema,
+                   const std::string& table, TableRebuild::DefaultRows rows) {
+    const auto dao = DASMigrator::createDao(service, schema);
+    if (dao->columns().empty() || dao->tableName() != table) {
+        DAS_LOG(2, "No columns are known for the table %s", table.c_str());
+        return false;
+    }
+    const std::vector<std::string> oldColumns = columnsOf(service, table);
+    if (oldColumns.empty()) {
+        return makeTable(*dao, table);
+    }
+    TableRebuild rebuild(*service->getAdapter(), *dao, oldColumns);
+    if (!rebuild.isDone()) {
+        return rebuild.run(rows);
+    }
+    if (rows == TableRebuild::DefaultRows::Add) {
         DASMigrator::migrateTableByAddingMissingDefaultLines(service, schema);
     }
+    return false;
+}
+
+/// The same, with the default rows that the table lacks.
+void rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
+                    const std::string& table) {
+    (void)bringIntoForm(service, schema, table, TableRebuild::DefaultRows::Add);
+}
+
+/// Adds the default rows that a table lacks; rows fit only into its present columns.
+void addMissingRows(DataAccessServiceIfc* service, const std::string& schema,
+                    const std::string& table) {
+    if (isThere(service, table)) {
+        (void)DASMigrator::rebuildIntoDaoColumns(service, schema, table);
+    }
+    DASMigrator::migrateTableByAddingMissingDefaultLines(service, schema);
 }
 
 // Keys that went to tables of their own ----------------------------------------------------------
@@ -127,9 +157,10 @@ constexpr int NumberOfNewIds = 144;  ///< that came in between, below the ids of
 /// Cells of a row of destinations.
 enum DestinationCell : std::size_t { UserCell, IdCell, NumberCell, TypeCell };
 
-/// A row under its new id.
+/// A row that moves.
 struct Destination {
     std::string user;  ///< all in database form
+    std::string oldId;
     std::string id;
     PairList values;
 };
@@ -138,20 +169,15 @@ Destination moved(const std::vector<std::string>& row) {
     const long oldId = std::strtol(row.at(IdCell).c_str(), nullptr, 10);
     const std::string newId = ClientUtils::int64tos(static_cast<long long>(oldId) + NumberOfNewIds);
     return {DASUtils::escapeAndQuote(row.at(UserCell)),
+            DASUtils::escapeAndQuote(row.at(IdCell)),
             DASUtils::convertToDBFormat(newId),
             {{"ForwardingDialNumber", DASUtils::escapeAndQuote(row.at(NumberCell))},
              {"ForwardingType", DASUtils::escapeAndQuote(row.at(TypeCell))}}};
 }
 
-bool deleteRows(DatabaseAdapter& adapter, const Rows& rows) {
-    for (const auto& row : rows) {
-        PairList key = {{UserContextTagName, DASUtils::escapeAndQuote(row.at(UserCell))},
-                        {IdTagName, DASUtils::escapeAndQuote(row.at(IdCell))}};
-        if (adapter.deleteRow(destinationsTable, key) != 0) {
-            return false;
-        }
-    }
-    return true;
+bool deleteRow(DatabaseAdapter& adapter, const Destination& row) {
+    PairList key = {{UserContextTagName, row.user}, {IdTagName, row.oldId}};
+    return adapter.deleteRow(destinationsTable, key) == 0;
 }
 
 /// Inserts a row of an id that has no default row: its number has no other place.
@@ -168,18 +194,19 @@ bool insertUnlessThere(DatabaseAdapter& adapter, const Destination& row) {
 
 /// The update reaches the id in every context, and the later of two rows wins: kept on purpose, the
 /// two users of a telephone have always shared these lamps after an upgrade.
-bool storeUnderNewIds(DatabaseAdapter& adapter, const Rows& rows) {
-    for (const auto& row : rows) {
-        DAS_LOG(5, "Migration of blf buttons after adding default rows");
-        const Destination destination = moved(row);
-        PairList condition = {{IdTagName, destination.id}};
-        PairList values = destination.values;
-        if (!insertUnlessThere(adapter, destination) ||
-            adapter.update(destinationsTable, condition, values, false) != 0) {
-            return false;
-        }
-    }
-    return true;
+bool storeUnderNewId(DatabaseAdapter& adapter, const Destination& row) {
+    DAS_LOG(5, "Migration of blf buttons after adding default rows");
+    PairList condition = {{IdTagName, row.id}};
+    PairList values = row.values;
+    return insertUnlessThere(adapter, row) &&
+           adapter.update(destinationsTable, condition, values, false) == 0;
+}
+
+/// Whether @p work gave true for each row; it ends with the first that did not.
+template <typename Work>
+bool forEachRow(DatabaseAdapter& adapter, const std::vector<Destination>& rows, Work work) {
+    return std::all_of(rows.begin(), rows.end(),
+                       [&](const Destination& row) { return work(adapter, row); });
 }
 
 /// A table with users but without all cells stays as it is, and a row to move raises
@@ -207,10 +234,13 @@ void renumberDestinations(DataAccessServiceIfc* service, const char* selection) 
     }
     DAS_LOG(5, " BLF ROW(Row count = %d ) will be deleted and created with the new IDs",
             static_cast<int>(rows.size()));
+    std::vector<Destination> destinations;
+    std::transform(rows.begin(), rows.end(), std::back_inserter(destinations), moved);
     const auto dao = DASMigrator::createDao(service, ForwardingKeyDestinationsSchema);
     const bool stored = runWholeOrNot(adapter, [&] {
-        return deleteRows(adapter, rows) && dao->insertDefaultRowsInTransaction(true) == 0 &&
-               storeUnderNewIds(adapter, rows);
+        return forEachRow(adapter, destinations, deleteRow) &&
+               dao->insertDefaultRowsInTransaction(true) == 0 &&
+               forEachRow(adapter, destinations, storeUnderNewId);
     });
     if (!stored) {
         DAS_LOG(2, "The rows of %s keep their ids", destinationsTable);
@@ -259,17 +289,7 @@ const GrownTable GrownTables[] = {
 
 bool DASMigrator::rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                         const std::string& table) {
-    const auto dao = createDao(service, schema);
-    if (dao->columns().empty() || dao->tableName() != table) {
-        DAS_LOG(2, "No columns are known for the table %s", table.c_str());
-        return false;
-    }
-    const std::vector<std::string> oldColumns = columnsOf(service, table);
-    if (oldColumns.empty()) {
-        return makeTable(*dao, table);
-    }
-    TableRebuild rebuild(*service->getAdapter(), *dao, oldColumns);
-    return !rebuild.isDone() && rebuild.run();
+    return bringIntoForm(service, schema, table, TableRebuild::DefaultRows::Leave);
 }
 
 void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
@@ -353,7 +373,7 @@ void DASMigrator::migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* se
     const bool isKnown =
         service->getAdapter()->countRows(FeatureKeysTableName, conditions, count) == 0;
     if (isKnown && ClientUtils::stoi(count) < keysOfUser) {
-        migrateTableByAddingMissingDefaultLines(service, FeatureKeysSchema);
+        addMissingRows(service, FeatureKeysSchema, FeatureKeysTableName);
     }
 }
 
@@ -408,7 +428,7 @@ void DASMigrator::addDefaultRowsToExistingTablesWhereMissing(DataAccessServiceIf
         if (grown.special != nullptr) {
             grown.special(service);
         } else {
-            migrateTableByAddingMissingDefaultLines(service, *grown.schema);
+            addMissingRows(service, *grown.schema, *grown.table);
         }
     }
 }

@@ -47,9 +47,9 @@ bool TableRebuild::isDone() const {
         [](const Column& column, const std::string& old) { return isSameName(column.name, old); });
 }
 
-bool TableRebuild::run() {
+bool TableRebuild::run(DefaultRows rows) {
     logDroppedColumns();
-    if (!runWholeOrNot(m_adapter, [this] { return replaceTable(); })) {
+    if (!runWholeOrNot(m_adapter, [&] { return replaceTable(rows); })) {
         DAS_LOG(2, "The table %s could not be rebuilt and stays as it was", m_table.c_str());
         return false;
     }
@@ -128,14 +128,16 @@ bool TableRebuild::execute(const std::string& sql) {
     return m_adapter.executeNonQuery(sql) == 0;
 }
 
-bool TableRebuild::replaceTable() {
-    if (!readIndices() || !execute("ALTER TABLE " + m_table + " RENAME TO " + m_aside + ";") ||
-        m_dao.createTable() != 0 || !execute(copyStatement()) || !keepsAllRows() ||
-        !carryNumbering() || !execute("DROP TABLE " + m_aside + ";")) {
-        return false;
+bool TableRebuild::replaceTable(DefaultRows rows) {
+    const bool replaced =
+        readIndices() && execute("ALTER TABLE " + m_table + " RENAME TO " + m_aside + ";") &&
+        m_dao.createTable() == 0 && execute(copyStatement()) && keepsAllRows() &&
+        carryNumbering() && execute("DROP TABLE " + m_aside + ";") &&
+        (rows == DefaultRows::Leave || m_dao.insertDefaultRowsInTransaction(true) == 0);
+    if (replaced) {
+        makeIndices();
     }
-    makeIndices();
-    return true;
+    return replaced;
 }
 
 bool TableRebuild::readIndices() {

@@ -28,8 +28,11 @@ public:
 
     /// Whether the table has the object's columns in the object's order.
     bool isDone() const;
+    /// Whether default rows that are missing are added, in the same transaction.
+    enum class DefaultRows { Leave, Add };
+
     /// Rebuilds the table. False when it stays as it was; why is in the log.
-    bool run();
+    bool run(DefaultRows rows);
 
 private:
     using Column = DASUtils::ColumnInfo;
@@ -41,7 +44,7 @@ private:
     std::string copyStatement() const;
     void logDroppedColumns() const;
     bool readIndices();
-    bool replaceTable();
+    bool replaceTable(DefaultRows rows);
     bool keepsAllRows();
     bool carryNumbering();
     void makeIndices();
