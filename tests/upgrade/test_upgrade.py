@@ -188,12 +188,9 @@ class UpgradeTest(HostTest):
         self.make("settings_of_today", form, tables=FORMS[form], content=content)
         return in_memory(self.path)
 
-    def expected(self, new, place, key_column, key, column, old):
-        """A cell of an earlier release; a default of this one where there was none."""
-        value = old.get(column)
-        if value is not None:
-            return value
-        defaults = rows_of(new, place, key_column)
+    @staticmethod
+    def default(defaults, key, column):
+        """The cell of the default row of the key, or that of all default rows."""
         if ("base", key) in defaults:
             return defaults["base", key][column]
         values = {row[column] for row in defaults.values()}
@@ -207,17 +204,20 @@ class UpgradeTest(HostTest):
     def check_table(self, new, old, upgraded, table):
         """The table has the columns of this release, and each row of before is there."""
         self.assertEqual(schema_of(upgraded, table.name), schema_of(new, table.name))
-        places = {}
+        places, defaults = {}, {}
         for (user, key), row in rows_of(old, table.name, table.key).items():
             place, new_key = table.moved(key) or (table.name, key)
             if place not in places:
                 places[place] = rows_of(upgraded, place, table.key)
+                defaults[place] = rows_of(new, place, table.key)
             where = f"{place} {user} {new_key}"
             self.assertIn((user, new_key), places[place], f"{where} is lost")
             found = places[place][user, new_key]
             for column in found.keys() - {"UserContext", table.key}:
                 if not column.endswith("Enc"):
-                    wanted = self.expected(new, place, table.key, new_key, column, row)
+                    wanted = row.get(column)
+                    if wanted is None:
+                        wanted = self.default(defaults[place], new_key, column)
                     self.check_cell(found, column, wanted, where)
 
     def check_upgrade(self, new, old, form):
