@@ -96,6 +96,10 @@ std::string FloorDatabase::count(const std::string& sql) {
     return count;
 }
 
+std::string FloorDatabase::lastNumber() const {
+    return std::to_string(sqlite3_last_insert_rowid(m_db));
+}
+
 std::vector<Tags> tagsOf(const std::vector<std::string>& columns) {
     return {columns.begin(), columns.end()};
 }

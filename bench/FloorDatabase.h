@@ -27,6 +27,8 @@ public:
     Rows rows(const std::string& sql);
     /// The first cell of the first row; "0" for a statement that fails, as a missing table gives.
     std::string count(const std::string& sql);
+    /// The number of the row that was inserted last.
+    std::string lastNumber() const;
 
     sqlite3* handle() { return m_db; }
     /// SQLite's words for the first statement of `run`, `prepare` or `rows` that failed; empty

@@ -11,16 +11,16 @@
  */
 class AssignedNumbers {
 public:
-    /// Value of the number column for an entry, in database form: the number that was @p sent,
-    /// escaped, else the one that the entry got, or NULL, so that the database gives it one.
-    std::string valueOf(std::size_t entry, const std::string& sent) const;
+    /// Value of the number column for an entry that was sent without a number, in database form:
+    /// the one that it was stored under, or NULL, so that the database gives it one.
+    std::string valueOf(std::size_t entry) const;
 
-    /// Keeps the number that an entry was stored under.
+    /// Keeps the number that such an entry was stored under.
     void keep(std::size_t entry, long long number);
 
 private:
-    std::vector<long long> m_numbers;
-    long long m_highest = 0;
+    std::vector<long long> m_numbers;  ///< by entry; 0 for none
+    long long m_highest = 0;           ///< of those that were ever kept
 };
 
 #endif

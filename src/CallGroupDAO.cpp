@@ -3,6 +3,7 @@
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
 #include "DatabaseAdapter.h"
+#include "KeyIds.h"
 #include "Logging.h"
 
 namespace {
@@ -27,26 +28,30 @@ const std::vector<std::string>& fieldNames() {
     return names;
 }
 
-const std::shared_ptr<const TableLayout>& layoutOfTable() {
-    static const auto layout = [] {
+std::vector<std::string> allColumns() {
+    return {UserContextTagName, numberColumn, nameColumn, ringToneColumn};
+}
+
+const std::shared_ptr<const TableLayout>& layout() {
+    static const std::shared_ptr<const TableLayout> shared = [] {
         auto made = std::make_shared<TableLayout>();
         made->schema = CallGroupSchema;
         made->table = CallGroupTableName;
-        made->columns = {{UserContextTagName, columnTypeText, ""}};
-        for (const std::string& name : fieldNames()) {
+        for (const std::string& name : allColumns()) {
             made->columns.emplace_back(name, columnTypeText, "");
         }
-        return std::shared_ptr<const TableLayout>(made);
+        made->defaultRowIds = KeyIds::texts({{1, 16}});
+        return made;
     }();
-    return layout;
+    return shared;
 }
 
 /// The numbers of the groups, in database form.
 const std::vector<std::string>& groupNumbers() {
     static const std::vector<std::string> numbers = [] {
         std::vector<std::string> all;
-        for (int number = 1; number <= 16; ++number) {
-            all.push_back(DASUtils::convertToDBFormat(ClientUtils::itos(number)));
+        for (const std::string& number : layout()->defaultRowIds) {
+            all.push_back(DASUtils::convertToDBFormat(number));
         }
         return all;
     }();
@@ -78,7 +83,7 @@ void CallGroupDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 CallGroupDAO::CallGroupDAO() : CallGroupDAO(nullptr) {}
 
 CallGroupDAO::CallGroupDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter, layoutOfTable()),
+    : DataAccessObject(adapter, layout()),
       m_request(fieldNames(), m_schemaName, m_requestContext, m_reason) {}
 
 CallGroupDAO::~CallGroupDAO() = default;
@@ -255,7 +260,7 @@ int CallGroupDAO::exportData(PairList& conditions, std::string& location) {
 
 int CallGroupDAO::importData(std::string& location) {
     createMissingGroups();
-    std::vector<std::string> columns = columnNames();
+    std::vector<std::string> columns = allColumns();
     return importDataFromFile(m_tableName, columns, location) ? 0 : 1;
 }
 
@@ -264,7 +269,7 @@ int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory c
     const bool isVisitor =
         category == visitor && !DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter);
     const std::string& context = isVisitor ? UserContextVisitor : UserContextBase;
-    std::vector<std::string> columns = columnNames();
+    std::vector<std::string> columns = allColumns();
     return importRowsOfUser(location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
         return updateItemInTable(m_tableName, columns, fields);

@@ -15,8 +15,8 @@
  */
 namespace CallLogColumns {
 
-constexpr std::size_t Places = 10;
-constexpr std::size_t Count = 139;
+constexpr std::size_t Places = 10;  ///< calls that a row has room for
+constexpr std::size_t Count = 139;  ///< columns of the table
 
 /// Columns of the row itself, by their position in it.
 enum RowColumn : std::size_t {
@@ -36,14 +36,14 @@ enum Field : std::size_t {
     TimeFormat,
     Number,
     NumberType,
-    AuxiliaryNumber,
+    AuxiliaryNumber,  ///< who was connected, or whom the call was deflected to
     AuxiliaryNumberType,
     AuxSurname,
     AuxFirstName,
-    TimeDate,
+    TimeDate,  ///< ISO 8601; empty at a place without a call
     Duration,
-    ResolvedNumber,
-    CompletedElsewhere,
+    ResolvedNumber,      ///< the number that was dialled in the end
+    CompletedElsewhere,  ///< of a missed call; the kind of transfer of any other
     GroupName,
     GroupNumber,
     FieldCount

@@ -20,6 +20,7 @@ using CallLogWriter::Kind;
 constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/CallLogDAO";
 
+/// A schema, and which calls it is about.
 struct SchemaRow {
     const std::string* schema;
     Kind kind;
@@ -39,6 +40,9 @@ const SchemaRow Schemas[] = {
     {&CallLogAndPhoneBookSchema, CallLogWriter::AllWithContacts},
 };
 
+const char* const callElement = "Item";
+const char* const listElement = "LogList";
+
 /// Elements that fill a field beside the one of its name.
 struct Alias {
     const char* element;
@@ -54,7 +58,8 @@ constexpr RequestParser Parser = {CallLogDAOXmlStartElement, CallLogDAOXmlEndEle
                                   CallLogDAOXmlCharacterDataHandler, LogComponent,
                                   "Parsing a CallLogDAO '%s' request failed."};
 
-constexpr int TableExists = 2;
+constexpr int TableExists = 2;  // result of createTable
+/// Fields of a file that was written before calls got more.
 constexpr unsigned FieldsOfOlderFile = 98;
 
 // A call is matched to a contact by its newest number alone, in the same user's phone book.
@@ -95,6 +100,7 @@ std::string inCallLog(const std::string& column) {
     return CallLogTableName + "." + column;
 }
 
+/// Appends the columns of the calls at the places from @p firstPlace on, call by call.
 void appendFieldNames(std::vector<std::string>& names, std::size_t firstPlace,
                       std::size_t behindLast) {
     for (std::size_t place = firstPlace; place < behindLast; ++place) {
@@ -104,6 +110,7 @@ void appendFieldNames(std::vector<std::string>& names, std::size_t firstPlace,
     }
 }
 
+/// The table without its defaults: a column that a rebuild adds is blank.
 const std::shared_ptr<const TableLayout>& layout() {
     static const auto shared = [] {
         TableLayout table;
@@ -182,7 +189,8 @@ void CallLogDAO::startElement(const char* name, const char** attributes) {
     m_request.startElement(name, attributes);
     if (ListRequest::isEntry(name)) {
         m_entry = {};
-    } else if (std::strcmp(name, "Item") == 0) {
+        m_entry.calls.reserve(CallLogColumns::Places);
+    } else if (std::strcmp(name, callElement) == 0) {
         m_call = {};
     }
 }
@@ -193,27 +201,26 @@ void CallLogDAO::characters(const char* text, int length) {
 
 void CallLogDAO::endElement(const char* name) {
     const int element = m_request.endElement(name);
-    if (ListRequest::isEntry(name)) {
-        m_entries.push_back(std::move(m_entry));
-        m_entry = {};
-    } else if (std::strcmp(name, "Item") == 0) {
+    if (element != ListRequest::NoField) {
+        setField(static_cast<std::size_t>(element));
+    } else if (std::strcmp(name, callElement) == 0) {
         m_entry.calls.push_back(std::move(m_call));
-        m_call = {};
-    } else if (std::strcmp(name, "LogList") == 0) {
+    } else if (std::strcmp(name, listElement) == 0) {
         m_entry.namesAllPlaces = true;
+    } else if (ListRequest::isEntry(name)) {
+        m_entries.push_back(std::move(m_entry));
     }
-    if (element == ListRequest::NoField) {
+}
+
+void CallLogDAO::setField(std::size_t element) {
+    if (element < EntryColumnCount) {
+        m_entry.values[element] = m_request.text();
         return;
     }
-    const auto place = static_cast<std::size_t>(element);
-    if (place < EntryColumnCount) {
-        m_entry.values[place] = m_request.text();
-        return;
-    }
-    const std::size_t field = place - EntryColumnCount;
-    const bool isAlias = field >= CallLogColumns::FieldCount;
-    m_call[isAlias ? Aliases[field - CallLogColumns::FieldCount].field
-                   : static_cast<Field>(field)] = m_request.text();
+    const std::size_t field = element - EntryColumnCount;
+    m_call[field < CallLogColumns::FieldCount ? static_cast<Field>(field)
+                                              : Aliases[field - CallLogColumns::FieldCount].field] =
+        m_request.text();
 }
 
 // Operations --------------------------------------------------------------------------------------
@@ -227,11 +234,11 @@ void CallLogDAO::addCategory(PairList& params) const {
 }
 
 void CallLogDAO::fillupSearchParams(PairList& params, unsigned index) const {
-    // Both tables of the joined read have these columns.
-    const bool isJoined = m_kind == CallLogWriter::AllWithContacts;
     const auto add = [&](RowColumn column, const std::string& value) {
+        // Both tables of the joined read have columns of these names.
         const std::string& name = CallLogColumns::name(column);
-        params.emplace_back(isJoined ? inCallLog(name) : name, DASUtils::convertToDBFormat(value));
+        params.emplace_back(isJoined() ? inCallLog(name) : name,
+                            DASUtils::convertToDBFormat(value));
     };
     add(CallLogColumns::UserContext, m_responseUser);
     if (index >= m_entries.size()) {
@@ -281,6 +288,7 @@ int CallLogDAO::writeEntry(std::size_t index) {
     }();
     const std::vector<std::string> values = valuesOf(index);
     int result = 0;
+    // Nearly every entry names all places, so its columns are always the same.
     if (values.size() == columnsOfFullRow.size()) {
         result = m_dbAdapter->insertRow(m_tableName, columnsOfFullRow, values, &m_lastNumber);
     } else {
@@ -307,7 +315,8 @@ std::vector<std::string> CallLogDAO::valuesOf(std::size_t index) const {
     std::vector<std::string> values;
     values.reserve(2 + EntryColumnCount + places * CallLogColumns::FieldCount);
     values.push_back(DASUtils::convertToDBFormat(m_responseUser));
-    values.push_back(m_numbers.valueOf(index, entry.values[0]));
+    values.push_back(entry.values[0].empty() ? m_numbers.valueOf(index)
+                                             : DASUtils::convertToDBFormat(entry.values[0]));
     values.push_back(DASUtils::convertToDBFormat(CallLogWriter::categoryOf(m_kind)));
     for (std::size_t i = 1; i < EntryColumnCount; ++i) {
         values.push_back(DASUtils::convertToDBFormat(entry.values[i]));
@@ -321,6 +330,29 @@ std::vector<std::string> CallLogDAO::valuesOf(std::size_t index) const {
     return values;
 }
 
+bool CallLogDAO::isJoined() const {
+    return m_kind == CallLogWriter::AllWithContacts;
+}
+
+bool CallLogDAO::hidesConversations() const {
+    // Without ResultCols the whole log is shown, also calls of conversations: kept on purpose,
+    // clients count on it.
+    return isJoined() ||
+           (m_kind == CallLogWriter::All && !m_resultColumns.empty() &&
+            calculateIfReadAll(m_tableName) && !calculateIfReadAll(PhoneBookTableName));
+}
+
+void CallLogDAO::makeTablesOfRead() {
+    // One that can't be made lets the read fail, which the log explains.
+    (void)createMissingTable();
+    if (hidesConversations()) {
+        (void)ConversationsDAO(m_dbAdapter).createMissingTable();
+    }
+    if (isJoined()) {
+        (void)PhonebookDAO(m_dbAdapter).createMissingTable();
+    }
+}
+
 std::string CallLogDAO::joinWithContacts() const {
     return joinInFrontOfUser + DASUtils::convertToDBFormat(m_responseUser) + joinBehindUser;
 }
@@ -331,35 +363,25 @@ int CallLogDAO::readRequest() {
         !m_request.hasSafePaging()) {
         return 1;
     }
-    const bool isJoined = m_kind == CallLogWriter::AllWithContacts;
-    // Without ResultCols all calls are shown, also those of conversations: kept on purpose, clients
-    // count on it.
-    const bool hides =
-        isJoined || (m_kind == CallLogWriter::All && !m_resultColumns.empty() &&
-                     calculateIfReadAll(m_tableName) && !calculateIfReadAll(PhoneBookTableName));
+    makeTablesOfRead();
+    const std::string number = inCallLog(CallLogColumns::name(CallLogColumns::UniqueId));
+    const std::string newestTime = CallLogColumns::name(CallLogColumns::TimeDate, 0);
     PairList params;
     addCategory(params);
     fillupSearchParams(params, 0);
     PairList hidden;
-    PairList orderBy;
-    std::vector<std::string> groupBy;
-    (void)createMissingTable();
-    if (hides) {
-        (void)ConversationsDAO(m_dbAdapter).createMissingTable();
-        hidden.emplace_back(inCallLog(CallLogColumns::name(CallLogColumns::UniqueId)),
-                            conversationCalls);
+    if (hidesConversations()) {
+        hidden.emplace_back(number, conversationCalls);
     }
-    const std::string newestTime = CallLogColumns::name(CallLogColumns::TimeDate, 0);
-    if (isJoined) {
-        (void)PhonebookDAO(m_dbAdapter).createMissingTable();
-        groupBy.push_back(inCallLog(CallLogColumns::name(CallLogColumns::UniqueId)));
-        orderBy.emplace_back(inCallLog(newestTime), "DESC");
-    } else if (m_kind == CallLogWriter::All) {
-        orderBy.emplace_back(newestTime, "DESC");
+    // A call whose number several contacts have is one row all the same.
+    std::vector<std::string> groupBy(isJoined() ? 1 : 0, number);
+    PairList orderBy;
+    if (isJoined() || m_kind == CallLogWriter::All) {
+        orderBy.emplace_back(isJoined() ? inCallLog(newestTime) : newestTime, "DESC");
     }
     PairList none;
     return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params, none, hidden,
-                                     isJoined ? joinWithContacts() : std::string(), groupBy,
+                                     isJoined() ? joinWithContacts() : std::string(), groupBy,
                                      orderBy, m_resultRows, m_request.offset(),
                                      m_request.rowLimit());
 }
@@ -408,12 +430,11 @@ std::string CallLogDAO::responseData() {
 }
 
 CallLogDAO::ShownCells CallLogDAO::shownCells(std::size_t rowWidth) const {
-    const bool isJoined = m_kind == CallLogWriter::AllWithContacts;
     const bool showsWholeRows = calculateIfReadAll(m_tableName);
     ShownCells shown;
     if (m_resultColumns.empty()) {
         shown.wholeRow = 0;
-        shown.contact = isJoined ? CallLogColumns::Count : None;
+        shown.contact = isJoined() ? CallLogColumns::Count : None;
         return shown;
     }
     const auto positions = CallLogWriter::positionsOfWords(m_resultColumns, rowWidth);
@@ -423,7 +444,7 @@ CallLogDAO::ShownCells CallLogDAO::shownCells(std::size_t rowWidth) const {
             shown.wholeRow = std::min(shown.wholeRow, positions[i]);
         } else if (word == CallLogWriter::allOfPhoneBook()) {
             shown.contact =
-                isJoined && showsWholeRows ? std::min(shown.contact, positions[i]) : None;
+                isJoined() && showsWholeRows ? std::min(shown.contact, positions[i]) : None;
         } else if (const auto column = entryColumn(word); column && !showsWholeRows) {
             shown.cells.emplace_back(*column, positions[i]);
         }
@@ -533,6 +554,7 @@ int CallLogDAO::importRow(const std::string& context, std::vector<std::string>& 
     } else {
         names = columnNames();
     }
+    // Fields that are missing are blank; one too many makes the insert fail, which is logged.
     fields.resize(std::max(fields.size(), names.size()));
     const auto placeOf = [&](RowColumn column) {
         return std::find(names.begin(), names.end(), CallLogColumns::name(column)) - names.begin();

@@ -65,6 +65,8 @@ public:
      * number, so that a second run replaces it. The result of the last entry, 0 without any.
      */
     int writeRequest() override;
+    /// Reads what the schema and the first entry describe. The tables that the statement names are
+    /// made when they are missing.
     int readRequest() override;
 
     /// Stores one line of a data file as a new row: XML escapes are undone, a blank number is
@@ -92,6 +94,8 @@ public:
     /// there is no entry.
     void fillupSearchParams(PairList& params, unsigned index) const;
 
+    /// Counts what fillupSearchParams and the schema describe. A count that fails looks like "0":
+    /// kept on purpose, clients take a missing log for an empty one.
     int rowCountRequest();
 
     // Parser events.
@@ -127,12 +131,26 @@ private:
     /// The column that a word of ResultCols names, of those that a request can set.
     static std::optional<CallLogColumns::RowColumn> entryColumn(const std::string& word);
 
+    /// Takes the text of a field that ended, by its place among requestElements.
+    void setField(std::size_t element);
+    /// Writes, and once more after making or widening the table when the first run failed.
+    /// Writes, and once more behind a new or wider table when the first run failed.
     int writeWithTable();
+    /// Stores one line of a file as a row of @p context, plain text.
     int importRow(const std::string& context, std::vector<std::string>& fields);
     int writeEntry(std::size_t index);
+    /// The cells of an entry in database form, in the order of the columns that it names.
     std::vector<std::string> valuesOf(std::size_t index) const;
+    /// Appends the condition that the schema makes, if it is about one category.
     void addCategory(PairList& params) const;
+    /// Whether contacts of the phone book are read with the calls.
+    bool isJoined() const;
+    /// Whether the read leaves out the calls that conversations name.
+    bool hidesConversations() const;
+    /// Makes the tables that the read names, those that are missing.
+    void makeTablesOfRead();
     std::string joinWithContacts() const;
+    /// What the words of ResultCols make of rows of @p rowWidth cells.
     ShownCells shownCells(std::size_t rowWidth) const;
     void appendRow(std::string& out, const std::vector<std::string>& row,
                    const ShownCells& shown) const;

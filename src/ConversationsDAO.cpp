@@ -143,8 +143,9 @@ int ConversationsDAO::writeRequest() {
 int ConversationsDAO::writeEntry(std::size_t index) {
     const auto& [number, contact, call] = m_entries[index];
     const std::vector<std::string> values = {
-        m_numbers.valueOf(index, number), DASUtils::convertToDBFormat(m_responseUser),
-        DASUtils::convertToDBFormat(contact), DASUtils::convertToDBFormat(call)};
+        number.empty() ? m_numbers.valueOf(index) : DASUtils::convertToDBFormat(number),
+        DASUtils::convertToDBFormat(m_responseUser), DASUtils::convertToDBFormat(contact),
+        DASUtils::convertToDBFormat(call)};
     const int result = m_dbAdapter->insertRow(m_tableName, columnNames(), values, &m_lastNumber);
     if (result == 0 && number.empty()) {
         m_numbers.keep(index, m_lastNumber);

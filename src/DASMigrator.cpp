@@ -425,8 +425,12 @@ std::string DASMigrator::getVobRoot() {
 void DASMigrator::updateGeneralConfigTable(DataAccessServiceIfc* service,
                                            const std::vector<std::string>& columns,
                                            const std::string& filePath) {
-    DASUtils::updateItemsInTableWithValuesFromFile(service->getAdapter(), GeneralConfigTableName,
-                                                   columns, filePath);
+    DatabaseAdapter* adapter = service != nullptr ? service->getAdapter() : nullptr;
+    if (!DASUtils::updateItemsInTableWithValuesFromFile(adapter, GeneralConfigTableName, columns,
+                                                        filePath)) {
+        DAS_LOG(2, "Not every value of %s is applied", filePath.c_str());
+    }
+    GeneralConfigurationDAO::clearStaticCaches();
 }
 
 void DASMigrator::insertGeneralConfigRow(DataAccessServiceIfc* service,

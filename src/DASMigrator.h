@@ -71,7 +71,7 @@ public:
                                       const std::string& table);
     /// Value of "VOBROOT" of the environment, empty when unset.
     static std::string getVobRoot();
-    /// Writes the values of a file of settings into their table.
+    /// Applies a file of settings to GENERAL_CONFIG, as DASUtils does, and empties their cache.
     static void updateGeneralConfigTable(DataAccessServiceIfc* service,
                                          const std::vector<std::string>& columns,
                                          const std::string& filePath);

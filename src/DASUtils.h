@@ -210,6 +210,10 @@ public:
                                     std::string& response, DatabaseAdapter& adapter,
                                     const std::string& table);
 
+    /// Logs at level 5 that a request had @p reason, and the reasons that are @p served there.
+    static void logUnknownReason(const std::string& reason,
+                                 const std::vector<const std::string*>& served);
+
     /**
      * Reads the rows of one user.
      *

@@ -116,6 +116,23 @@ void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler
             return;
         }
     }
+    std::vector<const std::string*> served;
+    for (const ReasonRow& row : GenericReasons) {
+        served.push_back(row.reason);
+    }
+    logUnknownReason(reason, served);
+}
+
+void DASUtils::logUnknownReason(const std::string& reason,
+                                const std::vector<const std::string*>& served) {
+    if (!loggingOnAppUni(LogComponent, 5)) {
+        return;
+    }
+    std::string list;
+    for (const std::string* each : served) {
+        list += (list.empty() ? "" : ", ") + *each;
+    }
+    DAS_LOG(5, "The reason '%s' is none of %s", reason.c_str(), list.c_str());
 }
 
 int DASUtils::readRequest(PairList& search, Rows& rows, std::vector<std::string>& resultColumns,

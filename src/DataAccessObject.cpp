@@ -268,10 +268,6 @@ int DataAccessObject::readRequest() {
                                  m_responseUser, m_rowId, m_tableName, *m_dbAdapter);
 }
 
-std::vector<std::string> DataAccessObject::reasons() const {
-    return {DASUtilsStrings::UpdateRequest, DASUtilsStrings::ReadRequest};
-}
-
 bool DataAccessObject::calculateIfReadAll(const std::string& table) const {
     return m_resultColumns.empty() ? table == m_tableName
                                    : DASUtils::columnIsInColumnList(table + ".*", m_resultColumns);

@@ -113,13 +113,21 @@ public:
     virtual int deleteContextData(const std::string& context, const std::string& contextColumn,
                                   const std::string& table);
 
-    /// Writes the rows that match @p conditions to the file @p location. 0 without action here.
+    // The table and files, in the format of docs/csv.md. Unless a class overrides them or its table
+    // has data files, they do nothing and give 0. 1 when a file can't be opened or written, or what
+    // was read not be committed; single lines that are refused are in the log.
+
+    /// Writes the rows that match @p conditions to the file @p location. Conditions on columns that
+    /// the table does not have do not count: rows of the telephone go out for any user.
     virtual int exportData(PairList& conditions, std::string& location);
-    /// Reads the file @p location into the table. 0 without action here.
+    /// Reads the file @p location into the table, which is made with its default rows if it has
+    /// none. Rows that no line names stay.
     virtual int importData(std::string& location);
-    /// Replaces one user's rows by those of a file. 0 without action here.
+    /// Puts the rows of one user, base for any category but the visitor's, back to their defaults
+    /// and gives him those of a file, whoever they belonged to. 0 without action for rows of the
+    /// telephone.
     virtual int importDataForUser(const std::string& location, eUserCategory category);
-    /// Fills @p columns with column and type, in order. Classes that are exported override it.
+    /// Fills @p columns with column and type, in order.
     virtual void buildColumnNameList(PairList& columns);
 
     // Parts of the visitor's data. The forms without a table do nothing and give 0 unless a class
@@ -149,9 +157,6 @@ public:
      */
     virtual int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                   std::vector<std::string>& values);
-
-    /// Reasons of requests that the class serves, in the order in which they are tried.
-    virtual std::vector<std::string> reasons() const;
 
     // Data files, in the format of docs/csv.md ----------------------------------------------------
 
@@ -301,17 +306,12 @@ protected:
                 return true;
             }
         }
-        return false;
-    }
-
-    /// The reasons of @p operations, in their order.
-    template <typename Dao, std::size_t N>
-    static std::vector<std::string> reasonsOf(const Operation<Dao> (&operations)[N]) {
-        std::vector<std::string> texts;
+        std::vector<const std::string*> served;
         for (const Operation<Dao>& operation : operations) {
-            texts.push_back(*operation.reason);
+            served.push_back(operation.reason);
         }
-        return texts;
+        DASUtils::logUnknownReason(dao.m_reason, served);
+        return false;
     }
 
     /// Column and type of each column, in order.
@@ -331,11 +331,13 @@ protected:
 
     /**
      * Gives each line of a file with one user's rows to @p store, in one transaction; what it takes
-     * and returns is that of CsvReader::forEachRow. 1 when the file did not open or what was read
-     * could not be committed; lines that were refused do not count.
+     * and returns is that of CsvReader::forEachRow. If the file opens, @p prepare runs before the
+     * first line, in the same transaction. 1 when the file did not open or what was read could not
+     * be committed; lines that were refused do not count.
      */
     int importRowsOfUser(const std::string& location,
-                         const std::function<int(std::vector<std::string>&)>& store);
+                         const std::function<int(std::vector<std::string>&)>& store,
+                         const std::function<void()>& prepare = {});
 
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.
@@ -366,6 +368,9 @@ protected:
 private:
     std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
                            CsvReader& file);
+    bool hasColumn(const std::string& name) const;
+    /// Makes a table without rows, and takes the names of its columns. False when there is none.
+    bool prepareImport(std::vector<std::string>& names);
     bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);

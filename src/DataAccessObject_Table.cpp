@@ -100,10 +100,6 @@ bool DataAccessObject::createTable2(const std::string& table, PairList& newColum
     return false;
 }
 
-void DataAccessObject::buildColumnNameList(PairList&) {
-    DAS_LOG(2, "ERROR buildColumnNameList called in base class!!! ");
-}
-
 int DataAccessObject::insertDefaultRow(const std::string& id, const std::string& context,
                                        int index) {
     if (m_dbAdapter == nullptr) {
@@ -365,18 +361,6 @@ int DataAccessObject::updateItemInTable(const std::string& table, std::vector<st
         DAS_LOG(2, "update failed");
     }
     return result;
-}
-
-int DataAccessObject::exportData(PairList&, std::string&) {
-    return 0;
-}
-
-int DataAccessObject::importData(std::string&) {
-    return 0;
-}
-
-int DataAccessObject::importDataForUser(const std::string&, eUserCategory) {
-    return 0;
 }
 
 int DataAccessObject::deleteVisitorUserPassword() {

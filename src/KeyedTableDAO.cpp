@@ -1,7 +1,6 @@
 #include "KeyedTableDAO.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
@@ -72,14 +71,6 @@ bool KeyedTableDAO::makesKeys() const {
     return keyColumn().type.find("AUTOINCREMENT") != std::string::npos;
 }
 
-std::vector<std::string> KeyedTableDAO::reasons() const {
-    std::vector<std::string> texts;
-    for (const std::string* reason : m_table->reasons) {
-        texts.push_back(*reason);
-    }
-    return texts;
-}
-
 // Requests -------------------------------------------------------------------------------------
 
 void KeyedTableDAO::startElement(const char* name, const char** attributes) {
@@ -106,6 +97,8 @@ void KeyedTableDAO::serve() {
     if (std::any_of(served.begin(), served.end(),
                     [this](const std::string* reason) { return *reason == m_reason; })) {
         dispatch(*this, Operations);
+    } else {
+        DASUtils::logUnknownReason(m_reason, served);
     }
 }
 
@@ -133,16 +126,10 @@ int KeyedTableDAO::forEachRow(RowOperation operation) {
     if (rows.empty()) {
         rows.push_back({m_rowId, m_newValues});
     }
-    std::optional<TransactionGuard> transaction;
-    if (rows.size() > 1) {
-        transaction.emplace(*m_dbAdapter);
+    if (rows.size() == 1) {
+        return (this->*operation)(rows.front());
     }
-    int result = 0;
-    for (const DASUtils::RowData& row : rows) {
-        result = (this->*operation)(row);
-    }
-    const int ended = transaction ? transaction->end() : 0;
-    return result != 0 ? result : ended;
+    return forEachEntry(rows.size(), [&](std::size_t i) { return (this->*operation)(rows[i]); });
 }
 
 int KeyedTableDAO::writeRequest() {

@@ -15,7 +15,7 @@ void KeyedTableDAOXmlCharacterDataHandler(void* dao, const char* text, int lengt
 struct KeyedTable {
     TableLayout layout;
     RequestParser parser;
-    std::vector<const std::string*> reasons;  ///< of the frame's four, those that are served
+    std::vector<const std::string*> reasons;  ///< those that are served
     std::string rankColumn = {};              ///< reads are ordered by it; empty for no order
     bool deletesByColumns = false;            ///< a delete may name rows by any column
 };
@@ -67,8 +67,6 @@ public:
     /// values than columns raise std::out_of_range.
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
-
-    std::vector<std::string> reasons() const override;
 
     /// Parser event, called through the callbacks; the other two are those of the base.
     virtual void startElement(const char* name, const char** attributes);

@@ -111,8 +111,8 @@ std::string cellOfFile(const std::string& column, const std::string& value) {
                                         : ClientUtils::unescapeXMLString(value));
 }
 
-const std::shared_ptr<const TableLayout>& layoutOfTable() {
-    static const auto layout = [] {
+const std::shared_ptr<const TableLayout>& layout() {
+    static const std::shared_ptr<const TableLayout> shared = [] {
         auto made = std::make_shared<TableLayout>();
         made->schema = PhoneBookSchema;
         made->table = PhoneBookTableName;
@@ -120,9 +120,9 @@ const std::shared_ptr<const TableLayout>& layoutOfTable() {
         for (const Column& column : FieldColumns) {
             made->columns.emplace_back(*column.name, *column.type, "");
         }
-        return std::shared_ptr<const TableLayout>(made);
+        return made;
     }();
-    return layout;
+    return shared;
 }
 
 constexpr RequestParser Parser = {PhonebookDAOXmlStartElement, PhonebookDAOXmlEndElement,
@@ -146,7 +146,7 @@ void PhonebookDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 PhonebookDAO::PhonebookDAO() : PhonebookDAO(nullptr) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter, layoutOfTable()),
+    : DataAccessObject(adapter, layout()),
       m_request(requestNames(), m_schemaName, m_requestContext, m_reason) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter, std::vector<std::string> columnsToSkip)
@@ -194,7 +194,7 @@ void PhonebookDAO::characters(const char* text, int length) {
 void PhonebookDAO::endElement(const char* name) {
     const int element = m_request.endElement(name);
     if (ListRequest::isEntry(name)) {
-        m_contacts.push_back({m_fields, 0});
+        m_contacts.push_back(m_fields);
     }
     if (element == ListRequest::NoField) {
         return;
@@ -209,13 +209,13 @@ void PhonebookDAO::endElement(const char* name) {
     m_request.addPair(*FieldColumns[place].name, DASUtils::convertToDBFormat(m_request.text()));
 }
 
-int PhonebookDAO::buildParams(PairList& params, const std::vector<Contact>& contacts) const {
+int PhonebookDAO::buildParams(PairList& params, const std::vector<Fields>& contacts) const {
     params.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
     if (contacts.empty()) {
         return 0;
     }
     for (std::size_t place = 0; place < FieldCount; ++place) {
-        if (contacts.front().fields[place].text.empty()) {
+        if (contacts.front()[place].text.empty()) {
             continue;
         }
         const Field& field = m_fields[place];
@@ -350,49 +350,33 @@ int PhonebookDAO::insertContacts() {
         transaction = std::make_unique<TransactionGuard>(*m_dbAdapter);
     }
     int result = -1;
-    for (Contact& contact : m_contacts) {
-        result = insertContact(contact);
+    for (std::size_t place = 0; place < m_contacts.size(); ++place) {
+        result = insertContact(place);
     }
     // A batch that could not be committed is not there, whatever its last row said.
     const int ended = transaction != nullptr ? transaction->end() : 0;
     return result != 0 ? result : m_dbAdapter->convertSQLiteStatusToAdapterStatus(ended);
 }
 
-int PhonebookDAO::insertContact(Contact& contact) {
-    const std::string& number = contact.fields[NumberField].text;
+int PhonebookDAO::insertContact(std::size_t place) {
+    const Fields& fields = m_contacts[place];
+    const std::string& number = fields[NumberField].text;
     const bool isForm = number.empty() || DASUtils::isIdentifier(number);
-    if (!isForm || contact.fields[SurnameField].isPattern ||
-        contact.fields[FirstnameField].isPattern) {
+    if (!isForm || fields[SurnameField].isPattern || fields[FirstnameField].isPattern) {
         return 1;
     }
     std::vector<std::string> values;
     values.reserve(1 + FieldCount);
     values.push_back(DASUtils::convertToDBFormat(m_responseUser));
-    if (contact.assignedNumber != 0) {
-        values.push_back(ClientUtils::int64tos(contact.assignedNumber));
-    } else {
-        values.push_back(number.empty() ? nullValue : number);
-    }
-    for (std::size_t place = SurnameField; place < FieldCount; ++place) {
-        values.push_back(DASUtils::convertToDBFormat(contact.fields[place].text));
+    values.push_back(number.empty() ? m_numbers.valueOf(place) : number);
+    for (std::size_t field = SurnameField; field < FieldCount; ++field) {
+        values.push_back(DASUtils::convertToDBFormat(fields[field].text));
     }
     const int result = m_dbAdapter->insert(m_tableName, values, &m_lastNumber);
-    if (result == 0 && number.empty() && contact.assignedNumber == 0) {
-        keepNumber(contact, m_lastNumber);
+    if (result == 0 && number.empty()) {
+        m_numbers.keep(place, m_lastNumber);
     }
     return result;
-}
-
-void PhonebookDAO::keepNumber(Contact& contact, long long number) {
-    // Numbers only grow, unless a full disk took the transaction back: then the entries whose
-    // numbers are given anew were lost with it, and must not replace those that have them now.
-    if (number <= m_highestNumber) {
-        for (Contact& other : m_contacts) {
-            other.assignedNumber = other.assignedNumber >= number ? 0 : other.assignedNumber;
-        }
-    }
-    contact.assignedNumber = number;
-    m_highestNumber = number;
 }
 
 const std::vector<std::string>& PhonebookDAO::elements() {
@@ -432,13 +416,13 @@ int PhonebookDAO::createTable(std::vector<std::string> columnsToSkip) {
     if (tagIsInVector(*UserColumn.name, columnsToSkip)) {
         DAS_LOG(2, "createTable - UserContextTagName cannot be skipped");
     }
-    PairList pairs;
+    PairList made;
     for (const auto& column : columns()) {
         if (column.name == *UserColumn.name || !tagIsInVector(column.name, columnsToSkip)) {
-            pairs.emplace_back(column.name, column.type);
+            made.emplace_back(column.name, column.type);
         }
     }
-    return m_dbAdapter->createTable(m_tableName, pairs);
+    return m_dbAdapter->createTable(m_tableName, made);
 }
 
 int PhonebookDAO::createPhonenumberIndices() {

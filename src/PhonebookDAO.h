@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "AssignedNumbers.h"
 #include "DataAccessObject.h"
 #include "ListRequest.h"
 
@@ -109,29 +110,23 @@ private:
     };
     using Fields = std::array<Field, FieldCount>;
 
-    struct Contact {
-        Fields fields;
-        long long assignedNumber = 0;  ///< number that a write gave it; 0 for none
-    };
-
     int writeWithTable();
     int insertContacts();
-    int insertContact(Contact& contact);
-    void keepNumber(Contact& contact, long long number);
+    int insertContact(std::size_t place);
     int search(const char* logLine);
     /// Conditions from user and entries. The test whether a field counts looks at the first entry,
     /// and the value is that of the last: kept on purpose, with one entry they agree.
-    int buildParams(PairList& params, const std::vector<Contact>& contacts) const;
+    int buildParams(PairList& params, const std::vector<Fields>& contacts) const;
     int buildReadQuery(PairList& params);
     void extractResultColumns();
     std::vector<std::string> columnsToRead() const;
 
     ListRequest m_request;
     Fields m_fields;  ///< of the entry in progress, or the last one
-    std::vector<Contact> m_contacts;
+    std::vector<Fields> m_contacts;
+    AssignedNumbers m_numbers;
     std::string m_count;
     long long m_lastNumber = 0;
-    long long m_highestNumber = 0;  ///< of those that writes assigned
 };
 
 #endif

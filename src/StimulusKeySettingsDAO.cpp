@@ -1,8 +1,5 @@
 #include "StimulusKeySettingsDAO.h"
 
-#include <optional>
-
-#include "AdapterGuards.h"
 #include "DatabaseAdapter.h"
 #include "KeyIds.h"
 
@@ -123,21 +120,18 @@ int StimulusKeySettingsDAO::updateRequest() {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    const bool isOneRow = m_rowsToWrite.empty() && !(m_rowId.empty() && m_newValues.empty());
-    if (isOneRow) {
-        m_rowsToWrite.push_back({m_rowId, m_newValues});
+    if (m_rowsToWrite.empty()) {
+        const bool isEmpty = m_rowId.empty() && m_newValues.empty();
+        return isEmpty ? 0 : updateRow({m_rowId, m_newValues});
     }
-    std::optional<TransactionGuard> transaction;
-    if (m_rowsToWrite.size() > 1) {
-        transaction.emplace(*m_dbAdapter);
+    if (m_rowsToWrite.size() == 1) {
+        return updateRow(m_rowsToWrite.front());
     }
-    int result = 0;
-    for (const DASUtils::RowData& row : m_rowsToWrite) {
-        const int updated = updateRow(row);
-        result = result != 0 ? result : updated;
-    }
-    const int ended = transaction ? transaction->end() : 0;
-    return result != 0 ? result : ended;
+    int firstFailure = 0;
+    return forEachEntry(m_rowsToWrite.size(), [&](std::size_t i) {
+        const int updated = updateRow(m_rowsToWrite[i]);
+        return firstFailure = firstFailure != 0 ? firstFailure : updated;
+    });
 }
 
 int StimulusKeySettingsDAO::updateRow(const DASUtils::RowData& row) {

@@ -92,7 +92,7 @@ TEST_F(DataAccessServiceTest, BeforeInitRequestsAreRefusedByName) {
         EXPECT_TRUE(m_log.has(5, "not processed message='" + update + "'"));
         early.constructorActions();
     }
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master"), "0");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'FEATURE_KEYS'"), "0");
     CaptureStdout();
     early.init(m_context);
     EXPECT_EQ(GetCapturedStdout(), "DataAccessService::init setting m_currentUser = base\n");

@@ -1,0 +1,260 @@
+// The phone book: contacts with eight filled fields, and the indices of the number search.
+
+#include <cstdlib>
+#include <fstream>
+
+#include "Bench.h"
+
+namespace {
+
+using namespace Bench;
+
+const char* const schema = "PhoneBook";
+const char* const fileOnDevice = "/tmp/contacts.csv";
+const std::string lookForTable = "SELECT * FROM PHONE_BOOK;";
+const std::string countAll = "SELECT COUNT(*) FROM PHONE_BOOK";
+
+const std::vector<Tags> contactTags =
+    tagsOf({"UniqueID", "Surname", "Firstname", "Office", "Mobile", "Private", "Email", "Group",
+            "DefaultNumber", "Company", "Office2", "Address", "Address2", "JobFunction",
+            "VoiceDial", "Picture", "ExternalID", "ContactSource", "SpeedDialID"});
+
+/// The values of a contact from the surname on, in the order of the table.
+Texts valuesOf(int contact) {
+    const std::string number = std::to_string(100000 + contact);
+    return {"Surname" + number,
+            "Firstname",
+            "+49 89 1" + number,
+            "+49 171 2" + number,
+            "+49 89 3" + number,
+            "name" + number + "@example.org",
+            "7",
+            "1",
+            "Company",
+            "",
+            "",
+            "",
+            "",
+            "",
+            "",
+            "",
+            "",
+            ""};
+}
+
+std::string entryOf(const Texts& values) {
+    std::string entry = "<Entry>";
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (!values[i].empty()) {
+            entry += contactTags[i + 1].start + values[i] + contactTags[i + 1].end;
+        }
+    }
+    return entry += "</Entry>";
+}
+
+std::string entries(int count) {
+    std::string all;
+    for (int contact = 0; contact < count; ++contact) {
+        all += entryOf(valuesOf(contact));
+    }
+    return all;
+}
+
+std::string quoted(const Texts& values) {
+    std::string list;
+    for (const std::string& value : values) {
+        list += ", '" + value + "'";
+    }
+    return list;
+}
+
+std::string insertOf(const Texts& values) {
+    return "INSERT OR REPLACE INTO PHONE_BOOK VALUES ('base', NULL" + quoted(values) + ");";
+}
+
+std::string numberAnswer(const std::string& number) {
+    return message(schema, "write_response", "<Entry><UniqueID>" + number + "</UniqueID></Entry>");
+}
+
+/// An operation on a book of @p contacts.
+Operation operationOn(int contacts, const std::string& name, Limit limit) {
+    Operation operation;
+    operation.name = "Phonebook/" + name;
+    operation.limit = limit;
+    operation.prepare = [contacts](DataAccessService& service) {
+        (void)service.processRequest(message(schema, "write_request", entries(contacts)));
+        (void)service.createPhonenumberIndices();
+    };
+    return operation;
+}
+
+/// A read whose rows the statement gives that @p select makes for a round.
+Operation read(int contacts, const std::string& name, double limit, const char* reason,
+               const std::function<std::string(int)>& body,
+               const std::function<std::string(int)>& select) {
+    Operation operation = operationOn(contacts, name, {limit, 0, limit});
+    operation.request = [=](int round) { return message(schema, reason, body(round)); };
+    operation.statements = [=](int round) { return Texts{lookForTable, select(round)}; };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        db.prepare(sql[0]);
+        return readAnswer(schema, db.rows(sql[1]), contactTags, 1);
+    };
+    return operation;
+}
+
+Operation search(int contacts, const std::string& name) {
+    static const Texts columns = {"Office", "Mobile", "Private", "Office2"};
+    const auto numberOf = [contacts](int round) { return valuesOf(round % contacts)[3]; };
+    return read(
+        contacts, name, 1.3, "search_phone_number",
+        [=](int round) {
+            std::string fields;
+            for (const std::string& column : columns) {
+                const Tags tags(column);
+                fields += tags.start + numberOf(round) + tags.end;
+            }
+            return "<Entry>" + fields + "</Entry>";
+        },
+        [=](int round) {
+            std::string sql;
+            // In the order of the table, in which Office2 is the last.
+            for (const std::string& column : columns) {
+                sql += sql.empty() ? "SELECT " : "UNION SELECT ";
+                sql += "* FROM PHONE_BOOK WHERE UserContext = 'base' AND " + column + " = '" +
+                       numberOf(round) + "' ";
+            }
+            return sql + " ;";
+        });
+}
+
+Operation readAll(int contacts, const std::string& name) {
+    return read(
+        contacts, name, 1.2, "read_request", [](int) { return ""; },
+        [](int) {
+            return "SELECT * FROM PHONE_BOOK WHERE UserContext = 'base' ORDER BY UPPER(Surname);";
+        });
+}
+
+Operation readPage() {
+    return read(
+        1000, "ReadPageOf20In1000", 1.1, "read_request",
+        [](int round) {
+            return "<Offset>" + std::to_string(round % 900) + "</Offset><RowLimit>20</RowLimit>";
+        },
+        [](int round) {
+            return "SELECT * FROM PHONE_BOOK WHERE UserContext = 'base' ORDER BY UPPER(Surname) "
+                   "LIMIT 20 OFFSET " +
+                   std::to_string(round % 900) + ";";
+        });
+}
+
+Operation writeOne() {
+    Operation operation = operationOn(1000, "WriteOneContact", {1.15, 60, 1.5});
+    operation.reset = [](int) { return Texts{"DELETE FROM PHONE_BOOK WHERE UniqueID > 1000;"}; };
+    operation.request = [](int round) {
+        return message(schema, "write_request", entryOf(valuesOf(1000 + round)));
+    };
+    operation.statements = [](int round) {
+        return Texts{lookForTable, insertOf(valuesOf(1000 + round))};
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        db.prepare(sql[0]);
+        db.run(sql[1]);
+        return numberAnswer(db.lastNumber());
+    };
+    return operation;
+}
+
+Operation updateOne() {
+    Operation operation = operationOn(1000, "UpdateOneContact", {1.15, 60, 1.5});
+    operation.request = [](int round) {
+        return message(schema, "update_request",
+                       "<Select><UniqueID>500</UniqueID></Select><Entry><Mobile>" +
+                           std::to_string(1000000 + round) + "</Mobile></Entry>");
+    };
+    operation.statements = [](int round) {
+        return Texts{lookForTable, countAll,
+                     "UPDATE PHONE_BOOK SET Mobile = '" + std::to_string(1000000 + round) +
+                         "' WHERE UniqueID = '500';"};
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        db.prepare(sql[0]);
+        (void)db.count(sql[1]);
+        db.run(sql[2]);
+        return plainAnswer(schema, "update_response");
+    };
+    return operation;
+}
+
+/// A thousand contacts by one transaction, into an empty book.
+Operation write1000() {
+    Operation operation = operationOn(1, "Write1000Contacts", {1.5, 0, 1.5});
+    operation.reset = [](int) { return Texts{"DELETE FROM PHONE_BOOK;"}; };
+    operation.request = [](int) { return message(schema, "write_request", entries(1000)); };
+    operation.statements = [](int) {
+        Texts sql = {lookForTable, "BEGIN TRANSACTION;"};
+        for (int contact = 0; contact < 1000; ++contact) {
+            sql.push_back(insertOf(valuesOf(contact)));
+        }
+        sql.emplace_back("END TRANSACTION;");
+        return sql;
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        db.prepare(sql[0]);
+        for (std::size_t i = 1; i < sql.size(); ++i) {
+            db.run(sql[i]);
+        }
+        return numberAnswer(db.lastNumber());
+    };
+    return operation;
+}
+
+/// The same from a file, in place of the contacts of the round before.
+Operation import1000() {
+    Operation operation = operationOn(1000, "Import1000Contacts", {1.5, 0, 1.5});
+    operation.prepare = [prepare = operation.prepare](DataAccessService& service) {
+        prepare(service);
+        std::ofstream file(std::getenv("DAS_ROOT") + std::string(fileOnDevice));
+        for (int contact = 0; contact < 1000; ++contact) {
+            file << "base," << contact;
+            for (const std::string& value : valuesOf(contact)) {
+                file << ',' << value;
+            }
+            file << '\n';
+        }
+    };
+    operation.request = [](int) { return std::string(); };
+    operation.statements = [](int) {
+        static const std::string columns =
+            "INSERT OR REPLACE INTO PHONE_BOOK (UserContext, Surname, Firstname, Office, Mobile, "
+            "Private, Email, CallGroup, DefaultNumber, Company, Office2, Address, Address2, "
+            "JobFunction, VoiceDial, Picture, ExternalID, ContactSource, SpeedDialID) VALUES "
+            "('base'";
+        Texts sql = {lookForTable, countAll, "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';",
+                     "BEGIN TRANSACTION;"};
+        for (int contact = 0; contact < 1000; ++contact) {
+            sql.push_back(columns + quoted(valuesOf(contact)) + ");");
+        }
+        sql.emplace_back("END TRANSACTION;");
+        return sql;
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        db.prepare(sql[0]);
+        (void)db.count(sql[1]);
+        for (std::size_t i = 2; i < sql.size(); ++i) {
+            db.run(sql[i]);
+        }
+        return std::string("true");
+    };
+    operation.service = [](DataAccessService& service, const std::string&) {
+        return service.importData(schema, base, fileOnDevice) ? "true" : "false";
+    };
+    return operation;
+}
+
+const Registration registration({search(1000, "SearchNumberIn1000"),
+                                 search(10000, "SearchNumberIn10000"), readAll(1000, "ReadAll1000"),
+                                 readAll(10000, "ReadAll10000"), readPage(), writeOne(),
+                                 updateOne(), write1000(), import1000()});
+
+}  // namespace
