@@ -44,3 +44,17 @@ int TransactionGuard::endOrRollBack() {
     }
     return code;
 }
+
+bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work) {
+    TransactionGuard transaction(adapter);
+    try {
+        if (transaction.beginResult() == 0 && work()) {
+            return transaction.endOrRollBack() == 0;
+        }
+    } catch (...) {
+        transaction.rollBack();
+        throw;
+    }
+    transaction.rollBack();
+    return false;
+}

@@ -1,6 +1,8 @@
 #ifndef ADAPTERGUARDS_H
 #define ADAPTERGUARDS_H
 
+#include <functional>
+
 class DatabaseAdapter;
 
 /// Holds the adapter's lock for a scope. Declare it before a Statement, so that it goes last.
@@ -47,5 +49,10 @@ private:
     int m_beginResult;
     bool m_open = true;
 };
+
+/// Runs @p work in a transaction of its own. It is committed when @p work gives true; it is taken
+/// back whole when it gives false, raises, or can't be committed. For rebuilds of tables. False
+/// unless it was committed.
+[[nodiscard]] bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work);
 
 #endif

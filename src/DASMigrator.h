@@ -1,29 +1,217 @@
 #ifndef DASMIGRATOR_H
 #define DASMIGRATOR_H
 
+#include <map>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "DASTypes.h"
+
+class CallLogRow;
+class DAOFactory;
+class DataAccessObject;
 class DataAccessServiceIfc;
+class DatabaseAdapter;
 
 /**
- * Makes and changes tables on the service's behalf, through its adapter and its DAO factory.
+ * Brings the database up to what the running software expects.
  *
- * There is no state: each operation is given the service, asks it anew for what it needs, and
- * reports by the log alone.
+ * No version is stored: at every start each step looks at the database itself and decides whether
+ * it has work to do; a step that finds its change made does nothing. Everything runs on the
+ * caller's thread, before requests are served. A failure is told by the log alone, and the run goes
+ * on. All operations are static; those that take the service reach adapter and factory through it,
+ * anew each time, since a step may replace both.
  */
 class DASMigrator {
 public:
-    /// Makes the table of @p schema, unless it is there.
+    /// Rows of the call log by the number of their first call, then by category.
+    using DuplicateRows = std::map<std::string, std::map<std::string, std::vector<CallLogRow>>>;
+
+    // The driver ----------------------------------------------------------------------------------
+
+    /// Runs all steps in their order. std::out_of_range may pass through from a table that is not
+    /// as any release left it; the caches of the settings are cleared all the same.
+    static void checkAndMigrateDatabase(DataAccessServiceIfc* service);
+    /// The change of protocol: saves what names the telephone, resets it and stores that again.
+    static void checkAndMigrateQFADatabase(DataAccessServiceIfc* service);
+    /// Whether the database is older than user mobility.
+    static bool dbIsPreMobility(DataAccessServiceIfc* service);
+    static void migrateToMobilityDatabase(DataAccessServiceIfc* service);
+
+    // What the steps share ------------------------------------------------------------------------
+
+    /// The object of @p schema. Never null: without a factory it is one that refuses everything.
+    static std::unique_ptr<DataAccessObject> createDao(DAOFactory* factory,
+                                                       const std::string& schema);
+    static std::unique_ptr<DataAccessObject> createDao(DataAccessServiceIfc* service,
+                                                       const std::string& schema);
+    /// Makes the table of @p schema through its object.
     static void createTable(DataAccessServiceIfc* service, const std::string& schema);
-
-    /// Makes the table of @p schema and fills it with its default rows if it is new or empty.
+    /// The same, and inserts the default rows of both users if the table is new or known to be
+    /// empty.
     static void createTableAndDefaultRows(DataAccessServiceIfc* service, const std::string& schema);
-
+    /// The same, but inserts only default rows that are missing.
+    static void migrateTableByAddingMissingDefaultLines(DataAccessServiceIfc* service,
+                                                        const std::string& schema);
+    /// Whether @p table has @p column; false also when the table can't be read.
+    static bool columnExists(DataAccessServiceIfc* service, const std::string& table,
+                             const std::string& column);
+    static void addColumnToTable(DataAccessServiceIfc* service, const std::string& table,
+                                 const std::string& column, const std::string& columnType,
+                                 bool initDefaultVal);
+    /// Whether a row holds @p value, in database form, in @p column.
+    static bool isRowPresent(DataAccessServiceIfc* service, const std::string& table,
+                             const std::string& column, const std::string& value);
+    /// Compares the column names of an object with its table: 0 nothing to do, 1 equal, of another
+    /// number, or brought to the object's columns, else failed. Only a column that changed its name
+    /// is work here: kept on purpose, missing ones have steps of their own.
+    static int DAOCompatibilityWithDb(DataAccessServiceIfc* service, const std::string& schema,
+                                      const std::string& table);
+    /// Value of "VOBROOT" of the environment, empty when unset.
+    static std::string getVobRoot();
     /// Applies a file of settings to GENERAL_CONFIG, as DASUtils does, and empties their cache.
     static void updateGeneralConfigTable(DataAccessServiceIfc* service,
                                          const std::vector<std::string>& columns,
                                          const std::string& filePath);
+    /// Inserts a row of settings, values in database form.
+    static void insertGeneralConfigRow(DataAccessServiceIfc* service,
+                                       const std::vector<std::string>& values);
+    /// The response to a readall_request for @p schema.
+    static std::string readAllFromSchema(DAOFactory* factory, const std::string& schema);
+    /// Orders texts by the numbers that they begin with.
+    static bool compareStringsAsIntegers(std::string first, std::string second);
+
+    /**
+     * Brings a table into the columns of its object, rows kept, in one transaction that is rolled
+     * back whole on any failure. A missing table is made with its default rows. Cells go by name: a
+     * NULL and a missing column take the default, a missing user context takes base. A column that
+     * the object does not have goes, named in the log. Indices and the numbering of an
+     * AUTOINCREMENT key are carried over.
+     *
+     * @return whether something was changed
+     */
+    static bool rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
+                                      const std::string& table);
+
+    // Tables --------------------------------------------------------------------------------------
+
+    static void migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
+                                        const std::string& schema, bool visitorRows, int columns);
+    static void migratePhoneBookTable(DataAccessServiceIfc* service);
+    static void migrateLineKeySettingsTable(DataAccessServiceIfc* service);
+    static void migrateBcaSettingsTable(DataAccessServiceIfc* service);
+    static void migrateDSSKeySettingsTable(DataAccessServiceIfc* service);
+    static void migrateDSSKeySettingsTableForMonitorOnly(DataAccessServiceIfc* service);
+    static void migrateStimulusKeySettingsTable(DataAccessServiceIfc* service, int columnCount,
+                                                int rowCount);
+    static void migrateFeatureKeysTable(DataAccessServiceIfc* service);
+    static void migrateFixedKeysTable(DataAccessServiceIfc* service);
+    static void migrateStartAppKeysTable(DataAccessServiceIfc* service);
+    static void migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service);
+    static void migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessServiceIfc* service);
+    static void migrateBluetoothTrustedDevices(DataAccessServiceIfc* service);
+    static void dbCheckAndMigrateLineKeySettingsDefaults(DataAccessServiceIfc* service);
+    static void addDefaultRowsToExistingTablesWhereMissing(DataAccessServiceIfc* service);
+
+    // Settings ------------------------------------------------------------------------------------
+
+    static void dbMigrate(DataAccessServiceIfc* service, const std::string& schema,
+                          const std::string& oldItemName, const std::string& newItemName,
+                          const std::string& oldUserContext, const std::string& newUserContext,
+                          bool copyOverExisting, bool deleteOldRow);
+    static void dbMigrateDeviceToUser(DataAccessServiceIfc* service, const std::string& schema,
+                                      const std::string& oldItemName,
+                                      const std::string& newItemName, bool deleteOldRow);
+    static void dbMigrateUserToDevice(DataAccessServiceIfc* service, std::string schema,
+                                      std::string oldItemName, std::string newItemName);
+    /// Moves all items of the item move table.
+    static void migrateMovedItems(DataAccessServiceIfc* service);
+    static void dbMigrateDoorOpenerSettings(DataAccessServiceIfc* service, bool upgrade);
+    static void downgradeDoorOpenerSettings(DataAccessServiceIfc* service);
+    static void migrateGeneralConfigTable(DataAccessServiceIfc* service,
+                                          const std::vector<std::string>& columns);
+    static void normalizeGeneralConfigTable(DataAccessServiceIfc* service);
+    static void validateDeviceItems(DataAccessServiceIfc* service);
+    static void checkTransportSettingsOrder(DataAccessServiceIfc* service);
+    static void deleteCallbackItems(DataAccessServiceIfc* service);
+    static void migrateDot1xSettings(DataAccessServiceIfc* service);
+    static bool checkDot1xSettings(DataAccessServiceIfc* service);
+    static void migrateWlanSettings(DataAccessServiceIfc* service);
+    static void migrateFeatureToCurrentUser(DataAccessServiceIfc* service, std::string name);
+    static void migrateWrongEmergencyNumber(DataAccessServiceIfc* service,
+                                            const std::vector<std::string>* columns);
+    /// Applies the file of values that an image brings, once, and removes it.
+    static void applyUpdateValuesFile(DataAccessServiceIfc* service);
+    static bool isGeneralConfigRowPresentByName(DataAccessServiceIfc* service,
+                                                const std::string& name,
+                                                const std::string& context);
+    static void readGeneralConfigByName(DataAccessServiceIfc* service, const std::string& name,
+                                        const std::string& context, Rows& rows);
+    static bool isGeneralConfigItemNonBlank(DataAccessServiceIfc* service, const std::string& name,
+                                            const std::string& context);
+    static std::vector<std::string> createGeneralConfigRow(const std::string& schema,
+                                                           const std::string& context,
+                                                           const std::string& name,
+                                                           const std::string& value);
+
+    // Repairs -------------------------------------------------------------------------------------
+
+    /// Splits rows of several numbers and joins doubled ones. Gives the number of rows it treated.
+    static int callLogTableChecker(DataAccessServiceIfc* service);
+    static void readCallLogRowsWithMoreThanOneNumberOnARow(DataAccessServiceIfc* service,
+                                                           std::map<std::string, CallLogRow>& rows,
+                                                           std::vector<std::string>& idsToSplit);
+    static void checkCallLogRowForMoreThanOneNumber(const CallLogRow& row,
+                                                    std::vector<std::string>& idsToSplit);
+    static void insertUniqueValue(std::vector<std::string>& values, const std::string& value);
+    static void fixDuplicateNumbersFoundInARow(DataAccessServiceIfc* service,
+                                               std::map<std::string, CallLogRow>& rows,
+                                               std::vector<std::string>& idsToSplit);
+    static void readCallLogRowsWithDuplicateRowsPerCategory(DataAccessServiceIfc* service,
+                                                            DuplicateRows& duplicates);
+    static void normalizeDuplicateRowData(DuplicateRows& duplicates);
+    static std::vector<std::string> consolidateDuplicateRows(DuplicateRows& duplicates);
+    static void consolidateDuplicateCategoryForASingleNumber(
+        std::map<std::string, std::vector<CallLogRow>>& categories,
+        std::vector<std::string>& idsToRemove);
+    static void commitConsolidatedRowData(DataAccessServiceIfc* service, DuplicateRows& duplicates);
+    static void removeRows(DataAccessServiceIfc* service, const std::vector<std::string>& ids);
+    static void printDuplicateRowData(DuplicateRows& duplicates);
+    static void dropConversationsTable(DataAccessServiceIfc* service);
+    static int readPhoneBookDuplicateRows(DataAccessServiceIfc* service);
+    static void deleteDuplicateItemsFromPhoneBook(DataAccessServiceIfc* service);
+    static void conversationsTableCleanup(DataAccessServiceIfc* service);
+    static void phonebookTableCleanup(DataAccessServiceIfc* service);
+    static void distinctiveRingerTableCleanup(DataAccessServiceIfc* service);
+    static void checkValidityOfPhoneBookTable(DataAccessServiceIfc* service);
+    static std::string buildPhonebookTableCleanupQuery(const std::string& column,
+                                                       const std::string& character);
+
+    // Protocol and passwords ----------------------------------------------------------------------
+
+    static void upgradeFromV3ToWebRTC(DataAccessServiceIfc* service);
+    static void addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* service, int rowCount);
+    static void addAesRow(DataAccessServiceIfc* service, const std::string& method,
+                          const std::string& first, const std::string& rank);
+    static void migrateEncryptedData(DAOFactory* factory, DatabaseAdapter* adapter);
+    static void replaceExistingRowWithEncrypted(DatabaseAdapter* adapter, const std::string& schema,
+                                                const std::string& reply, const std::string& item);
+    static void migrateToEncryptedPasswordsForKeySettings(DataAccessServiceIfc* service,
+                                                          const std::string& table, int position,
+                                                          const std::string& plainTag,
+                                                          const std::string& encryptedTag);
+    static void migrateToEncryptedFTPPass(DataAccessServiceIfc* service);
+    static void migrateFtpSettingsTable(DataAccessServiceIfc* service);
+    static std::vector<std::string> constructColumns(const std::string& schema,
+                                                     const std::string& context,
+                                                     const std::string& name,
+                                                     const std::string& value);
+    /// Takes the next occurrence of @p item from @p reply, which it consumes. False when there is
+    /// none.
+    static bool getValueFromReply(std::string& reply, const std::string& item, std::string& value,
+                                  std::string& context);
 };
 
 #endif

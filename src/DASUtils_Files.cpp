@@ -318,13 +318,8 @@ bool DASUtils::recreateTableFromFile(DatabaseAdapter* adapter, const std::string
 bool DASUtils::rebuildTable(DatabaseAdapter& adapter, const std::string& table,
                             const std::function<bool()>& save, const std::function<bool()>& restore,
                             const char* dropFailure) {
-    TransactionGuard transaction(adapter);
-    if (transaction.beginResult() == 0 &&
-        replaceTable(adapter, table, save, restore, dropFailure)) {
-        return transaction.endOrRollBack() == 0;
-    }
-    transaction.rollBack();
-    return false;
+    return runWholeOrNot(adapter,
+                         [&] { return replaceTable(adapter, table, save, restore, dropFailure); });
 }
 
 int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string& table,

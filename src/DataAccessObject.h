@@ -96,6 +96,9 @@ public:
     /// Inserts the default rows of one user: of base for "base", of the visitor for any other text.
     virtual int insertDefaultRows(const std::string& context);
     int insertDefaultRows(const char*) = delete;  // would be taken for the bool form
+    /// Inserts default rows as the bool form does, for a caller who holds a transaction. The status
+    /// of the first insert that failed; the others are there then.
+    int insertDefaultRowsInTransaction(bool onlyMissing);
 
     /// Puts the rows of one user, plain text, back to their defaults.
     virtual int initialiseMobilityUserData(const std::string& context);
@@ -371,6 +374,7 @@ private:
     bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);
+    int insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing);
     int deleteVisitorItems(const std::string& table, const std::vector<std::string>& items);
     int copyRowsToVisitor(Rows& rows, std::size_t contextIndex, const std::string& table);
     bool hasRowsOf(const std::string& table, const std::string& contextColumn,

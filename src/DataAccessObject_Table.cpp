@@ -142,14 +142,27 @@ int DataAccessObject::insertDefaultRows(const std::string& context) {
     return forEachDefaultRow({isBase ? quotedBase() : quotedVisitor()}, false);
 }
 
+int DataAccessObject::insertDefaultRowsInTransaction(bool onlyMissing) {
+    return insertRowsOf({quotedBase(), quotedVisitor()}, onlyMissing);
+}
+
 int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts,
                                         bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
     TransactionGuard transaction(*m_dbAdapter);
+    (void)insertRowsOf(contexts, onlyMissing);  // a failure is in the log alone
+    return 0;
+}
+
+int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
     // No row of an empty table needs to be asked for.
     const bool ask = onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName);
+    int result = 0;
     int index = 0;
     for (const std::string& id : defaultRowIds()) {
         std::vector<const std::string*> missing;
@@ -159,11 +172,12 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
             }
         }
         for (const std::string* context : missing) {
-            (void)insertDefaultRow(id, *context, index);  // a failure is in the log alone
+            const int inserted = insertDefaultRow(id, *context, index);
+            result = result != 0 ? result : inserted;
         }
         ++index;
     }
-    return 0;
+    return result;
 }
 
 int DataAccessObject::initialiseMobilityUserData(const std::string& context) {

@@ -109,8 +109,7 @@ void DataAccessService::init(Context& context) {
     constructorActions();
     registerContext(context);
     GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
-    // Makes the table of settings as a reset does; goes when a start brings all tables up to date.
-    DASMigrator::createTableAndDefaultRows(this, DASUtilsStrings::UnitTestGenConfigTableSchema);
+    migrateDatabase();
     settleCurrentUser();
     std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
     (void)std::fflush(stdout);
@@ -119,6 +118,15 @@ void DataAccessService::init(Context& context) {
     m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
     m_mobilityMigratorInUse = m_mobilityMigrator.get();
     m_initialised = true;
+}
+
+void DataAccessService::migrateDatabase() {
+    try {
+        DASMigrator::checkAndMigrateDatabase(this);
+    } catch (const std::exception& error) {
+        // The start goes on: what could be migrated serves, the rest is tried at the next one.
+        DAS_LOG(2, "The migration of the database ended early: %s", error.what());
+    }
 }
 
 void DataAccessService::shutdown() {}

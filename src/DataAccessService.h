@@ -151,6 +151,8 @@ private:
                               DirectoryList* directories, DirectoryList* files);
     /// Last step of the start: settles the user.
     void initInternal();
+    /// Brings the database up to date; what it raises is in the log.
+    void migrateDatabase();
     /// Takes the stored user; a blank one leaves base.
     void settleCurrentUser();
     /// Prepares the data of a user who is about to become current.

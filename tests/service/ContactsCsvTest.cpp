@@ -49,6 +49,7 @@ TEST_F(ContactsCsvTest, WordWritesTheContactsOfBothUsersAndTellsManagement) {
 }
 
 TEST_F(ContactsCsvTest, StatusTellsWhetherAFileIsThere) {
+    sql("DROP TABLE PHONE_BOOK");
     EXPECT_EQ(send("saveContactsToCSV"), "endOfSaveContactsToCSVRequest");
     EXPECT_EQ(readFile(onDevice(File)), Header);  // there is no table, which the log tells
     EXPECT_TRUE(m_log.has(2, "error in the query of the contacts information"));

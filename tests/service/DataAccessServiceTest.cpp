@@ -24,7 +24,7 @@ protected:
         return send("FeatureKeys", "read_request", "<ResultCols>Locked</ResultCols><Id>100</Id>") ==
                    xml::message("FeatureKeys", "read_response",
                                 xml::entry({{"Locked", "false"}})) &&
-               cell("SELECT COUNT(*) FROM FEATURE_KEYS") == "354";
+               cell("SELECT COUNT(*) FROM FEATURE_KEYS WHERE UserContext = 'base'") == "177";
     }
 };
 
@@ -78,6 +78,8 @@ TEST_F(DataAccessServiceTest, BeforeInitRequestsAreRefusedByName) {
     EXPECT_EQ(early.processRequest(SetTrace), NoAdapter);
     EXPECT_EQ(early.processRequest("getDefaultKeyData"), "");
     EXPECT_EQ(early.getAdapter(), nullptr);
+    stop();
+    std::filesystem::remove(database());
     for (int round = 0; round < 2; ++round) {
         m_log.clear();
         CaptureStdout();

@@ -24,6 +24,7 @@ protected:
         writeFile(onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"),
                   "AudioSettings,RoomCharacter\n");
         start();
+        sql("DELETE FROM GENERAL_CONFIG");  // what the start put there
         m_log.clear();
     }
 

@@ -185,8 +185,8 @@ TEST_F(MediaTablesTest, DamagedRequestsAreRefusedAndLoggedByClass) {
         EXPECT_EQ(reasonIn(send(request)), "failure");
         EXPECT_TRUE(m_log.has(2, "Parsing a " + schema + "DAO '" + request + "' request failed."));
     }
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name LIKE '%SETTINGS' AND name <> "
-                   "'GENERAL_CONFIG'"),
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name IN ('CODEC_SETTINGS', "
+                   "'SRTP_ENCRYPTION_SETTINGS', 'HEADSET_PRIORITIES')"),
               "0");
 }
 

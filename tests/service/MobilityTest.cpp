@@ -5,8 +5,8 @@
 #include "DASListenerIfc.h"
 #include "DASUtils.h"
 #include "DatabaseAdapter.h"
-#include "LocalMgmtIfc.h"
 #include "MobilityMigrator.h"
+#include "RecordingManagement.h"
 #include "ServiceTest.h"
 
 namespace {
@@ -21,18 +21,6 @@ public:
 private:
     std::string m_name;
     std::vector<std::string>& m_heard;
-};
-
-class RecordingManagement : public Executable, public LocalMgmtIfc {
-public:
-    void init(Context&) override {}
-    void shutdown() override {}
-    bool deleteFile(int, const std::string&) override { return false; }
-    void sendStatusToDLS(const ManageableData&) override {}
-    void sendStatusToWBM(const ManageableData&) override {}
-    void factoryReset(const std::string&, int) override { ++resets; }
-
-    int resets = 0;
 };
 
 class MobilityTest : public ServiceTest {

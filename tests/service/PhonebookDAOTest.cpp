@@ -234,6 +234,7 @@ TEST_F(PhonebookDAOTest, DiskThatStaysFullLeavesWhatWasThereAndSaysSo) {
 
 TEST_F(PhonebookDAOTest, ColumnsAreLeftOutButForTheUser) {
     stop();
+    sql("DROP TABLE PHONE_BOOK");
     DatabaseAdapter adapter;
     PhonebookDAO dao(&adapter, {"UserContext", "SpeedDialID", "Office"});
     EXPECT_TRUE(m_log.has(2, "createTable - UserContextTagName cannot be skipped"));

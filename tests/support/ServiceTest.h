@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -33,7 +34,7 @@ public:
 class PlaceTest : public ::testing::Test {
 protected:
     PlaceTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "das-XXXXXX").string();
+        std::string name = (scratchFolder() / "das-XXXXXX").string();
         m_place = ::mkdtemp(name.data());
         for (const char* folder : {"db", "root/data", "root/tmp", "root/Aurel_Deploy"}) {
             std::filesystem::create_directories(m_place / folder);
@@ -90,6 +91,12 @@ protected:
     LogCapture m_log;
 
 private:
+    /// In memory where that can be had: a start makes all tables, and a disk waits for each.
+    static std::filesystem::path scratchFolder() {
+        const char* const memory = "/dev/shm";
+        return ::access(memory, W_OK) == 0 ? memory : std::filesystem::temp_directory_path();
+    }
+
     std::filesystem::path m_place;
 };
 

@@ -1,0 +1,4 @@
+-- With busy lamps.
+CREATE TABLE STIMULUS_KEY_SETTINGS (UserContext TEXT, Id TEXT, StimulusKeyFeatureCode TEXT,
+    StimulusKeyDTMFSequence TEXT, StimulusKeyLEDControlURI TEXT, BusyLampFieldAudible TEXT,
+    BusyLampFieldPopup TEXT);

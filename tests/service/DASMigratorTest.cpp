@@ -1,0 +1,430 @@
+// The driver of the migrations: order and words of the steps, rebuilds of tables, keys that move.
+
+#include "DASMigrator.h"
+
+#include "DAOFactory.h"
+#include "DASUtilsStrings.h"
+#include "DataAccessObject.h"
+#include "RecordingAdapter.h"
+#include "RecordingManagement.h"
+#include "V1R1ToV1R2Migrator.h"
+
+namespace {
+
+const char* const PreviousVersionFile = "/.QuilldeskRootFileSystemImageVersion.prev.txt";
+
+/// All cells one after the other, with a bar behind each.
+std::string cellsOf(const Rows& rows) {
+    std::string text;
+    for (const auto& row : rows) {
+        for (const auto& each : row) {
+            text += each + "|";
+        }
+    }
+    return text;
+}
+
+/// A test that makes a database before the service starts.
+class DASMigratorTest : public ServiceTest {
+protected:
+    void SetUp() override {}
+
+    /// Runs a text of tests/databases/.
+    void load(const std::string& name) {
+        sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / (name + ".sql")));
+    }
+    std::string joined(const std::string& statement) const { return cellsOf(sql(statement)); }
+    /// The entries of @p expected that are not in the log in this order; empty when all are.
+    std::string missingFromLog(const std::vector<std::string>& expected) {
+        auto next = expected.begin();
+        for (const Log::Entry& entry : m_log.entries()) {
+            if (next != expected.end() && entry.message.find(*next) != std::string::npos) {
+                ++next;
+            }
+        }
+        return next == expected.end() ? "" : *next;
+    }
+};
+
+/// A test of one operation over a database of this release whose adapter can fail.
+class RebuildTest : public RecordedServiceTest {
+protected:
+    bool rebuild(const char* schema, const char* table) {
+        return DASMigrator::rebuildIntoDaoColumns(m_service.get(), schema, table);
+    }
+    std::string columns(const std::string& table) {
+        return cell("SELECT group_concat(name) FROM pragma_table_info('" + table + "')");
+    }
+    std::string joined(const std::string& statement) const { return cellsOf(sql(statement)); }
+    /// Everything that the tables of the phone book hold.
+    Rows everything() {
+        Rows rows = sql("SELECT type, name, sql FROM sqlite_master ORDER BY name");
+        for (const char* table : {"PHONE_BOOK", "sqlite_sequence"}) {
+            const Rows more = sql(std::string("SELECT * FROM ") + table);
+            rows.insert(rows.end(), more.begin(), more.end());
+        }
+        return rows;
+    }
+};
+
+std::string row(const std::string& table, const std::string& column, const std::string& value) {
+    return "isRowPresent checking in " + table + ", for " + column + " " + value + ",";
+}
+
+const char* const ContactColumns =
+    "UserContext,UniqueID,Surname,Firstname,Office,Mobile,Private,Email,CallGroup,DefaultNumber,"
+    "Company,Office2,Address,Address2,JobFunction,VoiceDial,Picture,ExternalID,ContactSource,"
+    "SpeedDialID";
+
+}  // namespace
+
+// The order is part of what old databases rely on. Steps without words show by what they ask.
+TEST_F(DASMigratorTest, StepsRunInTheirOrder) {
+    start();
+    m_log.clear();
+    start();
+    std::vector<std::string> expected = {
+        "dbIsPreMobility - row count =  1",
+        "checkAndMigrateDatabase - no migration required for Mobility",
+        "No database migration required for LINE_KEY_SETTINGS",
+        "No database migration required for BCA_SETTINGS",
+        "Checking database for Phonebook additions",
+        "No database migration required for DSS Key Settings",
+        "No database migration required for DSS Key Settings For Monitor Only Option",
+        "No database migration required for Stimulus Key Settings",
+        "No database migration required for Phonebook mobility",
+        "Database update successfully performed for CallLog",
+        "No database migration required for CallLog mobility",
+        row("FEATURE_KEYS", "Id", "'31'"),
+        row("FIXED_KEYS", "Function", "'0'"),
+        row("FIXED_KEYS", "Id", "'30'"),
+        row("START_APPLICATION", "Id", "'30'"),
+        row("BCA_SETTINGS", "Id", "'10'"),
+        row("DEFLECT_KEY_DESTINATIONS", "Id", "'1017'"),
+        row("DSS_KEY_SETTINGS", "Id", "'109'"),
+        row("FEATURE_KEYS", "Id", "'1017'"),
+        row("FEATURE_TOGGLE_KEY_SETTINGS", "Id", "'109'"),
+        row("FORWARDING_KEY_DESTINATIONS", "Id", "'109'"),
+        row("FORWARDING_KEY_DESTINATIONS", "Id", "'32'"),
+        row("LINE_KEY_SETTINGS", "Id", "'109'"),
+        row("REPERTORY_DIALLING", "Id", "'1017'"),
+        row("SELECTED_DIALLING", "Id", "'1017'"),
+        row("START_APPLICATION", "Id", "'1017'"),
+        row("STIMULUS_KEY_SETTINGS", "Id", "'200'"),
+        row("LINE_KEY_SETTINGS", "Id", "'200'"),
+        row("DSS_KEY_SETTINGS", "Id", "'200'"),
+        row("FEATURE_TOGGLE_KEY_SETTINGS", "Id", "'200'"),
+    };
+    for (const char* column :
+         {"XsiCallCenterName", "AicsAcdOnly", "XsiCallCenterRelatedLine", "BlfSipLineAction"}) {
+        expected.push_back(std::string("addColumnToTable: ") + column + " already exists");
+    }
+    EXPECT_EQ(missingFromLog(expected), "");
+    EXPECT_FALSE(m_log.has("Migrating database"));
+    EXPECT_FALSE(m_log.has("migrateTableByAddingMissingDefaultLines"));
+}
+
+TEST_F(DASMigratorTest, WordsTellWhichStepsHadWork) {
+    const struct {
+        const char* database;
+        const char* words;
+    } rows[] = {
+        {"line_keys_18", "Migrating database for LINE_KEY_SETTINGS"},
+        {"bca_11", "Migrating database for BCA_SETTINGS"},
+        {"dss_keys_6", "Migrating database for DSS Key Settings"},
+        {"dss_keys_9", "Migrating database for DSS Key Settings For Monitor Only Option"},
+        {"stimulus_keys_16", "Migrating database for Stimulus Key Settings"},
+        {"phone_book_17", "Migrating database for Phonebook mobility"},
+        {"call_group_3", "Migrating database for CallLog mobility"},
+    };
+    for (const auto& each : rows) {
+        SCOPED_TRACE(each.database);
+        stop();
+        std::filesystem::remove(database());
+        load("settings_of_today");
+        load(each.database);
+        m_log.clear();
+        start();
+        EXPECT_TRUE(m_log.has(5, each.words));
+        EXPECT_TRUE(m_log.has(5, "checkAndMigrateDatabase - no migration required for Mobility"));
+    }
+}
+
+TEST_F(DASMigratorTest, ChangeOfProtocolKeepsWhatNamesTheTelephone) {
+    RecordingManagement management;
+    m_context.services["LocalMgmtIfc"] = &management;
+    load("other_protocol");
+    writeFile(onDevice(PreviousVersionFile), "V3R1 SIP 120\nnext line\n");
+    start();
+    EXPECT_EQ(management.resets, 1);
+    EXPECT_EQ(joined("SELECT * FROM GENERAL_CONFIG ORDER BY Schema, Name"),
+              "MobilitySettings||MobilityCurrentUser|base|QfaBaseSettings||TerminalNumber|+49 89 "
+              "'722' 0|TransportSettings||DHCPenabled|false|TransportSettings||DLSaddress|"
+              "192.0.2.7|TransportSettings||DLSport|18443|TransportSettings||DefaultMask|"
+              "255.255.255.0|TransportSettings||PhoneIPaddress|192.0.2.20|");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM PHONE_BOOK"), "0");
+    EXPECT_TRUE(m_log.has(5, "DB items from SIP has migrated successfully. E164 = +49 89 '722' 0"));
+    start();
+    EXPECT_EQ(management.resets, 1);
+}
+
+TEST_F(DASMigratorTest, OtherVersionsAndDatabasesChangeNoProtocol) {
+    const std::string noNumber = "DELETE FROM GENERAL_CONFIG WHERE Name = 'TerminalNumber';";
+    const struct {
+        const char* name;
+        std::string version;
+        std::string change;
+        bool endsEarly;
+    } rows[] = {
+        {"blank line", "\nSIP", "", false},
+        {"empty file", "", "", false},
+        {"other software", "V3R1 QFA", "", false},
+        {"second line", "V3R1\nSIP\n", "", false},
+        {"huge line", std::string(5000000, 'x') + "SIP", "", false},
+        {"zeros", std::string(5000000, '\0'), "", false},
+        {"already changed", "SIP",
+         "INSERT INTO GENERAL_CONFIG VALUES ('QfaBaseSettings', '', 'X', '1');", false},
+        {"no number", "SIP", noNumber, false},
+        // A database that is not as the test believes must not be reset.
+        {"number of another schema", "SIP",
+         noNumber + "INSERT INTO GENERAL_CONFIG VALUES ('SipBaseSettings', '', 'Other', '1'), "
+                    "('Locale', '', 'TerminalNumber', '1');",
+         true},
+    };
+    RecordingManagement management;
+    m_context.services["LocalMgmtIfc"] = &management;
+    for (const auto& each : rows) {
+        SCOPED_TRACE(each.name);
+        stop();
+        std::filesystem::remove(database());
+        load("other_protocol");
+        sql("DELETE FROM GENERAL_CONFIG WHERE Name = 'MobilityCurrentUser';"
+            "INSERT INTO GENERAL_CONFIG VALUES ('MobilitySettings', '', 'MobilityCurrentUser', "
+            "'');" +
+            each.change);
+        writeFile(onDevice(PreviousVersionFile), each.version);
+        m_log.clear();
+        start();
+        EXPECT_EQ(management.resets, 0);
+        EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name = 'DLSport'"), "18443");
+        EXPECT_EQ(m_log.has(2, "The migration of the database ended early"), each.endsEarly);
+        EXPECT_EQ(send("getCurrentUser"), "base");
+    }
+}
+
+TEST_F(DASMigratorTest, FixedKeysThatMoveWinWhereTheyHaveAFunction) {
+    load("settings_of_today");
+    load("keys_of_earlier_release");
+    sql("INSERT INTO FEATURE_KEYS VALUES ('base', '30', '7'), ('base', '31', '0'), "
+        "('visitor', '31', '8'), ('base', '32', '9'), ('visitor', '32', '0'), "
+        "('base', '38', ''), ('base', '100', '5');"
+        "INSERT INTO FIXED_KEYS VALUES ('base', '30', '1'), ('base', '31', '2'), "
+        "('base', '38', '3'), ('base', '39', '0'), ('visitor', '39', '4'), "
+        "('visitor', '32', '6'), ('visitor', '38', '0');"
+        "INSERT INTO START_APPLICATION VALUES ('base', '30', 'new'), ('base', '31', ''), "
+        "('base', '32', 'copied'), ('base', '100', 'own');");
+    start();
+    EXPECT_EQ(joined("SELECT UserContext, Id, Function FROM FIXED_KEYS ORDER BY 1, 2"),
+              "base|30|7|base|31|2|base|32|9|base|38|3|base|39||"
+              "visitor|30|65|visitor|31|8|visitor|32|6|visitor|38|67|visitor|39|4|");
+    EXPECT_EQ(joined("SELECT Id, Function FROM FEATURE_KEYS WHERE UserContext = 'base' AND "
+                     "CAST(Id AS INT) < 101 ORDER BY CAST(Id AS INT)"),
+              "32|9|100|5|");
+    EXPECT_EQ(joined("SELECT Id, ApplicationName FROM START_APPLICATION_FIXED_KEYS WHERE "
+                     "UserContext = 'base' ORDER BY 1"),
+              "30|new|31||32|copied|38||39||");
+    EXPECT_EQ(joined("SELECT DISTINCT Id FROM START_APPLICATION WHERE ApplicationName <> ''"),
+              "32|100|");
+}
+
+TEST_F(DASMigratorTest, KeysOfV1R1MoveOnceAndOnlyWithAFunction) {
+    start();
+    const std::string fixed = "SELECT UserContext, Id, Function FROM FIXED_KEYS ORDER BY 1, 2";
+    sql("INSERT INTO FEATURE_KEYS VALUES ('base', '30', '7', 'true', 'L', 'true'), "
+        "('visitor', '39', '8', '', '', ''), ('base', '38', '0', '', '', '');");
+    V1R1ToV1R2Migrator(service().getAdapter()).execute();
+    EXPECT_EQ(joined(fixed), "base|30|7|base|31|64|base|32|66|base|38|67|visitor|39|8|");
+    EXPECT_EQ(joined("SELECT Locked, Label, Local FROM FIXED_KEYS WHERE Id = '30'"),
+              "true|L|true|");
+    EXPECT_EQ(joined("SELECT Id FROM FEATURE_KEYS WHERE CAST(Id AS INT) < 100 AND Id <> '32'"),
+              "38|");
+    sql("DROP TABLE FIXED_KEYS");
+    V1R1ToV1R2Migrator(service().getAdapter()).execute();
+    EXPECT_FALSE(m_log.has(2, "The fixed keys stay in FEATURE_KEYS"));
+    V1R1ToV1R2Migrator(nullptr).execute();
+}
+
+// A label belongs to the function that the model puts on a key, not to the key.
+TEST_F(DASMigratorTest, NewLabelsGoWhereTheFunctionIsTheModelsOwn) {
+    ::setenv("DAS_HARDWARE", "subvariant=3,vx100", 1);
+    load("settings_of_today");
+    sql("CREATE TABLE FEATURE_KEYS (Function TEXT, Id TEXT, UserContext TEXT, Color TEXT);"
+        "INSERT INTO FEATURE_KEYS VALUES ('74', '100', 'base', 'red'), ('64', '101', 'base', ''), "
+        "(NULL, '102', 'base', '');");
+    start();
+    EXPECT_EQ(joined("SELECT Id, Function, Label, Locked FROM FEATURE_KEYS WHERE UserContext = "
+                     "'base' AND CAST(Id AS INT) BETWEEN 100 AND 103 ORDER BY Id"),
+              "100|74|Call log|false|101|64||false|102|64|FwdMenu|false|103|0||false|");
+    EXPECT_TRUE(m_log.has(2, "The column Color of FEATURE_KEYS is given up"));
+}
+
+// The rows of the two users meet under one id, and the later one wins in both.
+TEST_F(DASMigratorTest, BusyLampsMoveBy144) {
+    load("settings_of_today");
+    sql("CREATE TABLE FORWARDING_KEY_DESTINATIONS (UserContext TEXT, Id TEXT, "
+        "ForwardingDialNumber TEXT, ForwardingType TEXT);"
+        "INSERT INTO FORWARDING_KEY_DESTINATIONS VALUES ('base', '618', 'a''1', '1'), "
+        "('visitor', '618', 'v', '2'), ('base', '617', 'stays', '3'), ('base', '700', '7', '4');");
+    start();
+    EXPECT_EQ(joined("SELECT UserContext, Id, ForwardingDialNumber, ForwardingType FROM "
+                     "FORWARDING_KEY_DESTINATIONS WHERE ForwardingDialNumber <> '' ORDER BY 2, 1"),
+              "base|617|stays|3|base|762|v|2|visitor|762|v|2|base|844|7|4|");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FORWARDING_KEY_DESTINATIONS WHERE Id IN ('700', '109')"),
+              "4")
+        << "default rows fill the old ids";
+    EXPECT_TRUE(
+        m_log.has(5, " BLF ROW(Row count = 3 ) will be deleted and created with the new IDs"));
+}
+
+// What ends the steps does not end the start.
+TEST_F(DASMigratorTest, ATableThatNoReleaseMadeEndsTheStepsAndNotTheStart) {
+    load("settings_of_today");
+    sql("CREATE TABLE FORWARDING_KEY_DESTINATIONS (UserContext TEXT, Id TEXT, "
+        "ForwardingDialNumber TEXT);"
+        "INSERT INTO FORWARDING_KEY_DESTINATIONS VALUES ('base', '618', '1');");
+    start();
+    EXPECT_TRUE(m_log.has(2, "The migration of the database ended early: "));
+    EXPECT_EQ(cell("SELECT ForwardingDialNumber FROM FORWARDING_KEY_DESTINATIONS"), "1");
+    EXPECT_EQ(send("getCurrentUser"), "visitor");
+}
+
+TEST_F(DASMigratorTest, DevicesWithoutAUserAreTheOwners) {
+    start();
+    (void)send("BluetoothTrusted", "read_request");
+    sql("INSERT INTO BLUETOOTH_TRUSTED VALUES ('', 'A', 'twice', ''), ('base', 'A', 'own', ''), "
+        "('', 'B', 'only', ''), ('visitor', 'A', 'guest', '');");
+    DASMigrator::migrateBluetoothTrustedDevices(m_service.get());
+    EXPECT_EQ(joined("SELECT UserContext, Id, DeviceName FROM BLUETOOTH_TRUSTED ORDER BY 1, 2"),
+              "base|A|own|base|B|only|visitor|A|guest|");
+}
+
+TEST_F(DASMigratorTest, NullCellsOfLineKeysTakeDefaultsAndBlankOnesStay) {
+    start();
+    sql("UPDATE LINE_KEY_SETTINGS SET LineVisualAlert = NULL, RingingLine = '', LineSipURI = NULL "
+        "WHERE Id = '100'");
+    start();
+    EXPECT_EQ(joined("SELECT LineVisualAlert, RingingLine, LineSipURI IS NULL FROM "
+                     "LINE_KEY_SETTINGS WHERE Id = '100' AND UserContext = 'base'"),
+              "2||1|");
+}
+
+TEST_F(DASMigratorTest, OnlyARenamedColumnMakesTheCallLogDifferent) {
+    start();
+    (void)send("CallLog", "write_request", xml::entry({{"Surname", "A"}}));
+    const auto compare = [&] {
+        service().constructorActions();  // a connection that knows the columns
+        return DASMigrator::DAOCompatibilityWithDb(m_service.get(), "CallLog", "CALL_LOG");
+    };
+    EXPECT_EQ(compare(), 1);
+    sql("ALTER TABLE CALL_LOG RENAME COLUMN GroupNumber9 TO Other");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(compare(), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "xx - int DASMigrator::DAOCompatibilityWithDb -> not present GroupNumber9 -- TEXT\n");
+    EXPECT_EQ(cell("SELECT Surname FROM CALL_LOG WHERE GroupNumber9 IS NULL"), "A");
+    sql("ALTER TABLE CALL_LOG ADD COLUMN One TEXT");
+    sql("ALTER TABLE CALL_LOG RENAME COLUMN GroupNumber9 TO Other");
+    EXPECT_EQ(compare(), 1) << "another number of columns is no work here";
+    EXPECT_EQ(cell("SELECT Surname FROM CALL_LOG WHERE Other IS NULL"), "A");
+}
+
+TEST_F(DASMigratorTest, SharedOperationsTellWhatTheyFind) {
+    start();
+    DataAccessServiceIfc* const svc = m_service.get();
+    EXPECT_TRUE(DASMigrator::columnExists(svc, "FIXED_KEYS", "Label"));
+    EXPECT_TRUE(m_log.has(5, "columnExists(FIXED_KEYS, Label): rv=Y"));
+    EXPECT_FALSE(DASMigrator::columnExists(svc, "NO_SUCH_TABLE", "Label"));
+    EXPECT_TRUE(m_log.has(3, "columnExists(): Error getting the column names for NO_SUCH_TABLE"));
+    DASMigrator::addColumnToTable(svc, "FIXED_KEYS", "New", "INTEGER", true);
+    EXPECT_EQ(cell("SELECT DISTINCT New FROM FIXED_KEYS"), "0");
+    DASMigrator::addColumnToTable(svc, "NO_SUCH_TABLE", "New", "TEXT", false);
+    EXPECT_TRUE(m_log.has(2, "The column New cannot be added to the table"));
+    EXPECT_TRUE(DASMigrator::compareStringsAsIntegers("9", "10"));
+    EXPECT_FALSE(DASMigrator::compareStringsAsIntegers("10", "10"));
+    DASMigrator::insertGeneralConfigRow(svc, {"'Locale'", "''", "'X'", "'1'"});
+    DASMigrator::insertGeneralConfigRow(svc, {"'Locale'", "''"});
+    EXPECT_EQ(m_log.count("Failed to insert NameMasterSource into GENERAL_CONFIG"), 1);
+    EXPECT_EQ(DASMigrator::readAllFromSchema(svc->getDAOFactory(), "Locale"),
+              xml::message("Locale", "readall_response", xml::element("X", "1")));
+    DASMigrator::checkAndMigrateDatabase(nullptr);
+}
+
+TEST_F(RebuildTest, CellsGoByNameIntoTheColumnsOfTheObject) {
+    const struct {
+        const char* name;
+        const char* columns;
+        const char* cells;
+        const char* contact;
+    } rows[] = {
+        {"another order", "(Surname, UniqueID INTEGER PRIMARY KEY, Firstname, UserContext)",
+         "('O''Neil', 7, NULL, NULL)", "base|7|O'Neil||"},
+        {"columns that nobody knows", "(x, Surname, y, UniqueID, z)",
+         "('1', 'O''Neil', '2', '7', '3')", "base|7|O'Neil||"},
+        {"names in other letters", "(SURNAME, uniqueid)", "('O''Neil', 7)", "base|7|O'Neil||"},
+        {"no number", "(Firstname, Surname)", "('Pat', 'O''Neil')", "base|1|O'Neil|Pat|"},
+        {"a blank number", "(UniqueID, Surname)", "('', 'O''Neil')", "base|1|O'Neil||"},
+        {"no name", "(Office, UniqueID)", "('12', 7)", "base|7|||"},
+    };
+    for (const auto& each : rows) {
+        SCOPED_TRACE(each.name);
+        sql("DROP TABLE PHONE_BOOK; CREATE TABLE PHONE_BOOK " + std::string(each.columns) +
+            "; INSERT INTO PHONE_BOOK VALUES " + each.cells);
+        service().constructorActions();  // a connection that knows the new columns
+        EXPECT_TRUE(rebuild("PhoneBook", "PHONE_BOOK"));
+        EXPECT_FALSE(rebuild("PhoneBook", "PHONE_BOOK")) << "nothing is left to do";
+        EXPECT_EQ(columns("PHONE_BOOK"), ContactColumns);
+        EXPECT_EQ(joined("SELECT UserContext, UniqueID, Surname, Firstname FROM PHONE_BOOK"),
+                  each.contact);
+    }
+}
+
+// Nothing in between may be left behind by a disk that fails.
+TEST_F(RebuildTest, AFailureOfAnyStatementLeavesTheTableAsItWas) {
+    sql("DROP TABLE PHONE_BOOK;"
+        "CREATE TABLE PHONE_BOOK (UniqueID INTEGER PRIMARY KEY AUTOINCREMENT, Surname TEXT);"
+        "INSERT INTO PHONE_BOOK VALUES (5, 'A'), (9, NULL);"
+        "CREATE INDEX Surname_INDEX ON PHONE_BOOK (Surname);");
+    const Rows before = everything();
+    for (const char* statement :
+         {"BEGIN", "sqlite_master", "ALTER TABLE", "CREATE TABLE", "INSERT INTO PHONE_BOOK",
+          "INSERT INTO sqlite_sequence", "UPDATE sqlite_sequence", "DROP TABLE", "END"}) {
+        SCOPED_TRACE(statement);
+        m_log.clear();
+        m_adapter->intercept = failing(statement, 1, SQLITE_FULL);
+        EXPECT_FALSE(rebuild("PhoneBook", "PHONE_BOOK"));
+        EXPECT_EQ(everything(), before);
+        EXPECT_TRUE(m_log.has(2, "The table PHONE_BOOK could not be rebuilt and stays as it was"));
+        EXPECT_TRUE(lockIsFree(*m_adapter));
+    }
+    m_adapter->intercept = failing("CREATE INDEX", 1, SQLITE_FULL);
+    EXPECT_TRUE(rebuild("PhoneBook", "PHONE_BOOK")) << "an index is no reason to give up rows";
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM PHONE_BOOK WHERE UniqueID = 9 AND Surname = ''"), "1");
+    EXPECT_FALSE(rebuild("NoSuchSchema", "PHONE_BOOK"));
+    EXPECT_FALSE(rebuild("FixedKeys", "PHONE_BOOK"));
+}
+
+// A move that is done by half would be done again at the next start, by another 144.
+TEST_F(RebuildTest, LampsThatCannotBeMovedKeepTheirIds) {
+    const Rows before = {{"base", "618", "1", "2"}};
+    for (const char* statement : {"DELETE", "INSERT", "UPDATE", "END"}) {
+        SCOPED_TRACE(statement);
+        sql("DELETE FROM FORWARDING_KEY_DESTINATIONS;"
+            "INSERT INTO FORWARDING_KEY_DESTINATIONS VALUES ('base', '618', '1', '2');");
+        m_adapter->intercept = failing(statement, 1, SQLITE_IOERR);
+        DASMigrator::addDefaultRowsToExistingTablesWhereMissing(m_service.get());
+        m_adapter->intercept = {};
+        EXPECT_EQ(sql("SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE ForwardingType = '2'"),
+                  before);
+        EXPECT_TRUE(lockIsFree(*m_adapter));
+    }
+}

@@ -1,0 +1,291 @@
+"""Starts das over databases of earlier releases: whole, killed on its way, and in bad places.
+
+Usage: test_upgrade.py DAS sanitizers=NAMES [unittest arguments]
+
+DAS_KILL_ROUNDS is how often each start is killed, DAS_KILL_SEED where its random numbers begin.
+"""
+import os
+import random
+import sqlite3
+import subprocess
+import sys
+import time
+import unittest
+from pathlib import Path
+
+TESTS = Path(__file__).resolve().parents[1]
+sys.path.insert(0, str(TESTS / "host"))
+from test_das import DAS, HostTest, request  # noqa: E402
+
+KILL_ROUNDS = int(os.environ.get("DAS_KILL_ROUNDS", "2"))
+KILL_SEED = int(os.environ.get("DAS_KILL_SEED", time.time_ns() % 1000000))
+
+# Text that a database, a file or an answer may trip over; None is NULL.
+HOSTILE = ["Müller-Lüdenscheidt 'Äpfel' %", None, "O'Neil''s", "Q&A <b> &amp; &apos;", "a,b\\,c;\\",
+           "'; DROP TABLE PHONE_BOOK; --", 'say "hi"', "", "two\nlines\r\n\ttab", "x" * 5000]
+
+
+class Table:
+    """A table of an earlier release: what names its rows, and where they are to be found later."""
+
+    def __init__(self, name, schema, keys, key="Id", moved=lambda key: None, full=(), rows=None):
+        self.name, self.schema = name, schema
+        self.keys = keys    # keys of rows; a user has as many as the contents take
+        self.key = key      # column that names a row of a user
+        self.moved = moved  # table and key where the row of a key goes; None when it stays
+        self.full = full    # columns that can't be NULL or blank
+        self.rows = rows    # rows of a user whatever the contents
+
+
+def key_ids(*ranges):
+    return [str(key) for first, last in ranges for key in range(first, last + 1)]
+
+
+def busy_lamp(key):
+    return ("FORWARDING_KEY_DESTINATIONS", str(int(key) + 144)) if int(key) > 617 else None
+
+
+def fixed_keys(table):
+    return lambda key: (table, key) if key in FIXED else None
+
+
+FIXED = ["30", "31", "38", "39"]
+PROGRAMMABLE = key_ids((32, 32), (100, 115), (200, 215), (300, 317))
+CONTACTS = [2 + 3 * number for number in range(2000)]
+PHONE_BOOK = Table("PHONE_BOOK", "PhoneBook", CONTACTS, "UniqueID", full=["Surname"])
+DSS_KEYS = Table("DSS_KEY_SETTINGS", "DssKeySettings", PROGRAMMABLE)
+STIMULUS_KEYS = Table("STIMULUS_KEY_SETTINGS", "StimulusKeySettings", FIXED + PROGRAMMABLE)
+
+# A text of tests/databases/, and its tables.
+FORMS = {
+    "phone_book_17": [PHONE_BOOK],
+    "phone_book_18": [PHONE_BOOK],
+    "call_group_3": [Table("CallGroup", "CallGroup", key_ids((1, 16)), "CallGroup")],
+    "line_keys_18": [Table("LINE_KEY_SETTINGS", "LineKeySettings", PROGRAMMABLE)],
+    "bca_11": [Table("BCA_SETTINGS", "BCASettings", key_ids((1, 80)))],
+    "dss_keys_6": [DSS_KEYS],
+    "dss_keys_9": [DSS_KEYS],
+    "stimulus_keys_5": [STIMULUS_KEYS],
+    "stimulus_keys_7": [STIMULUS_KEYS],
+    "stimulus_keys_15": [STIMULUS_KEYS],
+    "stimulus_keys_16": [STIMULUS_KEYS],
+    "stimulus_keys_17": [STIMULUS_KEYS],
+    "stimulus_keys_66_rows": [
+        Table("STIMULUS_KEY_SETTINGS", "StimulusKeySettings", FIXED + PROGRAMMABLE, rows=33)],
+    "keys_of_earlier_release": [
+        Table("FEATURE_KEYS", "FeatureKeys", ["30", "31"] + PROGRAMMABLE,
+              moved=fixed_keys("FIXED_KEYS"), full=["Function"]),
+        Table("FIXED_KEYS", "FixedKeys", ["38", "39"], full=["Function"]),
+        Table("START_APPLICATION", "StartApplication", FIXED + PROGRAMMABLE,
+              moved=fixed_keys("START_APPLICATION_FIXED_KEYS"), full=["ApplicationName"])],
+    "forwarding_of_earlier_ids": [
+        Table("FORWARDING_KEY_DESTINATIONS", "ForwardingKeyDestinations",
+              key_ids((618, 640), (1000, 1017), (100, 108)), moved=busy_lamp)],
+    "bluetooth_devices_3": [
+        Table("BLUETOOTH_TRUSTED", "BluetoothTrusted", [f"00:1B:{n}" for n in range(10, 60)])],
+}
+SCHEMAS = ["BluetoothTrusted", "StartApplicationFixedKeys", "PhoneBook"]
+
+
+def plain(column, row):
+    return f"{column} {row}"
+
+
+# Rows of a user, and the text of a cell.
+CONTENTS = {
+    "empty": (0, plain),
+    "usual": (5, plain),
+    "many": (2000, plain),
+    "hostile": (30, lambda column, row: HOSTILE[(row + len(column)) % len(HOSTILE)]),
+}
+
+
+def columns_of(db, table):
+    """Names of columns, with their types."""
+    return {row[1]: row[2] for row in db.execute(f"PRAGMA table_info({table})")}
+
+
+def make_cell(table, column, kind, row, text):
+    if kind == "INTEGER":
+        return row
+    value = text(column, row)
+    if column in table.full and not value:
+        value = "full"
+    return f"{value} {row}" if column == "Surname" else value  # no two contacts are alike
+
+
+def fill(db, table, rows_of_user, text):
+    columns = columns_of(db, table.name)
+    for row, key in enumerate(table.keys[:table.rows or rows_of_user]):
+        for user in ["base", "visitor"] if "UserContext" in columns else ["base"]:
+            given = {"UserContext": user,
+                     table.key: key + 1 if user == "visitor" and isinstance(key, int) else key}
+            values = [given[name] if name in given else make_cell(table, name, kind, row, text)
+                      for name, kind in columns.items()]
+            db.execute(f"INSERT INTO {table.name} VALUES ({', '.join('?' * len(values))})", values)
+    if table.name == "PHONE_BOOK" and rows_of_user:
+        db.execute("UPDATE sqlite_sequence SET seq = seq + 1000")  # contacts that were deleted
+
+
+def rows_of(db, table, key):
+    """Rows by user and key, each as its cells by column."""
+    names = list(columns_of(db, table))
+    rows = [dict(zip(names, row)) for row in db.execute(f"SELECT * FROM {table}")]
+    return {(row.get("UserContext", "base"), row[key]): row for row in rows}
+
+
+def schema_of(db, table):
+    return db.execute("SELECT sql FROM sqlite_master WHERE name = ?", [table]).fetchone()
+
+
+def dump(path):
+    """All that a database holds, in an order that does not depend on how it came there."""
+    db = sqlite3.connect(path)
+    entries = db.execute("SELECT type, name, sql FROM sqlite_master").fetchall()
+    contents = {name: sorted(db.execute(f"SELECT * FROM {name}").fetchall(), key=str)
+                for kind, name, _ in entries if kind == "table"}
+    db.close()
+    return sorted(entries, key=str), contents
+
+
+def in_memory(path):
+    db, copy = sqlite3.connect(path), sqlite3.connect(":memory:")
+    db.backup(copy)
+    db.close()
+    return copy
+
+
+class UpgradeTest(HostTest):
+    maxDiff = 1000
+
+    def setUp(self):
+        super().setUp()
+        self.path = self.db / "phone.db"
+
+    def start(self, *lines, **environment):
+        run = self.das("request", lines=lines or ["getCurrentUser"], env=environment)
+        self.assertGreaterEqual(run.returncode, 0, run.errors)
+        return run
+
+    def new_release(self):
+        """A database that this release made."""
+        self.start(*[request("read_request", schema=schema) for schema in SCHEMAS])
+        copy = in_memory(self.path)
+        self.path.unlink()
+        return copy
+
+    def make(self, *texts, tables=(), content="empty"):
+        self.path.unlink(missing_ok=True)
+        db = sqlite3.connect(self.path)
+        for text in texts:
+            db.executescript((TESTS / "databases" / f"{text}.sql").read_text())
+        for table in tables:
+            fill(db, table, *CONTENTS[content])
+        db.commit()
+        db.close()
+
+    def make_form(self, form, content):
+        self.make("settings_of_today", form, tables=FORMS[form], content=content)
+        return in_memory(self.path)
+
+    @staticmethod
+    def default(defaults, key, column):
+        """The cell of the default row of the key, or that of all default rows."""
+        if ("base", key) in defaults:
+            return defaults["base", key][column]
+        values = {row[column] for row in defaults.values()}
+        return values.pop() if len(values) == 1 else ""
+
+    def check_cell(self, found, column, expected, where):
+        encrypted = column + "Enc"  # what is encrypted at the start leaves its plain column
+        if found[column] != expected and not (found.get(encrypted) and not found[column]):
+            self.fail(f"{where} {column}: {found[column]!r} in place of {expected!r}")
+
+    def check_table(self, new, old, upgraded, table):
+        """The table has the columns of this release, and each row of before is there."""
+        self.assertEqual(schema_of(upgraded, table.name), schema_of(new, table.name))
+        places, defaults = {}, {}
+        for (user, key), row in rows_of(old, table.name, table.key).items():
+            place, new_key = table.moved(key) or (table.name, key)
+            if place not in places:
+                places[place] = rows_of(upgraded, place, table.key)
+                defaults[place] = rows_of(new, place, table.key)
+            where = f"{place} {user} {new_key}"
+            self.assertIn((user, new_key), places[place], f"{where} is lost")
+            found = places[place][user, new_key]
+            for column in found.keys() - {"UserContext", table.key}:
+                if not column.endswith("Enc"):
+                    wanted = row.get(column)
+                    if wanted is None:
+                        wanted = self.default(defaults[place], new_key, column)
+                    self.check_cell(found, column, wanted, where)
+
+    def check_upgrade(self, new, old, form):
+        upgraded = in_memory(self.path)
+        for table in FORMS[form]:
+            self.check_table(new, old, upgraded, table)
+        leftovers = upgraded.execute("SELECT name FROM sqlite_master WHERE name LIKE '%MIGRATION'")
+        self.assertEqual(leftovers.fetchall(), [])
+        return upgraded
+
+
+class Forms(UpgradeTest):
+    def test_every_form_keeps_its_rows_and_a_second_start_changes_nothing(self):
+        new = self.new_release()
+        for form in FORMS:
+            for content in CONTENTS:
+                with self.subTest(form=form, content=content):
+                    old = self.make_form(form, content)
+                    self.start()
+                    self.check_upgrade(new, old, form)
+                    first = dump(self.path)
+                    self.start()
+                    self.assertEqual(dump(self.path), first)
+
+    def test_contacts_keep_their_numbering_and_their_indices(self):
+        old = self.make_form("phone_book_17", "usual")
+        self.start()
+        upgraded = in_memory(self.path)
+        numbering = "SELECT seq FROM sqlite_sequence WHERE name = 'PHONE_BOOK'"
+        self.assertEqual(upgraded.execute(numbering).fetchall(), old.execute(numbering).fetchall())
+        self.assertEqual(schema_of(upgraded, "Office_INDEX"), schema_of(old, "Office_INDEX"))
+
+    def test_a_new_database_is_not_changed_by_a_second_start(self):
+        self.start()
+        first = dump(self.path)
+        self.assertEqual(len(first[1]["CallGroup"]), 32)
+        self.start()
+        self.assertEqual(dump(self.path), first)
+
+
+class Killed(UpgradeTest):
+    def kill_start_within(self, seconds):
+        process = subprocess.Popen([DAS, "request"], env=self.environment(),
+                                   stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        process.stdin.close()
+        time.sleep(random.uniform(0, seconds))
+        process.kill()
+        process.wait()
+
+    def test_a_start_after_a_kill_has_every_row(self):
+        new = self.new_release()
+        print(f"DAS_KILL_SEED={KILL_SEED}", flush=True)
+        random.seed(KILL_SEED)
+        for form in FORMS:
+            for content in ["many", "hostile"]:
+                old = self.make_form(form, content)
+                before = self.path.read_bytes()
+                began = time.monotonic()
+                self.start()
+                duration = time.monotonic() - began
+                for kill in range(KILL_ROUNDS):
+                    with self.subTest(form=form, content=content, kill=kill, seed=KILL_SEED):
+                        self.path.write_bytes(before)
+                        self.kill_start_within(duration)
+                        self.start()
+                        self.check_upgrade(new, old, form)
+
+
+if __name__ == "__main__":
+    unittest.main()
