@@ -1,7 +1,11 @@
 #include "DAOFactory.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "DASUtilsStrings.h"
 #include "DataAccessObject.h"
+#include "GeneralConfigurationDAO.h"
 #include "NULLDataAccessObject.h"
 
 namespace {
@@ -19,9 +23,71 @@ struct ClassRow {
     Maker make;
 };
 
+template <typename Dao>
+DataAccessObject* make(DatabaseAdapter* adapter, const std::string&) {
+    return new Dao(adapter);
+}
+
 /// Schemas with a class of their own, in the order in which they are tried, behind the plain
 /// tables.
-const std::vector<ClassRow> ClassRows = {};
+const ClassRow ClassRows[] = {
+    // In front of the call log, whose name this one contains.
+    {&CallLogSettingsSchema, Match::Equal, make<GeneralConfigurationDAO>},
+};
+
+/// Schemas that are rows of the general configuration table; tried last.
+const std::string* const SettingsSchemas[] = {
+    &AudioSettingsSchema,
+    &BluetoothSettingsSchema,
+    &CanonicalDialSchema,
+    &CertificatePolicySchema,
+    &ClockSettingsSchema,
+    &DiagnosticsSchema,
+    &DialPlanOverviewSchema,
+    &DirectorySchema,
+    &DisplaySettingsSchema,
+    &DlsSettingsSchema,
+    &DssSettingsSchema,
+    &IceSettingsSchema,
+    &InstrumentationSettingsSchema,
+    &InventorySchema,
+    &QfaBaseSettingsSchema,
+    &QfaFeatureStatesSchema,
+    &LocaleSchema,
+    &MobilitySettingsSchema,
+    &MultilineSettingsSchema,
+    &AcmsSettingsSchema,
+    &PasswordPolicySchema,
+    &PasswordsSchema,
+    &PhysicalInterfaceSettingsSchema,
+    &QoSReportSettingsSchema,
+    &SipBaseSettingsSchema,
+    &SipFeatureAccessSchema,
+    &SipFeatureStatesSchema,
+    &SipPermissionsSchema,
+    &SipPreferencesSchema,
+    &SnmpSettingsSchema,
+    &TransportSettingsSchema,
+    &SecuritySettingsSchema,
+    &CallRecordingSettingsSchema,
+    &Dot1xSettingsSchema,
+    &EWSSettingsSchema,
+    &BroadsoftSettingsSchema,
+    &WSISettingsSchema,
+    &QuillbaseUCSettingsSchema,
+    &CPESettingsSchema,
+    &UnitTestGenConfigTableSchema,
+    &WebmSettingsSchema,
+    &DirectVideoSettingsSchema,
+    &DoorOpenerSettingsSchema,
+    &RingCentralSettingsSchema,
+    &SCEPSettingsSchema,
+};
+
+bool isSettingsSchema(const std::string& schema) {
+    return std::any_of(std::begin(SettingsSchemas), std::end(SettingsSchemas),
+                       [&](const std::string* each) { return *each == schema; });
+}
 
 bool matches(const ClassRow& row, const std::string& schema) {
     return row.match == Match::Equal ? schema == *row.schema
@@ -43,6 +109,9 @@ DataAccessObject* DAOFactory::createDAOInstance(std::string schema) {
         if (matches(row, schema)) {
             return row.make(m_dbAdapter, schema);
         }
+    }
+    if (isSettingsSchema(schema)) {
+        return new GeneralConfigurationDAO(m_dbAdapter);
     }
     return new NULLDataAccessObject(schema);
 }

@@ -321,9 +321,11 @@ void DASMigrator::createTable(DataAccessServiceIfc* service, const std::string& 
 
 void DASMigrator::createTableAndDefaultRows(DataAccessServiceIfc* service,
                                             const std::string& schema) {
-    if (const auto dao = createDao(service->getDAOFactory(), schema)) {
-        (void)dao->createTable();
-        (void)dao->insertDefaultRows();
+    const auto dao = createDao(service->getDAOFactory(), schema);
+    if (dao != nullptr && dao->getDatabaseAdapter() != nullptr &&
+        DASUtils::mayInsertDefaultRows(*dao->getDatabaseAdapter(), dao->tableName(),
+                                       dao->createTable())) {
+        (void)dao->insertDefaultRows();  // what fails is in the log
     }
 }
 

@@ -180,6 +180,12 @@ bool DataAccessObject::parseRequest(const char* text, int length, const RequestP
     return false;
 }
 
+bool DataAccessObject::settleUser() {
+    m_responseUser = m_requestContext.empty() ? DASUtils::escapeSqlReservedCharacters(m_currentUser)
+                                              : m_requestContext;
+    return !m_responseUser.empty();
+}
+
 void DataAccessObject::handleRequestHelper(const char* text, int length,
                                            XmlStartHandler startHandler, XmlEndHandler endHandler,
                                            XmlCharacterHandler charHandler, DataAccessObject* dao,

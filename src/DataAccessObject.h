@@ -78,6 +78,9 @@ public:
 
     /// Creates the table; fails when it is there.
     virtual int createTable();
+    /// Makes the table when the database has none of its name, without counting rows. True when it
+    /// was made just now; a failure is in the log.
+    bool createMissingTable();
     /// Inserts all default rows of both users.
     virtual int insertDefaultRows();
     /// Inserts all default rows of both users or only those that are missing. 0 always: a failed
@@ -192,6 +195,9 @@ public:
                              const std::string& reason, std::string& response,
                              DatabaseAdapter& adapter, const std::string& table);
 
+    /// The first attribute's value, escaped for SQL; empty when there is none.
+    static std::string firstAttribute(const char** attributes);
+
     // Parser events of a generic object.
     void XmlStartElement(const char* name, const char** attributes);
     void XmlEndElement(const char* name);
@@ -220,9 +226,10 @@ protected:
         const std::string* response;
     };
 
-    /// Runs the operation of the request's reason and settles the reason of the response.
+    /// Runs the operation of the request's reason and settles the reason of the response. False
+    /// when the reason is none of @p operations, which is a failure too.
     template <typename Dao, std::size_t N>
-    static void dispatch(Dao& dao, const Operation<Dao> (&operations)[N]) {
+    static bool dispatch(Dao& dao, const Operation<Dao> (&operations)[N]) {
         dao.m_responseReason = DASUtilsStrings::FailureResponse;
         for (const Operation<Dao>& operation : operations) {
             if (dao.m_reason == *operation.reason) {
@@ -230,13 +237,15 @@ protected:
                 if ((dao.*operation.run)() != 0) {
                     dao.m_responseReason = DASUtilsStrings::FailureResponse;
                 }
-                return;
+                return true;
             }
         }
+        return false;
     }
 
-    /// The first attribute's value, escaped for SQL; empty when there is none.
-    static std::string firstAttribute(const char** attributes);
+    /// Puts the context of the request in force, or the current user without one. False when there
+    /// is neither.
+    bool settleUser();
 
     DatabaseAdapter* m_dbAdapter = nullptr;  ///< not owned
     std::string m_currentUser;

@@ -40,6 +40,12 @@ int DataAccessObject::createTable() {
     return m_dbAdapter->createTable(m_tableName, pairs);
 }
 
+bool DataAccessObject::createMissingTable() {
+    std::vector<std::string> names;
+    return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
+           createTable() == 0;
+}
+
 bool DataAccessObject::createTable2(const std::string& table, PairList& newColumns) {
     if (m_dbAdapter == nullptr) {
         return false;

@@ -8,14 +8,21 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ACMSTagMapper.h"
 #include "ClientUtils.h"
+#include "Context.h"
 #include "CriticalSection.h"
 #include "DAOFactory.h"
 #include "DASListenerIfc.h"
+#include "DASMigrator.h"
 #include "DASUtilsStrings.h"
 #include "DatabaseAdapter.h"
 #include "DbFactory.h"
+#include "Executable.h"
+#include "GenConfigDeviceDataItems.h"
+#include "LocalMgmtIfc.h"
 #include "Logging.h"
+#include "MobilityMigrator.h"
 #include "NULLDataAccessObject.h"
 #include "Storage.h"
 
@@ -24,11 +31,15 @@ namespace {
 constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DataAccessService";
 
+const char* const deviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
+const char* const managementName = "LocalMgmtIfc";
 const char* const dataDirectory = "/data";
 constexpr mode_t dataDirectoryMode = 0770;
 
 const char* const currentUserWord = "getCurrentUser";
 const char* const defaultKeyDataWord = "getDefaultKeyData";
+const char* const saveContactsWord = "saveContactsToCSV";
+const char* const saveContactsAnswer = "endOfSaveContactsToCSVRequest";
 const char* const readTraceFlagWord = "getWhetherRequestContentShowableOnTheAurelTrace";
 const char* const setTraceFlagWord = "setWhetherRequestContentShowableOnTheAurelTrace";
 
@@ -65,6 +76,7 @@ DataAccessService::~DataAccessService() {
         m_daoFactories.clear();
     }
     setDbFactory(nullptr);
+    m_mobilityMigratorInUse = nullptr;
 }
 
 void DataAccessService::setDbFactory(DbFactoryIfc* factory) {
@@ -91,9 +103,16 @@ void DataAccessService::init(Context& context) {
     m_context = &context;
     constructorActions();
     registerContext(context);
+    GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
+    // Makes the table of settings as a reset does; goes when a start brings all tables up to date.
+    DASMigrator::createTableAndDefaultRows(this, DASUtilsStrings::UnitTestGenConfigTableSchema);
+    settleCurrentUser();
     std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
     (void)std::fflush(stdout);
     initInternal();
+    m_acmsTagMapper = std::make_unique<ACMSTagMapper>();
+    m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
+    m_mobilityMigratorInUse = m_mobilityMigrator.get();
     m_initialised = true;
 }
 
@@ -108,6 +127,10 @@ bool DataAccessService::notAvailable(const char* operation) {
 
 DatabaseAdapter* DataAccessService::getAdapter() {
     return m_dbAdapter;
+}
+
+ACMSTagMapper* DataAccessService::getACMSTagMapper() {
+    return m_acmsTagMapper.get();
 }
 
 DAOFactory* DataAccessService::getDAOFactory() {
@@ -185,6 +208,9 @@ bool DataAccessService::answerServiceWord(const char* message, std::string& answ
         } else {
             answer = factory->getDefaultFeatureKeyData();
         }
+    } else if (std::strcmp(message, saveContactsWord) == 0) {
+        saveContactsToCSV();
+        answer = saveContactsAnswer;
     } else if (std::strcmp(message, readTraceFlagWord) == 0) {
         answer = answerTraceWord(false, message);
     } else if (std::strncmp(message, setTraceFlagWord, std::strlen(setTraceFlagWord)) == 0) {
@@ -242,6 +268,17 @@ std::unique_ptr<DataAccessObject> DataAccessService::createDao(const std::string
     return dao;
 }
 
+bool DataAccessService::findACMS() {
+    Context* context = m_context;
+    Executable* found = context != nullptr ? context->findService(managementName) : nullptr;
+    if (found == nullptr) {
+        DAS_LOG(2, "No LocalMgmtIfc");
+    } else {
+        m_localMgmt = dynamic_cast<LocalMgmtIfc*>(found);
+    }
+    return m_localMgmt.load() != nullptr;
+}
+
 bool DataAccessService::createPhonenumberIndices() {
     DAS_LOG(5, "DataAccessService::createPhonenumberIndices");
     const auto dao = createDao(DASUtilsStrings::PhoneBookSchema);
@@ -262,36 +299,4 @@ bool DataAccessService::importData(std::string, std::string) {
 
 bool DataAccessService::importData(std::string, eUserCategory, std::string) {
     return notAvailable("importData");
-}
-
-bool DataAccessService::exportUserData(std::map<std::string, std::string>&, bool) {
-    return notAvailable("exportUserData");
-}
-
-bool DataAccessService::importUserData(std::map<std::string, std::string>&, bool) {
-    return notAvailable("importUserData");
-}
-
-bool DataAccessService::migrateUserData(std::map<std::string, std::string>&) {
-    return notAvailable("migrateUserData");
-}
-
-void DataAccessService::clearMobileUserdata() {
-    (void)notAvailable("clearMobileUserdata");
-}
-
-void DataAccessService::clearMobileUserDLSdata() {
-    (void)notAvailable("clearMobileUserDLSdata");
-}
-
-void DataAccessService::copyBaseDataToVisitor() {
-    (void)notAvailable("copyBaseDataToVisitor");
-}
-
-void DataAccessService::deleteVisitorUserPassword() {
-    (void)notAvailable("deleteVisitorUserPassword");
-}
-
-void DataAccessService::deleteUcCredentials() {
-    (void)notAvailable("deleteUcCredentials");
 }

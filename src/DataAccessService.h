@@ -13,7 +13,10 @@
 #include "Semaphore.h"
 #include "Service.h"
 
+class ACMSTagMapper;
 class DataAccessObject;
+class MobilityMigrator;
+class LocalMgmtIfc;
 
 /**
  * The service: it owns the database and routes each request to an object that lives for it.
@@ -74,6 +77,9 @@ public:
     /// is allowed. The one that is held already stays.
     void setDbFactory(DbFactoryIfc* factory);
 
+    /// Translates management tags; null before the end of init. Owned by the service.
+    ACMSTagMapper* getACMSTagMapper();
+
     /// Stores the framework's context; not owned.
     void registerContext(Context& context);
 
@@ -92,9 +98,33 @@ public:
     /// Tells each listener, in the order of registration, which user is current.
     void notifyListenersOfProfileChange() const;
 
+    /**
+     * Asks the context for the management service and keeps what it gives. Whether there is one:
+     * when the context has none, one that was found earlier still counts.
+     */
+    bool findACMS();
+
+    /// Writes the contacts of all users to "/tmp/VX_contacts.csv", or to the file @p path of the
+    /// telephone, and tells web management whether the file is there.
+    void saveContactsToCSV();
+    void saveContactsToCSV(const std::string& path);
+
+    /// Whether the file @p path of the telephone can be opened for reading.
+    bool doesFileExist(const std::string& path);
+
+    /// Tells web management whether the contacts file @p path is there; one that an earlier run
+    /// left counts, which is kept on purpose.
+    void notifyWBM(const std::string& path);
+
 private:
     /// Last step of the start: settles the user.
     void initInternal();
+    /// Takes the stored user; a blank one leaves base.
+    void settleCurrentUser();
+    /// Prepares the data of a user who is about to become current.
+    void prepareProfile(const std::string& profile);
+    /// Runs an operation of the DAO factory; a missing one is logged.
+    void onFactory(void (DAOFactory::*operation)());
     bool answerServiceWord(const char* message, std::string& answer);
     std::string answerTraceWord(bool set, const char* message);
     std::string answerXml(const char* message, int length);
@@ -110,14 +140,20 @@ private:
     std::atomic<DAOFactory*> m_daoFactory{nullptr};      ///< the last of m_daoFactories
     /// Those that a reset replaced stay: a request may still run on them.
     std::vector<std::unique_ptr<DAOFactory>> m_daoFactories;
+    std::unique_ptr<ACMSTagMapper> m_acmsTagMapper;
+    std::unique_ptr<MobilityMigrator> m_mobilityMigrator;
+    std::atomic<MobilityMigrator*> m_mobilityMigratorInUse{
+        nullptr};  ///< null before the end of init
     std::atomic<bool> m_initialised{false};
+    std::atomic<bool> m_basicMobility{false};  ///< as the start found it
     mutable std::mutex m_currentUserMutex;
     std::string m_currentUser;
     Semaphore m_directorySema;
     Semaphore m_requestSema;
     mutable std::mutex m_listenersMutex;
-    std::vector<DASListenerIfc*> m_listeners;  ///< not owned
-    std::atomic<Context*> m_context{nullptr};  ///< not owned
+    std::vector<DASListenerIfc*> m_listeners;         ///< not owned
+    std::atomic<Context*> m_context{nullptr};         ///< not owned
+    std::atomic<LocalMgmtIfc*> m_localMgmt{nullptr};  ///< what findACMS found; not owned
 };
 
 #endif

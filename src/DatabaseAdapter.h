@@ -129,6 +129,14 @@ public:
     int copyDataOfTableToAnother(std::string from, std::string to,
                                  std::vector<std::string> excludedColumns);
 
+    /**
+     * Writes the contacts of all users to the file @p path of the telephone: a header line and a
+     * line for each contact, values between double quotes with XML escapes undone, blank ones left
+     * out. Without result: a file that can't be opened and contacts that can't be read are in the
+     * log, and the header is written all the same.
+     */
+    void createContactsCSV(const std::string& path);
+
     /// The text " WHERE …" of the conditions, empty for none. Empties the lists.
     std::string concatWhereCondition(PairList& andList);
     std::string concatWhereCondition(PairList& andList, PairList& orList);

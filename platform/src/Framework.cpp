@@ -4,6 +4,15 @@
 #include "CommsChannel.h"
 #include "Context.h"
 #include "Executable.h"
+#include "FrameworkContext.h"
+#include "Invoker.h"
+#include "InvokerResponse.h"
+#include "LocalMgmtIfc.h"
+#include "ManageableData.h"
+#include "MediaControlServiceIfc.h"
+#include "ProtocolAdapter.h"
+#include "Proxy.h"
+#include "ProxyRequest.h"
 #include "Service.h"
 #include "Threadable.h"
 
@@ -24,3 +33,28 @@ Context::~Context() = default;
 CommsChannelIfc::~CommsChannelIfc() = default;
 
 CommsChannelDataContainerMessage::~CommsChannelDataContainerMessage() = default;
+
+Invoker::~Invoker() = default;
+
+InvokerResponse::~InvokerResponse() = default;
+
+FrameworkContext::~FrameworkContext() = default;
+
+ProtocolAdapter::~ProtocolAdapter() = default;
+
+void Proxy::init(Context& /*context*/) {}
+
+void Proxy::shutdown() {}
+
+ProxyRequest::~ProxyRequest() = default;
+
+LocalMgmtIfc::~LocalMgmtIfc() = default;
+
+MediaControlServiceIfc::~MediaControlServiceIfc() = default;
+
+void ManageableData::populate(const std::string& item, const std::string& name,
+                              const std::string& value) {
+    m_item = item;
+    m_name = name;
+    m_value = value;
+}

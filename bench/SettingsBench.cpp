@@ -1,0 +1,112 @@
+// Settings: a schema of 100 items of one user, all of them known to the service's cache.
+
+#include "Bench.h"
+
+namespace {
+
+using namespace Bench;
+
+constexpr int itemCount = 100;
+
+const char* const schema = "AudioSettings";
+const Tags tagsOfOneItem("Item50");
+
+std::string itemName(int item) {
+    return "Item" + std::to_string(item);
+}
+
+/// Another value in each round, and of the same length.
+std::string valueOf(int item, int round) {
+    return std::to_string(1000000 + round) + "-" + std::to_string(item);
+}
+
+std::string itemElement(int item, int round) {
+    const Tags tags(itemName(item));
+    return tags.start + valueOf(item, round) + tags.end;
+}
+
+std::string allItems(int round) {
+    std::string items;
+    for (int item = 0; item < itemCount; ++item) {
+        items += itemElement(item, round);
+    }
+    return items;
+}
+
+void makeItems(DataAccessService& service) {
+    (void)service.processRequest(message(schema, "write_request", allItems(0)));
+}
+
+std::string updateStatement(int item, int round) {
+    return "UPDATE GENERAL_CONFIG SET Value = '" + valueOf(item, round) +
+           "' WHERE Schema = 'AudioSettings' AND UserContext = 'base' AND Name = '" +
+           itemName(item) + "';";
+}
+
+/// An update of the items from @p first on: a transaction with one statement for each.
+Operation update(const char* name, Limit limit, int first, int count) {
+    Operation operation;
+    operation.name = name;
+    operation.limit = limit;
+    operation.prepare = makeItems;
+    operation.request = [first, count](int round) {
+        std::string items;
+        for (int item = first; item < first + count; ++item) {
+            items += itemElement(item, round);
+        }
+        return message(schema, "update_request", items);
+    };
+    operation.statements = [first, count](int round) {
+        Texts sql = {"BEGIN TRANSACTION;"};
+        for (int item = first; item < first + count; ++item) {
+            sql.push_back(updateStatement(item, round));
+        }
+        sql.emplace_back("END TRANSACTION;");
+        return sql;
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        for (const std::string& statement : sql) {
+            db.run(statement);
+        }
+        return plainAnswer(schema, "update_response");
+    };
+    return operation;
+}
+
+/// A read of one item with @p body in the request: @p select is the statement, and @p valueCell the
+/// place of the value in its row.
+Operation readOneItem(const char* name, const char* body, const char* select,
+                      std::size_t valueCell) {
+    Operation operation;
+    operation.name = name;
+    operation.limit = {1.8, 0, 1.8};
+    operation.prepare = makeItems;
+    operation.request = [body](int) { return message(schema, "read_request", body); };
+    operation.statements = [select](int) { return Texts{select}; };
+    operation.floor = [valueCell](FloorDatabase& db, const Texts& sql) {
+        std::string items = "<Context currentUser=\"base\">";
+        for (const auto& row : db.rows(sql[0])) {
+            items += tagsOfOneItem.start;
+            items += row[valueCell];
+            items += tagsOfOneItem.end;
+        }
+        return message(schema, "read_response", items += "</Context>");
+    };
+    return operation;
+}
+
+const Registration registration({
+    update("Settings/Update100Items", {1.3, 0, 1.5}, 0, itemCount),
+    update("Settings/UpdateOneItem", {1.15, 0, 1.5}, 50, 1),
+    readOneItem("Settings/ReadOneItem", "<ResultCols>Item50</ResultCols>",
+                "SELECT UserContext, Name, Value FROM GENERAL_CONFIG WHERE Schema = "
+                "'AudioSettings' AND Name = 'Item50';",
+                2),
+    readOneItem("Settings/ReadOneItemOfUser",
+                "<Context currentUser=\"base\"></Context><ResultCols>Item50</ResultCols>",
+                "SELECT Name, Value FROM GENERAL_CONFIG WHERE Schema = 'AudioSettings' AND "
+                "UserContext = 'base' AND Name = 'Item50';",
+                1),
+});
+
+}  // namespace

@@ -1,0 +1,19 @@
+#ifndef PROXY_H
+#define PROXY_H
+
+#include "Executable.h"
+
+class ProxyRequest;
+
+/// Stands in this process for an object of another one.
+class Proxy : public Executable {
+public:
+    void init(Context& context) override;  ///< does nothing
+    void shutdown() override;              ///< does nothing
+
+    /// Called once, before any other use. @p request is the way to the peer; it outlives the proxy
+    /// and is not owned.
+    virtual void initProxy(ProxyRequest& request) = 0;
+};
+
+#endif
