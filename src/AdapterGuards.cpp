@@ -35,3 +35,12 @@ void TransactionGuard::rollBack() {
     (void)m_adapter.executeNonQuery("ROLLBACK TRANSACTION;");
     m_adapter.give_sema4();
 }
+
+int TransactionGuard::endOrRollBack() {
+    AdapterLock lock(m_adapter);  // nobody may work in what a failed commit leaves open
+    const int code = end();
+    if (code != 0) {
+        (void)m_adapter.executeNonQuery("ROLLBACK TRANSACTION;");
+    }
+    return code;
+}

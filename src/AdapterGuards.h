@@ -39,6 +39,9 @@ public:
     /// Takes everything back and releases the lock; for rebuilds of tables alone.
     void rollBack();
 
+    /// Commits like end(), and takes everything back when that fails; for rebuilds of tables alone.
+    [[nodiscard]] int endOrRollBack();
+
 private:
     DatabaseAdapter& m_adapter;
     int m_beginResult;

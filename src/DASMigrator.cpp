@@ -94,8 +94,7 @@ bool srtpTableMayLackMethods(const Run& run) {
     return rows >= 1 && rows <= 4;
 }
 
-// Actions of more than a call
-// ----------------------------------------------------------------------
+// Actions of more than a call --------------------------------------------------------------------
 
 void migrateStimulusKeys(const Run& run) {
     M::migrateStimulusKeySettingsTable(run.service, columnsOf(run, allStimulusKeys),
@@ -156,8 +155,7 @@ void call(const Run& run) {
     Operation(run.service);
 }
 
-// The steps
-// ----------------------------------------------------------------------------------------
+// The steps --------------------------------------------------------------------------------------
 
 // The order is binding: later steps expect the columns, names and contexts that earlier ones make.
 const Step Steps[] = {

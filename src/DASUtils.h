@@ -1,6 +1,7 @@
 #ifndef DASUTILS_H
 #define DASUTILS_H
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -106,6 +107,86 @@ public:
     static bool isActiveMobilityModeIsBasic(DatabaseAdapter* adapter);
     /// Whether the visitor's data was downloaded to the end. True unless a row says otherwise.
     static bool isMobilityVisitorUserDataValid(DatabaseAdapter* adapter);
+
+    // Data files ----------------------------------------------------------------------------------
+    //
+    // The format is told in docs/csv.md. A writer gives false, and leaves an older file as it was,
+    // unless the file could be opened, every row could be read, and all of it reached the disk. A
+    // line that a reader can't use is logged, and the reader goes on with the next one.
+
+    /// Takes the version out of a header line. False, and an empty version, when it is none.
+    static bool getVersion(const std::string& line, std::string& version);
+    /// Takes the column names out of a header line. False, with @p columns as they were, when it is
+    /// none.
+    static bool getColumnNames(const std::string& line, std::vector<std::string>& columns);
+
+    /// Writes the rows of @p table that match @p conditions, without a header.
+    static bool readAllItemsFromTableAndWriteToFile(DatabaseAdapter* adapter,
+                                                    const std::string& table,
+                                                    const std::string& path,
+                                                    const PairList& conditions);
+    /// Writes the cells of @p columns, in that order, of the rows of @p table that match
+    /// @p conditions. The first line is their names, with commas between them: what
+    /// recreateTableFromFile reads. A name that is no column of the table is a failure.
+    static bool readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
+                                                       const std::string& table,
+                                                       const std::string& path,
+                                                       const PairList& conditions,
+                                                       const std::vector<std::string>& columns);
+
+    /**
+     * Inserts the rows of a file whose first line is the names of its columns, in a transaction of
+     * its own. Fields of columns that @p table does not have are left out; a blank field of an
+     * INTEGER PRIMARY KEY takes the next number.
+     *
+     * @return true when each line was stored; what could be stored stays also when it is false
+     */
+    static bool recreateTableFromFile(DatabaseAdapter* adapter, const std::string& table,
+                                      const std::string& path);
+
+    /**
+     * Brings @p table to @p columns, the full list of names and types, if one of them is new: the
+     * table is written to a scratch file in the deploy directory, dropped, created and read back.
+     * That is one transaction. If anything fails, a row that the format does not carry included,
+     * the table stays as it was, and so does the scratch file, for whoever looks into it.
+     *
+     * @return 0 nothing to do, 1 done, 2 failed
+     */
+    static int updateTableInDatabase(DatabaseAdapter* adapter, const std::string& table,
+                                     PairList& columns);
+
+    /**
+     * Applies a file of values to a table, in a transaction of its own.
+     *
+     * A line for GENERAL_CONFIG is "Schema,UserContext,Name,Value" or "Schema,Name,Value"; without
+     * a context an item of the device gets a blank one and any other that of base. The item is
+     * updated, or inserted if it is missing; lines that begin with "#" are comments. The caller
+     * empties the cache of settings afterwards. A line for another table has the values of
+     * @p columns, in order, and becomes an inserted row.
+     *
+     * @return true when each line was stored; what could be stored stays also when it is false
+     */
+    static bool updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
+                                                     const std::string& table,
+                                                     const std::vector<std::string>& columns,
+                                                     const std::string& path);
+    /// The same for a caller who holds a transaction; it is not ended here.
+    static bool updateItemsInTransaction(DatabaseAdapter& adapter, const std::string& table,
+                                         const std::vector<std::string>& columns,
+                                         const std::string& path);
+
+    /**
+     * Rebuilds @p table in one transaction: @p save keeps its rows somewhere, the table is dropped,
+     * also when it has no rows, and @p restore makes it anew with its rows, without a transaction
+     * of its own. When one of them gives false, when the table can't be dropped, or when it does
+     * not count as many rows as before, everything is taken back and the table is as it was.
+     *
+     * @param dropFailure what is logged when the table can't be dropped
+     */
+    [[nodiscard]] static bool rebuildTable(DatabaseAdapter& adapter, const std::string& table,
+                                           const std::function<bool()>& save,
+                                           const std::function<bool()>& restore,
+                                           const char* dropFailure);
 
     // Request bodies ------------------------------------------------------------------------------
 

@@ -10,6 +10,7 @@
 #include "DASUtilsStrings.h"
 #include "XmlHandler.h"
 
+class CsvReader;
 class DatabaseAdapter;
 
 // The parser callbacks of a generic object; each forwards to the member of its name. The user data
@@ -95,7 +96,8 @@ public:
     /// Replaces the visitor's rows by copies of the base user's.
     virtual int copyBaseDataToVisitor();
     /// The same for the table and its context column named here. Rows with an apostrophe in a cell
-    /// are left out: kept on purpose, the log names the table.
+    /// are left out: kept on purpose, the log names the table. 1 when the visitor's old rows could
+    /// not be deleted.
     virtual int copyBaseDataToVisitor(const std::string& contextColumn, const std::string& table);
     /// Deletes the rows of one user: plain text, or the same between single quotes.
     virtual int deleteContextData(const std::string& context);
@@ -138,6 +140,49 @@ public:
      */
     virtual int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                   std::vector<std::string>& values);
+
+    // Data files, in the format of docs/csv.md ----------------------------------------------------
+
+    /**
+     * Writes the rows of @p table that match to the file @p path, which is emptied first. With a
+     * @p version the file begins with a header of version and column names, unless there are no
+     * rows: the file is empty then, and that is a success.
+     *
+     * @return false when the file could not be opened or not be written whole, or the table not be
+     *         read; what was written by then is in the file
+     */
+    bool exportTable(const std::string& table, const std::string& path, PairList& conditions,
+                     std::string& version);
+    /// Gives each line of a file but comments to updateItemInTable, in one transaction. False when
+    /// the file can't be opened or what was read can't be committed.
+    bool importTable(const std::string& table, std::vector<std::string>& columns,
+                     const std::string& path);
+    /**
+     * Rebuilds @p table with @p columnDefinitions, names and types, by way of the file @p path,
+     * which stays. Rows move by the names of the old columns through updateItemInTable, so this is
+     * for classes whose override inserts: the one of this class updates rows, which are gone then.
+     * False, with the table as it was, when a row or anything else fails.
+     */
+    bool migrateTable(const std::string& table, PairList& columnDefinitions,
+                      const std::string& path);
+    /**
+     * Reads the header of a file.
+     *
+     * @param count takes the number of columns; for a file without a header, where the result is
+     *              false and the others stay empty, the number of fields of its first line
+     */
+    bool getMetadata(const std::string& path, std::string& version,
+                     std::vector<std::string>& columns, int& count);
+    /**
+     * Gives each line of a file from a client to updateItemInTable, in one transaction. Lines that
+     * begin with "#" are data: kept on purpose, exports write such rows and no header. For phone
+     * book and call log a line that is too short is filled up with blank fields.
+     *
+     * @return false when the file can't be opened or what was read can't be committed; lines that
+     *         were refused do not count
+     */
+    bool importDataFromFile(std::string table, std::vector<std::string>& columns,
+                            std::string& path);
 
     /// The whole response. Valid in every state, also before a request.
     std::string getResponseMsg();
@@ -270,6 +315,8 @@ protected:
     PairList m_newValues;  ///< column and value in database form: of the row, or search terms
 
 private:
+    std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
+                           CsvReader& file);
     bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);
@@ -277,6 +324,9 @@ private:
     int copyRowsToVisitor(Rows& rows, std::size_t contextIndex, const std::string& table);
     bool hasRowsOf(const std::string& table, const std::string& contextColumn,
                    const std::string& context);
+    /// False also when the rows could not be counted.
+    bool isKnownToHaveNoRowsOf(const std::string& table, const std::string& contextColumn,
+                               const std::string& context);
     int contextColumnIndex(const std::string& table, const std::string& contextColumn);
 };
 

@@ -134,8 +134,10 @@ int DataAccessObject::initialiseMobilityUserData(const std::string& context) {
     PairList conditions = {
         {DASUtilsStrings::UserContextTagName, DASUtils::escapeAndQuote(context)}};
     if (m_layout->hasDefaultRowsPerUser) {
-        (void)m_dbAdapter->deleteRow(m_tableName, conditions);  // an empty table is a failure there
-        return insertDefaultRows(context);
+        // Where nothing can be deleted the rows may still be there, and would be there twice.
+        const int deleted = m_dbAdapter->deleteRow(m_tableName, conditions);
+        const bool mayInsert = deleted == 0 || m_dbAdapter->isKnownToBeEmpty(m_tableName);
+        return mayInsert ? insertDefaultRows(context) : deleted;
     }
     PairList newValues;
     for (const auto& column : columns()) {
@@ -156,6 +158,14 @@ bool DataAccessObject::hasRowsOf(const std::string& table, const std::string& co
     std::string count;
     m_dbAdapter->getRowCount(table, conditions, count);
     return count != "0";
+}
+
+bool DataAccessObject::isKnownToHaveNoRowsOf(const std::string& table,
+                                             const std::string& contextColumn,
+                                             const std::string& context) {
+    PairList conditions = {{contextColumn, context}};
+    std::string count;
+    return m_dbAdapter->countRows(table, conditions, count) == 0 && count == "0";
 }
 
 int DataAccessObject::contextColumnIndex(const std::string& table,
@@ -189,6 +199,11 @@ int DataAccessObject::copyBaseDataToVisitor(const std::string& contextColumn,
     if (read != 0) {
         DAS_LOG(2, "Failed to read 'base' data, table = [%s].", table.c_str());
         return read;
+    }
+    // Few tables have a key: what could not be deleted, or not be counted, would be there twice.
+    if (!isKnownToHaveNoRowsOf(table, contextColumn, quotedVisitor())) {
+        DAS_LOG(2, "Failed to delete visitor data, table = [%s].", table.c_str());
+        return 1;
     }
     const int index = contextColumnIndex(table, contextColumn);
     if (index < 0) {

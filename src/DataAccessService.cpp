@@ -15,6 +15,7 @@
 #include "DAOFactory.h"
 #include "DASListenerIfc.h"
 #include "DASMigrator.h"
+#include "DASUtils.h"
 #include "DASUtilsStrings.h"
 #include "DatabaseAdapter.h"
 #include "DbFactory.h"
@@ -80,9 +81,13 @@ DataAccessService::~DataAccessService() {
 }
 
 void DataAccessService::setDbFactory(DbFactoryIfc* factory) {
-    if (factory != m_dbFactory.get()) {
-        m_dbFactory.reset(factory);
+    if (factory == m_dbFactory.get()) {
+        return;
     }
+    // The adapters go with the factory that made them.
+    m_dbAdapter = nullptr;
+    m_daoFactory = nullptr;
+    m_dbFactory.reset(factory);
 }
 
 void DataAccessService::registerContext(Context& context) {
@@ -289,14 +294,52 @@ bool DataAccessService::createPhonenumberIndices() {
     return true;
 }
 
-bool DataAccessService::exportData(std::string, eUserCategory, std::string) {
-    return notAvailable("exportData");
+bool DataAccessService::exportData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    DAS_LOG(5, "export data, schema = %s, for users = %d, location to export to = %s",
+            schema.c_str(), static_cast<int>(category), location.c_str());
+    PairList conditions;
+    if (category == base || category == visitor) {
+        conditions.emplace_back(
+            DASUtilsStrings::UserContextTagName,
+            DASUtils::convertToDBFormat(category == base ? DASUtilsStrings::UserContextBase
+                                                         : DASUtilsStrings::UserContextVisitor));
+    }
+    return onTable("exportData", schema, [&](DataAccessObject& dao) {  //
+        return dao.exportData(conditions, location);
+    });
 }
 
-bool DataAccessService::importData(std::string, std::string) {
-    return notAvailable("importData");
+bool DataAccessService::importData(std::string schema, std::string location) {
+    if (m_initialised) {
+        DAS_LOG(5, "import data, schema = %s, location to import from = %s", schema.c_str(),
+                location.c_str());
+    }
+    return onTable("importData", schema,
+                   [&](DataAccessObject& dao) { return dao.importData(location); });
 }
 
-bool DataAccessService::importData(std::string, eUserCategory, std::string) {
-    return notAvailable("importData");
+bool DataAccessService::importData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    if (m_initialised && (category == base || category == visitor)) {
+        DAS_LOG(5, "import new %s data, schema = %s, location to import from = %s",
+                category == base ? "base" : "visitor", schema.c_str(), location.c_str());
+    }
+    return onTable("importDataForUser", schema, [&](DataAccessObject& dao) {
+        return dao.importDataForUser(location, category);
+    });
+}
+
+bool DataAccessService::onTable(const char* operation, const std::string& schema,
+                                const std::function<int(DataAccessObject&)>& work) {
+    const auto dao = m_initialised ? createDao(schema) : nullptr;
+    if (dao == nullptr) {
+        return false;
+    }
+    const int result = work(*dao);
+    if (result != 0) {
+        // The answer is true all the same: kept on purpose, clients look at the data itself.
+        DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
+    }
+    return true;
 }

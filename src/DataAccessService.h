@@ -2,6 +2,7 @@
 #define DATAACCESSSERVICE_H
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -74,7 +75,8 @@ public:
     std::string processRequest(const std::string& message);
 
     /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
-    /// is allowed. The one that is held already stays.
+    /// is allowed. The one that is held already stays. Adapters and DAO factories of before are
+    /// gone: requests are refused until constructorActions.
     void setDbFactory(DbFactoryIfc* factory);
 
     /// Translates management tags; null before the end of init. Owned by the service.
@@ -131,6 +133,10 @@ private:
     std::unique_ptr<DataAccessObject> refuse(const std::string& schema, const char* message);
     /// An object for @p schema with the current user; null, and a log line, without a factory.
     std::unique_ptr<DataAccessObject> createDao(const std::string& schema);
+    /// Lets @p work do something with an object for @p schema. False before the end of init and
+    /// without a factory; a result of @p work that is not 0 is in the log alone.
+    bool onTable(const char* operation, const std::string& schema,
+                 const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
     /// For operations that this version does not offer yet: says so in the log and gives false.
     static bool notAvailable(const char* operation);

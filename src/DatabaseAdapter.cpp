@@ -197,6 +197,13 @@ void DatabaseAdapter::logStatementError(const std::string& sql) const {
     DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", errorText(), sql.c_str());
 }
 
+void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) const {
+    if (code != SQLITE_ROW && code != SQLITE_DONE && statement.isPrepared()) {
+        (void)statement.reset();  // brings the words of the failed step
+        logStatementError(sql);
+    }
+}
+
 int DatabaseAdapter::convertSQLiteStatusToAdapterStatus(int code) const {
     constexpr int known = static_cast<int>(sizeof(AdapterStatus) / sizeof(AdapterStatus[0]));
     return code >= 0 && code < known ? AdapterStatus[code] : AdapterFailure;
@@ -250,7 +257,9 @@ bool DatabaseAdapter::readRowCount(const std::string& sql, std::string& count) {
     if (!statement.isPrepared()) {
         logStatementError(sql);
     }
-    if (statement.step() != SQLITE_ROW) {
+    const int code = statement.step();
+    if (code != SQLITE_ROW) {
+        logFailedStep(statement, code, sql);
         return false;
     }
     if (!statement.isNull(0)) {

@@ -11,6 +11,7 @@
 #include "DASTypes.h"
 #include "DatabaseAdapterIfc.h"
 
+class Statement;
 struct sqlite3;
 
 /**
@@ -161,6 +162,8 @@ private:
     int closeDatabase(const char* failureFormat);
     const char* errorText() const;
     void logStatementError(const std::string& sql) const;
+    /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
+    void logFailedStep(Statement& statement, int code, const std::string& sql) const;
 
     int insertShared(const std::string& table, const std::vector<std::string>& columns,
                      const std::vector<std::string>& values, long long* rowId);

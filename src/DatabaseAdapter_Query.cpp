@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include <stdexcept>
+#include <utility>
 
 #include "AdapterGuards.h"
 #include "DatabaseAdapter.h"
@@ -259,10 +259,7 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
         }
     }
     DAS_LOG(5, countFormat, static_cast<int>(rows.size()));
-    if (code != SQLITE_DONE && statement.isPrepared()) {
-        (void)statement.reset();  // brings the words of the failed step
-        logStatementError(sql);
-    }
+    logFailedStep(statement, code, sql);
     return code == SQLITE_DONE ? 0 : 1;
 }
 

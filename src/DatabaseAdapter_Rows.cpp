@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <stdexcept>
+
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
 #include "DASUtils.h"
@@ -103,7 +105,7 @@ int DatabaseAdapter::insertShared(const std::string& table, const std::vector<st
     }
     AdapterLock lock(*this);
     const int code = executeNonQuery(sql);
-    if (code == SQLITE_OK && rowId != nullptr) {
+    if (code == SQLITE_OK && rowId != nullptr && m_db != nullptr) {
         *rowId = sqlite3_last_insert_rowid(m_db);
     }
     return code;

@@ -1,0 +1,210 @@
+#include "CsvFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+#include "ClientUtils.h"
+#include "DASUtils.h"
+#include "Logging.h"
+#include "Storage.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/CsvFile";
+
+const std::string DeployDirectory = "/Aurel_Deploy/";
+constexpr mode_t ModeForOwnerAlone = 0600;
+constexpr mode_t ModeByUmask = 0666;
+constexpr mode_t PermissionBits = 07777;
+
+/// What gathers in memory before it is written.
+constexpr std::size_t BufferSize = 64U * 1024U;
+
+bool isForOwnerAlone(const std::string& path) {
+    return path.compare(0, DeployDirectory.size(), DeployDirectory) == 0;
+}
+
+/// A name beside @p place that no other writer has.
+std::string temporaryNameFor(const std::string& place) {
+    static std::atomic<unsigned> number{0};
+    return place + ".new-" + std::to_string(::getpid()) + "-" + std::to_string(number++);
+}
+
+/// Makes what happened to a folder's entries last; where it can't, the entry is there all the same.
+void syncFolderOf(const std::string& place) {
+    const std::string folder = place.substr(0, place.rfind('/') + 1);
+    const int file = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file >= 0) {
+        (void)::fsync(file);
+        ::close(file);
+    }
+}
+
+bool isFolder(const std::string& place) {
+    struct stat status {};
+    return ::stat(place.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+CsvWriter::CsvWriter(const std::string& path, Target target) : m_path(path), m_target(target) {
+    open(Storage::devicePath(path));
+}
+
+CsvWriter::~CsvWriter() {
+    close();
+}
+
+void CsvWriter::open(const std::string& place) {
+    struct stat older {};
+    const bool exists = ::lstat(place.c_str(), &older) == 0;
+    if (exists && !S_ISREG(older.st_mode)) {
+        m_target = Target::Truncated;
+    }
+    int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
+    const mode_t mode = isForOwnerAlone(m_path) ? ModeForOwnerAlone : ModeByUmask;
+    if (m_target == Target::Truncated) {
+        m_file = ::open(place.c_str(), flags | O_TRUNC, mode);
+    } else if (!exists || ::access(place.c_str(), W_OK) == 0) {
+        m_temporary = temporaryNameFor(place);
+        (void)::unlink(m_temporary.c_str());  // left behind by a process that was cut off
+        m_file = ::open(m_temporary.c_str(), flags | O_EXCL, mode);
+    }
+    if (!isOpen()) {
+        m_good = false;
+        m_temporary.clear();
+    } else if (exists && S_ISREG(older.st_mode)) {
+        (void)::fchmod(m_file, mode == ModeForOwnerAlone ? mode : older.st_mode & PermissionBits);
+    }
+}
+
+void CsvWriter::writeLine(const std::string& text) {
+    m_buffer += text;
+    endLine();
+}
+
+void CsvWriter::writeRow(const std::vector<std::string>& values) {
+    bool first = true;
+    for (const std::string& value : values) {
+        if (!first) {
+            m_buffer += ',';
+        }
+        first = false;
+        if (value.find(',') == std::string::npos) {
+            m_buffer += value;
+        } else {
+            m_buffer += DASUtils::escapeReservedCharacter(value, ',', '\\');
+        }
+    }
+    endLine();
+}
+
+void CsvWriter::endLine() {
+    m_buffer += '\n';
+    if (m_target == Target::Truncated || m_buffer.size() >= BufferSize) {
+        flush();
+    }
+}
+
+void CsvWriter::flush() {
+    std::size_t written = 0;
+    while (m_good && written < m_buffer.size()) {
+        const ssize_t count = ::write(m_file, m_buffer.data() + written, m_buffer.size() - written);
+        if (count >= 0) {
+            written += static_cast<std::size_t>(count);
+        } else if (errno != EINTR) {
+            fail("write");
+        }
+    }
+    m_buffer.clear();
+}
+
+bool CsvWriter::finish() {
+    flush();
+    if (m_good && !m_temporary.empty() && !replaceTarget()) {
+        fail("replace");
+    }
+    close();
+    return m_good;
+}
+
+// The contents must be on the disk before the name is: a power cut would leave an empty file.
+bool CsvWriter::replaceTarget() {
+    const std::string place = Storage::devicePath(m_path);
+    if (::fsync(m_file) != 0 || std::rename(m_temporary.c_str(), place.c_str()) != 0) {
+        return false;
+    }
+    m_temporary.clear();
+    syncFolderOf(place);
+    return true;
+}
+
+void CsvWriter::fail(const char* action) {
+    DAS_LOG(2, "Cannot %s %s: %s", action, m_path.c_str(), std::strerror(errno));
+    m_good = false;
+}
+
+void CsvWriter::close() {
+    if (isOpen()) {
+        (void)::close(m_file);
+        m_file = -1;
+    }
+    if (!m_temporary.empty()) {
+        (void)::unlink(m_temporary.c_str());
+        m_temporary.clear();
+    }
+}
+
+CsvReader::CsvReader(const std::string& path, Comments comments)
+    : m_path(path), m_comments(comments), m_open(false) {
+    const std::string place = Storage::devicePath(path);
+    if (!isFolder(place)) {
+        m_stream.open(place, std::ios::binary);
+        m_open = m_stream.is_open();
+    }
+}
+
+bool CsvReader::readLine(std::string& line) {
+    if (!std::getline(m_stream, line)) {
+        return false;
+    }
+    ++m_line;
+    if (!line.empty() && line.back() == '\r') {
+        line.pop_back();
+    }
+    return true;
+}
+
+bool CsvReader::readFields(std::vector<std::string>& fields) {
+    while (m_open && m_stream.good()) {
+        const bool isComment = m_comments == Comments::AreSkipped && m_stream.peek() == '#';
+        ++m_line;
+        if (ClientUtils::readLineFromCsvFileAndParse(m_stream, fields) && !isComment &&
+            !fields.empty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::string>&)>& store) {
+    std::size_t failures = 0;
+    std::vector<std::string> fields;
+    while (readFields(fields)) {
+        try {
+            failures += store(fields) != 0 ? 1 : 0;
+        } catch (const std::out_of_range& error) {
+            DAS_LOG(2, "%s: line %zu is not stored: %s", m_path.c_str(), m_line, error.what());
+            ++failures;
+        }
+    }
+    return failures;
+}

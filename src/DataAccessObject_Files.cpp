@@ -1,0 +1,171 @@
+// Tables to data files and back, by the objects that own them.
+
+#include "AdapterGuards.h"
+#include "ClientUtils.h"
+#include "CsvFile.h"
+#include "DataAccessObject.h"
+#include "DatabaseAdapter.h"
+#include "Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DataAccessObject";
+
+/// Lines for these are filled up: files of older versions have fewer columns.
+bool isFilledUp(const std::string& table) {
+    return table.find(DASUtilsStrings::PhoneBookTableName) != std::string::npos ||
+           table.find(DASUtilsStrings::CallLogTableName) != std::string::npos;
+}
+
+bool writeHeader(DatabaseAdapter& adapter, const std::string& table, const std::string& version,
+                 CsvWriter& file) {
+    file.writeLine("#$VERSION=" + version);
+    std::vector<std::string> names;
+    if (adapter.getColumnNames(table, names) != 1) {
+        return false;
+    }
+    file.writeLine("#$COLUMNS=" + ClientUtils::join(names, ","));
+    return true;
+}
+
+}  // namespace
+
+bool DataAccessObject::exportTable(const std::string& table, const std::string& path,
+                                   PairList& conditions, std::string& version) {
+    DAS_LOG(5, "exporting to %s", path.c_str());
+    CsvWriter file(path, CsvWriter::Target::Truncated);
+    if (!file.isOpen()) {
+        DAS_LOG(2, "Cannot open %s for writing", path.c_str());
+        return false;
+    }
+    Rows rows;
+    PairList orderBy;
+    if (m_dbAdapter == nullptr ||
+        m_dbAdapter->executeQuery(table, {}, conditions, orderBy, rows, "", "") != 0) {
+        DAS_LOG(2, "Table %s is not written to %s", table.c_str(), path.c_str());
+        return false;
+    }
+    if (!rows.empty() && !version.empty() && !writeHeader(*m_dbAdapter, table, version, file)) {
+        return false;
+    }
+    for (const auto& row : rows) {
+        file.writeRow(row);
+    }
+    return file.finish();
+}
+
+bool DataAccessObject::importTable(const std::string& table, std::vector<std::string>& columns,
+                                   const std::string& path) {
+    DAS_LOG(5, "Importing %s to %s", path.c_str(), table.c_str());
+    CsvReader file(path, CsvReader::Comments::AreSkipped);
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
+        return false;
+    }
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    if (transaction.beginResult() != 0) {
+        return false;
+    }
+    (void)importRows(table, columns, file);  // a row that failed is in the log, the others stay
+    return transaction.end() == 0;
+}
+
+std::size_t DataAccessObject::importRows(const std::string& table,
+                                         std::vector<std::string>& columns, CsvReader& file) {
+    return file.forEachRow([&](auto& fields) { return updateItemInTable(table, columns, fields); });
+}
+
+bool DataAccessObject::migrateTable(const std::string& table, PairList& columnDefinitions,
+                                    const std::string& path) {
+    std::vector<std::string> oldColumns;
+    if (!DASUtils::createColumnNameListFromDbFile(m_dbAdapter, table, oldColumns)) {
+        return false;
+    }
+    const auto save = [&] {
+        PairList allRows;
+        std::string noVersion;
+        const bool saved = exportTable(table, path, allRows, noVersion);
+        if (!saved) {
+            DAS_LOG(2, "Cannot export table %s", table.c_str());
+        }
+        return saved;
+    };
+    const auto restore = [&] {
+        if (!createTable2(table, columnDefinitions)) {
+            return false;
+        }
+        DAS_LOG(5, "Importing %s to %s", path.c_str(), table.c_str());
+        CsvReader file(path, CsvReader::Comments::AreSkipped);
+        return file.isOpen() && importRows(table, oldColumns, file) == 0;
+    };
+    return DASUtils::rebuildTable(*m_dbAdapter, table, save, restore,
+                                  "Cannot drop the table that is rebuilt");
+}
+
+bool DataAccessObject::getMetadata(const std::string& path, std::string& version,
+                                   std::vector<std::string>& columns, int& count) {
+    DAS_LOG(5, "Reading metadata from %s", path.c_str());
+    count = 0;
+    version.clear();
+    columns.clear();
+    CsvReader file(path);
+    std::string line;
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
+        return false;
+    }
+    if (!file.readLine(line)) {
+        DAS_LOG(5, "%s is empty", path.c_str());
+        return false;
+    }
+    if (!DASUtils::getVersion(line, version)) {
+        std::vector<std::string> fields;
+        ClientUtils::splitString(line, fields);
+        count = static_cast<int>(fields.size());
+        return false;
+    }
+    if (!file.readLine(line)) {
+        DAS_LOG(2, "Column names missing from %s", path.c_str());
+        return false;
+    }
+    if (!DASUtils::getColumnNames(line, columns)) {
+        DAS_LOG(2, "Invalid column names in %s", path.c_str());
+        return false;
+    }
+    count = static_cast<int>(columns.size());
+    return true;
+}
+
+bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::string>& columns,
+                                          std::string& path) {
+    DAS_LOG(5, "Opening %s", path.c_str());
+    CsvReader file(path);
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
+        return false;
+    }
+    DAS_LOG(5, "Scanning file...");
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    const int columnCount = m_dbAdapter->getColumnCount("SELECT * FROM " + table + ";");
+    const std::size_t padded = isFilledUp(table) ? static_cast<std::size_t>(columnCount) : 0;
+    TransactionGuard transaction(*m_dbAdapter);
+    if (transaction.beginResult() != 0) {
+        return false;
+    }
+    (void)file.forEachRow([&](auto& fields) {  // a row that failed is in the log, the others stay
+        if (fields.size() < padded) {
+            DAS_LOG(6, "%s data columnCount issue. parseResults.size()=%d numColumns=%d",
+                    table.c_str(), static_cast<int>(fields.size()), columnCount);
+            fields.resize(padded);
+        }
+        return updateItemInTable(table, columns, fields);
+    });
+    DAS_LOG(5, "Scanning complete");
+    return transaction.end() == 0;
+}

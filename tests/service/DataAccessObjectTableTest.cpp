@@ -1,0 +1,284 @@
+#include <stdexcept>
+
+#include "DataAccessObject.h"
+#include "NULLDataAccessObject.h"
+#include "RecordingAdapter.h"
+
+namespace {
+
+/// An object for a table of three rows: the default of A is the same in all, that of B another in
+/// each.
+class DataAccessObjectTableTest : public AdapterTest {
+protected:
+    void SetUp() override { EXPECT_EQ(m_dao.createTable(), 0); }
+
+    static std::shared_ptr<const TableLayout> layout(bool defaultRowsPerUser,
+                                                     const std::vector<std::string>& defaultsOfB) {
+        return std::make_shared<TableLayout>(TableLayout{"Some",
+                                                         "T",
+                                                         true,
+                                                         defaultRowsPerUser,
+                                                         {{"UserContext", "TEXT", std::string()},
+                                                          {"Id", "TEXT", std::string()},
+                                                          {"A", "TEXT", std::string("a")},
+                                                          {"B", "TEXT", defaultsOfB}},
+                                                         {"7", "8", "9"}});
+    }
+
+    /// Replaces the contents of the table by these VALUES.
+    void fill(const std::string& values) {
+        sql("DELETE FROM T");
+        if (!values.empty()) {
+            sql("INSERT INTO T VALUES " + values);
+        }
+    }
+    /// The cells of a row behind one another, rows in the order of their insertion.
+    std::string contents() { return cell(Contents); }
+
+    static constexpr const char* Contents =
+        "SELECT ifnull(group_concat(UserContext || Id || A || B, ' '), '') FROM T";
+
+    DataAccessObject m_dao{&m_adapter, layout(true, {"x", "y", "z"})};
+    DataAccessObject m_updated{&m_adapter, layout(false, {"x", "y", "z"})};
+};
+
+}  // namespace
+
+TEST_F(DataAccessObjectTableTest, DefaultRowsAreThoseOfTheUsersAskedFor) {
+    struct {
+        std::function<int(DataAccessObject&)> insert;
+        const char* before;
+        const char* after;
+    } const rows[] = {
+        {[](auto& dao) { return dao.insertDefaultRows(); }, "",
+         "base7ax visitor7ax base8ay visitor8ay base9az visitor9az"},
+        {[](auto& dao) { return dao.insertDefaultRows(true); }, "('base', '8', '', '')",
+         "base8 base7ax visitor7ax visitor8ay base9az visitor9az"},
+        {[](auto& dao) { return dao.insertDefaultRows(true) + dao.insertDefaultRows(true); }, "",
+         "base7ax visitor7ax base8ay visitor8ay base9az visitor9az"},
+        {[](auto& dao) { return dao.insertDefaultRows(std::string("base")); }, "",
+         "base7ax base8ay base9az"},
+        {[](auto& dao) { return dao.insertDefaultRows(std::string("visitor")); }, "",
+         "visitor7ax visitor8ay visitor9az"},
+        {[](auto& dao) { return dao.insertDefaultRows(std::string()); }, "",
+         "visitor7ax visitor8ay visitor9az"},
+    };
+    for (const auto& row : rows) {
+        fill(row.before);
+        EXPECT_EQ(row.insert(m_dao), 0);
+        EXPECT_EQ(contents(), row.after);
+    }
+    EXPECT_EQ(m_adapter.count("BEGIN"), m_adapter.count("END"));
+    // A failed insert is in the log alone.
+    fill("");
+    m_adapter.intercept = failing("INSERT", 2, SQLITE_FULL);
+    EXPECT_EQ(m_dao.insertDefaultRows(), 0);
+    EXPECT_EQ(contents(), "base7ax base8ay visitor8ay base9az visitor9az");
+}
+
+TEST_F(DataAccessObjectTableTest, AMissingDefaultRaisesWithTheTransactionClosed) {
+    struct {
+        std::vector<std::string> defaults;
+        const char* after;
+    } const rows[] = {{{"x", "y"}, "base7ax base8ay"}, {{}, ""}};
+    for (const auto& row : rows) {
+        fill("");
+        DataAccessObject dao(&m_adapter, layout(false, row.defaults));
+        EXPECT_THROW((void)dao.insertDefaultRows(std::string("base")), std::out_of_range);
+        EXPECT_EQ(contents(), row.after);
+        EXPECT_TRUE(lockIsFree(m_adapter));
+    }
+    DataAccessObject none(&m_adapter, layout(false, {}));
+    EXPECT_THROW((void)none.initialiseMobilityUserData("base"), std::out_of_range);
+}
+
+TEST_F(DataAccessObjectTableTest, AUserGoesBackToDefaultsByHisKindOfTable) {
+    const std::string some = "('base', '8', 'old', 'old'), ('visitor', '8', 'old', 'old')";
+    struct {
+        DataAccessObject& dao;
+        const char* context;
+        std::string before;
+        const char* after;
+    } const rows[] = {
+        {m_dao, "visitor", some, "base8oldold visitor7ax visitor8ay visitor9az"},
+        {m_dao, "base", some, "visitor8oldold base7ax base8ay base9az"},
+        {m_dao, "base", "", "base7ax base8ay base9az"},
+        {m_updated, "visitor", some, "base8oldold visitor8ax"},
+        {m_updated, "x' OR '1'='1", some, "base8oldold visitor8oldold"},
+        {m_updated, "visitor", "", ""},
+    };
+    for (const auto& row : rows) {
+        fill(row.before);
+        EXPECT_EQ(row.dao.initialiseMobilityUserData(row.context), 0);
+        EXPECT_EQ(contents(), row.after) << row.context;
+    }
+}
+
+// What could not be deleted was inserted a second time.
+TEST_F(DataAccessObjectTableTest, NothingIsInsertedBesideRowsThatStay) {
+    const std::string some = "('base', '7', 'b', ''), ('visitor', '7', 'v', '')";
+    fill(some);
+    m_adapter.intercept = [](const std::string& statement) {
+        return statement.find("DELETE") == 0 ? SQLITE_BUSY : 0;
+    };
+    EXPECT_EQ(m_dao.initialiseMobilityUserData("visitor"), SQLITE_BUSY);
+    EXPECT_EQ(m_dao.copyBaseDataToVisitor(), 1);
+    m_adapter.intercept = failing("UserContext = 'visitor'", 1, SQLITE_BUSY);  // the count
+    EXPECT_EQ(m_dao.copyBaseDataToVisitor(), 1);
+    EXPECT_EQ(contents(), "base7b visitor7v");
+    m_adapter.intercept = {};
+    EXPECT_EQ(m_dao.copyBaseDataToVisitor(), 0);
+    EXPECT_EQ(contents(), "base7b visitor7b");
+}
+
+TEST_F(DataAccessObjectTableTest, TheVisitorGetsCopiesOfTheBaseRows) {
+    struct {
+        const char* before;
+        std::string after;
+        int failedRows;
+    } const rows[] = {
+        {"('visitor', '1', 'old', ''), ('base', '1', 'n', NULL), ('base', '2', 'm', '')",
+         "base2m visitor1n visitor2m", 0},
+        {"('visitor', '1', 'old', '')", "", 0},
+        {"('base', '1', 'it''s', ''), ('base', '2', 'm', '')", "base1it's base2m visitor2m", 1},
+        {"('base', '1', 'x'''', 1); --', ''), ('base', '2', 'm', '')",
+         "base1x'', 1); -- base2m visitor1x', 1); -- visitor2m", 0},
+    };
+    for (const auto& row : rows) {
+        m_log.clear();
+        fill(row.before);
+        EXPECT_EQ(m_dao.copyBaseDataToVisitor(), 0);
+        EXPECT_EQ(contents(), row.after);
+        EXPECT_TRUE(m_log.has(5, "Copying base data to visitor for table [T]"));
+        EXPECT_EQ(m_log.count("Cannot create vistor data row, table = [T]"), row.failedRows);
+    }
+    EXPECT_EQ(m_dao.copyBaseDataToVisitor("UserContext", "Gone"), 0);
+    EXPECT_TRUE(lockIsFree(m_adapter));
+}
+
+TEST_F(DataAccessObjectTableTest, ACopyThatFailsSaysWhere) {
+    struct {
+        std::function<int(const std::string&)> intercept;
+        int result;
+        const char* log;
+        const char* after;
+    } const rows[] = {
+        {failing("SELECT * FROM T WHERE", 1, 1), 1, "Failed to read 'base' data, table = [T].",
+         "base1"},
+        {failing("BEGIN", 1, SQLITE_BUSY), SQLITE_BUSY, "Failed to begin transaction", "base1"},
+        {failing("INSERT", 1, SQLITE_FULL), 0, "Cannot create vistor data row, table = [T]",
+         "base1"},
+        {failing("END", 1, SQLITE_IOERR), SQLITE_IOERR, "Failed to end transaction", "base1"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.log);
+        m_adapter.intercept = {};
+        (void)m_adapter.executeNonQuery("ROLLBACK;");  // what the last row left open
+        fill("('base', '1', '', '')");
+        m_adapter.intercept = row.intercept;
+        EXPECT_EQ(m_dao.copyBaseDataToVisitor(), row.result);
+        EXPECT_TRUE(m_log.has(2, row.log));
+        EXPECT_EQ(contents(), row.after);
+        EXPECT_TRUE(lockIsFree(m_adapter));
+    }
+}
+
+TEST_F(DataAccessObjectTableTest, ContextsAreDeletedInBothForms) {
+    const std::string all =
+        "('base', '1', '', ''), ('visitor', '2', '', ''), ('it''s', '3', '', '')";
+    struct {
+        const char* context;
+        const char* after;
+    } const rows[] = {{"visitor", "base1 it's3"},
+                      {"'visitor'", "base1 it's3"},
+                      {"it's", "base1 visitor2"},
+                      {"'it''s'", "base1 visitor2"},
+                      {"'x' OR '1'='1'", "base1 visitor2 it's3"},
+                      {"x' OR '1'='1", "base1 visitor2 it's3"},
+                      {"'", "base1 visitor2 it's3"}};
+    for (const auto& row : rows) {
+        fill(all);
+        EXPECT_EQ(m_dao.deleteContextData(row.context), 0);
+        EXPECT_EQ(contents(), row.after) << row.context;
+    }
+    fill("");
+    EXPECT_EQ(m_dao.deleteContextData("visitor"), 1) << "an empty table";
+}
+
+TEST_F(DataAccessObjectTableTest, ItemsOfTheVisitorAreDeletedByName) {
+    sql("CREATE TABLE G (UserContext, Name)");
+    for (const char* user : {"base", "visitor"}) {
+        for (const char* name : {"UserHashedPwd", "UserStatus", "UserChangedBy", "UserMD5Hash",
+                                 "UserPassword", "WSIUsername", "WSIPassword", "Other"}) {
+            sql("INSERT INTO G VALUES ('" + std::string(user) + "', '" + name + "')");
+        }
+    }
+    const std::string left = "SELECT COUNT(*) || group_concat(DISTINCT UserContext) FROM G";
+    EXPECT_EQ(m_dao.deleteVisitorUserPassword("G"), 0);
+    EXPECT_EQ(cell(left), "11base,visitor");
+    EXPECT_EQ(m_dao.deleteUcCredentials("G"), 0);
+    EXPECT_EQ(cell("SELECT group_concat(Name) FROM G WHERE UserContext = 'visitor'"), "Other");
+    EXPECT_EQ(m_dao.deleteVisitorCallLog("G"), 0);
+    EXPECT_EQ(cell(left), "8base");
+    sql("DELETE FROM G");
+    EXPECT_EQ(m_dao.deleteVisitorUserPassword("G"), 1);
+}
+
+TEST_F(DataAccessObjectTableTest, ARowOfAFileUpdatesTheRowOfItsFirstTwoFields) {
+    using Texts = std::vector<std::string>;
+    const Texts all = {"UserContext", "Id", "A", "B"};
+    struct {
+        Texts names;
+        Texts values;
+        int result;
+        const char* after;
+    } rows[] = {
+        {all, {"base", "7", "new", "it''s"}, 0, "base7newit's visitor7"},
+        {all, {"base", "7", "it's", "y"}, 1, "base7 visitor7"},
+        {all, {"base' OR '1'='1", "7", "x", "y"}, 1, "base7 visitor7"},
+        {{"UserContext", "Id"}, {"base", "7"}, SQLITE_ERROR, "base7 visitor7"},
+    };
+    for (auto& row : rows) {
+        m_log.clear();
+        fill("('base', '7', '', ''), ('visitor', '7', '', '')");
+        EXPECT_EQ(m_dao.updateItemInTable("T", row.names, row.values), row.result);
+        EXPECT_EQ(contents(), row.after);
+        EXPECT_EQ(m_log.has(2, "update failed"), row.result != 0);
+    }
+    Texts names = all;
+    Texts few = {"base", "7", "x"};
+    EXPECT_THROW((void)m_dao.updateItemInTable("T", names, few), std::out_of_range);
+    names = {"UserContext"};
+    EXPECT_THROW((void)m_dao.updateItemInTable("T", names, few), std::out_of_range);
+}
+
+TEST_F(DataAccessObjectTableTest, CreateTableTellsWhyItFailed) {
+    PairList columns = {{"A", "TEXT"}};
+    EXPECT_TRUE(m_dao.createTable2("New", columns));
+    columns = {{"A", "TEXT"}};
+    EXPECT_FALSE(m_dao.createTable2("New", columns));
+    EXPECT_TRUE(m_log.has(5, "Cannot create table New, error=table New already exists"));
+    m_dao.buildColumnNameList(columns);
+    EXPECT_TRUE(m_log.has(2, "ERROR buildColumnNameList called in base class!!! "));
+}
+
+TEST_F(DataAccessObjectTableTest, WithoutAnAdapterEachOperationFails) {
+    NULLDataAccessObject dao("Some");
+    PairList columns = {{"A", "TEXT"}};
+    std::vector<std::string> texts = {"a", "b", "c"};
+    const int results[] = {dao.DataAccessObject::createTable(),
+                           dao.insertDefaultRows(true),
+                           dao.insertDefaultRows(std::string("base")),
+                           dao.updateRequest(),
+                           dao.initialiseMobilityUserData("base"),
+                           dao.copyBaseDataToVisitor(),
+                           dao.deleteContextData("base"),
+                           dao.deleteVisitorUserPassword("T"),
+                           dao.updateItemInTable("T", texts, texts),
+                           dao.insertDefaultRow("1", "'base'", 0),
+                           dao.DataAccessObject::readRequest(),
+                           dao.createTable2("T", columns) ? 0 : 1};
+    EXPECT_THAT(results, ::testing::Each(1));
+    dao.DataAccessObject::handleRequest("<a/>", 4);
+    EXPECT_EQ(dao.responseReason(), "failure");
+}

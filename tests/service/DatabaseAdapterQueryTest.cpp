@@ -1,0 +1,187 @@
+#include <stdexcept>
+
+#include "RecordingAdapter.h"
+
+using ::testing::ElementsAre;
+
+namespace {
+
+using DatabaseAdapterQueryTest = AdapterTest;
+
+/// The arguments of the select family, filled anew for each statement.
+struct Lists {
+    const std::vector<std::string> columns = {"A", "B"};
+    PairList one = {{"A", "1"}};
+    PairList two = {{"B", "2"}, {"C", "3"}};
+    PairList none;
+    std::vector<std::string> group = {"A", "B"};
+    std::vector<std::string> noGroup;
+    PairList order = {{"A", "DESC"}, {"B", ""}};
+    Rows rows = {{"old"}};
+};
+
+struct StatementRow {
+    std::function<int(DatabaseAdapter&, Lists&)> run;
+    const char* sql;
+};
+
+}  // namespace
+
+TEST_F(DatabaseAdapterQueryTest, ConditionsAreJoinedAsTheirListsSay) {
+    struct {
+        PairList andList;
+        PairList orList;
+        PairList notList;
+        const char* sql;
+    } rows[] = {
+        {{}, {}, {}, ""},
+        {{{"A", "1"}, {"A", "2"}, {"B", "3"}}, {}, {}, " WHERE A = 1 OR A = 2 AND B = 3"},
+        {{{"A", "1"}, {"B", "3"}, {"A", "2"}}, {}, {}, " WHERE A = 1 AND B = 3 AND A = 2"},
+        {{{"A", "1"}},
+         {{"B", "2"}, {"C", "3"}},
+         {{"D", "4"}},
+         " WHERE A = 1 AND  ( B = 2 OR C = 3 )  AND D <> 4"},
+        {{{"A", "1"}}, {}, {{"D", "4"}, {"E", "5"}}, " WHERE A = 1 AND D <> 4 AND E <> 5"},
+        {{}, {{"B", "2"}}, {}, " WHERE  ( B = 2 ) "},
+        {{}, {}, {{"A", "(SELECT X FROM Y)"}}, " WHERE A NOT IN (SELECT X FROM Y)"},
+        {{}, {}, {{"A", "'FROM'"}, {"B", "'SELECT'"}}, " WHERE A <> 'FROM' AND B <> 'SELECT'"},
+        {{{"A", "LIKE '%1'"}, {"A", "'LIKE '"}}, {}, {}, " WHERE A LIKE '%1' OR A = 'LIKE '"},
+    };
+    for (auto& row : rows) {
+        EXPECT_EQ(m_adapter.concatWhereCondition(row.andList, row.orList, row.notList), row.sql);
+        EXPECT_EQ(row.andList.size() + row.orList.size() + row.notList.size(), 0U) << row.sql;
+    }
+    PairList andList = {{"A", "1"}};
+    PairList orList = {{"B", "2"}};
+    EXPECT_EQ(m_adapter.concatWhereCondition(andList, orList), " WHERE A = 1 AND  ( B = 2 ) ");
+}
+
+TEST_F(DatabaseAdapterQueryTest, StatementsReadAsTheyAlwaysHave) {
+    const std::string join = "JOIN U ON T.A = U.A";
+    const StatementRow rows[] = {
+        {[](auto& a, auto& l) { return a.executeQuery("T", {}, {}, l.none, l.rows, "", ""); },
+         "SELECT * FROM T;"},
+        {[](auto& a, auto& l) {
+             return a.executeQuery("T", l.columns, l.one, l.order, l.rows, "20", "10");
+         },
+         "SELECT A, B FROM T WHERE A = 1 ORDER BY A DESC, B LIMIT 10 OFFSET 20;"},
+        {[](auto& a, auto& l) { return a.executeQuery("T", {}, {}, l.none, l.rows, "", "10"); },
+         "SELECT * FROM T;"},
+        {[](auto& a, auto& l) { return a.executeQuery("T", {}, {}, l.none, l.rows, "20", ""); },
+         "SELECT * FROM T;"},
+        {[](auto& a, auto& l) {
+             return a.executeQuery("T", {"A"}, l.one, l.group, l.order, l.rows, "0", "1");
+         },
+         "SELECT A FROM T WHERE A = 1 GROUP BY A, B ORDER BY A DESC, B LIMIT 1 OFFSET 0;"},
+        {[&](auto& a, auto& l) {
+             return a.executeQuery("T", {"T.A"}, l.one, join, l.noGroup, l.order, l.rows, "0", "1");
+         },
+         "SELECT T.A FROM T JOIN U ON T.A = U.A WHERE A = 1 ORDER BY A DESC, B LIMIT 1 OFFSET 0;"},
+        {[](auto& a, auto& l) {
+             return a.executeQuery("T", {}, l.one, l.two, l.none, l.order, l.rows, "0", "1");
+         },
+         "SELECT * FROM T WHERE A = 1 AND  ( B = 2 OR C = 3 )  ORDER BY A DESC, B LIMIT 1 OFFSET "
+         "0;"},
+        {[&](auto& a, auto& l) {
+             return a.executeQuery("T", {}, l.none, l.one, l.two, join, l.group, l.order, l.rows,
+                                   "0", "1");
+         },
+         "SELECT * FROM T JOIN U ON T.A = U.A WHERE  ( A = 1 )  AND B <> 2 AND C <> 3 GROUP BY A, "
+         "B ORDER BY A DESC, B LIMIT 1 OFFSET 0;"},
+        {[](auto& a, auto& l) {
+             const PairList where = {{"U", "'base'"}, {"A", "LIKE '%1'"}, {"B", "2"}};
+             return a.actualSearchQuery("T", l.columns, where, l.order, l.rows, "5", "9");
+         },
+         "SELECT A, B FROM T WHERE U = 'base' AND A LIKE '%1' UNION SELECT A, B FROM T WHERE U = "
+         "'base' AND B = 2  ORDER BY A DESC, B  LIMIT 9 ;"},
+        {[](auto& a, auto& l) {
+             return a.actualSearchQuery("T", {}, l.two, l.none, l.rows, "", "");
+         },
+         "SELECT * FROM T WHERE B = 2 AND C = 3  ;"},
+        {[](auto& a, auto& l) {
+             return a.actualSearchQuery("T", {}, l.one, l.none, l.rows, "", "9");
+         },
+         " LIMIT 9 ;"},
+        {[](auto& a, auto& l) {
+             std::string count;
+             return 1 + a.getRowCount("T", l.two, count);  // 0 always
+         },
+         "SELECT COUNT(*) FROM T WHERE B = 2 AND C = 3"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.sql);
+        Lists lists;
+        m_adapter.statements.clear();
+        EXPECT_EQ(row.run(m_adapter, lists), 1) << "there is no table";
+        EXPECT_THAT(m_adapter.statements, ElementsAre(row.sql));
+        EXPECT_TRUE(m_log.has(row.sql));
+    }
+    EXPECT_TRUE(m_log.has(5, "SELECT * FROM T;"));
+    EXPECT_TRUE(m_log.has(6, "SELECT COUNT(*) FROM T WHERE B = 2 AND C = 3"));
+}
+
+TEST_F(DatabaseAdapterQueryTest, ASelectEmptiesTheListsThatItTakes) {
+    Lists l;
+    const std::vector<std::string> columns;
+    (void)m_adapter.executeQuery("T", columns, l.one, l.two, l.none, "", l.group, l.order, l.rows,
+                                 "", "");
+    EXPECT_EQ(l.one.size() + l.two.size() + l.group.size() + l.order.size() + l.rows.size(), 0U);
+}
+
+TEST_F(DatabaseAdapterQueryTest, RowsComeBackAsTextOfFullWidth) {
+    sql("CREATE TABLE T (A, B, C); INSERT INTO T VALUES (1, NULL, 'x'), (NULL, 2.5, '');");
+    Rows rows = {{"old"}};
+    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 0);
+    EXPECT_EQ(rows, (Rows{{"1", "", "x"}, {"", "2.5", ""}}));
+    EXPECT_TRUE(m_log.has(5, "executeSQLQuery:Row count = 2"));
+    m_log.clear();
+    EXPECT_EQ(m_adapter.executeActualSearchQuery("SELECT A FROM T ORDER BY A DESC;", rows), 0);
+    EXPECT_EQ(rows, (Rows{{"1"}, {""}}));
+    EXPECT_FALSE(m_log.has("executeSQLQuery"));
+    EXPECT_TRUE(m_log.has(5, "Row count = 2"));
+    std::string count;
+    EXPECT_EQ(m_adapter.getRowCount("SELECT NULL", count), 0);
+    EXPECT_EQ(count, "0");
+}
+
+TEST_F(DatabaseAdapterQueryTest, OnlyTheSearchGoesOnBehindAFailedPrepare) {
+    const std::string failed =
+        "SQLite: ERROR 'no such table: Gone' handling request 'SELECT * FROM Gone;'";
+    for (const bool search : {false, true}) {
+        Rows rows = {{"old"}};
+        m_log.clear();
+        EXPECT_EQ(search ? m_adapter.executeActualSearchQuery("SELECT * FROM Gone;", rows)
+                         : m_adapter.executeSQLQuery("SELECT * FROM Gone;", rows),
+                  1);
+        EXPECT_TRUE(rows.empty());
+        EXPECT_TRUE(m_log.has(3, failed));
+        EXPECT_EQ(m_log.has("Row count = 0"), search);
+        EXPECT_TRUE(lockIsFree(m_adapter));
+    }
+    Lists l;
+    EXPECT_THROW((void)m_adapter.actualSearchQuery("T", {}, {}, l.none, l.rows, "", ""),
+                 std::out_of_range);
+    EXPECT_TRUE(lockIsFree(m_adapter));
+}
+
+TEST_F(DatabaseAdapterQueryTest, ColumnsAreToldOfATableWithoutRows) {
+    sql("CREATE TABLE T (First, Second)");
+    std::vector<std::string> names = {"before"};
+    EXPECT_EQ(m_adapter.getColumnNames("T", names), 1);
+    EXPECT_EQ(m_adapter.getColumnNames("Gone", names), 0);
+    EXPECT_THAT(names, ElementsAre("before", "First", "Second"));
+    const std::pair<const char*, std::vector<std::string>> rows[] = {
+        {"SELECT * FROM T;", {"First", "Second"}},
+        {"SELECT Second, 1 AS One FROM T;", {"Second", "One"}},
+        {"SELECT * FROM Gone;", {}},
+    };
+    for (const auto& [statement, columns] : rows) {
+        const int count = m_adapter.getColumnCount(statement);
+        ASSERT_EQ(count, static_cast<int>(columns.size())) << statement;
+        for (int i = -1; i <= count; ++i) {
+            EXPECT_EQ(m_adapter.getColumnName(statement, i),
+                      i < 0 || i == count ? "" : columns[static_cast<std::size_t>(i)]);
+        }
+    }
+    EXPECT_EQ(m_log.count("'no such table: Gone' handling request 'SELECT * FROM Gone;'"), 4);
+}

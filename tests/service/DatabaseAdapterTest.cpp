@@ -1,0 +1,251 @@
+#include <atomic>
+#include <thread>
+
+#include "GPALSleep.h"
+#include "RecordingAdapter.h"
+
+using ::testing::ElementsAre;
+
+namespace {
+
+class DatabaseAdapterTest : public AdapterTest {
+protected:
+    /// The statements and the failure texts that a database without a handle gives.
+    void expectNothingToWork(DatabaseAdapter& adapter) {
+        Rows rows = {{"old"}};
+        std::vector<std::string> values = {"1"};
+        std::vector<std::string> names;
+        std::string count = "7";
+        long long rowId = 7;
+        EXPECT_NE(adapter.executeNonQuery("CREATE TABLE T (A);"), 0);
+        EXPECT_EQ(adapter.getError(), "no open database");
+        EXPECT_TRUE(m_log.has(
+            3, "SQLite: ERROR 'no open database' handling request 'CREATE TABLE T (A);'"));
+        EXPECT_EQ(adapter.executeSQLQuery("SELECT 1;", rows), 1);
+        EXPECT_TRUE(rows.empty());
+        EXPECT_EQ(adapter.getRowCount("SELECT COUNT(*) FROM T", count), 0);
+        EXPECT_EQ(count, "0");
+        EXPECT_EQ(adapter.getColumnCount("SELECT 1;"), 0);
+        EXPECT_EQ(adapter.getColumnName("SELECT 1;", 0), "");
+        EXPECT_EQ(adapter.getColumnNames("T", names), 0);
+        EXPECT_EQ(adapter.insert("T", values, &rowId), 1);
+        EXPECT_EQ(rowId, 7);
+        EXPECT_NE(adapter.beginTransaction(), 0);
+        EXPECT_NE(adapter.endTransaction(), 0);
+        EXPECT_TRUE(lockIsFree(adapter));
+    }
+};
+
+}  // namespace
+
+TEST_F(DatabaseAdapterTest, RawCodesBecomeFourStatuses) {
+    const std::map<int, int> others = {{SQLITE_OK, 0},
+                                       {SQLITE_NOMEM, 2},
+                                       {SQLITE_IOERR, 2},
+                                       {SQLITE_FULL, 2},
+                                       {SQLITE_CANTOPEN, 3}};
+    for (int code = -2; code < 110; ++code) {
+        const auto other = others.find(code);
+        EXPECT_EQ(m_adapter.convertSQLiteStatusToAdapterStatus(code),
+                  other != others.end() ? other->second : 1)
+            << code;
+    }
+}
+
+TEST_F(DatabaseAdapterTest, OpensTheFileOfTheEnvironmentForItsOwnerAlone) {
+    const auto before = std::filesystem::current_path();
+    std::filesystem::create_directory(place() / "work");
+    std::filesystem::current_path(place() / "work");
+    const std::string slash = (place() / "db").string() + "/";
+    const std::pair<const char*, std::filesystem::path> rows[] = {
+        {slash.c_str(), database()}, {nullptr, place() / "work" / "phone.db"}};
+    for (const auto& [variable, file] : rows) {
+        std::filesystem::remove(file);
+        variable != nullptr ? ::setenv("DB_PATH", variable, 1) : ::unsetenv("DB_PATH");
+        DatabaseAdapter adapter;
+        EXPECT_EQ(adapter.executeNonQuery("CREATE TABLE T (A);"), 0);
+        using std::filesystem::perms;
+        EXPECT_EQ(std::filesystem::status(file).permissions(),
+                  perms::owner_read | perms::owner_write);
+    }
+    std::filesystem::current_path(before);
+}
+
+TEST_F(DatabaseAdapterTest, APlaceThatCannotBeOpenedFailsEachStatement) {
+    std::filesystem::create_directories(place() / "folder" / "phone.db");
+    for (const char* folder : {"folder", "missing"}) {
+        SCOPED_TRACE(folder);
+        m_log.clear();
+        ::setenv("DB_PATH", (place() / folder).c_str(), 1);
+        DatabaseAdapter adapter;
+        EXPECT_TRUE(m_log.has(3,
+                              "DatabaseAdapter( ): sqlite3_open() error occured: unable to open "
+                              "database file\n"));
+        expectNothingToWork(adapter);
+    }
+}
+
+TEST_F(DatabaseAdapterTest, AForeignFileIsLeftAlone) {
+    const std::string junk(5000, 'x');
+    ::setenv("DB_PATH", (place() / "foreign").c_str(), 1);
+    std::filesystem::create_directory(place() / "foreign");
+    writeFile(place() / "foreign" / "phone.db", junk);
+    DatabaseAdapter adapter;
+    EXPECT_EQ(adapter.executeNonQuery("CREATE TABLE T (A);"), SQLITE_NOTADB);
+    EXPECT_TRUE(m_log.has(3, "'file is not a database' handling request 'CREATE TABLE T (A);'"));
+    EXPECT_FALSE(adapter.isKnownToBeEmpty("T"));
+    EXPECT_EQ(readFile(place() / "foreign" / "phone.db"), junk);
+}
+
+TEST_F(DatabaseAdapterTest, RemovedFileLeavesADeadHandle) {
+    m_adapter.removeDbFile();
+    EXPECT_TRUE(m_log.has(5, "Successfully closed database connection\n"));
+    EXPECT_FALSE(std::filesystem::exists(database()));
+    expectNothingToWork(m_adapter);
+    EXPECT_FALSE(std::filesystem::exists(database()));
+}
+
+TEST_F(DatabaseAdapterTest, AConnectionInUseStaysOpenButItsFileGoes) {
+    std::vector<unsigned> sleeps;
+    GPALSleep::setSleeper([&sleeps](unsigned seconds) { sleeps.push_back(seconds); });
+    const auto remove = [](void* adapter, int, char**, char**) {
+        static_cast<DatabaseAdapter*>(adapter)->removeDbFile();
+        return 0;
+    };
+    {
+        AdapterLock lock(m_adapter);
+        EXPECT_EQ(m_adapter.actualSQLiteCommandExecution("SELECT 1;", remove, &m_adapter), 0);
+    }
+    GPALSleep::setSleeper({});
+    EXPECT_THAT(sleeps, ElementsAre(5U));
+    EXPECT_TRUE(m_log.has(3, "DatabaseAdapter::removeDbFile() : sqlite3_close() error occured: "));
+    EXPECT_FALSE(std::filesystem::exists(database()));
+    EXPECT_EQ(m_adapter.executeNonQuery("SELECT 1;"), 0);
+}
+
+TEST_F(DatabaseAdapterTest, LastErrorStaysUntilTheNextStatement) {
+    EXPECT_EQ(m_adapter.getError(), "NULL");
+    EXPECT_EQ(m_adapter.freeError(), 1);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(m_adapter.executeNonQuery("DROP TABLE Gone;"), SQLITE_ERROR);
+        EXPECT_EQ(m_adapter.getError(), "no such table: Gone");
+    }
+    EXPECT_EQ(
+        m_log.count("SQLite: ERROR 'no such table: Gone' handling request 'DROP TABLE Gone;'"), 2);
+    EXPECT_EQ(m_adapter.executeNonQuery("SELECT 1;"), 0);
+    EXPECT_EQ(m_adapter.getError(), "NULL");
+    (void)m_adapter.executeNonQuery("DROP TABLE Gone;");
+    EXPECT_EQ(m_adapter.freeError(), 0);
+    EXPECT_EQ(m_adapter.getError(), "NULL");
+}
+
+TEST_F(DatabaseAdapterTest, RowCallbackMarksItsFlag) {
+    unsigned char flag = 0;
+    EXPECT_EQ(sqliteCallBackForRows(nullptr, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(sqliteCallBackForRows(&flag, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(flag, 1);
+}
+
+TEST_F(DatabaseAdapterTest, OtherKindsOfDatabaseServeNothing) {
+    sql("CREATE TABLE T (A)");
+    m_adapter.m_type = 2;
+    std::vector<std::string> values = {"1"};
+    EXPECT_EQ(m_adapter.getAdapterType(), 2);
+    EXPECT_EQ(m_adapter.insertRow("T", {}, {"1"}, nullptr), 1);
+    EXPECT_EQ(m_adapter.insert("T", values, nullptr), 1);
+    EXPECT_EQ(m_adapter.insert("T", PairList{{"A", "1"}}, nullptr), 1);
+    m_adapter.removeDbFile();
+    EXPECT_FALSE(m_log.has("Successfully closed"));
+    m_adapter.m_type = 1;
+    EXPECT_THAT(m_adapter.statements, ElementsAre());
+}
+
+// A database that another process held for long got its default rows twice: its tables counted "0".
+TEST_F(DatabaseAdapterTest, ALockedTableIsNotTakenForAnEmptyOne) {
+    sql("CREATE TABLE T (A); INSERT INTO T VALUES (1);");
+    Rows rows;
+    EXPECT_EQ(m_adapter.executeSQLQuery("PRAGMA busy_timeout;", rows), 0);
+    EXPECT_EQ(rows, (Rows{{"5000"}}));
+    waitForNobody(m_adapter);
+    const auto blocker = std::make_unique<Blocker>(database());
+    std::string count;
+    PairList all;
+    PairList values = {{"A", "2"}};
+    EXPECT_EQ(m_adapter.getRowCount("T", all, count), 0);
+    EXPECT_EQ(count, "0");
+    EXPECT_TRUE(m_log.has(3, "'database is locked' handling request 'SELECT COUNT(*) FROM T'"));
+    EXPECT_EQ(m_adapter.countRows("T", all, count), 1);
+    EXPECT_FALSE(m_adapter.isKnownToBeEmpty("T"));
+    EXPECT_EQ(m_adapter.update("T", all, values, false), 1);
+    EXPECT_EQ(m_adapter.deleteRow("T", all), 1);
+    EXPECT_EQ(m_adapter.dropTable("T"), 1);
+    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT A FROM T;", rows), 1);
+    EXPECT_TRUE(lockIsFree(m_adapter));
+}
+
+TEST_F(DatabaseAdapterTest, ATableThatAnotherConnectionChangedIsReadAnew) {
+    sql("CREATE TABLE T (A, B); INSERT INTO T VALUES (1, 2);");
+    Rows rows;
+    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 0);
+    sql("ALTER TABLE T ADD COLUMN C DEFAULT 3; ALTER TABLE T DROP COLUMN A;");
+    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 0);
+    EXPECT_EQ(rows, (Rows{{"2", "3"}}));
+}
+
+TEST_F(DatabaseAdapterTest, ARefusedBeginHoldsTheLockUntilItsEnd) {
+    std::atomic<bool> started{false};
+    std::atomic<bool> ended{false};
+    bool sawEnd = false;
+    EXPECT_EQ(m_adapter.beginTransaction(), 0);
+    EXPECT_EQ(m_adapter.beginTransaction(), SQLITE_ERROR);
+    std::thread other([&] {
+        started = true;
+        EXPECT_EQ(m_adapter.beginTransaction(), 0);
+        sawEnd = ended;
+        EXPECT_EQ(m_adapter.endTransaction(), 0);
+    });
+    while (!started) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(m_adapter.endTransaction(), 0);
+    EXPECT_EQ(m_adapter.executeNonQuery("CREATE TABLE T (A);"), 0);
+    ended = true;
+    EXPECT_EQ(m_adapter.endTransaction(), SQLITE_ERROR);
+    other.join();
+    EXPECT_TRUE(sawEnd);
+}
+
+TEST_F(DatabaseAdapterTest, TransactionGuardEndsOnce) {
+    sql("CREATE TABLE T (A)");
+    const auto insert = [this](TransactionGuard&) {
+        EXPECT_EQ(m_adapter.executeNonQuery("INSERT INTO T VALUES (1);"), 0);
+    };
+    struct {
+        const char* name;
+        std::function<void(TransactionGuard&)> leave;
+        const char* rows;
+        const char* last;
+    } const rows[] = {
+        {"end", [](TransactionGuard& guard) { EXPECT_EQ(guard.end() + guard.end(), 0); }, "1",
+         "END TRANSACTION;"},
+        {"end of scope", [](TransactionGuard&) {}, "1", "END TRANSACTION;"},
+        {"exception", [](TransactionGuard&) { throw 1; }, "1", "END TRANSACTION;"},
+        {"roll back", [](TransactionGuard& guard) { guard.rollBack(); }, "0",
+         "ROLLBACK TRANSACTION;"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        sql("DELETE FROM T");
+        m_adapter.statements.clear();
+        try {
+            TransactionGuard guard(m_adapter);
+            insert(guard);
+            row.leave(guard);
+        } catch (int) {
+        }
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM T"), row.rows);
+        EXPECT_THAT(m_adapter.statements,
+                    ElementsAre("BEGIN TRANSACTION;", "INSERT INTO T VALUES (1);", row.last));
+        EXPECT_TRUE(lockIsFree(m_adapter));
+    }
+}

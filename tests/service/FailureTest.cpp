@@ -1,0 +1,161 @@
+// Requests while the database refuses, and requests from many threads.
+
+#include <stdexcept>
+#include <thread>
+
+#include "RecordingAdapter.h"
+
+namespace {
+
+class FailureTest : public RecordedServiceTest {
+protected:
+    void SetUp() override {
+        RecordedServiceTest::SetUp();
+        (void)send("FeatureKeys", "read_request");
+    }
+
+    static std::string key(const std::string& id, const std::string& label) {
+        return xml::entry({{"Id", id}, {"Label", label}});
+    }
+    std::string labels() {
+        return cell("SELECT ifnull(group_concat(Label, ''), '') FROM FEATURE_KEYS");
+    }
+    void arm(const char* pragma) { EXPECT_EQ(m_adapter->executeNonQuery(pragma), 0); }
+};
+
+using ThreadsTest = ServiceTest;
+
+}  // namespace
+
+TEST_F(FailureTest, AFailedWriteIsAnsweredAndLeavesTheLockFree) {
+    const std::string one = key("100", "a");
+    const std::string two = key("100", "a") + key("101", "b");
+    struct {
+        const char* name;
+        std::function<void()> arm;
+        std::string body;
+        bool done;
+        const char* labels;
+        const char* log;
+    } const rows[] = {
+        {"no failure", [] {}, two, true, "ab", "returned 0"},
+        {"a full disk", [&] { arm("PRAGMA max_page_count=1;"); },
+         key("100", std::string(100000, 'x')), false, "",
+         "SQLite: ERROR 'database or disk is full' handling request 'UPDATE FEATURE_KEYS"},
+        {"read-only", [&] { arm("PRAGMA query_only=1;"); }, one, false, "",
+         "SQLite: ERROR 'attempt to write a readonly database' handling request 'UPDATE"},
+        {"update", [&] { m_adapter->intercept = failing("UPDATE", 1, SQLITE_IOERR); }, one, false,
+         "", "updateRequestHelper() DatabaseAdapter::update() returned 10"},
+        {"insert", [&] { m_adapter->intercept = failing("INSERT", 1, SQLITE_CANTOPEN); },
+         key("77", "x"), false, "", "updateRequestHelper() DatabaseAdapter::insert() returned 3"},
+        {"first of two", [&] { m_adapter->intercept = failing("UPDATE", 1, SQLITE_FULL); }, two,
+         true, "b", "DatabaseAdapter::update() returned 13"},
+        {"last of two", [&] { m_adapter->intercept = failing("UPDATE", 2, SQLITE_FULL); }, two,
+         false, "a", "DatabaseAdapter::update() returned 13"},
+        {"begin", [&] { m_adapter->intercept = failing("BEGIN", 1, SQLITE_BUSY); }, two, false,
+         "ab", "cannot commit - no transaction is active"},
+        {"end", [&] { m_adapter->intercept = failing("END", 1, SQLITE_FULL); }, two, false, "", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        service().constructorActions();  // a connection of its own
+        sql("UPDATE FEATURE_KEYS SET Label = ''");
+        m_log.clear();
+        row.arm();
+        EXPECT_EQ(send("FeatureKeys", "update_request", row.body),
+                  xml::message("FeatureKeys", row.done ? "update_response" : "failure"));
+        EXPECT_EQ(labels(), row.labels);
+        EXPECT_TRUE(m_log.has(row.log));
+        EXPECT_TRUE(lockIsFree(*m_adapter));
+    }
+}
+
+// A database that another process held for long got its default rows twice.
+TEST_F(FailureTest, ATableThatCannotBeCountedIsNotFilledAgain) {
+    for (const bool freedBehindTheCount : {false, true}) {
+        waitForNobody(*m_adapter);
+        auto blocker = std::make_unique<Blocker>(database());
+        m_adapter->intercept = [&](const std::string& statement) {
+            if (statement.find("CREATE") != 0) {
+                return SQLITE_OK;
+            }
+            if (freedBehindTheCount) {
+                blocker.reset();
+            }
+            return SQLITE_BUSY;
+        };
+        EXPECT_EQ(send("FeatureKeys", "read_request", "<Id>77</Id>"),
+                  xml::message("FeatureKeys", freedBehindTheCount ? "read_response" : "failure"));
+        EXPECT_TRUE(m_log.has(3, "'database is locked' handling request 'SELECT COUNT(*) FROM"));
+        blocker.reset();
+        m_adapter->intercept = {};
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS"), "354");
+        EXPECT_NE(send("FeatureKeys", "read_request").find("<Id>1017</Id>"), std::string::npos);
+    }
+}
+
+TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {
+    sql("CREATE TABLE CANONICAL_LOOK_UP (UserContext TEXT, Id TEXT, LocalCode TEXT);"
+        "INSERT INTO CANONICAL_LOOK_UP VALUES ('base', '0', '');");
+    const std::string batch = xml::entry({{"Id", "0"}, {"LocalCode", "kept"}}) +
+                              xml::entry({{"Id", "5"}, {"InternationalCode", "x"}});
+    for (const auto& [reason, body] :
+         {std::pair{"read_request", std::string()}, std::pair{"update_request", batch}}) {
+        EXPECT_THROW((void)send("CanonicalLookUp", reason, body), std::out_of_range) << reason;
+        EXPECT_TRUE(lockIsFree(*m_adapter));
+        EXPECT_EQ(m_adapter->beginTransaction(), 0);
+        EXPECT_EQ(m_adapter->endTransaction(), 0);
+        EXPECT_EQ(send("getCurrentUser"), "base");
+    }
+    // What was done before is ended, not taken back.
+    EXPECT_EQ(sql("SELECT * FROM CANONICAL_LOOK_UP"), (Rows{{"base", "0", "kept"}}));
+}
+
+TEST_F(ThreadsTest, FourThreadsLoseNoRow) {
+    constexpr int operations = 2500;
+    DataAccessService& shared = service();
+    DatabaseAdapter& adapter = *shared.getAdapter();
+    (void)adapter.executeNonQuery("PRAGMA synchronous=OFF;");  // threads alone are of interest
+    sql("CREATE TABLE T (Thread, Number INTEGER)");
+    for (const char* schema : {"CanonicalLookUp", "AbbreviatedDialling"}) {
+        (void)send(schema, "read_request");
+    }
+    m_log.clear();
+    const auto request = [&](const char* user, const char* schema) {
+        for (int i = 0; i < operations / 2; ++i) {
+            const std::string id = std::to_string(100000 + i);
+            const std::string body =
+                xml::context(user, xml::entry({{"Id", id}, {"LocalCode", id}, {"DialUri", id}}));
+            EXPECT_EQ(shared.processRequest(xml::message(schema, "update_request", body)),
+                      xml::message(schema, "update_response"));
+            const std::string answer = shared.processRequest(
+                xml::message(schema, "read_request", xml::context(user, xml::element("Id", id))));
+            EXPECT_NE(answer.find(">" + id + "</Id>"), std::string::npos) << answer;
+        }
+    };
+    // A transaction of two rows: no row of another thread comes between them.
+    const auto insert = [&](const char* thread) {
+        for (int i = 0; i < operations; i += 2) {
+            TransactionGuard transaction(adapter);
+            for (const int number : {i, i + 1}) {
+                std::vector<std::string> row = {thread, std::to_string(number)};
+                EXPECT_EQ(adapter.insert("T", row, nullptr), 0);
+            }
+            EXPECT_EQ(transaction.end(), 0);
+        }
+    };
+    std::thread threads[] = {std::thread(request, "base", "CanonicalLookUp"),
+                             std::thread(request, "visitor", "AbbreviatedDialling"),
+                             std::thread(insert, "1"), std::thread(insert, "2")};
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM CANONICAL_LOOK_UP WHERE LocalCode = Id"), "1250");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM ABBREVIATED_DIALLING WHERE DialUri = Id"), "1250");
+    EXPECT_EQ(sql("SELECT Thread, COUNT(DISTINCT Number) FROM T GROUP BY Thread"),
+              (Rows{{"1", "2500"}, {"2", "2500"}}));
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM T a JOIN T b ON b.rowid = a.rowid + 1 WHERE a.Number % 2 "
+                   "= 0 AND b.Thread = a.Thread AND b.Number = a.Number + 1"),
+              "2500");
+    EXPECT_FALSE(m_log.has(3, ""));
+}
