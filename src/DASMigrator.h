@@ -186,6 +186,10 @@ public:
     static void phonebookTableCleanup(DataAccessServiceIfc* service);
     static void distinctiveRingerTableCleanup(DataAccessServiceIfc* service);
     static void checkValidityOfPhoneBookTable(DataAccessServiceIfc* service);
+    /// Makes the phone book anew with its rows, but without the columns named in @p leftOut. When
+    /// rows can't be copied, they stay in PHONE_BOOK_OLD.
+    static bool rebuildPhoneBook(DataAccessServiceIfc* service,
+                                 const std::vector<std::string>& leftOut);
     static std::string buildPhonebookTableCleanupQuery(const std::string& column,
                                                        const std::string& character);
 

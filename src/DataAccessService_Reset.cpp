@@ -94,12 +94,12 @@ void DataAccessService::deleteSpeedDialFromPhonebook(eSwType type, const std::st
         DAS_LOG(2, "DataAccessService::deleteSpeedDialFromPhonebook m_dbAdapter is null");
         return;
     }
-    (void)notAvailable("deleteSpeedDialFromPhonebook");
+    (void)DASMigrator::rebuildPhoneBook(this, {"SpeedDialID"});  // told by the log
 }
 
 void DataAccessService::downgradeDoorOpenerSettings(eSwType type, const std::string& newVersion) {
     const GateRule* rule = ruleFor(type);
     if (rule != nullptr && !isNewVersionHigher(newVersion, rule->withoutDoorOpenerNames, false)) {
-        (void)notAvailable("downgradeDoorOpenerSettings");
+        DASMigrator::downgradeDoorOpenerSettings(this);
     }
 }
