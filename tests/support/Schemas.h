@@ -2,7 +2,6 @@
 #define SCHEMAS_H
 
 #include <fstream>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -11,12 +10,13 @@
 /// a constant's text is its name without "Schema".
 inline std::vector<std::string> allSchemas() {
     std::ifstream header(DAS_SOURCE_DIR "/platform/include/DASUtilsStrings.h");
-    const std::regex constant("extern const std::string (\\w+)Schema;");
+    const std::string opening = "extern const std::string ";
+    const std::string closing = "Schema;";
     std::vector<std::string> schemas;
     for (std::string line; std::getline(header, line);) {
-        std::smatch match;
-        if (std::regex_match(line, match, constant)) {
-            schemas.push_back(match[1]);
+        const auto end = line.rfind(closing);
+        if (line.rfind(opening, 0) == 0 && end != std::string::npos) {
+            schemas.push_back(line.substr(opening.size(), end - opening.size()));
         }
     }
     for (const char* calls : {"Dialled", "Forwarded", "Missed", "Received"}) {
