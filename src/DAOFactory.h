@@ -24,6 +24,26 @@ public:
     /// The default keys of this model, for each "ID:FUNCTION:LABEL;".
     std::string getDefaultFeatureKeyData();
 
+    // The data of the two users. Each walks or names schemas and works through their objects; a
+    // failure of one is in the log and the walk goes on.
+
+    /// Gives the visitor copies of the base user's rows, and default call groups.
+    void copyQFABaseDataToVisitor();
+    /// Wipes the visitor's rows; his call groups go back to their defaults.
+    void deleteQFAVisitorData();
+    /// Deletes the visitor's phone book and call log.
+    void deleteQFAVisitorDLSdata();
+    /// Deletes the visitor's phone book, call log and user password.
+    void clearQFAMobileUserdata();
+    void deleteVisitorPhonebook();
+    void deleteVisitorCallLog();
+    void deleteVisitorUserPassword();
+    void deleteUcCredentials();
+
+    /// These two do nothing: kept on purpose, the flows of another protocol call them.
+    void initialiseSIPMobilityUserData(const std::string& context);
+    void copySIPBaseDataToVisitor();
+
 private:
     DatabaseAdapter* m_dbAdapter;  // not owned
     const KeyHardware m_hardware;

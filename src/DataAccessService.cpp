@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ACMSTagMapper.h"
 #include "ClientUtils.h"
 #include "Context.h"
 #include "CriticalSection.h"
@@ -22,6 +23,7 @@
 #include "GenConfigDeviceDataItems.h"
 #include "LocalMgmtIfc.h"
 #include "Logging.h"
+#include "MobilityMigrator.h"
 #include "NULLDataAccessObject.h"
 #include "Storage.h"
 
@@ -75,6 +77,7 @@ DataAccessService::~DataAccessService() {
         m_daoFactories.clear();
     }
     setDbFactory(nullptr);
+    m_mobilityMigratorInUse = nullptr;
 }
 
 void DataAccessService::setDbFactory(DbFactoryIfc* factory) {
@@ -108,9 +111,13 @@ void DataAccessService::init(Context& context) {
     GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
     // Makes the table of settings as a reset does; goes when a start brings all tables up to date.
     DASMigrator::createTableAndDefaultRows(this, DASUtilsStrings::UnitTestGenConfigTableSchema);
+    settleCurrentUser();
     std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
     (void)std::fflush(stdout);
     initInternal();
+    m_acmsTagMapper = std::make_unique<ACMSTagMapper>();
+    m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
+    m_mobilityMigratorInUse = m_mobilityMigrator.get();
     m_initialised = true;
 }
 
@@ -125,6 +132,10 @@ bool DataAccessService::notAvailable(const char* operation) {
 
 DatabaseAdapter* DataAccessService::getAdapter() {
     return m_dbAdapter;
+}
+
+ACMSTagMapper* DataAccessService::getACMSTagMapper() {
+    return m_acmsTagMapper.get();
 }
 
 DAOFactory* DataAccessService::getDAOFactory() {
@@ -331,36 +342,4 @@ bool DataAccessService::onTable(const char* operation, const std::string& schema
         DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
     }
     return true;
-}
-
-bool DataAccessService::exportUserData(std::map<std::string, std::string>&, bool) {
-    return notAvailable("exportUserData");
-}
-
-bool DataAccessService::importUserData(std::map<std::string, std::string>&, bool) {
-    return notAvailable("importUserData");
-}
-
-bool DataAccessService::migrateUserData(std::map<std::string, std::string>&) {
-    return notAvailable("migrateUserData");
-}
-
-void DataAccessService::clearMobileUserdata() {
-    (void)notAvailable("clearMobileUserdata");
-}
-
-void DataAccessService::clearMobileUserDLSdata() {
-    (void)notAvailable("clearMobileUserDLSdata");
-}
-
-void DataAccessService::copyBaseDataToVisitor() {
-    (void)notAvailable("copyBaseDataToVisitor");
-}
-
-void DataAccessService::deleteVisitorUserPassword() {
-    (void)notAvailable("deleteVisitorUserPassword");
-}
-
-void DataAccessService::deleteUcCredentials() {
-    (void)notAvailable("deleteUcCredentials");
 }

@@ -14,7 +14,9 @@
 #include "Semaphore.h"
 #include "Service.h"
 
+class ACMSTagMapper;
 class DataAccessObject;
+class MobilityMigrator;
 class LocalMgmtIfc;
 
 /**
@@ -77,6 +79,9 @@ public:
     /// gone: requests are refused until constructorActions.
     void setDbFactory(DbFactoryIfc* factory);
 
+    /// Translates management tags; null before the end of init. Owned by the service.
+    ACMSTagMapper* getACMSTagMapper();
+
     /// Stores the framework's context; not owned.
     void registerContext(Context& context);
 
@@ -118,6 +123,12 @@ private:
     LocalMgmtIfc* managementForStatus();
     /// Last step of the start: settles the user.
     void initInternal();
+    /// Takes the stored user; a blank one leaves base.
+    void settleCurrentUser();
+    /// Prepares the data of a user who is about to become current.
+    void prepareProfile(const std::string& profile);
+    /// Runs an operation of the DAO factory; a missing one is logged.
+    void onFactory(void (DAOFactory::*operation)());
     bool answerServiceWord(const char* message, std::string& answer);
     std::string answerTraceWord(bool set, const char* message);
     std::string answerXml(const char* message, int length);
@@ -137,7 +148,12 @@ private:
     std::atomic<DAOFactory*> m_daoFactory{nullptr};      ///< the last of m_daoFactories
     /// Those that a reset replaced stay: a request may still run on them.
     std::vector<std::unique_ptr<DAOFactory>> m_daoFactories;
+    std::unique_ptr<ACMSTagMapper> m_acmsTagMapper;
+    std::unique_ptr<MobilityMigrator> m_mobilityMigrator;
+    std::atomic<MobilityMigrator*> m_mobilityMigratorInUse{
+        nullptr};  ///< null before the end of init
     std::atomic<bool> m_initialised{false};
+    std::atomic<bool> m_basicMobility{false};  ///< as the start found it
     mutable std::mutex m_currentUserMutex;
     std::string m_currentUser;
     Semaphore m_directorySema;

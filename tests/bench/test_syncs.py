@@ -36,6 +36,7 @@ class Syncs(HostTest):
     def test_an_update_of_one_row_asks_for_as_many_as_bare_sqlite(self):
         read = self.file("read", READ_ALL)
         self.das("request", read)
+        self.das("request", read)  # a start in base wipes what the first request made for a visitor
         at_start, _ = self.syncs(DAS, "request", read)
         with_update, answers = self.syncs(DAS, "request", read, self.file("new", update("new")))
         self.assertIn(UPDATED.encode(), answers)

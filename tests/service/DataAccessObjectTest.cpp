@@ -142,12 +142,18 @@ TEST_F(DataAccessObjectTest, AnyRequestMakesTheTableOnce) {
         EXPECT_EQ(cell("SELECT COUNT(*) FROM CANONICAL_LOOK_UP"), "100") << reason;
     }
     sql("DELETE FROM CANONICAL_LOOK_UP");
-    const std::unique_ptr<DataAccessObject> dao(
-        service().getDAOFactory()->createDAOInstance("CanonicalLookUp"));
-    const std::string read = xml::message("CanonicalLookUp", "read_request");
-    dao->handleRequest(read.data(), static_cast<int>(read.size()));
-    EXPECT_EQ(dao->responseReason(), "failure") << "nobody's request";
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM CANONICAL_LOOK_UP"), "100") << "filled again";
+    const std::string update =
+        xml::message("CanonicalLookUp", "update_request", id("1") + element("LocalCode", "x"));
+    for (const char* user : {"", "O'Brien"}) {
+        const std::unique_ptr<DataAccessObject> dao(
+            service().getDAOFactory()->createDAOInstance("CanonicalLookUp"));
+        dao->setCurrentUser(user);
+        dao->handleRequest(update.data(), static_cast<int>(update.size()));
+        EXPECT_EQ(dao->responseReason(), *user == '\0' ? "failure" : "update_response");
+    }
+    EXPECT_EQ(sql("SELECT COUNT(*), UserContext FROM CANONICAL_LOOK_UP GROUP BY UserContext"),
+              (Rows{{"1", "O'Brien"}, {"50", "base"}, {"50", "visitor"}}))
+        << "filled again";
 }
 
 TEST_F(DataAccessObjectTest, DamagedRequestsAreServedAsFarAsTheyWereRead) {

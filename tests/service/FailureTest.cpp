@@ -111,6 +111,19 @@ TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {
     EXPECT_EQ(sql("SELECT * FROM CANONICAL_LOOK_UP"), (Rows{{"base", "0", "kept"}}));
 }
 
+TEST_F(FailureTest, ARequestWaitsForTheOneBeforeIt) {
+    std::future<std::string> other;
+    m_adapter->intercept = [&](const std::string&) {
+        if (!other.valid()) {
+            other = std::async(std::launch::async, [this] { return send("getCurrentUser"); });
+        }
+        EXPECT_EQ(other.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+        return 0;
+    };
+    (void)send("FeatureKeys", "read_request", "<Id>100</Id>");
+    EXPECT_EQ(other.get(), "base");
+}
+
 TEST_F(ThreadsTest, FourThreadsLoseNoRow) {
     constexpr int operations = 2500;
     DataAccessService& shared = service();
@@ -121,16 +134,18 @@ TEST_F(ThreadsTest, FourThreadsLoseNoRow) {
         (void)send(schema, "read_request");
     }
     m_log.clear();
+    // Each row is inserted, and updated once.
     const auto request = [&](const char* user, const char* schema) {
         for (int i = 0; i < operations / 2; ++i) {
-            const std::string id = std::to_string(100000 + i);
-            const std::string body =
-                xml::context(user, xml::entry({{"Id", id}, {"LocalCode", id}, {"DialUri", id}}));
-            EXPECT_EQ(shared.processRequest(xml::message(schema, "update_request", body)),
+            const std::string id = xml::element("Id", std::to_string(1000 + i / 2));
+            const std::string number = std::to_string(i);
+            const std::string values = xml::elements({{"LocalCode", number}, {"DialUri", number}});
+            EXPECT_EQ(shared.processRequest(
+                          xml::message(schema, "update_request", xml::context(user, id + values))),
                       xml::message(schema, "update_response"));
-            const std::string answer = shared.processRequest(
-                xml::message(schema, "read_request", xml::context(user, xml::element("Id", id))));
-            EXPECT_NE(answer.find(">" + id + "</Id>"), std::string::npos) << answer;
+            const std::string answer =
+                shared.processRequest(xml::message(schema, "read_request", xml::context(user, id)));
+            EXPECT_NE(answer.find(id), std::string::npos) << answer;
         }
     };
     // A transaction of two rows: no row of another thread comes between them.
@@ -150,8 +165,10 @@ TEST_F(ThreadsTest, FourThreadsLoseNoRow) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM CANONICAL_LOOK_UP WHERE LocalCode = Id"), "1250");
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM ABBREVIATED_DIALLING WHERE DialUri = Id"), "1250");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM CANONICAL_LOOK_UP WHERE LocalCode - 2 * (Id - 1000) = 1"),
+              "625");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM ABBREVIATED_DIALLING WHERE DialUri - 2 * (Id - 1000) = 1"),
+              "625");
     EXPECT_EQ(sql("SELECT Thread, COUNT(DISTINCT Number) FROM T GROUP BY Thread"),
               (Rows{{"1", "2500"}, {"2", "2500"}}));
     EXPECT_EQ(cell("SELECT COUNT(*) FROM T a JOIN T b ON b.rowid = a.rowid + 1 WHERE a.Number % 2 "

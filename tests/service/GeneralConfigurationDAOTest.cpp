@@ -24,6 +24,7 @@ protected:
         writeFile(onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"),
                   "AudioSettings,RoomCharacter\n");
         start();
+        m_log.clear();
     }
 
     /// The reason of the answer to a request to AudioSettings.

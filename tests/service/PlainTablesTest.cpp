@@ -1,30 +1,12 @@
 #include "PlainTables.h"
 
-#include "DAOFactory.h"
 #include "ServiceTest.h"
 
 namespace {
 
-struct Model {
-    const char* name;
-    const char* hardware;  ///< as the environment tells it
-    const char* keyData;
-    const char* featureKeys;  ///< default rows with a function, as key data
-    const char* fixedKeys;    ///< default rows, as key data
-};
-
-void PrintTo(const Model& model, std::ostream* out) {
-    *out << model.name;
-}
-
-class PlainTablesModelTest : public ServiceTest, public ::testing::WithParamInterface<Model> {
+class PlainTablesTest : public ServiceTest {
 protected:
-    void SetUp() override {
-        ::setenv("DAS_HARDWARE", GetParam().hardware, 1);
-        ServiceTest::SetUp();
-    }
-
-    /// The key data text of the base rows in a table.
+    /// The functions in the default rows of a table, as key data.
     std::string keyData(const std::string& schema, const std::string& table) {
         (void)send(schema, "read_request");
         return cell(
@@ -34,51 +16,47 @@ protected:
     }
 };
 
-using PlainTablesTest = ServiceTest;
-
-const char* const FourFixed = "30:22:;31:10:;32:66:;38:50:;";
-const char* const OrdinaryFixed = "30:65:;31:64:;32:66:;38:67:;";
-
 }  // namespace
 
-TEST_P(PlainTablesModelTest, HasItsDefaultKeys) {
-    EXPECT_EQ(send("getDefaultKeyData"), GetParam().keyData);
-    EXPECT_EQ(keyData("FeatureKeys", "FEATURE_KEYS"), GetParam().featureKeys);
-    EXPECT_EQ(keyData("FixedKeys", "FIXED_KEYS"), GetParam().fixedKeys);
+TEST_F(PlainTablesTest, EachModelHasItsDefaultKeys) {
+    const std::string ordinary = "30:65:;31:64:;32:66:;38:67:;";
+    const std::string two = "30:65:;31:64:;";
+    const std::string four = "30:22:;31:10:;32:66:;38:50:;";
+    const std::string five = "30:22:;31:64:;32:66:;38:50:;39:10:;";
+    const std::string log = "100:74:Call log;101:75:Dirctory;102:64:FwdMenu;";
+    const std::string shifts = "100:18:Shift;200:18:Shift;";
+    const std::string forward = "100:64:Call forward;101:29:Group pickup;102:25:DND;";
+    const std::string seven =
+        "100:18:Shift;101:68:Phonebook;102:29:Group pickup;"
+        "103:64:Call forward;104:25:DND;105:33:Show phone;200:18:Shift;";
+    const struct {
+        const char* hardware;  ///< as the environment tells it
+        std::string fixedKeys;
+        std::string featureKeys;
+        std::string text;  ///< that "getDefaultKeyData" gives
+    } rows[] = {
+        {"", ordinary, "", two},
+        {"subvariant=2,vx100", four, seven, four + seven},
+        {"subvariant=3", four, forward, four + forward},
+        {"subvariant=3,vx100", four, log, four + log},
+        {"subvariant=3,subplatform=1", four, log + "103:3:Redial;", four + log + "103:3:Redial;"},
+        {"subplatform=1,vx100", ordinary, log, four + log},
+        {"vx100", ordinary, log, four + log},
+        {"subvariant=4,vx700", five, shifts, five + shifts},
+        {"vx700", ordinary, "32:3:;", two},
+        {"vx700x", ordinary, "32:3:;", two},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.hardware);
+        ::setenv("DAS_HARDWARE", row.hardware, 1);
+        stop();
+        std::filesystem::remove(database());
+        start();
+        EXPECT_EQ(send("getDefaultKeyData"), row.text);
+        EXPECT_EQ(keyData("FeatureKeys", "FEATURE_KEYS"), row.featureKeys);
+        EXPECT_EQ(keyData("FixedKeys", "FIXED_KEYS"), row.fixedKeys);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Models, PlainTablesModelTest,
-    ::testing::Values(
-        Model{"none", "", "30:65:;31:64:;", "", OrdinaryFixed},
-        Model{"variant2", "subvariant=2,vx100",
-              "30:22:;31:10:;32:66:;38:50:;100:18:Shift;101:68:Phonebook;102:29:Group pickup;"
-              "103:64:Call forward;104:25:DND;105:33:Show phone;200:18:Shift;",
-              "100:18:Shift;101:68:Phonebook;102:29:Group pickup;103:64:Call forward;104:25:DND;"
-              "105:33:Show phone;200:18:Shift;",
-              FourFixed},
-        Model{"variant3", "subvariant=3",
-              "30:22:;31:10:;32:66:;38:50:;100:64:Call forward;101:29:Group pickup;102:25:DND;",
-              "100:64:Call forward;101:29:Group pickup;102:25:DND;", FourFixed},
-        Model{"variant3OfVX100", "subvariant=3,vx100",
-              "30:22:;31:10:;32:66:;38:50:;100:74:Call log;101:75:Dirctory;102:64:FwdMenu;",
-              "100:74:Call log;101:75:Dirctory;102:64:FwdMenu;", FourFixed},
-        Model{"variant3OfPlatform1", "subvariant=3,subplatform=1",
-              "30:22:;31:10:;32:66:;38:50:;100:74:Call log;101:75:Dirctory;102:64:FwdMenu;"
-              "103:3:Redial;",
-              "100:74:Call log;101:75:Dirctory;102:64:FwdMenu;103:3:Redial;", FourFixed},
-        Model{"platform1OfVX100", "subplatform=1,vx100",
-              "30:22:;31:10:;32:66:;38:50:;100:74:Call log;101:75:Dirctory;102:64:FwdMenu;",
-              "100:74:Call log;101:75:Dirctory;102:64:FwdMenu;", OrdinaryFixed},
-        Model{"VX100", "vx100",
-              "30:22:;31:10:;32:66:;38:50:;100:74:Call log;101:75:Dirctory;102:64:FwdMenu;",
-              "100:74:Call log;101:75:Dirctory;102:64:FwdMenu;", OrdinaryFixed},
-        Model{"variant4", "subvariant=4,vx700",
-              "30:22:;31:64:;32:66:;38:50:;39:10:;100:18:Shift;200:18:Shift;",
-              "100:18:Shift;200:18:Shift;", "30:22:;31:64:;32:66:;38:50:;39:10:;"},
-        Model{"VX700", "vx700", "30:65:;31:64:;", "32:3:;", OrdinaryFixed},
-        Model{"VX700X", "vx700x", "30:65:;31:64:;", "32:3:;", OrdinaryFixed}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(PlainTablesTest, EachHasItsColumnsAndDefaultRowsOfBothUsers) {
     struct {

@@ -1,0 +1,77 @@
+#ifndef MOBILITYMIGRATOR_H
+#define MOBILITYMIGRATOR_H
+
+#include <map>
+#include <string>
+
+class ACMSTagMapper;
+class DataAccessService;
+
+/**
+ * Takes maps of management tag to value and turns each entry into an ordinary request against the
+ * service, so that the data of a mobile user pass through the same checks as any other request. It
+ * runs on the caller's thread and holds no lock.
+ *
+ * A tag is looked up as it is, then without the digits at its end, which are the index of a row,
+ * then with empty brackets in place of an index in brackets. A tag that is not found is logged and
+ * left alone.
+ */
+class MobilityMigrator {
+public:
+    /// @p service must outlive this object; not owned. Its tag mapper is asked for here.
+    explicit MobilityMigrator(DataAccessService* service);
+
+    /// Writes each value, plain text, to the user of the last call that named one; base at first.
+    void importData(std::map<std::string, std::string>& values);
+    /// Fills each value from that user's data: raw text of the item, empty when there is none. A
+    /// value that is not empty goes into the request as a filter.
+    void exportData(std::map<std::string, std::string>& values);
+    /// The same for the base user or the visitor; later calls stay with him.
+    void importUserData(std::map<std::string, std::string>& values, bool base);
+    void exportUserData(std::map<std::string, std::string>& values, bool base);
+
+    /// Makes the visitor the current user, and writes @p values to base data. The order is kept on
+    /// purpose: what is imported is the owner's.
+    void migrateBaseToVisitor(std::map<std::string, std::string>& values);
+
+    // One item. With an index the item is a cell of the row of that identifier. @p out holds what
+    // goes into the request and takes the result.
+    void updateRequest(const std::string& schema, const std::string& tag, const std::string& value);
+    void updateRequest(const std::string& schema, const std::string& tag, const std::string& index,
+                       const std::string& value);
+    void readRequest(const std::string& schema, const std::string& tag, std::string& out);
+    void readRequest(const std::string& schema, const std::string& tag, const std::string& index,
+                     std::string& out);
+    /// Like readRequest, but an item of a user is not named: the whole row is read.
+    void readRequest2(const std::string& schema, const std::string& tag, const std::string& index,
+                      std::string& out);
+
+    /// Reduces a response to the text behind the first element @p tag, up to the next "<".
+    void stripXml(std::string& text, std::string tag);
+
+private:
+    /// Where a management tag leads: schema and item, and the row when there is an index.
+    struct Target {
+        enum Form { Plain, DigitSuffix, Brackets } form = Plain;
+        std::string schema;
+        std::string tag;
+        std::string index;
+    };
+
+    bool findTarget(const std::string& key, Target& target) const;
+    bool findByDigitSuffix(const std::string& key, Target& target) const;
+    bool findByBrackets(const std::string& key, Target& target) const;
+    void importItem(const Target& target, const std::string& value);
+    void exportItem(const Target& target, std::string& value);
+    std::string inContext(const std::string& schema, const std::string& tag,
+                          const std::string& content) const;
+    bool sendUpdate(const std::string& schema, const std::string& tag, const std::string& content);
+    void sendRead(const std::string& schema, const std::string& tag, const std::string& content,
+                  std::string& out);
+
+    DataAccessService* m_service;  // not owned
+    ACMSTagMapper* m_mapper;       // not owned
+    bool m_base = true;
+};
+
+#endif

@@ -1,0 +1,316 @@
+#include <thread>
+
+#include "ACMSTagMapper.h"
+#include "DAOFactory.h"
+#include "DASListenerIfc.h"
+#include "DASUtils.h"
+#include "DatabaseAdapter.h"
+#include "LocalMgmtIfc.h"
+#include "MobilityMigrator.h"
+#include "ServiceTest.h"
+
+namespace {
+
+class RecordingListener : public DASListenerIfc {
+public:
+    explicit RecordingListener(std::string name, std::vector<std::string>& heard)
+        : m_name(std::move(name)), m_heard(heard) {}
+    void profileChangedToBase() override { m_heard.push_back(m_name + " base"); }
+    void profileChangedToVisitor() override { m_heard.push_back(m_name + " visitor"); }
+
+private:
+    std::string m_name;
+    std::vector<std::string>& m_heard;
+};
+
+class RecordingManagement : public Executable, public LocalMgmtIfc {
+public:
+    void init(Context&) override {}
+    void shutdown() override {}
+    bool deleteFile(int, const std::string&) override { return false; }
+    void sendStatusToDLS(const ManageableData&) override {}
+    void sendStatusToWBM(const ManageableData&) override {}
+    void factoryReset(const std::string&, int) override { ++resets; }
+
+    int resets = 0;
+};
+
+class MobilityTest : public ServiceTest {
+protected:
+    static constexpr const char* MobilityRow =
+        "INSERT OR REPLACE INTO GENERAL_CONFIG VALUES('MobilitySettings','','";
+
+    void store(const std::string& item, const std::string& value) {
+        sql(MobilityRow + item + "','" + value + "')");
+    }
+    std::string stored(const std::string& item) {
+        return cell("SELECT Value FROM GENERAL_CONFIG WHERE Schema='MobilitySettings' AND Name='" +
+                    item + "'");
+    }
+    std::string count(const std::string& table, const std::string& user) {
+        return cell("SELECT COUNT(*) FROM " + table + " WHERE UserContext='" + user + "'");
+    }
+    std::string label(const std::string& user) {
+        return cell("SELECT Label FROM FEATURE_KEYS WHERE Id='100' AND UserContext='" + user + "'");
+    }
+    void writeLabel(const std::string& user, const std::string& text) {
+        send("FeatureKeys", "update_request",
+             xml::context(user, xml::entry({{"Id", "100"}, {"Label", text}})));
+    }
+};
+
+}  // namespace
+
+TEST_F(MobilityTest, TheStartTakesTheStoredUserAsItsRulesSay) {
+    const struct {
+        const char* name;
+        const char* user;
+        const char* basic;
+        const char* valid;
+        const char* current;
+        const char* storedAfterwards;
+    } rows[] = {
+        {"visitor with his data", "visitor", "false", "true", "visitor", "visitor"},
+        {"download not ended", "visitor", "false", "false", "base", "base"},
+        {"basic mode", "visitor", "true", "true", "base", "visitor"},
+        {"base", "base", "false", "false", "base", "base"},
+        {"blank", "", "false", "true", "base", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        store("MobilityCurrentUser", row.user);
+        store("ActiveMobilityModeIsBasic", row.basic);
+        store("VisitorUserDataValid", row.valid);
+        start();
+        EXPECT_EQ(send("getCurrentUser"), row.current);
+        EXPECT_EQ(stored("MobilityCurrentUser"), row.storedAfterwards);
+    }
+}
+
+TEST_F(MobilityTest, MissingRowsMeanAValidVisitorOutsideBasicMode) {
+    sql("DELETE FROM GENERAL_CONFIG");
+    store("MobilityCurrentUser", "visitor");
+    start();
+    EXPECT_EQ(send("getCurrentUser"), "visitor");
+    sql("DROP TABLE GENERAL_CONFIG");
+    DatabaseAdapter& adapter = *service().getAdapter();
+    EXPECT_TRUE(DASUtils::isActiveMobilityModeIsBasic(&adapter)) << "an unreadable table is basic";
+    EXPECT_TRUE(DASUtils::isMobilityVisitorUserDataValid(&adapter));
+    EXPECT_EQ(DASUtils::readMobilityCurrentUserValue(&adapter), "");
+}
+
+TEST_F(MobilityTest, AStoredUserOfSqlTextIsNoSql) {
+    store("MobilityCurrentUser", "x'' OR 1=1 --");
+    start();
+    EXPECT_EQ(send("getCurrentUser"), "x' OR 1=1 --");
+    EXPECT_EQ(send("FeatureKeys", "read_request").find("<Entry>"), std::string::npos);
+}
+
+TEST_F(MobilityTest, AVisitorGetsCopiesAndChangesLeaveTheOwnerAlone) {
+    writeLabel("base", "mine");
+    EXPECT_TRUE(service().setProfile("visitor"));
+    EXPECT_EQ(label("visitor"), "mine");
+    writeLabel("visitor", "his");
+    EXPECT_TRUE(service().setProfile("base"));
+    EXPECT_EQ(label("base"), "mine");
+    EXPECT_EQ(label("visitor"), "his") << "a change to base deletes the password alone";
+    start();
+    EXPECT_EQ(count("FEATURE_KEYS", "visitor"), "0") << "each start in base wipes the visitor";
+    EXPECT_EQ(count("FEATURE_KEYS", "base"), "177");
+}
+
+TEST_F(MobilityTest, ChangesOfProfileAreToldInOrderAndAVisitorAgainToo) {
+    std::vector<std::string> heard;
+    RecordingListener first("1", heard);
+    RecordingListener second("2", heard);
+    for (DASListenerIfc* listener :
+         {static_cast<DASListenerIfc*>(&first), static_cast<DASListenerIfc*>(nullptr),
+          static_cast<DASListenerIfc*>(&second)}) {
+        service().addListener(listener);
+    }
+    const struct {
+        const char* profile;
+        bool valid;
+        std::vector<std::string> heard;
+    } rows[] = {
+        {"base", true, {}},
+        {"visitor", true, {"1 visitor", "2 visitor"}},
+        {"visitor", true, {"1 visitor", "2 visitor"}},
+        {"guest", false, {}},
+        {"", false, {}},
+        {"base", true, {"1 base", "2 base"}},
+        {"base", true, {}},
+    };
+    for (const auto& row : rows) {
+        heard.clear();
+        EXPECT_EQ(service().setProfile(row.profile), row.valid) << row.profile;
+        EXPECT_EQ(heard, row.heard) << row.profile;
+    }
+    EXPECT_TRUE(m_log.has(2, "Invalid m_current user visitor"));
+    EXPECT_TRUE(m_log.has(2, "Invalid new profile 'guest'"));
+}
+
+TEST_F(MobilityTest, TheVisitorsPasswordsGoAndTheOwnersStay) {
+    for (const char* user : {"base", "visitor"}) {
+        for (const char* item : {"UserHashedPwd", "UserStatus", "UserChangedBy", "UserMD5Hash",
+                                 "UserPassword", "WSIUsername", "WSIPassword", "Theme"}) {
+            sql("INSERT INTO GENERAL_CONFIG VALUES('Passwords','" + std::string(user) + "','" +
+                item + "','v')");
+        }
+    }
+    service().deleteVisitorUserPassword();
+    EXPECT_EQ(count("GENERAL_CONFIG", "visitor"), "3");
+    service().deleteUcCredentials();
+    EXPECT_EQ(count("GENERAL_CONFIG", "visitor"), "1");
+    EXPECT_EQ(count("GENERAL_CONFIG", "base"), "8");
+}
+
+TEST_F(MobilityTest, AResetClosesTheServiceUntilAProfileOpensIt) {
+    RecordingManagement management;
+    send("FeatureKeys", "read_request");
+    EXPECT_FALSE(service().invokeACMSFactoryReset(true)) << "without the management service";
+    m_context.services["LocalMgmtIfc"] = &management;
+    EXPECT_FALSE(service().invokeACMSFactoryReset(false));
+    EXPECT_EQ(management.resets, 1);
+    EXPECT_FALSE(std::filesystem::exists(database()));
+    EXPECT_EQ(send("getCurrentUser"), "base");
+    EXPECT_NE(send("FeatureKeys", "read_request").find(">failure<"), std::string::npos);
+    EXPECT_FALSE(service().exportData("FeatureKeys", base, "/tmp/x.csv"));
+    EXPECT_TRUE(service().setProfile("base"));
+    EXPECT_NE(send("FeatureKeys", "read_request").find(">failure<"), std::string::npos)
+        << "open again, but nothing reaches the closed database";
+    EXPECT_FALSE(std::filesystem::exists(database()));
+}
+
+TEST_F(MobilityTest, AResetWithADatabaseServesAtOnce) {
+    RecordingManagement management;
+    m_context.services["LocalMgmtIfc"] = &management;
+    writeLabel("base", "old");
+    EXPECT_TRUE(service().invokeACMSFactoryReset(true));
+    EXPECT_EQ(management.resets, 0);
+    EXPECT_EQ(send("AudioSettings", "write_request", xml::element("Melody", "1"))
+                      .find(">write_response<") != std::string::npos,
+              true);
+    send("FeatureKeys", "read_request");
+    EXPECT_EQ(label("base"), "");
+}
+
+TEST_F(MobilityTest, ResetsUnderRequestsAnswerEachOfThem) {
+    RecordingManagement management;
+    m_context.services["LocalMgmtIfc"] = &management;
+    std::atomic<bool> ended{false};
+    std::vector<std::thread> clients;
+    std::atomic<int> unanswered{0};
+    for (int i = 0; i < 4; ++i) {
+        clients.emplace_back([&] {
+            while (!ended) {
+                const std::string answer = send("FixedKeys", "read_request");
+                unanswered += answer.find("</Schema>") == std::string::npos ? 1 : 0;
+            }
+        });
+    }
+    for (int i = 0; i < 10; ++i) {
+        service().factoryReset();
+        EXPECT_TRUE(service().invokeACMSFactoryReset(true));
+        EXPECT_TRUE(service().setProfile(i % 2 == 0 ? "visitor" : "base"));
+    }
+    ended = true;
+    for (auto& client : clients) {
+        client.join();
+    }
+    EXPECT_EQ(unanswered, 0);
+    EXPECT_NE(send("FixedKeys", "read_request").find(">read_response<"), std::string::npos);
+}
+
+namespace {
+
+class TagTest : public MobilityTest {
+protected:
+    void SetUp() override {
+        writeFile(onDevice("/Aurel_Deploy/DasTagMappings.csv"),
+                  "#$VERSION=3\n#$COLUMNS=<DAStag>,<ACMStag>,<DASschema>\n"
+                  "Melody,melody,AudioSettings\nShort,only\n# a,comment,line\n"
+                  "Label,key-,FeatureKeys\nDialUri,uri[],AbbreviatedDialling\n"
+                  "DialUri,uri-bracket,AbbreviatedDialling\nAddr,addr,Net\n"
+                  "Port,port,TransportSettings\nOther,melody2,Nope\nMelody2,melody2,AudioSettings");
+        writeFile(onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"), "TransportSettings\n");
+        start();
+    }
+    std::map<std::string, std::string> exported(const std::vector<std::string>& keys, bool base) {
+        std::map<std::string, std::string> values;
+        for (const std::string& key : keys) {
+            values[key];
+        }
+        EXPECT_TRUE(service().exportUserData(values, base));
+        return values;
+    }
+};
+
+}  // namespace
+
+TEST_F(TagTest, TagsOfEachKindComeBackAsTheyWent) {
+    std::map<std::string, std::string> values = {{"melody", "ding"},
+                                                 {"melody2", "a &lt; b"},
+                                                 {"key-101", "O'Brien"},
+                                                 {"uri[  7]", "sip:7"},
+                                                 {"port", "443"}};
+    EXPECT_TRUE(service().importUserData(values, true));
+    EXPECT_EQ(exported({"melody", "melody2", "key-101", "uri[7]", "port"}, true),
+              (std::map<std::string, std::string>{{"melody", "ding"},
+                                                  {"melody2", "a "},
+                                                  {"key-101", "O'Brien"},
+                                                  {"uri[7]", "sip:7"},
+                                                  {"port", "443"}}))
+        << "a stored \"<\" cuts the value that comes back";
+    EXPECT_EQ(cell("SELECT UserContext FROM GENERAL_CONFIG WHERE Name='Port'"), "");
+    EXPECT_EQ(cell("SELECT UserContext FROM GENERAL_CONFIG WHERE Name='Melody'"), "base");
+}
+
+TEST_F(TagTest, UnknownTagsAreLoggedAndTheOthersGoOn) {
+    std::map<std::string, std::string> values = {{"12", "v"},     {"]uri[", "v"}, {"only", "v"},
+                                                 {"a", "v"},      {"key-x", "v"}, {"", "v"},
+                                                 {"melody", "it"}};
+    EXPECT_TRUE(service().importUserData(values, true));
+    EXPECT_EQ(m_log.count("Unknown ACMS tag encountered"), 6);
+    EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name='Melody'"), "it");
+}
+
+TEST_F(TagTest, MarkupInAValueIsStoredAsText) {
+    std::map<std::string, std::string> values = {{"melody", "<b>&amp;&x;&#65;&</b>"}};
+    EXPECT_TRUE(service().importUserData(values, true));
+    EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name='Melody'"), "<b>&&x;A&</b>");
+}
+
+TEST_F(TagTest, TheUserOfTheLastCallStaysAndMigrationGoesToBase) {
+    std::map<std::string, std::string> values = {{"melody", "his"}};
+    EXPECT_TRUE(service().importUserData(values, false));
+    EXPECT_EQ(count("GENERAL_CONFIG", "visitor"), "1");
+    EXPECT_EQ(exported({"melody"}, true)["melody"], "");
+    values["melody"] = "mine";
+    EXPECT_TRUE(service().migrateUserData(values));
+    EXPECT_EQ(send("getCurrentUser"), "visitor");
+    EXPECT_EQ(exported({"melody"}, true)["melody"], "mine");
+    EXPECT_EQ(exported({"melody"}, false)["melody"], "his");
+}
+
+TEST_F(PlaceTest, AMappingFileThatIsNotOneLeavesEachTagUnknown) {
+    const struct {
+        const char* text;
+        const char* log;
+    } rows[] = {{"", "Version no. missing"},
+                {"a,b,c\n", "Version no. missing"},
+                {"#$VERSION=1\n", "File too short, data tags missing?"},
+                {"#$VERSION=1\n#$COLUMNS=<ACMStag>,<DAStag>\n", "File too short"},
+                {"#$VERSION=1\n#$COLUMNS=x,y,z,<ACMStag>,<DAStag>,<DASschema>\na,b,c,t\n",
+                 "Scanning complete"}};
+    std::string schema = "kept";
+    std::string tag = "kept";
+    EXPECT_FALSE(ACMSTagMapper().findDASTags("t", schema, tag)) << "a missing file";
+    for (const auto& row : rows) {
+        m_log.clear();
+        writeFile(onDevice("/Aurel_Deploy/DasTagMappings.csv"), row.text);
+        EXPECT_FALSE(ACMSTagMapper().findDASTags("t", schema, tag));
+        EXPECT_TRUE(m_log.has(row.log)) << row.text;
+    }
+    EXPECT_EQ(schema + tag, "keptkept");
+}
