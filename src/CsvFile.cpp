@@ -26,7 +26,7 @@ constexpr mode_t ModeByUmask = 0666;
 constexpr mode_t PermissionBits = 07777;
 
 /// What gathers in memory before it is written.
-constexpr std::size_t BufferSize = 64U * 1024U;
+constexpr std::size_t BufferSize = 65536;
 
 bool isForOwnerAlone(const std::string& path) {
     return path.compare(0, DeployDirectory.size(), DeployDirectory) == 0;
