@@ -3,6 +3,7 @@
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
 #include "DatabaseAdapter.h"
+#include "KeyIds.h"
 #include "Logging.h"
 
 namespace {
@@ -31,12 +32,26 @@ std::vector<std::string> allColumns() {
     return {UserContextTagName, numberColumn, nameColumn, ringToneColumn};
 }
 
+const std::shared_ptr<const TableLayout>& layout() {
+    static const std::shared_ptr<const TableLayout> shared = [] {
+        auto made = std::make_shared<TableLayout>();
+        made->schema = CallGroupSchema;
+        made->table = CallGroupTableName;
+        for (const std::string& name : allColumns()) {
+            made->columns.emplace_back(name, columnTypeText, "");
+        }
+        made->defaultRowIds = KeyIds::texts({{1, 16}});
+        return made;
+    }();
+    return shared;
+}
+
 /// The numbers of the groups, in database form.
 const std::vector<std::string>& groupNumbers() {
     static const std::vector<std::string> numbers = [] {
         std::vector<std::string> all;
-        for (int number = 1; number <= 16; ++number) {
-            all.push_back(DASUtils::convertToDBFormat(ClientUtils::itos(number)));
+        for (const std::string& number : layout()->defaultRowIds) {
+            all.push_back(DASUtils::convertToDBFormat(number));
         }
         return all;
     }();
@@ -68,10 +83,8 @@ void CallGroupDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 CallGroupDAO::CallGroupDAO() : CallGroupDAO(nullptr) {}
 
 CallGroupDAO::CallGroupDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter), m_request(fieldNames(), m_schemaName, m_requestContext, m_reason) {
-    m_tableName = CallGroupTableName;
-    m_schemaName = CallGroupSchema;
-}
+    : DataAccessObject(adapter, layout()),
+      m_request(fieldNames(), m_schemaName, m_requestContext, m_reason) {}
 
 CallGroupDAO::~CallGroupDAO() = default;
 
@@ -174,17 +187,6 @@ std::string CallGroupDAO::responseData() {
     return responseDataHelper(m_responseReason, m_requestContext,
                               DASUtils::unescapeSqlReservedCharacters(m_responseUser),
                               m_resultColumns, m_resultRows, fieldNames(), true);
-}
-
-int CallGroupDAO::createTable() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
-    PairList columns;
-    for (const std::string& name : allColumns()) {
-        columns.emplace_back(name, columnTypeText);
-    }
-    return m_dbAdapter->createTable(m_tableName, columns);
 }
 
 void CallGroupDAO::createMissingGroups() {

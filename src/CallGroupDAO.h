@@ -30,7 +30,6 @@ public:
     std::string schemaName() override;
     std::string responseData() override;
 
-    int createTable() override;
     using DataAccessObject::insertDefaultRows;
     /// Inserts the groups of both users, in one transaction. Status of the last insert, or of the
     /// commit.

@@ -69,11 +69,11 @@ void CsvWriter::open(const std::string& place) {
     if (exists && !S_ISREG(older.st_mode)) {
         m_target = Target::Truncated;
     }
-    int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
+    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
     const mode_t mode = isForOwnerAlone(m_path) ? ModeForOwnerAlone : ModeByUmask;
     if (m_target == Target::Truncated) {
         m_file = ::open(place.c_str(), flags | O_TRUNC, mode);
-    } else if (!exists || ::access(place.c_str(), W_OK) == 0) {
+    } else if (!place.empty() && (!exists || ::access(place.c_str(), W_OK) == 0)) {
         m_temporary = temporaryNameFor(place);
         (void)::unlink(m_temporary.c_str());  // left behind by a process that was cut off
         m_file = ::open(m_temporary.c_str(), flags | O_EXCL, mode);

@@ -3,12 +3,26 @@
 #include <algorithm>
 #include <iterator>
 
+#include "AnalyticsDAO.h"
+#include "BluetoothDAO.h"
 #include "CallGroupDAO.h"
+#include "CallLogDAO.h"
+#include "CertificateMgmtDAO.h"
+#include "CodecSettingsDAO.h"
+#include "ConversationsDAO.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessObject.h"
+#include "DialPlanEntriesDAO.h"
+#include "DistinctiveRingingDAO.h"
+#include "DssKeySettingsDAO.h"
+#include "FileDownloadSettingsDAO.h"
+#include "ForwardingKeyDestinationsDAO.h"
 #include "GeneralConfigurationDAO.h"
+#include "HeadsetPrioritiesDAO.h"
 #include "NULLDataAccessObject.h"
 #include "PhonebookDAO.h"
+#include "SRTPEncryptionSettingsDAO.h"
+#include "StimulusKeySettingsDAO.h"
 
 namespace {
 
@@ -30,13 +44,35 @@ DataAccessObject* make(DatabaseAdapter* adapter, const std::string&) {
     return new Dao(adapter);
 }
 
+/// For a class that serves several tables.
+template <typename Dao>
+DataAccessObject* makeForSchema(DatabaseAdapter* adapter, const std::string& schema) {
+    return new Dao(adapter, schema);
+}
+
 /// Schemas with a class of their own, in the order in which they are tried, behind the plain
 /// tables.
 const ClassRow ClassRows[] = {
+    {&BluetoothBlacklistedSchema, Match::Equal, makeForSchema<BluetoothDAO>},
+    {&BluetoothTrustedSchema, Match::Equal, makeForSchema<BluetoothDAO>},
     {&CallGroupSchema, Match::Equal, make<CallGroupDAO>},
     // In front of the call log, whose name this one contains.
     {&CallLogSettingsSchema, Match::Equal, make<GeneralConfigurationDAO>},
+    {&CallLogSchema, Match::Contains, make<CallLogDAO>},
+    {&CodecSettingsSchema, Match::Equal, make<CodecSettingsDAO>},
+    {&HeadsetPrioritiesSchema, Match::Equal, make<HeadsetPrioritiesDAO>},
+    {&DialPlanEntriesSchema, Match::Equal, make<DialPlanEntriesDAO>},
+    {&DistinctiveRingingSchema, Match::Equal, make<DistinctiveRingingDAO>},
+    {&DssKeySettingsSchema, Match::Equal, make<DssKeySettingsDAO>},
+    {&FileDownloadSettingsSchema, Match::Equal, make<FileDownloadSettingsDAO>},
+    {&ForwardingKeyDestinationsSchema, Match::Equal, make<ForwardingKeyDestinationsDAO>},
+    {&AnalyticsSchema, Match::Equal, make<AnalyticsDAO>},
     {&PhoneBookSchema, Match::Equal, make<PhonebookDAO>},
+    {&StimulusKeySettingsSchema, Match::Equal, make<StimulusKeySettingsDAO>},
+    {&SRTPEncryptionSettingsSchema, Match::Equal, make<SRTPEncryptionSettingsDAO>},
+    {&CertificateKeysSchema, Match::Equal, makeForSchema<CertificateMgmtDAO>},
+    {&CertificatesSchema, Match::Equal, makeForSchema<CertificateMgmtDAO>},
+    {&ConversationsSchema, Match::Equal, make<ConversationsDAO>},
 };
 
 /// Schemas that are rows of the general configuration table; tried last.

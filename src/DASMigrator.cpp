@@ -4,8 +4,10 @@
 
 #include "DAOFactory.h"
 #include "DASUtils.h"
+#include "DASUtilsStrings.h"
 #include "DataAccessObject.h"
 #include "DataAccessServiceIfc.h"
+#include "GeneralConfigurationDAO.h"
 #include "Logging.h"
 
 namespace {
@@ -46,4 +48,15 @@ void DASMigrator::createTableAndDefaultRows(DataAccessServiceIfc* service,
                                        dao->createTable())) {
         (void)dao->insertDefaultRows();  // what fails is in the log
     }
+}
+
+void DASMigrator::updateGeneralConfigTable(DataAccessServiceIfc* service,
+                                           const std::vector<std::string>& columns,
+                                           const std::string& filePath) {
+    DatabaseAdapter* adapter = service != nullptr ? service->getAdapter() : nullptr;
+    if (!DASUtils::updateItemsInTableWithValuesFromFile(
+            adapter, DASUtilsStrings::GeneralConfigTableName, columns, filePath)) {
+        DAS_LOG(2, "Not every value of %s is applied", filePath.c_str());
+    }
+    GeneralConfigurationDAO::clearStaticCaches();
 }

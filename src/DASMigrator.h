@@ -2,6 +2,7 @@
 #define DASMIGRATOR_H
 
 #include <string>
+#include <vector>
 
 class DataAccessServiceIfc;
 
@@ -18,6 +19,11 @@ public:
 
     /// Makes the table of @p schema and fills it with its default rows if it is new or empty.
     static void createTableAndDefaultRows(DataAccessServiceIfc* service, const std::string& schema);
+
+    /// Applies a file of settings to GENERAL_CONFIG, as DASUtils does, and empties their cache.
+    static void updateGeneralConfigTable(DataAccessServiceIfc* service,
+                                         const std::vector<std::string>& columns,
+                                         const std::string& filePath);
 };
 
 #endif

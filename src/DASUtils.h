@@ -90,6 +90,10 @@ public:
     static bool mayInsertDefaultRows(DatabaseAdapter& adapter, const std::string& table,
                                      int createResult);
 
+    /// Makes @p table through its object when it counts no rows, with its default rows.
+    static void makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                     const std::string& table);
+
     // Whose data the telephone serves: settings of the device -------------------------------------
 
     /**
@@ -205,6 +209,10 @@ public:
                                     std::string& user, const std::string& reason,
                                     std::string& response, DatabaseAdapter& adapter,
                                     const std::string& table);
+
+    /// Logs at level 5 that a request had @p reason, and the reasons that are @p served there.
+    static void logUnknownReason(const std::string& reason,
+                                 const std::vector<const std::string*>& served);
 
     /**
      * Reads the rows of one user.

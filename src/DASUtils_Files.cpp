@@ -47,7 +47,7 @@ std::vector<std::string> cellsAt(const std::vector<std::string>& row, const Plac
 bool findPlaces(DatabaseAdapter& adapter, const std::string& table,
                 const std::vector<std::string>& columns, Places& places) {
     std::vector<std::string> names;
-    if (!DASUtils::createColumnNameListFromDbFile(&adapter, table, names)) {
+    if (!columns.empty() && !DASUtils::createColumnNameListFromDbFile(&adapter, table, names)) {
         return false;
     }
     for (const std::string& column : columns) {

@@ -28,16 +28,6 @@ constexpr ReasonRow GenericReasons[] = {
     {&DASUtilsStrings::ReadRequest, &DASUtilsStrings::ReadResponse, &DataAccessObject::readRequest},
 };
 
-/// The first request to a table that is missing or empty makes it.
-void makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
-                          const std::string& table) {
-    std::string count;
-    DASUtils::getRowCount(adapter, table, count);
-    if (count == "0" && DASUtils::mayInsertDefaultRows(adapter, table, dao.createTable())) {
-        (void)dao.insertDefaultRows();  // a failed insert is in the log, the request goes on
-    }
-}
-
 PairList rowConditions(const std::string& user, const std::string& identifier) {
     return {{DASUtilsStrings::UserContextTagName, DASUtils::convertToDBFormat(user)},
             {DASUtilsStrings::IdTagName, identifier}};
@@ -91,6 +81,15 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
 
 }  // namespace
 
+void DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                    const std::string& table) {
+    std::string count;
+    getRowCount(adapter, table, count);
+    if (count == "0" && mayInsertDefaultRows(adapter, table, dao.createTable())) {
+        (void)dao.insertDefaultRows();  // a failed insert is in the log, the request goes on
+    }
+}
+
 void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler start,
                                    XmlEndHandler end, XmlCharacterHandler characters,
                                    DataAccessObject* dao, const std::string& context,
@@ -117,6 +116,23 @@ void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler
             return;
         }
     }
+    std::vector<const std::string*> served;
+    for (const ReasonRow& row : GenericReasons) {
+        served.push_back(row.reason);
+    }
+    logUnknownReason(reason, served);
+}
+
+void DASUtils::logUnknownReason(const std::string& reason,
+                                const std::vector<const std::string*>& served) {
+    if (!loggingOnAppUni(LogComponent, 5)) {
+        return;
+    }
+    std::string list;
+    for (const std::string* each : served) {
+        list += (list.empty() ? "" : ", ") + *each;
+    }
+    DAS_LOG(5, "The reason '%s' is none of %s", reason.c_str(), list.c_str());
 }
 
 int DASUtils::readRequest(PairList& search, Rows& rows, std::vector<std::string>& resultColumns,

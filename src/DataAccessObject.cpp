@@ -268,6 +268,11 @@ int DataAccessObject::readRequest() {
                                  m_responseUser, m_rowId, m_tableName, *m_dbAdapter);
 }
 
+bool DataAccessObject::calculateIfReadAll(const std::string& table) const {
+    return m_resultColumns.empty() ? table == m_tableName
+                                   : DASUtils::columnIsInColumnList(table + ".*", m_resultColumns);
+}
+
 std::string DataAccessObject::schemaName() {
     return m_schemaName;
 }

@@ -28,6 +28,8 @@ struct TableLayout {
     bool hasDefaultRowsPerUser = false;  ///< re-initialising a user inserts his default rows anew
     std::vector<DASUtils::ColumnInfo> columns;
     std::vector<std::string> defaultRowIds;
+    std::string constraint = {};  ///< of the table, behind its columns; empty for none
+    bool hasDataFiles = false;    ///< its rows can be written to a file and read from one
 };
 
 /// How a class with parser callbacks of its own reads a request, and what it logs of a damaged one.
@@ -80,6 +82,9 @@ public:
 
     /// Creates the table; fails when it is there.
     virtual int createTable();
+    /// Creates the table with @p newColumns: 0 when that was done, 2 when there is one already, 1
+    /// for any other failure. Empties @p newColumns.
+    int createTableUnlessThere(PairList& newColumns);
     /// Makes the table when the database has none of its name, without counting rows. True when it
     /// was made just now; a failure is in the log.
     bool createMissingTable();
@@ -105,13 +110,21 @@ public:
     virtual int deleteContextData(const std::string& context, const std::string& contextColumn,
                                   const std::string& table);
 
-    /// Writes the rows that match @p conditions to the file @p location. 0 without action here.
+    // The table and files, in the format of docs/csv.md. Unless a class overrides them or its table
+    // has data files, they do nothing and give 0. 1 when a file can't be opened or written, or what
+    // was read not be committed; single lines that are refused are in the log.
+
+    /// Writes the rows that match @p conditions to the file @p location. Conditions on columns that
+    /// the table does not have do not count: rows of the telephone go out for any user.
     virtual int exportData(PairList& conditions, std::string& location);
-    /// Reads the file @p location into the table. 0 without action here.
+    /// Reads the file @p location into the table, which is made with its default rows if it has
+    /// none. Rows that no line names stay.
     virtual int importData(std::string& location);
-    /// Replaces one user's rows by those of a file. 0 without action here.
+    /// Puts the rows of one user, base for any category but the visitor's, back to their defaults
+    /// and gives him those of a file, whoever they belonged to. 0 without action for rows of the
+    /// telephone.
     virtual int importDataForUser(const std::string& location, eUserCategory category);
-    /// Fills @p columns with column and type, in order. Classes that are exported override it.
+    /// Fills @p columns with column and type, in order.
     virtual void buildColumnNameList(PairList& columns);
 
     // Parts of the visitor's data. The forms without a table do nothing and give 0 unless a class
@@ -220,6 +233,10 @@ public:
 
     DatabaseAdapter* getDatabaseAdapter() { return m_dbAdapter; }
 
+    /// Whether a read gives whole rows of @p table: of the object's own without ResultCols, else of
+    /// each that is named by "TABLE.*".
+    bool calculateIfReadAll(const std::string& table) const;
+
     /// Columns of the table, in order; none for an object that was not given any.
     const std::vector<DASUtils::ColumnInfo>& columns() const { return m_layout->columns; }
     const std::vector<std::string>& defaultRowIds() const { return m_layout->defaultRowIds; }
@@ -286,16 +303,38 @@ protected:
                 return true;
             }
         }
+        std::vector<const std::string*> served;
+        for (const Operation<Dao>& operation : operations) {
+            served.push_back(operation.reason);
+        }
+        DASUtils::logUnknownReason(dao.m_reason, served);
         return false;
     }
 
+    /// Column and type of each column, in order.
+    PairList namesAndTypes() const;
+
+    /// Runs @p operation for each of @p count entries in one transaction: the result of the last
+    /// one, or of the commit when that failed. 0 for no entries, 1 without an adapter.
+    int forEachEntry(std::size_t count, const std::function<int(std::size_t)>& operation);
+
+    /// Names of columns().
+    std::vector<std::string> columnNames() const;
+
+    /// Inserts one line of a data file, plain text: XML escapes are undone, and a blank value of
+    /// the column @p key is assigned. A raw SQLite code, 1 without an adapter.
+    int insertLineOfFile(const std::string& table, const std::vector<std::string>& names,
+                         const std::vector<std::string>& values, const std::string& key);
+
     /**
      * Gives each line of a file with one user's rows to @p store, in one transaction; what it takes
-     * and returns is that of CsvReader::forEachRow. 1 when the file did not open or what was read
-     * could not be committed; lines that were refused do not count.
+     * and returns is that of CsvReader::forEachRow. If the file opens, @p prepare runs before the
+     * first line, in the same transaction. 1 when the file did not open or what was read could not
+     * be committed; lines that were refused do not count.
      */
     int importRowsOfUser(const std::string& location,
-                         const std::function<int(std::vector<std::string>&)>& store);
+                         const std::function<int(std::vector<std::string>&)>& store,
+                         const std::function<void()>& prepare = {});
 
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.
@@ -326,6 +365,9 @@ protected:
 private:
     std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
                            CsvReader& file);
+    bool hasColumn(const std::string& name) const;
+    /// Makes a table without rows, and takes the names of its columns. False when there is none.
+    bool prepareImport(std::vector<std::string>& names);
     bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);

@@ -1,5 +1,8 @@
 // Tables to data files and back, by the objects that own them.
 
+#include <algorithm>
+#include <iterator>
+
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
 #include "CsvFile.h"
@@ -170,8 +173,71 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
     return transaction.end() == 0;
 }
 
+bool DataAccessObject::hasColumn(const std::string& name) const {
+    const auto& all = columns();
+    return std::any_of(all.begin(), all.end(),
+                       [&](const auto& column) { return column.name == name; });
+}
+
+void DataAccessObject::buildColumnNameList(PairList& names) {
+    if (m_layout->hasDataFiles) {
+        names = namesAndTypes();
+    } else {
+        DAS_LOG(2, "ERROR buildColumnNameList called in base class!!! ");
+    }
+}
+
+int DataAccessObject::exportData(PairList& conditions, std::string& location) {
+    if (!m_layout->hasDataFiles) {
+        return 0;
+    }
+    PairList known;
+    std::copy_if(conditions.begin(), conditions.end(), std::back_inserter(known),
+                 [this](const auto& condition) { return hasColumn(condition.first); });
+    const bool written =
+        DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location, known);
+    return written ? 0 : 1;
+}
+
+int DataAccessObject::importData(std::string& location) {
+    if (!m_layout->hasDataFiles) {
+        return 0;
+    }
+    std::vector<std::string> names;
+    return prepareImport(names) && importDataFromFile(m_tableName, names, location) ? 0 : 1;
+}
+
+bool DataAccessObject::prepareImport(std::vector<std::string>& names) {
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
+    return DASUtils::createColumnNameListFromDbFile(m_dbAdapter, m_tableName, names);
+}
+
+int DataAccessObject::importDataForUser(const std::string& location, eUserCategory category) {
+    if (!m_layout->hasDataFiles || !hasColumn(DASUtilsStrings::UserContextTagName)) {
+        return 0;
+    }
+    const std::string& user = category == eUserCategory::visitor
+                                  ? DASUtilsStrings::UserContextVisitor
+                                  : DASUtilsStrings::UserContextBase;
+    std::vector<std::string> names;
+    if (!prepareImport(names)) {
+        return 1;
+    }
+    const auto store = [&](std::vector<std::string>& fields) {
+        fields.at(0) = user;
+        return updateItemInTable(m_tableName, names, fields);
+    };
+    return importRowsOfUser(location, store, [&] {
+        (void)initialiseMobilityUserData(user);  // a table without rows is a failure there
+    });
+}
+
 int DataAccessObject::importRowsOfUser(const std::string& location,
-                                       const std::function<int(std::vector<std::string>&)>& store) {
+                                       const std::function<int(std::vector<std::string>&)>& store,
+                                       const std::function<void()>& prepare) {
     DAS_LOG(5, "Opening %s", location.c_str());
     CsvReader file(location);
     if (!file.isOpen() || m_dbAdapter == nullptr) {
@@ -179,7 +245,32 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
         return 1;
     }
     TransactionGuard transaction(*m_dbAdapter);
+    if (prepare) {
+        prepare();
+    }
     (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
     DAS_LOG(5, "Scanning complete");
     return transaction.end() == 0 ? 0 : 1;
+}
+
+int DataAccessObject::insertLineOfFile(const std::string& table,
+                                       const std::vector<std::string>& names,
+                                       const std::vector<std::string>& values,
+                                       const std::string& key) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    std::vector<std::string> row;
+    row.reserve(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const bool isAssigned = values[i].empty() && i < names.size() && names[i] == key;
+        row.push_back(isAssigned
+                          ? "NULL"
+                          : DASUtils::escapeAndQuote(ClientUtils::unescapeXMLString(values[i])));
+    }
+    const int result = m_dbAdapter->insertRow(table, names, row, nullptr);
+    if (result != 0) {
+        DAS_LOG(2, "updateItemInTablemIn = insert failed");
+    }
+    return result;
 }

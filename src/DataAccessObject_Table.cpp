@@ -28,16 +28,59 @@ bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
 
 }  // namespace
 
-int DataAccessObject::createTable() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
+PairList DataAccessObject::namesAndTypes() const {
     PairList pairs;
     pairs.reserve(columns().size());
     for (const auto& column : columns()) {
         pairs.emplace_back(column.name, column.type);
     }
+    return pairs;
+}
+
+int DataAccessObject::createTable() {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList pairs = namesAndTypes();
+    if (!m_layout->constraint.empty()) {
+        pairs.emplace_back(m_layout->constraint, std::string());
+    }
     return m_dbAdapter->createTable(m_tableName, pairs);
+}
+
+int DataAccessObject::forEachEntry(std::size_t count,
+                                   const std::function<int(std::size_t)>& operation) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    int result = 0;
+    for (std::size_t entry = 0; entry < count; ++entry) {
+        result = operation(entry);
+    }
+    // A batch that could not be committed is not there, whatever its last entry said.
+    const int ended = transaction.end();
+    return result != 0 ? result : ended;
+}
+
+std::vector<std::string> DataAccessObject::columnNames() const {
+    std::vector<std::string> names;
+    names.reserve(columns().size());
+    for (const auto& column : columns()) {
+        names.push_back(column.name);
+    }
+    return names;
+}
+
+int DataAccessObject::createTableUnlessThere(PairList& newColumns) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    AdapterLock lock(*m_dbAdapter);  // the words of a failure are those of the last statement
+    if (m_dbAdapter->createTable(m_tableName, newColumns) == 0) {
+        return 0;
+    }
+    return m_dbAdapter->getError().find("already exists") != std::string::npos ? 2 : 1;
 }
 
 bool DataAccessObject::createMissingTable() {
@@ -55,10 +98,6 @@ bool DataAccessObject::createTable2(const std::string& table, PairList& newColum
     }
     DAS_LOG(5, "Cannot create table %s, error=%s", table.c_str(), m_dbAdapter->getError().c_str());
     return false;
-}
-
-void DataAccessObject::buildColumnNameList(PairList&) {
-    DAS_LOG(2, "ERROR buildColumnNameList called in base class!!! ");
 }
 
 int DataAccessObject::insertDefaultRow(const std::string& id, const std::string& context,
@@ -308,18 +347,6 @@ int DataAccessObject::updateItemInTable(const std::string& table, std::vector<st
         DAS_LOG(2, "update failed");
     }
     return result;
-}
-
-int DataAccessObject::exportData(PairList&, std::string&) {
-    return 0;
-}
-
-int DataAccessObject::importData(std::string&) {
-    return 0;
-}
-
-int DataAccessObject::importDataForUser(const std::string&, eUserCategory) {
-    return 0;
 }
 
 int DataAccessObject::deleteVisitorUserPassword() {

@@ -30,6 +30,20 @@ constexpr RequestParser Parser = {
     GeneralConfigurationDAOXmlCharacterDataHandler, "GeneralConfigurationDAO",
     "Parsing a GeneralConfigurationDAO request '%s' failed."};
 
+const std::shared_ptr<const TableLayout>& layout() {
+    static const auto shared =
+        std::make_shared<const TableLayout>(TableLayout{{},
+                                                        GeneralConfigTableName,
+                                                        false,
+                                                        false,
+                                                        {{SchemaColumn, columnTypeText, ""},
+                                                         {UserContextTagName, columnTypeText, ""},
+                                                         {NameColumn, columnTypeText, ""},
+                                                         {ValueColumn, columnTypeText, ""}},
+                                                        {}});
+    return shared;
+}
+
 constexpr int StatusOfReadRow = 1;
 
 GeneralConfigurationDAO& self(void* dao) {
@@ -152,9 +166,7 @@ void GeneralConfigurationDAOXmlCharacterDataHandler(void* dao, const char* text,
 }
 
 GeneralConfigurationDAO::GeneralConfigurationDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter) {
-    m_tableName = GeneralConfigTableName;
-}
+    : DataAccessObject(adapter, layout()) {}
 
 GeneralConfigurationDAO::~GeneralConfigurationDAO() = default;
 

@@ -1,6 +1,7 @@
 #include "ListRequest.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "ClientUtils.h"
 #include "DASUtils.h"
@@ -44,15 +45,16 @@ void ListRequest::startElement(const char* name, const char** attributes) {
         return;
     }
     int state = Reason;
-    for (const char* element : TextElements) {
-        if (isElement(name, element)) {
+    for (const char* text : TextElements) {
+        if (isElement(name, text)) {
             m_state = state;
             return;
         }
         ++state;
     }
+    const std::string_view element = name;
     for (const std::string& field : m_fields) {
-        if (field == name) {
+        if (field == element) {
             m_state = state;
             return;
         }
@@ -70,7 +72,9 @@ int ListRequest::endElement(const char*) {
     if (state == Idle) {
         return NoField;
     }
-    m_text = DASUtils::escapeSqlReservedCharacters(m_text);
+    if (m_text.find('\'') != std::string::npos) {
+        m_text = DASUtils::escapeSqlReservedCharacters(m_text);
+    }
     if (state >= FirstField) {
         return state - FirstField;
     }
@@ -96,6 +100,11 @@ void ListRequest::settlePaging() {
     const bool isPage = limit >= 1 && offset >= 0;
     m_offset = isPage ? ClientUtils::itos(offset) : std::string();
     m_rowLimit = isPage ? ClientUtils::itos(limit) : std::string();
+}
+
+bool ListRequest::hasSafePaging() const {
+    return m_offset.empty() || m_rowLimit.empty() ||
+           (DASUtils::isNumber(m_offset) && DASUtils::isNumber(m_rowLimit));
 }
 
 std::string ListRequest::countAnswer(const std::string& count) {

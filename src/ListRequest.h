@@ -61,6 +61,8 @@ public:
      * both become empty when the limit is below 1 or the offset below 0. One alone stays as it is.
      */
     void settlePaging();
+    /// Whether Offset and RowLimit may enter a statement, which they do only together.
+    bool hasSafePaging() const;
     const std::string& offset() const { return m_offset; }
     const std::string& rowLimit() const { return m_rowLimit; }
 

@@ -6,7 +6,7 @@
 
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
-#include "ConversationsTable.h"
+#include "ConversationsDAO.h"
 #include "DatabaseAdapter.h"
 #include "Logging.h"
 #include "Storage.h"
@@ -81,12 +81,6 @@ std::vector<std::string> elementNames() {
     return names;
 }
 
-/// The elements of answers.
-const std::vector<std::string>& answerNames() {
-    static const std::vector<std::string> names = elementNames();
-    return names;
-}
-
 /// The elements of requests.
 const std::vector<std::string>& requestNames() {
     static const std::vector<std::string> names = [] {
@@ -117,6 +111,20 @@ std::string cellOfFile(const std::string& column, const std::string& value) {
                                         : ClientUtils::unescapeXMLString(value));
 }
 
+const std::shared_ptr<const TableLayout>& layout() {
+    static const std::shared_ptr<const TableLayout> shared = [] {
+        auto made = std::make_shared<TableLayout>();
+        made->schema = PhoneBookSchema;
+        made->table = PhoneBookTableName;
+        made->columns = {{*UserColumn.name, *UserColumn.type, ""}};
+        for (const Column& column : FieldColumns) {
+            made->columns.emplace_back(*column.name, *column.type, "");
+        }
+        return made;
+    }();
+    return shared;
+}
+
 constexpr RequestParser Parser = {PhonebookDAOXmlStartElement, PhonebookDAOXmlEndElement,
                                   PhonebookDAOXmlCharacterDataHandler, LogComponent,
                                   "Parsing a PhonebookDAO request '%s' failed."};
@@ -138,11 +146,8 @@ void PhonebookDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 PhonebookDAO::PhonebookDAO() : PhonebookDAO(nullptr) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter),
-      m_request(requestNames(), m_schemaName, m_requestContext, m_reason) {
-    m_tableName = PhoneBookTableName;
-    m_schemaName = PhoneBookSchema;
-}
+    : DataAccessObject(adapter, layout()),
+      m_request(requestNames(), m_schemaName, m_requestContext, m_reason) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter, std::vector<std::string> columnsToSkip)
     : PhonebookDAO(adapter) {
@@ -189,7 +194,7 @@ void PhonebookDAO::characters(const char* text, int length) {
 void PhonebookDAO::endElement(const char* name) {
     const int element = m_request.endElement(name);
     if (ListRequest::isEntry(name)) {
-        m_contacts.push_back({m_fields, 0});
+        m_contacts.push_back(m_fields);
     }
     if (element == ListRequest::NoField) {
         return;
@@ -204,13 +209,13 @@ void PhonebookDAO::endElement(const char* name) {
     m_request.addPair(*FieldColumns[place].name, DASUtils::convertToDBFormat(m_request.text()));
 }
 
-int PhonebookDAO::buildParams(PairList& params, const std::vector<Contact>& contacts) const {
+int PhonebookDAO::buildParams(PairList& params, const std::vector<Fields>& contacts) const {
     params.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
     if (contacts.empty()) {
         return 0;
     }
     for (std::size_t place = 0; place < FieldCount; ++place) {
-        if (contacts.front().fields[place].text.empty()) {
+        if (contacts.front()[place].text.empty()) {
             continue;
         }
         const Field& field = m_fields[place];
@@ -246,11 +251,6 @@ int PhonebookDAO::buildReadQuery(PairList& params) {
     return DASUtils::areResultColumns(m_resultColumns) ? buildParams(params, m_contacts) : 1;
 }
 
-bool PhonebookDAO::calculateIfReadAll(const std::string& table) const {
-    return m_resultColumns.empty() ? table == PhoneBookTableName
-                                   : DASUtils::columnIsInColumnList(table + ".*", m_resultColumns);
-}
-
 int PhonebookDAO::readRequest() {
     PairList params;
     if (m_dbAdapter == nullptr || buildReadQuery(params) != 0) {
@@ -260,7 +260,7 @@ int PhonebookDAO::readRequest() {
     // Only a read that names all columns hides what conversations show: kept on purpose, one
     // without ResultCols is how clients count everything.
     if (calculateIfReadAll(m_tableName) && !m_resultColumns.empty()) {
-        (void)DataAccessObject(m_dbAdapter, ConversationsTable::layout()).createMissingTable();
+        (void)ConversationsDAO(m_dbAdapter).createMissingTable();
         hidden.emplace_back("PHONE_BOOK.UniqueID",
                             "(SELECT CONVERSATIONS.PhonebookId FROM CONVERSATIONS)");
     }
@@ -350,49 +350,38 @@ int PhonebookDAO::insertContacts() {
         transaction = std::make_unique<TransactionGuard>(*m_dbAdapter);
     }
     int result = -1;
-    for (Contact& contact : m_contacts) {
-        result = insertContact(contact);
+    for (std::size_t place = 0; place < m_contacts.size(); ++place) {
+        result = insertContact(place);
     }
     // A batch that could not be committed is not there, whatever its last row said.
     const int ended = transaction != nullptr ? transaction->end() : 0;
     return result != 0 ? result : m_dbAdapter->convertSQLiteStatusToAdapterStatus(ended);
 }
 
-int PhonebookDAO::insertContact(Contact& contact) {
-    const std::string& number = contact.fields[NumberField].text;
+int PhonebookDAO::insertContact(std::size_t place) {
+    const Fields& fields = m_contacts[place];
+    const std::string& number = fields[NumberField].text;
     const bool isForm = number.empty() || DASUtils::isIdentifier(number);
-    if (!isForm || contact.fields[SurnameField].isPattern ||
-        contact.fields[FirstnameField].isPattern) {
+    if (!isForm || fields[SurnameField].isPattern || fields[FirstnameField].isPattern) {
         return 1;
     }
     std::vector<std::string> values;
     values.reserve(1 + FieldCount);
     values.push_back(DASUtils::convertToDBFormat(m_responseUser));
-    if (contact.assignedNumber != 0) {
-        values.push_back(ClientUtils::int64tos(contact.assignedNumber));
-    } else {
-        values.push_back(number.empty() ? nullValue : number);
-    }
-    for (std::size_t place = SurnameField; place < FieldCount; ++place) {
-        values.push_back(DASUtils::convertToDBFormat(contact.fields[place].text));
+    values.push_back(number.empty() ? m_numbers.valueOf(place) : number);
+    for (std::size_t field = SurnameField; field < FieldCount; ++field) {
+        values.push_back(DASUtils::convertToDBFormat(fields[field].text));
     }
     const int result = m_dbAdapter->insert(m_tableName, values, &m_lastNumber);
-    if (result == 0 && number.empty() && contact.assignedNumber == 0) {
-        keepNumber(contact, m_lastNumber);
+    if (result == 0 && number.empty()) {
+        m_numbers.keep(place, m_lastNumber);
     }
     return result;
 }
 
-void PhonebookDAO::keepNumber(Contact& contact, long long number) {
-    // Numbers only grow, unless a full disk took the transaction back: then the entries whose
-    // numbers are given anew were lost with it, and must not replace those that have them now.
-    if (number <= m_highestNumber) {
-        for (Contact& other : m_contacts) {
-            other.assignedNumber = other.assignedNumber >= number ? 0 : other.assignedNumber;
-        }
-    }
-    contact.assignedNumber = number;
-    m_highestNumber = number;
+const std::vector<std::string>& PhonebookDAO::elements() {
+    static const std::vector<std::string> names = elementNames();
+    return names;
 }
 
 std::string PhonebookDAO::schemaName() {
@@ -408,7 +397,7 @@ std::string PhonebookDAO::responseData() {
     }
     return responseDataHelper(m_responseReason, m_requestContext,
                               DASUtils::unescapeSqlReservedCharacters(m_responseUser),
-                              m_resultColumns, m_resultRows, answerNames(), true);
+                              m_resultColumns, m_resultRows, elements(), true);
 }
 
 bool PhonebookDAO::tagIsInVector(std::string tag, std::vector<std::string>& tags) {
@@ -427,13 +416,13 @@ int PhonebookDAO::createTable(std::vector<std::string> columnsToSkip) {
     if (tagIsInVector(*UserColumn.name, columnsToSkip)) {
         DAS_LOG(2, "createTable - UserContextTagName cannot be skipped");
     }
-    PairList columns = {{*UserColumn.name, *UserColumn.type}};
-    for (const Column& column : FieldColumns) {
-        if (!tagIsInVector(*column.name, columnsToSkip)) {
-            columns.emplace_back(*column.name, *column.type);
+    PairList made;
+    for (const auto& column : columns()) {
+        if (column.name == *UserColumn.name || !tagIsInVector(column.name, columnsToSkip)) {
+            made.emplace_back(column.name, column.type);
         }
     }
-    return m_dbAdapter->createTable(m_tableName, columns);
+    return m_dbAdapter->createTable(m_tableName, made);
 }
 
 int PhonebookDAO::createPhonenumberIndices() {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "AssignedNumbers.h"
 #include "DataAccessObject.h"
 #include "ListRequest.h"
 
@@ -79,12 +80,13 @@ public:
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
 
+    /// The elements of answers, by column of the table; the user has none.
+    static const std::vector<std::string>& elements();
+
     /// Whether @p tag is one of @p tags. Exact comparison.
     bool tagIsInVector(std::string tag, std::vector<std::string>& tags);
     /// Creates the table without the columns named; the user can't be left out.
     int createTable(std::vector<std::string> columnsToSkip);
-    /// Whether a read gives whole rows of @p table: by no ResultCols at all, or by "TABLE.*".
-    bool calculateIfReadAll(const std::string& table) const;
 
     int rowCountRequest();
     /// Deletes the user's contacts that the entry describes, all without an entry. 1 for a pattern.
@@ -108,29 +110,23 @@ private:
     };
     using Fields = std::array<Field, FieldCount>;
 
-    struct Contact {
-        Fields fields;
-        long long assignedNumber = 0;  ///< number that a write gave it; 0 for none
-    };
-
     int writeWithTable();
     int insertContacts();
-    int insertContact(Contact& contact);
-    void keepNumber(Contact& contact, long long number);
+    int insertContact(std::size_t place);
     int search(const char* logLine);
     /// Conditions from user and entries. The test whether a field counts looks at the first entry,
     /// and the value is that of the last: kept on purpose, with one entry they agree.
-    int buildParams(PairList& params, const std::vector<Contact>& contacts) const;
+    int buildParams(PairList& params, const std::vector<Fields>& contacts) const;
     int buildReadQuery(PairList& params);
     void extractResultColumns();
     std::vector<std::string> columnsToRead() const;
 
     ListRequest m_request;
     Fields m_fields;  ///< of the entry in progress, or the last one
-    std::vector<Contact> m_contacts;
+    std::vector<Fields> m_contacts;
+    AssignedNumbers m_numbers;
     std::string m_count;
     long long m_lastNumber = 0;
-    long long m_highestNumber = 0;  ///< of those that writes assigned
 };
 
 #endif

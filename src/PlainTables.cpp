@@ -8,36 +8,13 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "HardwareVersion.h"
+#include "KeyIds.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
 using PlainTables::DefaultKeys;
 using PlainTables::KeyFunction;
-
-// Key ids --------------------------------------------------------------------------------------
-
-struct IdRange {
-    int first;
-    int last;
-};
-
-const IdRange NormalKeyRanges[] = {{32, 32},   {100, 115}, {300, 317},
-                                   {500, 517}, {700, 717}, {900, 917}};
-const IdRange AllKeyRanges[] = {{32, 32},   {100, 115}, {200, 215},  {300, 317},
-                                {400, 417}, {500, 517}, {600, 617},  {700, 717},
-                                {800, 817}, {900, 917}, {1000, 1017}};
-
-template <std::size_t N>
-std::vector<std::string> idTexts(const IdRange (&ranges)[N]) {
-    std::vector<std::string> texts;
-    for (const IdRange& range : ranges) {
-        for (int id = range.first; id <= range.last; ++id) {
-            texts.push_back(ClientUtils::itos(id));
-        }
-    }
-    return texts;
-}
 
 // Default keys of the models ---------------------------------------------------------------------
 
@@ -123,12 +100,12 @@ struct PlainTable {
     const std::string* schema;
     const std::string* table;
     RowIds rowIds;
-    IdRange range;                     ///< for RowIds::Range
+    KeyIds::Range range;               ///< for RowIds::Range
     std::vector<PlainColumn> columns;  ///< behind UserContext and Id
     bool hasDefaultRowsPerUser = false;
 };
 
-const IdRange NoRange = {0, -1};
+const KeyIds::Range NoRange = {0, -1};
 
 const PlainTable Tables[] = {
     {&AbbreviatedDiallingSchema,
@@ -257,8 +234,7 @@ std::vector<std::string> rowIdsOf(const PlainTable& table, const KeyHardware& ha
         case RowIds::Range:
             break;
     }
-    const IdRange range[] = {table.range};
-    return idTexts(range);
+    return KeyIds::texts({table.range});
 }
 
 /// One default for each key: that of the model's keys, or @p otherwise. A model's key that is not
@@ -336,16 +312,6 @@ KeyHardware KeyHardware::ofThisDevice() {
     hardware.subPlatform1 = HardwareVersion::getHWSubPlatformVariant() == 1;
     hardware.isVX100Any = HardwareVersion::is_VX100_any();
     return hardware;
-}
-
-const std::vector<std::string>& PlainTables::normalKeys() {
-    static const std::vector<std::string> ids = idTexts(NormalKeyRanges);
-    return ids;
-}
-
-const std::vector<std::string>& PlainTables::allKeys() {
-    static const std::vector<std::string> ids = idTexts(AllKeyRanges);
-    return ids;
 }
 
 const DefaultKeys& PlainTables::defaultFeatureKeys(const KeyHardware& hardware) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "DataAccessObject.h"
+#include "KeyIds.h"
 
 /// What decides the default keys of a model. Read once from HardwareVersion.
 struct KeyHardware {
@@ -34,10 +35,8 @@ struct KeyFunction {
 /// A key of a model that has a function from the start: key id and function.
 using DefaultKeys = std::vector<std::pair<const char*, KeyFunction>>;
 
-/// Ids of the keys of the telephone and its modules, without the shifted levels.
-const std::vector<std::string>& normalKeys();
-/// Ids of all keys, shifted levels included; ascending as numbers.
-const std::vector<std::string>& allKeys();
+using KeyIds::allKeys;
+using KeyIds::normalKeys;
 
 /// The keys that have a function in the default rows of the feature keys; none for most models.
 /// Asks HardwareVersion for the models that @p hardware does not tell.

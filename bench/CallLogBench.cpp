@@ -1,0 +1,297 @@
+// The call log: rows of missed calls whose ten places are filled, and the contacts of their
+// numbers, which the number search has its indices for.
+
+#include "Bench.h"
+
+namespace {
+
+using namespace Bench;
+
+const char* const missedSchema = "CallLogMissedCalls";
+const char* const joinedSchema = "CallLogAndPhoneBook";
+const char* const conversationsSchema = "Conversations";
+const std::string lookForCalls = "SELECT * FROM CALL_LOG;";
+const std::string lookForContacts = "SELECT * FROM PHONE_BOOK;";
+const std::string lookForConversations = "SELECT * FROM CONVERSATIONS;";
+
+constexpr std::size_t places = 10;
+constexpr std::size_t rowWidth = 139;
+
+/// A field of a call, with the cells of its first and its second place.
+struct Field {
+    Tags tags;
+    const char* stem;
+    std::size_t firstCell;
+    std::size_t secondCell;
+};
+
+/// What an answer shows of a missed call.
+const std::vector<Field> shownFields = {
+    {Tags("MornetTStimeFormat"), "MornetTStimeFormat", 8, 17},
+    {Tags("Number"), "Number", 9, 18},
+    {Tags("NumberType"), "NumberType", 10, 19},
+    {Tags("ConnectedNumber"), "AuxiliaryNumber", 11, 20},
+    {Tags("ConnectedNumberType"), "AuxiliaryNumberType", 12, 21},
+    {Tags("ConnectedSurname"), "AuxSurname", 13, 22},
+    {Tags("ConnectedFirstName"), "AuxFirstName", 14, 23},
+    {Tags("TimeDate"), "TimeDate", 15, 24},
+    {Tags("CompletedElsewhere"), "CompletedElsewhere", 109, 110},
+    {Tags("GroupName"), "GroupName", 119, 120},
+    {Tags("GroupNumber"), "GroupNumber", 129, 130},
+};
+/// Those that it does not show stand between these in a statement.
+const char* const duration = "Duration";
+const char* const resolvedNumber = "ResolvedNumber";
+constexpr std::size_t fieldsInFrontOfDuration = 8;
+
+const std::vector<Tags> rowTags =
+    tagsOf({"UniqueId", "Category", "EntryId", "Surname", "Firstname", "Picture", "Viewed"});
+const Tags groupTags("JSGroupBy");
+constexpr std::size_t groupCell = 108;
+
+const std::vector<Tags> contactTags =
+    tagsOf({"UserContext", "UniqueID", "Surname",    "Firstname",     "Office",
+            "Mobile",      "Private",  "Email",      "Group",         "DefaultNumber",
+            "Company",     "Office2",  "Address",    "Address2",      "JobFunction",
+            "VoiceDial",   "Picture",  "ExternalID", "ContactSource", "SpeedDialID"});
+constexpr std::size_t surnameCell = 2;
+
+std::string numberOf(int contact) {
+    return "+49891" + std::to_string(100000 + contact);
+}
+
+/// The values of a call in the order of shownFields.
+Texts callOf(int row, std::size_t place) {
+    return {"1",
+            numberOf(row),
+            "2",
+            "",
+            "0",
+            "",
+            "",
+            "2014-03-" + std::to_string(31 - row % 20) + "T1" + std::to_string(place) + ":15:30",
+            "false",
+            "Service",
+            "4711"};
+}
+
+std::string entryOf(int row) {
+    std::string entry = "<Entry><EntryId>E" + std::to_string(row) +
+                        "</EntryId><Surname>Surname</Surname><Firstname>First</Firstname>"
+                        "<Viewed>false</Viewed><LogList>";
+    for (std::size_t place = 0; place < places; ++place) {
+        const Texts call = callOf(row, place);
+        entry += "<Item>";
+        for (std::size_t i = 0; i < call.size(); ++i) {
+            entry += shownFields[i].tags.start + call[i] + shownFields[i].tags.end;
+        }
+        entry += "<Duration>0</Duration></Item>";
+    }
+    return entry + "</LogList></Entry>";
+}
+
+std::string insertOf(int row) {
+    std::string names =
+        "UserContext, UniqueId, Category, EntryId, Surname, Firstname, PictureClip, Viewed, "
+        "JSGroupBy";
+    std::string values = "'base', NULL, 'Missed', 'E" + std::to_string(row) +
+                         "', 'Surname', 'First', '', 'false', ''";
+    for (std::size_t place = 0; place < places; ++place) {
+        const Texts call = callOf(row, place);
+        const auto add = [&](const std::string& stem, const std::string& value) {
+            names += ", " + stem + std::to_string(place);
+            values += ", '" + value + "'";
+        };
+        for (std::size_t i = 0; i < call.size(); ++i) {
+            if (i == fieldsInFrontOfDuration) {
+                add(duration, "0");
+                add(resolvedNumber, "");
+            }
+            add(shownFields[i].stem, call[i]);
+        }
+    }
+    return "INSERT OR REPLACE INTO CALL_LOG (" + names + ") VALUES (" + values + ");";
+}
+
+std::string allEntries(int count, std::string (*entry)(int)) {
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        all += entry(i);
+    }
+    return all;
+}
+
+std::string contactOf(int contact) {
+    return "<Entry><Surname>Surname</Surname><Firstname>First</Firstname><Office>" +
+           numberOf(contact) + "</Office><Mobile>" + numberOf(contact + 500000) +
+           "</Mobile></Entry>";
+}
+
+std::string conversationOf(int row) {
+    const std::string number = std::to_string(row + 1);
+    return "<Entry><PhonebookId>" + number + "</PhonebookId><CallLogId>" + number +
+           "</CallLogId></Entry>";
+}
+
+/// An operation on a hundred rows of missed calls.
+Operation operationOn(int contacts, const std::string& name, Limit limit) {
+    Operation operation;
+    operation.name = "CallLog/" + name;
+    operation.limit = limit;
+    operation.prepare = [contacts](DataAccessService& service) {
+        (void)service.processRequest(
+            message(missedSchema, "write_request", allEntries(100, entryOf)));
+        if (contacts > 0) {
+            (void)service.processRequest(
+                message("PhoneBook", "write_request", allEntries(contacts, contactOf)));
+            (void)service.createPhonenumberIndices();
+            (void)service.processRequest(message(conversationsSchema, "read_request", ""));
+        }
+    };
+    return operation;
+}
+
+void append(std::string& answer, const Tags& tags, const std::string& cell) {
+    answer += tags.start;
+    answer += cell;
+    answer += tags.end;
+}
+
+void appendMissedCalls(std::string& answer, const Texts& row, std::size_t offset) {
+    for (std::size_t i = 0; i < rowTags.size(); ++i) {
+        append(answer, rowTags[i], row[offset + 1 + i]);
+    }
+    answer += "<LogList>";
+    for (std::size_t place = 0; place < places; ++place) {
+        answer += "<Item>";
+        for (const Field& field : shownFields) {
+            append(answer, field.tags,
+                   row[offset + field.firstCell + place * (field.secondCell - field.firstCell)]);
+        }
+        answer += "</Item>";
+    }
+    answer += "</LogList>";
+    append(answer, groupTags, row[offset + groupCell]);
+}
+
+void appendContact(std::string& answer, const Texts& row, std::size_t firstColumn) {
+    for (std::size_t i = firstColumn; i < contactTags.size(); ++i) {
+        append(answer, contactTags[i], row[rowWidth + i]);
+    }
+}
+
+/// The answer to a read whose entries @p appendRow makes.
+template <typename AppendRow>
+std::string answerOf(const char* schema, const char* reason, const Rows& rows,
+                     AppendRow appendRow) {
+    std::string answer = plainAnswer(schema, reason);
+    const std::string end = "</Schema>";
+    answer.resize(answer.size() - end.size());
+    for (const auto& row : rows) {
+        answer += "<Entry>";
+        appendRow(answer, row);
+        answer += "</Entry>";
+    }
+    return answer += end;
+}
+
+Operation writeFullRow() {
+    Operation operation = operationOn(0, "WriteFullRow", {1.2, 0, 1.5});
+    operation.reset = [](int) { return Texts{"DELETE FROM CALL_LOG WHERE UniqueId > 100;"}; };
+    operation.request = [](int round) {
+        return message(missedSchema, "write_request", entryOf(100 + round));
+    };
+    operation.statements = [](int round) {
+        return Texts{"BEGIN TRANSACTION;", insertOf(100 + round), "END TRANSACTION;"};
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        for (const std::string& statement : sql) {
+            db.run(statement);
+        }
+        return message(missedSchema, "write_response",
+                       "<Entry><UniqueId>" + db.lastNumber() + "</UniqueId></Entry>");
+    };
+    return operation;
+}
+
+Operation readMissedCalls() {
+    Operation operation = operationOn(0, "Read100MissedCalls", {1.2, 0, 1.2});
+    operation.request = [](int) { return message(missedSchema, "read_request", ""); };
+    operation.statements = [](int) {
+        return Texts{lookForCalls,
+                     "SELECT * FROM CALL_LOG WHERE Category = 'Missed' AND UserContext = 'base';"};
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        db.prepare(sql[0]);
+        return answerOf(
+            missedSchema, "read_response", db.rows(sql[1]),
+            [](std::string& answer, const Texts& row) { appendMissedCalls(answer, row, 0); });
+    };
+    return operation;
+}
+
+Operation readJoined(int contacts, const std::string& name) {
+    Operation operation = operationOn(contacts, name, {1.2, 0, 1.2});
+    operation.request = [](int) { return message(joinedSchema, "read_request", ""); };
+    operation.statements = [](int) {
+        return Texts{
+            lookForCalls, lookForConversations, lookForContacts,
+            "SELECT * FROM CALL_LOG LEFT JOIN PHONE_BOOK ON ( PHONE_BOOK.Office = CALL_LOG.Number0 "
+            "        OR         PHONE_BOOK.Office2 = CALL_LOG.Number0         OR         "
+            "PHONE_BOOK.Mobile = CALL_LOG.Number0        OR         PHONE_BOOK.Private = "
+            "CALL_LOG.Number0 )        AND PHONE_BOOK.UserContext = 'base'        AND "
+            "CALL_LOG.Number0 <> '' WHERE CALL_LOG.UserContext = 'base' AND CALL_LOG.UniqueId NOT "
+            "IN (SELECT CONVERSATIONS.CallLogId FROM CONVERSATIONS) GROUP BY CALL_LOG.UniqueId "
+            "ORDER BY CALL_LOG.TimeDate0 DESC;"};
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            db.prepare(sql[i]);
+        }
+        return answerOf(joinedSchema, "read_response", db.rows(sql[3]),
+                        [](std::string& answer, const Texts& row) {
+                            appendMissedCalls(answer, row, 0);
+                            appendContact(answer, row, 0);
+                        });
+    };
+    return operation;
+}
+
+Operation readConversations() {
+    Operation operation = operationOn(1000, "Read100JoinedConversations", {1.2, 0, 1.2});
+    operation.prepare = [prepare = operation.prepare](DataAccessService& service) {
+        prepare(service);
+        (void)service.processRequest(
+            message(conversationsSchema, "write_request", allEntries(100, conversationOf)));
+    };
+    operation.request = [](int) {
+        return message(conversationsSchema, "read_request",
+                       "<ResultCols>CALL_LOG.* PHONE_BOOK.*</ResultCols>");
+    };
+    operation.statements = [](int) {
+        return Texts{lookForConversations, lookForCalls, lookForContacts,
+                     "SELECT CALL_LOG.*, PHONE_BOOK.* FROM CONVERSATIONS     INNER JOIN CALL_LOG"
+                     "        ON CONVERSATIONS.CallLogId = CALL_LOG.UniqueID"
+                     "    INNER JOIN PHONE_BOOK"
+                     "        ON CONVERSATIONS.PhonebookId = PHONE_BOOK.UniqueID"
+                     " WHERE CONVERSATIONS.UserContext = 'base' ORDER BY CALL_LOG.TimeDate0 DESC;"};
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            db.prepare(sql[i]);
+        }
+        return answerOf(conversationsSchema, "read_response_with_join", db.rows(sql[3]),
+                        [](std::string& answer, const Texts& row) {
+                            appendMissedCalls(answer, row, 0);
+                            appendContact(answer, row, surnameCell);
+                        });
+    };
+    return operation;
+}
+
+const Registration registration({writeFullRow(), readMissedCalls(),
+                                 readJoined(1000, "Read100JoinedWith1000Contacts"),
+                                 readJoined(10000, "Read100JoinedWith10000Contacts"),
+                                 readConversations()});
+
+}  // namespace

@@ -1,0 +1,259 @@
+#include <sys/stat.h>
+
+#include "DASMigrator.h"
+#include "DataFiles.h"
+#include "GenConfigDeviceDataItems.h"
+#include "GeneralConfigurationDAO.h"
+#include "RecordingAdapter.h"
+
+namespace {
+
+class DASUtilsFilesTest : public AdapterTest {
+protected:
+    void SetUp() override {
+        sql("CREATE TABLE T (Id INTEGER PRIMARY KEY, A TEXT, B TEXT)");
+        sql("INSERT INTO T VALUES (1, 'a', 'b,c'), (5, 'o''clock', '')");
+        m_rows = sql("SELECT * FROM T");
+    }
+    void TearDown() override { GenConfigDeviceDataItems::clearDeviceItemMap(); }
+
+    void put(const std::string& text) { writeFile(onDevice(m_path), text); }
+    std::string file(const std::string& path) { return readFile(onDevice(path)); }
+    bool exists(const std::string& path) { return std::filesystem::exists(onDevice(path)); }
+    bool write(const PairList& conditions) {
+        return DASUtils::readAllItemsFromTableAndWriteToFile(&m_adapter, "T", m_path, conditions);
+    }
+    bool writeColumns(const std::vector<std::string>& columns) {
+        return DASUtils::readFromTableAndWriteToFileWithColumns(&m_adapter, "T", m_path, {},
+                                                                columns);
+    }
+    bool apply(const std::string& table, const std::vector<std::string>& columns) {
+        return DASUtils::updateItemsInTableWithValuesFromFile(&m_adapter, table, columns, m_path);
+    }
+
+    const std::string m_path = "/tmp/file.csv";
+    const std::string m_scratch = "/Aurel_Deploy/DasTemporaryLogValues.csv";
+    const PairList m_wider = {
+        {"C", "TEXT"}, {"Id", "INTEGER PRIMARY KEY"}, {"A", "TEXT"}, {"B", "TEXT"}};
+    Rows m_rows;
+};
+
+}  // namespace
+
+TEST_F(DASUtilsFilesTest, ATableIsWrittenWholeOrByConditionsOrByColumns) {
+    EXPECT_TRUE(write({}));
+    EXPECT_EQ(file(m_path), "1,a,b\\,c\n5,o'clock,\n");
+    for (const char* text : {"Opening /tmp/file.csv for writing", "Reading table T",
+                             "Reading complete - 2 items found in table"}) {
+        EXPECT_TRUE(m_log.has(5, text));
+    }
+    EXPECT_TRUE(write({{"Id", "5"}}));
+    EXPECT_EQ(file(m_path), "5,o'clock,\n");
+    EXPECT_TRUE(writeColumns({"B", "Id"}));
+    EXPECT_EQ(file(m_path), "B,Id\nb\\,c,1\n,5\n");
+    sql("DELETE FROM T");
+    EXPECT_TRUE(write({}));
+    EXPECT_EQ(file(m_path), "");
+}
+
+TEST_F(DASUtilsFilesTest, AnOlderFileStaysWhenATableCannotBeWritten) {
+    put("older\n");
+    EXPECT_FALSE(writeColumns({"B", "X"}));
+    EXPECT_FALSE(write({{"X", "1"}}));
+    EXPECT_FALSE(DASUtils::readAllItemsFromTableAndWriteToFile(nullptr, "T", m_path, {}));
+    {
+        FileSizeLimit limit(6);
+        EXPECT_FALSE(write({}));
+    }
+    EXPECT_EQ(file(m_path), "older\n");
+    EXPECT_EQ(m_log.count("Table T is not written to /tmp/file.csv"), 4);
+    EXPECT_FALSE(DASUtils::readAllItemsFromTableAndWriteToFile(&m_adapter, "T", "/no/file", {}));
+    EXPECT_TRUE(m_log.has(5, "error opening /no/file"));
+}
+
+TEST_F(DASUtilsFilesTest, RowsAreReadBackByTheNamesOfTheFirstLine) {
+    struct {
+        const char* text;
+        bool result;
+        Rows rows;
+    } const cases[] = {
+        {"Id,A,B\n1,a,b\\,c\n\n5,o'clock,", true, m_rows},
+        {"B,Id,A\n\"b\",7,a", true, {{"7", "a", "\"b\""}}},
+        {"A,Old,B\na,gone,b", true, {{"1", "a", "b"}}},
+        {"A,A,B\na,second,b", true, {{"1", "a", "b"}}},
+        {"Id,A\n,first\n,second\n", true, {{"1", "first", ""}, {"2", "second", ""}}},
+        {"Id,A\n1\n2,a,b\n3,c\nx,y\n", false, {{"3", "c", ""}}},
+        {"A); DROP TABLE T; --,B\nx,b", true, {{"1", "", "b"}}},
+        {"Old\nx", false, {}},
+        {"", false, {}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.text);
+        sql("DELETE FROM T");
+        put(each.text);
+        EXPECT_EQ(DASUtils::recreateTableFromFile(&m_adapter, "T", m_path), each.result);
+        EXPECT_EQ(sql("SELECT * FROM T"), each.rows);
+        EXPECT_TRUE(lockIsFree(m_adapter));
+    }
+    EXPECT_FALSE(DASUtils::recreateTableFromFile(&m_adapter, "T", "/tmp"));
+    EXPECT_FALSE(DASUtils::recreateTableFromFile(nullptr, "T", m_path));
+}
+
+TEST_F(DASUtilsFilesTest, NewColumnsComeByARebuildThatKeepsTheRows) {
+    PairList columns = m_wider;
+    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 1);
+    EXPECT_EQ(columns, m_wider);
+    EXPECT_EQ(sql("SELECT Id, A, B FROM T"), m_rows);
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM pragma_table_info('T')"), "4");
+    EXPECT_TRUE(m_log.has(5, "updateTableInDatabase( TableName=T )"));
+    EXPECT_FALSE(exists(m_scratch));
+    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 0);
+    PairList none;
+    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", none), 0);
+    sql("DELETE FROM T");
+    columns.emplace_back("D", "TEXT");
+    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 1);
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM pragma_table_info('T')"), "5");
+}
+
+TEST_F(DASUtilsFilesTest, ARebuildThatFailsLeavesTheTableAndTheFileWithItsRows) {
+    struct {
+        const char* statement;
+        bool fileStays;
+        const char* log;
+    } const cases[] = {
+        {"BEGIN", false, ""},
+        {"SELECT * FROM T;", false, "Table T is not written to"},
+        {"DROP", true,
+         "CallLogDAO::updateCallLogTableDatabas - FAILED to drop CallLog Table from "
+         "phone.db"},
+        {"CREATE", true, ""},
+        {"'o''clock'", true, ""},
+        {"END", true, ""},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.statement);
+        std::filesystem::remove(onDevice(m_scratch));
+        m_log.clear();
+        m_adapter.intercept = failing(each.statement, 1, SQLITE_IOERR);
+        PairList columns = m_wider;
+        EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 2);
+        m_adapter.intercept = {};
+        EXPECT_EQ(sql("SELECT * FROM T"), m_rows);
+        EXPECT_EQ(exists(m_scratch) ? file(m_scratch) : "",
+                  each.fileStays ? "Id,A,B\n1,a,b\\,c\n5,o'clock,\n" : "");
+        EXPECT_TRUE(m_log.has(each.log));
+        EXPECT_EQ(m_adapter.executeNonQuery("BEGIN; END;"), 0);
+        EXPECT_TRUE(lockIsFree(m_adapter));
+    }
+    struct stat status {};
+    EXPECT_EQ(::stat(onDevice(m_scratch).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST_F(DASUtilsFilesTest, ARebuildLosesNoRowThatTheFormatOrThePlaceDoesNotCarry) {
+    PairList columns = m_wider;
+    sql("UPDATE T SET A = 'two' || char(10) || 'lines' WHERE Id = 5");
+    m_rows = sql("SELECT * FROM T");
+    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 2);
+    EXPECT_EQ(sql("SELECT * FROM T"), m_rows);
+    std::filesystem::remove_all(onDevice("/Aurel_Deploy"));
+    sql("UPDATE T SET A = 'x'");
+    m_rows = sql("SELECT * FROM T");
+    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 2);
+    EXPECT_EQ(sql("SELECT * FROM T"), m_rows);
+    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "MISSING", columns), 2);
+    EXPECT_EQ(DASUtils::updateTableInDatabase(nullptr, "T", columns), 2);
+    EXPECT_EQ(m_log.count("updateTableInDatabase failed to createColumnNameListFromDbFile"), 2);
+}
+
+TEST_F(DASUtilsFilesTest, ASettingOfAFileIsUpdatedOrInserted) {
+    GenConfigDeviceDataItems::initialiseDeviceItemMap({{"Net", {{"Address"}, {}}}});
+    for (const char* key : {"", ", PRIMARY KEY( Schema, UserContext, Name )"}) {
+        SCOPED_TRACE(key);
+        sql("DROP TABLE IF EXISTS GENERAL_CONFIG");
+        sql(std::string("CREATE TABLE GENERAL_CONFIG (Schema TEXT, UserContext TEXT, Name TEXT, "
+                        "Value TEXT") +
+            key + ")");
+        sql("INSERT INTO GENERAL_CONFIG VALUES ('Net', '', 'Address', 'old'), "
+            "('Net', 'visitor', 'Mask', 'old'), ('It''s', 'base', 'X', 'old')");
+        put("# Net,base,Mask,comment\n"
+            "Net,Address,1\\,2\n"       // of the device
+            "Net,Mask,3\n"              // of a user
+            "Net,visitor,Mask,new\n"    // as it says
+            "It's,base,X,o'clock\n\n"   //
+            "Net,,Gateway,\n"           //
+            "Net,Address\na,b,c,d,e");  // neither three nor four
+        EXPECT_FALSE(apply("GENERAL_CONFIG", {}));
+        EXPECT_EQ(sql("SELECT * FROM GENERAL_CONFIG ORDER BY Schema, UserContext, Name"),
+                  (Rows{{"It's", "base", "X", "o'clock"},
+                        {"Net", "", "Address", "1,2"},
+                        {"Net", "", "Gateway", ""},
+                        {"Net", "base", "Mask", "3"},
+                        {"Net", "visitor", "Mask", "new"}}));
+    }
+    EXPECT_EQ(m_log.count("csv file entry must be 3 or 4 parameters:"), 4);
+    sql("DROP TABLE GENERAL_CONFIG");
+    EXPECT_FALSE(apply("GENERAL_CONFIG", {}));
+}
+
+TEST_F(DASUtilsFilesTest, ValuesOfAFileBecomeRowsOfOtherTables) {
+    sql("DELETE FROM T");
+    put("x,,o'clock\n#y,7,\nshort,8\nlong,9,,\nz,no number,\n");
+    EXPECT_FALSE(apply("T", {"A", "Id", "B"}));
+    EXPECT_EQ(sql("SELECT * FROM T"), (Rows{{"1", "x", "o'clock"}, {"7", "#y", ""}}));
+    EXPECT_TRUE(m_log.has(2, "A line of 2 fields for 3 columns is skipped"));
+    put("x,y\n");
+    EXPECT_FALSE(apply("T", {"A", "X"}));
+    EXPECT_TRUE(m_log.has(2, "/tmp/file.csv: line 1 is not stored: no column X in table T"));
+    EXPECT_TRUE(apply("T", {"A", "B"}));
+    EXPECT_FALSE(DASUtils::updateItemsInTableWithValuesFromFile(&m_adapter, "T", {}, "/no/file"));
+    EXPECT_TRUE(m_log.has(5, "error opening /no/file"));
+    EXPECT_TRUE(lockIsFree(m_adapter));
+}
+
+TEST_F(DASUtilsFilesTest, ALoadInsideATransactionIsTakenBackWithIt) {
+    put("x,y\n");
+    TransactionGuard transaction(m_adapter);
+    EXPECT_TRUE(DASUtils::updateItemsInTransaction(m_adapter, "T", {"A", "B"}, m_path));
+    transaction.rollBack();
+    EXPECT_EQ(sql("SELECT * FROM T"), m_rows);
+}
+
+TEST_F(ServiceTest, AFileOfSettingsChangesWhatIsKnownOfThem) {
+    const std::string path = "/Aurel_Deploy/DasUpdateValues.csv";
+    GeneralConfigurationDAO dao(service().getAdapter());
+    for (const char* count : {"0", "1"}) {
+        std::string found;
+        EXPECT_EQ(dao.getRowCountForItemWithContextInSchema("New", "base", found), 0);
+        EXPECT_EQ(found, count);
+        writeFile(onDevice(path), ",base,New,8\n");
+        DASMigrator::updateGeneralConfigTable(&service(), {}, path);
+    }
+    EXPECT_FALSE(m_log.has("Not every value"));
+    DASMigrator::updateGeneralConfigTable(nullptr, {}, path);
+    EXPECT_TRUE(m_log.has(2, "Not every value of " + path + " is applied"));
+}
+
+TEST_F(ServiceTest, DoorsOfDataFilesLogAndAnswerTrue) {
+    const auto all = static_cast<eUserCategory>(7);
+    DataAccessService unstarted;
+    for (DataAccessService* each : {&unstarted, &service()}) {
+        const bool started = each != &unstarted;
+        m_log.clear();
+        EXPECT_EQ(each->exportData("FeatureKeys", base, "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", base, "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", visitor, "F"), started);
+        EXPECT_EQ(each->importData("FeatureKeys", all, "F"), started);
+        EXPECT_TRUE(m_log.has(5,
+                              "export data, schema = FeatureKeys, for users = 0, location to "
+                              "export to = F"));
+        for (const char* what :
+             {"import data", "import new base data", "import new visitor data"}) {
+            const std::string line = ", schema = FeatureKeys, location to import from = F";
+            EXPECT_EQ(m_log.has(5, what + line), started);
+        }
+        EXPECT_EQ(m_log.count("import"), started ? 3 : 0);
+    }
+}
