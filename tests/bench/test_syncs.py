@@ -15,7 +15,7 @@ COUNT = "SELECT COUNT(*) FROM FEATURE_KEYS"
 ROW = " WHERE UserContext = 'base' AND Id = 100"
 STATEMENTS = [COUNT, COUNT + ROW, COUNT, f"UPDATE FEATURE_KEYS SET Label = 'bare'{ROW};"]
 GROUPS = "CallGroup WHERE UserContext = 'visitor'"
-WIPE = ["BEGIN", f"DELETE FROM {GROUPS}", *(
+WIPE = [f"DELETE FROM {GROUPS}", "BEGIN", f"DELETE FROM {GROUPS}", *(
     f"INSERT INTO CallGroup VALUES ('visitor', '{group}', '', '')" for group in range(1, 17)), "END"]
 SETTING = "GENERAL_CONFIG VALUES ('MobilitySettings', '', "
 VISITOR = ["UPDATE GENERAL_CONFIG SET Value = 'visitor' WHERE Name = 'MobilityCurrentUser'",
