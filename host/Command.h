@@ -26,5 +26,8 @@ public:
 };
 
 std::unique_ptr<Command> makeRequestCommand();
+std::unique_ptr<Command> makeCallCommand();
+std::unique_ptr<Command> makeServeCommand();
+std::unique_ptr<Command> makeWatchCommand();
 
 #endif

@@ -11,10 +11,17 @@
 
 #include "Answers.h"
 #include "Command.h"
+#include "Connection.h"
+#include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
 #include "HostOptions.h"
+#include "LineCutter.h"
 #include "Log.h"
+#include "Method.h"
+#include "Output.h"
 #include "ServiceHost.h"
+#include "SocketConnection.h"
+#include "Utf8.h"
 
 namespace {
 
@@ -71,25 +78,87 @@ void tell(const std::string& subject, int error) {
     std::cerr << "das: " << subject << ": " << std::generic_category().message(error) << std::endl;
 }
 
-/// Sends messages to a started service and writes each answer as it comes.
-class Conversation {
+/// Whoever answers messages: the service of this process, or a running host.
+class Answerer {
 public:
-    explicit Conversation(ServiceHost& host) : m_host(host) {}
+    virtual ~Answerer() = default;
 
-    /// Sends all of @p source. False when there is no use in going on.
-    bool send(const Source& source) {
-        return source.isStandardInput ? sendLines() : sendMessage(source.text);
+    /// False when there is nobody left to answer.
+    [[nodiscard]] virtual bool answer(const std::string& message, std::string& answer) = 0;
+};
+
+class LocalAnswerer : public Answerer {
+public:
+    explicit LocalAnswerer(DataAccessServiceIfc& service) : m_service(service) {}
+
+    bool answer(const std::string& message, std::string& answer) override {
+        try {
+            answer = m_service.processRequest(message.c_str(), static_cast<int>(message.size()));
+        } catch (const std::exception& failure) {
+            logAppUni("das", "./host/RequestCommand", 2, __LINE__,
+                      "A request ended with an exception: %s", failure.what());
+            answer = Answers::failureFor(message);
+        }
+        return true;
     }
 
-    int exitStatus() const { return m_exitStatus; }
+private:
+    DataAccessServiceIfc& m_service;
+};
+
+class RemoteAnswerer : public Answerer {
+public:
+    explicit RemoteAnswerer(Connection& connection) : m_connection(connection) {}
+
+    bool answer(const std::string& message, std::string& answer) override {
+        answer = Answers::failureFor(message);
+        const std::string call = Connection::toCall(Connection::requestOf(message));
+        if (!Utf8::isValid(message) || call.size() > LineCutter::MessageLimit) {
+            std::cerr << "das: a message that the host would not take is not sent" << std::endl;
+            return true;
+        }
+        Method reply;
+        std::string text;
+        if (!m_connection.call(call, reply)) {
+            return false;
+        }
+        // An exception in the host's service is answered without the schema.
+        if (reply.getStringParameter("Response", text) &&
+            text != DASUtilsStrings::FailureResponse) {
+            answer = std::move(text);
+        }
+        return true;
+    }
+
+private:
+    Connection& m_connection;
+};
+
+/// Has messages answered and writes each answer as it comes.
+class Conversation {
+public:
+    Conversation(Answerer& answerer, Output& output) : m_answerer(answerer), m_output(output) {}
+
+    /// Sends all of @p sources, or as many as there is use in sending. Gives the exit status.
+    int send(const std::vector<Source>& sources) {
+        for (const Source& source : sources) {
+            if (!(source.isStandardInput ? sendLines() : sendMessage(source.text))) {
+                break;
+            }
+        }
+        return m_exitStatus;
+    }
 
 private:
     bool sendMessage(const std::string& message) {
-        const std::string answer = answerTo(message);
+        std::string answer;
+        if (!m_answerer.answer(message, answer)) {
+            return stop("the running host", ECONNRESET, ExitFailure);
+        }
         if (Answers::isFailure(answer)) {
             m_exitStatus = ExitFailure;
         }
-        return m_host.output().writeLine(answer) || stop("standard output", errno, ExitFailure);
+        return m_output.writeLine(answer) || stop("standard output", errno, ExitFailure);
     }
 
     bool sendLines() {
@@ -111,24 +180,14 @@ private:
         }
     }
 
-    std::string answerTo(const std::string& message) {
-        try {
-            return m_host.service().processRequest(message.c_str(),
-                                                   static_cast<int>(message.size()));
-        } catch (const std::exception& failure) {
-            logAppUni("das", "./host/RequestCommand", 2, __LINE__,
-                      "A request ended with an exception: %s", failure.what());
-            return Answers::failureFor(message);
-        }
-    }
-
     bool stop(const std::string& subject, int error, int exitStatus) {
         tell(subject, error);
         m_exitStatus = exitStatus;
         return false;
     }
 
-    ServiceHost& m_host;
+    Answerer& m_answerer;
+    Output& m_output;
     int m_exitStatus = ExitSuccess;
 };
 
@@ -145,28 +204,35 @@ public:
     }
 
     int run(const HostOptions& options) override {
-        if (options.socket) {
-            std::cerr << "das: --socket: requests to a running host are not available" << std::endl;
-            return ExitUsage;
-        }
         std::vector<Source> sources;
         if (!readSources(sources)) {
             return ExitUsage;
         }
+        return options.socket ? askRunningHost(*options.socket, sources) : askThisProcess(sources);
+    }
+
+private:
+    static int askRunningHost(const std::string& socket, const std::vector<Source>& sources) {
+        Output output;
+        SocketConnection connection;
+        std::string error;
+        if (!connection.open(socket, error)) {
+            std::cerr << "das: " << error << std::endl;
+            return ExitUsage;
+        }
+        RemoteAnswerer answerer(connection);
+        return Conversation(answerer, output).send(sources);
+    }
+
+    static int askThisProcess(const std::vector<Source>& sources) {
         ServiceHost host;
         if (!host.start()) {
             return ExitNoLibrary;
         }
-        Conversation conversation(host);
-        for (const Source& source : sources) {
-            if (!conversation.send(source)) {
-                break;
-            }
-        }
-        return conversation.exitStatus();
+        LocalAnswerer answerer(host.service());
+        return Conversation(answerer, host.output()).send(sources);
     }
 
-private:
     /// Reads every file, so that a bad one is told before anything is sent.
     bool readSources(std::vector<Source>& sources) const {
         for (const std::string& name : m_files) {

@@ -5,8 +5,9 @@
 
 #include "DataAccessServiceIfc.h"
 #include "DatabaseCheck.h"
+#include "Log.h"
+#include "Proxy.h"
 #include "Service.h"
-#include "ServiceLibrary.h"
 
 namespace {
 
@@ -17,7 +18,10 @@ bool refuse(const std::string& reason) {
 
 }  // namespace
 
-ServiceHost::ServiceHost() = default;
+ServiceHost::ServiceHost()
+    : m_framework([this] { return makeListenerProxy(); }), m_services(m_framework) {
+    m_services.enter(m_context);
+}
 
 ServiceHost::~ServiceHost() {
     if (m_interface != nullptr) {
@@ -30,8 +34,10 @@ bool ServiceHost::start() {
         std::cerr << "das: " << problem << std::endl;
     }
     std::string error;
-    m_service = ServiceLibrary::createService(error);
-    if (m_service == nullptr) {
+    if (m_library.open(error)) {
+        m_service = m_library.create<Service>("createDataAccessService", error);
+    }
+    if (m_service == nullptr || !makeInvoker(error)) {
         return refuse(error);
     }
     auto* const clientsView = dynamic_cast<DataAccessServiceIfc*>(m_service.get());
@@ -41,4 +47,24 @@ bool ServiceHost::start() {
     m_service->init(m_context);
     m_interface = clientsView;
     return true;
+}
+
+bool ServiceHost::makeInvoker(std::string& error) {
+    m_invoker = m_library.create<Invoker>("createDASInvoker", error);
+    if (m_invoker == nullptr) {
+        return false;
+    }
+    m_invoker->initInvoker(&m_framework);
+    m_dispatcher = std::make_unique<Dispatcher>(*m_service, *m_invoker, m_framework);
+    return true;
+}
+
+std::unique_ptr<Proxy> ServiceHost::makeListenerProxy() const {
+    std::string error;
+    std::unique_ptr<Proxy> proxy = m_library.create<Proxy>("createDASListenerProxy", error);
+    if (proxy == nullptr) {
+        logAppUni("das", "./host/ServiceHost", 2, __LINE__, "No proxy for a listener: %s",
+                  error.c_str());
+    }
+    return proxy;
 }

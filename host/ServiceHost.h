@@ -3,8 +3,13 @@
 
 #include <memory>
 
+#include "Dispatcher.h"
 #include "HostContext.h"
+#include "HostFramework.h"
+#include "HostServices.h"
+#include "Invoker.h"
 #include "Output.h"
+#include "ServiceLibrary.h"
 
 class DataAccessServiceIfc;
 class Service;
@@ -30,13 +35,28 @@ public:
     /// The running service; to be called after a start that went well. Owned by the host.
     DataAccessServiceIfc& service() { return *m_interface; }
 
+    /// The way of remote methods to the running service. Owned by the host.
+    Dispatcher& dispatcher() { return *m_dispatcher; }
+
+    /// Those who speak with the dispatcher are entered here.
+    Clients& clients() { return m_framework.clients(); }
+
     /// Where answers are written.
     Output& output() { return m_output; }
 
 private:
-    Output m_output;  // first, so that it outlives the service
+    bool makeInvoker(std::string& error);
+    std::unique_ptr<Proxy> makeListenerProxy() const;
+
+    // In an order in which each outlives those behind it.
+    Output m_output;
+    ServiceLibrary m_library;
+    HostFramework m_framework;
+    HostServices m_services;
     HostContext m_context;
     std::unique_ptr<Service> m_service;
+    std::unique_ptr<Invoker> m_invoker;
+    std::unique_ptr<Dispatcher> m_dispatcher;
     DataAccessServiceIfc* m_interface = nullptr;  // m_service, as its clients see it
 };
 

@@ -4,12 +4,9 @@
 
 #include <filesystem>
 
-#include "Service.h"
-
 namespace {
 
 const char* const LibraryName = "libDataAccessService.so";
-const char* const CreationName = "createDataAccessService";
 
 std::filesystem::path besideThisProgram() {
     std::error_code error;
@@ -42,20 +39,15 @@ void* openLibrary(std::string& error) {
 
 }  // namespace
 
-std::unique_ptr<Service> ServiceLibrary::createService(std::string& error) {
-    void* const library = openLibrary(error);
-    if (library == nullptr) {
-        return nullptr;
-    }
-    error.clear();
-    const auto create = reinterpret_cast<Service* (*)()>(dlsym(library, CreationName));
-    if (create == nullptr) {
+bool ServiceLibrary::open(std::string& error) {
+    m_handle = openLibrary(error);
+    return m_handle != nullptr;
+}
+
+void* ServiceLibrary::find(const char* name, std::string& error) const {
+    void* const function = dlsym(m_handle, name);
+    if (function == nullptr) {
         error = loaderError();
-        return nullptr;
     }
-    std::unique_ptr<Service> service(create());
-    if (service == nullptr) {
-        error = std::string(CreationName) + " made no service";
-    }
-    return service;
+    return function;
 }

@@ -4,8 +4,6 @@
 #include <memory>
 #include <string>
 
-class Service;
-
 /**
  * The shared library of the service, found and loaded at run time.
  *
@@ -14,14 +12,32 @@ class Service;
 class ServiceLibrary {
 public:
     /**
-     * Loads the library, from "../lib" seen from this program, then from where the loader looks,
-     * and makes one service with its creation function.
+     * Loads the library, from "../lib" seen from this program, then from where the loader looks.
+     *
+     * @param error takes one line when the result is false
+     */
+    [[nodiscard]] bool open(std::string& error);
+
+    /**
+     * Makes an object with the creation function @p name, which gives a plain pointer to @p Type.
      *
      * @param error takes one line when the result is null
-     * @return the new service, not yet started; null when the library or its creation function is
-     *         missing or can't be used
+     * @return null when the function is missing or makes nothing
      */
-    [[nodiscard]] static std::unique_ptr<Service> createService(std::string& error);
+    template <typename Type>
+    [[nodiscard]] std::unique_ptr<Type> create(const char* name, std::string& error) const {
+        const auto function = reinterpret_cast<Type* (*)()>(find(name, error));
+        std::unique_ptr<Type> object(function == nullptr ? nullptr : function());
+        if (function != nullptr && object == nullptr) {
+            error = std::string(name) + " made nothing";
+        }
+        return object;
+    }
+
+private:
+    void* find(const char* name, std::string& error) const;
+
+    void* m_handle = nullptr;
 };
 
 #endif

@@ -18,7 +18,7 @@ namespace {
 using Maker = std::unique_ptr<Command> (*)();
 
 /// Every command of das, in the order of the help text.
-const Maker Commands[] = {makeRequestCommand};
+const Maker Commands[] = {makeRequestCommand, makeCallCommand, makeServeCommand, makeWatchCommand};
 
 /// A descriptor that the caller left closed would be given to the next file that is opened. It is
 /// opened in the wrong direction, so that its use fails as before.

@@ -69,7 +69,8 @@ public:
     /// Begins a transaction and returns with the lock held, whatever the result: endTransaction
     /// must follow on the same thread. Transactions do not nest.
     virtual int beginTransaction() = 0;
-    /// Commits, and releases the lock that beginTransaction took, whatever the result.
+    /// Commits, and releases the lock that beginTransaction took, whatever the result. What could
+    /// not be committed is taken back.
     virtual int endTransaction() = 0;
 
     /// Runs a statement and puts its rows into @p rows, emptied first. Gives 0 or 1.

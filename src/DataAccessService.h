@@ -100,6 +100,32 @@ public:
     /// Tells each listener, in the order of registration, which user is current.
     void notifyListenersOfProfileChange() const;
 
+    // The version gate.
+
+    /// Parses "V1 R8.7.111" into its four numbers; parts that are missing keep what they held.
+    static void getVersionElements(unsigned* version, unsigned* release, unsigned* minor,
+                                   unsigned* build, std::string text);
+    /// Whether @p first is the higher version or, with @p orEqual, the same.
+    static bool isNewVersionHigher(const std::string& first, const std::string& second,
+                                   bool orEqual);
+    /// Takes the speed dial column out of the phone book for software of @p type that can't read
+    /// it.
+    void deleteSpeedDialFromPhonebook(eSwType type, const std::string& newVersion);
+    /// Stores the door opener settings under the names that older software of @p type reads.
+    void downgradeDoorOpenerSettings(eSwType type, const std::string& newVersion);
+
+    // Parts of the file operations.
+
+    /// Places @p position on the directory to walk next: the first that begins with @p prefix, else
+    /// the second of the list. False when there is none.
+    static bool findNextUnexploredDir(std::vector<std::string>* unexplored,
+                                      std::vector<std::string>::iterator& position,
+                                      std::string prefix);
+    /// Whether a ringtone's file is in use as a distinctive ringer, which is why it may not move.
+    bool isDistinctiveRingerFile(const std::string& path);
+    /// Tells the deployment server that a ringtone or screensaver changed; nothing for other paths.
+    void notifyDLS(const std::string& path);
+
     /**
      * Asks the context for the management service and keeps what it gives. Whether there is one:
      * when the context has none, one that was found earlier still counts.
@@ -121,6 +147,8 @@ public:
 private:
     /// Whom to hand a status item; null, and a log line, when there is no management service.
     LocalMgmtIfc* managementForStatus();
+    static void walkDirectory(std::vector<std::string>& unexplored, bool fileRead,
+                              DirectoryList* directories, DirectoryList* files);
     /// Last step of the start: settles the user.
     void initInternal();
     /// Brings the database up to date; what it raises is in the log.

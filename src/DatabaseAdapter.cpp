@@ -167,6 +167,11 @@ int DatabaseAdapter::beginTransaction() {
 
 int DatabaseAdapter::endTransaction() {
     const int code = executeNonQuery("END TRANSACTION;");
+    if (code != SQLITE_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0) {
+        // A commit that meets a reader stays open: what comes next would be told as done and not
+        // be on the disk, and no other process could read.
+        (void)executeNonQuery("ROLLBACK TRANSACTION;");
+    }
     give_sema4();
     return code;
 }

@@ -1,19 +1,173 @@
 #include "Storage.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+#include "Log.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./platform/src/Storage";
+
+/// The directory below which the device's paths stand, without slashes at its end; empty for none.
+std::string deviceRoot() {
+    const char* value = std::getenv("DAS_ROOT");
+    std::string root(value != nullptr ? value : "");
+    while (!root.empty() && root.back() == '/') {
+        root.pop_back();
+    }
+    return root;
+}
+
+bool isAtOrBelow(const std::string& place, const std::string& root) {
+    return place.compare(0, root.size(), root) == 0 &&
+           (place.size() == root.size() || place[root.size()] == '/');
+}
+
+/// The real path of @p place, empty when there is nothing of it or it can't be followed. Asks the
+/// kernel in one go: link by link a deep path takes a call for each of its parts.
+std::string realPath(const std::string& place) {
+    const int file = ::open(place.c_str(), O_PATH | O_CLOEXEC);
+    if (file < 0) {
+        return {};
+    }
+    char real[PATH_MAX];
+    const std::string self = "/proc/self/fd/" + std::to_string(file);
+    const ssize_t length = ::readlink(self.c_str(), real, sizeof(real));
+    ::close(file);
+    return length > 0 ? std::string(real, static_cast<std::size_t>(length)) : std::string();
+}
+
+/// Whether @p place, its links followed as far as they exist, is outside of @p root. A place that
+/// can't be followed for another reason than being missing is not: what is done with it fails.
+bool leaves(const std::string& place, const std::string& root) {
+    const std::string realRoot = realPath(root);
+    fs::path existing = place;
+    fs::path missing;
+    std::string real = realPath(place);
+    while (real.empty() && errno == ENOENT && existing.has_relative_path()) {
+        missing = existing.filename() / missing;
+        existing = existing.parent_path();
+        real = realPath(existing.string());
+    }
+    if (realRoot.empty() || real.empty()) {
+        return false;
+    }
+    return !isAtOrBelow(
+        missing.empty() ? real : (fs::path(real) / missing).lexically_normal().string(), realRoot);
+}
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+std::string withName(const std::string& directory, const std::string& name) {
+    const bool hasSlash = !directory.empty() && directory.back() == '/';
+    return hasSlash ? directory + name : directory + "/" + name;
+}
+
+/// Calls @p take with the name and the mode of each entry of @p directory.
+template <typename Take>
+void forEachEntry(const std::string& directory, Take take) {
+    const std::string place = Storage::devicePath(directory);
+    const std::unique_ptr<DIR, DirectoryCloser> stream(::opendir(place.c_str()));
+    if (stream == nullptr) {
+        return;
+    }
+    while (const dirent* entry = ::readdir(stream.get())) {
+        const std::string name = entry->d_name;
+        struct stat status {};
+        if (name != "." && name != ".." &&
+            ::fstatat(::dirfd(stream.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0) {
+            take(name, status.st_mode);
+        }
+    }
+}
+
+/// Moves a file to another file system: a copy beside the target takes its name when it is whole.
+bool moveByCopy(const std::string& from, const std::string& to) {
+    std::error_code error;
+    if (!fs::is_regular_file(fs::symlink_status(from, error))) {
+        return false;
+    }
+    const std::string part = to + ".part";
+    if (!fs::copy_file(from, part, fs::copy_options::overwrite_existing, error) ||
+        std::rename(part.c_str(), to.c_str()) != 0) {
+        fs::remove(part, error);
+        return false;
+    }
+    if (!fs::remove(from, error)) {
+        fs::remove(to, error);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
 
 std::string Storage::devicePath(const std::string& path) {
-    const char* value = std::getenv("DAS_ROOT");
-    if (value == nullptr || path.empty() || path.front() != '/') {
+    const std::string root = deviceRoot();
+    if (root.empty() || path.empty()) {
         return path;
     }
-    std::string place(value);
-    while (!place.empty() && place.back() == '/') {
-        place.pop_back();
+    std::string place = root;
+    if (path.front() != '/') {
+        place += '/';
     }
-    return place += path;
+    place += path;
+    if (leaves(place, root)) {
+        if (loggingOnAppUni(LogComponent, 2)) {
+            logAppUni(LogComponent, LogSource, 2, __LINE__, "The path %s leaves the device",
+                      path.c_str());
+        }
+        return {};
+    }
+    return place;
+}
+
+void Storage::getListOfDirectoriesByDirectoryWithPath(const std::string& directory,
+                                                      std::list<std::string>& list) {
+    list.clear();
+    forEachEntry(directory, [&](const std::string& name, mode_t mode) {
+        if (S_ISDIR(mode)) {
+            list.push_back(withName(directory, name));
+        }
+    });
+    list.sort();
+}
+
+void Storage::getListOfFilesAndLinksByDirectory(const std::string& directory,
+                                                std::list<std::string>& list, bool withPath) {
+    list.clear();
+    forEachEntry(directory, [&](const std::string& name, mode_t mode) {
+        if (S_ISREG(mode) || S_ISLNK(mode)) {
+            list.push_back(withPath ? withName(directory, name) : name);
+        }
+    });
+    list.sort();
+}
+
+bool Storage::renameFile(const std::string& oldName, const std::string& newName) {
+    const std::string from = devicePath(oldName);
+    const std::string to = devicePath(newName);
+    if (std::rename(from.c_str(), to.c_str()) == 0) {
+        return true;
+    }
+    return errno == EXDEV && moveByCopy(from, to);
 }
 
 int Storage::checkDiskUsage(const std::string& path) {

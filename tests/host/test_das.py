@@ -377,7 +377,7 @@ class Examples(HostTest):
         return self.das(DAS, self.db, self.root, *files, program=self.SHOW)
 
     def test_the_examples_are_answered_as_they_say(self):
-        run = self.show(*sorted((SOURCES / "examples").iterdir()))
+        run = self.show(*sorted((SOURCES / "examples").glob("[0-9]*")))
         self.assertEqual(run.returncode, 0, run.errors)
         shown = run.stdout.decode()
         for part in ("177 entries", "<Label>O'Brien & Sons</Label>", 'name="CoffeeMachine"',

@@ -17,7 +17,7 @@ TEST(StorageTest, AbsolutePathsStandBelowTheDeviceRoot) {
         {"/", "/data", "/data"},
         {"/rig", "/data/images", "/rig/data/images"},
         {"/rig//", "/data/images/", "/rig/data/images/"},
-        {"/rig", "data/images", "data/images"},
+        {"/rig", "data/images", "/rig/data/images"},
         {"/rig", "", ""},
     };
     for (const auto& row : rows) {

@@ -1,9 +1,7 @@
 #include "CallLogDAO.h"
 
-#include <memory>
 #include <sstream>
 
-#include "ConversationsDAO.h"
 #include "DatabaseAdapter.h"
 #include "ServiceTest.h"
 
@@ -435,21 +433,4 @@ TEST_F(CallLogDAOTest, FilesBringTheRowsOfOneUserInEitherOrder) {
     EXPECT_EQ(dao().importData(path), 1);
     EXPECT_EQ(dao().importDataForUser(path, visitor), 1);
     EXPECT_EQ(count("UserContext = 'visitor'"), "0");
-}
-
-TEST_F(CallLogDAOTest, WithoutAnAdapterEachOperationFails) {
-    const std::string request = message(Missed, "read_request");
-    for (const bool isCalls : {true, false}) {
-        std::unique_ptr<DataAccessObject> object;
-        if (isCalls) {
-            object = std::make_unique<CallLogDAO>(nullptr);
-        } else {
-            object = std::make_unique<ConversationsDAO>(nullptr);
-        }
-        object->setCurrentUser("base");
-        object->handleRequest(request.c_str(), static_cast<int>(request.size()));
-        EXPECT_EQ(reasonOf(object->getResponseMsg()), "failure");
-        EXPECT_EQ(object->writeRequest() + object->readRequest() + object->createTable(), 3);
-        object->handleRequest(nullptr, 0);
-    }
 }

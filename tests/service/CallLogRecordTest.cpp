@@ -203,16 +203,3 @@ TEST(CallLogRecordTest, SortReadsEachTimeOnce) {
     // A sort that read times in its comparisons would read each some twenty times.
     EXPECT_LT(sorting, 5 * reading);
 }
-
-TEST(CallLogRecordTest, RecordsAreEqualOrEmptyInAllThirteenFields) {
-    EXPECT_TRUE(CallLogRecord().isEmpty());
-    for (std::size_t i = 0; i < CallLogColumns::FieldCount; ++i) {
-        const auto field = static_cast<CallLogColumns::Field>(i);
-        SCOPED_TRACE(CallLogColumns::stem(field));
-        CallLogRecord record;
-        record[field] = " ";
-        EXPECT_FALSE(record.isEmpty());
-        EXPECT_TRUE(record != CallLogRecord());
-        EXPECT_TRUE(record == CallLogRecord(record));
-    }
-}

@@ -64,6 +64,10 @@ TEST(CallLogRowTest, CellsAreTakenFromThePlacesThatGrowthOfTheTableLeft) {
             const std::size_t cell =
                 field < 9 ? 8 + 9 * place + field : laterFields[field - 9] + place;
             EXPECT_EQ(row.records[place][static_cast<Field>(field)], "c" + std::to_string(cell));
+            CallLogRecord record;
+            EXPECT_TRUE(record.isEmpty());
+            record[static_cast<Field>(field)] = " ";
+            EXPECT_FALSE(record.isEmpty());
         }
     }
     for (const std::size_t size : {0U, 8U, 98U, 138U}) {

@@ -94,32 +94,6 @@ TEST_F(ConversationsDAOTest, JoinedReadGivesCallAndContactNewestFirst) {
     EXPECT_EQ(valuesOf(talk("read_request"), "UniqueId"), "1|2|3|4|5");
 }
 
-TEST_F(ConversationsDAOTest, WhatAConversationNamesLeavesTheOrdinaryLists) {
-    makeConversation("1", "t");
-    send("PhoneBook", "write_request", entry({{"Surname", "S2"}}));
-    send("CallLogMissedCalls", "write_request", entry({{"EntryId", "E2"}}));
-    const struct {
-        const char* schema;
-        const char* words;
-        const char* tag;
-        const char* shown;
-    } rows[] = {
-        {"PhoneBook", "PHONE_BOOK.*", "Surname", "S2"},
-        {"PhoneBook", "Surname", "Surname", "S1|S2"},
-        {"CallLog", "CALL_LOG.*", "EntryId", "E2"},
-        {"CallLogMissedCalls", "CALL_LOG.*", "EntryId", "E1|E2"},
-        {"CallLogAndPhoneBook", "CALL_LOG.*", "EntryId", "E2"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(
-            valuesOf(send(row.schema, "read_request", element("ResultCols", row.words)), row.tag),
-            row.shown)
-            << row.schema;
-    }
-    talk("delete_request");
-    EXPECT_EQ(valuesOf(send("CallLogAndPhoneBook", "read_request"), "EntryId"), "E1|E2");
-}
-
 TEST_F(ConversationsDAOTest, RequestsThatCannotBeServedChangeNothing) {
     write({{"PhonebookId", "1"}, {"CallLogId", "1"}});
     const struct {

@@ -94,6 +94,24 @@ TEST_F(FailureTest, ATableThatCannotBeCountedIsNotFilledAgain) {
     }
 }
 
+// The transaction stayed open: the next write was told as done and was not on the disk.
+TEST_F(FailureTest, WhatCannotBeCommittedIsTakenBack) {
+    waitForNobody(*m_adapter);
+    sqlite3* reader = nullptr;
+    sqlite3_stmt* reading = nullptr;
+    EXPECT_EQ(sqlite3_open(database().c_str(), &reader), SQLITE_OK);
+    EXPECT_EQ(sqlite3_prepare_v2(reader, "SELECT * FROM FEATURE_KEYS", -1, &reading, nullptr),
+              SQLITE_OK);
+    EXPECT_EQ(sqlite3_step(reading), SQLITE_ROW);
+    EXPECT_EQ(send("FeatureKeys", "update_request", key("100", "a") + key("101", "b")),
+              xml::message("FeatureKeys", "failure"));
+    sqlite3_finalize(reading);
+    EXPECT_EQ(send("FeatureKeys", "update_request", key("102", "c")),
+              xml::message("FeatureKeys", "update_response"));
+    EXPECT_EQ(labels(), "c");
+    EXPECT_EQ(sqlite3_close(reader), SQLITE_OK);
+}
+
 TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {
     sql("CREATE TABLE CANONICAL_LOOK_UP (UserContext TEXT, Id TEXT, LocalCode TEXT);"
         "INSERT INTO CANONICAL_LOOK_UP VALUES ('base', '0', '');");

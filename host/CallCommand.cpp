@@ -1,0 +1,193 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Answers.h"
+#include "Command.h"
+#include "DASUtilsStrings.h"
+#include "HostOptions.h"
+#include "KnownMethods.h"
+#include "LocalConnection.h"
+#include "Method.h"
+#include "Output.h"
+#include "ServiceHost.h"
+#include "SocketConnection.h"
+
+namespace {
+
+void tell(const std::string& words) {
+    std::cerr << "das: " << words << std::endl;
+}
+
+bool isWholeNumber(const std::string& text) {
+    const std::size_t first = !text.empty() && text[0] == '-' ? 1 : 0;
+    return text.size() > first && text.find_first_not_of("0123456789", first) == std::string::npos;
+}
+
+/// Adds a parameter of the type that @p value looks like.
+void addTyped(Method& method, const std::string& name, const std::string& value) {
+    if (value == "true" || value == "false") {
+        method.addBoolParameter(name, value == "true", Parameter::in);
+    } else if (!isWholeNumber(value)) {
+        method.addStringParameter(name, value, Parameter::in);
+    } else {
+        int number = 0;
+        const auto result = std::from_chars(value.data(), value.data() + value.size(), number);
+        if (result.ec == std::errc()) {
+            method.addIntParameter(name, number, Parameter::in);
+        } else {
+            tell(name + ": left out, the number has more than 32 bits; " + name + ":=" + value +
+                 " is a text");
+        }
+    }
+}
+
+/// Adds what "NAME=VALUE" or "NAME:=VALUE" says. False when it is neither.
+bool addParameter(Method& method, const std::string& text) {
+    const std::size_t sign = text.find('=');
+    const bool isString = sign != std::string::npos && sign > 0 && text[sign - 1] == ':';
+    const std::size_t nameSize = isString ? sign - 1 : sign;
+    if (sign == std::string::npos || nameSize == 0) {
+        return false;
+    }
+    const std::string name = text.substr(0, nameSize);
+    const std::string value = text.substr(sign + 1);
+    if (isString) {
+        method.addStringParameter(name, value, Parameter::in);
+    } else {
+        addTyped(method, name, value);
+    }
+    return true;
+}
+
+/// Tells of parameters that the method does not take. The call is made nevertheless: what counts is
+/// what the service says.
+void tellOfStrangers(const KnownMethods::Entry& known, const Method& method) {
+    for (const Parameter& parameter : method.parameters()) {
+        const bool isKnown =
+            std::any_of(known.in.begin(), known.in.end(), [&](const KnownMethods::In& in) {
+                return in.name == parameter.name && in.type == parameter.type;
+            });
+        if (!isKnown) {
+            std::string words = parameter.name + ": no such parameter; " + known.name + " takes";
+            for (const KnownMethods::In& in : known.in) {
+                words += " " + KnownMethods::toText(in);
+            }
+            tell(known.in.empty() ? words + " none" : words);
+        }
+    }
+}
+
+std::string textOf(const Parameter& parameter) {
+    switch (parameter.type) {
+        case Parameter::Type::Int:
+            return std::to_string(parameter.number);
+        case Parameter::Type::Bool:
+            return parameter.flag ? "true" : "false";
+        default:
+            return parameter.text;
+    }
+}
+
+/// Whether an out parameter says that the call was in vain.
+bool isRefusal(const Parameter& parameter) {
+    const std::string text = textOf(parameter);
+    if (parameter.name == "Acknowledge") {
+        return text == "false" || text.compare(0, 5, "ERROR") == 0;
+    }
+    return parameter.name == "Response" &&
+           (text == DASUtilsStrings::FailureResponse || Answers::isFailure(text));
+}
+
+int print(const Method& answer, Output& output) {
+    int status = ExitSuccess;
+    for (const Parameter& parameter : answer.parameters()) {
+        if (!output.writeLine(parameter.name + "=" + textOf(parameter))) {
+            tell("standard output: the answer could not be written");
+            return ExitFailure;
+        }
+        status = isRefusal(parameter) ? ExitFailure : status;
+    }
+    return status;
+}
+
+/// "das call": one remote method, its out parameters on standard output.
+class CallCommand : public Command {
+public:
+    CLI::App* declare(CLI::App& app) override {
+        CLI::App* const command = app.add_subcommand("call", "Call a remote method");
+        command->add_option("METHOD", m_methodName, "Name of the method")->required();
+        command
+            ->add_option("PARAMETER", m_parameters,
+                         "In parameters: true and false are a bool, a whole number is an int, "
+                         "anything else is a string; NAME:=VALUE is a string in every case")
+            ->type_name("NAME=VALUE");
+        command->footer(KnownMethods::listing());
+        return command;
+    }
+
+    int run(const HostOptions& options) override {
+        const KnownMethods::Entry* const known = KnownMethods::find(m_methodName);
+        if (known == nullptr) {
+            tell(m_methodName + ": unknown method; das call --help lists them");
+            return ExitUsage;
+        }
+        Method method(m_methodName);
+        for (const std::string& parameter : m_parameters) {
+            if (!addParameter(method, parameter)) {
+                tell(parameter + ": not of the form NAME=VALUE");
+                return ExitUsage;
+            }
+        }
+        tellOfStrangers(*known, method);
+        return options.socket ? callRunningHost(*options.socket, *known, method)
+                              : callThisProcess(*known, method);
+    }
+
+private:
+    static int callRunningHost(const std::string& socket, const KnownMethods::Entry& known,
+                               const Method& method) {
+        Output output;
+        SocketConnection connection;
+        std::string error;
+        if (!connection.open(socket, error)) {
+            tell(error);
+            return ExitUsage;
+        }
+        return call(connection, known, method, output);
+    }
+
+    static int callThisProcess(const KnownMethods::Entry& known, const Method& method) {
+        ServiceHost host;
+        if (!host.start()) {
+            return ExitNoLibrary;
+        }
+        LocalConnection connection(host);
+        return call(connection, known, method, host.output());
+    }
+
+    static int call(Connection& connection, const KnownMethods::Entry& known, const Method& method,
+                    Output& output) {
+        Method answer;
+        const bool isDone =
+            known.isOneWay ? connection.callOneWay(method) : connection.call(method, answer);
+        if (!isDone) {
+            tell("the host has not answered");
+            return ExitFailure;
+        }
+        return print(known.isOneWay ? Method() : answer, output);
+    }
+
+    std::string m_methodName;
+    std::vector<std::string> m_parameters;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeCallCommand() {
+    return std::make_unique<CallCommand>();
+}

@@ -1,0 +1,37 @@
+#ifndef DISPATCHER_H
+#define DISPATCHER_H
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+class Client;
+class Executable;
+class HostFramework;
+class Invoker;
+
+/// Takes the lines of clients, one message each, to the service, and the replies back. Any thread
+/// may call; the lines of one client come one after the other.
+class Dispatcher {
+public:
+    /// What is handed over is not owned and must outlive the dispatcher.
+    Dispatcher(Executable& service, Invoker& invoker, HostFramework& framework)
+        : m_service(service), m_invoker(invoker), m_framework(framework) {}
+
+    /// Handles the message @p line, given without its line feed, to the end: what is to be answered
+    /// has been sent to @p client then. Whatever the line holds, nothing is thrown.
+    void handle(std::string_view line, const std::shared_ptr<Client>& client) noexcept;
+
+    /// Answers a message that begins with @p line but can't be read to its end.
+    void refuse(std::string_view line, Client& client);
+
+private:
+    void handleJson(std::string_view line, const std::shared_ptr<Client>& client);
+    void handleXml(std::string_view line, const std::shared_ptr<Client>& client);
+
+    Executable& m_service;
+    Invoker& m_invoker;
+    HostFramework& m_framework;
+};
+
+#endif

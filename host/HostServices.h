@@ -1,0 +1,55 @@
+#ifndef HOSTSERVICES_H
+#define HOSTSERVICES_H
+
+#include <string>
+
+#include "Executable.h"
+#include "LocalMgmtIfc.h"
+#include "MediaControlServiceIfc.h"
+
+class HostContext;
+class HostFramework;
+
+/// A service of the host itself: nothing to start and nothing to stop.
+class HostService : public Executable {
+public:
+    void init(Context& /*context*/) override {}
+    void shutdown() override {}
+};
+
+/// The management of a telephone in small: status items go to the clients that asked for them.
+class LocalManagement : public HostService, public LocalMgmtIfc {
+public:
+    explicit LocalManagement(HostFramework& framework) : m_framework(framework) {}
+
+    /// Deletes from "/data/ringtones", "/data/screensavers" or "/data/images". A name that is no
+    /// plain one, and a place outside the telephone's root, is refused with a log line.
+    bool deleteFile(int type, const std::string& name) override;
+    void sendStatusToDLS(const ManageableData& status) override;
+    void sendStatusToWBM(const ManageableData& status) override;
+    void factoryReset(const std::string& reason, int kind) override;  ///< says so in the log
+
+private:
+    HostFramework& m_framework;
+};
+
+/// Knows the ringers in use by the lines of "/data/distinctive-ringers.txt".
+class MediaControl : public HostService, public MediaControlServiceIfc {
+public:
+    bool isDistinctiveRingerInUse(const std::string& fileName) override;
+};
+
+/// The services that run beside the data access service.
+class HostServices {
+public:
+    explicit HostServices(HostFramework& framework) : m_management(framework) {}
+
+    /// Registers each service by its name, but for those that DAS_WITHOUT names.
+    void enter(HostContext& context);
+
+private:
+    LocalManagement m_management;
+    MediaControl m_mediaControl;
+};
+
+#endif

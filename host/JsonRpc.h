@@ -1,0 +1,49 @@
+#ifndef JSONRPC_H
+#define JSONRPC_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Method.h"
+
+/**
+ * Messages of JSON-RPC 2.0 with named parameters.
+ *
+ * A string is a String parameter, a whole number of 32 bits an Int, true and false a Bool; other
+ * values are left out. Both kinds of text, String and Xml, are written as strings.
+ */
+namespace JsonRpc {
+
+/// What one line says.
+struct Message {
+    bool isJson = false;
+    bool hasVersion = false;        ///< "jsonrpc" is there and is "2.0"
+    bool hasMethod = false;         ///< "method" is there and is a string
+    bool hasBadId = false;          ///< "id" is there and is no string, number or null
+    bool hasError = false;          ///< "error" is there
+    std::optional<std::string> id;  ///< the id as it is written in JSON; none for a notification
+    Method method;                  ///< the name, and the members of "params" or of "result"
+
+    bool isRequest() const { return isJson && hasVersion && hasMethod && !hasBadId; }
+};
+
+/// Reads one line, without its line feed.
+Message read(std::string_view line);
+
+/// @p method as a message without an id; the parameters are left out when there are none. Bytes
+/// that are no UTF-8 are replaced.
+std::string notification(const Method& method);
+
+/// Makes a call out of what notification() gave. @p id is in JSON.
+std::string toCall(const std::string& notification, const std::string& id);
+
+/// Makes the answer to the call @p id out of what notification() gave for the reply.
+std::string toAnswer(const std::string& notification, const std::string& id);
+
+extern const std::string ParseError;      ///< the answer to what is no JSON
+extern const std::string InvalidRequest;  ///< the answer to JSON that is no request
+
+}  // namespace JsonRpc
+
+#endif

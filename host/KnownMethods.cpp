@@ -1,0 +1,84 @@
+#include "KnownMethods.h"
+
+#include <algorithm>
+
+namespace {
+
+using KnownMethods::Entry;
+
+constexpr auto String = Parameter::Type::String;
+constexpr auto Int = Parameter::Type::Int;
+constexpr auto Bool = Parameter::Type::Bool;
+
+const std::vector<KnownMethods::In> Rename{{"OldFileName", String}, {"NewFileName", String}};
+const std::vector<KnownMethods::In> Directory{
+    {"Directory", String}, {"DirReading", Bool}, {"FileReading", Bool}, {"SubDirReading", Bool}};
+const std::vector<KnownMethods::In> Values{{"newValues", String}, {"isBase", Bool}};
+
+const Entry Entries[] = {
+    {"processRequest", {{"Request", String}, {"RequestLength", Int}}, false},
+    {"deleteFile", {{"directory", String}, {"name", String}}, false},
+    {"renameFile", Rename, false},
+    {"moveFile", Rename, false},
+    {"readDirectoryTree", Directory, false},
+    {"readDirectory", Directory, false},
+    {"setProfile", {{"NewProfile", String}}, false},
+    {"factoryReset", {}, false},
+    {"invokeACMSFactoryReset", {{"EnableCreateDb", Bool}}, false},
+    {"exportData",
+     {{"schemaName", String}, {"userToExportFor", Int}, {"filePathAndName", String}},
+     false},
+    {"importData", {{"schemaName", String}, {"filePathAndName", String}}, false},
+    {"importDataForUser",
+     {{"schemaName", String}, {"userToImportFor", Int}, {"filePathAndName", String}},
+     false},
+    {"createPhonenumberIndices", {}, false},
+    {"migrateUserData", {{"baseValues", String}}, false},
+    {"clearMobileUserdata", {}, true},
+    {"clearMobileUserDLSdata", {}, true},
+    {"copyBaseDataToVisitor", {}, true},
+    {"deleteVisitorUserPassword", {}, true},
+    {"deleteUcCredentials", {}, true},
+    {"checkDatabaseNeedsChange",
+     {{"currentSwType", Int}, {"newSwType", Int}, {"newSwVersion", String}},
+     false},
+    {"exportUserData", Values, false},
+    {"importUserData", Values, false},
+    {"AddListener", {}, false},
+    {"AddStatusListener", {}, false},
+};
+
+const char* wordFor(Parameter::Type type) {
+    switch (type) {
+        case Parameter::Type::Int:
+            return "INT";
+        case Parameter::Type::Bool:
+            return "BOOL";
+        default:
+            return "STRING";
+    }
+}
+
+}  // namespace
+
+const Entry* KnownMethods::find(const std::string& name) {
+    const auto* const found = std::find_if(std::begin(Entries), std::end(Entries),
+                                           [&](const Entry& each) { return each.name == name; });
+    return found != std::end(Entries) ? found : nullptr;
+}
+
+std::string KnownMethods::toText(const In& parameter) {
+    return std::string(parameter.name) + "=" + wordFor(parameter.type);
+}
+
+std::string KnownMethods::listing() {
+    std::string text = "Methods:\n";
+    for (const Entry& entry : Entries) {
+        text.append("  ").append(entry.name);
+        for (const In& parameter : entry.in) {
+            text += " " + toText(parameter);
+        }
+        text += entry.isOneWay ? "  (one-way)\n" : "\n";
+    }
+    return text;
+}

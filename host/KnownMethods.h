@@ -1,0 +1,35 @@
+#ifndef KNOWNMETHODS_H
+#define KNOWNMETHODS_H
+
+#include <string>
+#include <vector>
+
+#include "Parameter.h"
+
+/// The remote methods as a client sees them, in their typed form. The library keeps its own table;
+/// this one is for the people at the command line.
+namespace KnownMethods {
+
+struct In {
+    const char* name;
+    Parameter::Type type;
+};
+
+struct Entry {
+    const char* name;
+    std::vector<In> in;
+    bool isOneWay;
+};
+
+/// The method of that name, or null.
+const Entry* find(const std::string& name);
+
+/// A line a method, with the names and types of its in parameters.
+std::string listing();
+
+/// One parameter as it stands in the listing, such as "Request=STRING".
+std::string toText(const In& parameter);
+
+}  // namespace KnownMethods
+
+#endif

@@ -1,0 +1,44 @@
+#ifndef LINECUTTER_H
+#define LINECUTTER_H
+
+#include <string>
+#include <string_view>
+
+/// Cuts a stream of bytes into lines, as the bytes come.
+class LineCutter {
+public:
+    /// The longest line that a host takes, without its line feed.
+    static constexpr std::size_t MessageLimit = 16 * 1024 * 1024;
+
+    enum class Found { Line, Nothing, TooLong };
+
+    explicit LineCutter(std::size_t limit) : m_limit(limit) {}
+
+    /// Where the next bytes are to be put; moves what is kept, so that lines given before are gone.
+    struct Room {
+        char* begin;
+        std::size_t size;
+    };
+    Room room();
+
+    /// Says that @p count bytes were put there.
+    void filled(std::size_t count) { m_end += count; }
+
+    /**
+     * Looks for the next line.
+     *
+     * @param line takes the line without its line feed, or the beginning of one that is longer than
+     *             the limit; valid until the next call of room()
+     * @return TooLong as soon as that is sure; there is no way on from there
+     */
+    Found next(std::string_view& line);
+
+private:
+    std::size_t m_limit;
+    std::string m_buffer;
+    std::size_t m_begin = 0;     ///< of what is not handed out yet
+    std::size_t m_searched = 0;  ///< no line feed between m_begin and here
+    std::size_t m_end = 0;       ///< of what was filled in
+};
+
+#endif

@@ -1,0 +1,44 @@
+#ifndef LISTENINGSOCKET_H
+#define LISTENINGSOCKET_H
+
+#include <sys/types.h>
+
+#include <string>
+
+/**
+ * A Unix domain socket that clients can connect to, for its owner and group only.
+ *
+ * A socket that nobody listens on any more is replaced; one that is in use, and anything else that
+ * stands at the path, is left alone. When the object goes, its socket file goes, unless that was
+ * done before.
+ */
+class ListeningSocket {
+public:
+    ListeningSocket() = default;
+    ~ListeningSocket();
+    ListeningSocket(const ListeningSocket&) = delete;
+    ListeningSocket& operator=(const ListeningSocket&) = delete;
+
+    /// Listens at @p path. False when that is not possible, with the reason in @p error. To be
+    /// called once.
+    [[nodiscard]] bool open(const std::string& path, std::string& error);
+
+    /// Removes the socket file, if it is still there and still this one. To be called while the
+    /// socket listens, so that no other host can have taken its place.
+    void remove();
+
+    /// Hands the descriptor over to the caller, who closes it.
+    int release();
+
+private:
+    bool replaceStale(std::string& error) const;
+    bool bindAndListen(std::string& error);
+
+    std::string m_path;
+    int m_descriptor = -1;
+    bool m_isBound = false;
+    dev_t m_device = 0;  ///< of the socket file, to know it again
+    ino_t m_inode = 0;
+};
+
+#endif

@@ -1,0 +1,79 @@
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "Command.h"
+#include "HostOptions.h"
+#include "JsonRpc.h"
+#include "Method.h"
+#include "Output.h"
+#include "SocketConnection.h"
+
+namespace {
+
+const char* const ListenerMethods[] = {"AddListener", "AddStatusListener"};
+
+/// What is printed of a message that a listener hears.
+std::string toLine(const Method& heard) {
+    std::string item;
+    std::string value;
+    if (heard.getName() == "Status" && heard.getStringParameter("item", item) &&
+        heard.getStringParameter("value", value)) {
+        return item + "=" + value;
+    }
+    return heard.getName();
+}
+
+/// "das watch": prints what a listener hears.
+class WatchCommand : public Command {
+public:
+    CLI::App* declare(CLI::App& app) override {
+        return app.add_subcommand(
+            "watch", "Print each change of the user, and each status item, of a running host");
+    }
+
+    int run(const HostOptions& options) override {
+        if (!options.socket) {
+            std::cerr << "das: watch: --socket is required" << std::endl;
+            return ExitUsage;
+        }
+        Output output;
+        SocketConnection connection;
+        std::string error;
+        if (!connection.open(*options.socket, error)) {
+            std::cerr << "das: " << error << std::endl;
+            return ExitUsage;
+        }
+        return watch(connection, output);
+    }
+
+private:
+    static int watch(SocketConnection& connection, Output& output) {
+        std::size_t answers = 0;
+        for (const char* const name : ListenerMethods) {
+            if (!connection.sendLine(Connection::toCall(Method(name)))) {
+                return ExitSuccess;  // the host has ended
+            }
+        }
+        std::string line;
+        while (connection.readLine(line)) {
+            const JsonRpc::Message message = JsonRpc::read(line);
+            if (message.id) {
+                if (++answers == std::size(ListenerMethods)) {
+                    std::cerr << "watching" << std::endl;
+                }
+            } else if (message.isRequest() && !output.writeLine(toLine(message.method))) {
+                std::cerr << "das: standard output: nobody reads any more" << std::endl;
+                return ExitFailure;
+            }
+        }
+        return ExitSuccess;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeWatchCommand() {
+    return std::make_unique<WatchCommand>();
+}
