@@ -25,6 +25,7 @@
 #include "Log.h"
 #include "Method.h"
 #include "Output.h"
+#include "Place.h"
 #include "SocketConnection.h"
 #include "SocketServer.h"
 
@@ -52,27 +53,6 @@ struct Options {
 [[noreturn]] void fail(const std::string& words) {
     throw std::runtime_error(words);
 }
-
-/// A folder with what a service needs, which goes with the object. The environment names the last
-/// one that was made.
-class Place {
-public:
-    explicit Place(const fs::path& parent) {
-        std::string name = (parent / "das-remote-XXXXXX").string();
-        m_folder = mkdtemp(name.data());
-        fs::create_directories(m_folder / "root" / "data");
-        setenv("DB_PATH", m_folder.c_str(), 1);
-        setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
-    }
-    ~Place() { fs::remove_all(m_folder); }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
-
-    std::string path(const char* name) const { return m_folder / name; }
-
-private:
-    fs::path m_folder;
-};
 
 /// A running "das serve --socket", in the place that the environment names.
 class HostProcess {

@@ -8,11 +8,7 @@ using Lines = std::vector<std::string>;
 
 sqlite3* newest = nullptr;
 Lines* current = nullptr;  ///< where errors go; null outside of a record
-
-int onOpen(sqlite3* db, char**, const sqlite3_api_routines*) {
-    newest = db;
-    return SQLITE_OK;
-}
+bool nextIsRecorded = false;
 
 void onError(void*, int, const char* text) {
     if (current != nullptr) {
@@ -35,6 +31,25 @@ int onPrepare(void* lines, int action, const char* name, const char* detail, con
     return SQLITE_OK;
 }
 
+void record(sqlite3* db, Lines* lines) {
+    sqlite3_trace_v2(db, SQLITE_TRACE_STMT, onRun, lines);
+    sqlite3_set_authorizer(db, onPrepare, lines);
+}
+
+int onOpen(sqlite3* db, char**, const sqlite3_api_routines*) {
+    newest = db;
+    if (nextIsRecorded) {
+        record(db, current);
+    }
+    return SQLITE_OK;
+}
+
+void stop(sqlite3* db) {
+    sqlite3_set_authorizer(db, nullptr, nullptr);
+    sqlite3_trace_v2(db, 0, nullptr, nullptr);
+    current = nullptr;
+}
+
 }  // namespace
 
 void StatementRecord::install() {
@@ -49,11 +64,18 @@ sqlite3* StatementRecord::lastOpened() {
 std::vector<std::string> StatementRecord::of(sqlite3* db, const std::function<void()>& work) {
     Lines lines;
     current = &lines;
-    sqlite3_trace_v2(db, SQLITE_TRACE_STMT, onRun, &lines);
-    sqlite3_set_authorizer(db, onPrepare, &lines);
+    record(db, &lines);
     work();
-    sqlite3_set_authorizer(db, nullptr, nullptr);
-    sqlite3_trace_v2(db, 0, nullptr, nullptr);
-    current = nullptr;
+    stop(db);
+    return lines;
+}
+
+std::vector<std::string> StatementRecord::ofNextConnection(const std::function<void()>& work) {
+    Lines lines;
+    current = &lines;
+    nextIsRecorded = true;
+    work();
+    nextIsRecorded = false;
+    stop(newest);
     return lines;
 }

@@ -23,6 +23,9 @@ sqlite3* lastOpened();
  */
 std::vector<std::string> of(sqlite3* db, const std::function<void()>& work);
 
+/// The same for the connection that @p work opens, from its opening on.
+std::vector<std::string> ofNextConnection(const std::function<void()>& work);
+
 }  // namespace StatementRecord
 
 #endif

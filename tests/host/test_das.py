@@ -96,6 +96,13 @@ class HostTest(unittest.TestCase):
                 shutil.copy(part, tree / "lib", follow_symlinks=False)
         return tree / "bin" / DAS.name
 
+    def run_unprivileged(self, lines, **more):
+        """Runs a copy of das that any user can reach as one who has no special rights."""
+        program = self.copy_of_tree(SERVICE, PLATFORM)
+        if os.getuid() == 0:
+            more.update(user=NOBODY, group=NOBODY, extra_groups=[])
+        return self.das("request", lines=lines, program=program, **more)
+
 
 class CommandLine(HostTest):
     def test_exit_status_and_output(self):
@@ -260,13 +267,6 @@ class Streams(HostTest):
 
 
 class Databases(HostTest):
-    def run_unprivileged(self, lines, **more):
-        """Runs a copy of das that any user can reach as one who has no special rights."""
-        program = self.copy_of_tree(SERVICE, PLATFORM)
-        if os.getuid() == 0:
-            more.update(user=NOBODY, group=NOBODY, extra_groups=[])
-        return self.das("request", lines=lines, program=program, **more)
-
     def test_a_new_database_is_private(self):
         run = self.das("request", lines=[READ_ALL])
         self.assertEqual(run.answers[0].count("<Entry>"), 177)

@@ -258,6 +258,37 @@ class Forms(UpgradeTest):
         self.assertEqual(dump(self.path), first)
 
 
+class Places(UpgradeTest):
+    """Databases that can't be upgraded: the start ends, and nothing that is there is lost."""
+
+    def test_a_read_only_database_stays_as_it_was(self):
+        self.make_form("phone_book_17", "usual")
+        before = self.path.read_bytes()
+        self.path.chmod(0o444)
+        run = self.run_unprivileged(["getCurrentUser", request("read_request", schema="PhoneBook"),
+                                     request("read_request", schema="FeatureKeys")])
+        self.assertEqual(run.answers, ["visitor", request("failure", schema="PhoneBook"),
+                                       request("failure", schema="FeatureKeys")])
+        self.assertIn("The table PHONE_BOOK could not be rebuilt and stays as it was", run.errors)
+        self.assertEqual(self.path.read_bytes(), before)
+
+    def test_a_damaged_database_is_told_and_answers_failures(self):
+        self.make_form("phone_book_17", "many")
+        whole = self.path.read_bytes()
+        page = 4096
+        places = [("in its middle", len(whole) // 2, 40 * page), ("in its schema", 100, page - 100),
+                  ("cut off", len(whole) - 30 * page, 30 * page)]
+        for name, begin, length in places:
+            with self.subTest(name):
+                rest = whole[begin + length:]
+                self.path.write_bytes(whole[:begin] + (b"\xa5" * length if rest else b"") + rest)
+                run = self.start(request("read_request", schema="PhoneBook"), "getCurrentUser",
+                                 DAS_LOG="3")
+                self.assertIn("database disk image is malformed", run.errors)
+                self.assertEqual(run.answers[0], request("failure", schema="PhoneBook"))
+                self.assertIn(run.answers[1], ["base", "visitor"])
+
+
 class Killed(UpgradeTest):
     def kill_start_within(self, seconds):
         process = subprocess.Popen([DAS, "request"], env=self.environment(),
