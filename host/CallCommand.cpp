@@ -14,6 +14,7 @@
 #include "LocalConnection.h"
 #include "Method.h"
 #include "Output.h"
+#include "ProgressBar.h"
 #include "ServiceHost.h"
 #include "SocketConnection.h"
 
@@ -167,6 +168,7 @@ private:
             return ExitNoLibrary;
         }
         LocalConnection connection(host);
+        const ProgressBar bar;
         return call(connection, known, method, host.output());
     }
 

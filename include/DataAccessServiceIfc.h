@@ -27,8 +27,8 @@ public:
      *
      * @param message the request, ended by a zero byte
      * @param length  how many bytes of it the XML parser is given
-     * @return the answer of a service word, or the response in XML, which is well formed in every
-     *         case; cell values stand in it as they are stored. An exception of the standard
+     * @return the answer of a service word, or the response in XML, in every case; cell values
+     *         and contexts stand in it as they are stored. An exception of the standard
      *         library may pass through, with everything released.
      */
     virtual std::string processRequest(const char* message, int length) = 0;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include "ClientUtils.h"
 #include "DASUtils.h"
 #include "Logging.h"
+#include "Progress.h"
 #include "Storage.h"
 
 namespace {
@@ -48,10 +50,8 @@ void syncFolderOf(const std::string& place) {
     }
 }
 
-bool isFolder(const std::string& place) {
-    struct stat status {};
-    return ::stat(place.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
+/// Seldom enough to cost nothing, often enough for a bar that moves.
+constexpr std::size_t LinesBetweenReports = 50;
 
 }  // namespace
 
@@ -166,9 +166,12 @@ void CsvWriter::close() {
 CsvReader::CsvReader(const std::string& path, Comments comments)
     : m_path(path), m_comments(comments), m_open(false) {
     const std::string place = Storage::devicePath(path);
-    if (!isFolder(place)) {
+    struct stat status {};
+    const bool exists = ::stat(place.c_str(), &status) == 0;
+    if (!exists || !S_ISDIR(status.st_mode)) {
         m_stream.open(place, std::ios::binary);
         m_open = m_stream.is_open();
+        m_size = S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) : 0;
     }
 }
 
@@ -205,6 +208,17 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
             DAS_LOG(2, "%s: line %zu is not stored: %s", m_path.c_str(), m_line, error.what());
             ++failures;
         }
+        if (m_line % LinesBetweenReports == 0) {
+            reportProgress();
+        }
     }
+    reportProgress();
     return failures;
+}
+
+void CsvReader::reportProgress() {
+    if (m_size > 0 && Progress::isWatched()) {
+        const auto place = m_stream.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
+        Progress::report(static_cast<std::size_t>(std::max<std::streamoff>(place, 0)), m_size);
+    }
 }

@@ -76,17 +76,20 @@ public:
     /**
      * Gives the fields of each further line that has any to @p store, which may change them and
      * returns 0 for success. A line that makes it raise std::out_of_range is logged at level 2 and
-     * counts as a failure; the others go on.
+     * counts as a failure; the others go on. How much of an ordinary file is read is reported.
      *
      * @return how many lines were not stored
      */
     std::size_t forEachRow(const std::function<int(std::vector<std::string>&)>& store);
 
 private:
+    void reportProgress();
+
     const std::string m_path;
     const Comments m_comments;
     bool m_open;
     std::ifstream m_stream;
+    std::size_t m_size = 0;  ///< in bytes, 0 when it is no ordinary file
     std::size_t m_line = 0;  ///< number of the line that was read last, from 1
 };
 

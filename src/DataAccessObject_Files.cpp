@@ -212,6 +212,10 @@ bool DataAccessObject::prepareImport(std::vector<std::string>& names) {
         return false;
     }
     DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
+    if (hasColumn(DASUtilsStrings::UserContextTagName) && !defaultRowIds().empty()) {
+        // A file's rows are only ever updated, and a start in base wipes those of the visitor.
+        (void)insertDefaultRows(true);
+    }
     return DASUtils::createColumnNameListFromDbFile(m_dbAdapter, m_tableName, names);
 }
 

@@ -203,7 +203,8 @@ void DatabaseAdapter::logStatementError(const std::string& sql) const {
 }
 
 void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) const {
-    if (code != SQLITE_ROW && code != SQLITE_DONE && statement.isPrepared()) {
+    const bool isFailure = code != SQLITE_ROW && code != SQLITE_DONE;
+    if (isFailure && statement.isPrepared() && !statement.isEmpty()) {
         (void)statement.reset();  // brings the words of the failed step
         logStatementError(sql);
     }

@@ -1,11 +1,9 @@
 #include "DbFactory.h"
 
-#include "DatabaseAdapter.h"
-
 DbFactory::DbFactory() = default;
 DbFactory::~DbFactory() = default;
 
-DatabaseAdapterIfc* DbFactory::createDatabase() {
+DatabaseAdapter* DbFactory::createDatabase() {
     auto adapter = std::make_unique<DatabaseAdapter>();
     if (m_adapter != nullptr) {
         m_retired.push_back(std::move(m_adapter));

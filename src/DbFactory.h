@@ -4,9 +4,8 @@
 #include <memory>
 #include <vector>
 
+#include "DatabaseAdapter.h"
 #include "DbFactoryIfc.h"
-
-class DatabaseAdapter;
 
 /// Makes the adapter over SQLite.
 class DbFactory : public DbFactoryIfc {
@@ -17,7 +16,7 @@ public:
     DbFactory& operator=(const DbFactory&) = delete;
 
     /// The adapter that this factory held before retires: it lives on until destroyDatabase.
-    DatabaseAdapterIfc* createDatabase() override;
+    DatabaseAdapter* createDatabase() override;
     void destroyDatabase() override;
 
 private:

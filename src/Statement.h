@@ -19,6 +19,9 @@ public:
 
     [[nodiscard]] bool isPrepared() const { return m_prepared; }
 
+    /// Whether there is nothing to step: the text was not prepared, or holds no statement.
+    [[nodiscard]] bool isEmpty() const { return m_handle == nullptr; }
+
     /**
      * Raw SQLite code of the next step. When another process has changed the tables since the
      * prepare, the first step prepares anew instead of failing. SQLITE_MISUSE when nothing is

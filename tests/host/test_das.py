@@ -3,6 +3,7 @@
 Usage: test_das.py DAS sanitizers=NAMES [unittest arguments]
 """
 import os
+import pty
 import re
 import shutil
 import sqlite3
@@ -231,6 +232,21 @@ class Streams(HostTest):
                 self.assertEqual(process.stdout.readline(), b"base\n")
             process.stdin.close()
             self.assertEqual(process.wait(), 0)
+
+    def test_an_import_shows_its_progress_on_a_terminal_only(self):
+        (self.root / "data/book.csv").write_text("base,,Name,,089\n" * 10000)
+        call = ["call", "importDataForUser", "schemaName=PhoneBook", "userToImportFor=0",
+                "filePathAndName=/data/book.csv"]
+        self.assertNotIn("%", self.das(*call).errors)
+        screen, terminal = pty.openpty()
+        with subprocess.Popen([DAS, *call], env=self.environment(DAS_LOG="0"), stdin=terminal,
+                              stdout=subprocess.DEVNULL, stderr=terminal):
+            os.close(terminal)
+            shown = b""
+            with self.assertRaises(OSError), open(screen, "rb", buffering=0) as bar:
+                while True:
+                    shown += bar.read(4096)
+        self.assertRegex(shown.decode(), r"(?s)\r\[#+ +\] [1-9]\d? %.*\r\[#{50}\] 100 %\r?\n$")
 
     def test_a_reader_that_is_gone_ends_the_run(self):
         reader, writer = os.pipe()

@@ -158,6 +158,7 @@ TEST_F(DASMigratorTest, ChangeOfProtocolKeepsWhatNamesTheTelephone) {
     start();
     EXPECT_EQ(management.resets, 1);
     EXPECT_EQ(joined("SELECT * FROM GENERAL_CONFIG ORDER BY Schema, Name"),
+              "Dot1xSettings||Dot1xAuthentication|1|Dot1xSettings||RadiusServerValidation|true|"
               "MobilitySettings||MobilityCurrentUser|base|QfaBaseSettings||TerminalNumber|+49 89 "
               "'722' 0|TransportSettings||DHCPenabled|false|TransportSettings||DLSaddress|"
               "192.0.2.7|TransportSettings||DLSport|18443|TransportSettings||DefaultMask|"

@@ -105,13 +105,14 @@ def columns_of(db, table):
     return {row[1]: row[2] for row in db.execute(f"PRAGMA table_info({table})")}
 
 
-def make_cell(table, column, kind, row, text):
+def make_cell(table, column, kind, row, user, text):
     if kind == "INTEGER":
         return row
     value = text(column, row)
     if column in table.full and not value:
         value = "full"
-    return f"{value} {row}" if column == "Surname" else value  # no two contacts are alike
+    # No two contacts are alike, whosever they are: doubles are found across users.
+    return f"{value} {row} {user}" if column == "Surname" else value
 
 
 def fill(db, table, rows_of_user, text):
@@ -120,7 +121,8 @@ def fill(db, table, rows_of_user, text):
         for user in ["base", "visitor"] if "UserContext" in columns else ["base"]:
             given = {"UserContext": user,
                      table.key: key + 1 if user == "visitor" and isinstance(key, int) else key}
-            values = [given[name] if name in given else make_cell(table, name, kind, row, text)
+            values = [given[name] if name in given else make_cell(table, name, kind, row, user,
+                                                                           text)
                       for name, kind in columns.items()]
             db.execute(f"INSERT INTO {table.name} VALUES ({', '.join('?' * len(values))})", values)
     if table.name == "PHONE_BOOK" and rows_of_user:
