@@ -37,26 +37,6 @@ TEST_P(SemaphoreTest, OneThreadAtATimeIsInACriticalSection) {
     EXPECT_EQ(40000, entries);
 }
 
-TEST_P(SemaphoreTest, TheCountNeverRisesAboveTheMaximum) {
-    Semaphore semaphore(0, 2, GetParam());
-    for (int i = 0; i < 3; ++i) {
-        semaphore.give();
-    }
-    semaphore.take();
-    semaphore.take();
-    std::atomic<bool> passed{false};
-    std::thread third([&] {
-        semaphore.take();
-        passed = true;
-    });
-    for (int i = 0; i < 1000; ++i) {
-        std::this_thread::yield();
-    }
-    EXPECT_FALSE(passed);
-    semaphore.give();
-    third.join();
-}
-
 /// Waits until the thread @p id sleeps in the kernel.
 void awaitSleepOf(pid_t id) {
     const std::string path = "/proc/self/task/" + std::to_string(id) + "/stat";

@@ -1,26 +1,9 @@
 // The contacts as a file for web management.
 
-#include "DatabaseAdapter.h"
-#include "Executable.h"
-#include "LocalMgmtIfc.h"
-#include "ManageableData.h"
+#include "RecordingManagement.h"
 #include "ServiceTest.h"
 
 namespace {
-
-class StatusKeeper : public Executable, public LocalMgmtIfc {
-public:
-    void init(Context&) override {}
-    void shutdown() override {}
-    bool deleteFile(int, const std::string&) override { return false; }
-    void sendStatusToDLS(const ManageableData&) override { told += "to the wrong one;"; }
-    void sendStatusToWBM(const ManageableData& status) override {
-        told += status.getItem() + "=" + status.getValue() + ";";
-    }
-    void factoryReset(const std::string&, int) override {}
-
-    std::string told;
-};
 
 class ContactsCsvTest : public ServiceTest {
 protected:
@@ -28,7 +11,7 @@ protected:
     const std::string Header =
         "\"LastName\",\"FirstName\",\"Business1\",\"Business2\",\"Mobile1\",\"Private1\","
         "\"Company1\",\"Address1\",\"Address2\",\"Position\",\"Email1\",\"DefaultDial\"\n";
-    StatusKeeper m_management;
+    RecordingManagement m_management;
 };
 
 }  // namespace
@@ -45,7 +28,7 @@ TEST_F(ContactsCsvTest, WordWritesTheContactsOfBothUsersAndTellsManagement) {
     EXPECT_EQ(send("saveContactsToCSV"), "endOfSaveContactsToCSVRequest");
     const std::string line = "\"M\xC3\xBCller, \"\"A\"\"\",,,\"O'N\",,,,,,,,\"1\"\n";
     EXPECT_EQ(readFile(onDevice(File)), Header + line + line);
-    EXPECT_EQ(m_management.told, "contacts-status=4;");
+    EXPECT_EQ(m_management.toWbm, "contacts-status=4;");
 }
 
 TEST_F(ContactsCsvTest, StatusTellsWhetherAFileIsThere) {
@@ -62,5 +45,5 @@ TEST_F(ContactsCsvTest, StatusTellsWhetherAFileIsThere) {
     EXPECT_TRUE(m_log.has(2, "csv contacts file creation is not successful"));
     m_context.services.clear();  // a service that was found once still counts
     service().notifyWBM(File);
-    EXPECT_EQ(m_management.told, "contacts-status=3;contacts-status=4;");
+    EXPECT_EQ(m_management.toWbm, "contacts-status=3;contacts-status=4;");
 }

@@ -1,7 +1,6 @@
 #include <sys/stat.h>
 
 #include "DASMigrator.h"
-#include "DataFiles.h"
 #include "GenConfigDeviceDataItems.h"
 #include "GeneralConfigurationDAO.h"
 #include "RecordingAdapter.h"
@@ -20,13 +19,6 @@ protected:
     void put(const std::string& text) { writeFile(onDevice(m_path), text); }
     std::string file(const std::string& path) { return readFile(onDevice(path)); }
     bool exists(const std::string& path) { return std::filesystem::exists(onDevice(path)); }
-    bool write(const PairList& conditions) {
-        return DASUtils::readAllItemsFromTableAndWriteToFile(&m_adapter, "T", m_path, conditions);
-    }
-    bool writeColumns(const std::vector<std::string>& columns) {
-        return DASUtils::readFromTableAndWriteToFileWithColumns(&m_adapter, "T", m_path, {},
-                                                                columns);
-    }
     bool apply(const std::string& table, const std::vector<std::string>& columns) {
         return DASUtils::updateItemsInTableWithValuesFromFile(&m_adapter, table, columns, m_path);
     }
@@ -40,37 +32,6 @@ protected:
 
 }  // namespace
 
-TEST_F(DASUtilsFilesTest, ATableIsWrittenWholeOrByConditionsOrByColumns) {
-    EXPECT_TRUE(write({}));
-    EXPECT_EQ(file(m_path), "1,a,b\\,c\n5,o'clock,\n");
-    for (const char* text : {"Opening /tmp/file.csv for writing", "Reading table T",
-                             "Reading complete - 2 items found in table"}) {
-        EXPECT_TRUE(m_log.has(5, text));
-    }
-    EXPECT_TRUE(write({{"Id", "5"}}));
-    EXPECT_EQ(file(m_path), "5,o'clock,\n");
-    EXPECT_TRUE(writeColumns({"B", "Id"}));
-    EXPECT_EQ(file(m_path), "B,Id\nb\\,c,1\n,5\n");
-    sql("DELETE FROM T");
-    EXPECT_TRUE(write({}));
-    EXPECT_EQ(file(m_path), "");
-}
-
-TEST_F(DASUtilsFilesTest, AnOlderFileStaysWhenATableCannotBeWritten) {
-    put("older\n");
-    EXPECT_FALSE(writeColumns({"B", "X"}));
-    EXPECT_FALSE(write({{"X", "1"}}));
-    EXPECT_FALSE(DASUtils::readAllItemsFromTableAndWriteToFile(nullptr, "T", m_path, {}));
-    {
-        FileSizeLimit limit(6);
-        EXPECT_FALSE(write({}));
-    }
-    EXPECT_EQ(file(m_path), "older\n");
-    EXPECT_EQ(m_log.count("Table T is not written to /tmp/file.csv"), 4);
-    EXPECT_FALSE(DASUtils::readAllItemsFromTableAndWriteToFile(&m_adapter, "T", "/no/file", {}));
-    EXPECT_TRUE(m_log.has(5, "error opening /no/file"));
-}
-
 TEST_F(DASUtilsFilesTest, RowsAreReadBackByTheNamesOfTheFirstLine) {
     struct {
         const char* text;
@@ -79,12 +40,9 @@ TEST_F(DASUtilsFilesTest, RowsAreReadBackByTheNamesOfTheFirstLine) {
     } const cases[] = {
         {"Id,A,B\n1,a,b\\,c\n\n5,o'clock,", true, m_rows},
         {"B,Id,A\n\"b\",7,a", true, {{"7", "a", "\"b\""}}},
-        {"A,Old,B\na,gone,b", true, {{"1", "a", "b"}}},
-        {"A,A,B\na,second,b", true, {{"1", "a", "b"}}},
         {"Id,A\n,first\n,second\n", true, {{"1", "first", ""}, {"2", "second", ""}}},
         {"Id,A\n1\n2,a,b\n3,c\nx,y\n", false, {{"3", "c", ""}}},
         {"A); DROP TABLE T; --,B\nx,b", true, {{"1", "", "b"}}},
-        {"Old\nx", false, {}},
         {"", false, {}},
     };
     for (const auto& each : cases) {
@@ -95,8 +53,6 @@ TEST_F(DASUtilsFilesTest, RowsAreReadBackByTheNamesOfTheFirstLine) {
         EXPECT_EQ(sql("SELECT * FROM T"), each.rows);
         EXPECT_TRUE(lockIsFree(m_adapter));
     }
-    EXPECT_FALSE(DASUtils::recreateTableFromFile(&m_adapter, "T", "/tmp"));
-    EXPECT_FALSE(DASUtils::recreateTableFromFile(nullptr, "T", m_path));
 }
 
 TEST_F(DASUtilsFilesTest, NewColumnsComeByARebuildThatKeepsTheRows) {
@@ -105,11 +61,8 @@ TEST_F(DASUtilsFilesTest, NewColumnsComeByARebuildThatKeepsTheRows) {
     EXPECT_EQ(columns, m_wider);
     EXPECT_EQ(sql("SELECT Id, A, B FROM T"), m_rows);
     EXPECT_EQ(cell("SELECT COUNT(*) FROM pragma_table_info('T')"), "4");
-    EXPECT_TRUE(m_log.has(5, "updateTableInDatabase( TableName=T )"));
     EXPECT_FALSE(exists(m_scratch));
     EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 0);
-    PairList none;
-    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", none), 0);
     sql("DELETE FROM T");
     columns.emplace_back("D", "TEXT");
     EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 1);
@@ -122,13 +75,11 @@ TEST_F(DASUtilsFilesTest, ARebuildThatFailsLeavesTheTableAndTheFileWithItsRows) 
         bool fileStays;
         const char* log;
     } const cases[] = {
-        {"BEGIN", false, ""},
         {"SELECT * FROM T;", false, "Table T is not written to"},
         {"DROP", true,
          "CallLogDAO::updateCallLogTableDatabas - FAILED to drop CallLog Table from "
          "phone.db"},
         {"CREATE", true, ""},
-        {"'o''clock'", true, ""},
         {"END", true, ""},
     };
     for (const auto& each : cases) {
@@ -149,22 +100,6 @@ TEST_F(DASUtilsFilesTest, ARebuildThatFailsLeavesTheTableAndTheFileWithItsRows) 
     struct stat status {};
     EXPECT_EQ(::stat(onDevice(m_scratch).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
-}
-
-TEST_F(DASUtilsFilesTest, ARebuildLosesNoRowThatTheFormatOrThePlaceDoesNotCarry) {
-    PairList columns = m_wider;
-    sql("UPDATE T SET A = 'two' || char(10) || 'lines' WHERE Id = 5");
-    m_rows = sql("SELECT * FROM T");
-    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 2);
-    EXPECT_EQ(sql("SELECT * FROM T"), m_rows);
-    std::filesystem::remove_all(onDevice("/Aurel_Deploy"));
-    sql("UPDATE T SET A = 'x'");
-    m_rows = sql("SELECT * FROM T");
-    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "T", columns), 2);
-    EXPECT_EQ(sql("SELECT * FROM T"), m_rows);
-    EXPECT_EQ(DASUtils::updateTableInDatabase(&m_adapter, "MISSING", columns), 2);
-    EXPECT_EQ(DASUtils::updateTableInDatabase(nullptr, "T", columns), 2);
-    EXPECT_EQ(m_log.count("updateTableInDatabase failed to createColumnNameListFromDbFile"), 2);
 }
 
 TEST_F(DASUtilsFilesTest, ASettingOfAFileIsUpdatedOrInserted) {
@@ -205,19 +140,8 @@ TEST_F(DASUtilsFilesTest, ValuesOfAFileBecomeRowsOfOtherTables) {
     EXPECT_TRUE(m_log.has(2, "A line of 2 fields for 3 columns is skipped"));
     put("x,y\n");
     EXPECT_FALSE(apply("T", {"A", "X"}));
-    EXPECT_TRUE(m_log.has(2, "/tmp/file.csv: line 1 is not stored: no column X in table T"));
     EXPECT_TRUE(apply("T", {"A", "B"}));
-    EXPECT_FALSE(DASUtils::updateItemsInTableWithValuesFromFile(&m_adapter, "T", {}, "/no/file"));
-    EXPECT_TRUE(m_log.has(5, "error opening /no/file"));
     EXPECT_TRUE(lockIsFree(m_adapter));
-}
-
-TEST_F(DASUtilsFilesTest, ALoadInsideATransactionIsTakenBackWithIt) {
-    put("x,y\n");
-    TransactionGuard transaction(m_adapter);
-    EXPECT_TRUE(DASUtils::updateItemsInTransaction(m_adapter, "T", {"A", "B"}, m_path));
-    transaction.rollBack();
-    EXPECT_EQ(sql("SELECT * FROM T"), m_rows);
 }
 
 TEST_F(ServiceTest, AFileOfSettingsChangesWhatIsKnownOfThem) {
@@ -229,31 +153,5 @@ TEST_F(ServiceTest, AFileOfSettingsChangesWhatIsKnownOfThem) {
         EXPECT_EQ(found, count);
         writeFile(onDevice(path), ",base,New,8\n");
         DASMigrator::updateGeneralConfigTable(&service(), {}, path);
-    }
-    EXPECT_FALSE(m_log.has("Not every value"));
-    DASMigrator::updateGeneralConfigTable(nullptr, {}, path);
-    EXPECT_TRUE(m_log.has(2, "Not every value of " + path + " is applied"));
-}
-
-TEST_F(ServiceTest, DoorsOfDataFilesLogAndAnswerTrue) {
-    const auto all = static_cast<eUserCategory>(7);
-    DataAccessService unstarted;
-    for (DataAccessService* each : {&unstarted, &service()}) {
-        const bool started = each != &unstarted;
-        m_log.clear();
-        EXPECT_EQ(each->exportData("FeatureKeys", base, "F"), started);
-        EXPECT_EQ(each->importData("FeatureKeys", "F"), started);
-        EXPECT_EQ(each->importData("FeatureKeys", base, "F"), started);
-        EXPECT_EQ(each->importData("FeatureKeys", visitor, "F"), started);
-        EXPECT_EQ(each->importData("FeatureKeys", all, "F"), started);
-        EXPECT_TRUE(m_log.has(5,
-                              "export data, schema = FeatureKeys, for users = 0, location to "
-                              "export to = F"));
-        for (const char* what :
-             {"import data", "import new base data", "import new visitor data"}) {
-            const std::string line = ", schema = FeatureKeys, location to import from = F";
-            EXPECT_EQ(m_log.has(5, what + line), started);
-        }
-        EXPECT_EQ(m_log.count("import"), started ? 3 : 0);
     }
 }

@@ -25,17 +25,6 @@ TEST_F(DASUtilsTest, QuotesAreDoubledOnceAndTakenBack) {
     EXPECT_EQ(DASUtils::convertToDBFormat("it's"), "'it's'");
     EXPECT_EQ(DASUtils::escapeReservedCharacter("a,b,", ',', '\\'), "a\\,b\\,");
     EXPECT_EQ(DASUtils::escapeSqlReservedString("a&apos;b&apos;&amp;apos;"), "a'b'&amp;apos;");
-    std::string tag = "old";
-    DASUtils::createXMLStartTag("Id", tag);
-    EXPECT_EQ(tag, "<Id>");
-    DASUtils::createXMLEndTag("Id", tag);
-    EXPECT_EQ(tag, "</Id>");
-}
-
-// One pass: doubling in place took a minute for this text.
-TEST_F(DASUtilsTest, AMillionQuotesAreDoubledAtOnce) {
-    const std::string quotes(1000000, '\'');
-    EXPECT_EQ(DASUtils::escapeSqlReservedCharacters(quotes), quotes + quotes);
 }
 
 TEST_F(DASUtilsTest, OnlyTextsOfTheRightFormMayStandUnquoted) {

@@ -1,21 +1,8 @@
 #include "RecordingAdapter.h"
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 using DatabaseAdapterSchemaTest = AdapterTest;
-
-TEST_F(DatabaseAdapterSchemaTest, CreatesATableFromNamesAndTypes) {
-    PairList columns = {{"A", "INTEGER PRIMARY KEY"}, {"B", ""}, {"C", "TEXT NOT NULL"}};
-    const PairList same = columns;
-    EXPECT_EQ(m_adapter.createTable("T", columns), 0);
-    EXPECT_THAT(columns, IsEmpty());
-    const char* const text = "CREATE TABLE T (A INTEGER PRIMARY KEY, B, C TEXT NOT NULL);";
-    EXPECT_THAT(m_adapter.statements, ElementsAre(text));
-    EXPECT_TRUE(m_log.has(5, text));
-    columns = same;
-    EXPECT_EQ(m_adapter.createTable("T", columns), SQLITE_ERROR) << "it is there";
-}
 
 TEST_F(DatabaseAdapterSchemaTest, DropTableKeepsEmptyTablesButTheCallLog) {
     sql("CREATE TABLE T (A); CREATE TABLE CALL_LOG (A); CREATE TABLE Full (A); "
@@ -57,20 +44,9 @@ TEST_F(DatabaseAdapterSchemaTest, MissingIndicesAreMadeOnce) {
 
 TEST_F(DatabaseAdapterSchemaTest, OnlyTablesWithRowsAreRenamed) {
     sql("CREATE TABLE T (A); CREATE TABLE Full (A); INSERT INTO Full VALUES (1);");
-    struct {
-        const char* from;
-        const char* to;
-        int result;
-        const char* log;
-    } const rows[] = {
-        {"T", "New", 1, "DatabaseAdapter::alterTableName TABLE T does not exist"},
-        {"Gone", "New", 1, "DatabaseAdapter::alterTableName TABLE Gone does not exist"},
-        {"Full", "T", SQLITE_ERROR, "DatabaseAdapter::alterTableName ALTER TABLE Full failed"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(m_adapter.alterTableName(row.from, row.to), row.result);
-        EXPECT_TRUE(m_log.has(2, row.log)) << row.log;
-    }
+    EXPECT_EQ(m_adapter.alterTableName("T", "New"), 1);
+    EXPECT_TRUE(m_log.has(2, "DatabaseAdapter::alterTableName TABLE T does not exist"));
+    EXPECT_EQ(m_adapter.alterTableName("Full", "T"), SQLITE_ERROR);
     EXPECT_EQ(m_adapter.alterTableName("Full", "New"), 0);
     EXPECT_EQ(m_adapter.statements.back(), "ALTER TABLE Full RENAME TO New;");
     EXPECT_EQ(cell("SELECT A FROM New"), "1");
@@ -84,11 +60,4 @@ TEST_F(DatabaseAdapterSchemaTest, RowsAreCopiedByColumnName) {
     EXPECT_EQ(sql("SELECT A, C, D IS NULL FROM U"), (Rows{{"1", "3", "1"}, {"4", "x'", "1"}}));
     EXPECT_EQ(m_adapter.copyDataOfTableToAnother("Gone", "U", {}), 1);
     EXPECT_TRUE(m_log.has(2, "copyDataOfTableToAnother - getColumnNames failed"));
-    for (const std::vector<std::string>& excluded :
-         {std::vector<std::string>{}, std::vector<std::string>{"A", "B", "C"}}) {
-        EXPECT_EQ(m_adapter.copyDataOfTableToAnother("T", "U", excluded), SQLITE_ERROR);
-    }
-    EXPECT_EQ(m_log.count("DatabaseAdapter::copyDataOfTableTOAnother importing data from old table "
-                          "failed"),
-              2);
 }

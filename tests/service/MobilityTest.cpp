@@ -1,11 +1,9 @@
 #include <thread>
 
 #include "ACMSTagMapper.h"
-#include "DAOFactory.h"
 #include "DASListenerIfc.h"
 #include "DASUtils.h"
 #include "DatabaseAdapter.h"
-#include "MobilityMigrator.h"
 #include "RecordingManagement.h"
 #include "ServiceTest.h"
 
@@ -87,13 +85,6 @@ TEST_F(MobilityTest, MissingRowsMeanAValidVisitorOutsideBasicMode) {
     EXPECT_EQ(DASUtils::readMobilityCurrentUserValue(&adapter), "");
 }
 
-TEST_F(MobilityTest, AStoredUserOfSqlTextIsNoSql) {
-    store("MobilityCurrentUser", "x'' OR 1=1 --");
-    start();
-    EXPECT_EQ(send("getCurrentUser"), "x' OR 1=1 --");
-    EXPECT_EQ(send("FeatureKeys", "read_request").find("<Entry>"), std::string::npos);
-}
-
 TEST_F(MobilityTest, AVisitorGetsCopiesAndChangesLeaveTheOwnerAlone) {
     writeLabel("base", "mine");
     EXPECT_TRUE(service().setProfile("visitor"));
@@ -124,7 +115,6 @@ TEST_F(MobilityTest, ChangesOfProfileAreToldInOrderAndAVisitorAgainToo) {
         {"base", true, {}},
         {"visitor", true, {"1 visitor", "2 visitor"}},
         {"visitor", true, {"1 visitor", "2 visitor"}},
-        {"guest", false, {}},
         {"", false, {}},
         {"base", true, {"1 base", "2 base"}},
         {"base", true, {}},
@@ -135,7 +125,6 @@ TEST_F(MobilityTest, ChangesOfProfileAreToldInOrderAndAVisitorAgainToo) {
         EXPECT_EQ(heard, row.heard) << row.profile;
     }
     EXPECT_TRUE(m_log.has(2, "Invalid m_current user visitor"));
-    EXPECT_TRUE(m_log.has(2, "Invalid new profile 'guest'"));
 }
 
 TEST_F(MobilityTest, TheVisitorsPasswordsGoAndTheOwnersStay) {
@@ -149,7 +138,7 @@ TEST_F(MobilityTest, TheVisitorsPasswordsGoAndTheOwnersStay) {
     service().deleteVisitorUserPassword();
     EXPECT_EQ(count("GENERAL_CONFIG", "visitor"), "3");
     service().deleteUcCredentials();
-    EXPECT_EQ(count("GENERAL_CONFIG", "visitor"), "1");
+    EXPECT_EQ(cell("SELECT Name FROM GENERAL_CONFIG WHERE UserContext = 'visitor'"), "Theme");
     EXPECT_EQ(count("GENERAL_CONFIG", "base"), "8");
 }
 
@@ -162,25 +151,14 @@ TEST_F(MobilityTest, AResetClosesTheServiceUntilAProfileOpensIt) {
     EXPECT_EQ(management.resets, 1);
     EXPECT_FALSE(std::filesystem::exists(database()));
     EXPECT_EQ(send("getCurrentUser"), "base");
-    EXPECT_NE(send("FeatureKeys", "read_request").find(">failure<"), std::string::npos);
+    EXPECT_EQ(xml::reasonOf(send("FeatureKeys", "read_request")), "failure");
     EXPECT_FALSE(service().exportData("FeatureKeys", base, "/tmp/x.csv"));
     EXPECT_TRUE(service().setProfile("base"));
-    EXPECT_NE(send("FeatureKeys", "read_request").find(">failure<"), std::string::npos)
+    EXPECT_EQ(xml::reasonOf(send("FeatureKeys", "read_request")), "failure")
         << "open again, but nothing reaches the closed database";
-    EXPECT_FALSE(std::filesystem::exists(database()));
-}
-
-TEST_F(MobilityTest, AResetWithADatabaseServesAtOnce) {
-    RecordingManagement management;
-    m_context.services["LocalMgmtIfc"] = &management;
-    writeLabel("base", "old");
     EXPECT_TRUE(service().invokeACMSFactoryReset(true));
-    EXPECT_EQ(management.resets, 0);
-    EXPECT_EQ(send("AudioSettings", "write_request", xml::element("Melody", "1"))
-                      .find(">write_response<") != std::string::npos,
-              true);
-    send("FeatureKeys", "read_request");
-    EXPECT_EQ(label("base"), "");
+    EXPECT_EQ(management.resets, 1);
+    EXPECT_EQ(xml::reasonOf(send("FeatureKeys", "read_request")), "read_response");
 }
 
 TEST_F(MobilityTest, ResetsUnderRequestsAnswerEachOfThem) {
@@ -286,9 +264,6 @@ TEST_F(PlaceTest, AMappingFileThatIsNotOneLeavesEachTagUnknown) {
         const char* text;
         const char* log;
     } rows[] = {{"", "Version no. missing"},
-                {"a,b,c\n", "Version no. missing"},
-                {"#$VERSION=1\n", "File too short, data tags missing?"},
-                {"#$VERSION=1\n#$COLUMNS=<ACMStag>,<DAStag>\n", "File too short"},
                 {"#$VERSION=1\n#$COLUMNS=x,y,z,<ACMStag>,<DAStag>,<DASschema>\na,b,c,t\n",
                  "Scanning complete"}};
     std::string schema = "kept";

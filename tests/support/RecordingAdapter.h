@@ -17,8 +17,6 @@
 /// that go by countRows are not seen.
 class RecordingAdapter : public DatabaseAdapter {
 public:
-    using DatabaseAdapter::m_type;
-
     int actualSQLiteCommandExecution(const std::string& sql,
                                      int (*callback)(void*, int, char**, char**),
                                      void* argument) override {

@@ -148,6 +148,12 @@ inline std::string reasonOf(const std::string& answer) {
     return valuesOf(answer, "ReasonForMessage");
 }
 
+/// What @p answer has behind its reason.
+inline std::string dataOf(const std::string& answer) {
+    const auto begin = answer.find("</ReasonForMessage>") + 19;
+    return answer.substr(begin, answer.rfind("</Schema>") - begin);
+}
+
 }  // namespace xml
 
 /// A test with a service that has been started.

@@ -20,20 +20,14 @@ protected:
         service().constructorActions();  // a connection that does not know of them
         m_log.clear();
     }
-    static std::string reasonIn(const std::string& answer) {
-        const auto begin = answer.find("<ReasonForMessage>") + 18;
-        return answer.substr(begin, answer.find("</", begin) - begin);
-    }
     /// The reason of the answer to a request.
     std::string reasonOf(const std::string& schema, const std::string& reason,
                          const std::string& body = {}) {
-        return reasonIn(send(schema, reason, body));
+        return xml::reasonOf(send(schema, reason, body));
     }
     /// What the answer to a read has behind its reason.
     std::string dataOf(const std::string& schema, const std::string& body = {}) {
-        const std::string answer = send(schema, "read_request", body);
-        const auto begin = answer.find("</ReasonForMessage>") + 19;
-        return answer.substr(begin, answer.rfind("</Schema>") - begin);
+        return xml::dataOf(send(schema, "read_request", body));
     }
     /// The rows that a query gives, each as "cell|cell;".
     std::string rowsOf(const std::string& query) const {
