@@ -452,29 +452,6 @@ TEST_F(DASInvokerTest, TextsOfFilesOverXmlAreReadByTheirQuotes) {
     }
 }
 
-TEST_F(DASInvokerTest, ParametersAreCutOutOfXmlText) {
-    struct {
-        const char* xml;
-        const char* name;
-        bool found;
-        const char* value;
-        int logLines;
-    } const rows[] = {
-        {"<a directory name=\"/d\"", "name", true, "/d", 2},
-        {"<a name=\"f\" name=\"g\"", "name", true, "f", 2},
-        {"<a name=\"f\"", "size", false, "untouched", 2},
-        {"<a name=\"f", "name", false, "untouched", 1},
-        {"<a name", "name", false, "untouched", 1},
-    };
-    for (const auto& row : rows) {
-        m_log.clear();
-        std::string value = "untouched";
-        EXPECT_EQ(DASInvoker::extractParamFromXMLString(row.xml, row.name, value), row.found);
-        EXPECT_EQ(value, row.value) << row.xml;
-        EXPECT_EQ(m_log.count("extractParamFromXMLString"), row.logLines) << row.xml;
-    }
-}
-
 TEST_F(DASInvokerTest, PathsAreParsedFromAPositionOn) {
     const std::string xml = "<F a=\"/o\" b=\"f\" c=\"/n/\" d=\"g\"/>";
     std::string path;
