@@ -25,7 +25,6 @@
 #include "Log.h"
 #include "Method.h"
 #include "Output.h"
-#include "Place.h"
 #include "SocketConnection.h"
 #include "SocketServer.h"
 
@@ -41,6 +40,10 @@ constexpr double LeastThroughputRatio = 0.8;
 constexpr double MostRoundTripRatio = 2.5;
 constexpr long MostGrowthKilobytes = 1024;
 
+const std::vector<std::string> HostCommand{"das", "serve", "--socket"};
+/// A process of its own, as the host is: how fast two processes meet depends on where they run.
+const std::vector<std::string> EchoCommand{"das_remote_bench", "--echo"};
+
 struct Options {
     int clients = 64;
     int requests = 1000;
@@ -54,47 +57,62 @@ struct Options {
     throw std::runtime_error(words);
 }
 
-/// A running "das serve --socket", in the place that the environment names.
-class HostProcess {
+/// A folder with what a service needs, which goes with the object. The environment names the last
+/// one that was made.
+class Place {
 public:
-    explicit HostProcess(const std::string& socket) : m_socket(socket) {
-        const std::string program = fs::read_symlink("/proc/self/exe").parent_path() / "das";
-        const char* const arguments[] = {program.c_str(), "serve", "--socket", socket.c_str(),
-                                         nullptr};
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (socket + ".log").c_str(),
-                                         O_WRONLY | O_CREAT, 0600);
-        const int error = posix_spawn(&m_process, program.c_str(), &actions, nullptr,
-                                      const_cast<char* const*>(arguments), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (error != 0) {
-            fail(program + " can't be started");
-        }
+    explicit Place(const fs::path& parent) {
+        std::string name = (parent / "das-remote-XXXXXX").string();
+        m_folder = mkdtemp(name.data());
+        fs::create_directories(m_folder / "root" / "data");
+        setenv("DB_PATH", m_folder.c_str(), 1);
+        setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
+    }
+    ~Place() { fs::remove_all(m_folder); }
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+
+    std::string path(const char* name) const { return m_folder / name; }
+
+private:
+    fs::path m_folder;
+};
+
+fs::path folderOfProgram() {
+    return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+/// A program that serves a socket, in the place that the environment names.
+class ServerProcess {
+public:
+    /// @p arguments begin with the program, which stands beside this one, and end before the
+    /// socket.
+    ServerProcess(std::vector<std::string> arguments, const std::string& socket)
+        : m_socket(socket) {
+        arguments[0] = folderOfProgram() / arguments[0];
+        arguments.push_back(socket);
+        start(arguments);
         while (!fs::exists(socket)) {
             std::this_thread::yield();
         }
     }
-    ~HostProcess() {
+    ~ServerProcess() {
         kill(m_process, SIGTERM);
         waitpid(m_process, nullptr, 0);
     }
-    HostProcess(const HostProcess&) = delete;
-    HostProcess& operator=(const HostProcess&) = delete;
+    ServerProcess(const ServerProcess&) = delete;
+    ServerProcess& operator=(const ServerProcess&) = delete;
 
-    std::unique_ptr<SocketConnection> connect() const { return connectTo(m_socket); }
-
-    static std::unique_ptr<SocketConnection> connectTo(const std::string& path) {
-        auto connection = std::make_unique<SocketConnection>();
-        std::string error;
-        for (int attempt = 0; !connection->open(path, error); ++attempt) {
-            if (attempt == 1000) {
-                fail(error);
+    std::unique_ptr<SocketConnection> connect() const {
+        for (int attempt = 0; attempt < 1000; ++attempt) {
+            auto connection = std::make_unique<SocketConnection>();
+            std::string error;
+            if (connection->open(m_socket, error)) {
+                return connection;
             }
             std::this_thread::yield();  // between the making of the file and the first listen
-            connection = std::make_unique<SocketConnection>();
         }
-        return connection;
+        fail("no connection to " + m_socket);
     }
 
     long residentKilobytes() const {
@@ -108,6 +126,24 @@ public:
     }
 
 private:
+    void start(const std::vector<std::string>& arguments) {
+        std::vector<char*> pointers;
+        for (const std::string& argument : arguments) {
+            pointers.push_back(const_cast<char*>(argument.c_str()));
+        }
+        pointers.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (m_socket + ".log").c_str(),
+                                         O_WRONLY | O_CREAT, 0600);
+        const int error =
+            posix_spawn(&m_process, pointers[0], &actions, nullptr, pointers.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (error != 0) {
+            fail(arguments[0] + " can't be started");
+        }
+    }
+
     const std::string m_socket;
     pid_t m_process = 0;
 };
@@ -198,7 +234,7 @@ class Crowd {
 public:
     explicit Crowd(const Options& options)
         : m_place(options.folder),
-          m_host(m_place.path("s")),
+          m_host(HostCommand, m_place.path("s")),
           m_works(static_cast<std::size_t>(options.clients)) {
         (void)ask(*m_host.connect(), keyMessage("read_request", ""));
         for (int client = 0; client < options.clients; ++client) {
@@ -233,7 +269,7 @@ private:
     }
 
     const Place m_place;
-    const HostProcess m_host;
+    const ServerProcess m_host;
     std::vector<std::unique_ptr<SocketConnection>> m_connections;
     std::vector<Work> m_works;
 };
@@ -269,11 +305,11 @@ void print(Output& output, const char* format, Arguments... arguments) {
 
 void measureRoundTrips(const Options& options, Output& output) {
     const Place place(options.folder);
-    const HostProcess host(place.path("s"));
-    const EchoServer server(place.path("echo"), SocketServer::threads());
+    const ServerProcess host(HostCommand, place.path("s"));
+    const ServerProcess server(EchoCommand, place.path("echo"));
     const std::string line = Connection::toCall(Connection::requestOf("getCurrentUser"));
     const auto service = host.connect();
-    const auto echo = HostProcess::connectTo(place.path("echo"));
+    const auto echo = server.connect();
     std::vector<double> serviceTimes;
     std::vector<double> echoTimes;
     for (int round = 0; round < options.roundTrips; ++round) {
@@ -305,7 +341,7 @@ void measureThroughput(const Options& options, Output& output) {
           here / there >= LeastThroughputRatio ? "" : "  BELOW");
 }
 
-void visit(const HostProcess& host, int requests, int connections) {
+void visit(const ServerProcess& host, int requests, int connections) {
     for (int count = 0; count < connections; ++count) {
         const auto connection = host.connect();
         for (int number = 0; number < requests / connections; ++number) {
@@ -316,7 +352,7 @@ void visit(const HostProcess& host, int requests, int connections) {
 
 void measureMemory(const Options& options, Output& output) {
     const Place place(options.folder);
-    const HostProcess host(place.path("s"));
+    const ServerProcess host(HostCommand, place.path("s"));
     visit(host, options.memoryRequests / 10, options.memoryConnections / 10);
     const long before = host.residentKilobytes();
     visit(host, options.memoryRequests, options.memoryConnections);
@@ -333,12 +369,18 @@ void measureMemory(const Options& options, Output& output) {
 int main(int argc, char** argv) {
     Options options;
     bool quick = false;
-    options.folder = fs::read_symlink("/proc/self/exe").parent_path();
+    options.folder = folderOfProgram();
     CLI::App app("Measures the service over the socket of its host.");
     app.add_option("--folder", options.folder, "Where the databases are made")
         ->capture_default_str();
     app.add_flag("--quick", quick, "A tenth of the work");
+    std::string echoSocket;
+    app.add_option("--echo", echoSocket, "Only serve this socket, sending each line back");
     CLI11_PARSE(app, argc, argv);
+    if (!echoSocket.empty()) {
+        const EchoServer server(echoSocket, SocketServer::threads());
+        pause();
+    }
     if (quick) {
         for (int* const count : {&options.requests, &options.roundTrips, &options.memoryRequests,
                                  &options.memoryConnections}) {

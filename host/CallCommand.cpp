@@ -14,6 +14,7 @@
 #include "LocalConnection.h"
 #include "Method.h"
 #include "Output.h"
+#include "ParameterText.h"
 #include "ProgressBar.h"
 #include "ServiceHost.h"
 #include "SocketConnection.h"
@@ -83,20 +84,13 @@ void tellOfStrangers(const KnownMethods::Entry& known, const Method& method) {
     }
 }
 
-std::string textOf(const Parameter& parameter) {
-    switch (parameter.type) {
-        case Parameter::Type::Int:
-            return std::to_string(parameter.number);
-        case Parameter::Type::Bool:
-            return parameter.flag ? "true" : "false";
-        default:
-            return parameter.text;
-    }
+std::string plainTextOf(const Parameter& parameter) {
+    return textOf(parameter, [](const std::string& text) { return text; });
 }
 
 /// Whether an out parameter says that the call was in vain.
 bool isRefusal(const Parameter& parameter) {
-    const std::string text = textOf(parameter);
+    const std::string text = plainTextOf(parameter);
     if (parameter.name == "Acknowledge") {
         return text == "false" || text.compare(0, 5, "ERROR") == 0;
     }
@@ -107,7 +101,7 @@ bool isRefusal(const Parameter& parameter) {
 int print(const Method& answer, Output& output) {
     int status = ExitSuccess;
     for (const Parameter& parameter : answer.parameters()) {
-        if (!output.writeLine(parameter.name + "=" + textOf(parameter))) {
+        if (!output.writeLine(parameter.name + "=" + plainTextOf(parameter))) {
             tell("standard output: the answer could not be written");
             return ExitFailure;
         }

@@ -3,6 +3,8 @@
 #include <climits>
 #include <nlohmann/json.hpp>
 
+#include "ParameterText.h"
+
 using nlohmann::json;
 
 namespace {
@@ -18,17 +20,6 @@ std::string errorAnswer(int code, const std::string& words) {
 
 std::string toJson(const std::string& text) {
     return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
-std::string valueOf(const Parameter& parameter) {
-    switch (parameter.type) {
-        case Parameter::Type::Int:
-            return std::to_string(parameter.number);
-        case Parameter::Type::Bool:
-            return parameter.flag ? "true" : "false";
-        default:
-            return toJson(parameter.text);
-    }
 }
 
 /// Reads a message by events, so that its size and depth cost nothing but the reading. Of two
@@ -189,7 +180,7 @@ std::string JsonRpc::notification(const Method& method) {
     for (const Parameter& parameter : method.parameters()) {
         text += separator == std::string_view("{") ? ParametersMember : "";
         text.append(separator).append(toJson(parameter.name)).append(":");
-        text += valueOf(parameter);
+        text += textOf(parameter, toJson);
         separator = ",";
     }
     return text += method.parameters().empty() ? "}" : "}}";

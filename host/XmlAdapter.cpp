@@ -9,6 +9,7 @@
 
 #include "ClientUtils.h"
 #include "Method.h"
+#include "ParameterText.h"
 #include "Utf8.h"
 #include "XmlHandler.h"
 
@@ -123,17 +124,6 @@ std::string escaped(const std::string& text) {
     return line;
 }
 
-std::string valueOf(const Parameter& parameter) {
-    switch (parameter.type) {
-        case Parameter::Type::Int:
-            return ClientUtils::itos(parameter.number);
-        case Parameter::Type::Bool:
-            return parameter.flag ? "true" : "false";
-        default:
-            return escaped(parameter.text);
-    }
-}
-
 const char* elementOf(const Parameter& parameter) {
     return std::find_if(std::begin(TypeNames), std::end(TypeNames),
                         [&parameter](const TypeName& each) { return each.type == parameter.type; })
@@ -163,7 +153,7 @@ void XmlAdapter::encode(const Method& method, std::ostream& stream) {
     for (const Parameter& parameter : method.parameters()) {
         const char* const element = elementOf(parameter);
         stream << '<' << element << " name=\"" << escaped(parameter.name) << "\">"
-               << valueOf(parameter) << "</" << element << '>';
+               << textOf(parameter, escaped) << "</" << element << '>';
     }
     stream << "</Method>";
 }

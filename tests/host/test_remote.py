@@ -255,17 +255,6 @@ class Messages(RemoteTest):
         run = self.das("serve", "--stdio", lines=[line for line, _ in rows])
         self.assertEqual(run.answers, [answer for _, answer in rows], run.errors)
 
-    def test_messages_of_one_client_are_answered_in_order(self):
-        self.serve()
-        wire = self.wire()
-        count = 300
-        for number in range(count):
-            wire.send(asked(update(f"label {number}"), number), asked(read_label(), str(number)))
-        for number in range(count):
-            self.assertEqual(wire.receive(), answered(number, Response=UPDATED))
-            self.assertEqual(wire.receive(),
-                             answered(str(number), Response=label_answer(f"label {number}")))
-
     def test_an_exception_in_the_service_is_answered_as_failure(self):
         self.serve()
         with sqlite3.connect(self.db / "phone.db") as database:

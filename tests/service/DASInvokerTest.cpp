@@ -16,6 +16,7 @@
 #include "LogCapture.h"
 #include "Method.h"
 #include "ProtocolAdapter.h"
+#include "ProxyRequest.h"
 
 namespace {
 
@@ -223,6 +224,16 @@ protected:
     DASInvoker m_invoker;
 };
 
+struct Row {
+    std::string protocol;
+    std::string method;
+    Texts in;
+    std::string call;
+    std::string onTrue;
+    std::string onFalse;
+    std::string onMissing;
+};
+
 const std::string Xml = AurelProtocols::SERVICE_XML;
 const std::string Json = AurelProtocols::SERVICE_JSON;
 const std::string Yes = "b Acknowledge=true";
@@ -236,59 +247,95 @@ const std::string Tree =
 const std::string Rename = "x FileRename=<FileRename a=\"/o\" b=\"f\" c=\"/n/\" d=\"g\"/>";
 const std::string Selection =
     "x DirectorySelection=<D directory name=\"/d\" dirread=\"true\" fileread=\"0\" subdir=\"1\"/>";
-const std::string Directory =
-    "s Directory=/d;b DirReading=true;b FileReading=false;b SubDirReading=true";
-const std::string Names = "s OldFileName=/o/f;s NewFileName=/n/g";
-const std::string Values = "s newValues={\"k\":\"v\"};b isBase=true";
+const Texts Directory{"s Directory=/d", "b DirReading=true", "b FileReading=false",
+                      "b SubDirReading=true"};
+const Texts Names{"s OldFileName=/o/f", "s NewFileName=/n/g"};
+const Texts Values{"s newValues={\"k\":\"v\"}", "b isBase=true"};
 const std::string ReadValues = ", inout s readValues={\"k\":\"v\",\"new\":\"said \\\"so\\\"\"}";
 
-struct Row {
-    std::string protocol;
-    std::string method;
-    std::string parameters;  ///< with a ";" between them
-    std::string call;
-    std::string onTrue = Yes;
-    std::string onFalse = No;
-    std::string onMissing = No;
-
-    Texts in() const { return ClientUtils::tokenizeString(parameters, ";", false, false); }
-};
-
 const Row Methods[] = {
-    {Json, "processRequest", "s Request=getCurrentUser;i RequestLength=14",
-     "processRequest(getCurrentUser,14)", "s Response=answer", "s Response=answer", "s Response="},
-    {Json, "deleteFile", "s directory=/d;s name=f", "deleteFile(/d,f)"},
-    {Xml, "deleteFile", "x FileSelection=<F directory=\"/d\" name=\"f\"/>", "deleteFile(/d,f)",
-     Success, General, General},
-    {Json, "renameFile", Names, "renameFile(/o/f,/n/g)"},
-    {Xml, "renameFile", Rename, "renameFile(/o/f,/n/g)", Success, General, General},
-    {Json, "moveFile", Names, "moveFile(/o/f,/n/g)"},
-    {Xml, "moveFile", Rename, "moveFile(/o/f,/n/g)", Success, General, General},
-    {Json, "readDirectoryTree", Directory, "readDirectoryTree(/d,true,true,false)", Yes + Tree},
-    {Xml, "readDirectoryTree", Selection, "readDirectoryTree(/d,true,true,false)", Success + Tree,
-     General, WrongData},
-    {Json, "readDirectory", Directory, "readDirectory(/d,true,true,false)", Yes + Tree},
-    {Xml, "readDirectory", Selection, "readDirectory(/d,true,true,false)", Success + Tree, General,
+    {Json,
+     "processRequest",
+     {"s Request=getCurrentUser", "i RequestLength=14"},
+     "processRequest(getCurrentUser,14)",
+     "s Response=answer",
+     "s Response=answer",
+     "s Response="},
+    {Json, "deleteFile", {"s directory=/d", "s name=f"}, "deleteFile(/d,f)", Yes, No, No},
+    {Xml,
+     "deleteFile",
+     {"x FileSelection=<F directory=\"/d\" name=\"f\"/>"},
+     "deleteFile(/d,f)",
+     Success,
+     General,
+     General},
+    {Json, "renameFile", Names, "renameFile(/o/f,/n/g)", Yes, No, No},
+    {Xml, "renameFile", {Rename}, "renameFile(/o/f,/n/g)", Success, General, General},
+    {Json, "moveFile", Names, "moveFile(/o/f,/n/g)", Yes, No, No},
+    {Xml, "moveFile", {Rename}, "moveFile(/o/f,/n/g)", Success, General, General},
+    {Json, "readDirectoryTree", Directory, "readDirectoryTree(/d,true,true,false)", Yes + Tree, No,
+     No},
+    {Xml,
+     "readDirectoryTree",
+     {Selection},
+     "readDirectoryTree(/d,true,true,false)",
+     Success + Tree,
+     General,
      WrongData},
-    {Xml, "setProfile", "s NewProfile=visitor", "setProfile(visitor)"},
-    {Json, "factoryReset", "", "factoryReset()"},
-    {Json, "invokeACMSFactoryReset", "b EnableCreateDb=true", "invokeACMSFactoryReset(true)"},
-    {Json, "exportData", "s schemaName=PhoneBook;i userToExportFor=-3;s filePathAndName=/f",
-     "exportData(PhoneBook,-3,/f)"},
-    {Json, "importData", "s schemaName=PhoneBook;s filePathAndName=/f", "importData(PhoneBook,/f)"},
-    {Json, "importDataForUser", "s schemaName=PhoneBook;i userToImportFor=1;s filePathAndName=/f",
-     "importData(PhoneBook,1,/f)"},
-    {Json, "createPhonenumberIndices", "", "createPhonenumberIndices()", Yes, Yes},
-    {Json, "migrateUserData", "s baseValues={\"k\":\"v\"}", "migrateUserData(v,)"},
-    {Json, "clearMobileUserdata", "", "clearMobileUserdata()", ""},
-    {Json, "clearMobileUserDLSdata", "", "clearMobileUserDLSdata()", ""},
-    {Xml, "copyBaseDataToVisitor", "", "copyBaseDataToVisitor()", ""},
-    {Json, "deleteVisitorUserPassword", "", "deleteVisitorUserPassword()", ""},
-    {Json, "deleteUcCredentials", "", "deleteUcCredentials()", ""},
-    {Json, "checkDatabaseNeedsChange", "i currentSwType=1;i newSwType=2;s newSwVersion=V1 R8.7.111",
-     "checkDatabaseNeedsChange(1,2,V1 R8.7.111)", Yes, Yes},
-    {Json, "exportUserData", Values, "exportUserData(v,true)", Yes + ReadValues},
-    {Json, "importUserData", Values, "importUserData(v,true)"},
+    {Json, "readDirectory", Directory, "readDirectory(/d,true,true,false)", Yes + Tree, No, No},
+    {Xml,
+     "readDirectory",
+     {Selection},
+     "readDirectory(/d,true,true,false)",
+     Success + Tree,
+     General,
+     WrongData},
+    {Xml, "setProfile", {"s NewProfile=visitor"}, "setProfile(visitor)", Yes, No, No},
+    {Json, "factoryReset", {}, "factoryReset()", Yes, No, ""},
+    {Json,
+     "invokeACMSFactoryReset",
+     {"b EnableCreateDb=true"},
+     "invokeACMSFactoryReset(true)",
+     Yes,
+     No,
+     No},
+    {Json,
+     "exportData",
+     {"s schemaName=PhoneBook", "i userToExportFor=-3", "s filePathAndName=/f"},
+     "exportData(PhoneBook,-3,/f)",
+     Yes,
+     No,
+     No},
+    {Json,
+     "importData",
+     {"s schemaName=PhoneBook", "s filePathAndName=/f"},
+     "importData(PhoneBook,/f)",
+     Yes,
+     No,
+     No},
+    {Json,
+     "importDataForUser",
+     {"s schemaName=PhoneBook", "i userToImportFor=1", "s filePathAndName=/f"},
+     "importData(PhoneBook,1,/f)",
+     Yes,
+     No,
+     No},
+    {Json, "createPhonenumberIndices", {}, "createPhonenumberIndices()", Yes, Yes, ""},
+    {Json, "migrateUserData", {"s baseValues={\"k\":\"v\"}"}, "migrateUserData(v,)", Yes, No, No},
+    {Json, "clearMobileUserdata", {}, "clearMobileUserdata()", "", "", ""},
+    {Json, "clearMobileUserDLSdata", {}, "clearMobileUserDLSdata()", "", "", ""},
+    {Xml, "copyBaseDataToVisitor", {}, "copyBaseDataToVisitor()", "", "", ""},
+    {Json, "deleteVisitorUserPassword", {}, "deleteVisitorUserPassword()", "", "", ""},
+    {Json, "deleteUcCredentials", {}, "deleteUcCredentials()", "", "", ""},
+    {Json,
+     "checkDatabaseNeedsChange",
+     {"i currentSwType=1", "i newSwType=2", "s newSwVersion=V1 R8.7.111"},
+     "checkDatabaseNeedsChange(1,2,V1 R8.7.111)",
+     Yes,
+     Yes,
+     No},
+    {Json, "exportUserData", Values, "exportUserData(v,true)", Yes + ReadValues, No, No},
+    {Json, "importUserData", Values, "importUserData(v,true)", Yes, No, No},
 };
 
 /// The reply of a row; a one-way method has none.
@@ -301,7 +348,7 @@ TEST_F(DASInvokerTest, EachMethodCallsItsOperationAndAnswersWhatCameOfIt) {
         SCOPED_TRACE(row.method + " over " + row.protocol);
         for (const bool result : {true, false}) {
             m_service.result = result;
-            EXPECT_EQ(handle(call(row.method, row.in()), row.protocol),
+            EXPECT_EQ(handle(call(row.method, row.in), row.protocol),
                       replyOf(row, result ? row.onTrue : row.onFalse));
             EXPECT_EQ(m_service.calls, Texts{row.call});
         }
@@ -312,13 +359,12 @@ TEST_F(DASInvokerTest, EachMethodCallsItsOperationAndAnswersWhatCameOfIt) {
 
 TEST_F(DASInvokerTest, AMissingParameterAndOneOfAnotherTypeCallNothing) {
     for (const Row& row : Methods) {
-        const Texts all = row.in();
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            SCOPED_TRACE(row.method + " over " + row.protocol + " without " + all[i]);
-            Texts without = all;
+        for (std::size_t i = 0; i < row.in.size(); ++i) {
+            SCOPED_TRACE(row.method + " over " + row.protocol + " without " + row.in[i]);
+            Texts without = row.in;
             without.erase(without.begin() + static_cast<std::ptrdiff_t>(i));
-            Texts mistyped = all;
-            mistyped[i][0] = all[i][0] == 'b' ? 's' : 'b';
+            Texts mistyped = row.in;
+            mistyped[i][0] = row.in[i][0] == 'b' ? 's' : 'b';
             for (const Texts& in : {without, mistyped}) {
                 EXPECT_EQ(handle(call(row.method, in), row.protocol), replyOf(row, row.onMissing));
                 EXPECT_EQ(m_service.calls, Texts{});
@@ -342,7 +388,7 @@ TEST_F(DASInvokerTest, AnExceptionIsLoggedAndAnsweredAsFailure) {
     for (const Row& row : Methods) {
         SCOPED_TRACE(row.method);
         m_log.clear();
-        EXPECT_EQ(handle(call(row.method, row.in()), row.protocol),
+        EXPECT_EQ(handle(call(row.method, row.in), row.protocol),
                   replyOf(row, "s Response=failure"));
         EXPECT_TRUE(m_log.has(2, row.method + " ended with an exception: no such row"));
     }
@@ -372,18 +418,28 @@ TEST_F(DASInvokerTest, AListenerOfTheSenderIsAdded) {
     EXPECT_THAT(m_service.listeners, ::testing::ElementsAre(&proxy, nullptr));
 }
 
+TEST_F(DASInvokerTest, ValuesThatAreNoMapOfStringsCountAsAnEmptyMap) {
+    for (const char* const values : {"", "[]", "{\"k\":1}", "{\"k\":"}) {
+        handle(call("importUserData", {std::string("s newValues=") + values, "b isBase=false"}));
+        EXPECT_EQ(m_service.calls, Texts{"importUserData(nothing,false)"}) << values;
+    }
+}
+
 TEST_F(DASInvokerTest, TextsOfFilesOverXmlAreReadByTheirQuotes) {
     struct {
         const char* method;
         const char* parameter;
         const char* calls;
     } const rows[] = {
+        {"deleteFile", "x FileSelection=<F directory=\"/d\" name=\"\"/>", "deleteFile(/d,)"},
         {"deleteFile", "x FileSelection=<F name=\"f\" directory=\"/d\"/>", "deleteFile(/d,f)"},
         {"deleteFile", "x FileSelection=<F directory name=\"/d\" name=\"f\"/>",
          "deleteFile(/d,/d)"},
         {"deleteFile", "x FileSelection=<F directory=\"/d\" name=\"f/>", ""},
         {"renameFile", "x FileRename=<F a=\"/o/\" b=\"f\" c=\"\" d=\"g\"/>", "renameFile(/o/f,/g)"},
+        {"renameFile", "x FileRename=<F a=\"/o\" b=\"f\" c=\"/n\"/>", ""},
         {"renameFile", "x FileRename=\"/o\"f\"/n\"g\"", ""},
+        {"renameFile", "x FileRename=", ""},
         {"moveFile", "x FileMove=<F a=\"/o\" b=\"f\" c=\"/n\" d=\"g\"/>", ""},
         {"readDirectory",
          "x DirectorySelection=<D directory name=\"/d\" dirread=\"TRUE\" fileread=\"1\""
@@ -394,6 +450,56 @@ TEST_F(DASInvokerTest, TextsOfFilesOverXmlAreReadByTheirQuotes) {
         handle(call(row.method, {row.parameter}), Xml);
         EXPECT_EQ(m_service.calls, *row.calls == 0 ? Texts{} : Texts{row.calls}) << row.parameter;
     }
+}
+
+TEST_F(DASInvokerTest, PathsAreParsedFromAPositionOn) {
+    const std::string xml = "<F a=\"/o\" b=\"f\" c=\"/n/\" d=\"g\"/>";
+    std::string path;
+    const int second = DASInvoker::parsePathFilename(1, xml, path);
+    EXPECT_EQ(path, "/o/f");
+    EXPECT_EQ(xml.substr(static_cast<std::size_t>(second)), " c=\"/n/\" d=\"g\"/>");
+    EXPECT_GT(DASInvoker::parsePathFilename(second, xml, path), second);
+    EXPECT_EQ(path, "/n/g");
+    for (const int bad : {-1, second + 10, 1000}) {
+        EXPECT_EQ(DASInvoker::parsePathFilename(bad, xml, path), -1) << bad;
+    }
+}
+
+TEST_F(DASInvokerTest, DirectoryTextsShowWhatWasListed) {
+    const auto show = [](const DirectoryList& directories, const DirectoryList& files) {
+        return DASInvoker::constructDirectoryTreeResponse(directories.begin(), &directories, &files,
+                                                          "/asked");
+    };
+    EXPECT_EQ(show({}, {{"/asked", {"a", "b"}}, {"/other", {"c"}}}),
+              "<directorytree name=\"/asked\"><subdirectory></subdirectory><filelist>"
+              "<fileinfo directory=\"/asked\" name=\"a\" />"
+              "<fileinfo directory=\"/asked\" name=\"b\" /></filelist></directorytree>");
+    EXPECT_EQ(show({{"/d", {"/d/leaf", "/d/sub"}}, {"/d/sub", {}}, {"/d/sub", {"/not this"}}},
+                   {{"/d/sub", {"a"}}, {"/asked", {"x"}}, {"/d/sub", {"a"}}}),
+              "<directorytree name=\"/d\"><subdirectory>"
+              "<directorytree name=\"/d/leaf\">"
+              "<directorytree name=\"/d/sub\"><subdirectory></subdirectory><filelist>"
+              "<fileinfo directory=\"/d/sub\" name=\"a\" />"
+              "<fileinfo directory=\"/d/sub\" name=\"a\" /></filelist></directorytree>"
+              "</subdirectory><filelist></filelist></directorytree>");
+}
+
+TEST_F(DASInvokerTest, AProxySendsEachChangeToItsPeer) {
+    struct : ProxyRequest {
+        void send(const Method& method) override {
+            EXPECT_EQ(method.getType(), 0);
+            EXPECT_TRUE(method.parameters().empty());
+            sent.push_back(method.getName());
+        }
+        Texts sent;
+    } request;
+    DASListenerProxy proxy;
+    proxy.profileChangedToBase();
+    EXPECT_TRUE(m_log.has(2, "ProfileChangedToBase")) << "nothing to send it by yet";
+    proxy.initProxy(request);
+    proxy.profileChangedToVisitor();
+    proxy.profileChangedToBase();
+    EXPECT_EQ(request.sent, (Texts{"ProfileChangedToVisitor", "ProfileChangedToBase"}));
 }
 
 }  // namespace

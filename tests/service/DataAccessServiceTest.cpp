@@ -57,7 +57,7 @@ TEST_F(DataAccessServiceTest, BeforeInitRequestsAreRefusedByName) {
         GetCapturedStdout(),
         "DAS not yet initialised - returning failure\nnot processed message='" + update + "'\n");
     EXPECT_TRUE(m_log.has(5, "DAS not yet initialised  - returning failure"));
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'FEATURE_KEYS'"), "0");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS WHERE Label = 'x'"), "0");
     early.init(m_context);
     EXPECT_EQ(early.processRequest(update), xml::message("FeatureKeys", "update_response"));
 }
@@ -102,7 +102,7 @@ TEST_F(DataAccessServiceTest, BadMessagesAreAnsweredAndTheNextIsServed) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(send(row.message), xml::message("FeatureKeys", row.reason));
-        EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS"), "354");
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS WHERE UserContext = 'base'"), "177");
         EXPECT_EQ(cell("SELECT Label FROM FEATURE_KEYS WHERE Id = '100' AND UserContext = 'base'"),
                   row.label);
         sql("UPDATE FEATURE_KEYS SET Label = ''");
