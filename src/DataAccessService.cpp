@@ -133,11 +133,6 @@ void DataAccessService::shutdown() {}
 
 void DataAccessService::run() {}
 
-bool DataAccessService::notAvailable(const char* operation) {
-    DAS_LOG(2, "%s is not available", operation);
-    return false;
-}
-
 DatabaseAdapter* DataAccessService::getAdapter() {
     return m_dbAdapter;
 }

@@ -170,8 +170,6 @@ private:
     bool onTable(const char* operation, const std::string& schema,
                  const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
-    /// For operations that this version does not offer yet: says so in the log and gives false.
-    static bool notAvailable(const char* operation);
 
     std::unique_ptr<DbFactoryIfc> m_dbFactory;
     std::atomic<DatabaseAdapter*> m_dbAdapter{nullptr};  ///< owned by m_dbFactory
