@@ -17,8 +17,9 @@ from test_das import READ_ALL, SANITIZED, SOURCES, request, update
 from test_remote import PATIENCE, WORD, RemoteTest, Wire, answered, asked, call
 
 ACKNOWLEDGED = answered(Acknowledge=True)
-MISSED_CALL = ("<Entry><EntryId>{0}</EntryId><Viewed>false</Viewed><LogList><Item><Number>{0}</Number>"
-               "<TimeDate>2014-03-07T09:15:30+01:00</TimeDate></Item></LogList></Entry>")
+MISSED_CALL = ("<Entry><EntryId>{0}</EntryId><Viewed>false</Viewed><LogList><Item>"
+               "<Number>{0}</Number><TimeDate>2014-03-07T09:15:30+01:00</TimeDate></Item></LogList>"
+               "</Entry>")
 
 # Tables with rows of both users that changes of user leave as they are, with the visitor's rows.
 NOT_COPIED = {"START_APPLICATION": 177}
