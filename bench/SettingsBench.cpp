@@ -1,6 +1,12 @@
-// Settings: a schema of 100 items of one user, all of them known to the service's cache.
+// Settings: a schema of 100 items of one user, all of them known to the service's cache. And the
+// check that a start makes of the telephone's own.
+
+#include <map>
 
 #include "Bench.h"
+#include "DASMigrator.h"
+#include "DatabaseAdapter.h"
+#include "GenConfigDeviceDataItems.h"
 
 namespace {
 
@@ -95,7 +101,78 @@ Operation readOneItem(const char* name, const char* body, const char* select,
     return operation;
 }
 
+// The check of device items at a start --------------------------------------------------------
+
+constexpr int deviceSchemas = 10;
+constexpr int deviceItemsOfSchema = 50;
+constexpr int settingsOfStart = 2000;
+
+std::string deviceSchema(int number) {
+    return "Device" + std::to_string(number);
+}
+
+/// A quarter of the settings are device items, all of them as they should be. The list of device
+/// items stays for the rest of the program: no other operation has settings of these schemas.
+void makeDeviceItems(DataAccessService& service) {
+    std::map<std::string, GenConfigDeviceDataItems::SchemaItem> items;
+    for (int item = 0; item < deviceSchemas * deviceItemsOfSchema; ++item) {
+        items[deviceSchema(item % deviceSchemas)].included.push_back(itemName(item));
+    }
+    GenConfigDeviceDataItems::initialiseDeviceItemMap(items);
+    DatabaseAdapter& adapter = *service.getAdapter();
+    (void)adapter.executeNonQuery("BEGIN;");
+    for (int item = 0; item < settingsOfStart; ++item) {
+        const bool isDevice = item < deviceSchemas * deviceItemsOfSchema;
+        (void)adapter.executeNonQuery(
+            "INSERT INTO GENERAL_CONFIG VALUES ('" + deviceSchema(item % deviceSchemas) + "', '" +
+            (isDevice ? "" : "base") + "', '" + itemName(item) + "', '" + valueOf(item, 0) + "');");
+    }
+    (void)adapter.executeNonQuery("END;");
+}
+
+/// One read for each schema, and nothing else: a start over settings that are right writes nothing.
+Texts readsOfDeviceItems() {
+    std::map<std::string, std::string> reads;
+    for (int schema_ = 0; schema_ < deviceSchemas; ++schema_) {
+        std::string names;
+        for (int item = schema_; item < deviceSchemas * deviceItemsOfSchema;
+             item += deviceSchemas) {
+            names += (names.empty() ? "'" : ", '") + itemName(item) + "'";
+        }
+        reads[deviceSchema(schema_)] =
+            "SELECT Schema, UserContext, Name, Value FROM GENERAL_CONFIG WHERE Schema = '" +
+            deviceSchema(schema_) + "' AND Name IN (" + names +
+            ") ORDER BY Schema ASC, Name ASC, UserContext ASC;";
+    }
+    Texts sql;
+    for (const auto& [name, read] : reads) {
+        sql.push_back(read);
+    }
+    return sql;
+}
+
+Operation checkDeviceItems() {
+    Operation operation;
+    operation.name = "Settings/CheckDeviceItems";
+    operation.limit = {1.3, 0, 1.3};
+    operation.prepare = makeDeviceItems;
+    operation.request = [](int) { return std::string(); };
+    operation.statements = [](int) { return readsOfDeviceItems(); };
+    operation.service = [](DataAccessService& service, const std::string&) {
+        DASMigrator::validateDeviceItems(&service);
+        return std::string();
+    };
+    operation.floor = [](FloorDatabase& db, const Texts& sql) {
+        for (const std::string& statement : sql) {
+            (void)db.rows(statement);
+        }
+        return std::string();
+    };
+    return operation;
+}
+
 const Registration registration({
+    checkDeviceItems(),
     update("Settings/Update100Items", {1.3, 0, 1.5}, 0, itemCount),
     update("Settings/UpdateOneItem", {1.15, 0, 1.5}, 50, 1),
     readOneItem("Settings/ReadOneItem", "<ResultCols>Item50</ResultCols>",

@@ -330,6 +330,10 @@ int readDeviceRows(DatabaseAdapter& adapter, const std::string& schema,
 
 void carryOut(DatabaseAdapter& adapter, const std::vector<std::string>& row,
               const DeviceRowDecision& decision) {
+    if (!decision.update && !decision.remove) {
+        DAS_LOG(6, "validateDeviceItems: no action");
+        return;
+    }
     PairList conditions =
         settingConditions(row.at(SchemaCell), row.at(ContextCell), row.at(NameCell));
     conditions.emplace_back(valueColumn, DASUtils::escapeAndQuote(row.at(ValueCell)));
@@ -337,11 +341,9 @@ void carryOut(DatabaseAdapter& adapter, const std::vector<std::string>& row,
         DAS_LOG(5, "validateDeviceItems: update row");
         PairList newValues = {{UserContextTagName, EmptyDBString}};
         (void)adapter.update(GeneralConfigTableName, conditions, newValues, false);
-    } else if (decision.remove) {
+    } else {
         DAS_LOG(5, "validateDeviceItems: delete row");
         (void)adapter.deleteRow(GeneralConfigTableName, conditions);
-    } else {
-        DAS_LOG(6, "validateDeviceItems: no action");
     }
 }
 

@@ -158,26 +158,3 @@ TEST_F(FileOperationsTest, ATreeIsListedWithItsDoublesAndWithoutWhatIsSkipped) {
     read();
     EXPECT_EQ(m_directories.size(), 3U) << "one of two branches is left";
 }
-
-TEST(VersionGateTest, VersionsAreComparedAsOneNumber) {
-    const struct {
-        const char* first;
-        const char* second;
-        bool higher;
-        bool higherOrEqual;
-    } rows[] = {
-        {"V1 R8.2.126", "V1 R8.2.125", true, true}, {"V1 R8.2.125", "V1 R8.2.125", false, true},
-        {"V1 R1.0.256", "V1 R1.1.0", false, true},  {"", "V0 R0.0.1", false, false},
-        {"V1", "V1 R0.0.1", false, false},
-    };
-    LogCapture log;
-    for (const auto& row : rows) {
-        EXPECT_EQ(DataAccessService::isNewVersionHigher(row.first, row.second, false), row.higher)
-            << row.first;
-        EXPECT_EQ(DataAccessService::isNewVersionHigher(row.first, row.second, true),
-                  row.higherOrEqual)
-            << row.first;
-    }
-    EXPECT_TRUE(log.has(2, "getVersionElements sscanf returned with error code[-1]"));
-    EXPECT_TRUE(log.has(2, "getVersionElements sscanf did not parse expected number of arguments"));
-}

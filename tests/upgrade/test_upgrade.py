@@ -6,6 +6,7 @@ DAS_KILL_ROUNDS is how often each start is killed, DAS_KILL_SEED where its rando
 """
 import os
 import random
+import shutil
 import sqlite3
 import subprocess
 import sys
@@ -83,6 +84,24 @@ FORMS = {
               key_ids((618, 640), (1000, 1017), (100, 108)), moved=busy_lamp)],
     "bluetooth_devices_3": [
         Table("BLUETOOTH_TRUSTED", "BluetoothTrusted", [f"00:1B:{n}" for n in range(10, 60)])],
+}
+# A text of tests/databases/ with settings of an earlier form, and the contexts under which each
+# setting stands in it; without contexts it has no column for them.
+SETTINGS = {
+    "settings_3": [],
+    "settings_4": ["", None, "base"],
+    "settings_without_key": ["base", "base", "", None, "visitor"],
+}
+DEVICE_SCHEMA = "TransportSettings"
+SETTING_SCHEMAS = [DEVICE_SCHEMA, "AudioSettings", "#It's, a\\ schema"]
+# Where the settings go that stand in each of these texts.
+MOVED_SETTINGS = {
+    ("AcmsSettings", "base", "WbmAllowed"): "true",
+    ("AcmsSettings", "", "DoorOpener1PhoneNumber"): "+49, '1'",
+    ("AcmsSettings", "", "DoorOpener1Phonenumber"): "+49, '1'",
+    ("SipBaseSettings", "base", "BackupSIPserverAddress"): "192.0.2.1",
+    ("SipBaseSettings", "", "BackupSIPServerAddress"): "192.0.2.1",
+    ("LocalSettings", "base", "EmergencyNumber"): "11",
 }
 SCHEMAS = ["BluetoothTrusted", "StartApplicationFixedKeys", "PhoneBook"]
 
@@ -231,6 +250,66 @@ class UpgradeTest(HostTest):
         return upgraded
 
 
+class SettingsTest(UpgradeTest):
+    def setUp(self):
+        super().setUp()
+        shutil.copy(TESTS.parent / "deploy" / "DasGenConfigDeviceDataItems.csv",
+                    self.root / "Aurel_Deploy")
+
+    @staticmethod
+    def arrived_context(form, schema, context):
+        if schema == DEVICE_SCHEMA:
+            return ""
+        return context or ("" if form == "settings_without_key" else "base")
+
+    def make_settings(self, form, content):
+        """Fills the form; the values that each setting may arrive with, by its key."""
+        self.make(form)
+        db = sqlite3.connect(self.path)
+        expected = {key: {value} for key, value in MOVED_SETTINGS.items()}
+        rows, text = CONTENTS[content]
+        for row in range(rows):
+            schema, name = SETTING_SCHEMAS[row % len(SETTING_SCHEMAS)], f"Item{row}"
+            for number, context in enumerate(SETTINGS[form] or [None]):
+                value = text("Value" + number * "x", row)
+                cells = [schema, context, name, value] if SETTINGS[form] else [schema, name, value]
+                db.execute(f"INSERT INTO GENERAL_CONFIG VALUES ({', '.join('?' * len(cells))})",
+                           cells)
+                if schema == DEVICE_SCHEMA and context:
+                    continue  # a device row wins over that of a user
+                key = (schema, self.arrived_context(form, schema, context), name)
+                expected.setdefault(key, set()).add(value or "")
+        db.commit()
+        db.close()
+        return expected
+
+    def check_settings(self, expected):
+        db = in_memory(self.path)
+        schemas = {schema for schema, _, _ in expected} | set(SETTING_SCHEMAS)
+        found = {tuple(row[:3]): row[3] for row in db.execute("SELECT * FROM GENERAL_CONFIG")
+                 if row[0] in schemas}
+        self.assertEqual(found.keys(), expected.keys())
+        for key, value in found.items():
+            self.assertIn(value, expected[key], key)
+        self.assertIn("PRIMARY KEY( Schema, UserContext, Name )",
+                      schema_of(db, "GENERAL_CONFIG")[0])
+        self.assertIsNone(schema_of(db, "GENERAL_CONFIG_COPY"))
+        self.assertEqual(list((self.root / "Aurel_Deploy").glob("*Migration*")), [])
+
+
+class Settings(SettingsTest):
+    def test_every_setting_arrives_in_its_context_and_a_second_start_changes_nothing(self):
+        for form in SETTINGS:
+            for content in CONTENTS:
+                with self.subTest(form=form, content=content):
+                    expected = self.make_settings(form, content)
+                    self.start()
+                    self.check_settings(expected)
+                    first = dump(self.path)
+                    self.start()
+                    self.assertEqual(dump(self.path), first)
+
+
 class Forms(UpgradeTest):
     def test_every_form_keeps_its_rows_and_a_second_start_changes_nothing(self):
         new = self.new_release()
@@ -291,7 +370,7 @@ class Places(UpgradeTest):
                 self.assertIn(run.answers[1], ["base", "visitor"])
 
 
-class Killed(UpgradeTest):
+class Killed(SettingsTest):
     def kill_start_within(self, seconds):
         process = subprocess.Popen([DAS, "request"], env=self.environment(),
                                    stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
@@ -301,23 +380,35 @@ class Killed(UpgradeTest):
         process.kill()
         process.wait()
 
+    def kill_starts(self, check, **names):
+        """Kills starts over the database that is there, each on its way, and checks the next."""
+        before = self.path.read_bytes()
+        began = time.monotonic()
+        self.start()
+        duration = time.monotonic() - began
+        for kill in range(KILL_ROUNDS):
+            with self.subTest(**names, kill=kill, seed=KILL_SEED):
+                self.path.write_bytes(before)
+                self.kill_start_within(duration)
+                self.start()
+                check()
+
     def test_a_start_after_a_kill_has_every_row(self):
         new = self.new_release()
         print(f"DAS_KILL_SEED={KILL_SEED}", flush=True)
         random.seed(KILL_SEED)
-        for form in FORMS:
-            for content in ["many", "hostile"]:
+        for content in ["many", "hostile"]:
+            for form in FORMS:
                 old = self.make_form(form, content)
-                before = self.path.read_bytes()
-                began = time.monotonic()
-                self.start()
-                duration = time.monotonic() - began
-                for kill in range(KILL_ROUNDS):
-                    with self.subTest(form=form, content=content, kill=kill, seed=KILL_SEED):
-                        self.path.write_bytes(before)
-                        self.kill_start_within(duration)
-                        self.start()
-                        self.check_upgrade(new, old, form)
+                self.kill_starts(lambda: self.check_upgrade(new, old, form), form=form,
+                                 content=content)
+
+    def test_a_start_after_a_kill_has_every_setting(self):
+        random.seed(KILL_SEED)
+        for content in ["many", "hostile"]:
+            for form in SETTINGS:
+                expected = self.make_settings(form, content)
+                self.kill_starts(lambda: self.check_settings(expected), form=form, content=content)
 
 
 if __name__ == "__main__":
