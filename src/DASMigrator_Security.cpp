@@ -325,8 +325,14 @@ void DASMigrator::migrateToEncryptedPasswordsForKeySettings(DataAccessServiceIfc
         return;
     }
     DAS_LOG(5, "Encoding the existing passwords in the table %s.", table.c_str());
+    // One commit for all: a full table has hundreds of rows, and each would wait for the disk.
+    TransactionGuard transaction(adapter);
     for (const auto& row : rows) {
         encryptRow(adapter, table, columns, row);
+    }
+    if (transaction.end() != 0) {
+        DAS_LOG(2, "Cannot update encrypted password in the %s table!", table.c_str());
+        return;
     }
     DAS_LOG(5, "%s table data migrated to the encrypted form.", table.c_str());
 }
