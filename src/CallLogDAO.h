@@ -133,7 +133,6 @@ private:
 
     /// Takes the text of a field that ended, by its place among requestElements.
     void setField(std::size_t element);
-    /// Writes, and once more after making or widening the table when the first run failed.
     /// Writes, and once more behind a new or wider table when the first run failed.
     int writeWithTable();
     /// Stores one line of a file as a row of @p context, plain text.

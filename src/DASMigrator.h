@@ -160,6 +160,9 @@ public:
 
     /// Splits rows of several numbers and joins doubled ones. Gives the number of rows it treated.
     static int callLogTableChecker(DataAccessServiceIfc* service);
+    /// Brings a call log of an older release, which has fewer columns, to those of today: the
+    /// repair reads whole rows. A missing one stays missing.
+    static void widenCallLog(DataAccessServiceIfc* service);
     static void readCallLogRowsWithMoreThanOneNumberOnARow(DataAccessServiceIfc* service,
                                                            std::map<std::string, CallLogRow>& rows,
                                                            std::vector<std::string>& idsToSplit);

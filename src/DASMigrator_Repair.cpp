@@ -126,7 +126,15 @@ bool guarded(const std::string& rowName, Work work) {
 
 // The call log -----------------------------------------------------------------------------------
 
+void DASMigrator::widenCallLog(DataAccessServiceIfc* service) {
+    const int count = service->getAdapter()->getColumnCount(allCalls);
+    if (count > 0 && count < static_cast<int>(CallLogColumns::Count)) {
+        (void)rebuildIntoDaoColumns(service, CallLogSchema, CallLogTableName);  // told by the log
+    }
+}
+
 int DASMigrator::callLogTableChecker(DataAccessServiceIfc* service) {
+    widenCallLog(service);
     std::map<std::string, CallLogRow> rows;
     std::vector<std::string> idsToSplit;
     readCallLogRowsWithMoreThanOneNumberOnARow(service, rows, idsToSplit);

@@ -337,6 +337,10 @@ TEST_F(DASMigratorTest, OnlyARenamedColumnMakesTheCallLogDifferent) {
     sql("ALTER TABLE CALL_LOG RENAME COLUMN GroupNumber9 TO Other");
     EXPECT_EQ(compare(), 1) << "another number of columns is no work here";
     EXPECT_EQ(cell("SELECT Surname FROM CALL_LOG WHERE Other IS NULL"), "A");
+    sql("ALTER TABLE CALL_LOG DROP COLUMN One; ALTER TABLE CALL_LOG DROP COLUMN Other");
+    start();
+    EXPECT_EQ(cell("SELECT Surname || '|' || GroupNumber9 FROM CALL_LOG"), "A|")
+        << "a start gives an older table what it lacks";
 }
 
 TEST_F(DASMigratorTest, SharedOperationsTellWhatTheyFind) {
