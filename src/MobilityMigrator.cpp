@@ -52,8 +52,7 @@ bool isCharacterName(const std::string& name) {
     if (name.rfind('#', 0) == 0) {
         return name.size() > 1 && name.find_first_not_of(digits, 1) == std::string::npos;
     }
-    return std::find(std::begin(entityNames), std::end(entityNames), name) !=
-           std::end(entityNames);
+    return std::find(std::begin(entityNames), std::end(entityNames), name) != std::end(entityNames);
 }
 
 bool beginsEntity(const std::string& text, std::size_t ampersand) {
