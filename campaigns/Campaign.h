@@ -1,0 +1,49 @@
+#ifndef CAMPAIGN_H
+#define CAMPAIGN_H
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+/**
+ * What the programs of the campaigns have in common: their two options, their figures and their
+ * findings. Figures and findings may be told by any thread.
+ */
+class Campaign {
+public:
+    /// Reads the options of the command line. Wrong usage and --help end the process.
+    /// @param name    as scripts/campaign knows it
+    /// @param meaning what a round is, for --help
+    /// @param rounds  how many when the command line names none
+    Campaign(std::string name, const std::string& meaning, long rounds, int argc, char** argv);
+
+    long rounds() const { return m_rounds; }
+    /// What all random numbers of the run follow from; the clock's when the command line names
+    /// none.
+    std::uint32_t seed() const { return m_seed; }
+
+    /// A number for the table, in the order of the calls; a name told again is replaced.
+    void figure(const std::string& name, const std::string& value);
+    void figure(const std::string& name, long long value) { figure(name, std::to_string(value)); }
+
+    /// Something that must not be, with what is needed to see it again. Written at once.
+    void found(const std::string& what);
+    /// Tells @p what as a finding unless @p holds. Gives @p holds.
+    bool check(bool holds, const std::string& what);
+    long long findings() const;
+
+    /// Prints the figures, a line each, and gives the exit status: 1 when anything was found.
+    int end();
+
+private:
+    const std::string m_name;
+    long m_rounds;
+    std::uint32_t m_seed = 0;
+    mutable std::mutex m_mutex;
+    std::vector<std::pair<std::string, std::string>> m_figures;
+    long long m_findings = 0;
+};
+
+#endif
