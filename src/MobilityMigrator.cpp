@@ -62,7 +62,8 @@ bool beginsEntity(const std::string& text, std::size_t ampersand) {
            isCharacterName(text.substr(ampersand + 1, end - ampersand - 1));
 }
 
-/// A value as the content of an element: "<" and an "&" that begins no entity are escaped.
+/// A value as the content of an element: escaped are "<", an "&" that begins no entity, and the ">"
+/// behind "]]", which XML does not allow there.
 std::string asContent(const std::string& value) {
     std::string text;
     text.reserve(value.size());
@@ -71,6 +72,8 @@ std::string asContent(const std::string& value) {
             text += "&lt;";
         } else if (value[i] == '&' && !beginsEntity(value, i)) {
             text += "&amp;";
+        } else if (value[i] == '>' && i >= 2 && value.compare(i - 2, 2, "]]") == 0) {
+            text += "&gt;";
         } else {
             text += value[i];
         }

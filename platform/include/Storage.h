@@ -15,8 +15,8 @@ public:
      * To be called at the moment of the system call and nowhere else: logs, stored values and
      * answers keep the plain path.
      *
-     * @return empty text, and a log line, for a path that leaves that directory by ".." or by a
-     * link
+     * @return empty text, and a log line, for a path that holds a zero byte, or that leaves that
+     * directory by ".." or by a link
      */
     static std::string devicePath(const std::string& path);
 

@@ -71,6 +71,13 @@ bool leaves(const std::string& place, const std::string& root) {
         missing.empty() ? real : (fs::path(real) / missing).lexically_normal().string(), realRoot);
 }
 
+/// @p format takes the path.
+void logRefusal(const char* format, const std::string& path) {
+    if (loggingOnAppUni(LogComponent, 2)) {
+        logAppUni(LogComponent, LogSource, 2, __LINE__, format, path.c_str());
+    }
+}
+
 struct DirectoryCloser {
     void operator()(DIR* directory) const { ::closedir(directory); }
 };
@@ -120,6 +127,12 @@ bool moveByCopy(const std::string& from, const std::string& to) {
 }  // namespace
 
 std::string Storage::devicePath(const std::string& path) {
+    // The system reads a path up to its first zero byte: a walk of directories would find the same
+    // names at each depth, and never end.
+    if (path.find('\0') != std::string::npos) {
+        logRefusal("The path %s holds a zero byte", path);
+        return {};
+    }
     const std::string root = deviceRoot();
     if (root.empty() || path.empty()) {
         return path;
@@ -130,10 +143,7 @@ std::string Storage::devicePath(const std::string& path) {
     }
     place += path;
     if (leaves(place, root)) {
-        if (loggingOnAppUni(LogComponent, 2)) {
-            logAppUni(LogComponent, LogSource, 2, __LINE__, "The path %s leaves the device",
-                      path.c_str());
-        }
+        logRefusal("The path %s leaves the device", path);
         return {};
     }
     return place;

@@ -117,6 +117,14 @@ TEST_F(FileOperationsTest, NothingOutsideOfTheDeviceIsReached) {
     EXPECT_TRUE(m_directories.at(0).second.empty()) << "a link out shows nothing";
 }
 
+TEST_F(FileOperationsTest, APathWithAZeroByteIsNotWalked) {
+    fs::create_directories(onDevice("/data/a/b"));
+    const std::string path("/data\0x", 7);
+    EXPECT_TRUE(service().readDirectory(path, true, true, true, &m_directories, &m_files));
+    EXPECT_EQ(m_directories.size(), 1U) << "each step would find the same folders again";
+    EXPECT_TRUE(m_log.has(2, "holds a zero byte"));
+}
+
 TEST_F(FileOperationsTest, AListingShowsWhatWasAskedFor) {
     makeFile("/data/f");
     fs::create_directories(onDevice("/data/ringtones/deep"));

@@ -242,9 +242,9 @@ TEST_F(TagTest, UnknownTagsAreLoggedAndTheOthersGoOn) {
 }
 
 TEST_F(TagTest, MarkupInAValueIsStoredAsText) {
-    std::map<std::string, std::string> values = {{"melody", "<b>&amp;&x;&#65;&</b>"}};
+    std::map<std::string, std::string> values = {{"melody", "<b>&amp;&x;&#65;&]]></b>"}};
     EXPECT_TRUE(service().importUserData(values, true));
-    EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name='Melody'"), "<b>&&x;A&</b>");
+    EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name='Melody'"), "<b>&&x;A&]]></b>");
 }
 
 TEST_F(TagTest, TheUserOfTheLastCallStaysAndMigrationGoesToBase) {
