@@ -1,0 +1,81 @@
+#ifndef HOSTILEPLACE_H
+#define HOSTILEPLACE_H
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Campaign.h"
+#include "Context.h"
+#include "DataAccessService.h"
+#include "Place.h"
+#include "TableDocument.h"
+
+struct sqlite3;
+
+/**
+ * A service whose tables are full of canaries: cells that tell whose they are. In each table one
+ * row of base, or of the telephone, is the victim that requests name; no other row may change.
+ */
+class HostilePlace {
+public:
+    explicit HostilePlace(const std::vector<Subject>& subjects);
+    ~HostilePlace();
+    HostilePlace(const HostilePlace&) = delete;
+    HostilePlace& operator=(const HostilePlace&) = delete;
+
+    DataAccessService& service() { return *m_service; }
+    std::filesystem::path root() const { return m_place.path("root"); }
+    std::filesystem::path outside() const { return m_place.path("outside"); }
+
+    /// The tables that a request to @p subject may touch.
+    static std::set<std::string> tablesOf(const Subject& subject);
+    static const std::string& victimKey(const Subject& subject);
+    /// The element that holds the value of the victim which requests set.
+    static std::string valueElement(const Subject& subject);
+    /// @p text as XML carries it between tags and in attributes.
+    static std::string asContent(const std::string& text);
+
+    /// Tells as findings what SqlJudge saw beyond @p tables, and texts that are no one statement.
+    void checkActs(Campaign& campaign, const std::set<std::string>& tables) const;
+    /// What changed in @p table and should not; empty when nothing did.
+    /// @param isWide base's rows may all go
+    std::string wrongChange(const Subject& subject, const std::string& table, bool isWide);
+    /// What changed in @p table among the rows that are not of @p user; empty when nothing did.
+    std::string changeBeyond(const std::string& table, const std::string& user);
+    /// Whether @p text holds a canary of the visitor, or of a table that is not the subject's.
+    bool showsOthers(const std::string& text, const Subject& subject) const;
+    std::string storedValue(const Subject& subject) const;
+    /// Puts the database back to what it was after the construction.
+    void restore();
+
+    /// Rows with their ids, as they are now.
+    using RowTexts = std::map<long long, std::string>;
+    RowTexts rowsOf(const std::string& table) const;
+    const RowTexts& pristine(const std::string& table);
+    std::string cell(const std::string& sql) const;
+
+private:
+    struct NoServices : Context {
+        Executable* findService(const std::string&) override { return nullptr; }
+    };
+
+    void fill(const Subject& subject);
+    void insertRows(const Subject& subject, const std::string& user);
+    void run(const std::string& sql) const;
+    std::string canaryOf(const Subject& subject, const std::string& user) const;
+
+    Bench::Place m_place{"/dev/shm"};
+    NoServices m_context;
+    std::unique_ptr<DataAccessService> m_service;
+    sqlite3* m_db = nullptr;         ///< the service's own
+    sqlite3* m_untouched = nullptr;  ///< a copy in memory
+    std::map<std::string, RowTexts> m_pristine;
+    std::map<std::string, long long> m_victims;  ///< row ids by table; by schema for settings
+    long long m_nextRow = 1;
+};
+
+#endif
