@@ -93,6 +93,7 @@ MobilityMigrator::MobilityMigrator(DataAccessService* service)
     : m_service(service), m_mapper(service != nullptr ? service->getACMSTagMapper() : nullptr) {}
 
 void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
+    const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     for (const auto& [key, value] : values) {
         Target target;
         if (findTarget(key, target)) {
@@ -102,6 +103,7 @@ void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
 }
 
 void MobilityMigrator::exportData(std::map<std::string, std::string>& values) {
+    const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     for (auto& [key, value] : values) {
         Target target;
         if (findTarget(key, target)) {
@@ -111,16 +113,19 @@ void MobilityMigrator::exportData(std::map<std::string, std::string>& values) {
 }
 
 void MobilityMigrator::importUserData(std::map<std::string, std::string>& values, bool base) {
+    const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_base = base;
     importData(values);
 }
 
 void MobilityMigrator::exportUserData(std::map<std::string, std::string>& values, bool base) {
+    const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_base = base;
     exportData(values);
 }
 
 void MobilityMigrator::migrateBaseToVisitor(std::map<std::string, std::string>& values) {
+    const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     if (DAOFactory* factory = m_service->getDAOFactory()) {
         factory->copySIPBaseDataToVisitor();
     }

@@ -2,6 +2,7 @@
 #define MOBILITYMIGRATOR_H
 
 #include <map>
+#include <mutex>
 #include <string>
 
 class ACMSTagMapper;
@@ -10,7 +11,8 @@ class DataAccessService;
 /**
  * Takes maps of management tag to value and turns each entry into an ordinary request against the
  * service, so that the data of a mobile user pass through the same checks as any other request. It
- * runs on the caller's thread and holds no lock.
+ * runs on the caller's thread. The calls with a map wait for one another, since each is for the
+ * user that one of them named; the service's own locks come behind that.
  *
  * A tag is looked up as it is, then without the digits at its end, which are the index of a row,
  * then with empty brackets in place of an index in brackets. A tag that is not found is logged and
@@ -71,6 +73,7 @@ private:
 
     DataAccessService* m_service;  // not owned
     ACMSTagMapper* m_mapper;       // not owned
+    std::recursive_mutex m_mutex;  ///< held over a call with a map
     bool m_base = true;
 };
 
