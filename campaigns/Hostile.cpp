@@ -21,6 +21,7 @@
 #include "HostileFiles.h"
 #include "HostilePlace.h"
 #include "HostileTexts.h"
+#include "QuietOutput.h"
 #include "Schemas.h"
 #include "SqlJudge.h"
 #include "TableDocument.h"
@@ -240,6 +241,7 @@ bool isMarkup(const std::string& text) {
 int main(int argc, char** argv) {
     Campaign campaign("hostile", "requests are made", 20000, argc, argv);
     SqlJudge::install();
+    auto quiet = std::make_unique<QuietOutput>();
     const std::vector<Subject> subjects = documentedSubjects();
     HostilePlace place(subjects);
     const Texts schemas = allSchemas();
@@ -263,6 +265,7 @@ int main(int argc, char** argv) {
     files.importData(subjects, texts, campaign.rounds() / 20);
     files.passMaps(texts, campaign.rounds() / 20);
     files.walkPaths();
+    quiet.reset();
 
     campaign.figure("texts", static_cast<long long>(texts.size()));
     campaign.figure("schemas", static_cast<long long>(subjects.size()));
