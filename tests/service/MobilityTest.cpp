@@ -259,6 +259,22 @@ TEST_F(TagTest, TheUserOfTheLastCallStaysAndMigrationGoesToBase) {
     EXPECT_EQ(exported({"melody"}, false)["melody"], "his");
 }
 
+TEST_F(TagTest, CallsForTwoUsersAtOnceReachEachHisOwn) {
+    const auto importFor = [this](bool base) {
+        std::map<std::string, std::string> values;
+        for (int id = 100; id < 116; ++id) {
+            values["key-" + std::to_string(id)] = base ? "base" : "visitor";
+        }
+        for (int round = 0; round < 20; ++round) {
+            EXPECT_TRUE(service().importUserData(values, base));
+        }
+    };
+    std::thread visitor(importFor, false);
+    importFor(true);
+    visitor.join();
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS WHERE Label=UserContext"), "32");
+}
+
 TEST_F(PlaceTest, AMappingFileThatIsNotOneLeavesEachTagUnknown) {
     const struct {
         const char* text;
