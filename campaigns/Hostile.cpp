@@ -206,9 +206,30 @@ private:
         if (isStored) {
             m_campaign.check(m_place.storedValue(subject) == *request.text,
                              "stored is '" + m_place.storedValue(subject).substr(0, 200) + "'");
+            m_campaign.check(comesBack(request), "the value does not come back");
             ++m_comeBack;
         }
         m_place.restore();
+    }
+
+    /// Whether a read of the victim shows the value that was stored.
+    bool comesBack(const Request& request) {
+        static const std::string reading = "read_request";
+        const Subject& subject = *request.subject;
+        // What a conversation names is left out there.
+        if (subject.schema == "CallLogAndPhoneBook") {
+            return true;
+        }
+        const std::string message =
+            "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" + subject.schema + "\">" +
+            element("ReasonForMessage", reading) + "<Context currentUser=\"base\">" +
+            (subject.isSettings()
+                 ? ""
+                 : element("Entry", element(subject.key, HostilePlace::victimKey(subject)))) +
+            "</Context></Schema>";
+        const std::string name = HostilePlace::valueElement(subject);
+        return m_place.service().processRequest(message).find(element(name, *request.text)) !=
+               std::string::npos;
     }
 
     Campaign& m_campaign;
@@ -273,6 +294,7 @@ int main(int argc, char** argv) {
     campaign.figure("requests", requests.made());
     campaign.figure("values that came back as sent", requests.comeBack());
     campaign.figure("imports", files.imports());
+    campaign.figure("imports that changed rows", files.takenImports());
     campaign.figure("maps", files.maps());
     campaign.figure("paths", files.paths());
     campaign.figure("calls with a path", files.pathCalls());

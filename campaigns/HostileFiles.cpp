@@ -131,6 +131,7 @@ void HostileFiles::importFile(const Subject& subject, const std::string& content
         m_campaign.check(wrong.empty(), wrong);
     }
     if (!SqlJudge::changedTables().empty()) {
+        ++m_takenImports;
         m_place.restore();
     }
     if (m_campaign.findings() != before) {

@@ -19,6 +19,8 @@ public:
     void walkPaths();
 
     long long imports() const { return m_imports; }
+    /// Those that changed rows.
+    long long takenImports() const { return m_takenImports; }
     long long maps() const { return m_maps; }
     long long paths() const { return m_paths; }
     long long pathCalls() const { return m_pathCalls; }
@@ -32,6 +34,7 @@ private:
     Campaign& m_campaign;
     HostilePlace& m_place;
     long long m_imports = 0;
+    long long m_takenImports = 0;
     long long m_maps = 0;
     long long m_paths = 0;
     long long m_pathCalls = 0;
