@@ -46,7 +46,9 @@ CertificateMgmtDAO::CertificateMgmtDAO(DatabaseAdapter* adapter, const std::stri
 CertificateMgmtDAO::~CertificateMgmtDAO() = default;
 
 void CertificateMgmtDAO::startElement(const char* name, const char** attributes) {
-    if (name == SchemaElement) {
+    // The first is the root, by which the request was routed here; one further down names nothing.
+    if (name == SchemaElement && !m_isTableNamed) {
+        m_isTableNamed = true;
         useTable(tableOf(firstAttribute(attributes)));
     }
     KeyedTableDAO::startElement(name, attributes);

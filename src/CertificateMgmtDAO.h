@@ -30,6 +30,8 @@ protected:
 
 private:
     static const Operation<CertificateMgmtDAO> ReadAll[1];
+
+    bool m_isTableNamed = false;  ///< by the request
 };
 
 #endif

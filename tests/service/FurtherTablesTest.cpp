@@ -69,6 +69,14 @@ TEST_F(FurtherTablesTest, BluetoothListsAreApartByKindAndUser) {
     EXPECT_EQ(table("BLUETOOTH_TRUSTED"), "");
 }
 
+TEST_F(FurtherTablesTest, ASchemaInsideOfARequestReachesNoOtherTable) {
+    reasonOf("Certificates", Write, "<Id>1</Id>");
+    reasonOf("CertificateKeys", Write, "<Id>1</Id><Schema>x</Schema>");
+    reasonOf("CertificateKeys", Delete, "<Id>1</Id><Schema name=\"Certificates\"/>");
+    EXPECT_EQ(table("CERTIFICATES"), "1|||||;");
+    EXPECT_EQ(table("CERTIFICATE_KEYS"), "");
+}
+
 TEST_F(FurtherTablesTest, LinesThatFitAreImportedAndOthersLeftOut) {
     importFile("Analytics",
                "base,1,O'Brien,x\nbase,2\nvisitor,1;DROP TABLE ANALYTICS,9,\n"
