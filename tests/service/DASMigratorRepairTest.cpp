@@ -210,4 +210,7 @@ TEST_F(RepairTest, ABookOfMoreColumnsIsMadeAnewAndOneOfFewerStays) {
     EXPECT_TRUE(m_log.has("there is less than expected amount of data"));
     EXPECT_EQ(adapter.getColumnCount("SELECT * FROM PHONE_BOOK;"), 19);
     EXPECT_EQ(cell("SELECT Surname FROM PHONE_BOOK"), "keeper");
+    sql("DELETE FROM PHONE_BOOK");
+    EXPECT_TRUE(DASMigrator::rebuildPhoneBook(&service(), {}));
+    EXPECT_EQ(cell("SELECT seq FROM sqlite_sequence WHERE name = 'PHONE_BOOK'"), "40") << "empty";
 }

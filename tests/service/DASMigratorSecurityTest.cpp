@@ -152,6 +152,13 @@ TEST_F(SecurityTest, TheOldestFileDownloadsAreTakenOver) {
     DASMigrator::migrateFtpSettingsTable(&service());
     EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "a line the file can't carry";
     change("UPDATE FTP_SETTINGS SET f = 'pass' WHERE a = 'Default'");
+    const auto file = onDevice("/Aurel_Deploy/DasMigrationValues.csv");
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    writeFile(file.string() + ".ftp", "");
+    DASMigrator::migrateFtpSettingsTable(&service());
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "a file of an earlier try";
+    std::filesystem::remove(file);
     DASMigrator::migrateFtpSettingsTable(&service());
     EXPECT_EQ(cell("SELECT UseDefaults || ServerAddress || FtpUsername || FtpPath || Filename || "
                    "ServerPort FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '0'"),
