@@ -131,10 +131,14 @@ int readSettings(DataAccessServiceIfc* service, const std::vector<std::string>& 
                                                rows, "", "");
 }
 
-bool isPresent(DataAccessServiceIfc* service, PairList conditions) {
+int countSettings(DataAccessServiceIfc* service, PairList conditions, std::string& count) {
+    return service->getAdapter()->countRows(GeneralConfigTableName, conditions, count);
+}
+
+/// True also when nobody can tell: a default must not replace what may be there.
+bool mayBePresent(DataAccessServiceIfc* service, const PairList& conditions) {
     std::string count;
-    service->getAdapter()->getRowCount(GeneralConfigTableName, conditions, count);
-    return count != "0";
+    return countSettings(service, conditions, count) != 0 || count != "0";
 }
 
 /// Inserts a setting, plain texts. An adapter status.
@@ -174,7 +178,13 @@ void DASMigrator::dbMigrate(DataAccessServiceIfc* service, const std::string& sc
         return;
     }
     DAS_LOG(6, "dbMigrate() - old item[%s] found", oldItemName.c_str());
-    const bool isThere = isPresent(service, settingConditions(schema, newUserContext, newItemName));
+    std::string count;
+    if (countSettings(service, settingConditions(schema, newUserContext, newItemName), count) !=
+        0) {
+        DAS_LOG(5, "dbMigrate() executeQuery error");
+        return;
+    }
+    const bool isThere = count != "0";
     bool arrived = isThere;
     if (copyOverExisting || !isThere) {
         DAS_LOG(6,
@@ -215,7 +225,7 @@ void DASMigrator::dbMigrateUserToDevice(DataAccessServiceIfc* service, std::stri
         DAS_LOG(6, "dbMigrateUserToDevice - results empty");
         return;
     }
-    if (isPresent(service, settingConditions(schema, "", newItemName))) {
+    if (mayBePresent(service, settingConditions(schema, "", newItemName))) {
         DAS_LOG(6, "dbMigrateUserToDevice already have new Item: %s", newItemName.c_str());
         return;
     }
@@ -234,7 +244,7 @@ void DASMigrator::migrateMovedItems(DataAccessServiceIfc* service) {
 
 void DASMigrator::dbMigrateDoorOpenerSettings(DataAccessServiceIfc* service, bool upgrade) {
     DAS_LOG(5, "dbMigrateDoorOpenerSettings() software %sgrade", upgrade ? "up" : "down");
-    if (service == nullptr) {
+    if (service == nullptr || service->getAdapter() == nullptr) {
         return;
     }
     for (const DoorOpenerName& name : DoorOpenerNames) {
@@ -377,7 +387,7 @@ void DASMigrator::validateDeviceItems(DataAccessServiceIfc* service) {
 // Single items -----------------------------------------------------------------------------------
 
 bool DASMigrator::checkDot1xSettings(DataAccessServiceIfc* service) {
-    return isPresent(service, {{schemaColumn, "'Dot1xSettings'"}});
+    return mayBePresent(service, {{schemaColumn, "'Dot1xSettings'"}});
 }
 
 void DASMigrator::migrateDot1xSettings(DataAccessServiceIfc* service) {
@@ -478,7 +488,7 @@ PairList byName(const std::string& name, const std::string& context) {
 bool DASMigrator::isGeneralConfigRowPresentByName(DataAccessServiceIfc* service,
                                                   const std::string& name,
                                                   const std::string& context) {
-    return isPresent(service, byName(name, context));
+    return mayBePresent(service, byName(name, context));
 }
 
 void DASMigrator::readGeneralConfigByName(DataAccessServiceIfc* service, const std::string& name,

@@ -53,7 +53,8 @@ public:
     /// Database form of any text: escaped, then quoted.
     static std::string escapeAndQuote(const std::string& text);
 
-    /// Whether @p value may stand between single quotes as it is: all quotes in it are doubled.
+    /// Whether @p value may stand between single quotes as it is: all quotes in it are doubled, and
+    /// no zero byte ends the statement.
     static bool isSafeBetweenQuotes(const std::string& value);
 
     static void createXMLStartTag(const std::string& name, std::string& out);
