@@ -238,6 +238,9 @@ std::vector<PowerCutScenario> writes() {
     const auto reset = [](PowerCutSession& session) {
         return session.service().invokeACMSFactoryReset(true);
     };
+    const auto removeAll = [](PowerCutSession& session) {
+        return session.service().factoryReset();
+    };
     return {
         {"batch write",
          prepareInUse,
@@ -258,7 +261,8 @@ std::vector<PowerCutScenario> writes() {
          prepareInUse,
          false,
          {profile("visitor"), storedUser("visitor"), storedUser("base"), profile("base")}},
-        {"factory reset",
+        {"factory reset", prepareInUse, false, {removeAll}},
+        {"factory reset with a new database",
          prepareInUse,
          false,
          {reset, request("PhoneBook", "write", contacts("after the reset", 10))}},
