@@ -12,6 +12,7 @@
 #include "GPALSleep.h"
 #include "Logging.h"
 #include "Statement.h"
+#include "Storage.h"
 
 namespace {
 
@@ -47,6 +48,10 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
+
+// A commit is the journal's end. By default the folder is not synced then: after a power cut the
+// journal may be there again, and what was told as stored is taken back.
+constexpr const char* KeepEachCommit = "PRAGMA synchronous=EXTRA;";
 
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
@@ -126,6 +131,7 @@ void DatabaseAdapter::openDatabase() {
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
+    (void)actualSQLiteCommandExecution(KeepEachCommit, nullptr, nullptr);
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {
@@ -245,7 +251,8 @@ void DatabaseAdapter::removeDbFile() {
             GPALSleep::secSleep(SecondsAfterFailedClose);
         }
     }
-    (void)std::remove(databasePath().c_str());  // a file that is not there is as good as removed
+    (void)std::remove(databasePath().c_str());    // a file that is not there is as good as removed
+    (void)Storage::syncFolderOf(databasePath());  // it must not be there again after a power cut
 }
 
 void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
