@@ -109,7 +109,13 @@ std::string dump(const PowerCutPlace& place) {
         }
     }
     for (const auto& entry : fs::recursive_directory_iterator(place.folder())) {
-        lines.push_back("file " + entry.path().lexically_relative(place.folder()).string());
+        const std::string name = entry.path().filename();
+        // Without a header a journal says nothing. What was being written under another name may be
+        // left over: a second name of the key, or a data file that was not whole.
+        if (name != "phone.db-journal" && name.rfind("dascrypt.key.", 0) != 0 &&
+            name.find(".new-") == std::string::npos) {
+            lines.push_back("file " + entry.path().lexically_relative(place.folder()).string());
+        }
     }
     std::sort(lines.begin(), lines.end());
     std::string text;
