@@ -8,9 +8,11 @@
 #include <cstdlib>
 
 #include "AdapterGuards.h"
+#include "ChangeNotice.h"
 #include "GPALSleep.h"
 #include "Logging.h"
 #include "Statement.h"
+#include "Storage.h"
 
 namespace {
 
@@ -47,10 +49,9 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 
-std::string databasePath() {
-    const char* directory = std::getenv("DB_PATH");
-    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
-}
+// A commit is the journal's end. By default the folder is not synced then: after a power cut the
+// journal may be there again, and what was told as stored is taken back.
+constexpr const char* KeepEachCommit = "PRAGMA synchronous=EXTRA;";
 
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
@@ -59,6 +60,23 @@ void makeMissingFileForOwnerAlone(const std::string& path) {
         ::close(file);
     }
 }
+
+/// A connection of its own for a scope.
+class Connection {
+public:
+    Connection(const std::string& path, int flags)
+        : m_isOpen(sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr) == SQLITE_OK) {}
+    ~Connection() { (void)sqlite3_close(m_db); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return m_isOpen; }
+    [[nodiscard]] sqlite3* handle() const { return m_db; }
+
+private:
+    sqlite3* m_db = nullptr;
+    bool m_isOpen;
+};
 
 }  // namespace
 
@@ -71,7 +89,13 @@ int sqliteCallBackForRows(void* flag, int, char**, char**) {
     return 0;
 }
 
-DatabaseAdapter::DatabaseAdapter() : m_type(SqliteAdapterType) {
+std::string DatabaseAdapter::databasePath() {
+    const char* directory = std::getenv("DB_PATH");
+    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
+}
+
+DatabaseAdapter::DatabaseAdapter()
+    : m_type(SqliteAdapterType), m_changeNotice(std::make_unique<ChangeNotice>()) {
     constructorActions();
 }
 
@@ -101,12 +125,14 @@ void DatabaseAdapter::constructorActions() {
 void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
     makeMissingFileForOwnerAlone(path);
-    if (sqlite3_open(path.c_str(), &m_db) != SQLITE_OK) {
+    if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                        m_changeNotice->name()) != SQLITE_OK) {
         DAS_LOG(3, "DatabaseAdapter( ): sqlite3_open() error occured: %s\n", errorText());
         closeDatabase("DatabaseAdapter( ): sqlite3_close() error occured: %s\n");
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
+    (void)actualSQLiteCommandExecution(KeepEachCommit, nullptr, nullptr);
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {
@@ -226,7 +252,32 @@ void DatabaseAdapter::removeDbFile() {
             GPALSleep::secSleep(SecondsAfterFailedClose);
         }
     }
-    (void)std::remove(databasePath().c_str());  // a file that is not there is as good as removed
+    (void)std::remove(databasePath().c_str());    // a file that is not there is as good as removed
+    (void)Storage::syncFolderOf(databasePath());  // it must not be there again after a power cut
+}
+
+void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
+    AdapterLock lock(*this);
+    m_changeNotice->callBefore = std::move(call);
+}
+
+bool DatabaseAdapter::copyDatabase(const std::string& path) {
+    Connection from(databasePath(), SQLITE_OPEN_READONLY);
+    Connection to(path, SQLITE_OPEN_READWRITE);
+    if (!from.isOpen() || !to.isOpen()) {
+        DAS_LOG(2, "copyDatabase() sqlite3_open() error occured: %s",
+                sqlite3_errmsg((from.isOpen() ? to : from).handle()));
+        return false;
+    }
+    // The file counts when it is whole alone: a journal of its own would only take room.
+    (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
+    sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");
+    const int code = backup != nullptr ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
+    if (sqlite3_backup_finish(backup) != SQLITE_OK || code != SQLITE_DONE) {
+        DAS_LOG(2, "copyDatabase() error occured: %s", sqlite3_errmsg(to.handle()));
+        return false;
+    }
+    return true;
 }
 
 std::string DatabaseAdapter::countStatement(const std::string& table, PairList& andList) {
