@@ -264,6 +264,7 @@ struct Places {
     std::size_t family;
     bool forever;
     long operations;  ///< without a fault
+    long count = 0;   ///< how many are to be tried
     std::vector<long> chosen{};
 };
 

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 #include "AdapterGuards.h"
 #include "GPALSleep.h"
@@ -46,6 +47,11 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
+
+// Made once: where memory is short, a transaction must still begin and end.
+const std::string BeginStatement = "BEGIN TRANSACTION;";
+const std::string EndStatement = "END TRANSACTION;";
+const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
 
 std::string databasePath() {
     const char* directory = std::getenv("DB_PATH");
@@ -128,6 +134,9 @@ void DatabaseAdapter::take_sema4() {
     if (result != 0) {
         DAS_LOG(3, "Error calling pthread_mutex_lock: %d\n", result);
     }
+    if (m_isLeftOpen) {
+        takeBackWhatIsLeftOpen();
+    }
 }
 
 void DatabaseAdapter::give_sema4() {
@@ -162,18 +171,43 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
 
 int DatabaseAdapter::beginTransaction() {
     take_sema4();
-    return executeNonQuery("BEGIN TRANSACTION;");
+    return executeWithoutRaising(BeginStatement);
 }
 
 int DatabaseAdapter::endTransaction() {
-    const int code = executeNonQuery("END TRANSACTION;");
-    if (code != SQLITE_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0) {
+    const int code = executeWithoutRaising(EndStatement);
+    if (code != SQLITE_OK && isInTransaction()) {
         // A commit that meets a reader stays open: what comes next would be told as done and not
         // be on the disk, and no other process could read.
-        (void)executeNonQuery("ROLLBACK TRANSACTION;");
+        rollBack();
     }
     give_sema4();
     return code;
+}
+
+void DatabaseAdapter::rollBack() noexcept {
+    (void)executeWithoutRaising(RollBackStatement);
+    m_isLeftOpen = isInTransaction();
+}
+
+bool DatabaseAdapter::isInTransaction() const {
+    return m_db != nullptr && sqlite3_get_autocommit(m_db) == 0;
+}
+
+int DatabaseAdapter::executeWithoutRaising(const std::string& sql) noexcept {
+    try {
+        return executeNonQuery(sql);
+    } catch (const std::exception&) {
+        return SQLITE_NOMEM;  // it failed, and there was no memory for the words of the log
+    }
+}
+
+void DatabaseAdapter::takeBackWhatIsLeftOpen() noexcept {
+    // Not by way of the lock, which brought us here.
+    if (isInTransaction()) {
+        (void)sqlite3_exec(m_db, RollBackStatement.c_str(), nullptr, nullptr, nullptr);
+    }
+    m_isLeftOpen = isInTransaction();
 }
 
 std::string DatabaseAdapter::getError() {
