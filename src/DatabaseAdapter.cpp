@@ -9,9 +9,11 @@
 #include <exception>
 
 #include "AdapterGuards.h"
+#include "ChangeNotice.h"
 #include "GPALSleep.h"
 #include "Logging.h"
 #include "Statement.h"
+#include "Storage.h"
 
 namespace {
 
@@ -48,15 +50,14 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 
+// A commit is the journal's end. By default the folder is not synced then: after a power cut the
+// journal may be there again, and what was told as stored is taken back.
+constexpr const char* KeepEachCommit = "PRAGMA synchronous=EXTRA;";
+
 // Made once: where memory is short, a transaction must still begin and end.
 const std::string BeginStatement = "BEGIN TRANSACTION;";
 const std::string EndStatement = "END TRANSACTION;";
 const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
-
-std::string databasePath() {
-    const char* directory = std::getenv("DB_PATH");
-    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
-}
 
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
@@ -65,6 +66,22 @@ void makeMissingFileForOwnerAlone(const std::string& path) {
         ::close(file);
     }
 }
+
+/// A connection of its own for a scope.
+class Connection {
+public:
+    Connection(const std::string& path, int flags) {
+        (void)sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr);  // what is done with it fails
+    }
+    ~Connection() { (void)sqlite3_close(m_db); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    [[nodiscard]] sqlite3* handle() const { return m_db; }
+
+private:
+    sqlite3* m_db = nullptr;
+};
 
 }  // namespace
 
@@ -77,7 +94,19 @@ int sqliteCallBackForRows(void* flag, int, char**, char**) {
     return 0;
 }
 
-DatabaseAdapter::DatabaseAdapter() : m_type(SqliteAdapterType) {
+std::string DatabaseAdapter::databasePath() {
+    const char* directory = std::getenv("DB_PATH");
+    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
+}
+
+DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
+    // The object is made by now: an exception from here on still closes the connection.
+    AdapterLock lock(*this);
+    openDatabase();
+}
+
+DatabaseAdapter::DatabaseAdapter(int type)
+    : m_type(type), m_changeNotice(std::make_unique<ChangeNotice>()) {
     constructorActions();
 }
 
@@ -100,19 +129,19 @@ void DatabaseAdapter::constructorActions() {
         DAS_LOG(3, "Error calling pthread_mutexattr_settype: %d\n", result);
     }
     pthread_mutex_init(&m_mutex, &m_mutexAttr);
-    AdapterLock lock(*this);
-    openDatabase();
 }
 
 void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
     makeMissingFileForOwnerAlone(path);
-    if (sqlite3_open(path.c_str(), &m_db) != SQLITE_OK) {
+    if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                        m_changeNotice->name()) != SQLITE_OK) {
         DAS_LOG(3, "DatabaseAdapter( ): sqlite3_open() error occured: %s\n", errorText());
         closeDatabase("DatabaseAdapter( ): sqlite3_close() error occured: %s\n");
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
+    (void)actualSQLiteCommandExecution(KeepEachCommit, nullptr, nullptr);
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {
@@ -260,7 +289,27 @@ void DatabaseAdapter::removeDbFile() {
             GPALSleep::secSleep(SecondsAfterFailedClose);
         }
     }
-    (void)std::remove(databasePath().c_str());  // a file that is not there is as good as removed
+    (void)std::remove(databasePath().c_str());    // a file that is not there is as good as removed
+    (void)Storage::syncFolderOf(databasePath());  // it must not be there again after a power cut
+}
+
+void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
+    AdapterLock lock(*this);
+    m_changeNotice->callBefore = std::move(call);
+}
+
+bool DatabaseAdapter::copyDatabase(const std::string& path) {
+    Connection from(databasePath(), SQLITE_OPEN_READONLY);
+    Connection to(path, SQLITE_OPEN_READWRITE);
+    // The file counts when it is whole alone: a journal of its own would only take room.
+    (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
+    sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");
+    const int code = backup != nullptr ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
+    if (sqlite3_backup_finish(backup) != SQLITE_OK || code != SQLITE_DONE) {
+        DAS_LOG(2, "copyDatabase() error occured: %s", sqlite3_errmsg(to.handle()));
+        return false;
+    }
+    return true;
 }
 
 std::string DatabaseAdapter::countStatement(const std::string& table, PairList& andList) {

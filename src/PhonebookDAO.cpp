@@ -295,7 +295,7 @@ int PhonebookDAO::rowCountRequest() {
     if (m_dbAdapter == nullptr || buildParams(params, m_contacts) != 0) {
         return 1;
     }
-    return m_dbAdapter->getRowCount(m_tableName, params, m_count);
+    return m_dbAdapter->countRows(m_tableName, params, m_count);
 }
 
 int PhonebookDAO::deleteRequest() {
@@ -468,8 +468,7 @@ int PhonebookDAO::importDataForUser(const std::string& location, eUserCategory c
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
     std::vector<std::string> columns = fileColumns(SurnameField);
     (void)createMissingTable();
-    (void)deleteContextData(context);  // nothing to delete is a failure there
-    return importRowsOfUser(location, [&](std::vector<std::string>& fields) {
+    return replaceRowsOfUser(context, location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
         if (fields.size() > 1) {
             fields.erase(fields.begin() + 1);  // the number of another telephone
