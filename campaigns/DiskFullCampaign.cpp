@@ -25,7 +25,8 @@ namespace fs = std::filesystem;
 using Tell = std::function<void(const std::string&)>;
 
 constexpr long long Step = 64 * 1024;
-constexpr int Steps = 33;  // from nothing to 2 MiB
+constexpr unsigned RunLimit = 120;  // seconds
+constexpr int Steps = 33;           // from nothing to 2 MiB
 
 /// What is done while there is little room.
 struct Work {
@@ -43,37 +44,54 @@ std::string longText(const std::string& start) {
 
 /// Rows of @p table that hold @p text.
 long rowsWith(const Scene& scene, const std::string& table, const std::string& text) {
+    const std::multiset<std::string> rows = scene.contents()[table];
+    return std::count_if(rows.begin(), rows.end(), [&](const std::string& row) {
+        return row.find(text) != std::string::npos;
+    });
+}
+
+std::string markOf(int number) {
+    return "Mark" + std::to_string(number) + "x";
+}
+
+/// Which of the first @p count marks stand in @p table.
+std::vector<bool> marksIn(const Scene& scene, const std::string& table, int count) {
     const Contents all = scene.contents();
-    const auto found = all.find(table);
-    long count = 0;
-    if (found != all.end()) {
-        for (const std::string& row : found->second) {
-            count += row.find(text) != std::string::npos ? 1 : 0;
+    const auto rows = all.find(table);
+    std::string text;
+    if (rows != all.end()) {
+        for (const std::string& row : rows->second) {
+            text += row;
         }
     }
-    return count;
+    std::vector<bool> found;
+    for (int i = 0; i < count; ++i) {
+        found.push_back(text.find(markOf(i)) != std::string::npos);
+    }
+    return found;
 }
 
 /// Single requests, until some do not find room: each that is acknowledged must be there.
 void writeOneByOne(Scene& scene, const Tell& tell, const std::string& schema,
                    const std::string& table, const std::string& reason,
                    const std::function<std::string(int)>& body, int count) {
-    std::vector<std::string> marks;
+    std::vector<int> acknowledged;
     for (int i = 0; i < count; ++i) {
         const Outcome outcome = scene.call(message(schema, reason, body(i)));
         const std::string answer = outcome.reason();
         if (answer == "failure") {
             tell("+ failures");
         } else if (answer == reason.substr(0, reason.find('_')) + "_response") {
-            marks.push_back("Mark" + std::to_string(i) + "x");
+            acknowledged.push_back(i);
             tell("+ successes");
         } else {
             tell("F the answer is '" + outcome.response() + "'");
         }
     }
-    for (const std::string& mark : marks) {
-        if (rowsWith(scene, table, mark) == 0) {
-            tell("F acknowledged and not there: " + mark);
+    const std::vector<bool> found = marksIn(scene, table, count);
+    for (const int number : acknowledged) {
+        if (!found[static_cast<std::size_t>(number)]) {
+            tell("F acknowledged and not there: " + markOf(number));
         }
     }
 }
@@ -88,14 +106,9 @@ void writeBatch(Scene& scene, const Tell& tell, const std::string& schema, const
     }
     const Outcome outcome = scene.call(message(schema, reason, entries));
     const std::string answer = outcome.reason();
-    const Contents now = scene.contents();
-    long stored = 0;
-    bool isLastThere = false;
-    for (int i = 0; i < count; ++i) {
-        const bool isThere = rowsWith(scene, table, "Mark" + std::to_string(i) + "x") > 0;
-        stored += isThere ? 1 : 0;
-        isLastThere = isThere;
-    }
+    const std::vector<bool> found = marksIn(scene, table, count);
+    const auto stored = static_cast<int>(std::count(found.begin(), found.end(), true));
+    const bool isLastThere = found.back();
     tell(answer == "failure" ? "+ failures" : "+ successes");
     if (answer.empty()) {
         tell("F the answer is '" + outcome.response() + "'");
@@ -108,22 +121,19 @@ void writeBatch(Scene& scene, const Tell& tell, const std::string& schema, const
 }
 
 std::string contactEntry(int i) {
-    const std::string number = std::to_string(i);
-    return entry(element("Surname", "Mark" + number + "x") +
-                 element("Address", longText("Street ")));
+    return entry(element("Surname", markOf(i)) + element("Address", longText("Street ")));
 }
 
 std::string callEntry(int i) {
-    return callRow("", "Mark" + std::to_string(i) + "x" + std::string(200, '1'));
+    return callRow("", markOf(i) + std::string(200, '1'));
 }
 
 std::string keyEntry(int i) {
-    return key(std::to_string(i < 16 ? 100 + i : 184 + i),
-               longText("Mark" + std::to_string(i) + "x"));
+    return key(std::to_string(i < 16 ? 100 + i : 184 + i), longText(markOf(i)));
 }
 
 std::string settingElement(int i) {
-    return element("Item" + std::to_string(i), longText("Mark" + std::to_string(i) + "x"));
+    return element("Item" + std::to_string(i), longText(markOf(i)));
 }
 
 void import(Scene& scene, const Tell& tell) {
@@ -415,10 +425,12 @@ int main(int argc, char** argv) {
             !mount.folder().empty() && (round + round / static_cast<long>(runs.size())) % 2 == 1;
         const Room room(isReal ? mount.folder() : fs::path());
         const long long bytes = step * Step;
-        collector.take(isolated([&](const Tell& tell) {
-                           tryWork(all[number], room, isReal ? mount.folder() : parent,
-                                   filled.database(), bytes, tell);
-                       }),
+        collector.take(isolated(
+                           [&](const Tell& tell) {
+                               tryWork(all[number], room, isReal ? mount.folder() : parent,
+                                       filled.database(), bytes, tell);
+                           },
+                           RunLimit),
                        all[number].name + " with " + std::to_string(bytes / 1024) + " KiB" +
                            (isReal ? " of a file system: " : ": "));
         if (isReal) {
