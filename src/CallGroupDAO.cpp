@@ -155,7 +155,7 @@ int CallGroupDAO::rowCountRequest() {
         return 1;
     }
     PairList conditions = readConditions();
-    return m_dbAdapter->countRows(m_tableName, conditions, m_count);
+    return m_dbAdapter->getRowCount(m_tableName, conditions, m_count);
 }
 
 int CallGroupDAO::getRowCount(std::string& count) {

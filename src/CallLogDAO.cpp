@@ -393,7 +393,7 @@ int CallLogDAO::rowCountRequest() {
     PairList params;
     addCategory(params);
     fillupSearchParams(params, 0);
-    return m_dbAdapter->countRows(m_tableName, params, m_count);
+    return m_dbAdapter->getRowCount(m_tableName, params, m_count);
 }
 
 int CallLogDAO::deleteRequest() {

@@ -190,6 +190,9 @@ int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, boo
         }
         for (const std::string* context : missing) {
             const int inserted = insertDefaultRow(id, *context, index);
+            if (inserted != 0 && contexts.size() > 1) {
+                return inserted;  // SQLite may have taken back the others: what follows would stay
+            }
             result = result != 0 ? result : inserted;
         }
         ++index;

@@ -260,11 +260,10 @@ int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
     }
     int result = 0;
     const auto insertAll = [&] {
-        for (std::size_t index = first; index < defaultRowIds().size(); ++index) {
+        for (std::size_t index = first; result == 0 && index < defaultRowIds().size(); ++index) {
             if (!onlyMissing || isRowKnownToBeMissing(defaultRowIds()[index])) {
                 std::vector<std::string> values = defaultRow(index);
-                const int inserted = m_dbAdapter->insert(m_tableName, values, nullptr);
-                result = result != 0 ? result : inserted;
+                result = m_dbAdapter->insert(m_tableName, values, nullptr);
             }
         }
         return result == 0;

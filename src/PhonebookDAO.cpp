@@ -295,7 +295,7 @@ int PhonebookDAO::rowCountRequest() {
     if (m_dbAdapter == nullptr || buildParams(params, m_contacts) != 0) {
         return 1;
     }
-    return m_dbAdapter->countRows(m_tableName, params, m_count);
+    return m_dbAdapter->getRowCount(m_tableName, params, m_count);
 }
 
 int PhonebookDAO::deleteRequest() {
