@@ -97,20 +97,30 @@ private:
     int m_code;
 };
 
+/// All that a place holds: its database, and the names of its files.
 std::string dump(const PowerCutPlace& place) {
     Reader reader(place.database());
-    std::string text;
-    for (const std::string& line :
-         reader.lines("SELECT type, name, tbl_name, sql FROM sqlite_master", {})) {
-        text += line + "\n";
-    }
-    for (const std::string& line :
+    auto lines = reader.lines("SELECT type, name, tbl_name, sql FROM sqlite_master", {});
+    for (const std::string& table :
          reader.lines("SELECT name FROM sqlite_master WHERE type = 'table'", {})) {
-        const std::string table = line.substr(0, line.size() - 1);
-        for (const std::string& row :
-             reader.lines("SELECT * FROM \"" + table + "\"", place.key())) {
-            text += table + ": " + row + "\n";
+        const std::string name = table.substr(0, table.size() - 1);
+        for (const std::string& row : reader.lines("SELECT * FROM \"" + name + "\"", place.key())) {
+            lines.push_back(name + ": " + row);
         }
+    }
+    for (const auto& entry : fs::recursive_directory_iterator(place.folder())) {
+        const std::string name = entry.path().filename();
+        // Without a header a journal says nothing. What was being written under another name may be
+        // left over: a second name of the key, or a data file that was not whole.
+        if (name != "phone.db-journal" && name.rfind("dascrypt.key.", 0) != 0 &&
+            name.find(".new-") == std::string::npos) {
+            lines.push_back("file " + entry.path().lexically_relative(place.folder()).string());
+        }
+    }
+    std::sort(lines.begin(), lines.end());
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
     }
     return text;
 }

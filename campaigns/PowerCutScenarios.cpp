@@ -181,6 +181,13 @@ void prepareUpgrade(const PowerCutPlace& place, const std::string& text) {
     database.run("END");
 }
 
+/// A list of values counts once: what is changed afterwards stays.
+void prepareUpgradeWithValues(const PowerCutPlace& place) {
+    prepareUpgrade(place, "settings_of_today");
+    std::ofstream(place.onDevice("/Aurel_Deploy/DasUpdateValues.csv"))
+        << "AudioSettings,visitor,RingerMelody,listed\nAudioSettings,base,Volume,7\n";
+}
+
 /// A telephone in use: each table that the steps change is there, with rows.
 void prepareInUse(const PowerCutPlace& place) {
     copyDeployed(place);
@@ -222,6 +229,10 @@ std::vector<PowerCutScenario> upgrades() {
                        true,
                        {start}});
     }
+    all.push_back({"upgrade with a list of values",
+                   prepareUpgradeWithValues,
+                   true,
+                   {start, request("AudioSettings", "update", element("RingerMelody", "mine"))}});
     return all;
 }
 

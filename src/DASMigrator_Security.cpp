@@ -1,7 +1,5 @@
 // Settings of older protocols, and passwords that older releases stored as they were.
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 
@@ -15,7 +13,6 @@
 #include "DataAccessServiceIfc.h"
 #include "DatabaseAdapter.h"
 #include "Logging.h"
-#include "Storage.h"
 
 namespace {
 
@@ -65,13 +62,6 @@ bool encrypt(const std::string& plain, std::string& encrypted) {
         return false;
     }
     return true;
-}
-
-void removeFile(const std::string& path) {
-    const std::string place = Storage::devicePath(path);
-    if (::access(place.c_str(), F_OK) == 0 && std::remove(place.c_str()) != 0) {
-        DAS_LOG(2, "Error deleting file: %s", path.c_str());
-    }
 }
 
 int insertSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
@@ -393,7 +383,7 @@ void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
         DAS_LOG(2, "%s is left as it was", oldTable.c_str());
         return;
     }
-    removeFile(migrationFile);
+    DASUtils::removeDataFile(migrationFile);
 }
 
 namespace {
@@ -473,8 +463,8 @@ void DASMigrator::migrateFtpSettingsTable(DataAccessServiceIfc* service) {
                 if (adapter.dropTable(oldestTable) == 0) {
                     DAS_LOG(5, "%s table dropped", oldestTable);
                 }
-                removeFile(migrationFile);
-                removeFile(file);
+                DASUtils::removeDataFile(migrationFile);
+                DASUtils::removeDataFile(file);
             }
         }
     }

@@ -129,6 +129,9 @@ public:
                                                     const std::string& table,
                                                     const std::string& path,
                                                     const PairList& conditions);
+    /// Removes a file that a table went through, for good: it may hold passwords. One that is not
+    /// there is as good as removed; a failure is logged.
+    static void removeDataFile(const std::string& path);
     /// Writes the cells of @p columns, in that order, of the rows of @p table that match
     /// @p conditions. The first line is their names, with commas between them: what
     /// recreateTableFromFile reads. A name that is no column of the table is a failure.

@@ -70,17 +70,18 @@ void makeMissingFileForOwnerAlone(const std::string& path) {
 /// A connection of its own for a scope.
 class Connection {
 public:
-    Connection(const std::string& path, int flags) {
-        (void)sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr);  // what is done with it fails
-    }
+    Connection(const std::string& path, int flags)
+        : m_isOpen(sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr) == SQLITE_OK) {}
     ~Connection() { (void)sqlite3_close(m_db); }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    [[nodiscard]] bool isOpen() const { return m_isOpen; }
     [[nodiscard]] sqlite3* handle() const { return m_db; }
 
 private:
     sqlite3* m_db = nullptr;
+    bool m_isOpen;
 };
 
 }  // namespace
@@ -301,6 +302,11 @@ void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
 bool DatabaseAdapter::copyDatabase(const std::string& path) {
     Connection from(databasePath(), SQLITE_OPEN_READONLY);
     Connection to(path, SQLITE_OPEN_READWRITE);
+    if (!from.isOpen() || !to.isOpen()) {
+        DAS_LOG(2, "copyDatabase() sqlite3_open() error occured: %s",
+                sqlite3_errmsg((from.isOpen() ? to : from).handle()));
+        return false;
+    }
     // The file counts when it is whole alone: a journal of its own would only take room.
     (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
     sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");

@@ -171,6 +171,7 @@ void UpgradeCopy::putBack() {
     const std::string unused = Storage::devicePath(updateValuesFile);
     if (::access(used.c_str(), F_OK) == 0 && ::access(unused.c_str(), F_OK) != 0) {
         (void)succeeded(std::rename(used.c_str(), unused.c_str()), "renaming", used);
+        (void)Storage::syncFolderOf(unused);  // without the copy the other name would be cleared up
     }
     // A journal that outlived the file which it belongs to would be rolled back into the copy.
     if (removed(database + "-journal") && folderSynced() &&
@@ -246,6 +247,8 @@ void UpgradeCopy::end() {
 
 int UpgradeCopy::removeUsedFile() {
     const std::string place = Storage::devicePath(updateValuesFile);
-    return hasContents(copyPath()) ? std::rename(place.c_str(), usedFilePlace().c_str())
-                                   : std::remove(place.c_str());
+    const int result = hasContents(copyPath()) ? std::rename(place.c_str(), usedFilePlace().c_str())
+                                               : std::remove(place.c_str());
+    (void)Storage::syncFolderOf(place);  // there again after a power cut, it would count once more
+    return result;
 }

@@ -99,12 +99,12 @@ bool makeKeyFile(const std::string& path) {
     bool made = false;
     if (file.isOpen()) {
         // Unlike a rename, a link does not replace the key that another process has just made.
-        made = writeKey(file.descriptor(), key) &&
-               (::link(scratch.c_str(), path.c_str()) == 0 || errno == EEXIST) &&
-               Storage::syncFolderOf(path);
+        const bool linked = writeKey(file.descriptor(), key) &&
+                            (::link(scratch.c_str(), path.c_str()) == 0 || errno == EEXIST);
         const int reason = errno;
         ::unlink(scratch.c_str());
         errno = reason;
+        made = linked && Storage::syncFolderOf(path);  // for both names
     }
     if (!made) {
         logFailure("can't make the key", path, std::strerror(errno));
