@@ -31,8 +31,7 @@ void TransactionGuard::rollBack() {
         return;
     }
     m_open = false;
-    // SQLite may have rolled back by itself, so a refusal here is no failure of the caller's.
-    (void)m_adapter.executeNonQuery("ROLLBACK TRANSACTION;");
+    m_adapter.rollBack();
     m_adapter.give_sema4();
 }
 
@@ -40,7 +39,7 @@ int TransactionGuard::endOrRollBack() {
     AdapterLock lock(m_adapter);  // nobody may work in what a failed commit leaves open
     const int code = end();
     if (code != 0) {
-        (void)m_adapter.executeNonQuery("ROLLBACK TRANSACTION;");
+        m_adapter.rollBack();
     }
     return code;
 }

@@ -203,6 +203,11 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
         }
     }
     reportProgress();
+    if (m_stream.bad()) {
+        // Streams take lack of memory, and a disk that can't be read, for an end of the file.
+        DAS_LOG(2, "%s: reading ended early, behind line %zu", m_path.c_str(), m_line);
+        ++failures;
+    }
     return failures;
 }
 

@@ -503,17 +503,20 @@ bool DASMigrator::rebuildPhoneBook(DataAccessServiceIfc* service,
                                    const std::vector<std::string>& leftOut) {
     DatabaseAdapter& adapter = *service->getAdapter();
     // One transaction, so that a power cut leaves the book as it was or as it will be.
-    TransactionGuard transaction(adapter);
-    const std::string numbering = numberingOf(adapter);
-    const bool indexed = hasIndices(adapter);
-    const bool renewed = transaction.beginResult() == 0 && renewBook(adapter, leftOut);
-    if (renewed) {
-        carryNumbering(adapter, numbering);
-        if (indexed) {
-            PhonebookDAO(&adapter).createPhonenumberIndices();
+    bool renewed = false;
+    const bool stored = runWholeOrNot(adapter, [&] {
+        const std::string numbering = numberingOf(adapter);
+        const bool indexed = hasIndices(adapter);
+        renewed = renewBook(adapter, leftOut);
+        if (renewed) {
+            carryNumbering(adapter, numbering);
+            if (indexed) {
+                PhonebookDAO(&adapter).createPhonenumberIndices();
+            }
         }
-    }
-    return transaction.end() == 0 && renewed;
+        return true;  // a book that could not be copied stays under its older name
+    });
+    return stored && renewed;
 }
 
 void DASMigrator::checkValidityOfPhoneBookTable(DataAccessServiceIfc* service) {

@@ -406,20 +406,18 @@ void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
         !DASUtils::readAllItemsFromTableAndWriteToFile(&adapter, oldTable, migrationFile, {})) {
         return;
     }
-    TransactionGuard transaction(adapter);
-    bool moved = transaction.beginResult() == 0 && adapter.dropTable(oldTable) == 0;
-    if (moved) {
+    const bool moved = runWholeOrNot(adapter, [&] {
+        if (adapter.dropTable(oldTable) != 0) {
+            return false;
+        }
         createTable(service, FileDownloadSettingsSchema);
-        moved = loadEncrypted(adapter, names);
-    }
+        return loadEncrypted(adapter, names);
+    });
     if (!moved) {
         DAS_LOG(2, "%s is left as it was", oldTable.c_str());
-        transaction.rollBack();
         return;
     }
-    if (transaction.end() == 0) {
-        DASUtils::removeDataFile(migrationFile);
-    }
+    DASUtils::removeDataFile(migrationFile);
 }
 
 namespace {

@@ -396,13 +396,17 @@ void DASMigrator::migrateDot1xSettings(DataAccessServiceIfc* service) {
         return;
     }
     DAS_LOG(5, "Migrate Dot1xSettings in GENERAL_CONFIG");
-    TransactionGuard transaction(*service->getAdapter());  // the first alone would pass for both
-    if (insertSetting(service, Dot1xSettingsSchema, "", "Dot1xAuthentication", "1") != 0) {
-        DAS_LOG(2, "Failed to insert \"Dot1xSettings,Dot1xAuthentication,1\"");
-    }
-    if (insertSetting(service, Dot1xSettingsSchema, "", "RadiusServerValidation", "true") != 0) {
-        DAS_LOG(2, "Failed to insert \"Dot1xSettings,RadiusServerValidation,true\"");
-    }
+    const auto insertBoth = [&] {
+        for (const auto& [name, value] :
+             {std::pair{"Dot1xAuthentication", "1"}, std::pair{"RadiusServerValidation", "true"}}) {
+            if (insertSetting(service, Dot1xSettingsSchema, "", name, value) != 0) {
+                DAS_LOG(2, "Failed to insert \"Dot1xSettings,%s,%s\"", name, value);
+                return false;
+            }
+        }
+        return true;
+    };
+    (void)runWholeOrNot(*service->getAdapter(), insertBoth);  // one alone would pass for both
 }
 
 void DASMigrator::migrateWlanSettings(DataAccessServiceIfc* service) {

@@ -117,14 +117,8 @@ void DASMigrator::normalizeGeneralConfigTable(DataAccessServiceIfc* service) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG has other columns, left as it is");
         return;
     }
-    TransactionGuard transaction(adapter);
-    if (transaction.beginResult() != 0 || !addKey(adapter)) {
+    if (!runWholeOrNot(adapter, [&] { return addKey(adapter); })) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG is left as it was");
-        transaction.rollBack();
-        return;
-    }
-    if (transaction.end() != 0) {
-        DAS_LOG(2, "normalizeGeneralConfigTable: the key could not be stored");
     }
 }
 
@@ -249,14 +243,9 @@ void DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
                 ? "Migrating old-format GENERAL_CONFIG table"
                 : "Rationalising new-format GENERAL_CONFIG table for Mobility");
     DASUtils::removeDataFile(migrationFile);
-    TransactionGuard transaction(*service->getAdapter());
-    if (transaction.beginResult() != 0 || !renewTable(service, columns, count)) {
+    if (!runWholeOrNot(*service->getAdapter(),
+                       [&] { return renewTable(service, columns, count); })) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG is left as it was");
-        transaction.rollBack();
-        return;
-    }
-    if (transaction.end() != 0) {
-        DAS_LOG(2, "migrateGeneralConfigTable: the new GENERAL_CONFIG could not be stored");
         return;
     }
     DASUtils::removeDataFile(migrationFile);

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 #include "AdapterGuards.h"
 #include "ChangeNotice.h"
@@ -53,6 +54,11 @@ constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 // journal may be there again, and what was told as stored is taken back.
 constexpr const char* KeepEachCommit = "PRAGMA synchronous=EXTRA;";
 
+// Made once: where memory is short, a transaction must still begin and end.
+const std::string BeginStatement = "BEGIN TRANSACTION;";
+const std::string EndStatement = "END TRANSACTION;";
+const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
+
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
     const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
@@ -94,8 +100,14 @@ std::string DatabaseAdapter::databasePath() {
     return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
 }
 
-DatabaseAdapter::DatabaseAdapter()
-    : m_type(SqliteAdapterType), m_changeNotice(std::make_unique<ChangeNotice>()) {
+DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
+    // The object is made by now: an exception from here on still closes the connection.
+    AdapterLock lock(*this);
+    openDatabase();
+}
+
+DatabaseAdapter::DatabaseAdapter(int type)
+    : m_type(type), m_changeNotice(std::make_unique<ChangeNotice>()) {
     constructorActions();
 }
 
@@ -118,8 +130,6 @@ void DatabaseAdapter::constructorActions() {
         DAS_LOG(3, "Error calling pthread_mutexattr_settype: %d\n", result);
     }
     pthread_mutex_init(&m_mutex, &m_mutexAttr);
-    AdapterLock lock(*this);
-    openDatabase();
 }
 
 void DatabaseAdapter::openDatabase() {
@@ -153,6 +163,9 @@ void DatabaseAdapter::take_sema4() {
     const int result = pthread_mutex_lock(&m_mutex);
     if (result != 0) {
         DAS_LOG(3, "Error calling pthread_mutex_lock: %d\n", result);
+    }
+    if (m_isLeftOpen) {
+        takeBackWhatIsLeftOpen();
     }
 }
 
@@ -188,18 +201,43 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
 
 int DatabaseAdapter::beginTransaction() {
     take_sema4();
-    return executeNonQuery("BEGIN TRANSACTION;");
+    return executeWithoutRaising(BeginStatement);
 }
 
 int DatabaseAdapter::endTransaction() {
-    const int code = executeNonQuery("END TRANSACTION;");
-    if (code != SQLITE_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0) {
+    const int code = executeWithoutRaising(EndStatement);
+    if (code != SQLITE_OK && isInTransaction()) {
         // A commit that meets a reader stays open: what comes next would be told as done and not
         // be on the disk, and no other process could read.
-        (void)executeNonQuery("ROLLBACK TRANSACTION;");
+        rollBack();
     }
     give_sema4();
     return code;
+}
+
+void DatabaseAdapter::rollBack() noexcept {
+    (void)executeWithoutRaising(RollBackStatement);
+    m_isLeftOpen = isInTransaction();
+}
+
+bool DatabaseAdapter::isInTransaction() const {
+    return m_db != nullptr && sqlite3_get_autocommit(m_db) == 0;
+}
+
+int DatabaseAdapter::executeWithoutRaising(const std::string& sql) noexcept {
+    try {
+        return executeNonQuery(sql);
+    } catch (const std::exception&) {
+        return SQLITE_NOMEM;  // it failed, and there was no memory for the words of the log
+    }
+}
+
+void DatabaseAdapter::takeBackWhatIsLeftOpen() noexcept {
+    // Not by way of the lock, which brought us here.
+    if (isInTransaction()) {
+        (void)sqlite3_exec(m_db, RollBackStatement.c_str(), nullptr, nullptr, nullptr);
+    }
+    m_isLeftOpen = isInTransaction();
 }
 
 std::string DatabaseAdapter::getError() {

@@ -99,6 +99,13 @@ public:
     void take_sema4();
     void give_sema4();
 
+    /**
+     * Takes back what is not committed, under the lock, which stays taken; for TransactionGuard. A
+     * refusal is logged: SQLite may have done it by itself. What stays open, as for lack of memory,
+     * is taken back when the lock is taken next.
+     */
+    void rollBack() noexcept;
+
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
     int freeError();
 
@@ -171,10 +178,15 @@ private:
     /// A stretch of a statement that holds a password: position and length.
     using MaskedStretches = std::vector<std::pair<std::size_t, std::size_t>>;
 
+    explicit DatabaseAdapter(int type);
     void constructorActions();
     void openDatabase();
     /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
     int closeDatabase(const char* failureFormat);
+    bool isInTransaction() const;
+    /// Runs @p sql from destructors too: an exception of the log becomes a failure.
+    int executeWithoutRaising(const std::string& sql) noexcept;
+    void takeBackWhatIsLeftOpen() noexcept;
     const char* errorText() const;
     void logStatementError(const std::string& sql) const;
     /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
@@ -193,6 +205,7 @@ private:
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
+    bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
 
     static std::atomic<bool> m_isRequestContentShowableOnTheAurelTrace;
