@@ -1,5 +1,8 @@
 // Cuts the power during each operation on the disk of a start, an upgrade or a change, and looks
 // whether the next start finds what it must.
+//
+// POWERCUT_ONLY in the environment takes those scenarios alone whose names contain it, and with
+// POWERCUT_LOG what the cut processes write is seen.
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -8,6 +11,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <random>
