@@ -217,7 +217,10 @@ void UpgradeCopy::remove() {
     if (!removed(copy) && !succeeded(::truncate(copy.c_str(), 0), "emptying", copy)) {
         DAS_LOG(2, "The next start will put back '%s'", copy.c_str());
     }
-    (void)removed(usedFilePlace());
+    if (::access(usedFilePlace().c_str(), F_OK) == 0) {
+        (void)folderSynced();  // a copy that is there again would need it
+        (void)removed(usedFilePlace());
+    }
 }
 
 void UpgradeCopy::prepareForReset() {
