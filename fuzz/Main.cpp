@@ -1,5 +1,6 @@
 // The fuzzer: das_fuzz --target=NAME [options and folders as libFuzzer takes them].
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +25,11 @@ const char* nameOfTarget(int argc, char** argv) {
 }
 
 }  // namespace
+
+/// SQLite allocates much; long stacks and a large quarantine would halve the speed.
+extern "C" const char* __asan_default_options() {
+    return "malloc_context_size=4:quarantine_size_mb=8";
+}
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t room);
 

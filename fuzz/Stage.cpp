@@ -17,9 +17,11 @@ namespace {
 
 /// Listeners can't be taken out of a service, so it doesn't live for ever.
 constexpr int InputsOfAService = 2000;
+/// Nor does it give back the adapters that it had in front of a reset.
+constexpr int InputsOfAReset = 50;
 
-const char* const Folders[] = {"", "/data", "/tmp", "/Aurel_Deploy"};
-const char* const FoldersOfFiles[] = {"/data/ringtones", "/data/screensavers", "/data/images"};
+const char* const Folders[] = {"/",    "/data",         "/data/ringtones",   "/data/images",
+                               "/tmp", "/Aurel_Deploy", "/data/screensavers"};
 
 fs::path parent() {
     const char* const given = std::getenv("DAS_FUZZ_PLACE");
@@ -58,9 +60,6 @@ FuzzPlace::FuzzPlace() : m_place(parent()) {
 }
 
 void FuzzPlace::makeFolders() const {
-    for (const auto* folders : {&FoldersOfFiles[0], &FoldersOfFiles[1], &FoldersOfFiles[2]}) {
-        fs::create_directories(onDevice(*folders));
-    }
     for (const char* folder : Folders) {
         fs::create_directories(onDevice(folder));
     }
@@ -116,7 +115,6 @@ void Stage::start() {
     m_service->init(*m_context);
     (void)m_service->getAdapter()->executeNonQuery("PRAGMA synchronous=OFF;");
     m_inputs = 0;
-    onStart();
 }
 
 void Stage::watch() {
@@ -127,14 +125,27 @@ void Stage::watch() {
     m_inode = inodeOf(FuzzPlace::get().database());
 }
 
-void Stage::startAnew() {
-    m_service.reset();
+void Stage::makeFile() {
     m_file.reset();
     (void)fs::remove(FuzzPlace::get().database());
     watch();
     copy(m_file.get(), m_whole.get());
+}
+
+void Stage::startAnew() {
+    m_service.reset();
+    makeFile();
     start();
     putBack();
+}
+
+void Stage::reopen() {
+    makeFile();
+    m_service->constructorActions();
+    (void)m_service->setProfile("base");  // opens the service again
+    (void)m_service->getAdapter()->executeNonQuery("PRAGMA synchronous=OFF;");
+    putBack();
+    m_inputs += InputsOfAReset;
 }
 
 bool Stage::isSameFile() const {
@@ -159,11 +170,11 @@ void Stage::putBack() {
 
 void Stage::restore() {
     FuzzPlace::get().tidy();
-    if (++m_inputs > InputsOfAService || !isSameFile()) {
+    if (++m_inputs > InputsOfAService) {
         startAnew();
-        return;
-    }
-    if (version() != m_version) {
+    } else if (!isSameFile()) {
+        reopen();
+    } else if (version() != m_version) {
         putBack();
     }
     DatabaseAdapter& adapter = *m_service->getAdapter();

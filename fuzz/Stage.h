@@ -29,7 +29,7 @@ public:
     void tidy();
 
 private:
-    using Times = std::array<std::filesystem::file_time_type, 4>;
+    using Times = std::array<std::filesystem::file_time_type, 7>;
 
     FuzzPlace();
     Times times() const;
@@ -55,9 +55,6 @@ public:
     /// something taken.
     void restore();
 
-    /// Called behind each new start.
-    std::function<void()> onStart = [] {};
-
 private:
     struct NoServices : Context {
         Executable* findService(const std::string&) override { return nullptr; }
@@ -66,6 +63,8 @@ private:
 
     void start();
     void startAnew();
+    void reopen();
+    void makeFile();
     void watch();
     bool isSameFile() const;
     long long version() const;
