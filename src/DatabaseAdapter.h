@@ -161,9 +161,12 @@ private:
     /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
     int closeDatabase(const char* failureFormat);
     const char* errorText() const;
-    void logStatementError(const std::string& sql) const;
+    void logStatementError(const std::string& sql);
+    /// Tells once at the level of failures that the file is damaged, when the failure of @p sql was
+    /// that.
+    void tellDamage(const std::string& sql);
     /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
-    void logFailedStep(Statement& statement, int code, const std::string& sql) const;
+    void logFailedStep(Statement& statement, int code, const std::string& sql);
 
     int insertShared(const std::string& table, const std::vector<std::string>& columns,
                      const std::vector<std::string>& values, long long* rowId);
@@ -178,6 +181,7 @@ private:
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
+    bool m_damageIsTold = false;
 
     static std::atomic<bool> m_isRequestContentShowableOnTheAurelTrace;
 };
