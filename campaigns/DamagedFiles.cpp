@@ -51,6 +51,11 @@ fs::path journal(const fs::path& file) {
     return file.string() + "-journal";
 }
 
+/// What a start keeps beside the database until its upgrade has ended.
+fs::path upgradeCopy(const fs::path& file) {
+    return file.string() + ".before-upgrade";
+}
+
 /// Statements over a table; %T stands for its name, %C for one of its columns.
 const char* const SchemaEdits[] = {
     "UPDATE sqlite_master SET sql = 'CREATE TABLE %T (a)' WHERE name = '%T'",
@@ -117,6 +122,8 @@ const std::vector<DamagedFiles::Way>& DamagedFiles::table() {
                                           {"stale journal", &DamagedFiles::staleJournal},
                                           {"foreign journal", &DamagedFiles::foreignJournal},
                                           {"garbage journal", &DamagedFiles::garbageJournal},
+                                          {DamagedCopy, &DamagedFiles::damagedCopy},
+                                          {GoodCopy, &DamagedFiles::goodCopy},
                                           {"schema", &DamagedFiles::editSchema},
                                           {"schema", &DamagedFiles::editSchema},
                                           {"columns", &DamagedFiles::changeColumns},
@@ -124,16 +131,6 @@ const std::vector<DamagedFiles::Way>& DamagedFiles::table() {
                                           {"cells", &DamagedFiles::changeCells},
                                           {"cells", &DamagedFiles::changeCells}};
     return ways;
-}
-
-std::vector<std::string> DamagedFiles::ways() {
-    std::vector<std::string> names;
-    for (const Way& way : table()) {
-        if (names.empty() || names.back() != way.name) {
-            names.emplace_back(way.name);
-        }
-    }
-    return names;
 }
 
 DamagedFiles::DamagedFiles(fs::path scratch, const std::string& today)
@@ -223,6 +220,27 @@ void DamagedFiles::garbageJournal(Work& work) const {
         work.told += ", journal " + damage.toString();
     }
     write(journal(work.file), bytes);
+}
+
+/// Damaged so that SQLite sees it: what it can't see can't be told from a good copy.
+void DamagedFiles::damagedCopy(Work& work) const {
+    Work copy{work.file, work.bytes, work.random, {}};
+    switch (work.below(3)) {
+        case 0:
+            text(copy);
+            break;
+        case 1:
+            copy.bytes.resize(copy.bytes.size() / 2);
+            break;
+        default:
+            Damage{Damage::Zeroed, 4096 * (1 + work.below(3)), 0}.apply(copy.bytes);
+    }
+    write(upgradeCopy(work.file), copy.bytes);
+}
+
+void DamagedFiles::goodCopy(Work& work) const {
+    write(upgradeCopy(work.file), work.bytes);
+    damage(work);
 }
 
 void DamagedFiles::change(Work& work, const std::string& sql) {

@@ -20,8 +20,11 @@ public:
      */
     std::string make(const std::filesystem::path& folder, std::mt19937& random) const;
 
-    /// The way of damaging that the text of make() begins with.
-    static std::vector<std::string> ways();
+    /// What the text of make() begins with when the database is whole, and what an earlier start
+    /// left beside it is damaged.
+    static constexpr const char* DamagedCopy = "damaged copy";
+    /// The same when the copy is whole and the database is damaged.
+    static constexpr const char* GoodCopy = "good copy";
 
     /// A database before it is damaged.
     struct Base {
@@ -53,6 +56,8 @@ private:
     void staleJournal(Work& work) const;
     void foreignJournal(Work& work) const;
     void garbageJournal(Work& work) const;
+    void damagedCopy(Work& work) const;
+    void goodCopy(Work& work) const;
     void editSchema(Work& work) const;
     void changeColumns(Work& work) const;
     void changeCells(Work& work) const;

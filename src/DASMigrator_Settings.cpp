@@ -19,6 +19,7 @@
 #include "HardwareVersion.h"
 #include "Logging.h"
 #include "Storage.h"
+#include "UpgradeCopy.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ using namespace DASUtilsStrings;
 const char* const schemaColumn = "Schema";
 const char* const nameColumn = "Name";
 const char* const valueColumn = "Value";
-const char* const updateValuesFile = "/Aurel_Deploy/DasUpdateValues.csv";
+constexpr const char* updateValuesFile = UpgradeCopy::updateValuesFile;
 
 const std::vector<std::string>& settingsColumns() {
     static const std::vector<std::string> columns = {schemaColumn, UserContextTagName, nameColumn,
@@ -259,7 +260,7 @@ void DASMigrator::applyUpdateValuesFile(DataAccessServiceIfc* service) {
         return;
     }
     updateGeneralConfigTable(service, settingsColumns(), updateValuesFile);
-    if (std::remove(place.c_str()) != 0) {
+    if (UpgradeCopy::removeUsedFile() != 0) {
         DAS_LOG(2, "Error deleting file: %s", updateValuesFile);
     }
 }

@@ -6,8 +6,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "AdapterGuards.h"
+#include "ChangeNotice.h"
 #include "GPALSleep.h"
 #include "Logging.h"
 #include "Statement.h"
@@ -47,11 +49,6 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 
-std::string databasePath() {
-    const char* directory = std::getenv("DB_PATH");
-    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
-}
-
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
     const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
@@ -59,6 +56,22 @@ void makeMissingFileForOwnerAlone(const std::string& path) {
         ::close(file);
     }
 }
+
+/// A connection of its own for a scope.
+class Connection {
+public:
+    Connection(const std::string& path, int flags) {
+        (void)sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr);  // what is done with it fails
+    }
+    ~Connection() { (void)sqlite3_close(m_db); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    [[nodiscard]] sqlite3* handle() const { return m_db; }
+
+private:
+    sqlite3* m_db = nullptr;
+};
 
 }  // namespace
 
@@ -71,7 +84,13 @@ int sqliteCallBackForRows(void* flag, int, char**, char**) {
     return 0;
 }
 
-DatabaseAdapter::DatabaseAdapter() : m_type(SqliteAdapterType) {
+std::string DatabaseAdapter::databasePath() {
+    const char* directory = std::getenv("DB_PATH");
+    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
+}
+
+DatabaseAdapter::DatabaseAdapter()
+    : m_type(SqliteAdapterType), m_changeNotice(std::make_unique<ChangeNotice>()) {
     constructorActions();
 }
 
@@ -101,7 +120,8 @@ void DatabaseAdapter::constructorActions() {
 void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
     makeMissingFileForOwnerAlone(path);
-    if (sqlite3_open(path.c_str(), &m_db) != SQLITE_OK) {
+    if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                        m_changeNotice->name()) != SQLITE_OK) {
         DAS_LOG(3, "DatabaseAdapter( ): sqlite3_open() error occured: %s\n", errorText());
         closeDatabase("DatabaseAdapter( ): sqlite3_close() error occured: %s\n");
         return;
@@ -240,6 +260,37 @@ void DatabaseAdapter::removeDbFile() {
         }
     }
     (void)std::remove(databasePath().c_str());  // a file that is not there is as good as removed
+}
+
+void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
+    AdapterLock lock(*this);
+    m_changeNotice->callBefore = std::move(call);
+}
+
+bool DatabaseAdapter::copyDatabase(const std::string& path) {
+    Connection from(databasePath(), SQLITE_OPEN_READONLY);
+    Connection to(path, SQLITE_OPEN_READWRITE);
+    // The file counts when it is whole alone: a journal of its own would only take room.
+    (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
+    sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");
+    const int code = backup != nullptr ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
+    if (sqlite3_backup_finish(backup) != SQLITE_OK || code != SQLITE_DONE) {
+        DAS_LOG(2, "copyDatabase() error occured: %s", sqlite3_errmsg(to.handle()));
+        return false;
+    }
+    return true;
+}
+
+bool DatabaseAdapter::isSound(const std::string& path) {
+    const Connection file(path, SQLITE_OPEN_READWRITE);
+    bool sound = false;
+    const auto look = [](void* out, int, char** cells, char**) {
+        *static_cast<bool*>(out) = cells[0] != nullptr && std::strcmp(cells[0], "ok") == 0;
+        return 0;
+    };
+    return sqlite3_exec(file.handle(), "PRAGMA quick_check(1);", look, &sound, nullptr) ==
+               SQLITE_OK &&
+           sound;
 }
 
 std::string DatabaseAdapter::countStatement(const std::string& table, PairList& andList) {

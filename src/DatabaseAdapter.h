@@ -4,6 +4,8 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,6 +13,7 @@
 #include "DASTypes.h"
 #include "DatabaseAdapterIfc.h"
 
+class ChangeNotice;
 class Statement;
 struct sqlite3;
 
@@ -109,6 +112,22 @@ public:
      */
     int convertSQLiteStatusToAdapterStatus(int code) const;
 
+    /// Where the database is, from the environment.
+    [[nodiscard]] static std::string databasePath();
+
+    /// Has @p call called before each transaction that changes something, on its thread and with
+    /// the adapter's lock held, when the file is still as it was. It may read the database over
+    /// another connection alone. Empty for nothing.
+    void callBeforeChange(std::function<void()> call);
+
+    /// Copies the database, as its last commit left it, into the file @p path, which must be empty.
+    /// False, and a log line, when that is not whole.
+    [[nodiscard]] static bool copyDatabase(const std::string& path);
+
+    /// Whether the file @p path is a database that can be read from its first page to its last.
+    /// Takes back what an unfinished transaction left there. An empty file is sound.
+    [[nodiscard]] static bool isSound(const std::string& path);
+
     /**
      * Counts the rows of @p table that match, as getRowCount does, but tells a count that failed:
      * 0 when @p count is true, 1 when it is not known. For whoever decides an insert by it.
@@ -177,6 +196,7 @@ private:
     static void logMasked(const char* format, const std::string& sql,
                           const MaskedStretches& stretches);
 
+    std::unique_ptr<ChangeNotice> m_changeNotice;
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
