@@ -54,6 +54,20 @@ TEST_F(DatabaseAdapterTest, AConnectionInUseStaysOpenButItsFileGoes) {
     EXPECT_EQ(m_adapter.executeNonQuery("SELECT 1;"), 0);
 }
 
+// A damaged file was told at a level alone that is not written by default.
+TEST_F(DatabaseAdapterTest, ADamagedFileIsToldOnceWithoutValues) {
+    writeFile(database(), std::string(5000, 'x'));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(m_adapter.executeNonQuery("DELETE FROM T WHERE A = 'secret';"), SQLITE_NOTADB);
+        Rows rows;
+        EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 1);
+    }
+    EXPECT_TRUE(m_log.has(2, "The database " + database().string() +
+                                 " is damaged: file is not a database, at 'DELETE FROM T WHERE A = "
+                                 "'"));
+    EXPECT_EQ(m_log.count("is damaged"), 1);
+}
+
 TEST_F(DatabaseAdapterTest, LastErrorStaysUntilTheNextStatement) {
     EXPECT_EQ(m_adapter.freeError(), 1);
     EXPECT_EQ(m_adapter.executeNonQuery("DROP TABLE Gone;"), SQLITE_ERROR);
