@@ -15,9 +15,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Listeners can't be taken out of a service, so it doesn't live for ever.
 constexpr int InputsOfAService = 2000;
-/// Nor does it give back the adapters that it had in front of a reset.
+/// A service does not give back the adapters that it had in front of a reset.
 constexpr int InputsOfAReset = 50;
 
 const char* const Folders[] = {"/",    "/data",         "/data/ringtones",   "/data/images",
@@ -168,9 +167,10 @@ void Stage::putBack() {
     m_version = version();
 }
 
-void Stage::restore() {
+void Stage::restore(int weight) {
     FuzzPlace::get().tidy();
-    if (++m_inputs > InputsOfAService) {
+    m_inputs += weight;
+    if (m_inputs > InputsOfAService) {
         startAnew();
     } else if (!isSameFile()) {
         reopen();

@@ -52,8 +52,9 @@ public:
     void setContext(Context& context);
 
     /// Puts database, files, user and caches back, and tells by require() when the last input left
-    /// something taken.
-    void restore();
+    /// something taken. @p weight is how many ordinary inputs this one counts for, since the
+    /// service lives for so many of them.
+    void restore(int weight = 1);
 
 private:
     struct NoServices : Context {

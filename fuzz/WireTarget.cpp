@@ -81,6 +81,9 @@ void beginWire() {
 }
 
 void takeWire(std::string_view input) {
+    // Listeners can't be taken out of a service.
+    constexpr int weightOfListener = 40;
+    const bool hasListener = input.find("Listener") != std::string_view::npos;
     Dispatcher dispatcher(host->stage.service(), host->invoker, host->framework);
     const auto client = std::make_shared<CheckingClient>(host->framework.clients());
     LineCutter cutter(LineLimit);
@@ -92,5 +95,5 @@ void takeWire(std::string_view input) {
         input.remove_prefix(size);
         handleLines(cutter, dispatcher, client);
     }
-    host->stage.restore();
+    host->stage.restore(hasListener ? weightOfListener : 1);
 }
