@@ -77,9 +77,10 @@ class Upgrade:
         return map(int, self.run(0).stdout.splitlines()[-1].split())
 
     def list_files(self):
-        names = [str(path.relative_to(self.place.folder))
-                 for path in self.place.folder.rglob("*") if path.name != "dascrypt.key"]
-        return sorted(names)
+        """All but the key, and what a kill left half written under a name of its own."""
+        return sorted(str(path.relative_to(self.place.folder))
+                      for path in self.place.folder.rglob("*")
+                      if not path.name.startswith("dascrypt.key") and ".csv.new-" not in path.name)
 
     def check_further_start(self):
         """One with nothing to do, which makes no copy; behind it the state is as it was."""

@@ -78,7 +78,8 @@ public:
     void endElement(const char* name);
 
 private:
-    void createMissingGroups();
+    bool createMissingGroups();
+    int insertGroupsOfBoth();
     int insertGroup(const std::string& context, const std::string& number);
     /// Select pairs, entry pairs and the user, in this order.
     PairList readConditions() const;

@@ -542,9 +542,9 @@ int CallLogDAO::importData(std::string& location) {
 int CallLogDAO::importDataForUser(const std::string& location, eUserCategory category) {
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
     (void)createMissingTable();
-    (void)deleteContextData(context);  // nothing to delete is a failure there
-    return importRowsOfUser(
-        location, [&](std::vector<std::string>& fields) { return importRow(context, fields); });
+    return replaceRowsOfUser(context, location, [&](std::vector<std::string>& fields) {
+        return importRow(context, fields);
+    });
 }
 
 int CallLogDAO::importRow(const std::string& context, std::vector<std::string>& fields) {

@@ -23,6 +23,9 @@ struct HandOn<Operation> {
 ChangeNotice::ChangeNotice()
     : m_name("das-" + std::to_string(reinterpret_cast<std::uintptr_t>(this))),
       m_below(sqlite3_vfs_find(nullptr)) {
+    if (m_below == nullptr) {
+        return;  // without memory SQLite has none; opening over this fails then
+    }
     m_layer.iVersion = std::min(m_below->iVersion, 2);  // the third has no use here
     m_layer.szOsFile = m_below->szOsFile;
     m_layer.mxPathname = m_below->mxPathname;

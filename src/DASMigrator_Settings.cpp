@@ -386,6 +386,7 @@ void DASMigrator::migrateDot1xSettings(DataAccessServiceIfc* service) {
         return;
     }
     DAS_LOG(5, "Migrate Dot1xSettings in GENERAL_CONFIG");
+    TransactionGuard transaction(*service->getAdapter());  // the first alone would pass for both
     if (insertSetting(service, Dot1xSettingsSchema, "", "Dot1xAuthentication", "1") != 0) {
         DAS_LOG(2, "Failed to insert \"Dot1xSettings,Dot1xAuthentication,1\"");
     }

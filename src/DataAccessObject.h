@@ -339,6 +339,13 @@ protected:
                          const std::function<int(std::vector<std::string>&)>& store,
                          const std::function<void()>& prepare = {});
 
+    /**
+     * As importRowsOfUser, in place of the rows that the user @p context has: either these are
+     * there or those of the file. They go also when the file did not open.
+     */
+    int replaceRowsOfUser(const std::string& context, const std::string& location,
+                          const std::function<int(std::vector<std::string>&)>& store);
+
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.
     bool settleUser();

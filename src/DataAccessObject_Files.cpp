@@ -257,6 +257,21 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
     return transaction.end() == 0 ? 0 : 1;
 }
 
+int DataAccessObject::replaceRowsOfUser(
+    const std::string& context, const std::string& location,
+    const std::function<int(std::vector<std::string>&)>& store) {
+    bool removed = false;
+    const auto removeOld = [&] {
+        (void)deleteContextData(context);  // nothing to delete is a failure there
+        removed = true;
+    };
+    const int result = importRowsOfUser(location, store, removeOld);
+    if (!removed) {
+        removeOld();  // kept on purpose: an import always takes the old ones away
+    }
+    return result;
+}
+
 int DataAccessObject::insertLineOfFile(const std::string& table,
                                        const std::vector<std::string>& names,
                                        const std::vector<std::string>& values,

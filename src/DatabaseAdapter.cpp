@@ -13,6 +13,7 @@
 #include "GPALSleep.h"
 #include "Logging.h"
 #include "Statement.h"
+#include "Storage.h"
 
 namespace {
 
@@ -49,6 +50,10 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 
+// A commit is the journal's end. By default the folder is not synced then: after a power cut the
+// journal may be there again, and what was told as stored is taken back.
+constexpr const char* KeepEachCommit = "PRAGMA synchronous=EXTRA;";
+
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
     const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
@@ -60,17 +65,18 @@ void makeMissingFileForOwnerAlone(const std::string& path) {
 /// A connection of its own for a scope.
 class Connection {
 public:
-    Connection(const std::string& path, int flags) {
-        (void)sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr);  // what is done with it fails
-    }
+    Connection(const std::string& path, int flags)
+        : m_isOpen(sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr) == SQLITE_OK) {}
     ~Connection() { (void)sqlite3_close(m_db); }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    [[nodiscard]] bool isOpen() const { return m_isOpen; }
     [[nodiscard]] sqlite3* handle() const { return m_db; }
 
 private:
     sqlite3* m_db = nullptr;
+    bool m_isOpen;
 };
 
 }  // namespace
@@ -127,6 +133,7 @@ void DatabaseAdapter::openDatabase() {
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
+    (void)actualSQLiteCommandExecution(KeepEachCommit, nullptr, nullptr);
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {
@@ -259,7 +266,8 @@ void DatabaseAdapter::removeDbFile() {
             GPALSleep::secSleep(SecondsAfterFailedClose);
         }
     }
-    (void)std::remove(databasePath().c_str());  // a file that is not there is as good as removed
+    (void)std::remove(databasePath().c_str());    // a file that is not there is as good as removed
+    (void)Storage::syncFolderOf(databasePath());  // it must not be there again after a power cut
 }
 
 void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
@@ -270,6 +278,11 @@ void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
 bool DatabaseAdapter::copyDatabase(const std::string& path) {
     Connection from(databasePath(), SQLITE_OPEN_READONLY);
     Connection to(path, SQLITE_OPEN_READWRITE);
+    if (!from.isOpen() || !to.isOpen()) {
+        DAS_LOG(2, "copyDatabase() sqlite3_open() error occured: %s",
+                sqlite3_errmsg((from.isOpen() ? to : from).handle()));
+        return false;
+    }
     // The file counts when it is whole alone: a journal of its own would only take room.
     (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
     sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");

@@ -75,7 +75,8 @@ bool synced(int file, const std::string& path) {
 
 /// Names that were given or taken in the folder reach the disk before what comes next.
 bool folderSynced() {
-    return synced(openFolder(), folderPath());
+    return succeeded(Storage::syncFolderOf(DatabaseAdapter::databasePath()) ? 0 : -1, "sync",
+                     folderPath());
 }
 
 /// The owner and the rights of the file @p from for @p to, so that the programs which could open

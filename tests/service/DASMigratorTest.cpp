@@ -421,6 +421,7 @@ TEST_F(RebuildTest, AFailureOfAnyStatementLeavesTheTableAsItWas) {
         "CREATE TABLE PHONE_BOOK (UniqueID INTEGER PRIMARY KEY AUTOINCREMENT, Surname TEXT);"
         "INSERT INTO PHONE_BOOK VALUES (5, 'A'), (9, NULL);"
         "CREATE INDEX Surname_INDEX ON PHONE_BOOK (Surname);");
+    service().constructorActions();  // a connection that knows the columns
     const Rows before = everything();
     for (const char* statement :
          {"BEGIN", "sqlite_master", "ALTER TABLE", "CREATE TABLE", "INSERT INTO PHONE_BOOK",

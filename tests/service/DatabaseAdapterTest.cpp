@@ -85,6 +85,7 @@ TEST_F(DatabaseAdapterTest, ALockedTableIsNotTakenForAnEmptyOne) {
     Rows rows;
     EXPECT_EQ(m_adapter.executeSQLQuery("PRAGMA busy_timeout;", rows), 0);
     EXPECT_EQ(rows, (Rows{{"5000"}}));
+    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 0);  // it knows of the table
     waitForNobody(m_adapter);
     const auto blocker = std::make_unique<Blocker>(database());
     std::string count;

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "DASMigrator.h"
 #include "RecordingAdapter.h"
 
 namespace {
@@ -87,6 +88,43 @@ TEST_F(FailureTest, ATableThatCannotBeCountedIsNotFilledAgain) {
         m_adapter->intercept = {};
         EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS WHERE UserContext = 'base'"), "177");
         EXPECT_NE(send("FeatureKeys", "read_request").find("<Id>1017</Id>"), std::string::npos);
+    }
+}
+
+// A power cut between the two left what no later start completes.
+TEST_F(FailureTest, NobodySeesHalfOfWhatBelongsTogether) {
+    writeFile(onDevice("/tmp/in.csv"), "base,,new\n");
+    (void)send("PhoneBook", "write_request", xml::entry({{"Surname", "old"}}));
+    const struct {
+        const char* name;
+        const char* before;
+        std::function<void()> work;
+        const char* last;  ///< statement before which another connection looks
+        const char* seen;
+        const char* expected;
+    } rows[] = {
+        {"groups and their table", "DROP TABLE IF EXISTS CallGroup",
+         [&] { (void)send("CallGroup", "read_request"); }, "INTO CallGroup",
+         "SELECT COUNT(*) FROM sqlite_master WHERE name = 'CallGroup'", "0"},
+        {"settings of 802.1X", "DELETE FROM GENERAL_CONFIG WHERE Schema = 'Dot1xSettings'",
+         [&] { DASMigrator::migrateDot1xSettings(&service()); }, "RadiusServerValidation",
+         "SELECT COUNT(*) FROM GENERAL_CONFIG WHERE Schema = 'Dot1xSettings'", "0"},
+        {"contacts and those in their place", "SELECT 1",
+         [&] { service().importData("PhoneBook", base, "/tmp/in.csv"); }, "INTO PHONE_BOOK",
+         "SELECT Surname FROM PHONE_BOOK", "old"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(m_adapter->executeNonQuery(row.before), 0);
+        std::string seen;
+        m_adapter->intercept = [&](const std::string& statement) {
+            if (statement.find(row.last) != std::string::npos) {
+                seen = cell(row.seen);
+            }
+            return 0;
+        };
+        row.work();
+        m_adapter->intercept = nullptr;
+        EXPECT_EQ(seen, row.expected) << row.name;
     }
 }
 
