@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <cstring>
 
 #include "AdapterGuards.h"
 #include "ChangeNotice.h"
@@ -195,6 +196,7 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
                          : SQLITE_MISUSE;
     if (m_lastError != nullptr) {
         DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", m_lastError, sql.c_str());
+        tellDamage(sql);
     }
     return code;
 }
@@ -262,11 +264,23 @@ const char* DatabaseAdapter::errorText() const {
     return m_db != nullptr ? sqlite3_errmsg(m_db) : "no open database";
 }
 
-void DatabaseAdapter::logStatementError(const std::string& sql) const {
+void DatabaseAdapter::logStatementError(const std::string& sql) {
     DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", errorText(), sql.c_str());
+    tellDamage(sql);
 }
 
-void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) const {
+void DatabaseAdapter::tellDamage(const std::string& sql) {
+    const int code = m_db != nullptr ? sqlite3_errcode(m_db) : SQLITE_OK;
+    if (m_damageIsTold || (code != SQLITE_CORRUPT && code != SQLITE_NOTADB)) {
+        return;
+    }
+    m_damageIsTold = true;
+    // No values: they may be secret, and begin with a quote.
+    DAS_LOG(2, "The database %s is damaged: %s, at '%s'", databasePath().c_str(), errorText(),
+            sql.substr(0, sql.find('\'')).c_str());
+}
+
+void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) {
     const bool isFailure = code != SQLITE_ROW && code != SQLITE_DONE;
     if (isFailure && statement.isPrepared() && !statement.isEmpty()) {
         (void)statement.reset();  // brings the words of the failed step
@@ -316,6 +330,18 @@ bool DatabaseAdapter::copyDatabase(const std::string& path) {
         return false;
     }
     return true;
+}
+
+bool DatabaseAdapter::isSound(const std::string& path) {
+    const Connection file(path, SQLITE_OPEN_READWRITE);
+    bool sound = false;
+    const auto look = [](void* out, int, char** cells, char**) {
+        *static_cast<bool*>(out) = cells[0] != nullptr && std::strcmp(cells[0], "ok") == 0;
+        return 0;
+    };
+    return sqlite3_exec(file.handle(), "PRAGMA quick_check(1);", look, &sound, nullptr) ==
+               SQLITE_OK &&
+           sound;
 }
 
 std::string DatabaseAdapter::countStatement(const std::string& table, PairList& andList) {

@@ -131,6 +131,10 @@ public:
     /// False, and a log line, when that is not whole.
     [[nodiscard]] static bool copyDatabase(const std::string& path);
 
+    /// Whether the file @p path is a database that can be read from its first page to its last.
+    /// Takes back what an unfinished transaction left there. An empty file is sound.
+    [[nodiscard]] static bool isSound(const std::string& path);
+
     /**
      * Counts the rows of @p table that match, as getRowCount does, but tells a count that failed:
      * 0 when @p count is true, 1 when it is not known. For whoever decides an insert by it.
@@ -188,9 +192,12 @@ private:
     int executeWithoutRaising(const std::string& sql) noexcept;
     void takeBackWhatIsLeftOpen() noexcept;
     const char* errorText() const;
-    void logStatementError(const std::string& sql) const;
+    void logStatementError(const std::string& sql);
+    /// Tells once at the level of failures that the file is damaged, when the failure of @p sql was
+    /// that.
+    void tellDamage(const std::string& sql);
     /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
-    void logFailedStep(Statement& statement, int code, const std::string& sql) const;
+    void logFailedStep(Statement& statement, int code, const std::string& sql);
 
     int insertShared(const std::string& table, const std::vector<std::string>& columns,
                      const std::vector<std::string>& values, long long* rowId);
@@ -207,6 +214,7 @@ private:
     pthread_mutex_t m_mutex{};
     bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
+    bool m_damageIsTold = false;
 
     static std::atomic<bool> m_isRequestContentShowableOnTheAurelTrace;
 };

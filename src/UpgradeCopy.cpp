@@ -173,6 +173,12 @@ void UpgradeCopy::putBack() {
         (void)succeeded(std::rename(used.c_str(), unused.c_str()), "renaming", used);
         (void)Storage::syncFolderOf(unused);  // without the copy the other name would be cleared up
     }
+    if (!DatabaseAdapter::isSound(copy) && hasContents(database) &&
+        DatabaseAdapter::isSound(database)) {
+        DAS_LOG(2, "The copy '%s' is damaged and is not put back", copy.c_str());
+        remove();
+        return;
+    }
     // A journal that outlived the file which it belongs to would be rolled back into the copy.
     if (removed(database + "-journal") && folderSynced() &&
         succeeded(std::rename(copy.c_str(), database.c_str()), "renaming", copy)) {

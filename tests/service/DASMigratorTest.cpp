@@ -79,6 +79,28 @@ const char* const ContactColumns =
 }  // namespace
 
 // The order is part of what old databases rely on. Steps without words show by what they ask.
+// A copy that had been damaged was put in place of a sound database.
+TEST_F(DASMigratorTest, ADamagedCopyIsPutBackOnlyOverADatabaseThatIsNoBetter) {
+    load("settings_of_today");
+    load("phone_book_18");
+    const std::string whole = readFile(database());
+    const std::string damaged = whole.substr(0, whole.size() / 2);
+    const std::filesystem::path copy = database().string() + ".before-upgrade";
+    for (const auto& [inPlace, beside, sound] : {std::tuple{whole, damaged, true},
+                                                 {damaged, whole, true},
+                                                 {whole, std::string("x"), true},
+                                                 {std::string(), damaged, false},
+                                                 {damaged, damaged, false}}) {
+        SCOPED_TRACE(std::to_string(inPlace.size()) + ", " + std::to_string(beside.size()));
+        writeFile(database(), inPlace);
+        writeFile(copy, beside);
+        start();
+        stop();
+        EXPECT_EQ(DatabaseAdapter::isSound(database()), sound);
+        EXPECT_FALSE(std::filesystem::exists(copy));
+    }
+}
+
 TEST_F(DASMigratorTest, StepsRunInTheirOrder) {
     start();
     m_log.clear();
