@@ -19,7 +19,7 @@ using XmlCharacterHandler = void (*)(void* userData, const char* text, int lengt
 class XmlHandler {
 public:
     /// How many elements may stand in one another.
-    static constexpr int DepthLimit = 1000;
+    static constexpr int DepthLimit = 100000;
 
     /// @p userData goes to each callback as it is; not owned, may be null if the callbacks allow
     /// it.
