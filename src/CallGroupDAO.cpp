@@ -191,7 +191,7 @@ std::string CallGroupDAO::responseData() {
 
 void CallGroupDAO::createMissingGroups() {
     if (createMissingTable()) {
-        (void)insertDefaultRows();  // what fails is in the log
+        (void)insertDefaultRows(true);  // what fails is in the log
     }
 }
 
@@ -202,10 +202,20 @@ int CallGroupDAO::insertGroup(const std::string& context, const std::string& num
 }
 
 int CallGroupDAO::insertDefaultRows() {
+    return insertDefaultRows(false);
+}
+
+int CallGroupDAO::insertDefaultRows(bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return transaction.beginResult();
+    }
+    if (onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName)) {
+        return 0;
+    }
     int result = 1;
     for (const std::string& number : groupNumbers()) {
         (void)insertGroup(UserContextBase, number);  // a failure is in the log

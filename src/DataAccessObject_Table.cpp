@@ -151,8 +151,11 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
-    (void)insertRowsOf(contexts, onlyMissing);  // a failure is in the log alone
+    // Another process may have found the table empty, too.
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() == 0) {
+        (void)insertRowsOf(contexts, onlyMissing);  // a failure is in the log alone
+    }
     return 0;
 }
 

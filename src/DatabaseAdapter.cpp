@@ -165,6 +165,11 @@ int DatabaseAdapter::beginTransaction() {
     return executeNonQuery("BEGIN TRANSACTION;");
 }
 
+int DatabaseAdapter::beginWriteTransaction() {
+    take_sema4();
+    return executeNonQuery("BEGIN IMMEDIATE TRANSACTION;");
+}
+
 int DatabaseAdapter::endTransaction() {
     const int code = executeNonQuery("END TRANSACTION;");
     if (code != SQLITE_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0) {

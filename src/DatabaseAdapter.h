@@ -96,6 +96,10 @@ public:
     void take_sema4();
     void give_sema4();
 
+    /// Begins a transaction that waits for other processes at once, so that what it reads stays
+    /// true until it writes. Takes the lock as beginTransaction() does; for TransactionGuard.
+    int beginWriteTransaction();
+
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
     int freeError();
 

@@ -258,9 +258,10 @@ int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
-    int result = 0;
-    for (std::size_t index = first; index < defaultRowIds().size(); ++index) {
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    int result = transaction.beginResult();
+    const std::size_t end = result == 0 ? defaultRowIds().size() : first;
+    for (std::size_t index = first; index < end; ++index) {
         if (!onlyMissing || isRowKnownToBeMissing(defaultRowIds()[index])) {
             std::vector<std::string> values = defaultRow(index);
             const int inserted = m_dbAdapter->insert(m_tableName, values, nullptr);
