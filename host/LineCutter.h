@@ -31,6 +31,9 @@ public:
     /// Says that @p count bytes were put there.
     void filled(std::size_t count) { m_end += count; }
 
+    /// Forgets what was put there and not handed out.
+    void drop() { m_begin = m_searched = m_end = 0; }
+
     /**
      * Looks for the next line.
      *

@@ -110,6 +110,7 @@ private:
     void onRead(const error_code& error, std::size_t count);
     void handleNext();
     void handle(LineCutter::Found found, std::string_view line);
+    bool isLingering();
     bool beginMessage();
     void endMessage();
     void refuse(std::string_view line);
@@ -153,13 +154,9 @@ void Session::read() {
     }
 }
 
-/// Many long messages that nobody ends must not take all memory: beyond a limit only short ones are
-/// taken.
 void Session::countLineMemory() {
     m_load->lineMemory += m_lines.memory() - m_lineMemory;
     m_lineMemory = m_lines.memory();
-    m_lines.setLimit(m_load->lineMemory > LineMemoryLimit ? LineLimitBeyond
-                                                          : LineCutter::MessageLimit);
 }
 
 void Session::onRead(const error_code& error, std::size_t count) {
@@ -168,6 +165,15 @@ void Session::onRead(const error_code& error, std::size_t count) {
         return;
     }
     m_lines.filled(count);
+    if (isLingering()) {
+        m_lines.drop();
+        read();
+        return;
+    }
+    // Many long messages that nobody ends must not take all memory: beyond a limit only short ones
+    // are taken, until those that are refused have made room.
+    m_lines.setLimit(m_load->lineMemory > LineMemoryLimit ? LineLimitBeyond
+                                                          : LineCutter::MessageLimit);
     handleNext();
 }
 
@@ -203,6 +209,11 @@ void Session::handle(LineCutter::Found found, std::string_view line) {
     }
 }
 
+bool Session::isLingering() {
+    const Lock lock(m_mutex);
+    return m_stage == Stage::Lingering;
+}
+
 /// False when no more messages are handled.
 bool Session::beginMessage() {
     const Lock lock(m_mutex);
@@ -222,7 +233,7 @@ void Session::refuse(std::string_view line) {
     logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: a message above %zu bytes",
               name().c_str(), m_lines.limit());
     m_dispatcher.refuse(line, *this);
-    m_lines = LineCutter(LineCutter::MessageLimit);
+    m_lines.drop();
     finish(Stage::Lingering);
     endMessage();
     read();
