@@ -1,5 +1,6 @@
 #include "SocketServer.h"
 
+#include <malloc.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -39,6 +40,8 @@ constexpr auto AcceptPause = std::chrono::milliseconds(100);
 constexpr auto TimeBetweenComplaints = std::chrono::minutes(1);
 
 constexpr std::size_t LineMemoryLimit = 128 * 1024 * 1024;  // of all clients together
+/// What is as large as this goes back to the system when it is freed.
+constexpr int LargeBlock = 1024 * 1024;
 constexpr std::size_t LineLimitBeyond = 64 * 1024;
 constexpr rlim_t ClientLimit = 2000;
 /// Left to the service: without a journal it could answer nobody.
@@ -339,6 +342,7 @@ public:
           m_acceptor(m_io, Protocol(), listener),
           m_pause(m_io),
           m_mostClients(mostClients()) {
+        (void)mallopt(M_MMAP_THRESHOLD, LargeBlock);
         accept();
         m_running = threads();
         for (unsigned count = m_running; count > 0; --count) {
