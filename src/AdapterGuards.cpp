@@ -10,8 +10,10 @@ AdapterLock::~AdapterLock() {
     m_adapter.give_sema4();
 }
 
-TransactionGuard::TransactionGuard(DatabaseAdapter& adapter)
-    : m_adapter(adapter), m_beginResult(adapter.beginTransaction()) {}
+TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
+    : m_adapter(adapter),
+      m_beginResult(locks == Locks::AtOnce ? adapter.beginWriteTransaction()
+                                           : adapter.beginTransaction()) {}
 
 TransactionGuard::~TransactionGuard() {
     // A failed commit has been logged by the adapter; a destructor has nobody to tell.
@@ -44,8 +46,9 @@ int TransactionGuard::endOrRollBack() {
     return code;
 }
 
-bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work) {
-    TransactionGuard transaction(adapter);
+bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
+                   TransactionGuard::Locks locks) {
+    TransactionGuard transaction(adapter, locks);
     try {
         if (transaction.beginResult() == 0 && work()) {
             return transaction.endOrRollBack() == 0;

@@ -194,7 +194,8 @@ bool CallGroupDAO::createMissingGroups() {
     std::vector<std::string> names;
     return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
            runWholeOrNot(*m_dbAdapter,
-                         [this] { return createTable() == 0 && insertGroupsOfBoth() == 0; });
+                         [this] { return createTable() == 0 && insertGroupsOfBoth() == 0; },
+                         TransactionGuard::Locks::AtOnce);
 }
 
 int CallGroupDAO::insertGroup(const std::string& context, const std::string& number) {
@@ -204,10 +205,20 @@ int CallGroupDAO::insertGroup(const std::string& context, const std::string& num
 }
 
 int CallGroupDAO::insertDefaultRows() {
+    return insertDefaultRows(false);
+}
+
+int CallGroupDAO::insertDefaultRows(bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return transaction.beginResult();
+    }
+    if (onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName)) {
+        return 0;
+    }
     const int result = insertGroupsOfBoth();
     const int ended = transaction.end();
     return result != 0 ? result : ended;

@@ -352,7 +352,7 @@ void DASMigrator::createTableAndDefaultRows(DataAccessServiceIfc* service,
     }
     const int created = dao->createTable();
     if (DASUtils::mayInsertDefaultRows(*dao->getDatabaseAdapter(), dao->tableName(), created)) {
-        (void)dao->insertDefaultRows();  // a failure is in the log
+        (void)dao->insertDefaultRows(true);  // a failure is in the log
     }
 }
 

@@ -159,7 +159,11 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    // Another process may have found the table empty, too.
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return 0;  // a failure is in the log alone
+    }
     int result = 1;
     try {
         result = insertRowsOf(contexts, onlyMissing);

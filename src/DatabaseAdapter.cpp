@@ -57,6 +57,7 @@ constexpr const char* KeepEachCommit = "PRAGMA synchronous=EXTRA;";
 
 // Made once: where memory is short, a transaction must still begin and end.
 const std::string BeginStatement = "BEGIN TRANSACTION;";
+const std::string BeginWriteStatement = "BEGIN IMMEDIATE TRANSACTION;";
 const std::string EndStatement = "END TRANSACTION;";
 const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
 
@@ -204,6 +205,11 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
 int DatabaseAdapter::beginTransaction() {
     take_sema4();
     return executeWithoutRaising(BeginStatement);
+}
+
+int DatabaseAdapter::beginWriteTransaction() {
+    take_sema4();
+    return executeWithoutRaising(BeginWriteStatement);
 }
 
 int DatabaseAdapter::endTransaction() {

@@ -105,6 +105,9 @@ public:
      * is taken back when the lock is taken next.
      */
     void rollBack() noexcept;
+    /// Begins a transaction that waits for other processes at once, so that what it reads stays
+    /// true until it writes. Takes the lock as beginTransaction() does; for TransactionGuard.
+    int beginWriteTransaction();
 
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
     int freeError();

@@ -269,7 +269,7 @@ int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
         return result == 0;
     };
     // A table that has some of them is taken for whole: only an empty one is filled later.
-    const bool stored = runWholeOrNot(*m_dbAdapter, insertAll);
+    const bool stored = runWholeOrNot(*m_dbAdapter, insertAll, TransactionGuard::Locks::AtOnce);
     return result == 0 && !stored ? 1 : result;
 }
 

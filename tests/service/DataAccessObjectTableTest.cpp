@@ -73,6 +73,18 @@ TEST_F(DataAccessObjectTableTest, DefaultRowsAreThoseOfTheUsersAskedFor) {
     EXPECT_EQ(contents(), "");
 }
 
+// Another process may have found the table empty, too.
+TEST_F(DataAccessObjectTableTest, RowsOfAFasterProcessAreNotInsertedAgain) {
+    m_adapter.intercept = [this](const std::string& statement) {
+        if (statement.find("BEGIN IMMEDIATE") == 0) {
+            fill("('base', '7', 'new', '')");
+        }
+        return 0;
+    };
+    DASUtils::makeTableWithoutRows(m_dao, m_adapter, "T");
+    EXPECT_EQ(contents(), "base7new visitor7ax base8ay visitor8ay base9az visitor9az");
+}
+
 TEST_F(DataAccessObjectTableTest, AUserGoesBackToDefaultsByHisKindOfTable) {
     const std::string some = "('base', '8', 'old', 'old'), ('visitor', '8', 'old', 'old')";
     struct {
