@@ -192,7 +192,6 @@ Operation onAllTables(const char* name, void (DataAccessService::*work)(),
     Operation operation;
     const auto tables = std::make_shared<UserTables>();
     operation.name = name;
-    operation.limit = {1.3, 0, 1.3};
     operation.prepare = [tables, work](DataAccessService& service) {
         *tables = makeTables(service);
         (service.*work)();
@@ -251,7 +250,6 @@ std::map<std::string, std::string> emptyTags() {
 Operation exportTags() {
     Operation operation;
     operation.name = "Mobility/Export500Tags";
-    operation.limit = {1.5, 0, 1.5};
     operation.prepare = makeMapping;
     operation.request = [](int) { return std::string(); };
     operation.statements = [](int) {
