@@ -289,6 +289,7 @@ Operation readConversations() {
 }
 
 const Registration registration({writeFullRow(), readMissedCalls(),
+                                 readJoined(100, "Read100JoinedWith100Contacts"),
                                  readJoined(1000, "Read100JoinedWith1000Contacts"),
                                  readJoined(10000, "Read100JoinedWith10000Contacts"),
                                  readConversations()});

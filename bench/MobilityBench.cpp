@@ -10,6 +10,7 @@
 #include "Bench.h"
 #include "DatabaseAdapter.h"
 #include "PlainTables.h"
+#include "StatementRecord.h"
 
 namespace {
 
@@ -209,6 +210,31 @@ Operation onAllTables(const char* name, void (DataAccessService::*work)(),
     return operation;
 }
 
+/// A guest logs on and off again. The statements are those that the service was seen to run.
+Operation changeProfile() {
+    Operation operation;
+    const auto texts = std::make_shared<Texts>();
+    const auto change = [](DataAccessService& service) {
+        (void)service.setProfile("visitor");
+        (void)service.setProfile("base");
+    };
+    operation.name = "Mobility/ChangeProfileAndBack";
+    operation.prepare = [=](DataAccessService& service) {
+        (void)makeTables(service);
+        change(service);
+        *texts = StatementRecord::statementsIn(
+            StatementRecord::of(StatementRecord::lastOpened(), [&] { change(service); }));
+    };
+    operation.request = [](int) { return std::string(); };
+    operation.statements = [texts](int) { return *texts; };
+    operation.floor = runAll;
+    operation.service = [=](DataAccessService& service, const std::string&) {
+        change(service);
+        return std::string();
+    };
+    return operation;
+}
+
 constexpr int tagCount = 500;
 /// Columns in the order of the tags, with their places in a row.
 const struct {
@@ -289,6 +315,7 @@ const Registration registration({
                 nullptr),
     onAllTables("Mobility/WipeVisitor", &DataAccessService::clearMobileUserdata, wipeTexts,
                 refillTexts),
+    changeProfile(),
     exportTags(),
 });
 

@@ -164,17 +164,17 @@ Operation writeOne() {
     return operation;
 }
 
-Operation updateOne() {
-    Operation operation = operationOn(1000, "UpdateOneContact");
+Operation updateOne(int contacts, const std::string& name) {
+    Operation operation = operationOn(contacts, name);
     operation.request = [](int round) {
         return message(schema, "update_request",
-                       "<Select><UniqueID>500</UniqueID></Select><Entry><Mobile>" +
+                       "<Select><UniqueID>50</UniqueID></Select><Entry><Mobile>" +
                            std::to_string(1000000 + round) + "</Mobile></Entry>");
     };
     operation.statements = [](int round) {
         return Texts{lookForTable, countAll,
                      "UPDATE PHONE_BOOK SET Mobile = '" + std::to_string(1000000 + round) +
-                         "' WHERE UniqueID = '500';"};
+                         "' WHERE UniqueID = '50';"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         db.prepare(sql[0]);
@@ -251,9 +251,11 @@ Operation import1000() {
     return operation;
 }
 
-const Registration registration({search(1000, "SearchNumberIn1000"),
-                                 search(10000, "SearchNumberIn10000"), readAll(1000, "ReadAll1000"),
-                                 readAll(10000, "ReadAll10000"), readPage(), writeOne(),
-                                 updateOne(), write1000(), import1000()});
+const Registration registration(
+    {search(100, "SearchNumberIn100"), search(1000, "SearchNumberIn1000"),
+     search(10000, "SearchNumberIn10000"), readAll(100, "ReadAll100"), readAll(1000, "ReadAll1000"),
+     readAll(10000, "ReadAll10000"), readPage(), writeOne(),
+     updateOne(100, "UpdateOneContactIn100"), updateOne(1000, "UpdateOneContactIn1000"),
+     updateOne(10000, "UpdateOneContactIn10000"), write1000(), import1000()});
 
 }  // namespace

@@ -79,3 +79,35 @@ std::vector<std::string> StatementRecord::ofNextConnection(const std::function<v
     stop(newest);
     return lines;
 }
+
+std::vector<std::string> StatementRecord::statementsIn(const std::vector<std::string>& record) {
+    const std::string run = "run ";
+    const std::string error = "error ";
+    const std::string column = "prepare 20 ";
+    const std::string function = "prepare 31 ";
+    Lines texts;
+    std::string preparedOnly;
+    const auto begins = [](const std::string& line, const std::string& start) {
+        return line.rfind(start, 0) == 0;
+    };
+    for (const std::string& line : record) {
+        if (begins(line, run)) {
+            texts.push_back(line.substr(run.size()));
+            preparedOnly.clear();
+        } else if (begins(line, error)) {
+            const auto start = line.find('"') + 1;
+            texts.push_back(line.substr(start, line.rfind('"') - start));
+            preparedOnly.clear();
+        } else if (!begins(line, column) && !begins(line, function)) {
+            if (!preparedOnly.empty()) {
+                texts.push_back(preparedOnly);
+            }
+            preparedOnly.clear();
+        } else if (begins(line, column) && preparedOnly.empty()) {
+            const std::string table =
+                line.substr(column.size(), line.find(' ', column.size()) - column.size());
+            preparedOnly = "SELECT * FROM " + table + ";";
+        }
+    }
+    return texts;
+}
