@@ -54,7 +54,6 @@ void sendRead(DataAccessService& service, const char* schema) {
 Operation firstRequest() {
     Operation operation;
     operation.name = "Tables/FirstRequestOnMissingStimulusTable";
-    operation.limit = {1.5, 0, 1.5};
     operation.prepare = [](DataAccessService& service) { sendRead(service, stimulusSchema); };
     operation.reset = [](int) { return Texts{"DROP TABLE STIMULUS_KEY_SETTINGS;"}; };
     operation.request = [](int) { return message(stimulusSchema, "read_request", ""); };
@@ -72,7 +71,6 @@ Operation firstRequest() {
 Operation readCodecs() {
     Operation operation;
     operation.name = "Tables/ReadCodecs";
-    operation.limit = {1.5, 60, 1.5};
     operation.prepare = [](DataAccessService& service) { sendRead(service, codecSchema); };
     operation.request = [](int) { return message(codecSchema, "read_request", ""); };
     operation.statements = [](int) {

@@ -424,6 +424,9 @@ std::string CallLogDAO::responseData() {
             out += xmlEntryStartTag;
             appendRow(out, row, shown);
             out += xmlEntryEndTag;
+            if (&row == &m_resultRows.front()) {
+                reserveForRows(out, m_resultRows);
+            }
         }
     }
     return out;

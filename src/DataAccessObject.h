@@ -314,6 +314,14 @@ protected:
         return false;
     }
 
+    /// Room that a body leaves for what getResponseMsg puts around it: an answer is as large as all
+    /// of its rows, and should be in memory once.
+    static constexpr std::size_t FrameSize = 256;
+
+    /// Makes room for an answer to @p rows in a body that holds the first of them, so that it does
+    /// not grow, and move, on its way.
+    static void reserveForRows(std::string& body, const Rows& rows);
+
     /// Column and type of each column, in order.
     PairList namesAndTypes() const;
 
