@@ -43,7 +43,6 @@ std::size_t sizeOfEntries(const Rows& rows, const std::vector<Tags>& tags, std::
 FloorDatabase::FloorDatabase(const std::string& path) {
     check(sqlite3_open(path.c_str(), &m_db), SQLITE_OK, "sqlite3_open " + path);
     run("PRAGMA busy_timeout=5000;");
-    run("PRAGMA synchronous=EXTRA;");
 }
 
 FloorDatabase::~FloorDatabase() {

@@ -24,7 +24,8 @@
  *   is what SQLite takes for granted on this system (powersafe overwrite). Where a file has grown
  *   over what has not arrived there are zeros or any bytes.
  * - Of the changes of names there are those up to one of them, or some; those of the same name stay
- *   in their order, and a rename is there whole or not.
+ *   in their order, and a rename is there whole or not. PowerCutVfs takes what SQLite removes as
+ *   synced.
  *
  * For a process with one thread.
  */

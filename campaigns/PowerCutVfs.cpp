@@ -163,12 +163,14 @@ int deleteFile(sqlite3_vfs* vfs, const char* name, int syncFolder) {
     PowerCutDisk* disk = PowerCutDisk::current();
     if (disk != nullptr && wasThere && code == SQLITE_OK) {
         const std::string path = name;
+        const std::string folder = path.substr(0, path.rfind('/'));
         disk->removed(path);
         if (syncFolder != 0) {
-            const std::string folder = path.substr(0, path.rfind('/'));
             disk->syncsFolder(folder);
-            disk->syncedFolder(folder);
         }
+        // SQLite ends a transaction by the removal of its journal, and does not sync the folder
+        // behind it: a file system for it brings that removal down by itself.
+        disk->syncedFolder(folder);
     }
     return code;
 }

@@ -51,10 +51,6 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 
-// A commit is the journal's end. By default the folder is not synced then: after a power cut the
-// journal may be there again, and what was told as stored is taken back.
-constexpr const char* KeepEachCommit = "PRAGMA synchronous=EXTRA;";
-
 // Made once: where memory is short, a transaction must still begin and end.
 const std::string BeginStatement = "BEGIN TRANSACTION;";
 const std::string BeginWriteStatement = "BEGIN IMMEDIATE TRANSACTION;";
@@ -144,7 +140,6 @@ void DatabaseAdapter::openDatabase() {
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
-    (void)actualSQLiteCommandExecution(KeepEachCommit, nullptr, nullptr);
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {

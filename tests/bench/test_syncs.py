@@ -23,7 +23,6 @@ VISITOR = ["UPDATE GENERAL_CONFIG SET Value = 'visitor' WHERE Name = 'MobilityCu
 BARE_SQLITE = """
 import sqlite3, sys
 db = sqlite3.connect(sys.argv[1], isolation_level=None)
-db.execute("PRAGMA synchronous=EXTRA")  # a commit is kept through a power cut
 for statement in sys.argv[2:]:
     db.execute(statement).fetchall()
 """
