@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <iostream>
@@ -7,6 +6,7 @@
 #include <vector>
 
 #include "Answers.h"
+#include "Arguments.h"
 #include "Command.h"
 #include "DASUtilsStrings.h"
 #include "HostOptions.h"
@@ -15,7 +15,6 @@
 #include "Method.h"
 #include "Output.h"
 #include "ParameterText.h"
-#include "ProgressBar.h"
 #include "ServiceHost.h"
 #include "SocketConnection.h"
 
@@ -113,26 +112,15 @@ int print(const Method& answer, Output& output) {
 /// "das call": one remote method, its out parameters on standard output.
 class CallCommand : public Command {
 public:
-    CLI::App* declare(CLI::App& app) override {
-        CLI::App* const command = app.add_subcommand("call", "Call a remote method");
-        command->add_option("METHOD", m_methodName, "Name of the method")->required();
-        command
-            ->add_option("PARAMETER", m_parameters,
-                         "In parameters: true and false are a bool, a whole number is an int, "
-                         "anything else is a string; NAME:=VALUE is a string in every case")
-            ->type_name("NAME=VALUE");
-        command->footer(KnownMethods::listing());
-        return command;
-    }
-
-    int run(const HostOptions& options) override {
-        const KnownMethods::Entry* const known = KnownMethods::find(m_methodName);
+    int run(const HostOptions& options, const Arguments& arguments) override {
+        const std::string methodName = arguments.text("METHOD");
+        const KnownMethods::Entry* const known = KnownMethods::find(methodName);
         if (known == nullptr) {
-            tell(m_methodName + ": unknown method; das call --help lists them");
+            tell(methodName + ": unknown method; das call --help lists them");
             return ExitUsage;
         }
-        Method method(m_methodName);
-        for (const std::string& parameter : m_parameters) {
+        Method method(methodName);
+        for (const std::string& parameter : arguments.all("NAME=VALUE")) {
             if (!addParameter(method, parameter)) {
                 tell(parameter + ": not of the form NAME=VALUE");
                 return ExitUsage;
@@ -162,7 +150,6 @@ private:
             return ExitNoLibrary;
         }
         LocalConnection connection(host);
-        const ProgressBar bar;
         return call(connection, known, method, host.output());
     }
 
@@ -177,9 +164,6 @@ private:
         }
         return print(known.isOneWay ? Method() : answer, output);
     }
-
-    std::string m_methodName;
-    std::vector<std::string> m_parameters;
 };
 
 }  // namespace

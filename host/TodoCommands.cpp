@@ -1,0 +1,13 @@
+#include "Command.h"
+std::unique_ptr<Command> makeShellCommand() {
+    return nullptr;
+}
+std::unique_ptr<Command> makeTraceCommand() {
+    return nullptr;
+}
+std::unique_ptr<Command> makeCheckCommand() {
+    return nullptr;
+}
+std::unique_ptr<Command> makeDemoCommand() {
+    return nullptr;
+}
