@@ -224,7 +224,8 @@ const std::vector<Row>& CommandTable::rows() {
         {"demo",
          "Make a telephone to play with",
          "In a new folder: a database with 200 contacts, calls and labelled keys, and the files of "
-         "a telephone. The same each time.",
+         "a telephone; the same each time. Prints what a shell needs to use it: eval \"$(das demo "
+         "DIR)\".",
          {{"DIR", Words::Folder, true, false, "A folder that is missing or empty"}},
          {},
          false,

@@ -66,6 +66,24 @@ std::string tableOf(const Sheet& sheet, const Widths& widths, bool isBold) {
     return text;
 }
 
+/// The columns in which any row has something.
+Sheet withoutBlankColumns(const Sheet& sheet) {
+    Sheet rest;
+    rest.rows.resize(sheet.rows.size());
+    for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
+        const bool isBlank = std::all_of(sheet.rows.begin(), sheet.rows.end(),
+                                         [i](const auto& row) { return row[i].empty(); });
+        if (isBlank && !sheet.rows.empty()) {
+            continue;
+        }
+        rest.columns.push_back(sheet.columns[i]);
+        for (std::size_t row = 0; row < sheet.rows.size(); ++row) {
+            rest.rows[row].push_back(sheet.rows[row][i]);
+        }
+    }
+    return rest;
+}
+
 /// A line a value, a blank line between rows.
 std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
     std::string text;
@@ -90,5 +108,10 @@ std::string TableText::aligned(const Sheet& sheet) {
 
 std::string TableText::fitting(const Sheet& sheet, std::size_t width, bool isBold) {
     Widths widths = widthsOf(sheet);
-    return fit(widths, width) ? tableOf(sheet, widths, isBold) : recordsOf(sheet, width, isBold);
+    if (fit(widths, width)) {
+        return tableOf(sheet, widths, isBold);
+    }
+    const Sheet rest = withoutBlankColumns(sheet);
+    widths = widthsOf(rest);
+    return fit(widths, width) ? tableOf(rest, widths, isBold) : recordsOf(rest, width, isBold);
 }

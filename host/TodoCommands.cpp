@@ -5,9 +5,3 @@ std::unique_ptr<Command> makeShellCommand() {
 std::unique_ptr<Command> makeTraceCommand() {
     return nullptr;
 }
-std::unique_ptr<Command> makeCheckCommand() {
-    return nullptr;
-}
-std::unique_ptr<Command> makeDemoCommand() {
-    return nullptr;
-}
