@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <iostream>
 
 #include "Complaint.h"
 #include "HelpText.h"
@@ -138,14 +137,9 @@ int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row)
     return ExitUsage;
 }
 
-int print(const std::string& text) {
-    std::cout << text << std::flush;
-    return std::cout.good() ? ExitSuccess : Complaint::outputFailed();
-}
-
 }  // namespace
 
-std::optional<int> CommandLine::parse(const std::vector<std::string>& words) {
+std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std::string& text) {
     CLI::App app("", "das");
     app.require_subcommand(1);
     app.fallthrough();
@@ -165,9 +159,11 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words) {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForHelp&) {
         const Found* const found = findParsed();
-        return print(found == nullptr ? HelpText::ofAll() : HelpText::of(*found->row));
+        text = found == nullptr ? HelpText::ofAll() : HelpText::of(*found->row);
+        return ExitSuccess;
     } catch (const CLI::CallForVersion&) {
-        return print("das " DAS_VERSION "\n");
+        text = "das " DAS_VERSION "\n";
+        return ExitSuccess;
     } catch (const CLI::ParseError& error) {
         const Found* const found = findParsed();
         return tellError(app, error, found == nullptr ? nullptr : found->row);

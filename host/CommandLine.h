@@ -15,12 +15,12 @@ public:
     /**
      * Parses @p words, which are those behind "das".
      *
-     * What is wrong with them is told on standard error, with words that may have been meant; help
-     * and version are printed.
+     * What is wrong with them is told on standard error, with words that may have been meant.
      *
+     * @param text takes the help or the version, if that is asked for
      * @return the exit status when there is nothing left to run
      */
-    std::optional<int> parse(const std::vector<std::string>& words);
+    std::optional<int> parse(const std::vector<std::string>& words, std::string& text);
 
     /// The command; to be asked for after a parse that gave no status.
     const CommandTable::Row& command() const { return *m_row; }

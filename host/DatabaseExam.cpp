@@ -45,6 +45,17 @@ bool isThere(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && status.st_size > 0;
 }
 
+/// Whether an upgrade gives such names to tables that it puts aside.
+bool isPutAside(const std::string& table) {
+    for (const std::string ending : {"_OLD", "_MIGRATION"}) {
+        if (table.size() > ending.size() &&
+            table.compare(table.size() - ending.size(), ending.size(), ending) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names) {
@@ -216,7 +227,7 @@ void DatabaseExam::examineLeftovers() {
                      return known.count(table) == 0 && table.rfind("sqlite_", 0) != 0;
                  });
     for (const std::string& table : strange) {
-        const bool isAside = table.size() > 4 && table.compare(table.size() - 4, 4, "_OLD") == 0;
+        const bool isAside = isPutAside(table);
         add(isAside ? Verdict::Fault : Verdict::Note, "leftovers",
             table + ": " + cellOf("SELECT count(*) FROM " + quoted(table)) + " rows" +
                 (isAside ? ", put aside by an upgrade that broke off" : ", a table of no schema"),

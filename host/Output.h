@@ -30,6 +30,9 @@ public:
     /// The same without the line feed.
     [[nodiscard]] bool write(const std::string& text);
 
+    /// Where answers go, for those who write there by other means; -1 for none. Not to be closed.
+    int descriptor() const { return m_answers; }
+
     /// Whether answers go to a terminal.
     bool isTerminal() const;
 

@@ -8,6 +8,7 @@
 #include "KnownSchemas.h"
 #include "Output.h"
 #include "RowArguments.h"
+#include "Session.h"
 #include "SheetPrinter.h"
 
 namespace {
@@ -51,19 +52,34 @@ Sheet detailsOf(const KnownSchemas::Entry& schema) {
     return sheet;
 }
 
-/// "das schemas": what the service's own tables say; nothing is started.
-class SchemasCommand : public Command {
+/// "das schemas": what the service's own tables say. Alone, it starts nothing.
+class SchemasCommand : public SessionCommand {
 public:
     int run(const HostOptions& /*options*/, const Arguments& arguments) override {
-        const auto name = arguments.value("NAME");
-        const KnownSchemas::Entry* const schema = name ? RowArguments::findSchema(*name) : nullptr;
-        if (!SheetPrinter::check(arguments) || (name && schema == nullptr)) {
+        if (!check(arguments)) {
             return ExitUsage;
         }
         Output output;
-        return SheetPrinter(arguments, output)
-            .print(schema == nullptr ? listing() : detailsOf(*schema));
+        return print(arguments, output);
     }
+
+    bool check(const Arguments& arguments) override {
+        const auto name = arguments.value("NAME");
+        m_schema = name ? RowArguments::findSchema(*name) : nullptr;
+        return SheetPrinter::check(arguments) && (!name || m_schema != nullptr);
+    }
+
+    int runIn(Session& session, const Arguments& arguments) override {
+        return print(arguments, session.output());
+    }
+
+private:
+    int print(const Arguments& arguments, Output& output) const {
+        return SheetPrinter(arguments, output)
+            .print(m_schema == nullptr ? listing() : detailsOf(*m_schema));
+    }
+
+    const KnownSchemas::Entry* m_schema = nullptr;
 };
 
 }  // namespace

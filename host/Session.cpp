@@ -28,9 +28,9 @@ public:
 
     bool isLocal() const override { return true; }
     Output& output() override { return m_host.output(); }
+    Connection& connection() override { return *m_connection; }
 
 protected:
-    Connection& connection() override { return *m_connection; }
     std::string takeReasons() override { return m_ear.take(); }
 
 private:
@@ -52,9 +52,9 @@ public:
 
     bool isLocal() const override { return false; }
     Output& output() override { return m_output; }
+    Connection& connection() override { return m_connection; }
 
 protected:
-    Connection& connection() override { return m_connection; }
     std::string takeReasons() override { return "the log of the host tells more"; }
 
 private:

@@ -44,9 +44,10 @@ public:
     /// Where answers are written.
     virtual Output& output() = 0;
 
-protected:
+    /// The conversation itself, for those who need more of it.
     virtual Connection& connection() = 0;
 
+protected:
     /// What the service has logged of its failures since the last call, or where to look for it.
     virtual std::string takeReasons() = 0;
 };

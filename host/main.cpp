@@ -12,6 +12,7 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "Complaint.h"
 #include "HostOptions.h"
 
 namespace {
@@ -39,8 +40,10 @@ void exportToEnvironment(const HostOptions& options) {
 
 int runCommandLine(const std::vector<std::string>& words) {
     CommandLine line;
-    if (const auto status = line.parse(words)) {
-        return *status;
+    std::string text;
+    if (const auto status = line.parse(words, text)) {
+        std::cout << text << std::flush;
+        return std::cout.good() ? *status : Complaint::outputFailed();
     }
     exportToEnvironment(line.options());
     return line.command().make()->run(line.options(), line.arguments());
