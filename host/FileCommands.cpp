@@ -72,8 +72,10 @@ public:
         // one; of a running host the files can't be seen from here.
         const int error = session.isLocal() ? openError(file, m_flags) : 0;
         if (error != 0) {
+            const std::string place = Storage::devicePath(file);
             Complaint::tellError(what(arguments) + ": " + file, error,
-                                 "it stands below --root, at " + Storage::devicePath(file));
+                                 place.empty() ? "it leads out of the telephone's root"
+                                               : "it stands below --root, at " + place);
             return ExitUsage;
         }
         const InterruptNote note(m_name, session.isLocal());

@@ -199,9 +199,8 @@ constexpr const char* CompletionOfWords = R"bash(_das_words() {
 constexpr const char* CompletionOfLine = R"bash(    case $kind in
         file) COMPREPLY=($(compgen -f -- "$word")) ;;
         folder) COMPREPLY=($(compgen -d -- "$word")) ;;
-        *) COMPREPLY=($(compgen -W "$(_das_words "$kind")" -- "$word")) ;
-;
-esac
+        *) COMPREPLY=($(compgen -W "$(_das_words "$kind")" -- "$word")) ;;
+    esac
 }
 complete -o filenames -F _das das
 )bash";

@@ -23,6 +23,7 @@ char* nextCandidate(const char* text, int state) {
     while (s_place < s_candidates.size()) {
         const std::string& candidate = s_candidates[s_place++];
         if (candidate.compare(0, std::strlen(text), text) == 0) {
+            rl_completion_append_character = candidate.back() == '=' ? '\0' : ' ';
             return strdup(candidate.c_str());
         }
     }

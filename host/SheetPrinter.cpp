@@ -44,13 +44,15 @@ std::string linesOf(const Sheet& sheet, char between, CellText cellText) {
     return text;
 }
 
-/// The control characters of the second range, which JSON lets stand as they are: C2 80 to C2 9F.
+/// The control characters that JSON lets stand as they are: 7F, and C2 80 to C2 9F.
 std::string withoutControls(const std::string& json) {
     std::string text;
     for (std::size_t i = 0; i < json.size(); ++i) {
         const bool isLead = json[i] == '\xc2' && i + 1 < json.size();
         const auto next = static_cast<unsigned char>(isLead ? json[i + 1] : 0);
-        if (isLead && next >= 0x80 && next < 0xa0) {
+        if (json[i] == '\x7f') {
+            text += "\\u007f";
+        } else if (isLead && next >= 0x80 && next < 0xa0) {
             constexpr const char* digits = "0123456789abcdef";
             text += std::string("\\u00") + digits[next >> 4] + digits[next & 0xf];
             ++i;

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -6,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "Answers.h"
 #include "Arguments.h"
 #include "Command.h"
 #include "Complaint.h"
@@ -38,10 +41,20 @@ public:
     LogWriter(Output& output, const Arguments& arguments)
         : m_output(output), m_isColoured(mayColour(output, arguments)) {}
 
-    [[nodiscard]] bool write(const Log::Entry& entry) {
+    /// False once anything could not be written; that has been told then.
+    bool isGood() const { return m_isGood; }
+
+    void writeLine(const std::string& line) {
+        if (m_isGood && !m_output.writeLine(line)) {
+            m_isGood = false;
+            Complaint::outputFailed();
+        }
+    }
+
+    void write(const Log::Entry& entry) {
         const std::string line = TerminalText::visible(Log::toLine(entry));
         const char* const colour = m_isColoured ? colourOf(entry.level) : "";
-        return m_output.writeLine(*colour == 0 ? line : colour + line + "\x1b[0m");
+        writeLine(*colour == 0 ? line : colour + line + "\x1b[0m");
     }
 
 private:
@@ -61,6 +74,7 @@ private:
 
     Output& m_output;
     const bool m_isColoured;
+    bool m_isGood = true;
 };
 
 /// The entry that a notification of a host holds; false when it holds none.
@@ -108,16 +122,16 @@ private:
         }
         LogWriter writer(output, arguments);
         std::string line;
-        while (connection.readLine(line)) {
+        while (writer.isGood() && connection.readLine(line)) {
             const JsonRpc::Message message = JsonRpc::read(line);
             Log::Entry entry;
             if (message.id) {
                 std::cerr << "tracing" << std::endl;
-            } else if (readEntry(message, entry) && !writer.write(entry)) {
-                return Complaint::outputFailed();
+            } else if (readEntry(message, entry)) {
+                writer.write(entry);
             }
         }
-        return ExitSuccess;
+        return writer.isGood() ? ExitSuccess : ExitFailure;
     }
 
     /// Sends messages to the service of this process, whose log and answers are shown in order.
@@ -130,41 +144,38 @@ private:
         }
         ServiceHost host;
         LogWriter writer(host.output(), arguments);
-        bool isWritten = true;
         Log::setLevel(static_cast<int>(m_level));
-        Log::setSink(
-            [&](const Log::Entry& entry) { isWritten = writer.write(entry) && isWritten; });
-        const int status = host.start() ? sendAll(host, arguments, messages) : ExitNoLibrary;
+        Log::setSink([&](const Log::Entry& entry) { writer.write(entry); });
+        const int status =
+            host.start() ? sendAll(host, arguments, messages, writer) : ExitNoLibrary;
         Log::setSink({});
-        return isWritten ? status : Complaint::outputFailed();
+        return status != ExitSuccess || writer.isGood() ? status : ExitFailure;
     }
 
     static int sendAll(ServiceHost& host, const Arguments& arguments,
-                       const std::vector<std::string>& messages) {
+                       const std::vector<std::string>& messages, LogWriter& writer) {
         LocalConnection connection(host);
+        int status = ExitSuccess;
         for (const std::string& message : messages) {
-            if (!send(connection, host.output(), message)) {
-                return ExitFailure;
-            }
+            status = std::max(status, send(connection, message, writer));
         }
         std::string line;
-        while (!arguments.has("FILE") && std::getline(std::cin, line)) {
-            if (!line.empty() && !send(connection, host.output(), line)) {
-                return ExitFailure;
-            }
+        while (!arguments.has("FILE") && writer.isGood() && std::getline(std::cin, line)) {
+            status = line.empty() ? status : std::max(status, send(connection, line, writer));
         }
-        return ExitSuccess;
+        return status;
     }
 
-    static bool send(Connection& connection, Output& output, const std::string& message) {
+    static int send(Connection& connection, const std::string& message, LogWriter& writer) {
         Method answer;
         std::string text;
         if (!connection.call(Connection::requestOf(message), answer) ||
             !answer.getStringParameter("Response", text)) {
             Complaint::tell("the service has not answered");
-            return false;
+            return ExitFailure;
         }
-        return output.writeLine(text) || Complaint::outputFailed() == ExitSuccess;
+        writer.writeLine(text);
+        return Answers::isFailure(text) ? ExitFailure : ExitSuccess;
     }
 
     static bool readFile(const std::string& name, std::vector<std::string>& messages) {
