@@ -57,18 +57,57 @@ std::string lineOf(const std::vector<std::string>& cells, const Widths& widths) 
     return line;
 }
 
+/// @p text in pieces of at most @p width columns, parted at blanks; a word that is longer is cut.
+std::vector<std::string> broken(const std::string& text, std::size_t width) {
+    if (TerminalText::width(text) <= width) {
+        return {TerminalText::visible(text)};
+    }
+    std::vector<std::string> pieces = {""};
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find(' ', begin), text.size());
+        const std::string word = TerminalText::cut(text.substr(begin, end - begin), width);
+        const std::string longer = pieces.back().empty() ? word : pieces.back() + " " + word;
+        if (TerminalText::width(longer) <= width) {
+            pieces.back() = longer;
+        } else {
+            pieces.push_back(word);
+        }
+        begin = end + 1;
+    }
+    return pieces;
+}
+
+/// A row of prose: as many lines as its longest cell needs.
+std::string proseOf(const std::vector<std::string>& row, const Widths& widths) {
+    std::vector<std::vector<std::string>> pieces;
+    std::size_t lines = 1;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        pieces.push_back(broken(row[i], widths[i]));
+        lines = std::max(lines, pieces.back().size());
+    }
+    std::string text;
+    for (std::size_t line = 0; line < lines; ++line) {
+        std::vector<std::string> cells;
+        for (const auto& cell : pieces) {
+            cells.push_back(line < cell.size() ? cell[line] : "");
+        }
+        text += lineOf(cells, widths) + "\n";
+    }
+    return text;
+}
+
 std::string tableOf(const Sheet& sheet, const Widths& widths, bool isBold) {
     const std::string names = lineOf(sheet.columns, widths);
     std::string text = (isBold ? Bold + names + Normal : names) + "\n";
     for (const auto& row : sheet.rows) {
-        text += lineOf(row, widths) + "\n";
+        text += sheet.isProse ? proseOf(row, widths) : lineOf(row, widths) + "\n";
     }
     return text;
 }
 
 /// The columns in which any row has something.
 Sheet withoutBlankColumns(const Sheet& sheet) {
-    Sheet rest;
+    Sheet rest{{}, {}, sheet.isProse};
     rest.rows.resize(sheet.rows.size());
     for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
         const bool isBlank = std::all_of(sheet.rows.begin(), sheet.rows.end(),
@@ -90,6 +129,12 @@ std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
     for (const auto& row : sheet.rows) {
         text += text.empty() ? "" : "\n";
         for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
+            if (sheet.isProse) {
+                for (const std::string& piece : broken(row[i], width)) {
+                    text += piece + "\n";
+                }
+                continue;
+            }
             const std::string name = TerminalText::cut(sheet.columns[i], width / 2);
             const std::size_t taken = TerminalText::width(name) + 1;
             const std::string value = TerminalText::cut(row[i], width - std::min(taken, width));

@@ -272,6 +272,12 @@ class Formats(DemoTest):
                     self.assertLessEqual(max(map(columns_of, lines)), columns)
                     self.assertEqual(lines[-1], "")
 
+    def test_advice_is_broken_on_a_terminal_and_not_cut(self):
+        self.sql("CREATE TABLE PHONE_BOOK_OLD(x)")
+        for columns in (80, 40):
+            _, shown = self.on_terminal("check", columns=columns)
+            self.assertNotIn("…", shown.split("PHONE_BOOK_OLD")[1].split("size")[0])
+
     def test_wide_characters_line_up(self):
         _, shown = self.on_terminal("read", "PhoneBook", "--cols", "Surname,Office",
                                     env={"NO_COLOR": ""})
