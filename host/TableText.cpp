@@ -11,6 +11,7 @@ using Widths = std::vector<std::size_t>;
 
 constexpr std::size_t Gap = 2;        ///< blanks between columns
 constexpr std::size_t Narrowest = 6;  ///< a column that is cut further can't be read
+constexpr std::size_t NarrowestProse = 20;
 constexpr const char* Bold = "\x1b[1m";
 constexpr const char* Normal = "\x1b[0m";
 
@@ -32,10 +33,10 @@ std::size_t totalOf(const Widths& widths) {
 }
 
 /// Takes from the widest column until all fit. False when they can't.
-bool fit(Widths& widths, std::size_t width) {
+bool fit(Widths& widths, std::size_t width, std::size_t narrowest) {
     while (totalOf(widths) > width) {
         const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= Narrowest) {
+        if (*widest <= narrowest) {
             return false;
         }
         --*widest;
@@ -152,11 +153,13 @@ std::string TableText::aligned(const Sheet& sheet) {
 }
 
 std::string TableText::fitting(const Sheet& sheet, std::size_t width, bool isBold) {
+    const std::size_t narrowest = sheet.isProse ? NarrowestProse : Narrowest;
     Widths widths = widthsOf(sheet);
-    if (fit(widths, width)) {
+    if (fit(widths, width, narrowest)) {
         return tableOf(sheet, widths, isBold);
     }
     const Sheet rest = withoutBlankColumns(sheet);
     widths = widthsOf(rest);
-    return fit(widths, width) ? tableOf(rest, widths, isBold) : recordsOf(rest, width, isBold);
+    return fit(widths, width, narrowest) ? tableOf(rest, widths, isBold)
+                                         : recordsOf(rest, width, isBold);
 }
