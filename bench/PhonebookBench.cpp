@@ -229,8 +229,8 @@ Operation import1000() {
             "Private, Email, CallGroup, DefaultNumber, Company, Office2, Address, Address2, "
             "JobFunction, VoiceDial, Picture, ExternalID, ContactSource, SpeedDialID) VALUES "
             "('base'";
-        Texts sql = {lookForTable, countAll, "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';",
-                     "BEGIN TRANSACTION;"};
+        Texts sql = {lookForTable, "BEGIN TRANSACTION;", countAll,
+                     "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';"};
         for (int contact = 0; contact < 1000; ++contact) {
             sql.push_back(columns + quoted(valuesOf(contact)) + ");");
         }
@@ -239,8 +239,9 @@ Operation import1000() {
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         db.prepare(sql[0]);
-        (void)db.count(sql[1]);
-        for (std::size_t i = 2; i < sql.size(); ++i) {
+        db.run(sql[1]);
+        (void)db.count(sql[2]);
+        for (std::size_t i = 3; i < sql.size(); ++i) {
             db.run(sql[i]);
         }
         return std::string("true");

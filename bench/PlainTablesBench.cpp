@@ -60,7 +60,7 @@ Texts firstRequestStatements() {
     Texts texts = {countAll,
                    "CREATE TABLE FEATURE_KEYS (UserContext TEXT, Id TEXT, Function TEXT, "
                    "Locked TEXT, Label TEXT, Local TEXT);",
-                   "BEGIN TRANSACTION;"};
+                   "BEGIN IMMEDIATE TRANSACTION;"};
     for (const std::string& id : PlainTables::allKeys()) {
         for (const char* user : {"'base'", "'visitor'"}) {
             texts.push_back(std::string("INSERT OR REPLACE INTO FEATURE_KEYS VALUES (") + user +

@@ -36,7 +36,7 @@ Texts firstRequestStatements() {
             values += ", '" + column.defaults.front() + "'";
         }
     }
-    Texts texts = {countStimulus, create + ");", "BEGIN TRANSACTION;"};
+    Texts texts = {countStimulus, create + ");", "BEGIN IMMEDIATE TRANSACTION;"};
     for (const std::string& id : keys.defaultRowIds()) {
         for (const char* user : {"'base'", "'visitor'"}) {
             texts.push_back(std::string("INSERT OR REPLACE INTO STIMULUS_KEY_SETTINGS VALUES (") +

@@ -148,6 +148,14 @@ CallLogDAO::CallLogDAO(DatabaseAdapter* adapter)
 
 CallLogDAO::~CallLogDAO() = default;
 
+std::vector<std::string> CallLogDAO::schemas() {
+    std::vector<std::string> names;
+    for (const SchemaRow& row : Schemas) {
+        names.push_back(*row.schema);
+    }
+    return names;
+}
+
 const std::vector<std::string>& CallLogDAO::requestElements() {
     static const std::vector<std::string> elements = [] {
         std::vector<std::string> all;

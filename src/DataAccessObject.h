@@ -346,7 +346,6 @@ protected:
     int importRowsOfUser(const std::string& location,
                          const std::function<int(std::vector<std::string>&)>& store,
                          const std::function<void()>& prepare = {});
-
     /**
      * As importRowsOfUser, in place of the rows that the user @p context has: either these are
      * there or those of the file. They go also when the file did not open.

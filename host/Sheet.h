@@ -1,0 +1,14 @@
+#ifndef SHEET_H
+#define SHEET_H
+
+#include <string>
+#include <vector>
+
+/// Data as people see it: named columns, and rows with a text for each of them.
+struct Sheet {
+    std::vector<std::string> columns;
+    std::vector<std::vector<std::string>> rows;
+    bool isProse = false;  ///< cells are sentences or lists: broken on a terminal, never cut
+};
+
+#endif
