@@ -111,7 +111,8 @@ class CommandLine(HostTest):
         unknown = self.file("unknown", request("read_request", schema="Nope"))
         rows = [
             # name, arguments, lines of input, status, output, part of standard error
-            ("version", ["--version"], [], 0, r"das \d+\.\d+\.\d+\n", ""),
+            ("version", ["--version"], [], 0, r"das \d+\.\d+\.\d+ \(commit ([0-9a-f]{12}(-dirty)?|unknown), SQLite "
+             + re.escape(sqlite3.sqlite_version) + r", expat \d+\.\d+\.\d+\)\n", ""),
             ("help", ["--help"], [], 0, ".*--db DIR.*request.*", ""),
             ("no command", [], [], 2, "", "required"),
             ("unknown command", ["fly"], [], 2, "", "fly: no such command"),
