@@ -10,16 +10,17 @@ set(CPACK_OUTPUT_FILE_PREFIX packages)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/LeaveLdconfigToTheTrigger.cmake)
 
 # das_package(COMPONENT NAME SECTION SUMMARY TEXT [DEPENDS...])
-set(about "The service owns the SQLite database of a desk telephone: other services read and
-write settings, keys, contacts and calls by XML requests.")
+set(about "The service owns the SQLite database of a desk telephone: other services
+read and write settings, keys, contacts and calls by XML requests.")
 macro(das_package component name section summary text)
     string(TOUPPER ${component} upper)
     list(APPEND CPACK_COMPONENTS_ALL ${component})
@@ -29,15 +30,16 @@ macro(das_package component name section summary text)
     set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
     string(REPLACE ";" ", " CPACK_DEBIAN_${upper}_PACKAGE_DEPENDS "${ARGN}")
     set(documents ${CMAKE_CURRENT_BINARY_DIR}/${name})
-    configure_file(debian/changelog.in ${documents}/changelog.Debian @ONLY)
-    execute_process(COMMAND gzip -9nf ${documents}/changelog.Debian)
-    install(FILES ${documents}/changelog.Debian.gz debian/copyright
+    set(package ${name})
+    configure_file(debian/changelog.in ${documents}/changelog @ONLY)
+    execute_process(COMMAND gzip -9nf ${documents}/changelog)
+    install(FILES ${documents}/changelog.gz debian/copyright
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component} EXCLUDE_FROM_ALL)
 endmacro()
 
-set(same "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(same "(= ${PROJECT_VERSION})")
 das_package(platform libdasplatform0 libs "data access service of a telephone: platform"
-    "This package has the platform library: log, storage, XML and the framework's\nclasses.")
+    "This package has the platform library: log, storage, XML and the classes\nof the framework.")
 das_package(service libdataaccessservice0 libs "data access service of a telephone: library"
     "This package has the shared library that a service framework loads."
     "libdasplatform0 ${same}")
@@ -55,7 +57,6 @@ if(EXISTS ${python_client})
     set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 endif()
 foreach(library PLATFORM SERVICE)
-    set(CPACK_DEBIAN_${library}_PACKAGE_GENERATE_SHLIBS ON)
     set(CPACK_DEBIAN_${library}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
 endforeach()
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS systemd)
