@@ -80,7 +80,7 @@ class Manager(SystemTest):
                 host = self.start_with("serve", "--socket", self.path, NOTIFY_SOCKET=name)
                 heard = ear.hear_until("READY=1")
                 self.assertEqual(heard.pop(), f"READY=1\nSTATUS=Serving {self.path}")
-                steps = [re.match(r"STATUS=Starting: upgrade, step (\d+) of (\d+)\n", each)
+                steps = [re.match(r"STATUS=Starting: upgrade, step (\d+) of (\d+): \w.+\n", each)
                          for each in heard]
                 self.assertTrue(all(steps), heard)
                 last = int(steps[0][2])
