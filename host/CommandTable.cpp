@@ -73,7 +73,8 @@ const std::vector<Row>& CommandTable::rows() {
          KnownMethods::listing},
         {"serve",
          "Serve other processes, over the socket --socket or over standard streams",
-         "Many clients at once, until SIGTERM or SIGINT; with --stdio one, until the input ends.",
+         "Many clients at once, until SIGTERM or SIGINT; with --stdio one, until the input ends. A "
+         "service manager may hand over the socket and hears of each step of the start.",
          {},
          {{"--stdio", "", Words::Any, "Serve standard input and output"}},
          false,

@@ -471,7 +471,7 @@ class Ends(DemoTest):
     def test_an_upgrade_shows_its_steps_on_a_terminal(self):
         status, shown = self.on_terminal("profile", env={"DAS_PROGRESS_AFTER": "0"})
         self.assertEqual(status, 0)
-        self.assertRegex(shown, r"\rupgrade, step [1-9]\d* of \d+, \d+ %")
+        self.assertRegex(shown, r"\rupgrade, step [1-9]\d* of \d+: [\w ]+, \d+ %")
         self.assertNotIn("upgrade", self.good("profile"))
 
 
