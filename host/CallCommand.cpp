@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <iostream>
@@ -7,16 +6,19 @@
 #include <vector>
 
 #include "Answers.h"
+#include "Arguments.h"
 #include "Command.h"
+#include "Complaint.h"
 #include "DASUtilsStrings.h"
 #include "HostOptions.h"
 #include "KnownMethods.h"
 #include "LocalConnection.h"
 #include "Method.h"
+#include "NearMisses.h"
 #include "Output.h"
 #include "ParameterText.h"
-#include "ProgressBar.h"
 #include "ServiceHost.h"
+#include "Session.h"
 #include "SocketConnection.h"
 
 namespace {
@@ -76,10 +78,13 @@ void tellOfStrangers(const KnownMethods::Entry& known, const Method& method) {
             });
         if (!isKnown) {
             std::string words = parameter.name + ": no such parameter; " + known.name + " takes";
+            std::vector<std::string> names;
             for (const KnownMethods::In& in : known.in) {
                 words += " " + KnownMethods::toText(in);
+                names.emplace_back(in.name);
             }
-            tell(known.in.empty() ? words + " none" : words);
+            Complaint::tell(known.in.empty() ? words + " none" : words,
+                            NearMisses::question(parameter.name, names));
         }
     }
 }
@@ -110,42 +115,43 @@ int print(const Method& answer, Output& output) {
     return status;
 }
 
-/// "das call": one remote method, its out parameters on standard output.
-class CallCommand : public Command {
+/// "das call": one remote method, its out parameters on standard output. By itself it prints and
+/// logs as a contract says, not as it suits people: so it does without a session.
+class CallCommand : public SessionCommand {
 public:
-    CLI::App* declare(CLI::App& app) override {
-        CLI::App* const command = app.add_subcommand("call", "Call a remote method");
-        command->add_option("METHOD", m_methodName, "Name of the method")->required();
-        command
-            ->add_option("PARAMETER", m_parameters,
-                         "In parameters: true and false are a bool, a whole number is an int, "
-                         "anything else is a string; NAME:=VALUE is a string in every case")
-            ->type_name("NAME=VALUE");
-        command->footer(KnownMethods::listing());
-        return command;
-    }
-
-    int run(const HostOptions& options) override {
-        const KnownMethods::Entry* const known = KnownMethods::find(m_methodName);
-        if (known == nullptr) {
-            tell(m_methodName + ": unknown method; das call --help lists them");
+    int run(const HostOptions& options, const Arguments& arguments) override {
+        if (!check(arguments)) {
             return ExitUsage;
         }
-        Method method(m_methodName);
-        for (const std::string& parameter : m_parameters) {
-            if (!addParameter(method, parameter)) {
+        return options.socket ? callRunningHost(*options.socket) : callThisProcess();
+    }
+
+    bool check(const Arguments& arguments) override {
+        const std::string name = arguments.text("METHOD");
+        m_known = KnownMethods::find(name);
+        if (m_known == nullptr) {
+            Complaint::tell(
+                name + ": unknown method",
+                NearMisses::question(name, KnownMethods::names(), "das call --help lists them"));
+            return false;
+        }
+        m_method.setName(name);
+        for (const std::string& parameter : arguments.all("NAME=VALUE")) {
+            if (!addParameter(m_method, parameter)) {
                 tell(parameter + ": not of the form NAME=VALUE");
-                return ExitUsage;
+                return false;
             }
         }
-        tellOfStrangers(*known, method);
-        return options.socket ? callRunningHost(*options.socket, *known, method)
-                              : callThisProcess(*known, method);
+        tellOfStrangers(*m_known, m_method);
+        return true;
+    }
+
+    int runIn(Session& session, const Arguments& /*arguments*/) override {
+        return call(session.connection(), session.output());
     }
 
 private:
-    static int callRunningHost(const std::string& socket, const KnownMethods::Entry& known,
-                               const Method& method) {
+    int callRunningHost(const std::string& socket) const {
         Output output;
         SocketConnection connection;
         std::string error;
@@ -153,33 +159,31 @@ private:
             tell(error);
             return ExitUsage;
         }
-        return call(connection, known, method, output);
+        return call(connection, output);
     }
 
-    static int callThisProcess(const KnownMethods::Entry& known, const Method& method) {
+    int callThisProcess() const {
         ServiceHost host;
         if (!host.start()) {
             return ExitNoLibrary;
         }
         LocalConnection connection(host);
-        const ProgressBar bar;
-        return call(connection, known, method, host.output());
+        return call(connection, host.output());
     }
 
-    static int call(Connection& connection, const KnownMethods::Entry& known, const Method& method,
-                    Output& output) {
+    int call(Connection& connection, Output& output) const {
         Method answer;
         const bool isDone =
-            known.isOneWay ? connection.callOneWay(method) : connection.call(method, answer);
+            m_known->isOneWay ? connection.callOneWay(m_method) : connection.call(m_method, answer);
         if (!isDone) {
             tell("the host has not answered");
             return ExitFailure;
         }
-        return print(known.isOneWay ? Method() : answer, output);
+        return print(m_known->isOneWay ? Method() : answer, output);
     }
 
-    std::string m_methodName;
-    std::vector<std::string> m_parameters;
+    const KnownMethods::Entry* m_known = nullptr;
+    Method m_method;
 };
 
 }  // namespace

@@ -17,6 +17,8 @@
 namespace {
 
 const std::string StatusListenerMethod = "AddStatusListener";
+const std::string LogListenerMethod = "AddLogListener";
+constexpr int LevelOfFailures = 2;
 
 /// The way back to a client for one message.
 class ClientResponse : public InvokerResponse {
@@ -102,6 +104,13 @@ void Dispatcher::handleJson(std::string_view line, const std::shared_ptr<Client>
     if (message.method.getName() == StatusListenerMethod) {
         m_framework.addStatusListener(response->getSender());
         response->setReply(JsonRpc::notification(Method(StatusListenerMethod)));
+        return;
+    }
+    if (message.method.getName() == LogListenerMethod) {
+        int level = LevelOfFailures;
+        (void)message.method.getIntParameter("Level", level);  // without one, the failures
+        m_framework.logRelay().add(client, level);
+        response->setReply(JsonRpc::notification(Method(LogListenerMethod)));
         return;
     }
     m_invoker.handleMessage(&m_service, line.data(), static_cast<int>(line.size()),

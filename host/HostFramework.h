@@ -10,6 +10,7 @@
 #include "Client.h"
 #include "FrameworkContext.h"
 #include "JsonAdapter.h"
+#include "LogRelay.h"
 #include "ManageableData.h"
 #include "Proxy.h"
 #include "ProxyRequest.h"
@@ -56,6 +57,9 @@ public:
 
     Clients& clients() { return m_clients; }
 
+    /// Carries the log to clients.
+    LogRelay& logRelay() { return m_logRelay; }
+
 private:
     struct Listener {
         std::unique_ptr<ClientRequest> request;  // first, so that it outlives the proxy
@@ -68,7 +72,8 @@ private:
     JsonAdapter m_json;
     XmlAdapter m_xml;
     Clients m_clients;
-    std::mutex m_mutex;  ///< of the two maps, by sender
+    LogRelay m_logRelay;  // behind the clients that it speaks to
+    std::mutex m_mutex;   ///< of the two maps, by sender
     std::map<std::string, Listener> m_listeners;
     std::map<std::string, std::unique_ptr<ClientRequest>> m_statusListeners;
 };

@@ -67,6 +67,14 @@ const Entry* KnownMethods::find(const std::string& name) {
     return found != std::end(Entries) ? found : nullptr;
 }
 
+std::vector<std::string> KnownMethods::names() {
+    std::vector<std::string> all;
+    for (const Entry& entry : Entries) {
+        all.emplace_back(entry.name);
+    }
+    return all;
+}
+
 std::string KnownMethods::toText(const In& parameter) {
     return std::string(parameter.name) + "=" + wordFor(parameter.type);
 }

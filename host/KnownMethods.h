@@ -24,6 +24,9 @@ struct Entry {
 /// The method of that name, or null.
 const Entry* find(const std::string& name);
 
+/// The names of all methods.
+std::vector<std::string> names();
+
 /// A line a method, with the names and types of its in parameters.
 std::string listing();
 

@@ -1,18 +1,23 @@
 #ifndef OUTPUT_H
 #define OUTPUT_H
 
+#include <cstddef>
 #include <string>
 
 /**
  * Standard output, kept for answers alone.
  *
- * As long as the object lives, descriptor 1 leads to standard error, so that what the service
- * prints of its own stays out of the answers. To be made before the service library is loaded, and
- * after the command line was parsed, whose help belongs to standard output. One object at a time.
+ * As long as the object lives, descriptor 1 leads to standard error, or to nowhere, so that what
+ * the service prints of its own stays out of the answers. To be made before the service library is
+ * loaded, and after the command line was parsed, whose help belongs to standard output. One object
+ * at a time.
  */
 class Output {
 public:
-    Output();
+    /// Where the lines go that the service prints of its own.
+    enum class Printed { ToStandardError, Nowhere };
+
+    explicit Output(Printed printed = Printed::ToStandardError);
 
     /// Flushes what was printed meanwhile, and gives descriptor 1 back.
     ~Output();
@@ -21,6 +26,18 @@ public:
 
     /// Writes @p text and a line feed at once, unbuffered. False when that failed; errno tells why.
     [[nodiscard]] bool writeLine(const std::string& text);
+
+    /// The same without the line feed.
+    [[nodiscard]] bool write(const std::string& text);
+
+    /// Where answers go, for those who write there by other means; -1 for none. Not to be closed.
+    int descriptor() const { return m_answers; }
+
+    /// Whether answers go to a terminal.
+    bool isTerminal() const;
+
+    /// Columns of that terminal: as it says itself, else by COLUMNS of the environment, else 80.
+    std::size_t columns() const;
 
 private:
     int m_answers;  ///< where answers go; -1 when there was no descriptor left for it

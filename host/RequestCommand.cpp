@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "Answers.h"
+#include "Arguments.h"
 #include "Command.h"
 #include "Connection.h"
 #include "DASUtilsStrings.h"
@@ -194,18 +194,9 @@ private:
 /// "das request": messages from files or standard input, their answers on standard output.
 class RequestCommand : public Command {
 public:
-    CLI::App* declare(CLI::App& app) override {
-        CLI::App* const command =
-            app.add_subcommand("request", "Send requests and print their answers");
-        command->add_option("FILE", m_files,
-                            "Files of one request each; \"-\", and no file at all, is standard "
-                            "input with one request a line");
-        return command;
-    }
-
-    int run(const HostOptions& options) override {
+    int run(const HostOptions& options, const Arguments& arguments) override {
         std::vector<Source> sources;
-        if (!readSources(sources)) {
+        if (!readSources(arguments.all("FILE"), sources)) {
             return ExitUsage;
         }
         return options.socket ? askRunningHost(*options.socket, sources) : askThisProcess(sources);
@@ -234,8 +225,8 @@ private:
     }
 
     /// Reads every file, so that a bad one is told before anything is sent.
-    bool readSources(std::vector<Source>& sources) const {
-        for (const std::string& name : m_files) {
+    static bool readSources(const std::vector<std::string>& files, std::vector<Source>& sources) {
+        for (const std::string& name : files) {
             Source source{name == "-", ""};
             const int error = source.isStandardInput ? 0 : readFile(name, source.text);
             if (error != 0) {
@@ -250,8 +241,6 @@ private:
         }
         return true;
     }
-
-    std::vector<std::string> m_files;
 };
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <csignal>
 #include <iostream>
@@ -10,6 +9,7 @@
 #include <string>
 #include <system_error>
 
+#include "Arguments.h"
 #include "Client.h"
 #include "Command.h"
 #include "Dispatcher.h"
@@ -139,20 +139,14 @@ private:
 /// "das serve": the service for other processes.
 class ServeCommand : public Command {
 public:
-    CLI::App* declare(CLI::App& app) override {
-        CLI::App* const command = app.add_subcommand(
-            "serve", "Serve other processes, over the socket --socket or over standard streams");
-        command->add_flag("--stdio", m_isStdio, "Serve standard input and output");
-        return command;
-    }
-
-    int run(const HostOptions& options) override {
-        if (m_isStdio == options.socket.has_value()) {
+    int run(const HostOptions& options, const Arguments& arguments) override {
+        const bool isStdio = arguments.has("--stdio");
+        if (isStdio == options.socket.has_value()) {
             std::cerr << "das: serve: one of --socket and --stdio is required" << std::endl;
             return ExitUsage;
         }
         const EndSignals signals;
-        return m_isStdio ? serveStreams(signals) : serveSocket(*options.socket, signals);
+        return isStdio ? serveStreams(signals) : serveSocket(*options.socket, signals);
     }
 
 private:
@@ -179,8 +173,6 @@ private:
         socket.remove();
         return ExitSuccess;
     }
-
-    bool m_isStdio = false;
 };
 
 }  // namespace

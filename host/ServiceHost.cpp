@@ -18,8 +18,10 @@ bool refuse(const std::string& reason) {
 
 }  // namespace
 
-ServiceHost::ServiceHost()
-    : m_framework([this] { return makeListenerProxy(); }), m_services(m_framework) {
+ServiceHost::ServiceHost(Output::Printed printed)
+    : m_output(printed),
+      m_framework([this] { return makeListenerProxy(); }),
+      m_services(m_framework) {
     m_services.enter(m_context);
 }
 

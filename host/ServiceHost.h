@@ -9,6 +9,7 @@
 #include "HostServices.h"
 #include "Invoker.h"
 #include "Output.h"
+#include "ProgressLine.h"
 #include "ServiceLibrary.h"
 
 class DataAccessServiceIfc;
@@ -17,7 +18,7 @@ class Service;
 /// The telephone's framework in small: gives the service its platform, starts it and ends it.
 class ServiceHost {
 public:
-    ServiceHost();
+    explicit ServiceHost(Output::Printed printed = Output::Printed::ToStandardError);
 
     /// Ends and deletes the service, before standard output is given back.
     ~ServiceHost();
@@ -49,6 +50,7 @@ private:
     std::unique_ptr<Proxy> makeListenerProxy() const;
 
     // In an order in which each outlives those behind it.
+    ProgressLine m_progress;
     Output m_output;
     ServiceLibrary m_library;
     HostFramework m_framework;

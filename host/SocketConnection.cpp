@@ -1,6 +1,7 @@
 #include "SocketConnection.h"
 
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +10,30 @@
 #include <system_error>
 
 #include "SocketAddress.h"
+
+namespace {
+
+/// What is the matter with a socket that can't be used, and what to do.
+std::string adviceFor(const std::string& path, int error) {
+    struct stat status {};
+    const bool isSocket = stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+            return "the socket is missing: start a host by das serve --socket " + path;
+        case EACCES:
+            return "the socket is forbidden: it is for its owner and group";
+        case ECONNREFUSED:
+            return isSocket ? "the socket is stale, its host has ended: start one by das serve "
+                              "--socket " +
+                                  path
+                            : "refused: this is no socket";
+        default:
+            return "refused: this is no socket of a host";
+    }
+}
+
+}  // namespace
 
 // A host may answer with more than it takes.
 SocketConnection::SocketConnection() : m_lines(std::numeric_limits<std::size_t>::max()) {}
@@ -26,7 +51,9 @@ bool SocketConnection::open(const std::string& path, std::string& error) {
     }
     m_descriptor = makeSocket();
     if (m_descriptor < 0 || connect(m_descriptor, address.get(), SocketAddress::size()) != 0) {
-        error = path + ": " + std::generic_category().message(errno);
+        const int reason = errno;
+        error =
+            path + ": " + std::generic_category().message(reason) + "; " + adviceFor(path, reason);
         return false;
     }
     return true;

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -28,12 +27,7 @@ std::string toLine(const Method& heard) {
 /// "das watch": prints what a listener hears.
 class WatchCommand : public Command {
 public:
-    CLI::App* declare(CLI::App& app) override {
-        return app.add_subcommand(
-            "watch", "Print each change of the user, and each status item, of a running host");
-    }
-
-    int run(const HostOptions& options) override {
+    int run(const HostOptions& options, const Arguments& /*arguments*/) override {
         if (!options.socket) {
             std::cerr << "das: watch: --socket is required" << std::endl;
             return ExitUsage;

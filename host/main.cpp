@@ -1,24 +1,21 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
-#include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "Command.h"
+#include "CommandLine.h"
+#include "Complaint.h"
 #include "HostOptions.h"
 
 namespace {
-
-using Maker = std::unique_ptr<Command> (*)();
-
-/// Every command of das, in the order of the help text.
-const Maker Commands[] = {makeRequestCommand, makeCallCommand, makeServeCommand, makeWatchCommand};
 
 /// A descriptor that the caller left closed would be given to the next file that is opened. It is
 /// opened in the wrong direction, so that its use fails as before.
@@ -28,14 +25,6 @@ void occupyStandardDescriptors() {
             (void)open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
     }
-}
-
-void declareOptions(CLI::App& app, HostOptions& options) {
-    app.add_option("--db", options.db, "Directory of phone.db (DB_PATH)")->type_name("DIR");
-    app.add_option("--root", options.root, "Root of the telephone's files (DAS_ROOT)")
-        ->type_name("DIR");
-    app.add_option("--socket", options.socket, "Socket of a running host")->type_name("PATH");
-    app.set_version_flag("--version", "das " DAS_VERSION, "Print the version and end");
 }
 
 /// The service reads its places from the environment. Called while there is one thread.
@@ -49,30 +38,15 @@ void exportToEnvironment(const HostOptions& options) {
     }
 }
 
-int runCommandLine(int argc, char** argv) {
-    CLI::App app("The host of the telephone's data access service.", "das");
-    app.require_subcommand(1);
-    app.fallthrough();
-    HostOptions options;
-    declareOptions(app, options);
-    std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> commands;
-    for (const Maker make : Commands) {
-        auto command = make();
-        CLI::App* const parsed = command->declare(app);
-        commands.emplace_back(parsed, std::move(command));
+int runCommandLine(const std::vector<std::string>& words) {
+    CommandLine line;
+    std::string text;
+    if (const auto status = line.parse(words, text)) {
+        std::cout << text << std::flush;
+        return std::cout.good() ? *status : Complaint::outputFailed();
     }
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? ExitSuccess : ExitUsage;
-    }
-    exportToEnvironment(options);
-    for (const auto& [parsed, command] : commands) {
-        if (parsed->parsed()) {
-            return command->run(options);
-        }
-    }
-    return ExitUsage;
+    exportToEnvironment(line.options());
+    return line.command().make()->run(line.options(), line.arguments());
 }
 
 }  // namespace
@@ -82,7 +56,7 @@ int main(int argc, char** argv) {
     // An answer that nobody reads any more is an error of that write, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
     try {
-        return runCommandLine(argc, argv);
+        return runCommandLine({argv + std::min(argc, 1), argv + argc});
     } catch (const std::exception& failure) {
         std::cerr << "das: " << failure.what() << std::endl;
         return ExitFailure;

@@ -148,6 +148,14 @@ CallLogDAO::CallLogDAO(DatabaseAdapter* adapter)
 
 CallLogDAO::~CallLogDAO() = default;
 
+std::vector<std::string> CallLogDAO::schemas() {
+    std::vector<std::string> names;
+    for (const SchemaRow& row : Schemas) {
+        names.push_back(*row.schema);
+    }
+    return names;
+}
+
 const std::vector<std::string>& CallLogDAO::requestElements() {
     static const std::vector<std::string> elements = [] {
         std::vector<std::string> all;
@@ -542,9 +550,9 @@ int CallLogDAO::importData(std::string& location) {
 int CallLogDAO::importDataForUser(const std::string& location, eUserCategory category) {
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
     (void)createMissingTable();
-    (void)deleteContextData(context);  // nothing to delete is a failure there
-    return importRowsOfUser(
-        location, [&](std::vector<std::string>& fields) { return importRow(context, fields); });
+    return replaceRowsOfUser(location, context, [&](std::vector<std::string>& fields) {
+        return importRow(context, fields);
+    });
 }
 
 int CallLogDAO::importRow(const std::string& context, std::vector<std::string>& fields) {

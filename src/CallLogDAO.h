@@ -35,6 +35,9 @@ public:
     explicit CallLogDAO(DatabaseAdapter* adapter);
     ~CallLogDAO() override;
 
+    /// The schemas of the call log: one for each category, and those of all calls.
+    static std::vector<std::string> schemas();
+
     void handleRequest(const char* text, int length) override;
     std::string responseData() override;
 

@@ -219,6 +219,7 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
 void CsvReader::reportProgress() {
     if (m_size > 0 && Progress::isWatched()) {
         const auto place = m_stream.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
-        Progress::report(static_cast<std::size_t>(std::max<std::streamoff>(place, 0)), m_size);
+        const auto done = static_cast<std::size_t>(std::max<std::streamoff>(place, 0));
+        Progress::report({"import", m_line, done, m_size});
     }
 }

@@ -156,6 +156,19 @@ DataAccessObject* DAOFactory::createDAOInstance(std::string schema) {
     return new NULLDataAccessObject(schema);
 }
 
+std::vector<std::string> DAOFactory::schemas() {
+    std::vector<std::string> all = PlainTables::schemas();
+    for (const ClassRow& row : ClassRows) {
+        const auto found = row.match == Match::Equal ? std::vector<std::string>{*row.schema}
+                                                     : CallLogDAO::schemas();
+        all.insert(all.end(), found.begin(), found.end());
+    }
+    for (const std::string* settings : SettingsSchemas) {
+        all.push_back(*settings);
+    }
+    return all;
+}
+
 std::string DAOFactory::getDefaultFeatureKeyData() {
     return PlainTables::defaultKeyData(m_hardware);
 }

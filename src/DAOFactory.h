@@ -2,6 +2,7 @@
 #define DAOFACTORY_H
 
 #include <string>
+#include <vector>
 
 #include "PlainTables.h"
 
@@ -20,6 +21,9 @@ public:
     /// A new object for @p schema, compared exactly; never null, a schema that nobody serves gets a
     /// NULLDataAccessObject. The caller deletes it.
     DataAccessObject* createDAOInstance(std::string schema);
+
+    /// All schemas that are served, in the order in which they are tried.
+    static std::vector<std::string> schemas();
 
     /// The default keys of this model, for each "ID:FUNCTION:LABEL;".
     std::string getDefaultFeatureKeyData();

@@ -4,8 +4,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 #include "ClientUtils.h"
@@ -18,6 +20,7 @@
 #include "GeneralConfigurationDAO.h"
 #include "Logging.h"
 #include "NULLDataAccessObject.h"
+#include "Progress.h"
 #include "V1R1ToV1R2Migrator.h"
 
 namespace {
@@ -255,6 +258,16 @@ void logWords(const char* words) {
     }
 }
 
+/// Tells whoever watches how many steps are done.
+void reportStep(std::size_t done) {
+    if (Progress::isWatched()) {
+        const std::size_t all = std::size(Steps);
+        Progress::report({"upgrade, step " + std::to_string(std::min(done + 1, all)) + " of " +
+                              std::to_string(all),
+                          0, done, all});
+    }
+}
+
 void runStep(const Step& step, const Run& run) {
     const bool isDue = step.test == nullptr || step.test(run);
     logWords(isDue ? step.wordsWhenRun : step.wordsWhenNot);
@@ -291,8 +304,10 @@ void DASMigrator::checkAndMigrateDatabase(DataAccessServiceIfc* service) {
     const Run run{service, settingsColumns};
     SettingsCachesAside aside;
     for (const Step& step : Steps) {
+        reportStep(static_cast<std::size_t>(step.number - 1));
         runStep(step, run);
     }
+    reportStep(std::size(Steps));
 }
 
 bool DASMigrator::dbIsPreMobility(DataAccessServiceIfc* service) {

@@ -338,6 +338,11 @@ protected:
     int importRowsOfUser(const std::string& location,
                          const std::function<int(std::vector<std::string>&)>& store,
                          const std::function<void()>& prepare = {});
+    /// The same, and the rows of @p context go in that transaction: what ends the process leaves
+    /// the old rows or the new ones. A file that does not open still removes them: kept on purpose,
+    /// it is how management empties a table.
+    int replaceRowsOfUser(const std::string& location, const std::string& context,
+                          const std::function<int(std::vector<std::string>&)>& store);
 
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.

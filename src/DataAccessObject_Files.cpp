@@ -257,6 +257,16 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
     return transaction.end() == 0 ? 0 : 1;
 }
 
+int DataAccessObject::replaceRowsOfUser(
+    const std::string& location, const std::string& context,
+    const std::function<int(std::vector<std::string>&)>& store) {
+    const auto remove = [&] { (void)deleteContextData(context); };  // none there is a failure
+    if (!CsvReader(location).isOpen()) {
+        remove();
+    }
+    return importRowsOfUser(location, store, remove);
+}
+
 int DataAccessObject::insertLineOfFile(const std::string& table,
                                        const std::vector<std::string>& names,
                                        const std::vector<std::string>& values,

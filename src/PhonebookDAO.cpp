@@ -468,8 +468,7 @@ int PhonebookDAO::importDataForUser(const std::string& location, eUserCategory c
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
     std::vector<std::string> columns = fileColumns(SurnameField);
     (void)createMissingTable();
-    (void)deleteContextData(context);  // nothing to delete is a failure there
-    return importRowsOfUser(location, [&](std::vector<std::string>& fields) {
+    return replaceRowsOfUser(location, context, [&](std::vector<std::string>& fields) {
         fields.front() = context;
         if (fields.size() > 1) {
             fields.erase(fields.begin() + 1);  // the number of another telephone

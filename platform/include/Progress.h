@@ -3,12 +3,19 @@
 
 #include <cstddef>
 #include <functional>
+#include <string>
 
 /// How far a long piece of work has come, for whoever shows it to people. Any thread may report.
 namespace Progress {
 
-/// Gets how much is done of how much.
-using Sink = std::function<void(std::size_t done, std::size_t total)>;
+struct Report {
+    std::string step;   ///< what is done at the moment, in words
+    std::size_t rows;   ///< rows that are done; 0 where rows are not counted
+    std::size_t done;   ///< in any unit
+    std::size_t total;  ///< in the same unit, not 0; the work is over when all is done
+};
+
+using Sink = std::function<void(const Report& report)>;
 
 /// Sends all reports to @p sink, which is called by one thread at a time; an empty one ends that.
 void setSink(Sink sink);
@@ -16,8 +23,8 @@ void setSink(Sink sink);
 /// Whether there is a sink. Guards the making of a report.
 bool isWatched();
 
-/// Tells the sink, if there is one. @p total is not 0.
-void report(std::size_t done, std::size_t total);
+/// Tells the sink, if there is one.
+void report(const Report& report);
 
 }  // namespace Progress
 

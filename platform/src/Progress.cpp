@@ -22,9 +22,9 @@ bool Progress::isWatched() {
     return watched.load(std::memory_order_relaxed);
 }
 
-void Progress::report(std::size_t done, std::size_t total) {
+void Progress::report(const Report& report) {
     const std::lock_guard<std::mutex> lock(mutex);
     if (currentSink) {
-        currentSink(done, total);
+        currentSink(report);
     }
 }

@@ -114,7 +114,7 @@ class CommandLine(HostTest):
             ("version", ["--version"], [], 0, r"das \d+\.\d+\.\d+\n", ""),
             ("help", ["--help"], [], 0, ".*--db DIR.*request.*", ""),
             ("no command", [], [], 2, "", "required"),
-            ("unknown command", ["fly"], [], 2, "", "required"),
+            ("unknown command", ["fly"], [], 2, "", "fly: no such command"),
             ("unknown option", ["request", "--fly"], [], 2, "", "--fly"),
             ("option without value", ["request", "--db"], [], 2, "", "--db"),
             ("a file less one line feed", ["request", word], [], 0, "base\n", ""),
@@ -239,14 +239,14 @@ class Streams(HostTest):
                 "filePathAndName=/data/book.csv"]
         self.assertNotIn("%", self.das(*call).errors)
         screen, terminal = pty.openpty()
-        with subprocess.Popen([DAS, *call], env=self.environment(DAS_LOG="0"), stdin=terminal,
+        with subprocess.Popen([DAS, *call], env=self.environment(DAS_LOG="0", DAS_PROGRESS_AFTER="0"), stdin=terminal,
                               stdout=subprocess.DEVNULL, stderr=terminal):
             os.close(terminal)
             shown = b""
             with self.assertRaises(OSError), open(screen, "rb", buffering=0) as bar:
                 while True:
                     shown += bar.read(4096)
-        self.assertRegex(shown.decode(), r"(?s)\r\[#+ +\] [1-9]\d? %.*\r\[#{50}\] 100 %\r?\n$")
+        self.assertRegex(shown.decode(), r"(?s)\rimport, [1-9]\d* rows, [1-9]\d? % *.*\r +\r$")
 
     def test_a_reader_that_is_gone_ends_the_run(self):
         reader, writer = os.pipe()
@@ -374,7 +374,7 @@ class Libraries(HostTest):
     def test_nothing_but_what_is_meant_is_linked_and_exported(self):
         for path in (LIBRARIES / SERVICE, LIBRARIES / PLATFORM):
             self.assertLessEqual(set(self.needs(path)), self.ALLOWED, path.name)
-        self.assertFalse({"libDataAccessService", "libsqlite3"} & set(self.needs(DAS)))
+        self.assertNotIn("libDataAccessService", self.needs(DAS))
         listing = self.output_of("nm", "-D", "--defined-only", LIBRARIES / SERVICE)
         names = {line.split()[-1] for line in listing.splitlines()}
         self.assertIn("createDataAccessService", names)

@@ -1,0 +1,27 @@
+#ifndef DEMOTELEPHONE_H
+#define DEMOTELEPHONE_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// What a telephone to play with holds: always the same.
+namespace DemoTelephone {
+
+/// A file of the software image, by its path below the telephone's root. The texts are those of
+/// the sample in deploy/.
+struct File {
+    const char* path;
+    const char* text;
+};
+constexpr std::size_t FileCount = 2;
+extern const File Files[FileCount];
+
+constexpr std::size_t ContactCount = 200;
+
+/// The requests that fill it, in order, each with many entries.
+std::vector<std::string> requests();
+
+}  // namespace DemoTelephone
+
+#endif

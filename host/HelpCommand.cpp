@@ -1,0 +1,55 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Arguments.h"
+#include "Command.h"
+#include "CommandTable.h"
+#include "Complaint.h"
+#include "HelpText.h"
+#include "HostOptions.h"
+#include "NearMisses.h"
+#include "Output.h"
+
+namespace {
+
+/// "das help": what is made from the table of commands.
+class HelpCommand : public Command {
+public:
+    int run(const HostOptions& /*options*/, const Arguments& arguments) override {
+        const std::string name = arguments.text("COMMAND");
+        const CommandTable::Row* const row = CommandTable::find(name);
+        if (!name.empty() && row == nullptr) {
+            Complaint::tell(name + ": no such command",
+                            NearMisses::question(name, names(), "das help lists them"));
+            return ExitUsage;
+        }
+        Output output;
+        return output.write(textFor(arguments, row)) ? ExitSuccess : Complaint::outputFailed();
+    }
+
+private:
+    static std::string textFor(const Arguments& arguments, const CommandTable::Row* row) {
+        if (arguments.has("--man")) {
+            return HelpText::manualPage();
+        }
+        if (arguments.has("--completion")) {
+            return HelpText::completion();
+        }
+        return row == nullptr ? HelpText::ofAll() : HelpText::of(*row);
+    }
+
+    static std::vector<std::string> names() {
+        std::vector<std::string> all;
+        for (const CommandTable::Row& row : CommandTable::rows()) {
+            all.emplace_back(row.name);
+        }
+        return all;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeHelpCommand() {
+    return std::make_unique<HelpCommand>();
+}

@@ -1,0 +1,21 @@
+#ifndef INTERRUPTNOTE_H
+#define INTERRUPTNOTE_H
+
+#include <csignal>
+
+/// As long as it lives, Ctrl-C ends the process at once with a line that says what became of the
+/// work, and the exit status for it. A transaction that is open then is taken back by the next
+/// start.
+class InterruptNote {
+public:
+    /// @p isLocal: the work is done by this process, and ends with it; else a host goes on with it.
+    InterruptNote(const char* work, bool isLocal);
+    ~InterruptNote();
+    InterruptNote(const InterruptNote&) = delete;
+    InterruptNote& operator=(const InterruptNote&) = delete;
+
+private:
+    struct sigaction m_before {};
+};
+
+#endif

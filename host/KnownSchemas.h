@@ -1,0 +1,43 @@
+#ifndef KNOWNSCHEMAS_H
+#define KNOWNSCHEMAS_H
+
+#include <string>
+#include <vector>
+
+/// The schemas as a client sees them. The table behind is written at build time, by the objects of
+/// the service themselves: nothing here is told twice.
+namespace KnownSchemas {
+
+struct Column {
+    std::string name;
+    std::string type;                   ///< in SQL
+    std::vector<std::string> defaults;  ///< one for all default rows, or one for each
+};
+
+struct Entry {
+    std::string name;
+    std::string table;
+    std::vector<std::string> reasons;
+    std::string users;                      ///< whose rows there are, in words
+    std::vector<std::string> key;           ///< columns of the primary key
+    std::vector<std::string> defaultRows;   ///< numbers of the default rows, and ranges "1 to 16"
+    bool hasDataFile;                       ///< whether there is an export and an import
+    std::vector<Column> columns;            ///< of the table, in order
+    std::vector<std::string> elements;      ///< of a row in requests; none where any name will do
+    std::vector<std::string> itemElements;  ///< of an item in a row's list; none without a list
+
+    bool has(const std::string& reason) const;
+};
+
+/// Every schema, in the order in which the service tries them.
+const std::vector<Entry>& all();
+
+/// The schema of that name, compared exactly, or null.
+const Entry* find(const std::string& name);
+
+/// The names of all schemas.
+std::vector<std::string> names();
+
+}  // namespace KnownSchemas
+
+#endif

@@ -1,0 +1,36 @@
+#ifndef LINESOURCE_H
+#define LINESOURCE_H
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+class Output;
+
+/// Lines of standard input: edited, with a prompt, a history and completion, when a person types
+/// them on a terminal. The history lasts as long as the object, since lines may hold passwords.
+class LineSource {
+public:
+    /// Gives the words that may complete the last word of a line up to the cursor: @p line is what
+    /// stands before that word.
+    using Completer = std::function<std::vector<std::string>(const std::string& line)>;
+
+    /// @p output must outlive the object. One object at a time.
+    LineSource(Output& output, Completer completer);
+    ~LineSource();
+    LineSource(const LineSource&) = delete;
+    LineSource& operator=(const LineSource&) = delete;
+
+    bool isEdited() const { return m_isEdited; }
+
+    /// Waits for a line, without its line feed. False when there are no more.
+    bool next(std::string& line);
+
+private:
+    const bool m_isEdited;
+    std::FILE* m_screen = nullptr;
+};
+
+#endif

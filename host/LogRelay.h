@@ -1,0 +1,52 @@
+#ifndef LOGRELAY_H
+#define LOGRELAY_H
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "Log.h"
+
+class Client;
+
+/**
+ * Carries the log of a host to the clients that have asked for it. Standard error gets the same as
+ * without them. While nobody listens, the log is left alone.
+ */
+class LogRelay {
+public:
+    LogRelay() = default;
+    ~LogRelay();
+    LogRelay(const LogRelay&) = delete;
+    LogRelay& operator=(const LogRelay&) = delete;
+
+    /// From now on @p client hears each entry up to @p level as the method "Log", with the ints
+    /// "level" and "line" and the strings "component", "source" and "message", until it has gone.
+    /// An entry is dropped while too many wait.
+    void add(const std::shared_ptr<Client>& client, int level);
+
+private:
+    struct Listener {
+        std::weak_ptr<Client> client;
+        int level;
+    };
+
+    void startOnce();
+    void hear(const Log::Entry& entry);
+    void work();
+    void settleLevel();
+
+    std::mutex m_startMutex;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<Listener> m_listeners;
+    std::deque<Log::Entry> m_waiting;
+    int m_ownLevel = 0;  ///< highest level that goes to standard error
+    bool m_isEnding = false;
+    std::thread m_thread;  ///< speaks to clients, since those who log may hold any lock
+};
+
+#endif

@@ -1,0 +1,124 @@
+#include "Session.h"
+
+#include "Answers.h"
+#include "Command.h"
+#include "Complaint.h"
+#include "HostOptions.h"
+#include "LineCutter.h"
+#include "LocalConnection.h"
+#include "LogEar.h"
+#include "Method.h"
+#include "ServiceHost.h"
+#include "SocketConnection.h"
+#include "Utf8.h"
+
+namespace {
+
+class LocalSession : public Session {
+public:
+    [[nodiscard]] bool start() {
+        if (!m_host.start()) {
+            return false;
+        }
+        m_connection = std::make_unique<LocalConnection>(m_host);
+        m_ear.startIsOver();
+        (void)m_ear.take();  // what the start told is no reason of what comes
+        return true;
+    }
+
+    bool isLocal() const override { return true; }
+    Output& output() override { return m_host.output(); }
+    Connection& connection() override { return *m_connection; }
+
+protected:
+    std::string takeReasons() override { return m_ear.take(); }
+
+private:
+    LogEar m_ear;
+    ServiceHost m_host{Output::Printed::Nowhere};
+    std::unique_ptr<LocalConnection> m_connection;
+};
+
+class RemoteSession : public Session {
+public:
+    [[nodiscard]] bool open(const std::string& socket) {
+        std::string error;
+        if (!m_connection.open(socket, error)) {
+            Complaint::tell(error);
+            return false;
+        }
+        return true;
+    }
+
+    bool isLocal() const override { return false; }
+    Output& output() override { return m_output; }
+    Connection& connection() override { return m_connection; }
+
+protected:
+    std::string takeReasons() override { return "the log of the host tells more"; }
+
+private:
+    Output m_output;
+    SocketConnection m_connection;
+};
+
+}  // namespace
+
+std::unique_ptr<Session> Session::open(const HostOptions& options, int& status) {
+    if (options.socket) {
+        auto session = std::make_unique<RemoteSession>();
+        status = ExitUsage;
+        return session->open(*options.socket) ? std::move(session) : nullptr;
+    }
+    auto session = std::make_unique<LocalSession>();
+    status = ExitNoLibrary;
+    return session->start() ? std::move(session) : nullptr;
+}
+
+bool Session::call(const Method& method, Method& answer) {
+    (void)takeReasons();
+    if (connection().call(method, answer)) {
+        return true;
+    }
+    Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
+    return false;
+}
+
+std::optional<std::string> Session::ask(const std::string& request) {
+    const Method method = Connection::requestOf(request);
+    if (!Utf8::isValid(request) || Connection::toCall(method).size() > LineCutter::MessageLimit) {
+        Complaint::tell("the request is no UTF-8, or longer than a message may be");
+        return std::nullopt;
+    }
+    Method answer;
+    std::string text;
+    if (!call(method, answer) || !answer.getStringParameter("Response", text)) {
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::optional<std::string> Session::askFor(const std::string& what, const std::string& request) {
+    auto answer = ask(request);
+    if (answer && (*answer == "failure" || Answers::isFailure(*answer))) {
+        tellFailure(what);
+        return std::nullopt;
+    }
+    return answer;
+}
+
+int Session::tellFailure(const std::string& what) {
+    const std::string reasons = takeReasons();
+    Complaint::tell(what + ": the service answered a failure" +
+                    (reasons.empty() ? "" : ": " + reasons));
+    return ExitFailure;
+}
+
+int SessionCommand::run(const HostOptions& options, const Arguments& arguments) {
+    if (!check(arguments)) {
+        return ExitUsage;
+    }
+    int status = ExitSuccess;
+    const auto session = Session::open(options, status);
+    return session == nullptr ? status : runIn(*session, arguments);
+}

@@ -1,0 +1,55 @@
+#ifndef SESSION_H
+#define SESSION_H
+
+#include <memory>
+#include <optional>
+#include <string>
+
+class Connection;
+class Method;
+class Output;
+struct HostOptions;
+
+/// A conversation with the service for people's commands: with that of this process, or with a
+/// running host.
+class Session {
+public:
+    /**
+     * Starts the service, or connects to the host that @p options name.
+     *
+     * @param status takes the exit status when the result is null; what went wrong has been told on
+     *               standard error then
+     */
+    static std::unique_ptr<Session> open(const HostOptions& options, int& status);
+
+    virtual ~Session() = default;
+
+    /// Has @p method carried out. False when there is nobody left to answer, which has been told.
+    [[nodiscard]] bool call(const Method& method, Method& answer);
+
+    /// Has the service answer @p request; none when there is nobody left to answer, or when the
+    /// request is none that can be sent, both of which have been told.
+    std::optional<std::string> ask(const std::string& request);
+
+    /// Sends @p request, which is one of @p what ("read PhoneBook"). As ask(), and a failure is
+    /// told with the reasons that are known, and gives none.
+    std::optional<std::string> askFor(const std::string& what, const std::string& request);
+
+    /// Tells that @p what failed, with the reasons that are known. Gives the exit status.
+    int tellFailure(const std::string& what);
+
+    /// Whether the service is in this process, and the telephone's files are those of this process.
+    virtual bool isLocal() const = 0;
+
+    /// Where answers are written.
+    virtual Output& output() = 0;
+
+    /// The conversation itself, for those who need more of it.
+    virtual Connection& connection() = 0;
+
+protected:
+    /// What the service has logged of its failures since the last call, or where to look for it.
+    virtual std::string takeReasons() = 0;
+};
+
+#endif

@@ -1,0 +1,13 @@
+#ifndef SHEET_H
+#define SHEET_H
+
+#include <string>
+#include <vector>
+
+/// Data as people see it: named columns, and rows with a text for each of them.
+struct Sheet {
+    std::vector<std::string> columns;
+    std::vector<std::vector<std::string>> rows;
+};
+
+#endif

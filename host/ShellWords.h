@@ -1,0 +1,22 @@
+#ifndef SHELLWORDS_H
+#define SHELLWORDS_H
+
+#include <string>
+#include <vector>
+
+/// Lines that a person types into the shell of das.
+namespace ShellWords {
+
+/// Cuts @p line at blanks. Single and double quotes keep blanks, a backslash keeps the next
+/// character. False when a quote is not closed.
+[[nodiscard]] bool split(const std::string& line, std::vector<std::string>& words);
+
+/// The commands of the shell.
+std::vector<std::string> commands();
+
+/// What may stand behind @p line as the next word.
+std::vector<std::string> candidates(const std::string& line);
+
+}  // namespace ShellWords
+
+#endif

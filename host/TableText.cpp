@@ -1,0 +1,117 @@
+#include "TableText.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "TerminalText.h"
+
+namespace {
+
+using Widths = std::vector<std::size_t>;
+
+constexpr std::size_t Gap = 2;        ///< blanks between columns
+constexpr std::size_t Narrowest = 6;  ///< a column that is cut further can't be read
+constexpr const char* Bold = "\x1b[1m";
+constexpr const char* Normal = "\x1b[0m";
+
+Widths widthsOf(const Sheet& sheet) {
+    Widths widths;
+    for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
+        std::size_t width = TerminalText::width(sheet.columns[i]);
+        for (const auto& row : sheet.rows) {
+            width = std::max(width, TerminalText::width(row[i]));
+        }
+        widths.push_back(width);
+    }
+    return widths;
+}
+
+std::size_t totalOf(const Widths& widths) {
+    return std::accumulate(widths.begin(), widths.end(), std::size_t{0}) +
+           (widths.empty() ? 0 : (widths.size() - 1) * Gap);
+}
+
+/// Takes from the widest column until all fit. False when they can't.
+bool fit(Widths& widths, std::size_t width) {
+    while (totalOf(widths) > width) {
+        const auto widest = std::max_element(widths.begin(), widths.end());
+        if (*widest <= Narrowest) {
+            return false;
+        }
+        --*widest;
+    }
+    return true;
+}
+
+std::string lineOf(const std::vector<std::string>& cells, const Widths& widths) {
+    std::string line;
+    std::size_t blanks = 0;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        const std::string cell = TerminalText::cut(cells[i], widths[i]);
+        if (!cell.empty()) {
+            line += std::string(blanks, ' ') + cell;
+            blanks = 0;
+        }
+        blanks += widths[i] - TerminalText::width(cell) + Gap;
+    }
+    return line;
+}
+
+std::string tableOf(const Sheet& sheet, const Widths& widths, bool isBold) {
+    const std::string names = lineOf(sheet.columns, widths);
+    std::string text = (isBold ? Bold + names + Normal : names) + "\n";
+    for (const auto& row : sheet.rows) {
+        text += lineOf(row, widths) + "\n";
+    }
+    return text;
+}
+
+/// The columns in which any row has something.
+Sheet withoutBlankColumns(const Sheet& sheet) {
+    Sheet rest;
+    rest.rows.resize(sheet.rows.size());
+    for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
+        const bool isBlank = std::all_of(sheet.rows.begin(), sheet.rows.end(),
+                                         [i](const auto& row) { return row[i].empty(); });
+        if (isBlank && !sheet.rows.empty()) {
+            continue;
+        }
+        rest.columns.push_back(sheet.columns[i]);
+        for (std::size_t row = 0; row < sheet.rows.size(); ++row) {
+            rest.rows[row].push_back(sheet.rows[row][i]);
+        }
+    }
+    return rest;
+}
+
+/// A line a value, a blank line between rows.
+std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
+    std::string text;
+    for (const auto& row : sheet.rows) {
+        text += text.empty() ? "" : "\n";
+        for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
+            const std::string name = TerminalText::cut(sheet.columns[i], width / 2);
+            const std::size_t taken = TerminalText::width(name) + 1;
+            const std::string value = TerminalText::cut(row[i], width - std::min(taken, width));
+            text +=
+                (isBold ? Bold + name + Normal : name) + (value.empty() ? "" : " " + value) + "\n";
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string TableText::aligned(const Sheet& sheet) {
+    return tableOf(sheet, widthsOf(sheet), false);
+}
+
+std::string TableText::fitting(const Sheet& sheet, std::size_t width, bool isBold) {
+    Widths widths = widthsOf(sheet);
+    if (fit(widths, width)) {
+        return tableOf(sheet, widths, isBold);
+    }
+    const Sheet rest = withoutBlankColumns(sheet);
+    widths = widthsOf(rest);
+    return fit(widths, width) ? tableOf(rest, widths, isBold) : recordsOf(rest, width, isBold);
+}

@@ -1,0 +1,22 @@
+#ifndef TABLETEXT_H
+#define TABLETEXT_H
+
+#include <cstddef>
+#include <string>
+
+#include "Sheet.h"
+
+/// Sheets as text with aligned columns. Control characters of cells are made visible.
+namespace TableText {
+
+/// Each column as wide as it needs to be.
+std::string aligned(const Sheet& sheet);
+
+/// For a terminal of @p width columns: columns that are blank in each row are left out where all
+/// would not fit, and the widest columns are cut as far as needed. Where columns
+/// would become too narrow to be read, each value has a line to itself. @p isBold makes names bold.
+std::string fitting(const Sheet& sheet, std::size_t width, bool isBold);
+
+}  // namespace TableText
+
+#endif

@@ -1,0 +1,153 @@
+#include "TableFacts.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "CallLogColumns.h"
+#include "ClientUtils.h"
+#include "DAOFactory.h"
+#include "DASUtilsStrings.h"
+#include "DataAccessObject.h"
+#include "DatabaseAdapter.h"
+#include "Log.h"
+#include "PhonebookDAO.h"
+#include "Storage.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/// Numbers as ranges: "30", "32 to 35".
+Texts inRanges(const Texts& ids) {
+    Texts ranges;
+    for (std::size_t first = 0; first < ids.size();) {
+        std::size_t last = first;
+        while (last + 1 < ids.size() && std::stoi(ids[last + 1]) == std::stoi(ids[last]) + 1) {
+            ++last;
+        }
+        ranges.push_back(last > first ? ids[first] + " to " + ids[last] : ids[first]);
+        first = last + 1;
+    }
+    return ranges;
+}
+
+/// What a class tells in the log of its reasons, when it is asked for one that nobody serves.
+Texts reasonsOf(DataAccessObject& object, const std::string& schema) {
+    static const std::string words = "is none of ";
+    std::string told;
+    const int level = Log::level();
+    Log::setLevel(6);
+    Log::setSink([&told](const Log::Entry& entry) {
+        const std::size_t place = entry.message.find(words);
+        told = place != std::string::npos ? entry.message.substr(place + words.size()) : told;
+    });
+    const std::string request = "<Schema name=\"" + schema +
+                                "\"><ReasonForMessage>unknown_request</ReasonForMessage></Schema>";
+    object.setCurrentUser(DASUtilsStrings::UserContextBase);
+    object.handleRequest(request.c_str(), static_cast<int>(request.size()));
+    Log::setSink({});
+    Log::setLevel(level);
+    return ClientUtils::tokenizeString(told, ", ", false, false);
+}
+
+bool hasColumn(const DataAccessObject& object, const std::string& name) {
+    const auto& all = object.columns();
+    return std::any_of(all.begin(), all.end(),
+                       [&](const auto& column) { return column.name == name; });
+}
+
+std::string usersOf(const DataAccessObject& object) {
+    if (object.tableName() == DASUtilsStrings::GeneralConfigTableName) {
+        return "base, visitor, and the telephone with a blank context";
+    }
+    return hasColumn(object, DASUtilsStrings::UserContextTagName) ? "base and visitor"
+                                                                  : "the telephone";
+}
+
+Texts keyOf(DatabaseAdapter& adapter, const std::string& table) {
+    Rows rows;
+    (void)adapter.executeSQLQuery(
+        "SELECT name FROM pragma_table_info('" + table + "') WHERE pk > 0 ORDER BY pk", rows);
+    Texts names;
+    for (const auto& row : rows) {
+        names.push_back(row.at(0));
+    }
+    return names;
+}
+
+bool hasDataFile(DataAccessObject& object) {
+    std::string path = "/tmp/rows.csv";
+    PairList all;
+    object.exportData(all, path);
+    return std::filesystem::remove(Storage::devicePath(path));
+}
+
+std::vector<ColumnFacts> columnsOf(const DataAccessObject& object) {
+    std::vector<ColumnFacts> columns;
+    for (const auto& column : object.columns()) {
+        const auto& all = column.defaults;
+        const bool areEqual = std::all_of(
+            all.begin(), all.end(), [&](const std::string& each) { return each == all.front(); });
+        columns.push_back(
+            {column.name, column.type, areEqual && !all.empty() ? Texts{all.front()} : Texts(all)});
+    }
+    return columns;
+}
+
+Texts callElements() {
+    using namespace CallLogColumns;
+    Texts names;
+    for (const RowColumn column :
+         {UniqueId, EntryId, Surname, Firstname, PictureClip, Viewed, JSGroupBy}) {
+        names.push_back(element(column));
+    }
+    return names;
+}
+
+Texts callItemElements() {
+    Texts names;
+    for (std::size_t field = 0; field < CallLogColumns::FieldCount; ++field) {
+        names.push_back(CallLogColumns::element(static_cast<CallLogColumns::Field>(field)));
+    }
+    return names;
+}
+
+void addElements(SchemaFacts& facts) {
+    if (facts.table == DASUtilsStrings::PhoneBookTableName) {
+        facts.elements = PhonebookDAO::elements();
+    } else if (facts.table == DASUtilsStrings::CallLogTableName) {
+        facts.elements = callElements();
+        facts.itemElements = callItemElements();
+    } else if (facts.table != DASUtilsStrings::GeneralConfigTableName) {
+        for (const ColumnFacts& column : facts.columns) {
+            if (column.name != DASUtilsStrings::UserContextTagName) {
+                facts.elements.push_back(column.name);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+std::vector<SchemaFacts> collectFacts(const std::vector<std::string>& schemas, DAOFactory& factory,
+                                      DatabaseAdapter& adapter) {
+    std::vector<SchemaFacts> all;
+    for (const std::string& schema : schemas) {
+        const std::unique_ptr<DataAccessObject> object(factory.createDAOInstance(schema));
+        SchemaFacts facts;
+        facts.name = schema;
+        facts.table = object->tableName();
+        (void)object->createTable();  // one that is there stays
+        facts.reasons = reasonsOf(*object, schema);
+        facts.users = usersOf(*object);
+        facts.key = keyOf(adapter, facts.table);
+        facts.defaultRows = inRanges(object->defaultRowIds());
+        facts.hasDataFile = hasDataFile(*object);
+        facts.columns = columnsOf(*object);
+        addElements(facts);
+        all.push_back(std::move(facts));
+    }
+    return all;
+}

@@ -1,0 +1,592 @@
+"""Uses das as people use it: commands on data, in each format, on terminals, and used wrongly.
+
+Usage: test_commands.py DAS sanitizers=NAMES [unittest arguments]
+"""
+import csv
+import fcntl
+import io
+import json
+import os
+import pty
+import re
+import select
+import shlex
+import shutil
+import signal
+import socket
+import sqlite3
+import struct
+import subprocess
+import tempfile
+import termios
+import unicodedata
+import unittest
+from contextlib import closing
+from pathlib import Path
+
+from test_das import DAS, NOBODY, SANITIZED, SOURCES, HostTest, request
+from test_remote import PATIENCE, RemoteTest
+
+BOOK = "base,,Name,,089\n"
+
+
+def columns_of(text):
+    """Columns that a line takes on a terminal."""
+    return sum(0 if unicodedata.combining(c) else 2 if unicodedata.east_asian_width(c) in "WF" else 1
+               for c in text)
+
+
+class DemoTest(RemoteTest):
+    """Each test plays with a telephone of its own, a copy of one that was made once."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.master = Path(tempfile.mkdtemp(prefix="das-demo-"))
+        cls.addClassCleanup(shutil.rmtree, cls.master)
+        subprocess.run([DAS, "demo", cls.master / "telephone"], check=True, capture_output=True)
+
+    def setUp(self):
+        super().setUp()
+        for folder in (self.db, self.root):
+            shutil.rmtree(folder)
+        shutil.copytree(self.master / "telephone", self.place, dirs_exist_ok=True)
+        self.path = self.place / "das.sock"
+
+    def good(self, *arguments, **more):
+        run = self.das(*arguments, **more)
+        self.assertEqual((run.returncode, run.errors), (0, ""), arguments)
+        return run.stdout.decode()
+
+    def rows(self, *arguments):
+        return json.loads(self.good(*arguments, "--output", "json"))
+
+    def sql(self, *statements):
+        with closing(sqlite3.connect(self.db / "phone.db")) as database, database:
+            return [database.execute(statement).fetchall() for statement in statements][-1]
+
+    def on_terminal(self, *arguments, columns=80, typed=(), env=None):
+        """What a terminal of that width shows; each text typed waits for the words before it."""
+        screen, terminal = pty.openpty()
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        environment = self.environment(TERM="xterm", LC_ALL="C.UTF-8", **env or {})
+        shown = b""
+        with subprocess.Popen([DAS, *arguments], env=environment, cwd=self.place, stdin=terminal,
+                              stdout=terminal, stderr=terminal, start_new_session=True) as process:
+            os.close(terminal)
+            waiting = list(typed)
+            seen = 0
+            while True:
+                if waiting and waiting[0][0].encode() in shown[seen:]:
+                    seen = len(shown)
+                    while process.poll() is None and termios.tcgetattr(screen)[3] & termios.ICANON:
+                        pass  # the editor is about to take over
+                    os.write(screen, waiting.pop(0)[1].encode())
+                if not select.select([screen], [], [], PATIENCE)[0]:
+                    process.kill()
+                    self.fail(f"nothing comes any more, {waiting}: {shown.decode()}")
+                try:
+                    piece = os.read(screen, 65536)
+                except OSError:
+                    break
+                if not piece:
+                    break
+                shown += piece
+            self.assertFalse(waiting, f"never came: {waiting}\n{shown.decode()}")
+            os.close(screen)
+            process.wait(PATIENCE)
+        return process.returncode, shown.decode()
+
+
+class Data(DemoTest):
+    def test_a_telephone_to_play_with_is_the_same_each_time(self):
+        again = self.das("demo", self.place / "it's again")
+        self.assertEqual(again.returncode, 0, again.errors)
+        made = subprocess.run(["sh", "-c", again.stdout.decode() + 'printf %s "$DB_PATH"'],
+                              check=True, capture_output=True).stdout.decode()
+        self.assertEqual(Path(made), self.place / "it's again/db")
+        self.assertEqual(self.good("read", "PhoneBook", "--db", made), self.good("read", "PhoneBook"))
+        self.assertEqual(len(self.rows("read", "PhoneBook")), 200)
+        self.assertGreater(len(self.rows("read", "CallLog")), 40)
+
+    def test_rows_and_settings_are_read_written_and_deleted(self):
+        for over in ([], ["--socket", "das.sock"]):
+            with self.subTest(over=over):
+                if over:
+                    self.serve()
+                value = "<&>'\" \\ 佐藤 Zoë"
+                self.good("set", "FeatureKeys", "--id", "100", f"Label={value}", *over)
+                key, = self.rows("read", "FeatureKeys", "--where", f"Label={value}", *over)
+                self.assertEqual((key["Id"], key["Label"]), ("100", value))
+
+                number = self.rows("write", "PhoneBook", "Surname=O'Neil", "Mobile=+1 5", *over)
+                number = number[0]["UniqueID"]
+                self.good("set", "PhoneBook", "--id", number, "Company=A & B", *over)
+                found, = self.rows("search", "+1 5", *over)
+                self.assertEqual((found["Surname"], found["Company"]), ("O'Neil", "A & B"))
+                self.good("delete", "PhoneBook", "--id", number, *over)
+                self.assertEqual(self.rows("search", "+1 5", *over), [])
+
+                self.good("set", "AudioSettings", "Theme=dark", "Size=2", *over)
+                self.good("delete", "AudioSettings", "Size", *over)
+                self.good("set", "AudioSettings", "Size=3", *over)
+                self.assertEqual(self.rows("read", "AudioSettings", "--cols", "Size", *over),
+                                 [{"Context": "base", "Name": "Size", "Value": "3"}])
+
+    def test_a_call_is_written_with_its_items(self):
+        self.good("delete", "CallLogMissedCalls", "--all")
+        times = ["2026-03-01T09:00:00+01:00", "2026-03-01T10:00:00+01:00"]
+        self.good("write", "CallLogMissedCalls", "EntryId=1", "Viewed=false", "Number=12",
+                  f"TimeDate={times[0]}", "Number=12", f"TimeDate={times[1]}")
+        calls = self.rows("read", "CallLogMissedCalls", "--cols", "EntryId,Number,TimeDate")
+        self.assertEqual(calls, [{"EntryId": "1", "Number": "12", "TimeDate": time}
+                                 for time in times])
+
+    def test_a_page_of_rows(self):
+        names = [row["Id"] for row in self.rows("read", "FeatureKeys")]
+        part = self.rows("read", "FeatureKeys", "--offset", "3", "--limit", "2")
+        self.assertEqual([row["Id"] for row in part], names[3:5])
+        book = self.rows("read", "PhoneBook", "--offset", "10", "--limit", "5", "--cols", "Surname")
+        self.assertEqual(book, self.rows("read", "PhoneBook", "--cols", "Surname")[10:15])
+
+    def test_a_table_goes_to_a_file_and_back(self):
+        before = self.rows("read", "PhoneBook", "--cols", "Surname,Office")
+        self.good("export", "PhoneBook", "/tmp/book.csv", "--context", "base")
+        self.good("delete", "PhoneBook", "--all")
+        self.good("import", "PhoneBook", "/tmp/book.csv", "--context", "base")
+        self.assertEqual(self.rows("read", "PhoneBook", "--cols", "Surname,Office"), before)
+
+    def test_a_change_of_user_without_a_host_is_there_at_the_next_start(self):
+        self.good("profile", "visitor")
+        self.assertEqual(self.rows("profile"), [{"User": "visitor"}])
+        self.good("profile", "base")
+        self.assertEqual(self.rows("profile"), [{"User": "base"}])
+
+    def test_schemas_are_those_of_the_documented_tables(self):
+        text = (SOURCES / "docs/tables.md").read_text()
+        for table, section in re.findall(r"\n## (\w+)\n(.*?)(?=\n## |\Z)", text, re.S):
+            lists = {name: re.findall(r"`([^`]*)`", line)
+                     for name, line in re.findall(r"- (\w+): (.*)", section)}
+            for schema in lists["Schemas"]:
+                facts = {row["What"]: row["Value"] for row in self.rows("schemas", schema)}
+                self.assertEqual(facts["Table"], table)
+                self.assertEqual(facts["Reasons"].split(", "), lists["Reasons"])
+                columns = re.findall(r"^\| (\w+) \|", section, re.M)[1:]
+                self.assertEqual([what[7:] for what in facts if what.startswith("Column ")], columns)
+
+    def test_the_log_is_shown_as_it_comes_with_passwords_masked(self):
+        self.serve()
+        with subprocess.Popen([DAS, "trace", "--level", "5", "--socket", self.place / "das.sock"],
+                              env=self.environment(), stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE) as trace:
+            self.assertEqual(trace.stderr.readline(), b"tracing\n")
+            self.good("set", "Passwords", "UserPassword=secret42", "--socket", "das.sock")
+            seen = b""
+            while b"UserPassword" not in seen:
+                seen += trace.stdout.readline()
+            trace.terminate()
+        self.assertIn(b"'*****'", seen)
+        self.assertNotIn(b"secret42", seen)
+
+
+class Check(DemoTest):
+    def test_faults_are_found_and_the_file_is_left_alone(self):
+        rows = [
+            ("good", [], 0, "good", "integrity", "ok"),
+            ("row of no user", ["UPDATE FEATURE_KEYS SET UserContext = 'nobody' WHERE Id = '100'"],
+             1, "fault", "users", "FEATURE_KEYS: 1 rows of no user"),
+            ("leftover", ["CREATE TABLE PHONE_BOOK_OLD(x)"], 1, "fault", "leftovers",
+             "PHONE_BOOK_OLD: 0 rows, put aside by an upgrade that broke off"),
+            ("another's table", ["CREATE TABLE GAMES(x)"], 0, "note", "leftovers", "GAMES"),
+            ("missing table", ["DROP TABLE BCA_SETTINGS"], 0, "note", "tables", "BCA_SETTINGS"),
+            ("missing column", ["ALTER TABLE FEATURE_KEYS DROP COLUMN Label"], 0, "note", "columns",
+             "FEATURE_KEYS lacks Label"),
+            ("blank file", None, 0, "note", "file", "empty"),
+            ("no database", b"no database, " * 1000, 1, "fault", "integrity",
+             "file is not a database"),
+        ]
+        file = self.db / "phone.db"
+        master = file.read_bytes()
+        for name, spoil, status, verdict, subject, words in rows:
+            with self.subTest(name):
+                file.write_bytes(master if isinstance(spoil, list) else spoil or b"")
+                if spoil and isinstance(spoil, list):
+                    self.sql(*spoil)
+                before = file.read_bytes()
+                run = self.das("check", "--output", "json")
+                self.assertEqual((run.returncode, run.errors), (status, ""))
+                found = [row for row in json.loads(run.stdout) if row["Subject"] == subject]
+                self.assertTrue([row for row in found if row["Verdict"] == verdict and
+                                 words in row["Finding"] and (verdict == "good" or row["Next"])],
+                                found)
+                self.assertEqual(file.read_bytes(), before)
+                self.assertEqual(os.listdir(self.db), ["phone.db"])
+
+    def test_a_commit_that_was_cut_off_is_told_and_left_to_the_service(self):
+        (self.db / "phone.db-journal").write_bytes(b"\xd9\xd5\x05\xf9 \xa1c\xd7" + b"\0" * 504)
+        run = self.das("check", "--output", "json")
+        self.assertEqual(run.returncode, 0, run.stdout)
+        self.assertIn("the next start takes back", run.stdout.decode())
+        self.assertEqual(len(os.listdir(self.db)), 2)
+
+
+class Formats(DemoTest):
+    VALUE = "a,\"b\"\n\x7f\x1b[31m\x9b佐藤\u202e"
+
+    def setUp(self):
+        super().setUp()
+        self.sql("UPDATE FEATURE_KEYS SET Label = '" + self.VALUE + "' WHERE Id = '100'")
+
+    READ = ("read", "FeatureKeys", "--id", "100", "--cols", "Id,Label")
+
+    def test_a_value_comes_through_each_format(self):
+        read = lambda name: self.das(*self.READ, "--output", name).stdout.decode()
+        self.assertEqual(json.loads(read("json")), [{"Id": "100", "Label": self.VALUE}])
+        self.assertIsNone(re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f]", read("json")))
+        self.assertEqual(list(csv.reader(io.StringIO(read("csv"), newline=""))),
+                         [["Id", "Label"], ["100", self.VALUE]])
+        self.assertEqual(read("raw"), request(
+            "read_response", f"<Entry><Id>100</Id><Label>{self.VALUE}</Label></Entry>") + "\n")
+        shown = 'a,"b"\\n\\x7f\\x1b[31m\\x9b佐藤\\u{202e}'
+        self.assertEqual(read("table"), f"Id   Label\n100  {shown}\n")
+        self.assertEqual(self.das(*self.READ).stdout.decode(), f"Id\tLabel\n100\t{shown}\n")
+
+    def test_an_explicit_format_is_the_same_on_a_terminal(self):
+        self.sql("UPDATE FEATURE_KEYS SET Label = '佐藤 Zoë' WHERE Id = '100'")
+        for name in ("raw", "json", "table", "csv"):
+            with self.subTest(name):
+                piped = self.good(*self.READ, "--output", name)
+                status, shown = self.on_terminal(*self.READ, "--output", name, columns=20)
+                self.assertEqual((status, shown.replace("\r\n", "\n")), (0, piped))
+
+    def test_a_terminal_gets_what_fits_it(self):
+        for columns in (80, 40, 20):
+            for command in (["read", "PhoneBook", "--limit", "40"], ["read", "CallLog"],
+                            ["schemas"], ["check"], self.READ, ["schemas", "PhoneBook"]):
+                with self.subTest(columns=columns, command=command):
+                    status, shown = self.on_terminal(*command, columns=columns,
+                                                     env={"NO_COLOR": "1"})
+                    self.assertEqual(status, 0, shown)
+                    self.assertIsNone(re.search("[\x00-\x09\x0b-\x0c\x0e-\x1f\x7f-\x9f\u202e]", shown))
+                    lines = shown.split("\r\n")
+                    self.assertLessEqual(max(map(columns_of, lines)), columns)
+                    self.assertEqual(lines[-1], "")
+
+    def test_wide_characters_line_up(self):
+        _, shown = self.on_terminal("read", "PhoneBook", "--cols", "Surname,Office",
+                                    env={"NO_COLOR": ""})
+        places = {columns_of(line[:line.index("+49")]) for line in shown.split("\r\n")
+                  if "+49" in line}
+        self.assertEqual(len(places), 1, places)
+        self.assertIn("\x1b[1m", shown, "the names are bold")
+        _, cut = self.on_terminal("read", "PhoneBook", "--cols", "Surname,Office", columns=20)
+        self.assertIn("…", cut)
+        _, plain = self.on_terminal("read", "PhoneBook", "--cols", "Surname,Office", "--plain")
+        self.assertEqual(plain.replace("\r\n", "\n").expandtabs(8),
+                         self.good("read", "PhoneBook", "--cols", "Surname,Office").expandtabs(8))
+
+
+class Help(DemoTest):
+    def texts(self, command):
+        return self.good("help", command)
+
+    def commands(self):
+        listed = self.good("help").split("\nCommands:\n")[1]
+        return re.findall(r"^  (\w+)", listed, re.M)
+
+    def test_help_manual_and_completion_say_the_same(self):
+        page = self.good("help", "--man").replace("\\-", "-")
+        completion = self.good("help", "--completion")
+        sections = dict(re.findall(r"^\.SS das (\w+)(.*?)(?=^\.S)", page, re.M | re.S))
+        cases = dict(re.findall(r'^        (\w+)\) options="\$common(.*?)"', completion, re.M))
+        common = set(re.search(r"common='(.*?)'", completion)[1].split())
+        self.assertEqual(list(sections), self.commands())
+        self.assertEqual(list(cases), self.commands())
+        for command in self.commands():
+            with self.subTest(command):
+                text = self.texts(command)
+                self.assertEqual(self.good(command, "--help"), text)
+                helped = set(re.findall(r"^  (--\w+)", text, re.M))
+                self.assertEqual(set(cases[command].split()) | common, helped)
+                self.assertEqual(set(re.findall(r"^\.B (--\w+)", sections[command], re.M)),
+                                 helped - common)
+                for line in self.examples(text):
+                    self.assertIn(line.replace("\\", "\\e"), sections[command])
+
+    def test_the_manual_page_has_no_warning(self):
+        page = self.file("das.1", self.good("help", "--man"))
+        if shutil.which("man") is None:
+            self.skipTest("man is not installed")
+        run = subprocess.run(["man", "--warnings", "-l", page], capture_output=True, check=True,
+                             env={**os.environ, "MANWIDTH": "80", "LC_ALL": "C.UTF-8"})
+        self.assertEqual(run.stderr, b"")
+
+    def test_bash_completes(self):
+        script = self.file("das.bash", self.good("help", "--completion"))
+        rows = [("das rea", "read"), ("das read --li", "--limit"), ("das read PhoneB", "PhoneBook"),
+                ("das read PhoneBook --context v", "visitor"), ("das --db . prof", "profile"),
+                ("das call setPr", "setProfile"), ("das check --output j", "json"),
+                ("das help ser", "serve")]
+        for line, expected in rows:
+            with self.subTest(line):
+                words = shlex.split(line)
+                run = subprocess.run(
+                    ["bash", "-c", f'. {shlex.quote(str(script))}; COMP_WORDS=({line}); '
+                     f'COMP_CWORD={len(words) - 1}; _das; echo "${{COMPREPLY[@]}}"'],
+                    env=self.environment(PATH=f"{DAS.parent}:{os.environ['PATH']}"),
+                    capture_output=True, check=True, text=True)
+                self.assertEqual((run.stdout.split(), run.stderr), ([expected], ""))
+
+    def wait_for(self, path, process):
+        while True:
+            with socket.socket(socket.AF_UNIX) as client:
+                if client.connect_ex(str(path)) == 0:
+                    return
+            self.assertIsNone(process.poll())
+
+    @staticmethod
+    def examples(text):
+        part = text.split("\nExamples")[1].split("\nExit status")[0]
+        return re.findall(r"^  (\S.*)$", part, re.M)
+
+    def test_each_example_works(self):
+        self.serve()
+        environment = self.environment(PATH=f"{DAS.parent}:{os.environ['PATH']}")
+        for command in self.commands():
+            lines = self.examples(self.texts(command))
+            self.assertTrue(lines, command)
+            for line in lines:
+                with self.subTest(line), subprocess.Popen(
+                        ["sh", "-c", "exec " + line if "|" not in line else line], cwd=self.place,
+                        env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                        stderr=subprocess.PIPE) as process:
+                    if command == "serve":
+                        self.wait_for(self.place / "other.sock", process)
+                        process.terminate()
+                    elif command == "watch":
+                        self.assertEqual(process.stderr.readline(), b"watching\n")
+                        self.end_host()
+                    _, errors = process.communicate(timeout=PATIENCE)
+                    self.assertEqual(process.returncode, 0, errors)
+
+
+class Shell(DemoTest):
+    def test_a_conversation(self):
+        status, shown = self.on_terminal("shell", typed=[
+            ("das> ", "prof\t\n"),
+            ("base", "read Featurekeys\n"),
+            ("did you mean FeatureKeys", "set FeatureKeys --id 100 'Label=Two words'\n"),
+            ("das> ", "read FeatureK\t"),
+            ("ey", "s --id 100 --cols Label\n"),
+            ("Two words", "set FeatureKeys --id 101 Lab\t"),
+            ("el=", "Typed\n"),
+            ("das> ", "call setProfile NewProfile=visitor\n"),
+            ("Acknowledge=true", "getCurrentUser\n"),
+            ("visitor", "\x1b[A\x1b[A\n"),                               # two lines back in history
+            ("Acknowledge=true", "quit\n"),
+        ])
+        self.assertEqual(status, 0, shown)
+        self.assertEqual(self.rows("read", "FeatureKeys", "--id", "101", "--cols", "Label"),
+                         [{"Label": "Typed"}])
+
+    def test_the_end_of_input_ends_it(self):
+        status, shown = self.on_terminal("shell", typed=[("das> ", "\x04")])
+        self.assertEqual((status, shown[-2:]), (0, "\r\n"))
+
+    def test_lines_from_a_pipe(self):
+        rows = [
+            ("good", ["profile", "", "read FeatureKeys --id 100 --cols Id"], 0, "User\nbase\nId\n100\n"),
+            ("the rest is done", ["bogus", "profile"], 2, "User\nbase\n"),
+            ("a request", [request("read_request", "<ResultCols>Id</ResultCols><Id>32</Id>")], 0,
+             request("read_response", "<Entry><Id>32</Id></Entry>") + "\n"),
+            ("a failure", [request("fly_request")], 1, request("failure") + "\n"),
+            ("quit", ["quit", "profile"], 0, ""),
+            ("an open quote", ["read 'x"], 2, ""),
+            ("another place", ["profile --db x"], 2, ""),
+        ]
+        self.serve()
+        for over in ([], ["--socket", self.path]):
+            for name, lines, status, answers in rows:
+                with self.subTest(name, over=over):
+                    run = self.das("shell", *over, lines=lines)
+                    self.assertEqual((run.returncode, run.stdout.decode()), (status, answers),
+                                     run.errors)
+
+
+class Ends(DemoTest):
+    COMMANDS = [["read", "PhoneBook"], ["schemas"], ["check"], ["help"], ["profile"],
+                ["search", "1"], ["shell"], ["trace"]]
+
+    def test_a_reader_that_is_gone_ends_each_command(self):
+        for command in self.COMMANDS:
+            with self.subTest(command=command):
+                reader, writer = os.pipe()
+                os.close(reader)
+                with open(writer, "wb") as pipe:
+                    run = self.das(*command, stdout=pipe, lines=["profile"])
+                self.assertEqual((run.returncode, run.errors),
+                                 (1, "das: standard output: Broken pipe\n"))
+
+    def test_an_import_that_is_interrupted_leaves_the_rows_as_they_were(self):
+        before = self.rows("read", "PhoneBook", "--cols", "Surname,Office")
+        (self.root / "data/book.csv").write_text(BOOK * 400000)
+        screen, terminal = pty.openpty()
+        with subprocess.Popen([DAS, "import", "PhoneBook", "/data/book.csv", "--context", "base"],
+                              env=self.environment(DAS_PROGRESS_AFTER="0"), stdin=terminal,
+                              stdout=terminal, stderr=terminal, start_new_session=True) as process:
+            os.close(terminal)
+            shown = b""
+            while not re.search(rb"import, [1-9]\d* rows, \d+ %", shown):
+                shown += os.read(screen, 4096)
+            process.send_signal(signal.SIGINT)
+            while b"taken back" not in shown:
+                shown += os.read(screen, 4096)
+            self.assertEqual(process.wait(PATIENCE), 130)
+            os.close(screen)
+        self.assertEqual(self.rows("read", "PhoneBook", "--cols", "Surname,Office"), before)
+
+    def test_an_upgrade_shows_its_steps_on_a_terminal(self):
+        status, shown = self.on_terminal("profile", env={"DAS_PROGRESS_AFTER": "0"})
+        self.assertEqual(status, 0)
+        self.assertRegex(shown, r"\rupgrade, step [1-9]\d* of \d+, \d+ %")
+        self.assertNotIn("upgrade", self.good("profile"))
+
+
+class Errors(DemoTest):
+    def test_each_failure_is_told(self):
+        host = self.place / "das.sock"
+        self.serve()
+        stale = self.place / "stale"
+        with socket.socket(socket.AF_UNIX) as left:
+            left.bind(str(stale))
+        datagram = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(datagram.close)
+        datagram.bind(str(self.place / "datagram"))
+        self.file("file", "")
+        (self.place / "full").mkdir()
+        self.file("full/x", "")
+        rows = [
+            # command line, exit status, what standard error says
+            ("", 2, "a command is required; das help lists them"),
+            ("raed PhoneBook", 2, "raed: no such command; did you mean read?"),
+            ("exprot", 2, "did you mean export?"),
+            ("zzz", 2, "zzz: no such command; das help lists them"),
+            ("--sokcet x read PhoneBook", 2, "--sokcet: .* no such option; did you mean --socket?"),
+            ("read PhoneBook --limitt 3", 2, "did you mean --limit?"),
+            ("read PhoneBook --zzzzzz", 2, "--zzzzzz: das read has no such option; das help read"),
+            ("read PhoneBook --limit", 2, "--limit"),
+            ("read", 2, "SCHEMA is missing; the usage is das read "),
+            ("read PhoneBook CallLog", 2, "CallLog: an argument too many; the usage is das read "),
+            ("read Phonebook", 2, "Phonebook: no such schema; did you mean PhoneBook"),
+            ("read CalLog", 2, "did you mean CallLog"),
+            ("read Zzzzzzzz", 2, "Zzzzzzzz: no such schema; das schemas lists them"),
+            ("read PhoneBook --context vistor", 2, "vistor: no such user; did you mean visitor?"),
+            ("read PhoneBook --context x", 2, "x: no such user; base or visitor"),
+            ("read PhoneBook --cols Surnam", 2, "Surnam: PhoneBook has no such column; did you mean Surname"),
+            ("read PhoneBook --cols ,", 0, r"\A\Z"),
+            ("read FeatureKeys --where label=x", 2, "did you mean Label"),
+            ("read FeatureKeys --where Label", 2, "Label: not of the form NAME=VALUE"),
+            ("read FeatureKeys --where =x", 2, "=x: not of the form NAME=VALUE"),
+            ("read FeatureKeys --limit x", 2, "--limit x: not a number"),
+            ("read FeatureKeys --offset -1", 2, "--offset"),
+            ("read FeatureKeys --limit 99999999999", 2, "99999999999: not a number"),
+            ("read FeatureKeys --id 'x;DROP'", 1, "read FeatureKeys: the service answered a failure"),
+            ("read FeatureKeys --output jsn", 2, "--output jsn: no such format; did you mean json?"),
+            ("read FeatureKeys --output zzz", 2, "raw, json, table or csv"),
+            ("read Locale --id 3", 2, "settings have no rows"),
+            ("read Locale --cols 1x", 2, "1x: no item can have this name"),
+            ("set PhoneBook", 2, "NAME=VALUE is missing"),
+            ("set FeatureKeys Label=x", 2, "set FeatureKeys: no row is named; by --id ID"),
+            ("set FeatureKeys --where Label=x Label=y", 2, "by --id ID"),
+            ("set FeatureKeys --id 100 Lable=x", 2, "Lable: .* did you mean Label"),
+            ("set FeatureKeys --id 100 Label", 2, "not of the form NAME=VALUE"),
+            ("set FeatureKeys --id 100 'Label=\x01'", 2, "control character"),
+            ("set PhoneBook Company=x", 2, "no row is named; by --id ID or --where COL=VALUE"),
+            ("set CallLog Surname=x", 2, "CallLog has no update_request; .*it takes write, delete, read"),
+            ("set Locale Context=x", 2, "Context: no item can have this name"),
+            ("set Locale a-b=x", 2, "a-b: no item can have this name"),
+            ("write FeatureKeys Id=7", 2, "has no write_request; .*it takes set, read"),
+            ("write CodecSettings CodecRank=1", 2, "the row has no key; give CodecType=VALUE"),
+            ("write PhoneBook Surname", 2, "not of the form"),
+            ("write Locale Language=de", 1, "write Locale: the service answered a failure"),
+            ("delete PhoneBook", 2, "no row is named; .*--all"),
+            ("delete PhoneBook --all --id 3", 2, "say different things"),
+            ("delete PhoneBook Surname", 2, "Surname is no item of settings"),
+            ("delete CodecSettings --all", 2, "its rows go one by one"),
+            ("delete FeatureKeys --id 100", 2, "has no delete_request"),
+            ("delete Locale", 2, "no item is named"),
+            ("search ''", 2, "the number is empty"),
+            ("search", 2, "NUMBER is missing"),
+            ("search 1 --limit x", 2, "not a number"),
+            ("export FeatureKeys /tmp/x", 2, "this schema has no data files"),
+            ("export PhoneBook x.csv", 2, "x.csv: not a path of the telephone"),
+            ("export PhoneBook /none/x.csv", 2, "/none/x.csv: No such file or directory; .*root/none"),
+            ("export PhoneBook /data", 2, "/data: Is a directory"),
+            ("import PhoneBook /data/none", 2, "/data/none: No such file or directory"),
+            ("import PhoneBook /../../x", 2, "Operation not permitted"),
+            ("import PhoneBook", 2, "FILE is missing"),
+            ("import Phonebok /x", 2, "did you mean PhoneBook"),
+            ("profile root", 2, "root: no such user"),
+            ("profile bas", 2, "did you mean base?"),
+            ("call setProfil", 2, "setProfil: unknown method; did you mean setProfile?"),
+            ("call zzz", 2, "das call --help lists them"),
+            ("call setProfile NewProfil=base", 1, "NewProfil: no such parameter; .*did you mean NewProfile?"),
+            ("call setProfile NewProfile", 2, "not of the form NAME=VALUE"),
+            ("schemas Nope", 2, "Nope: no such schema"),
+            ("check --socket x", 2, "--socket has no place here"),
+            ("check --db none", 1, r"\A\Z"),
+            ("demo full", 2, "full: is there, and is no empty folder"),
+            ("demo file", 2, "is no empty folder"),
+            ("demo file/x", 2, "Not a directory"),
+            ("demo x --db y", 2, "have no place here"),
+            ("help raed", 2, "raed: no such command; did you mean read?"),
+            ("serve", 2, "one of --socket and --stdio is required"),
+            ("watch", 2, "--socket is required"),
+            ("trace --level x", 2, "--level x: not a number"),
+            ("trace none", 2, "none: No such file or directory"),
+            ("trace file --socket das.sock", 2, "files have no place beside --socket"),
+            ("read PhoneBook --socket missing", 2,
+             "missing: No such file or directory; the socket is missing: .*das serve --socket"),
+            ("read PhoneBook --socket none/x", 2, "the socket is missing"),
+            ("read PhoneBook --socket stale", 2, "Connection refused; the socket is stale"),
+            ("read PhoneBook --socket file", 2, "file: Connection refused; refused: this is no socket"),
+            ("read PhoneBook --socket datagram", 2, "datagram: .*refused: this is no socket of a host"),
+            (f"read PhoneBook --socket {'x' * 200}", 2, "the path of a socket has at most"),
+            ("read PhoneBook --socket ''", 2, "the path of the socket is empty"),
+            ("watch --socket stale", 2, "the socket is stale"),
+            ("request --socket missing", 2, "the socket is missing"),
+            ("read FeatureKeys --id 'x;' --socket das.sock", 1, "the log of the host tells more"),
+        ]
+        before = {name: self.das("read", name, "--output", "raw").stdout
+                  for name in ("PhoneBook", "FeatureKeys", "CallLog", "Locale")}
+        for line, status, words in rows:
+            with self.subTest(line):
+                run = self.das(*shlex.split(line))
+                self.assertEqual(run.returncode, status, run.errors)
+                self.assertRegex(run.errors, words)
+                if run.errors:
+                    self.assertRegex(run.errors, r"(\A|\n)das: [^\n]*\n(DataAcc[^\n]*\n)?\Z")
+                if status == 2:
+                    self.assertEqual(run.stdout, b"")
+        for name, text in before.items():
+            self.assertEqual(self.das("read", name, "--output", "raw").stdout, text,
+                             "nothing is half done")
+
+    @unittest.skipUnless(os.getuid() == 0, "another user is needed")
+    def test_a_forbidden_socket_is_told(self):
+        self.serve()
+        run = self.das("read", "PhoneBook", "--socket", self.path, user=NOBODY, group=NOBODY,
+                       extra_groups=[])
+        self.assertEqual(run.returncode, 2)
+        self.assertIn("Permission denied; the socket is forbidden", run.errors)
+
+    def test_sqlite_is_quoted(self):
+        self.sql("DROP TABLE FEATURE_KEYS", "CREATE TABLE FEATURE_KEYS(x)",
+                 "INSERT INTO FEATURE_KEYS VALUES (1)")
+        run = self.das("read", "FeatureKeys", "--id", "100")
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("no such column", run.errors)
+
+
+if __name__ == "__main__":
+    unittest.main()
