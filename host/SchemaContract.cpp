@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "DASUtilsStrings.h"
+#include "RequestText.h"
+
 namespace {
 
 using KnownSchemas::Entry;
@@ -61,14 +64,8 @@ void addWords(Lines& lines, const Texts& words) {
 
 // ---- What the tables tell
 
-bool isOfSettings(const Entry& schema) {
-    return schema.elements.empty();
-}
-
-/// Contacts, call groups, calls and conversations speak of rows by elements of a frame.
 bool isOfLists(const Entry& schema) {
-    static const Texts tables = {"PHONE_BOOK", "CALL_GROUP", "CALL_LOG", "CONVERSATIONS"};
-    return std::find(tables.begin(), tables.end(), schema.table) != tables.end();
+    return RequestText::formOf(schema) == RequestText::Form::List;
 }
 
 std::string answerTo(const std::string& reason) {
@@ -88,7 +85,7 @@ Texts answersOf(const Entry& schema) {
             answers.push_back(answer);
         }
     }
-    if (schema.table == "CONVERSATIONS") {
+    if (schema.table == DASUtilsStrings::ConversationsTableName) {
         answers.emplace_back("read_response_with_join");
     }
     answers.emplace_back("failure");
@@ -103,27 +100,35 @@ void addNames(Texts& names, const Texts& more) {
     }
 }
 
+Texts itemElements(const Entry& schema, Side side) {
+    const bool isJoined =
+        schema.table == DASUtilsStrings::ConversationsTableName && side == Side::Answer;
+    Texts names = isJoined ? KnownSchemas::find("CallLog")->itemElements : schema.itemElements;
+    if (!names.empty()) {
+        addNames(names, {"DeflectNumber", "TransferType"});
+    }
+    return names;
+}
+
 /// Elements of a row; in answers also those of the rows that are joined to it.
 Texts rowElements(const Entry& schema, Side side) {
     Texts names = schema.elements;
     if (side == Side::Request) {
         if (!isOfLists(schema)) {
             addNames(names, {"Id"});
-        } else if (schema.table == "PHONE_BOOK") {
+        } else if (schema.table == DASUtilsStrings::PhoneBookTableName) {
             addNames(names, {"SurnameLike", "FirstnameLike"});
         }
-    } else if (schema.name == "CallLogAndPhoneBook" || schema.table == "CONVERSATIONS") {
+    } else if (schema.name == "CallLogAndPhoneBook" ||
+               schema.table == DASUtilsStrings::ConversationsTableName) {
         addNames(names, KnownSchemas::find("PhoneBook")->elements);
         addNames(names, KnownSchemas::find("CallLog")->elements);
     }
-    return names;
-}
-
-Texts itemElements(const Entry& schema, Side side) {
-    const bool isJoined = schema.table == "CONVERSATIONS" && side == Side::Answer;
-    Texts names = isJoined ? KnownSchemas::find("CallLog")->itemElements : schema.itemElements;
-    if (!names.empty()) {
-        addNames(names, {"DeflectNumber", "TransferType"});
+    if (side == Side::Answer && !itemElements(schema, side).empty()) {
+        addNames(names, {"Category"});  // the answer tells it, the name of the schema settles it
+    }
+    if (side == Side::Answer && schema.name == "CallLogAndPhoneBook") {
+        addNames(names, {DASUtilsStrings::UserContextTagName});  // of the contact
     }
     return names;
 }
@@ -150,8 +155,9 @@ void addNameAttribute(Lines& lines, const Entry& schema) {
 
 /// Names of columns with one blank between them.
 void addResultColsType(Lines& lines) {
+    const std::string word = "[A-Za-z0-9_]+(\\.([A-Za-z0-9_]+|\\*))?";
     lines.open("simpleType", named("Columns")).open("restriction", "base=\"xs:string\"");
-    lines.add("<xs:pattern value=\"(\\w+(\\.(\\w+|\\*))?( \\w+(\\.(\\w+|\\*))?)*)?\"/>");
+    lines.add("<xs:pattern value=\"(" + word + "( " + word + ")*)?\"/>");
     lines.close(2);
 }
 
@@ -252,7 +258,7 @@ std::string SchemaContract::xsd(const Entry& schema, Side side) {
     lines.add(std::string("<!-- ") + (side == Side::Request ? "Requests to " : "Answers of ") +
               schema.name + ", written by das schema from the tables of the service. -->");
     lines.open("schema", "xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"");
-    if (isOfSettings(schema)) {
+    if (RequestText::formOf(schema) == RequestText::Form::Settings) {
         addSettingsMessage(lines, schema, side);
     } else {
         addTableMessage(lines, schema, side);
@@ -265,7 +271,7 @@ std::string SchemaContract::rowsJson(const Entry& schema) {
     const Json text = {{"type", "string"}};
     Texts names = rowElements(schema, Side::Answer);
     addNames(names, itemElements(schema, Side::Answer));
-    if (isOfSettings(schema)) {
+    if (RequestText::formOf(schema) == RequestText::Form::Settings) {
         names = {"Context", "Name", "Value"};
     }
     Json properties = Json::object();

@@ -521,19 +521,19 @@ class Client:
     # One-way methods: they give nothing back. The next call is answered when they are done.
 
     def clear_mobile_userdata(self) -> None:
-        """Deletes the visitor's settings and keys."""
+        """Wipes what the visitor has; his call groups go back to their defaults."""
         self.call("clearMobileUserdata")
 
     def clear_mobile_user_dls_data(self) -> None:
-        """Deletes the visitor's contacts and calls, too."""
+        """Deletes the visitor's contacts and calls."""
         self.call("clearMobileUserDLSdata")
 
     def copy_base_data_to_visitor(self) -> None:
-        """Gives the visitor what base has."""
+        """Copies rows of base over those of the visitor, without the password."""
         self.call("copyBaseDataToVisitor")
 
     def delete_visitor_user_password(self) -> None:
-        """Deletes the visitor's password."""
+        """Deletes the password and the login state that the visitor has set."""
         self.call("deleteVisitorUserPassword")
 
     def delete_uc_credentials(self) -> None:

@@ -1,0 +1,133 @@
+"""Holds the published contracts against the code that they are made from, and every message of the
+tests against the contracts.
+
+Usage: test_contracts.py DAS SERVICE_TESTS [unittest arguments]
+"""
+import filecmp
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from collections import defaultdict
+from pathlib import Path
+
+SOURCES = Path(__file__).resolve().parents[2]
+DAS, SERVICE_TESTS = (Path(sys.argv.pop(1)).resolve() for _ in range(2))
+CONTRACTS = SOURCES / "contracts"
+WORDS = re.compile("getCurrentUser|getDefaultKeyData|saveContactsToCSV|"
+                   "(get|set)WhetherRequestContentShowableOnTheAurelTrace.*")
+SCHEMA = re.compile('<Schema name="([^"]*)"')
+
+REFUSED = "a reason, a user, a word or a number that is refused"
+
+# Tests with requests that no careful client sends, and what these are. Each must still need its row.
+REQUESTS = {
+    "CallGroupDAOTest.FirstRequestOfAnyReasonFindsSixteenBlankGroupsOfEachUser": REFUSED,
+    "CallGroupDAOTest.RequestsChangeNamesOfOneUserAndNothingElse": REFUSED,
+    "CallLogDAOTest.EveryElementFillsItsColumn": "elements that are ignored",
+    "CallLogDAOTest.FilesBringTheRowsOfOneUserInEitherOrder": REFUSED,
+    "CallLogDAOTest.RequestsFindWhatTheyDescribe": REFUSED,
+    "CallLogDAOTest.TextsComeBackAsTheyWereSent": REFUSED,
+    "CallLogDAOTest.WritesThatCannotBeLeaveTheTableAsItWas": "damaged, unknown and misplaced",
+    "ConversationsDAOTest.RequestsThatCannotBeServedChangeNothing": "damaged, and what is refused",
+    "DataAccessObjectTest.AnyRequestMakesTheTableOnce": REFUSED,
+    "DataAccessObjectTest.ReadsAnswerWhatWasAskedFor":
+        "what is refused or ignored, and users that nobody is",
+    "DataAccessObjectTest.UpdatesWriteTheRowsThatAreNamed":
+        "elements that are ignored, and a user that nobody is",
+    "DataAccessServiceTest.BadMessagesAreAnsweredAndTheNextIsServed": "damaged",
+    "DataAccessServiceTest.TheFirstWordSchemaDecides": "no messages of any schema",
+    "FurtherTablesTest.ASchemaInsideOfARequestReachesNoOtherTable": "a second root",
+    "FurtherTablesTest.BluetoothListsAreApartByKindAndUser": "an element that is ignored",
+    "FurtherTablesTest.DialPlanEntriesGetTheirNumbersAndAreDeletedByWhatTheyHold": REFUSED,
+    "GeneralConfigurationDAOTest.AnswersStandInTheContextOfTheirRows": REFUSED,
+    "GeneralConfigurationDAOTest.TextsThatLookLikeSqlStayTexts": "a schema and words that are SQL",
+    "MediaTablesTest.CodecTableIsRepairedByTheFirstRequestAndLeftByTheSecond": REFUSED,
+    "MediaTablesTest.ReadsGiveRowsByRankWithTheColumnsAskedFor": REFUSED,
+    "PhonebookDAOTest.EveryElementFillsItsColumnAndComesBackInTheOrderOfTheTable":
+        "an element that is ignored",
+    "PhonebookDAOTest.RequestsFindWhatTheyDescribe": REFUSED,
+    "PhonebookDAOTest.UsersKeepSeparateBooks": REFUSED,
+    "TablesDocumentTest.TellsTheTablesAsTheyAre": REFUSED,
+}
+
+# The same for answers, which are as their contract says whatever was asked, but for these.
+ANSWERS = {
+    "DataAccessObjectTest.ReadsAnswerWhatWasAskedFor": "users that nobody is come back as sent",
+    "DataAccessServiceTest.TheFirstWordSchemaDecides": "a name that was cut from a strange place",
+}
+
+
+def records(folder):
+    """Test, request and answer of each exchange."""
+    for path in sorted(Path(folder).iterdir()):
+        data = path.read_bytes()
+        place = 0
+        while place < len(data):
+            start = data.index(b"\n", place) + 1
+            request, answer = map(int, data[place:start].split())
+            yield path.name, data[start:start + request], data[start + request:start + request + answer]
+            place = start + request + answer + 1
+
+
+def invalid(contract, messages):
+    """Places in the list of those messages that the contract does not allow, each with the reason."""
+    with tempfile.TemporaryDirectory() as folder:
+        for number, message in enumerate(messages):
+            (Path(folder) / str(number)).write_bytes(message)
+        run = subprocess.run(["xmllint", "--noout", "--nonet", "--schema", contract,
+                              *map(str, range(len(messages)))], cwd=folder, text=True, check=False,
+                             stderr=subprocess.PIPE, errors="replace")
+    found = {}
+    for line in run.stderr.splitlines():
+        told = re.match(r"(\d+)(:| fails to validate)(.*)", line)
+        if told:
+            found.setdefault(int(told[1]), told[3])
+    if run.returncode not in (0, 1, 3, 4) or bool(found) != bool(run.returncode):
+        raise AssertionError(f"{contract.name}: {run.stderr}")
+    return found
+
+
+class Contracts(unittest.TestCase):
+    def test_the_files_are_those_that_das_writes(self):
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([DAS, "schema", "--write", folder], check=True)
+            for left, right in ((folder, CONTRACTS), (f"{folder}/xsd", CONTRACTS / "xsd")):
+                names = sorted(os.listdir(left))
+                self.assertEqual(names, sorted(os.listdir(right)))
+                files = [name for name in names if name != "xsd"]
+                self.assertEqual(filecmp.cmpfiles(left, right, files, shallow=False)[1:], ([], []),
+                                 "run scripts/contracts")
+
+    def test_every_message_of_the_service_tests_is_as_its_contract_says(self):
+        texts = {"request": defaultdict(set), "answer": defaultdict(set)}  # to the tests they are of
+        strange = {"request": {}, "answer": {}}
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([SERVICE_TESTS, "--gtest_brief=1"], check=True, stdout=subprocess.DEVNULL,
+                           env={**os.environ, "DAS_MESSAGES": folder})
+            for test, request, answer in records(folder):
+                name = SCHEMA.search(request.decode(errors="replace"))
+                if name and (CONTRACTS / "xsd" / f"{name[1]}.request.xsd").exists():
+                    texts["request"][name[1], request].add(test)
+                    texts["answer"][name[1], answer].add(test)
+                elif not WORDS.fullmatch(request.decode(errors="replace")):
+                    strange["request"][test] = (request[:300], "to no schema")
+        for side, exceptions in (("request", REQUESTS), ("answer", ANSWERS)):
+            self.assertGreater(len(texts[side]), 300)
+            for schema in sorted({schema for schema, _ in texts[side]}):
+                messages = sorted(text for name, text in texts[side] if name == schema)
+                found = invalid(CONTRACTS / "xsd" / f"{schema}.{side}.xsd", messages)
+                for place, why in found.items():
+                    for test in texts[side][schema, messages[place]]:
+                        strange[side][test] = (messages[place][:300], why)
+            with self.subTest(side):
+                self.maxDiff = None
+                self.assertEqual({test: told for test, told in strange[side].items()
+                                  if test not in exceptions}, {}, "mend it, or name it above")
+                self.assertEqual(set(exceptions) - set(strange[side]), set(), "nothing needs these")
+
+
+if __name__ == "__main__":
+    unittest.main()
