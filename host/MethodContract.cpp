@@ -117,6 +117,15 @@ Json events() {
              eventOf("Status", objectOf({{"item", text}, {"value", text}}, {"item", "value"}))}};
 }
 
+/// The answer to what is no call, which has no id to go by.
+Json errorOf(int code, const char* text) {
+    const Json error = objectOf({{"code", {{"const", code}}}, {"message", {{"const", text}}}},
+                                {"code", "message"});
+    return objectOf(
+        {{"jsonrpc", {{"const", "2.0"}}}, {"id", {{"const", nullptr}}}, {"error", error}},
+        {"jsonrpc", "id", "error"});
+}
+
 /// References to all members of @p group, of which a message is one.
 void addReferences(Json& references, const std::string& group, const Json& members) {
     for (const auto& member : members.items()) {
@@ -142,6 +151,12 @@ std::string MethodContract::json() {
     const Json all = {{"$schema", "https://json-schema.org/draft/2020-12/schema"},
                       {"title", "Remote methods of the data access service"},
                       {"anyOf", references},
-                      {"$defs", {{"calls", calls}, {"results", results}, {"events", events()}}}};
+                      {"$defs",
+                       {{"calls", calls},
+                        {"results", results},
+                        {"events", events()},
+                        {"errors",
+                         {{"ParseError", errorOf(-32700, "Parse error")},
+                          {"InvalidRequest", errorOf(-32600, "Invalid Request")}}}}}};
     return all.dump(2) + "\n";
 }

@@ -4,12 +4,14 @@ tests against the contracts.
 Usage: test_contracts.py DAS SERVICE_TESTS [unittest arguments]
 """
 import filecmp
+import json
 import os
 import re
 import subprocess
 import sys
 import tempfile
 import unittest
+import xml.etree.ElementTree as ElementTree
 from collections import defaultdict
 from pathlib import Path
 
@@ -59,6 +61,9 @@ ANSWERS = {
     "DataAccessServiceTest.TheFirstWordSchemaDecides": "a name that was cut from a strange place",
 }
 
+# The one test that sends calls which are damaged, incomplete or to nobody; the answers are none.
+BROKEN_CALLS = "Messages.test_each_message_is_answered_on_both_ways"
+
 
 def records(folder):
     """Test, request and answer of each exchange."""
@@ -88,6 +93,88 @@ def invalid(contract, messages):
     if run.returncode not in (0, 1, 3, 4) or bool(found) != bool(run.returncode):
         raise AssertionError(f"{contract.name}: {run.stderr}")
     return found
+
+
+class Methods:
+    """The contract of the remote methods: what is wrong with a message, or None."""
+
+    KINDS = {"object": dict, "string": str, "boolean": bool, "integer": int}
+
+    def __init__(self):
+        self.contract = json.loads((CONTRACTS / "methods.schema.json").read_text())
+        self.parts = self.contract["$defs"]
+
+    def fault(self, value, schema):
+        """By as much of JSON Schema as the contract uses."""
+        if "$ref" in schema:
+            return self.fault(value, self.parts[schema["$ref"].split("/")[2]]
+                              [schema["$ref"].split("/")[3]])
+        if "anyOf" in schema:
+            faults = [self.fault(value, each) for each in schema["anyOf"]]
+            return None if None in faults else faults[0]
+        if "const" in schema:
+            return None if value == schema["const"] else f"{value!r} is not {schema['const']!r}"
+        kind = self.KINDS.get(schema.get("type"))
+        if kind and type(value) is not kind:  # a bool is no integer
+            return f"{value!r} is no {schema['type']}"
+        if kind is int and not schema["minimum"] <= value <= schema["maximum"]:
+            return f"{value!r} is out of range"
+        if kind is dict:
+            properties = schema["properties"]
+            if set(schema.get("required", ())) - set(value) or set(value) - set(properties):
+                return f"{sorted(value)} are not {sorted(properties)}"
+            return next(filter(None, (self.fault(each, properties[name])
+                                      for name, each in value.items())), None)
+        return None
+
+    def xml_fault(self, line, direction):
+        """The same for a message in XML, which goes "in" or "out"."""
+        try:
+            method = ElementTree.fromstring(line)
+        except ElementTree.ParseError as error:
+            return str(error)
+        name = method.get("name")
+        if direction == "out" and name in ("", *self.parts["events"]):
+            return None
+        if name not in self.parts["calls"]:
+            return f"{name!r} is no method"
+        allowed = self.parts["calls"][name]["x-xml"][direction].items()
+        found = [(each.get("name"), each.tag) for each in method]
+        if direction == "out" and found == [("Response", "String")] and method[0].text == "failure":
+            return None
+        if set(found) - set(allowed) or direction == "in" and len(found) != len(allowed):
+            return f"{name}: {found} are not {list(allowed)}"
+        return None
+
+    def json_fault(self, side, line, asked):
+        """The same for a line in JSON; `asked` are the methods of this client's calls by their id."""
+        try:
+            message = json.loads(line)
+        except ValueError as error:
+            return str(error)
+        if not isinstance(message, dict):
+            return f"no object: {line}"
+        if side == "<" and "error" in message:
+            return self.fault(message, {"anyOf": list(self.parts["errors"].values())})
+        method, number = message.get("method"), str(message.get("id"))
+        if side == "<" and method is None:
+            known = asked.get(number) in self.parts["results"]
+            return self.fault(message["result"], self.parts["results"][asked[number]]) if known \
+                else f"an answer to nothing: {line}"
+        group = self.parts["calls" if side == ">" else "events"]
+        if not isinstance(method, str) or method not in group:
+            return f"no method of ours: {line}"
+        asked[number] = method
+        return self.fault(message, group[method])
+
+    def faults(self, lines):
+        """What is wrong in one conversation."""
+        asked = {}
+        for side, line in filter(lambda each: each[1], lines):
+            told = self.xml_fault(line, "in" if side == ">" else "out") if line[0] == "<" \
+                else self.json_fault(side, line, asked)
+            if told:
+                yield side, told
 
 
 class Contracts(unittest.TestCase):
@@ -127,6 +214,26 @@ class Contracts(unittest.TestCase):
                 self.assertEqual({test: told for test, told in strange[side].items()
                                   if test not in exceptions}, {}, "mend it, or name it above")
                 self.assertEqual(set(exceptions) - set(strange[side]), set(), "nothing needs these")
+
+    def test_every_remote_message_is_as_the_methods_say(self):
+        strange = {}
+        methods = Methods()
+        count = 0
+        with tempfile.TemporaryDirectory() as folder:
+            for subject in ("Messages", "Commands", "Services"):
+                subprocess.run([sys.executable, "-B", SOURCES / "tests/host/test_remote.py", DAS,
+                                "sanitizers=", subject], check=True, stderr=subprocess.DEVNULL,
+                               env={**os.environ, "DAS_MESSAGES": folder})
+            with open(f"{folder}/remote", encoding="utf-8") as file:
+                for test, lines in map(json.loads, file):
+                    count += len(lines)
+                    for side, told in methods.faults(lines):
+                        strange.setdefault((test, side), []).append(told[:300])
+        self.assertGreater(count, 100)
+        self.maxDiff = None
+        self.assertEqual({key: told for key, told in strange.items()
+                          if key != (BROKEN_CALLS, ">")}, {})
+        self.assertIn((BROKEN_CALLS, ">"), strange)
 
 
 if __name__ == "__main__":

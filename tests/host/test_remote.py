@@ -46,6 +46,7 @@ class Wire:
     """One client of a socket, by lines."""
 
     def __init__(self, path):
+        self.lines = []
         self.socket = socket.socket(socket.AF_UNIX)
         self.socket.settimeout(PATIENCE)
         self.file = self.socket.makefile("rb")
@@ -57,12 +58,16 @@ class Wire:
 
     def send(self, *lines):
         for line in lines:
-            self.socket.sendall((line if isinstance(line, bytes) else line.encode()) + b"\n")
+            line = line if isinstance(line, bytes) else line.encode()
+            self.lines.append((">", line.decode(errors="replace")))
+            self.socket.sendall(line + b"\n")
 
     def receive(self):
         """The next line; blank when the host has closed the connection."""
         try:
-            return self.file.readline().decode().rstrip("\n")
+            line = self.file.readline().decode().rstrip("\n")
+            self.lines.append(("<", line))
+            return line
         except ConnectionResetError:  # with messages that the host has not read
             return ""
 
@@ -110,8 +115,15 @@ class RemoteTest(HostTest):
 
     def wire(self):
         wire = Wire(self.path)
+        self.addCleanup(self.record, wire)
         self.addCleanup(wire.close)
         return wire
+
+    def record(self, wire):
+        """Keeps the conversation for those who hold it against the contracts, if there are any."""
+        if "DAS_MESSAGES" in os.environ:
+            with open(f"{os.environ['DAS_MESSAGES']}/remote", "a", encoding="utf-8") as file:
+                file.write(json.dumps([self.id().partition(".")[2], wire.lines]) + "\n")
 
     def logged(self):
         return self.log.read_text()
