@@ -508,8 +508,8 @@ class Client:
         return self._directory("readDirectory", directory, directories, files, below)
 
     def read_directory_tree(self, directory: str, directories: bool = True, files: bool = True,
-                            below: bool = True) -> Optional[str]:
-        """The same with the directories below it."""
+                            below: bool = False) -> Optional[str]:
+        """The same, but None for the visitor."""
         return self._directory("readDirectoryTree", directory, directories, files, below)
 
     def _directory(self, method: str, directory: str, directories: bool, files: bool,
