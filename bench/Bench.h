@@ -26,22 +26,15 @@
  *
  * Before anything is measured the program compares statements and answers of service and floor
  * byte by byte, and the answers in every round too; a difference ends the operation and makes the
- * exit status 1. `das_bench --check` does the first alone; it is one of the tests.
+ * exit status 1. `das_bench --compare` does the first alone; it is one of the tests. What an
+ * operation may cost stands in bench/limits.json.
  */
 namespace Bench {
 
 using Texts = std::vector<std::string>;
 
-/// What the service may take at most. On the disk one of the first two is enough.
-struct Limit {
-    double diskRatio;
-    double diskMicroseconds;  ///< more than the floor; 0 when the ratio alone counts
-    double memoryRatio;
-};
-
 struct Operation {
     std::string name;
-    Limit limit;
     /// Makes the data, once for each place.
     std::function<void(DataAccessService&)> prepare;
     /// Statements before each round; none when empty.

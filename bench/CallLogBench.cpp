@@ -134,10 +134,9 @@ std::string conversationOf(int row) {
 }
 
 /// An operation on a hundred rows of missed calls.
-Operation operationOn(int contacts, const std::string& name, Limit limit) {
+Operation operationOn(int contacts, const std::string& name) {
     Operation operation;
     operation.name = "CallLog/" + name;
-    operation.limit = limit;
     operation.prepare = [contacts](DataAccessService& service) {
         (void)service.processRequest(
             message(missedSchema, "write_request", allEntries(100, entryOf)));
@@ -196,7 +195,7 @@ std::string answerOf(const char* schema, const char* reason, const Rows& rows,
 }
 
 Operation writeFullRow() {
-    Operation operation = operationOn(0, "WriteFullRow", {1.2, 0, 1.5});
+    Operation operation = operationOn(0, "WriteFullRow");
     operation.reset = [](int) { return Texts{"DELETE FROM CALL_LOG WHERE UniqueId > 100;"}; };
     operation.request = [](int round) {
         return message(missedSchema, "write_request", entryOf(100 + round));
@@ -215,7 +214,7 @@ Operation writeFullRow() {
 }
 
 Operation readMissedCalls() {
-    Operation operation = operationOn(0, "Read100MissedCalls", {1.2, 0, 1.2});
+    Operation operation = operationOn(0, "Read100MissedCalls");
     operation.request = [](int) { return message(missedSchema, "read_request", ""); };
     operation.statements = [](int) {
         return Texts{lookForCalls,
@@ -231,7 +230,7 @@ Operation readMissedCalls() {
 }
 
 Operation readJoined(int contacts, const std::string& name) {
-    Operation operation = operationOn(contacts, name, {1.2, 0, 1.2});
+    Operation operation = operationOn(contacts, name);
     operation.request = [](int) { return message(joinedSchema, "read_request", ""); };
     operation.statements = [](int) {
         return Texts{
@@ -258,7 +257,7 @@ Operation readJoined(int contacts, const std::string& name) {
 }
 
 Operation readConversations() {
-    Operation operation = operationOn(1000, "Read100JoinedConversations", {1.2, 0, 1.2});
+    Operation operation = operationOn(1000, "Read100JoinedConversations");
     operation.prepare = [prepare = operation.prepare](DataAccessService& service) {
         prepare(service);
         (void)service.processRequest(
@@ -290,6 +289,7 @@ Operation readConversations() {
 }
 
 const Registration registration({writeFullRow(), readMissedCalls(),
+                                 readJoined(100, "Read100JoinedWith100Contacts"),
                                  readJoined(1000, "Read100JoinedWith1000Contacts"),
                                  readJoined(10000, "Read100JoinedWith10000Contacts"),
                                  readConversations()});

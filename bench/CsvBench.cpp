@@ -153,7 +153,6 @@ bool writeLines(const Rows& rows) {
 Operation makeOperation(const char* name, Size size) {
     Operation operation;
     operation.name = name;
-    operation.limit = {1.5, 0, 1.5};
     operation.prepare = [size](DataAccessService& service) { makeRows(service, size); };
     operation.request = [](int round) { return round == 1 ? wholeFile : "size"; };
     return operation;

@@ -78,6 +78,9 @@ Rows FloorDatabase::rows(const std::string& sql) {
             const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
             row.emplace_back(text != nullptr ? text : "",
                              static_cast<std::size_t>(sqlite3_column_bytes(statement, i)));
+            const std::string& cell = row.back();
+            m_rowBytes += static_cast<long long>(
+                sizeof cell + (cell.size() > std::string().capacity() ? cell.size() : 0));
         }
     }
     check(code, SQLITE_DONE, sql);

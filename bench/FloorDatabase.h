@@ -30,6 +30,10 @@ public:
     /// The number of the row that was inserted last.
     std::string lastNumber() const;
 
+    /// Memory that the rows of all reads so far take: a text object for each cell, and the cells
+    /// that do not fit into it.
+    long long rowBytes() const { return m_rowBytes; }
+
     sqlite3* handle() { return m_db; }
     /// SQLite's words for the first statement of `run`, `prepare` or `rows` that failed; empty
     /// while none did.
@@ -40,6 +44,7 @@ private:
 
     sqlite3* m_db = nullptr;
     std::string m_failure;
+    long long m_rowBytes = 0;
 };
 
 /// The tags of a column. Made once, outside of the measured time.

@@ -10,6 +10,7 @@
 #include "Bench.h"
 #include "DatabaseAdapter.h"
 #include "PlainTables.h"
+#include "StatementRecord.h"
 
 namespace {
 
@@ -192,7 +193,6 @@ Operation onAllTables(const char* name, void (DataAccessService::*work)(),
     Operation operation;
     const auto tables = std::make_shared<UserTables>();
     operation.name = name;
-    operation.limit = {1.3, 0, 1.3};
     operation.prepare = [tables, work](DataAccessService& service) {
         *tables = makeTables(service);
         (service.*work)();
@@ -205,6 +205,31 @@ Operation onAllTables(const char* name, void (DataAccessService::*work)(),
     operation.floor = runAll;
     operation.service = [work](DataAccessService& service, const std::string&) {
         (service.*work)();
+        return std::string();
+    };
+    return operation;
+}
+
+/// A guest logs on and off again. The statements are those that the service was seen to run.
+Operation changeProfile() {
+    Operation operation;
+    const auto texts = std::make_shared<Texts>();
+    const auto change = [](DataAccessService& service) {
+        (void)service.setProfile("visitor");
+        (void)service.setProfile("base");
+    };
+    operation.name = "Mobility/ChangeProfileAndBack";
+    operation.prepare = [=](DataAccessService& service) {
+        (void)makeTables(service);
+        change(service);
+        *texts = StatementRecord::statementsIn(
+            StatementRecord::of(StatementRecord::lastOpened(), [&] { change(service); }));
+    };
+    operation.request = [](int) { return std::string(); };
+    operation.statements = [texts](int) { return *texts; };
+    operation.floor = runAll;
+    operation.service = [=](DataAccessService& service, const std::string&) {
+        change(service);
         return std::string();
     };
     return operation;
@@ -251,7 +276,6 @@ std::map<std::string, std::string> emptyTags() {
 Operation exportTags() {
     Operation operation;
     operation.name = "Mobility/Export500Tags";
-    operation.limit = {1.5, 0, 1.5};
     operation.prepare = makeMapping;
     operation.request = [](int) { return std::string(); };
     operation.statements = [](int) {
@@ -291,6 +315,7 @@ const Registration registration({
                 nullptr),
     onAllTables("Mobility/WipeVisitor", &DataAccessService::clearMobileUserdata, wipeTexts,
                 refillTexts),
+    changeProfile(),
     exportTags(),
 });
 

@@ -77,10 +77,9 @@ std::string numberAnswer(const std::string& number) {
 }
 
 /// An operation on a book of @p contacts.
-Operation operationOn(int contacts, const std::string& name, Limit limit) {
+Operation operationOn(int contacts, const std::string& name) {
     Operation operation;
     operation.name = "Phonebook/" + name;
-    operation.limit = limit;
     operation.prepare = [contacts](DataAccessService& service) {
         (void)service.processRequest(message(schema, "write_request", entries(contacts)));
         (void)service.createPhonenumberIndices();
@@ -89,10 +88,10 @@ Operation operationOn(int contacts, const std::string& name, Limit limit) {
 }
 
 /// A read whose rows the statement gives that @p select makes for a round.
-Operation read(int contacts, const std::string& name, double limit, const char* reason,
+Operation read(int contacts, const std::string& name, const char* reason,
                const std::function<std::string(int)>& body,
                const std::function<std::string(int)>& select) {
-    Operation operation = operationOn(contacts, name, {limit, 0, limit});
+    Operation operation = operationOn(contacts, name);
     operation.request = [=](int round) { return message(schema, reason, body(round)); };
     operation.statements = [=](int round) { return Texts{lookForTable, select(round)}; };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
@@ -106,7 +105,7 @@ Operation search(int contacts, const std::string& name) {
     static const Texts columns = {"Office", "Mobile", "Private", "Office2"};
     const auto numberOf = [contacts](int round) { return valuesOf(round % contacts)[3]; };
     return read(
-        contacts, name, 1.3, "search_phone_number",
+        contacts, name, "search_phone_number",
         [=](int round) {
             std::string fields;
             for (const std::string& column : columns) {
@@ -129,7 +128,7 @@ Operation search(int contacts, const std::string& name) {
 
 Operation readAll(int contacts, const std::string& name) {
     return read(
-        contacts, name, 1.2, "read_request", [](int) { return ""; },
+        contacts, name, "read_request", [](int) { return ""; },
         [](int) {
             return "SELECT * FROM PHONE_BOOK WHERE UserContext = 'base' ORDER BY UPPER(Surname);";
         });
@@ -137,7 +136,7 @@ Operation readAll(int contacts, const std::string& name) {
 
 Operation readPage() {
     return read(
-        1000, "ReadPageOf20In1000", 1.1, "read_request",
+        1000, "ReadPageOf20In1000", "read_request",
         [](int round) {
             return "<Offset>" + std::to_string(round % 900) + "</Offset><RowLimit>20</RowLimit>";
         },
@@ -149,7 +148,7 @@ Operation readPage() {
 }
 
 Operation writeOne() {
-    Operation operation = operationOn(1000, "WriteOneContact", {1.15, 60, 1.5});
+    Operation operation = operationOn(1000, "WriteOneContact");
     operation.reset = [](int) { return Texts{"DELETE FROM PHONE_BOOK WHERE UniqueID > 1000;"}; };
     operation.request = [](int round) {
         return message(schema, "write_request", entryOf(valuesOf(1000 + round)));
@@ -165,17 +164,17 @@ Operation writeOne() {
     return operation;
 }
 
-Operation updateOne() {
-    Operation operation = operationOn(1000, "UpdateOneContact", {1.15, 60, 1.5});
+Operation updateOne(int contacts, const std::string& name) {
+    Operation operation = operationOn(contacts, name);
     operation.request = [](int round) {
         return message(schema, "update_request",
-                       "<Select><UniqueID>500</UniqueID></Select><Entry><Mobile>" +
+                       "<Select><UniqueID>50</UniqueID></Select><Entry><Mobile>" +
                            std::to_string(1000000 + round) + "</Mobile></Entry>");
     };
     operation.statements = [](int round) {
         return Texts{lookForTable, countAll,
                      "UPDATE PHONE_BOOK SET Mobile = '" + std::to_string(1000000 + round) +
-                         "' WHERE UniqueID = '500';"};
+                         "' WHERE UniqueID = '50';"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         db.prepare(sql[0]);
@@ -188,7 +187,7 @@ Operation updateOne() {
 
 /// A thousand contacts by one transaction, into an empty book.
 Operation write1000() {
-    Operation operation = operationOn(1, "Write1000Contacts", {1.5, 0, 1.5});
+    Operation operation = operationOn(1, "Write1000Contacts");
     operation.reset = [](int) { return Texts{"DELETE FROM PHONE_BOOK;"}; };
     operation.request = [](int) { return message(schema, "write_request", entries(1000)); };
     operation.statements = [](int) {
@@ -211,7 +210,7 @@ Operation write1000() {
 
 /// The same from a file, in place of the contacts of the round before.
 Operation import1000() {
-    Operation operation = operationOn(1000, "Import1000Contacts", {1.5, 0, 1.5});
+    Operation operation = operationOn(1000, "Import1000Contacts");
     operation.prepare = [prepare = operation.prepare](DataAccessService& service) {
         prepare(service);
         std::ofstream file(std::getenv("DAS_ROOT") + std::string(fileOnDevice));
@@ -230,8 +229,8 @@ Operation import1000() {
             "Private, Email, CallGroup, DefaultNumber, Company, Office2, Address, Address2, "
             "JobFunction, VoiceDial, Picture, ExternalID, ContactSource, SpeedDialID) VALUES "
             "('base'";
-        Texts sql = {lookForTable, countAll, "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';",
-                     "BEGIN TRANSACTION;"};
+        Texts sql = {lookForTable, "BEGIN TRANSACTION;", countAll,
+                     "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';"};
         for (int contact = 0; contact < 1000; ++contact) {
             sql.push_back(columns + quoted(valuesOf(contact)) + ");");
         }
@@ -240,8 +239,9 @@ Operation import1000() {
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         db.prepare(sql[0]);
-        (void)db.count(sql[1]);
-        for (std::size_t i = 2; i < sql.size(); ++i) {
+        db.run(sql[1]);
+        (void)db.count(sql[2]);
+        for (std::size_t i = 3; i < sql.size(); ++i) {
             db.run(sql[i]);
         }
         return std::string("true");
@@ -252,9 +252,11 @@ Operation import1000() {
     return operation;
 }
 
-const Registration registration({search(1000, "SearchNumberIn1000"),
-                                 search(10000, "SearchNumberIn10000"), readAll(1000, "ReadAll1000"),
-                                 readAll(10000, "ReadAll10000"), readPage(), writeOne(),
-                                 updateOne(), write1000(), import1000()});
+const Registration registration(
+    {search(100, "SearchNumberIn100"), search(1000, "SearchNumberIn1000"),
+     search(10000, "SearchNumberIn10000"), readAll(100, "ReadAll100"), readAll(1000, "ReadAll1000"),
+     readAll(10000, "ReadAll10000"), readPage(), writeOne(),
+     updateOne(100, "UpdateOneContactIn100"), updateOne(1000, "UpdateOneContactIn1000"),
+     updateOne(10000, "UpdateOneContactIn10000"), write1000(), import1000()});
 
 }  // namespace

@@ -35,8 +35,7 @@ std::string readLog(FloorDatabase& floor, const Texts& statements) {
 
 std::vector<Operation> repairs() {
     Operation check;
-    check.name = "check of 10,000 clean calls";
-    check.limit = {2.0, 0, 2.0};
+    check.name = "CallLog/Check10000CleanCalls";
     check.prepare = makeCleanLog;
     check.request = [](int) { return std::string(); };
     check.statements = [](int) { return Texts{"SELECT * FROM CALL_LOG;"}; };

@@ -15,29 +15,15 @@ std::string formatted(const char* format, Arguments... arguments) {
     return line;
 }
 
-std::string limitText(const Result& result) {
-    std::string text = formatted("%.2f", result.limitRatio());
-    if (result.onDisk && result.limit.diskMicroseconds > 0) {
-        text += formatted(" or +%.0f us", result.limit.diskMicroseconds);
-    }
-    return text;
-}
-
 }  // namespace
-
-bool Result::isWithinLimit() const {
-    const double more = serviceMicroseconds - floorMicroseconds;
-    return ratio() <= limitRatio() ||
-           (onDisk && limit.diskMicroseconds > 0 && more <= limit.diskMicroseconds);
-}
 
 void Report::print(const std::string& line) {
     m_good = m_output.writeLine(line) && m_good;
 }
 
 bool Report::ReportContext(const Context&) {
-    print(formatted("%-40s %-7s %12s %12s %7s %7s  %s", "operation", "place", "service us",
-                    "floor us", "ratio", "rounds", "limit"));
+    print(formatted("%-44s %-7s %12s %12s %7s %7s", "operation", "place", "service us", "floor us",
+                    "ratio", "rounds"));
     return true;
 }
 
@@ -49,10 +35,9 @@ void Report::ReportRuns(const std::vector<Run>& runs) {
             continue;
         }
         const Result& result = m_present;
-        print(formatted("%-40s %-7s %12.1f %12.1f %7.3f %7lld  %s%s", result.operation.c_str(),
+        print(formatted("%-44s %-7s %12.1f %12.1f %7.3f %7lld", result.operation.c_str(),
                         result.place.c_str(), result.serviceMicroseconds, result.floorMicroseconds,
-                        result.ratio(), static_cast<long long>(result.rounds),
-                        limitText(result).c_str(), result.isWithinLimit() ? "" : "  ABOVE"));
+                        result.ratio(), static_cast<long long>(result.rounds)));
         m_results.push_back(result);
     }
 }
@@ -65,9 +50,7 @@ bool Report::writeJson(const std::string& path) const {
                         {"service_us", result.serviceMicroseconds},
                         {"floor_us", result.floorMicroseconds},
                         {"ratio", result.ratio()},
-                        {"rounds", result.rounds},
-                        {"limit", limitText(result)},
-                        {"within_limit", result.isWithinLimit()}});
+                        {"rounds", result.rounds}});
     }
     std::ofstream file(path);
     file << rows.dump(2) << "\n";

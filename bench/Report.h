@@ -19,12 +19,8 @@ struct Result {
     double serviceMicroseconds;
     double floorMicroseconds;
     std::int64_t rounds;
-    Limit limit;
-    bool onDisk;
 
     double ratio() const { return serviceMicroseconds / floorMicroseconds; }
-    double limitRatio() const { return onDisk ? limit.diskRatio : limit.memoryRatio; }
-    bool isWithinLimit() const;
 };
 
 /// Prints an aligned line for each result as soon as it is there, and keeps all of them.

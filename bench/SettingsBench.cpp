@@ -50,10 +50,9 @@ std::string updateStatement(int item, int round) {
 }
 
 /// An update of the items from @p first on: a transaction with one statement for each.
-Operation update(const char* name, Limit limit, int first, int count) {
+Operation update(const char* name, int first, int count) {
     Operation operation;
     operation.name = name;
-    operation.limit = limit;
     operation.prepare = makeItems;
     operation.request = [first, count](int round) {
         std::string items;
@@ -85,7 +84,6 @@ Operation readOneItem(const char* name, const char* body, const char* select,
                       std::size_t valueCell) {
     Operation operation;
     operation.name = name;
-    operation.limit = {1.8, 0, 1.8};
     operation.prepare = makeItems;
     operation.request = [body](int) { return message(schema, "read_request", body); };
     operation.statements = [select](int) { return Texts{select}; };
@@ -154,7 +152,6 @@ Texts readsOfDeviceItems() {
 Operation checkDeviceItems() {
     Operation operation;
     operation.name = "Settings/CheckDeviceItems";
-    operation.limit = {1.3, 0, 1.3};
     operation.prepare = makeDeviceItems;
     operation.request = [](int) { return std::string(); };
     operation.statements = [](int) { return readsOfDeviceItems(); };
@@ -173,8 +170,8 @@ Operation checkDeviceItems() {
 
 const Registration registration({
     checkDeviceItems(),
-    update("Settings/Update100Items", {1.3, 0, 1.5}, 0, itemCount),
-    update("Settings/UpdateOneItem", {1.15, 0, 1.5}, 50, 1),
+    update("Settings/Update100Items", 0, itemCount),
+    update("Settings/UpdateOneItem", 50, 1),
     readOneItem("Settings/ReadOneItem", "<ResultCols>Item50</ResultCols>",
                 "SELECT UserContext, Name, Value FROM GENERAL_CONFIG WHERE Schema = "
                 "'AudioSettings' AND Name = 'Item50';",

@@ -130,4 +130,17 @@ Pair Stage::measure() {
     return pair;
 }
 
+CountedPair Stage::count() {
+    (void)measure();
+    begin();
+    CountedPair pair;
+    pair.service = countsOf("service " + m_operation.name, [this] { runService(); });
+    const long long rowBytesBefore = m_floor->rowBytes();
+    pair.floor = countsOf("floor " + m_operation.name, [this] { runFloor(); });
+    pair.rowBytes = m_floor->rowBytes() - rowBytesBefore;
+    pair.answerBytes = static_cast<long long>(m_serviceAnswer.size());
+    checkAnswers();
+    return pair;
+}
+
 }  // namespace Bench

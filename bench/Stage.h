@@ -7,6 +7,7 @@
 
 #include "Bench.h"
 #include "Context.h"
+#include "Counters.h"
 
 namespace Bench {
 
@@ -14,6 +15,14 @@ namespace Bench {
 struct Pair {
     double service = 0;
     double floor = 0;
+};
+
+/// What a round costs, counted.
+struct CountedPair {
+    Counts service;
+    Counts floor;
+    long long rowBytes = 0;     ///< the rows of the floor: 32 bytes a cell and its long text
+    long long answerBytes = 0;  ///< the service's answer
 };
 
 /**
@@ -38,7 +47,10 @@ public:
     /// Runs one round: both sides one after the other, each first in every second round.
     Pair measure();
 
-    /// Why measure() gives no numbers any more; empty while it does.
+    /// Runs a round to warm up, and counts another one.
+    CountedPair count();
+
+    /// Why measure() and count() give no numbers any more; empty while they do.
     const std::string& failure() const { return m_failure; }
 
 private:

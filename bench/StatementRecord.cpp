@@ -79,3 +79,40 @@ std::vector<std::string> StatementRecord::ofNextConnection(const std::function<v
     stop(newest);
     return lines;
 }
+
+std::vector<std::string> StatementRecord::statementsIn(const std::vector<std::string>& record) {
+    const std::string run = "run ";
+    const std::string error = "error ";
+    const std::string select = "prepare 21";
+    const std::string column = "prepare 20 ";
+    const std::string function = "prepare 31 ";
+    const auto begins = [](const std::string& line, const std::string& start) {
+        return line.rfind(start, 0) == 0;
+    };
+    Lines texts;
+    bool isSelect = false;
+    std::string preparedOnly;
+    for (const std::string& line : record) {
+        if (isSelect && begins(line, column)) {
+            const auto end = line.find(' ', column.size());
+            preparedOnly = "SELECT * FROM " + line.substr(column.size(), end - column.size()) + ";";
+            continue;
+        }
+        const bool runs = begins(line, run);
+        const bool ends = !runs && !begins(line, error) && !begins(line, function);
+        if (ends && !preparedOnly.empty()) {
+            texts.push_back(preparedOnly);
+        }
+        if (runs) {
+            texts.push_back(line.substr(run.size()));
+        } else if (begins(line, error)) {
+            const auto start = line.find('"') + 1;
+            texts.push_back(line.substr(start, line.rfind('"') - start));
+        }
+        if (!begins(line, function)) {
+            preparedOnly.clear();
+            isSelect = begins(line, select);
+        }
+    }
+    return texts;
+}

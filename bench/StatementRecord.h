@@ -26,6 +26,10 @@ std::vector<std::string> of(sqlite3* db, const std::function<void()>& work);
 /// The same for the connection that @p work opens, from its opening on.
 std::vector<std::string> ofNextConnection(const std::function<void()>& work);
 
+/// The statements of a record: those that ran, those that failed, and those that were prepared
+/// only, which are taken for a question for a table's columns.
+std::vector<std::string> statementsIn(const std::vector<std::string>& record);
+
 }  // namespace StatementRecord
 
 #endif

@@ -6,8 +6,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <string>
 #include <vector>
@@ -39,7 +41,8 @@ struct Options {
     std::string diskFolder;
     std::string memoryFolder = "/dev/shm";
     bool quick = false;
-    bool check = false;
+    bool compare = false;
+    bool counts = false;
     bool statements = false;
 };
 
@@ -71,8 +74,8 @@ public:
             floor.push_back(pair.floor);
             state.SetIterationTime(pair.service * 1e-6);
         }
-        m_report.set({m_operation.name, m_place.name, median(service), median(floor),
-                      state.iterations(), m_operation.limit, m_place.isDisk});
+        m_report.set(
+            {m_operation.name, m_place.name, median(service), median(floor), state.iterations()});
     }
 
     static void end() { s_stage.reset(); }
@@ -177,6 +180,39 @@ bool checkFloors(const Options& options, const Place& place, Output& output) {
     });
 }
 
+nlohmann::json toJson(const Counts& counts) {
+    return {{"allocations", counts.allocations},
+            {"peak_bytes", counts.peakBytes},
+            {"syncs", counts.syncs}};
+}
+
+bool countAll(const Options& options, const Place& place, Output& output) {
+    nlohmann::json rows = nlohmann::json::array();
+    bool good = forEachOperation(options, place, [&](const Operation& operation, Stage& stage) {
+        const CountedPair pair = stage.count();
+        char line[200];
+        (void)std::snprintf(line, sizeof line,
+                            "%-44s allocations %8lld %8lld  peak %10lld (rows %10lld, answer "
+                            "%9lld)  syncs %lld %lld",
+                            operation.name.c_str(), pair.service.allocations,
+                            pair.floor.allocations, pair.service.peakBytes, pair.rowBytes,
+                            pair.answerBytes, pair.service.syncs, pair.floor.syncs);
+        rows.push_back({{"operation", operation.name},
+                        {"service", toJson(pair.service)},
+                        {"floor", toJson(pair.floor)},
+                        {"row_bytes", pair.rowBytes},
+                        {"answer_bytes", pair.answerBytes}});
+        return output.writeLine(stage.failure().empty() ? line : stage.failure()) &&
+               stage.failure().empty();
+    });
+    if (!options.jsonFile.empty()) {
+        std::ofstream file(options.jsonFile);
+        file << rows.dump(2) << "\n";
+        good = file.flush().good() && good;
+    }
+    return good;
+}
+
 bool run(const Options& options, Output& output) {
     const std::vector<Place> all = places(options);
     if (all.empty()) {
@@ -185,8 +221,11 @@ bool run(const Options& options, Output& output) {
     if (options.statements) {
         return showStatements(options, all.back(), output);
     }
-    return options.check ? checkFloors(options, all.back(), output)
-                         : measureAll(options, all, output);
+    if (options.counts) {
+        return countAll(options, all.back(), output);
+    }
+    return options.compare ? checkFloors(options, all.back(), output)
+                           : measureAll(options, all, output);
 }
 
 std::string folderOfProgram() {
@@ -209,7 +248,9 @@ int main(int argc, char** argv) {
                    "Folder on a memory file system; empty to leave it out")
         ->capture_default_str();
     app.add_flag("--quick", options.quick, "Fewer rounds");
-    app.add_flag("--check", options.check, "Compare service and floor, measure nothing");
+    app.add_flag("--compare", options.compare, "Compare service and floor, measure nothing");
+    app.add_flag("--counts", options.counts,
+                 "Count allocations, bytes and syncs of one round; under callgrind, instructions");
     app.add_flag("--statements", options.statements,
                  "Show the statements of the service, measure nothing");
     CLI11_PARSE(app, argc, argv);

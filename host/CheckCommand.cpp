@@ -35,7 +35,7 @@ public:
             return ExitUsage;
         }
         const DatabaseExam exam(DatabaseFile::pathOfService());
-        Sheet sheet{{"Verdict", "Subject", "Finding", "Next"}, {}};
+        Sheet sheet{{"Verdict", "Subject", "Finding", "Next"}, {}, true};
         for (const DatabaseExam::Finding& each : exam.findings()) {
             sheet.rows.push_back({wordFor(each.verdict), each.subject, each.words, each.advice});
         }

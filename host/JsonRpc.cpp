@@ -84,11 +84,11 @@ public:
 
     bool start_object(std::size_t /*elements*/) override {
         onOther();
-        if (m_depth++ == 1 && (m_member == "params" || m_member == "result")) {
+        if (m_depth == 1 && (m_member == "params" || m_member == "result")) {
             m_inParameters = true;
             m_direction = m_member == "params" ? Parameter::in : Parameter::out;
         }
-        return true;
+        return enter();
     }
 
     bool key(string_t& name) override {
@@ -105,8 +105,7 @@ public:
 
     bool start_array(std::size_t /*elements*/) override {
         onOther();
-        ++m_depth;
-        return true;
+        return enter();
     }
 
     bool end_array() override { return leave(); }
@@ -147,6 +146,9 @@ private:
         m_message.hasVersion = m_message.hasVersion && !isMember("jsonrpc");
         m_message.hasBadId = m_message.hasBadId || isMember("id");
     }
+
+    /// False ends the reading.
+    bool enter() { return ++m_depth <= JsonRpc::DepthLimit; }
 
     bool leave() {
         m_inParameters = --m_depth > 1 && m_inParameters;

@@ -15,6 +15,10 @@
  */
 namespace JsonRpc {
 
+/// How many objects and arrays may stand in one another, the message itself among them. What is
+/// deeper counts as no JSON.
+constexpr std::size_t DepthLimit = 32;
+
 /// What one line says.
 struct Message {
     bool isJson = false;

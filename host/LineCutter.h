@@ -14,6 +14,13 @@ public:
 
     explicit LineCutter(std::size_t limit) : m_limit(limit) {}
 
+    /// How many bytes a line may have from now on.
+    void setLimit(std::size_t limit) { m_limit = limit; }
+    std::size_t limit() const { return m_limit; }
+
+    /// Bytes that lines are gathered in, also while there are none.
+    std::size_t memory() const { return m_buffer.size(); }
+
     /// Where the next bytes are to be put; moves what is kept, so that lines given before are gone.
     struct Room {
         char* begin;
@@ -23,6 +30,9 @@ public:
 
     /// Says that @p count bytes were put there.
     void filled(std::size_t count) { m_end += count; }
+
+    /// Forgets what was put there and not handed out.
+    void drop() { m_begin = m_searched = m_end = 0; }
 
     /**
      * Looks for the next line.

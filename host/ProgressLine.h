@@ -2,8 +2,10 @@
 #define PROGRESSLINE_H
 
 #include <chrono>
-#include <cstddef>
+#include <condition_variable>
+#include <mutex>
 #include <string>
+#include <thread>
 
 #include "Progress.h"
 
@@ -24,13 +26,19 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void show(const Progress::Report& report);
+    void take(const Progress::Report& report);
+    void tick();
     void draw(const std::string& text);
 
     const std::chrono::milliseconds m_delay;
+    std::mutex m_mutex;  ///< of what follows
+    std::condition_variable m_changed;
     Clock::time_point m_begin;  ///< of the work that is shown
     bool m_isAtWork = false;
-    std::string m_drawn;  ///< what stands on the line; empty for nothing
+    bool m_isEnding = false;
+    std::string m_text;    ///< what is to be shown of the work
+    std::string m_drawn;   ///< what stands on the line; empty for nothing
+    std::thread m_ticker;  ///< draws also while a step takes long; none without a terminal
 };
 
 #endif

@@ -42,7 +42,8 @@ Sheet detailsOf(const KnownSchemas::Entry& schema) {
                  {"Rows of", schema.users},
                  {"Key", joined(schema.key)},
                  {"Default rows", joined(schema.defaultRows)},
-                 {"Data file", schema.hasDataFile ? "yes" : "no"}}};
+                 {"Data file", schema.hasDataFile ? "yes" : "no"}},
+                true};
     for (const KnownSchemas::Column& column : schema.columns) {
         sheet.rows.push_back({"Column " + column.name, textOf(column)});
     }

@@ -8,6 +8,8 @@
 #include "LocalConnection.h"
 #include "LogEar.h"
 #include "Method.h"
+#include "Progress.h"
+#include "ProgressLine.h"
 #include "ServiceHost.h"
 #include "SocketConnection.h"
 #include "Utf8.h"
@@ -58,6 +60,7 @@ protected:
     std::string takeReasons() override { return "the log of the host tells more"; }
 
 private:
+    ProgressLine m_progress;
     Output m_output;
     SocketConnection m_connection;
 };
@@ -77,7 +80,12 @@ std::unique_ptr<Session> Session::open(const HostOptions& options, int& status) 
 
 bool Session::call(const Method& method, Method& answer) {
     (void)takeReasons();
-    if (connection().call(method, answer)) {
+    if (!isLocal()) {
+        Progress::report({"waiting for the host", 0, 0, 1});
+    }
+    const bool isDone = connection().call(method, answer);
+    Progress::report({"", 0, 1, 1});
+    if (isDone) {
         return true;
     }
     Complaint::tell("the host has not answered", "it has ended, or it is no host of das");

@@ -8,6 +8,7 @@
 struct Sheet {
     std::vector<std::string> columns;
     std::vector<std::vector<std::string>> rows;
+    bool isProse = false;  ///< cells are sentences or lists: broken on a terminal, never cut
 };
 
 #endif

@@ -1,5 +1,10 @@
 #include "SocketServer.h"
 
+#include <malloc.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
@@ -32,6 +37,35 @@ constexpr std::size_t QueueLimit = 16 * 1024 * 1024;
 constexpr auto LingerTime = std::chrono::seconds(5);
 constexpr auto EndTime = std::chrono::seconds(2);
 constexpr auto AcceptPause = std::chrono::milliseconds(100);
+constexpr auto TimeBetweenComplaints = std::chrono::minutes(1);
+
+constexpr std::size_t LineMemoryLimit = 128 * 1024 * 1024;  // of all clients together
+/// What is as large as this goes back to the system when it is freed.
+constexpr int LargeBlock = 1024 * 1024;
+constexpr std::size_t LineLimitBeyond = 64 * 1024;
+constexpr rlim_t ClientLimit = 2000;
+/// Left to the service: without a journal it could answer nobody.
+constexpr rlim_t ReservedDescriptors = 64;
+
+/// What all clients together have. It lives as long as the last of them.
+struct Load {
+    std::atomic<std::size_t> clients{0};
+    std::atomic<std::size_t> lineMemory{0};
+};
+
+/// How many clients may be in at once, as far as the system gives descriptors.
+std::size_t mostClients() {
+    rlimit limit{};
+    (void)getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t wanted = ClientLimit + ReservedDescriptors;
+    if (limit.rlim_cur < wanted && limit.rlim_cur < limit.rlim_max) {
+        limit.rlim_cur = std::min(wanted, limit.rlim_max);
+        (void)setrlimit(RLIMIT_NOFILE, &limit);
+        (void)getrlimit(RLIMIT_NOFILE, &limit);
+    }
+    const rlim_t reserved = std::min(ReservedDescriptors, limit.rlim_cur / 2);
+    return std::clamp<rlim_t>(limit.rlim_cur - reserved, 1, ClientLimit);
+}
 
 /**
  * One client of the socket.
@@ -41,12 +75,22 @@ constexpr auto AcceptPause = std::chrono::milliseconds(100);
  */
 class Session : public Client {
 public:
-    Session(Protocol::socket socket, Dispatcher& dispatcher, Clients& clients)
+    Session(Protocol::socket socket, Dispatcher& dispatcher, Clients& clients,
+            std::shared_ptr<Load> load)
         : Client(clients),
           m_dispatcher(dispatcher),
+          m_load(std::move(load)),
           m_socket(std::move(socket)),
           m_linger(m_socket.get_executor()),
-          m_lines(LineCutter::MessageLimit) {}
+          m_lines(LineCutter::MessageLimit) {
+        ++m_load->clients;
+    }
+    ~Session() override {
+        --m_load->clients;
+        m_load->lineMemory -= m_lineMemory;
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
     void start();
     void sendLine(const std::string& line) override;
@@ -65,9 +109,11 @@ private:
     }
 
     void read();
+    void countLineMemory();
     void onRead(const error_code& error, std::size_t count);
     void handleNext();
     void handle(LineCutter::Found found, std::string_view line);
+    bool isLingering();
     bool beginMessage();
     void endMessage();
     void refuse(std::string_view line);
@@ -79,6 +125,8 @@ private:
     void close();
 
     Dispatcher& m_dispatcher;
+    const std::shared_ptr<Load> m_load;
+    std::size_t m_lineMemory = 0;  ///< what of the load's is this client's
     std::mutex m_mutex;
     Stage m_stage = Stage::Open;
     Protocol::socket m_socket;
@@ -99,6 +147,7 @@ void Session::start() {
 
 void Session::read() {
     const LineCutter::Room room = m_lines.room();
+    countLineMemory();
     const Lock lock(m_mutex);
     if (m_stage == Stage::Open || m_stage == Stage::Lingering) {
         m_socket.async_read_some(asio::buffer(room.begin, room.size),
@@ -108,12 +157,26 @@ void Session::read() {
     }
 }
 
+void Session::countLineMemory() {
+    m_load->lineMemory += m_lines.memory() - m_lineMemory;
+    m_lineMemory = m_lines.memory();
+}
+
 void Session::onRead(const error_code& error, std::size_t count) {
     if (error) {
         finish(Stage::Finishing);
         return;
     }
     m_lines.filled(count);
+    if (isLingering()) {
+        m_lines.drop();
+        read();
+        return;
+    }
+    // Many long messages that nobody ends must not take all memory: beyond a limit only short ones
+    // are taken, until those that are refused have made room.
+    m_lines.setLimit(m_load->lineMemory > LineMemoryLimit ? LineLimitBeyond
+                                                          : LineCutter::MessageLimit);
     handleNext();
 }
 
@@ -149,6 +212,11 @@ void Session::handle(LineCutter::Found found, std::string_view line) {
     }
 }
 
+bool Session::isLingering() {
+    const Lock lock(m_mutex);
+    return m_stage == Stage::Lingering;
+}
+
 /// False when no more messages are handled.
 bool Session::beginMessage() {
     const Lock lock(m_mutex);
@@ -166,9 +234,9 @@ void Session::endMessage() {
 /// socket that is closed at once takes the answer with it.
 void Session::refuse(std::string_view line) {
     logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: a message above %zu bytes",
-              name().c_str(), LineCutter::MessageLimit);
+              name().c_str(), m_lines.limit());
     m_dispatcher.refuse(line, *this);
-    m_lines = LineCutter(LineCutter::MessageLimit);
+    m_lines.drop();
     finish(Stage::Lingering);
     endMessage();
     read();
@@ -272,7 +340,9 @@ public:
         : m_dispatcher(dispatcher),
           m_clients(clients),
           m_acceptor(m_io, Protocol(), listener),
-          m_pause(m_io) {
+          m_pause(m_io),
+          m_mostClients(mostClients()) {
+        (void)mallopt(M_MMAP_THRESHOLD, LargeBlock);
         accept();
         m_running = threads();
         for (unsigned count = m_running; count > 0; --count) {
@@ -317,16 +387,22 @@ private:
 
     void accept() {
         const Lock lock(m_mutex);
-        if (m_acceptor.is_open()) {
-            m_acceptor.async_accept([this](const error_code& error, Protocol::socket socket) {
-                onAccept(error, std::move(socket));
-            });
+        if (!m_acceptor.is_open()) {
+            return;
         }
+        if (m_load->clients >= m_mostClients) {
+            pause("too many are there");
+            return;
+        }
+        m_acceptor.async_accept([this](const error_code& error, Protocol::socket socket) {
+            onAccept(error, std::move(socket));
+        });
     }
 
     void onAccept(const error_code& error, Protocol::socket socket) {
         if (error) {
-            pause(error);
+            const Lock lock(m_mutex);
+            pause(error.message());
             return;
         }
         enter(std::move(socket));
@@ -340,20 +416,22 @@ private:
             return;
         }
         try {
-            std::make_shared<Session>(std::move(socket), m_dispatcher, m_clients)->start();
+            std::make_shared<Session>(std::move(socket), m_dispatcher, m_clients, m_load)->start();
         } catch (const std::exception& failure) {
             logAppUni("das", LogSource, 2, __LINE__, "A client is turned away: %s", failure.what());
         }
     }
 
-    /// Out of descriptors, most likely: clients wait until others have left.
-    void pause(const error_code& error) {
-        const Lock lock(m_mutex);
+    /// Clients wait until others have left. To be called with the mutex held.
+    void pause(const std::string& reason) {
         if (!m_acceptor.is_open()) {
             return;
         }
-        logAppUni("das", LogSource, 2, __LINE__, "No client can come in: %s",
-                  error.message().c_str());
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= m_nextComplaint) {
+            logAppUni("das", LogSource, 2, __LINE__, "No client can come in: %s", reason.c_str());
+            m_nextComplaint = now + TimeBetweenComplaints;
+        }
         m_pause.expires_after(AcceptPause);
         m_pause.async_wait([this](const error_code&) { accept(); });
     }
@@ -371,6 +449,9 @@ private:
     std::mutex m_mutex;  ///< of what follows
     Protocol::acceptor m_acceptor;
     asio::steady_timer m_pause;
+    const std::shared_ptr<Load> m_load = std::make_shared<Load>();
+    const std::size_t m_mostClients;
+    std::chrono::steady_clock::time_point m_nextComplaint{};
     std::condition_variable m_ended;
     unsigned m_running = 0;
     std::vector<std::thread> m_threads;

@@ -14,7 +14,10 @@ class Dispatcher;
  * A few threads share all clients. The messages of one client are handled in order, one at a time.
  * A client that does not read its answers holds up nobody: they wait in a queue of its own, and a
  * client whose queue holds 16 MiB is closed. A message above LineCutter::MessageLimit is answered
- * as one that can't be decoded, and its client is closed.
+ * as one that can't be decoded, and its client is closed; so is one above 64 KiB while what all
+ * clients have begun to send takes more than 128 MiB. At most 2,000 clients are in at once, fewer
+ * where the process may not have the descriptors: 64 are left to the service. Others wait for one
+ * to leave.
  */
 class SocketServer {
 public:

@@ -11,6 +11,7 @@ using Widths = std::vector<std::size_t>;
 
 constexpr std::size_t Gap = 2;        ///< blanks between columns
 constexpr std::size_t Narrowest = 6;  ///< a column that is cut further can't be read
+constexpr std::size_t NarrowestProse = 20;
 constexpr const char* Bold = "\x1b[1m";
 constexpr const char* Normal = "\x1b[0m";
 
@@ -32,10 +33,10 @@ std::size_t totalOf(const Widths& widths) {
 }
 
 /// Takes from the widest column until all fit. False when they can't.
-bool fit(Widths& widths, std::size_t width) {
+bool fit(Widths& widths, std::size_t width, std::size_t narrowest) {
     while (totalOf(widths) > width) {
         const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= Narrowest) {
+        if (*widest <= narrowest) {
             return false;
         }
         --*widest;
@@ -57,18 +58,57 @@ std::string lineOf(const std::vector<std::string>& cells, const Widths& widths) 
     return line;
 }
 
+/// @p text in pieces of at most @p width columns, parted at blanks; a word that is longer is cut.
+std::vector<std::string> broken(const std::string& text, std::size_t width) {
+    if (TerminalText::width(text) <= width) {
+        return {TerminalText::visible(text)};
+    }
+    std::vector<std::string> pieces = {""};
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find(' ', begin), text.size());
+        const std::string word = TerminalText::cut(text.substr(begin, end - begin), width);
+        const std::string longer = pieces.back().empty() ? word : pieces.back() + " " + word;
+        if (TerminalText::width(longer) <= width) {
+            pieces.back() = longer;
+        } else {
+            pieces.push_back(word);
+        }
+        begin = end + 1;
+    }
+    return pieces;
+}
+
+/// A row of prose: as many lines as its longest cell needs.
+std::string proseOf(const std::vector<std::string>& row, const Widths& widths) {
+    std::vector<std::vector<std::string>> pieces;
+    std::size_t lines = 1;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        pieces.push_back(broken(row[i], widths[i]));
+        lines = std::max(lines, pieces.back().size());
+    }
+    std::string text;
+    for (std::size_t line = 0; line < lines; ++line) {
+        std::vector<std::string> cells;
+        for (const auto& cell : pieces) {
+            cells.push_back(line < cell.size() ? cell[line] : "");
+        }
+        text += lineOf(cells, widths) + "\n";
+    }
+    return text;
+}
+
 std::string tableOf(const Sheet& sheet, const Widths& widths, bool isBold) {
     const std::string names = lineOf(sheet.columns, widths);
     std::string text = (isBold ? Bold + names + Normal : names) + "\n";
     for (const auto& row : sheet.rows) {
-        text += lineOf(row, widths) + "\n";
+        text += sheet.isProse ? proseOf(row, widths) : lineOf(row, widths) + "\n";
     }
     return text;
 }
 
 /// The columns in which any row has something.
 Sheet withoutBlankColumns(const Sheet& sheet) {
-    Sheet rest;
+    Sheet rest{{}, {}, sheet.isProse};
     rest.rows.resize(sheet.rows.size());
     for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
         const bool isBlank = std::all_of(sheet.rows.begin(), sheet.rows.end(),
@@ -90,6 +130,12 @@ std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
     for (const auto& row : sheet.rows) {
         text += text.empty() ? "" : "\n";
         for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
+            if (sheet.isProse) {
+                for (const std::string& piece : broken(row[i], width)) {
+                    text += piece + "\n";
+                }
+                continue;
+            }
             const std::string name = TerminalText::cut(sheet.columns[i], width / 2);
             const std::size_t taken = TerminalText::width(name) + 1;
             const std::string value = TerminalText::cut(row[i], width - std::min(taken, width));
@@ -107,11 +153,13 @@ std::string TableText::aligned(const Sheet& sheet) {
 }
 
 std::string TableText::fitting(const Sheet& sheet, std::size_t width, bool isBold) {
+    const std::size_t narrowest = sheet.isProse ? NarrowestProse : Narrowest;
     Widths widths = widthsOf(sheet);
-    if (fit(widths, width)) {
+    if (fit(widths, width, narrowest)) {
         return tableOf(sheet, widths, isBold);
     }
     const Sheet rest = withoutBlankColumns(sheet);
     widths = widthsOf(rest);
-    return fit(widths, width) ? tableOf(rest, widths, isBold) : recordsOf(rest, width, isBold);
+    return fit(widths, width, narrowest) ? tableOf(rest, widths, isBold)
+                                         : recordsOf(rest, width, isBold);
 }

@@ -142,7 +142,7 @@ private:
                 return ExitUsage;
             }
         }
-        ServiceHost host;
+        ServiceHost host(Output::Printed::Nowhere);
         LogWriter writer(host.output(), arguments);
         Log::setLevel(static_cast<int>(m_level));
         Log::setSink([&](const Log::Entry& entry) { writer.write(entry); });

@@ -10,8 +10,10 @@ AdapterLock::~AdapterLock() {
     m_adapter.give_sema4();
 }
 
-TransactionGuard::TransactionGuard(DatabaseAdapter& adapter)
-    : m_adapter(adapter), m_beginResult(adapter.beginTransaction()) {}
+TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
+    : m_adapter(adapter),
+      m_beginResult(locks == Locks::AtOnce ? adapter.beginWriteTransaction()
+                                           : adapter.beginTransaction()) {}
 
 TransactionGuard::~TransactionGuard() {
     // A failed commit has been logged by the adapter; a destructor has nobody to tell.
@@ -31,8 +33,7 @@ void TransactionGuard::rollBack() {
         return;
     }
     m_open = false;
-    // SQLite may have rolled back by itself, so a refusal here is no failure of the caller's.
-    (void)m_adapter.executeNonQuery("ROLLBACK TRANSACTION;");
+    m_adapter.rollBack();
     m_adapter.give_sema4();
 }
 
@@ -40,13 +41,14 @@ int TransactionGuard::endOrRollBack() {
     AdapterLock lock(m_adapter);  // nobody may work in what a failed commit leaves open
     const int code = end();
     if (code != 0) {
-        (void)m_adapter.executeNonQuery("ROLLBACK TRANSACTION;");
+        m_adapter.rollBack();
     }
     return code;
 }
 
-bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work) {
-    TransactionGuard transaction(adapter);
+bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
+                   TransactionGuard::Locks locks) {
+    TransactionGuard transaction(adapter, locks);
     try {
         if (transaction.beginResult() == 0 && work()) {
             return transaction.endOrRollBack() == 0;

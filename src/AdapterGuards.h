@@ -26,8 +26,13 @@ private:
  */
 class TransactionGuard {
 public:
+    /// AtFirstWrite is what a transaction usually is: others may write until it does. AtOnce is for
+    /// one that writes by what it has read: a begin that fails then means that nothing is to be
+    /// written.
+    enum class Locks { AtFirstWrite, AtOnce };
+
     /// @p adapter must outlive this object; not owned.
-    explicit TransactionGuard(DatabaseAdapter& adapter);
+    explicit TransactionGuard(DatabaseAdapter& adapter, Locks locks = Locks::AtFirstWrite);
     ~TransactionGuard();
     TransactionGuard(const TransactionGuard&) = delete;
     TransactionGuard& operator=(const TransactionGuard&) = delete;
@@ -53,6 +58,7 @@ private:
 /// Runs @p work in a transaction of its own. It is committed when @p work gives true; it is taken
 /// back whole when it gives false, raises, or can't be committed. For rebuilds of tables. False
 /// unless it was committed.
-[[nodiscard]] bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work);
+[[nodiscard]] bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
+    TransactionGuard::Locks locks = TransactionGuard::Locks::AtFirstWrite);
 
 #endif

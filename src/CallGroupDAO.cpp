@@ -102,7 +102,7 @@ void CallGroupDAO::handleRequest(const char* text, int length) {
         DAS_LOG(2, "handleRequest - User context empty");
         return;
     }
-    createMissingGroups();
+    (void)createMissingGroups();
     (void)dispatch(*this, Operations);  // an unknown reason is answered as a failure
 }
 
@@ -189,10 +189,13 @@ std::string CallGroupDAO::responseData() {
                               m_resultColumns, m_resultRows, fieldNames(), true);
 }
 
-void CallGroupDAO::createMissingGroups() {
-    if (createMissingTable()) {
-        (void)insertDefaultRows();  // what fails is in the log
-    }
+/// The table comes with its groups or not at all: those of a user that it lacks are never added.
+bool CallGroupDAO::createMissingGroups() {
+    std::vector<std::string> names;
+    return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
+           runWholeOrNot(*m_dbAdapter,
+                         [this] { return createTable() == 0 && insertGroupsOfBoth() == 0; },
+                         TransactionGuard::Locks::AtOnce);
 }
 
 int CallGroupDAO::insertGroup(const std::string& context, const std::string& number) {
@@ -202,25 +205,40 @@ int CallGroupDAO::insertGroup(const std::string& context, const std::string& num
 }
 
 int CallGroupDAO::insertDefaultRows() {
+    return insertDefaultRows(false);
+}
+
+int CallGroupDAO::insertDefaultRows(bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return transaction.beginResult();
+    }
+    if (onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName)) {
+        return 0;
+    }
+    const int result = insertGroupsOfBoth();
+    const int ended = transaction.end();
+    return result != 0 ? result : ended;
+}
+
+int CallGroupDAO::insertGroupsOfBoth() {
     int result = 1;
     for (const std::string& number : groupNumbers()) {
         (void)insertGroup(UserContextBase, number);  // a failure is in the log
         result = insertGroup(UserContextVisitor, number);
     }
-    const int ended = transaction.end();
-    return result != 0 ? result : ended;
+    return result;
 }
 
 int CallGroupDAO::insertDefaultRows(const std::string& context) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    if (createMissingTable()) {
-        return insertDefaultRows();
+    if (createMissingGroups()) {
+        return 0;
     }
     TransactionGuard transaction(*m_dbAdapter);
     int result = deleteContextData(context);
@@ -238,7 +256,7 @@ int CallGroupDAO::initialiseMobilityUserData(const std::string& context) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    createMissingGroups();
+    (void)createMissingGroups();
     PairList conditions = {{UserContextTagName, DASUtils::escapeAndQuote(context)}};
     PairList newValues = blankValues();
     return m_dbAdapter->update(m_tableName, conditions, newValues, false);
@@ -259,13 +277,13 @@ int CallGroupDAO::exportData(PairList& conditions, std::string& location) {
 }
 
 int CallGroupDAO::importData(std::string& location) {
-    createMissingGroups();
+    (void)createMissingGroups();
     std::vector<std::string> columns = allColumns();
     return importDataFromFile(m_tableName, columns, location) ? 0 : 1;
 }
 
 int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory category) {
-    createMissingGroups();
+    (void)createMissingGroups();
     const bool isVisitor =
         category == visitor && !DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter);
     const std::string& context = isVisitor ? UserContextVisitor : UserContextBase;

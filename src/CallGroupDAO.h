@@ -34,6 +34,8 @@ public:
     /// Inserts the groups of both users, in one transaction. Status of the last insert, or of the
     /// commit.
     int insertDefaultRows() override;
+    /// The same; @p onlyMissing leaves a table as it is that has rows.
+    int insertDefaultRows(bool onlyMissing) override;
     /**
      * Replaces the groups of one user by sixteen blank ones, in one transaction: also the second
      * visitor has sixteen. Makes a missing table with the groups of both users. When the old ones
@@ -78,7 +80,8 @@ public:
     void endElement(const char* name);
 
 private:
-    void createMissingGroups();
+    bool createMissingGroups();
+    int insertGroupsOfBoth();
     int insertGroup(const std::string& context, const std::string& number);
     /// Select pairs, entry pairs and the user, in this order.
     PairList readConditions() const;

@@ -432,6 +432,9 @@ std::string CallLogDAO::responseData() {
             out += xmlEntryStartTag;
             appendRow(out, row, shown);
             out += xmlEntryEndTag;
+            if (&row == &m_resultRows.front()) {
+                reserveForRows(out, m_resultRows);
+            }
         }
     }
     return out;
@@ -550,7 +553,7 @@ int CallLogDAO::importData(std::string& location) {
 int CallLogDAO::importDataForUser(const std::string& location, eUserCategory category) {
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
     (void)createMissingTable();
-    return replaceRowsOfUser(location, context, [&](std::vector<std::string>& fields) {
+    return replaceRowsOfUser(context, location, [&](std::vector<std::string>& fields) {
         return importRow(context, fields);
     });
 }

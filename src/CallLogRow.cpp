@@ -136,18 +136,22 @@ bool CallLogRow::isSafeInStatement() const {
 }
 
 void CallLogRow::updateDb(DataAccessServiceIfc* service) const {
+    (void)writeTo(service);  // told by the log alone, as the header says
+}
+
+bool CallLogRow::writeTo(DataAccessServiceIfc* service) const {
     DatabaseAdapter* adapter = service != nullptr ? service->getAdapter() : nullptr;
     if (adapter == nullptr) {
         DAS_LOG(2, "CallLogRow::updateDb: no database adapter");
-        return;
+        return false;
     }
     if (!isSafeInStatement()) {
         DAS_LOG(3, "CallLogRow::updateDb: a quote in row UniqueId='%s', left as it is",
                 uniqueId.c_str());
-        return;
+        return false;
     }
     Rows none;
-    (void)adapter->executeSQLQuery(statement(), none);  // told by the log alone, as the header says
+    return adapter->executeSQLQuery(statement(), none) == 0;
 }
 
 bool CallLogRow::compareCallLogRowByTime(const CallLogRow& first, const CallLogRow& second) {

@@ -34,6 +34,10 @@ public:
      * result: what failed is in the log.
      */
     void updateDb(DataAccessServiceIfc* service) const;
+    /// The same with a result: false when the row does not stand in the database as it is here.
+    [[nodiscard]] bool writeTo(DataAccessServiceIfc* service) const;
+    /// Whether no value that is written would break the statement.
+    bool isSafeInStatement() const;
 
     /// Like CallLogRecord::compareCallLogRecordsAsTime over the first record of each. A row without
     /// records raises std::out_of_range.
@@ -69,7 +73,6 @@ private:
     /// Pointers to the nine texts, in the order of the class.
     std::vector<const std::string*> texts() const;
     std::string statement() const;
-    bool isSafeInStatement() const;
     void moveToRowOfItsNumber(CallLogRecord&& record,
                               std::map<std::string, CallLogRow>& rowsByNumber) const;
 };

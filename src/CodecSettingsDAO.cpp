@@ -58,7 +58,7 @@ CodecSettingsDAO::CodecSettingsDAO(DatabaseAdapter* adapter) : KeyedTableDAO(ada
 CodecSettingsDAO::~CodecSettingsDAO() = default;
 
 int CodecSettingsDAO::insertDefaultRows(unsigned int first) {
-    return insertDefaultRowsFrom(first, false);
+    return insertDefaultRowsFrom(first, true);
 }
 
 int CodecSettingsDAO::increaseAllOtherRanks(unsigned int count) {

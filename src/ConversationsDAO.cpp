@@ -224,6 +224,9 @@ std::string ConversationsDAO::plainRows() const {
             CallLogWriter::appendCell(out, row, ShownCells[i], tags[i]);
         }
         out += xmlEntryEndTag;
+        if (&row == &m_resultRows.front()) {
+            reserveForRows(out, m_resultRows);
+        }
     }
     return out;
 }
@@ -246,6 +249,9 @@ std::string ConversationsDAO::joinedRows() const {
             }
         }
         out += xmlEntryEndTag;
+        if (&row == &m_resultRows.front()) {
+            reserveForRows(out, m_resultRows);
+        }
     }
     return out;
 }

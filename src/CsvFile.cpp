@@ -40,16 +40,6 @@ std::string temporaryNameFor(const std::string& place) {
     return place + ".new-" + std::to_string(::getpid()) + "-" + std::to_string(number++);
 }
 
-/// Makes what happened to a folder's entries last; where it can't, the entry is there all the same.
-void syncFolderOf(const std::string& place) {
-    const std::string folder = place.substr(0, place.rfind('/') + 1);
-    const int file = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file >= 0) {
-        (void)::fsync(file);
-        ::close(file);
-    }
-}
-
 /// Seldom enough to cost nothing, often enough for a bar that moves.
 constexpr std::size_t LinesBetweenReports = 50;
 
@@ -143,7 +133,7 @@ bool CsvWriter::replaceTarget() {
         return false;
     }
     m_temporary.clear();
-    syncFolderOf(place);
+    (void)Storage::syncFolderOf(place);  // where it can't, the name is there all the same
     return true;
 }
 
@@ -213,6 +203,11 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
         }
     }
     reportProgress();
+    if (m_stream.bad()) {
+        // Streams take lack of memory, and a disk that can't be read, for an end of the file.
+        DAS_LOG(2, "%s: reading ended early, behind line %zu", m_path.c_str(), m_line);
+        ++failures;
+    }
     return failures;
 }
 

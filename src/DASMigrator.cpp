@@ -314,10 +314,17 @@ bool DASMigrator::dbIsPreMobility(DataAccessServiceIfc* service) {
     PairList conditions = {{"Schema", "'MobilitySettings'"},
                            {UserContextTagName, EmptyDBString},
                            {"Name", "'MobilityCurrentUser'"}};
+    DatabaseAdapter& adapter = *service->getAdapter();
     std::string count;
-    service->getAdapter()->getRowCount(GeneralConfigTableName, conditions, count);
+    const bool isCounted = adapter.countRows(GeneralConfigTableName, conditions, count) == 0;
     DAS_LOG(5, "dbIsPreMobility - row count =  %s", count.c_str());
-    return count == "0";
+    if (isCounted) {
+        return count == "0";
+    }
+    // Only an older form is older: a count that failed on today's must not make the visitor "base".
+    std::vector<std::string> names;
+    (void)adapter.getColumnNames(GeneralConfigTableName, names);
+    return !DASUtils::columnIsInColumnList(UserContextTagName, names);
 }
 
 void DASMigrator::migrateToMobilityDatabase(DataAccessServiceIfc* service) {
@@ -360,7 +367,7 @@ void DASMigrator::createTableAndDefaultRows(DataAccessServiceIfc* service,
     }
     const int created = dao->createTable();
     if (DASUtils::mayInsertDefaultRows(*dao->getDatabaseAdapter(), dao->tableName(), created)) {
-        (void)dao->insertDefaultRows();  // a failure is in the log
+        (void)dao->insertDefaultRows(true);  // a failure is in the log
     }
 }
 

@@ -192,30 +192,90 @@ void DASMigrator::insertUniqueValue(std::vector<std::string>& values, const std:
     }
 }
 
+namespace {
+
+/// Raises like a sort, but for each time: a row that keeps one that can't be read is not split.
+void requireReadableTimes(const CallLogRow& row) {
+    for (const CallLogRecord& record : row.records) {
+        const std::string& time = record[CallLogColumns::TimeDate];
+        if (!time.empty()) {
+            (void)CallLogRecord::extractLocalTimeFromISO8601TimeString(time);
+        }
+    }
+}
+
+/// Adds what @p others holds to @p extracted, without the calls that break their statement.
+void addStorable(std::map<std::string, CallLogRow>& others,
+                 std::map<std::string, CallLogRow>& extracted) {
+    for (auto& [number, other] : others) {
+        auto& calls = other.records;
+        calls.erase(std::remove_if(calls.begin(), calls.end(),
+                                   [](const auto& call) { return !call.isSafeInStatement(); }),
+                    calls.end());
+        if (calls.empty() || !other.isSafeInStatement()) {
+            continue;
+        }
+        const auto [found, isNew] = extracted.try_emplace(number, other);
+        if (!isNew) {
+            auto& known = found->second.records;
+            known.insert(known.end(), calls.begin(), calls.end());
+        }
+    }
+}
+
+/// Moves the calls of other numbers from the rows of @p ids to @p extracted. A row that can't be
+/// written keeps them, and they are added all the same: kept on purpose, clients rely on the rows.
+bool splitRows(DataAccessServiceIfc* service, std::map<std::string, CallLogRow>& rows,
+               const std::vector<std::string>& ids, std::map<std::string, CallLogRow>& extracted) {
+    int replaced = 0;
+    bool stored = true;
+    for (const std::string& id : ids) {
+        CallLogRow& row = rows[id];
+        const bool isStorable = row.isSafeInStatement();
+        std::map<std::string, CallLogRow> others;
+        const bool isSplit = guarded(id, [&] {
+            requireReadableTimes(row);
+            row.extractCallRecordsThatDoNotMatch(isStorable ? extracted : others);
+        });
+        if (isSplit && isStorable) {
+            stored = row.writeTo(service) && stored;
+        } else if (isSplit) {
+            DAS_LOG(3, "Call log row '%s' is left as it is: a quote", id.c_str());
+            addStorable(others, extracted);
+        }
+        replaced += isSplit ? 1 : 0;
+        showProgress();
+    }
+    DAS_LOG(5, "\nREPLACED %d CALL_LOG row(s)", replaced);
+    return stored;
+}
+
+bool storeExtracted(DataAccessServiceIfc* service, std::map<std::string, CallLogRow>& extracted) {
+    bool stored = true;
+    for (auto& [number, row] : extracted) {
+        row.normalize();
+        stored = row.writeTo(service) && stored;
+        showProgress();
+    }
+    DAS_LOG(5, "\nINSERTED %d CALL_LOG row(s)", static_cast<int>(extracted.size()));
+    return stored;
+}
+
+}  // namespace
+
 void DASMigrator::fixDuplicateNumbersFoundInARow(DataAccessServiceIfc* service,
                                                  std::map<std::string, CallLogRow>& rows,
                                                  std::vector<std::string>& idsToSplit) {
     std::sort(idsToSplit.begin(), idsToSplit.end(), compareStringsAsIntegers);
-    std::map<std::string, CallLogRow> extracted;
-    int replaced = 0;
-    for (const std::string& id : idsToSplit) {
-        CallLogRow& row = rows[id];
-        if (guarded(id, [&] { row.extractCallRecordsThatDoNotMatch(extracted); })) {
-            row.updateDb(service);
-            ++replaced;
-        }
-        showProgress();
+    // A call leaves its row only together with its arrival in the other one.
+    const bool stored = runWholeOrNot(*service->getAdapter(), [&] {
+        std::map<std::string, CallLogRow> extracted;
+        return splitRows(service, rows, idsToSplit, extracted) &&
+               storeExtracted(service, extracted);
+    });
+    if (!stored) {
+        DAS_LOG(2, "The rows of the call log can't be split, they stay as they were");
     }
-    DAS_LOG(5, "\nREPLACED %d CALL_LOG row(s)", replaced);
-    int inserted = 0;
-    for (auto& [number, row] : extracted) {
-        // Calls that can't be sorted are stored unsorted: they stand in no other row any more.
-        (void)guarded(number, [&row = row] { row.normalize(); });
-        row.updateDb(service);
-        ++inserted;
-        showProgress();
-    }
-    DAS_LOG(5, "\nINSERTED %d CALL_LOG row(s)", inserted);
 }
 
 void DASMigrator::readCallLogRowsWithDuplicateRowsPerCategory(DataAccessServiceIfc* service,
@@ -274,7 +334,8 @@ void DASMigrator::consolidateDuplicateCategoryForASingleNumber(
                 }
             }
         }
-        if (guarded(survivor.uniqueId, [&survivor] { survivor.normalize(); })) {
+        if (guarded(survivor.uniqueId, [&survivor] { survivor.normalize(); }) &&
+            survivor.isSafeInStatement()) {
             idsToRemove.insert(idsToRemove.end(), joined.begin(), joined.end());
             rows = {std::move(survivor)};
         } else {
@@ -392,7 +453,7 @@ std::string numberingOf(DatabaseAdapter& adapter) {
 }
 
 void carryNumbering(DatabaseAdapter& adapter, const std::string& numbering) {
-    if (numbering.empty()) {
+    if (!DASUtils::isNumber(numbering)) {
         return;
     }
     (void)adapter.executeNonQuery("DELETE FROM sqlite_sequence WHERE name = 'PHONE_BOOK';");
@@ -442,17 +503,20 @@ bool DASMigrator::rebuildPhoneBook(DataAccessServiceIfc* service,
                                    const std::vector<std::string>& leftOut) {
     DatabaseAdapter& adapter = *service->getAdapter();
     // One transaction, so that a power cut leaves the book as it was or as it will be.
-    TransactionGuard transaction(adapter);
-    const std::string numbering = numberingOf(adapter);
-    const bool indexed = hasIndices(adapter);
-    const bool renewed = renewBook(adapter, leftOut);
-    if (renewed) {
-        carryNumbering(adapter, numbering);
-        if (indexed) {
-            PhonebookDAO(&adapter).createPhonenumberIndices();
+    bool renewed = false;
+    const bool stored = runWholeOrNot(adapter, [&] {
+        const std::string numbering = numberingOf(adapter);
+        const bool indexed = hasIndices(adapter);
+        renewed = renewBook(adapter, leftOut);
+        if (renewed) {
+            carryNumbering(adapter, numbering);
+            if (indexed) {
+                PhonebookDAO(&adapter).createPhonenumberIndices();
+            }
         }
-    }
-    return transaction.end() == 0 && renewed;
+        return true;  // a book that could not be copied stays under its older name
+    });
+    return stored && renewed;
 }
 
 void DASMigrator::checkValidityOfPhoneBookTable(DataAccessServiceIfc* service) {

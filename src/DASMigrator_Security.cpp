@@ -1,7 +1,5 @@
 // Settings of older protocols, and passwords that older releases stored as they were.
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 
@@ -15,7 +13,6 @@
 #include "DataAccessServiceIfc.h"
 #include "DatabaseAdapter.h"
 #include "Logging.h"
-#include "Storage.h"
 
 namespace {
 
@@ -65,13 +62,6 @@ bool encrypt(const std::string& plain, std::string& encrypted) {
         return false;
     }
     return true;
-}
-
-void removeFile(const std::string& path) {
-    const std::string place = Storage::devicePath(path);
-    if (::access(place.c_str(), F_OK) == 0 && std::remove(place.c_str()) != 0) {
-        DAS_LOG(2, "Error deleting file: %s", path.c_str());
-    }
 }
 
 int insertSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
@@ -217,6 +207,38 @@ bool DASMigrator::getValueFromReply(std::string& reply, const std::string& item,
     return true;
 }
 
+namespace {
+
+PairList keyOfSetting(const std::string& schema, const std::string& context,
+                      const std::string& name) {
+    return {{"Schema", DASUtils::escapeAndQuote(schema)},
+            {UserContextTagName, DASUtils::escapeAndQuote(context)},
+            {"Name", DASUtils::escapeAndQuote(name)}};
+}
+
+/// Stores a setting in encrypted form; the plain row goes when that stands.
+void encryptSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
+                    const std::string& item, const std::string& value) {
+    const std::string encryptedItem = item + encryptedSuffix;
+    std::string encrypted;
+    std::string present = "0";
+    // A blank row, as older software makes it by default, must not wipe a password.
+    if (value.empty()) {
+        PairList key = keyOfSetting(schema, context, encryptedItem);
+        if (adapter.countRows(GeneralConfigTableName, key, present) != 0) {
+            return;
+        }
+    }
+    if (encrypt(value, encrypted) &&
+        (present != "0" ||
+         insertSetting(adapter, schema, context, encryptedItem, encrypted) == 0)) {
+        PairList plainRow = keyOfSetting(schema, context, item);
+        (void)adapter.deleteRow(GeneralConfigTableName, plainRow);  // else at the next start
+    }
+}
+
+}  // namespace
+
 void DASMigrator::replaceExistingRowWithEncrypted(DatabaseAdapter* adapter,
                                                   const std::string& schema,
                                                   const std::string& reply,
@@ -224,16 +246,18 @@ void DASMigrator::replaceExistingRowWithEncrypted(DatabaseAdapter* adapter,
     std::string rest = reply;
     std::string value;
     std::string context;
-    while (getValueFromReply(rest, item, value, context)) {
-        std::string encrypted;
-        if (!encrypt(value, encrypted) ||
-            insertSetting(*adapter, schema, context, item + encryptedSuffix, encrypted) != 0) {
-            continue;
-        }
-        PairList plainRow = {{"Schema", DASUtils::escapeAndQuote(schema)},
-                             {UserContextTagName, DASUtils::escapeAndQuote(context)},
-                             {"Name", DASUtils::escapeAndQuote(item)}};
-        (void)adapter->deleteRow(GeneralConfigTableName, plainRow);
+    if (!getValueFromReply(rest, item, value, context)) {
+        return;
+    }
+    // Markup in a value hides where it ends and whose it is: the table tells.
+    const PairList conditions = {{"Schema", DASUtils::escapeAndQuote(schema)},
+                                 {"Name", DASUtils::escapeAndQuote(item)}};
+    PairList orderBy;
+    Rows rows;
+    (void)adapter->executeQuery(GeneralConfigTableName, {UserContextTagName, "Value"}, conditions,
+                                orderBy, rows, "", "");  // a failure is in the log
+    for (const auto& row : rows) {
+        encryptSetting(*adapter, schema, row.at(0), item, row.at(1));
     }
 }
 
@@ -382,20 +406,18 @@ void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
         !DASUtils::readAllItemsFromTableAndWriteToFile(&adapter, oldTable, migrationFile, {})) {
         return;
     }
-    TransactionGuard transaction(adapter);
-    bool moved = transaction.beginResult() == 0 && adapter.dropTable(oldTable) == 0;
-    if (moved) {
+    const bool moved = runWholeOrNot(adapter, [&] {
+        if (adapter.dropTable(oldTable) != 0) {
+            return false;
+        }
         createTable(service, FileDownloadSettingsSchema);
-        moved = loadEncrypted(adapter, names);
-    }
+        return loadEncrypted(adapter, names);
+    });
     if (!moved) {
         DAS_LOG(2, "%s is left as it was", oldTable.c_str());
-        transaction.rollBack();
         return;
     }
-    if (transaction.end() == 0) {
-        removeFile(migrationFile);
-    }
+    DASUtils::removeDataFile(migrationFile);
 }
 
 namespace {
@@ -427,7 +449,9 @@ std::vector<std::string> asDownloadRow(const std::vector<std::string>& line,
 }
 
 bool rewriteOldestTable(DatabaseAdapter& adapter) {
-    if (!DASUtils::readAllItemsFromTableAndWriteToFile(&adapter, oldestTable, migrationFile, {})) {
+    std::vector<std::string> names;
+    if (adapter.getColumnNames(oldestTable, names) != 1 ||
+        !DASUtils::readAllItemsFromTableAndWriteToFile(&adapter, oldestTable, migrationFile, {})) {
         return false;
     }
     CsvReader in(migrationFile);
@@ -438,8 +462,11 @@ bool rewriteOldestTable(DatabaseAdapter& adapter) {
     }
     DAS_LOG(5, "Opening %s", migrationFile);
     DAS_LOG(5, "Scanning file...");
-    const std::size_t failures = in.forEachRow([&out](std::vector<std::string>& fields) {
+    const std::size_t failures = in.forEachRow([&](std::vector<std::string>& fields) {
         std::string encrypted;
+        if (fields.size() != names.size()) {
+            return 1;  // a value that the file can't carry: nothing is taken over in part
+        }
         if (!isTakenOver(fields)) {
             return 0;
         }
@@ -475,8 +502,8 @@ void DASMigrator::migrateFtpSettingsTable(DataAccessServiceIfc* service) {
                 if (adapter.dropTable(oldestTable) == 0) {
                     DAS_LOG(5, "%s table dropped", oldestTable);
                 }
-                removeFile(migrationFile);
-                removeFile(file);
+                DASUtils::removeDataFile(migrationFile);
+                DASUtils::removeDataFile(file);
             }
         }
     }

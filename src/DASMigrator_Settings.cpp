@@ -19,6 +19,7 @@
 #include "HardwareVersion.h"
 #include "Logging.h"
 #include "Storage.h"
+#include "UpgradeCopy.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ using namespace DASUtilsStrings;
 const char* const schemaColumn = "Schema";
 const char* const nameColumn = "Name";
 const char* const valueColumn = "Value";
-const char* const updateValuesFile = "/Aurel_Deploy/DasUpdateValues.csv";
+constexpr const char* updateValuesFile = UpgradeCopy::updateValuesFile;
 
 const std::vector<std::string>& settingsColumns() {
     static const std::vector<std::string> columns = {schemaColumn, UserContextTagName, nameColumn,
@@ -131,10 +132,14 @@ int readSettings(DataAccessServiceIfc* service, const std::vector<std::string>& 
                                                rows, "", "");
 }
 
-bool isPresent(DataAccessServiceIfc* service, PairList conditions) {
+int countSettings(DataAccessServiceIfc* service, PairList conditions, std::string& count) {
+    return service->getAdapter()->countRows(GeneralConfigTableName, conditions, count);
+}
+
+/// True also when nobody can tell: a default must not replace what may be there.
+bool mayBePresent(DataAccessServiceIfc* service, const PairList& conditions) {
     std::string count;
-    service->getAdapter()->getRowCount(GeneralConfigTableName, conditions, count);
-    return count != "0";
+    return countSettings(service, conditions, count) != 0 || count != "0";
 }
 
 /// Inserts a setting, plain texts. An adapter status.
@@ -174,7 +179,13 @@ void DASMigrator::dbMigrate(DataAccessServiceIfc* service, const std::string& sc
         return;
     }
     DAS_LOG(6, "dbMigrate() - old item[%s] found", oldItemName.c_str());
-    const bool isThere = isPresent(service, settingConditions(schema, newUserContext, newItemName));
+    std::string count;
+    if (countSettings(service, settingConditions(schema, newUserContext, newItemName), count) !=
+        0) {
+        DAS_LOG(5, "dbMigrate() executeQuery error");
+        return;
+    }
+    const bool isThere = count != "0";
     bool arrived = isThere;
     if (copyOverExisting || !isThere) {
         DAS_LOG(6,
@@ -215,7 +226,7 @@ void DASMigrator::dbMigrateUserToDevice(DataAccessServiceIfc* service, std::stri
         DAS_LOG(6, "dbMigrateUserToDevice - results empty");
         return;
     }
-    if (isPresent(service, settingConditions(schema, "", newItemName))) {
+    if (mayBePresent(service, settingConditions(schema, "", newItemName))) {
         DAS_LOG(6, "dbMigrateUserToDevice already have new Item: %s", newItemName.c_str());
         return;
     }
@@ -234,7 +245,7 @@ void DASMigrator::migrateMovedItems(DataAccessServiceIfc* service) {
 
 void DASMigrator::dbMigrateDoorOpenerSettings(DataAccessServiceIfc* service, bool upgrade) {
     DAS_LOG(5, "dbMigrateDoorOpenerSettings() software %sgrade", upgrade ? "up" : "down");
-    if (service == nullptr) {
+    if (service == nullptr || service->getAdapter() == nullptr) {
         return;
     }
     for (const DoorOpenerName& name : DoorOpenerNames) {
@@ -259,7 +270,7 @@ void DASMigrator::applyUpdateValuesFile(DataAccessServiceIfc* service) {
         return;
     }
     updateGeneralConfigTable(service, settingsColumns(), updateValuesFile);
-    if (std::remove(place.c_str()) != 0) {
+    if (UpgradeCopy::removeUsedFile() != 0) {
         DAS_LOG(2, "Error deleting file: %s", updateValuesFile);
     }
 }
@@ -377,7 +388,7 @@ void DASMigrator::validateDeviceItems(DataAccessServiceIfc* service) {
 // Single items -----------------------------------------------------------------------------------
 
 bool DASMigrator::checkDot1xSettings(DataAccessServiceIfc* service) {
-    return isPresent(service, {{schemaColumn, "'Dot1xSettings'"}});
+    return mayBePresent(service, {{schemaColumn, "'Dot1xSettings'"}});
 }
 
 void DASMigrator::migrateDot1xSettings(DataAccessServiceIfc* service) {
@@ -385,12 +396,17 @@ void DASMigrator::migrateDot1xSettings(DataAccessServiceIfc* service) {
         return;
     }
     DAS_LOG(5, "Migrate Dot1xSettings in GENERAL_CONFIG");
-    if (insertSetting(service, Dot1xSettingsSchema, "", "Dot1xAuthentication", "1") != 0) {
-        DAS_LOG(2, "Failed to insert \"Dot1xSettings,Dot1xAuthentication,1\"");
-    }
-    if (insertSetting(service, Dot1xSettingsSchema, "", "RadiusServerValidation", "true") != 0) {
-        DAS_LOG(2, "Failed to insert \"Dot1xSettings,RadiusServerValidation,true\"");
-    }
+    const auto insertBoth = [&] {
+        for (const auto& [name, value] :
+             {std::pair{"Dot1xAuthentication", "1"}, std::pair{"RadiusServerValidation", "true"}}) {
+            if (insertSetting(service, Dot1xSettingsSchema, "", name, value) != 0) {
+                DAS_LOG(2, "Failed to insert \"Dot1xSettings,%s,%s\"", name, value);
+                return false;
+            }
+        }
+        return true;
+    };
+    (void)runWholeOrNot(*service->getAdapter(), insertBoth);  // one alone would pass for both
 }
 
 void DASMigrator::migrateWlanSettings(DataAccessServiceIfc* service) {
@@ -478,7 +494,7 @@ PairList byName(const std::string& name, const std::string& context) {
 bool DASMigrator::isGeneralConfigRowPresentByName(DataAccessServiceIfc* service,
                                                   const std::string& name,
                                                   const std::string& context) {
-    return isPresent(service, byName(name, context));
+    return mayBePresent(service, byName(name, context));
 }
 
 void DASMigrator::readGeneralConfigByName(DataAccessServiceIfc* service, const std::string& name,

@@ -1,9 +1,6 @@
 // The table of settings: the key that it was given, and its forms before user mobility.
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
 
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
@@ -15,7 +12,6 @@
 #include "DatabaseAdapter.h"
 #include "GenConfigDeviceDataItems.h"
 #include "Logging.h"
-#include "Storage.h"
 
 namespace {
 
@@ -121,14 +117,8 @@ void DASMigrator::normalizeGeneralConfigTable(DataAccessServiceIfc* service) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG has other columns, left as it is");
         return;
     }
-    TransactionGuard transaction(adapter);
-    if (transaction.beginResult() != 0 || !addKey(adapter)) {
+    if (!runWholeOrNot(adapter, [&] { return addKey(adapter); })) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG is left as it was");
-        transaction.rollBack();
-        return;
-    }
-    if (transaction.end() != 0) {
-        DAS_LOG(2, "normalizeGeneralConfigTable: the key could not be stored");
     }
 }
 
@@ -199,13 +189,6 @@ bool insertTaken(DatabaseAdapter& adapter, const Rows& taken, int columns) {
     });
 }
 
-void removeFile(const std::string& path) {
-    const std::string place = Storage::devicePath(path);
-    if (::access(place.c_str(), F_OK) == 0 && std::remove(place.c_str()) != 0) {
-        DAS_LOG(2, "Error deleting file: %s", path.c_str());
-    }
-}
-
 /// Writes the lines of the migration file as rows of today. Whether all of them are written.
 bool rewriteFile(int columns) {
     CsvReader in(migrationFile);
@@ -259,18 +242,13 @@ void DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
             count == ColumnsWithoutContext
                 ? "Migrating old-format GENERAL_CONFIG table"
                 : "Rationalising new-format GENERAL_CONFIG table for Mobility");
-    removeFile(migrationFile);
-    TransactionGuard transaction(*service->getAdapter());
-    if (transaction.beginResult() != 0 || !renewTable(service, columns, count)) {
+    DASUtils::removeDataFile(migrationFile);
+    if (!runWholeOrNot(*service->getAdapter(),
+                       [&] { return renewTable(service, columns, count); })) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG is left as it was");
-        transaction.rollBack();
         return;
     }
-    if (transaction.end() != 0) {
-        DAS_LOG(2, "migrateGeneralConfigTable: the new GENERAL_CONFIG could not be stored");
-        return;
-    }
-    removeFile(migrationFile);
-    removeFile(migrationFile + outSuffix);
+    DASUtils::removeDataFile(migrationFile);
+    DASUtils::removeDataFile(migrationFile + outSuffix);
     DAS_LOG(5, "GENERAL_CONFIG table handling complete");
 }

@@ -45,7 +45,7 @@ bool makeTable(DataAccessObject& dao, const std::string& table) {
         DAS_LOG(2, "The table %s can be neither read nor made", table.c_str());
         return false;
     }
-    (void)dao.insertDefaultRows();  // a failure is in the log
+    (void)dao.insertDefaultRows(true);  // a failure is in the log
     return true;
 }
 
@@ -305,7 +305,7 @@ void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const s
         return;
     }
     const auto dao = createDao(service, schema);
-    (void)(isKnownToHaveNo(service, table, {}) ? dao->insertDefaultRows()
+    (void)(isKnownToHaveNo(service, table, {}) ? dao->insertDefaultRows(true)
                                                : dao->insertDefaultRows(UserContextVisitor));
 }
 

@@ -116,7 +116,8 @@ std::string DASUtils::escapeAndQuote(const std::string& text) {
 }
 
 bool DASUtils::isSafeBetweenQuotes(const std::string& value) {
-    return escapeSqlReservedCharacters(unescapeSqlReservedCharacters(value)) == value;
+    return value.find('\0') == std::string::npos &&
+           escapeSqlReservedCharacters(unescapeSqlReservedCharacters(value)) == value;
 }
 
 void DASUtils::createXMLStartTag(const std::string& name, std::string& out) {

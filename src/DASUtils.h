@@ -53,7 +53,8 @@ public:
     /// Database form of any text: escaped, then quoted.
     static std::string escapeAndQuote(const std::string& text);
 
-    /// Whether @p value may stand between single quotes as it is: all quotes in it are doubled.
+    /// Whether @p value may stand between single quotes as it is: all quotes in it are doubled, and
+    /// no zero byte ends the statement.
     static bool isSafeBetweenQuotes(const std::string& value);
 
     static void createXMLStartTag(const std::string& name, std::string& out);
@@ -129,6 +130,9 @@ public:
                                                     const std::string& table,
                                                     const std::string& path,
                                                     const PairList& conditions);
+    /// Removes a file that a table went through, for good: it may hold passwords. One that is not
+    /// there is as good as removed; a failure is logged.
+    static void removeDataFile(const std::string& path);
     /// Writes the cells of @p columns, in that order, of the rows of @p table that match
     /// @p conditions. The first line is their names, with commas between them: what
     /// recreateTableFromFile reads. A name that is no column of the table is a failure.

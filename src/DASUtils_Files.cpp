@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 
 #include "AdapterGuards.h"
 #include "ClientUtils.h"
@@ -300,6 +301,17 @@ bool DASUtils::readAllItemsFromTableAndWriteToFile(DatabaseAdapter* adapter,
     return writeTableOrLog(adapter, table, path, conditions, {});
 }
 
+void DASUtils::removeDataFile(const std::string& path) {
+    const std::string place = Storage::devicePath(path);
+    if (::access(place.c_str(), F_OK) != 0) {
+        return;
+    }
+    if (std::remove(place.c_str()) != 0) {
+        DAS_LOG(2, "Error deleting file: %s", path.c_str());
+    }
+    (void)Storage::syncFolderOf(place);  // the upgrade that would remove it again may be over
+}
+
 bool DASUtils::readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
                                                       const std::string& table,
                                                       const std::string& path,
@@ -350,7 +362,7 @@ int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string&
                       "phone.db")) {
         return 2;
     }
-    (void)::unlink(Storage::devicePath(ScratchFile).c_str());  // the next one replaces it anyway
+    removeDataFile(ScratchFile);
     return 1;
 }
 

@@ -86,7 +86,8 @@ void DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adap
     std::string count;
     getRowCount(adapter, table, count);
     if (count == "0" && mayInsertDefaultRows(adapter, table, dao.createTable())) {
-        (void)dao.insertDefaultRows();  // a failed insert is in the log, the request goes on
+        // Those that are missing: another process may have been faster.
+        (void)dao.insertDefaultRows(true);  // a failed insert is in the log, the request goes on
     }
 }
 

@@ -1,6 +1,8 @@
 #include "DataAccessObject.h"
 
 #include <algorithm>
+#include <cstring>
+#include <numeric>
 
 #include "DatabaseAdapter.h"
 #include "Logging.h"
@@ -308,14 +310,26 @@ std::string DataAccessObject::responseHeader() {
 
 std::string DataAccessObject::getResponseMsg() {
     const std::string header = responseHeader();
-    const std::string data = responseData();
-    const std::string close = xmlSchemaClose;
-    std::string message;
-    message.reserve(header.size() + data.size() + close.size());
-    message += header;
-    message += data;
-    message += close;
+    std::string message = responseData();
+    message.reserve(header.size() + message.size() + std::strlen(xmlSchemaClose));
+    message.insert(0, header);
+    message += xmlSchemaClose;
     return message;
+}
+
+void DataAccessObject::reserveForRows(std::string& body, const Rows& rows) {
+    const auto sizeOf = [](const std::vector<std::string>& row) {
+        return std::accumulate(
+            row.begin(), row.end(), std::size_t{0},
+            [](std::size_t sum, const std::string& cell) { return sum + cell.size(); });
+    };
+    std::size_t cells = 0;
+    for (const auto& row : rows) {
+        cells += sizeOf(row);
+    }
+    const std::size_t first = rows.empty() ? 0 : sizeOf(rows.front());
+    const std::size_t tags = body.size() > first ? body.size() - first : body.size();
+    body.reserve(FrameSize + rows.size() * tags + cells);
 }
 
 std::string DataAccessObject::responseData() {
@@ -345,7 +359,7 @@ std::string DataAccessObject::responseDataHelper(
     const bool inContext = !context.empty();
     std::string text;
     text.reserve(
-        sizeOfEntries(rows, cells) +
+        FrameSize + sizeOfEntries(rows, cells) +
         (inContext ? contextStart.size() + user.size() + contextStartEnd.size() + contextEnd.size()
                    : 0));
     if (inContext) {

@@ -314,6 +314,14 @@ protected:
         return false;
     }
 
+    /// Room that a body leaves for what getResponseMsg puts around it: an answer is as large as all
+    /// of its rows, and should be in memory once.
+    static constexpr std::size_t FrameSize = 256;
+
+    /// Makes room for an answer to @p rows in a body that holds the first of them, so that it does
+    /// not grow, and move, on its way.
+    static void reserveForRows(std::string& body, const Rows& rows);
+
     /// Column and type of each column, in order.
     PairList namesAndTypes() const;
 
@@ -338,10 +346,11 @@ protected:
     int importRowsOfUser(const std::string& location,
                          const std::function<int(std::vector<std::string>&)>& store,
                          const std::function<void()>& prepare = {});
-    /// The same, and the rows of @p context go in that transaction: what ends the process leaves
-    /// the old rows or the new ones. A file that does not open still removes them: kept on purpose,
-    /// it is how management empties a table.
-    int replaceRowsOfUser(const std::string& location, const std::string& context,
+    /**
+     * As importRowsOfUser, in place of the rows that the user @p context has: either these are
+     * there or those of the file. They go also when the file did not open.
+     */
+    int replaceRowsOfUser(const std::string& context, const std::string& location,
                           const std::function<int(std::vector<std::string>&)>& store);
 
     /// Puts the context of the request in force, or the current user without one. False when there

@@ -258,13 +258,18 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
 }
 
 int DataAccessObject::replaceRowsOfUser(
-    const std::string& location, const std::string& context,
+    const std::string& context, const std::string& location,
     const std::function<int(std::vector<std::string>&)>& store) {
-    const auto remove = [&] { (void)deleteContextData(context); };  // none there is a failure
-    if (!CsvReader(location).isOpen()) {
-        remove();
+    bool removed = false;
+    const auto removeOld = [&] {
+        (void)deleteContextData(context);  // nothing to delete is a failure there
+        removed = true;
+    };
+    const int result = importRowsOfUser(location, store, removeOld);
+    if (!removed) {
+        removeOld();  // kept on purpose: an import always takes the old ones away
     }
-    return importRowsOfUser(location, store, remove);
+    return result;
 }
 
 int DataAccessObject::insertLineOfFile(const std::string& table,

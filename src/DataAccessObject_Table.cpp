@@ -26,6 +26,14 @@ bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
            column.name == DASUtilsStrings::IdTagName;
 }
 
+/// Those of a new table are there together or not at all: a table that has some is taken for whole,
+/// and only an empty one is filled by the next request.
+void takeBackRowsOf(TransactionGuard& transaction, const std::vector<std::string>& contexts) {
+    if (contexts.size() > 1 && transaction.beginResult() == 0) {
+        transaction.rollBack();
+    }
+}
+
 }  // namespace
 
 PairList DataAccessObject::namesAndTypes() const {
@@ -151,9 +159,22 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
-    (void)insertRowsOf(contexts, onlyMissing);  // a failure is in the log alone
-    return 0;
+    // Another process may have found the table empty, too.
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return 0;  // a failure is in the log alone
+    }
+    int result = 1;
+    try {
+        result = insertRowsOf(contexts, onlyMissing);
+    } catch (...) {
+        takeBackRowsOf(transaction, contexts);
+        throw;
+    }
+    if (result != 0) {
+        takeBackRowsOf(transaction, contexts);
+    }
+    return 0;  // a failure is in the log alone
 }
 
 int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing) {
@@ -173,6 +194,9 @@ int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, boo
         }
         for (const std::string* context : missing) {
             const int inserted = insertDefaultRow(id, *context, index);
+            if (inserted != 0 && contexts.size() > 1) {
+                return inserted;  // SQLite may have taken back the others: what follows would stay
+            }
             result = result != 0 ? result : inserted;
         }
         ++index;

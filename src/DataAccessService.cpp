@@ -100,12 +100,14 @@ void DataAccessService::constructorActions() {
         return;
     }
     m_dbAdapter = dynamic_cast<DatabaseAdapter*>(m_dbFactory->createDatabase());
+    m_upgradeCopy.watch(m_dbAdapter);
     m_daoFactories.push_back(std::make_unique<DAOFactory>(m_dbAdapter.load()));
     m_daoFactory = m_daoFactories.back().get();
 }
 
 void DataAccessService::init(Context& context) {
     m_context = &context;
+    m_upgradeCopy.begin();
     constructorActions();
     registerContext(context);
     GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
@@ -127,6 +129,7 @@ void DataAccessService::migrateDatabase() {
         // The start goes on: what could be migrated serves, the rest is tried at the next one.
         DAS_LOG(2, "The migration of the database ended early: %s", error.what());
     }
+    m_upgradeCopy.end();
 }
 
 void DataAccessService::shutdown() {}

@@ -13,6 +13,7 @@
 #include "DbFactoryIfc.h"
 #include "Semaphore.h"
 #include "Service.h"
+#include "UpgradeCopy.h"
 
 class ACMSTagMapper;
 class DataAccessObject;
@@ -171,6 +172,7 @@ private:
                  const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
 
+    UpgradeCopy m_upgradeCopy;  ///< gives its lock back behind the database, so before it here
     std::unique_ptr<DbFactoryIfc> m_dbFactory;
     std::atomic<DatabaseAdapter*> m_dbAdapter{nullptr};  ///< owned by m_dbFactory
     std::atomic<DAOFactory*> m_daoFactory{nullptr};      ///< the last of m_daoFactories

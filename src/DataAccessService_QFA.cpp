@@ -77,6 +77,7 @@ bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
         return false;
     }
     if (!enableCreateDb) {
+        m_upgradeCopy.prepareForReset();  // the management may remove the file itself
         m_localMgmt.load()->factoryReset("", 0);
         (void)factoryReset();
         return false;

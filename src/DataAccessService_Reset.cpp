@@ -53,6 +53,7 @@ bool DataAccessService::factoryReset() {
         DAS_LOG(2, "factoryReset: no database adapter");
         return false;
     }
+    m_upgradeCopy.prepareForReset();
     adapter->removeDbFile();
     GeneralConfigurationDAO::clearStaticCaches();
     m_initialised = false;

@@ -6,11 +6,15 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <cstring>
 
 #include "AdapterGuards.h"
+#include "ChangeNotice.h"
 #include "GPALSleep.h"
 #include "Logging.h"
 #include "Statement.h"
+#include "Storage.h"
 
 namespace {
 
@@ -47,10 +51,11 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 
-std::string databasePath() {
-    const char* directory = std::getenv("DB_PATH");
-    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
-}
+// Made once: where memory is short, a transaction must still begin and end.
+const std::string BeginStatement = "BEGIN TRANSACTION;";
+const std::string BeginWriteStatement = "BEGIN IMMEDIATE TRANSACTION;";
+const std::string EndStatement = "END TRANSACTION;";
+const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
 
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
@@ -59,6 +64,23 @@ void makeMissingFileForOwnerAlone(const std::string& path) {
         ::close(file);
     }
 }
+
+/// A connection of its own for a scope.
+class Connection {
+public:
+    Connection(const std::string& path, int flags)
+        : m_isOpen(sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr) == SQLITE_OK) {}
+    ~Connection() { (void)sqlite3_close(m_db); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return m_isOpen; }
+    [[nodiscard]] sqlite3* handle() const { return m_db; }
+
+private:
+    sqlite3* m_db = nullptr;
+    bool m_isOpen;
+};
 
 }  // namespace
 
@@ -71,7 +93,19 @@ int sqliteCallBackForRows(void* flag, int, char**, char**) {
     return 0;
 }
 
-DatabaseAdapter::DatabaseAdapter() : m_type(SqliteAdapterType) {
+std::string DatabaseAdapter::databasePath() {
+    const char* directory = std::getenv("DB_PATH");
+    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
+}
+
+DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
+    // The object is made by now: an exception from here on still closes the connection.
+    AdapterLock lock(*this);
+    openDatabase();
+}
+
+DatabaseAdapter::DatabaseAdapter(int type)
+    : m_type(type), m_changeNotice(std::make_unique<ChangeNotice>()) {
     constructorActions();
 }
 
@@ -94,14 +128,13 @@ void DatabaseAdapter::constructorActions() {
         DAS_LOG(3, "Error calling pthread_mutexattr_settype: %d\n", result);
     }
     pthread_mutex_init(&m_mutex, &m_mutexAttr);
-    AdapterLock lock(*this);
-    openDatabase();
 }
 
 void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
     makeMissingFileForOwnerAlone(path);
-    if (sqlite3_open(path.c_str(), &m_db) != SQLITE_OK) {
+    if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                        m_changeNotice->name()) != SQLITE_OK) {
         DAS_LOG(3, "DatabaseAdapter( ): sqlite3_open() error occured: %s\n", errorText());
         closeDatabase("DatabaseAdapter( ): sqlite3_close() error occured: %s\n");
         return;
@@ -127,6 +160,9 @@ void DatabaseAdapter::take_sema4() {
     const int result = pthread_mutex_lock(&m_mutex);
     if (result != 0) {
         DAS_LOG(3, "Error calling pthread_mutex_lock: %d\n", result);
+    }
+    if (m_isLeftOpen) {
+        takeBackWhatIsLeftOpen();
     }
 }
 
@@ -156,24 +192,55 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
                          : SQLITE_MISUSE;
     if (m_lastError != nullptr) {
         DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", m_lastError, sql.c_str());
+        tellDamage(sql);
     }
     return code;
 }
 
 int DatabaseAdapter::beginTransaction() {
     take_sema4();
-    return executeNonQuery("BEGIN TRANSACTION;");
+    return executeWithoutRaising(BeginStatement);
+}
+
+int DatabaseAdapter::beginWriteTransaction() {
+    take_sema4();
+    return executeWithoutRaising(BeginWriteStatement);
 }
 
 int DatabaseAdapter::endTransaction() {
-    const int code = executeNonQuery("END TRANSACTION;");
-    if (code != SQLITE_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0) {
+    const int code = executeWithoutRaising(EndStatement);
+    if (code != SQLITE_OK && isInTransaction()) {
         // A commit that meets a reader stays open: what comes next would be told as done and not
         // be on the disk, and no other process could read.
-        (void)executeNonQuery("ROLLBACK TRANSACTION;");
+        rollBack();
     }
     give_sema4();
     return code;
+}
+
+void DatabaseAdapter::rollBack() noexcept {
+    (void)executeWithoutRaising(RollBackStatement);
+    m_isLeftOpen = isInTransaction();
+}
+
+bool DatabaseAdapter::isInTransaction() const {
+    return m_db != nullptr && sqlite3_get_autocommit(m_db) == 0;
+}
+
+int DatabaseAdapter::executeWithoutRaising(const std::string& sql) noexcept {
+    try {
+        return executeNonQuery(sql);
+    } catch (const std::exception&) {
+        return SQLITE_NOMEM;  // it failed, and there was no memory for the words of the log
+    }
+}
+
+void DatabaseAdapter::takeBackWhatIsLeftOpen() noexcept {
+    // Not by way of the lock, which brought us here.
+    if (isInTransaction()) {
+        (void)sqlite3_exec(m_db, RollBackStatement.c_str(), nullptr, nullptr, nullptr);
+    }
+    m_isLeftOpen = isInTransaction();
 }
 
 std::string DatabaseAdapter::getError() {
@@ -198,11 +265,23 @@ const char* DatabaseAdapter::errorText() const {
     return m_db != nullptr ? sqlite3_errmsg(m_db) : "no open database";
 }
 
-void DatabaseAdapter::logStatementError(const std::string& sql) const {
+void DatabaseAdapter::logStatementError(const std::string& sql) {
     DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", errorText(), sql.c_str());
+    tellDamage(sql);
 }
 
-void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) const {
+void DatabaseAdapter::tellDamage(const std::string& sql) {
+    const int code = m_db != nullptr ? sqlite3_errcode(m_db) : SQLITE_OK;
+    if (m_damageIsTold || (code != SQLITE_CORRUPT && code != SQLITE_NOTADB)) {
+        return;
+    }
+    m_damageIsTold = true;
+    // No values: they may be secret, and begin with a quote.
+    DAS_LOG(2, "The database %s is damaged: %s, at '%s'", databasePath().c_str(), errorText(),
+            sql.substr(0, sql.find('\'')).c_str());
+}
+
+void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) {
     const bool isFailure = code != SQLITE_ROW && code != SQLITE_DONE;
     if (isFailure && statement.isPrepared() && !statement.isEmpty()) {
         (void)statement.reset();  // brings the words of the failed step
@@ -226,7 +305,44 @@ void DatabaseAdapter::removeDbFile() {
             GPALSleep::secSleep(SecondsAfterFailedClose);
         }
     }
-    (void)std::remove(databasePath().c_str());  // a file that is not there is as good as removed
+    (void)std::remove(databasePath().c_str());    // a file that is not there is as good as removed
+    (void)Storage::syncFolderOf(databasePath());  // it must not be there again after a power cut
+}
+
+void DatabaseAdapter::callBeforeChange(std::function<void()> call) {
+    AdapterLock lock(*this);
+    m_changeNotice->callBefore = std::move(call);
+}
+
+bool DatabaseAdapter::copyDatabase(const std::string& path) {
+    Connection from(databasePath(), SQLITE_OPEN_READONLY);
+    Connection to(path, SQLITE_OPEN_READWRITE);
+    if (!from.isOpen() || !to.isOpen()) {
+        DAS_LOG(2, "copyDatabase() sqlite3_open() error occured: %s",
+                sqlite3_errmsg((from.isOpen() ? to : from).handle()));
+        return false;
+    }
+    // The file counts when it is whole alone: a journal of its own would only take room.
+    (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
+    sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");
+    const int code = backup != nullptr ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
+    if (sqlite3_backup_finish(backup) != SQLITE_OK || code != SQLITE_DONE) {
+        DAS_LOG(2, "copyDatabase() error occured: %s", sqlite3_errmsg(to.handle()));
+        return false;
+    }
+    return true;
+}
+
+bool DatabaseAdapter::isSound(const std::string& path) {
+    const Connection file(path, SQLITE_OPEN_READWRITE);
+    bool sound = false;
+    const auto look = [](void* out, int, char** cells, char**) {
+        *static_cast<bool*>(out) = cells[0] != nullptr && std::strcmp(cells[0], "ok") == 0;
+        return 0;
+    };
+    return sqlite3_exec(file.handle(), "PRAGMA quick_check(1);", look, &sound, nullptr) ==
+               SQLITE_OK &&
+           sound;
 }
 
 std::string DatabaseAdapter::countStatement(const std::string& table, PairList& andList) {

@@ -4,6 +4,8 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,6 +13,7 @@
 #include "DASTypes.h"
 #include "DatabaseAdapterIfc.h"
 
+class ChangeNotice;
 class Statement;
 struct sqlite3;
 
@@ -96,6 +99,16 @@ public:
     void take_sema4();
     void give_sema4();
 
+    /**
+     * Takes back what is not committed, under the lock, which stays taken; for TransactionGuard. A
+     * refusal is logged: SQLite may have done it by itself. What stays open, as for lack of memory,
+     * is taken back when the lock is taken next.
+     */
+    void rollBack() noexcept;
+    /// Begins a transaction that waits for other processes at once, so that what it reads stays
+    /// true until it writes. Takes the lock as beginTransaction() does; for TransactionGuard.
+    int beginWriteTransaction();
+
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
     int freeError();
 
@@ -108,6 +121,22 @@ public:
      * clients show one text for both.
      */
     int convertSQLiteStatusToAdapterStatus(int code) const;
+
+    /// Where the database is, from the environment.
+    [[nodiscard]] static std::string databasePath();
+
+    /// Has @p call called before each transaction that changes something, on its thread and with
+    /// the adapter's lock held, when the file is still as it was. It may read the database over
+    /// another connection alone. Empty for nothing.
+    void callBeforeChange(std::function<void()> call);
+
+    /// Copies the database, as its last commit left it, into the file @p path, which must be empty.
+    /// False, and a log line, when that is not whole.
+    [[nodiscard]] static bool copyDatabase(const std::string& path);
+
+    /// Whether the file @p path is a database that can be read from its first page to its last.
+    /// Takes back what an unfinished transaction left there. An empty file is sound.
+    [[nodiscard]] static bool isSound(const std::string& path);
 
     /**
      * Counts the rows of @p table that match, as getRowCount does, but tells a count that failed:
@@ -156,14 +185,22 @@ private:
     /// A stretch of a statement that holds a password: position and length.
     using MaskedStretches = std::vector<std::pair<std::size_t, std::size_t>>;
 
+    explicit DatabaseAdapter(int type);
     void constructorActions();
     void openDatabase();
     /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
     int closeDatabase(const char* failureFormat);
+    bool isInTransaction() const;
+    /// Runs @p sql from destructors too: an exception of the log becomes a failure.
+    int executeWithoutRaising(const std::string& sql) noexcept;
+    void takeBackWhatIsLeftOpen() noexcept;
     const char* errorText() const;
-    void logStatementError(const std::string& sql) const;
+    void logStatementError(const std::string& sql);
+    /// Tells once at the level of failures that the file is damaged, when the failure of @p sql was
+    /// that.
+    void tellDamage(const std::string& sql);
     /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
-    void logFailedStep(Statement& statement, int code, const std::string& sql) const;
+    void logFailedStep(Statement& statement, int code, const std::string& sql);
 
     int insertShared(const std::string& table, const std::vector<std::string>& columns,
                      const std::vector<std::string>& values, long long* rowId);
@@ -174,10 +211,13 @@ private:
     static void logMasked(const char* format, const std::string& sql,
                           const MaskedStretches& stretches);
 
+    std::unique_ptr<ChangeNotice> m_changeNotice;
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
+    bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
+    bool m_damageIsTold = false;
 
     static std::atomic<bool> m_isRequestContentShowableOnTheAurelTrace;
 };

@@ -122,6 +122,16 @@ void appendRowsOfContext(std::string& text, const Rows& rows, const std::string&
     appendContextEnd(text);
 }
 
+/// Bytes of all items: of each the value, its last cell, and twice the name in front of it.
+std::size_t sizeOfItems(const Rows& rows) {
+    const std::size_t marks = std::char_traits<char>::length("<></>");
+    std::size_t size = 0;
+    for (const auto& row : rows) {
+        size += marks + row.back().size() + 2 * row.at(row.size() - 2).size();
+    }
+    return size;
+}
+
 /// Rows of context, name and value. A row's context stays open for rows of the same that follow it,
 /// unless @p eachAlone.
 void appendRowsWithContext(std::string& text, const Rows& rows, bool eachAlone) {
@@ -389,7 +399,7 @@ std::string GeneralConfigurationDAO::responseData() {
         return {};
     }
     std::string text;
-    text.reserve(128);
+    text.reserve(sizeOfItems(m_resultRows) + FrameSize);
     if (!isReadAll && !m_requestContext.empty()) {
         appendRowsOfContext(text, m_resultRows,
                             DASUtils::unescapeSqlReservedCharacters(m_requestContext));

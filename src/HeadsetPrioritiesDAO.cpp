@@ -41,7 +41,7 @@ void HeadsetPrioritiesDAO::checkTable() {
     }
     if (!DASUtils::mayInsertDefaultRows(*m_dbAdapter, m_tableName, createTable())) {
         DAS_LOG(2, "Cannot create HeadsetPriorities table");
-    } else if (insertDefaultRows() != 0) {
+    } else if (insertDefaultRows(true) != 0) {
         DAS_LOG(2, "Cannot insert default rows to HeadsetPriorities table");
     }
 }

@@ -258,17 +258,19 @@ int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
     int result = 0;
-    for (std::size_t index = first; index < defaultRowIds().size(); ++index) {
-        if (!onlyMissing || isRowKnownToBeMissing(defaultRowIds()[index])) {
-            std::vector<std::string> values = defaultRow(index);
-            const int inserted = m_dbAdapter->insert(m_tableName, values, nullptr);
-            result = result != 0 ? result : inserted;
+    const auto insertAll = [&] {
+        for (std::size_t index = first; result == 0 && index < defaultRowIds().size(); ++index) {
+            if (!onlyMissing || isRowKnownToBeMissing(defaultRowIds()[index])) {
+                std::vector<std::string> values = defaultRow(index);
+                result = m_dbAdapter->insert(m_tableName, values, nullptr);
+            }
         }
-    }
-    const int ended = transaction.end();
-    return result != 0 ? result : ended;
+        return result == 0;
+    };
+    // A table that has some of them is taken for whole: only an empty one is filled later.
+    const bool stored = runWholeOrNot(*m_dbAdapter, insertAll, TransactionGuard::Locks::AtOnce);
+    return result == 0 && !stored ? 1 : result;
 }
 
 int KeyedTableDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,

@@ -468,7 +468,7 @@ int PhonebookDAO::importDataForUser(const std::string& location, eUserCategory c
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
     std::vector<std::string> columns = fileColumns(SurnameField);
     (void)createMissingTable();
-    return replaceRowsOfUser(location, context, [&](std::vector<std::string>& fields) {
+    return replaceRowsOfUser(context, location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
         if (fields.size() > 1) {
             fields.erase(fields.begin() + 1);  // the number of another telephone

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 #include "CallLogColumns.h"
 #include "ClientUtils.h"
@@ -33,23 +34,44 @@ Texts inRanges(const Texts& ids) {
     return ranges;
 }
 
-/// What a class tells in the log of its reasons, when it is asked for one that nobody serves.
-Texts reasonsOf(DataAccessObject& object, const std::string& schema) {
-    static const std::string words = "is none of ";
-    std::string told;
-    const int level = Log::level();
-    Log::setLevel(6);
-    Log::setSink([&told](const Log::Entry& entry) {
-        const std::size_t place = entry.message.find(words);
-        told = place != std::string::npos ? entry.message.substr(place + words.size()) : told;
-    });
+/// Takes the log for as long as it lives, and looks for what a class tells of its reasons there.
+class ReasonsEar {
+public:
+    ReasonsEar() : m_level(Log::level()) {
+        Log::setLevel(LevelOfAll);
+        Log::setSink([this](const Log::Entry& entry) {
+            const std::string words = "is none of ";
+            const std::size_t place = entry.message.find(words);
+            if (place != std::string::npos) {
+                m_heard = entry.message.substr(place + words.size());
+            }
+        });
+    }
+    ~ReasonsEar() {
+        Log::setSink({});
+        Log::setLevel(m_level);
+    }
+    ReasonsEar(const ReasonsEar&) = delete;
+    ReasonsEar& operator=(const ReasonsEar&) = delete;
+
+    Texts take() {
+        return ClientUtils::tokenizeString(std::exchange(m_heard, {}), ", ", false, false);
+    }
+
+private:
+    static constexpr int LevelOfAll = 6;
+
+    const int m_level;
+    std::string m_heard;
+};
+
+/// The reasons of a class, which it tells when it is asked for one that nobody serves.
+Texts reasonsOf(DataAccessObject& object, const std::string& schema, ReasonsEar& ear) {
     const std::string request = "<Schema name=\"" + schema +
                                 "\"><ReasonForMessage>unknown_request</ReasonForMessage></Schema>";
     object.setCurrentUser(DASUtilsStrings::UserContextBase);
     object.handleRequest(request.c_str(), static_cast<int>(request.size()));
-    Log::setSink({});
-    Log::setLevel(level);
-    return ClientUtils::tokenizeString(told, ", ", false, false);
+    return ear.take();
 }
 
 bool hasColumn(const DataAccessObject& object, const std::string& name) {
@@ -133,6 +155,7 @@ void addElements(SchemaFacts& facts) {
 
 std::vector<SchemaFacts> collectFacts(const std::vector<std::string>& schemas, DAOFactory& factory,
                                       DatabaseAdapter& adapter) {
+    ReasonsEar ear;
     std::vector<SchemaFacts> all;
     for (const std::string& schema : schemas) {
         const std::unique_ptr<DataAccessObject> object(factory.createDAOInstance(schema));
@@ -140,7 +163,7 @@ std::vector<SchemaFacts> collectFacts(const std::vector<std::string>& schemas, D
         facts.name = schema;
         facts.table = object->tableName();
         (void)object->createTable();  // one that is there stays
-        facts.reasons = reasonsOf(*object, schema);
+        facts.reasons = reasonsOf(*object, schema, ear);
         facts.users = usersOf(*object);
         facts.key = keyOf(adapter, facts.table);
         facts.defaultRows = inRanges(object->defaultRowIds());

@@ -34,6 +34,10 @@ public:
     /// takes the name when it is whole. False when nothing was moved.
     static bool renameFile(const std::string& oldName, const std::string& newName);
 
+    /// Brings the names in the folder of @p place, a path of this machine, to the disk: what was
+    /// made, moved or removed there outlives a power cut. False when the system refuses.
+    static bool syncFolderOf(const std::string& place);
+
     /**
      * How full the file system of @p path is, in percent of what a program may use, rounded up; 0
      * when it can't be told. A number in "DAS_DISK_USAGE" of the environment is answered instead.

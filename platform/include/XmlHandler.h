@@ -12,11 +12,15 @@ using XmlCharacterHandler = void (*)(void* userData, const char* text, int lengt
  * A SAX parser for one message.
  *
  * Events arrive in document order, up to the place of an error. A document type declaration is
- * refused as an error, so no entity of a message's own is ever expanded. An exception out of a
+ * refused as an error, so no entity of a message's own is ever expanded; so are elements that stand
+ * in one another without end, each of which takes many times its text. An exception out of a
  * callback passes through.
  */
 class XmlHandler {
 public:
+    /// How many elements may stand in one another.
+    static constexpr int DepthLimit = 100000;
+
     /// @p userData goes to each callback as it is; not owned, may be null if the callbacks allow
     /// it.
     XmlHandler(void* userData, XmlStartHandler start, XmlEndHandler end,

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Log.h"
+#include "Storage.h"
 
 namespace {
 
@@ -84,19 +85,13 @@ Reading readKey(const std::string& path, Key& key) {
     return Reading::Done;
 }
 
-/// Brings what was done in @p folder to the disk.
-bool syncFolder(const std::string& folder) {
-    const File file(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return file.isOpen() && ::fsync(file.descriptor()) == 0;
-}
-
 bool writeKey(int descriptor, const Key& key) {
     return ::write(descriptor, key.bytes.data(), KeySize) == static_cast<ssize_t>(KeySize) &&
            ::fsync(descriptor) == 0;
 }
 
 /// Puts a new key in place, whole or not at all. True also when another process was faster.
-bool makeKeyFile(const std::string& folder, const std::string& path) {
+bool makeKeyFile(const std::string& path) {
     Key key;
     randombytes_buf(key.bytes.data(), KeySize);
     std::string scratch = path + ".XXXXXX";
@@ -104,12 +99,12 @@ bool makeKeyFile(const std::string& folder, const std::string& path) {
     bool made = false;
     if (file.isOpen()) {
         // Unlike a rename, a link does not replace the key that another process has just made.
-        made = writeKey(file.descriptor(), key) &&
-               (::link(scratch.c_str(), path.c_str()) == 0 || errno == EEXIST) &&
-               syncFolder(folder);
+        const bool linked = writeKey(file.descriptor(), key) &&
+                            (::link(scratch.c_str(), path.c_str()) == 0 || errno == EEXIST);
         const int reason = errno;
         ::unlink(scratch.c_str());
         errno = reason;
+        made = linked && Storage::syncFolderOf(path);  // for both names
     }
     if (!made) {
         logFailure("can't make the key", path, std::strerror(errno));
@@ -118,10 +113,9 @@ bool makeKeyFile(const std::string& folder, const std::string& path) {
 }
 
 bool fetchKey(Key& key) {
-    const std::string folder = folderOfDatabase();
-    const std::string path = folder + "/" + KeyFile;
+    const std::string path = folderOfDatabase() + "/" + KeyFile;
     Reading reading = readKey(path, key);
-    if (reading == Reading::NoFile && makeKeyFile(folder, path)) {
+    if (reading == Reading::NoFile && makeKeyFile(path)) {
         reading = readKey(path, key);
         if (reading == Reading::NoFile) {
             logFailure("can't read the key", path, "it is a link to nothing");

@@ -180,6 +180,17 @@ bool Storage::renameFile(const std::string& oldName, const std::string& newName)
     return errno == EXDEV && moveByCopy(from, to);
 }
 
+bool Storage::syncFolderOf(const std::string& place) {
+    const auto slash = place.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : place.substr(0, slash + 1);
+    const int file = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool synced = file >= 0 && ::fsync(file) == 0;
+    if (file >= 0) {
+        ::close(file);
+    }
+    return synced;
+}
+
 int Storage::checkDiskUsage(const std::string& path) {
     const char* value = std::getenv("DAS_DISK_USAGE");
     char* end = nullptr;

@@ -18,6 +18,7 @@ struct Parse {
     XmlStartHandler start;
     XmlEndHandler end;
     XmlCharacterHandler characters;
+    int depth;
     bool stopped;
     std::exception_ptr thrown;
 
@@ -44,11 +45,15 @@ struct Parse {
 
 void XMLCALL onStart(void* parse, const XML_Char* name, const XML_Char** attributes) {
     Parse* self = static_cast<Parse*>(parse);
+    if (++self->depth > XmlHandler::DepthLimit) {
+        self->stop();
+    }
     self->call(self->start, name, attributes);
 }
 
 void XMLCALL onEnd(void* parse, const XML_Char* name) {
     Parse* self = static_cast<Parse*>(parse);
+    --self->depth;
     self->call(self->end, name);
 }
 
@@ -73,7 +78,7 @@ int XmlHandler::parseMessage(const char* text, int length) {
     if (text == nullptr || parser == nullptr) {
         return 0;
     }
-    Parse parse{parser.get(), m_userData, m_start, m_end, m_characters, false, nullptr};
+    Parse parse{parser.get(), m_userData, m_start, m_end, m_characters, 0, false, nullptr};
     XML_SetUserData(parser.get(), &parse);
     XML_SetElementHandler(parser.get(), onStart, onEnd);
     XML_SetCharacterDataHandler(parser.get(), onCharacters);

@@ -272,6 +272,12 @@ class Formats(DemoTest):
                     self.assertLessEqual(max(map(columns_of, lines)), columns)
                     self.assertEqual(lines[-1], "")
 
+    def test_advice_is_broken_on_a_terminal_and_not_cut(self):
+        self.sql("CREATE TABLE PHONE_BOOK_OLD(x)")
+        for columns in (80, 40):
+            _, shown = self.on_terminal("check", columns=columns)
+            self.assertNotIn("…", shown.split("PHONE_BOOK_OLD")[1].split("size")[0])
+
     def test_wide_characters_line_up(self):
         _, shown = self.on_terminal("read", "PhoneBook", "--cols", "Surname,Office",
                                     env={"NO_COLOR": ""})
@@ -444,6 +450,23 @@ class Ends(DemoTest):
             self.assertEqual(process.wait(PATIENCE), 130)
             os.close(screen)
         self.assertEqual(self.rows("read", "PhoneBook", "--cols", "Surname,Office"), before)
+
+    def test_a_host_that_is_silent_is_waited_for_and_its_end_is_told(self):
+        with socket.socket(socket.AF_UNIX) as silent:
+            silent.bind(str(self.path))
+            silent.listen()
+            screen, terminal = pty.openpty()
+            with subprocess.Popen([DAS, "profile", "--socket", self.path], stdin=terminal,
+                                  env=self.environment(), stdout=subprocess.DEVNULL,
+                                  stderr=terminal) as process:
+                os.close(terminal)
+                client, _ = silent.accept()
+                with client:
+                    shown = os.read(screen, 4096)
+                    self.assertEqual(shown, b"\rwaiting for the host")
+                self.assertEqual(process.wait(PATIENCE), 1)
+                self.assertIn(b"the host has not answered", os.read(screen, 4096))
+                os.close(screen)
 
     def test_an_upgrade_shows_its_steps_on_a_terminal(self):
         status, shown = self.on_terminal("profile", env={"DAS_PROGRESS_AFTER": "0"})

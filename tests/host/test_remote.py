@@ -166,7 +166,10 @@ CONVERSATION = [
     *[(f"no JSON: {line!r:.40}", [line, asked(WORD)], [PARSE_ERROR, answered(Response="base")])
       for line in ["{", "hello", " " + asked(WORD), "[" + asked(WORD) + "]", asked(WORD) + "}",
                    asked(WORD).encode().replace(b"getC", b"\xff\xfeC"), b"\xff",
-                   b"{\xc0\xaf}", asked(WORD).encode() + b"\0", "{" + '"a":[' * 100000]],
+                   b"{\xc0\xaf}", asked(WORD).encode() + b"\0", "{" + '"a":[' * 100000,
+                   '{"jsonrpc":"2.0","id":1,"method":"fly","x":' + "[" * 32 + "]" * 32 + "}"]],
+    ("as deep as it may be",
+     ['{"jsonrpc":"2.0","id":1,"method":"setProfile","x":' + "[" * 31 + "]" * 31 + "}"], REFUSED),
     *[(f"no request: {line}", [line, asked(WORD)], [INVALID, answered(Response="base")])
       for line in ["{}", '{"jsonrpc":"2.0","id":1}', '{"id":1,"method":"setProfile"}',
                    '{"jsonrpc":"1.0","id":1,"method":"setProfile"}',

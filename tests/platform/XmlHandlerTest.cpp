@@ -66,6 +66,19 @@ TEST(XmlHandlerTest, EventsComeInOrderUpToAnError) {
     }
 }
 
+TEST(XmlHandlerTest, ElementsThatAreTooDeepAreAnError) {
+    for (const int depth : {XmlHandler::DepthLimit, XmlHandler::DepthLimit + 1}) {
+        std::string starts;
+        std::string ends;
+        for (int i = 0; i < depth; ++i) {
+            starts += "<a>";
+            ends += "</a>";
+        }
+        Events events;
+        EXPECT_EQ(depth == XmlHandler::DepthLimit ? 1 : 0, events.parse(starts + "t" + ends));
+    }
+}
+
 TEST(XmlHandlerTest, ADoctypeIsRefusedAndNothingIsExpanded) {
     for (const char* text :
          {"<!DOCTYPE a><a/>", "<!DOCTYPE a SYSTEM 'file:///etc/passwd'><a/>",

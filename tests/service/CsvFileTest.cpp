@@ -45,3 +45,12 @@ TEST_F(CsvFileTest, WhatIsNoOrdinaryFileIsWrittenInPlace) {
     EXPECT_TRUE(std::filesystem::is_symlink(onDevice(Path)));
     EXPECT_EQ(written("/tmp/linked"), "new\n");
 }
+
+// A stream takes it for the end: settings that stood behind it were lost in a rebuild.
+TEST_F(CsvFileTest, AFileThatCannotBeReadToItsEndHasAFailure) {
+    ::unsetenv("DAS_ROOT");
+    CsvReader file("/proc/self/mem");
+    EXPECT_TRUE(file.isOpen());
+    EXPECT_EQ(file.forEachRow([](auto&) { return 0; }), 1U);
+    EXPECT_TRUE(m_log.has(2, "/proc/self/mem: reading ended early, behind line 1"));
+}

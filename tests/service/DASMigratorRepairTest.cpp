@@ -78,6 +78,7 @@ TEST_F(RepairTest, ARowKeepsTheCallsOfOneNumber) {
         {"of another log", "UC1", {{"1", Day2}, {"2", Day1}}, "7:1@02,2@01,;", 0},
         {"letter later", "xU", {{"1", Day2}, {"2", Day1}}, "7:2@01,;8:1@02,;", 1},
         {"a time nobody reads", "E", {{"1", Day2}, {"2", "never"}}, "7:1@02,2@never,;", 1},
+        {"one time, unread", "E", {{"1", "never"}, {"2", ""}}, "7:1@never,2@,;", 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -114,6 +115,20 @@ TEST_F(RepairTest, AQuoteInARowTouchesNoOtherRow) {
     EXPECT_EQ(cell("SELECT Number0 || Number1 FROM CALL_LOG WHERE UniqueId = 2"), "12");
 }
 
+TEST_F(RepairTest, NoCallLeavesARowUnlessItArrivesInAnother) {
+    store("1", "E", {{"1", Day1}, {"2", Day2}, {"3", Day3}});
+    const std::string before = calls();
+    sql("CREATE TRIGGER refusal BEFORE INSERT ON CALL_LOG WHEN NEW.Number0 = '2' BEGIN SELECT "
+        "RAISE(FAIL, 'refused'); END");
+    DASMigrator::callLogTableChecker(&service());
+    EXPECT_EQ(calls(), before);
+    EXPECT_TRUE(m_log.has(2, "can't be split"));
+    sql("DROP TRIGGER refusal");
+    sql("UPDATE CALL_LOG SET ResolvedNumber1 = 'a quote''s call'");
+    DASMigrator::callLogTableChecker(&service());
+    EXPECT_EQ(calls(), before + "2:3@03,;") << "a call that breaks its statement stays";
+}
+
 TEST_F(RepairTest, TheRefusedStatementFindsNoDoubles) {
     store("1", "E", {{"1", Day1}});
     store("2", "E", {{"1", Day2}});
@@ -136,6 +151,12 @@ TEST_F(RepairTest, DoublesAreJoinedIntoTheNewestRow) {
     DASMigrator::removeRows(&service(), ids);
     EXPECT_EQ(ids, std::vector<std::string>{"1"});
     EXPECT_EQ(calls(), "2:1@03,1@02,1@01,;") << "a call that both rows had is there once";
+    store("3", "E", {{"1", Day1}});
+    auto& doubles =
+        duplicates["1"]["Missed"] = {CallLogRow(rows.begin()), CallLogRow(rows.begin())};
+    doubles[1].records[0][ResolvedNumber] = "a quote's call";
+    EXPECT_TRUE(DASMigrator::consolidateDuplicateRows(duplicates).empty());
+    EXPECT_TRUE(doubles.empty()) << "what can't be stored must not replace anything";
 }
 
 TEST_F(RepairTest, AlikeContactsLeaveTheNewestAndConversationsGo) {
@@ -189,4 +210,7 @@ TEST_F(RepairTest, ABookOfMoreColumnsIsMadeAnewAndOneOfFewerStays) {
     EXPECT_TRUE(m_log.has("there is less than expected amount of data"));
     EXPECT_EQ(adapter.getColumnCount("SELECT * FROM PHONE_BOOK;"), 19);
     EXPECT_EQ(cell("SELECT Surname FROM PHONE_BOOK"), "keeper");
+    sql("DELETE FROM PHONE_BOOK");
+    EXPECT_TRUE(DASMigrator::rebuildPhoneBook(&service(), {}));
+    EXPECT_EQ(cell("SELECT seq FROM sqlite_sequence WHERE name = 'PHONE_BOOK'"), "40") << "empty";
 }

@@ -3,8 +3,8 @@
 
 #include "ClientUtils.h"
 #include "DASMigrator.h"
-#include "DasCrypt.h"
 #include "DatabaseAdapter.h"
+#include "Decryption.h"
 #include "ServiceTest.h"
 
 namespace {
@@ -30,14 +30,14 @@ protected:
         DASMigrator::migrateToEncryptedPasswordsForKeySettings(
             &service(), "LINE_KEY_SETTINGS", 6, "LineSipPassword", "LineSipPasswordEnc");
     }
+    /// What the first row of a query holds in encrypted form.
+    std::string secret(const std::string& query) const {
+        return decrypted(cell(query), place() / "db" / "dascrypt.key");
+    }
     void change(const std::string& statement) {
         ASSERT_EQ(service().getAdapter()->executeNonQuery(statement), 0) << statement;
     }
 };
-
-bool isEncrypted(const std::string& text) {
-    return text.rfind("das1:", 0) == 0;
-}
 
 }  // namespace
 
@@ -45,22 +45,25 @@ TEST_F(SecurityTest, EachOccurrenceOfASecretIsEncryptedAndLosesItsPlainRow) {
     const std::string longText(10000, 'p');
     setting("SnmpSettings", "", "SnmpGetPassword", "device'secret");
     setting("SnmpSettings", "base", "SnmpGetPassword", longText);
-    setting("BluetoothSettings", "base", "PIN", "12<b>34</b>");
+    setting("BluetoothSettings", "base", "Name", "</Context><PIN>other</PIN>");
+    setting("BluetoothSettings", "base", "PIN", "12<b>34</PIN>56");
     setting("SipBaseSettings", "visitor", "SIPpassword", "");
+    setting("SipBaseSettings", "base", "SIPpassword", "");
+    setting("SipBaseSettings", "base", "SIPpasswordEnc", "stored before");
     setting("AudioSettings", "base", "PIN", "other schema");
     m_log.clear();
     encryptSettings();
     EXPECT_EQ(cell("SELECT COUNT(*) FROM GENERAL_CONFIG WHERE Name IN ('SnmpGetPassword', "
                    "'SIPpassword') OR (Schema = 'BluetoothSettings' AND Name = 'PIN')"),
               "0");
-    for (const char* context : {"", "base"}) {
-        EXPECT_TRUE(
-            isEncrypted(cell("SELECT Value FROM GENERAL_CONFIG WHERE Schema = "
-                             "'SnmpSettings' AND UserContext = '" +
-                             std::string(context) + "'")));
-    }
-    EXPECT_TRUE(isEncrypted(value("PINEnc")));
-    EXPECT_EQ(value("SIPpasswordEnc"), "");
+    const std::string community =
+        "SELECT Value FROM GENERAL_CONFIG WHERE Name = 'SnmpGetPasswordEnc' AND UserContext = ";
+    EXPECT_EQ(secret(community + "''"), "device'secret");
+    EXPECT_EQ(secret(community + "'base'"), longText);
+    EXPECT_EQ(secret("SELECT Value FROM GENERAL_CONFIG WHERE Name = 'PINEnc'"), "12<b>34</PIN>56");
+    EXPECT_EQ(cell("SELECT group_concat(UserContext || Value) FROM (SELECT * FROM GENERAL_CONFIG "
+                   "WHERE Name = 'SIPpasswordEnc' ORDER BY UserContext)"),
+              "basestored before,visitor");
     EXPECT_EQ(value("PIN"), "other schema");
     EXPECT_FALSE(m_log.has("device'secret") || m_log.has("device''secret"));
     const Rows once = sql("SELECT * FROM GENERAL_CONFIG");
@@ -95,9 +98,9 @@ TEST_F(SecurityTest, PasswordsOfKeysAreEncryptedWhereverTheirColumnStands) {
     change("UPDATE LINE_KEY_SETTINGS SET LineSipPassword = 'line''secret' WHERE Id = '100'");
     m_log.clear();
     encryptLineKeys();
-    EXPECT_TRUE(
-        isEncrypted(cell("SELECT LineSipPasswordEnc FROM LINE_KEY_SETTINGS WHERE Id = '100' "
-                         "AND UserContext = 'base'")));
+    EXPECT_EQ(secret("SELECT LineSipPasswordEnc FROM LINE_KEY_SETTINGS WHERE Id = '100' AND "
+                     "UserContext = 'base'"),
+              "line'secret");
     EXPECT_EQ(cell("SELECT COUNT(*) FROM LINE_KEY_SETTINGS WHERE LineSipPassword <> ''"), "0");
     EXPECT_TRUE(m_log.has("Encoding the password for line base:100"));
     EXPECT_FALSE(m_log.has("line'secret") || m_log.has("line''secret"));
@@ -107,7 +110,7 @@ TEST_F(SecurityTest, PasswordsOfKeysAreEncryptedWhereverTheirColumnStands) {
     change("CREATE TABLE LINE_KEY_SETTINGS (UserContext TEXT, Id TEXT, LineSipPassword TEXT)");
     change("INSERT INTO LINE_KEY_SETTINGS VALUES ('base', '1', 'x')");
     encryptLineKeys();
-    EXPECT_TRUE(isEncrypted(cell("SELECT LineSipPasswordEnc FROM LINE_KEY_SETTINGS")));
+    EXPECT_EQ(secret("SELECT LineSipPasswordEnc FROM LINE_KEY_SETTINGS"), "x");
     change("DROP TABLE LINE_KEY_SETTINGS");
     change("CREATE TABLE LINE_KEY_SETTINGS (UserContext TEXT, Id TEXT)");
     encryptLineKeys();
@@ -127,8 +130,8 @@ TEST_F(SecurityTest, FileDownloadsGoToTheTableOfEncryptedPasswords) {
     DASMigrator::migrateToEncryptedFTPPass(&service());
     EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'FILEDOWNLOAD_SETTINGS'"), "0");
     EXPECT_EQ(cell("SELECT group_concat(ServerAddress) FROM FILEDOWNLOAD_SETTINGS_ENC"), "a,b,s");
-    EXPECT_TRUE(isEncrypted(
-        cell("SELECT FtpPassword FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '1'")));
+    EXPECT_EQ(secret("SELECT FtpPassword FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '1'"),
+              "ftp'secret");
     EXPECT_FALSE(std::filesystem::exists(onDevice("/Aurel_Deploy/DasMigrationValues.csv")));
     // A row that the file can't carry keeps the older table as it was.
     change("DELETE FROM FILEDOWNLOAD_SETTINGS_ENC");
@@ -140,18 +143,28 @@ TEST_F(SecurityTest, FileDownloadsGoToTheTableOfEncryptedPasswords) {
 
 TEST_F(SecurityTest, TheOldestFileDownloadsAreTakenOver) {
     change("DROP TABLE IF EXISTS FILEDOWNLOAD_SETTINGS_ENC");
-    change("CREATE TABLE FTP_SETTINGS (a,b,c,d,e,f,g,h,i,j,k,l,m,n)");
+    change("CREATE TABLE FTP_SETTINGS (a,b,c,d,e,f,g,h,i,j,k,l,m,n,o)");
     change(
         "INSERT INTO FTP_SETTINGS VALUES "
-        "('Default','srv','','','user','pass','/p','','','','','','','file'), "
-        "('SwPhone','','','','u2','','','','','','','','','f2'), "
-        "('Other',1,2,3,4,5,6,7,8,9,1,2,3,4)");
+        "('Default','srv','','','user','pass\\','/p','','','','','','','file',''), "
+        "('SwPhone','','','','u2','','','','','','','','','f2',''), "
+        "('Other',1,2,3,4,5,6,7,8,9,1,2,3,4,5)");
+    DASMigrator::migrateFtpSettingsTable(&service());
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "a line the file can't carry";
+    change("UPDATE FTP_SETTINGS SET f = 'pass' WHERE a = 'Default'");
+    const auto file = onDevice("/Aurel_Deploy/DasMigrationValues.csv");
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    writeFile(file.string() + ".ftp", "");
+    DASMigrator::migrateFtpSettingsTable(&service());
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "a file of an earlier try";
+    std::filesystem::remove(file);
     DASMigrator::migrateFtpSettingsTable(&service());
     EXPECT_EQ(cell("SELECT UseDefaults || ServerAddress || FtpUsername || FtpPath || Filename || "
                    "ServerPort FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '0'"),
               "falsesrvuser/pfile21");
-    EXPECT_TRUE(isEncrypted(
-        cell("SELECT FtpPassword FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '0'")));
+    EXPECT_EQ(secret("SELECT FtpPassword FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '0'"),
+              "pass");
     EXPECT_EQ(cell("SELECT UseDefaults || Filename FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = "
                    "'1'"),
               "truef2");

@@ -111,6 +111,20 @@ TEST_F(SettingsMigrationTest, AnOldRowStaysWhenTheNewOneCanNotBeStored) {
     EXPECT_EQ(settings().size(), 1U);
 }
 
+TEST_F(SettingsMigrationTest, ACountThatFailsLeadsToNoDefault) {
+    sql("ALTER TABLE GENERAL_CONFIG RENAME TO ASIDE");
+    EXPECT_TRUE(DASMigrator::dbIsPreMobility(&service())) << "missing";
+    sql("CREATE TABLE GENERAL_CONFIG (Schema, Name, Value)");
+    EXPECT_TRUE(DASMigrator::dbIsPreMobility(&service())) << "older";
+    sql("DROP TABLE GENERAL_CONFIG");
+    // Each row of it overflows when it is looked at.
+    sql("CREATE VIEW GENERAL_CONFIG AS SELECT abs(-9223372036854775807 - Value) AS Schema, "
+        "UserContext, Name, 1 AS Value FROM (SELECT '' AS UserContext, 'MobilityCurrentUser' AS "
+        "Name, 1 AS Value)");
+    EXPECT_FALSE(DASMigrator::dbIsPreMobility(&service())) << "nobody can tell";
+    EXPECT_TRUE(DASMigrator::checkDot1xSettings(&service()));
+}
+
 TEST_F(SettingsMigrationTest, DoorOpenersGoDownAndUpUnderBothNames) {
     fill({{"AcmsSettings", "", "DoorOpener2PhoneNumber", "before"},
           {"AcmsSettings", "", "DoorOpener3Fpkconfirmation", "true"}});

@@ -79,6 +79,28 @@ const char* const ContactColumns =
 }  // namespace
 
 // The order is part of what old databases rely on. Steps without words show by what they ask.
+// A copy that had been damaged was put in place of a sound database.
+TEST_F(DASMigratorTest, ADamagedCopyIsPutBackOnlyOverADatabaseThatIsNoBetter) {
+    load("settings_of_today");
+    load("phone_book_18");
+    const std::string whole = readFile(database());
+    const std::string damaged = whole.substr(0, whole.size() / 2);
+    const std::filesystem::path copy = database().string() + ".before-upgrade";
+    for (const auto& [inPlace, beside, sound] : {std::tuple{whole, damaged, true},
+                                                 {damaged, whole, true},
+                                                 {whole, std::string("x"), true},
+                                                 {std::string(), damaged, false},
+                                                 {damaged, damaged, false}}) {
+        SCOPED_TRACE(std::to_string(inPlace.size()) + ", " + std::to_string(beside.size()));
+        writeFile(database(), inPlace);
+        writeFile(copy, beside);
+        start();
+        stop();
+        EXPECT_EQ(DatabaseAdapter::isSound(database()), sound);
+        EXPECT_FALSE(std::filesystem::exists(copy));
+    }
+}
+
 TEST_F(DASMigratorTest, StepsRunInTheirOrder) {
     start();
     m_log.clear();
@@ -399,6 +421,7 @@ TEST_F(RebuildTest, AFailureOfAnyStatementLeavesTheTableAsItWas) {
         "CREATE TABLE PHONE_BOOK (UniqueID INTEGER PRIMARY KEY AUTOINCREMENT, Surname TEXT);"
         "INSERT INTO PHONE_BOOK VALUES (5, 'A'), (9, NULL);"
         "CREATE INDEX Surname_INDEX ON PHONE_BOOK (Surname);");
+    service().constructorActions();  // a connection that knows the columns
     const Rows before = everything();
     for (const char* statement :
          {"BEGIN", "sqlite_master", "ALTER TABLE", "CREATE TABLE", "INSERT INTO PHONE_BOOK",

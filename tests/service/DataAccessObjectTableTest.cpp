@@ -66,11 +66,23 @@ TEST_F(DataAccessObjectTableTest, DefaultRowsAreThoseOfTheUsersAskedFor) {
         EXPECT_EQ(contents(), row.after);
     }
     EXPECT_EQ(m_adapter.count("BEGIN"), m_adapter.count("END"));
-    // A failed insert is in the log alone.
+    // A failed insert is in the log alone, and leaves none of them: the next request tries again.
     fill("");
     m_adapter.intercept = failing("INSERT", 2, SQLITE_FULL);
     EXPECT_EQ(m_dao.insertDefaultRows(), 0);
-    EXPECT_EQ(contents(), "base7ax base8ay visitor8ay base9az visitor9az");
+    EXPECT_EQ(contents(), "");
+}
+
+// Another process may have found the table empty, too.
+TEST_F(DataAccessObjectTableTest, RowsOfAFasterProcessAreNotInsertedAgain) {
+    m_adapter.intercept = [this](const std::string& statement) {
+        if (statement.find("BEGIN IMMEDIATE") == 0) {
+            fill("('base', '7', 'new', '')");
+        }
+        return 0;
+    };
+    DASUtils::makeTableWithoutRows(m_dao, m_adapter, "T");
+    EXPECT_EQ(contents(), "base7new visitor7ax base8ay visitor8ay base9az visitor9az");
 }
 
 TEST_F(DataAccessObjectTableTest, AUserGoesBackToDefaultsByHisKindOfTable) {

@@ -54,6 +54,23 @@ TEST_F(DatabaseAdapterTest, AConnectionInUseStaysOpenButItsFileGoes) {
     EXPECT_EQ(m_adapter.executeNonQuery("SELECT 1;"), 0);
 }
 
+// A damaged file was told at a level alone that is not written by default.
+TEST_F(DatabaseAdapterTest, ADamagedFileIsToldOnceWithoutValues) {
+    EXPECT_EQ(m_adapter.executeNonQuery("CREATE TABLE T (A); INSERT INTO T VALUES (1);"), 0);
+    std::string bytes = readFile(database());
+    ++bytes.at(27);  // counts changes: what the adapter remembers of the file is void
+    writeFile(database(), bytes.replace(4096, 100, 100, '\xff'));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(m_adapter.executeNonQuery("DELETE FROM T WHERE A = 'secret';"), SQLITE_CORRUPT);
+        Rows rows;
+        EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 1);
+    }
+    EXPECT_TRUE(m_log.has(2, "The database " + database().string() +
+                                 " is damaged: database disk image is malformed, at 'DELETE FROM T "
+                                 "WHERE A = '"));
+    EXPECT_EQ(m_log.count("is damaged"), 1);
+}
+
 TEST_F(DatabaseAdapterTest, LastErrorStaysUntilTheNextStatement) {
     EXPECT_EQ(m_adapter.freeError(), 1);
     EXPECT_EQ(m_adapter.executeNonQuery("DROP TABLE Gone;"), SQLITE_ERROR);
@@ -71,6 +88,7 @@ TEST_F(DatabaseAdapterTest, ALockedTableIsNotTakenForAnEmptyOne) {
     Rows rows;
     EXPECT_EQ(m_adapter.executeSQLQuery("PRAGMA busy_timeout;", rows), 0);
     EXPECT_EQ(rows, (Rows{{"5000"}}));
+    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 0);  // it knows of the table
     waitForNobody(m_adapter);
     const auto blocker = std::make_unique<Blocker>(database());
     std::string count;

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "DASMigrator.h"
 #include "RecordingAdapter.h"
 
 namespace {
@@ -90,6 +91,43 @@ TEST_F(FailureTest, ATableThatCannotBeCountedIsNotFilledAgain) {
     }
 }
 
+// A power cut between the two left what no later start completes.
+TEST_F(FailureTest, NobodySeesHalfOfWhatBelongsTogether) {
+    writeFile(onDevice("/tmp/in.csv"), "base,,new\n");
+    (void)send("PhoneBook", "write_request", xml::entry({{"Surname", "old"}}));
+    const struct {
+        const char* name;
+        const char* before;
+        std::function<void()> work;
+        const char* last;  ///< statement before which another connection looks
+        const char* seen;
+        const char* expected;
+    } rows[] = {
+        {"groups and their table", "DROP TABLE IF EXISTS CallGroup",
+         [&] { (void)send("CallGroup", "read_request"); }, "INTO CallGroup",
+         "SELECT COUNT(*) FROM sqlite_master WHERE name = 'CallGroup'", "0"},
+        {"settings of 802.1X", "DELETE FROM GENERAL_CONFIG WHERE Schema = 'Dot1xSettings'",
+         [&] { DASMigrator::migrateDot1xSettings(&service()); }, "RadiusServerValidation",
+         "SELECT COUNT(*) FROM GENERAL_CONFIG WHERE Schema = 'Dot1xSettings'", "0"},
+        {"contacts and those in their place", "SELECT 1",
+         [&] { service().importData("PhoneBook", base, "/tmp/in.csv"); }, "INTO PHONE_BOOK",
+         "SELECT Surname FROM PHONE_BOOK", "old"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(m_adapter->executeNonQuery(row.before), 0);
+        std::string seen;
+        m_adapter->intercept = [&](const std::string& statement) {
+            if (statement.find(row.last) != std::string::npos) {
+                seen = cell(row.seen);
+            }
+            return 0;
+        };
+        row.work();
+        m_adapter->intercept = nullptr;
+        EXPECT_EQ(seen, row.expected) << row.name;
+    }
+}
+
 // The transaction stayed open: the next write was told as done and was not on the disk.
 TEST_F(FailureTest, WhatCannotBeCommittedIsTakenBack) {
     waitForNobody(*m_adapter);
@@ -106,6 +144,65 @@ TEST_F(FailureTest, WhatCannotBeCommittedIsTakenBack) {
               xml::message("FeatureKeys", "update_response"));
     EXPECT_EQ(labels(), "c");
     EXPECT_EQ(sqlite3_close(reader), SQLITE_OK);
+}
+
+// The lock stayed taken, or the transaction open: later writes were told as done and were lost.
+TEST_F(FailureTest, TransactionsEndWhereMemoryIsShort) {
+    struct {
+        const char* statement;
+        const char* labels;
+    } const rows[] = {{"BEGIN", "ab"}, {"END", ""}, {"ROLLBACK", ""}};
+    for (const auto& row : rows) {
+        for (const bool throws : {false, true}) {
+            SCOPED_TRACE(row.statement);
+            sql("UPDATE FEATURE_KEYS SET Label = ''");
+            m_adapter->intercept = [&](const std::string& statement) {
+                const bool isHit = statement.find(row.statement) == 0;
+                if (isHit && throws) {
+                    throw std::bad_alloc();
+                }
+                return isHit || (statement.find("END") == 0 && *row.statement != 'B') ? SQLITE_NOMEM
+                                                                                      : SQLITE_OK;
+            };
+            EXPECT_EQ(send("FeatureKeys", "update_request", key("100", "a") + key("101", "b")),
+                      xml::message("FeatureKeys", "failure"));
+            m_adapter->intercept = {};
+            EXPECT_TRUE(lockIsFree(*m_adapter));
+            EXPECT_EQ(labels(), row.labels);
+            EXPECT_EQ(send("FeatureKeys", "update_request", key("102", "c")),
+                      xml::message("FeatureKeys", "update_response"));
+            EXPECT_EQ(labels(), std::string(row.labels) + "c");
+        }
+    }
+}
+
+// What a full disk makes SQLite take back is the batch so far; the entries behind it are stored.
+TEST_F(FailureTest, ABatchThatMeetsAFullDiskFailsAndKeepsItsLastEntries) {
+    arm("PRAGMA max_page_count=1;");
+    EXPECT_EQ(send("FeatureKeys", "update_request",
+                   key("100", "a") + key("101", std::string(100000, 'x')) + key("102", "c")),
+              xml::message("FeatureKeys", "failure"));
+    EXPECT_EQ(labels(), "c");
+}
+
+// The table stayed with some of its rows for good.
+TEST_F(FailureTest, ATableGetsItsDefaultRowsTogetherOrByTheNextRequest) {
+    struct {
+        const char* schema;
+        const char* table;
+        const char* all;
+    } const rows[] = {{"FeatureKeys", "FEATURE_KEYS", "354"},
+                      {"CodecSettings", "CODEC_SETTINGS", "4"}};
+    for (const auto& [schema, table, all] : rows) {
+        (void)send(schema, "read_request");
+        const std::string count = std::string("SELECT COUNT(*) FROM ") + table;
+        sql(std::string("DROP TABLE ") + table);
+        m_adapter->intercept = failing("INSERT", 3, SQLITE_NOMEM);
+        (void)send(schema, "read_request");
+        EXPECT_EQ(cell(count), "0") << table;
+        (void)send(schema, "read_request");
+        EXPECT_EQ(cell(count), all) << table;
+    }
 }
 
 TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {

@@ -1,0 +1,200 @@
+"""Compares what the benchmarks measured and counted with bench/limits.json.
+
+Usage: check.py [--short] [--results FILE] [--update] [--table] PROGRAMS
+
+PROGRAMS is the folder of the programs. The short form compares counts alone: instructions,
+allocations, bytes and syncs do not depend on what else the machine does. A value may exceed its
+limit by a fifth. --update writes the counts of this run into the file in place of the comparison,
+--table prints all values as tables, --results keeps the measured times in FILE, or takes them from
+there when it exists.
+"""
+import argparse
+import json
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+LIMITS = Path(__file__).resolve().with_name("limits.json")
+SLACK = 1.2
+# Their rounds take seconds under callgrind, and show nothing that the smaller ones do not.
+TOO_LONG_TO_COUNT = "^(?!.*(10000|1000x139|CopyAll|Write1000|Import1000))"
+# Below this, what a request takes besides its rows counts for more than they do.
+LEAST_ROW_BYTES = 64 * 1024
+
+
+def run(*command):
+    done = subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL,
+                          stderr=subprocess.PIPE, text=True)
+    if done.returncode != 0:
+        sys.exit(f"check.py: {command[0]} ended with {done.returncode}:\n{done.stderr[-2000:]}")
+
+
+def measured(programs, folder):
+    """Of each operation and place: microseconds of service and floor, and their ratio."""
+    rows = []
+    for name in ["das_bench", "das_start_bench"]:
+        file = folder / f"{name}.json"
+        run(programs / name, "--json", file)
+        rows += json.loads(file.read_text())
+    return rows
+
+
+def counted(programs, folder):
+    """Of each operation: allocations, bytes and syncs of service and floor."""
+    file = folder / "counts.json"
+    run(programs / "das_bench", "--counts", "--disk", "", "--json", file)
+    return {row["operation"]: row for row in json.loads(file.read_text())}
+
+
+def add_instructions(counts, programs, folder):
+    out = folder / "callgrind"
+    run("valgrind", "--tool=callgrind", "--instr-atstart=no", f"--callgrind-out-file={out}",
+        programs / "das_bench", "--counts", "--disk", "", "--filter", TOO_LONG_TO_COUNT)
+    for file in folder.glob("callgrind.*"):
+        text = file.read_text(errors="replace")
+        name = re.search(r"^desc: Trigger: Client Request: (service|floor) (.*)$", text, re.M)
+        total = re.search(r"^summary: (\d+)$", text, re.M)
+        if name and total:
+            counts[name[2]][name[1]]["instructions"] = int(total[1])
+
+
+def to_limits(row):
+    """What limits.json says of the counts of an operation."""
+    service, floor = row["service"], row["floor"]
+    limits = {"allocations": service["allocations"], "syncs": service["syncs"]}
+    if "instructions" in floor:
+        limits["instructions"] = round(service["instructions"] / floor["instructions"], 3)
+    return limits
+
+
+def memory_of(row):
+    """The most memory of a request, in parts of its rows, one answer aside."""
+    return (row["service"]["peak_bytes"] - row["answer_bytes"]) / row["row_bytes"]
+
+
+class Check:
+    def __init__(self, limits):
+        self.limits = limits
+        self.failures = 0
+
+    def compare(self, name, value, limit):
+        verdict = "ok" if value <= limit else "above" if value <= limit * SLACK else "FAILED"
+        self.failures += verdict == "FAILED"
+        if verdict != "ok":
+            print(f"{verdict:7} {name}: {value:.3f}, limit {limit}")
+
+    def counts(self, counts):
+        for name, row in counts.items():
+            now = to_limits(row)
+            before = self.limits["counts"].get(name)
+            if before is None:
+                self.failures += 1
+                print(f"FAILED  {name}: no counts in {LIMITS.name}")
+                continue
+            for kind in now.keys() & before.keys():
+                self.compare(f"{name} {kind}", now[kind], before[kind])
+            if row["service"]["syncs"] > row["floor"]["syncs"]:
+                self.failures += 1
+                print(f"FAILED  {name} asks for more syncs than its floor")
+            if row["row_bytes"] >= LEAST_ROW_BYTES and row["answer_bytes"] > LEAST_ROW_BYTES:
+                self.compare(f"{name} memory", memory_of(row), self.limits["memory"])
+
+    def ratios(self, rows):
+        for row in rows:
+            for limit in self.limits["ratios"]:
+                if re.search(limit["operation"], row["operation"]) and row["place"] in limit:
+                    self.ratio(row, limit)
+                    break
+            else:
+                self.failures += 1
+                print(f"FAILED  {row['operation']}: no ratio in {LIMITS.name}")
+
+    def ratio(self, row, limit):
+        more = row["service_us"] - row["floor_us"]
+        if row["place"] != "disk" or more > limit.get("disk_more_us", 0):
+            self.compare(f"{row['operation']} on {row['place']}", row["ratio"],
+                         limit[row["place"]])
+
+    def growth(self, rows):
+        times = {(row["operation"], row["place"]): row["service_us"] for row in rows}
+        for limit in self.limits["growth"]:
+            now, before = (times.get((limit[end], "memory")) for end in ("to", "from"))
+            if now is None or before is None:
+                self.failures += 1
+                print(f"FAILED  {limit['to']} was not measured")
+            else:
+                self.compare(f"{limit['to']} over {limit['from']}", now / before,
+                             limit["at_most"])
+
+
+def print_tables(rows, counts):
+    print("| Operation | Place | Service, µs | Floor, µs | Ratio |\n|---|---|---:|---:|---:|")
+    for row in rows:
+        print(f"| {row['operation']} | {row['place']} | {row['service_us']:.1f} | "
+              f"{row['floor_us']:.1f} | {row['ratio']:.2f} |")
+    print("\n| Operation | Instructions | Floor | Ratio | Allocations | Floor | Peak, KiB | "
+          "Rows, KiB | Answer, KiB | Syncs |\n|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|")
+    for name, row in counts.items():
+        service, floor = row["service"], row["floor"]
+        instructions = [service.get("instructions"), floor.get("instructions")]
+        cells = [*(f"{n:,}" if n else "" for n in instructions),
+                 f"{instructions[0] / instructions[1]:.2f}" if instructions[1] else "",
+                 service["allocations"], floor["allocations"],
+                 *(f"{n / 1024:.1f}" for n in
+                   (service["peak_bytes"], row["row_bytes"], row["answer_bytes"])),
+                 service["syncs"]]
+        print(f"| {name} | " + " | ".join(map(str, cells)) + " |")
+
+
+def write_counts(limits, counts):
+    limits["counts"] = {name: to_limits(row) for name, row in counts.items()}
+    lines = [f'    {json.dumps(name)}: {json.dumps(value)}'
+             for name, value in limits["counts"].items()]
+    others = ",\n".join(
+        f'  {json.dumps(key)}: ' + ("[\n" + ",\n".join("    " + json.dumps(item) for item in value)
+                                    + "\n  ]" if isinstance(value, list) else json.dumps(value))
+        for key, value in limits.items() if key != "counts")
+    LIMITS.write_text("{\n" + others + ',\n  "counts": {\n' + ",\n".join(lines) + "\n  }\n}\n")
+
+
+def times(results, programs, folder):
+    if results and results.exists():
+        return json.loads(results.read_text())
+    rows = measured(programs, folder)
+    if results:
+        results.write_text(json.dumps(rows, indent=2) + "\n")
+    return rows
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("programs", type=Path)
+    parser.add_argument("--short", action="store_true")
+    parser.add_argument("--update", action="store_true")
+    parser.add_argument("--table", action="store_true")
+    parser.add_argument("--results", type=Path)
+    options = parser.parse_args()
+    limits = json.loads(LIMITS.read_text())
+    with tempfile.TemporaryDirectory() as name:
+        folder = Path(name)
+        rows = [] if options.short else times(options.results, options.programs, folder)
+        counts = counted(options.programs, folder)
+        add_instructions(counts, options.programs, folder)
+    if options.table:
+        print_tables(rows, counts)
+    if options.update:
+        write_counts(limits, counts)
+        return 0
+    check = Check(limits)
+    check.counts(counts)
+    if rows:
+        check.ratios(rows)
+        check.growth(rows)
+    print(f"{len(counts)} operations counted, {len(rows)} measured, {check.failures} failed")
+    return 1 if check.failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

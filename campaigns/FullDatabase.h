@@ -1,0 +1,39 @@
+#ifndef FULLDATABASE_H
+#define FULLDATABASE_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+class DataAccessService;
+struct sqlite3;
+
+/// Databases in which every table has rows, and requests that go to each of them.
+namespace FullDatabase {
+
+/// The messages of examples/, in their order: service words and requests of each kind.
+std::vector<std::string> examples();
+
+/// A message in XML; @p body stands behind the reason.
+std::string message(const std::string& schema, const std::string& reason,
+                    const std::string& body = {});
+
+/// A read and a row count of every schema.
+std::vector<std::string> reads();
+
+/// Gives @p service rows in every table: contacts, calls, conversations, keys, settings.
+void fill(DataAccessService& service);
+
+/// The forms of databases of earlier releases, by the names of their texts in tests/databases.
+std::vector<std::string> forms();
+
+/// Makes the database @p file in the form @p form, with rows of both users in every table that its
+/// text leaves empty. Raises std::runtime_error when that fails.
+void makeForm(const std::filesystem::path& file, const std::string& form);
+
+/// Raises std::runtime_error with SQLite's words when a statement of @p sql fails.
+void execute(sqlite3* db, const std::string& sql);
+
+}  // namespace FullDatabase
+
+#endif

@@ -1,0 +1,527 @@
+// Cuts the power during each operation on the disk of a start, an upgrade or a change, and looks
+// whether the next start finds what it must.
+//
+// POWERCUT_ONLY in the environment takes those scenarios alone whose names contain it, and with
+// POWERCUT_LOG what the cut processes write is seen.
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <random>
+#include <sstream>
+
+#include "Campaign.h"
+#include "Decryption.h"
+#include "PowerCutDisk.h"
+#include "PowerCutScenarios.h"
+#include "PowerCutVfs.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Progress = PowerCutDisk::Progress;
+
+constexpr int Workers = 2;
+constexpr int OneInHowManyIsCutTwice = 4;
+constexpr unsigned SecondsOfAChild = 60;
+constexpr int FailureStatus = 3;
+constexpr long Never = 0;
+
+/// A cut of a scenario.
+struct Cut {
+    std::size_t scenario;
+    long operation;
+    std::uint32_t seed;
+};
+
+/// What an undisturbed run has shown.
+struct Known {
+    PowerCutScenario scenario;
+    PowerCutPlace prepared;
+    std::vector<std::string> states;  ///< the dump of a start after so many steps
+    long operations = 0;
+    long operationsOfNextStart = 0;
+};
+
+// Databases --------------------------------------------------------------------------------------
+
+/// A connection that reads; what SQLite says of a statement stands among its rows.
+class Reader {
+public:
+    explicit Reader(const fs::path& path) {
+        m_code = sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE, "unix");
+    }
+    ~Reader() { sqlite3_close(m_db); }
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+
+    /// The rows, each a line, in an order of their own.
+    std::vector<std::string> lines(const std::string& sql, const fs::path& key) {
+        std::vector<std::string> all;
+        sqlite3_stmt* statement = nullptr;
+        int code = m_code != SQLITE_OK
+                       ? m_code
+                       : sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr);
+        while (code == SQLITE_OK && (code = sqlite3_step(statement)) == SQLITE_ROW) {
+            all.push_back(lineOf(statement, key));
+            code = SQLITE_OK;
+        }
+        if (code != SQLITE_DONE) {
+            all.push_back(sql + ": " + sqlite3_errmsg(m_db));
+        }
+        sqlite3_finalize(statement);
+        std::sort(all.begin(), all.end());
+        return all;
+    }
+
+private:
+    static std::string lineOf(sqlite3_stmt* statement, const fs::path& key) {
+        std::string line;
+        for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
+            std::string cell = text != nullptr ? text : "NULL";
+            // The same password never looks the same twice.
+            if (cell.rfind("das1:", 0) == 0) {
+                cell = "password " + decrypted(cell, key);
+            }
+            line += cell + "|";
+        }
+        return line;
+    }
+
+    sqlite3* m_db = nullptr;
+    int m_code;
+};
+
+/// All that a place holds: its database, and the names of its files.
+std::string dump(const PowerCutPlace& place) {
+    Reader reader(place.database());
+    auto lines = reader.lines("SELECT type, name, tbl_name, sql FROM sqlite_master", {});
+    for (const std::string& table :
+         reader.lines("SELECT name FROM sqlite_master WHERE type = 'table'", {})) {
+        const std::string name = table.substr(0, table.size() - 1);
+        for (const std::string& row : reader.lines("SELECT * FROM \"" + name + "\"", place.key())) {
+            lines.push_back(name + ": " + row);
+        }
+    }
+    for (const auto& entry : fs::recursive_directory_iterator(place.folder())) {
+        const std::string name = entry.path().filename();
+        // Without a header a journal says nothing. What was being written under another name may be
+        // left over: a second name of the key, or a data file that was not whole.
+        if (name != "phone.db-journal" && name.rfind("dascrypt.key.", 0) != 0 &&
+            name.find(".new-") == std::string::npos) {
+            lines.push_back("file " + entry.path().lexically_relative(place.folder()).string());
+        }
+    }
+    std::sort(lines.begin(), lines.end());
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+/// The first lines that one of the two has alone.
+std::string difference(const std::string& wanted, const std::string& found) {
+    const auto linesOf = [](const std::string& text) {
+        std::vector<std::string> lines;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line);
+        }
+        std::sort(lines.begin(), lines.end());
+        return lines;
+    };
+    const auto ours = linesOf(wanted);
+    const auto theirs = linesOf(found);
+    std::vector<std::string> missing;
+    std::vector<std::string> added;
+    std::set_difference(ours.begin(), ours.end(), theirs.begin(), theirs.end(),
+                        std::back_inserter(missing));
+    std::set_difference(theirs.begin(), theirs.end(), ours.begin(), ours.end(),
+                        std::back_inserter(added));
+    return std::to_string(missing.size()) + " lines missing" +
+           (missing.empty() ? "" : " as '" + missing.front().substr(0, 200) + "'") + ", " +
+           std::to_string(added.size()) + " too many" +
+           (added.empty() ? "" : " as '" + added.front().substr(0, 200) + "'");
+}
+
+// Children ---------------------------------------------------------------------------------------
+
+/// What a child does: whether the start is cut, which of the steps it takes, and where it ends.
+struct Run {
+    const PowerCutScenario& scenario;
+    const PowerCutPlace& place;
+    std::size_t steps;
+    long cutAt;  ///< Never for the whole run
+    std::uint32_t seed;
+    bool countsOnly = false;
+};
+
+void silence() {
+    const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (std::getenv("POWERCUT_LOG") == nullptr) {
+        ::dup2(nowhere, STDOUT_FILENO);
+        ::dup2(nowhere, STDERR_FILENO);
+    }
+}
+
+/// Takes the steps over a disk whose power may go; false when one is not acknowledged.
+bool takeSteps(const Run& run, Progress& progress) {
+    const bool hasDisk = run.cutAt != Never || run.countsOnly;
+    if (hasDisk && !PowerCutVfs::install()) {
+        return false;
+    }
+    PowerCutSession session(run.place);
+    std::unique_ptr<PowerCutDisk> disk;
+    if (hasDisk) {
+        disk = std::make_unique<PowerCutDisk>(run.place.folder(), progress, run.seed);
+    }
+    if (!run.scenario.startIsCut && !session.start()) {
+        return false;
+    }
+    if (disk != nullptr) {
+        disk->arm(run.cutAt);
+    }
+    for (std::size_t step = 0; step < run.steps; ++step) {
+        if (!run.scenario.steps[step](session)) {
+            return false;
+        }
+        ++progress.acknowledged;
+    }
+    if (run.cutAt != Never) {
+        disk->cut();  // all is acknowledged, nothing was brought down since
+    }
+    return true;
+}
+
+[[noreturn]] void beChild(const Run& run, Progress& progress) {
+    silence();
+    ::alarm(SecondsOfAChild);
+    run.place.enter();
+    int status = FailureStatus;
+    try {
+        status = takeSteps(run, progress) ? 0 : FailureStatus;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << std::endl;
+    }
+    ::_exit(status);
+}
+
+std::string textOfStatus(int status) {
+    if (WIFSIGNALED(status)) {
+        return "ended by signal " + std::to_string(WTERMSIG(status));
+    }
+    return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+/// Runs children and sees what they did through memory that they share.
+class Children {
+public:
+    Children() {
+        void* memory = ::mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE,
+                              MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (memory == MAP_FAILED) {
+            throw std::runtime_error("no memory to share");
+        }
+        m_progress = new (memory) Progress;
+    }
+
+    /// What is wrong with the way it ended; empty when it ended by itself or by its cut.
+    std::string run(const Run& run) {
+        *m_progress = Progress();
+        std::cout << std::flush;
+        const pid_t child = ::fork();
+        if (child == 0) {
+            beChild(run, *m_progress);
+        }
+        int status = 0;
+        if (child < 0 || ::waitpid(child, &status, 0) != child) {
+            return "no child";
+        }
+        const int expected = run.cutAt != Never ? PowerCutDisk::CutStatus : 0;
+        return WIFEXITED(status) && WEXITSTATUS(status) == expected ? "" : textOfStatus(status);
+    }
+
+    const Progress& progress() const { return *m_progress; }
+
+private:
+    Progress* m_progress = nullptr;
+};
+
+const PowerCutScenario OnlyStart = {
+    "start", nullptr, true, {[](PowerCutSession& session) { return session.start(); }}};
+
+// What is known before anything is cut
+// -------------------------------------------------------------
+
+class Preparation {
+public:
+    explicit Preparation(fs::path folder)
+        : m_folder(std::move(folder)), m_work(m_folder / "preparation") {}
+
+    Known prepare(const PowerCutScenario& scenario) {
+        Known known{scenario, PowerCutPlace(m_folder / ("prepared " + scenario.name)), {}};
+        m_known = &known;
+        known.prepared.make();
+        prepareInChild();
+        for (std::size_t steps = 0; steps <= scenario.steps.size(); ++steps) {
+            m_work.copyFrom(known.prepared);
+            if (steps > 0 || !scenario.startIsCut) {
+                must({scenario, m_work, steps, Never, 0});
+            }
+            must({OnlyStart, m_work, 1, Never, 0});
+            known.states.push_back(dump(m_work));
+        }
+        known.operations = countOf(scenario);
+        known.operationsOfNextStart = countOf(OnlyStart);
+        return known;
+    }
+
+private:
+    void prepareInChild() {
+        PowerCutScenario preparing = OnlyStart;
+        const auto& known = *m_known;
+        preparing.steps = {[&known](PowerCutSession&) {
+            known.scenario.prepare(known.prepared);
+            return true;
+        }};
+        must({preparing, known.prepared, 1, Never, 0});
+    }
+
+    long countOf(const PowerCutScenario& scenario) {
+        m_work.copyFrom(m_known->prepared);
+        must({scenario, m_work, scenario.steps.size(), Never, 0, true});
+        return m_children.progress().operations;
+    }
+
+    void must(const Run& run) {
+        const std::string wrong = m_children.run(run);
+        if (!wrong.empty()) {
+            throw std::runtime_error("undisturbed " + m_known->scenario.name + ", step " +
+                                     std::to_string(m_children.progress().acknowledged + 1) + ": " +
+                                     wrong);
+        }
+    }
+
+    const fs::path m_folder;
+    const PowerCutPlace m_work;
+    Children m_children;
+    Known* m_known = nullptr;
+};
+
+// Cuts -------------------------------------------------------------------------------------------
+
+/// Every operation of each scenario in turn, in an order that the seed gives, and the moment behind
+/// the last; then from the start again.
+std::vector<Cut> chooseCuts(const std::vector<Known>& all, long rounds, std::uint32_t seed) {
+    std::mt19937 random(seed);
+    std::vector<std::vector<long>> left(all.size());
+    std::vector<Cut> cuts;
+    const auto isOver = [&] {
+        return rounds > 0 && cuts.size() == static_cast<std::size_t>(rounds);
+    };
+    do {
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            for (long operation = 1; operation <= all[i].operations + 1; ++operation) {
+                left[i].push_back(operation);
+            }
+            std::shuffle(left[i].begin(), left[i].end(), random);
+        }
+        for (bool any = true; any && !isOver();) {
+            any = false;
+            for (std::size_t i = 0; i < all.size() && !isOver(); ++i) {
+                if (!left[i].empty()) {
+                    cuts.push_back({i, left[i].back(), static_cast<std::uint32_t>(random())});
+                    left[i].pop_back();
+                    any = true;
+                }
+            }
+        }
+    } while (rounds > 0 && !isOver());
+    return cuts;
+}
+
+/// Cuts the power and looks what is left.
+class Cutter {
+public:
+    Cutter(const fs::path& folder, const std::vector<Known>& all)
+        : m_all(all), m_place(folder / "place"), m_copy(folder / "copy") {
+        fs::create_directories(folder);
+    }
+
+    /// What is wrong afterwards; empty when nothing is.
+    std::string tryCut(const Cut& cut) {
+        const Known& known = m_all[cut.scenario];
+        m_place.copyFrom(known.prepared);
+        std::string wrong = m_children.run(
+            {known.scenario, m_place, known.scenario.steps.size(), cut.operation, cut.seed});
+        const auto acknowledged = static_cast<std::size_t>(m_children.progress().acknowledged);
+        if (wrong.empty()) {
+            wrong = checkIntegrity();
+        }
+        if (wrong.empty() && cut.seed % OneInHowManyIsCutTwice == 0) {
+            wrong = cutNextStart(known, cut.seed);
+        }
+        return wrong.empty() ? checkNextStart(known, acknowledged) : wrong;
+    }
+
+private:
+    /// On a copy, so that the next start is the first to see what is left. Where an upgrade has
+    /// kept the database as it was, that one counts: the next start puts it back, and a put-back
+    /// that was cut has taken the journal away from the other.
+    std::string checkIntegrity() {
+        m_copy.copyFrom(m_place);
+        const fs::path kept = m_copy.database().string() + ".before-upgrade";
+        const bool isKept = fs::exists(kept) && fs::file_size(kept) > 0;
+        if (!isKept && !fs::exists(m_copy.database())) {
+            return {};
+        }
+        const auto lines =
+            Reader(isKept ? kept : m_copy.database()).lines("PRAGMA integrity_check", {});
+        return lines == std::vector<std::string>{"ok|"} ? "" : "the database is " + lines.front();
+    }
+
+    std::string cutNextStart(const Known& known, std::uint32_t seed) {
+        const long operation = 1 + static_cast<long>(seed / OneInHowManyIsCutTwice) %
+                                       (known.operationsOfNextStart + 1);
+        const std::string wrong = m_children.run({OnlyStart, m_place, 1, operation, seed});
+        return wrong.empty() ? checkIntegrity() : "second cut: " + wrong;
+    }
+
+    std::string checkNextStart(const Known& known, std::size_t acknowledged) {
+        const std::string wrong = m_children.run({OnlyStart, m_place, 1, Never, 0});
+        if (!wrong.empty()) {
+            return "the next start " + wrong;
+        }
+        const std::string found = dump(m_place);
+        const std::size_t last = std::min(acknowledged + 1, known.states.size() - 1);
+        for (std::size_t state = acknowledged; state <= last; ++state) {
+            if (known.states[state] == found) {
+                return {};
+            }
+        }
+        return std::to_string(acknowledged) + " steps were acknowledged; after the next start " +
+               difference(known.states[acknowledged], found) +
+               (last == acknowledged ? "" : "; or " + difference(known.states[last], found));
+    }
+
+    const std::vector<Known>& m_all;
+    const PowerCutPlace m_place;
+    const PowerCutPlace m_copy;
+    Children m_children;
+};
+
+/// Tries each cut of its share and writes a line for each finding to @p pipe.
+[[noreturn]] void beWorker(int number, const fs::path& folder, const std::vector<Known>& all,
+                           const std::vector<Cut>& cuts, int pipe) {
+    Cutter cutter(folder / ("worker " + std::to_string(number)), all);
+    for (std::size_t i = static_cast<std::size_t>(number); i < cuts.size(); i += Workers) {
+        const std::string wrong = cutter.tryCut(cuts[i]);
+        std::string line = all[cuts[i].scenario].scenario.name + ", cut at operation " +
+                           std::to_string(cuts[i].operation) + ": " + wrong;
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        line = line.substr(0, PIPE_BUF - 1) + "\n";
+        if (!wrong.empty() && ::write(pipe, line.data(), line.size()) < 0) {
+            ::_exit(FailureStatus);
+        }
+    }
+    ::_exit(0);
+}
+
+void runWorkers(Campaign& campaign, const fs::path& folder, const std::vector<Known>& all,
+                const std::vector<Cut>& cuts) {
+    int ends[2];
+    if (::pipe(ends) != 0) {
+        campaign.found("no pipe");
+        return;
+    }
+    std::cout << std::flush;
+    std::vector<pid_t> workers;
+    for (int i = 0; i < Workers; ++i) {
+        workers.push_back(::fork());
+        if (workers.back() == 0) {
+            ::close(ends[0]);
+            beWorker(i, folder, all, cuts, ends[1]);
+        }
+    }
+    ::close(ends[1]);
+    FILE* lines = ::fdopen(ends[0], "r");
+    char line[PIPE_BUF + 1];
+    while (std::fgets(line, sizeof line, lines) != nullptr) {
+        line[std::strcspn(line, "\n")] = '\0';
+        campaign.found(line);
+    }
+    std::fclose(lines);
+    for (const pid_t worker : workers) {
+        int status = 0;
+        ::waitpid(worker, &status, 0);
+        campaign.check(status == 0, "a worker " + textOfStatus(status));
+    }
+}
+
+void tellFigures(Campaign& campaign, const std::vector<Known>& all, const std::vector<Cut>& cuts) {
+    long operations = 0;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const auto count = std::count_if(cuts.begin(), cuts.end(),
+                                         [&](const Cut& cut) { return cut.scenario == i; });
+        campaign.figure(all[i].scenario.name, std::to_string(count) + " cuts at " +
+                                                  std::to_string(all[i].operations) +
+                                                  " operations");
+        operations += all[i].operations;
+    }
+    campaign.figure("operations", operations);
+    campaign.figure("cuts", static_cast<long long>(cuts.size()));
+    campaign.figure("of these with a second one in the next start",
+                    std::count_if(cuts.begin(), cuts.end(), [](const Cut& cut) {
+                        return cut.seed % OneInHowManyIsCutTwice == 0;
+                    }));
+}
+
+class Scratch {
+public:
+    Scratch() {
+        std::string name = "/dev/shm/das-powercut-XXXXXX";
+        m_folder = ::mkdtemp(name.data());
+    }
+    ~Scratch() { fs::remove_all(m_folder); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    const fs::path& folder() const { return m_folder; }
+
+private:
+    fs::path m_folder;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Campaign campaign("powercut", "cuts; 0 for one during each operation", 0, argc, argv);
+    const Scratch scratch;
+    const char* const only = std::getenv("POWERCUT_ONLY");
+    std::vector<Known> all;
+    try {
+        Preparation preparation(scratch.folder());
+        for (const PowerCutScenario& scenario : powerCutScenarios()) {
+            if (only == nullptr || scenario.name.find(only) != std::string::npos) {
+                all.push_back(preparation.prepare(scenario));
+            }
+        }
+        const auto cuts = chooseCuts(all, campaign.rounds(), campaign.seed());
+        runWorkers(campaign, scratch.folder(), all, cuts);
+        tellFigures(campaign, all, cuts);
+    } catch (const std::exception& error) {
+        campaign.found(error.what());
+    }
+    return campaign.end();
+}

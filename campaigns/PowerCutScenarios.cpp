@@ -1,0 +1,319 @@
+#include "PowerCutScenarios.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Step = PowerCutScenario::Step;
+
+const std::string FileToImport = "/tmp/in.csv";
+constexpr int ContactsThatAreThere = 100;
+
+// Requests ---------------------------------------------------------------------------------------
+
+std::string element(const std::string& name, const std::string& content) {
+    return "<" + name + ">" + content + "</" + name + ">";
+}
+
+std::string message(const std::string& schema, const std::string& reason,
+                    const std::string& body = {}) {
+    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" + schema + "\">" +
+           element("ReasonForMessage", reason) + body + "</Schema>";
+}
+
+/// @p count rows, each as @p row tells it.
+std::string rows(int count, const std::function<std::string(int)>& row) {
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        all += row(i);
+    }
+    return all;
+}
+
+std::string contacts(const std::string& name, int count) {
+    return rows(count, [&](int i) {
+        return element("Entry", element("Surname", name + " " + std::to_string(i)) +
+                                    element("Firstname", "of the batch") +
+                                    element("Office", "+49 89 722 " + std::to_string(i)));
+    });
+}
+
+std::string labels(const std::string& text) {
+    const std::string entries = rows(10, [&](int i) {
+        return element("Entry", element("Id", std::to_string(100 + i)) +
+                                    element("Label", text + " " + std::to_string(i)));
+    });
+    return "<Context currentUser=\"base\">" + entries + "</Context>";
+}
+
+std::string settings(const std::string& value) {
+    return rows(15, [&](int i) { return element("Item" + std::to_string(i), value); });
+}
+
+Step request(const std::string& schema, const std::string& kind, const std::string& body) {
+    return [=](PowerCutSession& session) {
+        return session.answers(message(schema, kind + "_request", body), kind + "_response");
+    };
+}
+
+Step profile(const std::string& user) {
+    return [=](PowerCutSession& session) { return session.service().setProfile(user); };
+}
+
+// Places -----------------------------------------------------------------------------------------
+
+void copyDeployed(const PowerCutPlace& place) {
+    for (const char* file : {"DasGenConfigDeviceDataItems.csv", "DasTagMappings.csv"}) {
+        fs::copy_file(fs::path(DAS_DEPLOY_DIR) / file, place.onDevice("/Aurel_Deploy/") / file);
+    }
+}
+
+class Database {
+public:
+    explicit Database(const fs::path& path) {
+        if (sqlite3_open(path.c_str(), &m_db) != SQLITE_OK) {
+            throw std::runtime_error("can't open " + path.string());
+        }
+    }
+    ~Database() { sqlite3_close(m_db); }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    void run(const std::string& sql) {
+        if (sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+            throw std::runtime_error(sql + ": " + sqlite3_errmsg(m_db));
+        }
+    }
+    /// Names of columns, with their types.
+    std::vector<std::pair<std::string, std::string>> columns(const std::string& table) {
+        std::vector<std::pair<std::string, std::string>> all;
+        const auto collect = [](void* out, int, char** cells, char**) {
+            static_cast<decltype(all)*>(out)->emplace_back(cells[0], cells[1]);
+            return 0;
+        };
+        const std::string sql = "SELECT name, type FROM pragma_table_info('" + table + "')";
+        sqlite3_exec(m_db, sql.c_str(), collect, &all, nullptr);
+        return all;
+    }
+
+private:
+    sqlite3* m_db = nullptr;
+};
+
+std::string textOfFile(const fs::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Rows of a table of an earlier release: how many, and the keys from which on.
+struct OldRows {
+    const char* table;
+    const char* key;
+    int first;
+    int count;
+};
+
+/// What stands in the tables of each text; a text that is not here has its rows in itself.
+const std::multimap<std::string, OldRows> RowsOfTexts = {
+    {"bca_11", {"BCA_SETTINGS", "Id", 1, 40}},
+    {"bluetooth_devices_3", {"BLUETOOTH_TRUSTED", "Id", 1, 10}},
+    {"call_group_3", {"CallGroup", "CallGroup", 1, 16}},
+    {"dss_keys_6", {"DSS_KEY_SETTINGS", "Id", 300, 18}},
+    {"dss_keys_9", {"DSS_KEY_SETTINGS", "Id", 300, 18}},
+    {"forwarding_of_earlier_ids", {"FORWARDING_KEY_DESTINATIONS", "Id", 618, 20}},
+    {"keys_of_earlier_release", {"FEATURE_KEYS", "Id", 300, 18}},
+    {"keys_of_earlier_release", {"FIXED_KEYS", "Id", 38, 2}},
+    {"keys_of_earlier_release", {"START_APPLICATION", "Id", 100, 16}},
+    {"line_keys_18", {"LINE_KEY_SETTINGS", "Id", 300, 18}},
+    {"phone_book_17", {"PHONE_BOOK", "UniqueID", 1, 300}},
+    {"phone_book_18", {"PHONE_BOOK", "UniqueID", 1, 300}},
+    {"stimulus_keys_15", {"STIMULUS_KEY_SETTINGS", "Id", 300, 18}},
+    {"stimulus_keys_16", {"STIMULUS_KEY_SETTINGS", "Id", 300, 18}},
+    {"stimulus_keys_17", {"STIMULUS_KEY_SETTINGS", "Id", 300, 18}},
+    {"stimulus_keys_5", {"STIMULUS_KEY_SETTINGS", "Id", 300, 18}},
+    {"stimulus_keys_66_rows", {"STIMULUS_KEY_SETTINGS", "Id", 100, 66}},
+    {"stimulus_keys_7", {"STIMULUS_KEY_SETTINGS", "Id", 300, 18}},
+};
+
+void fill(Database& database, const OldRows& old) {
+    for (int row = 0; row < old.count; ++row) {
+        std::string cells;
+        for (const auto& [column, type] : database.columns(old.table)) {
+            const std::string number = std::to_string(old.first + row);
+            cells += cells.empty() ? "" : ", ";
+            if (column == old.key) {
+                cells += "'" + number + "'";
+            } else if (column == "UserContext") {
+                cells += "'base'";
+            } else {
+                cells += type == "INTEGER" ? std::to_string(row)
+                                           : "'" + column + " O''Neil, \\ " + number + "'";
+            }
+        }
+        database.run("INSERT INTO " + std::string(old.table) + " VALUES (" + cells + ")");
+    }
+}
+
+void prepareUpgrade(const PowerCutPlace& place, const std::string& text) {
+    const fs::path texts = DAS_DATABASES_DIR;
+    copyDeployed(place);
+    std::ofstream(place.onDevice("/.QuilldeskRootFileSystemImageVersion.prev.txt"))
+        << (text == "other_protocol" ? "V1 R2.3.4 SIP 200101\n" : "V1 R2.3.4 QFA 200101\n");
+    Database database(place.database());
+    database.run("BEGIN");
+    const auto [first, last] = RowsOfTexts.equal_range(text);
+    if (first != last) {
+        database.run(textOfFile(texts / "settings_of_today.sql"));
+    }
+    database.run(textOfFile(texts / (text + ".sql")));
+    for (auto old = first; old != last; ++old) {
+        fill(database, old->second);
+    }
+    database.run("END");
+}
+
+/// A list of values counts once: what is changed afterwards stays.
+void prepareUpgradeWithValues(const PowerCutPlace& place) {
+    prepareUpgrade(place, "settings_of_today");
+    std::ofstream(place.onDevice("/Aurel_Deploy/DasUpdateValues.csv"))
+        << "AudioSettings,visitor,RingerMelody,listed\nAudioSettings,base,Volume,7\n";
+}
+
+/// A telephone in use: each table that the steps change is there, with rows.
+void prepareInUse(const PowerCutPlace& place) {
+    copyDeployed(place);
+    place.enter();
+    PowerCutSession session(place);
+    session.start();
+    std::ofstream file(place.onDevice(FileToImport));
+    for (int i = 0; i < 60; ++i) {
+        file << "base,,Imported " << i << ",O'Neil\\, and others,+49 89 " << i << "\n";
+    }
+    const std::vector<Step> steps = {request("PhoneBook", "write", contacts("old", 100)),
+                                     request("FeatureKeys", "update", labels("old")),
+                                     request("AudioSettings", "write", settings("old"))};
+    for (const Step& step : steps) {
+        if (!step(session)) {
+            throw std::runtime_error("can't prepare the telephone in use");
+        }
+    }
+}
+
+// Scenarios --------------------------------------------------------------------------------------
+
+bool start(PowerCutSession& session) {
+    return session.start();
+}
+
+std::vector<PowerCutScenario> upgrades() {
+    std::vector<std::string> texts;
+    for (const auto& entry : fs::directory_iterator(DAS_DATABASES_DIR)) {
+        if (entry.path().extension() == ".sql") {
+            texts.push_back(entry.path().stem());
+        }
+    }
+    std::sort(texts.begin(), texts.end());
+    std::vector<PowerCutScenario> all;
+    for (const std::string& text : texts) {
+        all.push_back({"upgrade of " + text,
+                       [=](const PowerCutPlace& place) { prepareUpgrade(place, text); },
+                       true,
+                       {start}});
+    }
+    all.push_back({"upgrade with a list of values",
+                   prepareUpgradeWithValues,
+                   true,
+                   {start, request("AudioSettings", "update", element("RingerMelody", "mine"))}});
+    return all;
+}
+
+/// The user that the telephone comes up with stands in a setting; whoever changes the profile
+/// stores him, before the visitor's data is there and after it.
+Step storedUser(const std::string& user) {
+    return request("MobilitySettings", "update", element("MobilityCurrentUser", user));
+}
+
+std::vector<PowerCutScenario> writes() {
+    const auto importContacts = [](PowerCutSession& session) {
+        return session.service().importData("PhoneBook", base, FileToImport);
+    };
+    const auto reset = [](PowerCutSession& session) {
+        return session.service().invokeACMSFactoryReset(true);
+    };
+    const auto removeAll = [](PowerCutSession& session) {
+        return session.service().factoryReset();
+    };
+    return {
+        {"batch write",
+         prepareInUse,
+         false,
+         {request("PhoneBook", "write", contacts("a", 40)),
+          request("AudioSettings", "write",
+                  rows(20, [](int i) { return element("New" + std::to_string(i), "1"); })),
+          request("PhoneBook", "write", contacts("b", 40))}},
+        {"batch update",
+         prepareInUse,
+         false,
+         {request("FeatureKeys", "update", labels("new")),
+          request("AudioSettings", "update", settings("new")),
+          request("FeatureKeys", "update", labels("newer"))}},
+        {"import", prepareInUse, false, {importContacts}},
+        {"profile change", prepareInUse, false, {profile("visitor"), profile("base")}},
+        {"profile change with a stored user",
+         prepareInUse,
+         false,
+         {profile("visitor"), storedUser("visitor"), storedUser("base"), profile("base")}},
+        {"factory reset", prepareInUse, false, {removeAll}},
+        {"factory reset with a new database",
+         prepareInUse,
+         false,
+         {reset, request("PhoneBook", "write", contacts("after the reset", 10))}},
+    };
+}
+
+}  // namespace
+
+void PowerCutPlace::make() const {
+    fs::remove_all(m_folder);
+    for (const char* folder : {"db", "root/data", "root/tmp", "root/Aurel_Deploy"}) {
+        fs::create_directories(m_folder / folder);
+    }
+}
+
+void PowerCutPlace::copyFrom(const PowerCutPlace& other) const {
+    fs::remove_all(m_folder);
+    fs::copy(other.m_folder, m_folder, fs::copy_options::recursive);
+}
+
+void PowerCutPlace::enter() const {
+    ::setenv("DB_PATH", (m_folder / "db").c_str(), 1);
+    ::setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
+}
+
+bool PowerCutSession::start() {
+    m_service = std::make_unique<DataAccessService>();
+    m_service->init(m_services);
+    return true;
+}
+
+bool PowerCutSession::answers(const std::string& text, const std::string& reason) {
+    return m_service->processRequest(text).find(element("ReasonForMessage", reason)) !=
+           std::string::npos;
+}
+
+std::vector<PowerCutScenario> powerCutScenarios() {
+    std::vector<PowerCutScenario> all = {{"first start", copyDeployed, true, {start}}};
+    for (auto& list : {upgrades(), writes()}) {
+        all.insert(all.end(), list.begin(), list.end());
+    }
+    return all;
+}

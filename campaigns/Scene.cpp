@@ -1,0 +1,329 @@
+#include "Scene.h"
+
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <future>
+
+#include "AdapterGuards.h"
+#include "AurelProtocols.h"
+#include "Context.h"
+#include "DASInvoker.h"
+#include "DataAccessService.h"
+#include "DatabaseAdapter.h"
+#include "FaultVfs.h"
+#include "FrameworkContext.h"
+#include "InvokerResponse.h"
+#include "Parameter.h"
+#include "ProtocolAdapter.h"
+#include "RecordingManagement.h"
+#include "XmlHandler.h"
+
+/// Carries methods as they are: what is tried is the service, not a protocol.
+class SceneFramework : public FrameworkContext, private ProtocolAdapter {
+public:
+    SceneFramework() { invoker.initInvoker(this); }
+    ProtocolAdapter* findProtocolAdapter(const std::string&) override { return this; }
+    Proxy* findProxy(const std::string&, const std::string&) override { return nullptr; }
+
+    DASInvoker invoker;
+    const Method* request = nullptr;
+    Method reply;
+
+private:
+    bool decode(std::istream&, Method& method) override {
+        method = *request;
+        return true;
+    }
+    void encode(const Method& method, std::ostream&) override { reply = method; }
+};
+
+class SceneContext : public Context {
+public:
+    Executable* findService(const std::string& name) override {
+        return name == "LocalMgmtIfc" ? &m_management : nullptr;
+    }
+
+private:
+    RecordingManagement m_management;
+};
+
+namespace {
+
+class SceneResponse : public InvokerResponse {
+public:
+    explicit SceneResponse(bool& replied) : m_replied(replied) {}
+    std::string getProtocol() const override { return AurelProtocols::SERVICE_JSON; }
+    std::string getSender() const override { return {}; }
+    void setReply(const std::string&) override { m_replied = true; }
+
+private:
+    bool& m_replied;
+};
+
+/// A connection to the file that no fault reaches.
+class Connection {
+public:
+    explicit Connection(const std::string& path) {
+        sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                        FaultVfs::PlainName);
+        sqlite3_busy_timeout(m_db, 2000);
+    }
+    ~Connection() { sqlite3_close(m_db); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /// The cells of each row go to @p use. The words of a failure; empty for none.
+    std::string run(const std::string& statements,
+                    const std::function<void(int, char**)>& use = {}) {
+        char* error = nullptr;
+        const auto row = [](void* out, int count, char** cells, char**) {
+            const auto& function = *static_cast<const std::function<void(int, char**)>*>(out);
+            if (function) {
+                function(count, cells);
+            }
+            return 0;
+        };
+        sqlite3_exec(m_db, statements.c_str(), row,
+                     const_cast<std::function<void(int, char**)>*>(&use), &error);
+        const std::string words = error != nullptr ? error : "";
+        sqlite3_free(error);
+        return words;
+    }
+    std::vector<std::string> cells(const std::string& query) {
+        std::vector<std::string> found;
+        const std::string error = run(query, [&](int count, char** row) {
+            for (int i = 0; i < count; ++i) {
+                found.emplace_back(row[i] != nullptr ? row[i] : "NULL");
+            }
+        });
+        if (!error.empty()) {
+            found.push_back("cannot read: " + error);
+        }
+        return found;
+    }
+
+private:
+    sqlite3* m_db = nullptr;
+};
+
+/// An expression that gives a row of @p table as one text.
+std::string rowExpression(Connection& db, const std::string& table) {
+    std::string expression;
+    for (const std::string& column :
+         db.cells("SELECT name FROM pragma_table_info('" + table + "')")) {
+        expression += expression.empty() ? "" : "||','||";
+        expression += "quote(\"" + column + "\")";
+    }
+    return expression;
+}
+
+/// The text of the first element ReasonForMessage.
+struct ReasonReader {
+    bool isIn = false;
+    std::string text;
+
+    static void start(void* self, const char* name, const char**) {
+        static_cast<ReasonReader*>(self)->isIn = std::string(name) == "ReasonForMessage";
+    }
+    static void end(void* self, const char*) { static_cast<ReasonReader*>(self)->isIn = false; }
+    static void characters(void* self, const char* text, int length) {
+        auto* const reader = static_cast<ReasonReader*>(self);
+        if (reader->isIn) {
+            reader->text.append(text, static_cast<std::size_t>(length));
+        }
+    }
+};
+
+}  // namespace
+
+std::string Outcome::response() const {
+    std::string text;
+    (void)reply.getStringParameter("Response", text);
+    return text;
+}
+
+bool Outcome::acknowledged() const {
+    bool flag = false;
+    return reply.getBoolParameter("Acknowledge", flag) && flag;
+}
+
+std::string Outcome::reason() const {
+    const std::string text = response();
+    ReasonReader reader;
+    XmlHandler handler(&reader, ReasonReader::start, ReasonReader::end, ReasonReader::characters);
+    return handler.parseMessage(text.c_str(), static_cast<int>(text.size())) == 1 ? reader.text
+                                                                                  : std::string();
+}
+
+Scene::Scene(const std::filesystem::path& parent)
+    : m_place(parent),
+      m_context(std::make_unique<SceneContext>()),
+      m_framework(std::make_unique<SceneFramework>()) {}
+
+Scene::~Scene() = default;
+
+void Scene::start() {
+    stop();
+    m_service = std::make_unique<DataAccessService>();
+    m_service->init(*m_context);
+}
+
+void Scene::stop() {
+    m_service.reset();
+}
+
+Method Scene::messageOf(const std::string& request) {
+    Method method("processRequest");
+    method.addStringParameter("Request", request, Parameter::in);
+    method.addIntParameter("RequestLength", static_cast<int>(request.size()), Parameter::in);
+    return method;
+}
+
+Outcome Scene::call(const std::string& request) {
+    return call(messageOf(request));
+}
+
+Outcome Scene::call(const Method& method) {
+    Outcome outcome;
+    m_framework->request = &method;
+    m_framework->reply = Method();
+    try {
+        m_framework->invoker.handleMessage(m_service.get(), "m", 1,
+                                           new SceneResponse(outcome.replied));
+    } catch (const std::exception&) {
+        outcome.threw = true;
+        outcome.replied = false;
+    }
+    std::swap(outcome.reply, m_framework->reply);
+    return outcome;
+}
+
+std::string Scene::sql(const std::string& statements) const {
+    return Connection(database()).run(statements);
+}
+
+Contents Scene::contents() const {
+    Connection db(database());
+    Contents all;
+    for (const std::string& table :
+         db.cells("SELECT name FROM sqlite_master WHERE type = 'table' AND name <> "
+                  "'sqlite_sequence'")) {
+        const auto rows =
+            db.cells("SELECT " + rowExpression(db, table) + " FROM \"" + table + "\"");
+        all[table] = {rows.begin(), rows.end()};
+    }
+    return all;
+}
+
+std::string Scene::integrity() const {
+    const auto cells = Connection(database()).cells("PRAGMA integrity_check");
+    return cells.empty() ? "nothing" : cells.front();
+}
+
+std::string Scene::whatIsHeld() {
+    DatabaseAdapter* const adapter = m_service->getAdapter();
+    if (adapter == nullptr) {
+        return {};
+    }
+    auto other = std::async(std::launch::async, [adapter] { AdapterLock lock(*adapter); });
+    if (other.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
+        adapter->give_sema4();
+        return "the lock of the adapter";
+    }
+    Connection db(database());
+    if (!db.run("BEGIN EXCLUSIVE; ROLLBACK;").empty()) {
+        return "the database";
+    }
+    return {};
+}
+
+Contents without(const Contents& whole, const Contents& part) {
+    Contents left;
+    for (const auto& [table, rows] : whole) {
+        const auto found = part.find(table);
+        std::multiset<std::string> rest;
+        if (found == part.end()) {
+            rest = rows;
+        } else {
+            std::set_difference(rows.begin(), rows.end(), found->second.begin(),
+                                found->second.end(), std::inserter(rest, rest.end()));
+        }
+        if (!rest.empty()) {
+            left[table] = std::move(rest);
+        }
+    }
+    return left;
+}
+
+std::string sample(const Contents& rows) {
+    std::string text;
+    for (const auto& [table, lines] : rows) {
+        text += table + " (" + std::to_string(lines.size()) + ") " + lines.begin()->substr(0, 120) +
+                "; ";
+    }
+    return text;
+}
+
+std::string readText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void writeText(const std::string& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+Report isolated(const std::function<void(const std::function<void(const std::string&)>&)>& work,
+                unsigned seconds) {
+    int ends[2] = {-1, -1};
+    if (pipe(ends) != 0) {
+        return {{}, "no pipe"};
+    }
+    (void)std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        alarm(seconds);
+        (void)!std::freopen("/dev/null", "w", stdout);  // a start writes there
+        const auto tell = [&](const std::string& line) {
+            const std::string text = line + "\n";
+            (void)!write(ends[1], text.data(), text.size());
+        };
+        try {
+            work(tell);
+            _exit(0);
+        } catch (const std::exception& error) {
+            tell(std::string("F an exception outside of the service: ") + error.what());
+        }
+        _exit(3);
+    }
+    close(ends[1]);
+    std::string text;
+    char buffer[4096];
+    for (ssize_t count = 0; (count = read(ends[0], buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, static_cast<std::size_t>(count));
+    }
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    Report report;
+    for (std::size_t begin = 0, at = 0; (at = text.find('\n', begin)) != std::string::npos;
+         begin = at + 1) {
+        report.lines.push_back(text.substr(begin, at - begin));
+    }
+    if (WIFSIGNALED(status)) {
+        report.end = WTERMSIG(status) == SIGALRM
+                         ? "it hangs"
+                         : "ended by signal " + std::to_string(WTERMSIG(status));
+    } else if (WEXITSTATUS(status) != 0) {
+        report.end = "ended with status " + std::to_string(WEXITSTATUS(status));
+    }
+    return report;
+}
