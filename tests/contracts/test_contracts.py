@@ -98,7 +98,7 @@ def invalid(contract, messages):
 class Methods:
     """The contract of the remote methods: what is wrong with a message, or None."""
 
-    KINDS = {"object": dict, "string": str, "boolean": bool, "integer": int}
+    KINDS = {"object": dict, "array": list, "string": str, "boolean": bool, "integer": int}
 
     def __init__(self):
         self.contract = json.loads((CONTRACTS / "methods.schema.json").read_text())
@@ -119,6 +119,8 @@ class Methods:
             return f"{value!r} is no {schema['type']}"
         if kind is int and not schema["minimum"] <= value <= schema["maximum"]:
             return f"{value!r} is out of range"
+        if kind is list:
+            return next(filter(None, (self.fault(each, schema["items"]) for each in value)), None)
         if kind is dict:
             properties = schema["properties"]
             if set(schema.get("required", ())) - set(value) or set(value) - set(properties):
@@ -234,6 +236,22 @@ class Contracts(unittest.TestCase):
         self.assertEqual({key: told for key, told in strange.items()
                           if key != (BROKEN_CALLS, ">")}, {})
         self.assertIn((BROKEN_CALLS, ">"), strange)
+
+    def test_rows_that_das_read_prints_as_json_are_as_their_contract_says(self):
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([DAS, "demo", f"{folder}/demo"], check=True, stdout=subprocess.DEVNULL,
+                           stderr=subprocess.DEVNULL)
+            for schema, has_rows in (("FeatureKeys", True), ("PhoneBook", True), ("CallGroup", True),
+                                     ("CallLog", True), ("CallLogAndPhoneBook", True),
+                                     ("Conversations", False), ("Locale", False)):
+                with self.subTest(schema):
+                    contract, rows = (json.loads(subprocess.check_output(
+                        [DAS, "--db", f"{folder}/demo/db", "--root", f"{folder}/demo/root", *words],
+                        stderr=subprocess.DEVNULL))
+                        for words in (["schema", schema, "--json"],
+                                      ["read", schema, "--output", "json"]))
+                    self.assertIsNone(Methods().fault(rows, contract))
+                    self.assertTrue(rows or not has_rows)
 
 
 if __name__ == "__main__":

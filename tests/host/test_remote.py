@@ -635,6 +635,25 @@ class Clients(RemoteTest):
         self.assertEqual(self.das(self.path, "9999999999x", label,
                                   program=self.EXAMPLES / "label.py").returncode, 1)
 
+    def test_the_listening_client_tells_each_change_until_the_host_ends(self):
+        self.serve()
+        client = subprocess.Popen([DAS.parent / "das_example_contacts", self.path],
+                                  stdout=subprocess.PIPE, text=True)
+        self.addCleanup(client.stdout.close)
+        self.addCleanup(client.wait)
+        self.addCleanup(client.kill)
+        self.assertEqual(client.stdout.readline(), "base has 0 contacts\n")
+        entry = "<Entry><Surname>A</Surname></Entry>"
+        wire = self.wire()
+        wire.exchange(call("setProfile", NewProfile="visitor"))
+        self.assertEqual(client.stdout.readline(), "visitor has 0 contacts\n")
+        wire.exchange(asked(request("write_request", entry, schema="PhoneBook")))
+        for user, count in (("base", 0), ("visitor", 1)):
+            wire.exchange(call("setProfile", NewProfile=user))
+            self.assertEqual(client.stdout.readline(), f"{user} has {count} contacts\n")
+        self.end_host()
+        self.assertEqual((client.wait(PATIENCE), client.stdout.read()), (0, ""))
+
     def test_the_shell_client_serves_itself(self):
         run = self.das(DAS, program=self.EXAMPLES / "user.sh")
         self.assertEqual((run.returncode, run.answers), (0, ["user: base", "keys: 177"]), run.errors)
