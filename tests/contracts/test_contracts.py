@@ -24,7 +24,7 @@ SCHEMA = re.compile('<Schema name="([^"]*)"')
 
 REFUSED = "a reason, a user, a word or a number that is refused"
 
-# Tests with requests that no careful client sends, and what these are. Each must still need its row.
+# Tests with requests that no careful client sends, and what these are. Each must still need it.
 REQUESTS = {
     "CallGroupDAOTest.FirstRequestOfAnyReasonFindsSixteenBlankGroupsOfEachUser": REFUSED,
     "CallGroupDAOTest.RequestsChangeNamesOfOneUserAndNothingElse": REFUSED,
