@@ -60,7 +60,7 @@ Texts firstRequestStatements() {
     Texts texts = {countAll,
                    "CREATE TABLE FEATURE_KEYS (UserContext TEXT, Id TEXT, Function TEXT, "
                    "Locked TEXT, Label TEXT, Local TEXT);",
-                   "BEGIN IMMEDIATE TRANSACTION;"};
+                   "BEGIN IMMEDIATE TRANSACTION;", countAll};
     for (const std::string& id : PlainTables::allKeys()) {
         for (const char* user : {"'base'", "'visitor'"}) {
             texts.push_back(std::string("INSERT OR REPLACE INTO FEATURE_KEYS VALUES (") + user +
@@ -76,9 +76,12 @@ Operation firstRequest() {
     operation.reset = [](int) { return Texts{"DROP TABLE FEATURE_KEYS;"}; };
     operation.statements = [](int) { return firstRequestStatements(); };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        (void)db.count(sql.front());
-        for (std::size_t i = 1; i + 1 < sql.size(); ++i) {
-            db.run(sql[i]);
+        for (std::size_t i = 0; i + 1 < sql.size(); ++i) {
+            if (sql[i] == sql.front()) {
+                (void)db.count(sql[i]);
+            } else {
+                db.run(sql[i]);
+            }
         }
         return readAnswer(schema, db.rows(sql.back()), keyTags, 1);
     };

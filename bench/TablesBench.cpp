@@ -36,7 +36,7 @@ Texts firstRequestStatements() {
             values += ", '" + column.defaults.front() + "'";
         }
     }
-    Texts texts = {countStimulus, create + ");", "BEGIN IMMEDIATE TRANSACTION;"};
+    Texts texts = {countStimulus, create + ");", "BEGIN IMMEDIATE TRANSACTION;", countStimulus};
     for (const std::string& id : keys.defaultRowIds()) {
         for (const char* user : {"'base'", "'visitor'"}) {
             texts.push_back(std::string("INSERT OR REPLACE INTO STIMULUS_KEY_SETTINGS VALUES (") +
@@ -59,9 +59,12 @@ Operation firstRequest() {
     operation.request = [](int) { return message(stimulusSchema, "read_request", ""); };
     operation.statements = [](int) { return firstRequestStatements(); };
     operation.floor = [tags = stimulusTags()](FloorDatabase& db, const Texts& sql) {
-        (void)db.count(sql.front());
-        for (std::size_t i = 1; i + 1 < sql.size(); ++i) {
-            db.run(sql[i]);
+        for (std::size_t i = 0; i + 1 < sql.size(); ++i) {
+            if (sql[i] == sql.front()) {
+                (void)db.count(sql[i]);
+            } else {
+                db.run(sql[i]);
+            }
         }
         return readAnswer(stimulusSchema, db.rows(sql.back()), tags, 1);
     };
