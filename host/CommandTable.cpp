@@ -253,6 +253,7 @@ const std::vector<Row>& CommandTable::rows() {
          "The manual page and the completion are made from the same table as the help.",
          {{"COMMAND", Words::Command, false, false, "A command"}},
          {{"--man", "", Words::Any, "Print the manual page"},
+          {"--markdown", "", Words::Any, "Print the reference page"},
           {"--completion", "", Words::Any, "Print the completion for bash"}},
          false,
          {{"das help read", "prints the help of das read"}},

@@ -201,6 +201,8 @@ class Check(DemoTest):
             ("missing table", ["DROP TABLE BCA_SETTINGS"], 0, "note", "tables", "BCA_SETTINGS"),
             ("missing column", ["ALTER TABLE FEATURE_KEYS DROP COLUMN Label"], 0, "note", "columns",
              "FEATURE_KEYS lacks Label"),
+            ("older release", ["ALTER TABLE BCA_SETTINGS DROP COLUMN UserContext"], 0, "note",
+             "columns", "BCA_SETTINGS lacks UserContext"),
             ("blank file", None, 0, "note", "file", "empty"),
             ("no database", b"no database, " * 1000, 1, "fault", "integrity",
              "file is not a database"),
