@@ -193,9 +193,9 @@ std::string CallGroupDAO::responseData() {
 bool CallGroupDAO::createMissingGroups() {
     std::vector<std::string> names;
     return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
-           runWholeOrNot(*m_dbAdapter,
-                         [this] { return createTable() == 0 && insertGroupsOfBoth() == 0; },
-                         TransactionGuard::Locks::AtOnce);
+           runWholeOrNot(
+               *m_dbAdapter, [this] { return createTable() == 0 && insertGroupsOfBoth() == 0; },
+               TransactionGuard::Locks::AtOnce);
 }
 
 int CallGroupDAO::insertGroup(const std::string& context, const std::string& number) {
@@ -212,23 +212,22 @@ int CallGroupDAO::insertDefaultRows(bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
-    if (transaction.beginResult() != 0) {
-        return transaction.beginResult();
-    }
-    if (onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName)) {
-        return 0;
-    }
-    const int result = insertGroupsOfBoth();
-    const int ended = transaction.end();
-    return result != 0 ? result : ended;
+    int result = 0;
+    const auto insertAll = [&] {
+        const bool isFilled = onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName);
+        result = isFilled ? 0 : insertGroupsOfBoth();
+        return result == 0;
+    };
+    const bool stored = runWholeOrNot(*m_dbAdapter, insertAll, TransactionGuard::Locks::AtOnce);
+    return result == 0 && !stored ? 1 : result;
 }
 
 int CallGroupDAO::insertGroupsOfBoth() {
-    int result = 1;
+    int result = 0;
     for (const std::string& number : groupNumbers()) {
-        (void)insertGroup(UserContextBase, number);  // a failure is in the log
-        result = insertGroup(UserContextVisitor, number);
+        for (const std::string* context : {&UserContextBase, &UserContextVisitor}) {
+            result = result != 0 ? result : insertGroup(*context, number);
+        }
     }
     return result;
 }
@@ -241,6 +240,7 @@ int CallGroupDAO::insertDefaultRows(const std::string& context) {
         return 0;
     }
     TransactionGuard transaction(*m_dbAdapter);
+    transaction.holdCommits();  // groups that were not deleted would be there twice
     int result = deleteContextData(context);
     if (result != 0 && !m_dbAdapter->isKnownToBeEmpty(m_tableName)) {
         return result;
