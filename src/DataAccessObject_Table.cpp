@@ -159,11 +159,8 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    // Another process may have found the table empty, too. A table without default rows may stay
-    // empty, and a request to it must not wait for who writes.
-    const bool mayWrite = !defaultRowIds().empty();
-    TransactionGuard transaction(*m_dbAdapter, mayWrite ? TransactionGuard::Locks::AtOnce
-                                                        : TransactionGuard::Locks::AtFirstWrite);
+    // Another process may have found the table empty, too.
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
         return 0;  // a failure is in the log alone
     }
