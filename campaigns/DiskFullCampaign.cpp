@@ -144,9 +144,12 @@ void import(Scene& scene, const Tell& tell) {
     const long before = rowsWith(scene, "PHONE_BOOK", "'base'");
     (void)scene.call(call);
     const long imported = rowsWith(scene, "PHONE_BOOK", "Imported");
-    tell(imported == 600 ? "+ whole imports" : imported > 0 ? "+ imports in part" : "+ no imports");
-    if (imported == 0 && rowsWith(scene, "PHONE_BOOK", "'base'") < before) {
-        tell("+ imports that lost the rows before");
+    tell(imported == 600 ? "+ whole imports" : "+ no imports");
+    if (imported != 0 && imported != 600) {
+        tell("F an import in part: " + std::to_string(imported));
+    }
+    if (imported == 0 && rowsWith(scene, "PHONE_BOOK", "'base'") != before) {
+        tell("F an import lost the rows before");
     }
 }
 

@@ -301,6 +301,7 @@ def main():
             host.check(f"start killed behind kill {number}")
         campaign.count("kills")
     campaign.figures["acknowledged writes"] = acknowledged
+    campaign.check(acknowledged > 0 or campaign.rounds == 0, "no write was acknowledged")
     return campaign.end()
 
 

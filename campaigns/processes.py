@@ -111,6 +111,8 @@ def check_database(campaign, place, writes, where):
         campaign.check(rows == 1 or (rows < 1 and not acknowledged),
                        f"{where}: {kind} {name}, {'acknowledged' if acknowledged else 'refused'}, "
                        f"is there {rows} times")
+    campaign.check(not writes.made or any(acknowledged for _, _, acknowledged in writes.made),
+                   f"{where}: no write was acknowledged")
     for table, key in KEYLESS.items():
         if table in tables:
             doubles = database.execute(f"SELECT COUNT(*) FROM (SELECT 1 FROM {table} GROUP BY "

@@ -20,11 +20,16 @@ TransactionGuard::~TransactionGuard() {
     (void)end();
 }
 
+void TransactionGuard::holdCommits() {
+    m_adapter.holdCommits(true);
+}
+
 int TransactionGuard::end() {
     if (!m_open) {
         return 0;
     }
     m_open = false;
+    m_adapter.holdCommits(false);
     return m_adapter.endTransaction();
 }
 
@@ -33,6 +38,7 @@ void TransactionGuard::rollBack() {
         return;
     }
     m_open = false;
+    m_adapter.holdCommits(false);
     m_adapter.rollBack();
     m_adapter.give_sema4();
 }
@@ -50,8 +56,11 @@ bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
                    TransactionGuard::Locks locks) {
     TransactionGuard transaction(adapter, locks);
     try {
-        if (transaction.beginResult() == 0 && work()) {
-            return transaction.endOrRollBack() == 0;
+        if (transaction.beginResult() == 0) {
+            transaction.holdCommits();
+            if (work()) {
+                return transaction.endOrRollBack() == 0;
+            }
         }
     } catch (...) {
         transaction.rollBack();

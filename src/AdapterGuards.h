@@ -40,6 +40,10 @@ public:
     /// Raw SQLite code of the begin, 0 for success.
     [[nodiscard]] int beginResult() const { return m_beginResult; }
 
+    /// From now on nothing is committed but by end(). When the disk is full SQLite takes the
+    /// transaction back by itself, and what follows would be stored alone.
+    void holdCommits();
+
     /// Commits and releases the lock. Raw SQLite code; 0 without action when already ended.
     int end();
 
@@ -58,7 +62,8 @@ private:
 /// Runs @p work in a transaction of its own. It is committed when @p work gives true; it is taken
 /// back whole when it gives false, raises, or can't be committed. For rebuilds of tables. False
 /// unless it was committed.
-[[nodiscard]] bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
+[[nodiscard]] bool runWholeOrNot(
+    DatabaseAdapter& adapter, const std::function<bool()>& work,
     TransactionGuard::Locks locks = TransactionGuard::Locks::AtFirstWrite);
 
 #endif

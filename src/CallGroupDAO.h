@@ -32,8 +32,8 @@ public:
     std::string responseData() override;
 
     using DataAccessObject::insertDefaultRows;
-    /// Inserts the groups of both users, in one transaction. Status of the last insert, or of the
-    /// commit.
+    /// Inserts the groups of both users, all or none. Status of the first insert that failed, or 1
+    /// when they could not be stored.
     int insertDefaultRows() override;
     /// The same; @p onlyMissing leaves a table as it is that has rows.
     int insertDefaultRows(bool onlyMissing) override;

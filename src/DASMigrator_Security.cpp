@@ -141,6 +141,7 @@ void DASMigrator::addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* servi
     }
     // Half of it would move the ranks once more at the next start.
     TransactionGuard transaction(*service->getAdapter());
+    transaction.holdCommits();
     for (int rank = rowCount; rank >= startRank; --rank) {
         const std::string sql = "UPDATE " + SrtpEncryptionSettingsTableName + " SET Rank= '" +
                                 ClientUtils::itos(rank + rowsToInsert) + "' WHERE Rank = '" +

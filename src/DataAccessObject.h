@@ -90,14 +90,14 @@ public:
     bool createMissingTable();
     /// Inserts all default rows of both users.
     virtual int insertDefaultRows();
-    /// Inserts all default rows of both users or only those that are missing. 0 always: a failed
-    /// insert is in the log.
+    /// Inserts all default rows of both users or only those that are missing; none when one of them
+    /// fails. 0 always: a failed insert is in the log.
     virtual int insertDefaultRows(bool onlyMissing);
     /// Inserts the default rows of one user: of base for "base", of the visitor for any other text.
     virtual int insertDefaultRows(const std::string& context);
     int insertDefaultRows(const char*) = delete;  // would be taken for the bool form
     /// Inserts default rows as the bool form does, for a caller who holds a transaction. The status
-    /// of the first insert that failed; the others are there then.
+    /// of the first insert that failed, which ends it.
     int insertDefaultRowsInTransaction(bool onlyMissing);
 
     /// Puts the rows of one user, plain text, back to their defaults.

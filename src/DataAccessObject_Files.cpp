@@ -248,28 +248,27 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
         DAS_LOG(5, "error opening %s", location.c_str());
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
-    if (prepare) {
-        prepare();
-    }
-    (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
-    DAS_LOG(5, "Scanning complete");
-    return transaction.end() == 0 ? 0 : 1;
+    const auto import = [&] {
+        if (prepare) {
+            prepare();
+        }
+        (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
+        DAS_LOG(5, "Scanning complete");
+        return true;
+    };
+    return runWholeOrNot(*m_dbAdapter, import) ? 0 : 1;
 }
 
 int DataAccessObject::replaceRowsOfUser(
     const std::string& context, const std::string& location,
     const std::function<int(std::vector<std::string>&)>& store) {
-    bool removed = false;
     const auto removeOld = [&] {
         (void)deleteContextData(context);  // nothing to delete is a failure there
-        removed = true;
     };
-    const int result = importRowsOfUser(location, store, removeOld);
-    if (!removed) {
+    if (!CsvReader(location).isOpen()) {
         removeOld();  // kept on purpose: an import always takes the old ones away
     }
-    return result;
+    return importRowsOfUser(location, store, removeOld);
 }
 
 int DataAccessObject::insertLineOfFile(const std::string& table,

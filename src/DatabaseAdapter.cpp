@@ -6,8 +6,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <cstring>
+#include <exception>
 
 #include "AdapterGuards.h"
 #include "ChangeNotice.h"
@@ -140,6 +140,10 @@ void DatabaseAdapter::openDatabase() {
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
+    const auto isHeld = [](void* adapter) {
+        return static_cast<DatabaseAdapter*>(adapter)->m_isCommitHeld ? 1 : 0;
+    };
+    (void)sqlite3_commit_hook(m_db, isHeld, this);
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {

@@ -108,6 +108,9 @@ public:
     /// Begins a transaction that waits for other processes at once, so that what it reads stays
     /// true until it writes. Takes the lock as beginTransaction() does; for TransactionGuard.
     int beginWriteTransaction();
+    /// While @p held each commit fails, and takes back what it would store. Call with the lock
+    /// held; for TransactionGuard.
+    void holdCommits(bool held) { m_isCommitHeld = held; }
 
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
     int freeError();
@@ -215,6 +218,7 @@ private:
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
+    bool m_isCommitHeld = false;  ///< under the lock
     bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
     bool m_damageIsTold = false;

@@ -296,9 +296,14 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
     }
     TransactionGuard transaction(*m_dbAdapter);
     int result = 0;
-    for (const Item& item : m_items) {
-        const int stored = storeItem(item, overwrite);
-        result = result != 0 ? result : stored;
+    try {
+        for (const Item& item : m_items) {
+            const int stored = storeItem(item, overwrite);
+            result = result != 0 ? result : stored;
+        }
+    } catch (...) {
+        clearStaticCaches();  // while the lock is held: nobody looks at how the commit ends
+        throw;
     }
     const int ended = transaction.end();
     if (ended != 0) {

@@ -42,8 +42,8 @@ public:
     void handleRequest(const char* text, int length) override;
 
     using DataAccessObject::insertDefaultRows;
-    /// Inserts all default rows. 0, or the status of the first insert that failed; the others are
-    /// there then.
+    /// Inserts all default rows, or none. 0, or the status of the first insert that failed; 1 when
+    /// they could not be stored.
     int insertDefaultRows() override;
     /// The same, or only the rows whose key is missing.
     int insertDefaultRows(bool onlyMissing) override;

@@ -205,6 +205,23 @@ TEST_F(FailureTest, ATableGetsItsDefaultRowsTogetherOrByTheNextRequest) {
     }
 }
 
+// A user lacked groups for good, and a user's import stood beside the rows that it replaces.
+TEST_F(FailureTest, WhatIsReplacedStaysWholeWhenItsSuccessorCannotBeStored) {
+    const std::string tables = "SELECT COUNT(*) FROM sqlite_master WHERE name = 'CallGroup'";
+    arm("DROP TABLE CallGroup;");
+    m_adapter->intercept = failing("INSERT", 3, SQLITE_NOMEM);
+    (void)send("CallGroup", "read_request");
+    EXPECT_EQ(cell(tables), "0");
+    (void)send("CallGroup", "read_request");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM CallGroup"), "32");
+    (void)send("PhoneBook", "write_request", xml::entry({{"Surname", "old"}}));
+    writeFile(onDevice("/tmp/in.csv"), "base,," + std::string(100000, 'x') + "\nbase,,new\n");
+    arm("PRAGMA max_page_count=1;");  // SQLite takes the transaction back at the first line
+    service().importData("PhoneBook", base, "/tmp/in.csv");
+    EXPECT_EQ(sql("SELECT Surname FROM PHONE_BOOK"), (Rows{{"old"}}));
+    EXPECT_TRUE(lockIsFree(*m_adapter));
+}
+
 TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {
     sql("CREATE TABLE CANONICAL_LOOK_UP (UserContext TEXT, Id TEXT, LocalCode TEXT);"
         "INSERT INTO CANONICAL_LOOK_UP VALUES ('base', '0', '');");
