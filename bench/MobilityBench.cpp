@@ -103,7 +103,7 @@ Texts deletion(const std::string& table, const std::string& more = "") {
 
 /// The visitor's call groups get their defaults, whatever the owner has.
 Texts callGroupTexts(const UserTable& table) {
-    Texts texts = {"SELECT * FROM CallGroup;", "BEGIN TRANSACTION;"};
+    Texts texts = {"SELECT * FROM CallGroup;", "BEGIN IMMEDIATE TRANSACTION;"};
     append(texts, deletion(table.name));
     append(texts, table.inserts);
     texts.emplace_back("END TRANSACTION;");

@@ -37,6 +37,7 @@ std::unique_ptr<Command> makeCallCommand();
 std::unique_ptr<Command> makeServeCommand();
 std::unique_ptr<Command> makeWatchCommand();
 std::unique_ptr<Command> makeSchemasCommand();
+std::unique_ptr<Command> makeSchemaCommand();
 std::unique_ptr<Command> makeReadCommand();
 std::unique_ptr<Command> makeSetCommand();
 std::unique_ptr<Command> makeWriteCommand();

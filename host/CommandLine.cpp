@@ -6,6 +6,7 @@
 #include "Complaint.h"
 #include "HelpText.h"
 #include "NearMisses.h"
+#include "Version.h"
 
 namespace {
 
@@ -61,7 +62,7 @@ void declareCommon(CLI::App& app, HostOptions& options) {
     app.add_option("--db", options.db)->type_name("DIR");
     app.add_option("--root", options.root)->type_name("DIR");
     app.add_option("--socket", options.socket)->type_name("PATH");
-    app.set_version_flag("--version", "das " DAS_VERSION);
+    app.set_version_flag("--version", "");
 }
 
 void take(const Found& found, Arguments& arguments) {
@@ -162,7 +163,7 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std
         text = found == nullptr ? HelpText::ofAll() : HelpText::of(*found->row);
         return ExitSuccess;
     } catch (const CLI::CallForVersion&) {
-        text = "das " DAS_VERSION "\n";
+        text = versionText() + "\n";
         return ExitSuccess;
     } catch (const CLI::ParseError& error) {
         const Found* const found = findParsed();

@@ -27,11 +27,6 @@ std::map<std::string, const KnownSchemas::Entry*> knownTables() {
     return tables;
 }
 
-bool hasColumn(const KnownSchemas::Entry& schema, const std::string& name) {
-    return std::any_of(schema.columns.begin(), schema.columns.end(),
-                       [&](const auto& column) { return column.name == name; });
-}
-
 std::string quoted(const std::string& name) {
     std::string text = "\"";
     for (const char character : name) {
@@ -166,11 +161,7 @@ void DatabaseExam::examineColumns() {
     for (const auto& [table, schema] : knownTables()) {
         std::vector<std::string> missing;
         for (const auto& column : schema->columns) {
-            const std::string count = hasTable(table)
-                                          ? cellOf("SELECT count(*) FROM pragma_table_info('" +
-                                                   table + "') WHERE name = '" + column.name + "'")
-                                          : "1";
-            if (count == "0") {
+            if (hasTable(table) && !hasColumn(table, column.name)) {
                 missing.push_back(column.name);
             }
         }
@@ -184,7 +175,7 @@ void DatabaseExam::examineColumns() {
 void DatabaseExam::examineUsers() {
     bool isGood = true;
     for (const auto& [table, schema] : knownTables()) {
-        if (!hasTable(table) || !hasColumn(*schema, UserColumn)) {
+        if (!hasTable(table) || !hasColumn(table, UserColumn)) {
             continue;
         }
         const std::string none = table == SettingsTable ? "" : " OR UserContext = ''";
@@ -256,6 +247,11 @@ void DatabaseExam::examineSizes() {
 
 bool DatabaseExam::hasTable(const std::string& table) const {
     return std::find(m_tables.begin(), m_tables.end(), table) != m_tables.end();
+}
+
+bool DatabaseExam::hasColumn(const std::string& table, const std::string& column) {
+    return cellOf("SELECT count(*) FROM pragma_table_info('" + table + "') WHERE name = '" +
+                  column + "'") != "0";
 }
 
 DatabaseExam::Rows DatabaseExam::rowsOf(const std::string& sql) {

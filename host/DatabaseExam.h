@@ -38,6 +38,8 @@ private:
     void examineSizes();
 
     bool hasTable(const std::string& table) const;
+    /// Whether the table of the file has the column, which that of an older release may lack.
+    bool hasColumn(const std::string& table, const std::string& column);
     std::string cellOf(const std::string& sql);
     Rows rowsOf(const std::string& sql);
     void add(Verdict verdict, const std::string& subject, const std::string& words,

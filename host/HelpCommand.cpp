@@ -33,6 +33,9 @@ private:
         if (arguments.has("--man")) {
             return HelpText::manualPage();
         }
+        if (arguments.has("--markdown")) {
+            return HelpText::markdown();
+        }
         if (arguments.has("--completion")) {
             return HelpText::completion();
         }

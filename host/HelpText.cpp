@@ -110,6 +110,52 @@ std::string roffOf(const Row& row) {
     return text;
 }
 
+/// A row of a table of markdown; a bar in @p text would end its cell.
+std::string markdownRow(const std::string& name, const std::string& text) {
+    std::string row = "| " + name + " | ";
+    for (const char character : text) {
+        row += character == '|' ? std::string("\\|") : std::string(1, character);
+    }
+    return row + " |\n";
+}
+
+std::string markdownTable(const std::string& name, const std::string& rows) {
+    return rows.empty() ? rows : "\n| " + name + " | |\n|---|---|\n" + rows;
+}
+
+std::string markdownOf(const std::vector<Option>& options) {
+    std::string text;
+    for (const Option& option : options) {
+        text += markdownRow("`" + nameOf(option) + "`", option.text);
+    }
+    return text;
+}
+
+std::string markdownOf(const std::vector<Exit>& exits) {
+    std::string text;
+    for (const Exit& exit : exits) {
+        text += markdownRow(std::to_string(exit.status), exit.text);
+    }
+    return text;
+}
+
+std::string markdownOf(const Row& row) {
+    std::string text = std::string("\n## das ") + row.name + "\n\n    " + HelpText::usage(row) +
+                       "\n\n" + wrapped(std::string(row.summary) + ". " + row.description, 0) +
+                       "\n";
+    std::string arguments;
+    for (const Argument& argument : row.arguments) {
+        arguments += markdownRow(std::string("`") + argument.name + "`", argument.text);
+    }
+    text += markdownTable("Argument", arguments);
+    text += markdownTable("Option", markdownOf(optionsOf(row)));
+    text += markdownTable("Exit status", markdownOf(row.exits)) + "\nFor example:\n\n";
+    for (const Example& example : row.examples) {
+        text += std::string("    # ") + example.text + "\n    " + example.line + "\n";
+    }
+    return text;
+}
+
 std::string namesOf(const std::vector<Option>& options) {
     std::string names;
     for (const Option& option : options) {
@@ -272,6 +318,26 @@ std::string HelpText::manualPage() {
     text += ".SH ENVIRONMENT\n";
     for (const Variable& variable : environment()) {
         text += roffItem(variable.name, variable.text);
+    }
+    return text;
+}
+
+std::string HelpText::markdown() {
+    std::string text =
+        "# Commands\n\nEach command of `das`, as `das help --markdown` writes it from the table "
+        "that "
+        "makes the\nhelp; a test fails when this page is out of date. [das.md](das.md) tells what "
+        "they have in\ncommon. The examples work in the folder of `das demo`.\n";
+    std::string variables;
+    for (const Variable& variable : environment()) {
+        variables += markdownRow(std::string("`") + variable.name + "`", variable.text);
+    }
+    text += markdownTable("Option of every command",
+                          markdownOf(commonOptions()) + markdownOf({HelpOption, VersionOption}));
+    text += markdownTable("Exit status", markdownOf(exitsOf(Row())));
+    text += markdownTable("Environment", variables);
+    for (const Row& row : rows()) {
+        text += markdownOf(row);
     }
     return text;
 }

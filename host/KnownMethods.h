@@ -15,10 +15,20 @@ struct In {
     Parameter::Type type;
 };
 
+struct Out {
+    const char* name;
+    Parameter::Type type;
+    bool isAlways = true;  ///< false: only after a success
+};
+
 struct Entry {
     const char* name;
     std::vector<In> in;
     bool isOneWay;
+    std::vector<Out> out;
+    /// The one parameter, an XML text, that takes the place of the others in the XML protocol; null
+    /// for methods that have the same form in both.
+    const char* xmlParameter = nullptr;
 };
 
 /// The method of that name, or null.

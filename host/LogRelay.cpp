@@ -1,7 +1,6 @@
 #include "LogRelay.h"
 
 #include <algorithm>
-#include <iostream>
 #include <utility>
 
 #include "Client.h"
@@ -58,7 +57,7 @@ void LogRelay::startOnce() {
 
 void LogRelay::hear(const Log::Entry& entry) {
     if (entry.level <= m_ownLevel) {
-        std::cerr << Log::toLine(entry) + "\n" << std::flush;
+        Log::write(entry);
     }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -13,12 +14,15 @@
 #include "Client.h"
 #include "Command.h"
 #include "Dispatcher.h"
+#include "HandedSockets.h"
 #include "HostOptions.h"
+#include "JournalLog.h"
 #include "LineCutter.h"
 #include "ListeningSocket.h"
 #include "Log.h"
 #include "Output.h"
 #include "ServiceHost.h"
+#include "ServiceNotice.h"
 #include "SocketServer.h"
 
 namespace {
@@ -141,12 +145,15 @@ class ServeCommand : public Command {
 public:
     int run(const HostOptions& options, const Arguments& arguments) override {
         const bool isStdio = arguments.has("--stdio");
-        if (isStdio == options.socket.has_value()) {
+        const HandedSockets handed;
+        const bool isSocket = options.socket.has_value() || !(isStdio || handed.empty());
+        if (isStdio == isSocket) {
             std::cerr << "das: serve: one of --socket and --stdio is required" << std::endl;
             return ExitUsage;
         }
         const EndSignals signals;
-        return isStdio ? serveStreams(signals) : serveSocket(*options.socket, signals);
+        const JournalLog journal;
+        return isStdio ? serveStreams(signals) : serveSocket(options.socket, handed, signals);
     }
 
 private:
@@ -157,21 +164,36 @@ private:
 
     /// The socket comes first: where another host listens, this one must not start a service. What
     /// clients send meanwhile waits for them to be taken in.
-    static int serveSocket(const std::string& path, const EndSignals& signals) {
+    static int serveSocket(std::optional<std::string> path, const HandedSockets& handed,
+                           const EndSignals& signals) {
         ListeningSocket socket;
         std::string error;
-        if (!socket.open(path, error)) {
+        if (!listen(socket, path, handed, error)) {
             std::cerr << "das: " << error << std::endl;
             return ExitUsage;
         }
         ServiceHost host;
+        ServiceNotice notice;
         if (!host.start()) {
             return ExitNoLibrary;
         }
         const SocketServer server(socket.release(), host.dispatcher(), host.clients());
+        notice.ready(*path);
         signals.wait();
+        notice.ending();
         socket.remove();
         return ExitSuccess;
+    }
+
+    /// A path that was not given is known afterwards.
+    static bool listen(ListeningSocket& socket, std::optional<std::string>& path,
+                       const HandedSockets& handed, std::string& error) {
+        if (handed.empty()) {
+            return socket.open(*path, error);
+        }
+        const int descriptor = handed.take(path, error);
+        socket.adopt(descriptor);
+        return descriptor >= 0;
     }
 };
 

@@ -7,6 +7,8 @@
 namespace {
 
 const char* const LibraryName = "libDataAccessService.so";
+/// What the loader finds where the files for developers are not installed.
+const char* const VersionedName = "libDataAccessService.so.0";
 
 std::filesystem::path besideThisProgram() {
     std::error_code error;
@@ -30,11 +32,15 @@ void* openLibrary(std::string& error) {
         }
         error = loaderError();
     }
-    void* const library = dlopen(LibraryName, RTLD_NOW);
-    if (library == nullptr && error.empty()) {
-        error = loaderError();
+    for (const char* const name : {LibraryName, VersionedName}) {
+        if (void* const library = dlopen(name, RTLD_NOW)) {
+            return library;
+        }
+        if (error.empty()) {
+            error = loaderError();
+        }
     }
-    return library;
+    return nullptr;
 }
 
 }  // namespace

@@ -194,7 +194,11 @@ bool CallGroupDAO::createMissingGroups() {
     std::vector<std::string> names;
     return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
            runWholeOrNot(
-               *m_dbAdapter, [this] { return createTable() == 0 && insertGroupsOfBoth() == 0; },
+               *m_dbAdapter,
+               [this] {
+                   return createTable() == 0 &&
+                          insertGroupsOf({UserContextBase, UserContextVisitor}) == 0;
+               },
                TransactionGuard::Locks::AtOnce);
 }
 
@@ -208,28 +212,39 @@ int CallGroupDAO::insertDefaultRows() {
     return insertDefaultRows(false);
 }
 
+/// A user has all of his groups or none: none are noticed, and inserted, by the next start.
+int CallGroupDAO::insertTogether(const std::function<int()>& insert) {
+    int result = 1;
+    const bool stored = runWholeOrNot(
+        *m_dbAdapter,
+        [&] {
+            result = insert();
+            return result == 0;
+        },
+        TransactionGuard::Locks::AtOnce);
+    return result == 0 && !stored ? 1 : result;
+}
+
 int CallGroupDAO::insertDefaultRows(bool onlyMissing) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    int result = 0;
-    const auto insertAll = [&] {
-        const bool isFilled = onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName);
-        result = isFilled ? 0 : insertGroupsOfBoth();
-        return result == 0;
-    };
-    const bool stored = runWholeOrNot(*m_dbAdapter, insertAll, TransactionGuard::Locks::AtOnce);
-    return result == 0 && !stored ? 1 : result;
+    return insertTogether([&] {
+        const bool isMissing = !onlyMissing || m_dbAdapter->isKnownToBeEmpty(m_tableName);
+        return isMissing ? insertGroupsOf({UserContextBase, UserContextVisitor}) : 0;
+    });
 }
 
-int CallGroupDAO::insertGroupsOfBoth() {
-    int result = 0;
+int CallGroupDAO::insertGroupsOf(const std::vector<std::string>& contexts) {
     for (const std::string& number : groupNumbers()) {
-        for (const std::string* context : {&UserContextBase, &UserContextVisitor}) {
-            result = result != 0 ? result : insertGroup(*context, number);
+        for (const std::string& context : contexts) {
+            const int result = insertGroup(context, number);
+            if (result != 0) {
+                return result;
+            }
         }
     }
-    return result;
+    return 0;
 }
 
 int CallGroupDAO::insertDefaultRows(const std::string& context) {
@@ -239,17 +254,16 @@ int CallGroupDAO::insertDefaultRows(const std::string& context) {
     if (createMissingGroups()) {
         return 0;
     }
-    TransactionGuard transaction(*m_dbAdapter);
-    transaction.holdCommits();  // groups that were not deleted would be there twice
-    int result = deleteContextData(context);
-    if (result != 0 && !m_dbAdapter->isKnownToBeEmpty(m_tableName)) {
-        return result;
-    }
-    for (const std::string& number : groupNumbers()) {
-        result = insertGroup(context, number);
-    }
-    const int ended = transaction.end();
-    return result != 0 ? result : ended;
+    return insertTogether([&] {
+        const int removed = deleteContextData(context);
+        if (removed == 0) {
+            return insertGroupsOf({context});
+        }
+        // What a start that met a full disk left behind has no groups of anybody.
+        return m_dbAdapter->isKnownToBeEmpty(m_tableName)
+                   ? insertGroupsOf({UserContextBase, UserContextVisitor})
+                   : removed;
+    });
 }
 
 int CallGroupDAO::initialiseMobilityUserData(const std::string& context) {

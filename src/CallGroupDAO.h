@@ -1,6 +1,7 @@
 #ifndef CALLGROUPDAO_H
 #define CALLGROUPDAO_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -81,7 +82,8 @@ public:
 
 private:
     bool createMissingGroups();
-    int insertGroupsOfBoth();
+    int insertTogether(const std::function<int()>& insert);
+    int insertGroupsOf(const std::vector<std::string>& contexts);
     int insertGroup(const std::string& context, const std::string& number);
     /// Select pairs, entry pairs and the user, in this order.
     PairList readConditions() const;

@@ -4,7 +4,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -42,6 +41,7 @@ struct Run {
 /// the action, or in its place.
 struct Step {
     int number;
+    const char* subject;  ///< for people who wait for it
     bool (*test)(const Run&);
     void (*action)(const Run&);
     const char* wordsWhenRun;
@@ -165,86 +165,92 @@ void call(const Run& run) {
 
 // The order is binding: later steps expect the columns, names and contexts that earlier ones make.
 const Step Steps[] = {
-    {1, [](const Run& run) { return M::dbIsPreMobility(run.service); },
+    {1, "users of the telephone", [](const Run& run) { return M::dbIsPreMobility(run.service); },
      call<M::migrateToMobilityDatabase>,
      "checkAndMigrateDatabase - migrating database for Mobility additions",
      "checkAndMigrateDatabase - no migration required for Mobility"},
-    {2, nullptr, call<M::checkAndMigrateQFADatabase>, nullptr, nullptr},
-    {3, nullptr, call<M::applyUpdateValuesFile>, nullptr, nullptr},
-    {4, nullptr, call<M::migrateMovedItems>, nullptr, nullptr},
-    {5, nullptr, [](const Run& run) { M::dbMigrateDoorOpenerSettings(run.service, true); }, nullptr,
-     nullptr},
-    {6, nullptr, call<M::normalizeGeneralConfigTable>, nullptr, nullptr},
-    {7, nullptr, call<M::validateDeviceItems>, nullptr, nullptr},
-    {8, [](const Run& run) { return columnsOf(run, allLineKeys) < 23; },
+    {2, "protocol of the software", nullptr, call<M::checkAndMigrateQFADatabase>, nullptr, nullptr},
+    {3, "update values", nullptr, call<M::applyUpdateValuesFile>, nullptr, nullptr},
+    {4, "moved settings", nullptr, call<M::migrateMovedItems>, nullptr, nullptr},
+    {5, "door openers", nullptr,
+     [](const Run& run) { M::dbMigrateDoorOpenerSettings(run.service, true); }, nullptr, nullptr},
+    {6, "settings", nullptr, call<M::normalizeGeneralConfigTable>, nullptr, nullptr},
+    {7, "device items", nullptr, call<M::validateDeviceItems>, nullptr, nullptr},
+    {8, "line keys", [](const Run& run) { return columnsOf(run, allLineKeys) < 23; },
      call<M::migrateLineKeySettingsTable>, "Migrating database for LINE_KEY_SETTINGS",
      "No database migration required for LINE_KEY_SETTINGS"},
-    {9, [](const Run& run) { return columnsOf(run, allBca) < 12; },
+    {9, "BCA settings", [](const Run& run) { return columnsOf(run, allBca) < 12; },
      call<M::migrateBcaSettingsTable>, "Migrating database for BCA_SETTINGS",
      "No database migration required for BCA_SETTINGS"},
-    {10, nullptr, call<M::dbCheckAndMigrateLineKeySettingsDefaults>, nullptr, nullptr},
-    {11, nullptr, call<M::migratePhoneBookTable>, "Checking database for Phonebook additions",
-     nullptr},
-    {12, nullptr, call<M::checkValidityOfPhoneBookTable>, nullptr, nullptr},
-    {13, [](const Run& run) { return columnsOf(run, allDssKeys) == 6; },
+    {10, "defaults of line keys", nullptr, call<M::dbCheckAndMigrateLineKeySettingsDefaults>,
+     nullptr, nullptr},
+    {11, "contacts", nullptr, call<M::migratePhoneBookTable>,
+     "Checking database for Phonebook additions", nullptr},
+    {12, "columns of contacts", nullptr, call<M::checkValidityOfPhoneBookTable>, nullptr, nullptr},
+    {13, "DSS keys", [](const Run& run) { return columnsOf(run, allDssKeys) == 6; },
      call<M::migrateDSSKeySettingsTable>, "Migrating database for DSS Key Settings",
      "No database migration required for DSS Key Settings"},
-    {14, [](const Run& run) { return columnsOf(run, allDssKeys) == 9; },
+    {14, "DSS keys, monitoring", [](const Run& run) { return columnsOf(run, allDssKeys) == 9; },
      call<M::migrateDSSKeySettingsTableForMonitorOnly>,
      "Migrating database for DSS Key Settings For Monitor Only Option",
      "No database migration required for DSS Key Settings For Monitor Only Option"},
-    {15, stimulusKeysAreOld, migrateStimulusKeys, "Migrating database for Stimulus Key Settings",
+    {15, "stimulus keys", stimulusKeysAreOld, migrateStimulusKeys,
+     "Migrating database for Stimulus Key Settings",
      "No database migration required for Stimulus Key Settings"},
-    {16, [](const Run& run) { return columnsOf(run, allContacts) == 17; },
+    {16, "users of contacts", [](const Run& run) { return columnsOf(run, allContacts) == 17; },
      [](const Run& run) {
          M::migrateTableForMobility(run.service, "PHONE_BOOK", "PhoneBook", false, 18);
      },
      "Migrating database for Phonebook mobility",
      "No database migration required for Phonebook mobility"},
-    {17, nullptr, compareCallLog, nullptr, nullptr},
+    {17, "call log", nullptr, compareCallLog, nullptr, nullptr},
     // These words name another table than the step's: kept on purpose, log readers look for them.
-    {18, [](const Run& run) { return columnsOf(run, allCallGroups) == 3; },
+    {18, "users of call groups", [](const Run& run) { return columnsOf(run, allCallGroups) == 3; },
      [](const Run& run) {
          M::migrateTableForMobility(run.service, "CallGroup", "CallGroup", true, 4);
      },
      "Migrating database for CallLog mobility",
      "No database migration required for CallLog mobility"},
-    {19, [](const Run& run) { return hasRow(run, FeatureKeysTableName, "'31'"); },
+    {19, "feature keys", [](const Run& run) { return hasRow(run, FeatureKeysTableName, "'31'"); },
      call<M::migrateFeatureKeysTable>, nullptr, nullptr},
-    {20, fixedKeysAreOld, call<M::migrateFixedKeysTable>, nullptr, nullptr},
-    {21, [](const Run& run) { return hasRow(run, StartApplicationTableName, "'30'"); },
+    {20, "fixed keys", fixedKeysAreOld, call<M::migrateFixedKeysTable>, nullptr, nullptr},
+    {21, "start applications",
+     [](const Run& run) { return hasRow(run, StartApplicationTableName, "'30'"); },
      call<M::migrateStartAppKeysTable>, nullptr, nullptr},
-    {22, nullptr, call<M::checkTransportSettingsOrder>, nullptr, nullptr},
-    {23, nullptr, call<M::addDefaultRowsToExistingTablesWhereMissing>, nullptr, nullptr},
-    {24, nullptr, call<M::deleteCallbackItems>, nullptr, nullptr},
-    {25, nullptr,
+    {22, "transport settings", nullptr, call<M::checkTransportSettingsOrder>, nullptr, nullptr},
+    {23, "default rows", nullptr, call<M::addDefaultRowsToExistingTablesWhereMissing>, nullptr,
+     nullptr},
+    {24, "callback items", nullptr, call<M::deleteCallbackItems>, nullptr, nullptr},
+    {25, "emergency number", nullptr,
      [](const Run& run) { M::migrateWrongEmergencyNumber(run.service, &run.settingsColumns); },
      nullptr, nullptr},
-    {26, nullptr, call<M::migrateFeatureKeysTableForDefaultRows>, nullptr, nullptr},
-    {27, nullptr, call<M::migrateFixedAndFeatureKeysTableForDefaultColumns>, nullptr, nullptr},
-    {28, nullptr, call<M::migrateDot1xSettings>, nullptr, nullptr},
-    {29, nullptr, call<M::migrateWlanSettings>, nullptr, nullptr},
-    {30, nullptr, encryptSettings, nullptr, nullptr},
-    {31, nullptr, call<M::migrateToEncryptedFTPPass>, nullptr, nullptr},
-    {32, nullptr, encryptLineKeys, nullptr, nullptr},
-    {33, nullptr, encryptDssKeys, nullptr, nullptr},
-    {34, nullptr, encryptStimulusKeys, nullptr, nullptr},
-    {35, nullptr, call<M::migrateBluetoothTrustedDevices>, nullptr, nullptr},
-    {36, nullptr, call<M::upgradeFromV3ToWebRTC>, nullptr, nullptr},
-    {37, nullptr, runV1R1ToV1R2, nullptr, nullptr},
-    {38, nullptr, addStimulusColumns, nullptr, nullptr},
-    {39, nullptr, [](const Run& run) { (void)M::callLogTableChecker(run.service); }, nullptr,
+    {26, "default feature keys", nullptr, call<M::migrateFeatureKeysTableForDefaultRows>, nullptr,
      nullptr},
-    {40, nullptr, call<M::conversationsTableCleanup>, nullptr, nullptr},
-    {41, nullptr,
+    {27, "columns of keys", nullptr, call<M::migrateFixedAndFeatureKeysTableForDefaultColumns>,
+     nullptr, nullptr},
+    {28, "network access settings", nullptr, call<M::migrateDot1xSettings>, nullptr, nullptr},
+    {29, "WLAN settings", nullptr, call<M::migrateWlanSettings>, nullptr, nullptr},
+    {30, "encrypted settings", nullptr, encryptSettings, nullptr, nullptr},
+    {31, "encrypted file transfer", nullptr, call<M::migrateToEncryptedFTPPass>, nullptr, nullptr},
+    {32, "encrypted line keys", nullptr, encryptLineKeys, nullptr, nullptr},
+    {33, "encrypted DSS keys", nullptr, encryptDssKeys, nullptr, nullptr},
+    {34, "encrypted stimulus keys", nullptr, encryptStimulusKeys, nullptr, nullptr},
+    {35, "Bluetooth devices", nullptr, call<M::migrateBluetoothTrustedDevices>, nullptr, nullptr},
+    {36, "negotiation of secure calls", nullptr, call<M::upgradeFromV3ToWebRTC>, nullptr, nullptr},
+    {37, "V1R1 to V1R2", nullptr, runV1R1ToV1R2, nullptr, nullptr},
+    {38, "columns of stimulus keys", nullptr, addStimulusColumns, nullptr, nullptr},
+    {39, "calls and doubled contacts", nullptr,
+     [](const Run& run) { (void)M::callLogTableChecker(run.service); }, nullptr, nullptr},
+    {40, "conversations", nullptr, call<M::conversationsTableCleanup>, nullptr, nullptr},
+    {41, "landing screen", nullptr,
      [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "LandingScreen"); }, nullptr,
      nullptr},
-    {42, nullptr, call<M::phonebookTableCleanup>, nullptr, nullptr},
-    {43, nullptr,
+    {42, "numbers of contacts", nullptr, call<M::phonebookTableCleanup>, nullptr, nullptr},
+    {43, "shown digits", nullptr,
      [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "DisplayDTMFDigits"); },
      nullptr, nullptr},
-    {44, nullptr, call<M::distinctiveRingerTableCleanup>, nullptr, nullptr},
-    {45, srtpTableMayLackMethods,
+    {44, "distinctive ringers", nullptr, call<M::distinctiveRingerTableCleanup>, nullptr, nullptr},
+    {45, "media encryption", srtpTableMayLackMethods,
      [](const Run& run) {
          M::addMissingAesToSrtpEncryptionTable(
              run.service, static_cast<int>(rowsOf(run.service, SrtpEncryptionSettingsTableName)));
@@ -258,13 +264,14 @@ void logWords(const char* words) {
     }
 }
 
-/// Tells whoever watches how many steps are done.
-void reportStep(std::size_t done) {
+/// Tells whoever watches which step is in work, or that all are done.
+void reportStep(const Step& step, bool isDone) {
     if (Progress::isWatched()) {
         const std::size_t all = std::size(Steps);
-        Progress::report({"upgrade, step " + std::to_string(std::min(done + 1, all)) + " of " +
-                              std::to_string(all),
-                          0, done, all});
+        const auto number = static_cast<std::size_t>(step.number);
+        Progress::report({"upgrade, step " + std::to_string(number) + " of " + std::to_string(all) +
+                              ": " + step.subject,
+                          0, isDone ? all : number - 1, all});
     }
 }
 
@@ -304,10 +311,10 @@ void DASMigrator::checkAndMigrateDatabase(DataAccessServiceIfc* service) {
     const Run run{service, settingsColumns};
     SettingsCachesAside aside;
     for (const Step& step : Steps) {
-        reportStep(static_cast<std::size_t>(step.number - 1));
+        reportStep(step, false);
         runStep(step, run);
     }
-    reportStep(std::size(Steps));
+    reportStep(*std::rbegin(Steps), true);
 }
 
 bool DASMigrator::dbIsPreMobility(DataAccessServiceIfc* service) {

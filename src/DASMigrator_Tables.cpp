@@ -305,8 +305,12 @@ void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const s
         return;
     }
     const auto dao = createDao(service, schema);
-    (void)(isKnownToHaveNo(service, table, {}) ? dao->insertDefaultRows(true)
-                                               : dao->insertDefaultRows(UserContextVisitor));
+    if (!isKnownToHaveNo(service, table, {})) {
+        (void)dao->insertDefaultRows(UserContextVisitor);  // what fails is in the log
+    } else if (dao->insertDefaultRows(true) != 0 && isKnownToHaveNo(service, table, {})) {
+        // Some objects fill their table only when they make it: the next one to need it does.
+        (void)service->getAdapter()->executeNonQuery("DROP TABLE " + table + ";");
+    }
 }
 
 void DASMigrator::migratePhoneBookTable(DataAccessServiceIfc* service) {

@@ -20,14 +20,15 @@ constexpr int levelUnread = INT_MIN;
 
 std::atomic<int> currentLevel{levelUnread};
 
-struct Output {
-    std::mutex mutex;  ///< held while an entry is handed over, so that no two lines mingle
-    Log::Sink sink;    ///< empty: standard error
+struct Destination {
+    std::mutex mutex;   ///< held while an entry is handed over, so that no two lines mingle
+    Log::Sink sink;     ///< empty: the output
+    Log::Output other;  ///< what is asked before standard error; may be empty
 };
 
 /// Never destroyed: destructors of other libraries may still log when the process ends.
-Output& output() {
-    static Output* const instance = new Output;
+Destination& output() {
+    static Destination* const instance = new Destination;
     return *instance;
 }
 
@@ -81,12 +82,12 @@ void writeWhole(const std::string& line) {
 }
 
 void handOver(const Log::Entry& entry) {
-    Output& out = output();
+    Destination& out = output();
     const std::lock_guard<std::mutex> lock(out.mutex);
     if (out.sink) {
         out.sink(entry);
     } else {
-        writeWhole(Log::toLine(entry) += '\n');
+        Log::write(entry);
     }
 }
 
@@ -102,6 +103,16 @@ void appendVisible(std::string& line, char character) {
     } else {
         line += character;
     }
+}
+
+/// Line feeds at the end are dropped.
+std::string& appendVisible(std::string& line, const std::string& message) {
+    const std::size_t last = message.find_last_not_of('\n');
+    const std::size_t length = last == std::string::npos ? 0 : last + 1;
+    for (std::size_t i = 0; i < length; ++i) {
+        appendVisible(line, message[i]);
+    }
+    return line;
 }
 
 }  // namespace
@@ -141,17 +152,29 @@ void setSink(Sink sink) {
     output().sink = std::move(sink);
 }
 
+void setOutput(Output other) {
+    const std::lock_guard<std::mutex> lock(output().mutex);
+    output().other = std::move(other);
+}
+
+void write(const Entry& entry) {
+    const Output& other = output().other;
+    if (!other || !other(entry)) {
+        writeWhole(toLine(entry) += '\n');
+    }
+}
+
 std::string toLine(const Entry& entry) {
-    const std::size_t last = entry.message.find_last_not_of('\n');
-    const std::size_t length = last == std::string::npos ? 0 : last + 1;
     std::string line = std::to_string(entry.level);
-    line.reserve(entry.component.size() + entry.source.size() + length + 32);
+    line.reserve(entry.component.size() + entry.source.size() + entry.message.size() + 32);
     line.append(" ").append(entry.component).append(" ").append(entry.source);
     line.append(":").append(std::to_string(entry.line)).append(" ");
-    for (std::size_t i = 0; i < length; ++i) {
-        appendVisible(line, entry.message[i]);
-    }
-    return line;
+    return appendVisible(line, entry.message);
+}
+
+std::string visible(const std::string& message) {
+    std::string text;
+    return appendVisible(text, message);
 }
 
 }  // namespace Log

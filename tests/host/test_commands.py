@@ -201,6 +201,8 @@ class Check(DemoTest):
             ("missing table", ["DROP TABLE BCA_SETTINGS"], 0, "note", "tables", "BCA_SETTINGS"),
             ("missing column", ["ALTER TABLE FEATURE_KEYS DROP COLUMN Label"], 0, "note", "columns",
              "FEATURE_KEYS lacks Label"),
+            ("older release", ["ALTER TABLE BCA_SETTINGS DROP COLUMN UserContext"], 0, "note",
+             "columns", "BCA_SETTINGS lacks UserContext"),
             ("blank file", None, 0, "note", "file", "empty"),
             ("no database", b"no database, " * 1000, 1, "fault", "integrity",
              "file is not a database"),
@@ -471,7 +473,7 @@ class Ends(DemoTest):
     def test_an_upgrade_shows_its_steps_on_a_terminal(self):
         status, shown = self.on_terminal("profile", env={"DAS_PROGRESS_AFTER": "0"})
         self.assertEqual(status, 0)
-        self.assertRegex(shown, r"\rupgrade, step [1-9]\d* of \d+, \d+ %")
+        self.assertRegex(shown, r"\rupgrade, step [1-9]\d* of \d+: [\w ]+, \d+ %")
         self.assertNotIn("upgrade", self.good("profile"))
 
 
@@ -556,6 +558,9 @@ class Errors(DemoTest):
             ("call setProfile NewProfil=base", 1, "NewProfil: no such parameter; .*did you mean NewProfile?"),
             ("call setProfile NewProfile", 2, "not of the form NAME=VALUE"),
             ("schemas Nope", 2, "Nope: no such schema"),
+            ("schema --xsd", 2, "das schemas lists them; --json alone prints the remote methods"),
+            ("schema Locle --json", 2, "did you mean Locale?"),
+            ("schema --write /proc/none", 1, "/proc/none: No such file or directory"),
             ("check --socket x", 2, "--socket has no place here"),
             ("check --db none", 1, r"\A\Z"),
             ("demo full", 2, "full: is there, and is no empty folder"),

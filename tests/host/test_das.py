@@ -111,7 +111,8 @@ class CommandLine(HostTest):
         unknown = self.file("unknown", request("read_request", schema="Nope"))
         rows = [
             # name, arguments, lines of input, status, output, part of standard error
-            ("version", ["--version"], [], 0, r"das \d+\.\d+\.\d+\n", ""),
+            ("version", ["--version"], [], 0, r"das \d+\.\d+\.\d+ \(commit ([0-9a-f]{12}(-dirty)?|unknown), SQLite "
+             + re.escape(sqlite3.sqlite_version) + r", expat \d+\.\d+\.\d+\)\n", ""),
             ("help", ["--help"], [], 0, ".*--db DIR.*request.*", ""),
             ("no command", [], [], 2, "", "required"),
             ("unknown command", ["fly"], [], 2, "", "fly: no such command"),
@@ -366,9 +367,14 @@ class Libraries(HostTest):
 
     def test_the_library_is_found_where_the_loader_looks(self):
         program = self.copy_of_tree(PLATFORM)
-        run = self.das("request", lines=["getCurrentUser"], program=program,
-                       env={"LD_LIBRARY_PATH": str(LIBRARIES)})
-        self.assertEqual((run.returncode, run.answers), (0, ["base"]), run.errors)
+        versioned = self.place / "versioned"  # as where no files for developers are installed
+        versioned.mkdir()
+        shutil.copy(LIBRARIES / SERVICE, versioned / f"{SERVICE}.0")
+        for folder in (LIBRARIES, versioned):
+            with self.subTest(folder.name):
+                run = self.das("request", lines=["getCurrentUser"], program=program,
+                               env={"LD_LIBRARY_PATH": str(folder)})
+                self.assertEqual((run.returncode, run.answers), (0, ["base"]), run.errors)
 
     @unittest.skipIf(SANITIZED, "sanitizers add their own")
     def test_nothing_but_what_is_meant_is_linked_and_exported(self):

@@ -46,6 +46,7 @@ class Wire:
     """One client of a socket, by lines."""
 
     def __init__(self, path):
+        self.lines = []
         self.socket = socket.socket(socket.AF_UNIX)
         self.socket.settimeout(PATIENCE)
         self.file = self.socket.makefile("rb")
@@ -57,12 +58,16 @@ class Wire:
 
     def send(self, *lines):
         for line in lines:
-            self.socket.sendall((line if isinstance(line, bytes) else line.encode()) + b"\n")
+            line = line if isinstance(line, bytes) else line.encode()
+            self.lines.append((">", line.decode(errors="replace")))
+            self.socket.sendall(line + b"\n")
 
     def receive(self):
         """The next line; blank when the host has closed the connection."""
         try:
-            return self.file.readline().decode().rstrip("\n")
+            line = self.file.readline().decode().rstrip("\n")
+            self.lines.append(("<", line))
+            return line
         except ConnectionResetError:  # with messages that the host has not read
             return ""
 
@@ -110,8 +115,15 @@ class RemoteTest(HostTest):
 
     def wire(self):
         wire = Wire(self.path)
+        self.addCleanup(self.record, wire)
         self.addCleanup(wire.close)
         return wire
+
+    def record(self, wire):
+        """Keeps the conversation for those who hold it against the contracts, if there are any."""
+        if "DAS_MESSAGES" in os.environ:
+            with open(f"{os.environ['DAS_MESSAGES']}/remote", "a", encoding="utf-8") as file:
+                file.write(json.dumps([self.id().partition(".")[2], wire.lines]) + "\n")
 
     def logged(self):
         return self.log.read_text()
@@ -622,6 +634,25 @@ class Clients(RemoteTest):
                          "markup is stored escaped")
         self.assertEqual(self.das(self.path, "9999999999x", label,
                                   program=self.EXAMPLES / "label.py").returncode, 1)
+
+    def test_the_listening_client_tells_each_change_until_the_host_ends(self):
+        self.serve()
+        client = subprocess.Popen([DAS.parent / "das_example_contacts", self.path],
+                                  stdout=subprocess.PIPE, text=True)
+        self.addCleanup(client.stdout.close)
+        self.addCleanup(client.wait)
+        self.addCleanup(client.kill)
+        self.assertEqual(client.stdout.readline(), "base has 0 contacts\n")
+        entry = "<Entry><Surname>A</Surname></Entry>"
+        wire = self.wire()
+        wire.exchange(call("setProfile", NewProfile="visitor"))
+        self.assertEqual(client.stdout.readline(), "visitor has 0 contacts\n")
+        wire.exchange(asked(request("write_request", entry, schema="PhoneBook")))
+        for user, count in (("base", 0), ("visitor", 1)):
+            wire.exchange(call("setProfile", NewProfile=user))
+            self.assertEqual(client.stdout.readline(), f"{user} has {count} contacts\n")
+        self.end_host()
+        self.assertEqual((client.wait(PATIENCE), client.stdout.read()), (0, ""))
 
     def test_the_shell_client_serves_itself(self):
         run = self.das(DAS, program=self.EXAMPLES / "user.sh")

@@ -18,6 +18,7 @@
 #include "DASTypes.h"
 #include "DataAccessService.h"
 #include "LogCapture.h"
+#include "MessageRecord.h"
 
 /// A context with the services that a test puts in; none at first.
 class TestContext : public Context {
@@ -171,7 +172,11 @@ protected:
 
     DataAccessService& service() { return *m_service; }
 
-    std::string send(const std::string& message) { return m_service->processRequest(message); }
+    std::string send(const std::string& message) {
+        std::string answer = m_service->processRequest(message);
+        recordMessage(message, answer);
+        return answer;
+    }
     std::string send(const std::string& schema, const std::string& reason,
                      const std::string& body = {}) {
         return send(xml::message(schema, reason, body));

@@ -1,0 +1,162 @@
+#include "MethodContract.h"
+
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "KnownMethods.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using KnownMethods::Entry;
+
+Json typeOf(Parameter::Type type) {
+    switch (type) {
+        case Parameter::Type::Int:
+            return {{"type", "integer"},
+                    {"minimum", std::numeric_limits<int>::min()},
+                    {"maximum", std::numeric_limits<int>::max()}};
+        case Parameter::Type::Bool:
+            return {{"type", "boolean"}};
+        default:
+            return {{"type", "string"}};
+    }
+}
+
+const char* elementOf(Parameter::Type type) {
+    switch (type) {
+        case Parameter::Type::Int:
+            return "Int";
+        case Parameter::Type::Bool:
+            return "Bool";
+        case Parameter::Type::Xml:
+            return "Xml";
+        default:
+            return "String";
+    }
+}
+
+Json objectOf(const Json& properties, const Json& required) {
+    Json object = {{"type", "object"}, {"properties", properties}};
+    if (!required.empty()) {
+        object["required"] = required;
+    }
+    object["additionalProperties"] = false;
+    return object;
+}
+
+Json paramsOf(const Entry& method) {
+    Json properties = Json::object();
+    Json required = Json::array();
+    for (const KnownMethods::In& in : method.in) {
+        properties[in.name] = typeOf(in.type);
+        required.push_back(in.name);
+    }
+    return objectOf(properties, required);
+}
+
+/// The two protocols differ for the methods on files alone: one text in XML goes in, and the
+/// acknowledgement is a word.
+Json xmlFormOf(const Entry& method) {
+    Json in = Json::object();
+    Json out = Json::object();
+    if (method.xmlParameter != nullptr) {
+        in[method.xmlParameter] = elementOf(Parameter::Type::Xml);
+    } else {
+        for (const KnownMethods::In& each : method.in) {
+            in[each.name] = elementOf(each.type);
+        }
+    }
+    for (const KnownMethods::Out& each : method.out) {
+        const bool isWord = method.xmlParameter != nullptr && each.type == Parameter::Type::Bool;
+        out[each.name] = elementOf(isWord ? Parameter::Type::String : each.type);
+    }
+    return {{"in", in}, {"out", out}};
+}
+
+Json callOf(const Entry& method) {
+    const Json properties = {{"jsonrpc", {{"const", "2.0"}}},
+                             {"id", Json::object()},
+                             {"method", {{"const", method.name}}},
+                             {"params", paramsOf(method)}};
+    Json required = {"jsonrpc", "method"};
+    if (!method.in.empty()) {
+        required.push_back("params");
+    }
+    Json call = objectOf(properties, required);
+    call["x-xml"] = xmlFormOf(method);
+    return call;
+}
+
+Json resultOf(const Entry& method) {
+    Json properties = Json::object();
+    Json required = Json::array();
+    for (const KnownMethods::Out& out : method.out) {
+        properties[out.name] = typeOf(out.type);
+        if (out.isAlways) {
+            required.push_back(out.name);
+        }
+    }
+    const Json failed = objectOf({{"Response", {{"const", "failure"}}}}, Json::array({"Response"}));
+    return {{"anyOf", Json::array({objectOf(properties, required), failed})}};
+}
+
+Json eventOf(const char* name, const Json& params) {
+    Json properties = {{"jsonrpc", {{"const", "2.0"}}}, {"method", {{"const", name}}}};
+    if (!params.is_null()) {
+        properties["params"] = params;
+    }
+    return objectOf(properties, {"jsonrpc", "method"});
+}
+
+Json events() {
+    const Json text = typeOf(Parameter::Type::String);
+    return {{"ProfileChangedToBase", eventOf("ProfileChangedToBase", {})},
+            {"ProfileChangedToVisitor", eventOf("ProfileChangedToVisitor", {})},
+            {"Status",
+             eventOf("Status", objectOf({{"item", text}, {"value", text}}, {"item", "value"}))}};
+}
+
+/// The answer to what is no call, which has no id to go by.
+Json errorOf(int code, const char* text) {
+    const Json error = objectOf({{"code", {{"const", code}}}, {"message", {{"const", text}}}},
+                                {"code", "message"});
+    return objectOf(
+        {{"jsonrpc", {{"const", "2.0"}}}, {"id", {{"const", nullptr}}}, {"error", error}},
+        {"jsonrpc", "id", "error"});
+}
+
+/// References to all members of @p group, of which a message is one.
+void addReferences(Json& references, const std::string& group, const Json& members) {
+    for (const auto& member : members.items()) {
+        references.push_back({{"$ref", "#/$defs/" + group + "/" + member.key()}});
+    }
+}
+
+}  // namespace
+
+std::string MethodContract::json() {
+    Json calls = Json::object();
+    Json results = Json::object();
+    for (const std::string& name : KnownMethods::names()) {
+        const Entry& method = *KnownMethods::find(name);
+        calls[name] = callOf(method);
+        if (!method.isOneWay) {
+            results[name] = resultOf(method);
+        }
+    }
+    Json references = Json::array();
+    addReferences(references, "calls", calls);
+    addReferences(references, "events", events());
+    const Json all = {{"$schema", "https://json-schema.org/draft/2020-12/schema"},
+                      {"title", "Remote methods of the data access service"},
+                      {"anyOf", references},
+                      {"$defs",
+                       {{"calls", calls},
+                        {"results", results},
+                        {"events", events()},
+                        {"errors",
+                         {{"ParseError", errorOf(-32700, "Parse error")},
+                          {"InvalidRequest", errorOf(-32600, "Invalid Request")}}}}}};
+    return all.dump(2) + "\n";
+}

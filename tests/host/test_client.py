@@ -1,0 +1,186 @@
+"""Uses the Python client as other programs do, against a running host.
+
+Usage: test_client.py DAS sanitizers=NAMES [unittest arguments]
+"""
+import json
+import socket
+import subprocess
+import sys
+import threading
+import unittest
+
+from test_das import DAS, SOURCES
+from test_remote import RemoteTest
+
+sys.path.insert(0, str(SOURCES / "clients" / "python"))
+
+import dasclient  # noqa: E402
+from dasclient import (Client, ConnectionLost, DasError, ProfileChanged, Reconnected,  # noqa: E402
+                       Refused, StatusChanged)
+
+ODD = "O'Brien & Sons <b>\"x\"</b> \\, \u00e4\u6f22\U0001f600 %_ \t--"
+
+
+class ClientTest(RemoteTest):
+    def setUp(self):
+        super().setUp()
+        self.serve()
+
+    def client(self, **more):
+        client = Client(self.path, **more)
+        self.addCleanup(client.close)
+        return client
+
+
+class Requests(ClientTest):
+    def test_texts_come_back_as_they_were_given(self):
+        das = self.client()
+        number = das.write("PhoneBook", [{"Surname": ODD, "Office": "+49 89"}, {"Surname": "B"}],
+                           context="base")
+        self.assertEqual(number, 2)
+        self.assertEqual([row["Surname"] for row in das.read("PhoneBook")], ["B", ODD])
+        self.assertEqual(das.read("PhoneBook", where={"Surname": ODD}, columns=["Office"]),
+                         [{"Office": "+49 89"}])
+        das.update("FeatureKeys", {"Label": ODD}, where={"Id": 100})
+        self.assertEqual(das.read("FeatureKeys", where={"Id": 100}, columns=["Label"]),
+                         [{"Label": ODD}])
+        das.update("Locale", {"Language": ODD, "Off": False}, context="visitor")
+        items = das.read("Locale")
+        self.assertEqual([(row.context, dict(row)) for row in items],
+                         [("visitor", {"Language": ODD}), ("visitor", {"Off": "false"})])
+        for value in ("\0", "\x1b", "\ud800", "\uffff"):
+            with self.subTest(value), self.assertRaises(ValueError):
+                das.write("PhoneBook", [{"Surname": value}])
+        with self.assertRaises(ValueError):
+            dasclient.element("a><b", "x")
+
+    def test_calls_have_their_items(self):
+        das = self.client()
+        calls = [{"Number": "123", "TimeDate": f"2014-03-0{day}T09:15:30+01:00"} for day in (7, 8)]
+        das.write("CallLogMissedCalls", [{"EntryId": "e", "Viewed": False, "calls": calls}])
+        row, = das.read("CallLog")
+        self.assertEqual((row["Category"], row["Viewed"]), ("Missed", "false"))
+        self.assertEqual([{name: call[name] for name in calls[0]} for call in row.calls], calls)
+
+    def test_pages_searches_changes_and_deletes_reach_what_they_name(self):
+        das = self.client()
+        das.write("PhoneBook", [{"Surname": f"S{n}", "Mobile": n % 2} for n in range(5)])
+        self.assertEqual([row["Surname"] for row in das.read("PhoneBook", offset=1, limit=2)],
+                         ["S1", "S2"])
+        self.assertEqual([row["Surname"] for row in das.search("1")], ["S1", "S3"])
+        das.update("PhoneBook", {"Company": "c"}, where={"Surname": "S2"})
+        das.delete("PhoneBook", {"Mobile": "1"})
+        self.assertEqual([(row["Surname"], row["Company"]) for row in das.read("PhoneBook")],
+                         [("S0", ""), ("S2", "c"), ("S4", "")])
+        for change in (lambda: das.delete("PhoneBook", {}),
+                       lambda: das.update("PhoneBook", {"Company": "d"})):
+            with self.assertRaises(ValueError):
+                change()
+        das.update("Locale", {"Language": "de"})
+        das.delete_settings("Locale", "Language")
+        self.assertEqual(das.read("Locale"), [])
+
+    def test_failures_are_told_apart(self):
+        das = self.client()
+        with self.assertRaises(Refused) as told:
+            das.write("FeatureKeys", [{"Id": 1}])
+        self.assertEqual(dasclient.reason_of(told.exception.answer), "failure")
+        with self.assertRaises(ValueError):
+            das.call("fly")
+        self.assertEqual(das.current_user(), "base", "the connection goes on")
+        with self.assertRaises(ConnectionLost):
+            Client(self.place / "nobody")
+
+
+class Methods(ClientTest):
+    def test_each_method_has_a_call_that_does_it(self):
+        with open(SOURCES / "contracts" / "methods.schema.json", encoding="utf-8") as file:
+            parts = json.load(file)["$defs"]
+        self.assertEqual(dasclient.METHODS, set(parts["calls"]))
+        self.assertEqual(dasclient.ONE_WAY, set(parts["calls"]) - set(parts["results"]))
+        das = self.client()
+        for name in ("a.mp3", "b.mp3"):
+            (self.root / "data" / "ringtones").mkdir(exist_ok=True)
+            (self.root / "data" / "ringtones" / name).touch()
+        (self.root / "tmp").mkdir()
+        das.write("PhoneBook", [{"Surname": "A"}])
+        done = [
+            das.export_data("PhoneBook", "/tmp/book"), das.import_data("PhoneBook", "/tmp/book"),
+            das.import_data_for_user("PhoneBook", "/tmp/book", 1), das.create_phonenumber_indices(),
+            das.rename_file("/data/ringtones/a.mp3", "/data/ringtones/c.mp3"),
+            das.move_file("/data/ringtones/c.mp3", "/data/c.mp3"),
+            das.delete_file("/data/ringtones", "b.mp3"), das.set_profile("visitor"),
+            das.import_user_data({"e164": "4711"}, True), das.migrate_user_data({"e164": "4712"}),
+            das.check_database_needs_change(1, 1, "V1"), das.factory_reset(),
+        ]
+        self.assertEqual(done, [True] * len(done))
+        self.assertFalse(das.export_data("PhoneBook", "/nowhere/book"))
+        self.assertIn("c.mp3", das.read_directory("/data", below=False))
+        self.assertIsNone(das.read_directory_tree("/data"), "for base alone")
+        das.set_profile("base")
+        self.assertIn("c.mp3", das.read_directory_tree("/data"))
+        self.assertIn("<filelist></filelist>", das.read_directory("/nowhere"))
+        self.assertEqual(set(das.export_user_data(["e164"], True)), {"e164"})
+        for one_way in (das.clear_mobile_userdata, das.clear_mobile_user_dls_data,
+                        das.copy_base_data_to_visitor, das.delete_visitor_user_password,
+                        das.delete_uc_credentials):
+            one_way()
+        self.assertTrue(das.invoke_acms_factory_reset(True))
+        self.assertEqual(das.current_user(), "base")
+
+
+class Connections(ClientTest):
+    def test_a_watcher_hears_and_is_there_again_after_a_restart_of_the_host(self):
+        watcher = self.client()
+        events = watcher.watch(patience=60)
+        self.client().set_profile("visitor")
+        self.assertEqual(next(events), ProfileChanged("visitor"))
+        self.client().request("saveContactsToCSV")
+        status = next(events)
+        self.assertIsInstance(status, StatusChanged)
+        self.assertEqual(status.item, "contacts-status")
+        old = self.client()
+        old.current_user()
+        self.end_host()
+        with self.assertRaises(ConnectionLost):
+            old.current_user()
+        starter = threading.Thread(target=self.serve)
+        starter.start()
+        self.addCleanup(starter.join)
+        self.assertEqual(next(events), Reconnected())
+        starter.join()
+        self.assertEqual(old.current_user(), "base", "connects again")
+        old.set_profile("visitor")
+        self.assertEqual(next(events), ProfileChanged("visitor"))
+        watcher.set_profile("base")
+        self.assertEqual(next(events), ProfileChanged("base"), "heard in front of its own answer")
+
+    def test_an_answer_that_does_not_come_ends_the_wait(self):
+        with socket.socket(socket.AF_UNIX) as mute:
+            mute.bind(str(self.place / "mute"))
+            mute.listen()
+            das = Client(self.place / "mute", timeout=0.05)
+            with self.assertRaises(ConnectionLost):
+                das.current_user()
+
+    def test_what_the_host_does_not_understand_is_told(self):
+        with self.assertRaisesRegex(DasError, "Parse error"):
+            self.client().call("processRequest", Request="x" * (17 << 20), RequestLength=1)
+
+
+class Example(ClientTest):
+    def test_the_page_on_python_runs_as_written(self):
+        text = (SOURCES / "docs" / "howto-python.md").read_text()
+        blocks = text.split("```python\n")[1:]
+        program = "\n".join(block.split("```")[0] for block in blocks)
+        run = subprocess.run([sys.executable, "-c", program.replace("/run/das.sock", str(self.path))],
+                             env=self.environment(PYTHONPATH=str(SOURCES / "clients" / "python")),
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120,
+                             check=False)
+        self.assertEqual(run.returncode, 0, run.stdout)
+        shown = [block.split("```")[0] for block in text.split("```text\n")[1:]]
+        self.assertEqual(run.stdout, "".join(shown))
+
+
+if __name__ == "__main__":
+    unittest.main()

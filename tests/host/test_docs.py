@@ -1,0 +1,278 @@
+"""Holds the pages against the program: every console block is typed into a shell, and must print what
+the page shows; the reference page and the picture of the floors must be those of the code.
+
+Usage: test_docs.py DAS sanitizers=NAMES [unittest arguments]
+
+A block begins with ```console. Its lines that begin with "$ " are typed, a line that ends with a
+backslash or stands behind "> " goes on with the one before, the others are what a terminal of 100
+columns shows then; "..." alone stands for any lines, within a line for any text. The blocks of a page are one
+conversation, which begins in a fresh clone that is already built. "[1] ..." are the words of an
+interactive shell about its jobs, which this one does not say.
+"""
+import fcntl
+import os
+import pty
+import re
+import select
+import shutil
+import signal
+import struct
+import subprocess
+import tempfile
+import termios
+import time
+import unittest
+from pathlib import Path
+
+from test_das import DAS, SOURCES
+
+PAGES = [SOURCES / "README.md", *sorted((SOURCES / "docs").glob("*.md"))]
+BLOCK = re.compile(r"^```(\w*)\n(.*?)^```$", re.M | re.S)
+JOB = re.compile(r"\[\d+\][-+ ]")
+COLOUR = re.compile(r"\x1b\[[0-9;]*[mK]")
+END = "\x01"
+PATIENCE = 120
+
+
+def blocks(page, kind):
+    return [text for name, text in BLOCK.findall(page.read_text()) if name == kind]
+
+
+def steps_of(block):
+    """Pairs of what is typed and of the lines that it shows."""
+    steps = []
+    for line in block.splitlines():
+        if line.startswith("$ "):
+            steps.append((line[2:], []))
+        elif steps and not steps[-1][1] and (steps[-1][0].endswith("\\") or line.startswith("> ")):
+            steps[-1] = (steps[-1][0] + "\n" + line.removeprefix("> "), [])
+        else:
+            steps[-1][1].append(line)
+    return [(typed, [line for line in shown if not JOB.match(line)]) for typed, shown in steps]
+
+
+def pattern_of(lines):
+    text = ""
+    for line in lines:
+        if line.strip() == "...":
+            text += r"(?:.*\n)*?"
+        else:
+            text += ".*?".join(re.escape(part) for part in line.split("...")) + r"\n"
+    return re.compile(text)
+
+
+class Conversation:
+    """A shell that shows on a terminal what the lines print that are typed."""
+
+    def __init__(self, clone):
+        self.screen, terminal = pty.openpty()
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 100, 0, 0))
+        environment = {name: value for name, value in os.environ.items()
+                       if not name.startswith(("DAS_", "DB_"))}
+        environment.update(TERM="xterm", LC_ALL="C.UTF-8", DAS_PROGRESS_AFTER="3600000",
+                           PATH=f"{DAS.parent}:{os.environ['PATH']}")
+        self.shell = subprocess.Popen(["bash", "--norc"], stdin=subprocess.PIPE, stdout=terminal,
+                                      stderr=terminal, cwd=clone, env=environment,
+                                      start_new_session=True)
+        os.close(terminal)
+
+    def read(self, is_enough):
+        text = ""
+        deadline = time.monotonic() + PATIENCE
+        while not is_enough(text):
+            if not select.select([self.screen], [], [], max(0, deadline - time.monotonic()))[0]:
+                return text
+            try:
+                text += os.read(self.screen, 65536).decode("utf-8", "replace").replace("\r\n", "\n")
+            except OSError:
+                return text
+        return text
+
+    def type(self, typed, pattern):
+        """What the line shows, and its exit status. In the background it is waited for what the page
+        shows, and for a host until it serves."""
+        host = re.search(r"das serve .*--socket (\S+).*&$", typed)
+        wait = f"until das profile --socket {host[1]} >/dev/null 2>&1; do :; done" if host else ":"
+        line = (f"{{ {typed}\n}} </dev/null\nstatus=$?\n{wait}\nprintf '{END}%d{END}' $status\n"
+                "(exit $status)\n")
+        self.shell.stdin.write(line.encode())
+        self.shell.stdin.flush()
+        text = self.read(lambda text: text.count(END) == 2)
+        parts = text.split(END)
+        if len(parts) != 3:
+            return text, -1
+        shown = parts[0] + parts[2]
+        if typed.endswith("&") and not pattern.fullmatch(COLOUR.sub("", shown)):
+            shown += self.read(lambda more: pattern.fullmatch(COLOUR.sub("", shown + more)))
+        return COLOUR.sub("", shown), int(parts[1])
+
+    def end(self):
+        """Ends the shell with what it left running: all of the session that it leads."""
+        self.shell.stdin.close()
+        os.killpg(self.shell.pid, signal.SIGKILL)
+        self.shell.wait()
+        os.close(self.screen)
+
+
+class Pages(unittest.TestCase):
+    def clone(self):
+        """A clone that is built: the tree by links, but with setup and build that have nothing to do."""
+        place = Path(tempfile.mkdtemp(prefix="das-docs-"))
+        self.addCleanup(shutil.rmtree, place)
+        for each in SOURCES.iterdir():
+            if each.name not in ("build", "var", "scripts", ".git"):
+                (place / each.name).symlink_to(each)
+        (place / "build").symlink_to(DAS.parent.parent)
+        (place / "scripts").mkdir()
+        for script in (SOURCES / "scripts").iterdir():
+            (place / "scripts" / script.name).symlink_to(script)
+        for name in ("setup", "build"):
+            (place / "scripts" / name).unlink()
+            (place / "scripts" / name).symlink_to("/bin/true")
+        return place
+
+    def check(self, page):
+        steps = [step for block in blocks(page, "console") for step in steps_of(block)]
+        if not steps:
+            return 0
+        conversation = Conversation(self.clone())
+        try:
+            for number, (typed, expected) in enumerate(steps):
+                with self.subTest(page=page.name, typed=typed):
+                    pattern = pattern_of(expected)
+                    shown, status = conversation.type(typed, pattern)
+                    # A terminal fills the last column of a table up with blanks; a page need not.
+                    shown = re.sub(r" +$", "", shown, flags=re.M)
+                    if not pattern.fullmatch(shown):
+                        self.assertEqual("\n".join(expected) + "\n", shown)
+                    told = number + 1 < len(steps) and "$?" in steps[number + 1][0]
+                    if not told and not any(line.startswith("das: ") for line in expected):
+                        self.assertEqual(status, 0)
+        finally:
+            conversation.end()
+        return len(steps)
+
+    def test_each_console_block_shows_what_its_page_says(self):
+        counts = {page.name: self.check(page) for page in PAGES}
+        self.assertGreater(counts["README.md"], 0)
+        self.assertGreater(counts["tutorial.md"], 10)
+
+    def test_a_block_that_shows_something_else_is_found(self):
+        clone = self.clone()
+        page = clone / "page.md"
+        for wrong in ("$ echo a\nb", "$ echo a", "$ false", "$ :\na", "$ echo a >&2\n...\nb"):
+            page.write_text(f"```console\n{wrong}\n```\n")
+            found = unittest.TestResult()
+            case = type(self)("run_page")
+            case.page = page
+            case.run(found)
+            self.assertTrue(found.failures, wrong)
+
+    def run_page(self):
+        self.check(self.page)
+
+    def test_changes_that_a_page_shows_fit_the_code(self):
+        for page in PAGES:
+            for change in blocks(page, "diff"):
+                with self.subTest(page=page.name, change=change):
+                    run = subprocess.run(["git", "apply", "--check", "-C1", "--recount", "-"],
+                                         input=change.encode(), cwd=SOURCES, check=False,
+                                         capture_output=True)
+                    self.assertEqual(run.returncode, 0, run.stderr.decode())
+
+    def test_links_lead_to_what_is_there(self):
+        for page in PAGES:
+            text = BLOCK.sub("", page.read_text())
+            for link in re.findall(r"\]\(([^)#]+)(?:#[^)]*)?\)", text):
+                if "://" not in link:
+                    with self.subTest(page=page.name, link=link):
+                        self.assertTrue((page.parent / link).exists())
+
+    def test_the_reference_of_the_commands_is_that_of_the_program(self):
+        text = subprocess.run([DAS, "help", "--markdown"], check=True, capture_output=True).stdout
+        self.assertTrue((SOURCES / "docs/commands.md").read_bytes() == text,
+                        "docs/commands.md is out of date: das help --markdown > docs/commands.md")
+
+
+def names_in(text):
+    return re.findall(r"`(\w+)`", text)
+
+
+class Floors(unittest.TestCase):
+    """A room is what the files of one class are called; it includes what stands on a lower floor, or
+    what the page says it knows."""
+
+    def setUp(self):
+        text = (SOURCES / "docs/architecture.md").read_text()
+        self.floor, self.beside, self.knots = {}, set(), set()
+        for row in re.findall(r"^\| (\d+) \| (.*?) \| (.*?) \|$", text, re.M):
+            for room in names_in(row[1]):
+                self.assertNotIn(room, self.floor, "a room stands on one floor")
+                self.floor[room] = int(row[0])
+            self.beside |= self.pairs(row[2])
+        knots = re.search(r"^\| Knot \| .*?\n\n", text, re.M | re.S)[0]
+        for row in re.findall(r"^\| (.*?) \| .* \|$", knots, re.M):
+            self.knots |= self.pairs(row)
+
+    @staticmethod
+    def pairs(text):
+        """"`A` knows `B`, `C`; `D` knows `E`" as pairs."""
+        found = set()
+        for sentence in text.split(";"):
+            names = names_in(sentence)
+            found |= {(names[0], other) for other in names[1:]}
+        return found
+
+    @staticmethod
+    def rooms_of(folder):
+        """Room and file of each source of the folder."""
+        files = [each for each in (SOURCES / folder).iterdir() if each.suffix in (".h", ".cpp")]
+        return [(each.stem.split("_")[0], each) for each in files]
+
+    @staticmethod
+    def includes(path, brackets=False):
+        form = r'^#include <(.+)>' if brackets else r'^#include "(.+)"'
+        return re.findall(form, path.read_text(), re.M)
+
+    def test_the_page_has_the_rooms_that_there_are(self):
+        self.assertEqual({room for room, _ in self.rooms_of("src") + self.rooms_of("include")},
+                         set(self.floor))
+
+    def test_a_room_includes_what_lies_below_it(self):
+        ground = {path.stem for _, path in self.rooms_of("platform/include")}
+        used = set()
+        for room, path in self.rooms_of("src") + self.rooms_of("include"):
+            for header in self.includes(path):
+                other = header.removesuffix(".h")
+                pair = (room, other)
+                if other in ground or other == room or self.floor[other] < self.floor[room]:
+                    continue
+                with self.subTest(file=path.name, header=header):
+                    is_knot = path.suffix == ".cpp" and pair in self.knots
+                    is_beside = pair in self.beside and self.floor[other] == self.floor[room]
+                    self.assertTrue(is_knot or is_beside)
+                used.add(pair)
+        self.assertEqual(used, self.knots | self.beside, "the page tells what is so no more")
+
+    def test_the_ground_and_the_program_know_nothing_of_the_house(self):
+        contracts = {path.name for _, path in
+                     self.rooms_of("platform/include") + self.rooms_of("include")}
+        own = {path.name for _, path in self.rooms_of("host")} | {"Commit.h"}  # made by the build
+        for folder, known in (("platform/include", contracts), ("platform/src", contracts),
+                              ("host", contracts | own)):
+            for _, path in self.rooms_of(folder):
+                beyond = set(self.includes(path)) - known
+                self.assertEqual(beyond, set(), path.name)
+
+    def test_libraries_are_used_where_the_page_says(self):
+        text = (SOURCES / "docs/architecture.md").read_text()
+        for header, rooms in re.findall(r"^\| `<([\w./]+)>` \| (.*?) \|$", text, re.M):
+            with self.subTest(header=header):
+                used = {room for folder in ("src", "include", "platform/include", "platform/src", "host")
+                        for room, path in self.rooms_of(folder)
+                        if header in self.includes(path, brackets=True)}
+                self.assertEqual(used, set(names_in(rooms)))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,282 @@
+"""das as a service of the system, and the interface and the files that others build on.
+
+Usage: test_linux.py DAS sanitizers=NAMES [unittest arguments]
+"""
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import threading
+import unittest
+from pathlib import Path
+
+from test_das import DAS, LIBRARIES, PLATFORM, SANITIZED, SERVICE, SOURCES, request
+from test_remote import PATIENCE, WORD, RemoteTest, answered, asked
+
+BUILD = DAS.parent.parent
+PINNED = SOURCES / "tests" / "interface"
+CONSUMER = SOURCES / "tests" / "packages" / "consumer"
+
+
+class Ear:
+    """Hears datagrams until it is closed; a leading "@" of the name is the abstract name space."""
+
+    def __init__(self, test, name):
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.socket.bind("\0" + name[1:] if name.startswith("@") else name)
+        self.socket.settimeout(PATIENCE)
+        self.heard = []
+        test.addCleanup(self.socket.close)
+
+    def hear_until(self, words):
+        while True:
+            self.heard.append(self.socket.recv(1 << 20).decode())
+            if words in self.heard[-1]:
+                return self.heard
+
+    def hear_all(self):
+        """Until an empty datagram comes."""
+        while True:
+            text = self.socket.recv(1 << 20).decode()
+            if not text:
+                return
+            self.heard.append(text)
+
+
+class SystemTest(RemoteTest):
+    def start_with(self, *arguments, sockets=(), names="", **variables):
+        """das as a service manager starts it, with sockets handed over from descriptor 3 on."""
+        moved = " ".join(f"{3 + place}<&{sock.fileno()}" for place, sock in enumerate(sockets))
+        listening = (f"LISTEN_PID=$$ LISTEN_FDS={len(sockets)} LISTEN_FDNAMES={names} "
+                     if sockets else "")
+        with open(self.log, "ab") as log:
+            host = subprocess.Popen(
+                ["bash", "-c", f'{listening}exec "$@" {moved}', "manager", DAS, *map(str, arguments)],
+                env=self.environment(**variables), stderr=log, cwd=self.place,
+                pass_fds=[sock.fileno() for sock in sockets])
+        self.addCleanup(host.wait)
+        self.addCleanup(host.kill)
+        return host
+
+    def end(self, host):
+        host.send_signal(signal.SIGTERM)
+        self.assertEqual(host.wait(PATIENCE), 0, self.logged())
+
+    def listener(self, name="s"):
+        listening = socket.socket(socket.AF_UNIX)
+        self.addCleanup(listening.close)
+        listening.bind(str(self.place / name))
+        listening.listen()
+        return listening
+
+
+class Manager(SystemTest):
+    def test_the_manager_hears_each_upgrade_step_and_then_that_the_service_is_ready(self):
+        for name in (str(self.place / "notify"), f"@das-test-{os.getpid()}"):
+            with self.subTest(name):
+                ear = Ear(self, name)
+                host = self.start_with("serve", "--socket", self.path, NOTIFY_SOCKET=name)
+                heard = ear.hear_until("READY=1")
+                self.assertEqual(heard.pop(), f"READY=1\nSTATUS=Serving {self.path}")
+                steps = [re.match(r"STATUS=Starting: upgrade, step (\d+) of (\d+): \w.+\n", each)
+                         for each in heard]
+                self.assertTrue(all(steps), heard)
+                last = int(steps[0][2])
+                self.assertEqual([int(step[1]) for step in steps],
+                                 [*range(1, last + 1), last])
+                self.assertEqual(self.wire().exchange(asked(WORD)), answered(Response="base"))
+                ear.heard.clear()
+                self.end(host)
+                self.assertRegex(ear.hear_until("STOPPING")[-1], "^STOPPING=1\n")
+
+    def test_a_manager_that_is_gone_is_told_of_and_the_service_runs(self):
+        host = self.start_with("serve", "--socket", self.path,
+                               NOTIFY_SOCKET=str(self.place / "gone"))
+        while not self.path.exists():
+            self.assertIsNone(host.poll(), self.logged())
+        self.assertEqual(self.wire().exchange(asked(WORD)), answered(Response="base"))
+        self.end(host)
+        self.assertRegex(self.logged(), "gone: No such file or directory.*READY=1")
+
+    def test_clients_wait_for_a_start_and_for_the_next_one(self):
+        listening = self.listener()
+        for arguments in (["serve"], ["serve", "--socket", self.path]):
+            with self.subTest(arguments):
+                wire = self.wire()
+                wire.send(asked(WORD))  # nobody runs yet
+                host = self.start_with(*arguments, sockets=[listening], names="das.socket")
+                self.assertEqual(wire.receive(), answered(Response="base"))
+                self.end(host)
+                self.assertTrue(self.path.is_socket(), "the file is the manager's")
+
+    def test_a_socket_is_found_among_several_or_refused(self):
+        first, second = self.listener("a"), self.listener("b")
+        datagrams = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(datagrams.close)
+        rows = [
+            ("which one", ["serve"], [first, second], r"which of .*a \(one\), .*b \(two\)"),
+            ("another path", ["serve", "--socket", self.path], [first], r"s: not among .*a \(one\)"),
+            ("no stream", ["serve"], [datagrams], r"no listening socket \(one\)"),
+        ]
+        for name, arguments, sockets, words in rows:
+            with self.subTest(name):
+                self.log.write_text("")
+                host = self.start_with(*arguments, sockets=sockets, names="one:two")
+                self.assertEqual(host.wait(PATIENCE), 2)
+                self.assertRegex(self.logged(), words)
+        self.path = self.place / "b"
+        host = self.start_with("serve", "--socket", self.path, sockets=[first, second])
+        self.assertEqual(self.wire().exchange(asked(WORD)), answered(Response="base"))
+        self.end(host)
+
+    def test_sockets_of_another_process_are_left_alone(self):
+        run = self.das("serve", env={"LISTEN_PID": "1", "LISTEN_FDS": "1"})
+        self.assertEqual(run.returncode, 2)
+        self.assertIn("one of --socket and --stdio", run.errors)
+
+
+class Journal(SystemTest):
+    FIELDS = ["MESSAGE", "PRIORITY", "SYSLOG_IDENTIFIER", "CODE_FILE", "CODE_LINE", "DAS_COMPONENT",
+              "DAS_LEVEL"]
+
+    def serve_with_journal(self, stream, journal):
+        self.log.touch()
+        status = self.log.stat()
+        stream = stream or f"{status.st_dev}:{status.st_ino}"
+        host = self.start_with("serve", "--socket", self.path, DAS_LOG="5", JOURNAL_STREAM=stream,
+                               DAS_JOURNAL_SOCKET=str(journal))
+        while not self.path.exists():
+            self.assertIsNone(host.poll(), self.logged())
+        return host
+
+    def test_entries_have_fields_and_no_message_forges_one(self):
+        ear = Ear(self, str(self.place / "journal"))
+        hearing = threading.Thread(target=ear.hear_all)
+        hearing.start()
+        host = self.serve_with_journal("", self.place / "journal")
+        forged = request("update_request", "<Id>100</Id><Label>a\nPRIORITY=0\nMESSAGE=forged</Label>")
+        self.wire().exchange(asked(forged))
+        self.end(host)
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as ending:
+            ending.sendto(b"", str(self.place / "journal"))
+        hearing.join(PATIENCE)
+        for entry in ear.heard:
+            fields = [line.split("=", 1) for line in entry.rstrip("\n").split("\n")]
+            self.assertEqual([name for name, _ in fields], self.FIELDS, entry)
+        last = next(dict(line.split("=", 1) for line in entry.splitlines())
+                    for entry in ear.heard if "forged" in entry)
+        self.assertIn("a\\nPRIORITY=0\\nMESSAGE=forged", last["MESSAGE"])
+        self.assertEqual((last["PRIORITY"], last["DAS_LEVEL"]), ("6", "5"))
+        self.assertEqual(last["DAS_COMPONENT"], "DataAccessService")
+        self.assertNotIn("MESSAGE=forged", self.logged())
+
+    def test_without_a_journal_entries_are_lines(self):
+        for name, stream in (("another stream", "1:2"), ("nobody listens", "")):
+            with self.subTest(name):
+                self.log.write_text("")
+                self.end(self.serve_with_journal(stream, self.place / "gone"))
+                self.assertRegex(self.logged(), r"(?m)^5 DataAccessService \./src/\w+:\d+ ")
+
+
+class Unit(unittest.TestCase):
+    @unittest.skipUnless(shutil.which("systemd-analyze"), "there is no systemd-analyze here")
+    def test_the_unit_is_exposed_to_little(self):
+        run = subprocess.run(
+            ["systemd-analyze", "security", "--offline=true", "--no-pager", "--threshold=10",
+             BUILD / "packaging" / "das.service"], capture_output=True, text=True, check=False)
+        overall = re.search(r"exposure level for das.service: ([\d.]+)", run.stdout)
+        self.assertIsNotNone(overall, run.stderr)
+        self.assertLessEqual(float(overall[1]), 1.0)
+        self.assertEqual(run.returncode, 0, run.stdout)
+
+
+@unittest.skipIf(SANITIZED, "sanitizers add their own")
+class Interface(unittest.TestCase):
+    """What programs are linked with and call by place. A change here breaks those that are built,
+    and is made together with the name of the library."""
+
+    maxDiff = None
+
+    def output_of(self, *command):
+        return subprocess.run(command, capture_output=True, check=True, text=True).stdout
+
+    def pinned(self, name, lines):
+        self.assertEqual((PINNED / name).read_text(), "".join(f"{line}\n" for line in lines))
+
+    def test_names_of_the_libraries(self):
+        for library in (SERVICE, PLATFORM):
+            dynamic = self.output_of("readelf", "-dW", LIBRARIES / library)
+            self.assertIn(f"soname: [{library}.0]", dynamic)
+
+    def test_exported_symbols(self):
+        listing = self.output_of("nm", "-D", "--defined-only", LIBRARIES / SERVICE)
+        self.pinned("exports.txt", sorted(line.split()[-1] for line in listing.splitlines()))
+
+    def test_order_of_the_slots(self):
+        objects = BUILD / "src" / "CMakeFiles" / "das_objects.dir"
+        lines = []
+        for name in ("DASInvoker", "DASListenerProxy", "DataAccessService", "DatabaseAdapter",
+                     "DbFactory"):
+            relocations = self.output_of("objdump", "-rwC", objects / f"{name}.cpp.o")
+            table = re.search(rf"FOR \[\.data\.rel\.ro\S*_ZTV{len(name)}{name}\]:\n(.*?)\n\n",
+                              relocations, re.DOTALL)
+            lines += [f"[{name}]", *(self.plain(line.split(None, 2)[2])
+                                     for line in table[1].splitlines()[1:]), ""]
+        self.pinned("slots.txt", lines)
+
+    @staticmethod
+    def plain(text):
+        text = text.replace("[abi:cxx11]", "").replace(
+            "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >", "string")
+        inner = r"<(?:[^<>]|<[^<>]*>)*>"
+        for part in (rf", std::allocator{inner} ?(?=>)", rf", std::less{inner}"):
+            while re.search(part, text):
+                text = re.sub(part, "", text)
+        return re.sub(r" >", ">", text)
+
+
+@unittest.skipIf(SANITIZED, "what is installed has none")
+class Installed(SystemTest):
+    def setUp(self):
+        super().setUp()
+        self.prefix = self.place / "prefix"
+        subprocess.run(["cmake", "--install", BUILD, "--prefix", self.prefix],
+                       stdout=subprocess.DEVNULL, check=True)
+        self.libraries = self.prefix / LIBRARIES.name
+
+    def test_programs_are_built_with_it_in_an_empty_folder(self):
+        rows = [("pkg-config", {"PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}),
+                ("cmake", {"CMAKE_PREFIX_PATH": str(self.prefix)})]
+        for kind, variables in rows:
+            with self.subTest(kind):
+                folder = shutil.copytree(CONSUMER, self.place / kind)
+                run = subprocess.run(
+                    ["bash", f"build-with-{kind}"], cwd=folder, capture_output=True, text=True,
+                    env=self.environment(LD_LIBRARY_PATH=str(self.libraries), **variables))
+                self.assertEqual((run.returncode, run.stdout), (0, "base\n"), run.stderr)
+
+    def test_the_command_line_of_the_unit_serves(self):
+        unit = (self.prefix / "lib/systemd/system/das.service").read_text()
+        command = re.search(r"^ExecStart=\S*/bin/das (.*)", unit, re.MULTILINE)[1]
+        ear = Ear(self, str(self.place / "notify"))
+        arguments = command.replace("/run/das/das.sock", str(self.path)).split()
+        with open(self.log, "ab") as log:
+            host = subprocess.Popen([self.prefix / "bin/das", *arguments], stderr=log,
+                                    env=self.environment(NOTIFY_SOCKET=str(self.place / "notify")))
+        self.addCleanup(host.kill)
+        ear.hear_until("READY=1")
+        run = self.remote("call", "processRequest", f"Request={WORD}", f"RequestLength={len(WORD)}",
+                          program=self.prefix / "bin/das")
+        self.assertEqual((run.returncode, run.answers), (0, ["Response=base"]), run.errors)
+        self.end(host)
+
+    def test_pages_and_units_are_where_the_system_looks(self):
+        for path in ("share/man/man1/das.1.gz", "share/bash-completion/completions/das",
+                     "lib/systemd/system/das.socket", "lib/sysusers.d/das.conf"):
+            self.assertGreater((self.prefix / Path(path)).stat().st_size, 0, path)
+
+
+if __name__ == "__main__":
+    unittest.main()

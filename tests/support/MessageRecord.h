@@ -1,0 +1,29 @@
+#ifndef MESSAGERECORD_H
+#define MESSAGERECORD_H
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+/// Keeps a request and its answer in a file of the running test in the folder DAS_MESSAGES, if that
+/// is set, so that what the tests say to the service can be held against the published contracts.
+/// Texts have their lengths in front: they may hold any byte.
+inline void recordMessage(const std::string& request, const std::string& answer) {
+    const char* const folder = std::getenv("DAS_MESSAGES");
+    const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();
+    if (folder == nullptr || test == nullptr) {
+        return;
+    }
+    static std::string last;
+    std::string name = std::string(test->test_suite_name()) + "." + test->name();
+    std::replace(name.begin(), name.end(), '/', '-');
+    std::ofstream file(std::string(folder) + "/" + name,
+                       std::ios::binary | (name == last ? std::ios::app : std::ios::trunc));
+    file << request.size() << " " << answer.size() << "\n" << request << answer << "\n";
+    last = name;
+}
+
+#endif
