@@ -235,10 +235,12 @@ int KeyedTableDAO::insertDefaultRows(const std::string&) {
     return 0;
 }
 
-bool KeyedTableDAO::isRowKnownToBeMissing(const std::string& key) {
+int KeyedTableDAO::findRow(const std::string& key, bool& isThere) {
     PairList conditions = {{keyColumn().name, DASUtils::escapeAndQuote(key)}};
     std::string count;
-    return m_dbAdapter->countRows(m_tableName, conditions, count) == 0 && count == "0";
+    const int result = m_dbAdapter->countRows(m_tableName, conditions, count);
+    isThere = count != "0";
+    return result;
 }
 
 std::vector<std::string> KeyedTableDAO::defaultRow(std::size_t index) const {
@@ -261,7 +263,9 @@ int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
     int result = 0;
     const auto insertAll = [&] {
         for (std::size_t index = first; result == 0 && index < defaultRowIds().size(); ++index) {
-            if (!onlyMissing || isRowKnownToBeMissing(defaultRowIds()[index])) {
+            bool isThere = false;
+            result = onlyMissing ? findRow(defaultRowIds()[index], isThere) : 0;
+            if (result == 0 && !isThere) {
                 std::vector<std::string> values = defaultRow(index);
                 result = m_dbAdapter->insert(m_tableName, values, nullptr);
             }

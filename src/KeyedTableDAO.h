@@ -95,7 +95,8 @@ private:
     int updateRow(const DASUtils::RowData& row);
     int deleteRow(const DASUtils::RowData& row);
     std::vector<std::string> defaultRow(std::size_t index) const;
-    bool isRowKnownToBeMissing(const std::string& key);
+    /// 0 when @p isThere is known.
+    int findRow(const std::string& key, bool& isThere);
     /// The condition that names the row, if it has a key, and its user, if the table has one.
     PairList rowConditions(const std::string& identifier) const;
 
