@@ -14,7 +14,7 @@ using XmlCharacterHandler = void (*)(void* userData, const char* text, int lengt
  * Events arrive in document order, up to the place of an error. A document type declaration is
  * refused as an error, so no entity of a message's own is ever expanded; so are elements that stand
  * in one another without end, each of which takes many times its text. An exception out of a
- * callback passes through.
+ * callback passes through, and std::bad_alloc is raised when the parser itself lacks memory.
  */
 class XmlHandler {
 public:

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 namespace {
@@ -88,6 +89,9 @@ int XmlHandler::parseMessage(const char* text, int length) {
     const XML_Status status = XML_Parse(parser.get(), text, size, XML_TRUE);
     if (parse.thrown) {
         std::rethrow_exception(parse.thrown);
+    }
+    if (status != XML_STATUS_OK && XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY) {
+        throw std::bad_alloc();  // half of a sound message must not be taken for the whole
     }
     return status == XML_STATUS_OK ? 1 : 0;
 }
