@@ -43,15 +43,6 @@ void TransactionGuard::rollBack() {
     m_adapter.give_sema4();
 }
 
-int TransactionGuard::endOrRollBack() {
-    AdapterLock lock(m_adapter);  // nobody may work in what a failed commit leaves open
-    const int code = end();
-    if (code != 0) {
-        m_adapter.rollBack();
-    }
-    return code;
-}
-
 bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
                    TransactionGuard::Locks locks) {
     TransactionGuard transaction(adapter, locks);
@@ -59,7 +50,7 @@ bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
         if (transaction.beginResult() == 0) {
             transaction.holdCommits();
             if (work()) {
-                return transaction.endOrRollBack() == 0;
+                return transaction.end() == 0;
             }
         }
     } catch (...) {

@@ -44,14 +44,12 @@ public:
     /// transaction back by itself, and what follows would be stored alone.
     void holdCommits();
 
-    /// Commits and releases the lock. Raw SQLite code; 0 without action when already ended.
+    /// Commits and releases the lock; what can't be committed is taken back. Raw SQLite code; 0
+    /// without action when already ended.
     int end();
 
     /// Takes everything back and releases the lock; for rebuilds of tables alone.
     void rollBack();
-
-    /// Commits like end(), and takes everything back when that fails; for rebuilds of tables alone.
-    [[nodiscard]] int endOrRollBack();
 
 private:
     DatabaseAdapter& m_adapter;

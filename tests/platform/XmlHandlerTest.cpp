@@ -1,9 +1,12 @@
 #include "XmlHandler.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <climits>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -109,6 +112,24 @@ TEST(XmlHandlerTest, LengthAndTerminatorBothLimitTheText) {
     EXPECT_EQ(1, events.parse("<a/>\0<b>", 8));
     EXPECT_EQ(0, events.parse(nullptr, 4));
     EXPECT_EQ(1, XmlHandler(nullptr, nullptr, nullptr, nullptr).parseMessage("<a>t</a>", 8));
+}
+
+// The parser gathers in a buffer whose size is doubled and is an int: above 1 GiB it has none.
+TEST(XmlHandlerTest, AParserWithoutMemoryIsNoErrorOfTheText) {
+    constexpr std::size_t piece = std::size_t{16} << 20U;
+    constexpr std::size_t size = (std::size_t{1} << 30U) + piece;
+    const int file = ::memfd_create("text", MFD_CLOEXEC);  // one piece, seen again and again
+    const std::string spaces(piece, ' ');
+    ASSERT_EQ(::write(file, spaces.data(), piece), static_cast<ssize_t>(piece));
+    void* const place = ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(place, MAP_FAILED);
+    char* const text = static_cast<char*>(place);
+    for (std::size_t at = 0; at < size; at += piece) {
+        ASSERT_EQ(::mmap(text + at, piece, PROT_READ, MAP_SHARED | MAP_FIXED, file, 0), text + at);
+    }
+    Events events;
+    EXPECT_THROW(events.parse(text, static_cast<int>(size)), std::bad_alloc);
+    EXPECT_EQ(0, ::munmap(text, size) + ::close(file));
 }
 
 TEST(XmlHandlerTest, AnExceptionOfACallbackPassesAndNoEventFollowsIt) {

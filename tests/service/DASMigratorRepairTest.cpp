@@ -117,6 +117,7 @@ TEST_F(RepairTest, AQuoteInARowTouchesNoOtherRow) {
 
 TEST_F(RepairTest, NoCallLeavesARowUnlessItArrivesInAnother) {
     store("1", "E", {{"1", Day1}, {"2", Day2}, {"3", Day3}});
+    store("2", "E", {{"9", Day1}, {"9", Day2}, {"3", Day2}});
     const std::string before = calls();
     sql("CREATE TRIGGER refusal BEFORE INSERT ON CALL_LOG WHEN NEW.Number0 = '2' BEGIN SELECT "
         "RAISE(FAIL, 'refused'); END");
@@ -126,7 +127,7 @@ TEST_F(RepairTest, NoCallLeavesARowUnlessItArrivesInAnother) {
     sql("DROP TRIGGER refusal");
     sql("UPDATE CALL_LOG SET ResolvedNumber1 = 'a quote''s call'");
     DASMigrator::callLogTableChecker(&service());
-    EXPECT_EQ(calls(), before + "2:3@03,;") << "a call that breaks its statement stays";
+    EXPECT_EQ(calls(), before + "3:3@03,3@02,;") << "a call that breaks its statement stays";
 }
 
 TEST_F(RepairTest, TheRefusedStatementFindsNoDoubles) {

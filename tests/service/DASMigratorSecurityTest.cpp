@@ -139,6 +139,18 @@ TEST_F(SecurityTest, FileDownloadsGoToTheTableOfEncryptedPasswords) {
     change("INSERT INTO FILEDOWNLOAD_SETTINGS (FileType, FtpPath) VALUES (1, 'two\nlines')");
     DASMigrator::migrateToEncryptedFTPPass(&service());
     EXPECT_EQ(cell("SELECT FtpPath FROM FILEDOWNLOAD_SETTINGS"), "two\nlines");
+    // Encrypted rows that are there already win, and the plain ones go.
+    change("INSERT INTO FILEDOWNLOAD_SETTINGS_ENC (FileType, Filename) VALUES (1, 'kept')");
+    DASMigrator::migrateToEncryptedFTPPass(&service());
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'FILEDOWNLOAD_SETTINGS'"), "0");
+    EXPECT_EQ(cell("SELECT Filename FROM FILEDOWNLOAD_SETTINGS_ENC"), "kept");
+    // The last row came later than the table.
+    change("CREATE TABLE FILEDOWNLOAD_SETTINGS " + columns);
+    for (const char* added : {"(1),(2),(3),(4),(5),(6),(7)", "(8)"}) {
+        change("INSERT INTO FILEDOWNLOAD_SETTINGS (FileType) VALUES " + std::string(added));
+        DASMigrator::migrateFtpSettingsTable(&service());
+    }
+    EXPECT_EQ(cell("SELECT count(*) || max(FileType) FROM FILEDOWNLOAD_SETTINGS"), "99");
 }
 
 TEST_F(SecurityTest, TheOldestFileDownloadsAreTakenOver) {

@@ -78,7 +78,6 @@ const char* const ContactColumns =
 
 }  // namespace
 
-// The order is part of what old databases rely on. Steps without words show by what they ask.
 // A copy that had been damaged was put in place of a sound database.
 TEST_F(DASMigratorTest, ADamagedCopyIsPutBackOnlyOverADatabaseThatIsNoBetter) {
     load("settings_of_today");
@@ -101,6 +100,7 @@ TEST_F(DASMigratorTest, ADamagedCopyIsPutBackOnlyOverADatabaseThatIsNoBetter) {
     }
 }
 
+// The order is part of what old databases rely on. Steps without words show by what they ask.
 TEST_F(DASMigratorTest, StepsRunInTheirOrder) {
     start();
     m_log.clear();

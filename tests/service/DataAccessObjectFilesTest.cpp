@@ -111,6 +111,14 @@ TEST_F(DataAccessObjectFilesTest, AnExportHasAHeaderIfItHasAVersionAndRows) {
     EXPECT_EQ(file(), "base,1\\,2\nvisitor,\n");
     EXPECT_TRUE(exportT("", {{"A", "'visitor'"}}));
     EXPECT_EQ(file(), "visitor,\n");
+    const std::string whole = "#$VERSION=3\r\n#$COLUMNS=A,B\r\n";
+    for (const std::string& text :
+         {std::string(), whole.substr(0, 13), whole.substr(0, 17), whole}) {
+        put(text);
+        EXPECT_EQ(m_dao.getMetadata(m_path, version, columns, count), text == whole) << text;
+        EXPECT_EQ(version, text.empty() ? "" : "3");
+        EXPECT_EQ(columns, text == whole ? m_ab : std::vector<std::string>()) << text;
+    }
 }
 
 TEST_F(DataAccessObjectFilesTest, LinesOfAFileAreRowsOfTheColumnsThatTheCallerNames) {

@@ -158,3 +158,80 @@ TEST_F(DatabaseAdapterTest, TransactionGuardEndsOnce) {
         EXPECT_TRUE(lockIsFree(m_adapter));
     }
 }
+
+TEST_F(DatabaseAdapterTest, WorkIsDoneWholeOrNotAtAll) {
+    sql("CREATE TABLE T (A)");
+    const std::string insert = "INSERT INTO T VALUES (1);";
+    const auto yes = [] { return true; };
+    struct {
+        const char* name;
+        const char* refused;
+        std::function<bool()> between;
+        bool done;
+    } const rows[] = {
+        {"no failure", "none", yes, true},
+        {"begin", "BEGIN", yes, false},
+        {"end", "END", yes, false},
+        {"the work fails", "none", [] { return false; }, false},
+        {"the work raises", "none", []() -> bool { throw 1; }, false},
+        {"nor can it be taken back", "ROLLBACK", [] { return false; }, false},
+        {"SQLite takes it back, as on a full disk", "none",
+         [this] { return m_adapter.executeNonQuery("ROLLBACK;") == 0; }, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        sql("DELETE FROM T");
+        m_adapter.intercept = failing(row.refused, 1, SQLITE_BUSY);
+        bool done = false;
+        try {
+            done = runWholeOrNot(m_adapter, [&] {
+                (void)m_adapter.executeNonQuery(insert);
+                const bool goesOn = row.between();
+                (void)m_adapter.executeNonQuery(insert);
+                return goesOn;
+            });
+        } catch (int) {
+        }
+        EXPECT_EQ(done, row.done);
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM T"), row.done ? "2" : "0");
+        EXPECT_TRUE(lockIsFree(m_adapter));
+        EXPECT_EQ(m_adapter.executeNonQuery(insert), 0);
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM T"), row.done ? "3" : "1");
+    }
+}
+
+TEST_F(DatabaseAdapterTest, TheCallBeforeAChangeFindsTheDatabaseAsItWas) {
+    sql("CREATE TABLE T (A)");
+    std::string seen;
+    m_adapter.callBeforeChange([&] {
+        seen += cell("SELECT COUNT(*) FROM T");
+        throw 1;
+    });
+    EXPECT_EQ(m_adapter.executeNonQuery("SELECT * FROM T;"), 0);
+    EXPECT_EQ(seen, "");
+    for (const char* expected : {"0", "01", "01"}) {
+        EXPECT_EQ(m_adapter.executeNonQuery("INSERT INTO T VALUES (1);"), 0);
+        EXPECT_EQ(seen, expected);
+        if (seen.size() == 2) {
+            m_adapter.callBeforeChange({});
+        }
+    }
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM T"), "3");
+}
+
+TEST_F(DatabaseAdapterTest, ACopyIsWholeOrToldToHaveFailed) {
+    sql("CREATE TABLE T (A); INSERT INTO T VALUES (1);");
+    const std::string copy = place() / "copy";
+    EXPECT_FALSE(DatabaseAdapter::copyDatabase(copy));
+    EXPECT_TRUE(m_log.has(2, "sqlite3_open() error occured: unable to open database file"));
+    writeFile(copy, "");
+    {
+        const Blocker blocker(database());
+        EXPECT_FALSE(DatabaseAdapter::copyDatabase(copy));
+        EXPECT_TRUE(m_log.has(2, "copyDatabase() error occured: database is locked"));
+    }
+    EXPECT_TRUE(DatabaseAdapter::copyDatabase(copy));
+    EXPECT_TRUE(DatabaseAdapter::isSound(copy));
+    std::filesystem::rename(copy, database());
+    EXPECT_EQ(cell("SELECT A FROM T"), "1");
+}

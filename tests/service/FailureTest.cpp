@@ -200,6 +200,11 @@ TEST_F(FailureTest, ATableGetsItsDefaultRowsTogetherOrByTheNextRequest) {
         m_adapter->intercept = failing("INSERT", 3, SQLITE_NOMEM);
         (void)send(schema, "read_request");
         EXPECT_EQ(cell(count), "0") << table;
+        m_adapter->intercept = [fails = failing("INSERT", 3, 1)](const std::string& text) mutable {
+            return fails(text) != 0 ? throw std::bad_alloc() : 0;
+        };
+        EXPECT_THROW((void)send(schema, "read_request"), std::bad_alloc);
+        EXPECT_EQ(cell(count), "0") << table;
         (void)send(schema, "read_request");
         EXPECT_EQ(cell(count), all) << table;
     }
@@ -237,6 +242,32 @@ TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {
     }
     // What was done before is ended, not taken back.
     EXPECT_EQ(sql("SELECT * FROM CANONICAL_LOOK_UP"), (Rows{{"base", "0", "kept"}}));
+}
+
+// What is remembered of the rows would make the next write change one that is not there.
+TEST_F(FailureTest, SettingsThatAreNotCommittedAreNotRemembered) {
+    for (const bool raises : {false, true}) {
+        const std::string case_ = raises ? "Raised" : "Told";
+        const std::string settings = xml::elements({{case_ + "One", "1"}, {case_ + "Two", "2"}});
+        const std::string stored =
+            "SELECT Value FROM GENERAL_CONFIG WHERE Name LIKE '" + case_ + "%' ORDER BY 1";
+        m_adapter->intercept = [raises](const std::string& statement) {
+            if (raises && statement.find("'RaisedTwo'") != std::string::npos) {
+                throw std::bad_alloc();
+            }
+            return statement.find("END") == 0 ? SQLITE_FULL : SQLITE_OK;
+        };
+        std::string answer = "none";
+        try {
+            answer = send("TransportSettings", "write_request", settings);
+        } catch (const std::bad_alloc&) {
+        }
+        m_adapter->intercept = {};
+        EXPECT_EQ(answer, raises ? "none" : xml::message("TransportSettings", "failure"));
+        EXPECT_EQ(sql(stored), Rows());
+        (void)send("TransportSettings", "update_request", settings);
+        EXPECT_EQ(sql(stored), (Rows{{"1"}, {"2"}}));
+    }
 }
 
 TEST_F(ThreadsTest, FourThreadsLoseNoRow) {

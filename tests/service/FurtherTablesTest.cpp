@@ -75,6 +75,8 @@ TEST_F(FurtherTablesTest, ASchemaInsideOfARequestReachesNoOtherTable) {
     reasonOf("CertificateKeys", Delete, "<Id>1</Id><Schema name=\"Certificates\"/>");
     EXPECT_EQ(table("CERTIFICATES"), "1|||||;");
     EXPECT_EQ(table("CERTIFICATE_KEYS"), "");
+    reasonOf("Certificates", Write, "<Id>2</Id>");
+    EXPECT_EQ(xml::valuesOf(send("Certificates", "readall_request", "<Id>1</Id>"), "Id"), "1|2");
 }
 
 TEST_F(FurtherTablesTest, LinesThatFitAreImportedAndOthersLeftOut) {

@@ -105,13 +105,16 @@ TEST_F(UpgradeCopyTest, AStartThatWasCutOffIsTakenBack) {
         start();
         const std::string undisturbed = everything();
         prepare();
+        std::filesystem::permissions(database(), std::filesystem::perms{0640});
         startAndDie(row.statement, row.nth);
+        const auto rights = std::filesystem::status(database()).permissions();
         struct stat status {};
         EXPECT_EQ(::stat(copy().c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 0777U, 0600U);
         m_log.clear();
         start();
         EXPECT_TRUE(m_log.has(2, "An upgrade was cut off: the database is as it was before"));
+        EXPECT_EQ(std::filesystem::status(database()).permissions(), rights);
         EXPECT_EQ(everything(), undisturbed);
         EXPECT_NE(undisturbed.find("DLSport18444"), std::string::npos);
         EXPECT_FALSE(std::filesystem::exists(copy()));
@@ -131,6 +134,17 @@ TEST_F(UpgradeCopyTest, AnExceptionEndsTheUpgradeAndNothingIsTakenBack) {
     EXPECT_TRUE(m_log.has(2, "The migration of the database ended early"));
     EXPECT_TRUE(m_log.has(5, "The database is kept as"));
     EXPECT_FALSE(std::filesystem::exists(copy()));
+}
+
+TEST_F(UpgradeCopyTest, NewValuesCountMoreThanThoseOfTheStartThatWasCutOff) {
+    load("settings_4");
+    std::filesystem::copy(database(), copy());
+    const std::filesystem::path used = onDevice(Values).string() + ".used";
+    writeFile(used, "TransportSettings,DLSport,1\n");
+    writeFile(onDevice(Values), "TransportSettings,DLSport,2\n");
+    start();
+    EXPECT_NE(everything().find("DLSport2"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(used) || std::filesystem::exists(onDevice(Values)));
 }
 
 // A journal that outlived its database would be rolled back into the one that is put back.
