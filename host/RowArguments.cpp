@@ -27,14 +27,6 @@ std::vector<std::string> namesOf(const KnownSchemas::Entry& schema) {
     return names;
 }
 
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
-}
-
 /// The names that a request of @p reason may look for rows by. The list of a call is searched for
 /// nothing, nor is its group: a condition on them would be left out, and every call be meant.
 std::vector<std::string> conditionsOf(const KnownSchemas::Entry& schema,
@@ -82,6 +74,14 @@ const KnownSchemas::Entry* RowArguments::findSchema(const std::string& name) {
                                                                         "das schemas lists them"));
     }
     return schema;
+}
+
+std::string RowArguments::joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
 }
 
 bool RowArguments::checkUser(const std::optional<std::string>& user) {
@@ -209,7 +209,8 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
     const auto names = conditionsOf(*m_schema, reason);
     const std::string column = text.substr(0, text.find('='));
     if (contains(namesOf(*m_schema), column) && !contains(names, column)) {
-        Complaint::tell(m_what + ": no row can be looked for by " + column, "by " + joined(names));
+        Complaint::tell(m_what + ": no row can be looked for by " + column,
+                        "by " + RowArguments::joined(names));
         return false;
     }
     if (!readPair(text, names, read)) {

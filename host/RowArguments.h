@@ -44,6 +44,9 @@ public:
     [[nodiscard]] static bool readNumber(const Arguments& arguments, const std::string& name,
                                          std::size_t& number);
 
+    /// Names with commas between them, for messages.
+    static std::string joined(const std::vector<std::string>& names);
+
 private:
     bool readPair(const std::string& text, const std::vector<std::string>& names,
                   RequestText::Values& pairs) const;

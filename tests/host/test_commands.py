@@ -391,7 +391,11 @@ class Shell(DemoTest):
             ("das> ", "call setProfile NewProfile=visitor\n"),
             ("Acknowledge=true", "getCurrentUser\n"),
             ("visitor", "\x1b[A\x1b[A\n"),                               # two lines back in history
-            ("Acknowledge=true", "quit\n"),
+            ("Acknowledge=true", "getCurrentUser\n"),
+            ("visitor", "profile base"),
+            ("profile base", "\x03"),  # takes the line back
+            ("^C", "profile\n"),
+            ("visitor", "quit\n"),
         ])
         self.assertEqual(status, 0, shown)
         self.assertEqual(self.rows("read", "FeatureKeys", "--id", "101", "--cols", "Label"),
@@ -541,6 +545,8 @@ class Errors(DemoTest):
             ("delete CallLog --where Number=1", 2, "no row can be looked for by Number; by UniqueId, "),
             ("read CallLog --where JSGroupBy=1", 2, "no row can be looked for by JSGroupBy"),
             ("read PhoneBook --id 1 --where UniqueID=2", 2, "UniqueID is asked for twice"),
+            ("read Locale --cols Name,Value", 0, "Name: .* no such item; --cols names items: "),
+            ("read Locale --cols Langage", 0, "Langage: .* did you mean Language"),
             ("read PhoneBook --cols SurnameLike", 2, "SurnameLike: PhoneBook has no such column"),
             ("set PhoneBook --id 1 SurnameLike=x", 2, "SurnameLike: PhoneBook has no such column"),
             ("delete PhoneBook Surname", 2, "Surname is no item of settings"),
@@ -563,6 +569,7 @@ class Errors(DemoTest):
             ("call setProfil", 2, "setProfil: unknown method; did you mean setProfile?"),
             ("call zzz", 2, "das call --help lists them"),
             ("call setProfile NewProfil=base", 1, "NewProfil: no such parameter; .*did you mean NewProfile?"),
+            ("call setProfile NewProfile=7", 1, "NewProfile: a value of another type counts as absent"),
             ("call setProfile NewProfile", 2, "not of the form NAME=VALUE"),
             ("schemas Nope", 2, "Nope: no such schema"),
             ("schema --xsd", 2, "das schemas lists them; --json alone prints the remote methods"),
@@ -590,6 +597,9 @@ class Errors(DemoTest):
             ("read PhoneBook --socket ''", 2, "the path of the socket is empty"),
             ("watch --socket stale", 2, "the socket is stale"),
             ("request --socket missing", 2, "the socket is missing"),
+            ("import PhoneBook /data/none --context base --socket das.sock", 2,
+             "/data/none: the telephone of the host has no such file"),
+            ("export PhoneBook /none/x --socket das.sock", 1, "/none/x: .* has no such file"),
             ("read FeatureKeys --id 'x;' --socket das.sock", 1, "the log of the host tells more"),
         ]
         before = {name: self.das("read", name, "--output", "raw").stdout
