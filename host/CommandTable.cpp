@@ -207,7 +207,8 @@ const std::vector<Row>& CommandTable::rows() {
         {"shell",
          "Talk to the service line by line",
          "Takes the commands that work on data, service words and requests in XML, with history "
-         "and completion. \"help\" lists what it takes; \"quit\" and Ctrl-D end it.",
+         "and completion. \"help\" lists what it takes; Ctrl-C takes a line back, \"quit\" and "
+         "Ctrl-D end it.",
          {},
          {},
          true,

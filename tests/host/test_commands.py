@@ -380,6 +380,7 @@ class Help(DemoTest):
 
 class Shell(DemoTest):
     def test_a_conversation(self):
+        self.sql("UPDATE FEATURE_KEYS SET Label = 'A\x1b[31mB' WHERE Id = '103'")
         status, shown = self.on_terminal("shell", typed=[
             ("das> ", "prof\t\n"),
             ("base", "read Featurekeys\n"),
@@ -394,7 +395,8 @@ class Shell(DemoTest):
             ("Acknowledge=true", "getCurrentUser\n"),
             ("visitor", "profile base"),
             ("profile base", "\x03"),  # takes the line back
-            ("^C", "profile\n"),
+            ("^C", request("read_request", "<ResultCols>Label</ResultCols><Id>103</Id>") + "\n"),
+            (r"A\x1b[31mB", "profile\n"),
             ("visitor", "quit\n"),
         ])
         self.assertEqual(status, 0, shown)
