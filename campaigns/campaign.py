@@ -23,6 +23,7 @@ class Campaign:
         options = parser.parse_args()
         self.name, self.rounds, self.seed = name, options.rounds, options.seed
         self.programs = options.programs.resolve()
+        self.das = self.programs / "das"
         self.random = random.Random(self.seed)
         self.figures, self.findings = {"seed": self.seed}, 0
         self.end_of_time = time.monotonic() + options.seconds
@@ -34,6 +35,9 @@ class Campaign:
 
     def count(self, figure, number=1):
         self.figures[figure] = self.figures.get(figure, 0) + number
+
+    def highest(self, figure, value):
+        self.figures[figure] = max(self.figures.get(figure, 0), value)
 
     def found(self, what):
         self.findings += 1

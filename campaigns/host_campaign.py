@@ -1,17 +1,15 @@
 """What the campaigns that talk to das as other programs do have in common."""
-import argparse
 import json
 import os
-import random
 import shutil
 import socket
 import subprocess
-import sys
 import tempfile
 import time
 from pathlib import Path
 
-SOURCES = Path(__file__).resolve().parents[1]
+from campaign import SOURCES, Campaign  # noqa: F401 (handed on)
+
 PATIENCE = 120
 HEAD = '<?xml version="1.0" encoding="utf-8"?>'
 
@@ -27,43 +25,6 @@ def call(method, number=1, /, **params):
 
 def asked(message, number=1):
     return call("processRequest", number, Request=message, RequestLength=len(message.encode()))
-
-
-class Campaign:
-    """Options, figures and findings, as Campaign.h has them."""
-
-    def __init__(self, name, meaning, rounds):
-        options = argparse.ArgumentParser(description=f'The campaign "{name}"')
-        options.add_argument("programs", type=Path, help="folder of das")
-        options.add_argument("--rounds", type=int, default=rounds, help=f"how many {meaning}")
-        options.add_argument("--seed", type=int, default=time.time_ns() // 1000000 % 1000000,
-                             help="where its random numbers begin")
-        given = options.parse_args()
-        self.name, self.rounds, self.seed = name, given.rounds, given.seed
-        self.das = (given.programs / "das").resolve()
-        self.random = random.Random(self.seed)
-        self.figures, self.findings = {"seed": self.seed}, 0
-
-    def count(self, figure, more=1):
-        self.figures[figure] = self.figures.get(figure, 0) + more
-
-    def highest(self, figure, value):
-        self.figures[figure] = max(self.figures.get(figure, 0), value)
-
-    def found(self, what):
-        self.findings += 1
-        print(f"{self.name}: found with --seed {self.seed}: {what}", file=sys.stderr, flush=True)
-
-    def check(self, holds, what):
-        if not holds:
-            self.found(what)
-        return holds
-
-    def end(self):
-        self.figures["findings"] = self.findings
-        for figure, value in self.figures.items():
-            print(f"{self.name}: {figure} {value}", flush=True)
-        return 0 if self.findings == 0 else 1
 
 
 class Place:

@@ -1,6 +1,7 @@
 #include "CsvFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,7 +10,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include "ClientUtils.h"
 #include "DASUtils.h"
@@ -34,10 +37,54 @@ bool isForOwnerAlone(const std::string& path) {
     return path.compare(0, DeployDirectory.size(), DeployDirectory) == 0;
 }
 
+const char* const TemporaryMark = ".new-";
+
+/// How many temporary names this process has taken.
+std::atomic<unsigned> temporaryNames{0};
+
 /// A name beside @p place that no other writer has.
 std::string temporaryNameFor(const std::string& place) {
-    static std::atomic<unsigned> number{0};
-    return place + ".new-" + std::to_string(::getpid()) + "-" + std::to_string(number++);
+    return place + TemporaryMark + std::to_string(::getpid()) + "-" +
+           std::to_string(temporaryNames++);
+}
+
+/// Whether nobody writes the file @p path, whose name says @p owner, behind the temporary mark. Who
+/// writes holds a lock on it, which goes with the process.
+bool isAbandoned(const std::string& path, const std::string& owner) {
+    int process = 0;
+    unsigned number = 0;
+    if (std::sscanf(owner.c_str(), "%d-%u", &process, &number) != 2) {
+        return false;
+    }
+    if (process == ::getpid()) {
+        return number >= temporaryNames;  // of an earlier process of that number
+    }
+    const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    const bool isFree = file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0;
+    if (file >= 0) {
+        ::close(file);
+    }
+    return isFree;
+}
+
+/// Removes what processes that were cut off have left beside @p place: it may hold settings.
+void removeAbandoned(const std::string& place) {
+    const auto slash = place.rfind('/') + 1;  // 0 without one
+    const std::string folder = slash == 0 ? "." : place.substr(0, slash);
+    const std::string start = place.substr(slash) + TemporaryMark;
+    std::error_code error;
+    std::vector<std::string> abandoned;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        if (name.compare(0, start.size(), start) == 0 &&
+            isAbandoned(entry->path(), name.substr(start.size()))) {
+            abandoned.push_back(entry->path());
+        }
+    }
+    for (const std::string& path : abandoned) {
+        (void)::unlink(path.c_str());
+    }
 }
 
 /// Seldom enough to cost nothing, often enough for a bar that moves.
@@ -64,9 +111,10 @@ void CsvWriter::open(const std::string& place) {
     if (m_target == Target::Truncated) {
         m_file = ::open(place.c_str(), flags | O_TRUNC, mode);
     } else if (!place.empty() && (!exists || ::access(place.c_str(), W_OK) == 0)) {
+        removeAbandoned(place);
         m_temporary = temporaryNameFor(place);
-        (void)::unlink(m_temporary.c_str());  // left behind by a process that was cut off
         m_file = ::open(m_temporary.c_str(), flags | O_EXCL, mode);
+        (void)::flock(m_file, LOCK_EX | LOCK_NB);  // where there are no locks, none will be asked
     }
     if (!isOpen()) {
         m_good = false;

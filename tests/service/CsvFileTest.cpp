@@ -1,5 +1,8 @@
 #include "CsvFile.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include "DataFiles.h"
 #include "ServiceTest.h"
 
@@ -34,6 +37,24 @@ TEST_F(CsvFileTest, AFileThatIsNotFinishedOrNotWholeIsNotPutInPlaceOfAnOlderOne)
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(place() / "root/tmp"), {}), 1)
         << "no part of a file is left beside it";
+}
+
+// It may hold settings, and nobody else would ever remove it.
+TEST_F(CsvFileTest, WhatAKilledWriterLeftBesideAFileGoesWithTheNextWrite) {
+    const std::string killed = Path + ".new-999999999-0";
+    const std::string busy = Path + ".new-999999999-1";
+    const std::string recycled = Path + ".new-" + std::to_string(::getpid()) + "-4000000000";
+    for (const std::string& path : {killed, busy, recycled}) {
+        writeFile(onDevice(path), "half");
+    }
+    const int lock = ::open(onDevice(busy).c_str(), O_RDONLY);
+    ASSERT_EQ(::flock(lock, LOCK_EX | LOCK_NB), 0);
+    CsvWriter file(Path, Replaced);
+    EXPECT_TRUE(file.finish());
+    EXPECT_FALSE(std::filesystem::exists(onDevice(killed)));
+    EXPECT_FALSE(std::filesystem::exists(onDevice(recycled)));
+    EXPECT_EQ(written(busy), "half");
+    ::close(lock);
 }
 
 TEST_F(CsvFileTest, WhatIsNoOrdinaryFileIsWrittenInPlace) {
