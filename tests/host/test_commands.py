@@ -524,6 +524,7 @@ class Errors(DemoTest):
             ("read FeatureKeys --id 'x;DROP'", 1, "read FeatureKeys: the service answered a failure"),
             ("read FeatureKeys --output jsn", 2, "--output jsn: no such format; did you mean json?"),
             ("read FeatureKeys --output zzz", 2, "raw, json, table or csv"),
+            ("read PhoneBook --id x", 1, "a failure: it gives no reason; DAS_LOG=5 shows what it did"),
             ("read Locale --id 3", 2, "settings have no rows"),
             ("read Locale --cols 1x", 2, "1x: no item can have this name"),
             ("set PhoneBook", 2, "NAME=VALUE is missing"),
