@@ -634,6 +634,8 @@ class Errors(DemoTest):
         run = self.das("read", "FeatureKeys", "--id", "100")
         self.assertEqual(run.returncode, 1)
         self.assertIn("no such column", run.errors)
+        run = self.das("read", "FeatureKeys", "--where", "Label=" + "x" * 1000)
+        self.assertRegex(run.errors, r"no such column.*\.\.\.\n")
 
 
 if __name__ == "__main__":
