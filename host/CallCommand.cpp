@@ -71,20 +71,21 @@ bool addParameter(Method& method, const std::string& text) {
 /// Tells of parameters that the method does not take. The call is made nevertheless: what counts is
 /// what the service says.
 void tellOfStrangers(const KnownMethods::Entry& known, const Method& method) {
+    std::string words = std::string(known.name) + " takes" + (known.in.empty() ? " none" : "");
+    std::vector<std::string> names;
+    for (const KnownMethods::In& in : known.in) {
+        words += " " + KnownMethods::toText(in);
+        names.emplace_back(in.name);
+    }
     for (const Parameter& parameter : method.parameters()) {
-        const bool isKnown =
-            std::any_of(known.in.begin(), known.in.end(), [&](const KnownMethods::In& in) {
-                return in.name == parameter.name && in.type == parameter.type;
-            });
-        if (!isKnown) {
-            std::string words = parameter.name + ": no such parameter; " + known.name + " takes";
-            std::vector<std::string> names;
-            for (const KnownMethods::In& in : known.in) {
-                words += " " + KnownMethods::toText(in);
-                names.emplace_back(in.name);
-            }
-            Complaint::tell(known.in.empty() ? words + " none" : words,
+        const auto in = std::find_if(known.in.begin(), known.in.end(),
+                                     [&](const auto& one) { return one.name == parameter.name; });
+        if (in == known.in.end()) {
+            Complaint::tell(parameter.name + ": no such parameter; " + words,
                             NearMisses::question(parameter.name, names));
+        } else if (in->type != parameter.type) {
+            Complaint::tell(parameter.name + ": a value of another type counts as absent; " +
+                            words);
         }
     }
 }

@@ -133,7 +133,8 @@ int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row)
     } else if (row == nullptr && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
         Complaint::tell("a command is required", "das help lists them");
     } else {
-        Complaint::tell(nameOf(row) + ": " + error.what());
+        const std::string name = nameOf(row);
+        Complaint::tell((name == "das" ? "" : name + ": ") + error.what());
     }
     return ExitUsage;
 }

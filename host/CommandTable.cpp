@@ -122,7 +122,8 @@ const std::vector<Row>& CommandTable::rows() {
          {SchemaArgument},
          {ContextOption,
           IdOption,
-          {"--cols", "COLUMNS", Words::Any, "Only these columns, with commas between them"},
+          {"--cols", "COLUMNS", Words::Any,
+           "Only these columns, or items of settings, with commas between them"},
           WhereOption,
           {"--offset", "N", Words::Any, "Leave out the first N rows"},
           {"--limit", "N", Words::Any, "Show at most N rows"}},
@@ -206,7 +207,8 @@ const std::vector<Row>& CommandTable::rows() {
         {"shell",
          "Talk to the service line by line",
          "Takes the commands that work on data, service words and requests in XML, with history "
-         "and completion. \"help\" lists what it takes; \"quit\" and Ctrl-D end it.",
+         "and completion. \"help\" lists what it takes; Ctrl-C takes a line back, \"quit\" and "
+         "Ctrl-D end it.",
          {},
          {},
          true,

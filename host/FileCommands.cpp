@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Arguments.h"
@@ -42,6 +43,25 @@ int openError(const std::string& path, int flags) {
     return isFolder ? EISDIR : 0;
 }
 
+/// Whether the telephone of the session lists the file @p path; none when nobody has answered.
+std::optional<bool> isListed(Session& session, const std::string& path) {
+    const std::size_t end = path.rfind('/');
+    const std::string folder = end == 0 ? "/" : path.substr(0, end);
+    Method question("readDirectory");
+    question.addStringParameter("Directory", folder, Parameter::in);
+    question.addBoolParameter("DirReading", false, Parameter::in);
+    question.addBoolParameter("FileReading", true, Parameter::in);
+    question.addBoolParameter("SubDirReading", false, Parameter::in);
+    Method answer;
+    if (!session.call(question, answer)) {
+        return std::nullopt;
+    }
+    std::string tree;
+    (void)answer.getStringParameter("DirectoryTree", tree);
+    return tree.find("<fileinfo directory=\"" + folder + "\" name=\"" + path.substr(end + 1) +
+                     "\" />") != std::string::npos;
+}
+
 class FileCommand : public SessionCommand {
 public:
     FileCommand(const char* name, int flags) : m_name(name), m_flags(flags) {}
@@ -67,26 +87,18 @@ public:
     }
 
     int runIn(Session& session, const Arguments& arguments) override {
-        const std::string file = arguments.text("FILE");
         // The service tells no failure of a file, and empties the table of a user before it opens
-        // one; of a running host the files can't be seen from here.
-        const int error = session.isLocal() ? openError(file, m_flags) : 0;
-        if (error != 0) {
-            const std::string place = Storage::devicePath(file);
-            Complaint::tellError(what(arguments) + ": " + file, error,
-                                 place.empty() ? "it leads out of the telephone's root"
-                                               : "it stands below --root, at " + place);
-            return ExitUsage;
+        // one.
+        const int status = session.isLocal() ? openHere(arguments)
+                           : isImport()      ? findThere(session, arguments, ExitUsage)
+                                             : ExitSuccess;
+        if (status != ExitSuccess) {
+            return status;
         }
-        const InterruptNote note(m_name, session.isLocal());
-        Method answer;
-        bool isDone = false;
-        if (!session.call(methodFor(arguments), answer)) {
-            return ExitFailure;
-        }
-        return answer.getBoolParameter("Acknowledge", isDone) && isDone
-                   ? ExitSuccess
-                   : session.tellFailure(what(arguments));
+        const int result = transfer(session, arguments);
+        return result != ExitSuccess || session.isLocal() || isImport()
+                   ? result
+                   : findThere(session, arguments, ExitFailure);
     }
 
 protected:
@@ -100,6 +112,46 @@ protected:
     }
 
 private:
+    bool isImport() const { return m_flags == O_RDONLY; }
+
+    int openHere(const Arguments& arguments) const {
+        const std::string file = arguments.text("FILE");
+        const int error = openError(file, m_flags);
+        if (error == 0) {
+            return ExitSuccess;
+        }
+        const std::string place = Storage::devicePath(file);
+        Complaint::tellError(what(arguments) + ": " + file, error,
+                             place.empty() ? "it leads out of the telephone's root"
+                                           : "it stands below --root, at " + place);
+        return ExitUsage;
+    }
+
+    /// The files of a running host can't be opened from here, but it lists them.
+    int findThere(Session& session, const Arguments& arguments, int otherwise) const {
+        const auto isThere = isListed(session, arguments.text("FILE"));
+        if (isThere && !*isThere) {
+            Complaint::tell(what(arguments) + ": " + arguments.text("FILE") +
+                                ": the telephone of the host has no such file",
+                            isImport()
+                                ? "it stands below the --root of the host"
+                                : "nothing was written: the folder, or the table, is missing");
+        }
+        return !isThere ? ExitFailure : *isThere ? ExitSuccess : otherwise;
+    }
+
+    int transfer(Session& session, const Arguments& arguments) const {
+        const InterruptNote note(m_name, session.isLocal());
+        Method answer;
+        bool isDone = false;
+        if (!session.call(methodFor(arguments), answer)) {
+            return ExitFailure;
+        }
+        return answer.getBoolParameter("Acknowledge", isDone) && isDone
+                   ? ExitSuccess
+                   : session.tellFailure(what(arguments));
+    }
+
     std::string what(const Arguments& arguments) const {
         return std::string(m_name) + " " + arguments.text("SCHEMA");
     }

@@ -1,6 +1,7 @@
 #include "LineSource.h"
 
 #include <editline/readline.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -30,6 +31,38 @@ char* nextCandidate(const char* text, int state) {
     return nullptr;
 }
 
+bool s_isCancelled = false;
+
+/// Ctrl-C: ends the line without its text.
+int cancel(int /*count*/, int /*key*/) {
+    s_isCancelled = true;
+    rl_done = 1;
+    return 0;
+}
+
+/// While a line is edited Ctrl-C is a key like others; while its command runs it ends the program.
+class CtrlCKey {
+public:
+    CtrlCKey() : m_isKnown(tcgetattr(STDIN_FILENO, &m_before) == 0) {
+        termios state = m_before;
+        state.c_cc[VINTR] = _POSIX_VDISABLE;
+        set(state);
+    }
+    ~CtrlCKey() { set(m_before); }
+    CtrlCKey(const CtrlCKey&) = delete;
+    CtrlCKey& operator=(const CtrlCKey&) = delete;
+
+private:
+    void set(const termios& state) const {
+        if (m_isKnown) {
+            (void)tcsetattr(STDIN_FILENO, TCSADRAIN, &state);
+        }
+    }
+
+    termios m_before{};
+    const bool m_isKnown;
+};
+
 char** complete(const char* text, int start, int /*end*/) {
     rl_attempted_completion_over = 1;  // no names of files in their place
     s_candidates = s_completer(std::string(rl_line_buffer, static_cast<std::size_t>(start)));
@@ -50,6 +83,7 @@ LineSource::LineSource(Output& output, Completer completer)
     rl_instream = stdin;
     rl_outstream = m_screen;
     rl_initialize();
+    rl_add_defun("cancel-line", cancel, '\003');
     rl_attempted_completion_function = complete;
     using_history();
 }
@@ -66,7 +100,15 @@ bool LineSource::next(std::string& line) {
     if (!m_isEdited) {
         return static_cast<bool>(std::getline(std::cin, line));
     }
+    s_isCancelled = false;
+    const CtrlCKey key;
     const std::unique_ptr<char, void (*)(void*)> typed(readline("das> "), std::free);
+    if (s_isCancelled) {
+        std::fputs("^C\n", m_screen);
+        (void)std::fflush(m_screen);
+        line.clear();
+        return true;
+    }
     if (typed == nullptr) {
         return false;
     }

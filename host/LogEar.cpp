@@ -20,7 +20,10 @@ LogEar::LogEar() : m_shownLevel(Log::level()), m_isStarting(std::getenv("DAS_LOG
             std::cerr << Log::toLine(entry) + "\n" << std::flush;
         }
         const std::lock_guard<std::mutex> lock(m_mutex);
-        const std::string words = entry.message.substr(0, entry.message.find_last_not_of('\n') + 1);
+        std::string words = entry.message.substr(0, entry.message.find_last_not_of('\n') + 1);
+        if (m_heard.empty() && words.size() >= LongestText) {
+            words = words.substr(0, LongestText - 4) + "...";  // SQLite's words stand in front
+        }
         if (entry.level <= LevelOfFailures && m_heard.find(words) == std::string::npos &&
             m_heard.size() + words.size() < LongestText) {
             m_heard += (m_heard.empty() ? "" : "; ") + words;

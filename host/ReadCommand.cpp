@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <string>
@@ -9,6 +10,7 @@
 #include "Command.h"
 #include "Complaint.h"
 #include "HostOptions.h"
+#include "NearMisses.h"
 #include "RequestText.h"
 #include "RowArguments.h"
 #include "Session.h"
@@ -37,6 +39,9 @@ public:
             return ExitFailure;
         }
         Sheet sheet = AnswerSheet::of(m_rows.schema(), *answer, m_columns);
+        if (m_rows.form() == Form::Settings) {
+            tellOfMissing(AnswerSheet::of(m_rows.schema(), *answer, {}));
+        }
         if (!isPaged()) {
             AnswerSheet::cut(sheet, m_offset, m_limit);
         }
@@ -54,6 +59,23 @@ private:
             }
         }
         return true;
+    }
+
+    /// Tells of items that were asked for and are not there: any name may be one, so that is no
+    /// failure.
+    void tellOfMissing(const Sheet& all) const {
+        std::vector<std::string> names;
+        for (const auto& row : all.rows) {
+            names.push_back(row[1]);
+        }
+        for (const std::string& name : m_columns) {
+            if (std::find(names.begin(), names.end(), name) == names.end()) {
+                Complaint::tell(
+                    m_rows.what() + ": " + name + ": there is no such item",
+                    NearMisses::question(name, names,
+                                         "--cols names items: " + RowArguments::joined(names)));
+            }
+        }
     }
 
     /// Whether the service itself leaves out the rows that are not asked for.

@@ -14,14 +14,30 @@ namespace {
 /// Parts of a name that a read of contacts may look for.
 const std::vector<std::string> Patterns = {"SurnameLike", "FirstnameLike"};
 
+bool contains(const std::vector<std::string>& all, const std::string& one) {
+    return std::find(all.begin(), all.end(), one) != all.end();
+}
+
 std::vector<std::string> namesOf(const KnownSchemas::Entry& schema) {
     std::vector<std::string> names = schema.elements;
     names.insert(names.end(), schema.itemElements.begin(), schema.itemElements.end());
-    if (schema.table == "PHONE_BOOK") {
-        names.insert(names.end(), Patterns.begin(), Patterns.end());
-    }
     if (!schema.elements.empty() && RequestText::formOf(schema) == RequestText::Form::Rows) {
         names.emplace_back("Id");  // names a row also where the key has a name of its own
+    }
+    return names;
+}
+
+/// The names that a request of @p reason may look for rows by. The list of a call is searched for
+/// nothing, nor is its group: a condition on them would be left out, and every call be meant.
+std::vector<std::string> conditionsOf(const KnownSchemas::Entry& schema,
+                                      const std::string& reason) {
+    std::vector<std::string> names = namesOf(schema);
+    const auto isIgnored = [&](const std::string& name) {
+        return name == "JSGroupBy" || contains(schema.itemElements, name);
+    };
+    names.erase(std::remove_if(names.begin(), names.end(), isIgnored), names.end());
+    if (schema.table == "PHONE_BOOK" && reason == "read_request") {
+        names.insert(names.end(), Patterns.begin(), Patterns.end());
     }
     return names;
 }
@@ -60,6 +76,14 @@ const KnownSchemas::Entry* RowArguments::findSchema(const std::string& name) {
     return schema;
 }
 
+std::string RowArguments::joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
 bool RowArguments::checkUser(const std::optional<std::string>& user) {
     if (!user || *user == "base" || *user == "visitor") {
         return true;
@@ -94,11 +118,11 @@ bool RowArguments::read(const Arguments& arguments, const std::string& command,
         return false;
     }
     m_what = command + " " + m_schema->name;
-    if (!checkReason(command, reason) || !readConditions(arguments)) {
+    if (!checkReason(command, reason) || !readConditions(arguments, reason)) {
         return false;
     }
     for (const std::string& text : arguments.all("NAME=VALUE")) {
-        if (!readPair(text, m_values)) {
+        if (!readPair(text, namesOf(*m_schema), m_values)) {
             return false;
         }
     }
@@ -115,18 +139,19 @@ bool RowArguments::checkReason(const std::string& command, const std::string& re
 }
 
 bool RowArguments::checkName(const std::string& name) const {
+    return checkName(name, namesOf(*m_schema));
+}
+
+bool RowArguments::checkName(const std::string& name, const std::vector<std::string>& names) const {
     if (form() == RequestText::Form::Settings) {
-        const bool isFrame =
-            std::find(FrameElements.begin(), FrameElements.end(), name) != FrameElements.end();
-        if (isElementName(name) && !isFrame) {
+        if (isElementName(name) && !contains(FrameElements, name)) {
             return true;
         }
         Complaint::tell(name + ": no item can have this name",
                         "letters, digits and underscores, a letter in front");
         return false;
     }
-    const auto names = namesOf(*m_schema);
-    if (std::find(names.begin(), names.end(), name) != names.end()) {
+    if (contains(names, name)) {
         return true;
     }
     Complaint::tell(
@@ -135,7 +160,8 @@ bool RowArguments::checkName(const std::string& name) const {
     return false;
 }
 
-bool RowArguments::readPair(const std::string& text, RequestText::Values& pairs) const {
+bool RowArguments::readPair(const std::string& text, const std::vector<std::string>& names,
+                            RequestText::Values& pairs) const {
     const std::size_t sign = text.find('=');
     if (sign == std::string::npos || sign == 0) {
         Complaint::tell(text + ": not of the form NAME=VALUE");
@@ -143,7 +169,7 @@ bool RowArguments::readPair(const std::string& text, RequestText::Values& pairs)
     }
     std::string name = text.substr(0, sign);
     std::string value = text.substr(sign + 1);
-    if (!checkName(name)) {
+    if (!checkName(name, names)) {
         return false;
     }
     if (Utf8::forXml(value) != value) {
@@ -155,22 +181,53 @@ bool RowArguments::readPair(const std::string& text, RequestText::Values& pairs)
     return true;
 }
 
-bool RowArguments::readConditions(const Arguments& arguments) {
+bool RowArguments::readConditions(const Arguments& arguments, const std::string& reason) {
     const bool isSettings = form() == RequestText::Form::Settings;
     if (isSettings && (arguments.has("--id") || arguments.has("--where"))) {
         Complaint::tell(m_what + ": settings have no rows, so --id and --where name nothing",
                         "items are named by their names");
         return false;
     }
-    if (const auto id = arguments.value("--id")) {
-        if (!readPair(RequestText::idElement(*m_schema) + "=" + *id, m_conditions)) {
-            return false;
-        }
+    const auto id = arguments.value("--id");
+    if (id && id->empty()) {
+        Complaint::tell(m_what + ": --id is empty, which names no row");
+        return false;
+    }
+    if (id && !readCondition(RequestText::idElement(*m_schema) + "=" + *id, reason)) {
+        return false;
     }
     for (const std::string& text : arguments.all("--where")) {
-        if (!readPair(text, m_conditions)) {
+        if (!readCondition(text, reason)) {
             return false;
         }
     }
+    return true;
+}
+
+bool RowArguments::readCondition(const std::string& text, const std::string& reason) {
+    RequestText::Values read;
+    const auto names = conditionsOf(*m_schema, reason);
+    const std::string column = text.substr(0, text.find('='));
+    if (contains(namesOf(*m_schema), column) && !contains(names, column)) {
+        Complaint::tell(m_what + ": no row can be looked for by " + column,
+                        "by " + RowArguments::joined(names));
+        return false;
+    }
+    if (!readPair(text, names, read)) {
+        return false;
+    }
+    const auto& [name, value] = read.front();
+    if (std::any_of(m_conditions.begin(), m_conditions.end(),
+                    [&name = name](const auto& one) { return one.first == name; })) {
+        Complaint::tell(m_what + ": " + name + " is asked for twice", "one value a column");
+        return false;
+    }
+    // The service leaves out a condition that is blank, and means every row then.
+    if (value.empty() && form() == RequestText::Form::List && reason != "update_request") {
+        Complaint::tell(m_what + ": " + name + " is blank, by which no row can be looked for",
+                        "give a value");
+        return false;
+    }
+    m_conditions.push_back(read.front());
     return true;
 }

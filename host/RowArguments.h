@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "KnownSchemas.h"
 #include "RequestText.h"
@@ -43,9 +44,15 @@ public:
     [[nodiscard]] static bool readNumber(const Arguments& arguments, const std::string& name,
                                          std::size_t& number);
 
+    /// Names with commas between them, for messages.
+    static std::string joined(const std::vector<std::string>& names);
+
 private:
-    bool readPair(const std::string& text, RequestText::Values& pairs) const;
-    bool readConditions(const Arguments& arguments);
+    bool readPair(const std::string& text, const std::vector<std::string>& names,
+                  RequestText::Values& pairs) const;
+    bool readConditions(const Arguments& arguments, const std::string& reason);
+    bool readCondition(const std::string& text, const std::string& reason);
+    bool checkName(const std::string& name, const std::vector<std::string>& names) const;
     bool checkReason(const std::string& command, const std::string& reason) const;
 
     const KnownSchemas::Entry* m_schema = nullptr;

@@ -33,7 +33,10 @@ public:
     Connection& connection() override { return *m_connection; }
 
 protected:
-    std::string takeReasons() override { return m_ear.take(); }
+    std::string takeReasons() override {
+        const std::string reasons = m_ear.take();
+        return reasons.empty() ? "it gives no reason; DAS_LOG=5 shows what it did" : reasons;
+    }
 
 private:
     LogEar m_ear;

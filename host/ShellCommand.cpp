@@ -16,6 +16,7 @@
 #include "Session.h"
 #include "SheetPrinter.h"
 #include "ShellWords.h"
+#include "TerminalText.h"
 
 namespace {
 
@@ -135,7 +136,9 @@ private:
         if (!answer) {
             return ExitFailure;
         }
-        const int status = print(*answer + "\n");
+        // Stored texts stand in it, and nothing of them may command the terminal.
+        const bool isShown = m_session->output().isTerminal() && !m_arguments->has("--output");
+        const int status = print((isShown ? TerminalText::visible(*answer) : *answer) + "\n");
         return status == ExitSuccess && Answers::isFailure(*answer) ? ExitFailure : status;
     }
 

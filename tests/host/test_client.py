@@ -73,6 +73,7 @@ class Requests(ClientTest):
         self.assertEqual([(row["Surname"], row["Company"]) for row in das.read("PhoneBook")],
                          [("S0", ""), ("S2", "c"), ("S4", "")])
         for change in (lambda: das.delete("PhoneBook", {}),
+                       lambda: das.delete("PhoneBook", {"UniqueID": ""}),
                        lambda: das.update("PhoneBook", {"Company": "d"})):
             with self.assertRaises(ValueError):
                 change()

@@ -380,6 +380,7 @@ class Help(DemoTest):
 
 class Shell(DemoTest):
     def test_a_conversation(self):
+        self.sql("UPDATE FEATURE_KEYS SET Label = 'A\x1b[31mB' WHERE Id = '103'")
         status, shown = self.on_terminal("shell", typed=[
             ("das> ", "prof\t\n"),
             ("base", "read Featurekeys\n"),
@@ -391,7 +392,12 @@ class Shell(DemoTest):
             ("das> ", "call setProfile NewProfile=visitor\n"),
             ("Acknowledge=true", "getCurrentUser\n"),
             ("visitor", "\x1b[A\x1b[A\n"),                               # two lines back in history
-            ("Acknowledge=true", "quit\n"),
+            ("Acknowledge=true", "getCurrentUser\n"),
+            ("visitor", "profile base"),
+            ("profile base", "\x03"),  # takes the line back
+            ("^C", request("read_request", "<ResultCols>Label</ResultCols><Id>103</Id>") + "\n"),
+            (r"A\x1b[31mB", "profile\n"),
+            ("visitor", "quit\n"),
         ])
         self.assertEqual(status, 0, shown)
         self.assertEqual(self.rows("read", "FeatureKeys", "--id", "101", "--cols", "Label"),
@@ -518,6 +524,7 @@ class Errors(DemoTest):
             ("read FeatureKeys --id 'x;DROP'", 1, "read FeatureKeys: the service answered a failure"),
             ("read FeatureKeys --output jsn", 2, "--output jsn: no such format; did you mean json?"),
             ("read FeatureKeys --output zzz", 2, "raw, json, table or csv"),
+            ("read PhoneBook --id x", 1, "a failure: it gives no reason; DAS_LOG=5 shows what it did"),
             ("read Locale --id 3", 2, "settings have no rows"),
             ("read Locale --cols 1x", 2, "1x: no item can have this name"),
             ("set PhoneBook", 2, "NAME=VALUE is missing"),
@@ -536,6 +543,15 @@ class Errors(DemoTest):
             ("write Locale Language=de", 1, "write Locale: the service answered a failure"),
             ("delete PhoneBook", 2, "no row is named; .*--all"),
             ("delete PhoneBook --all --id 3", 2, "say different things"),
+            ("delete PhoneBook --id ''", 2, "--id is empty, which names no row"),
+            ("delete PhoneBook --where Mobile=", 2, "Mobile is blank, by which no row can be looked for"),
+            ("delete CallLog --where Number=1", 2, "no row can be looked for by Number; by UniqueId, "),
+            ("read CallLog --where JSGroupBy=1", 2, "no row can be looked for by JSGroupBy"),
+            ("read PhoneBook --id 1 --where UniqueID=2", 2, "UniqueID is asked for twice"),
+            ("read Locale --cols Name,Value", 0, "Name: .* no such item; --cols names items: "),
+            ("read Locale --cols Langage", 0, "Langage: .* did you mean Language"),
+            ("read PhoneBook --cols SurnameLike", 2, "SurnameLike: PhoneBook has no such column"),
+            ("set PhoneBook --id 1 SurnameLike=x", 2, "SurnameLike: PhoneBook has no such column"),
             ("delete PhoneBook Surname", 2, "Surname is no item of settings"),
             ("delete CodecSettings --all", 2, "its rows go one by one"),
             ("delete FeatureKeys --id 100", 2, "has no delete_request"),
@@ -556,6 +572,7 @@ class Errors(DemoTest):
             ("call setProfil", 2, "setProfil: unknown method; did you mean setProfile?"),
             ("call zzz", 2, "das call --help lists them"),
             ("call setProfile NewProfil=base", 1, "NewProfil: no such parameter; .*did you mean NewProfile?"),
+            ("call setProfile NewProfile=7", 1, "NewProfile: a value of another type counts as absent"),
             ("call setProfile NewProfile", 2, "not of the form NAME=VALUE"),
             ("schemas Nope", 2, "Nope: no such schema"),
             ("schema --xsd", 2, "das schemas lists them; --json alone prints the remote methods"),
@@ -583,6 +600,9 @@ class Errors(DemoTest):
             ("read PhoneBook --socket ''", 2, "the path of the socket is empty"),
             ("watch --socket stale", 2, "the socket is stale"),
             ("request --socket missing", 2, "the socket is missing"),
+            ("import PhoneBook /data/none --context base --socket das.sock", 2,
+             "/data/none: the telephone of the host has no such file"),
+            ("export PhoneBook /none/x --socket das.sock", 1, "/none/x: .* has no such file"),
             ("read FeatureKeys --id 'x;' --socket das.sock", 1, "the log of the host tells more"),
         ]
         before = {name: self.das("read", name, "--output", "raw").stdout
@@ -614,6 +634,8 @@ class Errors(DemoTest):
         run = self.das("read", "FeatureKeys", "--id", "100")
         self.assertEqual(run.returncode, 1)
         self.assertIn("no such column", run.errors)
+        run = self.das("read", "FeatureKeys", "--where", "Label=" + "x" * 1000)
+        self.assertRegex(run.errors, r"no such column.*\.\.\.\n")
 
 
 if __name__ == "__main__":

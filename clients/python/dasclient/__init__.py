@@ -418,10 +418,10 @@ class Client:
         self._ask(schema, "update_request", body, context)
 
     def delete(self, schema: str, where: Fields, context: Optional[str] = None) -> None:
-        """Deletes the rows that ``where`` describes. An empty one is refused, since the service
-        would delete everything of the user."""
-        if not where:
-            raise ValueError("without where everything of the user would be deleted")
+        """Deletes the rows that ``where`` describes. An empty one is refused, and one with a blank
+        value, since the service leaves that out and would delete everything of the user."""
+        if not where or any(value is None or value == "" for value in where.values()):
+            raise ValueError("without values in where everything of the user would be deleted")
         self._ask(schema, "delete_request", self._described(schema, where), context)
 
     def delete_settings(self, schema: str, name: str) -> None:
