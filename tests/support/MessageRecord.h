@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 #include <string>
 
 /// Keeps a request and its answer in a file of the running test in the folder DAS_MESSAGES, if that
@@ -17,7 +18,9 @@ inline void recordMessage(const std::string& request, const std::string& answer)
     if (folder == nullptr || test == nullptr) {
         return;
     }
+    static std::mutex mutex;  // tests send from threads, too
     static std::string last;
+    const std::lock_guard<std::mutex> lock(mutex);
     std::string name = std::string(test->test_suite_name()) + "." + test->name();
     std::replace(name.begin(), name.end(), '/', '-');
     std::ofstream file(std::string(folder) + "/" + name,
