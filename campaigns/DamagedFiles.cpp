@@ -33,17 +33,6 @@ void write(const fs::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
-std::vector<std::string> texts(sqlite3* db, const std::string& query) {
-    std::vector<std::string> found;
-    const auto collect = [](void* out, int, char** cells, char**) {
-        static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0] != nullptr ? cells[0]
-                                                                                      : "");
-        return 0;
-    };
-    sqlite3_exec(db, query.c_str(), collect, &found, nullptr);
-    return found;
-}
-
 const char* const Tables =
     "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite%'";
 
@@ -153,7 +142,7 @@ std::string DamagedFiles::journalOf(const std::string& bytes) const {
     const Database db = open(file);
     // A cache of a few pages: they leave it, and the journal in front of them, before the end.
     FullDatabase::execute(db.get(), "PRAGMA cache_size = 2; BEGIN");
-    for (const std::string& table : texts(db.get(), Tables)) {
+    for (const std::string& table : FullDatabase::texts(db.get(), Tables)) {
         FullDatabase::execute(db.get(), "DELETE FROM " + table);
     }
     std::string left = read(journal(file));
@@ -266,9 +255,10 @@ std::string oneOf(const char* const (&statements)[Count], const fs::path& file,
                   const std::string& bytes, std::mt19937& random) {
     write(file, bytes);
     const Database db = open(file);
-    const auto tables = texts(db.get(), Tables);
+    const auto tables = FullDatabase::texts(db.get(), Tables);
     const std::string& table = tables[random() % tables.size()];
-    const auto columns = texts(db.get(), "SELECT name FROM pragma_table_info('" + table + "')");
+    const auto columns =
+        FullDatabase::texts(db.get(), "SELECT name FROM pragma_table_info('" + table + "')");
     const std::string sql = replaced(statements[random() % Count], "%T", table);
     return replaced(sql, "%C", columns[random() % columns.size()]);
 }

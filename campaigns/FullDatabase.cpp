@@ -62,17 +62,6 @@ Database open(const fs::path& file) {
     return {db, sqlite3_close};
 }
 
-std::vector<std::string> texts(sqlite3* db, const std::string& query) {
-    std::vector<std::string> found;
-    const auto collect = [](void* out, int, char** cells, char**) {
-        static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0] != nullptr ? cells[0]
-                                                                                      : "");
-        return 0;
-    };
-    sqlite3_exec(db, query.c_str(), collect, &found, nullptr);
-    return found;
-}
-
 /// What a row of a user holds in a column: its number where rows are named, else some text.
 std::string cellOf(const std::string& column, const std::string& user, int row) {
     if (column == "UserContext") {
@@ -100,6 +89,17 @@ void fillTable(sqlite3* db, const std::string& table) {
 }
 
 }  // namespace
+
+std::vector<std::string> texts(sqlite3* db, const std::string& query) {
+    std::vector<std::string> found;
+    const auto collect = [](void* out, int, char** cells, char**) {
+        static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0] != nullptr ? cells[0]
+                                                                                      : "");
+        return 0;
+    };
+    sqlite3_exec(db, query.c_str(), collect, &found, nullptr);
+    return found;
+}
 
 void execute(sqlite3* db, const std::string& sql) {
     char* error = nullptr;

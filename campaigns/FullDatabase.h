@@ -31,6 +31,9 @@ std::vector<std::string> forms();
 /// text leaves empty. Raises std::runtime_error when that fails.
 void makeForm(const std::filesystem::path& file, const std::string& form);
 
+/// The first cell of each row that @p query gives; none when it fails.
+std::vector<std::string> texts(sqlite3* db, const std::string& query);
+
 /// Raises std::runtime_error with SQLite's words when a statement of @p sql fails.
 void execute(sqlite3* db, const std::string& sql);
 

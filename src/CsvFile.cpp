@@ -59,7 +59,7 @@ bool isAbandoned(const std::string& path, const std::string& owner) {
     if (process == ::getpid()) {
         return number >= temporaryNames;  // of an earlier process of that number
     }
-    const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     const bool isFree = file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0;
     if (file >= 0) {
         ::close(file);

@@ -26,14 +26,6 @@ bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
            column.name == DASUtilsStrings::IdTagName;
 }
 
-/// Those of a new table are there together or not at all: a table that has some is taken for whole,
-/// and only an empty one is filled by the next request.
-void takeBackRowsOf(TransactionGuard& transaction, const std::vector<std::string>& contexts) {
-    if (contexts.size() > 1 && transaction.beginResult() == 0) {
-        transaction.rollBack();
-    }
-}
-
 }  // namespace
 
 PairList DataAccessObject::namesAndTypes() const {
@@ -159,22 +151,22 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    // Another process may have found the table empty, too.
-    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
-    if (transaction.beginResult() != 0) {
+    // Another process may have found the table empty, too. One without default rows stays empty,
+    // and a request to it must not wait for who writes.
+    const auto locks = defaultRowIds().empty() ? TransactionGuard::Locks::AtFirstWrite
+                                               : TransactionGuard::Locks::AtOnce;
+    const auto insert = [&] { return insertRowsOf(contexts, onlyMissing) == 0; };
+    if (contexts.size() > 1) {
+        // Together or not at all: a table that has some is taken for whole, and only an empty one
+        // is filled by the next request.
+        (void)runWholeOrNot(*m_dbAdapter, insert, locks);
         return 0;  // a failure is in the log alone
     }
-    int result = 1;
-    try {
-        result = insertRowsOf(contexts, onlyMissing);
-    } catch (...) {
-        takeBackRowsOf(transaction, contexts);
-        throw;
+    TransactionGuard transaction(*m_dbAdapter, locks);
+    if (transaction.beginResult() == 0) {
+        (void)insert();
     }
-    if (result != 0) {
-        takeBackRowsOf(transaction, contexts);
-    }
-    return 0;  // a failure is in the log alone
+    return 0;
 }
 
 int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing) {
