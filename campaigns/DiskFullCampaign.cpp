@@ -299,7 +299,8 @@ void upgrade(Scene& scene, const Work& work, const Room& room, long long bytes, 
         tell("F the next start ends elsewhere: missing " + sample(missing) + " strange " +
              sample(strange));
     }
-    // Before that start a table that found no room for its new form does not know its new columns.
+    // Until that start a table that found no room for its new form does not know its new columns.
+    scene.start();
     const std::string wrong = probe(scene);
     if (!wrong.empty()) {
         tell("F behind the next start: " + wrong);
