@@ -48,6 +48,7 @@ def run(target, options, place):
     dictionary = SOURCES / "fuzz" / "dictionaries" / f"{target}.dict"
     command = [str(Path(options.folder) / "das_fuzz"), f"--target={target}", str(grown),
                *corpora(target), f"-max_total_time={options.rounds}", f"-timeout={LONGEST_INPUT}",
+               f"-report_slow_units={LONGEST_INPUT}",
                f"-seed={options.seed}", "-rss_limit_mb=2048", "-print_final_stats=1",
                "-print_pcs=0", "-verbosity=1", f"-artifact_prefix={findings}/"]
     if dictionary.exists():
