@@ -58,7 +58,7 @@ CodecSettingsDAO::CodecSettingsDAO(DatabaseAdapter* adapter) : KeyedTableDAO(ada
 CodecSettingsDAO::~CodecSettingsDAO() = default;
 
 int CodecSettingsDAO::insertDefaultRows(unsigned int first) {
-    return insertDefaultRowsFrom(first, true);
+    return insertDefaultRowsFrom(first, false);
 }
 
 int CodecSettingsDAO::increaseAllOtherRanks(unsigned int count) {
@@ -96,7 +96,8 @@ void CodecSettingsDAO::checkTable() {
 
 void CodecSettingsDAO::makeDefaultTable() {
     if (DASUtils::mayInsertDefaultRows(*m_dbAdapter, m_tableName, createTable())) {
-        (void)insertDefaultRows(0u);  // a failed insert is in the log, the request goes on
+        // Those that are missing: another process may have been faster.
+        (void)insertDefaultRows(true);  // a failed insert is in the log, the request goes on
     }
 }
 

@@ -24,8 +24,8 @@ public:
     ~CodecSettingsDAO() override;
 
     using KeyedTableDAO::insertDefaultRows;
-    /// Inserts the default rows from the place @p first on, those that are missing; from 4 on there
-    /// are none. 0, or the status of the first insert that failed.
+    /// Inserts the default rows from the place @p first on, in place of those that are there; from
+    /// 4 on there are none. 0, or the status of the first insert that failed.
     virtual int insertDefaultRows(unsigned int first);
     /// Moves the ranks 1 to @p count down by one, so that rank 1 is free. Raw SQLite code of the
     /// first statement that failed, or 0.

@@ -348,7 +348,7 @@ protected:
                          const std::function<void()>& prepare = {});
     /**
      * As importRowsOfUser, in place of the rows that the user @p context has: either these are
-     * there or those of the file. They go also when the file did not open.
+     * there or those of the file. They go first, and also when the file does not open then.
      */
     int replaceRowsOfUser(const std::string& context, const std::string& location,
                           const std::function<int(std::vector<std::string>&)>& store);
@@ -382,6 +382,10 @@ protected:
 private:
     std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
                            CsvReader& file);
+    /// The steps of importRowsOfUser, for the caller's transaction. Whether the file opened.
+    bool storeRowsOf(const std::string& location,
+                     const std::function<int(std::vector<std::string>&)>& store,
+                     const std::function<void()>& prepare);
     bool hasColumn(const std::string& name) const;
     /// Makes a table without rows, and takes the names of its columns. False when there is none.
     bool prepareImport(std::vector<std::string>& names);

@@ -242,33 +242,37 @@ int DataAccessObject::importDataForUser(const std::string& location, eUserCatego
 int DataAccessObject::importRowsOfUser(const std::string& location,
                                        const std::function<int(std::vector<std::string>&)>& store,
                                        const std::function<void()>& prepare) {
+    const auto import = [&] { return storeRowsOf(location, store, prepare); };
+    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, import) ? 0 : 1;
+}
+
+bool DataAccessObject::storeRowsOf(const std::string& location,
+                                   const std::function<int(std::vector<std::string>&)>& store,
+                                   const std::function<void()>& prepare) {
     DAS_LOG(5, "Opening %s", location.c_str());
     CsvReader file(location);
-    if (!file.isOpen() || m_dbAdapter == nullptr) {
+    if (!file.isOpen()) {
         DAS_LOG(5, "error opening %s", location.c_str());
-        return 1;
+        return false;
     }
-    const auto import = [&] {
-        if (prepare) {
-            prepare();
-        }
-        (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
-        DAS_LOG(5, "Scanning complete");
-        return true;
-    };
-    return runWholeOrNot(*m_dbAdapter, import) ? 0 : 1;
+    if (prepare) {
+        prepare();
+    }
+    (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
+    DAS_LOG(5, "Scanning complete");
+    return true;
 }
 
 int DataAccessObject::replaceRowsOfUser(
     const std::string& context, const std::string& location,
     const std::function<int(std::vector<std::string>&)>& store) {
-    const auto removeOld = [&] {
+    bool isRead = false;
+    const auto replace = [&] {
         (void)deleteContextData(context);  // nothing to delete is a failure there
+        isRead = storeRowsOf(location, store, {});
+        return true;  // kept on purpose: an import always takes the old ones away
     };
-    if (!CsvReader(location).isOpen()) {
-        removeOld();  // kept on purpose: an import always takes the old ones away
-    }
-    return importRowsOfUser(location, store, removeOld);
+    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, replace) && isRead ? 0 : 1;
 }
 
 int DataAccessObject::insertLineOfFile(const std::string& table,

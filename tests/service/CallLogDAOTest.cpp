@@ -431,6 +431,14 @@ TEST_F(CallLogDAOTest, FilesBringTheRowsOfOneUserInEitherOrder) {
               (Rows{{"base", "12", "all", ""}, {"visitor", "13", "blank", ""}}));
     path = "/tmp/missing.csv";
     EXPECT_EQ(dao().importData(path), 1);
+    m_log.clear();
     EXPECT_EQ(dao().importDataForUser(path, visitor), 1);
     EXPECT_EQ(count("UserContext = 'visitor'"), "0");
+    std::string steps;
+    for (const Log::Entry& entry : m_log.entries()) {
+        const std::string word = entry.message.substr(0, entry.message.find(' '));
+        steps += entry.level == 5 && word != "SELECT" ? word + " " : "";
+    }
+    EXPECT_EQ(steps, "DELETE Opening error ")
+        << "the old rows are gone before the file is asked for";
 }

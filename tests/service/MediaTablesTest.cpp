@@ -41,6 +41,8 @@ TEST_F(MediaTablesTest, CodecTableIsRepairedByTheFirstRequestAndLeftByTheSecond)
         {"empty", "", CodecDefaults, ""},
         {"before OPUS", "('0','1','t','2'),('1','3','f','2'),('2','2','t','2')",
          "0|2|t|2;1|4|f|2;2|3|t|2;3|1|true|2;", "OPUS codec row added"},
+        {"OPUS among three", "('1','4','f','2'),('2','3','t','2'),('3','1','f','1')",
+         "1|4|f|2;2|4|t|2;3|1|true|2;", ""},
         {"ranks of words", "('0','first','t','2'),('1','','f','2'),('2','2','t','2')",
          "0|first|t|2;1||f|2;2|3|t|2;3|1|true|2;", "OPUS codec row added"},
         {"five rows",
