@@ -295,7 +295,9 @@ const std::string& DataAccessObject::generateDetailedFailureMessage() const {
 }
 
 std::string DataAccessObject::responseHeader() {
-    std::string header = xmlHeaderTag;
+    std::string header;
+    header.reserve(FrameSize);
+    header += xmlHeaderTag;
     header += xmlSchemaStart;
     header += schemaName();
     header += xmlSchemaEnd;

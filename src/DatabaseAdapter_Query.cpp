@@ -16,6 +16,9 @@ constexpr const char* LogSource = "./src/DatabaseAdapter";
 
 using Pair = PairList::value_type;
 
+/// Room for a usual statement, so that it does not grow, and move, on its way.
+constexpr std::size_t StatementSize = 256;
+
 bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
@@ -120,7 +123,9 @@ std::string DatabaseAdapter::concatWhereCondition(PairList& andList, PairList& o
     if (andList.empty() && orList.empty() && notList.empty()) {
         return {};
     }
-    std::string sql = " WHERE ";
+    std::string sql;
+    sql.reserve(StatementSize);
+    sql += " WHERE ";
     appendAndList(sql, andList);
     if (!andList.empty() && !(orList.empty() && notList.empty())) {
         sql += " AND ";
@@ -185,7 +190,9 @@ int DatabaseAdapter::executeQuery(const std::string& table, const std::vector<st
                                   PairList& orderBy, Rows& rows, std::string offset,
                                   std::string limit) {
     rows.clear();
-    std::string sql = "SELECT ";
+    std::string sql;
+    sql.reserve(StatementSize);
+    sql += "SELECT ";
     appendColumns(sql, columns);
     sql += "FROM ";
     sql += table;

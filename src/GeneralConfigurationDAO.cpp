@@ -105,12 +105,13 @@ void appendContextEnd(std::string& text) {
 }
 
 void appendItem(std::string& text, const std::string& name, const std::string& value) {
-    std::string tag;
-    DASUtils::createXMLStartTag(name, tag);
-    text += tag;
+    text += '<';
+    text += name;
+    text += '>';
     text += value;
-    DASUtils::createXMLEndTag(name, tag);
-    text += tag;
+    text += "</";
+    text += name;
+    text += '>';
 }
 
 /// Rows of name and value, all in @p context.

@@ -1,6 +1,7 @@
 #include "XmlHandler.h"
 
 #include <expat.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <exception>
@@ -68,6 +69,15 @@ void XMLCALL onDoctype(void* parse, const XML_Char* /*name*/, const XML_Char* /*
     static_cast<Parse*>(parse)->stop();
 }
 
+/// Without a salt the parser asks the system for random numbers at each message.
+unsigned long saltOfProcess() {
+    static const unsigned long salt = [] {
+        unsigned long made = 0;
+        return ::getentropy(&made, sizeof made) == 0 ? made : 0;
+    }();
+    return salt;
+}
+
 }  // namespace
 
 XmlHandler::XmlHandler(void* userData, XmlStartHandler start, XmlEndHandler end,
@@ -84,6 +94,7 @@ int XmlHandler::parseMessage(const char* text, int length) {
     XML_SetElementHandler(parser.get(), onStart, onEnd);
     XML_SetCharacterDataHandler(parser.get(), onCharacters);
     XML_SetStartDoctypeDeclHandler(parser.get(), onDoctype);
+    (void)XML_SetHashSalt(parser.get(), saltOfProcess());
     const std::size_t limit = length > 0 ? static_cast<std::size_t>(length) : 0;
     const int size = static_cast<int>(strnlen(text, limit));
     const XML_Status status = XML_Parse(parser.get(), text, size, XML_TRUE);
