@@ -1,6 +1,7 @@
 #ifndef GENERALCONFIGURATIONDAO_H
 #define GENERALCONFIGURATIONDAO_H
 
+#include <list>
 #include <string>
 #include <vector>
 
@@ -123,7 +124,7 @@ private:
     std::string m_itemContext;  ///< of the open Context, escaped
     std::string m_schema;       ///< escaped; m_schemaName has it as it was sent
     std::string m_resultCols;   ///< names of items with blanks between them, escaped
-    std::vector<Item> m_items;
+    std::list<Item> m_items;    ///< takes nothing in a read, and nothing twice in a long write
 };
 
 #endif

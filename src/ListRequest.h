@@ -43,8 +43,11 @@ public:
     /// Text of the field that ended last, escaped for SQL. Valid until the next event.
     const std::string& text() const { return m_text; }
 
-    /// Adds a value in database form to the pairs of the element that is open: Select or Entry. A
-    /// field outside of both counts as one of an Entry until a Select begins.
+    /// Whether a field that ends now counts as one of an Entry: also outside of both, until a
+    /// Select begins.
+    bool isInEntry() const { return m_inEntry; }
+
+    /// Adds a value in database form to the pairs of the element that is open: Select or Entry.
     void addPair(const std::string& column, const std::string& value);
     const PairList& selectPairs() const { return m_selectPairs; }
     const PairList& entryPairs() const { return m_entryPairs; }

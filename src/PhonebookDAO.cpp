@@ -183,7 +183,7 @@ void PhonebookDAO::handleRequest(const char* text, int length) {
 void PhonebookDAO::startElement(const char* name, const char** attributes) {
     m_request.startElement(name, attributes);
     if (ListRequest::isEntry(name)) {
-        m_fields.fill({});
+        m_entryBegin = m_fields.size();
     }
 }
 
@@ -194,31 +194,52 @@ void PhonebookDAO::characters(const char* text, int length) {
 void PhonebookDAO::endElement(const char* name) {
     const int element = m_request.endElement(name);
     if (ListRequest::isEntry(name)) {
-        m_contacts.push_back(m_fields);
+        m_contacts.emplace_back(m_entryBegin, m_fields.size());
     }
     if (element == ListRequest::NoField) {
         return;
     }
     const auto place = static_cast<std::size_t>(element);
-    if (place >= FieldCount) {
-        m_fields[Patterns[place - FieldCount].field] = {
-            patternWord + " " + DASUtils::convertToDBFormat("%" + m_request.text() + "%"), true};
-        return;
+    if (place < FieldCount) {
+        addField(place, m_request.text(), false);
+    } else {
+        addField(Patterns[place - FieldCount].field,
+                 patternWord + " " + DASUtils::convertToDBFormat("%" + m_request.text() + "%"),
+                 true);
     }
-    m_fields[place] = {m_request.text(), false};
-    m_request.addPair(*FieldColumns[place].name, DASUtils::convertToDBFormat(m_request.text()));
 }
 
-int PhonebookDAO::buildParams(PairList& params, const std::vector<Fields>& contacts) const {
+void PhonebookDAO::addField(std::size_t place, std::string text, bool isPattern) {
+    m_fields.push_back(
+        {std::move(text), static_cast<unsigned char>(place), isPattern, m_request.isInEntry()});
+}
+
+PhonebookDAO::Fields PhonebookDAO::fieldsOf(const Stretch& entry) const {
+    static const Field none;
+    Fields fields;
+    fields.fill(&none);
+    for (std::size_t i = entry.first; i < entry.second; ++i) {
+        fields[m_fields[i].place] = &m_fields[i];
+    }
+    return fields;
+}
+
+PhonebookDAO::Fields PhonebookDAO::lastFields() const {
+    return fieldsOf({m_entryBegin, m_fields.size()});
+}
+
+int PhonebookDAO::buildParams(PairList& params) const {
     params.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
-    if (contacts.empty()) {
+    if (m_contacts.empty()) {
         return 0;
     }
+    const Fields first = fieldsOf(m_contacts.front());
+    const Fields last = lastFields();
     for (std::size_t place = 0; place < FieldCount; ++place) {
-        if (contacts.front()[place].text.empty()) {
+        if (first[place]->text.empty()) {
             continue;
         }
-        const Field& field = m_fields[place];
+        const Field& field = *last[place];
         const bool isNumber = place == NumberField;
         const bool isName = place == SurnameField || place == FirstnameField;
         // A plain name that holds the word would go into the statement as it is: refused.
@@ -248,7 +269,7 @@ int PhonebookDAO::buildReadQuery(PairList& params) {
     DAS_LOG(5, "buildReadQuery");
     extractResultColumns();
     m_request.settlePaging();
-    return DASUtils::areResultColumns(m_resultColumns) ? buildParams(params, m_contacts) : 1;
+    return DASUtils::areResultColumns(m_resultColumns) ? buildParams(params) : 1;
 }
 
 int PhonebookDAO::readRequest() {
@@ -292,7 +313,7 @@ int PhonebookDAO::searchByExternalIdRequest() {
 
 int PhonebookDAO::rowCountRequest() {
     PairList params;
-    if (m_dbAdapter == nullptr || buildParams(params, m_contacts) != 0) {
+    if (m_dbAdapter == nullptr || buildParams(params) != 0) {
         return 1;
     }
     return m_dbAdapter->getRowCount(m_tableName, params, m_count);
@@ -300,17 +321,25 @@ int PhonebookDAO::rowCountRequest() {
 
 int PhonebookDAO::deleteRequest() {
     PairList params;
-    const bool hasPattern = std::any_of(m_fields.begin(), m_fields.end(),
-                                        [](const Field& field) { return field.isPattern; });
-    if (m_dbAdapter == nullptr || hasPattern || buildParams(params, m_contacts) != 0) {
+    const Fields fields = lastFields();
+    const bool hasPattern = std::any_of(fields.begin(), fields.end(),
+                                        [](const Field* field) { return field->isPattern; });
+    if (m_dbAdapter == nullptr || hasPattern || buildParams(params) != 0) {
         return 1;
     }
     return m_dbAdapter->deleteRow(m_tableName, params);
 }
 
 int PhonebookDAO::updateRequest() {
-    PairList conditions = m_request.selectPairs();
-    PairList newValues = m_request.entryPairs();
+    PairList conditions;
+    PairList newValues;
+    for (const Field& field : m_fields) {
+        if (!field.isPattern) {
+            (field.inEntry ? newValues : conditions)
+                .emplace_back(*FieldColumns[field.place].name,
+                              DASUtils::convertToDBFormat(field.text));
+        }
+    }
     // Without a condition the update would reach every contact of every user.
     if (m_dbAdapter == nullptr || conditions.empty()) {
         return 1;
@@ -350,31 +379,31 @@ int PhonebookDAO::insertContacts() {
         transaction = std::make_unique<TransactionGuard>(*m_dbAdapter);
     }
     int result = -1;
-    for (std::size_t place = 0; place < m_contacts.size(); ++place) {
-        result = insertContact(place);
+    for (std::size_t index = 0; index < m_contacts.size(); ++index) {
+        result = insertContact(index);
     }
     // A batch that could not be committed is not there, whatever its last row said.
     const int ended = transaction != nullptr ? transaction->end() : 0;
     return result != 0 ? result : m_dbAdapter->convertSQLiteStatusToAdapterStatus(ended);
 }
 
-int PhonebookDAO::insertContact(std::size_t place) {
-    const Fields& fields = m_contacts[place];
-    const std::string& number = fields[NumberField].text;
+int PhonebookDAO::insertContact(std::size_t index) {
+    const Fields fields = fieldsOf(m_contacts[index]);
+    const std::string& number = fields[NumberField]->text;
     const bool isForm = number.empty() || DASUtils::isIdentifier(number);
-    if (!isForm || fields[SurnameField].isPattern || fields[FirstnameField].isPattern) {
+    if (!isForm || fields[SurnameField]->isPattern || fields[FirstnameField]->isPattern) {
         return 1;
     }
     std::vector<std::string> values;
     values.reserve(1 + FieldCount);
     values.push_back(DASUtils::convertToDBFormat(m_responseUser));
-    values.push_back(number.empty() ? m_numbers.valueOf(place) : number);
+    values.push_back(number.empty() ? m_numbers.valueOf(index) : number);
     for (std::size_t field = SurnameField; field < FieldCount; ++field) {
-        values.push_back(DASUtils::convertToDBFormat(fields[field].text));
+        values.push_back(DASUtils::convertToDBFormat(fields[field]->text));
     }
     const int result = m_dbAdapter->insert(m_tableName, values, &m_lastNumber);
     if (result == 0 && number.empty()) {
-        m_numbers.keep(place, m_lastNumber);
+        m_numbers.keep(index, m_lastNumber);
     }
     return result;
 }

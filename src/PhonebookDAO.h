@@ -2,7 +2,9 @@
 #define PHONEBOOKDAO_H
 
 #include <array>
+#include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "AssignedNumbers.h"
@@ -103,27 +105,39 @@ public:
 private:
     static constexpr std::size_t FieldCount = 19;  ///< columns of the table but the user
 
-    /// A text of the request, escaped for SQL.
+    /// A field of the request. Fields that were not sent take no room: a book of contacts may come
+    /// in one request.
     struct Field {
-        std::string text;
-        bool isPattern = false;  ///< LIKE and a quoted pattern, from an element "…Like"
+        std::string text;         ///< escaped for SQL
+        unsigned char place = 0;  ///< of its column, among those but the user
+        bool isPattern = false;   ///< LIKE and a quoted pattern, from an element "…Like"
+        bool inEntry = false;     ///< or in a Select
     };
-    using Fields = std::array<Field, FieldCount>;
+    /// By place; an empty one where none was sent.
+    using Fields = std::array<const Field*, FieldCount>;
+    /// Where the fields of an entry begin and end.
+    using Stretch = std::pair<std::size_t, std::size_t>;
 
     int writeWithTable();
     int insertContacts();
-    int insertContact(std::size_t place);
+    int insertContact(std::size_t index);
+    void addField(std::size_t place, std::string text, bool isPattern);
+    /// Of a field that was sent twice, the last.
+    Fields fieldsOf(const Stretch& entry) const;
+    /// Those of the last entry, and what stands behind it.
+    Fields lastFields() const;
     int search(const char* logLine);
     /// Conditions from user and entries. The test whether a field counts looks at the first entry,
     /// and the value is that of the last: kept on purpose, with one entry they agree.
-    int buildParams(PairList& params, const std::vector<Fields>& contacts) const;
+    int buildParams(PairList& params) const;
     int buildReadQuery(PairList& params);
     void extractResultColumns();
     std::vector<std::string> columnsToRead() const;
 
     ListRequest m_request;
-    Fields m_fields;  ///< of the entry in progress, or the last one
-    std::vector<Fields> m_contacts;
+    std::deque<Field> m_fields;       ///< all that were sent, in order
+    std::size_t m_entryBegin = 0;     ///< of the entry in progress, or the last one
+    std::vector<Stretch> m_contacts;  ///< the entries that ended
     AssignedNumbers m_numbers;
     std::string m_count;
     long long m_lastNumber = 0;
