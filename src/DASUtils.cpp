@@ -97,18 +97,16 @@ std::string DASUtils::escapeReservedCharacter(const std::string& text, char rese
 }
 
 std::string DASUtils::convertToDBFormat(const std::string& value) {
-    std::string out;
-    convertToDBFormat(value, out);
-    return out;
-}
-
-void DASUtils::convertToDBFormat(const std::string& value, std::string& out) {
     std::string quoted;
     quoted.reserve(value.size() + 2 * singleQuote.size());
     quoted += singleQuote;
     quoted += value;
     quoted += singleQuote;
-    out = std::move(quoted);
+    return quoted;
+}
+
+void DASUtils::convertToDBFormat(const std::string& value, std::string& out) {
+    out = convertToDBFormat(value);
 }
 
 std::string DASUtils::escapeAndQuote(const std::string& text) {

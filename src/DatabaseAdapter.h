@@ -184,6 +184,8 @@ protected:
 
 private:
     static constexpr int SqliteAdapterType = 1;
+    /// Room for a usual statement, so that its text does not grow, and move, on its way.
+    static constexpr std::size_t StatementSize = 256;
 
     /// A stretch of a statement that holds a password: position and length.
     using MaskedStretches = std::vector<std::pair<std::size_t, std::size_t>>;

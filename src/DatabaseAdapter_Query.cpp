@@ -16,9 +16,6 @@ constexpr const char* LogSource = "./src/DatabaseAdapter";
 
 using Pair = PairList::value_type;
 
-/// Room for a usual statement, so that it does not grow, and move, on its way.
-constexpr std::size_t StatementSize = 256;
-
 bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }

@@ -167,7 +167,11 @@ int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orLi
     const bool logged = loggingOnAppUni(LogComponent, 5);
     const bool isPasswordRow = logged && namesPassword(andList);
     MaskedStretches stretches;
-    std::string sql = "UPDATE " + table + " SET ";
+    std::string sql;
+    sql.reserve(StatementSize);
+    sql += "UPDATE ";
+    sql += table;
+    sql += " SET ";
     bool first = true;
     for (const auto& [name, value] : newValues) {
         if (!first) {

@@ -248,9 +248,12 @@ std::string GeneralConfigurationDAO::cacheKey(const std::string& name) const {
 
 PairList GeneralConfigurationDAO::itemConditions(const std::string& name,
                                                  const std::string& context) const {
-    return {{SchemaColumn, DASUtils::convertToDBFormat(m_schema)},
-            {UserContextTagName, DASUtils::convertToDBFormat(context)},
-            {NameColumn, DASUtils::convertToDBFormat(name)}};
+    PairList conditions;
+    conditions.reserve(3);
+    conditions.emplace_back(SchemaColumn, DASUtils::convertToDBFormat(m_schema));
+    conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(context));
+    conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
+    return conditions;
 }
 
 int GeneralConfigurationDAO::getRowCount(std::string& count) {
@@ -339,14 +342,17 @@ int GeneralConfigurationDAO::insertItem(const Item& item, const std::string& con
 
 int GeneralConfigurationDAO::updateItem(const Item& item, const std::string& context) {
     PairList conditions = itemConditions(item.name, context);
-    PairList newValues = {{ValueColumn, DASUtils::convertToDBFormat(item.value)}};
+    PairList newValues;
+    newValues.emplace_back(ValueColumn, DASUtils::convertToDBFormat(item.value));
     return m_dbAdapter->update(m_tableName, conditions, newValues, true);
 }
 
 int GeneralConfigurationDAO::readRequest() {
     const auto names = ClientUtils::tokenizeString(m_resultCols, " ", false, false);
     std::vector<std::string> columns = {NameColumn, ValueColumn};
-    PairList conditions = {{SchemaColumn, DASUtils::convertToDBFormat(m_schema)}};
+    PairList conditions;
+    conditions.reserve(2 + names.size());
+    conditions.emplace_back(SchemaColumn, DASUtils::convertToDBFormat(m_schema));
     if (m_requestContext.empty()) {
         columns.insert(columns.begin(), UserContextTagName);
     } else {

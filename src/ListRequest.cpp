@@ -1,6 +1,5 @@
 #include "ListRequest.h"
 
-#include <cstring>
 #include <string_view>
 
 #include "ClientUtils.h"
@@ -13,11 +12,8 @@ namespace {
 enum State { Idle, Reason, ResultCols, Offset, RowLimit, FirstField };
 
 /// Elements of the frame with a text, in the order of their states.
-constexpr const char* TextElements[] = {"ReasonForMessage", "ResultCols", "Offset", "RowLimit"};
-
-bool isElement(const char* name, const char* element) {
-    return std::strcmp(name, element) == 0;
-}
+constexpr std::string_view TextElements[] = {"ReasonForMessage", "ResultCols", "Offset",
+                                             "RowLimit"};
 
 }  // namespace
 
@@ -26,33 +22,33 @@ ListRequest::ListRequest(const std::vector<std::string>& fields, std::string& sc
     : m_fields(fields), m_schema(schema), m_context(context), m_reason(reason) {}
 
 bool ListRequest::isEntry(const char* name) {
-    return isElement(name, "Entry");
+    return std::string_view(name) == "Entry";
 }
 
 void ListRequest::startElement(const char* name, const char** attributes) {
     m_text.clear();
-    if (isElement(name, "Schema")) {
+    const std::string_view element = name;
+    if (element == "Schema") {
         m_schema =
             DASUtils::unescapeSqlReservedCharacters(DataAccessObject::firstAttribute(attributes));
         return;
     }
-    if (isElement(name, "Context")) {
+    if (element == "Context") {
         m_context = DataAccessObject::firstAttribute(attributes);
         return;
     }
-    if (isEntry(name) || isElement(name, "Select")) {
-        m_inEntry = isEntry(name);
+    if (element == "Entry" || element == "Select") {
+        m_inEntry = element == "Entry";
         return;
     }
     int state = Reason;
-    for (const char* text : TextElements) {
-        if (isElement(name, text)) {
+    for (const std::string_view text : TextElements) {
+        if (element == text) {
             m_state = state;
             return;
         }
         ++state;
     }
-    const std::string_view element = name;
     for (const std::string& field : m_fields) {
         if (field == element) {
             m_state = state;
