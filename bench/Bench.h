@@ -44,6 +44,9 @@ struct Operation {
     /// What `floor` gets: the texts that the service will run, in order.
     std::function<Texts(int round)> statements;
     std::function<std::string(FloorDatabase&, const Texts& statements)> floor;
+    /// Reads the rows that a round has written, for its memory is compared with theirs; empty when
+    /// the rows are those that `floor` reads.
+    std::string written;
     /// The measured operation; a request when empty.
     std::function<std::string(DataAccessService&, const std::string& request)> service;
 };

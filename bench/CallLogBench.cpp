@@ -194,15 +194,26 @@ std::string answerOf(const char* schema, const char* reason, const Rows& rows,
     return answer += end;
 }
 
-Operation writeFullRow() {
-    Operation operation = operationOn(0, "WriteFullRow");
+/// Rows whose ten places are filled, by one transaction.
+Operation write(int rows, const std::string& name) {
+    Operation operation = operationOn(0, name);
     operation.reset = [](int) { return Texts{"DELETE FROM CALL_LOG WHERE UniqueId > 100;"}; };
-    operation.request = [](int round) {
-        return message(missedSchema, "write_request", entryOf(100 + round));
+    operation.request = [rows](int round) {
+        std::string entries;
+        for (int row = 0; row < rows; ++row) {
+            entries += entryOf(100 + round + row);
+        }
+        return message(missedSchema, "write_request", entries);
     };
-    operation.statements = [](int round) {
-        return Texts{"BEGIN TRANSACTION;", insertOf(100 + round), "END TRANSACTION;"};
+    operation.statements = [rows](int round) {
+        Texts sql = {"BEGIN TRANSACTION;"};
+        for (int row = 0; row < rows; ++row) {
+            sql.push_back(insertOf(100 + round + row));
+        }
+        sql.emplace_back("END TRANSACTION;");
+        return sql;
     };
+    operation.written = "SELECT * FROM CALL_LOG WHERE UniqueId > 100;";
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         for (const std::string& statement : sql) {
             db.run(statement);
@@ -288,8 +299,8 @@ Operation readConversations() {
     return operation;
 }
 
-const Registration registration({writeFullRow(), readMissedCalls(),
-                                 readJoined(100, "Read100JoinedWith100Contacts"),
+const Registration registration({write(1, "WriteFullRow"), write(100, "Write100FullRows"),
+                                 readMissedCalls(), readJoined(100, "Read100JoinedWith100Contacts"),
                                  readJoined(1000, "Read100JoinedWith1000Contacts"),
                                  readJoined(10000, "Read100JoinedWith10000Contacts"),
                                  readConversations()});

@@ -198,6 +198,7 @@ Operation write1000() {
         sql.emplace_back("END TRANSACTION;");
         return sql;
     };
+    operation.written = lookForTable;
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         db.prepare(sql[0]);
         for (std::size_t i = 1; i < sql.size(); ++i) {

@@ -137,6 +137,9 @@ CountedPair Stage::count() {
     pair.service = countsOf("service " + m_operation.name, [this] { runService(); });
     const long long rowBytesBefore = m_floor->rowBytes();
     pair.floor = countsOf("floor " + m_operation.name, [this] { runFloor(); });
+    if (!m_operation.written.empty()) {
+        (void)m_floor->rows(m_operation.written);
+    }
     pair.rowBytes = m_floor->rowBytes() - rowBytesBefore;
     pair.answerBytes = static_cast<long long>(m_serviceAnswer.size());
     checkAnswers();

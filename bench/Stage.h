@@ -21,7 +21,7 @@ struct Pair {
 struct CountedPair {
     Counts service;
     Counts floor;
-    long long rowBytes = 0;     ///< the rows of the floor: 32 bytes a cell and its long text
+    long long rowBytes = 0;     ///< rows read or written: 32 bytes a cell and its long text
     long long answerBytes = 0;  ///< the service's answer
 };
 

@@ -98,7 +98,8 @@ class Check:
             if row["service"]["syncs"] > row["floor"]["syncs"]:
                 self.failures += 1
                 print(f"FAILED  {name} asks for more syncs than its floor")
-            if row["row_bytes"] >= LEAST_ROW_BYTES and row["answer_bytes"] > LEAST_ROW_BYTES:
+            if row["row_bytes"] >= LEAST_ROW_BYTES and (row["writes"] or
+                                                        row["answer_bytes"] > LEAST_ROW_BYTES):
                 self.compare(f"{name} memory", memory_of(row), self.limits["memory"])
 
     def ratios(self, rows):

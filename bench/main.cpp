@@ -201,7 +201,8 @@ bool countAll(const Options& options, const Place& place, Output& output) {
                         {"service", toJson(pair.service)},
                         {"floor", toJson(pair.floor)},
                         {"row_bytes", pair.rowBytes},
-                        {"answer_bytes", pair.answerBytes}});
+                        {"answer_bytes", pair.answerBytes},
+                        {"writes", !operation.written.empty()}});
         return output.writeLine(stage.failure().empty() ? line : stage.failure()) &&
                stage.failure().empty();
     });
