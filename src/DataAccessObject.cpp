@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
+#include <string_view>
 
 #include "DatabaseAdapter.h"
 #include "Logging.h"
@@ -215,7 +216,7 @@ const DASUtils::ColumnInfo* DataAccessObject::requestColumn(const char* name) co
 void DataAccessObject::XmlStartElement(const char* name, const char** attributes) {
     m_charData.clear();
     m_currentElement.clear();
-    const std::string element = name;
+    const std::string_view element = name;
     if (element == "ReasonForMessage" || element == "ResultCols") {
         m_currentElement = element;
     } else if (element == "Context") {
@@ -233,7 +234,7 @@ void DataAccessObject::XmlCharacterDataHandler(const char* text, int length) {
 }
 
 void DataAccessObject::XmlEndElement(const char* name) {
-    if (std::string(name) == "Entry") {
+    if (std::string_view(name) == "Entry") {
         m_rowsToWrite.push_back({m_rowId, m_newValues});
     } else if (!m_currentElement.empty()) {
         m_charData = DASUtils::escapeSqlReservedCharacters(m_charData);

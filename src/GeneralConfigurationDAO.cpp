@@ -192,7 +192,7 @@ void GeneralConfigurationDAO::handleRequest(const char* text, int length) {
     }
 }
 
-void GeneralConfigurationDAO::startElement(const std::string& name, const char** attributes) {
+void GeneralConfigurationDAO::startElement(std::string_view name, const char** attributes) {
     m_charData.clear();
     if (name == SchemaColumn) {
         m_schema = firstAttribute(attributes);
@@ -210,7 +210,7 @@ void GeneralConfigurationDAO::startElement(const std::string& name, const char**
     }
 }
 
-void GeneralConfigurationDAO::endElement(const std::string& name) {
+void GeneralConfigurationDAO::endElement(std::string_view name) {
     const ParseState state = m_parseState;
     m_parseState = ParseState::None;
     if (name == ContextElement) {

@@ -3,6 +3,7 @@
 
 #include <list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "DataAccessObject.h"
@@ -93,8 +94,8 @@ public:
     static void clearStaticCaches();
 
     // Parser events.
-    void startElement(const std::string& name, const char** attributes);
-    void endElement(const std::string& name);
+    void startElement(std::string_view name, const char** attributes);
+    void endElement(std::string_view name);
 
 private:
     enum class ParseState { None, Reason, ResultCols, Item };
