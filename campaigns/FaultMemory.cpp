@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
@@ -35,6 +36,14 @@ bool isHit(Owner owner) {
     const long number = ++state.counted;
     return state.place > 0 && (number == state.place || (state.forever && number > state.place));
 }
+
+#ifdef DAS_OWN_MALLOC
+/// What malloc gives when it has nothing: callers tell by the number why they failed.
+void* refused() {
+    errno = ENOMEM;
+    return nullptr;
+}
+#endif
 
 /// Marks what malloc is asked for within an allocation that has been counted.
 class Door {
@@ -219,15 +228,15 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 
 void* malloc(std::size_t size) {
-    return state.within == 0 && isHit(Owner::Library) ? nullptr : __libc_malloc(size);
+    return state.within == 0 && isHit(Owner::Library) ? refused() : __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    return state.within == 0 && isHit(Owner::Library) ? nullptr : __libc_calloc(count, size);
+    return state.within == 0 && isHit(Owner::Library) ? refused() : __libc_calloc(count, size);
 }
 
 void* realloc(void* block, std::size_t size) {
-    return state.within == 0 && isHit(Owner::Library) ? nullptr : __libc_realloc(block, size);
+    return state.within == 0 && isHit(Owner::Library) ? refused() : __libc_realloc(block, size);
 }
 }
 

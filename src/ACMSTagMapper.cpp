@@ -31,8 +31,9 @@ ACMSTagMapper::ACMSTagMapper() {
 }
 
 void ACMSTagMapper::createTable() {
-    std::ifstream file(Storage::devicePath(mappingFile));
-    if (!file) {
+    std::ifstream file;
+    Storage::openToRead(file, mappingFile);
+    if (!file.is_open()) {
         return;
     }
     DAS_LOG(5, "Opening %s", mappingFile);

@@ -207,7 +207,7 @@ CsvReader::CsvReader(const std::string& path, Comments comments)
     struct stat status {};
     const bool exists = ::stat(place.c_str(), &status) == 0;
     if (!exists || !S_ISDIR(status.st_mode)) {
-        m_stream.open(place, std::ios::binary);
+        Storage::openToRead(m_stream, path);
         m_open = m_stream.is_open();
         m_size = S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) : 0;
     }

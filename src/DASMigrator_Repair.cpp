@@ -434,7 +434,8 @@ void DASMigrator::phonebookTableCleanup(DataAccessServiceIfc* service) {
 }
 
 void DASMigrator::distinctiveRingerTableCleanup(DataAccessServiceIfc* service) {
-    std::ifstream file(Storage::devicePath(previousVersionFile));
+    std::ifstream file;
+    Storage::openToRead(file, previousVersionFile);
     std::string line;
     if (file && std::getline(file, line) && line.find(olderProtocol) != std::string::npos) {
         DAS_LOG(6, "distinctiveRingerTableCleanup() removing old records");

@@ -11,7 +11,7 @@ const char* const ExcludedWord = "false";
 }  // namespace
 
 void DeviceDataReader::readFile(const std::string& path) {
-    m_stream.open(Storage::devicePath(path));
+    Storage::openToRead(m_stream, path);
     while (m_stream.good()) {
         processLine();
     }

@@ -1,6 +1,7 @@
 #ifndef STORAGE_H
 #define STORAGE_H
 
+#include <iosfwd>
 #include <list>
 #include <string>
 
@@ -19,6 +20,10 @@ public:
      * directory by ".." or by a link
      */
     static std::string devicePath(const std::string& path);
+
+    /// Opens the file at @p path to read; @p stream is closed when it can't be. std::bad_alloc when
+    /// memory is short: what a file says must not be left out as if there were none.
+    static void openToRead(std::ifstream& stream, const std::string& path);
 
     /// Fills @p list, emptied first, with the full paths of the directories in @p directory, sorted
     /// by bytes. A link to a directory is none. Nothing for a directory that can't be read.

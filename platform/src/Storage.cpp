@@ -11,7 +11,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "Log.h"
@@ -147,6 +149,15 @@ std::string Storage::devicePath(const std::string& path) {
         return {};
     }
     return place;
+}
+
+void Storage::openToRead(std::ifstream& stream, const std::string& path) {
+    const std::string place = devicePath(path);
+    errno = 0;
+    stream.open(place, std::ios::binary);
+    if (!stream.is_open() && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
 }
 
 void Storage::getListOfDirectoriesByDirectoryWithPath(const std::string& directory,
