@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -30,6 +31,46 @@ public:
 
 private:
     const int m_value;
+};
+
+/// One host at a time looks at a path and binds there. The lock has a file of its own: the folder
+/// may be that of the database, which a running host has locked.
+class PathLock {
+public:
+    explicit PathLock(const std::string& path) : m_file(fileFor(path)) {
+        do {
+            m_descriptor.emplace(::open(m_file.c_str(),
+                                        O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                                        S_IRUSR | S_IWUSR));
+            m_isHeld = m_descriptor->get() >= 0 && flock(m_descriptor->get(), LOCK_EX) == 0;
+        } while (m_isHeld && !isStillThere());
+    }
+    ~PathLock() {
+        if (m_isHeld) {
+            unlink(m_file.c_str());
+        }
+    }
+    PathLock(const PathLock&) = delete;
+    PathLock& operator=(const PathLock&) = delete;
+    bool isHeld() const { return m_isHeld; }
+
+private:
+    static std::string fileFor(const std::string& path) {
+        const std::filesystem::path socket(path);
+        return (socket.parent_path() / ("." + socket.filename().string() + ".das-start")).string();
+    }
+
+    /// False when the one that had the lock before has removed the file.
+    bool isStillThere() const {
+        struct stat own {};
+        struct stat there {};
+        return fstat(m_descriptor->get(), &own) == 0 && lstat(m_file.c_str(), &there) == 0 &&
+               own.st_dev == there.st_dev && own.st_ino == there.st_ino;
+    }
+
+    const std::string m_file;
+    std::optional<Descriptor> m_descriptor;
+    bool m_isHeld = false;
 };
 
 bool tell(const std::string& path, int code, std::string& error) {
@@ -63,10 +104,8 @@ bool ListeningSocket::open(const std::string& path, std::string& error) {
     }
     // Two hosts that start at once could both find the same socket stale, and the second would
     // remove what the first has just made: one at a time looks and binds.
-    const auto folder = std::filesystem::path(path).parent_path();
-    const Descriptor lock(
-        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (lock.get() < 0 || flock(lock.get(), LOCK_EX) != 0) {
+    const PathLock lock(path);
+    if (!lock.isHeld()) {
         return tell(path, errno, error);
     }
     return replaceStale(error) && bindAndListen(error);

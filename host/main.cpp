@@ -55,6 +55,8 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
     // An answer that nobody reads any more is an error of that write, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
+    // So is a write beyond the size that a file may have here.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         return runCommandLine({argv + std::min(argc, 1), argv + argc});
     } catch (const std::exception& failure) {

@@ -4,6 +4,7 @@ Usage: test_remote.py DAS sanitizers=NAMES [unittest arguments]
 """
 import json
 import os
+import resource
 import signal
 import socket
 import sqlite3
@@ -97,10 +98,10 @@ class RemoteTest(HostTest):
             self.addCleanup(stream.close)
         return process
 
-    def serve(self):
+    def serve(self, **more):
         """A host that can be connected to. One that is still there when the test ends must end
         well."""
-        self.host = self.start("serve", "--socket", self.path)
+        self.host = self.start("serve", "--socket", self.path, **more)
         self.addCleanup(self.end_host)
         while True:
             try:
@@ -472,6 +473,24 @@ class Sockets(RemoteTest):
             self.end_host()
             self.assertFalse(self.path.exists())
             self.assertEqual(host.returncode, 0)
+
+    def test_a_socket_may_stand_in_the_folder_of_the_database(self):
+        self.path = self.db / "s"
+        self.serve()
+        self.assertEqual(self.das("serve", "--socket", self.path).returncode, 2)
+        (self.db / "lock").symlink_to(self.db)  # nothing of others is removed
+        second = self.start("serve", "--socket", self.db / "t")
+        while not (self.db / "t").exists():
+            self.assertIsNone(second.poll())
+        second.terminate()
+        self.assertEqual(second.wait(PATIENCE), 0)
+        self.assertEqual(list(self.db.glob(".*")), [])
+
+    def test_a_file_that_may_not_grow_ends_no_host(self):
+        limits = (60000, 60000)
+        self.serve(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, limits))
+        answer = self.wire().exchange(asked(request("write_request", schema="CallGroup")))
+        self.assertIn("failure", answer)
 
     def test_two_hosts_that_start_at_once_do_not_share_a_path(self):
         hosts = [self.start("serve", "--socket", self.path) for _ in range(4)]
