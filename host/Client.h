@@ -42,7 +42,8 @@ public:
     /// has gone is dropped.
     virtual void sendLine(const std::string& line) = 0;
 
-    /// The host ends: takes no more messages, and leaves once the last answer is sent.
+    /// The host ends, or has no answer: takes no more messages, and leaves once the last answer is
+    /// sent.
     virtual void end() {}
 
 private:

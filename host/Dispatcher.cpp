@@ -86,6 +86,7 @@ void Dispatcher::handle(std::string_view line, const std::shared_ptr<Client>& cl
         logAppUni("das", "./host/Dispatcher", 2, __LINE__,
                   "A message of client %s ended with an exception: %s", client->name().c_str(),
                   failure.what());
+        client->end();  // it must not wait for an answer that there was no memory for
     }
 }
 

@@ -1,6 +1,7 @@
 #include "LogRelay.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "Client.h"
@@ -73,20 +74,31 @@ void LogRelay::work() {
     while (!m_isEnding) {
         m_changed.wait(lock, [this] { return m_isEnding || !m_waiting.empty(); });
         while (!m_waiting.empty()) {
-            const Log::Entry entry = std::move(m_waiting.front());
-            m_waiting.pop_front();
-            const auto listeners = m_listeners;
-            lock.unlock();
-            const std::string line = JsonRpc::notification(methodFor(entry));
-            for (const Listener& listener : listeners) {
-                const auto client = listener.client.lock();
-                if (client != nullptr && entry.level <= listener.level) {
-                    client->sendLine(line);
-                }
-            }
-            lock.lock();
+            tellNext(lock);
         }
         settleLevel();
+    }
+}
+
+/// The mutex is free while clients are spoken to.
+void LogRelay::tellNext(std::unique_lock<std::mutex>& lock) {
+    const Log::Entry entry = std::move(m_waiting.front());
+    m_waiting.pop_front();
+    try {
+        const auto listeners = m_listeners;
+        lock.unlock();
+        const std::string line = JsonRpc::notification(methodFor(entry));
+        for (const Listener& listener : listeners) {
+            const auto client = listener.client.lock();
+            if (client != nullptr && entry.level <= listener.level) {
+                client->sendLine(line);
+            }
+        }
+    } catch (const std::exception&) {
+        // Without memory the entry is dropped, as one for which there is no room.
+    }
+    if (!lock.owns_lock()) {
+        lock.lock();
     }
 }
 

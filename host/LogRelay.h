@@ -37,6 +37,7 @@ private:
     void startOnce();
     void hear(const Log::Entry& entry);
     void work();
+    void tellNext(std::unique_lock<std::mutex>& lock);
     void settleLevel();
 
     std::mutex m_startMutex;

@@ -75,6 +75,8 @@ public:
         }
     }
 
+    void end() override { m_error = ENOMEM; }
+
     /// The error that ended the output; 0 for none.
     int error() const { return m_error; }
 

@@ -15,6 +15,7 @@
 #include <exception>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -290,7 +291,6 @@ void Session::write() {
         const std::size_t count =
             m_socket.write_some(asio::buffer(text.data() + m_sent, text.size() - m_sent), error);
         if (error == asio::error::would_block) {
-            m_isWaiting = true;
             m_socket.async_wait(Protocol::socket::wait_write,
                                 [session = self()](const error_code& /*told by the next write*/) {
                                     const Lock lock(session->m_mutex);
@@ -298,6 +298,7 @@ void Session::write() {
                                     session->write();
                                     session->settle();
                                 });
+            m_isWaiting = true;  // behind a call that may raise
         } else if (error) {
             close();
         } else {
@@ -344,10 +345,7 @@ public:
           m_mostClients(mostClients()) {
         (void)mallopt(M_MMAP_THRESHOLD, LargeBlock);
         accept();
-        m_running = threads();
-        for (unsigned count = m_running; count > 0; --count) {
-            m_threads.emplace_back([this] { run(); });
-        }
+        startThreads();
     }
 
     ~Implementation() {
@@ -369,6 +367,24 @@ public:
     Implementation& operator=(const Implementation&) = delete;
 
 private:
+    /// As many as the system gives; without any there is no server.
+    void startThreads() {
+        const Lock lock(m_mutex);
+        m_threads.reserve(threads());
+        try {
+            while (m_threads.size() < threads()) {
+                m_threads.emplace_back([this] { run(); });
+                ++m_running;
+            }
+        } catch (const std::system_error& failure) {
+            if (m_threads.empty()) {
+                throw;
+            }
+            logAppUni("das", LogSource, 2, __LINE__, "Only %zu threads serve clients: %s",
+                      m_threads.size(), failure.what());
+        }
+    }
+
     void run() {
         bool isDone = false;
         while (!isDone) {

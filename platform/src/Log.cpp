@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -115,6 +116,18 @@ std::string& appendVisible(std::string& line, const std::string& message) {
     return line;
 }
 
+/// What can be told without memory: the format in place of the message.
+void writeBare(const char* component, const char* source, int level, int line,
+               const char* format) noexcept {
+    char text[512];
+    const int length = std::snprintf(text, sizeof text, "%d %s %s:%d %s\n", level, component,
+                                     source, line, format);
+    if (length > 0) {
+        (void)!::write(STDERR_FILENO, text,
+                       std::min(static_cast<std::size_t>(length), sizeof text - 1));
+    }
+}
+
 }  // namespace
 
 bool loggingOnAppUni(const char* /*component*/, int level) {
@@ -127,12 +140,17 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
         return;
     }
     const int errorBefore = errno;  // who logs a failure may look at errno afterwards
+    component = component != nullptr ? component : "";
+    sourceFile = sourceFile != nullptr ? sourceFile : "";
     va_list arguments;
     va_start(arguments, format);
-    std::string message = formatted(format, arguments);
+    try {
+        handOver({level, component, sourceFile, line, formatted(format, arguments)});
+    } catch (const std::exception&) {
+        // Those who log in the middle of a failure must come to its end.
+        writeBare(component, sourceFile, level, line, format);
+    }
     va_end(arguments);
-    handOver({level, component ? component : "", sourceFile ? sourceFile : "", line,
-              std::move(message)});
     errno = errorBefore;
 }
 

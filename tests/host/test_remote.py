@@ -492,6 +492,24 @@ class Sockets(RemoteTest):
         answer = self.wire().exchange(asked(request("write_request", schema="CallGroup")))
         self.assertIn("failure", answer)
 
+    @unittest.skipIf(SANITIZED, "it takes more memory than that")
+    def test_with_little_memory_each_message_has_an_answer_or_an_end(self):
+        for limit in range(6, 22):
+            with self.subTest(mebibytes=limit):
+                sizes = (limit * MIB, limit * MIB)
+                host = self.start("serve", "--socket", self.path, preexec_fn=lambda sizes=sizes:
+                                  resource.setrlimit(resource.RLIMIT_DATA, sizes))
+                try:
+                    while host.poll() is None and not self.path.exists():
+                        pass
+                    wire = self.wire()
+                    while wire.exchange(asked(READ_ALL)) and len(wire.lines) < 20:
+                        pass
+                except OSError:
+                    pass  # it could not start
+                host.terminate()
+                self.assertIn(host.wait(PATIENCE), (0, 1), self.logged())
+
     def test_two_hosts_that_start_at_once_do_not_share_a_path(self):
         hosts = [self.start("serve", "--socket", self.path) for _ in range(4)]
         statuses = []

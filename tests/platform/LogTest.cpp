@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -31,6 +32,15 @@ TEST(LogTest, ErrnoStaysAsItWas) {
     errno = ENOENT;
     logAppUni("DataAccessService", "./src/Storage", 2, 1, "failed");
     EXPECT_EQ(ENOENT, errno);
+}
+
+// An entry of a failure that could not be told raised another, which ended the process.
+TEST(LogTest, WithoutMemoryTheFormatIsTold) {
+    const LogCapture log;
+    Log::setSink([](const Log::Entry&) { throw std::bad_alloc(); });
+    testing::internal::CaptureStderr();
+    EXPECT_NO_THROW(logAppUni("C", "S", 2, 1, "failed: %s", "why"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "2 C S:1 failed: %s\n");
 }
 
 TEST(LogTest, TheLevelComesFromTheEnvironment) {
