@@ -50,6 +50,7 @@ constexpr unsigned SecondsAfterFailedClose = 5;
 
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
+constexpr const char* UsualJournal = "PRAGMA journal_mode=DELETE;";
 
 // Made once: where memory is short, a transaction must still begin and end.
 const std::string BeginStatement = "BEGIN TRANSACTION;";
@@ -63,6 +64,19 @@ void makeMissingFileForOwnerAlone(const std::string& path) {
     if (file >= 0) {
         ::close(file);
     }
+}
+
+/// Whether another program has set the file to take changes by way of a log beside it (WAL): a
+/// reset would leave that second file, and no journal would tell that a change begins. Read through
+/// SQLite's own descriptor, since closing another would end the locks of the process.
+bool hasWriteAheadLog(sqlite3* db) {
+    constexpr sqlite3_int64 placeOfForm = 18;
+    constexpr char writeAhead = 2;
+    char form = 0;
+    sqlite3_file* file = nullptr;
+    return sqlite3_file_control(db, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
+           file->pMethods != nullptr &&
+           file->pMethods->xRead(file, &form, 1, placeOfForm) == SQLITE_OK && form == writeAhead;
 }
 
 /// A connection of its own for a scope.
@@ -140,6 +154,11 @@ void DatabaseAdapter::openDatabase() {
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
+    if (hasWriteAheadLog(m_db)) {
+        (void)actualSQLiteCommandExecution(UsualJournal, nullptr, nullptr);
+        DAS_LOG(2, "The database %s was in WAL mode, which %s", path.c_str(),
+                hasWriteAheadLog(m_db) ? "another program keeps: an upgrade has no copy" : "ends");
+    }
     const auto isHeld = [](void* adapter) {
         return static_cast<DatabaseAdapter*>(adapter)->m_isCommitHeld ? 1 : 0;
     };

@@ -49,7 +49,7 @@ int openFolder() {
 
 bool hasContents(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
 }
 
 bool succeeded(int result, const char* operation, const std::string& path) {
@@ -182,8 +182,8 @@ void UpgradeCopy::putBack() {
         remove();
         return;
     }
-    // A journal that outlived the file which it belongs to would be rolled back into the copy.
-    if (removed(database + "-journal") && folderSynced() &&
+    // What outlived the file which it belongs to would be rolled back into the copy, or on to it.
+    if (removed(database + "-journal") && removed(database + "-wal") && folderSynced() &&
         succeeded(std::rename(copy.c_str(), database.c_str()), "renaming", copy)) {
         if (wasThere) {
             handOverRights(before, database);

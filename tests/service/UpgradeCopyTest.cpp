@@ -126,6 +126,20 @@ TEST_F(UpgradeCopyTest, AStartThatWasCutOffIsTakenBack) {
     }
 }
 
+// In that mode nothing is told before a change, so an upgrade had no copy.
+TEST_F(UpgradeCopyTest, ADatabaseInWalModeIsCopiedToo) {
+    load("settings_4");
+    sql("PRAGMA journal_mode=WAL; INSERT INTO GENERAL_CONFIG VALUES ('S', '', 'last', '1')");
+    startAndDie("CREATE TABLE", 5);
+    ASSERT_TRUE(std::filesystem::exists(copy()));
+    writeFile(database().string() + "-wal", "of another file");
+    start();
+    EXPECT_TRUE(m_log.has(2, "An upgrade was cut off: the database is as it was before"));
+    EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name = 'last'"), "1");
+    EXPECT_EQ(cell("PRAGMA journal_mode"), "delete");
+    EXPECT_FALSE(std::filesystem::exists(database().string() + "-wal"));
+}
+
 TEST_F(UpgradeCopyTest, AnExceptionEndsTheUpgradeAndNothingIsTakenBack) {
     load("settings_3");
     start([](const std::string& statement) {
@@ -189,6 +203,9 @@ TEST_F(UpgradeCopyTest, HalfACopyAndOneOfAResetDoNotCount) {
     std::filesystem::copy(database(), copy());
     EXPECT_TRUE(service().factoryReset());
     EXPECT_FALSE(std::filesystem::exists(copy()));
+    std::filesystem::create_directory(copy());
+    start();
+    EXPECT_TRUE(std::filesystem::is_regular_file(database()));
 }
 
 TEST_F(UpgradeCopyTest, BesideARunningServiceThereIsNoCopy) {
