@@ -1,5 +1,6 @@
 #include "CsvFile.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,9 +11,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
+#include <memory>
 #include <stdexcept>
-#include <system_error>
 
 #include "ClientUtils.h"
 #include "DASUtils.h"
@@ -67,19 +67,23 @@ bool isAbandoned(const std::string& path, const std::string& owner) {
     return isFree;
 }
 
+struct DirectoryCloser {
+    void operator()(DIR* stream) const { ::closedir(stream); }
+};
+
 /// Removes what processes that were cut off have left beside @p place: it may hold settings.
 void removeAbandoned(const std::string& place) {
     const auto slash = place.rfind('/') + 1;  // 0 without one
     const std::string folder = slash == 0 ? "." : place.substr(0, slash);
     const std::string start = place.substr(slash) + TemporaryMark;
-    std::error_code error;
+    // Not by std::filesystem, whose way through a folder ends the process where memory is short.
+    const std::unique_ptr<DIR, DirectoryCloser> stream(::opendir(folder.c_str()));
     std::vector<std::string> abandoned;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename();
-        if (name.compare(0, start.size(), start) == 0 &&
-            isAbandoned(entry->path(), name.substr(start.size()))) {
-            abandoned.push_back(entry->path());
+    while (const dirent* entry = stream != nullptr ? ::readdir(stream.get()) : nullptr) {
+        const std::string path = place.substr(0, slash) + entry->d_name;
+        if (std::strncmp(entry->d_name, start.c_str(), start.size()) == 0 &&
+            isAbandoned(path, entry->d_name + start.size())) {
+            abandoned.push_back(path);
         }
     }
     for (const std::string& path : abandoned) {
