@@ -38,8 +38,12 @@ protected:
     std::optional<std::string> send(Session& session, const std::optional<std::string>& context,
                                     const std::string& body) const {
         return session.askFor(m_rows.what(),
-                              RequestText::request(m_rows.schema().name, m_reason, context, body));
+                              RequestText::request(m_rows.schema().name, m_reason, context, body),
+                              adviceOnFailure());
     }
+
+    /// What to try when the service gives no reason; empty where nothing is known to help.
+    virtual std::string adviceOnFailure() const { return ""; }
 
     bool refuse(const std::string& why, const std::string& advice) const {
         Complaint::tell(m_rows.what() + ": " + why, advice);
@@ -118,6 +122,10 @@ public:
     }
 
 protected:
+    std::string adviceOnFailure() const override {
+        return rows().form() == Form::Settings ? "an item that is there is changed by das set" : "";
+    }
+
     bool checkRows(const Arguments& arguments) override {
         // The dial plan numbers its entries itself.
         const bool needsKey = rows().form() == Form::Rows && rows().schema().key.size() > 0 &&
@@ -182,6 +190,10 @@ protected:
 
 private:
     bool checkItems(const Arguments& arguments) const {
+        if (arguments.has("--all")) {
+            return refuse("items go one by one, so --all has no place here",
+                          "give the names of items");
+        }
         if (!arguments.has("ITEM")) {
             return refuse("no item is named", "give the names of items");
         }

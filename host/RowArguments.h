@@ -50,6 +50,8 @@ public:
 private:
     bool readPair(const std::string& text, const std::vector<std::string>& names,
                   RequestText::Values& pairs) const;
+    /// Whether the last of @p values is the first of its name, or an element of a call.
+    bool checkRepeated(const RequestText::Values& values) const;
     bool readConditions(const Arguments& arguments, const std::string& reason);
     bool readCondition(const std::string& text, const std::string& reason);
     bool checkName(const std::string& name, const std::vector<std::string>& names) const;

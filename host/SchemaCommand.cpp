@@ -3,6 +3,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "Arguments.h"
 #include "Command.h"
@@ -52,6 +53,9 @@ bool writeAll(const std::filesystem::path& folder) {
 class SchemaCommand : public Command {
 public:
     int run(const HostOptions& /*options*/, const Arguments& arguments) override {
+        if (!check(arguments)) {
+            return ExitUsage;
+        }
         if (const auto folder = arguments.value("--write")) {
             return writeAll(*folder) ? ExitSuccess : ExitFailure;
         }
@@ -70,6 +74,25 @@ public:
     }
 
 private:
+    static bool check(const Arguments& arguments) {
+        if (arguments.has("--write") && arguments.text("--write").empty()) {
+            Complaint::tell("schema: --write: the name of the folder is empty");
+            return false;
+        }
+        const std::pair<const char*, const char*> others[] = {
+            {"--xsd", "--json"},  {"--answers", "--json"},  {"--write", "NAME"},
+            {"--write", "--xsd"}, {"--write", "--answers"}, {"--write", "--json"}};
+        for (const auto& [one, other] : others) {
+            if (arguments.has(one) && arguments.has(other)) {
+                Complaint::tell(
+                    std::string("schema: ") + one + " and " + other + " say different things",
+                    "leave one of them out");
+                return false;
+            }
+        }
+        return true;
+    }
+
     static std::string textFor(const Arguments& arguments, const KnownSchemas::Entry* schema) {
         if (schema == nullptr) {
             return MethodContract::json();

@@ -55,6 +55,7 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
     // An answer that nobody reads any more is an error of that write, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);  // nor is a file that may not grow
     try {
         return runCommandLine({argv + std::min(argc, 1), argv + argc});
     } catch (const std::exception& failure) {
