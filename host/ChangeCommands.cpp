@@ -4,6 +4,7 @@
 #include <string>
 
 #include "AnswerSheet.h"
+#include "Answers.h"
 #include "Arguments.h"
 #include "Command.h"
 #include "Complaint.h"
@@ -27,6 +28,9 @@ public:
     }
 
     int runIn(Session& session, const Arguments& /*arguments*/) override {
+        if (m_rows.form() == Form::List && !m_rows.conditions().empty() && !isThere(session)) {
+            return sendForNothing(session);
+        }
         return send(session, m_rows.context(), body()) ? ExitSuccess : ExitFailure;
     }
 
@@ -68,6 +72,24 @@ protected:
     const RowArguments& rows() const { return m_rows; }
 
 private:
+    /// Whether there is a row to change; true also when that can't be known.
+    bool isThere(Session& session) const {
+        const auto found = session.ask(
+            RequestText::request(m_rows.schema().name, "read_request", m_rows.context(),
+                                 RequestText::entry(m_rows.schema(), m_rows.conditions())));
+        return !found || Answers::isFailure(*found) ||
+               !AnswerSheet::of(m_rows.schema(), *found, {}).rows.empty();
+    }
+
+    /// Most tables answer the same whether there was a row or none.
+    int sendForNothing(Session& session) const {
+        const auto answer = session.ask(
+            RequestText::request(m_rows.schema().name, m_reason, m_rows.context(), body()));
+        Complaint::tell(m_rows.what() + ": there is no such row, so nothing changes",
+                        "das read " + m_rows.schema().name + " lists them");
+        return answer && !Answers::isFailure(*answer) ? ExitSuccess : ExitFailure;
+    }
+
     const char* m_name;
     const char* m_reason;
     RowArguments m_rows;

@@ -14,6 +14,7 @@ const std::pair<const char*, const char*> Advice[] = {
     {"disk I/O error", "see to the disk and how full it is; das check tells of the file"},
     {"readonly database", "see to the rights of phone.db and of its folder"},
     {"is full", "make room on the disk"},
+    {"Out of disk space", "make room on the disk"},
     {"is locked", "another process is at work on it: --socket takes the way through its host"},
     {"no such table", "the first request to a schema makes its table, as das read does"},
     {"no such column", "das check names the columns that are missing"},

@@ -66,6 +66,7 @@ public:
     int runIn(Session& session, const Arguments& arguments) override {
         // The service tells no failure of a file, and empties the table of a user before it opens
         // one.
+        const InterruptNote note(m_name, session.isLocal());
         const std::string file = arguments.text("FILE");
         const auto probe = session.isLocal() ? FileProbe::of(file, !m_isImport)
                                              : probeThere(session, file, !m_isImport);
@@ -94,7 +95,6 @@ protected:
 
 private:
     int transfer(Session& session, const Arguments& arguments) const {
-        const InterruptNote note(m_name, session.isLocal());
         Method answer;
         bool isDone = false;
         if (!session.call(methodFor(arguments), answer)) {

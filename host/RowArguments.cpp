@@ -101,6 +101,18 @@ std::string RowArguments::joined(const std::vector<std::string>& names) {
     return text;
 }
 
+bool RowArguments::checkApart(const std::string& command, const Arguments& arguments,
+                              const std::vector<std::pair<const char*, const char*>>& pairs) {
+    for (const auto& [one, other] : pairs) {
+        if (arguments.has(one) && arguments.has(other)) {
+            Complaint::tell(command + ": " + one + " and " + other + " say different things",
+                            "leave one of them out");
+            return false;
+        }
+    }
+    return true;
+}
+
 bool RowArguments::checkUser(const std::optional<std::string>& user) {
     if (!user || *user == "base" || *user == "visitor") {
         return true;

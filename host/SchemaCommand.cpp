@@ -3,7 +3,6 @@
 #include <fstream>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "Arguments.h"
 #include "Command.h"
@@ -79,18 +78,13 @@ private:
             Complaint::tell("schema: --write: the name of the folder is empty");
             return false;
         }
-        const std::pair<const char*, const char*> others[] = {
-            {"--xsd", "--json"},  {"--answers", "--json"},  {"--write", "NAME"},
-            {"--write", "--xsd"}, {"--write", "--answers"}, {"--write", "--json"}};
-        for (const auto& [one, other] : others) {
-            if (arguments.has(one) && arguments.has(other)) {
-                Complaint::tell(
-                    std::string("schema: ") + one + " and " + other + " say different things",
-                    "leave one of them out");
-                return false;
-            }
-        }
-        return true;
+        return RowArguments::checkApart("schema", arguments,
+                                        {{"--xsd", "--json"},
+                                         {"--answers", "--json"},
+                                         {"--write", "NAME"},
+                                         {"--write", "--xsd"},
+                                         {"--write", "--answers"},
+                                         {"--write", "--json"}});
     }
 
     static std::string textFor(const Arguments& arguments, const KnownSchemas::Entry* schema) {

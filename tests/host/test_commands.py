@@ -628,6 +628,9 @@ class Errors(DemoTest):
             ("read Locale --cols Langage", 0, "Langage: .* did you mean Language"),
             ("read PhoneBook --cols SurnameLike", 2, "SurnameLike: PhoneBook has no such column"),
             ("set PhoneBook --id 1 SurnameLike=x", 2, "SurnameLike: PhoneBook has no such column"),
+            ("set PhoneBook --id 9999 Surname=x", 0, "set PhoneBook: there is no such row, so nothing"),
+            ("delete CallLog --where EntryId=none", 0, "delete CallLog: there is no such row"),
+            ("delete Conversations --id 1", 1, r"\Adas: delete Conversations: there is no such row"),
             ("delete PhoneBook Surname", 2, "Surname is no item of settings"),
             ("delete CodecSettings --all", 2, "its rows go one by one"),
             ("delete FeatureKeys --id 100", 2, "has no delete_request"),
@@ -662,6 +665,7 @@ class Errors(DemoTest):
             ("demo file/x", 2, "Not a directory"),
             ("demo x --db y", 2, "have no place here"),
             ("help raed", 2, "raed: no such command; did you mean read?"),
+            ("help read --man", 2, "help: COMMAND and --man say different things"),
             ("serve", 2, "one of --socket and --stdio is required"),
             ("watch", 2, "--socket is required"),
             ("trace --level x", 2, "--level x: not a number"),
@@ -687,8 +691,8 @@ class Errors(DemoTest):
                 ("import PhoneBook /data --context base", 2, "/data: Is a directory"),
                 ("export PhoneBook /none/x", 2, "/none/x: No such file or directory; .*root/none"),
                 ("export PhoneBook /../x", 2, "Operation not permitted; it leads out of the"),
-                ("export Conversations /tmp/x", 1, "das: export Conversations: .*no such table: "
-                 "CONVERSATIONS.*; the first request to a schema makes its table"),
+                ("export Certificates /tmp/x", 1, "das: export Certificates: .*no such table: "
+                 "CERTIFICATES.*; the first request to a schema makes its table"),
                 ("import DssKeySettings /data/few.csv", 1, "das: import DssKeySettings: .*few.csv: "
                  "line 1 is not stored: its 2 fields are not those of the table; 1 rows of"),
             ]]
