@@ -108,8 +108,7 @@ int print(const Method& answer, Output& output) {
     int status = ExitSuccess;
     for (const Parameter& parameter : answer.parameters()) {
         if (!output.writeLine(parameter.name + "=" + plainTextOf(parameter))) {
-            tell("standard output: the answer could not be written");
-            return ExitFailure;
+            return Complaint::outputFailed();
         }
         status = isRefusal(parameter) ? ExitFailure : status;
     }
@@ -177,7 +176,7 @@ private:
         const bool isDone =
             m_known->isOneWay ? connection.callOneWay(m_method) : connection.call(m_method, answer);
         if (!isDone) {
-            tell("the host has not answered");
+            tell("the host has not answered; it has ended, or it is no host of das");
             return ExitFailure;
         }
         return print(m_known->isOneWay ? Method() : answer, output);

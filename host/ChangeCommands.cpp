@@ -4,6 +4,7 @@
 #include <string>
 
 #include "AnswerSheet.h"
+#include "Answers.h"
 #include "Arguments.h"
 #include "Command.h"
 #include "Complaint.h"
@@ -27,6 +28,9 @@ public:
     }
 
     int runIn(Session& session, const Arguments& /*arguments*/) override {
+        if (m_rows.form() == Form::List && !m_rows.conditions().empty() && !isThere(session)) {
+            return sendForNothing(session);
+        }
         return send(session, m_rows.context(), body()) ? ExitSuccess : ExitFailure;
     }
 
@@ -38,8 +42,12 @@ protected:
     std::optional<std::string> send(Session& session, const std::optional<std::string>& context,
                                     const std::string& body) const {
         return session.askFor(m_rows.what(),
-                              RequestText::request(m_rows.schema().name, m_reason, context, body));
+                              RequestText::request(m_rows.schema().name, m_reason, context, body),
+                              adviceOnFailure());
     }
+
+    /// What to try when the service gives no reason; empty where nothing is known to help.
+    virtual std::string adviceOnFailure() const { return ""; }
 
     bool refuse(const std::string& why, const std::string& advice) const {
         Complaint::tell(m_rows.what() + ": " + why, advice);
@@ -64,6 +72,24 @@ protected:
     const RowArguments& rows() const { return m_rows; }
 
 private:
+    /// Whether there is a row to change; true also when that can't be known.
+    bool isThere(Session& session) const {
+        const auto found = session.ask(
+            RequestText::request(m_rows.schema().name, "read_request", m_rows.context(),
+                                 RequestText::entry(m_rows.schema(), m_rows.conditions())));
+        return !found || Answers::isFailure(*found) ||
+               !AnswerSheet::of(m_rows.schema(), *found, {}).rows.empty();
+    }
+
+    /// Most tables answer the same whether there was a row or none.
+    int sendForNothing(Session& session) const {
+        const auto answer = session.ask(
+            RequestText::request(m_rows.schema().name, m_reason, m_rows.context(), body()));
+        Complaint::tell(m_rows.what() + ": there is no such row, so nothing changes",
+                        "das read " + m_rows.schema().name + " lists them");
+        return answer && !Answers::isFailure(*answer) ? ExitSuccess : ExitFailure;
+    }
+
     const char* m_name;
     const char* m_reason;
     RowArguments m_rows;
@@ -118,6 +144,10 @@ public:
     }
 
 protected:
+    std::string adviceOnFailure() const override {
+        return rows().form() == Form::Settings ? "an item that is there is changed by das set" : "";
+    }
+
     bool checkRows(const Arguments& arguments) override {
         // The dial plan numbers its entries itself.
         const bool needsKey = rows().form() == Form::Rows && rows().schema().key.size() > 0 &&
@@ -182,6 +212,10 @@ protected:
 
 private:
     bool checkItems(const Arguments& arguments) const {
+        if (arguments.has("--all")) {
+            return refuse("items go one by one, so --all has no place here",
+                          "give the names of items");
+        }
         if (!arguments.has("ITEM")) {
             return refuse("no item is named", "give the names of items");
         }

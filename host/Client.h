@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "FailureWords.h"
+
 class Client;
 
 /// The clients that are there. Any thread may ask.
@@ -46,9 +48,13 @@ public:
     /// sent.
     virtual void end() {}
 
+    /// What the last message told of failures. For those who handle messages, one after the other.
+    FailureWords& lastFailures() { return m_lastFailures; }
+
 private:
     Clients& m_clients;
     const std::string m_name;
+    FailureWords m_lastFailures;
 };
 
 #endif

@@ -126,6 +126,22 @@ void tellOfStranger(const std::string& word, const Row* row) {
     }
 }
 
+/// An option without its value is told by the parser in words of its own.
+std::string wordsOf(const CLI::ParseError& error, const Row* row) {
+    const std::string words = error.what();
+    auto options = CommandTable::commonOptions();
+    if (row != nullptr) {
+        const auto own = CommandTable::optionsOf(*row);
+        options.insert(options.end(), own.begin(), own.end());
+    }
+    for (const auto& option : options) {
+        if (words == std::string(option.name) + ": 1 required " + option.value + " missing") {
+            return std::string(option.name) + ": " + option.value + " is missing";
+        }
+    }
+    return words;
+}
+
 int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row) {
     const auto strangers = app.remaining(true);
     if (!strangers.empty()) {
@@ -134,7 +150,7 @@ int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row)
         Complaint::tell("a command is required", "das help lists them");
     } else {
         const std::string name = nameOf(row);
-        Complaint::tell((name == "das" ? "" : name + ": ") + error.what());
+        Complaint::tell((name == "das" ? "" : name + ": ") + wordsOf(error, row));
     }
     return ExitUsage;
 }
@@ -172,6 +188,10 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std
     }
     m_row = findParsed()->row;
     take(*findParsed(), m_arguments);
+    if (m_options.db && m_options.db->empty()) {
+        Complaint::tell("--db: the name of the folder is empty");
+        return ExitUsage;
+    }
     return checkRequired();
 }
 

@@ -92,8 +92,9 @@ const std::vector<Row>& CommandTable::rows() {
          makeWatchCommand},
         {"schemas",
          "List the schemas, or tell all about one",
-         "With a name: its table, users, key, default rows, reasons and columns. Nothing is "
-         "started.",
+         "With a name: its table, users, key, default rows, reasons and columns, a line each. "
+         "Without one, a line a schema; a terminal is spared the columns and default rows there. "
+         "Nothing is started.",
          {{"NAME", Words::Schema, false, false, "A schema"}},
          {},
          true,
@@ -186,8 +187,9 @@ const std::vector<Row>& CommandTable::rows() {
          makeExportCommand},
         {"import",
          "Read a data file into the table of a schema",
-         "With --context the rows of that user are replaced. The import is one transaction: "
-         "interrupted, it leaves the table as it was.",
+         "With --context the rows of that user are replaced; without it, the file's rows take the "
+         "place of those with the same key. The import is one transaction: interrupted, it leaves "
+         "the table as it was. Rows that do not fit the table are told, and the others stay.",
          {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
          {{"--context", "USER", Words::User, "Replace the rows of base or visitor"}},
          false,

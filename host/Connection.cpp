@@ -33,7 +33,7 @@ bool Connection::call(const std::string& line, Method& answer) {
     std::string received;
     while (readLine(received)) {
         JsonRpc::Message message = JsonRpc::read(received);
-        if (message.hasError) {
+        if (message.hasError || !message.isJson) {
             return false;
         }
         if (message.id == CallId) {

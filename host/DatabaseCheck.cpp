@@ -24,7 +24,9 @@ int problemOf(const std::string& path, bool wantFolder) {
 }
 
 std::string toLine(const std::string& path, int error) {
-    return path + ": " + std::generic_category().message(error);
+    return path + ": " + std::generic_category().message(error) +
+           (error == EACCES ? "; see to its rights"
+                            : "; name the folder of phone.db by --db or DB_PATH");
 }
 
 }  // namespace
@@ -44,7 +46,9 @@ std::vector<std::string> databaseProblems() {
     const int fileError = problemOf(file, false);
     if (fileError != 0) {
         const bool isNew = fileError == ENOENT && folderError == 0;
-        lines.push_back(toLine(file, fileError) + (isNew ? " (a new database is made there)" : ""));
+        lines.push_back(isNew ? file + ": " + std::generic_category().message(fileError) +
+                                    " (a new database is made there)"
+                              : toLine(file, fileError));
     }
     return lines;
 }

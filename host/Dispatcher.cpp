@@ -7,6 +7,7 @@
 
 #include "AurelProtocols.h"
 #include "Client.h"
+#include "FileProbe.h"
 #include "HostFramework.h"
 #include "Invoker.h"
 #include "InvokerResponse.h"
@@ -18,6 +19,8 @@ namespace {
 
 const std::string StatusListenerMethod = "AddStatusListener";
 const std::string LogListenerMethod = "AddLogListener";
+const std::string FailuresMethod = "LastFailures";
+const std::string FileMethod = "CheckFile";
 constexpr int LevelOfFailures = 2;
 
 /// The way back to a client for one message.
@@ -64,6 +67,26 @@ Method decoded(ProtocolAdapter& adapter, std::string_view text) {
     return method;
 }
 
+/// What the message before this one told of failures.
+Method failuresOf(Client& client) {
+    Method answer(FailuresMethod);
+    answer.addStringParameter("Words", client.lastFailures().text(), Parameter::out);
+    answer.addBoolParameter("HasFailed", client.lastFailures().hasFailed(), Parameter::out);
+    return answer;
+}
+
+Method probeOf(const Method& question) {
+    std::string path;
+    bool forWriting = false;
+    (void)question.getStringParameter("Path", path);
+    (void)question.getBoolParameter("ForWriting", forWriting);
+    const FileProbe probe = FileProbe::of(path, forWriting);
+    Method answer(FileMethod);
+    answer.addIntParameter("Error", probe.error, Parameter::out);
+    answer.addStringParameter("Place", probe.place, Parameter::out);
+    return answer;
+}
+
 std::string encoded(ProtocolAdapter& adapter, const Method& method) {
     std::ostringstream text;
     adapter.encode(method, text);
@@ -102,20 +125,33 @@ void Dispatcher::handleJson(std::string_view line, const std::shared_ptr<Client>
         return;
     }
     auto response = std::make_unique<JsonResponse>(client, std::move(message.id));
-    if (message.method.getName() == StatusListenerMethod) {
-        m_framework.addStatusListener(response->getSender());
-        response->setReply(JsonRpc::notification(Method(StatusListenerMethod)));
+    if (const auto answer = answerOfHost(message.method, response->getSender(), client)) {
+        response->setReply(JsonRpc::notification(*answer));
         return;
     }
-    if (message.method.getName() == LogListenerMethod) {
-        int level = LevelOfFailures;
-        (void)message.method.getIntParameter("Level", level);  // without one, the failures
-        m_framework.logRelay().add(client, level);
-        response->setReply(JsonRpc::notification(Method(LogListenerMethod)));
-        return;
-    }
+    client->lastFailures() = {};
+    const LogRelay::Hearing hearing(client->lastFailures());
     m_invoker.handleMessage(&m_service, line.data(), static_cast<int>(line.size()),
                             response.release());
+}
+
+std::optional<Method> Dispatcher::answerOfHost(const Method& question, const std::string& sender,
+                                               const std::shared_ptr<Client>& client) {
+    const std::string& name = question.getName();
+    if (name == StatusListenerMethod) {
+        m_framework.addStatusListener(sender);
+        return Method(name);
+    }
+    if (name == LogListenerMethod) {
+        int level = LevelOfFailures;
+        (void)question.getIntParameter("Level", level);  // without one, the failures
+        m_framework.logRelay().add(client, level);
+        return Method(name);
+    }
+    if (name == FailuresMethod) {
+        return failuresOf(*client);
+    }
+    return name == FileMethod ? std::optional<Method>(probeOf(question)) : std::nullopt;
 }
 
 void Dispatcher::handleXml(std::string_view line, const std::shared_ptr<Client>& client) {

@@ -2,6 +2,7 @@
 #define DISPATCHER_H
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,7 @@ class Client;
 class Executable;
 class HostFramework;
 class Invoker;
+class Method;
 
 /// Takes the lines of clients, one message each, to the service, and the replies back. Any thread
 /// may call; the lines of one client come one after the other.
@@ -27,6 +29,10 @@ public:
 
 private:
     void handleJson(std::string_view line, const std::shared_ptr<Client>& client);
+
+    /// What the host itself answers; none for what the service is asked.
+    std::optional<Method> answerOfHost(const Method& question, const std::string& sender,
+                                       const std::shared_ptr<Client>& client);
     void handleXml(std::string_view line, const std::shared_ptr<Client>& client);
 
     Executable& m_service;

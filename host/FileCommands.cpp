@@ -1,10 +1,5 @@
 // Commands that carry tables to data files and back: export and import.
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,13 +7,13 @@
 #include "Arguments.h"
 #include "Command.h"
 #include "Complaint.h"
+#include "FileProbe.h"
 #include "HostOptions.h"
 #include "InterruptNote.h"
 #include "KnownSchemas.h"
 #include "Method.h"
 #include "RowArguments.h"
 #include "Session.h"
-#include "Storage.h"
 
 namespace {
 
@@ -29,42 +24,24 @@ int userOf(const Arguments& arguments) {
     return !user ? EveryUser : *user == "base" ? 0 : 1;
 }
 
-/// The error that opening @p path of the telephone with @p flags meets, 0 for none. What it
-/// creates stays.
-int openError(const std::string& path, int flags) {
-    const std::string place = Storage::devicePath(path);
-    const int descriptor = place.empty() ? -1 : open(place.c_str(), flags | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        return place.empty() ? EPERM : errno;
-    }
-    struct stat status {};
-    const bool isFolder = fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
-    close(descriptor);
-    return isFolder ? EISDIR : 0;
-}
-
-/// Whether the telephone of the session lists the file @p path; none when nobody has answered.
-std::optional<bool> isListed(Session& session, const std::string& path) {
-    const std::size_t end = path.rfind('/');
-    const std::string folder = end == 0 ? "/" : path.substr(0, end);
-    Method question("readDirectory");
-    question.addStringParameter("Directory", folder, Parameter::in);
-    question.addBoolParameter("DirReading", false, Parameter::in);
-    question.addBoolParameter("FileReading", true, Parameter::in);
-    question.addBoolParameter("SubDirReading", false, Parameter::in);
+/// What the telephone of a running host meets; none when nobody has answered, which has been told.
+std::optional<FileProbe> probeThere(Session& session, const std::string& path, bool forWriting) {
+    Method question("CheckFile");
+    question.addStringParameter("Path", path, Parameter::in);
+    question.addBoolParameter("ForWriting", forWriting, Parameter::in);
     Method answer;
+    FileProbe probe{0, {}};
     if (!session.call(question, answer)) {
         return std::nullopt;
     }
-    std::string tree;
-    (void)answer.getStringParameter("DirectoryTree", tree);
-    return tree.find("<fileinfo directory=\"" + folder + "\" name=\"" + path.substr(end + 1) +
-                     "\" />") != std::string::npos;
+    (void)answer.getIntParameter("Error", probe.error);
+    (void)answer.getStringParameter("Place", probe.place);
+    return probe;
 }
 
 class FileCommand : public SessionCommand {
 public:
-    FileCommand(const char* name, int flags) : m_name(name), m_flags(flags) {}
+    FileCommand(const char* name, bool isImport) : m_name(name), m_isImport(isImport) {}
 
     bool check(const Arguments& arguments) override {
         const KnownSchemas::Entry* const schema =
@@ -89,16 +66,21 @@ public:
     int runIn(Session& session, const Arguments& arguments) override {
         // The service tells no failure of a file, and empties the table of a user before it opens
         // one.
-        const int status = session.isLocal() ? openHere(arguments)
-                           : isImport()      ? findThere(session, arguments, ExitUsage)
-                                             : ExitSuccess;
-        if (status != ExitSuccess) {
-            return status;
+        const InterruptNote note(m_name, session.isLocal());
+        const std::string file = arguments.text("FILE");
+        const auto probe = session.isLocal() ? FileProbe::of(file, !m_isImport)
+                                             : probeThere(session, file, !m_isImport);
+        if (!probe) {
+            return ExitFailure;
         }
-        const int result = transfer(session, arguments);
-        return result != ExitSuccess || session.isLocal() || isImport()
-                   ? result
-                   : findThere(session, arguments, ExitFailure);
+        if (probe->error != 0) {
+            Complaint::tellError(what(arguments) + ": " + file, probe->error,
+                                 probe->place.empty()
+                                     ? "it leads out of the telephone's root"
+                                     : "it stands below --root, at " + probe->place);
+            return ExitUsage;
+        }
+        return transfer(session, arguments);
     }
 
 protected:
@@ -112,44 +94,21 @@ protected:
     }
 
 private:
-    bool isImport() const { return m_flags == O_RDONLY; }
-
-    int openHere(const Arguments& arguments) const {
-        const std::string file = arguments.text("FILE");
-        const int error = openError(file, m_flags);
-        if (error == 0) {
-            return ExitSuccess;
-        }
-        const std::string place = Storage::devicePath(file);
-        Complaint::tellError(what(arguments) + ": " + file, error,
-                             place.empty() ? "it leads out of the telephone's root"
-                                           : "it stands below --root, at " + place);
-        return ExitUsage;
-    }
-
-    /// The files of a running host can't be opened from here, but it lists them.
-    int findThere(Session& session, const Arguments& arguments, int otherwise) const {
-        const auto isThere = isListed(session, arguments.text("FILE"));
-        if (isThere && !*isThere) {
-            Complaint::tell(what(arguments) + ": " + arguments.text("FILE") +
-                                ": the telephone of the host has no such file",
-                            isImport()
-                                ? "it stands below the --root of the host"
-                                : "nothing was written: the folder, or the table, is missing");
-        }
-        return !isThere ? ExitFailure : *isThere ? ExitSuccess : otherwise;
-    }
-
     int transfer(Session& session, const Arguments& arguments) const {
-        const InterruptNote note(m_name, session.isLocal());
         Method answer;
         bool isDone = false;
         if (!session.call(methodFor(arguments), answer)) {
             return ExitFailure;
         }
-        return answer.getBoolParameter("Acknowledge", isDone) && isDone
-                   ? ExitSuccess
-                   : session.tellFailure(what(arguments));
+        if (!answer.getBoolParameter("Acknowledge", isDone) || !isDone) {
+            return session.tellFailure(what(arguments));
+        }
+        const FailureWords failures = session.takeFailures();  // they are acknowledged all the same
+        if (failures.hasFailed()) {
+            Complaint::tell(what(arguments) + ": " + failures.text(),
+                            FailureWords::adviceFor(failures.text()));
+        }
+        return failures.hasFailed() ? ExitFailure : ExitSuccess;
     }
 
     std::string what(const Arguments& arguments) const {
@@ -157,12 +116,12 @@ private:
     }
 
     const char* m_name;
-    const int m_flags;
+    const bool m_isImport;
 };
 
 class ExportCommand : public FileCommand {
 public:
-    ExportCommand() : FileCommand("export", O_WRONLY | O_CREAT) {}
+    ExportCommand() : FileCommand("export", false) {}
 
 protected:
     Method methodFor(const Arguments& arguments) const override {
@@ -174,7 +133,7 @@ protected:
 
 class ImportCommand : public FileCommand {
 public:
-    ImportCommand() : FileCommand("import", O_RDONLY) {}
+    ImportCommand() : FileCommand("import", true) {}
 
 protected:
     Method methodFor(const Arguments& arguments) const override {

@@ -10,6 +10,7 @@
 #include "HostOptions.h"
 #include "NearMisses.h"
 #include "Output.h"
+#include "RowArguments.h"
 
 namespace {
 
@@ -22,6 +23,15 @@ public:
         if (!name.empty() && row == nullptr) {
             Complaint::tell(name + ": no such command",
                             NearMisses::question(name, names(), "das help lists them"));
+            return ExitUsage;
+        }
+        if (!RowArguments::checkApart("help", arguments,
+                                      {{"COMMAND", "--man"},
+                                       {"COMMAND", "--markdown"},
+                                       {"COMMAND", "--completion"},
+                                       {"--man", "--markdown"},
+                                       {"--man", "--completion"},
+                                       {"--markdown", "--completion"}})) {
             return ExitUsage;
         }
         Output output;

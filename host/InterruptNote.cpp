@@ -25,7 +25,7 @@ void endProcess(int /*signal*/) {
 InterruptNote::InterruptNote(const char* work, bool isLocal) {
     const std::string line =
         "\ndas: " + std::string(work) + ": interrupted; " +
-        (isLocal ? "what was not complete is taken back\n" : "the host goes on with it\n");
+        (isLocal ? "what was not complete is taken back\n" : "what the host has begun goes on\n");
     s_length = std::min(line.size(), sizeof s_line);
     std::memcpy(s_line, line.data(), s_length);
     struct sigaction action {};

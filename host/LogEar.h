@@ -3,7 +3,8 @@
 
 #include <atomic>
 #include <mutex>
-#include <string>
+
+#include "FailureWords.h"
 
 /// Listens to the log of this process for the reasons of failures, as long as it lives. What is
 /// written to standard error stays the same, but for the start, whose lines matter to nobody who
@@ -15,8 +16,8 @@ public:
     LogEar(const LogEar&) = delete;
     LogEar& operator=(const LogEar&) = delete;
 
-    /// The messages of failures since the last call, repeated ones once, joined by semicolons.
-    std::string take();
+    /// What failed since the last call.
+    FailureWords take();
 
     /// The start is over.
     void startIsOver() { m_isStarting = false; }
@@ -25,7 +26,7 @@ private:
     const int m_shownLevel;  ///< highest level that goes to standard error
     std::atomic<bool> m_isStarting;
     std::mutex m_mutex;
-    std::string m_heard;
+    FailureWords m_heard;
 };
 
 #endif

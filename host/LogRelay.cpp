@@ -5,12 +5,15 @@
 #include <utility>
 
 #include "Client.h"
+#include "FailureWords.h"
 #include "JsonRpc.h"
 #include "Method.h"
 
 namespace {
 
 constexpr std::size_t MostWaiting = 10000;
+
+thread_local FailureWords* s_wordsOfThread = nullptr;
 
 Method methodFor(const Log::Entry& entry) {
     Method method("Log");
@@ -45,6 +48,21 @@ void LogRelay::add(const std::shared_ptr<Client>& client, int level) {
     settleLevel();
 }
 
+void LogRelay::hearFailures() {
+    startOnce();
+    m_hearsFailures = true;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    settleLevel();
+}
+
+LogRelay::Hearing::Hearing(FailureWords& words) {
+    s_wordsOfThread = &words;
+}
+
+LogRelay::Hearing::~Hearing() {
+    s_wordsOfThread = nullptr;
+}
+
 // Not under the mutex of the listeners, which those who log take under the log's own.
 void LogRelay::startOnce() {
     const std::lock_guard<std::mutex> lock(m_startMutex);
@@ -60,8 +78,14 @@ void LogRelay::hear(const Log::Entry& entry) {
     if (entry.level <= m_ownLevel) {
         Log::write(entry);
     }
+    if (s_wordsOfThread != nullptr) {
+        s_wordsOfThread->add(entry);
+    }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_listeners.empty()) {
+            return;
+        }
         if (m_waiting.size() < MostWaiting) {
             m_waiting.push_back(entry);
         }
@@ -106,7 +130,7 @@ void LogRelay::settleLevel() {
     m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(),
                                      [](const auto& each) { return each.client.expired(); }),
                       m_listeners.end());
-    int level = m_ownLevel;
+    int level = m_hearsFailures ? std::max(m_ownLevel, FailureWords::HighestLevel) : m_ownLevel;
     for (const Listener& listener : m_listeners) {
         level = std::max(level, listener.level);
     }

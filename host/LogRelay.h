@@ -1,6 +1,7 @@
 #ifndef LOGRELAY_H
 #define LOGRELAY_H
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -11,10 +12,12 @@
 #include "Log.h"
 
 class Client;
+class FailureWords;
 
 /**
- * Carries the log of a host to the clients that have asked for it. Standard error gets the same as
- * without them. While nobody listens, the log is left alone.
+ * Carries the log of a host to the clients that have asked for it, and what it tells of failures to
+ * those whose calls fail. Standard error gets the same as without them. While nobody listens, the
+ * log is left alone.
  */
 class LogRelay {
 public:
@@ -27,6 +30,18 @@ public:
     /// "level" and "line" and the strings "component", "source" and "message", until it has gone.
     /// An entry is dropped while too many wait.
     void add(const std::shared_ptr<Client>& client, int level);
+
+    /// From now on a Hearing hears the failures of its thread.
+    void hearFailures();
+
+    /// As long as it lives, what this thread logs of failures is added to @p words.
+    class Hearing {
+    public:
+        explicit Hearing(FailureWords& words);
+        ~Hearing();
+        Hearing(const Hearing&) = delete;
+        Hearing& operator=(const Hearing&) = delete;
+    };
 
 private:
     struct Listener {
@@ -46,6 +61,7 @@ private:
     std::vector<Listener> m_listeners;
     std::deque<Log::Entry> m_waiting;
     int m_ownLevel = 0;  ///< highest level that goes to standard error
+    std::atomic<bool> m_hearsFailures{false};
     bool m_isEnding = false;
     std::thread m_thread;  ///< speaks to clients, since those who log may hold any lock
 };

@@ -53,8 +53,13 @@ private:
 
     bool readColumns(const Arguments& arguments) {
         m_columns = ClientUtils::tokenizeString(arguments.text("--cols"), ",", false, true);
-        for (const std::string& column : m_columns) {
-            if (!m_rows.checkName(column)) {
+        for (auto column = m_columns.begin(); column != m_columns.end(); ++column) {
+            if (!m_rows.checkName(*column)) {
+                return false;
+            }
+            if (std::find(m_columns.begin(), column, *column) != column) {
+                Complaint::tell(m_rows.what() + ": " + *column + " is asked for twice",
+                                "a column stands once in --cols");
                 return false;
             }
         }

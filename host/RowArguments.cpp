@@ -18,6 +18,23 @@ bool contains(const std::vector<std::string>& all, const std::string& one) {
     return std::find(all.begin(), all.end(), one) != all.end();
 }
 
+/// Whether the rows of @p schema are numbered: by the table itself, or as the keys of a telephone.
+bool isNumbered(const KnownSchemas::Entry& schema) {
+    const std::string id = RequestText::idElement(schema);
+    for (const KnownSchemas::Column& column : schema.columns) {
+        if (column.name == id && column.type.rfind("INTEGER", 0) == 0) {
+            return true;
+        }
+    }
+    return RequestText::formOf(schema) == RequestText::Form::Rows && schema.key.empty() &&
+           !schema.defaultRows.empty();
+}
+
+bool isNumber(const std::string& text) {
+    const std::size_t begin = text.rfind('-', 0) == 0 ? 1 : 0;
+    return text.size() > begin && text.find_first_not_of("0123456789", begin) == std::string::npos;
+}
+
 std::vector<std::string> namesOf(const KnownSchemas::Entry& schema) {
     std::vector<std::string> names = schema.elements;
     names.insert(names.end(), schema.itemElements.begin(), schema.itemElements.end());
@@ -84,6 +101,18 @@ std::string RowArguments::joined(const std::vector<std::string>& names) {
     return text;
 }
 
+bool RowArguments::checkApart(const std::string& command, const Arguments& arguments,
+                              const std::vector<std::pair<const char*, const char*>>& pairs) {
+    for (const auto& [one, other] : pairs) {
+        if (arguments.has(one) && arguments.has(other)) {
+            Complaint::tell(command + ": " + one + " and " + other + " say different things",
+                            "leave one of them out");
+            return false;
+        }
+    }
+    return true;
+}
+
 bool RowArguments::checkUser(const std::optional<std::string>& user) {
     if (!user || *user == "base" || *user == "visitor") {
         return true;
@@ -122,9 +151,20 @@ bool RowArguments::read(const Arguments& arguments, const std::string& command,
         return false;
     }
     for (const std::string& text : arguments.all("NAME=VALUE")) {
-        if (!readPair(text, namesOf(*m_schema), m_values)) {
+        if (!readPair(text, namesOf(*m_schema), m_values) || !checkRepeated(m_values)) {
             return false;
         }
+    }
+    return true;
+}
+
+bool RowArguments::checkRepeated(const RequestText::Values& values) const {
+    const std::string& name = values.back().first;
+    const bool isRepeated = std::any_of(values.begin(), values.end() - 1,
+                                        [&](const auto& value) { return value.first == name; });
+    if (isRepeated && !contains(m_schema->itemElements, name)) {
+        Complaint::tell(m_what + ": " + name + " is given twice", "one value for each");
+        return false;
     }
     return true;
 }
@@ -189,6 +229,10 @@ bool RowArguments::readConditions(const Arguments& arguments, const std::string&
         return false;
     }
     const auto id = arguments.value("--id");
+    if (arguments.all("--id").size() > 1) {
+        Complaint::tell(m_what + ": --id is given twice", "one row at a time");
+        return false;
+    }
     if (id && id->empty()) {
         Complaint::tell(m_what + ": --id is empty, which names no row");
         return false;
@@ -220,6 +264,12 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
     if (std::any_of(m_conditions.begin(), m_conditions.end(),
                     [&name = name](const auto& one) { return one.first == name; })) {
         Complaint::tell(m_what + ": " + name + " is asked for twice", "one value a column");
+        return false;
+    }
+    if (name == RequestText::idElement(*m_schema) && isNumbered(*m_schema) && !value.empty() &&
+        !isNumber(value)) {
+        Complaint::tell(m_what + ": " + value + " is no number",
+                        "the rows of " + m_schema->name + " are numbered");
         return false;
     }
     // The service leaves out a condition that is blank, and means every row then.

@@ -47,9 +47,15 @@ public:
     /// Names with commas between them, for messages.
     static std::string joined(const std::vector<std::string>& names);
 
+    /// Whether of each of @p pairs of arguments and options one at least is missing; told when not.
+    static bool checkApart(const std::string& command, const Arguments& arguments,
+                           const std::vector<std::pair<const char*, const char*>>& pairs);
+
 private:
     bool readPair(const std::string& text, const std::vector<std::string>& names,
                   RequestText::Values& pairs) const;
+    /// Whether the last of @p values is the first of its name, or an element of a call.
+    bool checkRepeated(const RequestText::Values& values) const;
     bool readConditions(const Arguments& arguments, const std::string& reason);
     bool readCondition(const std::string& text, const std::string& reason);
     bool checkName(const std::string& name, const std::vector<std::string>& names) const;

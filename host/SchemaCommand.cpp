@@ -52,6 +52,9 @@ bool writeAll(const std::filesystem::path& folder) {
 class SchemaCommand : public Command {
 public:
     int run(const HostOptions& /*options*/, const Arguments& arguments) override {
+        if (!check(arguments)) {
+            return ExitUsage;
+        }
         if (const auto folder = arguments.value("--write")) {
             return writeAll(*folder) ? ExitSuccess : ExitFailure;
         }
@@ -70,6 +73,20 @@ public:
     }
 
 private:
+    static bool check(const Arguments& arguments) {
+        if (arguments.has("--write") && arguments.text("--write").empty()) {
+            Complaint::tell("schema: --write: the name of the folder is empty");
+            return false;
+        }
+        return RowArguments::checkApart("schema", arguments,
+                                        {{"--xsd", "--json"},
+                                         {"--answers", "--json"},
+                                         {"--write", "NAME"},
+                                         {"--write", "--xsd"},
+                                         {"--write", "--answers"},
+                                         {"--write", "--json"}});
+    }
+
     static std::string textFor(const Arguments& arguments, const KnownSchemas::Entry* schema) {
         if (schema == nullptr) {
             return MethodContract::json();

@@ -13,24 +13,30 @@
 
 namespace {
 
-std::string joined(const std::vector<std::string>& texts) {
-    std::string text;
-    for (const std::string& each : texts) {
-        text += (text.empty() ? "" : ", ") + each;
-    }
-    return text;
-}
-
-Sheet listing() {
+/// A line a schema; the lists of all columns and default rows would leave a terminal no room.
+Sheet listing(bool isShort) {
     Sheet sheet{{"Schema", "Table", "Users", "Reasons"}, {}};
+    if (!isShort) {
+        sheet.columns.insert(sheet.columns.end(), {"Columns", "Default rows"});
+    }
     for (const KnownSchemas::Entry& each : KnownSchemas::all()) {
-        sheet.rows.push_back({each.name, each.table, each.users, joined(each.reasons)});
+        sheet.rows.push_back(
+            {each.name, each.table, each.users, RowArguments::joined(each.reasons)});
+        if (isShort) {
+            continue;
+        }
+        std::vector<std::string> columns;
+        for (const KnownSchemas::Column& column : each.columns) {
+            columns.push_back(column.name);
+        }
+        sheet.rows.back().push_back(RowArguments::joined(columns));
+        sheet.rows.back().push_back(RowArguments::joined(each.defaultRows));
     }
     return sheet;
 }
 
 std::string textOf(const KnownSchemas::Column& column) {
-    const std::string defaults = joined(column.defaults);
+    const std::string defaults = RowArguments::joined(column.defaults);
     return defaults.empty() ? column.type : column.type + ", default " + defaults;
 }
 
@@ -38,10 +44,10 @@ Sheet detailsOf(const KnownSchemas::Entry& schema) {
     Sheet sheet{{"What", "Value"},
                 {{"Schema", schema.name},
                  {"Table", schema.table},
-                 {"Reasons", joined(schema.reasons)},
+                 {"Reasons", RowArguments::joined(schema.reasons)},
                  {"Rows of", schema.users},
-                 {"Key", joined(schema.key)},
-                 {"Default rows", joined(schema.defaultRows)},
+                 {"Key", RowArguments::joined(schema.key)},
+                 {"Default rows", RowArguments::joined(schema.defaultRows)},
                  {"Data file", schema.hasDataFile ? "yes" : "no"}},
                 true};
     for (const KnownSchemas::Column& column : schema.columns) {
@@ -76,8 +82,9 @@ public:
 
 private:
     int print(const Arguments& arguments, Output& output) const {
-        return SheetPrinter(arguments, output)
-            .print(m_schema == nullptr ? listing() : detailsOf(*m_schema));
+        SheetPrinter printer(arguments, output);
+        return printer.print(m_schema == nullptr ? listing(printer.isForTerminal())
+                                                 : detailsOf(*m_schema));
     }
 
     const KnownSchemas::Entry* m_schema = nullptr;

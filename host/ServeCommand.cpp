@@ -179,6 +179,7 @@ private:
         if (!host.start()) {
             return ExitNoLibrary;
         }
+        host.keepFailures();
         const SocketServer server(socket.release(), host.dispatcher(), host.clients());
         notice.ready(*path);
         signals.wait();

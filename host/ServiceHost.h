@@ -42,6 +42,9 @@ public:
     /// Those who speak with the dispatcher are entered here.
     Clients& clients() { return m_framework.clients(); }
 
+    /// From now on clients may ask why their calls failed.
+    void keepFailures() { m_framework.logRelay().hearFailures(); }
+
     /// Where answers are written.
     Output& output() { return m_output; }
 

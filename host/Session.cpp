@@ -24,19 +24,17 @@ public:
         }
         m_connection = std::make_unique<LocalConnection>(m_host);
         m_ear.startIsOver();
-        (void)m_ear.take();  // what the start told is no reason of what comes
         return true;
     }
 
     bool isLocal() const override { return true; }
     Output& output() override { return m_host.output(); }
     Connection& connection() override { return *m_connection; }
+    FailureWords takeFailures() override { return m_ear.take(); }
 
 protected:
-    std::string takeReasons() override {
-        const std::string reasons = m_ear.take();
-        return reasons.empty() ? "it gives no reason; DAS_LOG=5 shows what it did" : reasons;
-    }
+    void forgetFailures() override { (void)m_ear.take(); }
+    std::string placeOfLog() const override { return "DAS_LOG=5 shows what it did"; }
 
 private:
     LogEar m_ear;
@@ -59,8 +57,22 @@ public:
     Output& output() override { return m_output; }
     Connection& connection() override { return m_connection; }
 
+    FailureWords takeFailures() override {
+        Method answer;
+        FailureWords failures;
+        std::string words;
+        bool hasFailed = false;
+        if (m_connection.call(Method("LastFailures"), answer) &&
+            answer.getStringParameter("Words", words) &&
+            answer.getBoolParameter("HasFailed", hasFailed) && !words.empty()) {
+            failures.add({hasFailed ? 0 : FailureWords::HighestLevel, "", "", 0, words});
+        }
+        return failures;
+    }
+
 protected:
-    std::string takeReasons() override { return "the log of the host tells more"; }
+    void forgetFailures() override {}  // each call has its own
+    std::string placeOfLog() const override { return "das trace shows the log of the host"; }
 
 private:
     ProgressLine m_progress;
@@ -82,7 +94,7 @@ std::unique_ptr<Session> Session::open(const HostOptions& options, int& status) 
 }
 
 bool Session::call(const Method& method, Method& answer) {
-    (void)takeReasons();
+    forgetFailures();
     if (!isLocal()) {
         Progress::report({"waiting for the host", 0, 0, 1});
     }
@@ -103,25 +115,34 @@ std::optional<std::string> Session::ask(const std::string& request) {
     }
     Method answer;
     std::string text;
-    if (!call(method, answer) || !answer.getStringParameter("Response", text)) {
+    if (!call(method, answer)) {
+        return std::nullopt;
+    }
+    if (!answer.getStringParameter("Response", text)) {
+        Complaint::tell("the host's answer holds no response", "it is no host of das");
         return std::nullopt;
     }
     return text;
 }
 
-std::optional<std::string> Session::askFor(const std::string& what, const std::string& request) {
+std::optional<std::string> Session::askFor(const std::string& what, const std::string& request,
+                                           const std::string& advice) {
     auto answer = ask(request);
     if (answer && (*answer == "failure" || Answers::isFailure(*answer))) {
-        tellFailure(what);
+        tellFailure(what, advice);
         return std::nullopt;
     }
     return answer;
 }
 
-int Session::tellFailure(const std::string& what) {
-    const std::string reasons = takeReasons();
-    Complaint::tell(what + ": the service answered a failure" +
-                    (reasons.empty() ? "" : ": " + reasons));
+int Session::tellFailure(const std::string& what, const std::string& advice) {
+    const std::string words = takeFailures().text();
+    const std::string known = FailureWords::adviceFor(words);
+    Complaint::tell(what + ": the service answered a failure: " +
+                        (words.empty() ? "it gives no reason" : words),
+                    !known.empty()                     ? known
+                    : words.empty() && !advice.empty() ? advice
+                                                       : placeOfLog());
     return ExitFailure;
 }
 

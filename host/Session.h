@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "FailureWords.h"
+
 class Connection;
 class Method;
 class Output;
@@ -32,11 +34,16 @@ public:
     std::optional<std::string> ask(const std::string& request);
 
     /// Sends @p request, which is one of @p what ("read PhoneBook"). As ask(), and a failure is
-    /// told with the reasons that are known, and gives none.
-    std::optional<std::string> askFor(const std::string& what, const std::string& request);
+    /// told as tellFailure() does, and gives none.
+    std::optional<std::string> askFor(const std::string& what, const std::string& request,
+                                      const std::string& advice = "");
 
-    /// Tells that @p what failed, with the reasons that are known. Gives the exit status.
-    int tellFailure(const std::string& what);
+    /// Tells that @p what failed, with the reasons that are known and what helps against them;
+    /// @p advice helps where no reason is known. Gives the exit status.
+    int tellFailure(const std::string& what, const std::string& advice = "");
+
+    /// What the service has logged of failures in the last call.
+    virtual FailureWords takeFailures() = 0;
 
     /// Whether the service is in this process, and the telephone's files are those of this process.
     virtual bool isLocal() const = 0;
@@ -48,8 +55,11 @@ public:
     virtual Connection& connection() = 0;
 
 protected:
-    /// What the service has logged of its failures since the last call, or where to look for it.
-    virtual std::string takeReasons() = 0;
+    /// What is logged from now on is of the next call.
+    virtual void forgetFailures() = 0;
+
+    /// Where to look when nothing is logged.
+    virtual std::string placeOfLog() const = 0;
 };
 
 #endif

@@ -25,6 +25,9 @@ public:
     /// @p output must outlive the printer.
     SheetPrinter(const Arguments& arguments, Output& output);
 
+    /// Whether a terminal is to be filled, which lets what does not fit go.
+    bool isForTerminal() const { return m_format == Format::Terminal; }
+
     /// Prints @p sheet; @p raw, the words of the service, in its place when "raw" is asked for. A
     /// blank @p raw stands for plain text. Gives the exit status; a failed write has been told.
     int print(const Sheet& sheet, const std::string& raw = "");

@@ -12,6 +12,7 @@ using Widths = std::vector<std::size_t>;
 constexpr std::size_t Gap = 2;        ///< blanks between columns
 constexpr std::size_t Narrowest = 6;  ///< a column that is cut further can't be read
 constexpr std::size_t NarrowestProse = 20;
+constexpr std::size_t NarrowestTerminal = 10;  ///< below, nothing would be left of names and values
 constexpr const char* Bold = "\x1b[1m";
 constexpr const char* Normal = "\x1b[0m";
 
@@ -113,7 +114,7 @@ Sheet withoutBlankColumns(const Sheet& sheet) {
     for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
         const bool isBlank = std::all_of(sheet.rows.begin(), sheet.rows.end(),
                                          [i](const auto& row) { return row[i].empty(); });
-        if (isBlank && !sheet.rows.empty()) {
+        if (isBlank) {
             continue;
         }
         rest.columns.push_back(sheet.columns[i]);
@@ -152,11 +153,15 @@ std::string TableText::aligned(const Sheet& sheet) {
     return tableOf(sheet, widthsOf(sheet), false);
 }
 
-std::string TableText::fitting(const Sheet& sheet, std::size_t width, bool isBold) {
+std::string TableText::fitting(const Sheet& sheet, std::size_t terminal, bool isBold) {
+    const std::size_t width = std::max(terminal, NarrowestTerminal);
     const std::size_t narrowest = sheet.isProse ? NarrowestProse : Narrowest;
     Widths widths = widthsOf(sheet);
     if (fit(widths, width, narrowest)) {
         return tableOf(sheet, widths, isBold);
+    }
+    if (sheet.rows.empty()) {
+        return "no rows\n";
     }
     const Sheet rest = withoutBlankColumns(sheet);
     widths = widthsOf(rest);

@@ -117,21 +117,25 @@ private:
         }
         Method request("AddLogListener");
         request.addIntParameter("Level", static_cast<int>(m_level), Parameter::in);
-        if (!connection.sendLine(Connection::toCall(request))) {
-            return ExitSuccess;  // the host has ended
-        }
+        // A host that has ended is seen when nothing comes back.
+        (void)connection.sendLine(Connection::toCall(request));
+        bool isTracing = false;
         LogWriter writer(output, arguments);
         std::string line;
         while (writer.isGood() && connection.readLine(line)) {
             const JsonRpc::Message message = JsonRpc::read(line);
             Log::Entry entry;
             if (message.id) {
+                isTracing = true;
                 std::cerr << "tracing" << std::endl;
             } else if (readEntry(message, entry)) {
                 writer.write(entry);
             }
         }
-        return writer.isGood() ? ExitSuccess : ExitFailure;
+        if (!isTracing && writer.isGood()) {
+            Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
+        }
+        return isTracing && writer.isGood() ? ExitSuccess : ExitFailure;
     }
 
     /// Sends messages to the service of this process, whose log and answers are shown in order.

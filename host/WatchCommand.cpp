@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Command.h"
+#include "Complaint.h"
 #include "HostOptions.h"
 #include "JsonRpc.h"
 #include "Method.h"
@@ -36,7 +37,7 @@ public:
         SocketConnection connection;
         std::string error;
         if (!connection.open(*options.socket, error)) {
-            std::cerr << "das: " << error << std::endl;
+            Complaint::tell(error);
             return ExitUsage;
         }
         return watch(connection, output);
@@ -46,9 +47,8 @@ private:
     static int watch(SocketConnection& connection, Output& output) {
         std::size_t answers = 0;
         for (const char* const name : ListenerMethods) {
-            if (!connection.sendLine(Connection::toCall(Method(name)))) {
-                return ExitSuccess;  // the host has ended
-            }
+            // A host that has ended is seen when nothing comes back.
+            (void)connection.sendLine(Connection::toCall(Method(name)));
         }
         std::string line;
         while (connection.readLine(line)) {
@@ -58,9 +58,12 @@ private:
                     std::cerr << "watching" << std::endl;
                 }
             } else if (message.isRequest() && !output.writeLine(toLine(message.method))) {
-                std::cerr << "das: standard output: nobody reads any more" << std::endl;
-                return ExitFailure;
+                return Complaint::outputFailed();
             }
+        }
+        if (answers < std::size(ListenerMethods)) {
+            Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
+            return ExitFailure;
         }
         return ExitSuccess;
     }

@@ -246,8 +246,9 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
     while (readFields(fields)) {
         try {
             failures += store(fields) != 0 ? 1 : 0;
-        } catch (const std::out_of_range& error) {
-            DAS_LOG(2, "%s: line %zu is not stored: %s", m_path.c_str(), m_line, error.what());
+        } catch (const std::out_of_range&) {
+            DAS_LOG(2, "%s: line %zu is not stored: its %zu fields are not those of the table",
+                    m_path.c_str(), m_line, fields.size());
             ++failures;
         }
         if (m_line % LinesBetweenReports == 0) {

@@ -21,6 +21,13 @@ bool isFilledUp(const std::string& table) {
            table.find(DASUtilsStrings::CallLogTableName) != std::string::npos;
 }
 
+/// The rows that are not refused stay, and the import is none that failed.
+void logRefused(std::size_t rows, const std::string& path) {
+    if (rows > 0) {
+        DAS_LOG(2, "%zu rows of %s were not stored", rows, path.c_str());
+    }
+}
+
 bool writeHeader(DatabaseAdapter& adapter, const std::string& table, const std::string& version,
                  CsvWriter& file) {
     file.writeLine("#$VERSION=" + version);
@@ -161,7 +168,7 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
     if (transaction.beginResult() != 0) {
         return false;
     }
-    (void)file.forEachRow([&](auto& fields) {  // a row that failed is in the log, the others stay
+    const std::size_t refused = file.forEachRow([&](auto& fields) {
         if (fields.size() < padded) {
             DAS_LOG(6, "%s data columnCount issue. parseResults.size()=%d numColumns=%d",
                     table.c_str(), static_cast<int>(fields.size()), columnCount);
@@ -169,6 +176,7 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
         }
         return updateItemInTable(table, columns, fields);
     });
+    logRefused(refused, path);
     DAS_LOG(5, "Scanning complete");
     return transaction.end() == 0;
 }
@@ -258,7 +266,7 @@ bool DataAccessObject::storeRowsOf(const std::string& location,
     if (prepare) {
         prepare();
     }
-    (void)file.forEachRow(store);  // a row that failed is in the log, the others stay
+    logRefused(file.forEachRow(store), location);
     DAS_LOG(5, "Scanning complete");
     return true;
 }

@@ -9,6 +9,7 @@ import json
 import os
 import pty
 import re
+import resource
 import select
 import shlex
 import shutil
@@ -24,8 +25,8 @@ import unittest
 from contextlib import closing
 from pathlib import Path
 
-from test_das import DAS, NOBODY, SANITIZED, SOURCES, HostTest, request
-from test_remote import PATIENCE, RemoteTest
+from test_das import DAS, NOBODY, PLATFORM, SANITIZED, SERVICE, SOURCES, HostTest, request
+from test_remote import PATIENCE, RemoteTest, Wire, answered, asked, call
 
 BOOK = "base,,Name,,089\n"
 
@@ -164,6 +165,7 @@ class Data(DemoTest):
 
     def test_schemas_are_those_of_the_documented_tables(self):
         text = (SOURCES / "docs/tables.md").read_text()
+        listed = {row["Schema"]: row for row in self.rows("schemas")}
         for table, section in re.findall(r"\n## (\w+)\n(.*?)(?=\n## |\Z)", text, re.S):
             lists = {name: re.findall(r"`([^`]*)`", line)
                      for name, line in re.findall(r"- (\w+): (.*)", section)}
@@ -173,6 +175,8 @@ class Data(DemoTest):
                 self.assertEqual(facts["Reasons"].split(", "), lists["Reasons"])
                 columns = re.findall(r"^\| (\w+) \|", section, re.M)[1:]
                 self.assertEqual([what[7:] for what in facts if what.startswith("Column ")], columns)
+                self.assertEqual(listed[schema]["Columns"].split(", "), columns)
+                self.assertEqual(listed[schema]["Default rows"], facts["Default rows"])
 
     def test_the_log_is_shown_as_it_comes_with_passwords_masked(self):
         self.serve()
@@ -273,6 +277,10 @@ class Formats(DemoTest):
                     lines = shown.split("\r\n")
                     self.assertLessEqual(max(map(columns_of, lines)), columns)
                     self.assertEqual(lines[-1], "")
+
+    def test_a_terminal_that_has_room_for_nothing_is_told_something(self):
+        self.assertEqual(self.on_terminal("read", "PhoneBook", "--id", "9999"), (0, "no rows\r\n"))
+        self.assertIn("100", self.on_terminal(*self.READ, columns=1)[1])
 
     def test_advice_is_broken_on_a_terminal_and_not_cut(self):
         self.sql("CREATE TABLE PHONE_BOOK_OLD(x)")
@@ -476,166 +484,87 @@ class Ends(DemoTest):
                 self.assertIn(b"the host has not answered", os.read(screen, 4096))
                 os.close(screen)
 
+    def test_failures_are_told_to_the_client_whose_call_failed(self):
+        self.serve()
+        with closing(Wire(self.path)) as one, closing(Wire(self.path)) as other:
+            failures = lambda wire: json.loads(wire.exchange(call("LastFailures")))["result"]
+            acknowledged = one.exchange(call("exportData", schemaName="Certificates",
+                                             userToExportFor=2, filePathAndName="/tmp/x.csv"))
+            self.assertEqual(acknowledged, answered(Acknowledge=True))
+            self.assertEqual(failures(other), {"Words": "", "HasFailed": False})
+            for _ in range(2):
+                self.assertIn("no such table: CERTIFICATES", failures(one)["Words"])
+                self.assertTrue(failures(one)["HasFailed"])
+            one.exchange(asked("getCurrentUser"))
+            self.assertEqual(failures(one), {"Words": "", "HasFailed": False})
+            probe = json.loads(one.exchange(call("CheckFile", Path="/data/new", ForWriting=True)))
+            self.assertEqual(probe["result"], {"Error": 0, "Place": str(self.root / "data/new")})
+            self.assertFalse((self.root / "data/new").exists())
+
+    def test_what_answers_as_no_host_does_is_told(self):
+        lines = {"nothing": b"", "another protocol": b"HTTP/1.1 400 Bad Request\r\n",
+                 "no response": b'{"jsonrpc":"2.0","id":"1","result":{"Response":7}}\n'}
+        with socket.socket(socket.AF_UNIX) as other:
+            other.bind(str(self.path))
+            other.listen()
+            for name, line in lines.items():
+                for command in (["profile"], ["read", "Locale"], ["watch"], ["call", "factoryReset"],
+                                ["trace"])[:2 if name == "no response" else 5]:
+                    with self.subTest(name, command=command), subprocess.Popen(
+                            [DAS, *command, "--socket", self.path], env=self.environment(),
+                            stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+                        client, _ = other.accept()
+                        client.recv(4096)
+                        client.sendall(line)
+                        client.close()
+                        answers, errors = process.communicate(timeout=PATIENCE)
+                        self.assertEqual((process.returncode, answers), (1, b""), errors)
+                        self.assertRegex(errors, rb"\Adas: the host[^\n]*; [^\n]*no host of das\n\Z")
+
+    def test_an_import_that_the_disk_refuses_leaves_the_rows_as_they_were(self):
+        before = self.rows("read", "PhoneBook")
+        (self.root / "data/book.csv").write_text(BOOK * 20000)
+        room = os.path.getsize(self.db / "phone.db") + 4096
+        run = self.das("import", "PhoneBook", "/data/book.csv", "--context", "base",
+                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (room, room)))
+        self.assertEqual(run.returncode, 1, run.errors)
+        self.assertRegex(run.errors, r"das: import PhoneBook: .*disk.*; (see to|make room on) the disk")
+        self.assertEqual(self.rows("read", "PhoneBook"), before)
+
+    @unittest.skipUnless(os.getuid() == 0, "another user is needed")
+    def test_files_that_only_others_may_use_are_told(self):
+        for path in (self.place, self.db, self.root / "data", self.db / "phone.db"):
+            os.chown(path, NOBODY, NOBODY)
+        before = self.rows("read", "PhoneBook")
+        secret = self.root / "data/secret.csv"
+        secret.write_text(BOOK)
+        secret.chmod(0o600)
+        program = self.copy_of_tree(SERVICE, PLATFORM)
+        other = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
+        with subprocess.Popen([program, "serve", "--socket", self.path], env=self.environment(),
+                              stderr=subprocess.DEVNULL, **other) as host:
+            while not self.path.exists():
+                self.assertIsNone(host.poll())
+            for over in ([], ["--socket", self.path]):
+                for command, folder in (("import", "data"), ("export", "data"), ("export", "tmp")):
+                    name = f"/{folder}/secret.csv"
+                    run = self.das(command, "PhoneBook", name, "--context", "base", *over,
+                                   program=program, **other)
+                    self.assertEqual(run.returncode, 2, run.errors)
+                    self.assertIn(f"das: {command} PhoneBook: {name}: Permission denied", run.errors)
+            host.terminate()
+        self.assertEqual(self.rows("read", "PhoneBook"), before)
+        (self.db / "phone.db").chmod(0o400)
+        run = self.das("import", "PhoneBook", "/data/demo.csv", "--context", "base",
+                       program=program, **other)
+        self.assertEqual(run.returncode, 1, run.errors)
+        self.assertIn("readonly database", run.errors)
+
     def test_an_upgrade_shows_its_steps_on_a_terminal(self):
         status, shown = self.on_terminal("profile", env={"DAS_PROGRESS_AFTER": "0"})
         self.assertEqual(status, 0)
         self.assertRegex(shown, r"\rupgrade, step [1-9]\d* of \d+: [\w ]+, \d+ %")
         self.assertNotIn("upgrade", self.good("profile"))
-
-
-class Errors(DemoTest):
-    def test_each_failure_is_told(self):
-        host = self.place / "das.sock"
-        self.serve()
-        stale = self.place / "stale"
-        with socket.socket(socket.AF_UNIX) as left:
-            left.bind(str(stale))
-        datagram = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self.addCleanup(datagram.close)
-        datagram.bind(str(self.place / "datagram"))
-        self.file("file", "")
-        (self.place / "full").mkdir()
-        self.file("full/x", "")
-        rows = [
-            # command line, exit status, what standard error says
-            ("", 2, "a command is required; das help lists them"),
-            ("raed PhoneBook", 2, "raed: no such command; did you mean read?"),
-            ("exprot", 2, "did you mean export?"),
-            ("zzz", 2, "zzz: no such command; das help lists them"),
-            ("--sokcet x read PhoneBook", 2, "--sokcet: .* no such option; did you mean --socket?"),
-            ("read PhoneBook --limitt 3", 2, "did you mean --limit?"),
-            ("read PhoneBook --zzzzzz", 2, "--zzzzzz: das read has no such option; das help read"),
-            ("read PhoneBook --limit", 2, "--limit"),
-            ("read", 2, "SCHEMA is missing; the usage is das read "),
-            ("read PhoneBook CallLog", 2, "CallLog: an argument too many; the usage is das read "),
-            ("read Phonebook", 2, "Phonebook: no such schema; did you mean PhoneBook"),
-            ("read CalLog", 2, "did you mean CallLog"),
-            ("read Zzzzzzzz", 2, "Zzzzzzzz: no such schema; das schemas lists them"),
-            ("read PhoneBook --context vistor", 2, "vistor: no such user; did you mean visitor?"),
-            ("read PhoneBook --context x", 2, "x: no such user; base or visitor"),
-            ("read PhoneBook --cols Surnam", 2, "Surnam: PhoneBook has no such column; did you mean Surname"),
-            ("read PhoneBook --cols ,", 0, r"\A\Z"),
-            ("read FeatureKeys --where label=x", 2, "did you mean Label"),
-            ("read FeatureKeys --where Label", 2, "Label: not of the form NAME=VALUE"),
-            ("read FeatureKeys --where =x", 2, "=x: not of the form NAME=VALUE"),
-            ("read FeatureKeys --limit x", 2, "--limit x: not a number"),
-            ("read FeatureKeys --offset -1", 2, "--offset"),
-            ("read FeatureKeys --limit 99999999999", 2, "99999999999: not a number"),
-            ("read FeatureKeys --id 'x;DROP'", 1, "read FeatureKeys: the service answered a failure"),
-            ("read FeatureKeys --output jsn", 2, "--output jsn: no such format; did you mean json?"),
-            ("read FeatureKeys --output zzz", 2, "raw, json, table or csv"),
-            ("read PhoneBook --id x", 1, "a failure: it gives no reason; DAS_LOG=5 shows what it did"),
-            ("read Locale --id 3", 2, "settings have no rows"),
-            ("read Locale --cols 1x", 2, "1x: no item can have this name"),
-            ("set PhoneBook", 2, "NAME=VALUE is missing"),
-            ("set FeatureKeys Label=x", 2, "set FeatureKeys: no row is named; by --id ID"),
-            ("set FeatureKeys --where Label=x Label=y", 2, "by --id ID"),
-            ("set FeatureKeys --id 100 Lable=x", 2, "Lable: .* did you mean Label"),
-            ("set FeatureKeys --id 100 Label", 2, "not of the form NAME=VALUE"),
-            ("set FeatureKeys --id 100 'Label=\x01'", 2, "control character"),
-            ("set PhoneBook Company=x", 2, "no row is named; by --id ID or --where COL=VALUE"),
-            ("set CallLog Surname=x", 2, "CallLog has no update_request; .*it takes write, delete, read"),
-            ("set Locale Context=x", 2, "Context: no item can have this name"),
-            ("set Locale a-b=x", 2, "a-b: no item can have this name"),
-            ("write FeatureKeys Id=7", 2, "has no write_request; .*it takes set, read"),
-            ("write CodecSettings CodecRank=1", 2, "the row has no key; give CodecType=VALUE"),
-            ("write PhoneBook Surname", 2, "not of the form"),
-            ("write Locale Language=de", 1, "write Locale: the service answered a failure"),
-            ("delete PhoneBook", 2, "no row is named; .*--all"),
-            ("delete PhoneBook --all --id 3", 2, "say different things"),
-            ("delete PhoneBook --id ''", 2, "--id is empty, which names no row"),
-            ("delete PhoneBook --where Mobile=", 2, "Mobile is blank, by which no row can be looked for"),
-            ("delete CallLog --where Number=1", 2, "no row can be looked for by Number; by UniqueId, "),
-            ("read CallLog --where JSGroupBy=1", 2, "no row can be looked for by JSGroupBy"),
-            ("read PhoneBook --id 1 --where UniqueID=2", 2, "UniqueID is asked for twice"),
-            ("read Locale --cols Name,Value", 0, "Name: .* no such item; --cols names items: "),
-            ("read Locale --cols Langage", 0, "Langage: .* did you mean Language"),
-            ("read PhoneBook --cols SurnameLike", 2, "SurnameLike: PhoneBook has no such column"),
-            ("set PhoneBook --id 1 SurnameLike=x", 2, "SurnameLike: PhoneBook has no such column"),
-            ("delete PhoneBook Surname", 2, "Surname is no item of settings"),
-            ("delete CodecSettings --all", 2, "its rows go one by one"),
-            ("delete FeatureKeys --id 100", 2, "has no delete_request"),
-            ("delete Locale", 2, "no item is named"),
-            ("search ''", 2, "the number is empty"),
-            ("search", 2, "NUMBER is missing"),
-            ("search 1 --limit x", 2, "not a number"),
-            ("export FeatureKeys /tmp/x", 2, "this schema has no data files"),
-            ("export PhoneBook x.csv", 2, "x.csv: not a path of the telephone"),
-            ("export PhoneBook /none/x.csv", 2, "/none/x.csv: No such file or directory; .*root/none"),
-            ("export PhoneBook /data", 2, "/data: Is a directory"),
-            ("import PhoneBook /data/none", 2, "/data/none: No such file or directory"),
-            ("import PhoneBook /../../x", 2, "Operation not permitted"),
-            ("import PhoneBook", 2, "FILE is missing"),
-            ("import Phonebok /x", 2, "did you mean PhoneBook"),
-            ("profile root", 2, "root: no such user"),
-            ("profile bas", 2, "did you mean base?"),
-            ("call setProfil", 2, "setProfil: unknown method; did you mean setProfile?"),
-            ("call zzz", 2, "das call --help lists them"),
-            ("call setProfile NewProfil=base", 1, "NewProfil: no such parameter; .*did you mean NewProfile?"),
-            ("call setProfile NewProfile=7", 1, "NewProfile: a value of another type counts as absent"),
-            ("call setProfile NewProfile", 2, "not of the form NAME=VALUE"),
-            ("schemas Nope", 2, "Nope: no such schema"),
-            ("schema --xsd", 2, "das schemas lists them; --json alone prints the remote methods"),
-            ("schema Locle --json", 2, "did you mean Locale?"),
-            ("schema --write /proc/none", 1, "/proc/none: No such file or directory"),
-            ("check --socket x", 2, "--socket has no place here"),
-            ("check --db none", 1, r"\A\Z"),
-            ("demo full", 2, "full: is there, and is no empty folder"),
-            ("demo file", 2, "is no empty folder"),
-            ("demo file/x", 2, "Not a directory"),
-            ("demo x --db y", 2, "have no place here"),
-            ("help raed", 2, "raed: no such command; did you mean read?"),
-            ("serve", 2, "one of --socket and --stdio is required"),
-            ("watch", 2, "--socket is required"),
-            ("trace --level x", 2, "--level x: not a number"),
-            ("trace none", 2, "none: No such file or directory"),
-            ("trace file --socket das.sock", 2, "files have no place beside --socket"),
-            ("read PhoneBook --socket missing", 2,
-             "missing: No such file or directory; the socket is missing: .*das serve --socket"),
-            ("read PhoneBook --socket none/x", 2, "the socket is missing"),
-            ("read PhoneBook --socket stale", 2, "Connection refused; the socket is stale"),
-            ("read PhoneBook --socket file", 2, "file: Connection refused; refused: this is no socket"),
-            ("read PhoneBook --socket datagram", 2, "datagram: .*refused: this is no socket of a host"),
-            (f"read PhoneBook --socket {'x' * 200}", 2, "the path of a socket has at most"),
-            ("read PhoneBook --socket ''", 2, "the path of the socket is empty"),
-            ("watch --socket stale", 2, "the socket is stale"),
-            ("request --socket missing", 2, "the socket is missing"),
-            ("import PhoneBook /data/none --context base --socket das.sock", 2,
-             "/data/none: the telephone of the host has no such file"),
-            ("export PhoneBook /none/x --socket das.sock", 1, "/none/x: .* has no such file"),
-            ("read FeatureKeys --id 'x;' --socket das.sock", 1, "the log of the host tells more"),
-        ]
-        before = {name: self.das("read", name, "--output", "raw").stdout
-                  for name in ("PhoneBook", "FeatureKeys", "CallLog", "Locale")}
-        for line, status, words in rows:
-            with self.subTest(line):
-                run = self.das(*shlex.split(line))
-                self.assertEqual(run.returncode, status, run.errors)
-                self.assertRegex(run.errors, words)
-                if run.errors:
-                    self.assertRegex(run.errors, r"(\A|\n)das: [^\n]*\n(DataAcc[^\n]*\n)?\Z")
-                if status == 2:
-                    self.assertEqual(run.stdout, b"")
-        for name, text in before.items():
-            self.assertEqual(self.das("read", name, "--output", "raw").stdout, text,
-                             "nothing is half done")
-
-    @unittest.skipUnless(os.getuid() == 0, "another user is needed")
-    def test_a_forbidden_socket_is_told(self):
-        self.serve()
-        run = self.das("read", "PhoneBook", "--socket", self.path, user=NOBODY, group=NOBODY,
-                       extra_groups=[])
-        self.assertEqual(run.returncode, 2)
-        self.assertIn("Permission denied; the socket is forbidden", run.errors)
-
-    def test_sqlite_is_quoted(self):
-        self.sql("DROP TABLE FEATURE_KEYS", "CREATE TABLE FEATURE_KEYS(x)",
-                 "INSERT INTO FEATURE_KEYS VALUES (1)")
-        run = self.das("read", "FeatureKeys", "--id", "100")
-        self.assertEqual(run.returncode, 1)
-        self.assertIn("no such column", run.errors)
-        run = self.das("read", "FeatureKeys", "--where", "Label=" + "x" * 1000)
-        self.assertRegex(run.errors, r"no such column.*\.\.\.\n")
 
 
 if __name__ == "__main__":
