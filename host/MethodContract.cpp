@@ -101,6 +101,14 @@ Json resultOf(const Entry& method) {
     return {{"anyOf", Json::array({objectOf(properties, required), failed})}};
 }
 
+/// A whole answer: it does not name its method, so it may be that of any.
+Json answerOf(const std::string& method) {
+    return objectOf({{"jsonrpc", {{"const", "2.0"}}},
+                     {"id", Json::object()},
+                     {"result", {{"$ref", "#/$defs/results/" + method}}}},
+                    {"jsonrpc", "id", "result"});
+}
+
 Json eventOf(const char* name, const Json& params) {
     Json properties = {{"jsonrpc", {{"const", "2.0"}}}, {"method", {{"const", name}}}};
     if (!params.is_null()) {
@@ -138,25 +146,30 @@ void addReferences(Json& references, const std::string& group, const Json& membe
 std::string MethodContract::json() {
     Json calls = Json::object();
     Json results = Json::object();
+    Json answers = Json::object();
     for (const std::string& name : KnownMethods::names()) {
         const Entry& method = *KnownMethods::find(name);
         calls[name] = callOf(method);
         if (!method.isOneWay) {
             results[name] = resultOf(method);
+            answers[name] = answerOf(name);
         }
     }
+    const Json errors = {{"ParseError", errorOf(-32700, "Parse error")},
+                         {"InvalidRequest", errorOf(-32600, "Invalid Request")}};
     Json references = Json::array();
     addReferences(references, "calls", calls);
+    addReferences(references, "answers", answers);
     addReferences(references, "events", events());
+    addReferences(references, "errors", errors);
     const Json all = {{"$schema", "https://json-schema.org/draft/2020-12/schema"},
                       {"title", "Remote methods of the data access service"},
                       {"anyOf", references},
                       {"$defs",
                        {{"calls", calls},
                         {"results", results},
+                        {"answers", answers},
                         {"events", events()},
-                        {"errors",
-                         {{"ParseError", errorOf(-32700, "Parse error")},
-                          {"InvalidRequest", errorOf(-32600, "Invalid Request")}}}}}};
+                        {"errors", errors}}}};
     return all.dump(2) + "\n";
 }

@@ -248,7 +248,7 @@ class Installed(SystemTest):
 
     def test_programs_are_built_with_it_in_an_empty_folder(self):
         rows = [("pkg-config", {"PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}),
-                ("cmake", {"CMAKE_PREFIX_PATH": str(self.prefix)})]
+                ("cmake", {"CMAKE_PREFIX_PATH": str(self.prefix), "CMAKE_GENERATOR": "Ninja"})]
         for kind, variables in rows:
             with self.subTest(kind):
                 folder = shutil.copytree(CONSUMER, self.place / kind)
