@@ -156,8 +156,8 @@ def _row(text: str, context: Optional[str]) -> Row:
 def rows_of(answer: str) -> List[Row]:
     """The rows of an answer: its entries, or one row for each item of settings.
 
-    Cells stand unescaped in answers, so this is no XML parser. A cell that holds its own end tag
-    in front of another tag can't be told from two cells.
+    Cells stand unescaped in answers, so this is no XML parser. A cell that holds its own end tag, or
+    that of its entry or context, in front of another tag can't be told from two cells.
     """
     body = answer.partition("</ReasonForMessage>")[2].rpartition("</Schema>")[0]
     rows: List[Row] = []
@@ -204,8 +204,9 @@ def _event_of(heard: Mapping[str, Any]) -> Optional[Event]:
     if method.startswith("ProfileChangedTo"):
         return ProfileChanged(method[len("ProfileChangedTo"):].lower())
     if method == "Status":
-        params = heard.get("params", {})
-        return StatusChanged(params.get("item", ""), params.get("value", ""))
+        params = heard.get("params")
+        if isinstance(params, dict):
+            return StatusChanged(str(params.get("item", "")), str(params.get("value", "")))
     return None
 
 
@@ -317,7 +318,7 @@ class Client:
         del received[:place + 1]
         try:
             heard = json.loads(line)
-        except ValueError as error:
+        except (ValueError, RecursionError) as error:
             raise self._lost("what came is no message") from error
         if not isinstance(heard, dict):
             raise self._lost("what came is no message")
@@ -405,6 +406,8 @@ class Client:
     def request(self, text: str) -> str:
         """The answer to a request, or to a service word such as "getCurrentUser", as it comes."""
         answer = self.call("processRequest", Request=text, RequestLength=len(text.encode()))
+        if "Response" not in answer:
+            raise Refused("processRequest", "")
         return str(answer["Response"])
 
     def _ask(self, schema: str, reason: str, body: str, context: Optional[str]) -> str:
