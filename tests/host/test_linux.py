@@ -147,6 +147,21 @@ class Manager(SystemTest):
                 self.assertIn("one of --socket and --stdio", run.stderr)
 
 
+@unittest.skipIf(SANITIZED or not shutil.which("strace"), "strace is needed, which sanitizers refuse")
+class Rights(SystemTest):
+    def test_a_cut_off_start_is_taken_back_without_the_right_to_change_owners(self):
+        self.das("request", lines=[WORD])
+        database = self.db / "phone.db"
+        shutil.copy(database, self.db / "phone.db.before-upgrade")
+        database.chmod(0o640)
+        run = subprocess.run(["strace", "-f", "-o", "/dev/null", "-e", "inject=chown:error=EPERM",
+                              DAS, "request"], input=WORD, capture_output=True, text=True,
+                             env=self.environment(), check=False)
+        self.assertEqual(run.stdout, "base\n", run.stderr)
+        self.assertEqual(sorted(each.name for each in self.db.iterdir()), ["phone.db"])
+        self.assertEqual(database.stat().st_mode & 0o777, 0o640)
+
+
 class Journal(SystemTest):
     FIELDS = ["MESSAGE", "PRIORITY", "SYSLOG_IDENTIFIER", "CODE_FILE", "CODE_LINE", "DAS_COMPONENT",
               "DAS_LEVEL"]
