@@ -10,6 +10,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 using KnownMethods::Entry;
 
+constexpr const char* LogMethod = "AddLogListener";
+
 Json typeOf(Parameter::Type type) {
     switch (type) {
         case Parameter::Type::Int:
@@ -117,10 +119,32 @@ Json eventOf(const char* name, const Json& params) {
     return objectOf(properties, {"jsonrpc", "method"});
 }
 
+/// The host's own method to hear its log, which JSON alone has.
+Json logCall() {
+    const Json level = objectOf({{"Level", typeOf(Parameter::Type::Int)}}, Json::array());
+    return objectOf({{"jsonrpc", {{"const", "2.0"}}},
+                     {"id", Json::object()},
+                     {"method", {{"const", LogMethod}}},
+                     {"params", level}},
+                    {"jsonrpc", "method"});
+}
+
+Json logEntry() {
+    const Json text = typeOf(Parameter::Type::String);
+    const Json number = typeOf(Parameter::Type::Int);
+    return objectOf({{"level", number},
+                     {"component", text},
+                     {"source", text},
+                     {"line", number},
+                     {"message", text}},
+                    {"level", "component", "source", "line", "message"});
+}
+
 Json events() {
     const Json text = typeOf(Parameter::Type::String);
     return {{"ProfileChangedToBase", eventOf("ProfileChangedToBase", {})},
             {"ProfileChangedToVisitor", eventOf("ProfileChangedToVisitor", {})},
+            {"Log", eventOf("Log", logEntry())},
             {"Status",
              eventOf("Status", objectOf({{"item", text}, {"value", text}}, {"item", "value"}))}};
 }
@@ -155,6 +179,9 @@ std::string MethodContract::json() {
             answers[name] = answerOf(name);
         }
     }
+    calls[LogMethod] = logCall();
+    results[LogMethod] = objectOf(Json::object(), Json::array());
+    answers[LogMethod] = answerOf(LogMethod);
     const Json errors = {{"ParseError", errorOf(-32700, "Parse error")},
                          {"InvalidRequest", errorOf(-32600, "Invalid Request")}};
     Json references = Json::array();

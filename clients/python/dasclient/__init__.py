@@ -39,12 +39,14 @@ HEADER = '<?xml version="1.0" encoding="utf-8"?>'
 ONE_WAY = frozenset(("clearMobileUserdata", "clearMobileUserDLSdata", "copyBaseDataToVisitor",
                      "deleteVisitorUserPassword", "deleteUcCredentials"))
 
-#: All remote methods, as ``das call --help`` lists them. One that is not known is never answered.
+#: All remote methods, as ``contracts/methods.schema.json`` has them. One that is not known is never
+#: answered.
 METHODS = ONE_WAY | frozenset((
     "processRequest", "deleteFile", "renameFile", "moveFile", "readDirectoryTree", "readDirectory",
     "setProfile", "factoryReset", "invokeACMSFactoryReset", "exportData", "importData",
     "importDataForUser", "createPhonenumberIndices", "migrateUserData", "checkDatabaseNeedsChange",
-    "exportUserData", "importUserData", "AddListener", "AddStatusListener"))
+    "exportUserData", "importUserData", "AddListener", "AddStatusListener",
+    "AddLogListener"))
 
 #: Schemas whose requests speak of rows by ``Entry`` and ``Select``.
 LIST_SCHEMAS = frozenset((
