@@ -2,9 +2,27 @@
 #define DATAGRAM_H
 
 #include <string>
+#include <utility>
 
-/// Sends @p text as one datagram to the socket @p name: a path, or a name of the abstract name
-/// space behind an "@". False when it did not arrive; errno tells why.
-[[nodiscard]] bool sendDatagram(const std::string& name, const std::string& text);
+/**
+ * Sends datagrams to a socket of the system: a path, or a name of the abstract name space behind an
+ * "@". Not for several threads at once.
+ *
+ * A receiver that does not read holds up the sender for a moment, once: from then on nothing is
+ * waited for, until it takes something again.
+ */
+class Datagram {
+public:
+    explicit Datagram(std::string name) : m_name(std::move(name)) {}
+
+    const std::string& name() const { return m_name; }
+
+    /// False when @p text did not arrive; errno tells why.
+    [[nodiscard]] bool send(const std::string& text);
+
+private:
+    const std::string m_name;
+    bool m_isWaitedFor = true;
+};
 
 #endif

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -16,9 +17,16 @@ namespace {
 constexpr int FirstDescriptor = 3;
 constexpr long MostDescriptors = 1024;
 
+/// 0 for what is no number.
 long numberOf(const char* variable) {
     const char* const text = std::getenv(variable);
-    return text == nullptr ? 0 : std::strtol(text, nullptr, 10);
+    long number = 0;
+    if (text == nullptr) {
+        return 0;
+    }
+    const char* const end = text + std::strlen(text);
+    const auto read = std::from_chars(text, end, number);
+    return read.ec == std::errc() && read.ptr == end ? number : 0;
 }
 
 int optionOf(int descriptor, int option) {
@@ -64,10 +72,14 @@ int HandedSockets::take(std::optional<std::string>& path, std::string& error) co
         return !each.path.empty() && (!path || each.path == *path);
     };
     const auto found = std::find_if(m_sockets.begin(), m_sockets.end(), fits);
-    if (found == m_sockets.end() || (!path && m_sockets.size() > 1)) {
-        error = (path ? *path + ": not among the sockets" : std::string("which of the sockets")) +
-                " that the service manager hands over" +
-                (path ? ": " : "? --socket names one of ") + list();
+    const std::string handed = " that the service manager hands over";
+    if (found == m_sockets.end()) {
+        error = (path ? *path + ": not" : std::string("there is no listening socket")) +
+                " among the sockets" + handed + ": " + list();
+        return -1;
+    }
+    if (!path && m_sockets.size() > 1) {
+        error = "which of the sockets" + handed + "? --socket names one of " + list();
         return -1;
     }
     path = found->path;

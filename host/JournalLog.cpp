@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "Datagram.h"
 #include "Log.h"
 
 namespace {
@@ -51,12 +50,9 @@ std::string fieldsOf(const Log::Entry& entry) {
 
 }  // namespace
 
-JournalLog::JournalLog() {
-    m_isInUse = standardErrorIsTheJournal();
+JournalLog::JournalLog() : m_journal(journalSocket()), m_isInUse(standardErrorIsTheJournal()) {
     if (m_isInUse) {
-        Log::setOutput([socket = journalSocket()](const Log::Entry& entry) {
-            return sendDatagram(socket, fieldsOf(entry));
-        });
+        Log::setOutput([this](const Log::Entry& entry) { return m_journal.send(fieldsOf(entry)); });
     }
 }
 

@@ -1,7 +1,7 @@
 #ifndef JOURNALLOG_H
 #define JOURNALLOG_H
 
-#include <string>
+#include "Datagram.h"
 
 /**
  * Hands the log to the system's journal, as long as it lives, when standard error leads there: each
@@ -16,6 +16,7 @@ public:
     JournalLog& operator=(const JournalLog&) = delete;
 
 private:
+    Datagram m_journal;
     bool m_isInUse = false;
 };
 

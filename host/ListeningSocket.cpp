@@ -111,6 +111,11 @@ bool ListeningSocket::open(const std::string& path, std::string& error) {
     return replaceStale(error) && bindAndListen(error);
 }
 
+void ListeningSocket::adopt(int descriptor) {
+    m_descriptor = descriptor;
+    (void)listen(m_descriptor, SOMAXCONN);
+}
+
 int ListeningSocket::release() {
     return std::exchange(m_descriptor, -1);
 }

@@ -23,9 +23,9 @@ public:
     /// called once.
     [[nodiscard]] bool open(const std::string& path, std::string& error);
 
-    /// Takes over @p descriptor, which listens already; its socket file stays. To be called in
-    /// place of open().
-    void adopt(int descriptor) { m_descriptor = descriptor; }
+    /// Takes over @p descriptor, which listens already, and lets as many clients wait there as the
+    /// system allows; its socket file stays. To be called in place of open().
+    void adopt(int descriptor);
 
     /// Removes the socket file, if it is still there and still this one. To be called while the
     /// socket listens, so that no other host can have taken its place.

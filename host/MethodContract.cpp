@@ -10,6 +10,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 using KnownMethods::Entry;
 
+constexpr const char* LogMethod = "AddLogListener";
+
 Json typeOf(Parameter::Type type) {
     switch (type) {
         case Parameter::Type::Int:
@@ -101,6 +103,14 @@ Json resultOf(const Entry& method) {
     return {{"anyOf", Json::array({objectOf(properties, required), failed})}};
 }
 
+/// A whole answer: it does not name its method, so it may be that of any.
+Json answerOf(const std::string& method) {
+    return objectOf({{"jsonrpc", {{"const", "2.0"}}},
+                     {"id", Json::object()},
+                     {"result", {{"$ref", "#/$defs/results/" + method}}}},
+                    {"jsonrpc", "id", "result"});
+}
+
 Json eventOf(const char* name, const Json& params) {
     Json properties = {{"jsonrpc", {{"const", "2.0"}}}, {"method", {{"const", name}}}};
     if (!params.is_null()) {
@@ -109,10 +119,32 @@ Json eventOf(const char* name, const Json& params) {
     return objectOf(properties, {"jsonrpc", "method"});
 }
 
+/// The host's own method to hear its log, which JSON alone has.
+Json logCall() {
+    const Json level = objectOf({{"Level", typeOf(Parameter::Type::Int)}}, Json::array());
+    return objectOf({{"jsonrpc", {{"const", "2.0"}}},
+                     {"id", Json::object()},
+                     {"method", {{"const", LogMethod}}},
+                     {"params", level}},
+                    {"jsonrpc", "method"});
+}
+
+Json logEntry() {
+    const Json text = typeOf(Parameter::Type::String);
+    const Json number = typeOf(Parameter::Type::Int);
+    return objectOf({{"level", number},
+                     {"component", text},
+                     {"source", text},
+                     {"line", number},
+                     {"message", text}},
+                    {"level", "component", "source", "line", "message"});
+}
+
 Json events() {
     const Json text = typeOf(Parameter::Type::String);
     return {{"ProfileChangedToBase", eventOf("ProfileChangedToBase", {})},
             {"ProfileChangedToVisitor", eventOf("ProfileChangedToVisitor", {})},
+            {"Log", eventOf("Log", logEntry())},
             {"Status",
              eventOf("Status", objectOf({{"item", text}, {"value", text}}, {"item", "value"}))}};
 }
@@ -138,25 +170,33 @@ void addReferences(Json& references, const std::string& group, const Json& membe
 std::string MethodContract::json() {
     Json calls = Json::object();
     Json results = Json::object();
+    Json answers = Json::object();
     for (const std::string& name : KnownMethods::names()) {
         const Entry& method = *KnownMethods::find(name);
         calls[name] = callOf(method);
         if (!method.isOneWay) {
             results[name] = resultOf(method);
+            answers[name] = answerOf(name);
         }
     }
+    calls[LogMethod] = logCall();
+    results[LogMethod] = objectOf(Json::object(), Json::array());
+    answers[LogMethod] = answerOf(LogMethod);
+    const Json errors = {{"ParseError", errorOf(-32700, "Parse error")},
+                         {"InvalidRequest", errorOf(-32600, "Invalid Request")}};
     Json references = Json::array();
     addReferences(references, "calls", calls);
+    addReferences(references, "answers", answers);
     addReferences(references, "events", events());
+    addReferences(references, "errors", errors);
     const Json all = {{"$schema", "https://json-schema.org/draft/2020-12/schema"},
                       {"title", "Remote methods of the data access service"},
                       {"anyOf", references},
                       {"$defs",
                        {{"calls", calls},
                         {"results", results},
+                        {"answers", answers},
                         {"events", events()},
-                        {"errors",
-                         {{"ParseError", errorOf(-32700, "Parse error")},
-                          {"InvalidRequest", errorOf(-32600, "Invalid Request")}}}}}};
+                        {"errors", errors}}}};
     return all.dump(2) + "\n";
 }

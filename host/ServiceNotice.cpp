@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "Complaint.h"
-#include "Datagram.h"
 #include "Progress.h"
 
 namespace {
@@ -19,8 +18,8 @@ std::string addressOfManager() {
 
 }  // namespace
 
-ServiceNotice::ServiceNotice() : m_address(addressOfManager()) {
-    if (!m_address.empty()) {
+ServiceNotice::ServiceNotice() : m_manager(addressOfManager()) {
+    if (isAsked()) {
         Progress::setSink([this](const Progress::Report& report) {
             send("STATUS=Starting: " + report.step + MoreTime);
         });
@@ -28,13 +27,13 @@ ServiceNotice::ServiceNotice() : m_address(addressOfManager()) {
 }
 
 ServiceNotice::~ServiceNotice() {
-    if (!m_address.empty()) {
+    if (isAsked()) {
         Progress::setSink({});
     }
 }
 
 void ServiceNotice::ready(const std::string& path) {
-    if (!m_address.empty()) {
+    if (isAsked()) {
         Progress::setSink({});
         send("READY=1\nSTATUS=Serving " + path);
     }
@@ -44,8 +43,11 @@ void ServiceNotice::ending() {
     send("STOPPING=1\nSTATUS=Ending");
 }
 
-void ServiceNotice::send(const std::string& state) const {
-    if (!m_address.empty() && !sendDatagram(m_address, state)) {
-        Complaint::tellError(m_address, errno, "the service manager was not told: " + state);
+void ServiceNotice::send(const std::string& state) {
+    if (isAsked() && !m_manager.send(state) && !m_isComplainedOf) {
+        m_isComplainedOf = true;
+        Complaint::tellError(
+            m_manager.name(), errno,
+            "the service manager was not told: " + state.substr(0, state.find('\n')));
     }
 }

@@ -3,9 +3,12 @@
 
 #include <string>
 
+#include "Datagram.h"
+
 /**
  * Tells the service manager how the service is: the upgrade step in work at the start, that it is
- * ready, that it ends. Without "NOTIFY_SOCKET" in the environment nobody is told.
+ * ready, that it ends. Without "NOTIFY_SOCKET" in the environment nobody is told. A manager that
+ * can't be told is complained of once, and the service runs.
  */
 class ServiceNotice {
 public:
@@ -22,9 +25,11 @@ public:
     void ending();
 
 private:
-    void send(const std::string& state) const;
+    bool isAsked() const { return !m_manager.name().empty(); }
+    void send(const std::string& state);
 
-    const std::string m_address;  ///< empty for nobody
+    Datagram m_manager;  ///< of an empty name for nobody
+    bool m_isComplainedOf = false;
 };
 
 #endif

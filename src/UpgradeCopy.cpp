@@ -85,7 +85,12 @@ bool folderSynced() {
 /// The owner and the rights of the file @p from for @p to, so that the programs which could open
 /// the one can open the other.
 void handOverRights(const struct stat& from, const std::string& to) {
-    if (succeeded(::chown(to.c_str(), from.st_uid, from.st_gid), "chown", to)) {
+    struct stat now {};
+    // Where nothing is to be changed nobody is asked: a hardened service may not change owners at
+    // all.
+    const bool isOwned =
+        ::stat(to.c_str(), &now) == 0 && now.st_uid == from.st_uid && now.st_gid == from.st_gid;
+    if (isOwned || succeeded(::chown(to.c_str(), from.st_uid, from.st_gid), "chown", to)) {
         (void)succeeded(::chmod(to.c_str(), from.st_mode & 07777U), "chmod", to);
     }
 }

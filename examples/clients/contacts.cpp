@@ -1,6 +1,8 @@
 // Prints the current user and how many contacts he has, now and at each change of the user, until
 // the host ends. Usage: das_example_contacts SOCKET
 //
+// Built by itself: g++ -std=c++17 contacts.cpp -o contacts, with the package nlohmann-json3-dev.
+//
 // Each message is one line of JSON, and so is each answer. What a listener hears has no id.
 
 #include <sys/socket.h>

@@ -41,6 +41,8 @@ def key_request(reason, content):
 
 
 def main():
+    if len(sys.argv) != 4:
+        sys.exit("Usage: label.py SOCKET KEY LABEL")
     path, key, label = sys.argv[1:]
     service = Service(path)
     print(service.request("getCurrentUser"))

@@ -3,6 +3,7 @@
 #
 # "das serve --stdio" is a host for one client, which starts it and speaks through two pipes.
 set -euo pipefail
+[ $# -eq 1 ] || { echo "Usage: $0 DAS" >&2; exit 2; }
 
 coproc HOST { exec "$1" serve --stdio; }
 

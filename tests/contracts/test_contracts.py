@@ -162,8 +162,8 @@ class Methods:
             return self.fault(message, {"anyOf": list(self.parts["errors"].values())})
         method, number = message.get("method"), str(message.get("id"))
         if side == "<" and method is None:
-            known = asked.get(number) in self.parts["results"]
-            return self.fault(message["result"], self.parts["results"][asked[number]]) if known \
+            known = asked.get(number) in self.parts["answers"]
+            return self.fault(message, self.parts["answers"][asked[number]]) if known \
                 else f"an answer to nothing: {line}"
         group = self.parts["calls" if side == ">" else "events"]
         if not isinstance(method, str) or method not in group:

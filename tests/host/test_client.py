@@ -8,6 +8,7 @@ import subprocess
 import sys
 import threading
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 
 from test_das import DAS, SOURCES
 from test_remote import RemoteTest
@@ -26,10 +27,13 @@ class ClientTest(RemoteTest):
         super().setUp()
         self.serve()
 
-    def client(self, **more):
-        client = Client(self.path, **more)
+    def client_of(self, name, **more):
+        client = Client(self.place / name, **more)
         self.addCleanup(client.close)
         return client
+
+    def client(self, **more):
+        return self.client_of(self.path, **more)
 
 
 class Requests(ClientTest):
@@ -44,11 +48,11 @@ class Requests(ClientTest):
         das.update("FeatureKeys", {"Label": ODD}, where={"Id": 100})
         self.assertEqual(das.read("FeatureKeys", where={"Id": 100}, columns=["Label"]),
                          [{"Label": ODD}])
-        das.update("Locale", {"Language": ODD, "Off": False}, context="visitor")
+        das.update("Locale", {"Language": ODD + "</Context>x", "Off": False}, context="visitor")
         items = das.read("Locale")
         self.assertEqual([(row.context, dict(row)) for row in items],
-                         [("visitor", {"Language": ODD}), ("visitor", {"Off": "false"})])
-        for value in ("\0", "\x1b", "\ud800", "\uffff"):
+                         [("visitor", {"Language": ODD + "</Context>x"}), ("visitor", {"Off": "false"})])
+        for value in ("\0", "\x1b", "\ud800", "\uffff", None):
             with self.subTest(value), self.assertRaises(ValueError):
                 das.write("PhoneBook", [{"Surname": value}])
         with self.assertRaises(ValueError):
@@ -140,7 +144,7 @@ class Connections(ClientTest):
         status = next(events)
         self.assertIsInstance(status, StatusChanged)
         self.assertEqual(status.item, "contacts-status")
-        old = self.client()
+        old, idle = self.client(), self.client()
         old.current_user()
         self.end_host()
         with self.assertRaises(ConnectionLost):
@@ -150,19 +154,41 @@ class Connections(ClientTest):
         self.addCleanup(starter.join)
         self.assertEqual(next(events), Reconnected())
         starter.join()
-        self.assertEqual(old.current_user(), "base", "connects again")
+        for client in (old, idle):
+            self.assertEqual(client.current_user(), "base", "connects again")
         old.set_profile("visitor")
         self.assertEqual(next(events), ProfileChanged("visitor"))
         watcher.set_profile("base")
         self.assertEqual(next(events), ProfileChanged("base"), "heard in front of its own answer")
 
-    def test_an_answer_that_does_not_come_ends_the_wait(self):
-        with socket.socket(socket.AF_UNIX) as mute:
-            mute.bind(str(self.place / "mute"))
-            mute.listen()
-            das = Client(self.place / "mute", timeout=0.05)
-            with self.assertRaises(ConnectionLost):
-                das.current_user()
+    def test_a_host_that_is_mute_or_talks_nonsense_is_told_of(self):
+        rows = [("timed out", b""), ("timed out", b'{"id":1'), ("no message", b"hello\n"),
+                ("no message", b'"\xff"\n'), ("no message", b"[1]\n"), ("no answer", b'{"id":1}\n'),
+                ("no message", b"[" * 100000 + b"\n"), ("a failure", b'{"id":1,"result":{}}\n'),
+                ("no answer", b'{"method":"Status","params":[]}\n{"id":1,"error":"x","result":1}\n')]
+        with socket.socket(socket.AF_UNIX) as odd:
+            odd.bind(str(self.place / "odd"))
+            odd.listen()
+            for words, line in rows:
+                das = self.client_of("odd", timeout=0.05 if words == "timed out" else 60)
+                with self.subTest(line[:40]), odd.accept()[0] as host:
+                    host.sendall(line)
+                    with self.assertRaisesRegex(DasError, words):
+                        das.current_user()
+
+    def test_threads_share_a_client_and_any_may_close_one_that_listens(self):
+        das = self.client()
+        das.write("PhoneBook", [{"Surname": f"S{n}"} for n in range(4)])
+        with ThreadPoolExecutor(4) as threads:
+            names = [f"S{n % 4}" for n in range(100)]
+            found = list(threads.map(lambda name: das.read("PhoneBook", where={"Surname": name}), names))
+            self.assertEqual([[row["Surname"] for row in rows] for rows in found],
+                             [[name] for name in names])
+            watcher = self.client()
+            heard = threads.submit(list, watcher.watch())
+            das.set_profile("visitor")
+            watcher.close()
+            self.assertLessEqual(len(heard.result(60)), 1, "it has ended")
 
     def test_what_the_host_does_not_understand_is_told(self):
         with self.assertRaisesRegex(DasError, "Parse error"):

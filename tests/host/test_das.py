@@ -331,7 +331,8 @@ class Databases(HostTest):
         filled = self.das("request", lines=[READ_ALL])
         (self.db / "phone.db").chmod(0o444)
         run = self.run_unprivileged([READ_ALL, update("new"), READ_ALL])
-        for path in (self.db, self.db / "phone.db"):
+        # The folder is forbidden only to a user whose it is not.
+        for path in (self.db / "phone.db", *([self.db] if os.getuid() == 0 else [])):
             self.assertIn(f"das: {path}: Permission denied", run.errors)
         self.assertEqual(run.answers, [filled.answers[0], failure(), filled.answers[0]])
         self.assertEqual(run.returncode, 1)

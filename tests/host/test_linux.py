@@ -91,14 +91,20 @@ class Manager(SystemTest):
                 self.end(host)
                 self.assertRegex(ear.hear_until("STOPPING")[-1], "^STOPPING=1\n")
 
-    def test_a_manager_that_is_gone_is_told_of_and_the_service_runs(self):
-        host = self.start_with("serve", "--socket", self.path,
-                               NOTIFY_SOCKET=str(self.place / "gone"))
-        while not self.path.exists():
-            self.assertIsNone(host.poll(), self.logged())
-        self.assertEqual(self.wire().exchange(asked(WORD)), answered(Response="base"))
-        self.end(host)
-        self.assertRegex(self.logged(), "gone: No such file or directory.*READY=1")
+    def test_a_manager_that_is_gone_or_deaf_is_told_of_once_and_the_service_runs(self):
+        Ear(self, str(self.place / "deaf"))
+        for name, why in (("gone", "No such file or directory"),
+                          ("deaf", "Resource temporarily unavailable")):
+            with self.subTest(name):
+                self.log.write_text("")
+                host = self.start_with("serve", "--socket", self.path,
+                                       NOTIFY_SOCKET=str(self.place / name))
+                while not self.path.exists():
+                    self.assertIsNone(host.poll(), self.logged())
+                self.assertEqual(self.wire().exchange(asked(WORD)), answered(Response="base"))
+                self.end(host)
+                self.assertEqual(self.logged().count("manager was not told"), 1)
+                self.assertRegex(self.logged(), f"{name}: {why}; .* not told: STATUS=Starting: ")
 
     def test_clients_wait_for_a_start_and_for_the_next_one(self):
         listening = self.listener()
@@ -132,9 +138,28 @@ class Manager(SystemTest):
         self.end(host)
 
     def test_sockets_of_another_process_are_left_alone(self):
-        run = self.das("serve", env={"LISTEN_PID": "1", "LISTEN_FDS": "1"})
-        self.assertEqual(run.returncode, 2)
-        self.assertIn("one of --socket and --stdio", run.errors)
+        for words in ("LISTEN_PID=1 LISTEN_FDS=1", "LISTEN_PID=$$x LISTEN_FDS=1",
+                      "LISTEN_PID=$$ LISTEN_FDS=99999999999999999999"):
+            with self.subTest(words):
+                run = subprocess.run(["bash", "-c", f'{words} exec "$0" serve', DAS], check=False,
+                                     capture_output=True, text=True, env=self.environment())
+                self.assertEqual(run.returncode, 2)
+                self.assertIn("one of --socket and --stdio", run.stderr)
+
+
+@unittest.skipIf(SANITIZED or not shutil.which("strace"), "strace is needed, which sanitizers refuse")
+class Rights(SystemTest):
+    def test_a_cut_off_start_is_taken_back_without_the_right_to_change_owners(self):
+        self.das("request", lines=[WORD])
+        database = self.db / "phone.db"
+        shutil.copy(database, self.db / "phone.db.before-upgrade")
+        database.chmod(0o640)
+        run = subprocess.run(["strace", "-f", "-o", "/dev/null", "-e", "inject=chown:error=EPERM",
+                              DAS, "request"], input=WORD, capture_output=True, text=True,
+                             env=self.environment(), check=False)
+        self.assertEqual(run.stdout, "base\n", run.stderr)
+        self.assertEqual(sorted(each.name for each in self.db.iterdir()), ["phone.db"])
+        self.assertEqual(database.stat().st_mode & 0o777, 0o640)
 
 
 class Journal(SystemTest):
@@ -248,7 +273,7 @@ class Installed(SystemTest):
 
     def test_programs_are_built_with_it_in_an_empty_folder(self):
         rows = [("pkg-config", {"PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}),
-                ("cmake", {"CMAKE_PREFIX_PATH": str(self.prefix)})]
+                ("cmake", {"CMAKE_PREFIX_PATH": str(self.prefix), "CMAKE_GENERATOR": "Ninja"})]
         for kind, variables in rows:
             with self.subTest(kind):
                 folder = shutil.copytree(CONSUMER, self.place / kind)

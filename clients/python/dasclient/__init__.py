@@ -5,8 +5,9 @@
         for contact in das.read("PhoneBook", where={"Surname": "Amber"}):
             print(contact["UniqueID"], contact["Office"])
 
-Needs nothing beyond the standard library. A client is one connection, for one thread at a time;
-programs with several threads open a client for each.
+Needs nothing beyond the standard library. A client is one connection: calls of several threads take
+turns, and threads that are not to wait for each other open a client each. Who listens by ``watch``
+uses a client for that alone; any thread may close it.
 
 A connection that is lost is opened again by the next call, and listeners are added again. The call
 that was under way raises ``ConnectionLost`` and is not repeated: whether the host carried it out
@@ -18,6 +19,7 @@ import itertools
 import json
 import re
 import socket
+import threading
 import time
 from collections import deque
 from dataclasses import dataclass
@@ -37,12 +39,14 @@ HEADER = '<?xml version="1.0" encoding="utf-8"?>'
 ONE_WAY = frozenset(("clearMobileUserdata", "clearMobileUserDLSdata", "copyBaseDataToVisitor",
                      "deleteVisitorUserPassword", "deleteUcCredentials"))
 
-#: All remote methods, as ``das call --help`` lists them. One that is not known is never answered.
+#: All remote methods, as ``contracts/methods.schema.json`` has them. One that is not known is never
+#: answered.
 METHODS = ONE_WAY | frozenset((
     "processRequest", "deleteFile", "renameFile", "moveFile", "readDirectoryTree", "readDirectory",
     "setProfile", "factoryReset", "invokeACMSFactoryReset", "exportData", "importData",
     "importDataForUser", "createPhonenumberIndices", "migrateUserData", "checkDatabaseNeedsChange",
-    "exportUserData", "importUserData", "AddListener", "AddStatusListener"))
+    "exportUserData", "importUserData", "AddListener", "AddStatusListener",
+    "AddLogListener"))
 
 #: Schemas whose requests speak of rows by ``Entry`` and ``Select``.
 LIST_SCHEMAS = frozenset((
@@ -77,7 +81,9 @@ _FORBIDDEN = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff]")
 
 def escape(value: Any) -> str:
     """A value as the text of an element. Bools are "true" and "false". The service stores what
-    was passed, and shows it so; see the note on cells at ``rows_of``."""
+    was passed, and shows it so; see the note on cells at ``rows_of``. None is no value."""
+    if value is None:
+        raise ValueError("None is no value: leave the element out, or give a blank text")
     text = str(value).lower() if isinstance(value, bool) else str(value)
     if _FORBIDDEN.search(text):
         raise ValueError(f"{text!r} has a character that no request can carry")
@@ -86,7 +92,7 @@ def escape(value: Any) -> str:
 
 def element(name: str, value: Any) -> str:
     """``<name>value</name>``, the value escaped."""
-    if not re.fullmatch(r"[A-Za-z_]\w*", name, re.ASCII):
+    if not re.fullmatch(r"[A-Za-z_][\w.-]*", name, re.ASCII):
         raise ValueError(f"{name!r} is no name of an element")
     return f"<{name}>{escape(value)}</{name}>"
 
@@ -129,8 +135,8 @@ def reason_of(answer: str) -> str:
 
 # A cell is not escaped, so it may hold anything: it ends where its own end tag is followed by
 # another tag, or by the end of the text.
-_CELL = re.compile(r"<(\w+)>(.*?)</\1>(?=<|\Z)|<(\w+)/>", re.DOTALL)
-_CONTEXT = re.compile(r'<Context currentUser="([^"]*)">(.*?)</Context>', re.DOTALL)
+_CELL = re.compile(r"<([\w.-]+)>(.*?)</\1>(?=<|\Z)|<([\w.-]+)/>", re.DOTALL)
+_CONTEXT = re.compile(r'<Context currentUser="([^"]*)">(.*?)</Context>(?=<|\Z)', re.DOTALL)
 
 
 def _cells(text: str) -> Iterator[tuple[str, str]]:
@@ -152,8 +158,8 @@ def _row(text: str, context: Optional[str]) -> Row:
 def rows_of(answer: str) -> List[Row]:
     """The rows of an answer: its entries, or one row for each item of settings.
 
-    Cells stand unescaped in answers, so this is no XML parser. A cell that holds its own end tag
-    in front of another tag can't be told from two cells.
+    Cells stand unescaped in answers, so this is no XML parser. A cell that holds its own end tag, or
+    that of its entry or context, in front of another tag can't be told from two cells.
     """
     body = answer.partition("</ReasonForMessage>")[2].rpartition("</Schema>")[0]
     rows: List[Row] = []
@@ -200,8 +206,9 @@ def _event_of(heard: Mapping[str, Any]) -> Optional[Event]:
     if method.startswith("ProfileChangedTo"):
         return ProfileChanged(method[len("ProfileChangedTo"):].lower())
     if method == "Status":
-        params = heard.get("params", {})
-        return StatusChanged(params.get("item", ""), params.get("value", ""))
+        params = heard.get("params")
+        if isinstance(params, dict):
+            return StatusChanged(str(params.get("item", "")), str(params.get("value", "")))
     return None
 
 
@@ -225,7 +232,8 @@ class Client:
         self._listeners: Set[str] = set()
         self._events: Deque[Event] = deque()
         self._socket: Optional[socket.socket] = None
-        self._received = b""
+        self._received = bytearray()
+        self._turn = threading.RLock()
         self._connect()
 
     def __enter__(self) -> "Client":
@@ -256,10 +264,26 @@ class Client:
             self._exchange(method, {})
 
     def _drop(self) -> None:
-        if self._socket is not None:
-            self._socket.close()
-        self._socket = None
-        self._received = b""
+        connection, self._socket = self._socket, None
+        self._received = bytearray()
+        if connection is not None:
+            try:
+                connection.shutdown(socket.SHUT_RDWR)  # wakes a thread that waits there
+            except OSError:
+                pass  # the host has gone
+            connection.close()
+
+    def _has_ended(self) -> bool:
+        """Whether there is no connection any more. What is seen here is lost before a call."""
+        if self._socket is None:
+            return True
+        try:
+            self._socket.setblocking(False)
+            return not self._socket.recv(1, socket.MSG_PEEK)
+        except BlockingIOError:
+            return False
+        except OSError:
+            return True
 
     def _lost(self, why: str) -> ConnectionLost:
         self._drop()
@@ -268,28 +292,38 @@ class Client:
     def _send(self, content: Mapping[str, Any]) -> None:
         assert self._socket is not None
         try:
+            self._socket.settimeout(self._timeout)
             self._socket.sendall(json.dumps(content).encode() + b"\n")
         except OSError as error:
             raise self._lost(error.strerror or str(error)) from error
 
     def _receive(self, timeout: Optional[float]) -> Dict[str, Any]:
         """The next message of the host."""
-        if self._socket is None:
+        connection, received = self._socket, self._received
+        if connection is None:
             raise self._lost("not connected")
         end = None if timeout is None else time.monotonic() + timeout
-        parts = [self._received]
-        while b"\n" not in parts[-1]:
+        place = received.find(b"\n")
+        while place < 0:
             try:
-                self._socket.settimeout(None if end is None else max(end - time.monotonic(), 0.001))
-                part = self._socket.recv(1 << 16)
+                connection.settimeout(None if end is None else max(end - time.monotonic(), 0.001))
+                part = connection.recv(1 << 16)
             except OSError as error:
                 # A late answer would be taken for that of another call: a new connection has none.
                 raise self._lost(error.strerror or str(error)) from error
             if not part:
                 raise self._lost("the host has closed the connection")
-            parts.append(part)
-        line, self._received = b"".join(parts).split(b"\n", 1)
-        heard: Dict[str, Any] = json.loads(line)
+            place = part.find(b"\n")
+            place += len(received) if place >= 0 else 0
+            received += part
+        line = bytes(received[:place])
+        del received[:place + 1]
+        try:
+            heard = json.loads(line)
+        except (ValueError, RecursionError) as error:
+            raise self._lost("what came is no message") from error
+        if not isinstance(heard, dict):
+            raise self._lost("what came is no message")
         return heard
 
     def _exchange(self, method: str, params: Mapping[str, Any]) -> Dict[str, Any]:
@@ -299,10 +333,12 @@ class Client:
             return {}
         while True:
             heard = self._receive(self._timeout)
-            if "error" in heard:
-                raise DasError(f"{method}: {heard['error'].get('message', 'not understood')}")
+            error, result = heard.get("error"), heard.get("result")
+            if isinstance(error, dict):
+                raise DasError(f"{method}: {error.get('message', 'not understood')}")
             if heard.get("id") == number:
-                result: Dict[str, Any] = heard["result"]
+                if not isinstance(result, dict):
+                    raise self._lost("what came is no answer")
                 return result
             self._hear(heard)
 
@@ -316,9 +352,10 @@ class Client:
         way then."""
         if method not in METHODS:
             raise ValueError(f"{method!r} is no remote method: the host would never answer")
-        if self._socket is None:
-            self._connect()
-        result = self._exchange(method, params)
+        with self._turn:
+            if self._has_ended():
+                self._connect()
+            result = self._exchange(method, params)
         if "Response" in result and method != "processRequest":
             raise Refused(method, str(result["Response"]))
         return result
@@ -347,27 +384,32 @@ class Client:
             try:
                 self._hear(self._receive(None))
             except ConnectionLost:
-                if not self._listeners:  # closed on purpose
+                if not self._reconnect(patience):
                     return
-                self._reconnect(patience)
                 yield Reconnected()
 
-    def _reconnect(self, patience: Optional[float]) -> None:
+    def _reconnect(self, patience: Optional[float]) -> bool:
+        """False when the client was closed."""
         end = None if patience is None else time.monotonic() + patience
         for pause in itertools.chain((0.05, 0.1, 0.2, 0.5, 1.0), itertools.repeat(2.0)):
+            if not self._listeners:
+                return False
             try:
                 self._connect()
-                return
+                return True
             except ConnectionLost:
                 if end is not None and time.monotonic() + pause > end:
                     raise
                 time.sleep(pause)
+        raise AssertionError("pauses never end")
 
     # Requests
 
     def request(self, text: str) -> str:
         """The answer to a request, or to a service word such as "getCurrentUser", as it comes."""
         answer = self.call("processRequest", Request=text, RequestLength=len(text.encode()))
+        if "Response" not in answer:
+            raise Refused("processRequest", "")
         return str(answer["Response"])
 
     def _ask(self, schema: str, reason: str, body: str, context: Optional[str]) -> str:
