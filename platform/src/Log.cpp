@@ -10,7 +10,9 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <iterator>
 #include <mutex>
 #include <utility>
 
@@ -116,16 +118,21 @@ std::string& appendVisible(std::string& line, const std::string& message) {
     return line;
 }
 
-/// What can be told without memory: the format in place of the message.
-void writeBare(const char* component, const char* source, int level, int line,
-               const char* format) noexcept {
+/// What can be told without memory: the beginning of the line.
+void writeBare(const char* component, const char* source, int level, int line, const char* format,
+               va_list arguments) noexcept {
     char text[512];
-    const int length = std::snprintf(text, sizeof text, "%d %s %s:%d %s\n", level, component,
-                                     source, line, format);
-    if (length > 0) {
-        (void)!::write(STDERR_FILENO, text,
-                       std::min(static_cast<std::size_t>(length), sizeof text - 1));
-    }
+    const int head =
+        std::snprintf(text, sizeof text / 2, "%d %s %s:%d ", level, component, source, line);
+    char* const message = text + std::clamp(head, 0, static_cast<int>(sizeof text / 2) - 1);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it
+    (void)std::vsnprintf(message, static_cast<std::size_t>(std::end(text) - message), format,
+                         arguments);
+    char* const end = text + std::strlen(text);
+    std::replace_if(
+        message, end, [](char each) { return each >= 0 && each < ' '; }, ' ');
+    *end = '\n';
+    (void)!::write(STDERR_FILENO, text, static_cast<std::size_t>(end - text) + 1);
 }
 
 }  // namespace
@@ -144,12 +151,15 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
     sourceFile = sourceFile != nullptr ? sourceFile : "";
     va_list arguments;
     va_start(arguments, format);
+    va_list again;
+    va_copy(again, arguments);
     try {
         handOver({level, component, sourceFile, line, formatted(format, arguments)});
     } catch (const std::exception&) {
         // Those who log in the middle of a failure must come to its end.
-        writeBare(component, sourceFile, level, line, format);
+        writeBare(component, sourceFile, level, line, format, again);
     }
+    va_end(again);
     va_end(arguments);
     errno = errorBefore;
 }

@@ -35,12 +35,12 @@ TEST(LogTest, ErrnoStaysAsItWas) {
 }
 
 // An entry of a failure that could not be told raised another, which ended the process.
-TEST(LogTest, WithoutMemoryTheFormatIsTold) {
+TEST(LogTest, WithoutMemoryALineIsTold) {
     const LogCapture log;
     Log::setSink([](const Log::Entry&) { throw std::bad_alloc(); });
     testing::internal::CaptureStderr();
-    EXPECT_NO_THROW(logAppUni("C", "S", 2, 1, "failed: %s", "why"));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "2 C S:1 failed: %s\n");
+    EXPECT_NO_THROW(logAppUni("C", "S", 2, 1, "failed: %s\n", "why"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "2 C S:1 failed: why \n");
 }
 
 TEST(LogTest, TheLevelComesFromTheEnvironment) {
