@@ -335,14 +335,18 @@ bool DASMigrator::dbIsPreMobility(DataAccessServiceIfc* service) {
 }
 
 void DASMigrator::migrateToMobilityDatabase(DataAccessServiceIfc* service) {
+    bool isRenewed = true;
     migrateFeatureKeysTable(service);
     migrateFtpSettingsTable(service);
     if (rowsOf(service, GeneralConfigTableName) == 0) {
         createTable(service, settingsTableSchema);
     } else {
-        migrateGeneralConfigTable(service, {"Schema", "UserContext", "Name", "Value"});
+        isRenewed = migrateGeneralConfigTable(service, {"Schema", "UserContext", "Name", "Value"});
     }
     (void)service->getAdapter()->dropTable("IMAGES");  // one that is missing is as good as dropped
+    if (!isRenewed) {
+        return;  // without the mark the next start tries again
+    }
     (void)DASUtils::insertMobilityCurrentUserValue(service->getAdapter(), UserContextBase);
 }
 

@@ -130,7 +130,8 @@ public:
     static void migrateMovedItems(DataAccessServiceIfc* service);
     static void dbMigrateDoorOpenerSettings(DataAccessServiceIfc* service, bool upgrade);
     static void downgradeDoorOpenerSettings(DataAccessServiceIfc* service);
-    static void migrateGeneralConfigTable(DataAccessServiceIfc* service,
+    /// False when a failure left the table as it was that the next start may not meet.
+    static bool migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                           const std::vector<std::string>& columns);
     static void normalizeGeneralConfigTable(DataAccessServiceIfc* service);
     static void validateDeviceItems(DataAccessServiceIfc* service);

@@ -1,5 +1,7 @@
 // The table of settings: the key that it was given, and its forms before user mobility.
 
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "AdapterGuards.h"
@@ -12,6 +14,7 @@
 #include "DatabaseAdapter.h"
 #include "GenConfigDeviceDataItems.h"
 #include "Logging.h"
+#include "Storage.h"
 
 namespace {
 
@@ -228,15 +231,21 @@ bool renewTable(DataAccessServiceIfc* service, const std::vector<std::string>& c
            insertTaken(adapter, taken, columns);
 }
 
+/// Without a place for files no start will ever rewrite the table.
+bool canHaveFiles() {
+    const std::string place = Storage::devicePath(migrationFile);
+    return ::access(place.substr(0, place.rfind('/') + 1).c_str(), W_OK) == 0;
+}
+
 }  // namespace
 
-void DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
+bool DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                             const std::vector<std::string>& columns) {
     const int count = service->getAdapter()->getColumnCount("SELECT * FROM GENERAL_CONFIG;");
     if (count != ColumnsWithoutContext && count != ColumnsWithContext) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG has %d columns, left as it is",
                 count);
-        return;
+        return true;
     }
     DAS_LOG(5, "%s",
             count == ColumnsWithoutContext
@@ -246,9 +255,10 @@ void DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
     if (!runWholeOrNot(*service->getAdapter(),
                        [&] { return renewTable(service, columns, count); })) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG is left as it was");
-        return;
+        return !canHaveFiles();
     }
     DASUtils::removeDataFile(migrationFile);
     DASUtils::removeDataFile(migrationFile + outSuffix);
     DAS_LOG(5, "GENERAL_CONFIG table handling complete");
+    return true;
 }

@@ -295,21 +295,23 @@ bool DASMigrator::rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std
 void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
                                           const std::string& schema, bool visitorRows,
                                           int columns) {
+    const auto dao = createDao(service, schema);
+    if (visitorRows && isKnownToHaveNo(service, table, {})) {
+        // An empty table never gets its rows later; a missing one comes with them, now or when it
+        // is needed.
+        if (service->getAdapter()->executeNonQuery("DROP TABLE " + table + ";") == 0) {
+            (void)dao->insertDefaultRows(UserContextVisitor);
+        }
+        return;
+    }
     (void)rebuildIntoDaoColumns(service, schema, table);
     if (static_cast<int>(columnsOf(service, table).size()) < columns) {
         DAS_LOG(2, "The table %s has no users yet", table.c_str());
         return;
     }
     const std::string visitor = DASUtils::convertToDBFormat(UserContextVisitor);
-    if (!visitorRows || !isKnownToHaveNo(service, table, {{UserContextTagName, visitor}})) {
-        return;
-    }
-    const auto dao = createDao(service, schema);
-    if (!isKnownToHaveNo(service, table, {})) {
+    if (visitorRows && isKnownToHaveNo(service, table, {{UserContextTagName, visitor}})) {
         (void)dao->insertDefaultRows(UserContextVisitor);  // what fails is in the log
-    } else if (dao->insertDefaultRows(true) != 0 && isKnownToHaveNo(service, table, {})) {
-        // Some objects fill their table only when they make it: the next one to need it does.
-        (void)service->getAdapter()->executeNonQuery("DROP TABLE " + table + ";");
     }
 }
 

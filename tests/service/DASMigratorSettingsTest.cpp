@@ -327,7 +327,7 @@ TEST_F(OldSettingsTest, EverySettingOfAnOldTableArrivesInItsContext) {
     for (const bool withContext : {false, true}) {
         SCOPED_TRACE(withContext ? "four columns" : "three columns");
         makeOld(withContext);
-        DASMigrator::migrateGeneralConfigTable(&service(), Columns);
+        EXPECT_TRUE(DASMigrator::migrateGeneralConfigTable(&service(), Columns));
         expectNew();
         EXPECT_FALSE(std::filesystem::exists(onDevice("/Aurel_Deploy/DasMigrationValues.csv")));
         EXPECT_FALSE(std::filesystem::exists(onDevice("/Aurel_Deploy/DasMigrationValues.csv.out")));
@@ -337,12 +337,29 @@ TEST_F(OldSettingsTest, EverySettingOfAnOldTableArrivesInItsContext) {
 TEST_F(OldSettingsTest, ATableThatCanNotGoThroughTheFileStaysAsItWas) {
     makeOld(false);
     std::filesystem::remove_all(onDevice("/Aurel_Deploy"));
-    DASMigrator::migrateGeneralConfigTable(&service(), Columns);
+    EXPECT_TRUE(DASMigrator::migrateGeneralConfigTable(&service(), Columns));
     EXPECT_EQ(cell("SELECT COUNT(*) FROM GENERAL_CONFIG"), std::to_string(Values.size() + 3));
     EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name='n6'"), "two\nlines");
     change("DROP TABLE GENERAL_CONFIG");
     change("CREATE TABLE GENERAL_CONFIG (Schema TEXT, Value TEXT)");
     change("INSERT INTO GENERAL_CONFIG VALUES ('A', 'x')");
-    DASMigrator::migrateGeneralConfigTable(&service(), Columns);
+    EXPECT_TRUE(DASMigrator::migrateGeneralConfigTable(&service(), Columns));
     EXPECT_EQ(cell("SELECT COUNT(*) FROM GENERAL_CONFIG"), "1");
+}
+
+// With the mark of the current user no later start would look at the contexts again.
+TEST_F(OldSettingsTest, AFailedRewriteIsTriedAgainByTheNextStart) {
+    const auto marks = [this] {
+        return cell("SELECT COUNT(*) FROM GENERAL_CONFIG WHERE Name='MobilityCurrentUser'");
+    };
+    makeOld(true);
+    const auto inTheWay = onDevice("/Aurel_Deploy/DasMigrationValues.csv.out");
+    std::filesystem::create_directories(inTheWay / "x");
+    DASMigrator::migrateToMobilityDatabase(&service());
+    EXPECT_EQ(marks(), "0");
+    std::filesystem::remove_all(inTheWay);
+    DASMigrator::migrateToMobilityDatabase(&service());
+    EXPECT_EQ(marks(), "1");
+    change("DELETE FROM GENERAL_CONFIG WHERE Name='MobilityCurrentUser'");
+    expectNew();
 }
