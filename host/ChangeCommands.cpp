@@ -74,8 +74,16 @@ protected:
 private:
     /// Whether there is a row to change; true also when that can't be known.
     bool isThere(Session& session) const {
+        // An update of contacts reaches those of each user, whoever is named.
+        const bool reachesAll =
+            m_rows.schema().name == "PhoneBook" && std::string(m_reason) == "update_request";
+        return reachesAll ? hasRow(session, "base") || hasRow(session, "visitor")
+                          : hasRow(session, m_rows.context());
+    }
+
+    bool hasRow(Session& session, const std::optional<std::string>& context) const {
         const auto found = session.ask(
-            RequestText::request(m_rows.schema().name, "read_request", m_rows.context(),
+            RequestText::request(m_rows.schema().name, "read_request", context,
                                  RequestText::entry(m_rows.schema(), m_rows.conditions())));
         return !found || Answers::isFailure(*found) ||
                !AnswerSheet::of(m_rows.schema(), *found, {}).rows.empty();

@@ -164,6 +164,8 @@ void Dispatcher::handleXml(std::string_view line, const std::shared_ptr<Client>&
         response->setReply(encoded(adapter, Method(StatusListenerMethod)));
         return;
     }
+    client->lastFailures() = {};
+    const LogRelay::Hearing hearing(client->lastFailures());
     m_invoker.handleMessage(&m_service, line.data(), static_cast<int>(line.size()),
                             response.release());
 }

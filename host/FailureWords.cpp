@@ -23,6 +23,10 @@ const std::pair<const char*, const char*> Advice[] = {
 }  // namespace
 
 void FailureWords::add(const Log::Entry& entry) {
+    // An item that was never set is told at the level of failures, and is none.
+    if (entry.message.find(" - results empty") != std::string::npos) {
+        return;
+    }
     // What is no error, such as a row of a file that is filled up, may stand at that level too.
     const bool isError = entry.message.find("ERROR") != std::string::npos ||
                          entry.message.find("rror") != std::string::npos;

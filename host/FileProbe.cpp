@@ -19,7 +19,8 @@ int errorOf(const std::string& place, bool forWriting) {
         descriptor = open(place.c_str(), O_WRONLY | O_CREAT | O_EXCL | Always, 0600);
     }
     if (descriptor < 0) {
-        return errno;
+        // A link to what is not there yet: the export makes it.
+        return isNew && errno == EEXIST ? 0 : errno;
     }
     struct stat status {};
     const bool isFolder = fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);

@@ -70,8 +70,8 @@ void LogRelay::startOnce() {
         return;
     }
     m_ownLevel = Log::level();
+    m_thread = std::thread([this] { work(); });  // may fail, and then nothing is to be heard
     Log::setSink([this](const Log::Entry& entry) { hear(entry); });
-    m_thread = std::thread([this] { work(); });
 }
 
 void LogRelay::hear(const Log::Entry& entry) {

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "KnownMethods.h"
 
@@ -9,8 +10,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using KnownMethods::Entry;
-
-constexpr const char* LogMethod = "AddLogListener";
 
 Json typeOf(Parameter::Type type) {
     switch (type) {
@@ -119,14 +118,44 @@ Json eventOf(const char* name, const Json& params) {
     return objectOf(properties, {"jsonrpc", "method"});
 }
 
-/// The host's own method to hear its log, which JSON alone has.
-Json logCall() {
-    const Json level = objectOf({{"Level", typeOf(Parameter::Type::Int)}}, Json::array());
+/// A method of the host alone, which JSON alone has: in and out.
+struct HostMethod {
+    const char* name;
+    Json in;
+    std::vector<const char*> required;
+    Json out;
+};
+
+std::vector<HostMethod> hostMethods() {
+    const Json text = typeOf(Parameter::Type::String);
+    const Json number = typeOf(Parameter::Type::Int);
+    const Json flag = typeOf(Parameter::Type::Bool);
+    return {{"AddLogListener", {{"Level", number}}, {}, Json::object()},
+            {"CheckFile",
+             {{"Path", text}, {"ForWriting", flag}},
+             {"Path", "ForWriting"},
+             {{"Error", number}, {"Place", text}}},
+            {"LastFailures", Json::object(), {}, {{"Words", text}, {"HasFailed", flag}}}};
+}
+
+Json callOf(const HostMethod& method) {
+    Json required = {"jsonrpc", "method"};
+    if (!method.required.empty()) {
+        required.push_back("params");
+    }
     return objectOf({{"jsonrpc", {{"const", "2.0"}}},
                      {"id", Json::object()},
-                     {"method", {{"const", LogMethod}}},
-                     {"params", level}},
-                    {"jsonrpc", "method"});
+                     {"method", {{"const", method.name}}},
+                     {"params", objectOf(method.in, method.required)}},
+                    required);
+}
+
+Json resultOf(const HostMethod& method) {
+    Json names = Json::array();
+    for (const auto& each : method.out.items()) {
+        names.push_back(each.key());
+    }
+    return objectOf(method.out, names);
 }
 
 Json logEntry() {
@@ -179,9 +208,11 @@ std::string MethodContract::json() {
             answers[name] = answerOf(name);
         }
     }
-    calls[LogMethod] = logCall();
-    results[LogMethod] = objectOf(Json::object(), Json::array());
-    answers[LogMethod] = answerOf(LogMethod);
+    for (const HostMethod& method : hostMethods()) {
+        calls[method.name] = callOf(method);
+        results[method.name] = resultOf(method);
+        answers[method.name] = answerOf(method.name);
+    }
     const Json errors = {{"ParseError", errorOf(-32700, "Parse error")},
                          {"InvalidRequest", errorOf(-32600, "Invalid Request")}};
     Json references = Json::array();

@@ -244,11 +244,12 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
     std::size_t failures = 0;
     std::vector<std::string> fields;
     while (readFields(fields)) {
+        const std::size_t count = fields.size();  // who stores them may change them
         try {
             failures += store(fields) != 0 ? 1 : 0;
         } catch (const std::out_of_range&) {
             DAS_LOG(2, "%s: line %zu is not stored: its %zu fields are not those of the table",
-                    m_path.c_str(), m_line, fields.size());
+                    m_path.c_str(), m_line, count);
             ++failures;
         }
         if (m_line % LinesBetweenReports == 0) {

@@ -24,7 +24,7 @@ bool isFilledUp(const std::string& table) {
 /// The rows that are not refused stay, and the import is none that failed.
 void logRefused(std::size_t rows, const std::string& path) {
     if (rows > 0) {
-        DAS_LOG(2, "%zu rows of %s were not stored", rows, path.c_str());
+        DAS_LOG(2, "%s: %zu of its rows were not stored", path.c_str(), rows);
     }
 }
 

@@ -156,6 +156,16 @@ class Data(DemoTest):
         self.good("delete", "PhoneBook", "--all")
         self.good("import", "PhoneBook", "/tmp/book.csv", "--context", "base")
         self.assertEqual(self.rows("read", "PhoneBook", "--cols", "Surname,Office"), before)
+        # The service logs at the level of failures that the mode of the telephone was never set.
+        (self.root / "tmp/linked").symlink_to(self.root / "tmp/groups")
+        self.good("export", "CallGroup", "/tmp/linked")
+        self.assertEqual(self.das("import", "CallGroup", "/tmp/groups", "--context", "visitor").returncode, 0)
+
+    def test_a_contact_of_another_user_is_there_to_be_changed(self):
+        number = self.rows("write", "PhoneBook", "Surname=Guest", "--context", "visitor")[0]["UniqueID"]
+        self.good("set", "PhoneBook", "--id", str(number), "Surname=Changed")
+        found = self.rows("read", "PhoneBook", "--context", "visitor", "--id", str(number))
+        self.assertEqual(found[0]["Surname"], "Changed")
 
     def test_a_change_of_user_without_a_host_is_there_at_the_next_start(self):
         self.good("profile", "visitor")

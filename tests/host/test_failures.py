@@ -155,7 +155,8 @@ class Errors(DemoTest):
                 ("export Certificates /tmp/x", 1, "das: export Certificates: .*no such table: "
                  "CERTIFICATES.*; the first request to a schema makes its table"),
                 ("import DssKeySettings /data/few.csv", 1, "das: import DssKeySettings: .*few.csv: "
-                 "line 1 is not stored: its 2 fields are not those of the table; 1 rows of"),
+                 "line 1 is not stored: its 2 fields are not those of the table; "
+                 ".*few.csv: 1 of its rows"),
             ]]
         before = {name: self.das("read", name, "--output", "raw").stdout
                   for name in ("PhoneBook", "FeatureKeys", "CallLog", "Locale")}

@@ -46,7 +46,7 @@ METHODS = ONE_WAY | frozenset((
     "setProfile", "factoryReset", "invokeACMSFactoryReset", "exportData", "importData",
     "importDataForUser", "createPhonenumberIndices", "migrateUserData", "checkDatabaseNeedsChange",
     "exportUserData", "importUserData", "AddListener", "AddStatusListener",
-    "AddLogListener"))
+    "AddLogListener", "CheckFile", "LastFailures"))
 
 #: Schemas whose requests speak of rows by ``Entry`` and ``Select``.
 LIST_SCHEMAS = frozenset((
@@ -275,11 +275,12 @@ class Client:
 
     def _has_ended(self) -> bool:
         """Whether there is no connection any more. What is seen here is lost before a call."""
-        if self._socket is None:
+        connection = self._socket
+        if connection is None:
             return True
         try:
-            self._socket.setblocking(False)
-            return not self._socket.recv(1, socket.MSG_PEEK)
+            connection.setblocking(False)
+            return not connection.recv(1, socket.MSG_PEEK)
         except BlockingIOError:
             return False
         except OSError:
@@ -290,10 +291,12 @@ class Client:
         return ConnectionLost(f"{self._path}: {why}")
 
     def _send(self, content: Mapping[str, Any]) -> None:
-        assert self._socket is not None
+        connection = self._socket
+        if connection is None:
+            raise self._lost("not connected")
         try:
-            self._socket.settimeout(self._timeout)
-            self._socket.sendall(json.dumps(content).encode() + b"\n")
+            connection.settimeout(self._timeout)
+            connection.sendall(json.dumps(content).encode() + b"\n")
         except OSError as error:
             raise self._lost(error.strerror or str(error)) from error
 
@@ -396,6 +399,9 @@ class Client:
                 return False
             try:
                 self._connect()
+                if not self._listeners:  # closed meanwhile
+                    self._drop()
+                    return False
                 return True
             except ConnectionLost:
                 if end is not None and time.monotonic() + pause > end:
