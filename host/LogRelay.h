@@ -16,8 +16,8 @@ class FailureWords;
 
 /**
  * Carries the log of a host to the clients that have asked for it, and what it tells of failures to
- * those whose calls fail. Standard error gets the same as without them. While nobody listens, the
- * log is left alone.
+ * those whose calls fail. Standard error gets the same as without them. Until one of both is asked
+ * for, the log is left alone.
  */
 class LogRelay {
 public:
