@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "DataAccessService.h"
 #include "FloorDatabase.h"
+#include "service/DataAccessService.h"
 
 /**
  * How to add an operation:

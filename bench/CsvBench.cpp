@@ -7,11 +7,11 @@
 #include <fstream>
 #include <iterator>
 
-#include "AdapterGuards.h"
 #include "Bench.h"
-#include "DataAccessObject.h"
-#include "DatabaseAdapter.h"
 #include "Storage.h"
+#include "dao/DataAccessObject.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
 
 namespace {
 

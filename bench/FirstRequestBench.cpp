@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "Bench.h"
-#include "DatabaseAdapter.h"
 #include "StatementRecord.h"
+#include "database/DatabaseAdapter.h"
 
 namespace {
 

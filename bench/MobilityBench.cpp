@@ -6,11 +6,11 @@
 #include <map>
 #include <memory>
 
-#include "ACMSTagMapper.h"
 #include "Bench.h"
-#include "DatabaseAdapter.h"
-#include "PlainTables.h"
 #include "StatementRecord.h"
+#include "database/DatabaseAdapter.h"
+#include "service/ACMSTagMapper.h"
+#include "tables/PlainTables.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The generic tables, by the example of the feature keys: 177 keys for each of two users.
 
 #include "Bench.h"
-#include "PlainTables.h"
+#include "tables/PlainTables.h"
 
 namespace {
 

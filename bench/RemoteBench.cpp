@@ -20,13 +20,13 @@
 #include <vector>
 
 #include "Context.h"
-#include "DataAccessService.h"
 #include "EchoServer.h"
 #include "Log.h"
 #include "Method.h"
-#include "Output.h"
-#include "SocketConnection.h"
-#include "SocketServer.h"
+#include "client/SocketConnection.h"
+#include "server/SocketServer.h"
+#include "service/DataAccessService.h"
+#include "terminal/Output.h"
 
 namespace fs = std::filesystem;
 using namespace Bench;

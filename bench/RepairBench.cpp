@@ -3,9 +3,9 @@
 #include <map>
 
 #include "Bench.h"
-#include "CallLogRow.h"
-#include "DASMigrator.h"
-#include "DatabaseAdapter.h"
+#include "calls/CallLogRow.h"
+#include "database/DatabaseAdapter.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Bench.h"
-#include "Output.h"
+#include "terminal/Output.h"
 
 namespace Bench {
 

@@ -4,9 +4,9 @@
 #include <map>
 
 #include "Bench.h"
-#include "DASMigrator.h"
-#include "DatabaseAdapter.h"
-#include "GenConfigDeviceDataItems.h"
+#include "dao/GenConfigDeviceDataItems.h"
+#include "database/DatabaseAdapter.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

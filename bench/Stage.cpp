@@ -4,8 +4,8 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "DatabaseAdapter.h"
 #include "StatementRecord.h"
+#include "database/DatabaseAdapter.h"
 
 namespace Bench {
 

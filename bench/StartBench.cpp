@@ -21,12 +21,12 @@
 
 #include "Bench.h"
 #include "Context.h"
-#include "DataAccessService.h"
 #include "FloorDatabase.h"
 #include "Log.h"
-#include "Output.h"
 #include "Place.h"
 #include "StatementRecord.h"
+#include "service/DataAccessService.h"
+#include "terminal/Output.h"
 
 namespace fs = std::filesystem;
 using namespace Bench;

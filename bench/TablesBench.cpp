@@ -2,7 +2,7 @@
 // codecs.
 
 #include "Bench.h"
-#include "StimulusKeySettingsDAO.h"
+#include "tables/StimulusKeySettingsDAO.h"
 
 namespace {
 

@@ -16,10 +16,10 @@
 
 #include "Bench.h"
 #include "Log.h"
-#include "Output.h"
 #include "Report.h"
 #include "Stage.h"
 #include "StatementRecord.h"
+#include "terminal/Output.h"
 
 namespace {
 

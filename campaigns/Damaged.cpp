@@ -17,11 +17,11 @@
 #include "Campaign.h"
 #include "Context.h"
 #include "DamagedFiles.h"
-#include "DataAccessService.h"
-#include "DatabaseAdapter.h"
 #include "FullDatabase.h"
 #include "LogCapture.h"
 #include "Place.h"
+#include "database/DatabaseAdapter.h"
+#include "service/DataAccessService.h"
 
 namespace fs = std::filesystem;
 

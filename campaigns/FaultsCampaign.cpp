@@ -14,14 +14,14 @@
 #include <sstream>
 
 #include "Campaign.h"
-#include "DataAccessService.h"
 #include "FaultMemory.h"
 #include "FaultVfs.h"
-#include "GeneralConfigurationDAO.h"
 #include "Log.h"
 #include "Scene.h"
 #include "SceneRequests.h"
 #include "Schemas.h"
+#include "service/DataAccessService.h"
+#include "settings/GeneralConfigurationDAO.h"
 
 using namespace SceneRequests;
 

@@ -8,8 +8,8 @@
 #include <memory>
 #include <stdexcept>
 
-#include "DataAccessService.h"
 #include "Schemas.h"
+#include "service/DataAccessService.h"
 
 namespace FullDatabase {
 

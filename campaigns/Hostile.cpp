@@ -16,8 +16,6 @@
 #include "ClientUtils.h"
 #include "Context.h"
 #include "DASTypes.h"
-#include "DataAccessService.h"
-#include "GeneralConfigurationDAO.h"
 #include "HostileFiles.h"
 #include "HostilePlace.h"
 #include "HostileTexts.h"
@@ -25,6 +23,8 @@
 #include "Schemas.h"
 #include "SqlJudge.h"
 #include "TableDocument.h"
+#include "service/DataAccessService.h"
+#include "settings/GeneralConfigurationDAO.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "GeneralConfigurationDAO.h"
 #include "Log.h"
 #include "SqlJudge.h"
+#include "settings/GeneralConfigurationDAO.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 
 #include "Campaign.h"
 #include "Context.h"
-#include "DataAccessService.h"
 #include "Place.h"
 #include "TableDocument.h"
+#include "service/DataAccessService.h"
 
 struct sqlite3;
 

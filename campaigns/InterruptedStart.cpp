@@ -18,8 +18,8 @@
 #include <cstring>
 
 #include "Context.h"
-#include "DataAccessService.h"
 #include "RecordingManagement.h"
+#include "service/DataAccessService.h"
 
 namespace {
 

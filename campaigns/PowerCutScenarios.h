@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "Context.h"
-#include "DataAccessService.h"
 #include "RecordingManagement.h"
+#include "service/DataAccessService.h"
 
 /// A folder for one service: its database in "db", the telephone's root in "root".
 class PowerCutPlace {

@@ -3,11 +3,11 @@
 
 #include <string>
 
-#include "DASInvoker.h"
-#include "DataAccessService.h"
 #include "FrameworkContext.h"
 #include "Method.h"
 #include "ProtocolAdapter.h"
+#include "service/DASInvoker.h"
+#include "service/DataAccessService.h"
 
 class Proxy;
 

@@ -11,12 +11,8 @@
 #include <fstream>
 #include <future>
 
-#include "AdapterGuards.h"
 #include "AurelProtocols.h"
 #include "Context.h"
-#include "DASInvoker.h"
-#include "DataAccessService.h"
-#include "DatabaseAdapter.h"
 #include "FaultVfs.h"
 #include "FrameworkContext.h"
 #include "InvokerResponse.h"
@@ -24,6 +20,10 @@
 #include "ProtocolAdapter.h"
 #include "RecordingManagement.h"
 #include "XmlHandler.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "service/DASInvoker.h"
+#include "service/DataAccessService.h"
 
 /// Carries methods as they are: what is tried is the service, not a protocol.
 class SceneFramework : public FrameworkContext, private ProtocolAdapter {

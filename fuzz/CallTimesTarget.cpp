@@ -6,10 +6,10 @@
 #include <sstream>
 #include <string>
 
-#include "CallLogColumns.h"
-#include "CallLogRow.h"
 #include "Stage.h"
 #include "Target.h"
+#include "calls/CallLogColumns.h"
+#include "calls/CallLogRow.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <string>
 
 #include "ClientUtils.h"
-#include "CsvFile.h"
-#include "DASUtils.h"
-#include "DatabaseAdapter.h"
 #include "Stage.h"
 #include "Target.h"
+#include "dao/CsvFile.h"
+#include "dao/DASUtils.h"
+#include "database/DatabaseAdapter.h"
 
 namespace {
 

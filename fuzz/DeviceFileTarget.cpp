@@ -2,16 +2,16 @@
 
 #include <string>
 
-#include "ACMSTagMapper.h"
 #include "ClientUtils.h"
-#include "DASMigrator.h"
-#include "GenConfigDeviceDataItems.h"
-#include "HostFramework.h"
-#include "HostServices.h"
 #include "Proxy.h"
 #include "Serializer.h"
 #include "Stage.h"
 #include "Target.h"
+#include "dao/GenConfigDeviceDataItems.h"
+#include "framework/HostFramework.h"
+#include "framework/HostServices.h"
+#include "service/ACMSTagMapper.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

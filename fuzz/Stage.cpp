@@ -5,11 +5,11 @@
 
 #include <fstream>
 
-#include "DatabaseAdapter.h"
 #include "FullDatabase.h"
-#include "GeneralConfigurationDAO.h"
 #include "Log.h"
 #include "Target.h"
+#include "database/DatabaseAdapter.h"
+#include "settings/GeneralConfigurationDAO.h"
 
 namespace fs = std::filesystem;
 

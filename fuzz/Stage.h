@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "Context.h"
-#include "DataAccessService.h"
 #include "Place.h"
+#include "service/DataAccessService.h"
 
 /// The folder of a process: database and device root, in memory where that can be had. It goes at
 /// the end of the process.

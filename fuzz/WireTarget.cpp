@@ -7,17 +7,17 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "Client.h"
-#include "DASInvoker.h"
-#include "DASListenerProxy.h"
-#include "Dispatcher.h"
-#include "HostContext.h"
-#include "HostFramework.h"
-#include "HostServices.h"
-#include "LineCutter.h"
 #include "Method.h"
 #include "Stage.h"
 #include "Target.h"
+#include "framework/Client.h"
+#include "framework/Dispatcher.h"
+#include "framework/HostContext.h"
+#include "framework/HostFramework.h"
+#include "framework/HostServices.h"
+#include "service/DASInvoker.h"
+#include "service/DASListenerProxy.h"
+#include "wire/LineCutter.h"
 
 namespace {
 

@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "Command.h"
-#include "CommandLine.h"
-#include "Complaint.h"
-#include "HostOptions.h"
+#include "cli/Command.h"
+#include "cli/CommandLine.h"
+#include "client/HostOptions.h"
+#include "terminal/Complaint.h"
 
 namespace {
 

@@ -6,14 +6,14 @@
 #include <memory>
 #include <utility>
 
-#include "CallLogColumns.h"
+#include "calls/CallLogColumns.h"
 #include "ClientUtils.h"
-#include "DAOFactory.h"
+#include "schemas/DAOFactory.h"
 #include "DASUtilsStrings.h"
-#include "DataAccessObject.h"
-#include "DatabaseAdapter.h"
+#include "dao/DataAccessObject.h"
+#include "database/DatabaseAdapter.h"
 #include "Log.h"
-#include "PhonebookDAO.h"
+#include "contacts/PhonebookDAO.h"
 #include "Storage.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "DAOFactory.h"
-#include "DataAccessService.h"
+#include "schemas/DAOFactory.h"
+#include "service/DataAccessService.h"
 #include "TableFacts.h"
 
 namespace {
@@ -49,7 +49,7 @@ void write(std::ostream& out, const SchemaFacts& facts) {
 bool writeAll(const std::string& file, const std::vector<SchemaFacts>& all) {
     std::ofstream out(file);
     out << "// Written by das_write_schemas from the tables of the service: not to be edited.\n"
-           "#include \"KnownSchemas.h\"\n\n"
+           "#include \"schemas/KnownSchemas.h\"\n\n"
            "const std::vector<KnownSchemas::Entry>& KnownSchemas::all() {\n"
            "    static const std::vector<Entry> entries = {\n";
     for (const SchemaFacts& facts : all) {

@@ -1,5 +1,5 @@
 """Holds the pages against the program: every console block is typed into a shell, and must print what
-the page shows; the reference page and the picture of the floors must be those of the code.
+the page shows; the reference page must be that of the program.
 
 Usage: test_docs.py DAS sanitizers=NAMES [unittest arguments]
 
@@ -192,86 +192,6 @@ class Pages(unittest.TestCase):
         text = subprocess.run([DAS, "help", "--markdown"], check=True, capture_output=True).stdout
         self.assertTrue((SOURCES / "docs/commands.md").read_bytes() == text,
                         "docs/commands.md is out of date: das help --markdown > docs/commands.md")
-
-
-def names_in(text):
-    return re.findall(r"`(\w+)`", text)
-
-
-class Floors(unittest.TestCase):
-    """A room is what the files of one class are called; it includes what stands on a lower floor, or
-    what the page says it knows."""
-
-    def setUp(self):
-        text = (SOURCES / "docs/architecture.md").read_text()
-        self.floor, self.beside, self.knots = {}, set(), set()
-        for row in re.findall(r"^\| (\d+) \| (.*?) \| (.*?) \|$", text, re.M):
-            for room in names_in(row[1]):
-                self.assertNotIn(room, self.floor, "a room stands on one floor")
-                self.floor[room] = int(row[0])
-            self.beside |= self.pairs(row[2])
-        knots = re.search(r"^\| Knot \| .*?\n\n", text, re.M | re.S)[0]
-        for row in re.findall(r"^\| (.*?) \| .* \|$", knots, re.M):
-            self.knots |= self.pairs(row)
-
-    @staticmethod
-    def pairs(text):
-        """"`A` knows `B`, `C`; `D` knows `E`" as pairs."""
-        found = set()
-        for sentence in text.split(";"):
-            names = names_in(sentence)
-            found |= {(names[0], other) for other in names[1:]}
-        return found
-
-    @staticmethod
-    def rooms_of(folder):
-        """Room and file of each source of the folder."""
-        files = [each for each in (SOURCES / folder).iterdir() if each.suffix in (".h", ".cpp")]
-        return [(each.stem.split("_")[0], each) for each in files]
-
-    @staticmethod
-    def includes(path, brackets=False):
-        form = r'^#include <(.+)>' if brackets else r'^#include "(.+)"'
-        return re.findall(form, path.read_text(), re.M)
-
-    def test_the_page_has_the_rooms_that_there_are(self):
-        self.assertEqual({room for room, _ in self.rooms_of("src") + self.rooms_of("include")},
-                         set(self.floor))
-
-    def test_a_room_includes_what_lies_below_it(self):
-        ground = {path.stem for _, path in self.rooms_of("platform/include")}
-        used = set()
-        for room, path in self.rooms_of("src") + self.rooms_of("include"):
-            for header in self.includes(path):
-                other = header.removesuffix(".h")
-                pair = (room, other)
-                if other in ground or other == room or self.floor[other] < self.floor[room]:
-                    continue
-                with self.subTest(file=path.name, header=header):
-                    is_knot = path.suffix == ".cpp" and pair in self.knots
-                    is_beside = pair in self.beside and self.floor[other] == self.floor[room]
-                    self.assertTrue(is_knot or is_beside)
-                used.add(pair)
-        self.assertEqual(used, self.knots | self.beside, "the page tells what is so no more")
-
-    def test_the_ground_and_the_program_know_nothing_of_the_house(self):
-        contracts = {path.name for _, path in
-                     self.rooms_of("platform/include") + self.rooms_of("include")}
-        own = {path.name for _, path in self.rooms_of("host")} | {"Commit.h"}  # made by the build
-        for folder, known in (("platform/include", contracts), ("platform/src", contracts),
-                              ("host", contracts | own)):
-            for _, path in self.rooms_of(folder):
-                beyond = set(self.includes(path)) - known
-                self.assertEqual(beyond, set(), path.name)
-
-    def test_libraries_are_used_where_the_page_says(self):
-        text = (SOURCES / "docs/architecture.md").read_text()
-        for header, rooms in re.findall(r"^\| `<([\w./]+)>` \| (.*?) \|$", text, re.M):
-            with self.subTest(header=header):
-                used = {room for folder in ("src", "include", "platform/include", "platform/src", "host")
-                        for room, path in self.rooms_of(folder)
-                        if header in self.includes(path, brackets=True)}
-                self.assertEqual(used, set(names_in(rooms)))
 
 
 if __name__ == "__main__":

@@ -240,11 +240,10 @@ class Interface(unittest.TestCase):
         self.pinned("exports.txt", sorted(line.split()[-1] for line in listing.splitlines()))
 
     def test_order_of_the_slots(self):
-        objects = BUILD / "src" / "CMakeFiles" / "das_objects.dir"
         lines = []
         for name in ("DASInvoker", "DASListenerProxy", "DataAccessService", "DatabaseAdapter",
                      "DbFactory"):
-            relocations = self.output_of("objdump", "-rwC", objects / f"{name}.cpp.o")
+            relocations = self.output_of("objdump", "-rwC", next((BUILD / "src").rglob(f"{name}.cpp.o")))
             table = re.search(rf"FOR \[\.data\.rel\.ro\S*_ZTV{len(name)}{name}\]:\n(.*?)\n\n",
                               relocations, re.DOTALL)
             lines += [f"[{name}]", *(self.plain(line.split(None, 2)[2])

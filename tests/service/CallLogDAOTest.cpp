@@ -1,9 +1,9 @@
-#include "CallLogDAO.h"
+#include "calls/CallLogDAO.h"
 
 #include <sstream>
 
-#include "DatabaseAdapter.h"
 #include "ServiceTest.h"
+#include "database/DatabaseAdapter.h"
 
 namespace {
 

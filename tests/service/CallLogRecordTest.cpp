@@ -1,4 +1,4 @@
-#include "CallLogRecord.h"
+#include "calls/CallLogRecord.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "CallLogRow.h"
+#include "calls/CallLogRow.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
-#include "ConversationsDAO.h"
+#include "calls/ConversationsDAO.h"
 
-#include "DatabaseAdapter.h"
 #include "ServiceTest.h"
+#include "database/DatabaseAdapter.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "CsvFile.h"
+#include "dao/CsvFile.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

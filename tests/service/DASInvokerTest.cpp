@@ -1,4 +1,4 @@
-#include "DASInvoker.h"
+#include "service/DASInvoker.h"
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,6 @@
 
 #include "AurelProtocols.h"
 #include "ClientUtils.h"
-#include "DASListenerProxy.h"
 #include "DataAccessServiceIfc.h"
 #include "Executable.h"
 #include "FrameworkContext.h"
@@ -17,6 +16,7 @@
 #include "Method.h"
 #include "ProtocolAdapter.h"
 #include "ProxyRequest.h"
+#include "service/DASListenerProxy.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "CallLogRow.h"
-#include "DASMigrator.h"
-#include "DatabaseAdapter.h"
 #include "ServiceTest.h"
+#include "calls/CallLogRow.h"
+#include "database/DatabaseAdapter.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

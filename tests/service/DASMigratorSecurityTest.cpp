@@ -2,10 +2,10 @@
 #include <iostream>
 
 #include "ClientUtils.h"
-#include "DASMigrator.h"
-#include "DatabaseAdapter.h"
 #include "Decryption.h"
 #include "ServiceTest.h"
+#include "database/DatabaseAdapter.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include <algorithm>
 
-#include "DASMigrator.h"
-#include "DatabaseAdapter.h"
-#include "GenConfigDeviceDataItems.h"
-#include "GeneralConfigurationDAO.h"
 #include "ServiceTest.h"
+#include "dao/GenConfigDeviceDataItems.h"
+#include "database/DatabaseAdapter.h"
+#include "settings/GeneralConfigurationDAO.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // The driver of the migrations: order and words of the steps, rebuilds of tables, keys that move.
 
-#include "DASMigrator.h"
+#include "upgrade/DASMigrator.h"
 
-#include "DAOFactory.h"
 #include "DASUtilsStrings.h"
-#include "DataAccessObject.h"
 #include "RecordingAdapter.h"
 #include "RecordingManagement.h"
-#include "V1R1ToV1R2Migrator.h"
+#include "dao/DataAccessObject.h"
+#include "schemas/DAOFactory.h"
+#include "upgrade/V1R1ToV1R2Migrator.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include <sys/stat.h>
 
-#include "DASMigrator.h"
-#include "GenConfigDeviceDataItems.h"
-#include "GeneralConfigurationDAO.h"
 #include "RecordingAdapter.h"
+#include "dao/GenConfigDeviceDataItems.h"
+#include "settings/GeneralConfigurationDAO.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

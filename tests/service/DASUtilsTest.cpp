@@ -1,4 +1,4 @@
-#include "DASUtils.h"
+#include "dao/DASUtils.h"
 
 #include "RecordingAdapter.h"
 

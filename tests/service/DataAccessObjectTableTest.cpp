@@ -1,7 +1,7 @@
 #include <stdexcept>
 
-#include "DataAccessObject.h"
 #include "RecordingAdapter.h"
+#include "dao/DataAccessObject.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "DataAccessObject.h"
+#include "dao/DataAccessObject.h"
 
-#include "NULLDataAccessObject.h"
 #include "RecordingAdapter.h"
+#include "dao/NULLDataAccessObject.h"
 
 namespace {
 

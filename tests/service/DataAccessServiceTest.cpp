@@ -1,7 +1,7 @@
-#include "DataAccessService.h"
+#include "service/DataAccessService.h"
 
-#include "DatabaseAdapter.h"
 #include "ServiceTest.h"
+#include "database/DatabaseAdapter.h"
 
 using ::testing::internal::CaptureStdout;
 using ::testing::internal::GetCapturedStdout;

@@ -1,4 +1,4 @@
-#include "GenConfigDeviceDataItems.h"
+#include "dao/GenConfigDeviceDataItems.h"
 
 #include <sstream>
 

@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include "DASMigrator.h"
 #include "RecordingAdapter.h"
+#include "upgrade/DASMigrator.h"
 
 namespace {
 

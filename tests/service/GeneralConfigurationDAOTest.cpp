@@ -1,4 +1,4 @@
-#include "GeneralConfigurationDAO.h"
+#include "settings/GeneralConfigurationDAO.h"
 
 #include <functional>
 #include <thread>

@@ -1,11 +1,11 @@
 #include <thread>
 
-#include "ACMSTagMapper.h"
 #include "DASListenerIfc.h"
-#include "DASUtils.h"
-#include "DatabaseAdapter.h"
 #include "RecordingManagement.h"
 #include "ServiceTest.h"
+#include "dao/DASUtils.h"
+#include "database/DatabaseAdapter.h"
+#include "service/ACMSTagMapper.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "PhonebookDAO.h"
+#include "contacts/PhonebookDAO.h"
 
-#include "DatabaseAdapter.h"
 #include "ServiceTest.h"
+#include "database/DatabaseAdapter.h"
 
 namespace {
 

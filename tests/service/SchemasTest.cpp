@@ -3,9 +3,9 @@
 #include <iostream>
 #include <set>
 
-#include "PlainTables.h"
 #include "TableTest.h"
 #include "XmlHandler.h"
+#include "tables/PlainTables.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "StimulusKeySettingsDAO.h"
+#include "tables/StimulusKeySettingsDAO.h"
 
 #include "TableTest.h"
 

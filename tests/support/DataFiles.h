@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "DataAccessObject.h"
-#include "DatabaseAdapter.h"
+#include "dao/DataAccessObject.h"
+#include "database/DatabaseAdapter.h"
 
 /// As long as it lives, no file of this process grows beyond a size: writes fail as on a full disk.
 class FileSizeLimit {

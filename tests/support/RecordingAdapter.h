@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "AdapterGuards.h"
-#include "DatabaseAdapter.h"
 #include "DbFactoryIfc.h"
 #include "ServiceTest.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
 
 /// An adapter that keeps the statements it is given, and may answer some of them by itself. Counts
 /// that go by countRows are not seen.

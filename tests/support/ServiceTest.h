@@ -16,9 +16,9 @@
 
 #include "Context.h"
 #include "DASTypes.h"
-#include "DataAccessService.h"
 #include "LogCapture.h"
 #include "MessageRecord.h"
+#include "service/DataAccessService.h"
 
 /// A context with the services that a test puts in; none at first.
 class TestContext : public Context {

@@ -1,0 +1,38 @@
+#ifndef COMMANDLINE_H
+#define COMMANDLINE_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/Arguments.h"
+#include "cli/CommandTable.h"
+#include "client/HostOptions.h"
+
+/// A command line, parsed by the table of commands.
+class CommandLine {
+public:
+    /**
+     * Parses @p words, which are those behind "das".
+     *
+     * What is wrong with them is told on standard error, with words that may have been meant.
+     *
+     * @param text takes the help or the version, if that is asked for
+     * @return the exit status when there is nothing left to run
+     */
+    std::optional<int> parse(const std::vector<std::string>& words, std::string& text);
+
+    /// The command; to be asked for after a parse that gave no status.
+    const CommandTable::Row& command() const { return *m_row; }
+    const Arguments& arguments() const { return m_arguments; }
+    const HostOptions& options() const { return m_options; }
+
+private:
+    std::optional<int> checkRequired() const;
+
+    const CommandTable::Row* m_row = nullptr;
+    Arguments m_arguments;
+    HostOptions m_options;
+};
+
+#endif

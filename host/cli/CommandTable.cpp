@@ -1,0 +1,317 @@
+#include "cli/CommandTable.h"
+
+#include <algorithm>
+
+#include "cli/Command.h"
+#include "client/HostOptions.h"
+#include "wire/KnownMethods.h"
+
+using namespace CommandTable;
+
+namespace {
+
+const Option ContextOption{"--context", "USER", Words::User,
+                           "Whose rows: base or visitor; the current user without it"};
+const Option IdOption{"--id", "ID", Words::Any, "The row of this number or key"};
+const Option WhereOption{"--where", "COL=VALUE", Words::Assignment,
+                         "Rows whose column has this value; may be repeated"};
+const Option PlainOption{"--plain", "", Words::Any,
+                         "On a terminal, print as into a pipe: not aligned, nothing cut"};
+const Argument SchemaArgument{"SCHEMA", Words::Schema, true, false,
+                              "Name of the schema; das schemas lists them"};
+const Argument ValuesArgument{"NAME=VALUE", Words::Assignment, true, true,
+                              "Columns, or items of settings, and their values"};
+const char* const PathText = "Path in the telephone's own files, which stand below --root";
+
+const Exit EndsByInterrupt{ExitInterrupted, "interrupted by Ctrl-C"};
+
+}  // namespace
+
+const std::vector<Option>& CommandTable::commonOptions() {
+    static const std::vector<Option> options = {
+        {"--db", "DIR", Words::Folder, "Directory of phone.db (DB_PATH)"},
+        {"--root", "DIR", Words::Folder, "Root of the telephone's files (DAS_ROOT)"},
+        {"--socket", "PATH", Words::File, "Socket of a running host, which then does the work"},
+    };
+    return options;
+}
+
+const std::vector<Option>& CommandTable::dataOptions() {
+    static const std::vector<Option> options = {
+        {"--output", "FORMAT", Words::Format,
+         "raw, json, table or csv: the same bytes on a terminal and in a pipe"},
+        PlainOption,
+    };
+    return options;
+}
+
+const std::vector<Row>& CommandTable::rows() {
+    static const std::vector<Row> all = {
+        {"request",
+         "Send requests and print their answers",
+         "A file is one message, less one line feed at its end. On standard input each line is one "
+         "message. Answers are printed as they come, each with a line feed.",
+         {{"FILE", Words::File, false, true,
+           "Files of one request each; \"-\", and no file at all, is standard input with one "
+           "request a line"}},
+         {},
+         false,
+         {{"echo getCurrentUser | das request", "asks for the current user"}},
+         {},
+         makeRequestCommand},
+        {"call",
+         "Call a remote method",
+         "true and false are a bool, a whole number is an int, anything else is a string; "
+         "NAME:=VALUE is a string in every case. Each out parameter is printed as NAME=VALUE.",
+         {{"METHOD", Words::Method, true, false, "Name of the method"},
+          {"NAME=VALUE", Words::Assignment, false, true, "In parameters"}},
+         {},
+         false,
+         {{"das call setProfile NewProfile=base", "makes base the current user"}},
+         {},
+         makeCallCommand,
+         KnownMethods::listing},
+        {"serve",
+         "Serve other processes, over the socket --socket or over standard streams",
+         "Many clients at once, until SIGTERM or SIGINT; with --stdio one, until the input ends. A "
+         "service manager may hand over the socket and hears of each step of the start.",
+         {},
+         {{"--stdio", "", Words::Any, "Serve standard input and output"}},
+         false,
+         {{"das serve --socket other.sock", "serves programs that connect to other.sock"}},
+         {},
+         makeServeCommand},
+        {"watch",
+         "Print each change of the user, and each status item, of a running host",
+         "Says \"watching\" on standard error once it listens, and goes on until the host ends.",
+         {},
+         {},
+         false,
+         {{"das watch --socket das.sock", "listens to the host at das.sock"}},
+         {},
+         makeWatchCommand},
+        {"schemas",
+         "List the schemas, or tell all about one",
+         "With a name: its table, users, key, default rows, reasons and columns, a line each. "
+         "Without one, a line a schema; a terminal is spared the columns and default rows there. "
+         "Nothing is started.",
+         {{"NAME", Words::Schema, false, false, "A schema"}},
+         {},
+         true,
+         {{"das schemas", "lists all schemas"},
+          {"das schemas PhoneBook --output json", "tells what the phone book has, as JSON"}},
+         {},
+         makeSchemasCommand},
+        {"schema",
+         "Print what messages look like, for other programs",
+         "With a name: an XML schema of the requests to a schema, or of its answers. --json prints "
+         "a JSON schema: with a name, of the rows that das read prints as JSON; without one, of "
+         "the remote methods. Nothing is started.",
+         {{"NAME", Words::Schema, false, false, "A schema"}},
+         {{"--xsd", "", Words::Any, "An XML schema, which is also printed without an option"},
+          {"--answers", "", Words::Any, "That of the answers in place of the requests"},
+          {"--json", "", Words::Any, "A JSON schema"},
+          {"--write", "DIR", Words::Folder, "Write all of them to files below this folder"}},
+         false,
+         {{"das schema PhoneBook --xsd", "prints how requests to the phone book look"},
+          {"das schema --json", "prints how the remote methods are called"}},
+         {},
+         makeSchemaCommand},
+        {"read",
+         "Read rows, or settings",
+         "Values are shown as they are stored. A call log has a line for each call.",
+         {SchemaArgument},
+         {ContextOption,
+          IdOption,
+          {"--cols", "COLUMNS", Words::Any,
+           "Only these columns, or items of settings, with commas between them"},
+          WhereOption,
+          {"--offset", "N", Words::Any, "Leave out the first N rows"},
+          {"--limit", "N", Words::Any, "Show at most N rows"}},
+         true,
+         {{"das read FeatureKeys --id 100", "reads one key"},
+          {"das read PhoneBook --cols Surname,Firstname,Office --limit 5 --output table",
+           "reads some columns of the first contacts"}},
+         {},
+         makeReadCommand},
+        {"set",
+         "Set columns of a row, or items of settings",
+         "Sends an update. Without --context the row is that of the current user. Contacts and "
+         "call groups are named by --id or --where.",
+         {SchemaArgument, ValuesArgument},
+         {ContextOption, IdOption, WhereOption},
+         false,
+         {{"das set FeatureKeys --id 100 Label=Mail", "labels a key"},
+          {"das set Locale Language=de", "sets an item of the settings"}},
+         {},
+         makeSetCommand},
+        {"write",
+         "Write a new row, or replace one",
+         "Columns that are not named become blank. A call is written with the columns of its row "
+         "and of its items; a repeated column of an item begins the next item.",
+         {SchemaArgument, ValuesArgument},
+         {ContextOption},
+         true,
+         {{"das write PhoneBook Surname=Amber Firstname=Zoe Office=+4989100", "adds a contact"}},
+         {},
+         makeWriteCommand},
+        {"delete",
+         "Delete rows, or items of settings",
+         "Names what goes by --id, --where or, in settings, by the names of items. To delete "
+         "everything of a user must be asked for by --all.",
+         {SchemaArgument,
+          {"ITEM", Words::Any, false, true, "Items of settings; each goes for every user"}},
+         {ContextOption, IdOption, WhereOption, {"--all", "", Words::Any, "All rows of the user"}},
+         false,
+         {{"das delete PhoneBook --where Surname=Amber", "deletes contacts of that name"},
+          {"das delete Locale Language", "deletes an item of the settings"}},
+         {},
+         makeDeleteCommand},
+        {"search",
+         "Find contacts by a telephone number",
+         "Gives the contacts of the user of whom one number is exactly the one that is asked for.",
+         {{"NUMBER", Words::Any, true, false, "The number"}},
+         {ContextOption, {"--limit", "N", Words::Any, "Show at most N contacts"}},
+         true,
+         {{"das search +49891000007", "finds who has this number"}},
+         {},
+         makeSearchCommand},
+        {"export",
+         "Write the table of a schema to a data file",
+         "A schema without data files is refused.",
+         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
+         {{"--context", "USER", Words::User, "Rows of base or visitor; of everybody without it"}},
+         false,
+         {{"das export PhoneBook /tmp/book.csv", "writes all contacts"}},
+         {EndsByInterrupt},
+         makeExportCommand},
+        {"import",
+         "Read a data file into the table of a schema",
+         "With --context the rows of that user are replaced; without it, the file's rows take the "
+         "place of those with the same key. The import is one transaction: interrupted, it leaves "
+         "the table as it was. Rows that do not fit the table are told, and the others stay.",
+         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
+         {{"--context", "USER", Words::User, "Replace the rows of base or visitor"}},
+         false,
+         {{"das import PhoneBook /data/demo.csv --context base", "replaces the contacts of base"}},
+         {EndsByInterrupt},
+         makeImportCommand},
+        {"profile",
+         "Print the current user, or change it",
+         "A change in a running host lasts until that host ends; without --socket it is stored for "
+         "the next start.",
+         {{"USER", Words::User, false, false, "base or visitor"}},
+         {},
+         true,
+         {{"das profile", "prints the current user"}, {"das profile base", "changes it"}},
+         {},
+         makeProfileCommand},
+        {"shell",
+         "Talk to the service line by line",
+         "Takes the commands that work on data, service words and requests in XML, with history "
+         "and completion. \"help\" lists what it takes; Ctrl-C takes a line back, \"quit\" and "
+         "Ctrl-D end it.",
+         {},
+         {},
+         true,
+         {{"echo read FeatureKeys --id 100 | das shell", "runs commands from a pipe"}},
+         {},
+         makeShellCommand},
+        {"trace",
+         "Show the service's log as it comes",
+         "Follows the log of a running host. Without --socket it sends the requests of the files "
+         "as das request does, and shows the log between the answers.",
+         {{"FILE", Words::File, false, true, "Files of one request each, without --socket"}},
+         {{"--level", "N", Words::Any,
+           "Highest level shown: 2 failures, 3 SQL and lock errors, 5 information and SQL texts, 6 "
+           "detail; 6 without it"},
+          PlainOption},
+         false,
+         {{"echo getCurrentUser | das trace --level 3", "shows what goes wrong in a request"}},
+         {},
+         makeTraceCommand},
+        {"check",
+         "Look at the database for damage",
+         "Looks at the file itself and changes nothing: integrity, missing tables, rows of no "
+         "user, "
+         "leftovers of broken upgrades, sizes. Says what to do next. Not for use with --socket.",
+         {},
+         {},
+         true,
+         {{"das check", "looks at phone.db"}},
+         {{ExitFailure, "the database has a fault"}},
+         makeCheckCommand},
+        {"demo",
+         "Make a telephone to play with",
+         "In a new folder: a database with 200 contacts, calls and labelled keys, and the files of "
+         "a telephone; the same each time. Prints what a shell needs to use it: eval \"$(das demo "
+         "DIR)\".",
+         {{"DIR", Words::Folder, true, false, "A folder that is missing or empty"}},
+         {},
+         false,
+         {{"das demo telephone", "makes the folder telephone"}},
+         {},
+         makeDemoCommand},
+        {"help",
+         "Print the help of das or of a command",
+         "The manual page and the completion are made from the same table as the help.",
+         {{"COMMAND", Words::Command, false, false, "A command"}},
+         {{"--man", "", Words::Any, "Print the manual page"},
+          {"--markdown", "", Words::Any, "Print the reference page"},
+          {"--completion", "", Words::Any, "Print the completion for bash"}},
+         false,
+         {{"das help read", "prints the help of das read"}},
+         {},
+         makeHelpCommand},
+    };
+    return all;
+}
+
+const Row* CommandTable::find(const std::string& name) {
+    const auto& all = rows();
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](const Row& row) { return row.name == name; });
+    return found != all.end() ? &*found : nullptr;
+}
+
+std::vector<Option> CommandTable::optionsOf(const Row& row) {
+    std::vector<Option> options = row.options;
+    if (row.printsData) {
+        options.insert(options.end(), dataOptions().begin(), dataOptions().end());
+    }
+    return options;
+}
+
+std::vector<Exit> CommandTable::exitsOf(const Row& row) {
+    std::vector<Exit> exits = {
+        {ExitSuccess, "all went well"},
+        {ExitFailure, "the service answered a failure, or an answer could not be written"},
+        {ExitUsage, "wrong usage, input that can't be read, or a socket that can't be used"},
+        {ExitNoLibrary, "the service library can't be loaded"},
+    };
+    for (const Exit& exit : row.exits) {
+        const auto same = std::find_if(exits.begin(), exits.end(), [&](const Exit& each) {
+            return each.status == exit.status;
+        });
+        if (same != exits.end()) {
+            *same = exit;
+        } else {
+            exits.push_back(exit);
+        }
+    }
+    return exits;
+}
+
+const std::vector<Variable>& CommandTable::environment() {
+    static const std::vector<Variable> variables = {
+        {"DB_PATH", "directory of phone.db"},
+        {"DAS_ROOT", "root of the telephone's files"},
+        {"DAS_LOG", "highest level of the log on standard error; 2 when unset"},
+        {"DAS_HARDWARE", "the model: words such as subvariant=3, joined by commas"},
+        {"DAS_WITHOUT", "services that are not there, joined by commas"},
+        {"DAS_DISK_USAGE", "how full the disk counts, in percent"},
+        {"NO_COLOR", "no colours, when set"},
+        {"COLUMNS", "width of a terminal that does not tell its own"},
+    };
+    return variables;
+}

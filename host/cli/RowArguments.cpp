@@ -1,0 +1,283 @@
+#include "cli/RowArguments.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+
+#include "cli/Arguments.h"
+#include "terminal/Complaint.h"
+#include "terminal/NearMisses.h"
+#include "terminal/Utf8.h"
+
+namespace {
+
+/// Parts of a name that a read of contacts may look for.
+const std::vector<std::string> Patterns = {"SurnameLike", "FirstnameLike"};
+
+bool contains(const std::vector<std::string>& all, const std::string& one) {
+    return std::find(all.begin(), all.end(), one) != all.end();
+}
+
+/// Whether the rows of @p schema are numbered: by the table itself, or as the keys of a telephone.
+bool isNumbered(const KnownSchemas::Entry& schema) {
+    const std::string id = RequestText::idElement(schema);
+    for (const KnownSchemas::Column& column : schema.columns) {
+        if (column.name == id && column.type.rfind("INTEGER", 0) == 0) {
+            return true;
+        }
+    }
+    return RequestText::formOf(schema) == RequestText::Form::Rows && schema.key.empty() &&
+           !schema.defaultRows.empty();
+}
+
+bool isNumber(const std::string& text) {
+    const std::size_t begin = text.rfind('-', 0) == 0 ? 1 : 0;
+    return text.size() > begin && text.find_first_not_of("0123456789", begin) == std::string::npos;
+}
+
+std::vector<std::string> namesOf(const KnownSchemas::Entry& schema) {
+    std::vector<std::string> names = schema.elements;
+    names.insert(names.end(), schema.itemElements.begin(), schema.itemElements.end());
+    if (!schema.elements.empty() && RequestText::formOf(schema) == RequestText::Form::Rows) {
+        names.emplace_back("Id");  // names a row also where the key has a name of its own
+    }
+    return names;
+}
+
+/// The names that a request of @p reason may look for rows by. The list of a call is searched for
+/// nothing, nor is its group: a condition on them would be left out, and every call be meant.
+std::vector<std::string> conditionsOf(const KnownSchemas::Entry& schema,
+                                      const std::string& reason) {
+    std::vector<std::string> names = namesOf(schema);
+    const auto isIgnored = [&](const std::string& name) {
+        return name == "JSGroupBy" || contains(schema.itemElements, name);
+    };
+    names.erase(std::remove_if(names.begin(), names.end(), isIgnored), names.end());
+    if (schema.table == "PHONE_BOOK" && reason == "read_request") {
+        names.insert(names.end(), Patterns.begin(), Patterns.end());
+    }
+    return names;
+}
+
+/// Whether an element may have this name at all.
+bool isElementName(const std::string& name) {
+    const auto isOk = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_' || c >= 0x80; };
+    return !name.empty() && std::isdigit(static_cast<unsigned char>(name[0])) == 0 &&
+           std::all_of(name.begin(), name.end(), isOk) && Utf8::isValid(name);
+}
+
+const std::vector<std::string> FrameElements = {"Schema", "ReasonForMessage", "Context",
+                                                "ResultCols", "Entry"};
+
+/// The command that sends a reason.
+std::string commandsFor(const KnownSchemas::Entry& schema) {
+    const std::pair<const char*, const char*> commands[] = {{"update_request", "set"},
+                                                            {"write_request", "write"},
+                                                            {"delete_request", "delete"},
+                                                            {"read_request", "read"}};
+    std::string text;
+    for (const auto& [reason, command] : commands) {
+        text += schema.has(reason) ? (text.empty() ? "" : ", ") + std::string(command) : "";
+    }
+    return text;
+}
+
+}  // namespace
+
+const KnownSchemas::Entry* RowArguments::findSchema(const std::string& name) {
+    const KnownSchemas::Entry* const schema = KnownSchemas::find(name);
+    if (schema == nullptr) {
+        Complaint::tell(name + ": no such schema", NearMisses::question(name, KnownSchemas::names(),
+                                                                        "das schemas lists them"));
+    }
+    return schema;
+}
+
+std::string RowArguments::joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+bool RowArguments::checkApart(const std::string& command, const Arguments& arguments,
+                              const std::vector<std::pair<const char*, const char*>>& pairs) {
+    for (const auto& [one, other] : pairs) {
+        if (arguments.has(one) && arguments.has(other)) {
+            Complaint::tell(command + ": " + one + " and " + other + " say different things",
+                            "leave one of them out");
+            return false;
+        }
+    }
+    return true;
+}
+
+bool RowArguments::checkUser(const std::optional<std::string>& user) {
+    if (!user || *user == "base" || *user == "visitor") {
+        return true;
+    }
+    Complaint::tell(*user + ": no such user",
+                    NearMisses::question(*user, {"base", "visitor"}, "base or visitor"));
+    return false;
+}
+
+bool RowArguments::readNumber(const Arguments& arguments, const std::string& name,
+                              std::size_t& number) {
+    const auto text = arguments.value(name);
+    if (!text) {
+        return true;
+    }
+    const char* const end = text->data() + text->size();
+    int read = 0;
+    const auto result = std::from_chars(text->data(), end, read);
+    if (result.ec != std::errc() || result.ptr != end || read < 0) {
+        Complaint::tell(name + " " + *text + ": not a number", "a whole number from 0 on");
+        return false;
+    }
+    number = static_cast<std::size_t>(read);
+    return true;
+}
+
+bool RowArguments::read(const Arguments& arguments, const std::string& command,
+                        const std::string& reason) {
+    m_schema = findSchema(arguments.text("SCHEMA"));
+    m_context = arguments.value("--context");
+    if (m_schema == nullptr || !checkUser(m_context)) {
+        return false;
+    }
+    m_what = command + " " + m_schema->name;
+    if (!checkReason(command, reason) || !readConditions(arguments, reason)) {
+        return false;
+    }
+    for (const std::string& text : arguments.all("NAME=VALUE")) {
+        if (!readPair(text, namesOf(*m_schema), m_values) || !checkRepeated(m_values)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool RowArguments::checkRepeated(const RequestText::Values& values) const {
+    const std::string& name = values.back().first;
+    const bool isRepeated = std::any_of(values.begin(), values.end() - 1,
+                                        [&](const auto& value) { return value.first == name; });
+    if (isRepeated && !contains(m_schema->itemElements, name)) {
+        Complaint::tell(m_what + ": " + name + " is given twice", "one value for each");
+        return false;
+    }
+    return true;
+}
+
+bool RowArguments::checkReason(const std::string& command, const std::string& reason) const {
+    if (m_schema->has(reason)) {
+        return true;
+    }
+    Complaint::tell(m_what + ": " + m_schema->name + " has no " + reason,
+                    "das " + command + " does not go there; it takes " + commandsFor(*m_schema));
+    return false;
+}
+
+bool RowArguments::checkName(const std::string& name) const {
+    return checkName(name, namesOf(*m_schema));
+}
+
+bool RowArguments::checkName(const std::string& name, const std::vector<std::string>& names) const {
+    if (form() == RequestText::Form::Settings) {
+        if (isElementName(name) && !contains(FrameElements, name)) {
+            return true;
+        }
+        Complaint::tell(name + ": no item can have this name",
+                        "letters, digits and underscores, a letter in front");
+        return false;
+    }
+    if (contains(names, name)) {
+        return true;
+    }
+    Complaint::tell(
+        name + ": " + m_schema->name + " has no such column",
+        NearMisses::question(name, names, "das schemas " + m_schema->name + " lists them"));
+    return false;
+}
+
+bool RowArguments::readPair(const std::string& text, const std::vector<std::string>& names,
+                            RequestText::Values& pairs) const {
+    const std::size_t sign = text.find('=');
+    if (sign == std::string::npos || sign == 0) {
+        Complaint::tell(text + ": not of the form NAME=VALUE");
+        return false;
+    }
+    std::string name = text.substr(0, sign);
+    std::string value = text.substr(sign + 1);
+    if (!checkName(name, names)) {
+        return false;
+    }
+    if (Utf8::forXml(value) != value) {
+        Complaint::tell(name + ": the value is no UTF-8, or has a control character",
+                        "a request can't carry it");
+        return false;
+    }
+    pairs.emplace_back(std::move(name), std::move(value));
+    return true;
+}
+
+bool RowArguments::readConditions(const Arguments& arguments, const std::string& reason) {
+    const bool isSettings = form() == RequestText::Form::Settings;
+    if (isSettings && (arguments.has("--id") || arguments.has("--where"))) {
+        Complaint::tell(m_what + ": settings have no rows, so --id and --where name nothing",
+                        "items are named by their names");
+        return false;
+    }
+    const auto id = arguments.value("--id");
+    if (arguments.all("--id").size() > 1) {
+        Complaint::tell(m_what + ": --id is given twice", "one row at a time");
+        return false;
+    }
+    if (id && id->empty()) {
+        Complaint::tell(m_what + ": --id is empty, which names no row");
+        return false;
+    }
+    if (id && !readCondition(RequestText::idElement(*m_schema) + "=" + *id, reason)) {
+        return false;
+    }
+    for (const std::string& text : arguments.all("--where")) {
+        if (!readCondition(text, reason)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool RowArguments::readCondition(const std::string& text, const std::string& reason) {
+    RequestText::Values read;
+    const auto names = conditionsOf(*m_schema, reason);
+    const std::string column = text.substr(0, text.find('='));
+    if (contains(namesOf(*m_schema), column) && !contains(names, column)) {
+        Complaint::tell(m_what + ": no row can be looked for by " + column,
+                        "by " + RowArguments::joined(names));
+        return false;
+    }
+    if (!readPair(text, names, read)) {
+        return false;
+    }
+    const auto& [name, value] = read.front();
+    if (std::any_of(m_conditions.begin(), m_conditions.end(),
+                    [&name = name](const auto& one) { return one.first == name; })) {
+        Complaint::tell(m_what + ": " + name + " is asked for twice", "one value a column");
+        return false;
+    }
+    if (name == RequestText::idElement(*m_schema) && isNumbered(*m_schema) && !value.empty() &&
+        !isNumber(value)) {
+        Complaint::tell(m_what + ": " + value + " is no number",
+                        "the rows of " + m_schema->name + " are numbered");
+        return false;
+    }
+    // The service leaves out a condition that is blank, and means every row then.
+    if (value.empty() && form() == RequestText::Form::List && reason != "update_request") {
+        Complaint::tell(m_what + ": " + name + " is blank, by which no row can be looked for",
+                        "give a value");
+        return false;
+    }
+    m_conditions.push_back(read.front());
+    return true;
+}

@@ -1,0 +1,71 @@
+#ifndef ROWARGUMENTS_H
+#define ROWARGUMENTS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "schemas/KnownSchemas.h"
+#include "schemas/RequestText.h"
+
+class Arguments;
+
+/// The arguments that commands on rows have in common: the schema, the user, and which rows. Each
+/// check tells what is wrong, and what may have been meant, on standard error.
+class RowArguments {
+public:
+    /// Looks at SCHEMA, --context, --id, --where, and at the values of NAME=VALUE. False when any
+    /// of them is no use for a request of @p reason by the command @p command.
+    [[nodiscard]] bool read(const Arguments& arguments, const std::string& command,
+                            const std::string& reason);
+
+    const KnownSchemas::Entry& schema() const { return *m_schema; }
+    RequestText::Form form() const { return RequestText::formOf(*m_schema); }
+    const std::optional<std::string>& context() const { return m_context; }
+
+    /// The conditions of --id and --where, by elements.
+    const RequestText::Values& conditions() const { return m_conditions; }
+
+    /// The values of NAME=VALUE.
+    const RequestText::Values& values() const { return m_values; }
+
+    /// "read PhoneBook", for messages.
+    const std::string& what() const { return m_what; }
+
+    /// Whether @p name may be an element of a request; told when not.
+    [[nodiscard]] bool checkName(const std::string& name) const;
+
+    /// Checks the schema alone, and that @p user is one.
+    static const KnownSchemas::Entry* findSchema(const std::string& name);
+    [[nodiscard]] static bool checkUser(const std::optional<std::string>& user);
+
+    /// Reads a whole number that is not negative from the option @p name into @p number, which
+    /// stays when it was not given. False when it is none, which has been told.
+    [[nodiscard]] static bool readNumber(const Arguments& arguments, const std::string& name,
+                                         std::size_t& number);
+
+    /// Names with commas between them, for messages.
+    static std::string joined(const std::vector<std::string>& names);
+
+    /// Whether of each of @p pairs of arguments and options one at least is missing; told when not.
+    static bool checkApart(const std::string& command, const Arguments& arguments,
+                           const std::vector<std::pair<const char*, const char*>>& pairs);
+
+private:
+    bool readPair(const std::string& text, const std::vector<std::string>& names,
+                  RequestText::Values& pairs) const;
+    /// Whether the last of @p values is the first of its name, or an element of a call.
+    bool checkRepeated(const RequestText::Values& values) const;
+    bool readConditions(const Arguments& arguments, const std::string& reason);
+    bool readCondition(const std::string& text, const std::string& reason);
+    bool checkName(const std::string& name, const std::vector<std::string>& names) const;
+    bool checkReason(const std::string& command, const std::string& reason) const;
+
+    const KnownSchemas::Entry* m_schema = nullptr;
+    std::optional<std::string> m_context;
+    RequestText::Values m_conditions;
+    RequestText::Values m_values;
+    std::string m_what;
+};
+
+#endif

@@ -1,0 +1,136 @@
+#include "cli/SheetPrinter.h"
+
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
+#include "cli/Arguments.h"
+#include "terminal/Complaint.h"
+#include "terminal/NearMisses.h"
+#include "terminal/Output.h"
+#include "terminal/TableText.h"
+#include "terminal/TerminalText.h"
+
+namespace {
+
+const std::vector<std::string> FormatNames = {"raw", "json", "table", "csv"};
+
+std::string csvCell(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos) {
+        return text;
+    }
+    std::string cell = "\"";
+    for (const char character : text) {
+        cell += character == '"' ? "\"\"" : std::string(1, character);
+    }
+    return cell + "\"";
+}
+
+template <typename CellText>
+void appendLine(std::string& text, const std::vector<std::string>& cells, char between,
+                CellText cellText) {
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        text += (i > 0 ? std::string(1, between) : "") + cellText(cells[i]);
+    }
+    text += '\n';
+}
+
+template <typename CellText>
+std::string linesOf(const Sheet& sheet, char between, CellText cellText) {
+    std::string text;
+    appendLine(text, sheet.columns, between, cellText);
+    for (const auto& row : sheet.rows) {
+        appendLine(text, row, between, cellText);
+    }
+    return text;
+}
+
+/// The control characters that JSON lets stand as they are: 7F, and C2 80 to C2 9F.
+std::string withoutControls(const std::string& json) {
+    std::string text;
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        const bool isLead = json[i] == '\xc2' && i + 1 < json.size();
+        const auto next = static_cast<unsigned char>(isLead ? json[i + 1] : 0);
+        if (json[i] == '\x7f') {
+            text += "\\u007f";
+        } else if (isLead && next >= 0x80 && next < 0xa0) {
+            constexpr const char* digits = "0123456789abcdef";
+            text += std::string("\\u00") + digits[next >> 4] + digits[next & 0xf];
+            ++i;
+        } else {
+            text += json[i];
+        }
+    }
+    return text;
+}
+
+std::string jsonOf(const Sheet& sheet) {
+    auto all = nlohmann::ordered_json::array();
+    for (const auto& row : sheet.rows) {
+        nlohmann::ordered_json object = nlohmann::ordered_json::object();
+        for (std::size_t i = 0; i < sheet.columns.size() && i < row.size(); ++i) {
+            object[sheet.columns[i]] = row[i];
+        }
+        all.push_back(std::move(object));
+    }
+    return withoutControls(all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)) +
+           "\n";
+}
+
+bool mayColour() {
+    const char* const terminal = std::getenv("TERM");
+    const char* const none = std::getenv("NO_COLOR");
+    return (none == nullptr || *none == 0) && terminal != nullptr &&
+           std::string(terminal) != "dumb";
+}
+
+}  // namespace
+
+bool SheetPrinter::check(const Arguments& arguments) {
+    const auto format = arguments.value("--output");
+    if (!format) {
+        return true;
+    }
+    for (const std::string& name : FormatNames) {
+        if (*format == name) {
+            return true;
+        }
+    }
+    Complaint::tell("--output " + *format + ": no such format",
+                    NearMisses::question(*format, FormatNames, "raw, json, table or csv"));
+    return false;
+}
+
+SheetPrinter::SheetPrinter(const Arguments& arguments, Output& output)
+    : m_format(formatOf(arguments, output)), m_output(output) {}
+
+SheetPrinter::Format SheetPrinter::formatOf(const Arguments& arguments, const Output& output) {
+    const std::string name = arguments.text("--output");
+    for (std::size_t i = 0; i < FormatNames.size(); ++i) {
+        if (name == FormatNames[i]) {
+            return static_cast<Format>(i);
+        }
+    }
+    return output.isTerminal() && !arguments.has("--plain") ? Format::Terminal : Format::Plain;
+}
+
+std::string SheetPrinter::textOf(const Sheet& sheet, const std::string& raw) const {
+    switch (m_format) {
+        case Format::Raw:
+            return raw.empty() ? linesOf(sheet, '\t', TerminalText::visible) : raw + "\n";
+        case Format::Json:
+            return jsonOf(sheet);
+        case Format::Table:
+            return TableText::aligned(sheet);
+        case Format::Csv:
+            return linesOf(sheet, ',', csvCell);
+        case Format::Plain:
+            return linesOf(sheet, '\t', TerminalText::visible);
+        case Format::Terminal:
+            break;
+    }
+    return TableText::fitting(sheet, m_output.columns(), mayColour());
+}
+
+int SheetPrinter::print(const Sheet& sheet, const std::string& raw) {
+    return m_output.write(textOf(sheet, raw)) ? 0 : Complaint::outputFailed();
+}

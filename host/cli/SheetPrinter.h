@@ -1,0 +1,45 @@
+#ifndef SHEETPRINTER_H
+#define SHEETPRINTER_H
+
+#include <cstddef>
+#include <string>
+
+#include "terminal/Sheet.h"
+
+class Arguments;
+class Output;
+
+/**
+ * Prints data as the options --output and --plain ask for it.
+ *
+ * A format that is asked for gives the same bytes everywhere. Without one, a terminal gets an
+ * aligned table that fits it, or a line a value when it is too narrow for that, and everything else
+ * gets plain text: a line of names and a line a row, with tabs between the cells. Only "raw" and
+ * "csv" carry control characters of stored texts; there they are data.
+ */
+class SheetPrinter {
+public:
+    /// Looks at the options. False when the format is none, which has been told then.
+    static bool check(const Arguments& arguments);
+
+    /// @p output must outlive the printer.
+    SheetPrinter(const Arguments& arguments, Output& output);
+
+    /// Whether a terminal is to be filled, which lets what does not fit go.
+    bool isForTerminal() const { return m_format == Format::Terminal; }
+
+    /// Prints @p sheet; @p raw, the words of the service, in its place when "raw" is asked for. A
+    /// blank @p raw stands for plain text. Gives the exit status; a failed write has been told.
+    int print(const Sheet& sheet, const std::string& raw = "");
+
+private:
+    enum class Format { Raw, Json, Table, Csv, Plain, Terminal };
+
+    static Format formatOf(const Arguments& arguments, const Output& output);
+    std::string textOf(const Sheet& sheet, const std::string& raw) const;
+
+    Format m_format;
+    Output& m_output;
+};
+
+#endif

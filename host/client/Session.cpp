@@ -1,0 +1,146 @@
+#include "client/Session.h"
+
+#include "Method.h"
+#include "Progress.h"
+#include "client/HostOptions.h"
+#include "client/LocalConnection.h"
+#include "client/SocketConnection.h"
+#include "framework/LogEar.h"
+#include "framework/ServiceHost.h"
+#include "schemas/Answers.h"
+#include "terminal/Complaint.h"
+#include "terminal/ProgressLine.h"
+#include "terminal/Utf8.h"
+#include "wire/LineCutter.h"
+
+namespace {
+
+class LocalSession : public Session {
+public:
+    [[nodiscard]] bool start() {
+        if (!m_host.start()) {
+            return false;
+        }
+        m_connection = std::make_unique<LocalConnection>(m_host);
+        m_ear.startIsOver();
+        return true;
+    }
+
+    bool isLocal() const override { return true; }
+    Output& output() override { return m_host.output(); }
+    Connection& connection() override { return *m_connection; }
+    FailureWords takeFailures() override { return m_ear.take(); }
+
+protected:
+    void forgetFailures() override { (void)m_ear.take(); }
+    std::string placeOfLog() const override { return "DAS_LOG=5 shows what it did"; }
+
+private:
+    LogEar m_ear;
+    ServiceHost m_host{Output::Printed::Nowhere};
+    std::unique_ptr<LocalConnection> m_connection;
+};
+
+class RemoteSession : public Session {
+public:
+    [[nodiscard]] bool open(const std::string& socket) {
+        std::string error;
+        if (!m_connection.open(socket, error)) {
+            Complaint::tell(error);
+            return false;
+        }
+        return true;
+    }
+
+    bool isLocal() const override { return false; }
+    Output& output() override { return m_output; }
+    Connection& connection() override { return m_connection; }
+
+    FailureWords takeFailures() override {
+        Method answer;
+        FailureWords failures;
+        std::string words;
+        bool hasFailed = false;
+        if (m_connection.call(Method("LastFailures"), answer) &&
+            answer.getStringParameter("Words", words) &&
+            answer.getBoolParameter("HasFailed", hasFailed) && !words.empty()) {
+            failures.add({hasFailed ? 0 : FailureWords::HighestLevel, "", "", 0, words});
+        }
+        return failures;
+    }
+
+protected:
+    void forgetFailures() override {}  // each call has its own
+    std::string placeOfLog() const override { return "das trace shows the log of the host"; }
+
+private:
+    ProgressLine m_progress;
+    Output m_output;
+    SocketConnection m_connection;
+};
+
+}  // namespace
+
+std::unique_ptr<Session> Session::open(const HostOptions& options, int& status) {
+    if (options.socket) {
+        auto session = std::make_unique<RemoteSession>();
+        status = ExitUsage;
+        return session->open(*options.socket) ? std::move(session) : nullptr;
+    }
+    auto session = std::make_unique<LocalSession>();
+    status = ExitNoLibrary;
+    return session->start() ? std::move(session) : nullptr;
+}
+
+bool Session::call(const Method& method, Method& answer) {
+    forgetFailures();
+    if (!isLocal()) {
+        Progress::report({"waiting for the host", 0, 0, 1});
+    }
+    const bool isDone = connection().call(method, answer);
+    Progress::report({"", 0, 1, 1});
+    if (isDone) {
+        return true;
+    }
+    Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
+    return false;
+}
+
+std::optional<std::string> Session::ask(const std::string& request) {
+    const Method method = Connection::requestOf(request);
+    if (!Utf8::isValid(request) || Connection::toCall(method).size() > LineCutter::MessageLimit) {
+        Complaint::tell("the request is no UTF-8, or longer than a message may be");
+        return std::nullopt;
+    }
+    Method answer;
+    std::string text;
+    if (!call(method, answer)) {
+        return std::nullopt;
+    }
+    if (!answer.getStringParameter("Response", text)) {
+        Complaint::tell("the host's answer holds no response", "it is no host of das");
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::optional<std::string> Session::askFor(const std::string& what, const std::string& request,
+                                           const std::string& advice) {
+    auto answer = ask(request);
+    if (answer && (*answer == "failure" || Answers::isFailure(*answer))) {
+        tellFailure(what, advice);
+        return std::nullopt;
+    }
+    return answer;
+}
+
+int Session::tellFailure(const std::string& what, const std::string& advice) {
+    const std::string words = takeFailures().text();
+    const std::string known = FailureWords::adviceFor(words);
+    Complaint::tell(what + ": the service answered a failure: " +
+                        (words.empty() ? "it gives no reason" : words),
+                    !known.empty()                     ? known
+                    : words.empty() && !advice.empty() ? advice
+                                                       : placeOfLog());
+    return ExitFailure;
+}

@@ -1,0 +1,65 @@
+#ifndef SESSION_H
+#define SESSION_H
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "framework/FailureWords.h"
+
+class Connection;
+class Method;
+class Output;
+struct HostOptions;
+
+/// A conversation with the service for people's commands: with that of this process, or with a
+/// running host.
+class Session {
+public:
+    /**
+     * Starts the service, or connects to the host that @p options name.
+     *
+     * @param status takes the exit status when the result is null; what went wrong has been told on
+     *               standard error then
+     */
+    static std::unique_ptr<Session> open(const HostOptions& options, int& status);
+
+    virtual ~Session() = default;
+
+    /// Has @p method carried out. False when there is nobody left to answer, which has been told.
+    [[nodiscard]] bool call(const Method& method, Method& answer);
+
+    /// Has the service answer @p request; none when there is nobody left to answer, or when the
+    /// request is none that can be sent, both of which have been told.
+    std::optional<std::string> ask(const std::string& request);
+
+    /// Sends @p request, which is one of @p what ("read PhoneBook"). As ask(), and a failure is
+    /// told as tellFailure() does, and gives none.
+    std::optional<std::string> askFor(const std::string& what, const std::string& request,
+                                      const std::string& advice = "");
+
+    /// Tells that @p what failed, with the reasons that are known and what helps against them;
+    /// @p advice helps where no reason is known. Gives the exit status.
+    int tellFailure(const std::string& what, const std::string& advice = "");
+
+    /// What the service has logged of failures in the last call.
+    virtual FailureWords takeFailures() = 0;
+
+    /// Whether the service is in this process, and the telephone's files are those of this process.
+    virtual bool isLocal() const = 0;
+
+    /// Where answers are written.
+    virtual Output& output() = 0;
+
+    /// The conversation itself, for those who need more of it.
+    virtual Connection& connection() = 0;
+
+protected:
+    /// What is logged from now on is of the next call.
+    virtual void forgetFailures() = 0;
+
+    /// Where to look when nothing is logged.
+    virtual std::string placeOfLog() const = 0;
+};
+
+#endif

@@ -1,0 +1,261 @@
+// Commands that change rows: set, write and delete.
+
+#include <memory>
+#include <string>
+
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/RowArguments.h"
+#include "cli/SheetPrinter.h"
+#include "client/HostOptions.h"
+#include "client/Session.h"
+#include "schemas/AnswerSheet.h"
+#include "schemas/Answers.h"
+#include "schemas/RequestText.h"
+#include "terminal/Complaint.h"
+
+namespace {
+
+using RequestText::Form;
+
+/// What they have in common: one request, and its reason.
+class ChangeCommand : public SessionCommand {
+public:
+    ChangeCommand(const char* name, const char* reason) : m_name(name), m_reason(reason) {}
+
+    bool check(const Arguments& arguments) override {
+        return m_rows.read(arguments, m_name, m_reason) && checkRows(arguments);
+    }
+
+    int runIn(Session& session, const Arguments& /*arguments*/) override {
+        if (m_rows.form() == Form::List && !m_rows.conditions().empty() && !isThere(session)) {
+            return sendForNothing(session);
+        }
+        return send(session, m_rows.context(), body()) ? ExitSuccess : ExitFailure;
+    }
+
+protected:
+    /// Whether the arguments say which rows are meant; told when not.
+    virtual bool checkRows(const Arguments& arguments) = 0;
+    virtual std::string body() const = 0;
+
+    std::optional<std::string> send(Session& session, const std::optional<std::string>& context,
+                                    const std::string& body) const {
+        return session.askFor(m_rows.what(),
+                              RequestText::request(m_rows.schema().name, m_reason, context, body),
+                              adviceOnFailure());
+    }
+
+    /// What to try when the service gives no reason; empty where nothing is known to help.
+    virtual std::string adviceOnFailure() const { return ""; }
+
+    bool refuse(const std::string& why, const std::string& advice) const {
+        Complaint::tell(m_rows.what() + ": " + why, advice);
+        return false;
+    }
+
+    bool names(const RequestText::Values& values, const std::string& element) const {
+        for (const auto& [name, value] : values) {
+            if (name == element) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// Whether a value names the row: by the key of the table, or as Id.
+    bool namesRow(const RequestText::Values& values) const {
+        return names(values, "Id") ||
+               (!m_rows.schema().key.empty() && names(values, m_rows.schema().key.back()));
+    }
+
+    const RowArguments& rows() const { return m_rows; }
+
+private:
+    /// Whether there is a row to change; true also when that can't be known.
+    bool isThere(Session& session) const {
+        // An update of contacts reaches those of each user, whoever is named.
+        const bool reachesAll =
+            m_rows.schema().name == "PhoneBook" && std::string(m_reason) == "update_request";
+        return reachesAll ? hasRow(session, "base") || hasRow(session, "visitor")
+                          : hasRow(session, m_rows.context());
+    }
+
+    bool hasRow(Session& session, const std::optional<std::string>& context) const {
+        const auto found = session.ask(
+            RequestText::request(m_rows.schema().name, "read_request", context,
+                                 RequestText::entry(m_rows.schema(), m_rows.conditions())));
+        return !found || Answers::isFailure(*found) ||
+               !AnswerSheet::of(m_rows.schema(), *found, {}).rows.empty();
+    }
+
+    /// Most tables answer the same whether there was a row or none.
+    int sendForNothing(Session& session) const {
+        const auto answer = session.ask(
+            RequestText::request(m_rows.schema().name, m_reason, m_rows.context(), body()));
+        Complaint::tell(m_rows.what() + ": there is no such row, so nothing changes",
+                        "das read " + m_rows.schema().name + " lists them");
+        return answer && !Answers::isFailure(*answer) ? ExitSuccess : ExitFailure;
+    }
+
+    const char* m_name;
+    const char* m_reason;
+    RowArguments m_rows;
+};
+
+/// "das set": an update.
+class SetCommand : public ChangeCommand {
+public:
+    SetCommand() : ChangeCommand("set", "update_request") {}
+
+protected:
+    bool checkRows(const Arguments& arguments) override {
+        switch (rows().form()) {
+            case Form::Settings:
+                return true;
+            case Form::List:
+                return !rows().conditions().empty() ||
+                       refuse("no row is named", "by --id ID or --where COL=VALUE");
+            case Form::Rows:
+                break;
+        }
+        if (arguments.has("--where")) {
+            return refuse("a row is set by its number or key alone", "by --id ID");
+        }
+        return namesRow(rows().conditions()) || namesRow(rows().values()) ||
+               refuse("no row is named", "by --id ID");
+    }
+
+    std::string body() const override {
+        if (rows().form() == Form::List) {
+            return "<Select>" + RequestText::elements(rows().conditions()) + "</Select>" +
+                   RequestText::entry(rows().schema(), rows().values());
+        }
+        return RequestText::elements(rows().conditions()) + RequestText::elements(rows().values());
+    }
+};
+
+/// "das write": a new row, whose number is printed.
+class WriteCommand : public ChangeCommand {
+public:
+    WriteCommand() : ChangeCommand("write", "write_request") {}
+
+    int runIn(Session& session, const Arguments& arguments) override {
+        const auto answer = send(session, rows().context(), body());
+        if (!answer) {
+            return ExitFailure;
+        }
+        const Sheet sheet = AnswerSheet::of(rows().schema(), *answer, {});
+        return sheet.rows.empty() && arguments.text("--output") != "raw"
+                   ? ExitSuccess
+                   : SheetPrinter(arguments, session.output()).print(sheet, *answer);
+    }
+
+protected:
+    std::string adviceOnFailure() const override {
+        return rows().form() == Form::Settings ? "an item that is there is changed by das set" : "";
+    }
+
+    bool checkRows(const Arguments& arguments) override {
+        // The dial plan numbers its entries itself.
+        const bool needsKey = rows().form() == Form::Rows && rows().schema().key.size() > 0 &&
+                              rows().schema().table != "DIAL_PLAN_ENTRIES";
+        return SheetPrinter::check(arguments) &&
+               (!needsKey || namesRow(rows().values()) ||
+                refuse("the row has no key", "give " + rows().schema().key.back() + "=VALUE"));
+    }
+
+    std::string body() const override {
+        return rows().form() == Form::List ? RequestText::entry(rows().schema(), rows().values())
+                                           : RequestText::elements(rows().values());
+    }
+};
+
+/// "das delete".
+class DeleteCommand : public ChangeCommand {
+public:
+    DeleteCommand() : ChangeCommand("delete", "delete_request") {}
+
+    int runIn(Session& session, const Arguments& arguments) override {
+        if (rows().form() != Form::Settings) {
+            return ChangeCommand::runIn(session, arguments);
+        }
+        for (const std::string& item : arguments.all("ITEM")) {
+            if (!deleteItem(session, item)) {
+                return ExitFailure;
+            }
+        }
+        return ExitSuccess;
+    }
+
+protected:
+    bool checkRows(const Arguments& arguments) override {
+        if (rows().form() == Form::Settings) {
+            return checkItems(arguments);
+        }
+        if (arguments.has("ITEM")) {
+            return refuse(arguments.text("ITEM") + " is no item of settings",
+                          "rows are named by --id ID or --where COL=VALUE");
+        }
+        m_all = arguments.has("--all");
+        if (m_all && !rows().conditions().empty()) {
+            return refuse("--all and conditions say different things", "leave one of them out");
+        }
+        if (m_all && rows().form() == Form::Rows) {
+            return refuse("its rows go one by one", "by --id ID");
+        }
+        return m_all || !rows().conditions().empty() ||
+               refuse("no row is named",
+                      "by --id ID or --where COL=VALUE, or --all for all rows of the user");
+    }
+
+    std::string body() const override {
+        if (m_all) {
+            return "";
+        }
+        return rows().form() == Form::List
+                   ? RequestText::entry(rows().schema(), rows().conditions())
+                   : RequestText::elements(rows().conditions());
+    }
+
+private:
+    bool checkItems(const Arguments& arguments) const {
+        if (arguments.has("--all")) {
+            return refuse("items go one by one, so --all has no place here",
+                          "give the names of items");
+        }
+        if (!arguments.has("ITEM")) {
+            return refuse("no item is named", "give the names of items");
+        }
+        for (const std::string& item : arguments.all("ITEM")) {
+            if (!rows().checkName(item)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /// An item goes for everybody at once, but the service forgets it only for the user of the
+    /// request: without the other two a later write of it would not be stored.
+    bool deleteItem(Session& session, const std::string& item) const {
+        const std::string body = RequestText::element("Name", item);
+        return send(session, std::nullopt, body) && send(session, "base", body) &&
+               send(session, "visitor", body);
+    }
+
+    bool m_all = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeSetCommand() {
+    return std::make_unique<SetCommand>();
+}
+
+std::unique_ptr<Command> makeWriteCommand() {
+    return std::make_unique<WriteCommand>();
+}
+
+std::unique_ptr<Command> makeDeleteCommand() {
+    return std::make_unique<DeleteCommand>();
+}

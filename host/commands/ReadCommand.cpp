@@ -1,0 +1,125 @@
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ClientUtils.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/RowArguments.h"
+#include "cli/SheetPrinter.h"
+#include "client/HostOptions.h"
+#include "client/Session.h"
+#include "schemas/AnswerSheet.h"
+#include "schemas/RequestText.h"
+#include "terminal/Complaint.h"
+#include "terminal/NearMisses.h"
+
+namespace {
+
+using RequestText::Form;
+
+constexpr std::size_t NoLimit = std::numeric_limits<int>::max();
+
+/// "das read": rows or settings of one schema.
+class ReadCommand : public SessionCommand {
+public:
+    bool check(const Arguments& arguments) override {
+        return SheetPrinter::check(arguments) && m_rows.read(arguments, "read", Reason) &&
+               RowArguments::readNumber(arguments, "--offset", m_offset) &&
+               RowArguments::readNumber(arguments, "--limit", m_limit) && readColumns(arguments);
+    }
+
+    int runIn(Session& session, const Arguments& arguments) override {
+        const auto answer = session.askFor(
+            m_rows.what(),
+            RequestText::request(m_rows.schema().name, Reason, m_rows.context(), body()));
+        if (!answer) {
+            return ExitFailure;
+        }
+        Sheet sheet = AnswerSheet::of(m_rows.schema(), *answer, m_columns);
+        if (m_rows.form() == Form::Settings) {
+            tellOfMissing(AnswerSheet::of(m_rows.schema(), *answer, {}));
+        }
+        if (!isPaged()) {
+            AnswerSheet::cut(sheet, m_offset, m_limit);
+        }
+        return SheetPrinter(arguments, session.output()).print(sheet, *answer);
+    }
+
+private:
+    static constexpr const char* Reason = "read_request";
+
+    bool readColumns(const Arguments& arguments) {
+        m_columns = ClientUtils::tokenizeString(arguments.text("--cols"), ",", false, true);
+        for (auto column = m_columns.begin(); column != m_columns.end(); ++column) {
+            if (!m_rows.checkName(*column)) {
+                return false;
+            }
+            if (std::find(m_columns.begin(), column, *column) != column) {
+                Complaint::tell(m_rows.what() + ": " + *column + " is asked for twice",
+                                "a column stands once in --cols");
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /// Tells of items that were asked for and are not there: any name may be one, so that is no
+    /// failure.
+    void tellOfMissing(const Sheet& all) const {
+        std::vector<std::string> names;
+        for (const auto& row : all.rows) {
+            names.push_back(row[1]);
+        }
+        for (const std::string& name : m_columns) {
+            if (std::find(names.begin(), names.end(), name) == names.end()) {
+                Complaint::tell(
+                    m_rows.what() + ": " + name + ": there is no such item",
+                    NearMisses::question(name, names,
+                                         "--cols names items: " + RowArguments::joined(names)));
+            }
+        }
+    }
+
+    /// Whether the service itself leaves out the rows that are not asked for.
+    bool isPaged() const {
+        return m_rows.schema().table == "PHONE_BOOK" && m_limit > 0 &&
+               (m_offset > 0 || m_limit != NoLimit);
+    }
+
+    /// Columns are not asked for by name where a request would read them otherwise: of settings it
+    /// would find the items of other schemas, of calls only what is not in the list.
+    std::string body() const {
+        std::string text;
+        if (m_rows.form() == Form::Rows && !m_columns.empty()) {
+            std::string words;
+            for (const std::string& column : m_columns) {
+                words += (words.empty() ? "" : " ") + column;
+            }
+            text += RequestText::element("ResultCols", words);
+        }
+        if (isPaged()) {
+            text += RequestText::element("Offset", std::to_string(m_offset)) +
+                    RequestText::element("RowLimit", std::to_string(m_limit));
+        }
+        if (m_rows.conditions().empty()) {
+            return text;
+        }
+        return text + (m_rows.form() == Form::List
+                           ? RequestText::entry(m_rows.schema(), m_rows.conditions())
+                           : RequestText::elements(m_rows.conditions()));
+    }
+
+    RowArguments m_rows;
+    std::vector<std::string> m_columns;
+    std::size_t m_offset = 0;
+    std::size_t m_limit = NoLimit;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeReadCommand() {
+    return std::make_unique<ReadCommand>();
+}

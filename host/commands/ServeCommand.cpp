@@ -1,0 +1,207 @@
+#include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "Log.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "client/HostOptions.h"
+#include "framework/Client.h"
+#include "framework/Dispatcher.h"
+#include "framework/ServiceHost.h"
+#include "server/HandedSockets.h"
+#include "server/JournalLog.h"
+#include "server/ListeningSocket.h"
+#include "server/ServiceNotice.h"
+#include "server/SocketServer.h"
+#include "terminal/Output.h"
+#include "wire/LineCutter.h"
+
+namespace {
+
+volatile std::sig_atomic_t s_isAskedToEnd = 0;
+
+/// SIGTERM and SIGINT, held back from every thread that is made from now on: they are taken where
+/// the host waits, so that none interrupts a message in work.
+class EndSignals {
+public:
+    EndSignals() {
+        sigemptyset(&m_signals);
+        sigaddset(&m_signals, SIGTERM);
+        sigaddset(&m_signals, SIGINT);
+        pthread_sigmask(SIG_BLOCK, &m_signals, &m_before);
+    }
+
+    /// Returns when one has come, also before.
+    void wait() const {
+        int signal = 0;
+        sigwait(&m_signals, &signal);
+    }
+
+    /// Waits until standard input can be read. False when a signal has come.
+    bool waitForInput() const {
+        struct sigaction action {};
+        action.sa_handler = [](int) { s_isAskedToEnd = 1; };
+        for (const int signal : {SIGTERM, SIGINT}) {
+            sigaction(signal, &action, nullptr);
+        }
+        pollfd input{STDIN_FILENO, POLLIN, 0};
+        while (s_isAskedToEnd == 0 && ppoll(&input, 1, nullptr, &m_before) < 0 && errno == EINTR) {
+        }
+        return s_isAskedToEnd == 0;
+    }
+
+private:
+    sigset_t m_signals{};
+    sigset_t m_before{};
+};
+
+/// The one client of "das serve --stdio".
+class StandardOutput : public Client {
+public:
+    StandardOutput(Clients& clients, Output& output) : Client(clients), m_output(output) {}
+
+    void sendLine(const std::string& line) override {
+        if (m_error == 0 && !m_output.writeLine(line)) {
+            m_error = errno;
+        }
+    }
+
+    void end() override { m_error = ENOMEM; }
+
+    /// The error that ended the output; 0 for none.
+    int error() const { return m_error; }
+
+private:
+    Output& m_output;
+    int m_error = 0;
+};
+
+/// The conversation over standard input and output.
+class StandardStreams {
+public:
+    StandardStreams(ServiceHost& host, const EndSignals& signals)
+        : m_dispatcher(host.dispatcher()),
+          m_signals(signals),
+          m_client(std::make_shared<StandardOutput>(host.clients(), host.output())),
+          m_lines(LineCutter::MessageLimit) {}
+
+    int serve() {
+        bool isOpen = true;
+        while (isOpen && m_client->error() == 0) {
+            std::string_view line;
+            switch (m_lines.next(line)) {
+                case LineCutter::Found::Line:
+                    m_dispatcher.handle(line, m_client);
+                    break;
+                case LineCutter::Found::TooLong:
+                    m_dispatcher.refuse(line, *m_client);
+                    isOpen = false;
+                    break;
+                case LineCutter::Found::Nothing:
+                    isOpen = read();
+                    break;
+            }
+        }
+        return m_client->error() == 0 ? m_status : tell("standard output", m_client->error());
+    }
+
+private:
+    /// False when there is no more to come.
+    bool read() {
+        const LineCutter::Room room = m_lines.room();
+        const ssize_t count =
+            m_signals.waitForInput() ? ::read(STDIN_FILENO, room.begin, room.size) : 0;
+        if (count < 0 && errno != EAGAIN && errno != EINTR) {
+            tell("standard input", errno);
+            m_status = ExitUsage;
+            return false;
+        }
+        m_lines.filled(count > 0 ? static_cast<std::size_t>(count) : 0);
+        return count != 0;
+    }
+
+    static int tell(const std::string& subject, int error) {
+        std::cerr << "das: " << subject << ": " << std::generic_category().message(error)
+                  << std::endl;
+        return ExitFailure;
+    }
+
+    Dispatcher& m_dispatcher;
+    const EndSignals& m_signals;
+    std::shared_ptr<StandardOutput> m_client;
+    LineCutter m_lines;
+    int m_status = ExitSuccess;
+};
+
+/// "das serve": the service for other processes.
+class ServeCommand : public Command {
+public:
+    int run(const HostOptions& options, const Arguments& arguments) override {
+        const bool isStdio = arguments.has("--stdio");
+        const HandedSockets handed;
+        const bool isSocket = options.socket.has_value() || !(isStdio || handed.empty());
+        if (isStdio == isSocket) {
+            std::cerr << "das: serve: one of --socket and --stdio is required" << std::endl;
+            return ExitUsage;
+        }
+        const EndSignals signals;
+        const JournalLog journal;
+        return isStdio ? serveStreams(signals) : serveSocket(options.socket, handed, signals);
+    }
+
+private:
+    static int serveStreams(const EndSignals& signals) {
+        ServiceHost host;
+        return host.start() ? StandardStreams(host, signals).serve() : ExitNoLibrary;
+    }
+
+    /// The socket comes first: where another host listens, this one must not start a service. What
+    /// clients send meanwhile waits for them to be taken in.
+    static int serveSocket(std::optional<std::string> path, const HandedSockets& handed,
+                           const EndSignals& signals) {
+        ListeningSocket socket;
+        std::string error;
+        if (!listen(socket, path, handed, error)) {
+            std::cerr << "das: " << error << std::endl;
+            return ExitUsage;
+        }
+        ServiceHost host;
+        ServiceNotice notice;
+        if (!host.start()) {
+            return ExitNoLibrary;
+        }
+        host.keepFailures();
+        const SocketServer server(socket.release(), host.dispatcher(), host.clients());
+        notice.ready(*path);
+        signals.wait();
+        notice.ending();
+        socket.remove();
+        return ExitSuccess;
+    }
+
+    /// A path that was not given is known afterwards.
+    static bool listen(ListeningSocket& socket, std::optional<std::string>& path,
+                       const HandedSockets& handed, std::string& error) {
+        if (handed.empty()) {
+            return socket.open(*path, error);
+        }
+        const int descriptor = handed.take(path, error);
+        socket.adopt(descriptor);
+        return descriptor >= 0;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeServeCommand() {
+    return std::make_unique<ServeCommand>();
+}

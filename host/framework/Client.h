@@ -1,0 +1,60 @@
+#ifndef CLIENT_H
+#define CLIENT_H
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "framework/FailureWords.h"
+
+class Client;
+
+/// The clients that are there. Any thread may ask.
+class Clients {
+public:
+    /// The client of that name; null when it has gone.
+    std::shared_ptr<Client> find(const std::string& name) const;
+
+    std::vector<std::shared_ptr<Client>> all() const;
+
+private:
+    friend class Client;
+    std::string add(Client& client);
+    void remove(const std::string& name);
+
+    mutable std::mutex m_mutex;
+    unsigned long m_last = 0;
+    std::map<std::string, Client*> m_clients;  // not owned; a client takes itself out
+};
+
+/// The other end of one conversation. To be held by std::shared_ptr.
+class Client : public std::enable_shared_from_this<Client> {
+public:
+    /// Enters the client into @p clients, which must outlive it, under a name of its own.
+    explicit Client(Clients& clients) : m_clients(clients), m_name(clients.add(*this)) {}
+    virtual ~Client() { m_clients.remove(m_name); }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    const std::string& name() const { return m_name; }
+
+    /// Sends @p line with a line feed behind it. Any thread may call; what is sent to a client that
+    /// has gone is dropped.
+    virtual void sendLine(const std::string& line) = 0;
+
+    /// The host ends, or has no answer: takes no more messages, and leaves once the last answer is
+    /// sent.
+    virtual void end() {}
+
+    /// What the last message told of failures. For those who handle messages, one after the other.
+    FailureWords& lastFailures() { return m_lastFailures; }
+
+private:
+    Clients& m_clients;
+    const std::string m_name;
+    FailureWords m_lastFailures;
+};
+
+#endif

@@ -1,0 +1,273 @@
+#include "framework/DatabaseExam.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <system_error>
+#include <utility>
+
+#include "schemas/KnownSchemas.h"
+
+namespace {
+
+const char* const UserColumn = "UserContext";
+const char* const SettingsTable = "GENERAL_CONFIG";
+const char* const RestoreAdvice = "stop the host, keep a copy of the file, and restore a backup";
+
+/// The tables of the schemas, each once.
+std::map<std::string, const KnownSchemas::Entry*> knownTables() {
+    std::map<std::string, const KnownSchemas::Entry*> tables;
+    for (const KnownSchemas::Entry& entry : KnownSchemas::all()) {
+        tables.emplace(entry.table, &entry);
+    }
+    return tables;
+}
+
+std::string quoted(const std::string& name) {
+    std::string text = "\"";
+    for (const char character : name) {
+        text += character == '"' ? "\"\"" : std::string(1, character);
+    }
+    return text + "\"";
+}
+
+bool isThere(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && status.st_size > 0;
+}
+
+/// Whether an upgrade gives such names to tables that it puts aside.
+bool isPutAside(const std::string& table) {
+    for (const std::string ending : {"_OLD", "_MIGRATION"}) {
+        if (table.size() > ending.size() &&
+            table.compare(table.size() - ending.size(), ending.size(), ending) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+}  // namespace
+
+DatabaseExam::DatabaseExam(std::string path) : m_path(std::move(path)) {
+    if (!examineFile()) {
+        return;
+    }
+    examineJournal();
+    if (!m_file.open(m_path, m_hasJournal)) {
+        add(Verdict::Fault, "file", m_path + ": " + m_file.error(), RestoreAdvice);
+        return;
+    }
+    if (!examineIntegrity()) {
+        return;
+    }
+    examineTables();
+    examineColumns();
+    examineUsers();
+    examineConversations();
+    examineLeftovers();
+    examineSizes();
+}
+
+bool DatabaseExam::hasFault() const {
+    return std::any_of(m_findings.begin(), m_findings.end(),
+                       [](const Finding& each) { return each.verdict == Verdict::Fault; });
+}
+
+bool DatabaseExam::examineFile() {
+    struct stat status {};
+    const int descriptor = ::open(m_path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int error = descriptor < 0 || fstat(descriptor, &status) != 0 ? errno : 0;
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+    if (error != 0 || !S_ISREG(status.st_mode)) {
+        const std::string why =
+            error != 0 ? std::generic_category().message(error) : std::string("is no file");
+        add(Verdict::Fault, "file", m_path + ": " + why,
+            error == ENOENT ? "name its folder by --db or DB_PATH; a start makes a new one"
+                            : "see to its kind and its rights");
+        return false;
+    }
+    if (status.st_size == 0) {
+        add(Verdict::Note, "file", m_path + ": empty", "the next start fills it");
+        return false;
+    }
+    const bool isOpenToOthers = (status.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+    add(isOpenToOthers ? Verdict::Note : Verdict::Good, "file",
+        m_path + ": " + std::to_string(status.st_size) + " bytes" +
+            (isOpenToOthers ? ", open to other users of the machine" : ""),
+        isOpenToOthers ? "chmod 600, for there are passwords in it" : "");
+    return true;
+}
+
+void DatabaseExam::examineJournal() {
+    m_hasJournal = isThere(m_path + "-journal");
+    if (m_hasJournal) {
+        add(Verdict::Note, "journal", m_path + "-journal: a commit is at work, or was cut off",
+            "leave it there: the next start takes back what is not complete");
+    } else {
+        add(Verdict::Good, "journal", "no commit is cut off");
+    }
+}
+
+bool DatabaseExam::examineIntegrity() {
+    Rows rows;
+    const bool isRead = m_file.query("PRAGMA integrity_check(10)", rows);
+    for (const auto& row : rows) {
+        if (row.at(0) != "ok") {
+            add(Verdict::Fault, "integrity", row.at(0), RestoreAdvice);
+        }
+    }
+    if (!isRead) {
+        add(Verdict::Fault, "integrity", m_file.error(), RestoreAdvice);
+    } else if (rows.size() == 1 && rows[0][0] == "ok") {
+        add(Verdict::Good, "integrity", "ok");
+    }
+    return isRead;
+}
+
+void DatabaseExam::examineTables() {
+    for (const auto& row : rowsOf("SELECT name FROM sqlite_master WHERE type = 'table'")) {
+        m_tables.push_back(row.at(0));
+    }
+    std::vector<std::string> missing;
+    for (const auto& [table, schema] : knownTables()) {
+        if (!hasTable(table)) {
+            missing.push_back(table);
+        }
+    }
+    if (missing.empty()) {
+        add(Verdict::Good, "tables", "all there");
+    } else {
+        add(Verdict::Note, "tables", "missing: " + joined(missing),
+            "the first request to each makes it with its default rows");
+    }
+}
+
+void DatabaseExam::examineColumns() {
+    for (const auto& [table, schema] : knownTables()) {
+        std::vector<std::string> missing;
+        for (const auto& column : schema->columns) {
+            if (hasTable(table) && !hasColumn(table, column.name)) {
+                missing.push_back(column.name);
+            }
+        }
+        if (!missing.empty()) {
+            add(Verdict::Note, "columns", table + " lacks " + joined(missing),
+                "an older release made it; the next start upgrades it");
+        }
+    }
+}
+
+void DatabaseExam::examineUsers() {
+    bool isGood = true;
+    for (const auto& [table, schema] : knownTables()) {
+        if (!hasTable(table) || !hasColumn(table, UserColumn)) {
+            continue;
+        }
+        const std::string none = table == SettingsTable ? "" : " OR UserContext = ''";
+        const std::string count = cellOf(
+            "SELECT count(*) FROM " + quoted(table) +
+            " WHERE UserContext IS NULL OR UserContext NOT IN ('base', 'visitor', '')" + none);
+        if (!count.empty() && count != "0") {
+            isGood = false;
+            add(Verdict::Fault, "users", table + ": " + count + " rows of no user",
+                "no request finds them; keep a copy of the file before you delete them");
+        }
+    }
+    if (isGood) {
+        add(Verdict::Good, "users", "each row has one");
+    }
+}
+
+void DatabaseExam::examineConversations() {
+    const std::pair<const char*, const char*> links[] = {
+        {"PhonebookId NOT IN (SELECT UniqueID FROM PHONE_BOOK)", "whose contact is gone"},
+        {"CallLogId NOT IN (SELECT UniqueId FROM CALL_LOG)", "whose call is gone"}};
+    for (const auto& [condition, words] : links) {
+        if (!hasTable("CONVERSATIONS") || !hasTable("PHONE_BOOK") || !hasTable("CALL_LOG")) {
+            return;
+        }
+        const std::string count =
+            cellOf(std::string("SELECT count(*) FROM CONVERSATIONS WHERE ") + condition);
+        if (!count.empty() && count != "0") {
+            add(Verdict::Note, "conversations", count + " " + words,
+                "reads leave them out; das delete Conversations removes them");
+        }
+    }
+}
+
+void DatabaseExam::examineLeftovers() {
+    const auto known = knownTables();
+    std::vector<std::string> strange;
+    std::copy_if(m_tables.begin(), m_tables.end(), std::back_inserter(strange),
+                 [&](const std::string& table) {
+                     return known.count(table) == 0 && table.rfind("sqlite_", 0) != 0;
+                 });
+    for (const std::string& table : strange) {
+        const bool isAside = isPutAside(table);
+        add(isAside ? Verdict::Fault : Verdict::Note, "leftovers",
+            table + ": " + cellOf("SELECT count(*) FROM " + quoted(table)) + " rows" +
+                (isAside ? ", put aside by an upgrade that broke off" : ", a table of no schema"),
+            isAside
+                ? "its rows are the only copy: keep the file, and export them before you drop it"
+                : "an older release or another program made it");
+    }
+    if (strange.empty()) {
+        add(Verdict::Good, "leftovers", "none");
+    }
+}
+
+void DatabaseExam::examineSizes() {
+    const auto known = knownTables();
+    for (const std::string& table : m_tables) {
+        if (known.count(table) > 0) {
+            add(Verdict::Good, "size",
+                table + ": " + cellOf("SELECT count(*) FROM " + quoted(table)) + " rows");
+        }
+    }
+    const std::string free = cellOf("PRAGMA freelist_count");
+    add(Verdict::Good, "size",
+        cellOf("PRAGMA page_count") + " pages of " + cellOf("PRAGMA page_size") + " bytes, " +
+            free + " of them free");
+}
+
+bool DatabaseExam::hasTable(const std::string& table) const {
+    return std::find(m_tables.begin(), m_tables.end(), table) != m_tables.end();
+}
+
+bool DatabaseExam::hasColumn(const std::string& table, const std::string& column) {
+    return cellOf("SELECT count(*) FROM pragma_table_info('" + table + "') WHERE name = '" +
+                  column + "'") != "0";
+}
+
+DatabaseExam::Rows DatabaseExam::rowsOf(const std::string& sql) {
+    Rows rows;
+    if (!m_file.query(sql, rows)) {
+        add(Verdict::Fault, "reading", m_file.error() + ": " + sql, RestoreAdvice);
+    }
+    return rows;
+}
+
+std::string DatabaseExam::cellOf(const std::string& sql) {
+    const Rows rows = rowsOf(sql);
+    return rows.empty() || rows[0].empty() ? "" : rows[0][0];
+}
+
+void DatabaseExam::add(Verdict verdict, const std::string& subject, const std::string& words,
+                       const std::string& advice) {
+    m_findings.push_back({verdict, subject, words, advice});
+}

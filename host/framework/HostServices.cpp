@@ -1,0 +1,92 @@
+#include "framework/HostServices.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+#include "ClientUtils.h"
+#include "Log.h"
+#include "ManageableData.h"
+#include "Storage.h"
+#include "framework/HostContext.h"
+#include "framework/HostFramework.h"
+
+namespace {
+
+constexpr const char* LogSource = "./host/HostServices";
+
+const std::pair<int, const char*> FileTypes[] = {
+    {11, "/data/ringtones"}, {9, "/data/screensavers"}, {3, "/data/images"}};
+
+const char* const RingersFile = "/data/distinctive-ringers.txt";
+
+const char* directoryOf(int type) {
+    const auto* const found = std::find_if(std::begin(FileTypes), std::end(FileTypes),
+                                           [type](const auto& each) { return each.first == type; });
+    return found != std::end(FileTypes) ? found->second : nullptr;
+}
+
+bool isPlainName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." &&
+           name.find_first_of(std::string("/\0", 2)) == std::string::npos;
+}
+
+bool refuse(int type, const std::string& name, const char* reason) {
+    logAppUni("das", LogSource, 2, __LINE__, "File '%s' of type %d is not deleted: %s",
+              name.c_str(), type, reason);
+    return false;
+}
+
+}  // namespace
+
+bool LocalManagement::deleteFile(int type, const std::string& name) {
+    const char* const directory = directoryOf(type);
+    if (directory == nullptr || !isPlainName(name)) {
+        return refuse(type, name, directory == nullptr ? "unknown type" : "no plain name");
+    }
+    // A path that leads out of the telephone has no place, and nothing is deleted there.
+    if (unlink(Storage::devicePath(std::string(directory) + "/" + name).c_str()) != 0) {
+        return refuse(type, name, std::generic_category().message(errno).c_str());
+    }
+    return true;
+}
+
+void LocalManagement::sendStatusToDLS(const ManageableData& status) {
+    m_framework.sendStatus(status);
+}
+
+void LocalManagement::sendStatusToWBM(const ManageableData& status) {
+    m_framework.sendStatus(status);
+}
+
+void LocalManagement::factoryReset(const std::string& reason, int kind) {
+    logAppUni("das", LogSource, 2, __LINE__, "Factory reset '%s', %d", reason.c_str(), kind);
+}
+
+bool MediaControl::isDistinctiveRingerInUse(const std::string& fileName) {
+    std::ifstream lines(Storage::devicePath(RingersFile));
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (line == fileName) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void HostServices::enter(HostContext& context) {
+    const char* const text = std::getenv("DAS_WITHOUT");
+    const auto without = ClientUtils::tokenizeString(text == nullptr ? "" : text, ",", false, true);
+    const std::pair<const char*, Executable*> services[] = {
+        {"LocalMgmtIfc", &m_management}, {"MediaControlServiceIfc", &m_mediaControl}};
+    for (const auto& [name, service] : services) {
+        if (std::find(without.begin(), without.end(), name) == without.end()) {
+            context.add(name, service);
+        }
+    }
+}

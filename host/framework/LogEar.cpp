@@ -1,0 +1,29 @@
+#include "framework/LogEar.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <utility>
+
+#include "Log.h"
+
+LogEar::LogEar() : m_shownLevel(Log::level()), m_isStarting(std::getenv("DAS_LOG") == nullptr) {
+    Log::setSink([this](const Log::Entry& entry) {
+        if (entry.level <= m_shownLevel && !m_isStarting) {
+            std::cerr << Log::toLine(entry) + "\n" << std::flush;
+        }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_heard.add(entry);
+    });
+    Log::setLevel(std::max(m_shownLevel, FailureWords::HighestLevel));
+}
+
+LogEar::~LogEar() {
+    Log::setLevel(m_shownLevel);
+    Log::setSink({});
+}
+
+FailureWords LogEar::take() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::exchange(m_heard, {});
+}

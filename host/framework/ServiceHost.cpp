@@ -1,0 +1,72 @@
+#include "framework/ServiceHost.h"
+
+#include <iostream>
+#include <string>
+
+#include "DataAccessServiceIfc.h"
+#include "Log.h"
+#include "Proxy.h"
+#include "Service.h"
+#include "framework/DatabaseCheck.h"
+
+namespace {
+
+bool refuse(const std::string& reason) {
+    std::cerr << "das: the service library can't be loaded: " << reason << std::endl;
+    return false;
+}
+
+}  // namespace
+
+ServiceHost::ServiceHost(Output::Printed printed)
+    : m_output(printed),
+      m_framework([this] { return makeListenerProxy(); }),
+      m_services(m_framework) {
+    m_services.enter(m_context);
+}
+
+ServiceHost::~ServiceHost() {
+    if (m_interface != nullptr) {
+        m_service->shutdown();
+    }
+}
+
+bool ServiceHost::start() {
+    for (const std::string& problem : databaseProblems()) {
+        std::cerr << "das: " << problem << std::endl;
+    }
+    std::string error;
+    if (m_library.open(error)) {
+        m_service = m_library.create<Service>("createDataAccessService", error);
+    }
+    if (m_service == nullptr || !makeInvoker(error)) {
+        return refuse(error);
+    }
+    auto* const clientsView = dynamic_cast<DataAccessServiceIfc*>(m_service.get());
+    if (clientsView == nullptr) {
+        return refuse("what it makes is no data access service");
+    }
+    m_service->init(m_context);
+    m_interface = clientsView;
+    return true;
+}
+
+bool ServiceHost::makeInvoker(std::string& error) {
+    m_invoker = m_library.create<Invoker>("createDASInvoker", error);
+    if (m_invoker == nullptr) {
+        return false;
+    }
+    m_invoker->initInvoker(&m_framework);
+    m_dispatcher = std::make_unique<Dispatcher>(*m_service, *m_invoker, m_framework);
+    return true;
+}
+
+std::unique_ptr<Proxy> ServiceHost::makeListenerProxy() const {
+    std::string error;
+    std::unique_ptr<Proxy> proxy = m_library.create<Proxy>("createDASListenerProxy", error);
+    if (proxy == nullptr) {
+        logAppUni("das", "./host/ServiceHost", 2, __LINE__, "No proxy for a listener: %s",
+                  error.c_str());
+    }
+    return proxy;
+}

@@ -1,0 +1,68 @@
+#ifndef SERVICEHOST_H
+#define SERVICEHOST_H
+
+#include <memory>
+
+#include "Invoker.h"
+#include "framework/Dispatcher.h"
+#include "framework/HostContext.h"
+#include "framework/HostFramework.h"
+#include "framework/HostServices.h"
+#include "framework/ServiceLibrary.h"
+#include "terminal/Output.h"
+#include "terminal/ProgressLine.h"
+
+class DataAccessServiceIfc;
+class Service;
+
+/// The telephone's framework in small: gives the service its platform, starts it and ends it.
+class ServiceHost {
+public:
+    explicit ServiceHost(Output::Printed printed = Output::Printed::ToStandardError);
+
+    /// Ends and deletes the service, before standard output is given back.
+    ~ServiceHost();
+    ServiceHost(const ServiceHost&) = delete;
+    ServiceHost& operator=(const ServiceHost&) = delete;
+
+    /**
+     * Tells on standard error what is wrong with the place of the database, loads the library and
+     * starts the service, whatever the database is like.
+     *
+     * @return false when the library can't be used, which has been told on standard error then
+     */
+    [[nodiscard]] bool start();
+
+    /// The running service; to be called after a start that went well. Owned by the host.
+    DataAccessServiceIfc& service() { return *m_interface; }
+
+    /// The way of remote methods to the running service. Owned by the host.
+    Dispatcher& dispatcher() { return *m_dispatcher; }
+
+    /// Those who speak with the dispatcher are entered here.
+    Clients& clients() { return m_framework.clients(); }
+
+    /// From now on clients may ask why their calls failed.
+    void keepFailures() { m_framework.logRelay().hearFailures(); }
+
+    /// Where answers are written.
+    Output& output() { return m_output; }
+
+private:
+    bool makeInvoker(std::string& error);
+    std::unique_ptr<Proxy> makeListenerProxy() const;
+
+    // In an order in which each outlives those behind it.
+    ProgressLine m_progress;
+    Output m_output;
+    ServiceLibrary m_library;
+    HostFramework m_framework;
+    HostServices m_services;
+    HostContext m_context;
+    std::unique_ptr<Service> m_service;
+    std::unique_ptr<Invoker> m_invoker;
+    std::unique_ptr<Dispatcher> m_dispatcher;
+    DataAccessServiceIfc* m_interface = nullptr;  // m_service, as its clients see it
+};
+
+#endif

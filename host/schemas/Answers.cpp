@@ -1,0 +1,37 @@
+#include "schemas/Answers.h"
+
+#include "DASUtilsStrings.h"
+
+namespace {
+
+const std::string SchemaStart = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"";
+const std::string ReasonStart = "\"><ReasonForMessage>";
+const std::string ReasonEnd = "</ReasonForMessage>";
+
+bool standsAt(const std::string& text, std::size_t position, const std::string& part) {
+    return text.compare(position, part.size(), part) == 0;
+}
+
+/// The name by which the service itself finds its way: the first quoted text behind "Schema".
+std::string schemaOf(const std::string& message) {
+    const std::size_t word = message.find("Schema");
+    const std::size_t open = word == std::string::npos ? word : message.find('"', word);
+    const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
+    return close == std::string::npos ? "" : message.substr(open + 1, close - open - 1);
+}
+
+}  // namespace
+
+bool Answers::isFailure(const std::string& answer) {
+    if (!standsAt(answer, 0, SchemaStart)) {
+        return false;
+    }
+    const std::size_t reason = answer.find(ReasonStart, SchemaStart.size());
+    return reason != std::string::npos && standsAt(answer, reason + ReasonStart.size(),
+                                                   DASUtilsStrings::FailureResponse + ReasonEnd);
+}
+
+std::string Answers::failureFor(const std::string& message) {
+    return SchemaStart + schemaOf(message) + ReasonStart + DASUtilsStrings::FailureResponse +
+           ReasonEnd + "</Schema>";
+}

@@ -1,0 +1,21 @@
+#include "schemas/KnownSchemas.h"
+
+#include <algorithm>
+
+bool KnownSchemas::Entry::has(const std::string& reason) const {
+    return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
+}
+
+const KnownSchemas::Entry* KnownSchemas::find(const std::string& name) {
+    const auto found = std::find_if(all().begin(), all().end(),
+                                    [&](const Entry& each) { return each.name == name; });
+    return found != all().end() ? &*found : nullptr;
+}
+
+std::vector<std::string> KnownSchemas::names() {
+    std::vector<std::string> all;
+    for (const Entry& entry : KnownSchemas::all()) {
+        all.push_back(entry.name);
+    }
+    return all;
+}

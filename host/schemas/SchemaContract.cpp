@@ -1,0 +1,288 @@
+#include "schemas/SchemaContract.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "DASUtilsStrings.h"
+#include "schemas/RequestText.h"
+
+namespace {
+
+using KnownSchemas::Entry;
+using Texts = std::vector<std::string>;
+using SchemaContract::Side;
+
+/// A text of lines that are indented by how deep they stand.
+class Lines {
+public:
+    Lines& add(const std::string& line) {
+        m_text += std::string(m_depth * 2, ' ') + line + "\n";
+        return *this;
+    }
+    Lines& open(const std::string& element, const std::string& attributes = {}) {
+        add("<xs:" + element + (attributes.empty() ? "" : " " + attributes) + ">");
+        ++m_depth;
+        m_open.push_back(element);
+        return *this;
+    }
+    Lines& close(std::size_t count = 1) {
+        for (; count > 0; --count) {
+            --m_depth;
+            add("</xs:" + m_open.back() + ">");
+            m_open.pop_back();
+        }
+        return *this;
+    }
+    const std::string& text() const { return m_text; }
+
+private:
+    std::size_t m_depth = 0;
+    Texts m_open;
+    std::string m_text;
+};
+
+const char* const Any = "minOccurs=\"0\" maxOccurs=\"unbounded\"";
+const char* const Optional = "minOccurs=\"0\"";
+
+std::string named(const std::string& name, const std::string& more = {}) {
+    return "name=\"" + name + "\"" + (more.empty() ? "" : " " + more);
+}
+
+void addTyped(Lines& lines, const std::string& name, const std::string& type,
+              const std::string& more = {}) {
+    lines.add("<xs:element " +
+              named(name, "type=\"" + type + "\"" + (more.empty() ? "" : " ") + more) + "/>");
+}
+
+void addWords(Lines& lines, const Texts& words) {
+    lines.open("simpleType").open("restriction", "base=\"xs:string\"");
+    for (const std::string& word : words) {
+        lines.add("<xs:enumeration value=\"" + word + "\"/>");
+    }
+    lines.close(2);
+}
+
+// ---- What the tables tell
+
+bool isOfLists(const Entry& schema) {
+    return RequestText::formOf(schema) == RequestText::Form::List;
+}
+
+std::string answerTo(const std::string& reason) {
+    static const Texts alike = {"search_phone_number", "search_by_external_id"};
+    if (std::find(alike.begin(), alike.end(), reason) != alike.end()) {
+        return "read_response";
+    }
+    const std::string verb = reason.substr(0, reason.find('_'));
+    return (verb == "reset" ? "update" : verb) + "_response";
+}
+
+Texts answersOf(const Entry& schema) {
+    Texts answers;
+    for (const std::string& reason : schema.reasons) {
+        const std::string answer = answerTo(reason);
+        if (std::find(answers.begin(), answers.end(), answer) == answers.end()) {
+            answers.push_back(answer);
+        }
+    }
+    if (schema.table == DASUtilsStrings::ConversationsTableName) {
+        answers.emplace_back("read_response_with_join");
+    }
+    answers.emplace_back("failure");
+    return answers;
+}
+
+void addNames(Texts& names, const Texts& more) {
+    for (const std::string& name : more) {
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            names.push_back(name);
+        }
+    }
+}
+
+Texts itemElements(const Entry& schema, Side side) {
+    const bool isJoined =
+        schema.table == DASUtilsStrings::ConversationsTableName && side == Side::Answer;
+    Texts names = isJoined ? KnownSchemas::find("CallLog")->itemElements : schema.itemElements;
+    if (!names.empty()) {
+        addNames(names, {"DeflectNumber", "TransferType"});
+    }
+    return names;
+}
+
+/// Elements of a row; in answers also those of the rows that are joined to it.
+Texts rowElements(const Entry& schema, Side side) {
+    Texts names = schema.elements;
+    if (side == Side::Request) {
+        if (!isOfLists(schema)) {
+            addNames(names, {"Id"});
+        } else if (schema.table == DASUtilsStrings::PhoneBookTableName) {
+            addNames(names, {"SurnameLike", "FirstnameLike"});
+        }
+    } else if (schema.name == "CallLogAndPhoneBook" ||
+               schema.table == DASUtilsStrings::ConversationsTableName) {
+        addNames(names, KnownSchemas::find("PhoneBook")->elements);
+        addNames(names, KnownSchemas::find("CallLog")->elements);
+    }
+    if (side == Side::Answer && !itemElements(schema, side).empty()) {
+        addNames(names, {"Category"});  // the answer tells it, the name of the schema settles it
+    }
+    if (side == Side::Answer && schema.name == "CallLogAndPhoneBook") {
+        addNames(names, {DASUtilsStrings::UserContextTagName});  // of the contact
+    }
+    return names;
+}
+
+// ---- Elements
+
+void addReason(Lines& lines, const Texts& reasons) {
+    lines.open("element", named("ReasonForMessage"));
+    addWords(lines, reasons);
+    lines.close();
+}
+
+void addUserAttribute(Lines& lines) {
+    lines.open("attribute", named("currentUser", "use=\"required\""));
+    addWords(lines, {"base", "visitor"});
+    lines.close();
+}
+
+void addNameAttribute(Lines& lines, const Entry& schema) {
+    lines.add("<xs:attribute " +
+              named("name", "type=\"xs:string\" use=\"required\" fixed=\"" + schema.name + "\"") +
+              "/>");
+}
+
+/// Names of columns with one blank between them.
+void addResultColsType(Lines& lines) {
+    const std::string word = "[A-Za-z0-9_]+(\\.([A-Za-z0-9_]+|\\*))?";
+    lines.open("simpleType", named("Columns")).open("restriction", "base=\"xs:string\"");
+    lines.add("<xs:pattern value=\"(" + word + "( " + word + ")*)?\"/>");
+    lines.close(2);
+}
+
+void addRowTypes(Lines& lines, const Entry& schema, Side side) {
+    lines.open("group", named("Row")).open("choice");
+    for (const std::string& name : rowElements(schema, side)) {
+        addTyped(lines, name, "xs:string");
+    }
+    const Texts items = itemElements(schema, side);
+    if (!items.empty()) {
+        lines.open("element", named("LogList")).open("complexType").open("sequence");
+        lines.open("element", named("Item", Any)).open("complexType").open("choice", Any);
+        for (const std::string& name : items) {
+            addTyped(lines, name, "xs:string");
+        }
+        lines.close(6);
+    }
+    lines.close(2);
+    lines.open("complexType", named("Entry"));
+    lines.add("<xs:group ref=\"Row\" " + std::string(Any) + "/>").close();
+}
+
+/// What stands behind the reason, and in a context.
+void addRequestBody(Lines& lines, const Entry& schema) {
+    lines.open("group", named("Body"));
+    if (isOfLists(schema)) {
+        lines.open("sequence").open("choice", Any);
+        addTyped(lines, "ResultCols", "Columns");
+        addTyped(lines, "Offset", "xs:integer");
+        addTyped(lines, "RowLimit", "xs:integer");
+        addTyped(lines, "Select", "Entry");
+        addTyped(lines, "Entry", "Entry");
+        lines.close(2);
+    } else {
+        lines.open("sequence");
+        addTyped(lines, "ResultCols", "Columns", Optional);
+        lines.open("choice", Optional);
+        addTyped(lines, "Entry", "Entry", "maxOccurs=\"unbounded\"");
+        lines.add("<xs:group ref=\"Row\" maxOccurs=\"unbounded\"/>").close(2);
+    }
+    lines.close();
+}
+
+void addAnswerBody(Lines& lines, const Entry& schema) {
+    lines.open("group", named("Body")).open("choice");
+    addTyped(lines, "Entry", "Entry", Any);
+    const auto& reasons = schema.reasons;
+    if (std::find(reasons.begin(), reasons.end(), "rowcount_request") != reasons.end()) {
+        addTyped(lines, "count", "xs:nonNegativeInteger");
+    }
+    lines.close(2);
+}
+
+void addTableMessage(Lines& lines, const Entry& schema, Side side) {
+    lines.open("element", named("Schema")).open("complexType").open("sequence");
+    addReason(lines, side == Side::Request ? schema.reasons : answersOf(schema));
+    if (side == Side::Answer) {
+        addTyped(lines, "FailureMessage", "xs:string", Optional);
+    }
+    lines.open("element", named("Context", Optional)).open("complexType");
+    lines.add("<xs:group ref=\"Body\"/>");
+    addUserAttribute(lines);
+    lines.close(2).add("<xs:group ref=\"Body\"/>").close();
+    addNameAttribute(lines, schema);
+    lines.close(2);
+    if (side == Side::Request) {
+        addResultColsType(lines);
+        addRequestBody(lines, schema);
+    } else {
+        addAnswerBody(lines, schema);
+    }
+    addRowTypes(lines, schema, side);
+}
+
+/// Items have any name, so those elements that mean something else are checked by their name.
+void addSettingsMessage(Lines& lines, const Entry& schema, Side side) {
+    const std::string items =
+        "<xs:any namespace=\"##local\" processContents=\"lax\" " + std::string(Any) + "/>";
+    lines.open("element", named("Schema")).open("complexType").open("sequence");
+    addReason(lines, side == Side::Request ? schema.reasons : answersOf(schema));
+    lines.add(items).close();
+    addNameAttribute(lines, schema);
+    lines.close(2);
+    lines.open("element", named("Context")).open("complexType").open("sequence").add(items).close();
+    addUserAttribute(lines);
+    lines.close(2);
+    if (side == Side::Request) {
+        addTyped(lines, "ResultCols", "Columns");
+        addResultColsType(lines);
+    }
+}
+
+}  // namespace
+
+std::string SchemaContract::xsd(const Entry& schema, Side side) {
+    Lines lines;
+    lines.add("<?xml version=\"1.0\" encoding=\"utf-8\"?>");
+    lines.add(std::string("<!-- ") + (side == Side::Request ? "Requests to " : "Answers of ") +
+              schema.name + ", written by das schema from the tables of the service. -->");
+    lines.open("schema", "xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"");
+    if (RequestText::formOf(schema) == RequestText::Form::Settings) {
+        addSettingsMessage(lines, schema, side);
+    } else {
+        addTableMessage(lines, schema, side);
+    }
+    return lines.close().text();
+}
+
+std::string SchemaContract::rowsJson(const Entry& schema) {
+    using Json = nlohmann::ordered_json;
+    const Json text = {{"type", "string"}};
+    Texts names = rowElements(schema, Side::Answer);
+    addNames(names, itemElements(schema, Side::Answer));
+    if (RequestText::formOf(schema) == RequestText::Form::Settings) {
+        names = {"Context", "Name", "Value"};
+    }
+    Json properties = Json::object();
+    for (const std::string& name : names) {
+        properties[name] = text;
+    }
+    const Json row = {
+        {"type", "object"}, {"properties", properties}, {"additionalProperties", false}};
+    const Json all = {{"$schema", "https://json-schema.org/draft/2020-12/schema"},
+                      {"title", "Rows of " + schema.name + ", as das read prints them"},
+                      {"type", "array"},
+                      {"items", row}};
+    return all.dump(2) + "\n";
+}

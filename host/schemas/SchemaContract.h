@@ -1,0 +1,30 @@
+#ifndef SCHEMACONTRACT_H
+#define SCHEMACONTRACT_H
+
+#include <string>
+
+#include "schemas/KnownSchemas.h"
+
+/// What a schema's messages look like, for programs that check or generate them. Made from the
+/// tables of schemas, so that it follows the service.
+namespace SchemaContract {
+
+/// Requests and answers have the same root, so each side has a contract of its own.
+enum class Side { Request, Answer };
+
+/**
+ * An XML Schema 1.0 of one side of @p schema's messages.
+ *
+ * It is as narrow as a careful client: elements that the service would ignore are none of it, and
+ * the order is the one that the documentation tells. Values are texts, since the tables keep them
+ * as they come. Cells of an answer are not escaped, so an answer whose cells hold markup may be no
+ * XML at all.
+ */
+std::string xsd(const KnownSchemas::Entry& schema, Side side);
+
+/// A JSON schema of what "das read SCHEMA --output json" prints.
+std::string rowsJson(const KnownSchemas::Entry& schema);
+
+}  // namespace SchemaContract
+
+#endif

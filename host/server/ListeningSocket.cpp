@@ -1,0 +1,160 @@
+#include "server/ListeningSocket.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "wire/SocketAddress.h"
+
+namespace {
+
+constexpr mode_t SocketMode = 0660;
+
+class Descriptor {
+public:
+    explicit Descriptor(int value) : m_value(value) {}
+    ~Descriptor() {
+        if (m_value >= 0) {
+            close(m_value);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return m_value; }
+
+private:
+    const int m_value;
+};
+
+/// One host at a time looks at a path and binds there. The lock has a file of its own: the folder
+/// may be that of the database, which a running host has locked.
+class PathLock {
+public:
+    explicit PathLock(const std::string& path) : m_file(fileFor(path)) {
+        do {
+            m_descriptor.emplace(::open(m_file.c_str(),
+                                        O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                                        S_IRUSR | S_IWUSR));
+            m_isHeld = m_descriptor->get() >= 0 && flock(m_descriptor->get(), LOCK_EX) == 0;
+        } while (m_isHeld && !isStillThere());
+    }
+    ~PathLock() {
+        if (m_isHeld) {
+            unlink(m_file.c_str());
+        }
+    }
+    PathLock(const PathLock&) = delete;
+    PathLock& operator=(const PathLock&) = delete;
+    bool isHeld() const { return m_isHeld; }
+
+private:
+    static std::string fileFor(const std::string& path) {
+        const std::filesystem::path socket(path);
+        return (socket.parent_path() / ("." + socket.filename().string() + ".das-start")).string();
+    }
+
+    /// False when the one that had the lock before has removed the file.
+    bool isStillThere() const {
+        struct stat own {};
+        struct stat there {};
+        return fstat(m_descriptor->get(), &own) == 0 && lstat(m_file.c_str(), &there) == 0 &&
+               own.st_dev == there.st_dev && own.st_ino == there.st_ino;
+    }
+
+    const std::string m_file;
+    std::optional<Descriptor> m_descriptor;
+    bool m_isHeld = false;
+};
+
+bool tell(const std::string& path, int code, std::string& error) {
+    error = path + ": " + std::generic_category().message(code);
+    return false;
+}
+
+}  // namespace
+
+ListeningSocket::~ListeningSocket() {
+    remove();
+    if (m_descriptor >= 0) {
+        close(m_descriptor);
+    }
+}
+
+void ListeningSocket::remove() {
+    struct stat status {};
+    if (m_isBound && lstat(m_path.c_str(), &status) == 0 && status.st_dev == m_device &&
+        status.st_ino == m_inode) {
+        unlink(m_path.c_str());
+    }
+    m_isBound = false;
+}
+
+bool ListeningSocket::open(const std::string& path, std::string& error) {
+    m_path = path;
+    SocketAddress address;
+    if (!address.set(path, error)) {
+        return false;
+    }
+    // Two hosts that start at once could both find the same socket stale, and the second would
+    // remove what the first has just made: one at a time looks and binds.
+    const PathLock lock(path);
+    if (!lock.isHeld()) {
+        return tell(path, errno, error);
+    }
+    return replaceStale(error) && bindAndListen(error);
+}
+
+void ListeningSocket::adopt(int descriptor) {
+    m_descriptor = descriptor;
+    (void)listen(m_descriptor, SOMAXCONN);
+}
+
+int ListeningSocket::release() {
+    return std::exchange(m_descriptor, -1);
+}
+
+/// Removes the socket at the path if nobody listens there. False when something else is there.
+bool ListeningSocket::replaceStale(std::string& error) const {
+    struct stat status {};
+    if (lstat(m_path.c_str(), &status) != 0) {
+        return errno == ENOENT || tell(m_path, errno, error);
+    }
+    if (!S_ISSOCK(status.st_mode)) {
+        return S_ISDIR(status.st_mode) ? tell(m_path, EISDIR, error) : tell(m_path, EEXIST, error);
+    }
+    const Descriptor probe(makeSocket());
+    SocketAddress address;
+    if (probe.get() < 0 || !address.set(m_path, error) ||
+        fcntl(probe.get(), F_SETFL, O_NONBLOCK) != 0) {
+        return tell(m_path, errno, error);
+    }
+    if (connect(probe.get(), address.get(), SocketAddress::size()) == 0 || errno == EAGAIN) {
+        error = m_path + ": another host listens there";
+        return false;
+    }
+    return (errno == ECONNREFUSED && unlink(m_path.c_str()) == 0) || tell(m_path, errno, error);
+}
+
+bool ListeningSocket::bindAndListen(std::string& error) {
+    SocketAddress address;
+    m_descriptor = makeSocket();
+    // The file takes the mode that the socket has when it is bound, less the umask. So it is never
+    // open to others, and gets back afterwards what the umask took.
+    if (m_descriptor < 0 || !address.set(m_path, error) || fchmod(m_descriptor, SocketMode) != 0 ||
+        bind(m_descriptor, address.get(), SocketAddress::size()) != 0) {
+        return tell(m_path, errno, error);
+    }
+    struct stat status {};
+    m_isBound = lstat(m_path.c_str(), &status) == 0;
+    m_device = status.st_dev;
+    m_inode = status.st_ino;
+    return (chmod(m_path.c_str(), SocketMode) == 0 && listen(m_descriptor, SOMAXCONN) == 0) ||
+           tell(m_path, errno, error);
+}

@@ -1,0 +1,22 @@
+#include "terminal/Complaint.h"
+
+#include <cerrno>
+#include <iostream>
+#include <system_error>
+
+#include "terminal/ExitStatus.h"
+#include "terminal/TerminalText.h"
+
+void Complaint::tell(const std::string& what, const std::string& advice) {
+    const std::string words = advice.empty() ? what : what + "; " + advice;
+    std::cerr << "das: " + TerminalText::visible(words) << std::endl;
+}
+
+void Complaint::tellError(const std::string& subject, int error, const std::string& advice) {
+    tell(subject + ": " + std::generic_category().message(error), advice);
+}
+
+int Complaint::outputFailed() {
+    tellError("standard output", errno);
+    return ExitFailure;
+}

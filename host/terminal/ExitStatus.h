@@ -1,0 +1,13 @@
+#ifndef EXITSTATUS_H
+#define EXITSTATUS_H
+
+/// Exit statuses that callers rely on.
+enum ExitStatus : int {
+    ExitSuccess = 0,
+    ExitFailure = 1,       ///< an answer said "failure", or an answer could not be written
+    ExitUsage = 2,         ///< wrong usage, or input that can't be read
+    ExitNoLibrary = 3,     ///< the service library can't be loaded
+    ExitInterrupted = 130  ///< Ctrl-C, as shells tell it
+};
+
+#endif

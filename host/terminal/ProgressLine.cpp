@@ -1,0 +1,95 @@
+#include "terminal/ProgressLine.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+
+#include "terminal/TerminalText.h"
+
+namespace {
+
+constexpr long UsualDelay = 1000;
+constexpr std::size_t UsualColumns = 80;
+constexpr std::chrono::milliseconds TimeBetweenTicks(200);
+
+std::chrono::milliseconds delay() {
+    const char* const text = std::getenv("DAS_PROGRESS_AFTER");
+    return std::chrono::milliseconds(text == nullptr ? UsualDelay : std::strtol(text, nullptr, 10));
+}
+
+/// One less than the columns of the terminal: the last one would begin the next line.
+std::size_t columns() {
+    winsize size{};
+    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+    return (isKnown ? size.ws_col : UsualColumns) - 1;
+}
+
+/// "import, 300 rows, 20 %". Nothing is said of a share that is not known yet.
+std::string textOf(const Progress::Report& report) {
+    std::string text = report.step;
+    text += report.rows > 0 ? ", " + std::to_string(report.rows) + " rows" : "";
+    text += report.done > 0 ? ", " + std::to_string(report.done * 100 / report.total) + " %" : "";
+    return text;
+}
+
+}  // namespace
+
+ProgressLine::ProgressLine() : m_delay(delay()) {
+    if (isatty(STDERR_FILENO) != 0) {
+        Progress::setSink([this](const Progress::Report& report) { take(report); });
+        m_ticker = std::thread([this] { tick(); });
+    }
+}
+
+ProgressLine::~ProgressLine() {
+    if (!m_ticker.joinable()) {
+        return;
+    }
+    Progress::setSink({});
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isEnding = true;
+    }
+    m_changed.notify_one();
+    m_ticker.join();
+    draw("");
+}
+
+void ProgressLine::take(const Progress::Report& report) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto now = Clock::now();
+    if (report.done >= report.total) {
+        m_isAtWork = false;
+        draw("");
+        return;
+    }
+    m_begin = m_isAtWork ? m_begin : now;
+    m_isAtWork = true;
+    m_text = textOf(report);
+    if (now - m_begin >= m_delay) {
+        draw(m_text);
+    }
+}
+
+void ProgressLine::tick() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_changed.wait_for(lock, TimeBetweenTicks, [this] { return m_isEnding; })) {
+        if (m_isAtWork && Clock::now() - m_begin >= m_delay) {
+            draw(m_text);
+        }
+    }
+}
+
+void ProgressLine::draw(const std::string& text) {
+    const std::string shown = TerminalText::cut(text, columns());
+    if (shown == m_drawn) {
+        return;
+    }
+    const std::size_t before = TerminalText::width(m_drawn);
+    const std::size_t rest = before - std::min(before, TerminalText::width(shown));
+    std::cerr << "\r" + shown + std::string(rest, ' ') + (shown.empty() ? "\r" : "") << std::flush;
+    m_drawn = shown;
+}

@@ -1,0 +1,23 @@
+#ifndef TABLETEXT_H
+#define TABLETEXT_H
+
+#include <cstddef>
+#include <string>
+
+#include "terminal/Sheet.h"
+
+/// Sheets as text with aligned columns. Control characters of cells are made visible.
+namespace TableText {
+
+/// Each column as wide as it needs to be.
+std::string aligned(const Sheet& sheet);
+
+/// For a terminal of @p terminal columns: columns that are blank in each row are left out where all
+/// would not fit, and the widest columns are cut as far as needed. Where columns would become too
+/// narrow to be read, each value has a line to itself; without rows that is said in words. @p
+/// isBold makes names bold.
+std::string fitting(const Sheet& sheet, std::size_t terminal, bool isBold);
+
+}  // namespace TableText
+
+#endif

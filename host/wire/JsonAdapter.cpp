@@ -1,0 +1,20 @@
+#include "wire/JsonAdapter.h"
+
+#include <sstream>
+
+#include "wire/JsonRpc.h"
+
+bool JsonAdapter::decode(std::istream& stream, Method& method) {
+    std::ostringstream copy;
+    copy << stream.rdbuf();
+    JsonRpc::Message message = JsonRpc::read(copy.str());
+    if (!message.isRequest()) {
+        return false;
+    }
+    method = std::move(message.method);
+    return true;
+}
+
+void JsonAdapter::encode(const Method& method, std::ostream& stream) {
+    stream << JsonRpc::notification(method);
+}

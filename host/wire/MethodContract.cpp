@@ -1,0 +1,233 @@
+#include "wire/MethodContract.h"
+
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "wire/KnownMethods.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using KnownMethods::Entry;
+
+Json typeOf(Parameter::Type type) {
+    switch (type) {
+        case Parameter::Type::Int:
+            return {{"type", "integer"},
+                    {"minimum", std::numeric_limits<int>::min()},
+                    {"maximum", std::numeric_limits<int>::max()}};
+        case Parameter::Type::Bool:
+            return {{"type", "boolean"}};
+        default:
+            return {{"type", "string"}};
+    }
+}
+
+const char* elementOf(Parameter::Type type) {
+    switch (type) {
+        case Parameter::Type::Int:
+            return "Int";
+        case Parameter::Type::Bool:
+            return "Bool";
+        case Parameter::Type::Xml:
+            return "Xml";
+        default:
+            return "String";
+    }
+}
+
+Json objectOf(const Json& properties, const Json& required) {
+    Json object = {{"type", "object"}, {"properties", properties}};
+    if (!required.empty()) {
+        object["required"] = required;
+    }
+    object["additionalProperties"] = false;
+    return object;
+}
+
+Json paramsOf(const Entry& method) {
+    Json properties = Json::object();
+    Json required = Json::array();
+    for (const KnownMethods::In& in : method.in) {
+        properties[in.name] = typeOf(in.type);
+        required.push_back(in.name);
+    }
+    return objectOf(properties, required);
+}
+
+/// The two protocols differ for the methods on files alone: one text in XML goes in, and the
+/// acknowledgement is a word.
+Json xmlFormOf(const Entry& method) {
+    Json in = Json::object();
+    Json out = Json::object();
+    if (method.xmlParameter != nullptr) {
+        in[method.xmlParameter] = elementOf(Parameter::Type::Xml);
+    } else {
+        for (const KnownMethods::In& each : method.in) {
+            in[each.name] = elementOf(each.type);
+        }
+    }
+    for (const KnownMethods::Out& each : method.out) {
+        const bool isWord = method.xmlParameter != nullptr && each.type == Parameter::Type::Bool;
+        out[each.name] = elementOf(isWord ? Parameter::Type::String : each.type);
+    }
+    return {{"in", in}, {"out", out}};
+}
+
+Json callOf(const Entry& method) {
+    const Json properties = {{"jsonrpc", {{"const", "2.0"}}},
+                             {"id", Json::object()},
+                             {"method", {{"const", method.name}}},
+                             {"params", paramsOf(method)}};
+    Json required = {"jsonrpc", "method"};
+    if (!method.in.empty()) {
+        required.push_back("params");
+    }
+    Json call = objectOf(properties, required);
+    call["x-xml"] = xmlFormOf(method);
+    return call;
+}
+
+Json resultOf(const Entry& method) {
+    Json properties = Json::object();
+    Json required = Json::array();
+    for (const KnownMethods::Out& out : method.out) {
+        properties[out.name] = typeOf(out.type);
+        if (out.isAlways) {
+            required.push_back(out.name);
+        }
+    }
+    const Json failed = objectOf({{"Response", {{"const", "failure"}}}}, Json::array({"Response"}));
+    return {{"anyOf", Json::array({objectOf(properties, required), failed})}};
+}
+
+/// A whole answer: it does not name its method, so it may be that of any.
+Json answerOf(const std::string& method) {
+    return objectOf({{"jsonrpc", {{"const", "2.0"}}},
+                     {"id", Json::object()},
+                     {"result", {{"$ref", "#/$defs/results/" + method}}}},
+                    {"jsonrpc", "id", "result"});
+}
+
+Json eventOf(const char* name, const Json& params) {
+    Json properties = {{"jsonrpc", {{"const", "2.0"}}}, {"method", {{"const", name}}}};
+    if (!params.is_null()) {
+        properties["params"] = params;
+    }
+    return objectOf(properties, {"jsonrpc", "method"});
+}
+
+/// A method of the host alone, which JSON alone has: in and out.
+struct HostMethod {
+    const char* name;
+    Json in;
+    std::vector<const char*> required;
+    Json out;
+};
+
+std::vector<HostMethod> hostMethods() {
+    const Json text = typeOf(Parameter::Type::String);
+    const Json number = typeOf(Parameter::Type::Int);
+    const Json flag = typeOf(Parameter::Type::Bool);
+    return {{"AddLogListener", {{"Level", number}}, {}, Json::object()},
+            {"CheckFile",
+             {{"Path", text}, {"ForWriting", flag}},
+             {"Path", "ForWriting"},
+             {{"Error", number}, {"Place", text}}},
+            {"LastFailures", Json::object(), {}, {{"Words", text}, {"HasFailed", flag}}}};
+}
+
+Json callOf(const HostMethod& method) {
+    Json required = {"jsonrpc", "method"};
+    if (!method.required.empty()) {
+        required.push_back("params");
+    }
+    return objectOf({{"jsonrpc", {{"const", "2.0"}}},
+                     {"id", Json::object()},
+                     {"method", {{"const", method.name}}},
+                     {"params", objectOf(method.in, method.required)}},
+                    required);
+}
+
+Json resultOf(const HostMethod& method) {
+    Json names = Json::array();
+    for (const auto& each : method.out.items()) {
+        names.push_back(each.key());
+    }
+    return objectOf(method.out, names);
+}
+
+Json logEntry() {
+    const Json text = typeOf(Parameter::Type::String);
+    const Json number = typeOf(Parameter::Type::Int);
+    return objectOf({{"level", number},
+                     {"component", text},
+                     {"source", text},
+                     {"line", number},
+                     {"message", text}},
+                    {"level", "component", "source", "line", "message"});
+}
+
+Json events() {
+    const Json text = typeOf(Parameter::Type::String);
+    return {{"ProfileChangedToBase", eventOf("ProfileChangedToBase", {})},
+            {"ProfileChangedToVisitor", eventOf("ProfileChangedToVisitor", {})},
+            {"Log", eventOf("Log", logEntry())},
+            {"Status",
+             eventOf("Status", objectOf({{"item", text}, {"value", text}}, {"item", "value"}))}};
+}
+
+/// The answer to what is no call, which has no id to go by.
+Json errorOf(int code, const char* text) {
+    const Json error = objectOf({{"code", {{"const", code}}}, {"message", {{"const", text}}}},
+                                {"code", "message"});
+    return objectOf(
+        {{"jsonrpc", {{"const", "2.0"}}}, {"id", {{"const", nullptr}}}, {"error", error}},
+        {"jsonrpc", "id", "error"});
+}
+
+/// References to all members of @p group, of which a message is one.
+void addReferences(Json& references, const std::string& group, const Json& members) {
+    for (const auto& member : members.items()) {
+        references.push_back({{"$ref", "#/$defs/" + group + "/" + member.key()}});
+    }
+}
+
+}  // namespace
+
+std::string MethodContract::json() {
+    Json calls = Json::object();
+    Json results = Json::object();
+    Json answers = Json::object();
+    for (const std::string& name : KnownMethods::names()) {
+        const Entry& method = *KnownMethods::find(name);
+        calls[name] = callOf(method);
+        if (!method.isOneWay) {
+            results[name] = resultOf(method);
+            answers[name] = answerOf(name);
+        }
+    }
+    for (const HostMethod& method : hostMethods()) {
+        calls[method.name] = callOf(method);
+        results[method.name] = resultOf(method);
+        answers[method.name] = answerOf(method.name);
+    }
+    const Json errors = {{"ParseError", errorOf(-32700, "Parse error")},
+                         {"InvalidRequest", errorOf(-32600, "Invalid Request")}};
+    Json references = Json::array();
+    addReferences(references, "calls", calls);
+    addReferences(references, "answers", answers);
+    addReferences(references, "events", events());
+    addReferences(references, "errors", errors);
+    const Json all = {{"$schema", "https://json-schema.org/draft/2020-12/schema"},
+                      {"title", "Remote methods of the data access service"},
+                      {"anyOf", references},
+                      {"$defs",
+                       {{"calls", calls},
+                        {"results", results},
+                        {"answers", answers},
+                        {"events", events()},
+                        {"errors", errors}}}};
+    return all.dump(2) + "\n";
+}

@@ -1,0 +1,159 @@
+#include "wire/XmlAdapter.h"
+
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <cstring>
+#include <iterator>
+#include <sstream>
+
+#include "ClientUtils.h"
+#include "Method.h"
+#include "XmlHandler.h"
+#include "terminal/Utf8.h"
+#include "wire/ParameterText.h"
+
+namespace {
+
+struct TypeName {
+    Parameter::Type type;
+    const char* element;
+};
+
+constexpr TypeName TypeNames[] = {
+    {Parameter::Type::String, "String"},
+    {Parameter::Type::Int, "Int"},
+    {Parameter::Type::Bool, "Bool"},
+    {Parameter::Type::Xml, "Xml"},
+};
+
+/// What a parse has found so far.
+struct Reader {
+    Method method;
+    int depth = 0;
+    bool isMessage = true;
+    const TypeName* type = nullptr;  ///< of the parameter that is open
+    std::string name;
+    std::string value;
+};
+
+const char* findName(const char** attributes) {
+    for (; *attributes != nullptr; attributes += 2) {
+        if (std::strcmp(attributes[0], "name") == 0) {
+            return attributes[1];
+        }
+    }
+    return nullptr;
+}
+
+void addInt(Reader& reader) {
+    int number = 0;
+    const char* const end = reader.value.data() + reader.value.size();
+    const auto [stop, error] = std::from_chars(reader.value.data(), end, number);
+    if (error == std::errc() && stop == end) {
+        reader.method.addIntParameter(reader.name, number, Parameter::in);
+    }
+}
+
+void addParameter(Reader& reader) {
+    switch (reader.type->type) {
+        case Parameter::Type::Int:
+            addInt(reader);
+            break;
+        case Parameter::Type::Bool:
+            if (reader.value == "true" || reader.value == "false") {
+                reader.method.addBoolParameter(reader.name, reader.value == "true", Parameter::in);
+            }
+            break;
+        case Parameter::Type::String:
+            reader.method.addStringParameter(reader.name, reader.value, Parameter::in);
+            break;
+        case Parameter::Type::Xml:
+            reader.method.addXMLParameter(reader.name, reader.value, Parameter::in);
+            break;
+    }
+}
+
+void onStart(void* userData, const char* element, const char** attributes) {
+    Reader& reader = *static_cast<Reader*>(userData);
+    const char* const name = findName(attributes);
+    const auto* const type = std::find_if(
+        std::begin(TypeNames), std::end(TypeNames),
+        [element](const TypeName& each) { return std::strcmp(each.element, element) == 0; });
+    ++reader.depth;
+    const bool isRoot = reader.depth == 1 && std::strcmp(element, "Method") == 0;
+    const bool isParameter = reader.depth == 2 && type != std::end(TypeNames);
+    if (name == nullptr || !(isRoot || isParameter)) {
+        reader.isMessage = false;
+    } else if (isRoot) {
+        reader.method.setName(name);
+    } else {
+        reader.type = type;
+        reader.name = name;
+        reader.value.clear();
+    }
+}
+
+void onEnd(void* userData, const char* /*element*/) {
+    Reader& reader = *static_cast<Reader*>(userData);
+    if (reader.depth-- == 2 && reader.isMessage) {
+        addParameter(reader);
+    }
+}
+
+void onCharacters(void* userData, const char* text, int length) {
+    Reader& reader = *static_cast<Reader*>(userData);
+    if (reader.depth == 2) {
+        reader.value.append(text, static_cast<std::size_t>(length));
+    }
+}
+
+/// Text as it stands in an attribute or an element of a message, which is one line. A parser would
+/// change the characters that are written as references.
+std::string escaped(const std::string& text) {
+    const std::string named = ClientUtils::escapeXMLString(Utf8::forXml(text));
+    std::string line;
+    line.reserve(named.size());
+    for (const char character : named) {
+        if (character == '\n' || character == '\r' || character == '\t') {
+            line.append("&#").append(std::to_string(+character)).append(";");
+        } else {
+            line += character;
+        }
+    }
+    return line;
+}
+
+const char* elementOf(const Parameter& parameter) {
+    return std::find_if(std::begin(TypeNames), std::end(TypeNames),
+                        [&parameter](const TypeName& each) { return each.type == parameter.type; })
+        ->element;
+}
+
+}  // namespace
+
+bool XmlAdapter::decode(std::istream& stream, Method& method) {
+    std::ostringstream copy;
+    copy << stream.rdbuf();
+    const std::string text = copy.str();
+    Reader reader;
+    // The parser would stop at a zero byte and take what stands before it for the whole.
+    if (text.size() > INT_MAX || text.find('\0') != std::string::npos || !Utf8::isValid(text) ||
+        XmlHandler(&reader, onStart, onEnd, onCharacters)
+                .parseMessage(text.c_str(), static_cast<int>(text.size())) == 0 ||
+        !reader.isMessage) {
+        return false;
+    }
+    method = std::move(reader.method);
+    return true;
+}
+
+void XmlAdapter::encode(const Method& method, std::ostream& stream) {
+    stream << "<Method name=\"" << escaped(method.getName()) << "\">";
+    for (const Parameter& parameter : method.parameters()) {
+        const char* const element = elementOf(parameter);
+        stream << '<' << element << " name=\"" << escaped(parameter.name) << "\">"
+               << textOf(parameter, escaped) << "</" << element << '>';
+    }
+    stream << "</Method>";
+}

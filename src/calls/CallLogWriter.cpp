@@ -1,0 +1,180 @@
+#include "calls/CallLogWriter.h"
+
+#include <algorithm>
+
+#include "DASUtilsStrings.h"
+#include "contacts/PhonebookDAO.h"
+
+namespace {
+
+using namespace CallLogWriter;
+using namespace CallLogColumns;
+using Row = std::vector<std::string>;
+
+/// By Kind, from the first on.
+const std::string Categories[] = {"Dialled", "Forwarded", "Missed", "Received", "", ""};
+
+constexpr RowColumn ColumnsInFront[] = {CallLogColumns::UniqueId,  CallLogColumns::Category,
+                                        CallLogColumns::EntryId,   CallLogColumns::Surname,
+                                        CallLogColumns::Firstname, CallLogColumns::PictureClip};
+
+// What is shown of a call, by the category of its row.
+constexpr Field DialledFields[] = {TimeFormat,     Number,   NumberType,
+                                   ResolvedNumber, TimeDate, Duration};
+constexpr Field MissedFields[] = {TimeFormat,          Number,     NumberType,   AuxiliaryNumber,
+                                  AuxiliaryNumberType, AuxSurname, AuxFirstName, TimeDate,
+                                  CompletedElsewhere,  GroupName,  GroupNumber};
+constexpr Field OtherFields[] = {
+    TimeFormat, Number,       NumberType, AuxiliaryNumber, AuxiliaryNumberType,
+    AuxSurname, AuxFirstName, TimeDate,   Duration};
+
+/// A list of fields of any length.
+struct Fields {
+    template <std::size_t N>
+    constexpr Fields(const Field (&fields)[N]) : first(fields), behindLast(fields + N) {}
+    const Field* begin() const { return first; }
+    const Field* end() const { return behindLast; }
+
+    const Field* first;
+    const Field* behindLast;
+};
+
+const Tags itemTags("Item");
+const Tags logListTags("LogList");
+const Tags transferTypeTags("TransferType");
+
+const Tags& tagsOfField(Field field) {
+    static const std::vector<Tags> all = [] {
+        std::vector<Tags> tags;
+        for (std::size_t i = 0; i < FieldCount; ++i) {
+            tags.emplace_back(element(static_cast<Field>(i)));
+        }
+        return tags;
+    }();
+    return all[field];
+}
+
+/// By column of the phone book, the user included.
+const std::vector<Tags>& contactTags() {
+    static const std::vector<Tags> all = [] {
+        std::vector<Tags> tags = {Tags(DASUtilsStrings::UserContextTagName)};
+        for (const std::string& element : PhonebookDAO::elements()) {
+            tags.emplace_back(element);
+        }
+        return tags;
+    }();
+    return all;
+}
+
+/// The category in a row of the call log, or that of all rows of a kind.
+const std::string& categoryOfRow(const Row& row, std::size_t offset, Kind kind) {
+    const std::string& ofAllRows = categoryOf(kind);
+    const bool isInRow = ofAllRows.empty() && offset + Category < row.size();
+    return isInRow ? row[offset + Category] : ofAllRows;
+}
+
+void appendItem(std::string& out, const Row& row, std::size_t offset, std::size_t place,
+                Fields fields, bool withTransferType) {
+    const std::size_t time = offset + position(TimeDate, place);
+    if (time >= row.size() || row[time].empty()) {
+        return;
+    }
+    out += itemTags.start;
+    for (const Field field : fields) {
+        appendCell(out, row, offset + position(field, place), tagsOfField(field));
+    }
+    if (withTransferType) {
+        // One column serves both: a missed call is never transferred.
+        appendCell(out, row, offset + position(CompletedElsewhere, place), transferTypeTags);
+    }
+    out += itemTags.end;
+}
+
+}  // namespace
+
+CallLogWriter::Tags::Tags(const std::string& element)
+    : start("<" + element + ">"), end("</" + element + ">") {}
+
+const std::string& CallLogWriter::categoryOf(Kind kind) {
+    return Categories[kind - Dialled];
+}
+
+const std::string& CallLogWriter::allOfCallLog() {
+    static const std::string word = DASUtilsStrings::CallLogTableName + ".*";
+    return word;
+}
+
+const std::string& CallLogWriter::allOfPhoneBook() {
+    static const std::string word = DASUtilsStrings::PhoneBookTableName + ".*";
+    return word;
+}
+
+std::vector<std::size_t> CallLogWriter::positionsOfWords(const Row& words, std::size_t rowWidth) {
+    const auto phoneBooks =
+        static_cast<std::size_t>(std::count(words.begin(), words.end(), allOfPhoneBook()));
+    std::size_t others = 0;
+    for (const std::string& word : words) {
+        others += word == allOfCallLog() ? Count : word == allOfPhoneBook() ? 0 : 1;
+    }
+    const std::size_t left = rowWidth > others ? rowWidth - others : 0;
+    std::vector<std::size_t> positions;
+    std::size_t position = 0;
+    for (const std::string& word : words) {
+        positions.push_back(position);
+        position += word == allOfCallLog()     ? Count
+                    : word == allOfPhoneBook() ? left / phoneBooks
+                                               : 1;
+    }
+    return positions;
+}
+
+const Tags& CallLogWriter::tagsOf(RowColumn column) {
+    static const std::vector<Tags> all = [] {
+        std::vector<Tags> tags;
+        for (std::size_t i = 0; i <= Viewed; ++i) {
+            tags.emplace_back(element(static_cast<RowColumn>(i)));
+        }
+        tags.emplace_back(element(JSGroupBy));
+        return tags;
+    }();
+    return column == JSGroupBy ? all.back() : all[column];
+}
+
+void CallLogWriter::appendCell(std::string& out, const Row& row, std::size_t place,
+                               const Tags& tags) {
+    if (place < row.size()) {
+        out += tags.start;
+        out += row[place];
+        out += tags.end;
+    }
+}
+
+void CallLogWriter::parseAllCallLogCols(std::string& out, const Row& row, std::size_t offset,
+                                        Kind kind) {
+    const std::string& category = categoryOfRow(row, offset, kind);
+    const bool isDialled = category == categoryOf(Dialled);
+    const bool isMissed = category == categoryOf(Missed);
+    for (const RowColumn column : ColumnsInFront) {
+        appendCell(out, row, offset + column, tagsOf(column));
+    }
+    if (isMissed) {
+        appendCell(out, row, offset + Viewed, tagsOf(Viewed));
+    }
+    const Fields fields = isDialled  ? Fields(DialledFields)
+                          : isMissed ? Fields(MissedFields)
+                                     : Fields(OtherFields);
+    out += logListTags.start;
+    for (std::size_t place = 0; place < Places; ++place) {
+        appendItem(out, row, offset, place, fields, kind == AllWithContacts && !isMissed);
+    }
+    out += logListTags.end;
+    appendCell(out, row, offset + JSGroupBy, tagsOf(JSGroupBy));
+}
+
+void CallLogWriter::parseAllPhoneBookCols(std::string& out, const Row& row, std::size_t offset,
+                                          std::size_t first) {
+    const std::vector<Tags>& tags = contactTags();
+    for (std::size_t column = first; column < tags.size(); ++column) {
+        appendCell(out, row, offset + column, tags[column]);
+    }
+}

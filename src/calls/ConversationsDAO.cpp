@@ -1,0 +1,261 @@
+#include "calls/ConversationsDAO.h"
+
+#include <algorithm>
+
+#include "ClientUtils.h"
+#include "calls/CallLogDAO.h"
+#include "calls/CallLogWriter.h"
+#include "contacts/PhonebookDAO.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+using namespace DASUtilsStrings;
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/ConversationsDAO";
+
+using namespace ConversationsColumns;
+
+/// Cells of a row that an answer shows; the user is left out.
+constexpr std::size_t ShownCells[] = {0, 2, 3};
+
+const std::string joinedResponse = "read_response_with_join";
+const std::string joinOfCallsAndContacts =
+    "    INNER JOIN CALL_LOG"
+    "        ON CONVERSATIONS.CallLogId = CALL_LOG.UniqueID"
+    "    INNER JOIN PHONE_BOOK"
+    "        ON CONVERSATIONS.PhonebookId = PHONE_BOOK.UniqueID";
+
+constexpr RequestParser Parser = {ConversationsDAOXmlStartElement, ConversationsDAOXmlEndElement,
+                                  ConversationsDAOXmlCharacterDataHandler, LogComponent,
+                                  "Parsing a ConversationsDAO '%s' request failed."};
+
+ConversationsDAO& self(void* dao) {
+    return static_cast<ConversationsDAO&>(*static_cast<DataAccessObject*>(dao));
+}
+
+}  // namespace
+
+void ConversationsDAOXmlStartElement(void* dao, const char* name, const char** attributes) {
+    self(dao).startElement(name, attributes);
+}
+
+void ConversationsDAOXmlEndElement(void* dao, const char* name) {
+    self(dao).endElement(name);
+}
+
+void ConversationsDAOXmlCharacterDataHandler(void* dao, const char* text, int length) {
+    self(dao).characters(text, length);
+}
+
+ConversationsDAO::ConversationsDAO(DatabaseAdapter* adapter)
+    : ConversationsTable(adapter), m_request(fields(), m_schemaName, m_requestContext, m_reason) {}
+
+ConversationsDAO::~ConversationsDAO() = default;
+
+const std::vector<std::string>& ConversationsDAO::fields() {
+    static const std::vector<std::string> names = {numberColumn, contactColumn, callColumn};
+    return names;
+}
+
+void ConversationsDAO::handleRequest(const char* text, int length) {
+    static constexpr Operation<ConversationsDAO> Operations[] = {
+        {&WriteRequest, &ConversationsDAO::writeWithTable, &WriteResponse},
+        {&ReadRequest, &ConversationsDAO::readRequest, &ReadResponse},
+        {&DeleteRequest, &ConversationsDAO::deleteRequest, &DeleteResponse},
+    };
+    DAS_LOG(5, "handleRequest:[%s]\n", text != nullptr ? text : "");
+    if (parseRequest(text, length, Parser) && settleUser()) {
+        (void)dispatch(*this, Operations);  // another reason is a failure, which the answer tells
+    }
+}
+
+void ConversationsDAO::startElement(const char* name, const char** attributes) {
+    m_request.startElement(name, attributes);
+    if (ListRequest::isEntry(name)) {
+        m_entry = {};
+    }
+}
+
+void ConversationsDAO::characters(const char* text, int length) {
+    m_request.addCharacters(text, length);
+}
+
+void ConversationsDAO::endElement(const char* name) {
+    const int field = m_request.endElement(name);
+    if (field != ListRequest::NoField) {
+        m_entry[static_cast<std::size_t>(field)] = m_request.text();
+    } else if (ListRequest::isEntry(name)) {
+        m_entries.push_back(m_entry);
+    }
+}
+
+void ConversationsDAO::fillupSearchParams(PairList& params, unsigned index) const {
+    params.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
+    if (index >= m_entries.size()) {
+        return;
+    }
+    for (std::size_t i = 0; i < FieldCount; ++i) {
+        const std::string& value = m_entries[index][i];
+        if (!value.empty()) {
+            params.emplace_back(fields()[i], DASUtils::convertToDBFormat(value));
+        }
+    }
+}
+
+int ConversationsDAO::writeWithTable() {
+    const int status = writeRequest();
+    if (status == 0) {
+        return 0;
+    }
+    (void)createTable();  // fails when the table was not the reason
+    return writeRequest();
+}
+
+int ConversationsDAO::writeRequest() {
+    DAS_LOG(6, "writeRequest");
+    m_lastNumber = 0;
+    return forEachEntry(m_entries.size(), [this](std::size_t entry) { return writeEntry(entry); });
+}
+
+int ConversationsDAO::writeEntry(std::size_t index) {
+    const auto& [number, contact, call] = m_entries[index];
+    const std::vector<std::string> values = {
+        number.empty() ? m_numbers.valueOf(index) : DASUtils::convertToDBFormat(number),
+        DASUtils::convertToDBFormat(m_responseUser), DASUtils::convertToDBFormat(contact),
+        DASUtils::convertToDBFormat(call)};
+    const int result = m_dbAdapter->insertRow(m_tableName, columnNames(), values, &m_lastNumber);
+    if (result == 0 && number.empty()) {
+        m_numbers.keep(index, m_lastNumber);
+    }
+    return result;
+}
+
+int ConversationsDAO::readRequest() {
+    DAS_LOG(6, "readRequest");
+    m_resultColumns = m_request.resultColumns();
+    if (m_dbAdapter == nullptr || !DASUtils::areResultColumns(m_resultColumns) ||
+        !m_request.hasSafePaging()) {
+        return 1;
+    }
+    (void)createMissingTable();
+    if (!m_resultColumns.empty()) {
+        return readJoined();
+    }
+    PairList params;
+    PairList orderBy;
+    fillupSearchParams(params, 0);
+    return m_dbAdapter->executeQuery(m_tableName, {}, params, orderBy, m_resultRows,
+                                     m_request.offset(), m_request.rowLimit());
+}
+
+int ConversationsDAO::readJoined() {
+    (void)CallLogDAO(m_dbAdapter).createMissingTable();
+    (void)PhonebookDAO(m_dbAdapter).createMissingTable();
+    PairList params;
+    fillupSearchParams(params, 0);
+    for (auto& param : params) {
+        param.first.insert(0, m_tableName + ".");  // the joined tables have columns of these names
+    }
+    std::vector<std::string> groupBy;
+    PairList orderBy = {
+        {CallLogTableName + "." + CallLogColumns::name(CallLogColumns::TimeDate, 0), "DESC"}};
+    m_responseReason = joinedResponse;
+    return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params, joinOfCallsAndContacts,
+                                     groupBy, orderBy, m_resultRows, m_request.offset(),
+                                     m_request.rowLimit());
+}
+
+int ConversationsDAO::deleteRequest() {
+    return forEachEntry(std::max<std::size_t>(m_entries.size(), 1), [this](std::size_t entry) {
+        PairList params;
+        fillupSearchParams(params, static_cast<unsigned>(entry));
+        return m_dbAdapter->deleteRow(m_tableName, params);
+    });
+}
+
+std::string ConversationsDAO::schemaName() {
+    DAS_LOG(6, "schemaName[%s]", m_schemaName.c_str());
+    return m_schemaName;
+}
+
+std::string ConversationsDAO::responseData() {
+    DAS_LOG(6, "responseData");
+    if (m_responseReason == WriteResponse) {
+        return ListRequest::numberAnswer(numberColumn, m_lastNumber);
+    }
+    if (m_responseReason == joinedResponse) {
+        return joinedRows();
+    }
+    return m_responseReason == ReadResponse ? plainRows() : std::string();
+}
+
+std::string ConversationsDAO::plainRows() const {
+    std::vector<CallLogWriter::Tags> tags;
+    for (const std::string& name : fields()) {
+        tags.emplace_back(name);
+    }
+    std::string out;
+    for (const auto& row : m_resultRows) {
+        out += xmlEntryStartTag;
+        for (std::size_t i = 0; i < FieldCount; ++i) {
+            CallLogWriter::appendCell(out, row, ShownCells[i], tags[i]);
+        }
+        out += xmlEntryEndTag;
+        if (&row == &m_resultRows.front()) {
+            reserveForRows(out, m_resultRows);
+        }
+    }
+    return out;
+}
+
+std::string ConversationsDAO::joinedRows() const {
+    std::string out;
+    if (m_resultRows.empty()) {
+        return out;
+    }
+    const auto positions =
+        CallLogWriter::positionsOfWords(m_resultColumns, m_resultRows.front().size());
+    for (const auto& row : m_resultRows) {
+        out += xmlEntryStartTag;
+        for (std::size_t i = 0; i < m_resultColumns.size(); ++i) {
+            if (m_resultColumns[i] == CallLogWriter::allOfCallLog()) {
+                CallLogWriter::parseAllCallLogCols(out, row, positions[i], CallLogWriter::All);
+            } else if (m_resultColumns[i] == CallLogWriter::allOfPhoneBook()) {
+                CallLogWriter::parseAllPhoneBookCols(out, row, positions[i],
+                                                     CallLogWriter::SurnameOfContact);
+            }
+        }
+        out += xmlEntryEndTag;
+        if (&row == &m_resultRows.front()) {
+            reserveForRows(out, m_resultRows);
+        }
+    }
+    return out;
+}
+
+int ConversationsDAO::initialiseMobilityUserData(const std::string& context) {
+    DAS_LOG(5, "initialiseMobilityUserData %s", context.c_str());
+    return deleteContextData(context);
+}
+
+int ConversationsDAO::exportData(PairList& conditions, std::string& location) {
+    DAS_LOG(5, "exportData to %s", location.c_str());
+    (void)DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location,
+                                                        conditions);
+    return 0;
+}
+
+int ConversationsDAO::importData(std::string& location) {
+    DAS_LOG(5, "importData from %s", location.c_str());
+    (void)createMissingTable();
+    std::vector<std::string> names = columnNames();
+    return importDataFromFile(m_tableName, names, location) ? 0 : 1;
+}
+
+int ConversationsDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
+                                        std::vector<std::string>& values) {
+    return insertLineOfFile(table, names, values, numberColumn);
+}

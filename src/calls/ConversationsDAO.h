@@ -1,0 +1,94 @@
+#ifndef CONVERSATIONSDAO_H
+#define CONVERSATIONSDAO_H
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "contacts/ConversationsTable.h"
+#include "dao/AssignedNumbers.h"
+#include "dao/ListRequest.h"
+
+// The parser callbacks of the conversations; the user data is the ConversationsDAO.
+void ConversationsDAOXmlStartElement(void* dao, const char* name, const char** attributes);
+void ConversationsDAOXmlEndElement(void* dao, const char* name);
+void ConversationsDAOXmlCharacterDataHandler(void* dao, const char* text, int length);
+
+/**
+ * The conversations: which contact of the phone book belongs to which row of the call log, in the
+ * table CONVERSATIONS. What is named here leaves the ordinary lists of contacts and calls, and is
+ * served here as one list, newest call first.
+ *
+ * Nothing asks whether the contact and the call exist: a row that names a missing one is stored,
+ * and is left out of the joined list.
+ *
+ * The int results are 0 for success; 1 also when a text of the request has not the form that it
+ * must have in a statement, which is not run then.
+ */
+class ConversationsDAO : public ConversationsTable {
+public:
+    /// @p adapter is not owned and may be null.
+    explicit ConversationsDAO(DatabaseAdapter* adapter);
+    ~ConversationsDAO() override;
+
+    void handleRequest(const char* text, int length) override;
+    std::string schemaName() override;
+    std::string responseData() override;
+
+    /// Deletes all conversations of the user; 1 when the whole table is empty.
+    int initialiseMobilityUserData(const std::string& context) override;
+
+    /// 0 always: a file that can't be written is in the log.
+    int exportData(PairList& conditions, std::string& location) override;
+    /// Adds the rows of a file, whose fields are the columns in order. 0 whatever it held, 1 when
+    /// it did not open.
+    int importData(std::string& location) override;
+
+    /**
+     * Stores the entries of the request in one transaction. Each one that was stored keeps its
+     * number, so that a second run replaces it. The result of the last entry, 0 without any.
+     */
+    int writeRequest() override;
+    /// Reads the rows themselves, or with ResultCols those of contacts and calls that they join.
+    int readRequest() override;
+
+    /// Stores one line of a data file as a new row: XML escapes are undone, a blank number is
+    /// assigned. A raw SQLite code.
+    int updateItemInTable(const std::string& table, std::vector<std::string>& names,
+                          std::vector<std::string>& values) override;
+
+    /// Deletes the user's conversations that each entry describes, all without an entry. The result
+    /// of the last delete; 1 when the whole table is empty.
+    virtual int deleteRequest();
+
+    /// Appends the conditions that the user and the entry at @p index make; the user alone when
+    /// there is no entry.
+    void fillupSearchParams(PairList& params, unsigned index) const;
+
+    // Parser events.
+    void startElement(const char* name, const char** attributes);
+    void characters(const char* text, int length);
+    void endElement(const char* name);
+
+private:
+    static constexpr std::size_t FieldCount = 3;  ///< columns of the table but the user
+
+    /// One row of a request; texts are escaped for SQL.
+    using Entry = std::array<std::string, FieldCount>;
+
+    static const std::vector<std::string>& fields();
+
+    int writeWithTable();
+    int writeEntry(std::size_t index);
+    int readJoined();
+    std::string plainRows() const;
+    std::string joinedRows() const;
+
+    ListRequest m_request;
+    Entry m_entry;  ///< in progress
+    std::vector<Entry> m_entries;
+    AssignedNumbers m_numbers;
+    long long m_lastNumber = 0;
+};
+
+#endif

@@ -1,0 +1,325 @@
+#include "contacts/CallGroupDAO.h"
+
+#include "ClientUtils.h"
+#include "dao/KeyIds.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+using namespace DASUtilsStrings;
+
+// The component of the phone book: kept on purpose, both are contacts to whoever reads the log.
+constexpr const char* LogComponent = "PhonebookDAO";
+constexpr const char* LogSource = "./src/CallGroupDAO";
+
+const std::string numberColumn = "CallGroup";  // the word is the table's name, too
+const std::string nameColumn = "CallGroupName";
+const std::string ringToneColumn = "RingToneID";
+
+const std::string resetRequestReason = "reset_request";
+const std::string rowCountRequestReason = "rowcount_request";
+const std::string rowCountResponse = "rowcount_response";
+
+/// Columns behind the user, which are the elements of requests and answers.
+const std::vector<std::string>& fieldNames() {
+    static const std::vector<std::string> names = {numberColumn, nameColumn, ringToneColumn};
+    return names;
+}
+
+std::vector<std::string> allColumns() {
+    return {UserContextTagName, numberColumn, nameColumn, ringToneColumn};
+}
+
+const std::shared_ptr<const TableLayout>& layout() {
+    static const std::shared_ptr<const TableLayout> shared = [] {
+        auto made = std::make_shared<TableLayout>();
+        made->schema = CallGroupSchema;
+        made->table = CallGroupTableName;
+        for (const std::string& name : allColumns()) {
+            made->columns.emplace_back(name, columnTypeText, "");
+        }
+        made->defaultRowIds = KeyIds::texts({{1, 16}});
+        return made;
+    }();
+    return shared;
+}
+
+/// The numbers of the groups, in database form.
+const std::vector<std::string>& groupNumbers() {
+    static const std::vector<std::string> numbers = [] {
+        std::vector<std::string> all;
+        for (const std::string& number : layout()->defaultRowIds) {
+            all.push_back(DASUtils::convertToDBFormat(number));
+        }
+        return all;
+    }();
+    return numbers;
+}
+
+PairList blankValues() {
+    return {{nameColumn, EmptyDBString}, {ringToneColumn, EmptyDBString}};
+}
+
+constexpr RequestParser Parser = {CallGroupDAOXmlStartElement, CallGroupDAOXmlEndElement,
+                                  CallGroupDAOXmlCharacterDataHandler, LogComponent,
+                                  "Parsing a CallGroupDAO '%s' request failed."};
+
+}  // namespace
+
+void CallGroupDAOXmlStartElement(void* dao, const char* name, const char** attributes) {
+    static_cast<CallGroupDAO*>(dao)->startElement(name, attributes);
+}
+
+void CallGroupDAOXmlEndElement(void* dao, const char* name) {
+    static_cast<CallGroupDAO*>(dao)->endElement(name);
+}
+
+void CallGroupDAOXmlCharacterDataHandler(void* dao, const char* text, int length) {
+    static_cast<CallGroupDAO*>(dao)->characters(text, length);
+}
+
+CallGroupDAO::CallGroupDAO() : CallGroupDAO(nullptr) {}
+
+CallGroupDAO::CallGroupDAO(DatabaseAdapter* adapter)
+    : DataAccessObject(adapter, layout()),
+      m_request(fieldNames(), m_schemaName, m_requestContext, m_reason) {}
+
+CallGroupDAO::~CallGroupDAO() = default;
+
+void CallGroupDAO::handleRequest(const char* text, int length) {
+    static constexpr Operation<CallGroupDAO> Operations[] = {
+        {&UpdateRequest, &CallGroupDAO::updateRequest, &UpdateResponse},
+        {&ReadRequest, &CallGroupDAO::readRequest, &ReadResponse},
+        {&resetRequestReason, &CallGroupDAO::resetRequest, &UpdateResponse},
+        {&rowCountRequestReason, &CallGroupDAO::rowCountRequest, &rowCountResponse},
+    };
+    if (!parseRequest(text, length, Parser)) {
+        return;
+    }
+    if (!settleUser()) {
+        DAS_LOG(2, "handleRequest - User context empty");
+        return;
+    }
+    (void)createMissingGroups();
+    (void)dispatch(*this, Operations);  // an unknown reason is answered as a failure
+}
+
+void CallGroupDAO::startElement(const char* name, const char** attributes) {
+    m_request.startElement(name, attributes);
+}
+
+void CallGroupDAO::characters(const char* text, int length) {
+    m_request.addCharacters(text, length);
+}
+
+void CallGroupDAO::endElement(const char* name) {
+    const int field = m_request.endElement(name);
+    if (field != ListRequest::NoField) {
+        m_request.addPair(fieldNames()[static_cast<std::size_t>(field)],
+                          DASUtils::convertToDBFormat(m_request.text()));
+    }
+}
+
+PairList CallGroupDAO::readConditions() const {
+    PairList conditions = m_request.selectPairs();
+    conditions.insert(conditions.end(), m_request.entryPairs().begin(),
+                      m_request.entryPairs().end());
+    conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
+    return conditions;
+}
+
+int CallGroupDAO::updateRequest() {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList conditions = m_request.selectPairs();
+    conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
+    PairList newValues = m_request.entryPairs();
+    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+}
+
+int CallGroupDAO::readRequest() {
+    m_resultColumns = m_request.resultColumns();
+    if (m_dbAdapter == nullptr || !DASUtils::areResultColumns(m_resultColumns)) {
+        return 1;
+    }
+    PairList orderBy;
+    return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, readConditions(), orderBy,
+                                     m_resultRows, "", "");
+}
+
+int CallGroupDAO::rowCountRequest() {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList conditions = readConditions();
+    return m_dbAdapter->getRowCount(m_tableName, conditions, m_count);
+}
+
+int CallGroupDAO::getRowCount(std::string& count) {
+    count = "0";
+    return m_dbAdapter != nullptr ? DASUtils::getRowCount(*m_dbAdapter, m_tableName, count) : 0;
+}
+
+int CallGroupDAO::resetRequest() {
+    int result = 1;
+    for (const std::string& number : groupNumbers()) {
+        PairList conditions = {{UserContextTagName, DASUtils::convertToDBFormat(m_responseUser)},
+                               {numberColumn, number}};
+        PairList newValues = blankValues();
+        result = m_dbAdapter != nullptr
+                     ? m_dbAdapter->update(m_tableName, conditions, newValues, false)
+                     : 1;
+    }
+    return result;
+}
+
+std::string CallGroupDAO::schemaName() {
+    return m_schemaName;
+}
+
+std::string CallGroupDAO::responseData() {
+    if (m_responseReason == rowCountResponse) {
+        return ListRequest::countAnswer(m_count);
+    }
+    return responseDataHelper(m_responseReason, m_requestContext,
+                              DASUtils::unescapeSqlReservedCharacters(m_responseUser),
+                              m_resultColumns, m_resultRows, fieldNames(), true);
+}
+
+/// The table comes with its groups or not at all: those of a user that it lacks are never added.
+bool CallGroupDAO::createMissingGroups() {
+    std::vector<std::string> names;
+    return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
+           runWholeOrNot(
+               *m_dbAdapter,
+               [this] {
+                   return createTable() == 0 &&
+                          insertGroupsOf({UserContextBase, UserContextVisitor}) == 0;
+               },
+               TransactionGuard::Locks::AtOnce);
+}
+
+int CallGroupDAO::insertGroup(const std::string& context, const std::string& number) {
+    std::vector<std::string> values = {DASUtils::escapeAndQuote(context), number, EmptyDBString,
+                                       EmptyDBString};
+    return m_dbAdapter->insert(m_tableName, values, nullptr);
+}
+
+int CallGroupDAO::insertDefaultRows() {
+    return insertDefaultRows(false);
+}
+
+/// A user has all of his groups or none: none are noticed, and inserted, by the next start.
+int CallGroupDAO::insertTogether(const std::function<int()>& insert) {
+    int result = 1;
+    const bool stored = runWholeOrNot(
+        *m_dbAdapter,
+        [&] {
+            result = insert();
+            return result == 0;
+        },
+        TransactionGuard::Locks::AtOnce);
+    return result == 0 && !stored ? 1 : result;
+}
+
+int CallGroupDAO::insertDefaultRows(bool onlyMissing) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    return insertTogether([&] {
+        const bool isMissing = !onlyMissing || m_dbAdapter->isKnownToBeEmpty(m_tableName);
+        return isMissing ? insertGroupsOf({UserContextBase, UserContextVisitor}) : 0;
+    });
+}
+
+int CallGroupDAO::insertGroupsOf(const std::vector<std::string>& contexts) {
+    for (const std::string& number : groupNumbers()) {
+        for (const std::string& context : contexts) {
+            const int result = insertGroup(context, number);
+            if (result != 0) {
+                return result;
+            }
+        }
+    }
+    return 0;
+}
+
+int CallGroupDAO::insertDefaultRows(const std::string& context) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    if (createMissingGroups()) {
+        return 0;
+    }
+    return insertTogether([&] {
+        const int removed = deleteContextData(context);
+        if (removed == 0) {
+            return insertGroupsOf({context});
+        }
+        // What a start that met a full disk left behind has no groups of anybody.
+        return m_dbAdapter->isKnownToBeEmpty(m_tableName)
+                   ? insertGroupsOf({UserContextBase, UserContextVisitor})
+                   : removed;
+    });
+}
+
+int CallGroupDAO::initialiseMobilityUserData(const std::string& context) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    (void)createMissingGroups();
+    PairList conditions = {{UserContextTagName, DASUtils::escapeAndQuote(context)}};
+    PairList newValues = blankValues();
+    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+}
+
+int CallGroupDAO::copyBaseDataToVisitor() {
+    return copyBaseDataToVisitor(UserContextTagName, m_tableName);
+}
+
+int CallGroupDAO::deleteContextData(const std::string& context) {
+    return deleteContextData(context, UserContextTagName, m_tableName);
+}
+
+int CallGroupDAO::exportData(PairList& conditions, std::string& location) {
+    (void)DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location,
+                                                        conditions);
+    return 0;
+}
+
+int CallGroupDAO::importData(std::string& location) {
+    (void)createMissingGroups();
+    std::vector<std::string> columns = allColumns();
+    return importDataFromFile(m_tableName, columns, location) ? 0 : 1;
+}
+
+int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory category) {
+    (void)createMissingGroups();
+    const bool isVisitor =
+        category == visitor && !DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter);
+    const std::string& context = isVisitor ? UserContextVisitor : UserContextBase;
+    std::vector<std::string> columns = allColumns();
+    return importRowsOfUser(location, [&](std::vector<std::string>& fields) {
+        fields.front() = context;
+        return updateItemInTable(m_tableName, columns, fields);
+    });
+}
+
+int CallGroupDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
+                                    std::vector<std::string>& values) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList conditions;
+    PairList newValues;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const bool selects = names[i] == UserContextTagName || names[i] == numberColumn;
+        (selects ? conditions : newValues)
+            .emplace_back(names[i],
+                          DASUtils::escapeAndQuote(ClientUtils::unescapeXMLString(values.at(i))));
+    }
+    return m_dbAdapter->update(table, conditions, newValues, false);
+}

@@ -1,0 +1,173 @@
+#include "dao/DASUtils.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+#include "database/SqlText.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DASUtils";
+
+const std::string singleQuote = "'";
+const std::string startTagOpening = "<";
+const std::string endTagOpening = "</";
+const std::string tagClosing = ">";
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+bool isNameCharacter(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
+
+template <typename Iterator>
+bool isSignedDigits(Iterator begin, Iterator end) {
+    if (begin != end && (*begin == '+' || *begin == '-')) {
+        ++begin;
+    }
+    return begin != end && std::all_of(begin, end, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+void appendTag(std::string& out, const std::string& opening, const std::string& name) {
+    out.clear();
+    out.reserve(opening.size() + name.size() + tagClosing.size());
+    out += opening;
+    out += name;
+    out += tagClosing;
+}
+
+/// Replaces each @p from in @p text by @p to in one pass.
+std::string replaceAll(const std::string& text, const std::string& from, const std::string& to) {
+    std::size_t place = text.find(from);
+    if (place == std::string::npos) {
+        return text;
+    }
+    std::string result;
+    result.reserve(text.size());
+    std::size_t behind = 0;
+    for (; place != std::string::npos; place = text.find(from, behind)) {
+        result.append(text, behind, place - behind);
+        result += to;
+        behind = place + from.size();
+    }
+    result.append(text, behind);
+    return result;
+}
+
+}  // namespace
+
+DASUtils::ColumnInfo::ColumnInfo(const std::string& columnName, std::string sqlType,
+                                 const std::string& defaultValue)
+    : name(columnName), type(std::move(sqlType)), defaults{defaultValue} {}
+
+DASUtils::ColumnInfo::ColumnInfo(const std::string& columnName, std::string sqlType,
+                                 const std::vector<std::string>& defaultValues)
+    : name(columnName), type(std::move(sqlType)), defaults(defaultValues) {}
+
+std::string DASUtils::escapeSqlReservedCharacters(const std::string& text) {
+    return escapeReservedCharacter(text, '\'', '\'');
+}
+
+std::string DASUtils::unescapeSqlReservedCharacters(const std::string& text) {
+    return replaceAll(text, "''", singleQuote);
+}
+
+std::string DASUtils::escapeSqlReservedString(const std::string& text) {
+    return replaceAll(text, "&apos;", singleQuote);
+}
+
+std::string DASUtils::escapeReservedCharacter(const std::string& text, char reserved, char escape) {
+    return SqlText::escaped(text, reserved, escape);
+}
+
+std::string DASUtils::convertToDBFormat(const std::string& value) {
+    std::string quoted;
+    quoted.reserve(value.size() + 2 * singleQuote.size());
+    quoted += singleQuote;
+    quoted += value;
+    quoted += singleQuote;
+    return quoted;
+}
+
+void DASUtils::convertToDBFormat(const std::string& value, std::string& out) {
+    out = convertToDBFormat(value);
+}
+
+std::string DASUtils::escapeAndQuote(const std::string& text) {
+    return convertToDBFormat(escapeSqlReservedCharacters(text));
+}
+
+bool DASUtils::isSafeBetweenQuotes(const std::string& value) {
+    return value.find('\0') == std::string::npos &&
+           escapeSqlReservedCharacters(unescapeSqlReservedCharacters(value)) == value;
+}
+
+void DASUtils::createXMLStartTag(const std::string& name, std::string& out) {
+    appendTag(out, startTagOpening, name);
+}
+
+void DASUtils::createXMLEndTag(const std::string& name, std::string& out) {
+    appendTag(out, endTagOpening, name);
+}
+
+bool DASUtils::isIdentifier(const std::string& text) {
+    const auto begin = std::find_if_not(text.begin(), text.end(), isBlank);
+    const auto end = std::find_if_not(text.rbegin(), text.rend(), isBlank).base();
+    return begin < end && isSignedDigits(begin, end);
+}
+
+bool DASUtils::isNumber(const std::string& text) {
+    return isSignedDigits(text.begin(), text.end());
+}
+
+bool DASUtils::isResultColumn(const std::string& word) {
+    const auto dot = std::find(word.begin(), word.end(), '.');
+    if (dot == word.begin() || !std::all_of(word.begin(), dot, isNameCharacter)) {
+        return false;
+    }
+    if (dot == word.end()) {
+        return true;
+    }
+    const std::string behind(dot + 1, word.end());
+    return behind == "*" ||
+           (!behind.empty() && std::all_of(behind.begin(), behind.end(), isNameCharacter));
+}
+
+bool DASUtils::areResultColumns(const std::vector<std::string>& words) {
+    return std::all_of(words.begin(), words.end(), isResultColumn);
+}
+
+bool DASUtils::isPattern(const std::string& text) {
+    static const std::string opening = "LIKE '";
+    if (text.compare(0, opening.size(), opening) != 0 || text.size() == opening.size() ||
+        text.back() != '\'') {
+        return false;
+    }
+    return isSafeBetweenQuotes(text.substr(opening.size(), text.size() - opening.size() - 1));
+}
+
+bool DASUtils::columnIsInColumnList(const std::string& name,
+                                    const std::vector<std::string>& columns) {
+    return std::find(columns.begin(), columns.end(), name) != columns.end();
+}
+
+bool DASUtils::createColumnNameListFromDbFile(DatabaseAdapter* adapter, const std::string& table,
+                                              std::vector<std::string>& columns) {
+    columns.clear();
+    return adapter != nullptr && adapter->readColumnNames(table, columns);
+}
+
+int DASUtils::getRowCount(DatabaseAdapter& adapter, const std::string& table, std::string& count) {
+    PairList all;
+    return adapter.getRowCount(table, all, count);
+}
+
+bool DASUtils::mayInsertDefaultRows(DatabaseAdapter& adapter, const std::string& table,
+                                    int createResult) {
+    return createResult == 0 || adapter.isKnownToBeEmpty(table);
+}

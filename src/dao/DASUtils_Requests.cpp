@@ -1,0 +1,180 @@
+// The frame of a generic request and its two bodies.
+
+#include <memory>
+
+#include "ClientUtils.h"
+#include "DASUtilsStrings.h"
+#include "dao/DASUtils.h"
+#include "dao/DataAccessObject.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DASUtils";
+
+/// What a generic object does for a reason.
+struct ReasonRow {
+    const std::string* reason;
+    const std::string* response;
+    int (DataAccessObject::*operation)();
+};
+
+constexpr ReasonRow GenericReasons[] = {
+    {&DASUtilsStrings::UpdateRequest, &DASUtilsStrings::UpdateResponse,
+     &DataAccessObject::updateRequest},
+    {&DASUtilsStrings::ReadRequest, &DASUtilsStrings::ReadResponse, &DataAccessObject::readRequest},
+};
+
+PairList rowConditions(const std::string& user, const std::string& identifier) {
+    return {{DASUtilsStrings::UserContextTagName, DASUtils::convertToDBFormat(user)},
+            {DASUtilsStrings::IdTagName, identifier}};
+}
+
+void logNewValues(const PairList& newValues) {
+    if (!loggingOnAppUni(LogComponent, 6)) {
+        return;
+    }
+    int index = 0;
+    for (const auto& [name, value] : newValues) {
+        DAS_LOG(6, "updateRequestHelper() newValues[%d] '%s' = '%s'", index++, name.c_str(),
+                ClientUtils::hidePasswordDAS(name, value).c_str());
+    }
+}
+
+int insertMissingRow(DatabaseAdapter& adapter, const std::string& table,
+                     const DASUtils::RowData& row, const PairList& conditions) {
+    PairList values = row.newValues;
+    values.insert(values.end(), conditions.begin(), conditions.end());
+    const int result = adapter.insert(table, values, nullptr);
+    DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::insert() returned %d", result);
+    return result;
+}
+
+int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+                 const DASUtils::RowData& row) {
+    if (!DASUtils::isIdentifier(row.identifier)) {
+        return 1;
+    }
+    PairList conditions = rowConditions(user, row.identifier);
+    PairList counted = conditions;
+    std::string count;
+    int result = adapter.countRows(table, counted, count);
+    if (result != 0) {
+        DAS_LOG(2,
+                "updateRequestHelper() DatabaseAdapter::getRowCount() failed for table='%s' "
+                "rowId='%s' with code=%d",
+                table.c_str(), row.identifier.c_str(), result);
+        return result;
+    }
+    logNewValues(row.newValues);
+    if (count == "0") {
+        return insertMissingRow(adapter, table, row, conditions);
+    }
+    PairList newValues = row.newValues;
+    result = adapter.update(table, conditions, newValues, false);
+    DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::update() returned %d", result);
+    return result;
+}
+
+}  // namespace
+
+void DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                    const std::string& table) {
+    std::string count;
+    getRowCount(adapter, table, count);
+    if (count == "0" && mayInsertDefaultRows(adapter, table, dao.createTable())) {
+        // Those that are missing: another process may have been faster.
+        (void)dao.insertDefaultRows(true);  // a failed insert is in the log, the request goes on
+    }
+}
+
+void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler start,
+                                   XmlEndHandler end, XmlCharacterHandler characters,
+                                   DataAccessObject* dao, const std::string& context,
+                                   std::string& user, const std::string& reason,
+                                   std::string& response, DatabaseAdapter& adapter,
+                                   const std::string& table) {
+    XmlHandler handler(dao, start, end, characters);
+    if (handler.parseMessage(text, length) == 0) {
+        DAS_LOG(2, "Parsing the request failed.");
+    }
+    // Before reason and user are looked at: kept on purpose, any request makes the table.
+    makeTableWithoutRows(*dao, adapter, table);
+    user = context.empty() ? escapeSqlReservedCharacters(dao->currentUser()) : context;
+    response = DASUtilsStrings::FailureResponse;
+    if (user.empty()) {
+        return;
+    }
+    for (const ReasonRow& row : GenericReasons) {
+        if (reason == *row.reason) {
+            response = *row.response;
+            if ((dao->*row.operation)() != 0) {
+                response = DASUtilsStrings::FailureResponse;
+            }
+            return;
+        }
+    }
+    std::vector<const std::string*> served;
+    for (const ReasonRow& row : GenericReasons) {
+        served.push_back(row.reason);
+    }
+    logUnknownReason(reason, served);
+}
+
+void DASUtils::logUnknownReason(const std::string& reason,
+                                const std::vector<const std::string*>& served) {
+    if (!loggingOnAppUni(LogComponent, 5)) {
+        return;
+    }
+    std::string list;
+    for (const std::string* each : served) {
+        list += (list.empty() ? "" : ", ") + *each;
+    }
+    DAS_LOG(5, "The reason '%s' is none of %s", reason.c_str(), list.c_str());
+}
+
+int DASUtils::readRequest(PairList& search, Rows& rows, std::vector<std::string>& resultColumns,
+                          const std::string& resultColsText, const std::string& user,
+                          const std::string& rowId, const std::string& table,
+                          DatabaseAdapter& adapter) {
+    resultColumns = ClientUtils::tokenizeString(resultColsText, " ", false, false);
+    search.emplace_back(DASUtilsStrings::UserContextTagName, convertToDBFormat(user));
+    if (!rowId.empty()) {
+        search.emplace_back(DASUtilsStrings::IdTagName, rowId);
+    }
+    if (!areResultColumns(resultColumns) || !(rowId.empty() || isIdentifier(rowId))) {
+        return 1;
+    }
+    PairList orderBy;
+    return adapter.executeQuery(table, resultColumns, search, orderBy, rows, "", "");
+}
+
+int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& rowId,
+                                  const std::string& user, const std::string& table,
+                                  const PairList& newValues, const std::vector<RowData>& rows) {
+    if (rows.empty()) {
+        return rowId.empty() ? 1 : updateOneRow(adapter, user, table, {rowId, newValues});
+    }
+    std::unique_ptr<TransactionGuard> transaction;
+    if (rows.size() > 1) {
+        transaction = std::make_unique<TransactionGuard>(adapter);
+    }
+    int result = 1;
+    for (const RowData& row : rows) {
+        if (!row.identifier.empty()) {
+            result = updateOneRow(adapter, user, table, row);
+        }
+    }
+    // A batch that could not be committed is not there, whatever its last row said.
+    const int ended = transaction != nullptr ? transaction->end() : 0;
+    return result != 0 ? result : ended;
+}
+
+int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& rowId,
+                                  const std::string& user, const std::string& table,
+                                  const PairList& newValues) {
+    return updateRequestHelper(adapter, rowId, user, table, newValues, {});
+}

@@ -1,0 +1,306 @@
+// Tables to data files and back, by the objects that own them.
+
+#include <algorithm>
+#include <iterator>
+
+#include "ClientUtils.h"
+#include "dao/CsvFile.h"
+#include "dao/DataAccessObject.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DataAccessObject";
+
+/// Lines for these are filled up: files of older versions have fewer columns.
+bool isFilledUp(const std::string& table) {
+    return table.find(DASUtilsStrings::PhoneBookTableName) != std::string::npos ||
+           table.find(DASUtilsStrings::CallLogTableName) != std::string::npos;
+}
+
+/// The rows that are not refused stay, and the import is none that failed.
+void logRefused(std::size_t rows, const std::string& path) {
+    if (rows > 0) {
+        DAS_LOG(2, "%s: %zu of its rows were not stored", path.c_str(), rows);
+    }
+}
+
+bool writeHeader(DatabaseAdapter& adapter, const std::string& table, const std::string& version,
+                 CsvWriter& file) {
+    file.writeLine("#$VERSION=" + version);
+    std::vector<std::string> names;
+    if (adapter.getColumnNames(table, names) != 1) {
+        return false;
+    }
+    file.writeLine("#$COLUMNS=" + ClientUtils::join(names, ","));
+    return true;
+}
+
+}  // namespace
+
+bool DataAccessObject::exportTable(const std::string& table, const std::string& path,
+                                   PairList& conditions, std::string& version) {
+    DAS_LOG(5, "exporting to %s", path.c_str());
+    CsvWriter file(path, CsvWriter::Target::Truncated);
+    if (!file.isOpen()) {
+        DAS_LOG(2, "Cannot open %s for writing", path.c_str());
+        return false;
+    }
+    Rows rows;
+    PairList orderBy;
+    if (m_dbAdapter == nullptr ||
+        m_dbAdapter->executeQuery(table, {}, conditions, orderBy, rows, "", "") != 0) {
+        DAS_LOG(2, "Table %s is not written to %s", table.c_str(), path.c_str());
+        return false;
+    }
+    if (!rows.empty() && !version.empty() && !writeHeader(*m_dbAdapter, table, version, file)) {
+        return false;
+    }
+    for (const auto& row : rows) {
+        file.writeRow(row);
+    }
+    return file.finish();
+}
+
+bool DataAccessObject::importTable(const std::string& table, std::vector<std::string>& columns,
+                                   const std::string& path) {
+    DAS_LOG(5, "Importing %s to %s", path.c_str(), table.c_str());
+    CsvReader file(path, CsvReader::Comments::AreSkipped);
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
+        return false;
+    }
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    if (transaction.beginResult() != 0) {
+        return false;
+    }
+    (void)importRows(table, columns, file);  // a row that failed is in the log, the others stay
+    return transaction.end() == 0;
+}
+
+std::size_t DataAccessObject::importRows(const std::string& table,
+                                         std::vector<std::string>& columns, CsvReader& file) {
+    return file.forEachRow([&](auto& fields) { return updateItemInTable(table, columns, fields); });
+}
+
+bool DataAccessObject::migrateTable(const std::string& table, PairList& columnDefinitions,
+                                    const std::string& path) {
+    std::vector<std::string> oldColumns;
+    if (!DASUtils::createColumnNameListFromDbFile(m_dbAdapter, table, oldColumns)) {
+        return false;
+    }
+    const auto save = [&] {
+        PairList allRows;
+        std::string noVersion;
+        const bool saved = exportTable(table, path, allRows, noVersion);
+        if (!saved) {
+            DAS_LOG(2, "Cannot export table %s", table.c_str());
+        }
+        return saved;
+    };
+    const auto restore = [&] {
+        if (!createTable2(table, columnDefinitions)) {
+            return false;
+        }
+        DAS_LOG(5, "Importing %s to %s", path.c_str(), table.c_str());
+        CsvReader file(path, CsvReader::Comments::AreSkipped);
+        return file.isOpen() && importRows(table, oldColumns, file) == 0;
+    };
+    return DASUtils::rebuildTable(*m_dbAdapter, table, save, restore,
+                                  "Cannot drop the table that is rebuilt");
+}
+
+bool DataAccessObject::getMetadata(const std::string& path, std::string& version,
+                                   std::vector<std::string>& columns, int& count) {
+    DAS_LOG(5, "Reading metadata from %s", path.c_str());
+    count = 0;
+    version.clear();
+    columns.clear();
+    CsvReader file(path);
+    std::string line;
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
+        return false;
+    }
+    if (!file.readLine(line)) {
+        DAS_LOG(5, "%s is empty", path.c_str());
+        return false;
+    }
+    if (!DASUtils::getVersion(line, version)) {
+        std::vector<std::string> fields;
+        ClientUtils::splitString(line, fields);
+        count = static_cast<int>(fields.size());
+        return false;
+    }
+    if (!file.readLine(line)) {
+        DAS_LOG(2, "Column names missing from %s", path.c_str());
+        return false;
+    }
+    if (!DASUtils::getColumnNames(line, columns)) {
+        DAS_LOG(2, "Invalid column names in %s", path.c_str());
+        return false;
+    }
+    count = static_cast<int>(columns.size());
+    return true;
+}
+
+bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::string>& columns,
+                                          std::string& path) {
+    DAS_LOG(5, "Opening %s", path.c_str());
+    CsvReader file(path);
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
+        return false;
+    }
+    DAS_LOG(5, "Scanning file...");
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    const int columnCount = m_dbAdapter->getColumnCount("SELECT * FROM " + table + ";");
+    const std::size_t padded = isFilledUp(table) ? static_cast<std::size_t>(columnCount) : 0;
+    TransactionGuard transaction(*m_dbAdapter);
+    if (transaction.beginResult() != 0) {
+        return false;
+    }
+    const std::size_t refused = file.forEachRow([&](auto& fields) {
+        if (fields.size() < padded) {
+            DAS_LOG(6, "%s data columnCount issue. parseResults.size()=%d numColumns=%d",
+                    table.c_str(), static_cast<int>(fields.size()), columnCount);
+            fields.resize(padded);
+        }
+        return updateItemInTable(table, columns, fields);
+    });
+    logRefused(refused, path);
+    DAS_LOG(5, "Scanning complete");
+    return transaction.end() == 0;
+}
+
+bool DataAccessObject::hasColumn(const std::string& name) const {
+    const auto& all = columns();
+    return std::any_of(all.begin(), all.end(),
+                       [&](const auto& column) { return column.name == name; });
+}
+
+void DataAccessObject::buildColumnNameList(PairList& names) {
+    if (m_layout->hasDataFiles) {
+        names = namesAndTypes();
+    } else {
+        DAS_LOG(2, "ERROR buildColumnNameList called in base class!!! ");
+    }
+}
+
+int DataAccessObject::exportData(PairList& conditions, std::string& location) {
+    if (!m_layout->hasDataFiles) {
+        return 0;
+    }
+    PairList known;
+    std::copy_if(conditions.begin(), conditions.end(), std::back_inserter(known),
+                 [this](const auto& condition) { return hasColumn(condition.first); });
+    const bool written =
+        DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location, known);
+    return written ? 0 : 1;
+}
+
+int DataAccessObject::importData(std::string& location) {
+    if (!m_layout->hasDataFiles) {
+        return 0;
+    }
+    std::vector<std::string> names;
+    return prepareImport(names) && importDataFromFile(m_tableName, names, location) ? 0 : 1;
+}
+
+bool DataAccessObject::prepareImport(std::vector<std::string>& names) {
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
+    if (hasColumn(DASUtilsStrings::UserContextTagName) && !defaultRowIds().empty()) {
+        // A file's rows are only ever updated, and a start in base wipes those of the visitor.
+        (void)insertDefaultRows(true);
+    }
+    return DASUtils::createColumnNameListFromDbFile(m_dbAdapter, m_tableName, names);
+}
+
+int DataAccessObject::importDataForUser(const std::string& location, eUserCategory category) {
+    if (!m_layout->hasDataFiles || !hasColumn(DASUtilsStrings::UserContextTagName)) {
+        return 0;
+    }
+    const std::string& user = category == eUserCategory::visitor
+                                  ? DASUtilsStrings::UserContextVisitor
+                                  : DASUtilsStrings::UserContextBase;
+    std::vector<std::string> names;
+    if (!prepareImport(names)) {
+        return 1;
+    }
+    const auto store = [&](std::vector<std::string>& fields) {
+        fields.at(0) = user;
+        return updateItemInTable(m_tableName, names, fields);
+    };
+    return importRowsOfUser(location, store, [&] {
+        (void)initialiseMobilityUserData(user);  // a table without rows is a failure there
+    });
+}
+
+int DataAccessObject::importRowsOfUser(const std::string& location,
+                                       const std::function<int(std::vector<std::string>&)>& store,
+                                       const std::function<void()>& prepare) {
+    const auto import = [&] { return storeRowsOf(location, store, prepare); };
+    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, import) ? 0 : 1;
+}
+
+bool DataAccessObject::storeRowsOf(const std::string& location,
+                                   const std::function<int(std::vector<std::string>&)>& store,
+                                   const std::function<void()>& prepare) {
+    DAS_LOG(5, "Opening %s", location.c_str());
+    CsvReader file(location);
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", location.c_str());
+        return false;
+    }
+    if (prepare) {
+        prepare();
+    }
+    logRefused(file.forEachRow(store), location);
+    DAS_LOG(5, "Scanning complete");
+    return true;
+}
+
+int DataAccessObject::replaceRowsOfUser(
+    const std::string& context, const std::string& location,
+    const std::function<int(std::vector<std::string>&)>& store) {
+    bool isRead = false;
+    const auto replace = [&] {
+        (void)deleteContextData(context);  // nothing to delete is a failure there
+        isRead = storeRowsOf(location, store, {});
+        return true;  // kept on purpose: an import always takes the old ones away
+    };
+    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, replace) && isRead ? 0 : 1;
+}
+
+int DataAccessObject::insertLineOfFile(const std::string& table,
+                                       const std::vector<std::string>& names,
+                                       const std::vector<std::string>& values,
+                                       const std::string& key) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    std::vector<std::string> row;
+    row.reserve(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const bool isAssigned = values[i].empty() && i < names.size() && names[i] == key;
+        row.push_back(isAssigned
+                          ? "NULL"
+                          : DASUtils::escapeAndQuote(ClientUtils::unescapeXMLString(values[i])));
+    }
+    const int result = m_dbAdapter->insertRow(table, names, row, nullptr);
+    if (result != 0) {
+        DAS_LOG(2, "updateItemInTablemIn = insert failed");
+    }
+    return result;
+}

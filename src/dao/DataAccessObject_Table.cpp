@@ -1,0 +1,400 @@
+// What an object does for its table: creation, default rows, and the data of the two users.
+
+#include "dao/DataAccessObject.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DataAccessObject";
+
+const char* const rowIdColumn = "Id";
+const char* const itemNameColumn = "Name";
+
+std::string quotedBase() {
+    return DASUtils::convertToDBFormat(DASUtilsStrings::UserContextBase);
+}
+
+std::string quotedVisitor() {
+    return DASUtils::convertToDBFormat(DASUtilsStrings::UserContextVisitor);
+}
+
+bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
+    return column.name == DASUtilsStrings::UserContextTagName ||
+           column.name == DASUtilsStrings::IdTagName;
+}
+
+}  // namespace
+
+PairList DataAccessObject::namesAndTypes() const {
+    PairList pairs;
+    pairs.reserve(columns().size());
+    for (const auto& column : columns()) {
+        pairs.emplace_back(column.name, column.type);
+    }
+    return pairs;
+}
+
+int DataAccessObject::createTable() {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList pairs = namesAndTypes();
+    if (!m_layout->constraint.empty()) {
+        pairs.emplace_back(m_layout->constraint, std::string());
+    }
+    return m_dbAdapter->createTable(m_tableName, pairs);
+}
+
+int DataAccessObject::forEachEntry(std::size_t count,
+                                   const std::function<int(std::size_t)>& operation) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    int result = 0;
+    for (std::size_t entry = 0; entry < count; ++entry) {
+        result = operation(entry);
+    }
+    // A batch that could not be committed is not there, whatever its last entry said.
+    const int ended = transaction.end();
+    return result != 0 ? result : ended;
+}
+
+std::vector<std::string> DataAccessObject::columnNames() const {
+    std::vector<std::string> names;
+    names.reserve(columns().size());
+    for (const auto& column : columns()) {
+        names.push_back(column.name);
+    }
+    return names;
+}
+
+int DataAccessObject::createTableUnlessThere(PairList& newColumns) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    AdapterLock lock(*m_dbAdapter);  // the words of a failure are those of the last statement
+    if (m_dbAdapter->createTable(m_tableName, newColumns) == 0) {
+        return 0;
+    }
+    return m_dbAdapter->getError().find("already exists") != std::string::npos ? 2 : 1;
+}
+
+bool DataAccessObject::createMissingTable() {
+    std::vector<std::string> names;
+    return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
+           createTable() == 0;
+}
+
+bool DataAccessObject::createTable2(const std::string& table, PairList& newColumns) {
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    if (m_dbAdapter->createTable(table, newColumns) == 0) {
+        return true;
+    }
+    DAS_LOG(5, "Cannot create table %s, error=%s", table.c_str(), m_dbAdapter->getError().c_str());
+    return false;
+}
+
+int DataAccessObject::insertDefaultRow(const std::string& id, const std::string& context,
+                                       int index) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    std::vector<std::string> values;
+    values.reserve(columns().size());
+    values.push_back(context);
+    values.push_back(DASUtils::convertToDBFormat(id));
+    for (const auto& column : columns()) {
+        if (!isUserOrRowColumn(column)) {
+            const auto place = column.defaults.size() < 2 ? 0U : static_cast<std::size_t>(index);
+            values.push_back(DASUtils::convertToDBFormat(column.defaults.at(place)));
+        }
+    }
+    return m_dbAdapter->insert(m_tableName, values, nullptr);
+}
+
+bool DataAccessObject::isDefaultRowPresent(const std::string& table, const std::string& context,
+                                           const std::string& id) {
+    if (m_dbAdapter == nullptr) {
+        return false;
+    }
+    PairList conditions = {{rowIdColumn, id}, {DASUtilsStrings::UserContextTagName, context}};
+    std::string count;
+    // A row that can't be asked for counts as present: it must not be inserted a second time.
+    return m_dbAdapter->countRows(table, conditions, count) != 0 || count != "0";
+}
+
+int DataAccessObject::insertDefaultRows() {
+    return insertDefaultRows(false);
+}
+
+int DataAccessObject::insertDefaultRows(bool onlyMissing) {
+    return forEachDefaultRow({quotedBase(), quotedVisitor()}, onlyMissing);
+}
+
+int DataAccessObject::insertDefaultRows(const std::string& context) {
+    const bool isBase = context == DASUtilsStrings::UserContextBase;
+    return forEachDefaultRow({isBase ? quotedBase() : quotedVisitor()}, false);
+}
+
+int DataAccessObject::insertDefaultRowsInTransaction(bool onlyMissing) {
+    return insertRowsOf({quotedBase(), quotedVisitor()}, onlyMissing);
+}
+
+int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts,
+                                        bool onlyMissing) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    // Another process may have found the table empty, too. One without default rows stays empty,
+    // and a request to it must not wait for who writes.
+    const auto locks = defaultRowIds().empty() ? TransactionGuard::Locks::AtFirstWrite
+                                               : TransactionGuard::Locks::AtOnce;
+    const auto insert = [&] { return insertRowsOf(contexts, onlyMissing) == 0; };
+    if (contexts.size() > 1) {
+        // Together or not at all: a table that has some is taken for whole, and only an empty one
+        // is filled by the next request.
+        (void)runWholeOrNot(*m_dbAdapter, insert, locks);
+        return 0;  // a failure is in the log alone
+    }
+    TransactionGuard transaction(*m_dbAdapter, locks);
+    if (transaction.beginResult() == 0) {
+        (void)insert();
+    }
+    return 0;
+}
+
+int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    // No row of an empty table needs to be asked for.
+    const bool ask = onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName);
+    int result = 0;
+    int index = 0;
+    for (const std::string& id : defaultRowIds()) {
+        std::vector<const std::string*> missing;
+        for (const std::string& context : contexts) {
+            if (!ask || !isDefaultRowPresent(m_tableName, context, id)) {
+                missing.push_back(&context);
+            }
+        }
+        for (const std::string* context : missing) {
+            const int inserted = insertDefaultRow(id, *context, index);
+            if (inserted != 0 && contexts.size() > 1) {
+                return inserted;  // SQLite may have taken back the others: what follows would stay
+            }
+            result = result != 0 ? result : inserted;
+        }
+        ++index;
+    }
+    return result;
+}
+
+int DataAccessObject::initialiseMobilityUserData(const std::string& context) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList conditions = {
+        {DASUtilsStrings::UserContextTagName, DASUtils::escapeAndQuote(context)}};
+    if (m_layout->hasDefaultRowsPerUser) {
+        // Where nothing can be deleted the rows may still be there, and would be there twice.
+        const int deleted = m_dbAdapter->deleteRow(m_tableName, conditions);
+        const bool mayInsert = deleted == 0 || m_dbAdapter->isKnownToBeEmpty(m_tableName);
+        return mayInsert ? insertDefaultRows(context) : deleted;
+    }
+    PairList newValues;
+    for (const auto& column : columns()) {
+        if (!isUserOrRowColumn(column)) {
+            newValues.emplace_back(column.name, DASUtils::convertToDBFormat(column.defaults.at(0)));
+        }
+    }
+    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+}
+
+int DataAccessObject::copyBaseDataToVisitor() {
+    return copyBaseDataToVisitor(DASUtilsStrings::UserContextTagName, m_tableName);
+}
+
+bool DataAccessObject::hasRowsOf(const std::string& table, const std::string& contextColumn,
+                                 const std::string& context) {
+    PairList conditions = {{contextColumn, context}};
+    std::string count;
+    m_dbAdapter->getRowCount(table, conditions, count);
+    return count != "0";
+}
+
+bool DataAccessObject::isKnownToHaveNoRowsOf(const std::string& table,
+                                             const std::string& contextColumn,
+                                             const std::string& context) {
+    PairList conditions = {{contextColumn, context}};
+    std::string count;
+    return m_dbAdapter->countRows(table, conditions, count) == 0 && count == "0";
+}
+
+int DataAccessObject::contextColumnIndex(const std::string& table,
+                                         const std::string& contextColumn) {
+    const std::string sql = "SELECT * FROM " + table + ";";
+    const int count = m_dbAdapter->getColumnCount(sql);
+    for (int index = 0; index < count; ++index) {
+        if (m_dbAdapter->getColumnName(sql, index) == contextColumn) {
+            return index;
+        }
+    }
+    return -1;
+}
+
+int DataAccessObject::copyBaseDataToVisitor(const std::string& contextColumn,
+                                            const std::string& table) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    DAS_LOG(5, "Copying base data to visitor for table [%s]", table.c_str());
+    if (hasRowsOf(table, contextColumn, quotedVisitor())) {
+        (void)deleteContextData(DASUtilsStrings::UserContextVisitor, contextColumn, table);
+    }
+    if (!hasRowsOf(table, contextColumn, quotedBase())) {
+        return 0;
+    }
+    Rows rows;
+    PairList orderBy;
+    const int read = m_dbAdapter->executeQuery(table, {}, {{contextColumn, quotedBase()}}, orderBy,
+                                               rows, "", "");
+    if (read != 0) {
+        DAS_LOG(2, "Failed to read 'base' data, table = [%s].", table.c_str());
+        return read;
+    }
+    // Few tables have a key: what could not be deleted, or not be counted, would be there twice.
+    if (!isKnownToHaveNoRowsOf(table, contextColumn, quotedVisitor())) {
+        DAS_LOG(2, "Failed to delete visitor data, table = [%s].", table.c_str());
+        return 1;
+    }
+    const int index = contextColumnIndex(table, contextColumn);
+    if (index < 0) {
+        DAS_LOG(2, "Table [%s] does not have a mobility context column", table.c_str());
+        return 1;
+    }
+    return copyRowsToVisitor(rows, static_cast<std::size_t>(index), table);
+}
+
+int DataAccessObject::copyRowsToVisitor(Rows& rows, std::size_t contextIndex,
+                                        const std::string& table) {
+    TransactionGuard transaction(*m_dbAdapter);
+    if (transaction.beginResult() != 0) {
+        DAS_LOG(2, "Failed to begin transaction");
+        return transaction.beginResult();
+    }
+    for (auto& row : rows) {
+        bool copied = true;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            copied = copied && (i == contextIndex || DASUtils::isSafeBetweenQuotes(row[i]));
+            row[i] = i == contextIndex ? quotedVisitor() : DASUtils::convertToDBFormat(row[i]);
+        }
+        if (!copied || m_dbAdapter->insert(table, row, nullptr) != 0) {
+            DAS_LOG(2, "Cannot create vistor data row, table = [%s]", table.c_str());
+        }
+    }
+    const int ended = transaction.end();
+    if (ended != 0) {
+        DAS_LOG(2, "Failed to end transaction");
+    }
+    return ended;
+}
+
+int DataAccessObject::deleteContextData(const std::string& context) {
+    return deleteContextData(context, DASUtilsStrings::UserContextTagName, m_tableName);
+}
+
+int DataAccessObject::deleteContextData(const std::string& context,
+                                        const std::string& contextColumn,
+                                        const std::string& table) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    const bool isQuoted = context.size() >= 2 && context.front() == '\'' &&
+                          context.back() == '\'' &&
+                          DASUtils::isSafeBetweenQuotes(context.substr(1, context.size() - 2));
+    PairList conditions = {{contextColumn, isQuoted ? context : DASUtils::escapeAndQuote(context)}};
+    return m_dbAdapter->deleteRow(table, conditions);
+}
+
+int DataAccessObject::deleteVisitorItems(const std::string& table,
+                                         const std::vector<std::string>& items) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    int result = 1;
+    for (const std::string& item : items) {
+        PairList conditions = {{DASUtilsStrings::UserContextTagName, quotedVisitor()},
+                               {itemNameColumn, item}};
+        result = m_dbAdapter->deleteRow(table, conditions);
+    }
+    return result;
+}
+
+int DataAccessObject::deleteVisitorUserPassword(const std::string& table) {
+    return deleteVisitorItems(table, {"'UserHashedPwd'", "'UserStatus'", "'UserChangedBy'",
+                                      "'UserMD5Hash'", "'UserPassword'"});
+}
+
+int DataAccessObject::deleteUcCredentials(const std::string& table) {
+    return deleteVisitorItems(table, {"'WSIUsername'", "'WSIPassword'"});
+}
+
+int DataAccessObject::deleteVisitorPhonebook(const std::string& table) {
+    return deleteContextData(DASUtilsStrings::UserContextVisitor,
+                             DASUtilsStrings::UserContextTagName, table);
+}
+
+int DataAccessObject::deleteVisitorCallLog(const std::string& table) {
+    return deleteContextData(DASUtilsStrings::UserContextVisitor,
+                             DASUtilsStrings::UserContextTagName, table);
+}
+
+int DataAccessObject::updateItemInTable(const std::string& table, std::vector<std::string>& names,
+                                        std::vector<std::string>& values) {
+    constexpr std::size_t keyColumns = 2;
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList conditions;
+    PairList newValues;
+    for (std::size_t i = 0; i < std::max(names.size(), keyColumns); ++i) {
+        if (!DASUtils::isSafeBetweenQuotes(values.at(i))) {
+            DAS_LOG(2, "update failed");
+            return 1;
+        }
+        PairList& list = i < keyColumns ? conditions : newValues;
+        list.emplace_back(names.at(i), DASUtils::convertToDBFormat(values.at(i)));
+    }
+    const int result = m_dbAdapter->update(table, conditions, newValues, false);
+    if (result != 0) {
+        DAS_LOG(2, "update failed");
+    }
+    return result;
+}
+
+int DataAccessObject::deleteVisitorUserPassword() {
+    return 0;
+}
+
+int DataAccessObject::deleteUcCredentials() {
+    return 0;
+}
+
+int DataAccessObject::deleteVisitorPhonebook() {
+    return 0;
+}
+
+int DataAccessObject::deleteVisitorCallLog() {
+    return 0;
+}
+
+int DataAccessObject::createPhonenumberIndices() {
+    return 0;
+}

@@ -1,0 +1,49 @@
+#ifndef DEVICEDATAREADER_H
+#define DEVICEDATAREADER_H
+
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "dao/GenConfigDeviceDataItems.h"
+
+/**
+ * Reads the list of device items, a file of lines with fields between commas:
+ *
+ *     # text             a comment; the "#" is the first character of the line
+ *     schema             all items of the schema, less its excluded ones
+ *     schema,item        an included item
+ *     schema,item,false  an excluded item
+ *
+ * Any other line has no effect, a third field of "true" among them: kept on purpose, lists in the
+ * field have such lines, and a schema that they made known would turn into device data as a whole.
+ */
+class DeviceDataReader {
+public:
+    DeviceDataReader() = default;
+
+    /// Adds what the file @p path of the telephone says, up to its end or to the first failure. A
+    /// file that can't be opened adds nothing; nothing is logged, a telephone may have no list.
+    void readFile(const std::string& path);
+
+    /// Reads one line of the open file and applies it.
+    void processLine();
+
+    /// Whether the line is a comment. A line without fields raises std::out_of_range.
+    bool isComment(const std::vector<std::string>& fields);
+
+    /// Whether the line is empty or a comment.
+    bool isLineIgnored(const std::vector<std::string>& fields);
+
+    /// What was read so far.
+    std::map<std::string, GenConfigDeviceDataItems::SchemaItem> getDeviceItemMap() const {
+        return m_items;
+    }
+
+private:
+    std::ifstream m_stream;
+    std::map<std::string, GenConfigDeviceDataItems::SchemaItem> m_items;
+};
+
+#endif

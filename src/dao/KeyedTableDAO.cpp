@@ -1,0 +1,293 @@
+#include "dao/KeyedTableDAO.h"
+
+#include <algorithm>
+
+#include "ClientUtils.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+
+namespace {
+
+using namespace DASUtilsStrings;
+
+const std::string RankOrder = "ASC";
+
+KeyedTableDAO& self(void* dao) {
+    return static_cast<KeyedTableDAO&>(*static_cast<DataAccessObject*>(dao));
+}
+
+std::shared_ptr<const TableLayout> withoutOwner(const TableLayout& layout) {
+    return {std::shared_ptr<const TableLayout>(), &layout};
+}
+
+/// The value that a request gives a column; of several the last, as in an update. Blank if none.
+const std::string& valueOf(const PairList& newValues, const std::string& column) {
+    const auto found = std::find_if(newValues.rbegin(), newValues.rend(),
+                                    [&](const auto& pair) { return pair.first == column; });
+    return found != newValues.rend() ? found->second : EmptyDBString;
+}
+
+}  // namespace
+
+void KeyedTableDAOXmlStartElement(void* dao, const char* name, const char** attributes) {
+    self(dao).startElement(name, attributes);
+}
+
+void KeyedTableDAOXmlEndElement(void* dao, const char* name) {
+    self(dao).XmlEndElement(name);
+}
+
+void KeyedTableDAOXmlCharacterDataHandler(void* dao, const char* text, int length) {
+    self(dao).XmlCharacterDataHandler(text, length);
+}
+
+const DataAccessObject::Operation<KeyedTableDAO> KeyedTableDAO::Operations[4] = {
+    {&WriteRequest, &KeyedTableDAO::writeRequest, &WriteResponse},
+    {&UpdateRequest, &KeyedTableDAO::updateRequest, &UpdateResponse},
+    {&ReadRequest, &KeyedTableDAO::readRequest, &ReadResponse},
+    {&DeleteRequest, &KeyedTableDAO::deleteRequest, &DeleteResponse}};
+
+KeyedTableDAO::KeyedTableDAO(DatabaseAdapter* adapter, const KeyedTable& table)
+    : DataAccessObject(adapter, withoutOwner(table.layout)), m_table(&table) {}
+
+KeyedTableDAO::~KeyedTableDAO() = default;
+
+void KeyedTableDAO::useTable(const KeyedTable& table) {
+    m_table = &table;
+    m_layout = withoutOwner(table.layout);
+    m_tableName = table.layout.table;
+    m_schemaName = table.layout.schema;
+}
+
+bool KeyedTableDAO::isOfUser() const {
+    return columns().front().name == UserContextTagName;
+}
+
+const DASUtils::ColumnInfo& KeyedTableDAO::keyColumn() const {
+    return columns().at(isOfUser() ? 1 : 0);
+}
+
+bool KeyedTableDAO::makesKeys() const {
+    return keyColumn().type.find("AUTOINCREMENT") != std::string::npos;
+}
+
+// Requests -------------------------------------------------------------------------------------
+
+void KeyedTableDAO::startElement(const char* name, const char** attributes) {
+    XmlStartElement(name, attributes);
+    if (name == keyColumn().name || name == IdTagName) {
+        m_currentElement = IdTagName;
+    }
+}
+
+void KeyedTableDAO::handleRequest(const char* text, int length) {
+    m_rowsToWrite.clear();
+    m_rowId.clear();
+    if (!parseRequest(text, length, m_table->parser)) {
+        return;
+    }
+    checkTable();
+    if (settleUser() || !isOfUser()) {
+        serve();
+    }
+}
+
+void KeyedTableDAO::serve() {
+    const auto& served = m_table->reasons;
+    if (std::any_of(served.begin(), served.end(),
+                    [this](const std::string* reason) { return *reason == m_reason; })) {
+        dispatch(*this, Operations);
+    } else {
+        DASUtils::logUnknownReason(m_reason, served);
+    }
+}
+
+void KeyedTableDAO::checkTable() {
+    if (defaultRowIds().empty()) {
+        (void)createMissingTable();  // a failure is in the log
+    } else {
+        DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
+    }
+}
+
+PairList KeyedTableDAO::rowConditions(const std::string& identifier) const {
+    PairList conditions;
+    if (isOfUser()) {
+        conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
+    }
+    if (!identifier.empty()) {
+        conditions.emplace_back(keyColumn().name, DASUtils::convertToDBFormat(identifier));
+    }
+    return conditions;
+}
+
+int KeyedTableDAO::forEachRow(RowOperation operation) {
+    std::vector<DASUtils::RowData> rows = m_rowsToWrite;
+    if (rows.empty()) {
+        rows.push_back({m_rowId, m_newValues});
+    }
+    if (rows.size() == 1) {
+        return (this->*operation)(rows.front());
+    }
+    return forEachEntry(rows.size(), [&](std::size_t i) { return (this->*operation)(rows[i]); });
+}
+
+int KeyedTableDAO::writeRequest() {
+    return m_dbAdapter != nullptr ? forEachRow(&KeyedTableDAO::writeRow) : 1;
+}
+
+int KeyedTableDAO::updateRequest() {
+    return m_dbAdapter != nullptr ? forEachRow(&KeyedTableDAO::updateRow) : 1;
+}
+
+int KeyedTableDAO::deleteRequest() {
+    return m_dbAdapter != nullptr ? forEachRow(&KeyedTableDAO::deleteRow) : 1;
+}
+
+int KeyedTableDAO::writeRow(const DASUtils::RowData& row) {
+    if (row.identifier.empty() && !makesKeys()) {
+        return 1;
+    }
+    PairList given = row.newValues;
+    given.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
+    given.emplace_back(keyColumn().name, row.identifier.empty()
+                                             ? "NULL"
+                                             : DASUtils::convertToDBFormat(row.identifier));
+    std::vector<std::string> values;
+    values.reserve(columns().size());
+    for (const auto& column : columns()) {
+        values.push_back(valueOf(given, column.name));
+    }
+    return m_dbAdapter->insert(m_tableName, values, nullptr);
+}
+
+int KeyedTableDAO::updateRow(const DASUtils::RowData& row) {
+    if (row.identifier.empty()) {
+        return 1;
+    }
+    PairList conditions = rowConditions(row.identifier);
+    PairList newValues = row.newValues;
+    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+}
+
+int KeyedTableDAO::deleteRow(const DASUtils::RowData& row) {
+    const bool hasColumns = m_table->deletesByColumns && !row.newValues.empty();
+    if (row.identifier.empty() && !hasColumns) {
+        return 1;
+    }
+    PairList conditions = rowConditions(row.identifier);
+    if (hasColumns) {
+        conditions.insert(conditions.end(), row.newValues.begin(), row.newValues.end());
+    }
+    return m_dbAdapter->deleteRow(m_tableName, conditions);
+}
+
+int KeyedTableDAO::readRequest() {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    PairList conditions = m_newValues;
+    for (auto& condition : rowConditions(m_rowId)) {
+        conditions.push_back(std::move(condition));
+    }
+    return readRows(conditions);
+}
+
+int KeyedTableDAO::readRows(const PairList& conditions) {
+    m_resultColumns = ClientUtils::tokenizeString(m_resultColsText, " ", false, false);
+    if (!DASUtils::areResultColumns(m_resultColumns)) {
+        return 1;
+    }
+    if (m_resultColumns.size() == 1 && m_resultColumns.front() == m_tableName + ".*") {
+        m_resultColumns.clear();
+    }
+    // All columns are asked for by name: a table of other columns refuses the read.
+    std::vector<std::string> asked = m_resultColumns;
+    if (asked.empty()) {
+        for (const auto& column : columns()) {
+            if (column.name != UserContextTagName) {
+                asked.push_back(column.name);
+            }
+        }
+    }
+    PairList orderBy;
+    if (!m_table->rankColumn.empty()) {
+        orderBy.emplace_back(m_table->rankColumn, RankOrder);
+    }
+    return m_dbAdapter->executeQuery(m_tableName, asked, conditions, orderBy, m_resultRows, "", "");
+}
+
+int KeyedTableDAO::getRowCount(std::string& count) {
+    return m_dbAdapter != nullptr ? DASUtils::getRowCount(*m_dbAdapter, m_tableName, count) : 1;
+}
+
+// Default rows and rows of files ---------------------------------------------------------------
+
+int KeyedTableDAO::insertDefaultRows() {
+    return insertDefaultRowsFrom(0, false);
+}
+
+int KeyedTableDAO::insertDefaultRows(bool onlyMissing) {
+    return insertDefaultRowsFrom(0, onlyMissing);
+}
+
+int KeyedTableDAO::insertDefaultRows(const std::string&) {
+    return 0;
+}
+
+int KeyedTableDAO::findRow(const std::string& key, bool& isThere) {
+    PairList conditions = {{keyColumn().name, DASUtils::escapeAndQuote(key)}};
+    std::string count;
+    const int result = m_dbAdapter->countRows(m_tableName, conditions, count);
+    isThere = count != "0";
+    return result;
+}
+
+std::vector<std::string> KeyedTableDAO::defaultRow(std::size_t index) const {
+    std::vector<std::string> values;
+    values.reserve(columns().size());
+    for (const auto& column : columns()) {
+        const auto& defaults = column.defaults;
+        const std::string& value = &column == &keyColumn()
+                                       ? defaultRowIds()[index]
+                                       : defaults.at(defaults.size() < 2 ? 0 : index);
+        values.push_back(DASUtils::escapeAndQuote(value));
+    }
+    return values;
+}
+
+int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    int result = 0;
+    const auto insertAll = [&] {
+        for (std::size_t index = first; result == 0 && index < defaultRowIds().size(); ++index) {
+            bool isThere = false;
+            result = onlyMissing ? findRow(defaultRowIds()[index], isThere) : 0;
+            if (result == 0 && !isThere) {
+                std::vector<std::string> values = defaultRow(index);
+                result = m_dbAdapter->insert(m_tableName, values, nullptr);
+            }
+        }
+        return result == 0;
+    };
+    // A table that has some of them is taken for whole: only an empty one is filled later.
+    const bool stored = runWholeOrNot(*m_dbAdapter, insertAll, TransactionGuard::Locks::AtOnce);
+    return result == 0 && !stored ? 1 : result;
+}
+
+int KeyedTableDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
+                                     std::vector<std::string>& values) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    std::vector<std::string> row;
+    row.reserve(names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const bool isKeyToMake =
+            makesKeys() && names[i] == keyColumn().name && values.at(i).empty();
+        row.push_back(isKeyToMake ? "NULL" : DASUtils::escapeAndQuote(values.at(i)));
+    }
+    return m_dbAdapter->insert(table, row, nullptr);
+}

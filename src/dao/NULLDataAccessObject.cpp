@@ -1,0 +1,29 @@
+#include "dao/NULLDataAccessObject.h"
+
+NULLDataAccessObject::NULLDataAccessObject(const std::string& schema) : m_schema(schema) {
+    m_responseReason = DASUtilsStrings::FailureResponse;
+}
+
+NULLDataAccessObject::~NULLDataAccessObject() = default;
+
+void NULLDataAccessObject::handleRequest(const char*, int) {}
+
+std::string NULLDataAccessObject::schemaName() {
+    return m_schema;
+}
+
+std::string NULLDataAccessObject::responseData() {
+    return {};
+}
+
+int NULLDataAccessObject::createTable() {
+    return 0;
+}
+
+int NULLDataAccessObject::writeRequest() {
+    return 0;
+}
+
+int NULLDataAccessObject::readRequest() {
+    return 0;
+}

@@ -1,0 +1,26 @@
+#ifndef NULLDATAACCESSOBJECT_H
+#define NULLDATAACCESSOBJECT_H
+
+#include <string>
+
+#include "dao/DataAccessObject.h"
+
+/// Answers for a schema that nobody serves, or while nothing is served: the schema's name, the
+/// reason "failure" and no data. It has no adapter and touches no table.
+class NULLDataAccessObject : public DataAccessObject {
+public:
+    explicit NULLDataAccessObject(const std::string& schema);
+    ~NULLDataAccessObject() override;
+
+    void handleRequest(const char* text, int length) override;  ///< does nothing
+    std::string schemaName() override;
+    std::string responseData() override;  ///< always empty
+    int createTable() override;           ///< 0 without action
+    int writeRequest() override;          ///< 0 without action
+    int readRequest() override;           ///< 0 without action
+
+private:
+    std::string m_schema;
+};
+
+#endif

@@ -1,0 +1,62 @@
+#include "database/AdapterGuards.h"
+
+#include "database/DatabaseAdapter.h"
+
+AdapterLock::AdapterLock(DatabaseAdapter& adapter) : m_adapter(adapter) {
+    m_adapter.take_sema4();
+}
+
+AdapterLock::~AdapterLock() {
+    m_adapter.give_sema4();
+}
+
+TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
+    : m_adapter(adapter),
+      m_beginResult(locks == Locks::AtOnce ? adapter.beginWriteTransaction()
+                                           : adapter.beginTransaction()) {}
+
+TransactionGuard::~TransactionGuard() {
+    // A failed commit has been logged by the adapter; a destructor has nobody to tell.
+    (void)end();
+}
+
+void TransactionGuard::holdCommits() {
+    m_adapter.holdCommits(true);
+}
+
+int TransactionGuard::end() {
+    if (!m_open) {
+        return 0;
+    }
+    m_open = false;
+    m_adapter.holdCommits(false);
+    return m_adapter.endTransaction();
+}
+
+void TransactionGuard::rollBack() {
+    if (!m_open) {
+        return;
+    }
+    m_open = false;
+    m_adapter.holdCommits(false);
+    m_adapter.rollBack();
+    m_adapter.give_sema4();
+}
+
+bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
+                   TransactionGuard::Locks locks) {
+    TransactionGuard transaction(adapter, locks);
+    try {
+        if (transaction.beginResult() == 0) {
+            transaction.holdCommits();
+            if (work()) {
+                return transaction.end() == 0;
+            }
+        }
+    } catch (...) {
+        transaction.rollBack();
+        throw;
+    }
+    transaction.rollBack();
+    return false;
+}

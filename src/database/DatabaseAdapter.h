@@ -1,0 +1,234 @@
+#ifndef DATABASEADAPTER_H
+#define DATABASEADAPTER_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "DASTypes.h"
+#include "DatabaseAdapterIfc.h"
+
+class ChangeNotice;
+class Statement;
+struct sqlite3;
+
+/**
+ * Row callback that asks whether a statement gives any row: stores 1 in the byte that @p flag
+ * points to, unless @p flag is null. Returns 0 always, so that SQLite goes on.
+ */
+int sqliteCallBackForRows(void* flag, int columns, char** values, char** names);
+
+/**
+ * The adapter over SQLite: one connection to phone.db and one recursive lock around its use.
+ *
+ * The file is "phone.db" in the directory that "DB_PATH" of the environment names, or in the
+ * working directory when that is unset. What the operations of the interface mean stands there. A
+ * failed statement logs SQLite's words with the statement at level 3; a statement without an open
+ * database fails in the same way.
+ */
+class DatabaseAdapter : public DatabaseAdapterIfc {
+public:
+    /// Opens the database, which is made for its owner alone when it is missing. A failure is
+    /// logged and every later statement fails by itself.
+    DatabaseAdapter();
+    ~DatabaseAdapter() override;
+    DatabaseAdapter(const DatabaseAdapter&) = delete;
+    DatabaseAdapter& operator=(const DatabaseAdapter&) = delete;
+
+    int createTable(const std::string& table, PairList& columns) override;
+    void createIndicesForTable(const std::string& table,
+                               const std::vector<std::string>& columns) override;
+    int getAdapterType() override;
+    int getColumnCount(const std::string& sql) override;
+    std::string getColumnName(const std::string& sql, int index) override;
+    int getColumnNames(const std::string& table, std::vector<std::string>& names) override;
+    int addColumn(const std::string& table, const std::string& column, const std::string& type,
+                  bool withDefault) override;
+    int insert(const std::string& table, std::vector<std::string>& values,
+               long long* rowId) override;
+    int insert(const std::string& table, const PairList& values, long long* rowId) override;
+    int insertRow(const std::string& table, const std::vector<std::string>& columns,
+                  const std::vector<std::string>& values, long long* rowId) override;
+    int deleteRow(const std::string& table, PairList& andList) override;
+    int deleteRow(const std::string& table, PairList& andList, PairList& orList,
+                  PairList& notList) override;
+    int beginTransaction() override;
+    int endTransaction() override;
+    int executeSQLQuery(const std::string& sql, Rows& rows) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     const PairList& where, PairList& orderBy, Rows& rows, std::string offset,
+                     std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     const PairList& where, std::vector<std::string>& groupBy, PairList& orderBy,
+                     Rows& rows, std::string offset, std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     const PairList& where, const std::string& join,
+                     std::vector<std::string>& groupBy, PairList& orderBy, Rows& rows,
+                     std::string offset, std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     PairList& andList, PairList& orList, PairList& notList, PairList& orderBy,
+                     Rows& rows, std::string offset, std::string limit) override;
+    int executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                     PairList& andList, PairList& orList, PairList& notList,
+                     const std::string& join, std::vector<std::string>& groupBy, PairList& orderBy,
+                     Rows& rows, std::string offset, std::string limit) override;
+    int actualSearchQuery(const std::string& table, const std::vector<std::string>& columns,
+                          const PairList& where, PairList& orderBy, Rows& rows, std::string ignored,
+                          std::string limit) override;
+    int executeActualSearchQuery(const std::string& sql, Rows& rows) override;
+    int getRowCount(std::string table, PairList& andList, std::string& count) override;
+    int update(std::string table, PairList& andList, PairList& newValues,
+               bool skipEmptyCheck) override;
+    int update(std::string table, PairList& andList, PairList& orList, PairList& notList,
+               PairList& newValues, bool skipEmptyCheck) override;
+    int dropTable(std::string table) override;
+    void removeDbFile() override;
+    std::string getError() override;
+    int actualSQLiteCommandExecution(const std::string& sql,
+                                     int (*callback)(void*, int, char**, char**),
+                                     void* argument) override;
+    int getRowCount(const std::string& sql, std::string& count) override;
+
+    /// Takes and gives the recursive lock. A failure is logged and the caller goes on. For the
+    /// guards of AdapterGuards.h; nothing else calls them.
+    void take_sema4();
+    void give_sema4();
+
+    /**
+     * Takes back what is not committed, under the lock, which stays taken; for TransactionGuard. A
+     * refusal is logged: SQLite may have done it by itself. What stays open, as for lack of memory,
+     * is taken back when the lock is taken next.
+     */
+    void rollBack() noexcept;
+    /// Begins a transaction that waits for other processes at once, so that what it reads stays
+    /// true until it writes. Takes the lock as beginTransaction() does; for TransactionGuard.
+    int beginWriteTransaction();
+    /// While @p held each commit fails, and takes back what it would store. Call with the lock
+    /// held; for TransactionGuard.
+    void holdCommits(bool held) { m_isCommitHeld = held; }
+
+    /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
+    int freeError();
+
+    /// Runs one statement without rows under the lock. Raw SQLite code.
+    int executeNonQuery(const std::string& sql);
+
+    /**
+     * The status that stands for a raw SQLite code outside the adapter: 0 success, 1 failure, 2 out
+     * of resources, 3 disk error. A full disk counts as out of resources: kept on purpose, since
+     * clients show one text for both.
+     */
+    int convertSQLiteStatusToAdapterStatus(int code) const;
+
+    /// Where the database is, from the environment.
+    [[nodiscard]] static std::string databasePath();
+
+    /// Has @p call called before each transaction that changes something, on its thread and with
+    /// the adapter's lock held, when the file is still as it was. It may read the database over
+    /// another connection alone. Empty for nothing.
+    void callBeforeChange(std::function<void()> call);
+
+    /// Copies the database, as its last commit left it, into the file @p path, which must be empty.
+    /// False, and a log line, when that is not whole.
+    [[nodiscard]] static bool copyDatabase(const std::string& path);
+
+    /// Whether the file @p path is a database that can be read from its first page to its last.
+    /// Takes back what an unfinished transaction left there. An empty file is sound.
+    [[nodiscard]] static bool isSound(const std::string& path);
+
+    /**
+     * Counts the rows of @p table that match, as getRowCount does, but tells a count that failed:
+     * 0 when @p count is true, 1 when it is not known. For whoever decides an insert by it.
+     */
+    [[nodiscard]] int countRows(const std::string& table, PairList& andList, std::string& count);
+
+    /// Appends the columns of @p table to @p names. False when it can't be read.
+    [[nodiscard]] bool readColumnNames(const std::string& table, std::vector<std::string>& names);
+
+    /// Whether @p table can be counted and has no rows.
+    [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
+
+    /// Whether there is an index named @p index. @p table plays no part: kept on purpose, since
+    /// names of indices are unique in a database.
+    bool indexExists(std::string table, std::string index);
+
+    /// Renames a table that has rows. 1 when it has none or is missing, else a raw SQLite code.
+    int alterTableName(std::string oldName, std::string newName);
+
+    /// Copies all rows, less the columns named in @p excludedColumns, by column name. 1 when @p
+    /// from can't be read, else a raw SQLite code.
+    int copyDataOfTableToAnother(std::string from, std::string to,
+                                 std::vector<std::string> excludedColumns);
+
+    /**
+     * Writes the contacts of all users to the file @p path of the telephone: a header line and a
+     * line for each contact, values between double quotes with XML escapes undone, blank ones left
+     * out. Without result: a file that can't be opened and contacts that can't be read are in the
+     * log, and the header is written all the same.
+     */
+    void createContactsCSV(const std::string& path);
+
+    /// The text " WHERE …" of the conditions, empty for none. Empties the lists.
+    std::string concatWhereCondition(PairList& andList);
+    std::string concatWhereCondition(PairList& andList, PairList& orList);
+    std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
+
+    /// Whether the contents of requests may stand in the log; one flag for the process.
+    static void setWhetherRequestContentShowableOnTheAurelTrace(bool showable);
+    static bool getWhetherRequestContentShowableOnTheAurelTrace();
+
+protected:
+    int m_type;  ///< kind of database; anything but SqliteAdapterType serves nothing
+
+private:
+    static constexpr int SqliteAdapterType = 1;
+    /// Room for a usual statement, so that its text does not grow, and move, on its way.
+    static constexpr std::size_t StatementSize = 256;
+
+    /// A stretch of a statement that holds a password: position and length.
+    using MaskedStretches = std::vector<std::pair<std::size_t, std::size_t>>;
+
+    explicit DatabaseAdapter(int type);
+    void constructorActions();
+    void openDatabase();
+    /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
+    int closeDatabase(const char* failureFormat);
+    bool isInTransaction() const;
+    /// Runs @p sql from destructors too: an exception of the log becomes a failure.
+    int executeWithoutRaising(const std::string& sql) noexcept;
+    void takeBackWhatIsLeftOpen() noexcept;
+    const char* errorText() const;
+    void logStatementError(const std::string& sql);
+    /// Tells once at the level of failures that the file is damaged, when the failure of @p sql was
+    /// that.
+    void tellDamage(const std::string& sql);
+    /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
+    void logFailedStep(Statement& statement, int code, const std::string& sql);
+
+    int insertShared(const std::string& table, const std::vector<std::string>& columns,
+                     const std::vector<std::string>& values, long long* rowId);
+    std::string countStatement(const std::string& table, PairList& andList);
+    bool readRowCount(const std::string& sql, std::string& count);
+    int collectRows(const std::string& sql, Rows& rows, bool stopAtFailedPrepare,
+                    const char* countFormat);
+    static void logMasked(const char* format, const std::string& sql,
+                          const MaskedStretches& stretches);
+
+    std::unique_ptr<ChangeNotice> m_changeNotice;
+    sqlite3* m_db = nullptr;
+    pthread_mutexattr_t m_mutexAttr{};
+    pthread_mutex_t m_mutex{};
+    bool m_isCommitHeld = false;  ///< under the lock
+    bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
+    char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
+    bool m_damageIsTold = false;
+
+    static std::atomic<bool> m_isRequestContentShowableOnTheAurelTrace;
+};
+
+#endif

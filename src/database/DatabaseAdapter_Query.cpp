@@ -1,0 +1,308 @@
+// Statements that read: their texts from lists of conditions, and the collecting of rows.
+
+#include <sqlite3.h>
+
+#include <utility>
+
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+#include "database/Statement.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DatabaseAdapter";
+
+using Pair = PairList::value_type;
+
+bool contains(const std::string& text, const char* part) {
+    return text.find(part) != std::string::npos;
+}
+
+bool startsWith(const std::string& text, const char* start) {
+    return text.rfind(start, 0) == 0;
+}
+
+/// Writes the pieces of @p list, made by @p write, with @p separator between them.
+template <typename List, typename Write>
+void appendJoined(std::string& sql, const List& list, const char* separator, Write write) {
+    bool first = true;
+    for (const auto& element : list) {
+        if (!first) {
+            sql += separator;
+        }
+        first = false;
+        write(element);
+    }
+}
+
+void appendColumns(std::string& sql, const std::vector<std::string>& columns) {
+    if (columns.empty()) {
+        sql += "* ";
+        return;
+    }
+    appendJoined(sql, columns, ", ", [&sql](const std::string& column) { sql += column; });
+    sql += ' ';
+}
+
+void appendComparison(std::string& sql, const Pair& pair, const char* comparison) {
+    sql += pair.first;
+    sql += comparison;
+    sql += pair.second;
+}
+
+/// A pattern carries its own operator; a value in database form never begins like one.
+void appendEquality(std::string& sql, const Pair& pair) {
+    appendComparison(sql, pair, startsWith(pair.second, "LIKE '") ? " " : " = ");
+}
+
+/// Neighbours of the same name are alternatives. No brackets stand around them: kept on purpose,
+/// stored requests of clients rely on the precedence that SQL gives them.
+void appendAndList(std::string& sql, const PairList& andList) {
+    const std::string* previous = nullptr;
+    for (const Pair& pair : andList) {
+        if (previous != nullptr) {
+            sql += *previous == pair.first ? " OR " : " AND ";
+        }
+        appendEquality(sql, pair);
+        previous = &pair.first;
+    }
+}
+
+void appendNot(std::string& sql, const Pair& pair) {
+    const bool isSubquery = contains(pair.second, "SELECT") && contains(pair.second, "FROM");
+    appendComparison(sql, pair, isSubquery ? " NOT IN " : " <> ");
+}
+
+void appendGroupBy(std::string& sql, std::vector<std::string>& groupBy) {
+    if (groupBy.empty()) {
+        return;
+    }
+    sql += " GROUP BY ";
+    appendJoined(sql, groupBy, ", ", [&sql](const std::string& column) { sql += column; });
+    groupBy.clear();
+}
+
+void appendOrderBy(std::string& sql, PairList& orderBy, bool blankBehindEachName) {
+    if (orderBy.empty()) {
+        return;
+    }
+    sql += " ORDER BY ";
+    appendJoined(sql, orderBy, ", ", [&](const Pair& pair) {
+        sql += pair.first;
+        if (blankBehindEachName || !pair.second.empty()) {
+            sql += ' ';
+        }
+        sql += pair.second;
+    });
+    orderBy.clear();
+}
+
+void appendSearchTerm(std::string& sql, const Pair& pair) {
+    appendComparison(sql, pair, contains(pair.second, "LIKE ") ? " " : " = ");
+}
+
+}  // namespace
+
+std::string DatabaseAdapter::concatWhereCondition(PairList& andList) {
+    PairList none;
+    return concatWhereCondition(andList, none, none);
+}
+
+std::string DatabaseAdapter::concatWhereCondition(PairList& andList, PairList& orList) {
+    PairList none;
+    return concatWhereCondition(andList, orList, none);
+}
+
+std::string DatabaseAdapter::concatWhereCondition(PairList& andList, PairList& orList,
+                                                  PairList& notList) {
+    if (andList.empty() && orList.empty() && notList.empty()) {
+        return {};
+    }
+    std::string sql;
+    sql.reserve(StatementSize);
+    sql += " WHERE ";
+    appendAndList(sql, andList);
+    if (!andList.empty() && !(orList.empty() && notList.empty())) {
+        sql += " AND ";
+    }
+    if (!orList.empty()) {
+        sql += " ( ";
+        appendJoined(sql, orList, " OR ",
+                     [&sql](const Pair& pair) { appendComparison(sql, pair, " = "); });
+        sql += " ) ";
+        if (!notList.empty()) {
+            sql += " AND ";
+        }
+    }
+    appendJoined(sql, notList, " AND ", [&sql](const Pair& pair) { appendNot(sql, pair); });
+    andList.clear();
+    orList.clear();
+    notList.clear();
+    return sql;
+}
+
+int DatabaseAdapter::executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                                  const PairList& where, PairList& orderBy, Rows& rows,
+                                  std::string offset, std::string limit) {
+    PairList andList = where;
+    PairList orList;
+    PairList notList;
+    return executeQuery(table, columns, andList, orList, notList, orderBy, rows, std::move(offset),
+                        std::move(limit));
+}
+
+int DatabaseAdapter::executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                                  const PairList& where, std::vector<std::string>& groupBy,
+                                  PairList& orderBy, Rows& rows, std::string offset,
+                                  std::string limit) {
+    return executeQuery(table, columns, where, std::string(), groupBy, orderBy, rows,
+                        std::move(offset), std::move(limit));
+}
+
+int DatabaseAdapter::executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                                  const PairList& where, const std::string& join,
+                                  std::vector<std::string>& groupBy, PairList& orderBy, Rows& rows,
+                                  std::string offset, std::string limit) {
+    PairList andList = where;
+    PairList orList;
+    PairList notList;
+    return executeQuery(table, columns, andList, orList, notList, join, groupBy, orderBy, rows,
+                        std::move(offset), std::move(limit));
+}
+
+int DatabaseAdapter::executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                                  PairList& andList, PairList& orList, PairList& notList,
+                                  PairList& orderBy, Rows& rows, std::string offset,
+                                  std::string limit) {
+    std::vector<std::string> groupBy;
+    return executeQuery(table, columns, andList, orList, notList, std::string(), groupBy, orderBy,
+                        rows, std::move(offset), std::move(limit));
+}
+
+int DatabaseAdapter::executeQuery(const std::string& table, const std::vector<std::string>& columns,
+                                  PairList& andList, PairList& orList, PairList& notList,
+                                  const std::string& join, std::vector<std::string>& groupBy,
+                                  PairList& orderBy, Rows& rows, std::string offset,
+                                  std::string limit) {
+    rows.clear();
+    std::string sql;
+    sql.reserve(StatementSize);
+    sql += "SELECT ";
+    appendColumns(sql, columns);
+    sql += "FROM ";
+    sql += table;
+    if (!join.empty()) {
+        sql += ' ';
+        sql += join;
+    }
+    sql += concatWhereCondition(andList, orList, notList);
+    appendGroupBy(sql, groupBy);
+    appendOrderBy(sql, orderBy, false);
+    if (!limit.empty() && !offset.empty()) {
+        sql += " LIMIT " + limit + " OFFSET " + offset;
+    }
+    sql += ';';
+    DAS_LOG(5, "%s", sql.c_str());
+    return executeSQLQuery(sql, rows);
+}
+
+int DatabaseAdapter::actualSearchQuery(const std::string& table,
+                                       const std::vector<std::string>& columns,
+                                       const PairList& where, PairList& orderBy, Rows& rows,
+                                       std::string, std::string limit) {
+    const Pair& common = where.at(0);
+    std::string sql;
+    for (std::size_t i = 1; i < where.size(); ++i) {
+        sql += i == 1 ? "SELECT " : "UNION SELECT ";
+        appendColumns(sql, columns);
+        sql += "FROM ";
+        sql += table;
+        sql += " WHERE ";
+        appendSearchTerm(sql, common);
+        sql += " AND ";
+        appendSearchTerm(sql, where[i]);
+        sql += ' ';
+    }
+    appendOrderBy(sql, orderBy, true);
+    if (!limit.empty()) {
+        sql += " LIMIT " + limit;
+    }
+    sql += " ;";
+    DAS_LOG(5, "%s", sql.c_str());
+    return executeActualSearchQuery(sql, rows);
+}
+
+int DatabaseAdapter::executeSQLQuery(const std::string& sql, Rows& rows) {
+    return collectRows(sql, rows, true, "executeSQLQuery:Row count = %d");
+}
+
+int DatabaseAdapter::executeActualSearchQuery(const std::string& sql, Rows& rows) {
+    // A failed prepare does not end it here: kept on purpose, the count is always in the log.
+    return collectRows(sql, rows, false, "Row count = %d");
+}
+
+int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAtFailedPrepare,
+                                 const char* countFormat) {
+    rows.clear();
+    AdapterLock lock(*this);
+    Statement statement(m_db, sql);
+    if (!statement.isPrepared()) {
+        logStatementError(sql);
+        if (stopAtFailedPrepare) {
+            return 1;
+        }
+    }
+    int code = statement.step();
+    for (const int columns = statement.columnCount(); code == SQLITE_ROW; code = statement.step()) {
+        std::vector<std::string>& row = rows.emplace_back();
+        row.reserve(static_cast<std::size_t>(columns));
+        for (int column = 0; column < columns; ++column) {
+            row.push_back(statement.text(column));
+        }
+    }
+    DAS_LOG(5, countFormat, static_cast<int>(rows.size()));
+    logFailedStep(statement, code, sql);
+    return code == SQLITE_DONE ? 0 : 1;
+}
+
+int DatabaseAdapter::getColumnCount(const std::string& sql) {
+    AdapterLock lock(*this);
+    Statement statement(m_db, sql);
+    if (!statement.isPrepared()) {
+        logStatementError(sql);
+    }
+    return statement.columnCount();
+}
+
+std::string DatabaseAdapter::getColumnName(const std::string& sql, int index) {
+    AdapterLock lock(*this);
+    Statement statement(m_db, sql);
+    if (!statement.isPrepared()) {
+        logStatementError(sql);
+    }
+    return statement.columnName(index);
+}
+
+int DatabaseAdapter::getColumnNames(const std::string& table, std::vector<std::string>& names) {
+    const std::string sql = "SELECT * FROM " + table + ";";
+    AdapterLock lock(*this);
+    Statement statement(m_db, sql);
+    if (!statement.isPrepared()) {
+        logStatementError(sql);
+        return 0;
+    }
+    for (int column = 0; column < statement.columnCount(); ++column) {
+        names.push_back(statement.columnName(column));
+    }
+    return 1;
+}
+
+bool DatabaseAdapter::readColumnNames(const std::string& table, std::vector<std::string>& names) {
+    const bool isRead = getColumnNames(table, names) == 1;
+    if (names.empty()) {
+        DAS_LOG(5, "DatabaseAdapter - SQL Query returning NULL");
+    }
+    return isRead && !names.empty();
+}

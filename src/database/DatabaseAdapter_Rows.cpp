@@ -1,0 +1,215 @@
+// Statements that change rows, and the masking of passwords in what is logged of them.
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "ClientUtils.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DatabaseAdapter";
+constexpr const char* MaskedValue = "'*****'";
+
+/// A value without the quotes of its database form; "" when it is too short to have any.
+std::string withoutQuotes(const std::string& value) {
+    return value.size() < 2 ? std::string() : value.substr(1, value.size() - 2);
+}
+
+std::size_t joinedSize(const std::vector<std::string>& texts) {
+    std::size_t size = 2 * texts.size();
+    for (const std::string& text : texts) {
+        size += text.size();
+    }
+    return size;
+}
+
+void appendList(std::string& sql, const std::vector<std::string>& texts) {
+    bool first = true;
+    for (const std::string& text : texts) {
+        if (!first) {
+            sql += ", ";
+        }
+        first = false;
+        sql += text;
+    }
+}
+
+/// Finds the values that stand directly behind the name of a password. @p position is where the
+/// first value begins in the statement.
+std::vector<std::pair<std::size_t, std::size_t>> passwordsBehindTheirNames(
+    const std::vector<std::string>& values, std::size_t position) {
+    constexpr std::size_t shortestName = 3;
+    std::vector<std::pair<std::size_t, std::size_t>> found;
+    bool previousIsName = false;
+    for (const std::string& value : values) {
+        if (value.size() < shortestName) {
+            previousIsName = false;
+        } else if (previousIsName) {
+            found.emplace_back(position, value.size());
+            previousIsName = false;
+        } else {
+            previousIsName = ClientUtils::isKnownPasswordDAS(withoutQuotes(value));
+        }
+        position += value.size() + 2;
+    }
+    return found;
+}
+
+bool namesPassword(const PairList& conditions) {
+    for (const auto& condition : conditions) {
+        if (ClientUtils::isKnownPasswordDAS(withoutQuotes(condition.second))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+void DatabaseAdapter::logMasked(const char* format, const std::string& sql,
+                                const MaskedStretches& stretches) {
+    if (stretches.empty()) {
+        DAS_LOG(5, format, sql.c_str());
+        return;
+    }
+    std::string masked = sql;
+    for (auto stretch = stretches.rbegin(); stretch != stretches.rend(); ++stretch) {
+        masked.replace(stretch->first, stretch->second, MaskedValue);
+    }
+    DAS_LOG(5, format, masked.c_str());
+}
+
+int DatabaseAdapter::insertShared(const std::string& table, const std::vector<std::string>& columns,
+                                  const std::vector<std::string>& values, long long* rowId) {
+    std::string sql;
+    sql.reserve(48 + table.size() + joinedSize(columns) + joinedSize(values));
+    sql += "INSERT OR REPLACE INTO ";
+    sql += table;
+    if (!columns.empty()) {
+        sql += " (";
+        appendList(sql, columns);
+        sql += ')';
+    }
+    sql += " VALUES (";
+    const std::size_t firstValue = sql.size();
+    appendList(sql, values);
+    sql += ");";
+    if (m_isRequestContentShowableOnTheAurelTrace && loggingOnAppUni(LogComponent, 5)) {
+        logMasked("SQL %s", sql, passwordsBehindTheirNames(values, firstValue));
+    }
+    AdapterLock lock(*this);
+    const int code = executeNonQuery(sql);
+    if (code == SQLITE_OK && rowId != nullptr && m_db != nullptr) {
+        *rowId = sqlite3_last_insert_rowid(m_db);
+    }
+    return code;
+}
+
+int DatabaseAdapter::insertRow(const std::string& table, const std::vector<std::string>& columns,
+                               const std::vector<std::string>& values, long long* rowId) {
+    return m_type == SqliteAdapterType ? insertShared(table, columns, values, rowId) : 1;
+}
+
+int DatabaseAdapter::insert(const std::string& table, std::vector<std::string>& values,
+                            long long* rowId) {
+    const int code = insertRow(table, {}, values, rowId);
+    values.clear();
+    return convertSQLiteStatusToAdapterStatus(code);
+}
+
+int DatabaseAdapter::insert(const std::string& table, const PairList& values, long long* rowId) {
+    std::vector<std::string> known;
+    if (m_type != SqliteAdapterType || !readColumnNames(table, known)) {
+        return 1;
+    }
+    std::vector<std::string> columns;
+    std::vector<std::string> texts;
+    columns.reserve(values.size());
+    texts.reserve(values.size());
+    for (const auto& [name, value] : values) {
+        if (std::find(known.begin(), known.end(), name) == known.end()) {
+            throw std::out_of_range("no column " + name + " in table " + table);
+        }
+        columns.push_back(name);
+        texts.push_back(value);
+    }
+    return convertSQLiteStatusToAdapterStatus(insertRow(table, columns, texts, rowId));
+}
+
+int DatabaseAdapter::update(std::string table, PairList& andList, PairList& newValues,
+                            bool skipEmptyCheck) {
+    PairList orList;
+    PairList notList;
+    return update(std::move(table), andList, orList, notList, newValues, skipEmptyCheck);
+}
+
+int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orList,
+                            PairList& notList, PairList& newValues, bool skipEmptyCheck) {
+    if (!skipEmptyCheck) {
+        PairList all;
+        std::string count;
+        if (countRows(table, all, count) != 0) {
+            return 1;
+        }
+        if (count == "0") {
+            return 0;
+        }
+    }
+    // The statement is logged whatever the trace flag says, unlike an insert: kept on purpose, the
+    // masking makes it safe.
+    const bool logged = loggingOnAppUni(LogComponent, 5);
+    const bool isPasswordRow = logged && namesPassword(andList);
+    MaskedStretches stretches;
+    std::string sql;
+    sql.reserve(StatementSize);
+    sql += "UPDATE ";
+    sql += table;
+    sql += " SET ";
+    bool first = true;
+    for (const auto& [name, value] : newValues) {
+        if (!first) {
+            sql += ", ";
+        }
+        first = false;
+        sql += name;
+        sql += " = ";
+        if (logged && (isPasswordRow || ClientUtils::isKnownPasswordDAS(name))) {
+            stretches.emplace_back(sql.size(), value.size());
+        }
+        sql += value;
+    }
+    newValues.clear();
+    sql += concatWhereCondition(andList, orList, notList);
+    sql += ';';
+    if (logged) {
+        logMasked("%s", sql, stretches);
+    }
+    return executeNonQuery(sql);
+}
+
+int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList) {
+    PairList orList;
+    PairList notList;
+    return deleteRow(table, andList, orList, notList);
+}
+
+int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList, PairList& orList,
+                               PairList& notList) {
+    PairList all;
+    std::string count;
+    getRowCount(table, all, count);
+    if (count == "0") {
+        return 1;  // the reverse of update: kept on purpose, "nothing to delete" is a failure
+    }
+    std::string sql = "DELETE FROM " + table + " ";
+    sql += concatWhereCondition(andList, orList, notList);
+    sql += ';';
+    DAS_LOG(5, "%s", sql.c_str());
+    return executeNonQuery(sql);
+}

@@ -1,0 +1,75 @@
+#include "service/ACMSTagMapper.h"
+
+#include <algorithm>
+#include <fstream>
+#include <vector>
+
+#include "ClientUtils.h"
+#include "Storage.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DAS_ACMSTagMapper";
+constexpr const char* LogSource = "./src/ACMSTagMapper";
+
+const char* const mappingFile = "/Aurel_Deploy/DasTagMappings.csv";
+constexpr std::size_t fewestFields = 3;
+
+/// The columns of the file, and their places in the list of names below.
+enum Column { DasSchema, DasTag, AcmsTag };
+const std::vector<std::string> ColumnNames = {"<DASschema>", "<DAStag>", "<ACMStag>"};
+
+bool isComment(const std::vector<std::string>& fields) {
+    return !fields.front().empty() && fields.front().front() == '#';
+}
+
+}  // namespace
+
+ACMSTagMapper::ACMSTagMapper() {
+    createTable();
+}
+
+void ACMSTagMapper::createTable() {
+    std::ifstream file;
+    Storage::openToRead(file, mappingFile);
+    if (!file.is_open()) {
+        return;
+    }
+    DAS_LOG(5, "Opening %s", mappingFile);
+    int version = 0;
+    if (!ClientUtils::getVersion(file, version)) {
+        DAS_LOG(2, "Version no. missing");
+        return;
+    }
+    std::vector<int> positions;
+    if (!ClientUtils::getColumnPositions(file, ColumnNames, positions)) {
+        DAS_LOG(2, "File too short, data tags missing?");
+        return;
+    }
+    DAS_LOG(5, "Scanning file...");
+    const auto highest =
+        static_cast<std::size_t>(*std::max_element(positions.begin(), positions.end()));
+    const auto field = [&positions](const std::vector<std::string>& fields, Column column) {
+        return fields[static_cast<std::size_t>(positions[column])];
+    };
+    std::vector<std::string> fields;
+    while (ClientUtils::readLineFromCsvFileAndParse(file, fields)) {
+        const bool isData = fields.size() >= fewestFields && fields.size() > highest;
+        if (isData && !isComment(fields)) {
+            m_tags[field(fields, AcmsTag)] = {field(fields, DasSchema), field(fields, DasTag)};
+        }
+    }
+    DAS_LOG(5, "Scanning complete");
+}
+
+bool ACMSTagMapper::findDASTags(const std::string& acmsTag, std::string& schema,
+                                std::string& dasTag) const {
+    const auto found = m_tags.find(acmsTag);
+    if (found == m_tags.end()) {
+        return false;
+    }
+    schema = found->second.first;
+    dasTag = found->second.second;
+    return true;
+}

@@ -1,0 +1,351 @@
+// The service's core: start and end, the routing of requests, and the doors to the tables.
+
+#include "service/DataAccessService.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "ClientUtils.h"
+#include "Context.h"
+#include "CriticalSection.h"
+#include "DASListenerIfc.h"
+#include "DASUtilsStrings.h"
+#include "Executable.h"
+#include "LocalMgmtIfc.h"
+#include "Storage.h"
+#include "dao/DASUtils.h"
+#include "dao/GenConfigDeviceDataItems.h"
+#include "dao/NULLDataAccessObject.h"
+#include "database/DatabaseAdapter.h"
+#include "database/DbFactory.h"
+#include "database/Logging.h"
+#include "schemas/DAOFactory.h"
+#include "service/ACMSTagMapper.h"
+#include "service/MobilityMigrator.h"
+#include "upgrade/DASMigrator.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DataAccessService";
+
+const char* const deviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
+const char* const managementName = "LocalMgmtIfc";
+const char* const dataDirectory = "/data";
+constexpr mode_t dataDirectoryMode = 0770;
+
+const char* const currentUserWord = "getCurrentUser";
+const char* const defaultKeyDataWord = "getDefaultKeyData";
+const char* const saveContactsWord = "saveContactsToCSV";
+const char* const saveContactsAnswer = "endOfSaveContactsToCSVRequest";
+const char* const readTraceFlagWord = "getWhetherRequestContentShowableOnTheAurelTrace";
+const char* const setTraceFlagWord = "setWhetherRequestContentShowableOnTheAurelTrace";
+
+/// The text of the first pair of double quotes behind the first "Schema". Nothing is parsed here:
+/// the first occurrence of the word decides, wherever it stands.
+std::string cutOutSchema(const char* message) {
+    const char* place = std::strstr(message, "Schema");
+    place = place != nullptr ? std::strchr(place, '"') : nullptr;
+    if (place == nullptr) {
+        return {};
+    }
+    const char* begin = place + 1;
+    const char* end = std::strchr(begin, '"');
+    return end != nullptr ? std::string(begin, end) : std::string();
+}
+
+}  // namespace
+
+DataAccessService::DataAccessService()
+    : m_dbFactory(std::make_unique<DbFactory>()),
+      m_currentUser("base"),
+      m_directorySema(1, 1, false),
+      m_requestSema(1, 1, false) {
+    if (::chmod(Storage::devicePath(dataDirectory).c_str(), dataDirectoryMode) != 0) {
+        DAS_LOG(2, "chmod() failed with error [%s]. \n", std::strerror(errno));
+    }
+}
+
+DataAccessService::~DataAccessService() {
+    if (m_daoFactory.load() != nullptr) {
+        if (m_dbFactory != nullptr) {
+            m_dbFactory->destroyDatabase();
+        }
+        m_daoFactories.clear();
+    }
+    setDbFactory(nullptr);
+    m_mobilityMigratorInUse = nullptr;
+}
+
+void DataAccessService::setDbFactory(DbFactoryIfc* factory) {
+    if (factory == m_dbFactory.get()) {
+        return;
+    }
+    // The adapters go with the factory that made them.
+    m_dbAdapter = nullptr;
+    m_daoFactory = nullptr;
+    m_dbFactory.reset(factory);
+}
+
+void DataAccessService::registerContext(Context& context) {
+    m_context = &context;
+}
+
+void DataAccessService::constructorActions() {
+    if (m_dbFactory == nullptr) {
+        DAS_LOG(2, "constructorActions: no database factory");
+        return;
+    }
+    m_dbAdapter = dynamic_cast<DatabaseAdapter*>(m_dbFactory->createDatabase());
+    m_upgradeCopy.watch(m_dbAdapter);
+    m_daoFactories.push_back(std::make_unique<DAOFactory>(m_dbAdapter.load()));
+    m_daoFactory = m_daoFactories.back().get();
+}
+
+void DataAccessService::init(Context& context) {
+    m_context = &context;
+    m_upgradeCopy.begin();
+    constructorActions();
+    registerContext(context);
+    GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
+    migrateDatabase();
+    settleCurrentUser();
+    std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
+    (void)std::fflush(stdout);
+    initInternal();
+    m_acmsTagMapper = std::make_unique<ACMSTagMapper>();
+    m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
+    m_mobilityMigratorInUse = m_mobilityMigrator.get();
+    m_initialised = true;
+}
+
+void DataAccessService::migrateDatabase() {
+    try {
+        DASMigrator::checkAndMigrateDatabase(this);
+    } catch (const std::exception& error) {
+        // The start goes on: what could be migrated serves, the rest is tried at the next one.
+        DAS_LOG(2, "The migration of the database ended early: %s", error.what());
+    }
+    m_upgradeCopy.end();
+}
+
+void DataAccessService::shutdown() {}
+
+void DataAccessService::run() {}
+
+DatabaseAdapter* DataAccessService::getAdapter() {
+    return m_dbAdapter;
+}
+
+ACMSTagMapper* DataAccessService::getACMSTagMapper() {
+    return m_acmsTagMapper.get();
+}
+
+DAOFactory* DataAccessService::getDAOFactory() {
+    return m_daoFactory;
+}
+
+std::string DataAccessService::currentUser() const {
+    std::lock_guard<std::mutex> lock(m_currentUserMutex);
+    return m_currentUser;
+}
+
+bool DataAccessService::isValidProfile(const std::string& profile) const {
+    return profile == DASUtilsStrings::UserContextBase ||
+           profile == DASUtilsStrings::UserContextVisitor;
+}
+
+bool DataAccessService::setCurrentUser(const std::string& profile) {
+    if (!isValidProfile(profile)) {
+        DAS_LOG(2, "Invalid new profile '%s'", profile.c_str());
+        return false;
+    }
+    DAS_LOG(5, "DAS: setting m_currentUser from '%s' to new profile = '%s'", currentUser().c_str(),
+            profile.c_str());
+    std::lock_guard<std::mutex> lock(m_currentUserMutex);
+    const bool changed = profile != m_currentUser;
+    m_currentUser = profile;
+    // A visitor again counts as a change and base again does not: kept on purpose, a second guest
+    // must reach the listeners.
+    return changed || profile == DASUtilsStrings::UserContextVisitor;
+}
+
+void DataAccessService::addListener(DASListenerIfc* listener) {
+    std::lock_guard<std::mutex> lock(m_listenersMutex);
+    m_listeners.push_back(listener);
+}
+
+void DataAccessService::notifyListenersOfProfileChange() const {
+    std::vector<DASListenerIfc*> listeners;
+    {
+        std::lock_guard<std::mutex> lock(m_listenersMutex);
+        listeners = m_listeners;
+    }
+    for (DASListenerIfc* listener : listeners) {
+        if (listener == nullptr) {
+            DAS_LOG(2, "A listener without an object is not told of the profile");
+        } else if (currentUser() == DASUtilsStrings::UserContextVisitor) {
+            listener->profileChangedToVisitor();
+        } else {
+            listener->profileChangedToBase();
+        }
+    }
+}
+
+std::string DataAccessService::processRequest(const std::string& message) {
+    return processRequest(message.data(), static_cast<int>(message.size()));
+}
+
+std::string DataAccessService::processRequest(const char* message, int length) {
+    if (message == nullptr) {
+        DAS_LOG(2, "processRequest: no message");
+        return {};
+    }
+    CriticalSection section(m_requestSema);
+    std::string answer;
+    return answerServiceWord(message, answer) ? answer : answerXml(message, length);
+}
+
+bool DataAccessService::answerServiceWord(const char* message, std::string& answer) {
+    if (std::strcmp(message, currentUserWord) == 0) {
+        answer = currentUser();
+    } else if (std::strcmp(message, defaultKeyDataWord) == 0) {
+        DAOFactory* factory = m_daoFactory;
+        if (factory == nullptr) {
+            DAS_LOG(2, "%s: no DAO factory", defaultKeyDataWord);
+        } else {
+            answer = factory->getDefaultFeatureKeyData();
+        }
+    } else if (std::strcmp(message, saveContactsWord) == 0) {
+        saveContactsToCSV();
+        answer = saveContactsAnswer;
+    } else if (std::strcmp(message, readTraceFlagWord) == 0) {
+        answer = answerTraceWord(false, message);
+    } else if (std::strncmp(message, setTraceFlagWord, std::strlen(setTraceFlagWord)) == 0) {
+        answer = answerTraceWord(true, message);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+std::string DataAccessService::answerTraceWord(bool set, const char* message) {
+    if (m_dbAdapter.load() == nullptr) {
+        return "error, m_dbAdapter is not defined.";
+    }
+    if (!set) {
+        return ClientUtils::itos(
+            DatabaseAdapter::getWhetherRequestContentShowableOnTheAurelTrace() ? 1 : 0);
+    }
+    // The number is read from the whole message, the word included: kept on purpose, a client that
+    // sends the word has always switched the contents off by it.
+    DatabaseAdapter::setWhetherRequestContentShowableOnTheAurelTrace(ClientUtils::stoi(message) !=
+                                                                     0);
+    return std::string(setTraceFlagWord) + " is sent";
+}
+
+std::string DataAccessService::answerXml(const char* message, int length) {
+    const std::string schema = cutOutSchema(message);
+    std::unique_ptr<DataAccessObject> dao =
+        m_initialised ? createDao(schema) : refuse(schema, message);
+    if (dao == nullptr) {
+        dao = std::make_unique<NULLDataAccessObject>(schema);
+    }
+    dao->handleRequest(message, length);
+    return dao->getResponseMsg();
+}
+
+std::unique_ptr<DataAccessObject> DataAccessService::refuse(const std::string& schema,
+                                                            const char* message) {
+    DAS_LOG(5, "DAS not yet initialised  - returning failure");
+    DAS_LOG(5, "not processed message='%s'", message);
+    std::printf("DAS not yet initialised - returning failure\nnot processed message='%s'\n",
+                message);
+    (void)std::fflush(stdout);
+    return std::make_unique<NULLDataAccessObject>(schema);
+}
+
+std::unique_ptr<DataAccessObject> DataAccessService::createDao(const std::string& schema) {
+    DAOFactory* factory = m_daoFactory;
+    if (factory == nullptr) {
+        DAS_LOG(2, "No DAO factory for schema '%s'", schema.c_str());
+        return nullptr;
+    }
+    std::unique_ptr<DataAccessObject> dao(factory->createDAOInstance(schema));
+    dao->setCurrentUser(currentUser());
+    return dao;
+}
+
+bool DataAccessService::findACMS() {
+    Context* context = m_context;
+    Executable* found = context != nullptr ? context->findService(managementName) : nullptr;
+    if (found == nullptr) {
+        DAS_LOG(2, "No LocalMgmtIfc");
+    } else {
+        m_localMgmt = dynamic_cast<LocalMgmtIfc*>(found);
+    }
+    return m_localMgmt.load() != nullptr;
+}
+
+bool DataAccessService::createPhonenumberIndices() {
+    DAS_LOG(5, "DataAccessService::createPhonenumberIndices");
+    const auto dao = createDao(DASUtilsStrings::PhoneBookSchema);
+    if (dao == nullptr) {
+        return false;
+    }
+    (void)dao->createPhonenumberIndices();  // failures are in the log, the answer is true always
+    return true;
+}
+
+bool DataAccessService::exportData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    DAS_LOG(5, "export data, schema = %s, for users = %d, location to export to = %s",
+            schema.c_str(), static_cast<int>(category), location.c_str());
+    PairList conditions;
+    if (category == base || category == visitor) {
+        conditions.emplace_back(
+            DASUtilsStrings::UserContextTagName,
+            DASUtils::convertToDBFormat(category == base ? DASUtilsStrings::UserContextBase
+                                                         : DASUtilsStrings::UserContextVisitor));
+    }
+    return onTable("exportData", schema, [&](DataAccessObject& dao) {  //
+        return dao.exportData(conditions, location);
+    });
+}
+
+bool DataAccessService::importData(std::string schema, std::string location) {
+    if (m_initialised) {
+        DAS_LOG(5, "import data, schema = %s, location to import from = %s", schema.c_str(),
+                location.c_str());
+    }
+    return onTable("importData", schema,
+                   [&](DataAccessObject& dao) { return dao.importData(location); });
+}
+
+bool DataAccessService::importData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    if (m_initialised && (category == base || category == visitor)) {
+        DAS_LOG(5, "import new %s data, schema = %s, location to import from = %s",
+                category == base ? "base" : "visitor", schema.c_str(), location.c_str());
+    }
+    return onTable("importDataForUser", schema, [&](DataAccessObject& dao) {
+        return dao.importDataForUser(location, category);
+    });
+}
+
+bool DataAccessService::onTable(const char* operation, const std::string& schema,
+                                const std::function<int(DataAccessObject&)>& work) {
+    const auto dao = m_initialised ? createDao(schema) : nullptr;
+    if (dao == nullptr) {
+        return false;
+    }
+    const int result = work(*dao);
+    if (result != 0) {
+        // The answer is true all the same: kept on purpose, clients look at the data itself.
+        DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
+    }
+    return true;
+}

@@ -1,0 +1,149 @@
+// What the service does for user mobility: the user at start, profiles, and the reset.
+
+#include "CriticalSection.h"
+#include "DASUtilsStrings.h"
+#include "LocalMgmtIfc.h"
+#include "dao/DASUtils.h"
+#include "database/Logging.h"
+#include "schemas/DAOFactory.h"
+#include "service/DataAccessService.h"
+#include "service/MobilityMigrator.h"
+#include "settings/GeneralConfigurationDAO.h"
+#include "upgrade/DASMigrator.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DataAccessService_QFA";
+
+}  // namespace
+
+void DataAccessService::settleCurrentUser() {
+    const std::string stored = DASUtils::readMobilityCurrentUserValue(m_dbAdapter);
+    std::lock_guard<std::mutex> lock(m_currentUserMutex);
+    if (!stored.empty()) {
+        m_currentUser = stored;
+    }
+}
+
+void DataAccessService::initInternal() {
+    m_basicMobility = DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter);
+    if (m_basicMobility) {
+        std::lock_guard<std::mutex> lock(m_currentUserMutex);
+        m_currentUser = "base";
+    }
+    DAOFactory* factory = m_daoFactory;
+    if (currentUser() == "base" && factory != nullptr) {
+        // At every start, not only after a change: kept on purpose, nothing of a guest outlives a
+        // restart of his host's telephone.
+        factory->deleteQFAVisitorData();
+    }
+}
+
+void DataAccessService::prepareProfile(const std::string& profile) {
+    DAOFactory* factory = m_daoFactory;
+    if (!isValidProfile(profile)) {
+        DAS_LOG(2, "Invalid m_current user %s", currentUser().c_str());
+    } else if (factory == nullptr) {
+        DAS_LOG(2, "setProfile: no DAO factory");
+    } else if (profile == DASUtilsStrings::UserContextVisitor) {
+        factory->copyQFABaseDataToVisitor();
+    } else {
+        factory->deleteVisitorUserPassword();
+    }
+}
+
+bool DataAccessService::setProfile(std::string profile) {
+    DAS_LOG(5, "DataAccessService::setProfile");
+    CriticalSection section(m_requestSema);
+    if (m_initialised) {
+        prepareProfile(profile);
+    } else {
+        // What a request that a reset overtook has left there is about rows that are gone.
+        GeneralConfigurationDAO::clearStaticCaches();
+    }
+    const bool valid = isValidProfile(profile);
+    const bool changed = setCurrentUser(profile);
+    m_initialised = true;
+    if (changed) {
+        notifyListenersOfProfileChange();
+    }
+    return valid;
+}
+
+bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
+    DAS_LOG(5, "DataAccessService::invokeACMSFactoryReset() QFA");
+    if (!findACMS()) {
+        return false;
+    }
+    if (!enableCreateDb) {
+        m_upgradeCopy.prepareForReset();  // the management may remove the file itself
+        m_localMgmt.load()->factoryReset("", 0);
+        (void)factoryReset();
+        return false;
+    }
+    (void)factoryReset();
+    constructorActions();
+    DASMigrator::createTableAndDefaultRows(this, "UnitTestGenConfigTable");
+    m_initialised = true;
+    return true;
+}
+
+bool DataAccessService::exportUserData(std::map<std::string, std::string>& values, bool base) {
+    MobilityMigrator* migrator = m_initialised ? m_mobilityMigratorInUse.load() : nullptr;
+    if (migrator == nullptr) {
+        return false;
+    }
+    DAS_LOG(5, "%s", base ? "export new managed base data" : "export new managed visitor data");
+    migrator->exportUserData(values, base);
+    return true;
+}
+
+bool DataAccessService::importUserData(std::map<std::string, std::string>& values, bool base) {
+    MobilityMigrator* migrator = m_initialised ? m_mobilityMigratorInUse.load() : nullptr;
+    if (migrator == nullptr) {
+        return false;
+    }
+    DAS_LOG(5, "%s", base ? "import new managed base data" : "import new managed visitor data");
+    migrator->importUserData(values, base);
+    return true;
+}
+
+bool DataAccessService::migrateUserData(std::map<std::string, std::string>& values) {
+    MobilityMigrator* migrator = m_mobilityMigratorInUse;
+    if (migrator == nullptr) {
+        return false;
+    }
+    migrator->migrateBaseToVisitor(values);
+    return true;
+}
+
+void DataAccessService::onFactory(void (DAOFactory::*operation)()) {
+    DAOFactory* factory = m_daoFactory;
+    if (factory == nullptr) {
+        DAS_LOG(2, "User data: no DAO factory");
+        return;
+    }
+    (factory->*operation)();
+}
+
+void DataAccessService::clearMobileUserdata() {
+    onFactory(&DAOFactory::deleteQFAVisitorData);
+}
+
+void DataAccessService::clearMobileUserDLSdata() {
+    onFactory(&DAOFactory::deleteQFAVisitorDLSdata);
+}
+
+void DataAccessService::copyBaseDataToVisitor() {
+    onFactory(&DAOFactory::copyQFABaseDataToVisitor);
+    onFactory(&DAOFactory::deleteVisitorUserPassword);
+}
+
+void DataAccessService::deleteVisitorUserPassword() {
+    onFactory(&DAOFactory::deleteVisitorUserPassword);
+}
+
+void DataAccessService::deleteUcCredentials() {
+    onFactory(&DAOFactory::deleteUcCredentials);
+}

@@ -1,0 +1,460 @@
+#include "settings/GeneralConfigurationDAO.h"
+
+#include <map>
+#include <mutex>
+#include <unordered_map>
+
+#include "ClientUtils.h"
+#include "dao/GenConfigDeviceDataItems.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+
+namespace {
+
+using namespace DASUtilsStrings;
+
+const std::string ReadAllRequest = "readall_request";
+const std::string ReadAllResponse = "readall_response";
+const std::string SchemaColumn = "Schema";
+const std::string NameColumn = "Name";
+const std::string ValueColumn = "Value";
+const std::string ContextElement = "Context";
+
+// Blanks included: a migration tells by this text whether the table has its key.
+const std::string CreateStatement =
+    "CREATE TABLE GENERAL_CONFIG (Schema TEXT, UserContext TEXT, Name TEXT, Value TEXT, "
+    "PRIMARY KEY( Schema, UserContext, Name ) )";
+
+constexpr RequestParser Parser = {
+    GeneralConfigurationDAOXmlStartElement, GeneralConfigurationDAOXmlEndElement,
+    GeneralConfigurationDAOXmlCharacterDataHandler, "GeneralConfigurationDAO",
+    "Parsing a GeneralConfigurationDAO request '%s' failed."};
+
+const std::shared_ptr<const TableLayout>& layout() {
+    static const auto shared =
+        std::make_shared<const TableLayout>(TableLayout{{},
+                                                        GeneralConfigTableName,
+                                                        false,
+                                                        false,
+                                                        {{SchemaColumn, columnTypeText, ""},
+                                                         {UserContextTagName, columnTypeText, ""},
+                                                         {NameColumn, columnTypeText, ""},
+                                                         {ValueColumn, columnTypeText, ""}},
+                                                        {}});
+    return shared;
+}
+
+constexpr int StatusOfReadRow = 1;
+
+GeneralConfigurationDAO& self(void* dao) {
+    return static_cast<GeneralConfigurationDAO&>(*static_cast<DataAccessObject*>(dao));
+}
+
+/// The counts that are known, by context and then by item. Texts are escaped.
+class CountCache {
+public:
+    struct Entry {
+        std::string count;
+        int status;
+    };
+
+    bool find(const std::string& context, const std::string& key, Entry& out) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        const auto& entries = m_contexts[context];
+        const auto found = entries.find(key);
+        if (found == entries.end()) {
+            return false;
+        }
+        out = found->second;
+        return true;
+    }
+
+    void store(const std::string& context, const std::string& key, Entry entry) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_contexts[context][key] = std::move(entry);
+    }
+
+    void drop(const std::string& context, const std::string& key) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_contexts[context].erase(key);
+    }
+
+    void clear() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_contexts.clear();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::map<std::string, std::unordered_map<std::string, Entry>> m_contexts;
+};
+
+CountCache& knownCounts() {
+    static CountCache cache;
+    return cache;
+}
+
+void appendContextStart(std::string& text, const std::string& context) {
+    text += "<Context currentUser=\"";
+    text += context;
+    text += "\">";
+}
+
+void appendContextEnd(std::string& text) {
+    text += "</Context>";
+}
+
+void appendItem(std::string& text, const std::string& name, const std::string& value) {
+    text += '<';
+    text += name;
+    text += '>';
+    text += value;
+    text += "</";
+    text += name;
+    text += '>';
+}
+
+/// Rows of name and value, all in @p context.
+void appendRowsOfContext(std::string& text, const Rows& rows, const std::string& context) {
+    appendContextStart(text, context);
+    for (const auto& row : rows) {
+        appendItem(text, row.at(0), row.at(1));
+    }
+    appendContextEnd(text);
+}
+
+/// Bytes of all items: of each the value, its last cell, and twice the name in front of it.
+std::size_t sizeOfItems(const Rows& rows) {
+    const std::size_t marks = std::char_traits<char>::length("<></>");
+    std::size_t size = 0;
+    for (const auto& row : rows) {
+        size += marks + row.back().size() + 2 * row.at(row.size() - 2).size();
+    }
+    return size;
+}
+
+/// Rows of context, name and value. A row's context stays open for rows of the same that follow it,
+/// unless @p eachAlone.
+void appendRowsWithContext(std::string& text, const Rows& rows, bool eachAlone) {
+    std::string open;
+    for (const auto& row : rows) {
+        const std::string& context = row.at(0);
+        if (!open.empty() && (eachAlone || context != open)) {
+            appendContextEnd(text);
+            open.clear();
+        }
+        if (context != open) {
+            appendContextStart(text, context);
+            open = context;
+        }
+        appendItem(text, row.at(1), row.at(2));
+    }
+    if (!open.empty()) {
+        appendContextEnd(text);
+    }
+}
+
+}  // namespace
+
+const DataAccessObject::Operation<GeneralConfigurationDAO> GeneralConfigurationDAO::Operations[] = {
+    {&WriteRequest, &GeneralConfigurationDAO::writeRequest, &WriteResponse},
+    {&UpdateRequest, &GeneralConfigurationDAO::updateRequest, &UpdateResponse},
+    {&ReadRequest, &GeneralConfigurationDAO::readRequest, &ReadResponse},
+    {&ReadAllRequest, &GeneralConfigurationDAO::readAllRequest, &ReadAllResponse},
+    {&DeleteRequest, &GeneralConfigurationDAO::deleteRequest, &DeleteResponse},
+};
+
+void GeneralConfigurationDAOXmlStartElement(void* dao, const char* name, const char** attributes) {
+    self(dao).startElement(name, attributes);
+}
+
+void GeneralConfigurationDAOXmlEndElement(void* dao, const char* name) {
+    self(dao).endElement(name);
+}
+
+void GeneralConfigurationDAOXmlCharacterDataHandler(void* dao, const char* text, int length) {
+    self(dao).XmlCharacterDataHandler(text, length);
+}
+
+GeneralConfigurationDAO::GeneralConfigurationDAO(DatabaseAdapter* adapter)
+    : DataAccessObject(adapter, layout()) {}
+
+GeneralConfigurationDAO::~GeneralConfigurationDAO() = default;
+
+void GeneralConfigurationDAO::clearStaticCaches() {
+    knownCounts().clear();
+}
+
+void GeneralConfigurationDAO::handleRequest(const char* text, int length) {
+    m_items.clear();
+    if (parseRequest(text, length, Parser)) {
+        dispatch(*this, Operations);
+    }
+}
+
+void GeneralConfigurationDAO::startElement(std::string_view name, const char** attributes) {
+    m_charData.clear();
+    if (name == SchemaColumn) {
+        m_schema = firstAttribute(attributes);
+        m_schemaName = DASUtils::unescapeSqlReservedCharacters(m_schema);
+    } else if (name == ContextElement) {
+        m_itemContext = firstAttribute(attributes);
+        m_requestContext = m_itemContext;
+    } else if (name == "ReasonForMessage") {
+        m_parseState = ParseState::Reason;
+    } else if (name == "ResultCols") {
+        m_parseState = ParseState::ResultCols;
+    } else {
+        m_parseState = ParseState::Item;
+        m_currentElement = name;
+    }
+}
+
+void GeneralConfigurationDAO::endElement(std::string_view name) {
+    const ParseState state = m_parseState;
+    m_parseState = ParseState::None;
+    if (name == ContextElement) {
+        m_itemContext.clear();
+        return;
+    }
+    std::string text = DASUtils::escapeSqlReservedCharacters(m_charData);
+    switch (state) {
+        case ParseState::Reason:
+            m_reason = std::move(text);
+            break;
+        case ParseState::ResultCols:
+            m_resultCols = std::move(text);
+            break;
+        case ParseState::Item:
+            m_items.push_back({m_currentElement, m_itemContext, std::move(text)});
+            break;
+        case ParseState::None:
+            break;
+    }
+}
+
+std::string GeneralConfigurationDAO::contextOf(const Item& item, const std::string& name) {
+    if (!item.context.empty()) {
+        return item.context;
+    }
+    const bool isDeviceData = GenConfigDeviceDataItems::isItemDeviceData(
+        m_schemaName, DASUtils::unescapeSqlReservedCharacters(name));
+    return isDeviceData ? std::string() : DASUtils::escapeSqlReservedCharacters(currentUser());
+}
+
+std::string GeneralConfigurationDAO::cacheKey(const std::string& name) const {
+    return m_schema + "/" + name;
+}
+
+PairList GeneralConfigurationDAO::itemConditions(const std::string& name,
+                                                 const std::string& context) const {
+    PairList conditions;
+    conditions.reserve(3);
+    conditions.emplace_back(SchemaColumn, DASUtils::convertToDBFormat(m_schema));
+    conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(context));
+    conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
+    return conditions;
+}
+
+int GeneralConfigurationDAO::getRowCount(std::string& count) {
+    count = "0";
+    return m_dbAdapter != nullptr ? DASUtils::getRowCount(*m_dbAdapter, m_tableName, count) : 1;
+}
+
+int GeneralConfigurationDAO::getRowCountForItemWithContextInSchema(const std::string& name,
+                                                                   const std::string& context,
+                                                                   std::string& count) {
+    count.clear();
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    AdapterLock lock(*m_dbAdapter);
+    const std::string key = cacheKey(name);
+    CountCache::Entry entry;
+    if (!knownCounts().find(context, key, entry)) {
+        PairList conditions = itemConditions(name, context);
+        entry.status = m_dbAdapter->countRows(m_tableName, conditions, entry.count);
+        if (entry.status != 0) {
+            return 1;
+        }
+        knownCounts().store(context, key, entry);
+    }
+    count = entry.count;
+    return entry.status;
+}
+
+int GeneralConfigurationDAO::writeRequest() {
+    return storeItems(false);
+}
+
+int GeneralConfigurationDAO::updateRequest() {
+    return storeItems(true);
+}
+
+int GeneralConfigurationDAO::storeItems(bool overwrite) {
+    if (m_items.empty()) {
+        return 0;
+    }
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    TransactionGuard transaction(*m_dbAdapter);
+    int result = 0;
+    try {
+        for (const Item& item : m_items) {
+            const int stored = storeItem(item, overwrite);
+            result = result != 0 ? result : stored;
+        }
+    } catch (...) {
+        clearStaticCaches();  // while the lock is held: nobody looks at how the commit ends
+        throw;
+    }
+    const int ended = transaction.end();
+    if (ended != 0) {
+        clearStaticCaches();  // nobody knows what of the batch is there
+    }
+    return result != 0 ? result : ended;
+}
+
+int GeneralConfigurationDAO::storeItem(const Item& item, bool overwrite) {
+    const std::string context = contextOf(item, item.name);
+    std::string count;
+    // The count alone tells: the status of a row that a read brought is 1, kept on purpose.
+    (void)getRowCountForItemWithContextInSchema(item.name, context, count);
+    if (count == "0") {
+        return insertItem(item, context);
+    }
+    return overwrite && count == "1" ? updateItem(item, context) : 1;
+}
+
+int GeneralConfigurationDAO::insertItem(const Item& item, const std::string& context) {
+    std::vector<std::string> values = {
+        DASUtils::convertToDBFormat(m_schema), DASUtils::convertToDBFormat(context),
+        DASUtils::convertToDBFormat(item.name), DASUtils::convertToDBFormat(item.value)};
+    const int status = m_dbAdapter->insert(m_tableName, values, nullptr);
+    if (status == 0) {
+        knownCounts().store(context, cacheKey(item.name), {"1", 0});
+    } else {
+        knownCounts().drop(context, cacheKey(item.name));
+    }
+    return status;
+}
+
+int GeneralConfigurationDAO::updateItem(const Item& item, const std::string& context) {
+    PairList conditions = itemConditions(item.name, context);
+    PairList newValues;
+    newValues.emplace_back(ValueColumn, DASUtils::convertToDBFormat(item.value));
+    return m_dbAdapter->update(m_tableName, conditions, newValues, true);
+}
+
+int GeneralConfigurationDAO::readRequest() {
+    const auto names = ClientUtils::tokenizeString(m_resultCols, " ", false, false);
+    std::vector<std::string> columns = {NameColumn, ValueColumn};
+    PairList conditions;
+    conditions.reserve(2 + names.size());
+    conditions.emplace_back(SchemaColumn, DASUtils::convertToDBFormat(m_schema));
+    if (m_requestContext.empty()) {
+        columns.insert(columns.begin(), UserContextTagName);
+    } else {
+        conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_requestContext));
+    }
+    for (const std::string& name : names) {
+        conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
+    }
+    // Several names bring rows of other schemas too, which must not be filed under this one; and
+    // rows without their context can't be filed at all.
+    return readItems(columns, conditions, m_requestContext.empty() && names.size() <= 1);
+}
+
+int GeneralConfigurationDAO::readAllRequest() {
+    return readItems({UserContextTagName, NameColumn, ValueColumn},
+                     {{SchemaColumn, DASUtils::convertToDBFormat(m_schema)}}, true);
+}
+
+int GeneralConfigurationDAO::readItems(const std::vector<std::string>& columns,
+                                       const PairList& conditions, bool fillCache) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    AdapterLock lock(*m_dbAdapter);
+    PairList orderBy;
+    const int result =
+        m_dbAdapter->executeQuery(m_tableName, columns, conditions, orderBy, m_resultRows, "", "");
+    if (result == 0 && fillCache) {
+        for (const auto& row : m_resultRows) {
+            knownCounts().store(DASUtils::escapeSqlReservedCharacters(row.at(0)),
+                                cacheKey(DASUtils::escapeSqlReservedCharacters(row.at(1))),
+                                {"1", StatusOfReadRow});
+        }
+    }
+    return result;
+}
+
+int GeneralConfigurationDAO::deleteRequest() {
+    if (m_items.empty() || m_dbAdapter == nullptr) {
+        return 1;
+    }
+    AdapterLock lock(*m_dbAdapter);
+    PairList conditions = {{SchemaColumn, DASUtils::convertToDBFormat(m_schema)}};
+    for (const Item& item : m_items) {
+        const bool isName = item.name == NameColumn && !item.value.empty();
+        const std::string& name = isName ? item.value : item.name;
+        knownCounts().drop(contextOf(item, name), cacheKey(name));
+        conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
+    }
+    return m_dbAdapter->deleteRow(m_tableName, conditions);
+}
+
+std::string GeneralConfigurationDAO::responseData() {
+    const bool isReadAll = m_responseReason == ReadAllResponse;
+    if (m_resultRows.empty() || !(isReadAll || m_responseReason == ReadResponse)) {
+        return {};
+    }
+    std::string text;
+    text.reserve(sizeOfItems(m_resultRows) + FrameSize);
+    if (!isReadAll && !m_requestContext.empty()) {
+        appendRowsOfContext(text, m_resultRows,
+                            DASUtils::unescapeSqlReservedCharacters(m_requestContext));
+    } else {
+        appendRowsWithContext(text, m_resultRows, isReadAll);
+    }
+    return text;
+}
+
+// Tables and users --------------------------------------------------------------------------------
+
+/// Runs what changes rows without a look at single items. Nobody files a count while the lock is
+/// held, so the cache is right behind it, also when the change is left by an exception.
+template <typename Change>
+int GeneralConfigurationDAO::changeTable(Change change) {
+    if (m_dbAdapter == nullptr) {
+        return 1;
+    }
+    AdapterLock lock(*m_dbAdapter);
+    clearStaticCaches();
+    return change();
+}
+
+int GeneralConfigurationDAO::createTable() {
+    return changeTable([this] { return m_dbAdapter->executeNonQuery(CreateStatement); });
+}
+
+int GeneralConfigurationDAO::initialiseMobilityUserData(const std::string& context) {
+    return deleteContextData(context);
+}
+
+int GeneralConfigurationDAO::copyBaseDataToVisitor() {
+    return changeTable([this] { return DataAccessObject::copyBaseDataToVisitor(); });
+}
+
+int GeneralConfigurationDAO::deleteContextData(const std::string& context) {
+    return changeTable([&] { return DataAccessObject::deleteContextData(context); });
+}
+
+int GeneralConfigurationDAO::deleteVisitorUserPassword() {
+    return changeTable([this] { return deleteVisitorUserPassword(m_tableName); });
+}
+
+int GeneralConfigurationDAO::deleteUcCredentials() {
+    return changeTable([this] { return deleteUcCredentials(m_tableName); });
+}

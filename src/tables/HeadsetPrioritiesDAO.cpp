@@ -1,0 +1,47 @@
+#include "tables/HeadsetPrioritiesDAO.h"
+
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+using namespace DASUtilsStrings;
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/HeadsetPrioritiesDAO";
+
+const std::string RankColumn = "Rank";
+
+const KeyedTable HeadsetTable = {
+    {HeadsetPrioritiesSchema,
+     HeadsetPrioritiesTableName,
+     false,
+     false,
+     {{"Type", "TEXT PRIMARY KEY NOT NULL", ""},
+      {RankColumn, columnTypeText, std::vector<std::string>{"3", "2", "1"}},
+      {"Allowed", columnTypeText, "true"}},
+     {"0", "1", "2"}},
+    {KeyedTableDAOXmlStartElement, KeyedTableDAOXmlEndElement, KeyedTableDAOXmlCharacterDataHandler,
+     LogComponent, "Parsing a HeadsetPrioritiesDAO '%s' request failed."},
+    {&WriteRequest, &UpdateRequest, &ReadRequest, &DeleteRequest},
+    RankColumn};
+
+}  // namespace
+
+HeadsetPrioritiesDAO::HeadsetPrioritiesDAO(DatabaseAdapter* adapter)
+    : KeyedTableDAO(adapter, HeadsetTable) {}
+
+HeadsetPrioritiesDAO::~HeadsetPrioritiesDAO() = default;
+
+void HeadsetPrioritiesDAO::checkTable() {
+    std::string count;
+    getRowCount(count);
+    if (count != "0") {
+        return;
+    }
+    if (!DASUtils::mayInsertDefaultRows(*m_dbAdapter, m_tableName, createTable())) {
+        DAS_LOG(2, "Cannot create HeadsetPriorities table");
+    } else if (insertDefaultRows(true) != 0) {
+        DAS_LOG(2, "Cannot insert default rows to HeadsetPriorities table");
+    }
+}

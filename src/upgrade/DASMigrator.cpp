@@ -1,0 +1,489 @@
+// The driver: all steps in their order, and what the steps share.
+
+#include "upgrade/DASMigrator.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+
+#include "ClientUtils.h"
+#include "DASUtilsStrings.h"
+#include "DataAccessServiceIfc.h"
+#include "Progress.h"
+#include "dao/DASUtils.h"
+#include "dao/DataAccessObject.h"
+#include "dao/NULLDataAccessObject.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+#include "schemas/DAOFactory.h"
+#include "settings/GeneralConfigurationDAO.h"
+#include "upgrade/V1R1ToV1R2Migrator.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DASMigrator";
+
+using namespace DASUtilsStrings;
+
+const char* const settingsTableSchema = "UnitTestGenConfigTable";
+
+/// What a step is given.
+struct Run {
+    DataAccessServiceIfc* service;
+    const std::vector<std::string>& settingsColumns;
+};
+
+/// One step. A step without a test always runs; its own tests stand inside. Words are logged before
+/// the action, or in its place.
+struct Step {
+    int number;
+    const char* subject;  ///< for people who wait for it
+    bool (*test)(const Run&);
+    void (*action)(const Run&);
+    const char* wordsWhenRun;
+    const char* wordsWhenNot;
+};
+
+using M = DASMigrator;
+
+int columnsOf(const Run& run, const char* statement) {
+    return run.service->getAdapter()->getColumnCount(statement);
+}
+
+long rowsOf(DataAccessServiceIfc* service, const std::string& table) {
+    std::string count;
+    (void)DASUtils::getRowCount(*service->getAdapter(), table, count);
+    return std::strtol(count.c_str(), nullptr, 10);
+}
+
+bool hasRow(const Run& run, const std::string& table, const std::string& id) {
+    return M::isRowPresent(run.service, table, IdTagName, id);
+}
+
+// Tests ------------------------------------------------------------------------------------------
+
+const char* const allLineKeys = "SELECT * FROM LINE_KEY_SETTINGS;";
+const char* const allBca = "SELECT * FROM BCA_SETTINGS;";
+const char* const allDssKeys = "SELECT * FROM DSS_KEY_SETTINGS;";
+const char* const allStimulusKeys = "SELECT * FROM STIMULUS_KEY_SETTINGS;";
+const char* const allContacts = "SELECT * FROM PHONE_BOOK;";
+const char* const allCallGroups = "SELECT * FROM CallGroup;";
+
+constexpr int StimulusColumnsOfOlderReleases[] = {5, 7, 15, 16, 17};
+constexpr long StimulusRowsOfAnOlderRelease = 66;
+
+bool stimulusKeysAreOld(const Run& run) {
+    const int columns = columnsOf(run, allStimulusKeys);
+    for (const int old : StimulusColumnsOfOlderReleases) {
+        if (columns == old) {
+            return true;
+        }
+    }
+    return rowsOf(run.service, StimulusKeySettingsTableName) == StimulusRowsOfAnOlderRelease ||
+           !hasRow(run, StimulusKeySettingsTableName, "'30'");
+}
+
+bool fixedKeysAreOld(const Run& run) {
+    return M::isRowPresent(run.service, FixedKeysTableName, FunctionTagName, "'0'") ||
+           !hasRow(run, FixedKeysTableName, "'30'");
+}
+
+bool srtpTableMayLackMethods(const Run& run) {
+    const long rows = rowsOf(run.service, SrtpEncryptionSettingsTableName);
+    return rows >= 1 && rows <= 4;
+}
+
+// Actions of more than a call
+// ----------------------------------------------------------------------
+
+void migrateStimulusKeys(const Run& run) {
+    M::migrateStimulusKeySettingsTable(
+        run.service, columnsOf(run, allStimulusKeys),
+        static_cast<int>(rowsOf(run.service, StimulusKeySettingsTableName)));
+}
+
+/// Each normal start logs a success here: kept on purpose, a result of 1 also means no work.
+void compareCallLog(const Run& run) {
+    switch (M::DAOCompatibilityWithDb(run.service, "CallLog", "CALL_LOG")) {
+        case 0:
+            DAS_LOG(5, "No database update necessary for CallLog");
+            break;
+        case 1:
+            DAS_LOG(5, "Database update successfully performed for CallLog");
+            break;
+        default:
+            DAS_LOG(5, "Failed updating CallLog database");
+    }
+}
+
+void addStimulusColumns(const Run& run) {
+    const std::pair<const char*, const std::string*> added[] = {
+        {"XsiCallCenterName", &columnTypeText},
+        {"AicsAcdOnly", &columnTypeText},
+        {"XsiCallCenterRelatedLine", &columnTypeText},
+        {"BlfSipLineAction", &columnTypeInteger}};
+    for (const auto& [column, type] : added) {
+        M::addColumnToTable(run.service, StimulusKeySettingsTableName, column, *type, false);
+    }
+}
+
+void runV1R1ToV1R2(const Run& run) {
+    V1R1ToV1R2Migrator(run.service->getAdapter()).execute();
+}
+
+void encryptSettings(const Run& run) {
+    M::migrateEncryptedData(run.service->getDAOFactory(), run.service->getAdapter());
+}
+
+void encryptLineKeys(const Run& run) {
+    M::migrateToEncryptedPasswordsForKeySettings(run.service, LineKeySettingsTableName, 6,
+                                                 LineSipPasswordTagName, LineSipPasswordEncTagName);
+}
+
+void encryptDssKeys(const Run& run) {
+    M::migrateToEncryptedPasswordsForKeySettings(run.service, DssKeySettingsTableName, 5,
+                                                 DssSipPasswordTagName, DssSipPasswordEncTagName);
+}
+
+void encryptStimulusKeys(const Run& run) {
+    M::migrateToEncryptedPasswordsForKeySettings(run.service, StimulusKeySettingsTableName, 14,
+                                                 "SendUrlPasswd", "SendUrlPasswdEnc");
+}
+
+/// Gives a step that is one call of an operation with the service alone.
+template <void (*Operation)(DataAccessServiceIfc*)>
+void call(const Run& run) {
+    Operation(run.service);
+}
+
+// The steps
+// ----------------------------------------------------------------------------------------
+
+// The order is binding: later steps expect the columns, names and contexts that earlier ones make.
+const Step Steps[] = {
+    {1, "users of the telephone", [](const Run& run) { return M::dbIsPreMobility(run.service); },
+     call<M::migrateToMobilityDatabase>,
+     "checkAndMigrateDatabase - migrating database for Mobility additions",
+     "checkAndMigrateDatabase - no migration required for Mobility"},
+    {2, "protocol of the software", nullptr, call<M::checkAndMigrateQFADatabase>, nullptr, nullptr},
+    {3, "update values", nullptr, call<M::applyUpdateValuesFile>, nullptr, nullptr},
+    {4, "moved settings", nullptr, call<M::migrateMovedItems>, nullptr, nullptr},
+    {5, "door openers", nullptr,
+     [](const Run& run) { M::dbMigrateDoorOpenerSettings(run.service, true); }, nullptr, nullptr},
+    {6, "settings", nullptr, call<M::normalizeGeneralConfigTable>, nullptr, nullptr},
+    {7, "device items", nullptr, call<M::validateDeviceItems>, nullptr, nullptr},
+    {8, "line keys", [](const Run& run) { return columnsOf(run, allLineKeys) < 23; },
+     call<M::migrateLineKeySettingsTable>, "Migrating database for LINE_KEY_SETTINGS",
+     "No database migration required for LINE_KEY_SETTINGS"},
+    {9, "BCA settings", [](const Run& run) { return columnsOf(run, allBca) < 12; },
+     call<M::migrateBcaSettingsTable>, "Migrating database for BCA_SETTINGS",
+     "No database migration required for BCA_SETTINGS"},
+    {10, "defaults of line keys", nullptr, call<M::dbCheckAndMigrateLineKeySettingsDefaults>,
+     nullptr, nullptr},
+    {11, "contacts", nullptr, call<M::migratePhoneBookTable>,
+     "Checking database for Phonebook additions", nullptr},
+    {12, "columns of contacts", nullptr, call<M::checkValidityOfPhoneBookTable>, nullptr, nullptr},
+    {13, "DSS keys", [](const Run& run) { return columnsOf(run, allDssKeys) == 6; },
+     call<M::migrateDSSKeySettingsTable>, "Migrating database for DSS Key Settings",
+     "No database migration required for DSS Key Settings"},
+    {14, "DSS keys, monitoring", [](const Run& run) { return columnsOf(run, allDssKeys) == 9; },
+     call<M::migrateDSSKeySettingsTableForMonitorOnly>,
+     "Migrating database for DSS Key Settings For Monitor Only Option",
+     "No database migration required for DSS Key Settings For Monitor Only Option"},
+    {15, "stimulus keys", stimulusKeysAreOld, migrateStimulusKeys,
+     "Migrating database for Stimulus Key Settings",
+     "No database migration required for Stimulus Key Settings"},
+    {16, "users of contacts", [](const Run& run) { return columnsOf(run, allContacts) == 17; },
+     [](const Run& run) {
+         M::migrateTableForMobility(run.service, "PHONE_BOOK", "PhoneBook", false, 18);
+     },
+     "Migrating database for Phonebook mobility",
+     "No database migration required for Phonebook mobility"},
+    {17, "call log", nullptr, compareCallLog, nullptr, nullptr},
+    // These words name another table than the step's: kept on purpose, log readers look for them.
+    {18, "users of call groups", [](const Run& run) { return columnsOf(run, allCallGroups) == 3; },
+     [](const Run& run) {
+         M::migrateTableForMobility(run.service, "CallGroup", "CallGroup", true, 4);
+     },
+     "Migrating database for CallLog mobility",
+     "No database migration required for CallLog mobility"},
+    {19, "feature keys", [](const Run& run) { return hasRow(run, FeatureKeysTableName, "'31'"); },
+     call<M::migrateFeatureKeysTable>, nullptr, nullptr},
+    {20, "fixed keys", fixedKeysAreOld, call<M::migrateFixedKeysTable>, nullptr, nullptr},
+    {21, "start applications",
+     [](const Run& run) { return hasRow(run, StartApplicationTableName, "'30'"); },
+     call<M::migrateStartAppKeysTable>, nullptr, nullptr},
+    {22, "transport settings", nullptr, call<M::checkTransportSettingsOrder>, nullptr, nullptr},
+    {23, "default rows", nullptr, call<M::addDefaultRowsToExistingTablesWhereMissing>, nullptr,
+     nullptr},
+    {24, "callback items", nullptr, call<M::deleteCallbackItems>, nullptr, nullptr},
+    {25, "emergency number", nullptr,
+     [](const Run& run) { M::migrateWrongEmergencyNumber(run.service, &run.settingsColumns); },
+     nullptr, nullptr},
+    {26, "default feature keys", nullptr, call<M::migrateFeatureKeysTableForDefaultRows>, nullptr,
+     nullptr},
+    {27, "columns of keys", nullptr, call<M::migrateFixedAndFeatureKeysTableForDefaultColumns>,
+     nullptr, nullptr},
+    {28, "network access settings", nullptr, call<M::migrateDot1xSettings>, nullptr, nullptr},
+    {29, "WLAN settings", nullptr, call<M::migrateWlanSettings>, nullptr, nullptr},
+    {30, "encrypted settings", nullptr, encryptSettings, nullptr, nullptr},
+    {31, "encrypted file transfer", nullptr, call<M::migrateToEncryptedFTPPass>, nullptr, nullptr},
+    {32, "encrypted line keys", nullptr, encryptLineKeys, nullptr, nullptr},
+    {33, "encrypted DSS keys", nullptr, encryptDssKeys, nullptr, nullptr},
+    {34, "encrypted stimulus keys", nullptr, encryptStimulusKeys, nullptr, nullptr},
+    {35, "Bluetooth devices", nullptr, call<M::migrateBluetoothTrustedDevices>, nullptr, nullptr},
+    {36, "negotiation of secure calls", nullptr, call<M::upgradeFromV3ToWebRTC>, nullptr, nullptr},
+    {37, "V1R1 to V1R2", nullptr, runV1R1ToV1R2, nullptr, nullptr},
+    {38, "columns of stimulus keys", nullptr, addStimulusColumns, nullptr, nullptr},
+    {39, "calls and doubled contacts", nullptr,
+     [](const Run& run) { (void)M::callLogTableChecker(run.service); }, nullptr, nullptr},
+    {40, "conversations", nullptr, call<M::conversationsTableCleanup>, nullptr, nullptr},
+    {41, "landing screen", nullptr,
+     [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "LandingScreen"); }, nullptr,
+     nullptr},
+    {42, "numbers of contacts", nullptr, call<M::phonebookTableCleanup>, nullptr, nullptr},
+    {43, "shown digits", nullptr,
+     [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "DisplayDTMFDigits"); },
+     nullptr, nullptr},
+    {44, "distinctive ringers", nullptr, call<M::distinctiveRingerTableCleanup>, nullptr, nullptr},
+    {45, "media encryption", srtpTableMayLackMethods,
+     [](const Run& run) {
+         M::addMissingAesToSrtpEncryptionTable(
+             run.service, static_cast<int>(rowsOf(run.service, SrtpEncryptionSettingsTableName)));
+     },
+     nullptr, nullptr},
+};
+
+void logWords(const char* words) {
+    if (words != nullptr) {
+        DAS_LOG(5, "%s", words);
+    }
+}
+
+/// Tells whoever watches which step is in work, or that all are done.
+void reportStep(const Step& step, bool isDone) {
+    if (Progress::isWatched()) {
+        const std::size_t all = std::size(Steps);
+        const auto number = static_cast<std::size_t>(step.number);
+        Progress::report({"upgrade, step " + std::to_string(number) + " of " + std::to_string(all) +
+                              ": " + step.subject,
+                          0, isDone ? all : number - 1, all});
+    }
+}
+
+void runStep(const Step& step, const Run& run) {
+    const bool isDue = step.test == nullptr || step.test(run);
+    logWords(isDue ? step.wordsWhenRun : step.wordsWhenNot);
+    if (isDue) {
+        step.action(run);
+    }
+}
+
+/// Empties the caches of the settings now and at the end of the scope: the steps read schemas into
+/// them and then change rows behind them.
+struct SettingsCachesAside {
+    SettingsCachesAside() { GeneralConfigurationDAO::clearStaticCaches(); }
+    ~SettingsCachesAside() { GeneralConfigurationDAO::clearStaticCaches(); }
+    SettingsCachesAside(const SettingsCachesAside&) = delete;
+    SettingsCachesAside& operator=(const SettingsCachesAside&) = delete;
+};
+
+bool hasTable(DataAccessObject& dao, const std::string& schema) {
+    if (dao.getDatabaseAdapter() == nullptr) {
+        DAS_LOG(2, "No table for schema '%s'", schema.c_str());
+    }
+    return dao.getDatabaseAdapter() != nullptr;
+}
+
+}  // namespace
+
+void DASMigrator::checkAndMigrateDatabase(DataAccessServiceIfc* service) {
+    if (service == nullptr || service->getAdapter() == nullptr ||
+        service->getDAOFactory() == nullptr) {
+        DAS_LOG(2, "checkAndMigrateDatabase - no database");
+        return;
+    }
+    const std::vector<std::string> settingsColumns = {"Schema", "UserContext", "Name", "Value"};
+    const Run run{service, settingsColumns};
+    SettingsCachesAside aside;
+    for (const Step& step : Steps) {
+        reportStep(step, false);
+        runStep(step, run);
+    }
+    reportStep(*std::rbegin(Steps), true);
+}
+
+bool DASMigrator::dbIsPreMobility(DataAccessServiceIfc* service) {
+    PairList conditions = {{"Schema", "'MobilitySettings'"},
+                           {UserContextTagName, EmptyDBString},
+                           {"Name", "'MobilityCurrentUser'"}};
+    DatabaseAdapter& adapter = *service->getAdapter();
+    std::string count;
+    const bool isCounted = adapter.countRows(GeneralConfigTableName, conditions, count) == 0;
+    DAS_LOG(5, "dbIsPreMobility - row count =  %s", count.c_str());
+    if (isCounted) {
+        return count == "0";
+    }
+    // Only an older form is older: a count that failed on today's must not make the visitor "base".
+    std::vector<std::string> names;
+    (void)adapter.getColumnNames(GeneralConfigTableName, names);
+    return !DASUtils::columnIsInColumnList(UserContextTagName, names);
+}
+
+void DASMigrator::migrateToMobilityDatabase(DataAccessServiceIfc* service) {
+    bool isRenewed = true;
+    migrateFeatureKeysTable(service);
+    migrateFtpSettingsTable(service);
+    if (rowsOf(service, GeneralConfigTableName) == 0) {
+        createTable(service, settingsTableSchema);
+    } else {
+        isRenewed = migrateGeneralConfigTable(service, {"Schema", "UserContext", "Name", "Value"});
+    }
+    (void)service->getAdapter()->dropTable("IMAGES");  // one that is missing is as good as dropped
+    if (!isRenewed) {
+        return;  // without the mark the next start tries again
+    }
+    (void)DASUtils::insertMobilityCurrentUserValue(service->getAdapter(), UserContextBase);
+}
+
+std::unique_ptr<DataAccessObject> DASMigrator::createDao(DAOFactory* factory,
+                                                         const std::string& schema) {
+    if (factory == nullptr) {
+        return std::make_unique<NULLDataAccessObject>(schema);
+    }
+    return std::unique_ptr<DataAccessObject>(factory->createDAOInstance(schema));
+}
+
+std::unique_ptr<DataAccessObject> DASMigrator::createDao(DataAccessServiceIfc* service,
+                                                         const std::string& schema) {
+    return createDao(service != nullptr ? service->getDAOFactory() : nullptr, schema);
+}
+
+void DASMigrator::createTable(DataAccessServiceIfc* service, const std::string& schema) {
+    const auto dao = createDao(service, schema);
+    if (hasTable(*dao, schema)) {
+        (void)dao->createTable();  // refused when it is there
+    }
+}
+
+void DASMigrator::createTableAndDefaultRows(DataAccessServiceIfc* service,
+                                            const std::string& schema) {
+    const auto dao = createDao(service, schema);
+    if (!hasTable(*dao, schema)) {
+        return;
+    }
+    const int created = dao->createTable();
+    if (DASUtils::mayInsertDefaultRows(*dao->getDatabaseAdapter(), dao->tableName(), created)) {
+        (void)dao->insertDefaultRows(true);  // a failure is in the log
+    }
+}
+
+void DASMigrator::migrateTableByAddingMissingDefaultLines(DataAccessServiceIfc* service,
+                                                          const std::string& schema) {
+    DAS_LOG(5, "migrateTableByAddingMissingDefaultLines %s", schema.c_str());
+    const auto dao = createDao(service, schema);
+    (void)dao->createTable();            // refused when it is there
+    (void)dao->insertDefaultRows(true);  // a failure is in the log
+}
+
+bool DASMigrator::columnExists(DataAccessServiceIfc* service, const std::string& table,
+                               const std::string& column) {
+    std::vector<std::string> names;
+    if (service->getAdapter()->getColumnNames(table, names) != 1 || names.empty()) {
+        DAS_LOG(3, "columnExists(): Error getting the column names for %s", table.c_str());
+        return false;
+    }
+    const bool exists = DASUtils::columnIsInColumnList(column, names);
+    DAS_LOG(5, "columnExists(%s, %s): rv=%s", table.c_str(), column.c_str(), exists ? "Y" : "N");
+    return exists;
+}
+
+void DASMigrator::addColumnToTable(DataAccessServiceIfc* service, const std::string& table,
+                                   const std::string& column, const std::string& columnType,
+                                   bool initDefaultVal) {
+    DAS_LOG(5, "addColumnToTable(table %s, column %s, type %s, initDefaultVal %s)", table.c_str(),
+            column.c_str(), columnType.c_str(), initDefaultVal ? "true" : "false");
+    if (columnExists(service, table, column)) {
+        DAS_LOG(5, "addColumnToTable: %s already exists", column.c_str());
+        return;
+    }
+    DAS_LOG(5, "addColumnToTable: %s does not exist, adding to %s", column.c_str(), table.c_str());
+    if (service->getAdapter()->addColumn(table, column, columnType, initDefaultVal) != 0) {
+        DAS_LOG(2, "The column %s cannot be added to the table", column.c_str());
+    }
+}
+
+bool DASMigrator::isRowPresent(DataAccessServiceIfc* service, const std::string& table,
+                               const std::string& column, const std::string& value) {
+    PairList conditions = {{column, value}};
+    std::string count = "0";
+    service->getAdapter()->getRowCount(table, conditions, count);
+    DAS_LOG(5, "isRowPresent checking in %s, for %s %s, row count =  %s", table.c_str(),
+            column.c_str(), value.c_str(), count.c_str());
+    return count != "0";
+}
+
+int DASMigrator::DAOCompatibilityWithDb(DataAccessServiceIfc* service, const std::string& schema,
+                                        const std::string& table) {
+    if (service->getDAOFactory() == nullptr) {
+        DAS_LOG(2, "DAOCompatibilityWithDb failed: Cannot create DAO");
+        return 1;
+    }
+    PairList daoColumns;
+    createDao(service, schema)->buildColumnNameList(daoColumns);
+    std::vector<std::string> names;
+    (void)service->getAdapter()->getColumnNames(table, names);
+    if (daoColumns.size() != names.size() || daoColumns.empty()) {
+        return 1;
+    }
+    for (const auto& [column, type] : daoColumns) {
+        if (!DASUtils::columnIsInColumnList(column, names)) {
+            std::printf("xx - int DASMigrator::DAOCompatibilityWithDb -> not present %s -- %s\n",
+                        column.c_str(), type.c_str());
+            return DASUtils::updateTableInDatabase(service->getAdapter(), table, daoColumns);
+        }
+    }
+    return 1;
+}
+
+std::string DASMigrator::getVobRoot() {
+    const char* root = std::getenv("VOBROOT");
+    return root != nullptr ? root : "";
+}
+
+void DASMigrator::updateGeneralConfigTable(DataAccessServiceIfc* service,
+                                           const std::vector<std::string>& columns,
+                                           const std::string& filePath) {
+    DatabaseAdapter* adapter = service != nullptr ? service->getAdapter() : nullptr;
+    if (!DASUtils::updateItemsInTableWithValuesFromFile(adapter, GeneralConfigTableName, columns,
+                                                        filePath)) {
+        DAS_LOG(2, "Not every value of %s is applied", filePath.c_str());
+    }
+    GeneralConfigurationDAO::clearStaticCaches();
+}
+
+void DASMigrator::insertGeneralConfigRow(DataAccessServiceIfc* service,
+                                         const std::vector<std::string>& values) {
+    std::vector<std::string> row = values;
+    if (service->getAdapter()->insert(GeneralConfigTableName, row, nullptr) != 0) {
+        // The same words whatever the row is: kept on purpose, log readers look for them.
+        DAS_LOG(2, "Failed to insert NameMasterSource into %s", GeneralConfigTableName.c_str());
+    }
+}
+
+std::string DASMigrator::readAllFromSchema(DAOFactory* factory, const std::string& schema) {
+    const auto dao = createDao(factory, schema);
+    const std::string request = std::string(DataAccessObject::xmlHeaderTag) +
+                                DataAccessObject::xmlSchemaStart + schema +
+                                "\"><ReasonForMessage>readall_request</ReasonForMessage></Schema>";
+    dao->handleRequest(request.c_str(), static_cast<int>(request.size()));
+    return dao->getResponseMsg();
+}
+
+bool DASMigrator::compareStringsAsIntegers(std::string first, std::string second) {
+    return ClientUtils::stoi(first) < ClientUtils::stoi(second);
+}

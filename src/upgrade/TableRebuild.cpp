@@ -1,0 +1,188 @@
+#include "upgrade/TableRebuild.h"
+
+#include <strings.h>
+
+#include <algorithm>
+
+#include "ClientUtils.h"
+#include "DASUtilsStrings.h"
+#include "dao/DataAccessObject.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/TableRebuild";
+
+const char* const asideEnding = "_MIGRATION";
+
+bool isSameName(const std::string& one, const std::string& other) {
+    return ::strcasecmp(one.c_str(), other.c_str()) == 0;
+}
+
+/// A key that the database makes: without a value it takes the next number.
+bool isMadeByDatabase(const DASUtils::ColumnInfo& column) {
+    return column.type.find("INTEGER PRIMARY KEY") != std::string::npos;
+}
+
+bool isNumbered(const DASUtils::ColumnInfo& column) {
+    return column.type.find("AUTOINCREMENT") != std::string::npos;
+}
+
+}  // namespace
+
+TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
+                           std::vector<std::string> oldColumns)
+    : m_adapter(adapter),
+      m_dao(dao),
+      m_oldColumns(std::move(oldColumns)),
+      m_table(dao.tableName()),
+      m_aside(m_table + asideEnding) {}
+
+bool TableRebuild::isDone() const {
+    return std::equal(
+        m_dao.columns().begin(), m_dao.columns().end(), m_oldColumns.begin(), m_oldColumns.end(),
+        [](const Column& column, const std::string& old) { return isSameName(column.name, old); });
+}
+
+bool TableRebuild::run(DefaultRows rows) {
+    logDroppedColumns();
+    if (!runWholeOrNot(m_adapter, [&] { return replaceTable(rows); })) {
+        DAS_LOG(2, "The table %s could not be rebuilt and stays as it was", m_table.c_str());
+        return false;
+    }
+    DAS_LOG(5, "The table %s has got %d columns in place of %d", m_table.c_str(),
+            static_cast<int>(m_dao.columns().size()), static_cast<int>(m_oldColumns.size()));
+    return true;
+}
+
+bool TableRebuild::wasThere(const std::string& column) const {
+    return std::any_of(m_oldColumns.begin(), m_oldColumns.end(),
+                       [&](const std::string& old) { return isSameName(column, old); });
+}
+
+void TableRebuild::logDroppedColumns() const {
+    for (const std::string& old : m_oldColumns) {
+        const bool stays =
+            std::any_of(m_dao.columns().begin(), m_dao.columns().end(),
+                        [&](const Column& column) { return isSameName(column.name, old); });
+        if (!stays) {
+            DAS_LOG(2, "The column %s of %s is given up", old.c_str(), m_table.c_str());
+        }
+    }
+}
+
+/// The condition that a row is the default row at a place: its id, and each cell by which the
+/// default rows differ. A label belongs to its function, not to whatever stands on the key.
+std::string TableRebuild::isDefaultRow(std::size_t row, const Column& except) const {
+    std::string condition = "Id = " + DASUtils::escapeAndQuote(m_dao.defaultRowIds().at(row));
+    for (const Column& column : m_dao.columns()) {
+        if (column.defaults.size() > 1 && column.name != except.name && wasThere(column.name)) {
+            const std::string value = DASUtils::escapeAndQuote(column.defaults.at(row));
+            condition += " AND COALESCE(" + column.name + ", " + value + ") = " + value;
+        }
+    }
+    return condition;
+}
+
+std::string TableRebuild::defaultOf(const Column& column) const {
+    if (isSameName(column.name, DASUtilsStrings::UserContextTagName)) {
+        return DASUtils::convertToDBFormat(DASUtilsStrings::UserContextBase);
+    }
+    if (column.defaults.size() < 2) {
+        return column.defaults.empty() ? DASUtilsStrings::EmptyDBString
+                                       : DASUtils::escapeAndQuote(column.defaults.front());
+    }
+    std::string text = "CASE";
+    for (std::size_t row = 0; row < column.defaults.size(); ++row) {
+        text += " WHEN " + isDefaultRow(row, column) + " THEN " +
+                DASUtils::escapeAndQuote(column.defaults[row]);
+    }
+    return text + " ELSE '' END";
+}
+
+std::string TableRebuild::valueOf(const Column& column) const {
+    if (!wasThere(column.name)) {
+        return defaultOf(column);
+    }
+    return isMadeByDatabase(column) ? "NULLIF(" + column.name + ", '')"
+                                    : "COALESCE(" + column.name + ", " + defaultOf(column) + ")";
+}
+
+std::string TableRebuild::copyStatement() const {
+    std::vector<std::string> names;
+    std::vector<std::string> values;
+    for (const Column& column : m_dao.columns()) {
+        if (wasThere(column.name) || !isMadeByDatabase(column)) {
+            names.push_back(column.name);
+            values.push_back(valueOf(column));
+        }
+    }
+    return "INSERT INTO " + m_table + " (" + ClientUtils::join(names, ", ") + ") SELECT " +
+           ClientUtils::join(values, ", ") + " FROM " + m_aside + ";";
+}
+
+bool TableRebuild::execute(const std::string& sql) {
+    return m_adapter.executeNonQuery(sql) == 0;
+}
+
+bool TableRebuild::replaceTable(DefaultRows rows) {
+    const bool replaced =
+        readIndices() && execute("ALTER TABLE " + m_table + " RENAME TO " + m_aside + ";") &&
+        m_dao.createTable() == 0 && execute(copyStatement()) && keepsAllRows() &&
+        carryNumbering() && execute("DROP TABLE " + m_aside + ";") &&
+        (rows == DefaultRows::Leave || m_dao.insertDefaultRowsInTransaction(true) == 0);
+    if (replaced) {
+        makeIndices();
+    }
+    return replaced;
+}
+
+bool TableRebuild::readIndices() {
+    Rows rows;
+    const std::string sql = "SELECT sql FROM sqlite_master WHERE type = 'index' AND tbl_name = " +
+                            DASUtils::convertToDBFormat(m_table) +
+                            " COLLATE NOCASE AND sql IS NOT NULL;";
+    if (m_adapter.executeSQLQuery(sql, rows) != 0) {
+        return false;
+    }
+    for (const auto& row : rows) {
+        m_indices.push_back(row.at(0));
+    }
+    return true;
+}
+
+bool TableRebuild::keepsAllRows() {
+    PairList all;
+    std::string before;
+    std::string after;
+    return m_adapter.countRows(m_aside, all, before) == 0 &&
+           m_adapter.countRows(m_table, all, after) == 0 && before == after;
+}
+
+/// Numbers of rows that were deleted are not given again.
+bool TableRebuild::carryNumbering() {
+    if (std::none_of(m_dao.columns().begin(), m_dao.columns().end(), isNumbered)) {
+        return true;
+    }
+    const std::string table = DASUtils::convertToDBFormat(m_table);
+    const std::string both = "(" + table + ", " + DASUtils::convertToDBFormat(m_aside) + ")";
+    return execute("INSERT INTO sqlite_sequence (name, seq) SELECT " + table +
+                   ", 0 WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence WHERE name = " + table +
+                   ");") &&
+           execute(
+               "UPDATE sqlite_sequence SET seq = (SELECT MAX(seq) FROM sqlite_sequence WHERE "
+               "name IN " +
+               both + ") WHERE name = " + table + ";");
+}
+
+/// An index that can't be made, as over a column that went, costs time and no row.
+void TableRebuild::makeIndices() {
+    for (const std::string& index : m_indices) {
+        if (!execute(index)) {
+            DAS_LOG(2, "Without an index of %s: %s", m_table.c_str(), index.c_str());
+        }
+    }
+}

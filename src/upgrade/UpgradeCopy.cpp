@@ -1,0 +1,271 @@
+#include "upgrade/UpgradeCopy.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+
+#include "Storage.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/UpgradeCopy";
+
+constexpr std::chrono::seconds Patience{30};
+constexpr int MillisecondsBetweenTries = 10;
+constexpr mode_t RightsOfOwner = 0600;
+
+std::string copyPath() {
+    return DatabaseAdapter::databasePath() + ".before-upgrade";
+}
+
+/// A copy that is being written; it never counts.
+std::string partPath() {
+    return copyPath() + ".part";
+}
+
+std::string usedFilePlace() {
+    return Storage::devicePath(std::string(UpgradeCopy::updateValuesFile) + ".used");
+}
+
+std::string folderPath() {
+    const std::string path = DatabaseAdapter::databasePath();
+    const auto slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+int openFolder() {
+    return ::open(folderPath().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+bool hasContents(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+}
+
+bool succeeded(int result, const char* operation, const std::string& path) {
+    if (result != 0) {
+        DAS_LOG(2, "%s of '%s' failed with error [%s]", operation, path.c_str(),
+                std::strerror(errno));
+    }
+    return result == 0;
+}
+
+/// Whether there is no such file any more.
+bool removed(const std::string& path) {
+    // A file system that can't be written refuses also what is not there.
+    const bool isGone = ::unlink(path.c_str()) == 0 || errno == ENOENT ||
+                        (errno == EROFS && ::access(path.c_str(), F_OK) != 0);
+    return succeeded(isGone ? 0 : -1, "removal", path);
+}
+
+bool synced(int file, const std::string& path) {
+    const bool done = succeeded(file >= 0 ? ::fsync(file) : -1, "sync", path);
+    if (file >= 0) {
+        ::close(file);
+    }
+    return done;
+}
+
+/// Names that were given or taken in the folder reach the disk before what comes next.
+bool folderSynced() {
+    return succeeded(Storage::syncFolderOf(DatabaseAdapter::databasePath()) ? 0 : -1, "sync",
+                     folderPath());
+}
+
+/// The owner and the rights of the file @p from for @p to, so that the programs which could open
+/// the one can open the other.
+void handOverRights(const struct stat& from, const std::string& to) {
+    struct stat now {};
+    // Where nothing is to be changed nobody is asked: a hardened service may not change owners at
+    // all.
+    const bool isOwned =
+        ::stat(to.c_str(), &now) == 0 && now.st_uid == from.st_uid && now.st_gid == from.st_gid;
+    if (isOwned || succeeded(::chown(to.c_str(), from.st_uid, from.st_gid), "chown", to)) {
+        (void)succeeded(::chmod(to.c_str(), from.st_mode & 07777U), "chmod", to);
+    }
+}
+
+bool madeForOwnerAlone(const std::string& path) {
+    const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, RightsOfOwner);
+    const bool made = succeeded(file >= 0 ? ::fchmod(file, RightsOfOwner) : -1, "making", path);
+    if (file >= 0) {
+        ::close(file);
+    }
+    return made;
+}
+
+/// Under its name the copy is whole and on the disk, or it is not there.
+bool madeCopy() {
+    const std::string part = partPath();
+    return removed(part) && madeForOwnerAlone(part) && DatabaseAdapter::copyDatabase(part) &&
+           synced(::open(part.c_str(), O_RDWR | O_CLOEXEC), part) &&
+           succeeded(std::rename(part.c_str(), copyPath().c_str()), "renaming", part) &&
+           folderSynced();
+}
+
+}  // namespace
+
+UpgradeCopy::~UpgradeCopy() {
+    if (m_folder >= 0) {
+        ::close(m_folder);
+    }
+}
+
+bool UpgradeCopy::lock(int operation) const {
+    return ::flock(m_folder, operation | LOCK_NB) == 0;
+}
+
+/// Whether this process has the database for itself. One that waits for it in vain goes on without
+/// a lock: no put-back may hit what it writes then, so a copy goes.
+bool UpgradeCopy::lockWithPatience() {
+    const auto end = std::chrono::steady_clock::now() + Patience;
+    while (std::chrono::steady_clock::now() < end) {
+        if (lock(LOCK_EX)) {
+            return true;
+        }
+        if (errno != EWOULDBLOCK) {
+            DAS_LOG(2, "No lock on '%s': [%s]", folderPath().c_str(), std::strerror(errno));
+            return false;
+        }
+        // A copy beside a shared lock is of a start that has just been cut off; one of those that
+        // wait gets the lock alone.
+        if (lock(LOCK_SH)) {
+            if (!hasContents(copyPath())) {
+                return false;
+            }
+            (void)lock(LOCK_UN);
+        }
+        (void)::poll(nullptr, 0, MillisecondsBetweenTries);
+    }
+    DAS_LOG(2, "Another start holds the database for too long, this one goes on beside it");
+    remove();
+    return false;
+}
+
+void UpgradeCopy::begin() {
+    if (m_folder < 0) {
+        m_folder = openFolder();
+    }
+    if (m_folder < 0 || !lockWithPatience()) {
+        return;
+    }
+    putBack();
+    m_isTried = hasContents(copyPath());  // one that could not be put back is still the oldest
+    m_isUnderWay = m_isTried || hasContents(DatabaseAdapter::databasePath());
+}
+
+/// A power cut behind any of the steps leaves the copy, or all that it held, under the right name.
+void UpgradeCopy::putBack() {
+    const std::string copy = copyPath();
+    const std::string database = DatabaseAdapter::databasePath();
+    (void)removed(partPath());
+    if (!hasContents(copy)) {
+        remove();
+        return;
+    }
+    struct stat before {};
+    const bool wasThere = ::stat(database.c_str(), &before) == 0;
+    const std::string used = usedFilePlace();
+    const std::string unused = Storage::devicePath(updateValuesFile);
+    if (::access(used.c_str(), F_OK) == 0 && ::access(unused.c_str(), F_OK) != 0) {
+        (void)succeeded(std::rename(used.c_str(), unused.c_str()), "renaming", used);
+        (void)Storage::syncFolderOf(unused);  // without the copy the other name would be cleared up
+    }
+    if (!DatabaseAdapter::isSound(copy) && hasContents(database) &&
+        DatabaseAdapter::isSound(database)) {
+        DAS_LOG(2, "The copy '%s' is damaged and is not put back", copy.c_str());
+        remove();
+        return;
+    }
+    // What outlived the file which it belongs to would be rolled back into the copy, or on to it.
+    if (removed(database + "-journal") && removed(database + "-wal") && folderSynced() &&
+        succeeded(std::rename(copy.c_str(), database.c_str()), "renaming", copy)) {
+        if (wasThere) {
+            handOverRights(before, database);
+        }
+        (void)folderSynced();
+        (void)removed(used);
+        DAS_LOG(2, "An upgrade was cut off: the database is as it was before");
+    } else {
+        DAS_LOG(2, "An upgrade was cut off and goes on from there");
+    }
+}
+
+void UpgradeCopy::watch(DatabaseAdapter* adapter) {
+    if (m_isUnderWay && adapter != nullptr) {
+        adapter->callBeforeChange([this] { make(); });
+    }
+}
+
+void UpgradeCopy::make() {
+    if (!m_isUnderWay || m_isTried.exchange(true)) {
+        return;
+    }
+    bool isMade = false;
+    try {
+        isMade = madeCopy();
+    } catch (const std::exception& error) {
+        DAS_LOG(2, "The copy of the database ended early: %s", error.what());
+    }
+    if (isMade) {
+        DAS_LOG(5, "The database is kept as '%s' while it is upgraded", copyPath().c_str());
+    } else {
+        DAS_LOG(2, "The database is upgraded without a copy of what it was");
+        remove();
+    }
+}
+
+void UpgradeCopy::remove() {
+    const std::string copy = copyPath();
+    (void)removed(partPath());
+    if (!removed(copy) && !succeeded(::truncate(copy.c_str(), 0), "emptying", copy)) {
+        DAS_LOG(2, "The next start will put back '%s'", copy.c_str());
+    }
+    if (::access(usedFilePlace().c_str(), F_OK) == 0) {
+        (void)folderSynced();  // a copy that is there again would need it
+        (void)removed(usedFilePlace());
+    }
+}
+
+void UpgradeCopy::prepareForReset() {
+    if (m_isUnderWay) {
+        make();
+    } else {
+        remove();
+    }
+}
+
+void UpgradeCopy::end() {
+    if (m_isUnderWay && ::access(copyPath().c_str(), F_OK) == 0) {
+        // The last journal is gone for good before the copy is: a database that it takes back a
+        // step would be neither of the two.
+        (void)folderSynced();
+        remove();
+        (void)folderSynced();
+        DAS_LOG(5, "The upgrade has ended, the copy of the database is removed");
+    }
+    m_isUnderWay = false;
+    const auto end = std::chrono::steady_clock::now() + Patience;
+    while (m_folder >= 0 && !lock(LOCK_SH) && errno == EWOULDBLOCK &&
+           std::chrono::steady_clock::now() < end) {
+        (void)::poll(nullptr, 0, MillisecondsBetweenTries);
+    }
+}
+
+int UpgradeCopy::removeUsedFile() {
+    const std::string place = Storage::devicePath(updateValuesFile);
+    const int result = hasContents(copyPath()) ? std::rename(place.c_str(), usedFilePlace().c_str())
+                                               : std::remove(place.c_str());
+    (void)Storage::syncFolderOf(place);  // there again after a power cut, it would count once more
+    return result;
+}
