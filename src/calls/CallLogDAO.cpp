@@ -58,6 +58,9 @@ constexpr RequestParser Parser = {CallLogDAOXmlStartElement, CallLogDAOXmlEndEle
                                   CallLogDAOXmlCharacterDataHandler, LogComponent,
                                   "Parsing a CallLogDAO '%s' request failed."};
 
+const AssignedNumbers::Key NumberKey = {CallLogTableName,
+                                        CallLogColumns::name(CallLogColumns::UniqueId)};
+
 constexpr int TableExists = 2;  // result of createTable
 /// Fields of a file that was written before calls got more.
 constexpr unsigned FieldsOfOlderFile = 98;
@@ -74,7 +77,6 @@ const std::string joinInFrontOfUser =
     "        PHONE_BOOK.Private = CALL_LOG.Number0 )"
     "        AND PHONE_BOOK.UserContext = ";
 const std::string joinBehindUser = "        AND CALL_LOG.Number0 <> ''";
-const std::string conversationCalls = "(SELECT CONVERSATIONS.CallLogId FROM CONVERSATIONS)";
 
 /// Columns in the order of a data file that begins with the number.
 constexpr RowColumn FileColumns[] = {CallLogColumns::UniqueId,    CallLogColumns::EntryId,
@@ -263,8 +265,8 @@ void CallLogDAO::fillupSearchParams(PairList& params, unsigned index) const {
 
 int CallLogDAO::writeWithTable() {
     int status = writeRequest();
-    if (status == 0) {
-        return 0;
+    if (status == 0 || couldNotBegin()) {
+        return status;
     }
     status = createTable();
     if (status == TableExists) {
@@ -295,6 +297,10 @@ int CallLogDAO::writeEntry(std::size_t index) {
         return names;
     }();
     const std::vector<std::string> values = valuesOf(index);
+    if (!m_entries[index].values[0].empty() &&
+        !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, values[CallLogColumns::UniqueId])) {
+        return 1;
+    }
     int result = 0;
     // Nearly every entry names all places, so its columns are always the same.
     if (values.size() == columnsOfFullRow.size()) {
@@ -379,7 +385,8 @@ int CallLogDAO::readRequest() {
     fillupSearchParams(params, 0);
     PairList hidden;
     if (hidesConversations()) {
-        hidden.emplace_back(number, conversationCalls);
+        hidden.emplace_back(number,
+                            ConversationsTable::allNamedIn(ConversationsColumns::callColumn));
     }
     // A call whose number several contacts have is one row all the same.
     std::vector<std::string> groupBy(isJoined() ? 1 : 0, number);
@@ -427,7 +434,7 @@ std::string CallLogDAO::responseData() {
     }
     std::string out;
     if (m_responseReason == ReadResponse && !m_resultRows.empty()) {
-        const ShownCells shown = shownCells(m_resultRows.front().size());
+        const ShownCells shown = shownCells();
         for (const auto& row : m_resultRows) {
             out += xmlEntryStartTag;
             appendRow(out, row, shown);
@@ -440,7 +447,7 @@ std::string CallLogDAO::responseData() {
     return out;
 }
 
-CallLogDAO::ShownCells CallLogDAO::shownCells(std::size_t rowWidth) const {
+CallLogDAO::ShownCells CallLogDAO::shownCells() const {
     const bool showsWholeRows = calculateIfReadAll(m_tableName);
     ShownCells shown;
     if (m_resultColumns.empty()) {
@@ -448,7 +455,7 @@ CallLogDAO::ShownCells CallLogDAO::shownCells(std::size_t rowWidth) const {
         shown.contact = isJoined() ? CallLogColumns::Count : None;
         return shown;
     }
-    const auto positions = CallLogWriter::positionsOfWords(m_resultColumns, rowWidth);
+    const auto positions = DASUtils::positionsOfWords(m_dbAdapter, m_resultColumns);
     for (std::size_t i = 0; i < m_resultColumns.size(); ++i) {
         const std::string& word = m_resultColumns[i];
         if (word == CallLogWriter::allOfCallLog()) {
@@ -579,5 +586,5 @@ int CallLogDAO::importRow(const std::string& context, std::vector<std::string>& 
 
 int CallLogDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                   std::vector<std::string>& values) {
-    return insertLineOfFile(table, names, values, CallLogColumns::name(CallLogColumns::UniqueId));
+    return insertLineOfFile(table, names, values, NumberKey);
 }

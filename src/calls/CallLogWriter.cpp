@@ -1,7 +1,5 @@
 #include "calls/CallLogWriter.h"
 
-#include <algorithm>
-
 #include "DASUtilsStrings.h"
 #include "contacts/PhonebookDAO.h"
 
@@ -107,25 +105,6 @@ const std::string& CallLogWriter::allOfCallLog() {
 const std::string& CallLogWriter::allOfPhoneBook() {
     static const std::string word = DASUtilsStrings::PhoneBookTableName + ".*";
     return word;
-}
-
-std::vector<std::size_t> CallLogWriter::positionsOfWords(const Row& words, std::size_t rowWidth) {
-    const auto phoneBooks =
-        static_cast<std::size_t>(std::count(words.begin(), words.end(), allOfPhoneBook()));
-    std::size_t others = 0;
-    for (const std::string& word : words) {
-        others += word == allOfCallLog() ? Count : word == allOfPhoneBook() ? 0 : 1;
-    }
-    const std::size_t left = rowWidth > others ? rowWidth - others : 0;
-    std::vector<std::size_t> positions;
-    std::size_t position = 0;
-    for (const std::string& word : words) {
-        positions.push_back(position);
-        position += word == allOfCallLog()     ? Count
-                    : word == allOfPhoneBook() ? left / phoneBooks
-                                               : 1;
-    }
-    return positions;
 }
 
 const Tags& CallLogWriter::tagsOf(RowColumn column) {

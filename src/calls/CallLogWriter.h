@@ -23,11 +23,6 @@ const std::string& categoryOf(Kind kind);
 const std::string& allOfCallLog();
 const std::string& allOfPhoneBook();
 
-/// Where the columns of each word of ResultCols begin in a row of @p rowWidth cells. What the other
-/// words leave of the row belongs to the phone book, whose table may be older and narrower.
-std::vector<std::size_t> positionsOfWords(const std::vector<std::string>& words,
-                                          std::size_t rowWidth);
-
 /// The tags around a value, made once for many rows.
 struct Tags {
     explicit Tags(const std::string& element);

@@ -18,6 +18,8 @@ constexpr const char* LogSource = "./src/ConversationsDAO";
 
 using namespace ConversationsColumns;
 
+const AssignedNumbers::Key NumberKey = {ConversationsTableName, numberColumn};
+
 /// Cells of a row that an answer shows; the user is left out.
 constexpr std::size_t ShownCells[] = {0, 2, 3};
 
@@ -107,8 +109,8 @@ void ConversationsDAO::fillupSearchParams(PairList& params, unsigned index) cons
 
 int ConversationsDAO::writeWithTable() {
     const int status = writeRequest();
-    if (status == 0) {
-        return 0;
+    if (status == 0 || couldNotBegin()) {
+        return status;
     }
     (void)createTable();  // fails when the table was not the reason
     return writeRequest();
@@ -122,6 +124,10 @@ int ConversationsDAO::writeRequest() {
 
 int ConversationsDAO::writeEntry(std::size_t index) {
     const auto& [number, contact, call] = m_entries[index];
+    if (!number.empty() && !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey,
+                                                         DASUtils::convertToDBFormat(number))) {
+        return 1;
+    }
     const std::vector<std::string> values = {
         number.empty() ? m_numbers.valueOf(index) : DASUtils::convertToDBFormat(number),
         DASUtils::convertToDBFormat(m_responseUser), DASUtils::convertToDBFormat(contact),
@@ -216,8 +222,7 @@ std::string ConversationsDAO::joinedRows() const {
     if (m_resultRows.empty()) {
         return out;
     }
-    const auto positions =
-        CallLogWriter::positionsOfWords(m_resultColumns, m_resultRows.front().size());
+    const auto positions = DASUtils::positionsOfWords(m_dbAdapter, m_resultColumns);
     for (const auto& row : m_resultRows) {
         out += xmlEntryStartTag;
         for (std::size_t i = 0; i < m_resultColumns.size(); ++i) {
@@ -257,5 +262,5 @@ int ConversationsDAO::importData(std::string& location) {
 
 int ConversationsDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                         std::vector<std::string>& values) {
-    return insertLineOfFile(table, names, values, numberColumn);
+    return insertLineOfFile(table, names, values, NumberKey);
 }

@@ -164,16 +164,13 @@ int CallGroupDAO::getRowCount(std::string& count) {
 }
 
 int CallGroupDAO::resetRequest() {
-    int result = 1;
-    for (const std::string& number : groupNumbers()) {
+    const std::vector<std::string>& numbers = groupNumbers();
+    return forEachEntry(numbers.size(), [&](std::size_t i) {
         PairList conditions = {{UserContextTagName, DASUtils::convertToDBFormat(m_responseUser)},
-                               {numberColumn, number}};
+                               {numberColumn, numbers[i]}};
         PairList newValues = blankValues();
-        result = m_dbAdapter != nullptr
-                     ? m_dbAdapter->update(m_tableName, conditions, newValues, false)
-                     : 1;
-    }
-    return result;
+        return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    });
 }
 
 std::string CallGroupDAO::schemaName() {

@@ -37,6 +37,12 @@ const std::shared_ptr<const TableLayout>& layout() {
 ConversationsTable::ConversationsTable(DatabaseAdapter* adapter)
     : DataAccessObject(adapter, layout()) {}
 
+std::string ConversationsTable::allNamedIn(const std::string& column) {
+    const std::string name = ConversationsTableName + "." + column;
+    return "(SELECT " + name + " FROM " + ConversationsTableName + " WHERE " + name +
+           " IS NOT NULL)";
+}
+
 int ConversationsTable::createTable() {
     DAS_LOG(6, "createTable");
     PairList newColumns;

@@ -23,6 +23,10 @@ public:
 
     /// 0 when the table was created, 2 when it is there already, 1 for any other failure.
     int createTable() override;
+
+    /// The subquery for what @p column names, contactColumn or callColumn, in all conversations. It
+    /// has no NULL: a comparison with one is never true, so NOT IN would match no row at all.
+    static std::string allNamedIn(const std::string& column);
 };
 
 #endif

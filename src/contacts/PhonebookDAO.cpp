@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 
 #include "ClientUtils.h"
 #include "Storage.h"
 #include "contacts/ConversationsTable.h"
-#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 
@@ -70,7 +68,7 @@ const std::string searchExternalIdReason = "search_by_external_id";
 
 const char* const dataDirectory = "/data/";
 constexpr int highestDiskUsage = 90;
-const std::string nullValue = "NULL";
+const AssignedNumbers::Key NumberKey = {PhoneBookTableName, PhonebookUniqueIDTagName};
 const std::string patternWord = "LIKE";
 
 std::vector<std::string> elementNames() {
@@ -102,9 +100,10 @@ std::vector<std::string> fileColumns(FieldPlace first) {
 }
 
 /// A value of a data file in database form.
-std::string cellOfFile(const std::string& column, const std::string& value) {
-    if (column == PhonebookUniqueIDTagName && value.empty()) {
-        return nullValue;
+std::string cellOfFile(DatabaseAdapter& adapter, const std::string& column,
+                       const std::string& value) {
+    if (column == PhonebookUniqueIDTagName) {
+        return AssignedNumbers::ofFile(adapter, NumberKey, ClientUtils::unescapeXMLString(value));
     }
     return DASUtils::escapeAndQuote(column == PhonebookPictureTagName
                                         ? Storage::getStorageName(value)
@@ -283,7 +282,7 @@ int PhonebookDAO::readRequest() {
     if (calculateIfReadAll(m_tableName) && !m_resultColumns.empty()) {
         (void)ConversationsTable(m_dbAdapter).createMissingTable();
         hidden.emplace_back("PHONE_BOOK.UniqueID",
-                            "(SELECT CONVERSATIONS.PhonebookId FROM CONVERSATIONS)");
+                            ConversationsTable::allNamedIn(ConversationsColumns::contactColumn));
     }
     PairList none;
     PairList orderBy = {{"UPPER(" + PhonebookSurnameTagName + ")", ""}};
@@ -344,12 +343,20 @@ int PhonebookDAO::updateRequest() {
     if (m_dbAdapter == nullptr || conditions.empty()) {
         return 1;
     }
+    const bool numbersAreGood =
+        std::all_of(newValues.begin(), newValues.end(), [this](const auto& value) {
+            return value.first != PhonebookUniqueIDTagName ||
+                   AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, value.second);
+        });
+    if (!numbersAreGood) {
+        return 1;
+    }
     return m_dbAdapter->update(m_tableName, conditions, newValues, false);
 }
 
 int PhonebookDAO::writeWithTable() {
     int status = writeRequest();
-    if (status != 0) {
+    if (status != 0 && !couldNotBegin()) {
         (void)createTable();  // fails when the table was not the reason
         status = writeRequest();
     }
@@ -374,24 +381,20 @@ int PhonebookDAO::writeRequest() {
 }
 
 int PhonebookDAO::insertContacts() {
-    std::unique_ptr<TransactionGuard> transaction;
     if (m_contacts.size() > 1) {
-        transaction = std::make_unique<TransactionGuard>(*m_dbAdapter);
+        return forEachEntry(m_contacts.size(),
+                            [this](std::size_t index) { return insertContact(index); });
     }
-    int result = -1;
-    for (std::size_t index = 0; index < m_contacts.size(); ++index) {
-        result = insertContact(index);
-    }
-    // A batch that could not be committed is not there, whatever its last row said.
-    const int ended = transaction != nullptr ? transaction->end() : 0;
-    return result != 0 ? result : m_dbAdapter->convertSQLiteStatusToAdapterStatus(ended);
+    return m_contacts.empty() ? -1 : insertContact(0);
 }
 
 int PhonebookDAO::insertContact(std::size_t index) {
     const Fields fields = fieldsOf(m_contacts[index]);
     const std::string& number = fields[NumberField]->text;
-    const bool isForm = number.empty() || DASUtils::isIdentifier(number);
-    if (!isForm || fields[SurnameField]->isPattern || fields[FirstnameField]->isPattern) {
+    const bool isGood =
+        number.empty() || (DASUtils::isIdentifier(number) &&
+                           AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, number));
+    if (!isGood || fields[SurnameField]->isPattern || fields[FirstnameField]->isPattern) {
         return 1;
     }
     std::vector<std::string> values;
@@ -523,7 +526,8 @@ int PhonebookDAO::updateItemInTable(const std::string& table, std::vector<std::s
     std::vector<std::string> row;
     row.reserve(names.size());
     for (std::size_t i = 0; i < std::max(names.size(), values.size()); ++i) {
-        row.push_back(cellOfFile(names.at(i), i < values.size() ? values[i] : std::string()));
+        row.push_back(
+            cellOfFile(*m_dbAdapter, names.at(i), i < values.size() ? values[i] : std::string()));
     }
     return m_dbAdapter->insertRow(table, names, row, nullptr);
 }

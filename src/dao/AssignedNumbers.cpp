@@ -3,10 +3,57 @@
 #include <algorithm>
 
 #include "ClientUtils.h"
+#include "dao/DASUtils.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/AssignedNumbers";
+
+const std::string NewNumber = "NULL";
+
+/// Whether @p number has too few characters to be above the highest number, also without its quotes.
+/// One with an exponent may be short.
+bool isSurelyLow(const std::string& number) {
+    constexpr std::size_t digitsOfLowNumber = 15;
+    return number.size() <= digitsOfLowNumber &&
+           number.find_first_of("eE") == std::string::npos;
+}
+
+}  // namespace
+
+bool AssignedNumbers::mayBeStored(DatabaseAdapter& adapter, const Key& key,
+                                  const std::string& number) {
+    if (isSurelyLow(number)) {
+        return true;
+    }
+    // SQLite tells what it would take the text for.
+    Rows rows;
+    const bool isAsked =
+        adapter.executeSQLQuery("SELECT CAST(" + number + " AS NUMERIC) > " +
+                                    ClientUtils::int64tos(Highest) +
+                                    " AND NOT EXISTS (SELECT 1 FROM " + key.table + " WHERE " +
+                                    key.column + " = " + number + ");",
+                                rows) == 0;
+    const bool mayBe = isAsked && rows.at(0).at(0) == "0";
+    if (!mayBe) {
+        DAS_LOG(2, "No new row of %s may have the number %s, which is above %lld",
+                key.table.c_str(), number.c_str(), Highest);
+    }
+    return mayBe;
+}
+
+std::string AssignedNumbers::ofFile(DatabaseAdapter& adapter, const Key& key,
+                                    const std::string& text) {
+    const std::string number = DASUtils::escapeAndQuote(text);
+    return text.empty() || !mayBeStored(adapter, key, number) ? NewNumber : number;
+}
 
 std::string AssignedNumbers::valueOf(std::size_t entry) const {
     const bool isStored = entry < m_numbers.size() && m_numbers[entry] != 0;
-    return isStored ? ClientUtils::int64tos(m_numbers[entry]) : "NULL";
+    return isStored ? ClientUtils::int64tos(m_numbers[entry]) : NewNumber;
 }
 
 void AssignedNumbers::keep(std::size_t entry, long long number) {

@@ -142,6 +142,22 @@ bool DASUtils::areResultColumns(const std::vector<std::string>& words) {
     return std::all_of(words.begin(), words.end(), isResultColumn);
 }
 
+std::vector<std::size_t> DASUtils::positionsOfWords(DatabaseAdapter* adapter,
+                                                    const std::vector<std::string>& words) {
+    std::vector<std::size_t> positions;
+    std::size_t position = 0;
+    for (const std::string& word : words) {
+        positions.push_back(position);
+        const auto dot = word.find(".*");
+        const bool isWide = adapter != nullptr && dot != std::string::npos && isResultColumn(word);
+        const bool isLast = positions.size() == words.size();  // nothing follows its cells
+        position += isWide && !isLast ? static_cast<std::size_t>(adapter->getColumnCount(
+                                            "SELECT * FROM " + word.substr(0, dot) + ";"))
+                                      : 1;
+    }
+    return positions;
+}
+
 bool DASUtils::isPattern(const std::string& text) {
     static const std::string opening = "LIKE '";
     if (text.compare(0, opening.size(), opening) != 0 || text.size() == opening.size() ||

@@ -70,6 +70,10 @@ public:
     static bool isResultColumn(const std::string& word);
     /// Whether all words have the form of isResultColumn.
     static bool areResultColumns(const std::vector<std::string>& words);
+    /// Where the cells of each word of ResultCols begin in a row: "TABLE.*" is as wide as its table,
+    /// any other word one cell. @p adapter may be null, which knows no table.
+    static std::vector<std::size_t> positionsOfWords(DatabaseAdapter* adapter,
+                                                     const std::vector<std::string>& words);
     /// LIKE and a text in single quotes, whose inner quotes are doubled.
     static bool isPattern(const std::string& text);
 
@@ -91,9 +95,18 @@ public:
     static bool mayInsertDefaultRows(DatabaseAdapter& adapter, const std::string& table,
                                      int createResult);
 
-    /// Makes @p table through its object when it counts no rows, with its default rows.
-    static void makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
-                                     const std::string& table);
+    /// What is known of a table before a request to it is served.
+    enum class TableState {
+        Ready,     ///< it has rows, or may be empty
+        Unknown,   ///< its rows could not be counted: they may be there or not
+        NotFilled  ///< it is empty, and its default rows could not be stored
+    };
+    /// Makes @p table through its object when it counts no rows, with all of its default rows.
+    static TableState makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                           const std::string& table);
+    /// The same for one that counts no rows. @p isCounted says whether that is known to be true.
+    static TableState makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                const std::string& table, bool isCounted);
 
     // Whose data the telephone serves: settings of the device -------------------------------------
 
@@ -198,21 +211,26 @@ public:
 
     // Request bodies ------------------------------------------------------------------------------
 
+    /// A generic object with what the frame of its request works on. The strings are fields of the
+    /// object, which the parse fills.
+    struct RequestFrame {
+        DataAccessObject& dao;
+        DatabaseAdapter& adapter;
+        const std::string& table;
+        XmlStartHandler start;
+        XmlEndHandler end;
+        XmlCharacterHandler characters;
+        const std::string& context;  ///< of the request, escaped; empty when it names none
+        const std::string& reason;
+        std::string& user;      ///< takes the context in force, escaped
+        std::string& response;  ///< takes the reason of the response
+    };
     /**
-     * The frame of a request to a generic object: parses @p text into @p dao, makes the table if it
-     * counts no rows, settles the user and runs the operation of the reason. @p context, @p user,
-     * @p reason and @p response are fields of @p dao, which the parse inside fills. A damaged
-     * request is served as far as it was read: kept on purpose, older clients leave the end off.
-     *
-     * @param context context of the request, escaped; empty when it names none
-     * @param user    takes the context in force, escaped
+     * The frame of a request to a generic object: parses @p text, makes the table if it counts no
+     * rows, settles the user and runs the operation of the reason. A damaged request is served as
+     * far as it was read: kept on purpose, older clients leave the end off.
      */
-    static void handleRequestHelper(const char* text, int length, XmlStartHandler start,
-                                    XmlEndHandler end, XmlCharacterHandler characters,
-                                    DataAccessObject* dao, const std::string& context,
-                                    std::string& user, const std::string& reason,
-                                    std::string& response, DatabaseAdapter& adapter,
-                                    const std::string& table);
+    static void handleRequestHelper(const char* text, int length, const RequestFrame& frame);
 
     /// Logs at level 5 that a request had @p reason, and the reasons that are @p served there.
     static void logUnknownReason(const std::string& reason,
@@ -237,7 +255,8 @@ public:
 
     /**
      * Updates rows of one user, inserting those that are missing; two rows or more stand in one
-     * transaction. Without @p rows the one row is @p rowId with @p newValues.
+     * transaction, and fail together when it can't begin. Without @p rows the one row is @p rowId
+     * with @p newValues.
      *
      * @return result of the last row that has an identifier, 1 when none has. Earlier failures of a
      *         batch are in the log alone: kept on purpose, clients send what is new last.

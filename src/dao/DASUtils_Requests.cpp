@@ -81,38 +81,48 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
 
 }  // namespace
 
-void DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
-                                    const std::string& table) {
+DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao,
+                                                    DatabaseAdapter& adapter,
+                                                    const std::string& table) {
+    PairList all;
     std::string count;
-    getRowCount(adapter, table, count);
-    if (count == "0" && mayInsertDefaultRows(adapter, table, dao.createTable())) {
-        // Those that are missing: another process may have been faster.
-        (void)dao.insertDefaultRows(true);  // a failed insert is in the log, the request goes on
-    }
+    const bool isCounted = adapter.countRows(table, all, count) == 0;
+    return count != "0" ? TableState::Ready : makeTable(dao, adapter, table, isCounted);
 }
 
-void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler start,
-                                   XmlEndHandler end, XmlCharacterHandler characters,
-                                   DataAccessObject* dao, const std::string& context,
-                                   std::string& user, const std::string& reason,
-                                   std::string& response, DatabaseAdapter& adapter,
-                                   const std::string& table) {
-    XmlHandler handler(dao, start, end, characters);
+DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
+                                         const std::string& table, bool isCounted) {
+    if (dao.createTable() != 0 && !isCounted) {
+        return TableState::Unknown;
+    }
+    // Those that are missing: another process may have been faster.
+    (void)dao.insertDefaultRows(true);
+    // They are stored together or not at all, so one row tells.
+    PairList all;
+    std::string count;
+    const bool isFilled = dao.defaultRowIds().empty() ||
+                          (adapter.countRows(table, all, count) == 0 && count != "0");
+    return isFilled ? TableState::Ready : TableState::NotFilled;
+}
+
+void DASUtils::handleRequestHelper(const char* text, int length, const RequestFrame& frame) {
+    XmlHandler handler(&frame.dao, frame.start, frame.end, frame.characters);
     if (handler.parseMessage(text, length) == 0) {
         DAS_LOG(2, "Parsing the request failed.");
     }
+    frame.response = DASUtilsStrings::FailureResponse;
     // Before reason and user are looked at: kept on purpose, any request makes the table.
-    makeTableWithoutRows(*dao, adapter, table);
-    user = context.empty() ? escapeSqlReservedCharacters(dao->currentUser()) : context;
-    response = DASUtilsStrings::FailureResponse;
-    if (user.empty()) {
+    const TableState state = makeTableWithoutRows(frame.dao, frame.adapter, frame.table);
+    frame.user = frame.context.empty() ? escapeSqlReservedCharacters(frame.dao.currentUser())
+                                       : frame.context;
+    if (frame.user.empty() || !frame.dao.mayServe(state)) {
         return;
     }
     for (const ReasonRow& row : GenericReasons) {
-        if (reason == *row.reason) {
-            response = *row.response;
-            if ((dao->*row.operation)() != 0) {
-                response = DASUtilsStrings::FailureResponse;
+        if (frame.reason == *row.reason) {
+            frame.response = *row.response;
+            if ((frame.dao.*row.operation)() != 0) {
+                frame.response = DASUtilsStrings::FailureResponse;
             }
             return;
         }
@@ -121,7 +131,7 @@ void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler
     for (const ReasonRow& row : GenericReasons) {
         served.push_back(row.reason);
     }
-    logUnknownReason(reason, served);
+    logUnknownReason(frame.reason, served);
 }
 
 void DASUtils::logUnknownReason(const std::string& reason,
@@ -160,7 +170,11 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
     }
     std::unique_ptr<TransactionGuard> transaction;
     if (rows.size() > 1) {
-        transaction = std::make_unique<TransactionGuard>(adapter);
+        // At once: whoever keeps the batch from being stored is waited for once, not at each row.
+        transaction = std::make_unique<TransactionGuard>(adapter, TransactionGuard::Locks::AtOnce);
+        if (transaction->beginResult() != 0) {
+            return transaction->beginResult();
+        }
     }
     int result = 1;
     for (const RowData& row : rows) {

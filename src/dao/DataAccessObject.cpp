@@ -48,12 +48,15 @@ std::vector<Cell> cellsOfAllColumns(const std::vector<std::string>& columnNames,
     return cells;
 }
 
-std::vector<Cell> cellsOfResultColumns(const std::vector<std::string>& resultColumns,
+/// Words that are no column's own name show nothing; their cells are passed over.
+std::vector<Cell> cellsOfResultColumns(DatabaseAdapter* adapter,
+                                       const std::vector<std::string>& resultColumns,
                                        const std::vector<std::string>& columnNames) {
+    const auto positions = DASUtils::positionsOfWords(adapter, resultColumns);
     std::vector<Cell> cells;
     for (std::size_t i = 0; i < resultColumns.size(); ++i) {
         if (DASUtils::columnIsInColumnList(resultColumns[i], columnNames)) {
-            cells.push_back(makeCell(i, resultColumns[i]));
+            cells.push_back(makeCell(positions[i], resultColumns[i]));
         }
     }
     return cells;
@@ -153,9 +156,10 @@ void DataAccessObject::handleRequest(const char* text, int length) {
         m_responseReason = DASUtilsStrings::FailureResponse;
         return;
     }
-    handleRequestHelper(text, length, m_startHandler, m_endHandler, m_charHandler, this,
-                        m_requestContext, m_responseUser, m_reason, m_responseReason, *m_dbAdapter,
-                        m_tableName);
+    handleRequestHelper(text, length,
+                        {*this, *m_dbAdapter, m_tableName, m_startHandler, m_endHandler,
+                         m_charHandler, m_requestContext, m_reason, m_responseUser,
+                         m_responseReason});
 }
 
 bool DataAccessObject::hasAdapter() const {
@@ -190,13 +194,13 @@ bool DataAccessObject::settleUser() {
 }
 
 void DataAccessObject::handleRequestHelper(const char* text, int length,
-                                           XmlStartHandler startHandler, XmlEndHandler endHandler,
-                                           XmlCharacterHandler charHandler, DataAccessObject* dao,
-                                           const std::string& context, std::string& user,
-                                           const std::string& reason, std::string& response,
-                                           DatabaseAdapter& adapter, const std::string& table) {
-    DASUtils::handleRequestHelper(text, length, startHandler, endHandler, charHandler, dao, context,
-                                  user, reason, response, adapter, table);
+                                           const DASUtils::RequestFrame& frame) {
+    DASUtils::handleRequestHelper(text, length, frame);
+}
+
+bool DataAccessObject::mayServe(DASUtils::TableState state) const {
+    return state == DASUtils::TableState::Ready ||
+           (state == DASUtils::TableState::Unknown && m_reason == DASUtilsStrings::ReadRequest);
 }
 
 std::string DataAccessObject::firstAttribute(const char** attributes) {
@@ -357,8 +361,9 @@ std::string DataAccessObject::responseDataHelper(
     }
     const bool all = resultColumns.empty() ||
                      (resultColumns.size() == 1 && resultColumns.front() == m_tableName + ".*");
-    const std::vector<Cell> cells = all ? cellsOfAllColumns(columnNames, skipFirstColumn ? 1 : 0)
-                                        : cellsOfResultColumns(resultColumns, columnNames);
+    const std::vector<Cell> cells =
+        all ? cellsOfAllColumns(columnNames, skipFirstColumn ? 1 : 0)
+            : cellsOfResultColumns(m_dbAdapter, resultColumns, columnNames);
     const bool inContext = !context.empty();
     std::string text;
     text.reserve(

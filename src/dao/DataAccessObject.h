@@ -9,6 +9,7 @@
 #include "DASTypes.h"
 #include "DASUtilsStrings.h"
 #include "XmlHandler.h"
+#include "dao/AssignedNumbers.h"
 #include "dao/DASUtils.h"
 
 class CsvReader;
@@ -255,11 +256,11 @@ public:
                              const std::string& id);
 
     /// Forwards to DASUtils::handleRequestHelper.
-    void handleRequestHelper(const char* text, int length, XmlStartHandler startHandler,
-                             XmlEndHandler endHandler, XmlCharacterHandler charHandler,
-                             DataAccessObject* dao, const std::string& context, std::string& user,
-                             const std::string& reason, std::string& response,
-                             DatabaseAdapter& adapter, const std::string& table);
+    void handleRequestHelper(const char* text, int length, const DASUtils::RequestFrame& frame);
+
+    /// Whether the request may be served on a table of this state: on one whose rows could not be
+    /// counted it may only read. A row that it stored would keep the default rows out for good.
+    bool mayServe(DASUtils::TableState state) const;
 
     /// The first attribute's value, escaped for SQL; empty when there is none.
     static std::string firstAttribute(const char** attributes);
@@ -326,16 +327,17 @@ protected:
     PairList namesAndTypes() const;
 
     /// Runs @p operation for each of @p count entries in one transaction: the result of the last
-    /// one, or of the commit when that failed. 0 for no entries, 1 without an adapter.
+    /// one, or the adapter status of the commit when that failed. When the transaction can't begin,
+    /// its status, and no operation runs. 0 for no entries, 1 without an adapter.
     int forEachEntry(std::size_t count, const std::function<int(std::size_t)>& operation);
 
     /// Names of columns().
     std::vector<std::string> columnNames() const;
 
-    /// Inserts one line of a data file, plain text: XML escapes are undone, and a blank value of
-    /// the column @p key is assigned. A raw SQLite code, 1 without an adapter.
+    /// Inserts one line of a data file, plain text: XML escapes are undone, and the value of the
+    /// column of @p key is that of AssignedNumbers::ofFile. A raw SQLite code, 1 without an adapter.
     int insertLineOfFile(const std::string& table, const std::vector<std::string>& names,
-                         const std::vector<std::string>& values, const std::string& key);
+                         const std::vector<std::string>& values, const AssignedNumbers::Key& key);
 
     /**
      * Gives each line of a file with one user's rows to @p store, in one transaction; what it takes
@@ -352,6 +354,9 @@ protected:
      */
     int replaceRowsOfUser(const std::string& context, const std::string& location,
                           const std::function<int(std::vector<std::string>&)>& store);
+
+    /// Whether forEachEntry could not begin its transaction: a second run would wait as long again.
+    [[nodiscard]] bool couldNotBegin() const { return m_couldNotBegin; }
 
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.
@@ -380,6 +385,8 @@ protected:
     PairList m_newValues;  ///< column and value in database form: of the row, or search terms
 
 private:
+    bool m_couldNotBegin = false;
+
     std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
                            CsvReader& file);
     /// The steps of importRowsOfUser, for the caller's transaction. Whether the file opened.

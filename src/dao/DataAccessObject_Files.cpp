@@ -76,7 +76,7 @@ bool DataAccessObject::importTable(const std::string& table, std::vector<std::st
     if (m_dbAdapter == nullptr) {
         return false;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
         return false;
     }
@@ -164,7 +164,7 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
     }
     const int columnCount = m_dbAdapter->getColumnCount("SELECT * FROM " + table + ";");
     const std::size_t padded = isFilledUp(table) ? static_cast<std::size_t>(columnCount) : 0;
-    TransactionGuard transaction(*m_dbAdapter);
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
         return false;
     }
@@ -219,7 +219,10 @@ bool DataAccessObject::prepareImport(std::vector<std::string>& names) {
     if (m_dbAdapter == nullptr) {
         return false;
     }
-    DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
+    if (DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName) !=
+        DASUtils::TableState::Ready) {
+        return false;  // the file's rows would keep the default rows out for good
+    }
     if (hasColumn(DASUtilsStrings::UserContextTagName) && !defaultRowIds().empty()) {
         // A file's rows are only ever updated, and a start in base wipes those of the visitor.
         (void)insertDefaultRows(true);
@@ -251,7 +254,10 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
                                        const std::function<int(std::vector<std::string>&)>& store,
                                        const std::function<void()>& prepare) {
     const auto import = [&] { return storeRowsOf(location, store, prepare); };
-    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, import) ? 0 : 1;
+    return m_dbAdapter != nullptr &&
+                   runWholeOrNot(*m_dbAdapter, import, TransactionGuard::Locks::AtOnce)
+               ? 0
+               : 1;
 }
 
 bool DataAccessObject::storeRowsOf(const std::string& location,
@@ -280,23 +286,26 @@ int DataAccessObject::replaceRowsOfUser(
         isRead = storeRowsOf(location, store, {});
         return true;  // kept on purpose: an import always takes the old ones away
     };
-    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, replace) && isRead ? 0 : 1;
+    return m_dbAdapter != nullptr &&
+                   runWholeOrNot(*m_dbAdapter, replace, TransactionGuard::Locks::AtOnce) && isRead
+               ? 0
+               : 1;
 }
 
 int DataAccessObject::insertLineOfFile(const std::string& table,
                                        const std::vector<std::string>& names,
                                        const std::vector<std::string>& values,
-                                       const std::string& key) {
+                                       const AssignedNumbers::Key& key) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
     std::vector<std::string> row;
     row.reserve(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const bool isAssigned = values[i].empty() && i < names.size() && names[i] == key;
-        row.push_back(isAssigned
-                          ? "NULL"
-                          : DASUtils::escapeAndQuote(ClientUtils::unescapeXMLString(values[i])));
+        const bool isNumber = i < names.size() && names[i] == key.column;
+        const std::string value = ClientUtils::unescapeXMLString(values[i]);
+        row.push_back(isNumber ? AssignedNumbers::ofFile(*m_dbAdapter, key, value)
+                               : DASUtils::escapeAndQuote(value));
     }
     const int result = m_dbAdapter->insertRow(table, names, row, nullptr);
     if (result != 0) {

@@ -53,14 +53,20 @@ int DataAccessObject::forEachEntry(std::size_t count,
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    // At once: whoever keeps the entries from being stored is waited for once, not at each of them.
+    TransactionGuard transaction(*m_dbAdapter, count > 0 ? TransactionGuard::Locks::AtOnce
+                                                         : TransactionGuard::Locks::AtFirstWrite);
+    m_couldNotBegin = transaction.beginResult() != 0;
+    if (m_couldNotBegin) {
+        return m_dbAdapter->convertSQLiteStatusToAdapterStatus(transaction.beginResult());
+    }
     int result = 0;
     for (std::size_t entry = 0; entry < count; ++entry) {
         result = operation(entry);
     }
     // A batch that could not be committed is not there, whatever its last entry said.
     const int ended = transaction.end();
-    return result != 0 ? result : ended;
+    return result != 0 ? result : m_dbAdapter->convertSQLiteStatusToAdapterStatus(ended);
 }
 
 std::vector<std::string> DataAccessObject::columnNames() const {

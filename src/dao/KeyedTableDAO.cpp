@@ -86,8 +86,8 @@ void KeyedTableDAO::handleRequest(const char* text, int length) {
     if (!parseRequest(text, length, m_table->parser)) {
         return;
     }
-    checkTable();
-    if (settleUser() || !isOfUser()) {
+    const DASUtils::TableState state = checkTable();
+    if ((settleUser() || !isOfUser()) && mayServe(state)) {
         serve();
     }
 }
@@ -102,12 +102,12 @@ void KeyedTableDAO::serve() {
     }
 }
 
-void KeyedTableDAO::checkTable() {
-    if (defaultRowIds().empty()) {
-        (void)createMissingTable();  // a failure is in the log
-    } else {
-        DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
+DASUtils::TableState KeyedTableDAO::checkTable() {
+    if (!defaultRowIds().empty()) {
+        return DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
     }
+    (void)createMissingTable();  // a failure is in the log, and so is that of the request then
+    return DASUtils::TableState::Ready;
 }
 
 PairList KeyedTableDAO::rowConditions(const std::string& identifier) const {
@@ -148,11 +148,15 @@ int KeyedTableDAO::writeRow(const DASUtils::RowData& row) {
     if (row.identifier.empty() && !makesKeys()) {
         return 1;
     }
+    const std::string key = row.identifier.empty() ? "NULL"
+                                                   : DASUtils::convertToDBFormat(row.identifier);
+    if (makesKeys() &&
+        !AssignedNumbers::mayBeStored(*m_dbAdapter, {m_tableName, keyColumn().name}, key)) {
+        return 1;
+    }
     PairList given = row.newValues;
     given.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
-    given.emplace_back(keyColumn().name, row.identifier.empty()
-                                             ? "NULL"
-                                             : DASUtils::convertToDBFormat(row.identifier));
+    given.emplace_back(keyColumn().name, key);
     std::vector<std::string> values;
     values.reserve(columns().size());
     for (const auto& column : columns()) {
@@ -262,19 +266,25 @@ int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
     }
     int result = 0;
     const auto insertAll = [&] {
-        for (std::size_t index = first; result == 0 && index < defaultRowIds().size(); ++index) {
-            bool isThere = false;
-            result = onlyMissing ? findRow(defaultRowIds()[index], isThere) : 0;
-            if (result == 0 && !isThere) {
-                std::vector<std::string> values = defaultRow(index);
-                result = m_dbAdapter->insert(m_tableName, values, nullptr);
-            }
-        }
+        result = insertRowsFrom(first, onlyMissing);
         return result == 0;
     };
     // A table that has some of them is taken for whole: only an empty one is filled later.
     const bool stored = runWholeOrNot(*m_dbAdapter, insertAll, TransactionGuard::Locks::AtOnce);
     return result == 0 && !stored ? 1 : result;
+}
+
+int KeyedTableDAO::insertRowsFrom(std::size_t first, bool onlyMissing) {
+    int result = 0;
+    for (std::size_t index = first; result == 0 && index < defaultRowIds().size(); ++index) {
+        bool isThere = false;
+        result = onlyMissing ? findRow(defaultRowIds()[index], isThere) : 0;
+        if (result == 0 && !isThere) {
+            std::vector<std::string> values = defaultRow(index);
+            result = m_dbAdapter->insert(m_tableName, values, nullptr);
+        }
+    }
+    return result;
 }
 
 int KeyedTableDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
@@ -285,9 +295,9 @@ int KeyedTableDAO::updateItemInTable(const std::string& table, std::vector<std::
     std::vector<std::string> row;
     row.reserve(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
-        const bool isKeyToMake =
-            makesKeys() && names[i] == keyColumn().name && values.at(i).empty();
-        row.push_back(isKeyToMake ? "NULL" : DASUtils::escapeAndQuote(values.at(i)));
+        const bool isNumber = makesKeys() && names[i] == keyColumn().name;
+        row.push_back(isNumber ? AssignedNumbers::ofFile(*m_dbAdapter, {table, names[i]}, values.at(i))
+                               : DASUtils::escapeAndQuote(values.at(i)));
     }
     return m_dbAdapter->insert(table, row, nullptr);
 }

@@ -72,15 +72,18 @@ public:
     virtual void startElement(const char* name, const char** attributes);
 
 protected:
-    /// Brings the table into a form that can serve; failures are in the log and the request goes
-    /// on. Here: makes a missing table, and fills an empty one with its default rows.
-    virtual void checkTable();
+    /// Brings the table into a form that can serve; failures are in the log. Here: makes a missing
+    /// table, and fills an empty one with its default rows.
+    virtual DASUtils::TableState checkTable();
     /// Runs the operation of the reason.
     virtual void serve();
     /// Reads the rows that match @p conditions, with the columns that the request asked for.
     int readRows(const PairList& conditions);
     /// Inserts the default rows from the place @p first on, in one transaction.
     int insertDefaultRowsFrom(std::size_t first, bool onlyMissing);
+    /// The same for a caller who holds a transaction. The status of the first insert that failed,
+    /// which ends it.
+    int insertRowsFrom(std::size_t first, bool onlyMissing);
     /// Goes over to another table of the class.
     void useTable(const KeyedTable& table);
 

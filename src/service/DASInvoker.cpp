@@ -26,7 +26,7 @@
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogComponent = "DASInvoker";
 constexpr const char* LogSource = "./src/DASInvoker";
 
 const char* const responseName = "Response";

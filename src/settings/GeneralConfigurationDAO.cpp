@@ -298,7 +298,11 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    // At once: whoever keeps the items from being stored is waited for once, not at each of them.
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return transaction.beginResult();
+    }
     int result = 0;
     try {
         for (const Item& item : m_items) {

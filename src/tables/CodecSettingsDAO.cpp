@@ -15,7 +15,8 @@ constexpr const char* LogSource = "./src/CodecSettingsDAO";
 using Defaults = std::vector<std::string>;
 
 const std::string RankColumn = "CodecRank";
-constexpr unsigned int RowsBeforeOpus = 3;
+const std::string OpusType = "3";
+constexpr int RowsBeforeOpus = 3;
 constexpr int DefaultRowCount = 4;
 
 const KeyedTable CodecTable = {
@@ -27,7 +28,7 @@ const KeyedTable CodecTable = {
       {RankColumn, columnTypeText, Defaults{"2", "4", "3", "1"}},
       {"CodecAllowed", columnTypeText, Defaults{"true", "false", "true", "true"}},
       {"CodecPacketSize", columnTypeText, "2"}},
-     {"0", "1", "2", "3"}},
+     {"0", "1", "2", OpusType}},
     {CodecSettingsDAOXmlStartElement, CodecSettingsDAOXmlEndElement,
      CodecSettingsDAOXmlCharacterDataHandler, LogComponent,
      "Parsing a CodecSettingsDAO '%s' request failed."},
@@ -66,6 +67,12 @@ int CodecSettingsDAO::increaseAllOtherRanks(unsigned int count) {
         return 1;
     }
     TransactionGuard transaction(*m_dbAdapter);
+    const int result = moveRanks(count);
+    const int ended = transaction.end();
+    return result != 0 ? result : ended;
+}
+
+int CodecSettingsDAO::moveRanks(unsigned int count) {
     int result = 0;
     // From the last to the first, so that no two rows share a rank on the way.
     for (unsigned int number = count; number > 0; --number) {
@@ -74,35 +81,45 @@ int CodecSettingsDAO::increaseAllOtherRanks(unsigned int count) {
         const int updated = m_dbAdapter->update(m_tableName, conditions, newValues, false);
         result = result != 0 ? result : updated;
     }
-    const int ended = transaction.end();
-    return result != 0 ? result : ended;
+    return result;
 }
 
-void CodecSettingsDAO::checkTable() {
+DASUtils::TableState CodecSettingsDAO::checkTable() {
+    PairList all;
     std::string text;
-    getRowCount(text);
-    const int count = ClientUtils::stoi(text);
+    bool isCounted = m_dbAdapter->countRows(m_tableName, all, text) == 0;
+    int count = ClientUtils::stoi(text);
     if (count > DefaultRowCount) {
         DAS_LOG(3, "reset to default codec table");
-        if (m_dbAdapter->dropTable(m_tableName) == 0) {
-            makeDefaultTable();
-        }
-    } else if (count == 0) {
-        makeDefaultTable();
-    } else if (count == static_cast<int>(RowsBeforeOpus)) {
+        isCounted = m_dbAdapter->dropTable(m_tableName) == 0;
+        count = isCounted ? 0 : count;
+    }
+    if (count == 0) {
+        return DASUtils::makeTable(*this, *m_dbAdapter, m_tableName, isCounted);
+    }
+    if (count == RowsBeforeOpus && lacksOpus()) {
         addOpus();
     }
+    return DASUtils::TableState::Ready;
 }
 
-void CodecSettingsDAO::makeDefaultTable() {
-    if (DASUtils::mayInsertDefaultRows(*m_dbAdapter, m_tableName, createTable())) {
-        // Those that are missing: another process may have been faster.
-        (void)insertDefaultRows(true);  // a failed insert is in the log, the request goes on
-    }
+bool CodecSettingsDAO::lacksOpus() {
+    PairList all;
+    PairList opus = {{columns().front().name, DASUtils::convertToDBFormat(OpusType)}};
+    std::string count;
+    return m_dbAdapter->countRows(m_tableName, all, count) == 0 &&
+           ClientUtils::stoi(count) == RowsBeforeOpus &&
+           m_dbAdapter->countRows(m_tableName, opus, count) == 0 && count == "0";
 }
 
 void CodecSettingsDAO::addOpus() {
-    if (increaseAllOtherRanks(RowsBeforeOpus) == 0 && insertDefaultRows(RowsBeforeOpus) == 0) {
+    // Together or not at all: ranks that have moved alone would move again at each request. Another
+    // process may have been faster, so the question is asked once more.
+    const auto add = [this] {
+        return lacksOpus() && moveRanks(RowsBeforeOpus) == 0 &&
+               insertRowsFrom(RowsBeforeOpus, false) == 0;
+    };
+    if (runWholeOrNot(*m_dbAdapter, add, TransactionGuard::Locks::AtOnce)) {
         DAS_LOG(5, "OPUS codec row added");
     }
 }

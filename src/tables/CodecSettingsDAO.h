@@ -14,8 +14,8 @@ void CodecSettingsDAOXmlCharacterDataHandler(void* dao, const char* text, int le
  * The audio codecs in the order in which they are preferred, 1 first.
  *
  * Each request repairs the table before it is served. A table without rows is made anew with the
- * four defaults, and so is one of more than four rows. One of three rows is from before OPUS: the
- * ranks move down by one and OPUS takes the first. Any other table is left as it is.
+ * four defaults, and so is one of more than four rows. One of three rows without OPUS is from before
+ * OPUS: the ranks move down by one and OPUS takes the first. Any other table is left as it is.
  */
 class CodecSettingsDAO : public KeyedTableDAO {
 public:
@@ -32,11 +32,13 @@ public:
     virtual int increaseAllOtherRanks(unsigned int count);
 
 protected:
-    void checkTable() override;
+    DASUtils::TableState checkTable() override;
 
 private:
-    void makeDefaultTable();
+    int moveRanks(unsigned int count);
     void addOpus();
+    /// Whether the table has the three codecs from before OPUS.
+    bool lacksOpus();
 };
 
 #endif

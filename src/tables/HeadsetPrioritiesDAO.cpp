@@ -33,15 +33,12 @@ HeadsetPrioritiesDAO::HeadsetPrioritiesDAO(DatabaseAdapter* adapter)
 
 HeadsetPrioritiesDAO::~HeadsetPrioritiesDAO() = default;
 
-void HeadsetPrioritiesDAO::checkTable() {
-    std::string count;
-    getRowCount(count);
-    if (count != "0") {
-        return;
-    }
-    if (!DASUtils::mayInsertDefaultRows(*m_dbAdapter, m_tableName, createTable())) {
+DASUtils::TableState HeadsetPrioritiesDAO::checkTable() {
+    const DASUtils::TableState state = KeyedTableDAO::checkTable();
+    if (state == DASUtils::TableState::Unknown) {
         DAS_LOG(2, "Cannot create HeadsetPriorities table");
-    } else if (insertDefaultRows(true) != 0) {
+    } else if (state == DASUtils::TableState::NotFilled) {
         DAS_LOG(2, "Cannot insert default rows to HeadsetPriorities table");
     }
+    return state;
 }

@@ -4,7 +4,7 @@
 #include "dao/KeyedTableDAO.h"
 
 /// The kinds of headsets in the order in which they are preferred, 1 first. A table that can't be
-/// made or filled is told by the log, and the request goes on.
+/// made or filled is in the log, and the request fails.
 class HeadsetPrioritiesDAO : public KeyedTableDAO {
 public:
     /// @p adapter is not owned and may be null.
@@ -12,7 +12,7 @@ public:
     ~HeadsetPrioritiesDAO() override;
 
 protected:
-    void checkTable() override;
+    DASUtils::TableState checkTable() override;
 };
 
 #endif

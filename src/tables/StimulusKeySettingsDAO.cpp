@@ -94,9 +94,12 @@ void StimulusKeySettingsDAO::handleRequest(const char* text, int length) {
     if (!parseRequest(text, length, Parser)) {
         return;
     }
-    DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
+    const DASUtils::TableState state =
+        DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
     (void)settleUser();  // a user without a name has no rows
-    dispatch(*this, operations);
+    if (mayServe(state)) {
+        dispatch(*this, operations);
+    }
 }
 
 int StimulusKeySettingsDAO::createTable() {

@@ -20,6 +20,7 @@
 #include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "upgrade/RowNumbers.h"
 #include "upgrade/V1R1ToV1R2Migrator.h"
 
 namespace {
@@ -106,6 +107,12 @@ void migrateStimulusKeys(const Run& run) {
         static_cast<int>(rowsOf(run.service, StimulusKeySettingsTableName)));
 }
 
+void migrateContacts(const Run& run) {
+    // Before any step that adds a row: the database may have no higher number for it.
+    RowNumbers::limit(*run.service->getAdapter());
+    M::migratePhoneBookTable(run.service);
+}
+
 /// Each normal start logs a success here: kept on purpose, a result of 1 also means no work.
 void compareCallLog(const Run& run) {
     switch (M::DAOCompatibilityWithDb(run.service, "CallLog", "CALL_LOG")) {
@@ -184,8 +191,8 @@ const Step Steps[] = {
      "No database migration required for BCA_SETTINGS"},
     {10, "defaults of line keys", nullptr, call<M::dbCheckAndMigrateLineKeySettingsDefaults>,
      nullptr, nullptr},
-    {11, "contacts", nullptr, call<M::migratePhoneBookTable>,
-     "Checking database for Phonebook additions", nullptr},
+    {11, "contacts", nullptr, migrateContacts, "Checking database for Phonebook additions",
+     nullptr},
     {12, "columns of contacts", nullptr, call<M::checkValidityOfPhoneBookTable>, nullptr, nullptr},
     {13, "DSS keys", [](const Run& run) { return columnsOf(run, allDssKeys) == 6; },
      call<M::migrateDSSKeySettingsTable>, "Migrating database for DSS Key Settings",

@@ -80,6 +80,7 @@ TEST_F(ConversationsDAOTest, JoinedReadGivesCallAndContactNewestFirst) {
         {"CONVERSATIONS.UniqueId PHONE_BOOK.* CONVERSATIONS.CallLogId CALL_LOG.*", "E2|E3|E1",
          "G2|G3|G1"},
         {"PHONE_BOOK.*", "", "G2|G3|G1"},
+        {"CONVERSATIONS.* call_log.* PHONE_BOOK.*", "", "G2|G3|G1"},
     };
     for (const auto& row : rows) {
         const std::string answer = readJoined(row.words);

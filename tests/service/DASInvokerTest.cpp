@@ -399,6 +399,7 @@ TEST_F(DASInvokerTest, WhatCannotBeHandledIsDroppedOrAnsweredWithoutAName) {
     EXPECT_TRUE(m_log.has(2, "Unknown messageType = \"fly\"\n"));
     EXPECT_EQ(handle(Method("setProfile"), "CARRIER_PIGEON"), Texts{"deleted"});
     EXPECT_TRUE(m_log.has(2, "Could not find PA for \"CARRIER_PIGEON\"\n"));
+    EXPECT_EQ(m_log.entries().back().component, "DASInvoker");
     m_adapter.isDecodable = false;
     EXPECT_EQ(handle(Method("setProfile")), replied(": "));
     EXPECT_EQ(m_service.calls, Texts{});

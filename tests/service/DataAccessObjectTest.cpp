@@ -54,6 +54,7 @@ TEST_F(DataAccessObjectTest, ReadsAnswerWhatWasAskedFor) {
         {columns("DialUri") + id("1"), entry({{"DialUri", "a"}})},
         {columns(" Id  DialUri ") + id("1"), entry({{"Id", "1"}, {"DialUri", "a"}})},
         {columns("ABBREVIATED_DIALLING.*") + id("1"), one},
+        {columns("ABBREVIATED_DIALLING.* DialUri") + id("1"), entry({{"DialUri", "a"}})},
         {columns("UserContext") + id("1"), entry({})},
         {columns("Nope") + id("1"), Failed},
         {"<Nope>x</Nope>" + uri("b"), two},

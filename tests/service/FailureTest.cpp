@@ -50,7 +50,7 @@ TEST_F(FailureTest, AFailedWriteIsAnsweredAndLeavesTheLockFree) {
         {"last of two", [&] { m_adapter->intercept = failing("UPDATE", 2, SQLITE_FULL); }, two,
          false, "a", "DatabaseAdapter::update() returned 13"},
         {"begin", [&] { m_adapter->intercept = failing("BEGIN", 1, SQLITE_BUSY); }, two, false,
-         "ab", "cannot commit - no transaction is active"},
+         "", "cannot commit - no transaction is active"},
         {"end", [&] { m_adapter->intercept = failing("END", 1, SQLITE_FULL); }, two, false, "", ""},
     };
     for (const auto& row : rows) {
@@ -88,6 +88,57 @@ TEST_F(FailureTest, ATableThatCannotBeCountedIsNotFilledAgain) {
         m_adapter->intercept = {};
         EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS WHERE UserContext = 'base'"), "177");
         EXPECT_NE(send("FeatureKeys", "read_request").find("<Id>1017</Id>"), std::string::npos);
+    }
+}
+
+// Its one row would keep the others out for good.
+TEST_F(FailureTest, ATableThatMayBeEmptyTakesNoRow) {
+    sql("DELETE FROM FEATURE_KEYS");
+    waitForNobody(*m_adapter);
+    auto blocker = std::make_unique<Blocker>(database());
+    m_adapter->intercept = [&](const std::string& statement) {
+        const bool isCreate = statement.find("CREATE") == 0;
+        if (isCreate) {
+            blocker.reset();
+        }
+        return isCreate ? SQLITE_BUSY : SQLITE_OK;
+    };
+    EXPECT_EQ(send("FeatureKeys", "update_request", key("100", "a")),
+              xml::message("FeatureKeys", "failure"));
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS"), "0");
+}
+
+// It waited for another process at each entry, and then ran once more.
+TEST_F(FailureTest, ABatchThatCannotBeginWaitsOnceAndStoresNothing) {
+    const std::string calls = xml::entry({{"EntryId", "1"}}) + xml::entry({{"EntryId", "2"}});
+    const std::string ids = xml::entry({{"Id", "30"}}) + xml::entry({{"Id", "31"}});
+    struct {
+        const char* schema;
+        const char* reason;
+        std::string body;
+    } const rows[] = {
+        {"FeatureKeys", "update_request", key("100", "a") + key("101", "b")},
+        {"PhoneBook", "write_request",
+         xml::entry({{"Surname", "a"}}) + xml::entry({{"Surname", "b"}})},
+        {"CallLog", "write_request", calls},
+        {"CallLog", "delete_request", calls},
+        {"Conversations", "write_request",
+         xml::entry({{"CallLogId", "1"}}) + xml::entry({{"CallLogId", "2"}})},
+        {"CallGroup", "reset_request", ""},
+        {"Certificates", "write_request", ids},
+        {"StimulusKeySettings", "update_request", ids},
+        {"AudioSettings", "update_request", "<One>1</One><Two>2</Two>"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.schema);
+        (void)send(row.schema, "read_request");
+        m_adapter->statements.clear();
+        m_adapter->intercept = failing("BEGIN IMMEDIATE", 1, SQLITE_BUSY);
+        EXPECT_EQ(send(row.schema, row.reason, row.body), xml::message(row.schema, "failure"));
+        m_adapter->intercept = {};
+        // The end of the transaction that never began, and nothing in between.
+        EXPECT_EQ(m_adapter->statements,
+                  (std::vector<std::string>{"BEGIN IMMEDIATE TRANSACTION;", "END TRANSACTION;"}));
     }
 }
 
@@ -151,7 +202,7 @@ TEST_F(FailureTest, TransactionsEndWhereMemoryIsShort) {
     struct {
         const char* statement;
         const char* labels;
-    } const rows[] = {{"BEGIN", "ab"}, {"END", ""}, {"ROLLBACK", ""}};
+    } const rows[] = {{"BEGIN", ""}, {"END", ""}, {"ROLLBACK", ""}};
     for (const auto& row : rows) {
         for (const bool throws : {false, true}) {
             SCOPED_TRACE(row.statement);
@@ -185,20 +236,25 @@ TEST_F(FailureTest, ABatchThatMeetsAFullDiskFailsAndKeepsItsLastEntries) {
     EXPECT_EQ(labels(), "c");
 }
 
-// The table stayed with some of its rows for good.
+// The table stayed with some of its rows for good, or with the one row of the request.
 TEST_F(FailureTest, ATableGetsItsDefaultRowsTogetherOrByTheNextRequest) {
     struct {
         const char* schema;
         const char* table;
         const char* all;
-    } const rows[] = {{"FeatureKeys", "FEATURE_KEYS", "354"},
-                      {"CodecSettings", "CODEC_SETTINGS", "4"}};
-    for (const auto& [schema, table, all] : rows) {
+        std::string row;
+    } const rows[] = {
+        {"FeatureKeys", "FEATURE_KEYS", "354", "<Id>100</Id><Label>x</Label>"},
+        {"CodecSettings", "CODEC_SETTINGS", "4", "<Id>1</Id><CodecRank>7</CodecRank>"},
+        {"HeadsetPriorities", "HEADSET_PRIORITIES", "3", "<Id>1</Id><Rank>7</Rank>"},
+        {"StimulusKeySettings", "STIMULUS_KEY_SETTINGS", "362",
+         "<Id>30</Id><SendUrlPort>7</SendUrlPort>"}};
+    for (const auto& [schema, table, all, row] : rows) {
         (void)send(schema, "read_request");
         const std::string count = std::string("SELECT COUNT(*) FROM ") + table;
         sql(std::string("DROP TABLE ") + table);
         m_adapter->intercept = failing("INSERT", 3, SQLITE_NOMEM);
-        (void)send(schema, "read_request");
+        EXPECT_EQ(send(schema, "update_request", row), xml::message(schema, "failure"));
         EXPECT_EQ(cell(count), "0") << table;
         m_adapter->intercept = [fails = failing("INSERT", 3, 1)](const std::string& text) mutable {
             return fails(text) != 0 ? throw std::bad_alloc() : 0;

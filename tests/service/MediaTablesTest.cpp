@@ -42,7 +42,7 @@ TEST_F(MediaTablesTest, CodecTableIsRepairedByTheFirstRequestAndLeftByTheSecond)
         {"before OPUS", "('0','1','t','2'),('1','3','f','2'),('2','2','t','2')",
          "0|2|t|2;1|4|f|2;2|3|t|2;3|1|true|2;", "OPUS codec row added"},
         {"OPUS among three", "('1','4','f','2'),('2','3','t','2'),('3','1','f','1')",
-         "1|4|f|2;2|4|t|2;3|1|true|2;", ""},
+         "1|4|f|2;2|3|t|2;3|1|f|1;", ""},
         {"ranks of words", "('0','first','t','2'),('1','','f','2'),('2','2','t','2')",
          "0|first|t|2;1||f|2;2|3|t|2;3|1|true|2;", "OPUS codec row added"},
         {"five rows",
@@ -50,6 +50,12 @@ TEST_F(MediaTablesTest, CodecTableIsRepairedByTheFirstRequestAndLeftByTheSecond)
          "('4','5','t','2')",
          CodecDefaults, "reset to default codec table"},
     };
+    // A row that could not be added moved the ranks all the same, once more with each request.
+    makeCodecs(CodecColumns, cases[1].rows);
+    sql("CREATE TRIGGER Refused BEFORE INSERT ON CODEC_SETTINGS BEGIN SELECT RAISE(FAIL, ''); END");
+    EXPECT_EQ(reasonOf("CodecSettings", Read), "read_response");
+    EXPECT_EQ(codecs(), "0|1|t|2;1|3|f|2;2|2|t|2;");
+    sql("DROP TABLE CODEC_SETTINGS");
     EXPECT_EQ(reasonOf("CodecSettings", "unknown_request"), "failure");
     EXPECT_EQ(codecs(), CodecDefaults) << "a missing table is made by a request of any reason";
     for (const Case& each : cases) {

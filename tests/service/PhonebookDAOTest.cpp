@@ -70,6 +70,9 @@ TEST_F(PhonebookDAOTest, EveryElementFillsItsColumnAndComesBackInTheOrderOfTheTa
     const std::string all = xml::message("PhoneBook", "read_response", entry(fields));
     EXPECT_EQ(book("read_request"), all);
     EXPECT_EQ(book("read_request", element("ResultCols", "PHONE_BOOK.*")), all);
+    EXPECT_EQ(book("read_request", element("ResultCols", "PHONE_BOOK.* Mobile phone_book.* Group")),
+              xml::message("PhoneBook", "read_response",
+                           entry({{"Mobile", "a Mobile"}, {"Group", "a Group"}})));
     EXPECT_EQ(book("read_request", xml::context("visitor", "")),
               xml::message("PhoneBook", "read_response", xml::context("visitor", "")));
 }
@@ -143,7 +146,7 @@ TEST_F(PhonebookDAOTest, ReadOfAllColumnsByNameHidesWhatConversationsName) {
     write({{"Surname", "hidden"}});
     const std::string allByName = element("ResultCols", "PHONE_BOOK.*");
     EXPECT_EQ(valuesOf(book("read_request", allByName), "Surname"), "hidden|shown");
-    sql("INSERT INTO CONVERSATIONS VALUES (NULL, 'base', '2', '7')");
+    sql("INSERT INTO CONVERSATIONS VALUES (NULL, 'base', '2', '7'), (NULL, 'base', NULL, NULL)");
     EXPECT_EQ(valuesOf(book("read_request", allByName), "Surname"), "shown");
     EXPECT_EQ(valuesOf(book("read_request"), "Surname"), "hidden|shown");
 }
