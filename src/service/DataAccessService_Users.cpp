@@ -14,6 +14,7 @@
 namespace {
 
 constexpr const char* LogComponent = "DataAccessService";
+// Not the name of this file: kept on purpose, those who read traces select by it.
 constexpr const char* LogSource = "./src/DataAccessService_QFA";
 
 }  // namespace
