@@ -174,8 +174,10 @@ void changeProfiles(Scene& scene, const Tell& tell) {
     for (const char* const user : {"visitor", "base"}) {
         Method call("setProfile");
         call.addStringParameter("NewProfile", user, Parameter::in);
-        if (!scene.call(call).acknowledged()) {
-            tell("F a change of profile is refused");
+        const bool isChanged = scene.call(call).acknowledged();
+        const std::string now = scene.call(Scene::messageOf("getCurrentUser")).response();
+        if (isChanged ? now != user : now != "base") {
+            tell("F after a change of profile the user is " + now);
         }
     }
     if (rowsWith(scene, "PHONE_BOOK", "Name") < 12 || rowsWith(scene, "CALL_LOG", "4989") < 12) {

@@ -211,15 +211,7 @@ int CallGroupDAO::insertDefaultRows() {
 
 /// A user has all of his groups or none: none are noticed, and inserted, by the next start.
 int CallGroupDAO::insertTogether(const std::function<int()>& insert) {
-    int result = 1;
-    const bool stored = runWholeOrNot(
-        *m_dbAdapter,
-        [&] {
-            result = insert();
-            return result == 0;
-        },
-        TransactionGuard::Locks::AtOnce);
-    return result == 0 && !stored ? 1 : result;
+    return runWhole(*m_dbAdapter, insert, TransactionGuard::Locks::AtOnce);
 }
 
 int CallGroupDAO::insertDefaultRows(bool onlyMissing) {

@@ -105,9 +105,14 @@ public:
     virtual int initialiseMobilityUserData(const std::string& context);
     /// Replaces the visitor's rows by copies of the base user's.
     virtual int copyBaseDataToVisitor();
-    /// The same for the table and its context column named here. Rows with an apostrophe in a cell
-    /// are left out: kept on purpose, the log names the table. 1 when the visitor's old rows could
-    /// not be deleted.
+    /**
+     * The same for the table and its context column named here, under one lock and in one
+     * transaction: on any failure the visitor's rows stay what they were. Rows with an apostrophe
+     * in a cell are left out: kept on purpose, the log names the table.
+     *
+     * @return 0 when it was done, or when there is no such table; 1 when the visitor's rows could
+     *         not be counted or deleted; else the code of what failed
+     */
     virtual int copyBaseDataToVisitor(const std::string& contextColumn, const std::string& table);
     /// Deletes the rows of one user: plain text, or the same between single quotes.
     virtual int deleteContextData(const std::string& context);
@@ -402,11 +407,10 @@ private:
     int insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing);
     int deleteVisitorItems(const std::string& table, const std::vector<std::string>& items);
     int copyRowsToVisitor(Rows& rows, std::size_t contextIndex, const std::string& table);
-    bool hasRowsOf(const std::string& table, const std::string& contextColumn,
-                   const std::string& context);
-    /// False also when the rows could not be counted.
-    bool isKnownToHaveNoRowsOf(const std::string& table, const std::string& contextColumn,
-                               const std::string& context);
+    /// The steps of copyBaseDataToVisitor, for the caller's transaction.
+    int replaceByCopies(const std::string& contextColumn, const std::string& table);
+    /// False also when the database can't be asked.
+    bool isKnownToBeMissing(const std::string& table);
     int contextColumnIndex(const std::string& table, const std::string& contextColumn);
 };
 

@@ -227,20 +227,10 @@ int DataAccessObject::copyBaseDataToVisitor() {
     return copyBaseDataToVisitor(DASUtilsStrings::UserContextTagName, m_tableName);
 }
 
-bool DataAccessObject::hasRowsOf(const std::string& table, const std::string& contextColumn,
-                                 const std::string& context) {
-    PairList conditions = {{contextColumn, context}};
+bool DataAccessObject::isKnownToBeMissing(const std::string& table) {
+    PairList conditions = {{"name", DASUtils::escapeAndQuote(table)}};
     std::string count;
-    m_dbAdapter->getRowCount(table, conditions, count);
-    return count != "0";
-}
-
-bool DataAccessObject::isKnownToHaveNoRowsOf(const std::string& table,
-                                             const std::string& contextColumn,
-                                             const std::string& context) {
-    PairList conditions = {{contextColumn, context}};
-    std::string count;
-    return m_dbAdapter->countRows(table, conditions, count) == 0 && count == "0";
+    return m_dbAdapter->countRows("sqlite_master", conditions, count) == 0 && count == "0";
 }
 
 int DataAccessObject::contextColumnIndex(const std::string& table,
@@ -261,11 +251,34 @@ int DataAccessObject::copyBaseDataToVisitor(const std::string& contextColumn,
         return 1;
     }
     DAS_LOG(5, "Copying base data to visitor for table [%s]", table.c_str());
-    if (hasRowsOf(table, contextColumn, quotedVisitor())) {
-        (void)deleteContextData(DASUtilsStrings::UserContextVisitor, contextColumn, table);
+    bool isBegun = false;
+    bool isCopied = false;
+    const auto copy = [&] {
+        isBegun = true;
+        const int copied = replaceByCopies(contextColumn, table);
+        isCopied = copied == 0;
+        return copied;
+    };
+    // No client may write a row of the visitor between the deletion and the copies.
+    const int result = runWhole(*m_dbAdapter, copy, TransactionGuard::Locks::AtOnce);
+    if (!isBegun || (isCopied && result != 0)) {
+        DAS_LOG(2, "Failed to %s transaction", isBegun ? "end" : "begin");
     }
-    if (!hasRowsOf(table, contextColumn, quotedBase())) {
-        return 0;
+    return result;
+}
+
+int DataAccessObject::replaceByCopies(const std::string& contextColumn, const std::string& table) {
+    PairList visitor = {{contextColumn, quotedVisitor()}};
+    std::string count;
+    const bool isCounted = m_dbAdapter->countRows(table, visitor, count) == 0;
+    if (!isCounted && isKnownToBeMissing(table)) {
+        return 0;  // the first request makes it, with rows for both users
+    }
+    if (!isCounted ||
+        (count != "0" && deleteContextData(DASUtilsStrings::UserContextVisitor, contextColumn,
+                                           table) != 0)) {
+        DAS_LOG(2, "Failed to delete visitor data, table = [%s].", table.c_str());
+        return 1;
     }
     Rows rows;
     PairList orderBy;
@@ -275,10 +288,8 @@ int DataAccessObject::copyBaseDataToVisitor(const std::string& contextColumn,
         DAS_LOG(2, "Failed to read 'base' data, table = [%s].", table.c_str());
         return read;
     }
-    // Few tables have a key: what could not be deleted, or not be counted, would be there twice.
-    if (!isKnownToHaveNoRowsOf(table, contextColumn, quotedVisitor())) {
-        DAS_LOG(2, "Failed to delete visitor data, table = [%s].", table.c_str());
-        return 1;
+    if (rows.empty()) {
+        return 0;
     }
     const int index = contextColumnIndex(table, contextColumn);
     if (index < 0) {
@@ -290,26 +301,21 @@ int DataAccessObject::copyBaseDataToVisitor(const std::string& contextColumn,
 
 int DataAccessObject::copyRowsToVisitor(Rows& rows, std::size_t contextIndex,
                                         const std::string& table) {
-    TransactionGuard transaction(*m_dbAdapter);
-    if (transaction.beginResult() != 0) {
-        DAS_LOG(2, "Failed to begin transaction");
-        return transaction.beginResult();
-    }
     for (auto& row : rows) {
-        bool copied = true;
+        bool isLeftOut = false;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            copied = copied && (i == contextIndex || DASUtils::isSafeBetweenQuotes(row[i]));
+            isLeftOut = isLeftOut || (i != contextIndex && !DASUtils::isSafeBetweenQuotes(row[i]));
             row[i] = i == contextIndex ? quotedVisitor() : DASUtils::convertToDBFormat(row[i]);
         }
-        if (!copied || m_dbAdapter->insert(table, row, nullptr) != 0) {
+        const int inserted = isLeftOut ? 0 : m_dbAdapter->insert(table, row, nullptr);
+        if (isLeftOut || inserted != 0) {
             DAS_LOG(2, "Cannot create vistor data row, table = [%s]", table.c_str());
         }
+        if (inserted != 0) {
+            return inserted;  // a guest must not get a part of his keys
+        }
     }
-    const int ended = transaction.end();
-    if (ended != 0) {
-        DAS_LOG(2, "Failed to end transaction");
-    }
-    return ended;
+    return 0;
 }
 
 int DataAccessObject::deleteContextData(const std::string& context) {

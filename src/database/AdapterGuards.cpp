@@ -45,12 +45,20 @@ void TransactionGuard::rollBack() {
 
 bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
                    TransactionGuard::Locks locks) {
+    return runWhole(
+               adapter, [&work] { return work() ? 0 : 1; }, locks) == 0;
+}
+
+int runWhole(DatabaseAdapter& adapter, const std::function<int()>& work,
+             TransactionGuard::Locks locks) {
     TransactionGuard transaction(adapter, locks);
+    int result = transaction.beginResult();
     try {
-        if (transaction.beginResult() == 0) {
+        if (result == 0) {
             transaction.holdCommits();
-            if (work()) {
-                return transaction.end() == 0;
+            result = work();
+            if (result == 0) {
+                return transaction.end();
             }
         }
     } catch (...) {
@@ -58,5 +66,5 @@ bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,
         throw;
     }
     transaction.rollBack();
-    return false;
+    return result;
 }

@@ -64,4 +64,10 @@ private:
     DatabaseAdapter& adapter, const std::function<bool()>& work,
     TransactionGuard::Locks locks = TransactionGuard::Locks::AtFirstWrite);
 
+/// The same for @p work that returns 0 for success and is not called when the transaction can't
+/// begin. 0 when it was committed, else the result of @p work or the raw SQLite code of the begin
+/// or the commit.
+[[nodiscard]] int runWhole(DatabaseAdapter& adapter, const std::function<int()>& work,
+                           TransactionGuard::Locks locks);
+
 #endif

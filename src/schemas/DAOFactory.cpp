@@ -124,11 +124,6 @@ const std::string* const SettingsSchemas[] = {
     &SCEPSettingsSchema,
 };
 
-bool isSettingsSchema(const std::string& schema) {
-    return std::any_of(std::begin(SettingsSchemas), std::end(SettingsSchemas),
-                       [&](const std::string* each) { return *each == schema; });
-}
-
 bool matches(const ClassRow& row, const std::string& schema) {
     return row.match == Match::Equal ? schema == *row.schema
                                      : schema.find(*row.schema) != std::string::npos;
@@ -150,10 +145,16 @@ DataAccessObject* DAOFactory::createDAOInstance(std::string schema) {
             return row.make(m_dbAdapter, schema);
         }
     }
-    if (isSettingsSchema(schema)) {
+    if (holdsSettings(schema)) {
         return new GeneralConfigurationDAO(m_dbAdapter);
     }
     return new NULLDataAccessObject(schema);
+}
+
+bool DAOFactory::holdsSettings(const std::string& schema) {
+    return schema == CallLogSettingsSchema ||
+           std::any_of(std::begin(SettingsSchemas), std::end(SettingsSchemas),
+                       [&](const std::string* each) { return *each == schema; });
 }
 
 std::vector<std::string> DAOFactory::schemas() {

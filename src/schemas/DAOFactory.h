@@ -22,6 +22,9 @@ public:
     /// NULLDataAccessObject. The caller deletes it.
     DataAccessObject* createDAOInstance(std::string schema);
 
+    /// Whether @p schema is one of those that are rows of the general configuration table.
+    static bool holdsSettings(const std::string& schema);
+
     /// All schemas that are served, in the order in which they are tried.
     static std::vector<std::string> schemas();
 
@@ -29,10 +32,12 @@ public:
     std::string getDefaultFeatureKeyData();
 
     // The data of the two users. Each walks or names schemas and works through their objects; a
-    // failure of one is in the log and the walk goes on.
+    // failure of one is in the log and the walk goes on, but for the copy.
 
-    /// Gives the visitor copies of the base user's rows, and default call groups.
-    void copyQFABaseDataToVisitor();
+    /// Gives the visitor copies of the base user's rows, and default call groups. False, and a log
+    /// line, when a schema failed: the walk ends there, and that schema and those after it keep
+    /// what the visitor had.
+    [[nodiscard]] bool copyQFABaseDataToVisitor();
     /// Wipes the visitor's rows; his call groups go back to their defaults.
     void deleteQFAVisitorData();
     /// Deletes the visitor's phone book and call log.

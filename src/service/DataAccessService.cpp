@@ -81,6 +81,7 @@ DataAccessService::~DataAccessService() {
 }
 
 void DataAccessService::setDbFactory(DbFactoryIfc* factory) {
+    const std::lock_guard<std::recursive_mutex> turn(m_resetMutex);
     if (factory == m_dbFactory.get()) {
         return;
     }
@@ -95,6 +96,7 @@ void DataAccessService::registerContext(Context& context) {
 }
 
 void DataAccessService::constructorActions() {
+    const std::lock_guard<std::recursive_mutex> turn(m_resetMutex);
     if (m_dbFactory == nullptr) {
         DAS_LOG(2, "constructorActions: no database factory");
         return;

@@ -118,7 +118,7 @@ public:
     // Parts of the file operations.
 
     /// Places @p position on the directory to walk next: the first that begins with @p prefix, else
-    /// the second of the list. False when there is none.
+    /// the second of the list. False when there is none. The walk goes by the same rule.
     static bool findNextUnexploredDir(std::vector<std::string>* unexplored,
                                       std::vector<std::string>::iterator& position,
                                       std::string prefix);
@@ -148,18 +148,17 @@ public:
 private:
     /// Whom to hand a status item; null, and a log line, when there is no management service.
     LocalMgmtIfc* managementForStatus();
-    static void walkDirectory(std::vector<std::string>& unexplored, bool fileRead,
-                              DirectoryList* directories, DirectoryList* files);
     /// Last step of the start: settles the user.
     void initInternal();
     /// Brings the database up to date; what it raises is in the log.
     void migrateDatabase();
     /// Takes the stored user; a blank one leaves base.
     void settleCurrentUser();
-    /// Prepares the data of a user who is about to become current.
-    void prepareProfile(const std::string& profile);
+    /// Prepares the data of a user who is about to become current. False, and a log line, when the
+    /// visitor can't have his.
+    bool prepareProfile(const std::string& profile);
     /// Runs an operation of the DAO factory; a missing one is logged.
-    void onFactory(void (DAOFactory::*operation)());
+    void onFactory(const std::function<void(DAOFactory&)>& operation);
     bool answerServiceWord(const char* message, std::string& answer);
     std::string answerTraceWord(bool set, const char* message);
     std::string answerXml(const char* message, int length);
@@ -172,6 +171,9 @@ private:
                  const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
 
+    /// Held by a reset, and while factories are exchanged; no request waits for it. It comes before
+    /// the adapter's lock. Recursive, since one reset is a part of the other.
+    std::recursive_mutex m_resetMutex;
     UpgradeCopy m_upgradeCopy;  ///< gives its lock back behind the database, so before it here
     std::unique_ptr<DbFactoryIfc> m_dbFactory;
     std::atomic<DatabaseAdapter*> m_dbAdapter{nullptr};  ///< owned by m_dbFactory

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <fstream>
+#include <set>
+#include <string_view>
+#include <utility>
 
 #include "ClientUtils.h"
 #include "Context.h"
@@ -70,6 +73,52 @@ bool isSkipped(const std::string& directory) {
                        [&](const char* part) { return contains(directory, part); });
 }
 
+/// The directories that are still to be walked. It goes by the rule of findNextUnexploredDir, but
+/// finds them by name: a look at each of them would take the square of their number.
+class UnexploredDirectories {
+public:
+    void add(const std::string& directory) {
+        const auto added = m_inOrder.emplace_hint(m_inOrder.end(), m_added++, directory);
+        m_byName.emplace(added->second, added->first);
+    }
+
+    /// The first one; there must be one.
+    [[nodiscard]] const std::string& front() const { return m_inOrder.begin()->second; }
+
+    /// Takes out the next one that is to be walked after @p directory, and stores it there. False
+    /// when there is none.
+    bool takeNext(std::string& directory) {
+        const auto next = nextAfter(directory);
+        if (next == m_inOrder.end()) {
+            return false;
+        }
+        directory = next->second;
+        m_byName.erase({next->second, next->first});
+        m_inOrder.erase(next);
+        return true;
+    }
+
+private:
+    using InOrder = std::map<std::size_t, std::string>;
+
+    [[nodiscard]] InOrder::const_iterator nextAfter(const std::string& prefix) const {
+        std::size_t first = m_added;
+        for (auto each = m_byName.lower_bound({prefix, 0});
+             each != m_byName.end() && each->first.substr(0, prefix.size()) == prefix; ++each) {
+            first = std::min(first, each->second);
+        }
+        if (first < m_added) {
+            return m_inOrder.find(first);
+        }
+        // The second and never the first: kept on purpose, a lone directory waits for the next walk.
+        return m_inOrder.size() < 2 ? m_inOrder.end() : std::next(m_inOrder.begin());
+    }
+
+    std::size_t m_added = 0;
+    InOrder m_inOrder;
+    std::set<std::pair<std::string_view, std::size_t>> m_byName;  ///< the names are those above
+};
+
 void listFiles(const std::string& directory, DirectoryList* files) {
     std::list<std::string> names;
     Storage::getListOfFilesAndLinksByDirectory(directory, names, false);
@@ -90,6 +139,23 @@ Interface* findOther(Context* context, const char* name) {
     return service;
 }
 
+/// Walks from the first directory that is unexplored until there is none to go to.
+void walkDirectory(UnexploredDirectories& unexplored, bool fileRead, DirectoryList* directories,
+                   DirectoryList* files) {
+    std::string directory = unexplored.front();
+    while (unexplored.takeNext(directory)) {
+        std::list<std::string> subdirectories;
+        Storage::getListOfDirectoriesByDirectoryWithPath(directory, subdirectories);
+        directories->emplace_back(directory, subdirectories);
+        if (fileRead) {
+            listFiles(directory, files);
+        }
+        for (const std::string& subdirectory : subdirectories) {
+            unexplored.add(subdirectory);
+        }
+    }
+}
+
 }  // namespace
 
 bool DataAccessService::findNextUnexploredDir(std::vector<std::string>* unexplored,
@@ -107,23 +173,6 @@ bool DataAccessService::findNextUnexploredDir(std::vector<std::string>* unexplor
     // The second and never the first: kept on purpose, a lone directory waits for the next walk.
     position = unexplored->begin() + 1;
     return true;
-}
-
-void DataAccessService::walkDirectory(std::vector<std::string>& unexplored, bool fileRead,
-                                      DirectoryList* directories, DirectoryList* files) {
-    std::string prefix = unexplored.front();
-    std::vector<std::string>::iterator position;
-    while (findNextUnexploredDir(&unexplored, position, prefix)) {
-        prefix = *position;
-        std::list<std::string> subdirectories;
-        Storage::getListOfDirectoriesByDirectoryWithPath(prefix, subdirectories);
-        directories->emplace_back(prefix, subdirectories);
-        if (fileRead) {
-            listFiles(prefix, files);
-        }
-        unexplored.erase(position);
-        unexplored.insert(unexplored.end(), subdirectories.begin(), subdirectories.end());
-    }
 }
 
 bool DataAccessService::readDirectory(std::string directory, bool dirRead, bool subDirRead,
@@ -149,7 +198,7 @@ bool DataAccessService::readDirectory(std::string directory, bool dirRead, bool 
         DAS_LOG(6, "Get dirs from root");
         directories->emplace_back(directory, root);
     }
-    std::vector<std::string> unexplored;
+    UnexploredDirectories unexplored;
     for (const std::string& entry : root) {
         if (isSkipped(entry)) {
             DAS_LOG(6, " Found needle (dev) in haystack (%s) - SKIPPING %s", entry.c_str(),
@@ -157,7 +206,7 @@ bool DataAccessService::readDirectory(std::string directory, bool dirRead, bool 
             continue;
         }
         DAS_LOG(6, "RootDirItr = %s", entry.c_str());
-        unexplored.push_back(entry);
+        unexplored.add(entry);
         if (!subDirRead) {
             continue;
         }

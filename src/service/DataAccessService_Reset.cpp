@@ -48,6 +48,7 @@ std::uint32_t packedVersion(const std::string& text) {
 }  // namespace
 
 bool DataAccessService::factoryReset() {
+    const std::lock_guard<std::recursive_mutex> turn(m_resetMutex);
     DatabaseAdapter* adapter = m_dbAdapter;
     if (adapter == nullptr) {
         DAS_LOG(2, "factoryReset: no database adapter");

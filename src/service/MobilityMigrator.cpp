@@ -1,8 +1,11 @@
 #include "service/MobilityMigrator.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <string_view>
 
 #include "DASUtilsStrings.h"
+#include "XmlHandler.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/Logging.h"
@@ -44,22 +47,41 @@ std::string entry(const std::string& index, const std::string& content) {
            content + DASUtilsStrings::xmlEntryEndTag;
 }
 
+/// Whether XML can carry the character of this number.
+bool isXmlCharacter(unsigned long number) {
+    constexpr struct {
+        unsigned long first;
+        unsigned long last;
+    } ranges[] = {{0x9, 0xA}, {0xD, 0xD}, {0x20, 0xD7FF}, {0xE000, 0xFFFD}, {0x10000, 0x10FFFF}};
+    return std::any_of(std::begin(ranges), std::end(ranges), [number](const auto& range) {
+        return range.first <= number && number <= range.last;
+    });
+}
+
+/// Whether @p name, with @p start digits of the base @p base in it, is the number of a character.
+bool isCharacterNumber(const std::string& name, std::size_t start, int base) {
+    return name.size() > start &&
+           name.find_first_not_of(base == 16 ? hexDigits : digits, start) == std::string::npos &&
+           isXmlCharacter(std::strtoul(name.c_str() + start, nullptr, base));
+}
+
 /// Whether the text between "&" and ";" names a character.
 bool isCharacterName(const std::string& name) {
     if (name.rfind("#x", 0) == 0) {
-        return name.size() > 2 && name.find_first_not_of(hexDigits, 2) == std::string::npos;
+        return isCharacterNumber(name, 2, 16);
     }
     if (name.rfind('#', 0) == 0) {
-        return name.size() > 1 && name.find_first_not_of(digits, 1) == std::string::npos;
+        return isCharacterNumber(name, 1, 10);
     }
     return std::find(std::begin(entityNames), std::end(entityNames), name) != std::end(entityNames);
 }
 
 bool beginsEntity(const std::string& text, std::size_t ampersand) {
     constexpr std::size_t longestName = 9;
-    const std::size_t end = text.find(';', ampersand);
-    return end != std::string::npos && end - ampersand - 1 <= longestName &&
-           isCharacterName(text.substr(ampersand + 1, end - ampersand - 1));
+    // No further: a text of many "&" would be searched to its end for each.
+    const auto ahead = std::string_view(text).substr(ampersand + 1, longestName + 1);
+    const std::size_t end = ahead.find(';');
+    return end != std::string_view::npos && isCharacterName(std::string(ahead.substr(0, end)));
 }
 
 /// A value as the content of an element: escaped are "<", an "&" that begins no entity, and the ">"
@@ -85,6 +107,11 @@ std::string asContent(const std::string& value) {
 /// find blank values alone.
 std::string filter(const std::string& tag, const std::string& value) {
     return value.empty() ? std::string() : element(tag, value);
+}
+
+bool isWellFormed(const std::string& request) {
+    return XmlHandler(nullptr, nullptr, nullptr, nullptr)
+               .parseMessage(request.data(), static_cast<int>(request.size())) != 0;
 }
 
 }  // namespace
@@ -138,12 +165,15 @@ void MobilityMigrator::migrateBaseToVisitor(std::map<std::string, std::string>& 
 }
 
 bool MobilityMigrator::findTarget(const std::string& key, Target& target) const {
-    if (m_mapper != nullptr && (m_mapper->findDASTags(key, target.schema, target.tag) ||
-                                findByDigitSuffix(key, target) || findByBrackets(key, target))) {
-        return true;
+    if (m_mapper == nullptr || !(m_mapper->findDASTags(key, target.schema, target.tag) ||
+                                 findByDigitSuffix(key, target) || findByBrackets(key, target))) {
+        DAS_LOG(5, "Unknown ACMS tag encountered [%s]", key.c_str());
+        return false;
     }
-    DAS_LOG(5, "Unknown ACMS tag encountered [%s]", key.c_str());
-    return false;
+    if (DAOFactory::holdsSettings(target.schema)) {
+        target.form = Target::Plain;  // an identifier would be stored as a setting "Id"
+    }
+    return true;
 }
 
 bool MobilityMigrator::findByDigitSuffix(const std::string& key, Target& target) const {
@@ -204,29 +234,38 @@ std::string MobilityMigrator::inContext(const std::string& schema, const std::st
     return (m_base ? baseContext : visitorContext) + content + contextEnd;
 }
 
-bool MobilityMigrator::sendUpdate(const std::string& schema, const std::string& tag,
-                                  const std::string& content) {
-    const std::string response =
-        m_service->processRequest(xmlDeclaration + schemaStart + schema + schemaStartEnd +
-                                  updateReason + inContext(schema, tag, content) + schemaEnd);
+void MobilityMigrator::sendUpdate(const Target& target, const std::string& value) {
+    const bool hasIndex = target.form != Target::Plain;
+    const std::string cell = element(target.tag, asContent(value));
+    const std::string content = hasIndex ? entry(target.index, cell) : cell;
+    const std::string request = xmlDeclaration + schemaStart + target.schema + schemaStartEnd +
+                                updateReason + inContext(target.schema, target.tag, content) +
+                                schemaEnd;
+    const std::string item = "schema=[" + target.schema + "], tag=[" + target.tag + "]" +
+                             (hasIndex ? ", index=[" + target.index + "]" : std::string());
+    if (!isWellFormed(request)) {
+        // The service would log the whole request, and a table might act on a part of it.
+        DAS_LOG(2,
+                "DAS item %s is left out: XML can't carry control characters and bytes that are "
+                "not UTF-8; send the value without them",
+                item.c_str());
+        return;
+    }
     // Only a response that begins with the mark counts as failed: kept on purpose, no response
     // does, and a management client takes each line of the log for a lost item.
-    return response.find(updateSuccessMark) != 0;
+    if (m_service->processRequest(request).find(updateSuccessMark) == 0) {
+        DAS_LOG(2, "Failed to write DAS item %s", item.c_str());
+    }
 }
 
 void MobilityMigrator::updateRequest(const std::string& schema, const std::string& tag,
                                      const std::string& value) {
-    if (!sendUpdate(schema, tag, element(tag, asContent(value)))) {
-        DAS_LOG(2, "Failed to write DAS item schema=[%s], tag=[%s]", schema.c_str(), tag.c_str());
-    }
+    sendUpdate({Target::Plain, schema, tag, {}}, value);
 }
 
 void MobilityMigrator::updateRequest(const std::string& schema, const std::string& tag,
                                      const std::string& index, const std::string& value) {
-    if (!sendUpdate(schema, tag, entry(index, element(tag, asContent(value))))) {
-        DAS_LOG(2, "Failed to write DAS item schema=[%s], tag=[%s], index=[%s]", schema.c_str(),
-                tag.c_str(), index.c_str());
-    }
+    sendUpdate({Target::DigitSuffix, schema, tag, index}, value);
 }
 
 void MobilityMigrator::sendRead(const std::string& schema, const std::string& tag,

@@ -15,8 +15,8 @@ class DataAccessService;
  * user that one of them named; the service's own locks come behind that.
  *
  * A tag is looked up as it is, then without the digits at its end, which are the index of a row,
- * then with empty brackets in place of an index in brackets. A tag that is not found is logged and
- * left alone.
+ * then with empty brackets in place of an index in brackets. A setting has no rows, so its index is
+ * dropped. A tag that is not found is logged and left alone; so is a value that XML can't carry.
  */
 class MobilityMigrator {
 public:
@@ -67,7 +67,7 @@ private:
     void exportItem(const Target& target, std::string& value);
     std::string inContext(const std::string& schema, const std::string& tag,
                           const std::string& content) const;
-    bool sendUpdate(const std::string& schema, const std::string& tag, const std::string& content);
+    void sendUpdate(const Target& target, const std::string& value);
     void sendRead(const std::string& schema, const std::string& tag, const std::string& content,
                   std::string& out);
 

@@ -1,8 +1,10 @@
+#include <future>
 #include <thread>
 
+#include "CpuTime.h"
 #include "DASListenerIfc.h"
+#include "RecordingAdapter.h"
 #include "RecordingManagement.h"
-#include "ServiceTest.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
 #include "service/ACMSTagMapper.h"
@@ -38,6 +40,10 @@ protected:
     }
     std::string label(const std::string& user) {
         return cell("SELECT Label FROM FEATURE_KEYS WHERE Id='100' AND UserContext='" + user + "'");
+    }
+    void reset() {
+        EXPECT_TRUE(service().factoryReset());
+        EXPECT_TRUE(service().invokeACMSFactoryReset(true));
     }
     void writeLabel(const std::string& user, const std::string& text) {
         send("FeatureKeys", "update_request",
@@ -96,6 +102,43 @@ TEST_F(MobilityTest, AVisitorGetsCopiesAndChangesLeaveTheOwnerAlone) {
     start();
     EXPECT_EQ(count("FEATURE_KEYS", "visitor"), "0") << "each start in base wipes the visitor";
     EXPECT_EQ(count("FEATURE_KEYS", "base"), "177");
+}
+
+// He was let in, and saw what the guest before him had left.
+TEST_F(MobilityTest, AGuestWhoseDataCannotBeMadeIsRefused) {
+    std::vector<std::string> heard;
+    RecordingListener listener("1", heard);
+    service().addListener(&listener);
+    writeLabel("base", "owner");
+    writeLabel("visitor", "earlier guest");
+    waitForNobody(*service().getAdapter());
+    for (const char* locks : {"BEGIN IMMEDIATE", "BEGIN EXCLUSIVE"}) {
+        Blocker blocker(database(), locks);
+        EXPECT_FALSE(service().setProfile("visitor")) << locks;
+        EXPECT_EQ(send("getCurrentUser"), "base") << locks;
+        EXPECT_EQ(m_log.count("Failed to begin transaction"), 1) << "the walk ends there";
+        m_log.clear();
+    }
+    EXPECT_EQ(label("visitor"), "earlier guest");
+    EXPECT_TRUE(service().setProfile("visitor"));
+    EXPECT_EQ(label("visitor"), "owner");
+    EXPECT_EQ(heard, std::vector<std::string>{"1 visitor"});
+}
+
+// What the client wrote between the deletion and the copies was all that the guest got.
+TEST_F(MobilityTest, AGuestGetsAllKeysBesideAClientThatWrites) {
+    writeLabel("base", "owner");
+    std::atomic<bool> ended{false};
+    auto client = std::async(std::launch::async, [&] {
+        while (!ended) {
+            writeLabel("visitor", "his");
+        }
+    });
+    for (int i = 0; i < 30; ++i) {
+        service().copyBaseDataToVisitor();
+        EXPECT_EQ(count("FEATURE_KEYS", "visitor"), "177");
+    }
+    ended = true;
 }
 
 TEST_F(MobilityTest, ChangesOfProfileAreToldInOrderAndAVisitorAgainToo) {
@@ -176,16 +219,18 @@ TEST_F(MobilityTest, ResetsUnderRequestsAnswerEachOfThem) {
         });
     }
     for (int i = 0; i < 10; ++i) {
-        service().factoryReset();
-        EXPECT_TRUE(service().invokeACMSFactoryReset(true));
+        // One removed the new file of the other, and no request was served until the next start.
+        auto other = std::async(std::launch::async, [this] { reset(); });
+        reset();
+        other.get();
         EXPECT_TRUE(service().setProfile(i % 2 == 0 ? "visitor" : "base"));
+        EXPECT_EQ(xml::reasonOf(send("FixedKeys", "read_request")), "read_response");
     }
     ended = true;
     for (auto& client : clients) {
         client.join();
     }
     EXPECT_EQ(unanswered, 0);
-    EXPECT_NE(send("FixedKeys", "read_request").find(">read_response<"), std::string::npos);
 }
 
 namespace {
@@ -242,9 +287,48 @@ TEST_F(TagTest, UnknownTagsAreLoggedAndTheOthersGoOn) {
 }
 
 TEST_F(TagTest, MarkupInAValueIsStoredAsText) {
-    std::map<std::string, std::string> values = {{"melody", "<b>&amp;&x;&#65;&]]></b>"}};
+    std::map<std::string, std::string> values = {
+        {"melody", "<b>&amp;&x;&#65;&]]></b>"},
+        {"melody2", "&#0;&#x1;&#xD800;&#xFFFF;&#1114112;&#x41&#9;&#x10FFFF;"}};
     EXPECT_TRUE(service().importUserData(values, true));
     EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name='Melody'"), "<b>&&x;A&]]></b>");
+    EXPECT_EQ(cell("SELECT Value FROM GENERAL_CONFIG WHERE Name='Melody2'"),
+              "&#0;&#x1;&#xD800;&#xFFFF;&#1114112;&#x41\t\xF4\x8F\xBF\xBF")
+        << "numbers of no character are text";
+}
+
+// Each was acknowledged and lost, and the log showed it.
+TEST_F(TagTest, AValueThatXmlCannotCarryIsLeftOutByName) {
+    std::map<std::string, std::string> values = {{"key-101", "secret\x01"},
+                                                 {"melody", std::string("secret\0", 7)},
+                                                 {"port", "secret\xFF"},
+                                                 {"uri[7]", "carried"}};
+    m_log.clear();
+    EXPECT_TRUE(service().importUserData(values, true));
+    for (const char* item : {"schema=[FeatureKeys], tag=[Label], index=[101]",
+                             "schema=[AudioSettings], tag=[Melody]",
+                             "schema=[TransportSettings], tag=[Port]"}) {
+        EXPECT_TRUE(m_log.has(2, std::string("DAS item ") + item + " is left out")) << item;
+    }
+    EXPECT_FALSE(m_log.has("secret"));
+    EXPECT_EQ(exported({"uri[7]"}, true)["uri[7]"], "carried");
+}
+
+// The digits became a setting "Id".
+TEST_F(TagTest, ASettingHasNoIdentifier) {
+    std::map<std::string, std::string> values = {{"melody7", "ding"}, {"port443", "443"}};
+    EXPECT_TRUE(service().importUserData(values, true));
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM GENERAL_CONFIG WHERE Name = 'Id'"), "0");
+    EXPECT_EQ(exported({"melody7", "port"}, true),
+              (std::map<std::string, std::string>{{"melody7", "ding"}, {"port", "443"}}));
+}
+
+TEST_F(TagTest, AValueTakesTimeByItsLength) {
+    const auto secondsFor = [this](std::size_t length) {
+        std::map<std::string, std::string> values = {{"melody", std::string(length, '&')}};
+        return CpuTime::of([&] { EXPECT_TRUE(service().importUserData(values, true)); });
+    };
+    EXPECT_LT(secondsFor(800000), 24 * secondsFor(100000)) << "eight times the length";
 }
 
 TEST_F(TagTest, TheUserOfTheLastCallStaysAndMigrationGoesToBase) {

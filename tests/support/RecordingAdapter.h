@@ -79,12 +79,13 @@ inline void waitForNobody(DatabaseAdapter& adapter) {
     EXPECT_EQ(adapter.executeNonQuery("PRAGMA busy_timeout=0;"), 0);
 }
 
-/// Holds the database of a test like another process: nobody else can read or write.
+/// Holds the database of a test like another process: nobody else can read or write, or @p begin
+/// says less.
 class Blocker {
 public:
-    explicit Blocker(const std::filesystem::path& database) {
+    explicit Blocker(const std::filesystem::path& database, const char* begin = "BEGIN EXCLUSIVE") {
         EXPECT_EQ(sqlite3_open(database.c_str(), &m_db), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(m_db, "BEGIN EXCLUSIVE;", nullptr, nullptr, nullptr), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(m_db, begin, nullptr, nullptr, nullptr), SQLITE_OK);
     }
     ~Blocker() { sqlite3_close(m_db); }
     Blocker(const Blocker&) = delete;

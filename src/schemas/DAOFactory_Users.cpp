@@ -4,9 +4,13 @@
 
 #include "DASUtilsStrings.h"
 #include "dao/DataAccessObject.h"
+#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 
 namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DAOFactory_Users";
 
 using namespace DASUtilsStrings;
 
@@ -33,13 +37,17 @@ const std::string* const VisitorDataSchemaList[] = {&AbbreviatedDiallingSchema,
                                                     &FixedKeysSchema,
                                                     &StartApplicationFixedKeysSchema};
 
-/// Calls @p work with the object of each schema of the list.
+/// Calls @p work with the object of each schema of the list, until it returns false. The schema at
+/// which it did, or null.
 template <typename Work>
-void walkVisitorData(DAOFactory& factory, Work work) {
+const std::string* walkVisitorData(DAOFactory& factory, Work work) {
     for (const std::string* schema : VisitorDataSchemaList) {
         const std::unique_ptr<DataAccessObject> dao(factory.createDAOInstance(*schema));
-        work(*schema, *dao);
+        if (!work(*schema, *dao)) {
+            return schema;
+        }
     }
+    return nullptr;
 }
 
 /// Calls an operation of the object of @p schema.
@@ -50,19 +58,25 @@ void callOn(DAOFactory& factory, const std::string& schema, int (DataAccessObjec
 
 }  // namespace
 
-void DAOFactory::copyQFABaseDataToVisitor() {
-    walkVisitorData(*this, [](const std::string& schema, DataAccessObject& dao) {
-        if (schema == CallGroupSchema) {
-            (void)dao.insertDefaultRows(UserContextVisitor);
-        } else {
-            (void)dao.copyBaseDataToVisitor();
-        }
-    });
+bool DAOFactory::copyQFABaseDataToVisitor() {
+    const auto copy = [](const std::string& schema, DataAccessObject& dao) {
+        return (schema == CallGroupSchema ? dao.insertDefaultRows(UserContextVisitor)
+                                          : dao.copyBaseDataToVisitor()) == 0;
+    };
+    const std::string* const failed = walkVisitorData(*this, copy);
+    if (failed != nullptr) {
+        DAS_LOG(2,
+                "The visitor's data of schema '%s' can't be replaced by the base user's: it and "
+                "the schemas after it stay as they are. Try again when the database can be written",
+                failed->c_str());
+    }
+    return failed == nullptr;
 }
 
 void DAOFactory::deleteQFAVisitorData() {
-    walkVisitorData(*this, [](const std::string&, DataAccessObject& dao) {
+    (void)walkVisitorData(*this, [](const std::string&, DataAccessObject& dao) {
         (void)dao.deleteContextData("'visitor'");
+        return true;
     });
     const std::unique_ptr<DataAccessObject> callGroups(createDAOInstance(CallGroupSchema));
     (void)callGroups->insertDefaultRows(UserContextVisitor);

@@ -14,6 +14,7 @@
 namespace {
 
 constexpr const char* LogComponent = "DataAccessService";
+// Not the name of this file: kept on purpose, those who read traces select by it.
 constexpr const char* LogSource = "./src/DataAccessService_QFA";
 
 }  // namespace
@@ -40,24 +41,27 @@ void DataAccessService::initInternal() {
     }
 }
 
-void DataAccessService::prepareProfile(const std::string& profile) {
+bool DataAccessService::prepareProfile(const std::string& profile) {
     DAOFactory* factory = m_daoFactory;
     if (!isValidProfile(profile)) {
         DAS_LOG(2, "Invalid m_current user %s", currentUser().c_str());
     } else if (factory == nullptr) {
         DAS_LOG(2, "setProfile: no DAO factory");
     } else if (profile == DASUtilsStrings::UserContextVisitor) {
-        factory->copyQFABaseDataToVisitor();
+        return factory->copyQFABaseDataToVisitor();
     } else {
         factory->deleteVisitorUserPassword();
     }
+    return true;
 }
 
 bool DataAccessService::setProfile(std::string profile) {
     DAS_LOG(5, "DataAccessService::setProfile");
     CriticalSection section(m_requestSema);
     if (m_initialised) {
-        prepareProfile(profile);
+        if (!prepareProfile(profile)) {
+            return false;  // a guest must not see what an earlier one left
+        }
     } else {
         // What a request that a reset overtook has left there is about rows that are gone.
         GeneralConfigurationDAO::clearStaticCaches();
@@ -73,6 +77,7 @@ bool DataAccessService::setProfile(std::string profile) {
 
 bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
     DAS_LOG(5, "DataAccessService::invokeACMSFactoryReset() QFA");
+    const std::lock_guard<std::recursive_mutex> turn(m_resetMutex);
     if (!findACMS()) {
         return false;
     }
@@ -118,13 +123,13 @@ bool DataAccessService::migrateUserData(std::map<std::string, std::string>& valu
     return true;
 }
 
-void DataAccessService::onFactory(void (DAOFactory::*operation)()) {
+void DataAccessService::onFactory(const std::function<void(DAOFactory&)>& operation) {
     DAOFactory* factory = m_daoFactory;
     if (factory == nullptr) {
         DAS_LOG(2, "User data: no DAO factory");
         return;
     }
-    (factory->*operation)();
+    operation(*factory);
 }
 
 void DataAccessService::clearMobileUserdata() {
@@ -136,8 +141,10 @@ void DataAccessService::clearMobileUserDLSdata() {
 }
 
 void DataAccessService::copyBaseDataToVisitor() {
-    onFactory(&DAOFactory::copyQFABaseDataToVisitor);
-    onFactory(&DAOFactory::deleteVisitorUserPassword);
+    onFactory([](DAOFactory& factory) {
+        (void)factory.copyQFABaseDataToVisitor();  // a failure is in the log
+        factory.deleteVisitorUserPassword();       // may have come with the part that was copied
+    });
 }
 
 void DataAccessService::deleteVisitorUserPassword() {
