@@ -9,6 +9,7 @@
 #include "contacts/ConversationsTable.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
 
 namespace {
@@ -166,7 +167,7 @@ void PhonebookDAO::handleRequest(const char* text, int length) {
         {&searchNumberReason, &PhonebookDAO::searchPhoneNumberRequest, &ReadResponse},
         {&searchExternalIdReason, &PhonebookDAO::searchByExternalIdRequest, &ReadResponse},
     };
-    DAS_LOG(5, "handleRequest: %s", text != nullptr ? text : "");
+    DAS_LOG(5, "handleRequest: %s", LoggedText::request(text != nullptr ? text : "").c_str());
     if (!parseRequest(text, length, Parser)) {
         return;
     }

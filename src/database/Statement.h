@@ -4,6 +4,7 @@
 #include <sqlite3.h>
 
 #include <string>
+#include <vector>
 
 /**
  * A prepared statement for a scope; finalised at its end. For the adapter's own units alone: it
@@ -51,6 +52,15 @@ public:
         }
         const char* name = sqlite3_column_name(m_handle, column);
         return name != nullptr ? name : std::string();
+    }
+
+    /// Names of all columns of the result, in their order.
+    [[nodiscard]] std::vector<std::string> columnNames() const {
+        std::vector<std::string> names;
+        for (int column = 0; column < columnCount(); ++column) {
+            names.push_back(columnName(column));
+        }
+        return names;
     }
 
     /// Whether the cell of the present row is NULL.
