@@ -10,6 +10,7 @@
 #include <exception>
 
 #include "GPALSleep.h"
+#include "Progress.h"
 #include "Storage.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeNotice.h"
@@ -211,6 +212,7 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
     const int code = m_db != nullptr
                          ? sqlite3_exec(m_db, sql.c_str(), callback, argument, &m_lastError)
                          : SQLITE_MISUSE;
+    Progress::beat();
     if (m_lastError != nullptr) {
         tellFailure(m_lastError, sql);
     }

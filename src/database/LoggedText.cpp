@@ -61,7 +61,7 @@ public:
     }
 
 private:
-    /// The name that begins here, and goes to its end; empty when there is none.
+    /// The name that begins here, and goes to its end; empty without one.
     std::string_view nextName() {
         const std::size_t begin = m_place;
         while (m_place < m_text.size() && isInName(m_text[m_place])) {

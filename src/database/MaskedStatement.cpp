@@ -33,7 +33,7 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// The tokens of a statement. Comments are none of the service's habits and are read as tokens.
+/// The tokens of a statement. The service writes no comments in statements, so none are known.
 class Tokens {
 public:
     explicit Tokens(std::string_view sql) : m_sql(sql) {}
@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    /// Goes behind the token that begins with @p first.
+    /// Goes past the token that begins with @p first.
     Token::Kind skip(char first) {
         if (first == '\'') {
             skipQuoted(first);

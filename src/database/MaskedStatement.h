@@ -15,8 +15,8 @@
  */
 class MaskedStatement {
 public:
-    /// Returns the columns of a table in its order; none when they are not known. All values of an
-    /// insert that goes by them are masked then.
+    /// Returns the columns of a table in its order; an empty list when they are not known. All
+    /// values of an insert that goes by them are masked then.
     using ColumnsOf = std::function<std::vector<std::string>(const std::string& table)>;
 
     /// @p sql must outlive this object. @p columnsOf is called here, for inserts that name no

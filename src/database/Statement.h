@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "Progress.h"
+
 /**
  * A prepared statement for a scope; finalised at its end. For the adapter's own units alone: it
  * brings SQLite's header. The adapter's lock must be held for its whole life.
@@ -87,7 +89,10 @@ private:
     }
 
     /// SQLite would complain of the missing statement in its own log.
-    int stepOnce() { return m_handle != nullptr ? sqlite3_step(m_handle) : SQLITE_MISUSE; }
+    int stepOnce() {
+        Progress::beat();
+        return m_handle != nullptr ? sqlite3_step(m_handle) : SQLITE_MISUSE;
+    }
 
     bool schemaChanged(int code) {
         return !m_stepped && m_handle != nullptr && code != SQLITE_ROW && code != SQLITE_DONE &&
