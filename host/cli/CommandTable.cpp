@@ -137,18 +137,21 @@ const std::vector<Row>& CommandTable::rows() {
         {"set",
          "Set columns of a row, or items of settings",
          "Sends an update. Without --context the row is that of the current user. Contacts and "
-         "call groups are named by --id or --where.",
+         "call groups are named by --id or --where. NAME=@FILE and NAME=@- read a value from a "
+         "file or standard input, where no other user sees it; write @@ for a first @.",
          {SchemaArgument, ValuesArgument},
          {ContextOption, IdOption, WhereOption},
          false,
          {{"das set FeatureKeys --id 100 Label=Mail", "labels a key"},
-          {"das set Locale Language=de", "sets an item of the settings"}},
+          {"das set Locale Language=de", "sets an item of the settings"},
+          {"das set SipBaseSettings SIPpassword=@password.txt", "takes a value from a file"}},
          {},
          makeSetCommand},
         {"write",
          "Write a new row, or replace one",
          "Columns that are not named become blank. A call is written with the columns of its row "
-         "and of its items; a repeated column of an item begins the next item.",
+         "and of its items; a repeated column of an item begins the next item. NAME=@FILE and "
+         "NAME=@- read a value from a file or standard input; write @@ for a first @.",
          {SchemaArgument, ValuesArgument},
          {ContextOption},
          true,

@@ -3,13 +3,17 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <utility>
 
 #include "cli/Arguments.h"
+#include "cli/ValueSource.h"
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 #include "terminal/Utf8.h"
 
 namespace {
+
+const char* const ValuesName = "NAME=VALUE";
 
 /// Parts of a name that a read of contacts may look for.
 const std::vector<std::string> Patterns = {"SurnameLike", "FirstnameLike"};
@@ -147,15 +151,33 @@ bool RowArguments::read(const Arguments& arguments, const std::string& command,
         return false;
     }
     m_what = command + " " + m_schema->name;
-    if (!checkReason(command, reason) || !readConditions(arguments, reason)) {
-        return false;
-    }
-    for (const std::string& text : arguments.all("NAME=VALUE")) {
+    return checkReason(command, reason) && readConditions(arguments, reason) &&
+           readValues(arguments);
+}
+
+bool RowArguments::readValues(const Arguments& arguments) {
+    bool isInputRead = false;
+    for (const std::string& text : arguments.all(ValuesName)) {
         if (!readPair(text, namesOf(*m_schema), m_values) || !checkRepeated(m_values)) {
+            return false;
+        }
+        auto& [name, value] = m_values.back();
+        if (ValueSource::isStandardInput(value) && std::exchange(isInputRead, true)) {
+            Complaint::tell(name + "=@-: standard input is read already", "name a file");
+            return false;
+        }
+        if (!ValueSource::read(name, value) || !checkValue(name, value)) {
             return false;
         }
     }
     return true;
+}
+
+bool RowArguments::takesStandardInput(const Arguments& arguments) {
+    const auto& texts = arguments.all(ValuesName);
+    return std::any_of(texts.begin(), texts.end(), [](const std::string& text) {
+        return ValueSource::isStandardInput(text.substr(text.find('=') + 1));
+    });
 }
 
 bool RowArguments::checkRepeated(const RequestText::Values& values) const {
@@ -212,12 +234,19 @@ bool RowArguments::readPair(const std::string& text, const std::vector<std::stri
     if (!checkName(name, names)) {
         return false;
     }
+    if (!checkValue(name, value)) {
+        return false;
+    }
+    pairs.emplace_back(std::move(name), std::move(value));
+    return true;
+}
+
+bool RowArguments::checkValue(const std::string& name, const std::string& value) {
     if (Utf8::forXml(value) != value) {
         Complaint::tell(name + ": the value is no UTF-8, or has a control character",
                         "a request can't carry it");
         return false;
     }
-    pairs.emplace_back(std::move(name), std::move(value));
     return true;
 }
 

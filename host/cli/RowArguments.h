@@ -26,11 +26,14 @@ public:
     /// The conditions of --id and --where, by elements.
     const RequestText::Values& conditions() const { return m_conditions; }
 
-    /// The values of NAME=VALUE.
+    /// The values of NAME=VALUE; of NAME=@FILE what the file has.
     const RequestText::Values& values() const { return m_values; }
 
     /// "read PhoneBook", for messages.
     const std::string& what() const { return m_what; }
+
+    /// Whether a value is to be read from standard input.
+    static bool takesStandardInput(const Arguments& arguments);
 
     /// Whether @p name may be an element of a request; told when not.
     [[nodiscard]] bool checkName(const std::string& name) const;
@@ -54,6 +57,9 @@ public:
 private:
     bool readPair(const std::string& text, const std::vector<std::string>& names,
                   RequestText::Values& pairs) const;
+    /// Looks at NAME=VALUE, and reads the values that stand in files.
+    bool readValues(const Arguments& arguments);
+    static bool checkValue(const std::string& name, const std::string& value);
     /// Whether the last of @p values is the first of its name, or an element of a call.
     bool checkRepeated(const RequestText::Values& values) const;
     bool readConditions(const Arguments& arguments, const std::string& reason);

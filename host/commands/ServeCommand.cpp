@@ -10,6 +10,7 @@
 #include <string>
 #include <system_error>
 
+#include "DataAccessServiceIfc.h"
 #include "Log.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
@@ -28,6 +29,11 @@
 namespace {
 
 volatile std::sig_atomic_t s_isAskedToEnd = 0;
+
+/// Takes all locks of a request and reads the database; the answer does not matter.
+const std::string SignOfLife =
+    "<Schema name=\"MobilitySettings\"><ReasonForMessage>read_request</ReasonForMessage>"
+    "<ResultCols>MobilityCurrentUser</ResultCols></Schema>";
 
 /// SIGTERM and SIGINT, held back from every thread that is made from now on: they are taken where
 /// the host waits, so that none interrupts a message in work.
@@ -181,7 +187,10 @@ private:
         }
         host.keepFailures();
         const SocketServer server(socket.release(), host.dispatcher(), host.clients());
-        notice.ready(*path);
+        notice.ready(*path, [&host] {
+            (void)host.service().processRequest(SignOfLife.data(),
+                                                static_cast<int>(SignOfLife.size()));
+        });
         signals.wait();
         notice.ending();
         socket.remove();

@@ -7,6 +7,7 @@
 #include "cli/Command.h"
 #include "cli/CommandLine.h"
 #include "cli/HelpText.h"
+#include "cli/RowArguments.h"
 #include "cli/SheetPrinter.h"
 #include "cli/ShellWords.h"
 #include "client/HostOptions.h"
@@ -90,6 +91,10 @@ private:
         const HostOptions& options = parsed.options();
         if (options.db || options.root || options.socket) {
             Complaint::tell("--db, --root and --socket stand behind das shell, not here");
+            return ExitUsage;
+        }
+        if (RowArguments::takesStandardInput(parsed.arguments())) {
+            Complaint::tell("NAME=@-: standard input has the lines of the shell", "name a file");
             return ExitUsage;
         }
         const auto command = parsed.command().make();

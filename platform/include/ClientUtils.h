@@ -59,9 +59,9 @@ public:
     static bool getColumnPositions(std::ifstream& stream, const std::vector<std::string>& names,
                                    std::vector<int>& positions);
 
-    /// Whether @p name is a setting or a column that holds a password. Exact comparison.
+    /// Whether @p name is a setting or a column that holds a known password. Exact comparison.
     static bool isKnownPasswordDAS(const std::string& name);
-    /// What may be printed of @p value: "*****" when @p name holds a password, else the value.
+    /// What may be printed of @p value: "*****" when @p name holds a secret, else the value.
     static std::string hidePasswordDAS(const std::string& name, const std::string& value);
 };
 

@@ -9,7 +9,8 @@
  *
  * Levels in use: 2 failures, 3 SQL and lock errors, 5 information and SQL text, 6 detail. An entry
  * is written when its level is not above the level that is set. Any thread may write; an entry is
- * one line and is written whole.
+ * one line and is written whole. Up to level 3 a message is cut at 8 KiB, with a note of how many
+ * bytes are left out.
  */
 
 /// Whether an entry of @p component at @p level would be written. Guards the making of arguments.

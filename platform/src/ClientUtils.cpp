@@ -10,6 +10,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "Secrets.h"
+
 namespace {
 
 struct Entity {
@@ -21,16 +23,6 @@ constexpr Entity entities[] = {
     {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&apos;"},
 };
 
-/// Each of these, and each with "Enc" behind it, holds a password. Sorted by bytes.
-constexpr std::string_view passwordNames[] = {
-    "BcaSipPassword",  "DssSipPassword",    "FtpPassword",
-    "LdapPassword",    "LineSipPassword",   "PIN",
-    "QcuCommunity",    "SIPpassword",       "SendUrlPasswd",
-    "SnmpGetPassword", "SnmpTrapCommunity", "UserHashedPwd",
-    "UserMD5Hash",     "UserPassword",      "WSIPassword",
-};
-
-constexpr std::string_view encryptedSuffix = "Enc";
 constexpr std::string_view versionTag = "#$VERSION=";
 constexpr std::string_view columnsTag = "#$COLUMNS=";
 
@@ -205,14 +197,9 @@ bool ClientUtils::getColumnPositions(std::ifstream& stream, const std::vector<st
 }
 
 bool ClientUtils::isKnownPasswordDAS(const std::string& name) {
-    std::string_view plain = name;
-    if (plain.size() > encryptedSuffix.size() &&
-        plain.substr(plain.size() - encryptedSuffix.size()) == encryptedSuffix) {
-        plain.remove_suffix(encryptedSuffix.size());
-    }
-    return std::binary_search(std::begin(passwordNames), std::end(passwordNames), plain);
+    return Secrets::isKnownPassword(name);
 }
 
 std::string ClientUtils::hidePasswordDAS(const std::string& name, const std::string& value) {
-    return isKnownPasswordDAS(name) ? "*****" : value;
+    return Secrets::isSecret(name) ? std::string(Secrets::Mask) : value;
 }

@@ -21,6 +21,11 @@ namespace {
 constexpr int defaultLevel = 2;
 constexpr int levelUnread = INT_MIN;
 
+/// Failures are logged at these levels without anybody's wish for detail, and may hold what a client
+/// has sent: no client fills the log by it.
+constexpr int highestFailureLevel = 3;
+constexpr std::size_t longestFailure = 8192;
+
 std::atomic<int> currentLevel{levelUnread};
 
 struct Destination {
@@ -70,6 +75,20 @@ std::string formatted(const char* format, va_list arguments) {
     }
     va_end(again);
     return message;
+}
+
+/// Cuts what is too long for a failure, not within a character of UTF-8, and notes how much it was.
+void cutFailure(std::string& message) {
+    if (message.size() <= longestFailure) {
+        return;
+    }
+    std::size_t size = longestFailure;
+    for (int i = 0; i < 3 && (static_cast<unsigned char>(message[size]) & 0xc0) == 0x80; ++i) {
+        --size;
+    }
+    const std::size_t rest = message.size() - size;
+    message.resize(size);
+    message += "... and " + std::to_string(rest) + " more bytes";
 }
 
 void writeWhole(const std::string& line) {
@@ -154,7 +173,11 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
     va_list again;
     va_copy(again, arguments);
     try {
-        handOver({level, component, sourceFile, line, formatted(format, arguments)});
+        std::string message = formatted(format, arguments);
+        if (level <= highestFailureLevel) {
+            cutFailure(message);
+        }
+        handOver({level, component, sourceFile, line, std::move(message)});
     } catch (const std::exception&) {
         // Those who log in the middle of a failure must come to its end.
         writeBare(component, sourceFile, level, line, format, again);

@@ -17,6 +17,7 @@
 #include <string_view>
 
 #include "Log.h"
+#include "Progress.h"
 
 namespace {
 
@@ -163,6 +164,7 @@ void Storage::openToRead(std::ifstream& stream, const std::string& path) {
 void Storage::getListOfDirectoriesByDirectoryWithPath(const std::string& directory,
                                                       std::list<std::string>& list) {
     list.clear();
+    Progress::beat();
     forEachEntry(directory, [&](const std::string& name, mode_t mode) {
         if (S_ISDIR(mode)) {
             list.push_back(withName(directory, name));

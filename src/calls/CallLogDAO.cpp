@@ -8,6 +8,7 @@
 #include "calls/ConversationsDAO.h"
 #include "contacts/PhonebookDAO.h"
 #include "database/DatabaseAdapter.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
 
 namespace {
@@ -182,7 +183,8 @@ void CallLogDAO::handleRequest(const char* text, int length) {
         {&rowCountRequestReason, &CallLogDAO::rowCountRequest, &rowCountResponse},
         {&DeleteRequest, &CallLogDAO::deleteRequest, &DeleteResponse},
     };
-    DAS_LOG(5, "handleRequest:\n %s\n", text != nullptr ? text : "");
+    DAS_LOG(5, "handleRequest:\n %s\n",
+            LoggedText::request(text != nullptr ? text : "").c_str());
     if (!parseRequest(text, length, Parser) || !settleUser()) {
         return;
     }

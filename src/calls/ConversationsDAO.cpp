@@ -7,6 +7,7 @@
 #include "calls/CallLogWriter.h"
 #include "contacts/PhonebookDAO.h"
 #include "database/DatabaseAdapter.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
 
 namespace {
@@ -68,7 +69,8 @@ void ConversationsDAO::handleRequest(const char* text, int length) {
         {&ReadRequest, &ConversationsDAO::readRequest, &ReadResponse},
         {&DeleteRequest, &ConversationsDAO::deleteRequest, &DeleteResponse},
     };
-    DAS_LOG(5, "handleRequest:[%s]\n", text != nullptr ? text : "");
+    DAS_LOG(5, "handleRequest:[%s]\n",
+            LoggedText::request(text != nullptr ? text : "").c_str());
     if (parseRequest(text, length, Parser) && settleUser()) {
         (void)dispatch(*this, Operations);  // another reason is a failure, which the answer tells
     }

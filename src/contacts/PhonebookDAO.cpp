@@ -7,6 +7,7 @@
 #include "Storage.h"
 #include "contacts/ConversationsTable.h"
 #include "database/DatabaseAdapter.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
 
 namespace {
@@ -165,7 +166,7 @@ void PhonebookDAO::handleRequest(const char* text, int length) {
         {&searchNumberReason, &PhonebookDAO::searchPhoneNumberRequest, &ReadResponse},
         {&searchExternalIdReason, &PhonebookDAO::searchByExternalIdRequest, &ReadResponse},
     };
-    DAS_LOG(5, "handleRequest: %s", text != nullptr ? text : "");
+    DAS_LOG(5, "handleRequest: %s", LoggedText::request(text != nullptr ? text : "").c_str());
     if (!parseRequest(text, length, Parser)) {
         return;
     }

@@ -252,6 +252,7 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
                     m_path.c_str(), m_line, count);
             ++failures;
         }
+        Progress::beat();
         if (m_line % LinesBetweenReports == 0) {
             reportProgress();
         }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "database/DatabaseAdapter.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
 
 namespace {
@@ -181,8 +182,9 @@ bool DataAccessObject::parseRequest(const char* text, int length, const RequestP
         return true;
     }
     if (loggingOnAppUni(parser.logComponent, 2)) {
-        logAppUni(parser.logComponent, LogSource, 2, __LINE__, parser.failureFormat,
-                  text != nullptr ? text : "");
+        const std::string shown =
+            LoggedText::request(text != nullptr ? text : "", LoggedText::FailureSize);
+        logAppUni(parser.logComponent, LogSource, 2, __LINE__, parser.failureFormat, shown.c_str());
     }
     return false;
 }

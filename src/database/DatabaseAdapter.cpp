@@ -10,6 +10,7 @@
 #include <exception>
 
 #include "GPALSleep.h"
+#include "Progress.h"
 #include "Storage.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeNotice.h"
@@ -97,8 +98,6 @@ private:
 };
 
 }  // namespace
-
-std::atomic<bool> DatabaseAdapter::m_isRequestContentShowableOnTheAurelTrace{true};
 
 int sqliteCallBackForRows(void* flag, int, char**, char**) {
     if (flag != nullptr) {
@@ -213,9 +212,9 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
     const int code = m_db != nullptr
                          ? sqlite3_exec(m_db, sql.c_str(), callback, argument, &m_lastError)
                          : SQLITE_MISUSE;
+    Progress::beat();
     if (m_lastError != nullptr) {
-        DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", m_lastError, sql.c_str());
-        tellDamage(sql);
+        tellFailure(m_lastError, sql);
     }
     return code;
 }
@@ -284,34 +283,6 @@ int DatabaseAdapter::freeError() {
     return 0;
 }
 
-const char* DatabaseAdapter::errorText() const {
-    return m_db != nullptr ? sqlite3_errmsg(m_db) : "no open database";
-}
-
-void DatabaseAdapter::logStatementError(const std::string& sql) {
-    DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", errorText(), sql.c_str());
-    tellDamage(sql);
-}
-
-void DatabaseAdapter::tellDamage(const std::string& sql) {
-    const int code = m_db != nullptr ? sqlite3_errcode(m_db) : SQLITE_OK;
-    if (m_damageIsTold || (code != SQLITE_CORRUPT && code != SQLITE_NOTADB)) {
-        return;
-    }
-    m_damageIsTold = true;
-    // No values: they may be secret, and begin with a quote.
-    DAS_LOG(2, "The database %s is damaged: %s, at '%s'", databasePath().c_str(), errorText(),
-            sql.substr(0, sql.find('\'')).c_str());
-}
-
-void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) {
-    const bool isFailure = code != SQLITE_ROW && code != SQLITE_DONE;
-    if (isFailure && statement.isPrepared() && !statement.isEmpty()) {
-        (void)statement.reset();  // brings the words of the failed step
-        logStatementError(sql);
-    }
-}
-
 int DatabaseAdapter::convertSQLiteStatusToAdapterStatus(int code) const {
     constexpr int known = static_cast<int>(sizeof(AdapterStatus) / sizeof(AdapterStatus[0]));
     return code >= 0 && code < known ? AdapterStatus[code] : AdapterFailure;
@@ -371,7 +342,7 @@ bool DatabaseAdapter::isSound(const std::string& path) {
 std::string DatabaseAdapter::countStatement(const std::string& table, PairList& andList) {
     std::string sql = "SELECT COUNT(*) FROM " + table;
     sql += concatWhereCondition(andList);
-    DAS_LOG(6, "%s", sql.c_str());
+    DAS_LOG(6, "%s", forLog(sql).c_str());
     return sql;
 }
 
@@ -412,12 +383,4 @@ bool DatabaseAdapter::readRowCount(const std::string& sql, std::string& count) {
         DAS_LOG(6, "row count:%s", count.c_str());
     }
     return true;
-}
-
-void DatabaseAdapter::setWhetherRequestContentShowableOnTheAurelTrace(bool showable) {
-    m_isRequestContentShowableOnTheAurelTrace = showable;
-}
-
-bool DatabaseAdapter::getWhetherRequestContentShowableOnTheAurelTrace() {
-    return m_isRequestContentShowableOnTheAurelTrace;
 }

@@ -12,6 +12,7 @@
 
 #include "DASTypes.h"
 #include "DatabaseAdapterIfc.h"
+#include "database/MaskedStatement.h"
 
 class ChangeNotice;
 class Statement;
@@ -29,7 +30,7 @@ int sqliteCallBackForRows(void* flag, int columns, char** values, char** names);
  * The file is "phone.db" in the directory that "DB_PATH" of the environment names, or in the
  * working directory when that is unset. What the operations of the interface mean stands there. A
  * failed statement logs SQLite's words with the statement at level 3; a statement without an open
- * database fails in the same way.
+ * database fails in the same way. No secret value is logged; see MaskedStatement.
  */
 class DatabaseAdapter : public DatabaseAdapterIfc {
 public:
@@ -190,9 +191,6 @@ private:
     /// Room for a usual statement, so that its text does not grow, and move, on its way.
     static constexpr std::size_t StatementSize = 256;
 
-    /// A stretch of a statement that holds a password: position and length.
-    using MaskedStretches = std::vector<std::pair<std::size_t, std::size_t>>;
-
     explicit DatabaseAdapter(int type);
     void constructorActions();
     void openDatabase();
@@ -204,9 +202,10 @@ private:
     void takeBackWhatIsLeftOpen() noexcept;
     const char* errorText() const;
     void logStatementError(const std::string& sql);
-    /// Tells once at the level of failures that the file is damaged, when the failure of @p sql was
-    /// that.
-    void tellDamage(const std::string& sql);
+    /// Logs that @p sql failed with @p error, and once at the level of failures that the file is
+    /// damaged, when the failure was that.
+    void tellFailure(const char* error, const std::string& sql);
+    std::string failureForLog(const std::string& words, const std::string& sql);
     /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
     void logFailedStep(Statement& statement, int code, const std::string& sql);
 
@@ -216,8 +215,10 @@ private:
     bool readRowCount(const std::string& sql, std::string& count);
     int collectRows(const std::string& sql, Rows& rows, bool stopAtFailedPrepare,
                     const char* countFormat);
-    static void logMasked(const char* format, const std::string& sql,
-                          const MaskedStretches& stretches);
+    /// @p sql as it may stand in the log. Call it only when the level is logged.
+    std::string forLog(const std::string& sql);
+    /// What reads the columns of a table in its order, without a log entry of its own.
+    MaskedStatement::ColumnsOf columnsInOrder();
 
     std::unique_ptr<ChangeNotice> m_changeNotice;
     sqlite3* m_db = nullptr;

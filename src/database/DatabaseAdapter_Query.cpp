@@ -204,7 +204,7 @@ int DatabaseAdapter::executeQuery(const std::string& table, const std::vector<st
         sql += " LIMIT " + limit + " OFFSET " + offset;
     }
     sql += ';';
-    DAS_LOG(5, "%s", sql.c_str());
+    DAS_LOG(5, "%s", forLog(sql).c_str());
     return executeSQLQuery(sql, rows);
 }
 
@@ -230,7 +230,7 @@ int DatabaseAdapter::actualSearchQuery(const std::string& table,
         sql += " LIMIT " + limit;
     }
     sql += " ;";
-    DAS_LOG(5, "%s", sql.c_str());
+    DAS_LOG(5, "%s", forLog(sql).c_str());
     return executeActualSearchQuery(sql, rows);
 }
 
@@ -293,8 +293,8 @@ int DatabaseAdapter::getColumnNames(const std::string& table, std::vector<std::s
         logStatementError(sql);
         return 0;
     }
-    for (int column = 0; column < statement.columnCount(); ++column) {
-        names.push_back(statement.columnName(column));
+    for (std::string& name : statement.columnNames()) {
+        names.push_back(std::move(name));
     }
     return 1;
 }

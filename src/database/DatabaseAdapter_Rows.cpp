@@ -1,11 +1,10 @@
-// Statements that change rows, and the masking of passwords in what is logged of them.
+// Statements that change rows.
 
 #include <sqlite3.h>
 
 #include <algorithm>
 #include <stdexcept>
 
-#include "ClientUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
@@ -14,12 +13,6 @@ namespace {
 
 constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DatabaseAdapter";
-constexpr const char* MaskedValue = "'*****'";
-
-/// A value without the quotes of its database form; "" when it is too short to have any.
-std::string withoutQuotes(const std::string& value) {
-    return value.size() < 2 ? std::string() : value.substr(1, value.size() - 2);
-}
 
 std::size_t joinedSize(const std::vector<std::string>& texts) {
     std::size_t size = 2 * texts.size();
@@ -40,50 +33,7 @@ void appendList(std::string& sql, const std::vector<std::string>& texts) {
     }
 }
 
-/// Finds the values that stand directly behind the name of a password. @p position is where the
-/// first value begins in the statement.
-std::vector<std::pair<std::size_t, std::size_t>> passwordsBehindTheirNames(
-    const std::vector<std::string>& values, std::size_t position) {
-    constexpr std::size_t shortestName = 3;
-    std::vector<std::pair<std::size_t, std::size_t>> found;
-    bool previousIsName = false;
-    for (const std::string& value : values) {
-        if (value.size() < shortestName) {
-            previousIsName = false;
-        } else if (previousIsName) {
-            found.emplace_back(position, value.size());
-            previousIsName = false;
-        } else {
-            previousIsName = ClientUtils::isKnownPasswordDAS(withoutQuotes(value));
-        }
-        position += value.size() + 2;
-    }
-    return found;
-}
-
-bool namesPassword(const PairList& conditions) {
-    for (const auto& condition : conditions) {
-        if (ClientUtils::isKnownPasswordDAS(withoutQuotes(condition.second))) {
-            return true;
-        }
-    }
-    return false;
-}
-
 }  // namespace
-
-void DatabaseAdapter::logMasked(const char* format, const std::string& sql,
-                                const MaskedStretches& stretches) {
-    if (stretches.empty()) {
-        DAS_LOG(5, format, sql.c_str());
-        return;
-    }
-    std::string masked = sql;
-    for (auto stretch = stretches.rbegin(); stretch != stretches.rend(); ++stretch) {
-        masked.replace(stretch->first, stretch->second, MaskedValue);
-    }
-    DAS_LOG(5, format, masked.c_str());
-}
 
 int DatabaseAdapter::insertShared(const std::string& table, const std::vector<std::string>& columns,
                                   const std::vector<std::string>& values, long long* rowId) {
@@ -97,11 +47,10 @@ int DatabaseAdapter::insertShared(const std::string& table, const std::vector<st
         sql += ')';
     }
     sql += " VALUES (";
-    const std::size_t firstValue = sql.size();
     appendList(sql, values);
     sql += ");";
-    if (m_isRequestContentShowableOnTheAurelTrace && loggingOnAppUni(LogComponent, 5)) {
-        logMasked("SQL %s", sql, passwordsBehindTheirNames(values, firstValue));
+    if (m_isRequestContentShowableOnTheAurelTrace) {
+        DAS_LOG(5, "SQL %s", forLog(sql).c_str());
     }
     AdapterLock lock(*this);
     const int code = executeNonQuery(sql);
@@ -161,11 +110,6 @@ int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orLi
             return 0;
         }
     }
-    // The statement is logged whatever the trace flag says, unlike an insert: kept on purpose, the
-    // masking makes it safe.
-    const bool logged = loggingOnAppUni(LogComponent, 5);
-    const bool isPasswordRow = logged && namesPassword(andList);
-    MaskedStretches stretches;
     std::string sql;
     sql.reserve(StatementSize);
     sql += "UPDATE ";
@@ -179,17 +123,14 @@ int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orLi
         first = false;
         sql += name;
         sql += " = ";
-        if (logged && (isPasswordRow || ClientUtils::isKnownPasswordDAS(name))) {
-            stretches.emplace_back(sql.size(), value.size());
-        }
         sql += value;
     }
     newValues.clear();
     sql += concatWhereCondition(andList, orList, notList);
     sql += ';';
-    if (logged) {
-        logMasked("%s", sql, stretches);
-    }
+    // The statement is logged whatever the trace flag says, unlike an insert: kept on purpose, the
+    // masking makes it safe.
+    DAS_LOG(5, "%s", forLog(sql).c_str());
     return executeNonQuery(sql);
 }
 
@@ -210,6 +151,6 @@ int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList, Pair
     std::string sql = "DELETE FROM " + table + " ";
     sql += concatWhereCondition(andList, orList, notList);
     sql += ';';
-    DAS_LOG(5, "%s", sql.c_str());
+    DAS_LOG(5, "%s", forLog(sql).c_str());
     return executeNonQuery(sql);
 }

@@ -4,6 +4,9 @@
 #include <sqlite3.h>
 
 #include <string>
+#include <vector>
+
+#include "Progress.h"
 
 /**
  * A prepared statement for a scope; finalised at its end. For the adapter's own units alone: it
@@ -53,6 +56,15 @@ public:
         return name != nullptr ? name : std::string();
     }
 
+    /// Names of all columns of the result, in their order.
+    [[nodiscard]] std::vector<std::string> columnNames() const {
+        std::vector<std::string> names;
+        for (int column = 0; column < columnCount(); ++column) {
+            names.push_back(columnName(column));
+        }
+        return names;
+    }
+
     /// Whether the cell of the present row is NULL.
     [[nodiscard]] bool isNull(int column) const {
         return sqlite3_column_type(m_handle, column) == SQLITE_NULL;
@@ -77,7 +89,10 @@ private:
     }
 
     /// SQLite would complain of the missing statement in its own log.
-    int stepOnce() { return m_handle != nullptr ? sqlite3_step(m_handle) : SQLITE_MISUSE; }
+    int stepOnce() {
+        Progress::beat();
+        return m_handle != nullptr ? sqlite3_step(m_handle) : SQLITE_MISUSE;
+    }
 
     bool schemaChanged(int code) {
         return !m_stepped && m_handle != nullptr && code != SQLITE_ROW && code != SQLITE_DONE &&

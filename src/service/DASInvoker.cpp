@@ -21,8 +21,12 @@
 #include "Method.h"
 #include "ProtocolAdapter.h"
 #include "Proxy.h"
+#include "Secrets.h"
 #include "Serializer.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
+#include "service/DataAccessService.h"
+#include "service/MobilityMigrator.h"
 
 namespace {
 
@@ -158,11 +162,27 @@ void acknowledge(Exchange& exchange, bool done) {
     exchange.reply.addBoolParameter(acknowledgeName, done, Parameter::out);
 }
 
+/// The values with secrets masked. What a tag leads to is known to this library's service alone.
+std::map<std::string, std::string> valuesForLog(const Exchange& exchange) {
+    const auto* const service = dynamic_cast<const DataAccessService*>(&exchange.service);
+    const MobilityMigrator* const migrator =
+        service != nullptr ? service->getMobilityMigrator() : nullptr;
+    std::map<std::string, std::string> values = exchange.values;
+    for (auto& [tag, value] : values) {
+        const bool isSecret =
+            Secrets::isSecret(tag) || (migrator != nullptr && migrator->leadsToSecret(tag));
+        if (isSecret && !value.empty()) {
+            value = Secrets::Mask;
+        }
+    }
+    return values;
+}
+
 void acknowledgeValues(Exchange& exchange, bool done) {
     acknowledge(exchange, done);
     if (done) {
         const std::string text = Serializer::serialize(exchange.values);
-        DAS_LOG(5, "newValues %s", text.c_str());
+        DAS_LOG(5, "newValues %s", Serializer::serialize(valuesForLog(exchange)).c_str());
         exchange.reply.addStringParameter("readValues", text, Parameter::inout);
     }
 }
@@ -507,7 +527,7 @@ bool DASInvoker::extractParamFromXMLString(const std::string& xml, const std::st
     std::size_t position = xml.find(name);
     if (position == std::string::npos) {
         DAS_LOG(5, "extractParamFromXMLString parameter:(%s) not found in: (%s).\n", name.c_str(),
-                xml.c_str());
+                LoggedText::request(xml).c_str());
         return false;
     }
     std::string_view quoted;

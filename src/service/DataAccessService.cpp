@@ -21,6 +21,7 @@
 #include "dao/NULLDataAccessObject.h"
 #include "database/DatabaseAdapter.h"
 #include "database/DbFactory.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/ACMSTagMapper.h"
@@ -263,9 +264,11 @@ std::string DataAccessService::answerXml(const char* message, int length) {
 std::unique_ptr<DataAccessObject> DataAccessService::refuse(const std::string& schema,
                                                             const char* message) {
     DAS_LOG(5, "DAS not yet initialised  - returning failure");
-    DAS_LOG(5, "not processed message='%s'", message);
+    // The host of a service may keep what it prints, so that is no longer than a log entry.
+    const std::string shown = LoggedText::request(message, LoggedText::FailureSize);
+    DAS_LOG(5, "not processed message='%s'", shown.c_str());
     std::printf("DAS not yet initialised - returning failure\nnot processed message='%s'\n",
-                message);
+                shown.c_str());
     (void)std::fflush(stdout);
     return std::make_unique<NULLDataAccessObject>(schema);
 }

@@ -83,6 +83,10 @@ public:
     /// Translates management tags; null before the end of init. Owned by the service.
     ACMSTagMapper* getACMSTagMapper();
 
+    /// Reads and writes what management tags stand for; null before the end of init. Owned by the
+    /// service.
+    const MobilityMigrator* getMobilityMigrator() const { return m_mobilityMigratorInUse; }
+
     /// Stores the framework's context; not owned.
     void registerContext(Context& context);
 

@@ -4,10 +4,13 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Secrets.h"
 #include "XmlHandler.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
+#include "database/LoggedText.h"
 #include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/ACMSTagMapper.h"
@@ -123,7 +126,7 @@ void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     for (const auto& [key, value] : values) {
         Target target;
-        if (findTarget(key, target)) {
+        if (findKnownTarget(key, target)) {
             importItem(target, value);
         }
     }
@@ -133,7 +136,7 @@ void MobilityMigrator::exportData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     for (auto& [key, value] : values) {
         Target target;
-        if (findTarget(key, target)) {
+        if (findKnownTarget(key, target)) {
             exportItem(target, value);
         }
     }
@@ -164,16 +167,28 @@ void MobilityMigrator::migrateBaseToVisitor(std::map<std::string, std::string>& 
     importData(values);
 }
 
+bool MobilityMigrator::leadsToSecret(const std::string& key) const {
+    Target target;
+    return findTarget(key, target) && Secrets::isSecret(target.tag);
+}
+
 bool MobilityMigrator::findTarget(const std::string& key, Target& target) const {
     if (m_mapper == nullptr || !(m_mapper->findDASTags(key, target.schema, target.tag) ||
                                  findByDigitSuffix(key, target) || findByBrackets(key, target))) {
-        DAS_LOG(5, "Unknown ACMS tag encountered [%s]", key.c_str());
         return false;
     }
     if (DAOFactory::holdsSettings(target.schema)) {
         target.form = Target::Plain;  // an identifier would be stored as a setting "Id"
     }
     return true;
+}
+
+bool MobilityMigrator::findKnownTarget(const std::string& key, Target& target) const {
+    const bool isKnown = findTarget(key, target);
+    if (!isKnown) {
+        DAS_LOG(5, "Unknown ACMS tag encountered [%s]", key.c_str());
+    }
+    return isKnown;
 }
 
 bool MobilityMigrator::findByDigitSuffix(const std::string& key, Target& target) const {
@@ -272,10 +287,10 @@ void MobilityMigrator::sendRead(const std::string& schema, const std::string& ta
                                 const std::string& content, std::string& out) {
     const std::string request = xmlDeclaration + schemaStart + schema + schemaStartEnd +
                                 readReason + inContext(schema, tag, content) + readEnd;
-    DAS_LOG(5, "READ: %s", request.c_str());
+    DAS_LOG(5, "READ: %s", LoggedText::request(request).c_str());
     out = m_service->processRequest(request);
     stripXml(out, tag);
-    DAS_LOG(5, "RESPONSE: %s", out.c_str());
+    DAS_LOG(5, "RESPONSE: %s", ClientUtils::hidePasswordDAS(tag, out).c_str());
 }
 
 void MobilityMigrator::readRequest(const std::string& schema, const std::string& tag,
@@ -299,7 +314,7 @@ void MobilityMigrator::stripXml(std::string& text, std::string tag) {
     DASUtils::createXMLStartTag(tag, opening);
     const std::size_t place = text.find(opening);
     if (place == std::string::npos) {
-        DAS_LOG(5, "stripxml failure %s", text.c_str());
+        DAS_LOG(5, "stripxml failure %s", LoggedText::request(text).c_str());
         text.clear();
         return;
     }

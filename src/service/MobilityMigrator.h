@@ -36,6 +36,9 @@ public:
     /// purpose: what is imported is the owner's.
     void migrateBaseToVisitor(std::map<std::string, std::string>& values);
 
+    /// Whether the item that the tag @p key leads to is a secret, whatever the tag is called.
+    [[nodiscard]] bool leadsToSecret(const std::string& key) const;
+
     // One item. With an index the item is a cell of the row of that identifier. @p out holds what
     // goes into the request and takes the result.
     void updateRequest(const std::string& schema, const std::string& tag, const std::string& value);
@@ -61,6 +64,8 @@ private:
     };
 
     bool findTarget(const std::string& key, Target& target) const;
+    /// Logs a tag that leads nowhere.
+    bool findKnownTarget(const std::string& key, Target& target) const;
     bool findByDigitSuffix(const std::string& key, Target& target) const;
     bool findByBrackets(const std::string& key, Target& target) const;
     void importItem(const Target& target, const std::string& value);

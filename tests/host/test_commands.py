@@ -134,6 +134,17 @@ class Data(DemoTest):
                 self.assertEqual(self.rows("read", "AudioSettings", "--cols", "Size", *over),
                                  [{"Context": "base", "Name": "Size", "Value": "3"}])
 
+    def test_a_value_comes_from_a_file_or_from_standard_input(self):
+        secret = self.file("secret", "s\u00e9cret\n\n")
+        self.good("set", "SecuritySettings", f"FilePassword=@{secret}", "InputPassword=@-",
+                  "Handle=@@name", lines=["typed"])
+        stored = self.sql("SELECT Value FROM GENERAL_CONFIG WHERE Schema = 'SecuritySettings' "
+                          "AND Name IN ('FilePassword', 'InputPassword', 'Handle') ORDER BY Name")
+        self.assertEqual(stored, [("s\u00e9cret\n",), ("@name",), ("typed",)])
+        self.assertEqual(self.good("write", "PhoneBook", "Surname=@-", lines=["Amber"]),
+                         "UniqueID\n201\n")
+        self.assertEqual(self.sql("SELECT Surname FROM PHONE_BOOK WHERE UniqueID = 201"), [("Amber",)])
+
     def test_a_call_is_written_with_its_items(self):
         self.good("delete", "CallLogMissedCalls", "--all")
         times = ["2026-03-01T09:00:00+01:00", "2026-03-01T10:00:00+01:00"]
@@ -435,6 +446,7 @@ class Shell(DemoTest):
             ("quit", ["quit", "profile"], 0, ""),
             ("an open quote", ["read 'x"], 2, ""),
             ("another place", ["profile --db x"], 2, ""),
+            ("input of its own", ["set Locale Language=@-", "profile"], 2, "User\nbase\n"),
         ]
         self.serve()
         for over in ([], ["--socket", self.path]):

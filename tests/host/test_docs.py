@@ -26,7 +26,7 @@ from pathlib import Path
 
 from test_das import DAS, SOURCES
 
-PAGES = [SOURCES / "README.md", *sorted((SOURCES / "docs").glob("*.md"))]
+PAGES = [SOURCES / "README.md", SOURCES / "SECURITY.md", *sorted((SOURCES / "docs").glob("*.md"))]
 BLOCK = re.compile(r"^```(\w*)\n(.*?)^```$", re.M | re.S)
 JOB = re.compile(r"\[\d+\][-+ ]")
 COLOUR = re.compile(r"\x1b\[[0-9;]*[mK]")
@@ -192,6 +192,64 @@ class Pages(unittest.TestCase):
         text = subprocess.run([DAS, "help", "--markdown"], check=True, capture_output=True).stdout
         self.assertTrue((SOURCES / "docs/commands.md").read_bytes() == text,
                         "docs/commands.md is out of date: das help --markdown > docs/commands.md")
+
+
+class Guarantees(unittest.TestCase):
+    """Each promise, a row of a table, is one sentence and names tests that exist."""
+
+    PAGE = SOURCES / "docs/guarantees.md"
+    ROW = re.compile(r"\| (?P<promise>.+?) \| (?P<tests>.+?) \|")
+    NAME = re.compile(r"`([^`]+)`")
+
+    @staticmethod
+    def names():
+        """Of all tests and campaigns, as the page writes them."""
+        found = set()
+        for source in (SOURCES / "tests").rglob("*.cpp"):
+            found.update(".".join(test) for test in
+                         re.findall(r"^TEST(?:_F|_P)?\((\w+), (\w+)\)", source.read_text(), re.M))
+        for source in (SOURCES / "tests").rglob("test_*.py"):
+            for piece in re.split(r"^class ", source.read_text(), flags=re.M)[1:]:
+                class_name = re.match(r"\w+", piece)[0]
+                found.update(f"{class_name}.{test}"
+                             for test in re.findall(r"^    def (test_\w+)", piece, re.M))
+        campaigns = (SOURCES / "scripts/campaign").read_text().split("campaigns='", 1)[1]
+        found.update(f"campaign {line.split()[0]}"
+                     for line in campaigns.split("'", 1)[0].splitlines() if line)
+        return found
+
+    @classmethod
+    def faults_of(cls, text, names):
+        faults = []
+        for block in re.split(r"\n\n+", text.split("\n## ", 1)[1]):
+            if not block.startswith("|"):
+                continue
+            for line in block.splitlines()[2:]:
+                row = cls.ROW.fullmatch(line)
+                if row is None:
+                    faults.append(f"not a promise and its tests, in two cells: {line}")
+                    continue
+                shown = cls.NAME.findall(row["tests"])
+                if not shown:
+                    faults.append(f"no test is named for: {row['promise']}")
+                if re.search(r"[.;] [A-Z]", row["promise"]):
+                    faults.append(f"more than one sentence, each needs a row: {row['promise']}")
+                faults += [f"there is no test or campaign {name}, which is named for: {row['promise']}"
+                           for name in shown if name not in names]
+        return faults
+
+    def test_each_promise_names_tests_that_exist(self):
+        self.assertEqual(self.faults_of(self.PAGE.read_text(), self.names()), [])
+
+    def test_a_promise_without_a_test_is_found(self):
+        page = "# G\n\n## A\n\n| P | T |\n|---|---|\n| It holds | `A.B`, `campaign c` |\n"
+        self.assertEqual(self.faults_of(page, {"A.B", "campaign c"}), [])
+        for row, fault in (("| It holds | tried once |", "no test is named for: It holds"),
+                           ("| It holds | `A.C` |", "there is no test or campaign A.C, which is"),
+                           ("| It holds. So does this | `A.B` |", "more than one sentence"),
+                           ("| It holds `A.B` |", "not a promise and its tests")):
+            found = self.faults_of(page + row, {"A.B", "campaign c"})
+            self.assertEqual([each[:len(fault)] for each in found], [fault])
 
 
 if __name__ == "__main__":

@@ -106,16 +106,20 @@ TEST(ClientUtilsTest, HeaderGivesVersionAndPositionsOfTheWantedColumns) {
     EXPECT_EQ((std::vector<int>{2, 0}), positions);
 }
 
-TEST(ClientUtilsTest, PasswordsAreKnownByTheirExactNameAndItsEncryptedForm) {
+TEST(ClientUtilsTest, SecretsAreKnownByTheirExactNameOrByAPartOfIt) {
     for (const std::string name :
          {"UserHashedPwd", "UserMD5Hash", "UserPassword", "WSIPassword", "QcuCommunity",
           "SnmpGetPassword", "SnmpTrapCommunity", "LdapPassword", "PIN", "SIPpassword",
           "FtpPassword", "LineSipPassword", "DssSipPassword", "BcaSipPassword", "SendUrlPasswd"}) {
         EXPECT_EQ("*****", ClientUtils::hidePasswordDAS(name, "secret")) << name;
         EXPECT_EQ("*****", ClientUtils::hidePasswordDAS(name + "Enc", "")) << name;
-        EXPECT_EQ("open", ClientUtils::hidePasswordDAS(name + "EncEnc", "open")) << name;
+        EXPECT_FALSE(ClientUtils::isKnownPasswordDAS(name + "EncEnc")) << name;
     }
-    for (const char* name : {"", "Enc", "pin", "PINs", "UserPasswordenc", "SIPPassword"}) {
+    for (const char* name : {"AdminPassword", "SIPPASSWORD", "myPaSsWdEnc", "pwd", "ppwd2"}) {
+        EXPECT_FALSE(ClientUtils::isKnownPasswordDAS(name)) << name;
+        EXPECT_EQ("*****", ClientUtils::hidePasswordDAS(name, "secret")) << name;
+    }
+    for (const char* name : {"", "Enc", "pin", "PINs", "PINEncEnc", "Passwor", "Pass Word", "pw"}) {
         EXPECT_EQ("open", ClientUtils::hidePasswordDAS(name, "open")) << name;
     }
 }

@@ -71,6 +71,48 @@ TEST_F(SecurityTest, EachOccurrenceOfASecretIsEncryptedAndLosesItsPlainRow) {
     EXPECT_EQ(sql("SELECT * FROM GENERAL_CONFIG"), once);
 }
 
+TEST_F(SecurityTest, TheNextStartEncryptsPasswordsOfSettingsAndKeysAndNoOthers) {
+    const struct {
+        const char* schema;
+        const char* row;  ///< what names it in the request
+        const char* item;
+        const char* table;
+        bool isEncrypted;
+    } rows[] = {
+        {"SnmpSettings", "", "QcuCommunity", "GENERAL_CONFIG", true},
+        {"SnmpSettings", "", "SnmpGetPassword", "GENERAL_CONFIG", true},
+        {"SnmpSettings", "", "SnmpTrapCommunity", "GENERAL_CONFIG", true},
+        {"Directory", "", "LdapPassword", "GENERAL_CONFIG", true},
+        {"BluetoothSettings", "", "PIN", "GENERAL_CONFIG", true},
+        {"SipBaseSettings", "", "SIPpassword", "GENERAL_CONFIG", true},
+        {"LineKeySettings", "<Id>100</Id>", "LineSipPassword", "LINE_KEY_SETTINGS", true},
+        {"DssKeySettings", "<Id>605</Id>", "DssSipPassword", "DSS_KEY_SETTINGS", true},
+        {"StimulusKeySettings", "<Id>605</Id>", "SendUrlPasswd", "STIMULUS_KEY_SETTINGS", true},
+        {"SecuritySettings", "", "AdminPassword", "GENERAL_CONFIG", false},
+        {"SecuritySettings", "", "UserPassword", "GENERAL_CONFIG", false},
+        {"BCASettings", "<Id>1</Id>", "BcaSipPassword", "BCA_SETTINGS", false},
+        {"FileDownloadSettings", "<Id>1</Id>", "FtpPassword", "FILEDOWNLOAD_SETTINGS_ENC", false},
+    };
+    const auto stored = [this](const auto& row, const std::string& suffix) {
+        const bool isSetting = std::string(row.table) == "GENERAL_CONFIG";
+        const std::string item = row.item + suffix;
+        const std::string column = isSetting ? "Value" : item;
+        return "SELECT max(" + column + ") FROM " + row.table +
+               (isSetting ? " WHERE Name = '" + item + "'" : "");
+    };
+    for (const auto& row : rows) {
+        send(row.schema, "update_request", row.row + xml::element(row.item, "secret"));
+        EXPECT_EQ(cell(stored(row, "")), "secret") << row.item;
+    }
+    start();
+    for (const auto& row : rows) {
+        EXPECT_EQ(cell(stored(row, "")), row.isEncrypted ? "" : "secret") << row.item;
+        if (row.isEncrypted) {
+            EXPECT_EQ(secret(stored(row, "Enc")), "secret") << row.item;
+        }
+    }
+}
+
 TEST_F(SecurityTest, ASecretStaysWhereThereIsNoKey) {
     writeFile(place() / "db" / "dascrypt.key", "short");
     setting("Directory", "base", "LdapPassword", "plain");

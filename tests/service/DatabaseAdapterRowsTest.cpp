@@ -69,8 +69,8 @@ TEST_F(DatabaseAdapterRowsTest, PasswordsAreMaskedInTheLogAndWholeInTheTable) {
         EXPECT_EQ(insert({"'SnmpGetPassword'", "'top'", "''"}), 0);
         expectLogged(insertInto + "('SnmpGetPassword', '*****', '');", shown,
                      "SnmpGetPassword,top,");
-        EXPECT_EQ(insert({"'PINEnc'", "''", "'later'"}), 0);
-        expectLogged(insertInto + "('PINEnc', '', 'later');", shown, "PINEnc,,later");
+        EXPECT_EQ(insert({"'PINEnc'", "''", "'top'"}), 0);
+        expectLogged(insertInto + "('PINEnc', '', '*****');", shown, "PINEnc,,top");
         // Kept on purpose: an update is logged whatever the flag says.
         EXPECT_EQ(insert({"1", "2", "3"}), 0);
         EXPECT_EQ(update({}, {{"Value", "'o'"}, {"LineSipPassword", "'top'"}, {"Name", "1"}}), 0);
@@ -81,6 +81,13 @@ TEST_F(DatabaseAdapterRowsTest, PasswordsAreMaskedInTheLogAndWholeInTheTable) {
         expectLogged("UPDATE T SET Value = '*****', LineSipPassword = '*****' WHERE Name = 'PIN';",
                      true, "PIN,top,");
         EXPECT_EQ(m_log.has("INSERT"), shown);
+        m_log.clear();
+        PairList where = {{"LineSipPassword", "'top'"}};
+        EXPECT_EQ(m_adapter.insertRow("T", {"LineSipPassword", "Nowhere"}, {"'top'", "1"}, nullptr),
+                  SQLITE_ERROR);
+        EXPECT_TRUE(m_log.has(3, "(LineSipPassword, Nowhere) VALUES ('*****', 1);'"));
+        EXPECT_EQ(m_adapter.deleteRow("T", where), 0);
+        expectLogged("DELETE FROM T  WHERE LineSipPassword = '*****';", true, "not one cell");
     }
 }
 

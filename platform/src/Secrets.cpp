@@ -1,0 +1,53 @@
+#include "Secrets.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+/// Sorted by bytes.
+constexpr std::string_view passwordNames[] = {
+    "BcaSipPassword",  "DssSipPassword",    "FtpPassword",
+    "LdapPassword",    "LineSipPassword",   "PIN",
+    "QcuCommunity",    "SIPpassword",       "SendUrlPasswd",
+    "SnmpGetPassword", "SnmpTrapCommunity", "UserHashedPwd",
+    "UserMD5Hash",     "UserPassword",      "WSIPassword",
+};
+
+constexpr std::string_view encryptedSuffix = "Enc";
+
+/// In lower case, and each begins with the same letter.
+constexpr std::string_view secretParts[] = {"password", "passwd", "pwd"};
+
+/// Letters of names alone; the locale of the process must not decide what is a secret.
+constexpr char lowered(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+bool startsWith(std::string_view text, std::string_view lowerCaseStart) {
+    return text.size() >= lowerCaseStart.size() &&
+           std::equal(lowerCaseStart.begin(), lowerCaseStart.end(), text.begin(),
+                      [](char expected, char letter) { return expected == lowered(letter); });
+}
+
+}  // namespace
+
+bool Secrets::isKnownPassword(std::string_view name) {
+    if (name.size() > encryptedSuffix.size() &&
+        name.substr(name.size() - encryptedSuffix.size()) == encryptedSuffix) {
+        name.remove_suffix(encryptedSuffix.size());
+    }
+    return std::binary_search(std::begin(passwordNames), std::end(passwordNames), name);
+}
+
+bool Secrets::isSecret(std::string_view name) {
+    for (std::size_t place = name.find_first_of("pP"); place != std::string_view::npos;
+         place = name.find_first_of("pP", place + 1)) {
+        const std::string_view rest = name.substr(place);
+        if (std::any_of(std::begin(secretParts), std::end(secretParts),
+                        [rest](std::string_view part) { return startsWith(rest, part); })) {
+            return true;
+        }
+    }
+    return isKnownPassword(name);
+}
