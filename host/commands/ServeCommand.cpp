@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "Log.h"
+#include "OwnFiles.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "client/HostOptions.h"
@@ -195,6 +196,9 @@ private:
             return socket.open(*path, error);
         }
         const int descriptor = handed.take(path, error);
+        if (path) {
+            OwnFiles::add(*path);
+        }
         socket.adopt(descriptor);
         return descriptor >= 0;
     }
