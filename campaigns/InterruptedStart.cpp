@@ -103,6 +103,38 @@ int unlink(const char* path) noexcept {
     return result;
 }
 
+int unlinkat(int folder, const char* path, int flags) noexcept {
+    static const auto own = systemsOwn(&::unlinkat, "unlinkat");
+    count();
+    return own(folder, path, flags);
+}
+
+int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept {
+    static const auto own = systemsOwn(&::renameat, "renameat");
+    count();
+    return own(fromFolder, from, toFolder, to);
+}
+
+int openat64(int folder, const char* path, int flags, ...) {
+    static const auto own = systemsOwn(&::openat64, "openat64");
+    std::va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    if ((flags & O_CREAT) != 0) {
+        count();
+    }
+    return own(folder, path, flags, mode);
+}
+
+int openat(int folder, const char* path, int flags, ...) {
+    std::va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    return openat64(folder, path, flags, mode);
+}
+
 int remove(const char* path) noexcept {
     static const auto own = systemsOwn(&::remove, "remove");
     count();

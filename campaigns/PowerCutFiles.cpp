@@ -27,6 +27,19 @@ bool isThere(const char* path) {
     return ::lstat(path, &status) == 0;
 }
 
+std::string folderOfDescriptor(int descriptor) {
+    std::string path(4096, '\0');
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    const ssize_t size = ::readlink(link.c_str(), path.data(), path.size());
+    path.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return path;
+}
+
+/// The path of the name @p path in the folder of a descriptor.
+std::string pathIn(int folder, const char* path) {
+    return folder == AT_FDCWD || *path == '/' ? path : folderOfDescriptor(folder) + "/" + path;
+}
+
 int openTold(const char* path, int flags, mode_t mode) {
     PowerCutDisk* const told = (flags & O_ACCMODE) != O_RDONLY ? disk() : nullptr;
     const bool wasThere = told != nullptr && isThere(path);
@@ -41,14 +54,6 @@ int openTold(const char* path, int flags, mode_t mode) {
         told->opened(path, false);
     }
     return file;
-}
-
-std::string folderOfDescriptor(int descriptor) {
-    std::string path(4096, '\0');
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-    const ssize_t size = ::readlink(link.c_str(), path.data(), path.size());
-    path.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-    return path;
 }
 
 bool isFolder(int descriptor) {
@@ -102,6 +107,16 @@ int open(const char* path, int flags, ...) {
     return openTold(path, flags, mode);
 }
 
+int openat(int folder, const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    const bool makes = (flags & O_CREAT) != 0;
+    return makes ? openTold(pathIn(folder, path).c_str(), flags, mode)
+                 : static_cast<int>(::syscall(SYS_openat, folder, path, flags, mode));
+}
+
 int mkostemp(char* path, int flags) {
     const std::string end = "XXXXXX";
     const std::string start = std::string(path).substr(0, std::string(path).size() - end.size());
@@ -146,6 +161,15 @@ int remove(const char* path) noexcept {
     struct stat status {};
     const bool folder = ::lstat(path, &status) == 0 && S_ISDIR(status.st_mode);
     return folder ? ::rmdir(path) : removeTold(path);
+}
+
+int unlinkat(int folder, const char* path, int flags) noexcept {
+    return flags == 0 ? removeTold(pathIn(folder, path).c_str())
+                      : static_cast<int>(::syscall(SYS_unlinkat, folder, path, flags));
+}
+
+int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept {
+    return ::rename(pathIn(fromFolder, from).c_str(), pathIn(toFolder, to).c_str());
 }
 
 int rename(const char* from, const char* to) noexcept {

@@ -12,6 +12,7 @@
 
 #include "DataAccessServiceIfc.h"
 #include "Log.h"
+#include "OwnFiles.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "client/HostOptions.h"
@@ -204,6 +205,9 @@ private:
             return socket.open(*path, error);
         }
         const int descriptor = handed.take(path, error);
+        if (path) {
+            OwnFiles::add(*path);
+        }
         socket.adopt(descriptor);
         return descriptor >= 0;
     }

@@ -1,15 +1,12 @@
 #include "framework/HostServices.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
 #include "ClientUtils.h"
+#include "DeviceFile.h"
 #include "Log.h"
 #include "ManageableData.h"
 #include "Storage.h"
@@ -49,11 +46,8 @@ bool LocalManagement::deleteFile(int type, const std::string& name) {
     if (directory == nullptr || !isPlainName(name)) {
         return refuse(type, name, directory == nullptr ? "unknown type" : "no plain name");
     }
-    // A path that leads out of the telephone has no place, and nothing is deleted there.
-    if (unlink(Storage::devicePath(std::string(directory) + "/" + name).c_str()) != 0) {
-        return refuse(type, name, std::generic_category().message(errno).c_str());
-    }
-    return true;
+    const int error = Storage::removeFile(std::string(directory) + "/" + name);
+    return error == 0 || refuse(type, name, std::generic_category().message(error).c_str());
 }
 
 void LocalManagement::sendStatusToDLS(const ManageableData& status) {
@@ -69,14 +63,13 @@ void LocalManagement::factoryReset(const std::string& reason, int kind) {
 }
 
 bool MediaControl::isDistinctiveRingerInUse(const std::string& fileName) {
-    std::ifstream lines(Storage::devicePath(RingersFile));
+    DeviceFile lines(RingersFile);
     std::string line;
-    while (std::getline(lines, line)) {
-        if (line == fileName) {
-            return true;
-        }
-    }
-    return false;
+    ClientUtils::Line read = ClientUtils::Line::Read;
+    do {
+        read = ClientUtils::readLine(lines, line);
+    } while (read != ClientUtils::Line::End && line != fileName);
+    return read == ClientUtils::Line::Read;
 }
 
 void HostServices::enter(HostContext& context) {

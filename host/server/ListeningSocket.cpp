@@ -1,16 +1,20 @@
 #include "server/ListeningSocket.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <system_error>
 #include <utility>
 
+#include "Log.h"
+#include "OwnFiles.h"
 #include "wire/SocketAddress.h"
 
 namespace {
@@ -33,16 +37,25 @@ private:
     const int m_value;
 };
 
+std::string lockFileOf(const std::string& path) {
+    const std::filesystem::path socket(path);
+    return (socket.parent_path() / ("." + socket.filename().string() + ".das-start")).string();
+}
+
 /// One host at a time looks at a path and binds there. The lock has a file of its own: the folder
 /// may be that of the database, which a running host has locked.
+///
+/// A host holds it for a moment. In a folder that others may write to, another user can put a file
+/// in its place and lock that for good: the host goes on without the lock then.
 class PathLock {
 public:
-    explicit PathLock(const std::string& path) : m_file(fileFor(path)) {
+    explicit PathLock(const std::string& path) : m_file(lockFileOf(path)) {
+        const auto end = std::chrono::steady_clock::now() + Patience;
         do {
             m_descriptor.emplace(::open(m_file.c_str(),
                                         O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
                                         S_IRUSR | S_IWUSR));
-            m_isHeld = m_descriptor->get() >= 0 && flock(m_descriptor->get(), LOCK_EX) == 0;
+            m_isHeld = m_descriptor->get() >= 0 && isLocked(end);
         } while (m_isHeld && !isStillThere());
     }
     ~PathLock() {
@@ -52,12 +65,21 @@ public:
     }
     PathLock(const PathLock&) = delete;
     PathLock& operator=(const PathLock&) = delete;
-    bool isHeld() const { return m_isHeld; }
+
+    /// Whether the host may go on; errno says why not.
+    bool isSettled() const { return m_isHeld || isHeldByOthers(); }
 
 private:
-    static std::string fileFor(const std::string& path) {
-        const std::filesystem::path socket(path);
-        return (socket.parent_path() / ("." + socket.filename().string() + ".das-start")).string();
+    static constexpr std::chrono::seconds Patience{2};
+    static constexpr int MillisecondsBetweenTries = 10;
+
+    bool isLocked(std::chrono::steady_clock::time_point end) const {
+        bool isHeld = flock(m_descriptor->get(), LOCK_EX | LOCK_NB) == 0;
+        while (!isHeld && errno == EWOULDBLOCK && std::chrono::steady_clock::now() < end) {
+            (void)poll(nullptr, 0, MillisecondsBetweenTries);
+            isHeld = flock(m_descriptor->get(), LOCK_EX | LOCK_NB) == 0;
+        }
+        return isHeld;
     }
 
     /// False when the one that had the lock before has removed the file.
@@ -66,6 +88,21 @@ private:
         struct stat there {};
         return fstat(m_descriptor->get(), &own) == 0 && lstat(m_file.c_str(), &there) == 0 &&
                own.st_dev == there.st_dev && own.st_ino == there.st_ino;
+    }
+
+    bool isHeldByOthers() const {
+        const int error = errno;
+        struct stat there {};
+        const bool isForeign =
+            lstat(m_file.c_str(), &there) == 0 && there.st_uid != geteuid();
+        errno = error;
+        if (m_descriptor->get() < 0 ? !isForeign : errno != EWOULDBLOCK) {
+            return false;
+        }
+        logAppUni("das", "./host/ListeningSocket", 2, __LINE__,
+                  "%s is %s: the host starts without this lock", m_file.c_str(),
+                  isForeign ? "another user's" : "held by another process for too long");
+        return true;
     }
 
     const std::string m_file;
@@ -98,6 +135,8 @@ void ListeningSocket::remove() {
 
 bool ListeningSocket::open(const std::string& path, std::string& error) {
     m_path = path;
+    OwnFiles::add(path);
+    OwnFiles::add(lockFileOf(path));
     SocketAddress address;
     if (!address.set(path, error)) {
         return false;
@@ -105,7 +144,7 @@ bool ListeningSocket::open(const std::string& path, std::string& error) {
     // Two hosts that start at once could both find the same socket stale, and the second would
     // remove what the first has just made: one at a time looks and binds.
     const PathLock lock(path);
-    if (!lock.isHeld()) {
+    if (!lock.isSettled()) {
         return tell(path, errno, error);
     }
     return replaceStale(error) && bindAndListen(error);

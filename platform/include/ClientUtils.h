@@ -1,7 +1,8 @@
 #ifndef CLIENTUTILS_H
 #define CLIENTUTILS_H
 
-#include <fstream>
+#include <cstddef>
+#include <istream>
 #include <string>
 #include <vector>
 
@@ -44,19 +45,28 @@ public:
      */
     static void splitString(const std::string& line, std::vector<std::string>& fields);
 
-    /// Reads one line from @p stream and cuts it like splitString. False when there was no line.
-    static bool readLineFromCsvFileAndParse(std::ifstream& stream,
+    /// The longest line of a file that is read, in bytes without its line feed. A longer one would
+    /// fill the memory.
+    static constexpr std::size_t LongestLine = 1024 * 1024;
+
+    enum class Line { Read, TooLong, End };
+    /// Reads one line from @p stream, which is passed over and gives blank text when it is too long.
+    static Line readLine(std::istream& stream, std::string& line);
+
+    /// Reads one line from @p stream and cuts it like splitString. A line that is too long is logged
+    /// at level 2 and has no fields. False when there was no line.
+    static bool readLineFromCsvFileAndParse(std::istream& stream,
                                             std::vector<std::string>& fields);
 
     /// Reads the line "#$VERSION=N" into @p version. False when the line is not of that form.
-    static bool getVersion(std::ifstream& stream, int& version);
+    static bool getVersion(std::istream& stream, int& version);
 
     /**
      * Reads the line "#$COLUMNS=…" and gives for each of @p names its place in it, counted from 0.
      *
      * @return false when the line is not of that form or lacks one of the names.
      */
-    static bool getColumnPositions(std::ifstream& stream, const std::vector<std::string>& names,
+    static bool getColumnPositions(std::istream& stream, const std::vector<std::string>& names,
                                    std::vector<int>& positions);
 
     /// Whether @p name is a setting or a column that holds a known password. Exact comparison.

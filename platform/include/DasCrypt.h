@@ -13,6 +13,9 @@
  */
 class DasCrypt {
 public:
+    /// Where the key is on this machine.
+    static std::string keyPlace();
+
     /**
      * Encrypts @p plain. The result is "das1:" and, in base64 with padding, 24 random bytes and
      * what XChaCha20-Poly1305 (IETF) makes of the text with them, "das1:" being the additional

@@ -13,17 +13,20 @@ public:
      * "DAS_ROOT" of the environment names, or the path itself when that is unset or empty. A path
      * that is not absolute starts at the telephone's root.
      *
-     * To be called at the moment of the system call and nowhere else: logs, stored values and
-     * answers keep the plain path.
+     * For messages and tests. A file is opened by DeviceFile and DeviceFileWriter, or named to an
+     * operation below: a link at this place may lead elsewhere on this machine.
      *
-     * @return empty text, and a log line, for a path that holds a zero byte, or that leaves that
-     * directory by ".." or by a link
+     * @return empty text, and a log line, for a path that holds a zero byte, or that climbs above
+     * that directory by ".."
      */
     static std::string devicePath(const std::string& path);
 
-    /// Opens the file at @p path to read; @p stream is closed when it can't be. std::bad_alloc when
-    /// memory is short: what a file says must not be left out as if there were none.
-    static void openToRead(std::ifstream& stream, const std::string& path);
+    /// What opening the file at @p path meets, a number of errno; 0 for nothing, and for what is
+    /// refused with a line in the log when it is opened. Leaves no file and no line.
+    static int errorOf(const std::string& path, bool forWriting);
+
+    /// Whether there is something at @p path, links followed.
+    static bool exists(const std::string& path);
 
     /// Fills @p list, emptied first, with the full paths of the directories in @p directory, sorted
     /// by bytes. A link to a directory is none. Nothing for a directory that can't be read.
@@ -36,8 +39,17 @@ public:
                                                   std::list<std::string>& list, bool withPath);
 
     /// Moves a file, replacing one of the new name; over the border of a file system by a copy that
-    /// takes the name when it is whole. False when nothing was moved.
+    /// takes the name when it is whole and on the disk. Links are moved and replaced, not followed.
+    /// False when nothing was moved; a file of the service itself, and a folder that holds one,
+    /// stays where it is, which is logged.
     static bool renameFile(const std::string& oldName, const std::string& newName);
+
+    /// Removes a file for good: its name is off the disk then. 0, or a number of errno, ENOENT when
+    /// there was no such file. A file of the service itself is not removed, which is logged.
+    static int removeFile(const std::string& path);
+
+    /// Sets the mode of a folder. False, and errno says why, when the system refuses.
+    static bool setFolderMode(const std::string& path, unsigned mode);
 
     /// Brings the names in the folder of @p place, a path of this machine, to the disk: what was
     /// made, moved or removed there outlives a power cut. False when the system refuses.

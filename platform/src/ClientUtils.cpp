@@ -10,6 +10,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "Log.h"
 #include "Secrets.h"
 
 namespace {
@@ -69,8 +70,8 @@ std::vector<std::string> cutLine(std::string_view line) {
 }
 
 /// Reads a header line and leaves in @p rest what stands behind @p tag.
-bool readHeader(std::ifstream& stream, std::string_view tag, std::string& rest) {
-    if (!std::getline(stream, rest) || !startsWith(rest, tag)) {
+bool readHeader(std::istream& stream, std::string_view tag, std::string& rest) {
+    if (ClientUtils::readLine(stream, rest) != ClientUtils::Line::Read || !startsWith(rest, tag)) {
         return false;
     }
     rest.erase(0, tag.size());
@@ -160,15 +161,44 @@ void ClientUtils::splitString(const std::string& line, std::vector<std::string>&
     fields = cutLine(line);
 }
 
-bool ClientUtils::readLineFromCsvFileAndParse(std::ifstream& stream,
-                                              std::vector<std::string>& fields) {
-    std::string line;
-    const bool good = static_cast<bool>(std::getline(stream, line));
-    splitString(line, fields);
-    return good;
+ClientUtils::Line ClientUtils::readLine(std::istream& stream, std::string& line) {
+    std::array<char, 4096> piece;
+    bool isWhole = false;
+    bool isTooLong = false;
+    bool isThere = false;
+    line.clear();
+    while (!isWhole) {
+        stream.getline(piece.data(), piece.size());
+        auto count = static_cast<std::size_t>(stream.gcount());
+        // A failure before the end of the file means that the piece is full and the line goes on.
+        isWhole = !stream.fail() || stream.eof() || count == 0;
+        isThere = isThere || count > 0;
+        count -= isWhole && !stream.eof() && count > 0 ? 1 : 0;
+        isTooLong = isTooLong || line.size() + count > LongestLine;
+        line.append(piece.data(), isTooLong ? 0 : count);
+        if (!isWhole) {
+            stream.clear(stream.rdstate() & ~std::ios::failbit);
+        }
+    }
+    if (isTooLong) {
+        line.clear();
+    }
+    return isTooLong ? Line::TooLong : isThere ? Line::Read : Line::End;
 }
 
-bool ClientUtils::getVersion(std::ifstream& stream, int& version) {
+bool ClientUtils::readLineFromCsvFileAndParse(std::istream& stream,
+                                              std::vector<std::string>& fields) {
+    std::string line;
+    const Line read = readLine(stream, line);
+    if (read == Line::TooLong) {
+        logAppUni("DataAccessService", "./platform/src/ClientUtils", 2, __LINE__,
+                  "A line of more than %zu bytes is passed over", LongestLine);
+    }
+    splitString(line, fields);
+    return read != Line::End;
+}
+
+bool ClientUtils::getVersion(std::istream& stream, int& version) {
     std::string number;
     if (!readHeader(stream, versionTag, number) || number.empty() || number[0] < '0' ||
         number[0] > '9') {
@@ -178,7 +208,7 @@ bool ClientUtils::getVersion(std::ifstream& stream, int& version) {
     return true;
 }
 
-bool ClientUtils::getColumnPositions(std::ifstream& stream, const std::vector<std::string>& names,
+bool ClientUtils::getColumnPositions(std::istream& stream, const std::vector<std::string>& names,
                                      std::vector<int>& positions) {
     positions.clear();
     std::string rest;

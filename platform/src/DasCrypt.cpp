@@ -113,7 +113,7 @@ bool makeKeyFile(const std::string& path) {
 }
 
 bool fetchKey(Key& key) {
-    const std::string path = folderOfDatabase() + "/" + KeyFile;
+    const std::string path = DasCrypt::keyPlace();
     Reading reading = readKey(path, key);
     if (reading == Reading::NoFile && makeKeyFile(path)) {
         reading = readKey(path, key);
@@ -137,6 +137,10 @@ const unsigned char* bytesOf(const std::string& text) {
 }
 
 }  // namespace
+
+std::string DasCrypt::keyPlace() {
+    return folderOfDatabase() + "/" + KeyFile;
+}
 
 std::string DasCrypt::toEncryptedText(const std::string& plain) {
     Key key;

@@ -7,79 +7,22 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <new>
-#include <string_view>
 
+#include "DeviceFile.h"
+#include "DevicePlace.h"
+#include "FileKind.h"
 #include "Log.h"
+#include "OwnFiles.h"
 #include "Progress.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./platform/src/Storage";
 
-/// The directory below which the device's paths stand, without slashes at its end; empty for none.
-std::string deviceRoot() {
-    const char* value = std::getenv("DAS_ROOT");
-    std::string root(value != nullptr ? value : "");
-    while (!root.empty() && root.back() == '/') {
-        root.pop_back();
-    }
-    return root;
-}
-
-bool isAtOrBelow(const std::string& place, const std::string& root) {
-    return place.compare(0, root.size(), root) == 0 &&
-           (place.size() == root.size() || place[root.size()] == '/');
-}
-
-/// The real path of @p place, empty when there is nothing of it or it can't be followed. Asks the
-/// kernel in one go: link by link a deep path takes a call for each of its parts.
-std::string realPath(const std::string& place) {
-    const int file = ::open(place.c_str(), O_PATH | O_CLOEXEC);
-    if (file < 0) {
-        return {};
-    }
-    char real[PATH_MAX];
-    const std::string self = "/proc/self/fd/" + std::to_string(file);
-    const ssize_t length = ::readlink(self.c_str(), real, sizeof(real));
-    ::close(file);
-    return length > 0 ? std::string(real, static_cast<std::size_t>(length)) : std::string();
-}
-
-/// Whether @p place, its links followed as far as they exist, is outside of @p root. A place that
-/// can't be followed for another reason than being missing is not: what is done with it fails.
-bool leaves(const std::string& place, const std::string& root) {
-    const std::string realRoot = realPath(root);
-    fs::path existing = place;
-    fs::path missing;
-    std::string real = realPath(place);
-    while (real.empty() && errno == ENOENT && existing.has_relative_path()) {
-        missing = existing.filename() / missing;
-        existing = existing.parent_path();
-        real = realPath(existing.string());
-    }
-    if (realRoot.empty() || real.empty()) {
-        return false;
-    }
-    return !isAtOrBelow(
-        missing.empty() ? real : (fs::path(real) / missing).lexically_normal().string(), realRoot);
-}
-
-/// @p format takes the path.
-void logRefusal(const char* format, const std::string& path) {
-    if (loggingOnAppUni(LogComponent, 2)) {
-        logAppUni(LogComponent, LogSource, 2, __LINE__, format, path.c_str());
-    }
-}
+constexpr int FolderToRead = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 
 struct DirectoryCloser {
     void operator()(DIR* directory) const { ::closedir(directory); }
@@ -93,11 +36,13 @@ std::string withName(const std::string& directory, const std::string& name) {
 /// Calls @p take with the name and the mode of each entry of @p directory.
 template <typename Take>
 void forEachEntry(const std::string& directory, Take take) {
-    const std::string place = Storage::devicePath(directory);
-    const std::unique_ptr<DIR, DirectoryCloser> stream(::opendir(place.c_str()));
+    Descriptor folder = DevicePlace::open(directory, FolderToRead);
+    const std::unique_ptr<DIR, DirectoryCloser> stream(folder.isOpen() ? ::fdopendir(folder.get())
+                                                                       : nullptr);
     if (stream == nullptr) {
         return;
     }
+    (void)folder.release();  // the stream closes it
     while (const dirent* entry = ::readdir(stream.get())) {
         const std::string name = entry->d_name;
         struct stat status {};
@@ -108,57 +53,101 @@ void forEachEntry(const std::string& directory, Take take) {
     }
 }
 
-/// Moves a file to another file system: a copy beside the target takes its name when it is whole.
-bool moveByCopy(const std::string& from, const std::string& to) {
-    std::error_code error;
-    if (!fs::is_regular_file(fs::symlink_status(from, error))) {
+bool isFolder(const DevicePlace::Target& target, struct stat& status) {
+    return ::fstatat(target.folder.get(), target.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISDIR(status.st_mode);
+}
+
+/// Whether what @p target names may be moved or replaced; the reason against it is logged.
+bool isFree(const DevicePlace::Target& target, const std::string& path) {
+    struct stat status {};
+    if (OwnFiles::has(target.folder.get(), target.name)) {
+        errno = FileKind::refuseOwn("move or replace", path);
         return false;
     }
-    const std::string part = to + ".part";
-    if (!fs::copy_file(from, part, fs::copy_options::overwrite_existing, error) ||
-        std::rename(part.c_str(), to.c_str()) != 0) {
-        fs::remove(part, error);
-        return false;
-    }
-    if (!fs::remove(from, error)) {
-        fs::remove(to, error);
+    if (isFolder(target, status) && OwnFiles::areBelow(status)) {
+        logAppUni(LogComponent, LogSource, 2, __LINE__,
+                  "Cannot move or replace %s: files of the service itself are in it", path.c_str());
+        errno = EPERM;
         return false;
     }
     return true;
 }
 
+/// Moves a regular file to another file system.
+bool moveByCopy(const DevicePlace::Target& from, const std::string& oldName,
+                const std::string& newName) {
+    struct stat status {};
+    if (::fstatat(from.folder.get(), from.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(status.st_mode)) {
+        return false;
+    }
+    DeviceFile source(oldName);
+    DeviceFileWriter copy(newName);
+    std::string bytes(65536, '\0');
+    while (source.read(bytes.data(), static_cast<std::streamsize>(bytes.size())) ||
+           source.gcount() > 0) {
+        copy.write({bytes.data(), static_cast<std::size_t>(source.gcount())});
+    }
+    if (!source.isOpen() || source.bad() || !copy.finish(status.st_mode & 07777U)) {
+        return false;
+    }
+    if (::unlinkat(from.folder.get(), from.name.c_str(), 0) != 0) {
+        (void)Storage::removeFile(newName);
+        return false;
+    }
+    return true;
+}
+
+/// What would keep a new file from @p path.
+int errorOfWriting(const std::string& path) {
+    const DevicePlace::Target target = DevicePlace::target(path);
+    struct stat older {};
+    if (!target.folder.isOpen()) {
+        return errno;
+    }
+    const int folder = target.folder.get();
+    const char* const name = target.name.c_str();
+    if (::fstatat(folder, name, &older, AT_SYMLINK_NOFOLLOW) == 0) {
+        if (S_ISDIR(older.st_mode)) {
+            return EISDIR;
+        }
+        if (S_ISREG(older.st_mode) && ::faccessat(folder, name, W_OK, 0) != 0) {
+            return errno;
+        }
+    } else if (errno != ENOENT) {
+        return errno;
+    }
+    return ::faccessat(folder, ".", W_OK | X_OK, 0) == 0 ? 0 : errno;
+}
+
 }  // namespace
 
 std::string Storage::devicePath(const std::string& path) {
-    // The system reads a path up to its first zero byte: a walk of directories would find the same
-    // names at each depth, and never end.
-    if (path.find('\0') != std::string::npos) {
-        logRefusal("The path %s holds a zero byte", path);
+    const std::string root = DevicePlace::root();
+    if (!DevicePlace::isAllowed(path)) {
         return {};
     }
-    const std::string root = deviceRoot();
     if (root.empty() || path.empty()) {
         return path;
     }
-    std::string place = root;
-    if (path.front() != '/') {
-        place += '/';
-    }
-    place += path;
-    if (leaves(place, root)) {
-        logRefusal("The path %s leaves the device", path);
-        return {};
-    }
-    return place;
+    return path.front() == '/' ? root + path : root + "/" + path;
 }
 
-void Storage::openToRead(std::ifstream& stream, const std::string& path) {
-    const std::string place = devicePath(path);
-    errno = 0;
-    stream.open(place, std::ios::binary);
-    if (!stream.is_open() && errno == ENOMEM) {
-        throw std::bad_alloc();
+int Storage::errorOf(const std::string& path, bool forWriting) {
+    if (forWriting) {
+        return errorOfWriting(path);
     }
+    const Descriptor file = DevicePlace::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status {};
+    if (!file.isOpen()) {
+        return errno == ENXIO ? 0 : errno;  // a socket: refused when it is opened
+    }
+    return ::fstat(file.get(), &status) == 0 && S_ISDIR(status.st_mode) ? EISDIR : 0;
+}
+
+bool Storage::exists(const std::string& path) {
+    return DevicePlace::open(path, O_PATH).isOpen();
 }
 
 void Storage::getListOfDirectoriesByDirectoryWithPath(const std::string& directory,
@@ -185,23 +174,48 @@ void Storage::getListOfFilesAndLinksByDirectory(const std::string& directory,
 }
 
 bool Storage::renameFile(const std::string& oldName, const std::string& newName) {
-    const std::string from = devicePath(oldName);
-    const std::string to = devicePath(newName);
-    if (std::rename(from.c_str(), to.c_str()) == 0) {
-        return true;
+    const DevicePlace::Target from = DevicePlace::target(oldName);
+    const DevicePlace::Target to = DevicePlace::target(newName);
+    if (!from.folder.isOpen() || !to.folder.isOpen() || !isFree(from, oldName) ||
+        !isFree(to, newName)) {
+        return false;
     }
-    return errno == EXDEV && moveByCopy(from, to);
+    if (::renameat(from.folder.get(), from.name.c_str(), to.folder.get(), to.name.c_str()) != 0) {
+        return errno == EXDEV && moveByCopy(from, oldName, newName);
+    }
+    (void)DevicePlace::syncNames(to.folder);  // the file has its name all the same
+    return true;
+}
+
+int Storage::removeFile(const std::string& path) {
+    const DevicePlace::Target target = DevicePlace::target(path);
+    if (!target.folder.isOpen()) {
+        return errno;
+    }
+    if (OwnFiles::has(target.folder.get(), target.name)) {
+        return FileKind::refuseOwn("remove", path);
+    }
+    const int error = ::unlinkat(target.folder.get(), target.name.c_str(), 0) == 0 ? 0 : errno;
+    (void)DevicePlace::syncNames(target.folder);
+    return error;
+}
+
+bool Storage::setFolderMode(const std::string& path, unsigned mode) {
+    const Descriptor folder = DevicePlace::open(path, FolderToRead);
+    if (folder.isOpen()) {
+        return ::fchmod(folder.get(), mode) == 0;
+    }
+    // One that this user may not read gets its mode by a name that no link can change.
+    const Descriptor unread = DevicePlace::open(path, O_PATH | O_DIRECTORY);
+    const std::string self = "/proc/self/fd/" + std::to_string(unread.get());
+    return unread.isOpen() && ::chmod(self.c_str(), mode) == 0;
 }
 
 bool Storage::syncFolderOf(const std::string& place) {
     const auto slash = place.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : place.substr(0, slash + 1);
-    const int file = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool synced = file >= 0 && ::fsync(file) == 0;
-    if (file >= 0) {
-        ::close(file);
-    }
-    return synced;
+    const Descriptor names(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return names.isOpen() && DevicePlace::syncNames(names);
 }
 
 int Storage::checkDiskUsage(const std::string& path) {
@@ -211,8 +225,9 @@ int Storage::checkDiskUsage(const std::string& path) {
     if (end != value) {
         return static_cast<int>(set);
     }
+    const Descriptor file = DevicePlace::open(path, O_PATH);
     struct statvfs status {};
-    if (::statvfs(devicePath(path).c_str(), &status) != 0) {
+    if (!file.isOpen() || ::fstatvfs(file.get(), &status) != 0) {
         return 0;
     }
     const auto used = status.f_blocks - status.f_bfree;

@@ -2,62 +2,35 @@
 #define CSVFILE_H
 
 #include <cstddef>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
 
-/**
- * Writes the lines of a data file. Paths are those of the telephone.
- *
- * The first failure is logged at level 2 and stays: what is written after it goes nowhere, and
- * finish() tells. Files in the deploy directory may hold settings and passwords on their way
- * through a migration, so they are readable for their owner alone.
- */
+#include "DeviceFile.h"
+
+/// Writes the lines of a data file. Paths are those of the telephone; DeviceFileWriter says how an
+/// older file is replaced.
 class CsvWriter {
 public:
-    /// What becomes of a file that is there already.
-    enum class Target {
-        Truncated,  ///< it is emptied at once, and each line is in the file when it is written
-        Replaced    ///< it stays as it was until finish(), and for good when anything fails
-    };
+    explicit CsvWriter(const std::string& path) : m_file(path) {}
 
-    /// Opens @p path. A target that is no ordinary file, a device or a link, is written in place.
-    CsvWriter(const std::string& path, Target target);
-    /// Without finish(), a target to be replaced stays as it was.
-    ~CsvWriter();
-    CsvWriter(const CsvWriter&) = delete;
-    CsvWriter& operator=(const CsvWriter&) = delete;
-
-    [[nodiscard]] bool isOpen() const { return m_file >= 0; }
+    [[nodiscard]] bool isOpen() const { return m_file.isOpen(); }
 
     /// Writes @p text as it stands, and a line feed.
     void writeLine(const std::string& text);
     /// Writes one row: a backslash in front of each comma of a value, commas between the values.
     void writeRow(const std::vector<std::string>& values);
 
-    /// Brings everything into the file and closes it. False when it could not be opened or not be
-    /// written whole. A failure of the close alone is not told.
-    [[nodiscard]] bool finish();
+    /// Puts the file in its place and closes it. False when it could not be opened or not be
+    /// written whole.
+    [[nodiscard]] bool finish() { return m_file.finish(); }
 
 private:
-    void open(const std::string& place);
-    void endLine();
-    void flush();
-    bool replaceTarget();
-    void fail(const char* action);
-    void close();
-
-    const std::string m_path;
-    Target m_target;
-    std::string m_temporary;  ///< beside the target, on this machine; empty when there is none
-    std::string m_buffer;
-    int m_file = -1;
-    bool m_good = true;
+    DeviceFileWriter m_file;
 };
 
-/// Reads the lines of a data file. Paths are those of the telephone. A folder counts as a file that
-/// can't be opened.
+/// Reads the lines of a data file. Paths are those of the telephone; DeviceFile says what opens. A
+/// line that is too long is logged at level 2 and counts as one that was not stored.
 class CsvReader {
 public:
     /// What a line that begins with "#" is.
@@ -65,9 +38,12 @@ public:
 
     explicit CsvReader(const std::string& path, Comments comments = Comments::AreData);
 
-    [[nodiscard]] bool isOpen() const { return m_open; }
+    [[nodiscard]] bool isOpen() const { return m_stream.isOpen(); }
+    /// Whether it is not open because there is no such file.
+    [[nodiscard]] bool isMissing() const { return m_stream.isMissing(); }
 
-    /// The next line as it stands, less a carriage return at its end. False at the end of the file.
+    /// The next line as it stands, less a carriage return at its end. False at the end of the file
+    /// and for a line that is too long.
     bool readLine(std::string& line);
 
     /// The fields of the next line that has any. False at the end of the file.
@@ -83,14 +59,14 @@ public:
     std::size_t forEachRow(const std::function<int(std::vector<std::string>&)>& store);
 
 private:
+    bool next(std::string& line);
     void reportProgress();
 
     const std::string m_path;
     const Comments m_comments;
-    bool m_open;
-    std::ifstream m_stream;
-    std::size_t m_size = 0;  ///< in bytes, 0 when it is no ordinary file
-    std::size_t m_line = 0;  ///< number of the line that was read last, from 1
+    DeviceFile m_stream;
+    std::size_t m_line = 0;     ///< number of the line that was read last, from 1
+    std::size_t m_tooLong = 0;  ///< lines that were
 };
 
 #endif

@@ -1,9 +1,7 @@
 // Tables to data files and back.
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
@@ -66,7 +64,7 @@ bool findPlaces(DatabaseAdapter& adapter, const std::string& table,
 bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::string& path,
                 const PairList& conditions, const std::vector<std::string>& columns) {
     DAS_LOG(5, "Opening %s for writing", path.c_str());
-    CsvWriter file(path, CsvWriter::Target::Replaced);
+    CsvWriter file(path);
     if (!file.isOpen()) {
         DAS_LOG(5, "error opening %s", path.c_str());
         return false;
@@ -166,14 +164,17 @@ private:
     std::size_t m_keyPlace = static_cast<std::size_t>(-1);
 };
 
-/// False also when a line was not stored.
-bool insertRowsOfFile(DatabaseAdapter& adapter, const std::string& table, const std::string& path) {
+bool isOpen(const CsvReader& file, const std::string& path) {
     DAS_LOG(5, "Opening %s", path.c_str());
-    CsvReader file(path);
     if (!file.isOpen()) {
         DAS_LOG(5, "error opening %s", path.c_str());
-        return false;
     }
+    return file.isOpen();
+}
+
+/// False also when a line was not stored.
+bool insertRowsOfFile(DatabaseAdapter& adapter, const std::string& table, CsvReader& file,
+                      const std::string& path) {
     std::vector<std::string> names;
     if (!file.readFields(names)) {
         DAS_LOG(2, "Column names missing from %s", path.c_str());
@@ -243,6 +244,28 @@ int insertValues(DatabaseAdapter& adapter, const std::string& table,
     return adapter.insert(table, values, nullptr);
 }
 
+bool areSettings(const std::string& table) {
+    return table == DASUtilsStrings::GeneralConfigTableName;
+}
+
+CsvReader::Comments commentsFor(const std::string& table) {
+    return areSettings(table) ? CsvReader::Comments::AreSkipped : CsvReader::Comments::AreData;
+}
+
+/// Whether each line of values was stored.
+bool storeItems(DatabaseAdapter& adapter, const std::string& table,
+                const std::vector<std::string>& columns, CsvReader& file) {
+    DAS_LOG(5, "Scanning file...");
+    const bool isSettings = areSettings(table);
+    const std::string key = isSettings ? std::string() : integerKeyOf(adapter, table);
+    const std::size_t failures = file.forEachRow([&](auto& fields) {
+        return isSettings ? storeSetting(adapter, table, fields)
+                          : insertValues(adapter, table, columns, key, fields);
+    });
+    DAS_LOG(5, "Scanning complete");
+    return failures == 0;
+}
+
 std::string countText(DatabaseAdapter& adapter, const std::string& table) {
     PairList all;
     std::string count;
@@ -302,14 +325,10 @@ bool DASUtils::readAllItemsFromTableAndWriteToFile(DatabaseAdapter* adapter,
 }
 
 void DASUtils::removeDataFile(const std::string& path) {
-    const std::string place = Storage::devicePath(path);
-    if (::access(place.c_str(), F_OK) != 0) {
-        return;
-    }
-    if (std::remove(place.c_str()) != 0) {
+    const int error = Storage::removeFile(path);
+    if (error != 0 && error != ENOENT) {
         DAS_LOG(2, "Error deleting file: %s", path.c_str());
     }
-    (void)Storage::syncFolderOf(place);  // the upgrade that would remove it again may be over
 }
 
 bool DASUtils::readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
@@ -322,9 +341,10 @@ bool DASUtils::readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
 
 bool DASUtils::recreateTableFromFile(DatabaseAdapter* adapter, const std::string& table,
                                      const std::string& path) {
-    return inTransaction(adapter, [&](DatabaseAdapter& open) {  //
-        return insertRowsOfFile(open, table, path);
-    });
+    CsvReader file(path);
+    return isOpen(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
+               return insertRowsOfFile(open, table, file, path);
+           });
 }
 
 bool DASUtils::rebuildTable(DatabaseAdapter& adapter, const std::string& table,
@@ -353,8 +373,9 @@ int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string&
     };
     const auto restore = [&] {
         PairList created = columns;
-        return adapter->createTable(table, created) == 0 &&
-               insertRowsOfFile(*adapter, table, ScratchFile);
+        CsvReader file(ScratchFile);
+        return isOpen(file, ScratchFile) && adapter->createTable(table, created) == 0 &&
+               insertRowsOfFile(*adapter, table, file, ScratchFile);
     };
     // The text names the call log whichever table it is: kept on purpose, it is looked for.
     if (!rebuildTable(*adapter, table, save, restore,
@@ -370,28 +391,15 @@ bool DASUtils::updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
                                                     const std::string& table,
                                                     const std::vector<std::string>& columns,
                                                     const std::string& path) {
-    return inTransaction(adapter, [&](DatabaseAdapter& open) {
-        return updateItemsInTransaction(open, table, columns, path);
-    });
+    CsvReader file(path, commentsFor(table));
+    return isOpen(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
+               return storeItems(open, table, columns, file);
+           });
 }
 
 bool DASUtils::updateItemsInTransaction(DatabaseAdapter& adapter, const std::string& table,
                                         const std::vector<std::string>& columns,
                                         const std::string& path) {
-    const bool areSettings = table == DASUtilsStrings::GeneralConfigTableName;
-    DAS_LOG(5, "Opening %s", path.c_str());
-    CsvReader file(path,
-                   areSettings ? CsvReader::Comments::AreSkipped : CsvReader::Comments::AreData);
-    if (!file.isOpen()) {
-        DAS_LOG(5, "error opening %s", path.c_str());
-        return false;
-    }
-    DAS_LOG(5, "Scanning file...");
-    const std::string key = areSettings ? std::string() : integerKeyOf(adapter, table);
-    const std::size_t failures = file.forEachRow([&](auto& fields) {
-        return areSettings ? storeSetting(adapter, table, fields)
-                           : insertValues(adapter, table, columns, key, fields);
-    });
-    DAS_LOG(5, "Scanning complete");
-    return failures == 0;
+    CsvReader file(path, commentsFor(table));
+    return isOpen(file, path) && storeItems(adapter, table, columns, file);
 }

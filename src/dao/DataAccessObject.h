@@ -355,7 +355,8 @@ protected:
                          const std::function<void()>& prepare = {});
     /**
      * As importRowsOfUser, in place of the rows that the user @p context has: either these are
-     * there or those of the file. They go first, and also when the file does not open then.
+     * there or those of the file. When there is no such file they go and the result is 1; when
+     * there is one that does not open they stay.
      */
     int replaceRowsOfUser(const std::string& context, const std::string& location,
                           const std::function<int(std::vector<std::string>&)>& store);
@@ -394,10 +395,10 @@ private:
 
     std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
                            CsvReader& file);
-    /// The steps of importRowsOfUser, for the caller's transaction. Whether the file opened.
-    bool storeRowsOf(const std::string& location,
-                     const std::function<int(std::vector<std::string>&)>& store,
-                     const std::function<void()>& prepare);
+    /// The transaction of importRowsOfUser.
+    int storeRowsOfUser(CsvReader& file, const std::string& location,
+                        const std::function<int(std::vector<std::string>&)>& store,
+                        const std::function<void()>& prepare);
     bool hasColumn(const std::string& name) const;
     /// Makes a table without rows, and takes the names of its columns. False when there is none.
     bool prepareImport(std::vector<std::string>& names);

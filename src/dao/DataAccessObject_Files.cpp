@@ -28,6 +28,14 @@ void logRefused(std::size_t rows, const std::string& path) {
     }
 }
 
+bool isOpen(const CsvReader& file, const std::string& path) {
+    DAS_LOG(5, "Opening %s", path.c_str());
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
+    }
+    return file.isOpen();
+}
+
 bool writeHeader(DatabaseAdapter& adapter, const std::string& table, const std::string& version,
                  CsvWriter& file) {
     file.writeLine("#$VERSION=" + version);
@@ -44,7 +52,7 @@ bool writeHeader(DatabaseAdapter& adapter, const std::string& table, const std::
 bool DataAccessObject::exportTable(const std::string& table, const std::string& path,
                                    PairList& conditions, std::string& version) {
     DAS_LOG(5, "exporting to %s", path.c_str());
-    CsvWriter file(path, CsvWriter::Target::Truncated);
+    CsvWriter file(path);
     if (!file.isOpen()) {
         DAS_LOG(2, "Cannot open %s for writing", path.c_str());
         return false;
@@ -152,10 +160,8 @@ bool DataAccessObject::getMetadata(const std::string& path, std::string& version
 
 bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::string>& columns,
                                           std::string& path) {
-    DAS_LOG(5, "Opening %s", path.c_str());
     CsvReader file(path);
-    if (!file.isOpen()) {
-        DAS_LOG(5, "error opening %s", path.c_str());
+    if (!isOpen(file, path)) {
         return false;
     }
     DAS_LOG(5, "Scanning file...");
@@ -253,41 +259,39 @@ int DataAccessObject::importDataForUser(const std::string& location, eUserCatego
 int DataAccessObject::importRowsOfUser(const std::string& location,
                                        const std::function<int(std::vector<std::string>&)>& store,
                                        const std::function<void()>& prepare) {
-    const auto import = [&] { return storeRowsOf(location, store, prepare); };
-    return m_dbAdapter != nullptr &&
-                   runWholeOrNot(*m_dbAdapter, import, TransactionGuard::Locks::AtOnce)
-               ? 0
-               : 1;
-}
-
-bool DataAccessObject::storeRowsOf(const std::string& location,
-                                   const std::function<int(std::vector<std::string>&)>& store,
-                                   const std::function<void()>& prepare) {
-    DAS_LOG(5, "Opening %s", location.c_str());
     CsvReader file(location);
-    if (!file.isOpen()) {
-        DAS_LOG(5, "error opening %s", location.c_str());
-        return false;
-    }
-    if (prepare) {
-        prepare();
-    }
-    logRefused(file.forEachRow(store), location);
-    DAS_LOG(5, "Scanning complete");
-    return true;
+    return isOpen(file, location) ? storeRowsOfUser(file, location, store, prepare) : 1;
 }
 
 int DataAccessObject::replaceRowsOfUser(
     const std::string& context, const std::string& location,
     const std::function<int(std::vector<std::string>&)>& store) {
-    bool isRead = false;
-    const auto replace = [&] {
+    const auto removeOlder = [&] {
         (void)deleteContextData(context);  // nothing to delete is a failure there
-        isRead = storeRowsOf(location, store, {});
-        return true;  // kept on purpose: an import always takes the old ones away
+    };
+    CsvReader file(location);
+    if (isOpen(file, location)) {
+        return storeRowsOfUser(file, location, store, removeOlder);
+    }
+    if (file.isMissing()) {
+        removeOlder();  // kept on purpose: management empties a user's table by a missing file
+    }
+    return 1;
+}
+
+int DataAccessObject::storeRowsOfUser(CsvReader& file, const std::string& location,
+                                      const std::function<int(std::vector<std::string>&)>& store,
+                                      const std::function<void()>& prepare) {
+    const auto import = [&] {
+        if (prepare) {
+            prepare();
+        }
+        logRefused(file.forEachRow(store), location);
+        DAS_LOG(5, "Scanning complete");
+        return true;
     };
     return m_dbAdapter != nullptr &&
-                   runWholeOrNot(*m_dbAdapter, replace, TransactionGuard::Locks::AtOnce) && isRead
+                   runWholeOrNot(*m_dbAdapter, import, TransactionGuard::Locks::AtOnce)
                ? 0
                : 1;
 }

@@ -1,7 +1,7 @@
 #include "dao/DeviceDataReader.h"
 
 #include "ClientUtils.h"
-#include "Storage.h"
+#include "DeviceFile.h"
 
 namespace {
 
@@ -11,16 +11,18 @@ const char* const ExcludedWord = "false";
 }  // namespace
 
 void DeviceDataReader::readFile(const std::string& path) {
-    Storage::openToRead(m_stream, path);
-    while (m_stream.good()) {
+    m_stream = std::make_unique<DeviceFile>(path);
+    while (m_stream->good()) {
         processLine();
     }
-    m_stream.close();
+    m_stream.reset();
 }
 
 void DeviceDataReader::processLine() {
     std::vector<std::string> fields;
-    (void)ClientUtils::readLineFromCsvFileAndParse(m_stream, fields);  // no line has no fields
+    if (m_stream != nullptr) {
+        (void)ClientUtils::readLineFromCsvFileAndParse(*m_stream, fields);  // no line has no fields
+    }
     if (isLineIgnored(fields)) {
         return;
     }

@@ -1,8 +1,9 @@
 #ifndef DEVICEDATAREADER_H
 #define DEVICEDATAREADER_H
 
-#include <fstream>
+#include <istream>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ public:
     DeviceDataReader() = default;
 
     /// Adds what the file @p path of the telephone says, up to its end or to the first failure. A
-    /// file that can't be opened adds nothing; nothing is logged, a telephone may have no list.
+    /// file that is missing adds nothing and is not logged: a telephone may have no list.
     void readFile(const std::string& path);
 
     /// Reads one line of the open file and applies it.
@@ -42,7 +43,7 @@ public:
     }
 
 private:
-    std::ifstream m_stream;
+    std::unique_ptr<std::istream> m_stream;  ///< null when no file is open
     std::map<std::string, GenConfigDeviceDataItems::SchemaItem> m_items;
 };
 

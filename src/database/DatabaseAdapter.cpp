@@ -4,12 +4,14 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 
 #include "GPALSleep.h"
+#include "OwnFiles.h"
 #include "Progress.h"
 #include "Storage.h"
 #include "database/AdapterGuards.h"
@@ -59,6 +61,13 @@ const std::string BeginWriteStatement = "BEGIN IMMEDIATE TRANSACTION;";
 const std::string EndStatement = "END TRANSACTION;";
 const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
 
+constexpr int MostLinks = 40;  // as the kernel
+
+std::string namedPath() {
+    const char* directory = std::getenv("DB_PATH");
+    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
+}
+
 /// SQLite would make the file readable for all; its journal takes the rights of the file.
 void makeMissingFileForOwnerAlone(const std::string& path) {
     const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
@@ -107,8 +116,25 @@ int sqliteCallBackForRows(void* flag, int, char**, char**) {
 }
 
 std::string DatabaseAdapter::databasePath() {
-    const char* directory = std::getenv("DB_PATH");
-    return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
+    std::string path = namedPath();
+    char target[PATH_MAX];
+    ssize_t length = 0;
+    for (int links = 0; links < MostLinks && length >= 0; ++links) {
+        length = ::readlink(path.c_str(), target, sizeof(target));
+        if (length > 0) {
+            const auto folder = target[0] == '/' ? 0 : path.rfind('/') + 1;  // 0 without one
+            path.replace(folder, std::string::npos, target, static_cast<std::size_t>(length));
+        }
+    }
+    return path;
+}
+
+void DatabaseAdapter::claimFiles() {
+    const std::string path = databasePath();
+    OwnFiles::add(namedPath());
+    for (const char* suffix : {"", "-journal", "-wal", "-shm"}) {
+        OwnFiles::claim(path + suffix);
+    }
 }
 
 DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
@@ -145,6 +171,7 @@ void DatabaseAdapter::constructorActions() {
 
 void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
+    claimFiles();
     makeMissingFileForOwnerAlone(path);
     if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
                         m_changeNotice->name()) != SQLITE_OK) {

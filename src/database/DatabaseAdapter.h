@@ -126,8 +126,13 @@ public:
      */
     int convertSQLiteStatusToAdapterStatus(int code) const;
 
-    /// Where the database is, from the environment.
+    /// Where the database is, from the environment; where it leads when it is a link, so that what
+    /// stands next to the file is found there.
     [[nodiscard]] static std::string databasePath();
+
+    /// Keeps the database and its journals from paths of the telephone, and from other users when
+    /// they are this user's. To be called before the first statement.
+    static void claimFiles();
 
     /// Has @p call called before each transaction that changes something, on its thread and with
     /// the adapter's lock held, when the file is still as it was. It may read the database over
@@ -169,10 +174,10 @@ public:
     /**
      * Writes the contacts of all users to the file @p path of the telephone: a header line and a
      * line for each contact, values between double quotes with XML escapes undone, blank ones left
-     * out. Without result: a file that can't be opened and contacts that can't be read are in the
-     * log, and the header is written all the same.
+     * out. When the contacts can't be read, an older file stays; without one the header is written
+     * all the same. False when there is no new file, which is logged.
      */
-    void createContactsCSV(const std::string& path);
+    bool createContactsCSV(const std::string& path);
 
     /// The text " WHERE …" of the conditions, empty for none. Empties the lists.
     std::string concatWhereCondition(PairList& andList);

@@ -1,10 +1,8 @@
 // The contacts as a file that other programs read.
 
-#include <fstream>
-
 #include "ClientUtils.h"
+#include "DeviceFile.h"
 #include "Storage.h"
-#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "database/SqlText.h"
@@ -32,25 +30,29 @@ std::string quotedCell(const std::string& cell) {
 
 }  // namespace
 
-void DatabaseAdapter::createContactsCSV(const std::string& path) {
-    std::ofstream file(Storage::devicePath(path));
-    if (!file) {
+bool DatabaseAdapter::createContactsCSV(const std::string& path) {
+    DeviceFileWriter file(path);
+    if (!file.isOpen()) {
         DAS_LOG(2, "error in the creation/opening of the %s file", path.c_str());
-        return;
+        return false;
     }
     DAS_LOG(5, "creation of %s has begun", path.c_str());
-    AdapterLock lock(*this);
     Rows rows;
     if (executeActualSearchQuery(contactsQuery, rows) != 0) {
         DAS_LOG(2, "error in the query of the contacts information");
+        if (Storage::exists(path)) {
+            return false;  // an older file says more
+        }
     }
-    file << contactsHeader;
+    file.write(contactsHeader);
     for (const auto& row : rows) {
         const char* separator = "";
         for (const std::string& cell : row) {
-            file << separator << quotedCell(cell);
+            file.write(separator);
+            file.write(quotedCell(cell));
             separator = ",";
         }
-        file << std::endl;  // each line is flushed: a reader sees whole lines only
+        file.write("\n");
     }
+    return file.finish();
 }

@@ -1,11 +1,10 @@
 #include "service/ACMSTagMapper.h"
 
 #include <algorithm>
-#include <fstream>
 #include <vector>
 
 #include "ClientUtils.h"
-#include "Storage.h"
+#include "DeviceFile.h"
 #include "database/Logging.h"
 
 namespace {
@@ -31,9 +30,8 @@ ACMSTagMapper::ACMSTagMapper() {
 }
 
 void ACMSTagMapper::createTable() {
-    std::ifstream file;
-    Storage::openToRead(file, mappingFile);
-    if (!file.is_open()) {
+    DeviceFile file(mappingFile);
+    if (!file.isOpen()) {
         return;
     }
     DAS_LOG(5, "Opening %s", mappingFile);

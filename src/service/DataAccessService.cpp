@@ -2,8 +2,6 @@
 
 #include "service/DataAccessService.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -13,8 +11,10 @@
 #include "CriticalSection.h"
 #include "DASListenerIfc.h"
 #include "DASUtilsStrings.h"
+#include "DasCrypt.h"
 #include "Executable.h"
 #include "LocalMgmtIfc.h"
+#include "OwnFiles.h"
 #include "Storage.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
@@ -36,7 +36,7 @@ constexpr const char* LogSource = "./src/DataAccessService";
 const char* const deviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
 const char* const managementName = "LocalMgmtIfc";
 const char* const dataDirectory = "/data";
-constexpr mode_t dataDirectoryMode = 0770;
+constexpr unsigned dataDirectoryMode = 0770;
 
 const char* const currentUserWord = "getCurrentUser";
 const char* const defaultKeyDataWord = "getDefaultKeyData";
@@ -65,7 +65,7 @@ DataAccessService::DataAccessService()
       m_currentUser("base"),
       m_directorySema(1, 1, false),
       m_requestSema(1, 1, false) {
-    if (::chmod(Storage::devicePath(dataDirectory).c_str(), dataDirectoryMode) != 0) {
+    if (!Storage::setFolderMode(dataDirectory, dataDirectoryMode)) {
         DAS_LOG(2, "chmod() failed with error [%s]. \n", std::strerror(errno));
     }
 }
@@ -110,6 +110,7 @@ void DataAccessService::constructorActions() {
 
 void DataAccessService::init(Context& context) {
     m_context = &context;
+    OwnFiles::claim(DasCrypt::keyPlace());
     m_upgradeCopy.begin();
     constructorActions();
     registerContext(context);

@@ -138,18 +138,18 @@ public:
     bool findACMS();
 
     /// Writes the contacts of all users to "/tmp/VX_contacts.csv", or to the file @p path of the
-    /// telephone, and tells web management whether the file is there.
+    /// telephone, and sends web management the status of that.
     void saveContactsToCSV();
     void saveContactsToCSV(const std::string& path);
 
     /// Whether the file @p path of the telephone can be opened for reading.
     bool doesFileExist(const std::string& path);
 
-    /// Tells web management whether the contacts file @p path is there; one that an earlier run
-    /// left counts, which is kept on purpose.
+    /// Sends web management the status of the contacts file @p path, by whether it is there.
     void notifyWBM(const std::string& path);
 
 private:
+    void notifyOfContacts(const std::string& path, bool isWritten);
     /// Whom to hand a status item; null, and a log line, when there is no management service.
     LocalMgmtIfc* managementForStatus();
     /// Last step of the start: settles the user.

@@ -1,7 +1,6 @@
 // The file operations for web management.
 
 #include <algorithm>
-#include <fstream>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "Context.h"
 #include "CriticalSection.h"
 #include "DASUtilsStrings.h"
+#include "DeviceFile.h"
 #include "LocalMgmtIfc.h"
 #include "ManageableData.h"
 #include "MediaControlServiceIfc.h"
@@ -110,7 +110,8 @@ private:
         if (first < m_added) {
             return m_inOrder.find(first);
         }
-        // The second and never the first: kept on purpose, a lone directory waits for the next walk.
+        // The second and never the first: kept on purpose, a lone directory waits for the next
+        // walk.
         return m_inOrder.size() < 2 ? m_inOrder.end() : std::next(m_inOrder.begin());
     }
 
@@ -312,7 +313,7 @@ void DataAccessService::notifyDLS(const std::string& path) {
 }
 
 bool DataAccessService::doesFileExist(const std::string& path) {
-    return std::ifstream(Storage::devicePath(path)).is_open();
+    return DeviceFile(path).isOpen();
 }
 
 LocalMgmtIfc* DataAccessService::managementForStatus() {
@@ -323,9 +324,12 @@ LocalMgmtIfc* DataAccessService::managementForStatus() {
 }
 
 void DataAccessService::notifyWBM(const std::string& path) {
+    notifyOfContacts(path, doesFileExist(path));
+}
+
+void DataAccessService::notifyOfContacts(const std::string& path, bool isWritten) {
     DAS_LOG(5, "notifyWBM");
-    const bool isThere = doesFileExist(path);
-    if (isThere) {
+    if (isWritten) {
         DAS_LOG(5, "contacts csv has been created in: %s", path.c_str());
     } else {
         DAS_LOG(2, "csv contacts file creation is not successful");
@@ -333,7 +337,7 @@ void DataAccessService::notifyWBM(const std::string& path) {
     if (LocalMgmtIfc* management = managementForStatus()) {
         ManageableData status;
         status.populate(contactsStatusItem, contactsStatusItem,
-                        isThere ? contactsWritten : contactsNotWritten);
+                        isWritten ? contactsWritten : contactsNotWritten);
         management->sendStatusToWBM(status);
     }
 }
@@ -343,10 +347,10 @@ void DataAccessService::saveContactsToCSV() {
 }
 
 void DataAccessService::saveContactsToCSV(const std::string& path) {
-    if (DatabaseAdapter* adapter = m_dbAdapter) {
-        adapter->createContactsCSV(path);
-    } else {
+    DatabaseAdapter* adapter = m_dbAdapter;
+    if (adapter == nullptr) {
         DAS_LOG(2, "saveContactsToCSV: no database adapter");
     }
-    notifyWBM(path);
+    // An older file may be there still: it is no new one.
+    notifyOfContacts(path, adapter != nullptr && adapter->createContactsCSV(path));
 }

@@ -2,11 +2,10 @@
 
 #include <array>
 #include <cstring>
-#include <fstream>
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
-#include "Storage.h"
+#include "DeviceFile.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
@@ -52,8 +51,7 @@ const SavedItem TerminalNumber = {"TerminalNumber", nullptr, "Saved E164 from SI
 /// The file is the image's: whatever it holds, no more than a line of a sane length is read.
 bool olderSoftwareRan() {
     std::array<char, 4096> line{};
-    std::ifstream file;
-    Storage::openToRead(file, previousVersionFile);
+    DeviceFile file(previousVersionFile);
     file.getline(line.data(), line.size());  // leaves blank text when it can't be read
     return std::strstr(line.data(), olderProtocol) != nullptr;
 }

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
-#include "Storage.h"
+#include "ClientUtils.h"
+#include "DeviceFile.h"
 #include "calls/CallLogRow.h"
 #include "contacts/PhonebookDAO.h"
 #include "dao/DASUtils.h"
@@ -434,10 +434,10 @@ void DASMigrator::phonebookTableCleanup(DataAccessServiceIfc* service) {
 }
 
 void DASMigrator::distinctiveRingerTableCleanup(DataAccessServiceIfc* service) {
-    std::ifstream file;
-    Storage::openToRead(file, previousVersionFile);
+    DeviceFile file(previousVersionFile);
     std::string line;
-    if (file && std::getline(file, line) && line.find(olderProtocol) != std::string::npos) {
+    if (ClientUtils::readLine(file, line) == ClientUtils::Line::Read &&
+        line.find(olderProtocol) != std::string::npos) {
         DAS_LOG(6, "distinctiveRingerTableCleanup() removing old records");
         execute(service, "DELETE FROM DISTINCTIVE_RINGING");
     }

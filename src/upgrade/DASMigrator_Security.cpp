@@ -456,7 +456,7 @@ bool rewriteOldestTable(DatabaseAdapter& adapter) {
         return false;
     }
     CsvReader in(migrationFile);
-    CsvWriter out(migrationFile + ftpSuffix, CsvWriter::Target::Truncated);
+    CsvWriter out(migrationFile + ftpSuffix);
     if (!in.isOpen() || !out.isOpen()) {
         DAS_LOG(2, "error opening %s", migrationFile);
         return false;

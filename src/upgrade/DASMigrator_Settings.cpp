@@ -265,8 +265,7 @@ void DASMigrator::downgradeDoorOpenerSettings(DataAccessServiceIfc* service) {
 }
 
 void DASMigrator::applyUpdateValuesFile(DataAccessServiceIfc* service) {
-    const std::string place = Storage::devicePath(updateValuesFile);
-    if (::access(place.c_str(), F_OK) != 0) {
+    if (!Storage::exists(updateValuesFile)) {
         return;
     }
     updateGeneralConfigTable(service, settingsColumns(), updateValuesFile);

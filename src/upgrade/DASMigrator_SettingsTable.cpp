@@ -195,7 +195,7 @@ bool insertTaken(DatabaseAdapter& adapter, const Rows& taken, int columns) {
 /// Writes the lines of the migration file as rows of today. Whether all of them are written.
 bool rewriteFile(int columns) {
     CsvReader in(migrationFile);
-    CsvWriter out(migrationFile + outSuffix, CsvWriter::Target::Truncated);
+    CsvWriter out(migrationFile + outSuffix);
     if (!in.isOpen() || !out.isOpen()) {
         DAS_LOG(2, "error opening %s", migrationFile);
         return false;
@@ -233,8 +233,7 @@ bool renewTable(DataAccessServiceIfc* service, const std::vector<std::string>& c
 
 /// Without a place for files no start will ever rewrite the table.
 bool canHaveFiles() {
-    const std::string place = Storage::devicePath(migrationFile);
-    return ::access(place.substr(0, place.rfind('/') + 1).c_str(), W_OK) == 0;
+    return Storage::errorOf(migrationFile, true) == 0;
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "OwnFiles.h"
 #include "Storage.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
@@ -33,8 +34,9 @@ std::string partPath() {
     return copyPath() + ".part";
 }
 
-std::string usedFilePlace() {
-    return Storage::devicePath(std::string(UpgradeCopy::updateValuesFile) + ".used");
+/// A path of the telephone.
+std::string usedFile() {
+    return std::string(UpgradeCopy::updateValuesFile) + ".used";
 }
 
 std::string folderPath() {
@@ -66,6 +68,12 @@ bool removed(const std::string& path) {
     const bool isGone = ::unlink(path.c_str()) == 0 || errno == ENOENT ||
                         (errno == EROFS && ::access(path.c_str(), F_OK) != 0);
     return succeeded(isGone ? 0 : -1, "removal", path);
+}
+
+void removeUsed() {
+    const int error = Storage::removeFile(usedFile());
+    errno = error;
+    (void)succeeded(error == 0 || error == ENOENT ? 0 : -1, "removal", usedFile());
 }
 
 bool synced(int file, const std::string& path) {
@@ -153,6 +161,9 @@ bool UpgradeCopy::lockWithPatience() {
 }
 
 void UpgradeCopy::begin() {
+    DatabaseAdapter::claimFiles();
+    OwnFiles::claim(copyPath());
+    OwnFiles::claim(partPath());
     if (m_folder < 0) {
         m_folder = openFolder();
     }
@@ -175,11 +186,9 @@ void UpgradeCopy::putBack() {
     }
     struct stat before {};
     const bool wasThere = ::stat(database.c_str(), &before) == 0;
-    const std::string used = usedFilePlace();
-    const std::string unused = Storage::devicePath(updateValuesFile);
-    if (::access(used.c_str(), F_OK) == 0 && ::access(unused.c_str(), F_OK) != 0) {
-        (void)succeeded(std::rename(used.c_str(), unused.c_str()), "renaming", used);
-        (void)Storage::syncFolderOf(unused);  // without the copy the other name would be cleared up
+    if (Storage::exists(usedFile()) && !Storage::exists(updateValuesFile)) {
+        const bool isRenamed = Storage::renameFile(usedFile(), updateValuesFile);
+        (void)succeeded(isRenamed ? 0 : -1, "renaming", usedFile());
     }
     if (!DatabaseAdapter::isSound(copy) && hasContents(database) &&
         DatabaseAdapter::isSound(database)) {
@@ -194,7 +203,7 @@ void UpgradeCopy::putBack() {
             handOverRights(before, database);
         }
         (void)folderSynced();
-        (void)removed(used);
+        removeUsed();
         DAS_LOG(2, "An upgrade was cut off: the database is as it was before");
     } else {
         DAS_LOG(2, "An upgrade was cut off and goes on from there");
@@ -231,9 +240,9 @@ void UpgradeCopy::remove() {
     if (!removed(copy) && !succeeded(::truncate(copy.c_str(), 0), "emptying", copy)) {
         DAS_LOG(2, "The next start will put back '%s'", copy.c_str());
     }
-    if (::access(usedFilePlace().c_str(), F_OK) == 0) {
+    if (Storage::exists(usedFile())) {
         (void)folderSynced();  // a copy that is there again would need it
-        (void)removed(usedFilePlace());
+        removeUsed();
     }
 }
 
@@ -263,9 +272,8 @@ void UpgradeCopy::end() {
 }
 
 int UpgradeCopy::removeUsedFile() {
-    const std::string place = Storage::devicePath(updateValuesFile);
-    const int result = hasContents(copyPath()) ? std::rename(place.c_str(), usedFilePlace().c_str())
-                                               : std::remove(place.c_str());
-    (void)Storage::syncFolderOf(place);  // there again after a power cut, it would count once more
-    return result;
+    const bool isGone = hasContents(copyPath())
+                            ? Storage::renameFile(updateValuesFile, usedFile())
+                            : Storage::removeFile(updateValuesFile) == 0;
+    return isGone ? 0 : -1;
 }

@@ -1,0 +1,72 @@
+#ifndef DEVICEPLACE_H
+#define DEVICEPLACE_H
+
+#include <string>
+#include <utility>
+
+#include <unistd.h>
+
+/// An open descriptor for a scope.
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int value) : m_value(value) {}
+    ~Descriptor() { close(); }
+    Descriptor(Descriptor&& other) noexcept : m_value(std::exchange(other.m_value, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        if (this != &other) {
+            close();
+            m_value = std::exchange(other.m_value, -1);
+        }
+        return *this;
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return m_value >= 0; }
+    [[nodiscard]] int get() const { return m_value; }
+    int release() { return std::exchange(m_value, -1); }
+
+private:
+    void close() const {
+        if (m_value >= 0) {
+            ::close(m_value);
+        }
+    }
+
+    int m_value = -1;
+};
+
+/**
+ * Opens what a path of the telephone names. This is the only place where such a path meets a system
+ * call, so no link and no ".." leads out of the directory that "DAS_ROOT" names, also while
+ * another process exchanges folders and links. Links are followed as the telephone sees them: an
+ * absolute one begins at that directory. Without "DAS_ROOT" a path is one of this machine.
+ */
+namespace DevicePlace {
+
+/// The directory that "DAS_ROOT" names, without slashes at its end; empty for none.
+std::string root();
+
+/// False, with errno EINVAL or EPERM and a log line, for a path that holds a zero byte or that
+/// climbs above the root by "..".
+bool isAllowed(const std::string& path);
+
+/// Opens what is there already; @p flags go without O_CREAT, O_CLOEXEC is added. Not open, and
+/// errno says why, on failure. A path that is not allowed is logged.
+Descriptor open(const std::string& path, int flags);
+
+/// The folder of a path, and the name in it. What is made, moved or removed by these two stays in
+/// this folder. A link of that name is not followed.
+struct Target {
+    Descriptor folder;  ///< for names only (O_PATH); not open on failure, and errno says why
+    std::string name;   ///< with the slashes at its end
+};
+Target target(const std::string& path);
+
+/// Brings the names in @p folder to the disk. False when the system refuses.
+bool syncNames(const Descriptor& folder);
+
+}  // namespace DevicePlace
+
+#endif
