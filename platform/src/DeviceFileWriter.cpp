@@ -33,7 +33,8 @@ std::atomic<unsigned> temporaryNames{0};
 /// A name next to @p name that no other writer has, and that no one can have taken in advance.
 std::string temporaryNameFor(const std::string& name) {
     unsigned long long random = 0;
-    (void)::getrandom(&random, sizeof(random), GRND_NONBLOCK);
+    // Without random bytes a name that is taken makes the write fail; the file is opened with O_EXCL.
+    [[maybe_unused]] const ssize_t taken = ::getrandom(&random, sizeof(random), GRND_NONBLOCK);
     char end[64];
     (void)std::snprintf(end, sizeof(end), "%s%d-%u-%llx", TemporaryMark, ::getpid(),
                         temporaryNames++, random);
