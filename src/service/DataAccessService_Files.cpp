@@ -110,7 +110,8 @@ private:
         if (first < m_added) {
             return m_inOrder.find(first);
         }
-        // The second and never the first: kept on purpose, a lone directory waits for the next walk.
+        // The second and never the first: kept on purpose, a lone directory waits for the next
+        // walk.
         return m_inOrder.size() < 2 ? m_inOrder.end() : std::next(m_inOrder.begin());
     }
 

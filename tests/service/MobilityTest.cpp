@@ -155,7 +155,7 @@ TEST_F(MobilityTest, AGuestWhoseDataCannotBeMadeIsRefused) {
 }
 
 // What the client wrote between the deletion and the copies was all that the guest got.
-TEST_F(MobilityTest, AGuestGetsAllKeysBesideAClientThatWrites) {
+TEST_F(MobilityTest, AGuestGetsAllKeysWhileAClientWrites) {
     writeLabel("base", "owner");
     std::atomic<bool> ended{false};
     auto client = std::async(std::launch::async, [&] {
@@ -345,9 +345,9 @@ TEST_F(TagTest, AValueThatXmlCannotCarryIsLeftOutByName) {
                                                  {"uri[7]", "carried"}};
     m_log.clear();
     EXPECT_TRUE(service().importUserData(values, true));
-    for (const char* item : {"schema=[FeatureKeys], tag=[Label], index=[101]",
-                             "schema=[AudioSettings], tag=[Melody]",
-                             "schema=[TransportSettings], tag=[Port]"}) {
+    for (const char* item :
+         {"schema=[FeatureKeys], tag=[Label], index=[101]", "schema=[AudioSettings], tag=[Melody]",
+          "schema=[TransportSettings], tag=[Port]"}) {
         EXPECT_TRUE(m_log.has(2, std::string("DAS item ") + item + " is left out")) << item;
     }
     EXPECT_FALSE(m_log.has("secret"));
