@@ -206,7 +206,7 @@ Operation write(int rows, const std::string& name) {
         return message(missedSchema, "write_request", entries);
     };
     operation.statements = [rows](int round) {
-        Texts sql = {"BEGIN TRANSACTION;"};
+        Texts sql = {"BEGIN IMMEDIATE TRANSACTION;"};
         for (int row = 0; row < rows; ++row) {
             sql.push_back(insertOf(100 + round + row));
         }
@@ -251,8 +251,8 @@ Operation readJoined(int contacts, const std::string& name) {
             "PHONE_BOOK.Mobile = CALL_LOG.Number0        OR         PHONE_BOOK.Private = "
             "CALL_LOG.Number0 )        AND PHONE_BOOK.UserContext = 'base'        AND "
             "CALL_LOG.Number0 <> '' WHERE CALL_LOG.UserContext = 'base' AND CALL_LOG.UniqueId NOT "
-            "IN (SELECT CONVERSATIONS.CallLogId FROM CONVERSATIONS) GROUP BY CALL_LOG.UniqueId "
-            "ORDER BY CALL_LOG.TimeDate0 DESC;"};
+            "IN (SELECT CONVERSATIONS.CallLogId FROM CONVERSATIONS WHERE CONVERSATIONS.CallLogId IS "
+            "NOT NULL) GROUP BY CALL_LOG.UniqueId ORDER BY CALL_LOG.TimeDate0 DESC;"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         for (std::size_t i = 0; i < 3; ++i) {

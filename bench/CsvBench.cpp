@@ -193,7 +193,7 @@ Operation importOf(const char* name, Size size) {
     };
     operation.reset = [](int) { return Texts{"DELETE FROM T;"}; };
     operation.statements = [size](int) {
-        Texts texts = {readAll, "BEGIN TRANSACTION;"};
+        Texts texts = {readAll, "BEGIN IMMEDIATE TRANSACTION;"};
         for (int row = 0; row < size.rows; ++row) {
             texts.push_back(insertStatement(size, row));
         }

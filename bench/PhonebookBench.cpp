@@ -191,7 +191,7 @@ Operation write1000() {
     operation.reset = [](int) { return Texts{"DELETE FROM PHONE_BOOK;"}; };
     operation.request = [](int) { return message(schema, "write_request", entries(1000)); };
     operation.statements = [](int) {
-        Texts sql = {lookForTable, "BEGIN TRANSACTION;"};
+        Texts sql = {lookForTable, "BEGIN IMMEDIATE TRANSACTION;"};
         for (int contact = 0; contact < 1000; ++contact) {
             sql.push_back(insertOf(valuesOf(contact)));
         }
@@ -230,7 +230,7 @@ Operation import1000() {
             "Private, Email, CallGroup, DefaultNumber, Company, Office2, Address, Address2, "
             "JobFunction, VoiceDial, Picture, ExternalID, ContactSource, SpeedDialID) VALUES "
             "('base'";
-        Texts sql = {lookForTable, "BEGIN TRANSACTION;", countAll,
+        Texts sql = {lookForTable, "BEGIN IMMEDIATE TRANSACTION;", countAll,
                      "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';"};
         for (int contact = 0; contact < 1000; ++contact) {
             sql.push_back(columns + quoted(valuesOf(contact)) + ");");

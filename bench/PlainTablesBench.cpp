@@ -67,7 +67,7 @@ Texts firstRequestStatements() {
                             ", '" + id + "', '0', 'false', '', 'false');");
         }
     }
-    texts.insert(texts.end(), {"END TRANSACTION;", readUser});
+    texts.insert(texts.end(), {"END TRANSACTION;", countAll, readUser});
     return texts;
 }
 

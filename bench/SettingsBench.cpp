@@ -62,7 +62,7 @@ Operation update(const char* name, int first, int count) {
         return message(schema, "update_request", items);
     };
     operation.statements = [first, count](int round) {
-        Texts sql = {"BEGIN TRANSACTION;"};
+        Texts sql = {"BEGIN IMMEDIATE TRANSACTION;"};
         for (int item = first; item < first + count; ++item) {
             sql.push_back(updateStatement(item, round));
         }

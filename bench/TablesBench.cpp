@@ -43,7 +43,7 @@ Texts firstRequestStatements() {
                             user + ", '" + id + "'" + values + ");");
         }
     }
-    texts.insert(texts.end(), {"END TRANSACTION;", readStimulus});
+    texts.insert(texts.end(), {"END TRANSACTION;", countStimulus, readStimulus});
     return texts;
 }
 

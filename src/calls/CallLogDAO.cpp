@@ -436,7 +436,7 @@ std::string CallLogDAO::responseData() {
     }
     std::string out;
     if (m_responseReason == ReadResponse && !m_resultRows.empty()) {
-        const ShownCells shown = shownCells();
+        const ShownCells shown = shownCells(m_resultRows.front().size());
         for (const auto& row : m_resultRows) {
             out += xmlEntryStartTag;
             appendRow(out, row, shown);
@@ -449,7 +449,7 @@ std::string CallLogDAO::responseData() {
     return out;
 }
 
-CallLogDAO::ShownCells CallLogDAO::shownCells() const {
+CallLogDAO::ShownCells CallLogDAO::shownCells(std::size_t rowWidth) const {
     const bool showsWholeRows = calculateIfReadAll(m_tableName);
     ShownCells shown;
     if (m_resultColumns.empty()) {
@@ -457,7 +457,8 @@ CallLogDAO::ShownCells CallLogDAO::shownCells() const {
         shown.contact = isJoined() ? CallLogColumns::Count : None;
         return shown;
     }
-    const auto positions = DASUtils::positionsOfWords(m_dbAdapter, m_resultColumns);
+    const auto positions = DASUtils::positionsOfWords(m_resultColumns, rowWidth,
+                                                      {{m_tableName, CallLogColumns::Count}});
     for (std::size_t i = 0; i < m_resultColumns.size(); ++i) {
         const std::string& word = m_resultColumns[i];
         if (word == CallLogWriter::allOfCallLog()) {

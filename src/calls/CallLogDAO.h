@@ -152,8 +152,8 @@ private:
     /// Makes the tables that the read names, those that are missing.
     void makeTablesOfRead();
     std::string joinWithContacts() const;
-    /// What the words of ResultCols make of rows.
-    ShownCells shownCells() const;
+    /// What the words of ResultCols make of rows of @p rowWidth cells.
+    ShownCells shownCells(std::size_t rowWidth) const;
     void appendRow(std::string& out, const std::vector<std::string>& row,
                    const ShownCells& shown) const;
 

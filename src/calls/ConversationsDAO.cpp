@@ -224,7 +224,9 @@ std::string ConversationsDAO::joinedRows() const {
     if (m_resultRows.empty()) {
         return out;
     }
-    const auto positions = DASUtils::positionsOfWords(m_dbAdapter, m_resultColumns);
+    const auto positions = DASUtils::positionsOfWords(
+        m_resultColumns, m_resultRows.front().size(),
+        {{CallLogTableName, CallLogColumns::Count}, {m_tableName, columns().size()}});
     for (const auto& row : m_resultRows) {
         out += xmlEntryStartTag;
         for (std::size_t i = 0; i < m_resultColumns.size(); ++i) {

@@ -1,5 +1,7 @@
 #include "dao/DASUtils.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cctype>
 
@@ -39,6 +41,19 @@ void appendTag(std::string& out, const std::string& opening, const std::string& 
     out += opening;
     out += name;
     out += tagClosing;
+}
+
+/// Cells of a word of ResultCols, 0 for all columns of a table that is none of @p tables. SQLite
+/// takes names of tables in any case.
+std::size_t widthOfWord(const std::string& word, const std::vector<DASUtils::TableWidth>& tables) {
+    if (word.size() < 2 || word.compare(word.size() - 2, 2, ".*") != 0) {
+        return 1;
+    }
+    const std::string name = word.substr(0, word.size() - 2);
+    const auto found = std::find_if(tables.begin(), tables.end(), [&](const auto& table) {
+        return ::strcasecmp(table.first.c_str(), name.c_str()) == 0;
+    });
+    return found != tables.end() ? found->second : 0;
 }
 
 /// Replaces each @p from in @p text by @p to in one pass.
@@ -142,20 +157,25 @@ bool DASUtils::areResultColumns(const std::vector<std::string>& words) {
     return std::all_of(words.begin(), words.end(), isResultColumn);
 }
 
-std::vector<std::size_t> DASUtils::positionsOfWords(DatabaseAdapter* adapter,
-                                                    const std::vector<std::string>& words) {
-    std::vector<std::size_t> positions;
-    std::size_t position = 0;
+std::vector<std::size_t> DASUtils::positionsOfWords(const std::vector<std::string>& words,
+                                                    std::size_t rowWidth,
+                                                    const std::vector<TableWidth>& tables) {
+    std::vector<std::size_t> widths;
+    std::size_t known = 0;
+    std::size_t others = 0;
     for (const std::string& word : words) {
-        positions.push_back(position);
-        const auto dot = word.find(".*");
-        const bool isWide = adapter != nullptr && dot != std::string::npos && isResultColumn(word);
-        const bool isLast = positions.size() == words.size();  // nothing follows its cells
-        position += isWide && !isLast ? static_cast<std::size_t>(adapter->getColumnCount(
-                                            "SELECT * FROM " + word.substr(0, dot) + ";"))
-                                      : 1;
+        widths.push_back(widthOfWord(word, tables));
+        known += widths.back();
+        others += widths.back() == 0 ? 1 : 0;
     }
-    return positions;
+    const std::size_t left = rowWidth > known && others > 0 ? (rowWidth - known) / others : 0;
+    std::size_t position = 0;
+    for (std::size_t& width : widths) {
+        const std::size_t next = position + (width != 0 ? width : left);
+        width = position;
+        position = next;
+    }
+    return widths;
 }
 
 bool DASUtils::isPattern(const std::string& text) {

@@ -70,10 +70,13 @@ public:
     static bool isResultColumn(const std::string& word);
     /// Whether all words have the form of isResultColumn.
     static bool areResultColumns(const std::vector<std::string>& words);
-    /// Where the cells of each word of ResultCols begin in a row: "TABLE.*" is as wide as its table,
-    /// any other word one cell. @p adapter may be null, which knows no table.
-    static std::vector<std::size_t> positionsOfWords(DatabaseAdapter* adapter,
-                                                     const std::vector<std::string>& words);
+    /// A table and the number of its columns.
+    using TableWidth = std::pair<std::string, std::size_t>;
+    /// Where the cells of each word of ResultCols begin in a row of @p rowWidth cells. "TABLE.*" is as
+    /// wide as its table: that of @p tables, or what the other words leave of the row.
+    static std::vector<std::size_t> positionsOfWords(const std::vector<std::string>& words,
+                                                     std::size_t rowWidth,
+                                                     const std::vector<TableWidth>& tables = {});
     /// LIKE and a text in single quotes, whose inner quotes are doubled.
     static bool isPattern(const std::string& text);
 

@@ -50,10 +50,10 @@ std::vector<Cell> cellsOfAllColumns(const std::vector<std::string>& columnNames,
 }
 
 /// Words that are no column's own name show nothing; their cells are passed over.
-std::vector<Cell> cellsOfResultColumns(DatabaseAdapter* adapter,
-                                       const std::vector<std::string>& resultColumns,
-                                       const std::vector<std::string>& columnNames) {
-    const auto positions = DASUtils::positionsOfWords(adapter, resultColumns);
+std::vector<Cell> cellsOfResultColumns(const std::vector<std::string>& resultColumns,
+                                       const std::vector<std::string>& columnNames,
+                                       std::size_t rowWidth) {
+    const auto positions = DASUtils::positionsOfWords(resultColumns, rowWidth);
     std::vector<Cell> cells;
     for (std::size_t i = 0; i < resultColumns.size(); ++i) {
         if (DASUtils::columnIsInColumnList(resultColumns[i], columnNames)) {
@@ -365,7 +365,8 @@ std::string DataAccessObject::responseDataHelper(
                      (resultColumns.size() == 1 && resultColumns.front() == m_tableName + ".*");
     const std::vector<Cell> cells =
         all ? cellsOfAllColumns(columnNames, skipFirstColumn ? 1 : 0)
-            : cellsOfResultColumns(m_dbAdapter, resultColumns, columnNames);
+            : cellsOfResultColumns(resultColumns, columnNames,
+                                   rows.empty() ? 0 : rows.front().size());
     const bool inContext = !context.empty();
     std::string text;
     text.reserve(

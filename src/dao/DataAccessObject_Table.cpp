@@ -274,9 +274,8 @@ int DataAccessObject::replaceByCopies(const std::string& contextColumn, const st
     if (!isCounted && isKnownToBeMissing(table)) {
         return 0;  // the first request makes it, with rows for both users
     }
-    if (!isCounted ||
-        (count != "0" && deleteContextData(DASUtilsStrings::UserContextVisitor, contextColumn,
-                                           table) != 0)) {
+    if (!isCounted || (count != "0" && deleteContextData(DASUtilsStrings::UserContextVisitor,
+                                                         contextColumn, table) != 0)) {
         DAS_LOG(2, "Failed to delete visitor data, table = [%s].", table.c_str());
         return 1;
     }

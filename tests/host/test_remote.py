@@ -281,7 +281,7 @@ class Messages(RemoteTest):
         wire = self.wire()
         self.assertEqual(wire.exchange(asked(bad)), answered(Response="failure"))
         self.assertEqual(wire.exchange(asked(WORD)), answered(Response="base"))
-        self.assertRegex(self.logged(), r"(?m)^2 DataAccessService \S+:\d+ processRequest ended")
+        self.assertRegex(self.logged(), r"(?m)^2 DASInvoker \S+:\d+ processRequest ended")
         run = self.remote("request", lines=[bad, WORD])
         self.assertEqual((run.returncode, run.answers), (1, [failure("CanonicalLookUp"), "base"]))
 

@@ -207,8 +207,8 @@ TEST_F(FileOperationsTest, SisterDirectoriesTakeTimeByTheirNumber) {
     const auto secondsFor = [this](int count) {
         const std::string folder = "/data/" + std::to_string(count);
         for (int i = 0; i < count; ++i) {
-            fs::create_directories(onDevice(folder + "/sisters/of the same length " +
-                                            std::to_string(100000 + i)));
+            fs::create_directories(
+                onDevice(folder + "/sisters/of the same length " + std::to_string(100000 + i)));
         }
         return CpuTime::of([&] {
             EXPECT_TRUE(

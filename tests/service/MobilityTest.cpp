@@ -1,3 +1,4 @@
+#include <condition_variable>
 #include <future>
 #include <thread>
 
@@ -6,7 +7,10 @@
 #include "RecordingAdapter.h"
 #include "RecordingManagement.h"
 #include "dao/DASUtils.h"
+#include "dao/DataAccessObject.h"
 #include "database/DatabaseAdapter.h"
+#include "database/DbFactory.h"
+#include "schemas/DAOFactory.h"
 #include "service/ACMSTagMapper.h"
 
 namespace {
@@ -21,6 +25,35 @@ public:
 private:
     std::string m_name;
     std::vector<std::string>& m_heard;
+};
+
+/// Hands over the first adapter of a round late: when another reset has ended, if one does.
+class LateFactory : public DbFactory {
+public:
+    DatabaseAdapter* createDatabase() override {
+        DatabaseAdapter* const made = DbFactory::createDatabase();
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (std::exchange(m_isFirst, false)) {
+            m_changed.wait_for(lock, std::chrono::milliseconds(100), [this] { return m_hasEnded; });
+        }
+        return made;
+    }
+    void beginRound() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isFirst = true;
+        m_hasEnded = false;
+    }
+    void endReset() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_hasEnded = true;
+        m_changed.notify_all();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_isFirst = false;
+    bool m_hasEnded = false;
 };
 
 class MobilityTest : public ServiceTest {
@@ -40,10 +73,6 @@ protected:
     }
     std::string label(const std::string& user) {
         return cell("SELECT Label FROM FEATURE_KEYS WHERE Id='100' AND UserContext='" + user + "'");
-    }
-    void reset() {
-        EXPECT_TRUE(service().factoryReset());
-        EXPECT_TRUE(service().invokeACMSFactoryReset(true));
     }
     void writeLabel(const std::string& user, const std::string& text) {
         send("FeatureKeys", "update_request",
@@ -126,7 +155,7 @@ TEST_F(MobilityTest, AGuestWhoseDataCannotBeMadeIsRefused) {
 }
 
 // What the client wrote between the deletion and the copies was all that the guest got.
-TEST_F(MobilityTest, AGuestGetsAllKeysBesideAClientThatWrites) {
+TEST_F(MobilityTest, AGuestGetsAllKeysWhileAClientWrites) {
     writeLabel("base", "owner");
     std::atomic<bool> ended{false};
     auto client = std::async(std::launch::async, [&] {
@@ -134,8 +163,10 @@ TEST_F(MobilityTest, AGuestGetsAllKeysBesideAClientThatWrites) {
             writeLabel("visitor", "his");
         }
     });
-    for (int i = 0; i < 30; ++i) {
-        service().copyBaseDataToVisitor();
+    const std::unique_ptr<DataAccessObject> keys(
+        service().getDAOFactory()->createDAOInstance("FeatureKeys"));
+    for (int i = 0; i < 60; ++i) {
+        EXPECT_EQ(keys->copyBaseDataToVisitor(), 0);
         EXPECT_EQ(count("FEATURE_KEYS", "visitor"), "177");
     }
     ended = true;
@@ -207,6 +238,9 @@ TEST_F(MobilityTest, AResetClosesTheServiceUntilAProfileOpensIt) {
 TEST_F(MobilityTest, ResetsUnderRequestsAnswerEachOfThem) {
     RecordingManagement management;
     m_context.services["LocalMgmtIfc"] = &management;
+    auto* const factory = new LateFactory;
+    service().setDbFactory(factory);
+    service().constructorActions();
     std::atomic<bool> ended{false};
     std::vector<std::thread> clients;
     std::atomic<int> unanswered{0};
@@ -218,9 +252,15 @@ TEST_F(MobilityTest, ResetsUnderRequestsAnswerEachOfThem) {
             }
         });
     }
-    for (int i = 0; i < 10; ++i) {
+    const auto reset = [&] {
+        EXPECT_TRUE(service().factoryReset());
+        EXPECT_TRUE(service().invokeACMSFactoryReset(true));
+        factory->endReset();
+    };
+    for (int i = 0; i < 5; ++i) {
         // One removed the new file of the other, and no request was served until the next start.
-        auto other = std::async(std::launch::async, [this] { reset(); });
+        factory->beginRound();
+        auto other = std::async(std::launch::async, reset);
         reset();
         other.get();
         EXPECT_TRUE(service().setProfile(i % 2 == 0 ? "visitor" : "base"));
@@ -305,9 +345,9 @@ TEST_F(TagTest, AValueThatXmlCannotCarryIsLeftOutByName) {
                                                  {"uri[7]", "carried"}};
     m_log.clear();
     EXPECT_TRUE(service().importUserData(values, true));
-    for (const char* item : {"schema=[FeatureKeys], tag=[Label], index=[101]",
-                             "schema=[AudioSettings], tag=[Melody]",
-                             "schema=[TransportSettings], tag=[Port]"}) {
+    for (const char* item :
+         {"schema=[FeatureKeys], tag=[Label], index=[101]", "schema=[AudioSettings], tag=[Melody]",
+          "schema=[TransportSettings], tag=[Port]"}) {
         EXPECT_TRUE(m_log.has(2, std::string("DAS item ") + item + " is left out")) << item;
     }
     EXPECT_FALSE(m_log.has("secret"));
