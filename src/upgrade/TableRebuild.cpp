@@ -38,8 +38,7 @@ TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
     : m_adapter(adapter),
       m_dao(dao),
       m_oldColumns(std::move(oldColumns)),
-      m_table(dao.tableName()),
-      m_aside(m_table + asideEnding) {}
+      m_table(dao.tableName()) {}
 
 bool TableRebuild::isDone() const {
     return std::equal(
@@ -56,6 +55,12 @@ bool TableRebuild::run(DefaultRows rows) {
     DAS_LOG(5, "The table %s has got %d columns in place of %d", m_table.c_str(),
             static_cast<int>(m_dao.columns().size()), static_cast<int>(m_oldColumns.size()));
     return true;
+}
+
+bool TableRebuild::copyFrom(const std::string& table) {
+    m_aside = table;
+    logDroppedColumns();
+    return execute(copyStatement()) && keepsAllRows();
 }
 
 bool TableRebuild::wasThere(const std::string& column) const {
@@ -130,14 +135,19 @@ bool TableRebuild::execute(const std::string& sql) {
 
 bool TableRebuild::replaceTable(DefaultRows rows) {
     const bool replaced =
-        readIndices() && execute("ALTER TABLE " + m_table + " RENAME TO " + m_aside + ";") &&
-        m_dao.createTable() == 0 && execute(copyStatement()) && keepsAllRows() &&
-        carryNumbering() && execute("DROP TABLE " + m_aside + ";") &&
+        readIndices() && renameAside() && m_dao.createTable() == 0 && execute(copyStatement()) &&
+        keepsAllRows() && carryNumbering() && execute("DROP TABLE " + m_aside + ";") &&
         (rows == DefaultRows::Leave || m_dao.insertDefaultRowsInTransaction(true) == 0);
     if (replaced) {
         makeIndices();
     }
     return replaced;
+}
+
+/// A table of the usual name that something else has left keeps it.
+bool TableRebuild::renameAside() {
+    m_aside = m_adapter.freeTableName(m_table + asideEnding);
+    return !m_aside.empty() && m_adapter.renameTable(m_table, m_aside) == 0;
 }
 
 bool TableRebuild::readIndices() {
