@@ -20,7 +20,6 @@ constexpr const char* LogSource = "./src/DASUtils";
 
 const std::string VersionTag = "#$VERSION=";
 const std::string ColumnsTag = "#$COLUMNS=";
-const std::string ScratchFile = "/Aurel_Deploy/DasTemporaryLogValues.csv";
 const std::string NullValue = "NULL";
 
 const std::string SchemaColumn = "Schema";
@@ -266,37 +265,6 @@ bool storeItems(DatabaseAdapter& adapter, const std::string& table,
     return failures == 0;
 }
 
-std::string countText(DatabaseAdapter& adapter, const std::string& table) {
-    PairList all;
-    std::string count;
-    return adapter.countRows(table, all, count) == 0 ? count : std::string();
-}
-
-/// Leaves an open transaction behind that the caller takes back when the result is false.
-bool replaceTable(DatabaseAdapter& adapter, const std::string& table,
-                  const std::function<bool()>& save, const std::function<bool()>& restore,
-                  const char* dropFailure) {
-    const std::string count = countText(adapter, table);
-    if (count.empty() || !save()) {
-        return false;
-    }
-    // The adapter spares a table without rows; here it has to go as well.
-    const int dropped = count == "0" ? adapter.executeNonQuery("DROP TABLE " + table + ";")
-                                     : adapter.dropTable(table);
-    if (dropped != 0) {
-        DAS_LOG(2, "%s", dropFailure);
-        return false;
-    }
-    if (!restore()) {
-        return false;
-    }
-    if (countText(adapter, table) != count) {
-        DAS_LOG(2, "Table %s does not have its %s rows again", table.c_str(), count.c_str());
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 bool DASUtils::getVersion(const std::string& line, std::string& version) {
@@ -347,46 +315,6 @@ bool DASUtils::recreateTableFromFile(DatabaseAdapter* adapter, const std::string
            });
 }
 
-bool DASUtils::rebuildTable(DatabaseAdapter& adapter, const std::string& table,
-                            const std::function<bool()>& save, const std::function<bool()>& restore,
-                            const char* dropFailure) {
-    return runWholeOrNot(adapter,
-                         [&] { return replaceTable(adapter, table, save, restore, dropFailure); });
-}
-
-int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string& table,
-                                    PairList& columns) {
-    DAS_LOG(5, "updateTableInDatabase( TableName=%s )", table.c_str());
-    std::vector<std::string> present;
-    if (!createColumnNameListFromDbFile(adapter, table, present)) {
-        DAS_LOG(2, "updateTableInDatabase failed to createColumnNameListFromDbFile");
-        return 2;
-    }
-    const bool somethingIsNew = std::any_of(columns.begin(), columns.end(), [&](const auto& each) {
-        return !columnIsInColumnList(each.first, present);
-    });
-    if (!somethingIsNew) {
-        return 0;
-    }
-    const auto save = [&] {
-        return readFromTableAndWriteToFileWithColumns(adapter, table, ScratchFile, {}, present);
-    };
-    const auto restore = [&] {
-        PairList created = columns;
-        CsvReader file(ScratchFile);
-        return isOpen(file, ScratchFile) && adapter->createTable(table, created) == 0 &&
-               insertRowsOfFile(*adapter, table, file, ScratchFile);
-    };
-    // The text names the call log whichever table it is: kept on purpose, it is looked for.
-    if (!rebuildTable(*adapter, table, save, restore,
-                      "CallLogDAO::updateCallLogTableDatabas - FAILED to drop CallLog Table from "
-                      "phone.db")) {
-        return 2;
-    }
-    removeDataFile(ScratchFile);
-    return 1;
-}
-
 bool DASUtils::updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
                                                     const std::string& table,
                                                     const std::vector<std::string>& columns,
@@ -395,11 +323,4 @@ bool DASUtils::updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
     return isOpen(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
                return storeItems(open, table, columns, file);
            });
-}
-
-bool DASUtils::updateItemsInTransaction(DatabaseAdapter& adapter, const std::string& table,
-                                        const std::vector<std::string>& columns,
-                                        const std::string& path) {
-    CsvReader file(path, commentsFor(table));
-    return isOpen(file, path) && storeItems(adapter, table, columns, file);
 }

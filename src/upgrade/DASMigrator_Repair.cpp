@@ -6,8 +6,6 @@
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
-#include "ClientUtils.h"
-#include "DeviceFile.h"
 #include "calls/CallLogRow.h"
 #include "contacts/PhonebookDAO.h"
 #include "dao/DASUtils.h"
@@ -15,6 +13,7 @@
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
+#include "upgrade/StepHelpers.h"
 
 namespace {
 
@@ -23,8 +22,6 @@ constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 
-const char* const previousVersionFile = "/.QuilldeskRootFileSystemImageVersion.prev.txt";
-const char* const olderProtocol = "SIP";
 const char* const oldPhoneBook = "PHONE_BOOK_OLD";
 
 const char* const allCalls = "SELECT * FROM CALL_LOG;";
@@ -434,10 +431,7 @@ void DASMigrator::phonebookTableCleanup(DataAccessServiceIfc* service) {
 }
 
 void DASMigrator::distinctiveRingerTableCleanup(DataAccessServiceIfc* service) {
-    DeviceFile file(previousVersionFile);
-    std::string line;
-    if (ClientUtils::readLine(file, line) == ClientUtils::Line::Read &&
-        line.find(olderProtocol) != std::string::npos) {
+    if (StepHelpers::olderProtocolRan()) {
         DAS_LOG(6, "distinctiveRingerTableCleanup() removing old records");
         execute(service, "DELETE FROM DISTINCTIVE_RINGING");
     }

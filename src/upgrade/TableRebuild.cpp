@@ -38,8 +38,7 @@ TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
     : m_adapter(adapter),
       m_dao(dao),
       m_oldColumns(std::move(oldColumns)),
-      m_table(dao.tableName()),
-      m_aside(m_table + asideEnding) {}
+      m_table(dao.tableName()) {}
 
 bool TableRebuild::isDone() const {
     return std::equal(
@@ -56,6 +55,12 @@ bool TableRebuild::run(DefaultRows rows) {
     DAS_LOG(5, "The table %s has got %d columns in place of %d", m_table.c_str(),
             static_cast<int>(m_dao.columns().size()), static_cast<int>(m_oldColumns.size()));
     return true;
+}
+
+bool TableRebuild::copyFrom(const std::string& table) {
+    m_aside = table;
+    logDroppedColumns();
+    return execute(copyStatement()) && keepsAllRows();
 }
 
 bool TableRebuild::wasThere(const std::string& column) const {
@@ -77,7 +82,11 @@ void TableRebuild::logDroppedColumns() const {
 /// The condition that a row is the default row at a place: its id, and each cell by which the
 /// default rows differ. A label belongs to its function, not to whatever stands on the key.
 std::string TableRebuild::isDefaultRow(std::size_t row, const Column& except) const {
-    std::string condition = "Id = " + DASUtils::escapeAndQuote(m_dao.defaultRowIds().at(row));
+    const bool hasId = std::any_of(
+        m_dao.columns().begin(), m_dao.columns().end(),
+        [](const Column& column) { return isSameName(column.name, DASUtilsStrings::IdTagName); });
+    const std::string& key = hasId ? DASUtilsStrings::IdTagName : m_dao.columns().front().name;
+    std::string condition = key + " = " + DASUtils::escapeAndQuote(m_dao.defaultRowIds().at(row));
     for (const Column& column : m_dao.columns()) {
         if (column.defaults.size() > 1 && column.name != except.name && wasThere(column.name)) {
             const std::string value = DASUtils::escapeAndQuote(column.defaults.at(row));
@@ -130,14 +139,19 @@ bool TableRebuild::execute(const std::string& sql) {
 
 bool TableRebuild::replaceTable(DefaultRows rows) {
     const bool replaced =
-        readIndices() && execute("ALTER TABLE " + m_table + " RENAME TO " + m_aside + ";") &&
-        m_dao.createTable() == 0 && execute(copyStatement()) && keepsAllRows() &&
-        carryNumbering() && execute("DROP TABLE " + m_aside + ";") &&
+        readIndices() && renameAside() && m_dao.createTable() == 0 && execute(copyStatement()) &&
+        keepsAllRows() && carryNumbering() && execute("DROP TABLE " + m_aside + ";") &&
         (rows == DefaultRows::Leave || m_dao.insertDefaultRowsInTransaction(true) == 0);
     if (replaced) {
         makeIndices();
     }
     return replaced;
+}
+
+/// A table of the usual name that something else has left keeps it.
+bool TableRebuild::renameAside() {
+    m_aside = m_adapter.freeTableName(m_table + asideEnding);
+    return !m_aside.empty() && m_adapter.renameTable(m_table, m_aside) == 0;
 }
 
 bool TableRebuild::readIndices() {
