@@ -147,7 +147,7 @@ PhonebookDAO::PhonebookDAO() : PhonebookDAO(nullptr) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter)
     : DataAccessObject(adapter, layout()),
-      m_request(requestNames(), m_schemaName, m_requestContext, m_reason) {}
+      m_request(requestNames(), m_schemaName, m_requestContext, m_reason, m_limits) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter, std::vector<std::string> columnsToSkip)
     : PhonebookDAO(adapter) {
@@ -212,6 +212,8 @@ void PhonebookDAO::endElement(const char* name) {
 void PhonebookDAO::addField(std::size_t place, std::string text, bool isPattern) {
     m_fields.push_back(
         {std::move(text), static_cast<unsigned char>(place), isPattern, m_request.isInEntry()});
+    m_selected += m_request.isInEntry() ? 0 : 1;
+    m_limits.checkValues(m_selected);
 }
 
 PhonebookDAO::Fields PhonebookDAO::fieldsOf(const Stretch& entry) const {
@@ -287,8 +289,12 @@ int PhonebookDAO::readRequest() {
     }
     PairList none;
     PairList orderBy = {{"UPPER(" + PhonebookSurnameTagName + ")", ""}};
-    return m_dbAdapter->executeQuery(m_tableName, columnsToRead(), params, none, hidden, orderBy,
-                                     m_resultRows, m_request.offset(), m_request.rowLimit());
+    const auto read = [&] {
+        return m_dbAdapter->executeQuery(m_tableName, columnsToRead(), params, none, hidden,
+                                         orderBy, m_resultRows, m_request.offset(),
+                                         m_request.rowLimit());
+    };
+    return readEntries(read, elements(), true);
 }
 
 int PhonebookDAO::search(const char* logLine) {
@@ -296,11 +302,13 @@ int PhonebookDAO::search(const char* logLine) {
     PairList params;
     const bool isGood = m_dbAdapter != nullptr && buildReadQuery(params) == 0 &&
                         (m_request.rowLimit().empty() || DASUtils::isNumber(m_request.rowLimit()));
-    PairList orderBy;
-    return isGood ? m_dbAdapter->actualSearchQuery(m_tableName, columnsToRead(), params, orderBy,
-                                                   m_resultRows, m_request.offset(),
-                                                   m_request.rowLimit())
-                  : 1;
+    const auto read = [&] {
+        PairList orderBy;
+        return m_dbAdapter->actualSearchQuery(m_tableName, columnsToRead(), params, orderBy,
+                                              m_resultRows, m_request.offset(),
+                                              m_request.rowLimit());
+    };
+    return isGood ? readEntries(read, elements(), true) : 1;
 }
 
 int PhonebookDAO::searchPhoneNumberRequest() {
@@ -374,17 +382,15 @@ int PhonebookDAO::writeRequest() {
 }
 
 int PhonebookDAO::insertContacts() {
-    std::unique_ptr<TransactionGuard> transaction;
-    if (m_contacts.size() > 1) {
-        transaction = std::make_unique<TransactionGuard>(*m_dbAdapter);
+    if (m_contacts.size() < 2) {
+        return m_contacts.empty() ? -1 : insertContact(0);
     }
-    int result = -1;
-    for (std::size_t index = 0; index < m_contacts.size(); ++index) {
-        result = insertContact(index);
-    }
-    // A batch that could not be committed is not there, whatever its last row said.
-    const int ended = transaction != nullptr ? transaction->end() : 0;
-    return result != 0 ? result : m_dbAdapter->convertSQLiteStatusToAdapterStatus(ended);
+    int inserted = 0;
+    const int result = forEachEntry(m_contacts.size(), [&](std::size_t index) {
+        inserted = insertContact(index);
+        return inserted;
+    });
+    return inserted != 0 ? inserted : m_dbAdapter->convertSQLiteStatusToAdapterStatus(result);
 }
 
 int PhonebookDAO::insertContact(std::size_t index) {
@@ -424,9 +430,7 @@ std::string PhonebookDAO::responseData() {
     if (m_responseReason == rowCountResponse) {
         return ListRequest::countAnswer(m_count);
     }
-    return responseDataHelper(m_responseReason, m_requestContext,
-                              DASUtils::unescapeSqlReservedCharacters(m_responseUser),
-                              m_resultColumns, m_resultRows, elements(), true);
+    return takeEntries();
 }
 
 bool PhonebookDAO::tagIsInVector(std::string tag, std::vector<std::string>& tags) {

@@ -1,9 +1,8 @@
 // The frame of a generic request and its two bodies.
 
-#include <memory>
-
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Work.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
@@ -98,7 +97,12 @@ void DASUtils::handleRequestHelper(const char* text, int length, XmlStartHandler
                                    std::string& response, DatabaseAdapter& adapter,
                                    const std::string& table) {
     XmlHandler handler(dao, start, end, characters);
-    if (handler.parseMessage(text, length) == 0) {
+    const bool isParsed = handler.parseMessage(text, length) != 0;
+    if (dao->isBeyondLimits()) {
+        response = DASUtilsStrings::FailureResponse;
+        return;
+    }
+    if (!isParsed) {
         DAS_LOG(2, "Parsing the request failed.");
     }
     // Before reason and user are looked at: kept on purpose, any request makes the table.
@@ -158,18 +162,26 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
     if (rows.empty()) {
         return rowId.empty() ? 1 : updateOneRow(adapter, user, table, {rowId, newValues});
     }
-    std::unique_ptr<TransactionGuard> transaction;
-    if (rows.size() > 1) {
-        transaction = std::make_unique<TransactionGuard>(adapter);
+    if (rows.size() == 1) {
+        const RowData& row = rows.front();
+        return row.identifier.empty() ? 1 : updateOneRow(adapter, user, table, row);
+    }
+    // A batch waits for another process once, when it begins, and not anew for each row.
+    TransactionGuard transaction(adapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return transaction.beginResult();
     }
     int result = 1;
     for (const RowData& row : rows) {
+        if (Work::isInterrupted()) {
+            break;
+        }
         if (!row.identifier.empty()) {
             result = updateOneRow(adapter, user, table, row);
         }
     }
     // A batch that could not be committed is not there, whatever its last row said.
-    const int ended = transaction != nullptr ? transaction->end() : 0;
+    const int ended = transaction.end();
     return result != 0 ? result : ended;
 }
 

@@ -10,6 +10,7 @@
 #include "DASUtilsStrings.h"
 #include "XmlHandler.h"
 #include "dao/DASUtils.h"
+#include "dao/RequestLimits.h"
 
 class CsvReader;
 class DatabaseAdapter;
@@ -264,6 +265,9 @@ public:
     /// The first attribute's value, escaped for SQL; empty when there is none.
     static std::string firstAttribute(const char** attributes);
 
+    /// Whether the request holds more than it may. Nothing of it is done then.
+    [[nodiscard]] bool isBeyondLimits() const { return m_limits.isExceeded(); }
+
     // Parser events of a generic object.
     void XmlStartElement(const char* name, const char** attributes);
     void XmlEndElement(const char* name);
@@ -318,15 +322,32 @@ protected:
     /// of its rows, and should be in memory once.
     static constexpr std::size_t FrameSize = 256;
 
-    /// Makes room for an answer to @p rows in a body that holds the first of them, so that it does
-    /// not grow, and move, on its way.
-    static void reserveForRows(std::string& body, const Rows& rows);
+    /// Appends rows to the body of an answer.
+    using AppendRows = std::function<void(std::string& body, const Rows& rows)>;
+
+    /**
+     * Runs @p read, which reads into m_resultRows, and makes the body of the answer of the rows
+     * while they come: neither they nor the answer are in memory twice. The result of @p read; 1
+     * when the answer becomes larger than it may be, which is logged.
+     */
+    [[nodiscard]] int readIntoBody(const std::function<int()>& read, const AppendRows& append);
+    /// The same for rows that are entries of the columns @p names, as responseDataHelper writes
+    /// them.
+    [[nodiscard]] int readEntries(const std::function<int()>& read,
+                                  const std::vector<std::string>& names, bool skipFirstColumn);
+    /// The body that readEntries made, in the context of the request if it names one; empty unless
+    /// the response is that of a read. Hands the body on: a second call finds none.
+    std::string takeEntries();
+
+    /// Names of the columns that a client sees, in order.
+    std::vector<std::string> shownColumns() const;
 
     /// Column and type of each column, in order.
     PairList namesAndTypes() const;
 
     /// Runs @p operation for each of @p count entries in one transaction: the result of the last
-    /// one, or of the commit when that failed. 0 for no entries, 1 without an adapter.
+    /// one, or of the commit when that failed. Nothing is run when the transaction can't begin,
+    /// whose code is the result then. 0 for no entries, 1 without an adapter.
     int forEachEntry(std::size_t count, const std::function<int(std::size_t)>& operation);
 
     /// Names of columns().
@@ -366,8 +387,10 @@ protected:
     XmlStartHandler m_startHandler;
     XmlEndHandler m_endHandler;
     XmlCharacterHandler m_charHandler;
+    RequestLimits m_limits;
     std::vector<std::string> m_resultColumns;  ///< columns that a read asked for
-    Rows m_resultRows;
+    Rows m_resultRows;   ///< what of a read is not in the body yet
+    std::string m_body;  ///< of the answer to a read
     std::string m_currentElement;  ///< element whose text is being gathered
     std::string m_charData;        ///< the text gathered for it
     std::string m_reason;

@@ -1,5 +1,6 @@
 // What an object does for its table: creation, default rows, and the data of the two users.
 
+#include "Work.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
@@ -53,9 +54,15 @@ int DataAccessObject::forEachEntry(std::size_t count,
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    TransactionGuard transaction(*m_dbAdapter);
+    // A batch waits for another process once, when it begins, and not anew for each entry.
+    const auto locks =
+        count > 1 ? TransactionGuard::Locks::AtOnce : TransactionGuard::Locks::AtFirstWrite;
+    TransactionGuard transaction(*m_dbAdapter, locks);
+    if (transaction.beginResult() != 0) {
+        return transaction.beginResult();
+    }
     int result = 0;
-    for (std::size_t entry = 0; entry < count; ++entry) {
+    for (std::size_t entry = 0; entry < count && !Work::isInterrupted(); ++entry) {
         result = operation(entry);
     }
     // A batch that could not be committed is not there, whatever its last entry said.

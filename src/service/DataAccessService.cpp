@@ -16,9 +16,11 @@
 #include "Executable.h"
 #include "LocalMgmtIfc.h"
 #include "Storage.h"
+#include "Work.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "dao/NULLDataAccessObject.h"
+#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/DbFactory.h"
 #include "database/Logging.h"
@@ -108,10 +110,16 @@ void DataAccessService::constructorActions() {
 void DataAccessService::init(Context& context) {
     m_context = &context;
     m_upgradeCopy.begin();
+    if (Work::isEnding()) {
+        return;  // it may have waited for another process: the database is left as it is
+    }
     constructorActions();
     registerContext(context);
     GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
     migrateDatabase();
+    if (Work::isEnding()) {
+        return;
+    }
     settleCurrentUser();
     std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
     (void)std::fflush(stdout);
@@ -129,7 +137,9 @@ void DataAccessService::migrateDatabase() {
         // The start goes on: what could be migrated serves, the rest is tried at the next one.
         DAS_LOG(2, "The migration of the database ended early: %s", error.what());
     }
-    m_upgradeCopy.end();
+    if (!Work::isEnding()) {
+        m_upgradeCopy.end();  // else the next start begins again from the copy
+    }
 }
 
 void DataAccessService::shutdown() {}
@@ -205,6 +215,7 @@ std::string DataAccessService::processRequest(const char* message, int length) {
         return {};
     }
     CriticalSection section(m_requestSema);
+    const OneWait wait;
     std::string answer;
     return answerServiceWord(message, answer) ? answer : answerXml(message, length);
 }
@@ -292,6 +303,7 @@ bool DataAccessService::findACMS() {
 
 bool DataAccessService::createPhonenumberIndices() {
     DAS_LOG(5, "DataAccessService::createPhonenumberIndices");
+    const OneWait wait;
     const auto dao = createDao(DASUtilsStrings::PhoneBookSchema);
     if (dao == nullptr) {
         return false;
@@ -342,6 +354,7 @@ bool DataAccessService::onTable(const char* operation, const std::string& schema
     if (dao == nullptr) {
         return false;
     }
+    const OneWait wait;
     const int result = work(*dao);
     if (result != 0) {
         // The answer is true all the same: kept on purpose, clients look at the data itself.

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "Storage.h"
+#include "Work.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 
@@ -129,7 +130,7 @@ bool UpgradeCopy::lock(int operation) const {
 /// a lock: no put-back may hit what it writes then, so a copy goes.
 bool UpgradeCopy::lockWithPatience() {
     const auto end = std::chrono::steady_clock::now() + Patience;
-    while (std::chrono::steady_clock::now() < end) {
+    while (std::chrono::steady_clock::now() < end && !Work::isEnding()) {
         if (lock(LOCK_EX)) {
             return true;
         }
@@ -146,6 +147,9 @@ bool UpgradeCopy::lockWithPatience() {
             (void)lock(LOCK_UN);
         }
         (void)::poll(nullptr, 0, MillisecondsBetweenTries);
+    }
+    if (Work::isEnding()) {
+        return false;
     }
     DAS_LOG(2, "Another start holds the database for too long, this one goes on beside it");
     remove();
@@ -181,8 +185,12 @@ void UpgradeCopy::putBack() {
         (void)succeeded(std::rename(used.c_str(), unused.c_str()), "renaming", used);
         (void)Storage::syncFolderOf(unused);  // without the copy the other name would be cleared up
     }
-    if (!DatabaseAdapter::isSound(copy) && hasContents(database) &&
-        DatabaseAdapter::isSound(database)) {
+    const bool isWorse = !DatabaseAdapter::isSound(copy) && hasContents(database) &&
+                         DatabaseAdapter::isSound(database);
+    if (Work::isInterrupted()) {
+        return;  // what was not read to its end is for the next start
+    }
+    if (isWorse) {
         DAS_LOG(2, "The copy '%s' is damaged and is not put back", copy.c_str());
         remove();
         return;
@@ -256,7 +264,7 @@ void UpgradeCopy::end() {
     }
     m_isUnderWay = false;
     const auto end = std::chrono::steady_clock::now() + Patience;
-    while (m_folder >= 0 && !lock(LOCK_SH) && errno == EWOULDBLOCK &&
+    while (m_folder >= 0 && !Work::isEnding() && !lock(LOCK_SH) && errno == EWOULDBLOCK &&
            std::chrono::steady_clock::now() < end) {
         (void)::poll(nullptr, 0, MillisecondsBetweenTries);
     }
