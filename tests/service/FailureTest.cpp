@@ -50,7 +50,7 @@ TEST_F(FailureTest, AFailedWriteIsAnsweredAndLeavesTheLockFree) {
         {"last of two", [&] { m_adapter->intercept = failing("UPDATE", 2, SQLITE_FULL); }, two,
          false, "a", "DatabaseAdapter::update() returned 13"},
         {"begin", [&] { m_adapter->intercept = failing("BEGIN", 1, SQLITE_BUSY); }, two, false,
-         "ab", "cannot commit - no transaction is active"},
+         "", "cannot commit - no transaction is active"},
         {"end", [&] { m_adapter->intercept = failing("END", 1, SQLITE_FULL); }, two, false, "", ""},
     };
     for (const auto& row : rows) {
@@ -151,7 +151,7 @@ TEST_F(FailureTest, TransactionsEndWhereMemoryIsShort) {
     struct {
         const char* statement;
         const char* labels;
-    } const rows[] = {{"BEGIN", "ab"}, {"END", ""}, {"ROLLBACK", ""}};
+    } const rows[] = {{"BEGIN", ""}, {"END", ""}, {"ROLLBACK", ""}};
     for (const auto& row : rows) {
         for (const bool throws : {false, true}) {
             SCOPED_TRACE(row.statement);
