@@ -29,7 +29,7 @@ class CheckingClient : public Client {
 public:
     using Client::Client;
 
-    void sendLine(const std::string& line) override {
+    void sendLine(std::string line) override {
         require(line.find('\n') == std::string::npos, "an answer of two lines");
         require(line.front() == '<' ? isXml(line) : nlohmann::json::accept(line),
                 "an answer that its reader can't read");

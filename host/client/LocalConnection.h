@@ -23,7 +23,7 @@ private:
     /// Keeps the lines until they are read.
     struct Inbox : Client {
         using Client::Client;
-        void sendLine(const std::string& line) override { lines.push_back(line); }
+        void sendLine(std::string line) override { lines.push_back(std::move(line)); }
         std::deque<std::string> lines;
     };
 

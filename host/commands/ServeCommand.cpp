@@ -1,9 +1,7 @@
 #include <poll.h>
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -13,12 +11,14 @@
 #include "DataAccessServiceIfc.h"
 #include "Log.h"
 #include "OwnFiles.h"
+#include "Work.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "client/HostOptions.h"
 #include "framework/Client.h"
 #include "framework/Dispatcher.h"
 #include "framework/ServiceHost.h"
+#include "server/EndWatch.h"
 #include "server/HandedSockets.h"
 #include "server/JournalLog.h"
 #include "server/ListeningSocket.h"
@@ -29,55 +29,19 @@
 
 namespace {
 
-volatile std::sig_atomic_t s_isAskedToEnd = 0;
-
 /// Takes all locks of a request and reads the database; the answer does not matter.
 const std::string SignOfLife =
     "<Schema name=\"MobilitySettings\"><ReasonForMessage>read_request</ReasonForMessage>"
     "<ResultCols>MobilityCurrentUser</ResultCols></Schema>";
-
-/// SIGTERM and SIGINT, held back from every thread that is made from now on: they are taken where
-/// the host waits, so that none interrupts a message in work.
-class EndSignals {
-public:
-    EndSignals() {
-        sigemptyset(&m_signals);
-        sigaddset(&m_signals, SIGTERM);
-        sigaddset(&m_signals, SIGINT);
-        pthread_sigmask(SIG_BLOCK, &m_signals, &m_before);
-    }
-
-    /// Returns when one has come, also before.
-    void wait() const {
-        int signal = 0;
-        sigwait(&m_signals, &signal);
-    }
-
-    /// Waits until standard input can be read. False when a signal has come.
-    bool waitForInput() const {
-        struct sigaction action {};
-        action.sa_handler = [](int) { s_isAskedToEnd = 1; };
-        for (const int signal : {SIGTERM, SIGINT}) {
-            sigaction(signal, &action, nullptr);
-        }
-        pollfd input{STDIN_FILENO, POLLIN, 0};
-        while (s_isAskedToEnd == 0 && ppoll(&input, 1, nullptr, &m_before) < 0 && errno == EINTR) {
-        }
-        return s_isAskedToEnd == 0;
-    }
-
-private:
-    sigset_t m_signals{};
-    sigset_t m_before{};
-};
 
 /// The one client of "das serve --stdio".
 class StandardOutput : public Client {
 public:
     StandardOutput(Clients& clients, Output& output) : Client(clients), m_output(output) {}
 
-    void sendLine(const std::string& line) override {
-        if (m_error == 0 && !m_output.writeLine(line)) {
+    void sendLine(std::string line) override {
+        // What was interrupted may or may not be done, so it is not answered.
+        if (m_error == 0 && !Work::isInterrupted() && !m_output.writeLine(line)) {
             m_error = errno;
         }
     }
@@ -95,9 +59,9 @@ private:
 /// The conversation over standard input and output.
 class StandardStreams {
 public:
-    StandardStreams(ServiceHost& host, const EndSignals& signals)
+    StandardStreams(ServiceHost& host, const EndWatch& end)
         : m_dispatcher(host.dispatcher()),
-          m_signals(signals),
+          m_end(end),
           m_client(std::make_shared<StandardOutput>(host.clients(), host.output())),
           m_lines(LineCutter::MessageLimit) {}
 
@@ -125,8 +89,7 @@ private:
     /// False when there is no more to come.
     bool read() {
         const LineCutter::Room room = m_lines.room();
-        const ssize_t count =
-            m_signals.waitForInput() ? ::read(STDIN_FILENO, room.begin, room.size) : 0;
+        const ssize_t count = waitForInput() ? ::read(STDIN_FILENO, room.begin, room.size) : 0;
         if (count < 0 && errno != EAGAIN && errno != EINTR) {
             tell("standard input", errno);
             m_status = ExitUsage;
@@ -136,6 +99,14 @@ private:
         return count != 0;
     }
 
+    /// False when a signal has come.
+    bool waitForInput() const {
+        pollfd waiting[] = {{STDIN_FILENO, POLLIN, 0}, {m_end.descriptor(), POLLIN, 0}};
+        while (poll(waiting, 2, -1) < 0 && errno == EINTR) {
+        }
+        return !m_end.isAsked();
+    }
+
     static int tell(const std::string& subject, int error) {
         std::cerr << "das: " << subject << ": " << std::generic_category().message(error)
                   << std::endl;
@@ -143,7 +114,7 @@ private:
     }
 
     Dispatcher& m_dispatcher;
-    const EndSignals& m_signals;
+    const EndWatch& m_end;
     std::shared_ptr<StandardOutput> m_client;
     LineCutter m_lines;
     int m_status = ExitSuccess;
@@ -160,21 +131,21 @@ public:
             std::cerr << "das: serve: one of --socket and --stdio is required" << std::endl;
             return ExitUsage;
         }
-        const EndSignals signals;
+        const EndWatch end;
         const JournalLog journal;
-        return isStdio ? serveStreams(signals) : serveSocket(options.socket, handed, signals);
+        return isStdio ? serveStreams(end) : serveSocket(options.socket, handed, end);
     }
 
 private:
-    static int serveStreams(const EndSignals& signals) {
+    static int serveStreams(const EndWatch& end) {
         ServiceHost host;
-        return host.start() ? StandardStreams(host, signals).serve() : ExitNoLibrary;
+        return host.start() ? StandardStreams(host, end).serve() : ExitNoLibrary;
     }
 
     /// The socket comes first: where another host listens, this one must not start a service. What
     /// clients send meanwhile waits for them to be taken in.
     static int serveSocket(std::optional<std::string> path, const HandedSockets& handed,
-                           const EndSignals& signals) {
+                           const EndWatch& end) {
         ListeningSocket socket;
         std::string error;
         if (!listen(socket, path, handed, error)) {
@@ -186,13 +157,16 @@ private:
         if (!host.start()) {
             return ExitNoLibrary;
         }
+        if (end.isAsked()) {
+            return ExitSuccess;  // the start may have ended before its time
+        }
         host.keepFailures();
         const SocketServer server(socket.release(), host.dispatcher(), host.clients());
         notice.ready(*path, [&host] {
             (void)host.service().processRequest(SignOfLife.data(),
                                                 static_cast<int>(SignOfLife.size()));
         });
-        signals.wait();
+        end.wait();
         notice.ending();
         socket.remove();
         return ExitSuccess;

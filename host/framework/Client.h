@@ -42,7 +42,10 @@ public:
 
     /// Sends @p line with a line feed behind it. Any thread may call; what is sent to a client that
     /// has gone is dropped.
-    virtual void sendLine(const std::string& line) = 0;
+    virtual void sendLine(std::string line) = 0;
+
+    /// The longest answer that this client can be sent, without its line feed.
+    virtual std::size_t longestAnswer() const { return std::string::npos; }
 
     /// The host ends, or has no answer: takes no more messages, and leaves once the last answer is
     /// sent.

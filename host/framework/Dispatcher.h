@@ -2,6 +2,7 @@
 #define DISPATCHER_H
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@ class Client;
 class Executable;
 class HostFramework;
 class Invoker;
+class InvokerResponse;
 class Method;
 
 /// Takes the lines of clients, one message each, to the service, and the replies back. Any thread
@@ -34,10 +36,13 @@ private:
     std::optional<Method> answerOfHost(const Method& question, const std::string& sender,
                                        const std::shared_ptr<Client>& client);
     void handleXml(std::string_view line, const std::shared_ptr<Client>& client);
+    template <typename Message>
+    void ask(Message& message, std::unique_ptr<InvokerResponse> response, Client& client);
 
     Executable& m_service;
     Invoker& m_invoker;
     HostFramework& m_framework;
+    std::mutex m_largeAnswers;  ///< held from the moment an answer is large until it is sent
 };
 
 #endif

@@ -11,16 +11,43 @@ namespace {
 
 constexpr char SenderSeparator = ' ';
 
+/// How often a client may be a listener. It hears each change as often.
+constexpr int MostCalls = 16;
+
+thread_local ProtocolAdapter* s_handed = nullptr;
+
 }  // namespace
 
+bool ClientRequest::isGone() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_client.expired();
+}
+
+bool ClientRequest::isTo(const Client& client) const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_client.lock().get() == &client;
+}
+
+void ClientRequest::leadTo(const ClientRequest& other) {
+    const std::scoped_lock lock(m_mutex, other.m_mutex);
+    m_client = other.m_client;
+    m_adapter = other.m_adapter;
+}
+
 void ClientRequest::send(const Method& method) {
-    const std::shared_ptr<Client> client = m_client.lock();
+    std::shared_ptr<Client> client;
+    ProtocolAdapter* adapter = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        client = m_client.lock();
+        adapter = m_adapter;
+    }
     if (client == nullptr) {
         return;
     }
     try {
         std::ostringstream text;
-        m_adapter.encode(method, text);
+        adapter->encode(method, text);
         client->sendLine(text.str());
     } catch (const std::exception& failure) {
         logAppUni("das", "./host/HostFramework", 2, __LINE__, "Client %s does not hear %s: %s",
@@ -31,7 +58,19 @@ void ClientRequest::send(const Method& method) {
 HostFramework::HostFramework(std::function<std::unique_ptr<Proxy>()> createListenerProxy)
     : m_createListenerProxy(std::move(createListenerProxy)) {}
 
+HostFramework::Handed::Handed(ProtocolAdapter& adapter) {
+    s_handed = &adapter;
+}
+
+HostFramework::Handed::~Handed() {
+    s_handed = nullptr;
+}
+
 ProtocolAdapter* HostFramework::findProtocolAdapter(const std::string& name) {
+    return s_handed != nullptr ? s_handed : adapterOf(name);
+}
+
+ProtocolAdapter* HostFramework::adapterOf(const std::string& name) {
     if (name == AurelProtocols::SERVICE_JSON) {
         return &m_json;
     }
@@ -48,7 +87,7 @@ std::unique_ptr<ClientRequest> HostFramework::wayTo(const std::string& sender) {
         return nullptr;
     }
     const std::shared_ptr<Client> client = m_clients.find(sender.substr(0, separator));
-    ProtocolAdapter* const adapter = findProtocolAdapter(sender.substr(separator + 1));
+    ProtocolAdapter* const adapter = adapterOf(sender.substr(separator + 1));
     return client == nullptr || adapter == nullptr
                ? nullptr
                : std::make_unique<ClientRequest>(client, *adapter);
@@ -59,10 +98,6 @@ Proxy* HostFramework::findProxy(const std::string& interface, const std::string&
         return nullptr;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto found = m_listeners.find(sender);
-    if (found != m_listeners.end()) {
-        return found->second.proxy.get();
-    }
     Listener listener{wayTo(sender), nullptr};
     if (listener.request != nullptr) {
         listener.proxy = m_createListenerProxy();
@@ -71,7 +106,33 @@ Proxy* HostFramework::findProxy(const std::string& interface, const std::string&
         return nullptr;
     }
     listener.proxy->initProxy(*listener.request);
-    return m_listeners.emplace(sender, std::move(listener)).first->second.proxy.get();
+    m_listeners.push_back(std::move(listener));
+    return m_listeners.back().proxy.get();
+}
+
+bool HostFramework::takeOverListener(const std::string& sender) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::unique_ptr<ClientRequest> request = wayTo(sender);
+    const auto client = m_clients.find(sender.substr(0, sender.find(SenderSeparator)));
+    if (request == nullptr || client == nullptr) {
+        return true;  // it has left meanwhile
+    }
+    Listener* unused = nullptr;
+    int calls = 0;
+    for (Listener& each : m_listeners) {
+        calls += each.request->isTo(*client) ? 1 : 0;
+        unused = unused == nullptr && each.request->isGone() ? &each : unused;
+    }
+    if (calls == MostCalls) {
+        logAppUni("das", "./host/HostFramework", 2, __LINE__,
+                  "Client %s is a listener %d times and is not taken as one again",
+                  client->name().c_str(), calls);
+        return true;
+    }
+    if (unused != nullptr) {
+        unused->request->leadTo(*request);
+    }
+    return unused != nullptr;
 }
 
 void HostFramework::addStatusListener(const std::string& sender) {

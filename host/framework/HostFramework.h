@@ -1,6 +1,7 @@
 #ifndef HOSTFRAMEWORK_H
 #define HOSTFRAMEWORK_H
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -16,18 +17,24 @@
 #include "wire/JsonAdapter.h"
 #include "wire/XmlAdapter.h"
 
-/// The way to a client in one protocol. What is sent after the client has gone goes nowhere.
+/// The way to a client in one protocol. What is sent after the client has gone goes nowhere. Any
+/// thread may call.
 class ClientRequest : public ProxyRequest {
 public:
     ClientRequest(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter)
-        : m_client(client), m_adapter(adapter) {}
+        : m_client(client), m_adapter(&adapter) {}
 
     void send(const Method& method) override;
-    bool isGone() const { return m_client.expired(); }
+    bool isGone() const;
+    bool isTo(const Client& client) const;
+
+    /// From now on what is sent goes where @p other leads.
+    void leadTo(const ClientRequest& other);
 
 private:
+    mutable std::mutex m_mutex;
     std::weak_ptr<Client> m_client;
-    ProtocolAdapter& m_adapter;
+    ProtocolAdapter* m_adapter;  // not owned
 };
 
 /**
@@ -43,9 +50,23 @@ public:
 
     ProtocolAdapter* findProtocolAdapter(const std::string& name) override;
 
-    /// The same sender is given the same proxy. Proxies stay when their clients leave, since a
-    /// listener can't be taken out of the service.
+    /// As long as it lives, this thread finds @p adapter, whatever the name: the one that carries
+    /// the message in work, which was read already.
+    class Handed {
+    public:
+        explicit Handed(ProtocolAdapter& adapter);
+        ~Handed();
+        Handed(const Handed&) = delete;
+        Handed& operator=(const Handed&) = delete;
+    };
+
+    /// A proxy of its own for each call, since the service is told of it each time. It stays when
+    /// its client leaves: a listener can't be taken out of the service.
     Proxy* findProxy(const std::string& interface, const std::string& sender) override;
+
+    /// Makes @p sender a listener by a proxy whose client has left, so that clients which come and
+    /// go leave nothing behind. False when the service is to be told of a new one.
+    [[nodiscard]] bool takeOverListener(const std::string& sender);
 
     /// The name by which findProxy knows a client that speaks @p protocol.
     static std::string senderOf(const Client& client, const std::string& protocol);
@@ -66,6 +87,7 @@ private:
         std::unique_ptr<Proxy> proxy;
     };
 
+    ProtocolAdapter* adapterOf(const std::string& name);
     std::unique_ptr<ClientRequest> wayTo(const std::string& sender);
 
     const std::function<std::unique_ptr<Proxy>()> m_createListenerProxy;
@@ -73,8 +95,9 @@ private:
     XmlAdapter m_xml;
     Clients m_clients;
     LogRelay m_logRelay;  // behind the clients that it speaks to
-    std::mutex m_mutex;   ///< of the two maps, by sender
-    std::map<std::string, Listener> m_listeners;
+    std::mutex m_mutex;   ///< of what follows
+    std::deque<Listener> m_listeners;
+    /// By sender.
     std::map<std::string, std::unique_ptr<ClientRequest>> m_statusListeners;
 };
 

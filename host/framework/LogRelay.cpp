@@ -11,7 +11,8 @@
 
 namespace {
 
-constexpr std::size_t MostWaiting = 10000;
+constexpr std::size_t MostWaiting = 4 * 1024 * 1024;  // bytes
+constexpr std::size_t SizeOfEntry = 256;              // without its message
 
 thread_local FailureWords* s_wordsOfThread = nullptr;
 
@@ -44,6 +45,14 @@ LogRelay::~LogRelay() {
 void LogRelay::add(const std::shared_ptr<Client>& client, int level) {
     startOnce();
     const std::lock_guard<std::mutex> lock(m_mutex);
+    // A client has one level, that of its last call.
+    m_listeners.erase(
+        std::remove_if(m_listeners.begin(), m_listeners.end(),
+                       [&](const auto& each) {
+                           return !each.client.owner_before(client) &&
+                                  !client.owner_before(each.client);
+                       }),
+        m_listeners.end());
     m_listeners.push_back({client, level});
     settleLevel();
 }
@@ -86,8 +95,9 @@ void LogRelay::hear(const Log::Entry& entry) {
         if (m_listeners.empty()) {
             return;
         }
-        if (m_waiting.size() < MostWaiting) {
+        if (m_waitingSize < MostWaiting) {
             m_waiting.push_back(entry);
+            m_waitingSize += SizeOfEntry + entry.message.size();
         }
     }
     m_changed.notify_one();
@@ -108,6 +118,7 @@ void LogRelay::work() {
 void LogRelay::tellNext(std::unique_lock<std::mutex>& lock) {
     const Log::Entry entry = std::move(m_waiting.front());
     m_waiting.pop_front();
+    m_waitingSize -= SizeOfEntry + entry.message.size();
     try {
         const auto listeners = m_listeners;
         lock.unlock();

@@ -28,7 +28,8 @@ public:
 
     /// From now on @p client hears each entry up to @p level as the method "Log", with the ints
     /// "level" and "line" and the strings "component", "source" and "message", until it has gone.
-    /// An entry is dropped while too many wait.
+    /// A second call of a client takes the place of its first. An entry is dropped while too many
+    /// wait.
     void add(const std::shared_ptr<Client>& client, int level);
 
     /// From now on a Hearing hears the failures of its thread.
@@ -60,6 +61,7 @@ private:
     std::condition_variable m_changed;
     std::vector<Listener> m_listeners;
     std::deque<Log::Entry> m_waiting;
+    std::size_t m_waitingSize = 0;  ///< in bytes
     int m_ownLevel = 0;  ///< highest level that goes to standard error
     std::atomic<bool> m_hearsFailures{false};
     bool m_isEnding = false;

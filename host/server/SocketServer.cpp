@@ -4,14 +4,11 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <exception>
 #include <mutex>
 #include <string>
@@ -23,7 +20,8 @@
 #include "Log.h"
 #include "framework/Client.h"
 #include "framework/Dispatcher.h"
-#include "wire/LineCutter.h"
+#include "server/ClientSession.h"
+#include "server/ServerLoad.h"
 
 namespace asio = boost::asio;
 using Protocol = asio::local::stream_protocol;
@@ -34,25 +32,20 @@ namespace {
 
 constexpr const char* LogSource = "./host/SocketServer";
 
-constexpr std::size_t QueueLimit = 16 * 1024 * 1024;
-constexpr auto LingerTime = std::chrono::seconds(5);
-constexpr auto EndTime = std::chrono::seconds(2);
+/// How long an end waits for messages in work and for answers to be read, and for the latter alone.
+constexpr auto EndTime = std::chrono::milliseconds(4300);
+constexpr auto UnreadTime = std::chrono::seconds(2);
+constexpr auto TimeBetweenLooks = std::chrono::milliseconds(20);
 constexpr auto AcceptPause = std::chrono::milliseconds(100);
 constexpr auto TimeBetweenComplaints = std::chrono::minutes(1);
 
-constexpr std::size_t LineMemoryLimit = 128 * 1024 * 1024;  // of all clients together
 /// What is as large as this goes back to the system when it is freed.
-constexpr int LargeBlock = 1024 * 1024;
-constexpr std::size_t LineLimitBeyond = 64 * 1024;
+constexpr int LargeBlock = 256 * 1024;
+/// Each arena keeps memory that others could use.
+constexpr int Arenas = 2;
 constexpr rlim_t ClientLimit = 2000;
 /// Left to the service: without a journal it could answer nobody.
 constexpr rlim_t ReservedDescriptors = 64;
-
-/// What all clients together have. It lives as long as the last of them.
-struct Load {
-    std::atomic<std::size_t> clients{0};
-    std::atomic<std::size_t> lineMemory{0};
-};
 
 /// How many clients may be in at once, as far as the system gives descriptors.
 std::size_t mostClients() {
@@ -68,271 +61,6 @@ std::size_t mostClients() {
     return std::clamp<rlim_t>(limit.rlim_cur - reserved, 1, ClientLimit);
 }
 
-/**
- * One client of the socket.
- *
- * The lines that were read belong to the one handler that reads or handles a message; everything
- * else belongs to whoever has the mutex. A session lives as long as a handler waits for something.
- */
-class Session : public Client {
-public:
-    Session(Protocol::socket socket, Dispatcher& dispatcher, Clients& clients,
-            std::shared_ptr<Load> load)
-        : Client(clients),
-          m_dispatcher(dispatcher),
-          m_load(std::move(load)),
-          m_socket(std::move(socket)),
-          m_linger(m_socket.get_executor()),
-          m_lines(LineCutter::MessageLimit) {
-        ++m_load->clients;
-    }
-    ~Session() override {
-        --m_load->clients;
-        m_load->lineMemory -= m_lineMemory;
-    }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-
-    void start();
-    void sendLine(const std::string& line) override;
-    void end() override { finish(Stage::Finishing); }
-
-private:
-    enum class Stage {
-        Open,       ///< messages are handled
-        Finishing,  ///< no more are: what is in work and in the queue is brought to its end
-        Lingering,  ///< the last answer has been given, what still comes is read and dropped
-        Closed
-    };
-
-    std::shared_ptr<Session> self() {
-        return std::static_pointer_cast<Session>(shared_from_this());
-    }
-
-    void read();
-    void countLineMemory();
-    void onRead(const error_code& error, std::size_t count);
-    void handleNext();
-    void handle(LineCutter::Found found, std::string_view line);
-    bool isLingering();
-    bool beginMessage();
-    void endMessage();
-    void refuse(std::string_view line);
-    void finish(Stage stage);
-
-    // To be called with the mutex held.
-    void write();
-    void settle();
-    void close();
-
-    Dispatcher& m_dispatcher;
-    const std::shared_ptr<Load> m_load;
-    std::size_t m_lineMemory = 0;  ///< what of the load's is this client's
-    std::mutex m_mutex;
-    Stage m_stage = Stage::Open;
-    Protocol::socket m_socket;
-    asio::steady_timer m_linger;
-    std::deque<std::string> m_queue;
-    std::size_t m_sent = 0;     ///< bytes of the first text of the queue
-    std::size_t m_queued = 0;   ///< bytes of the queue that are not sent
-    bool m_isWaiting = false;   ///< until the client takes more
-    bool m_isHandling = false;  ///< a message is in work
-    LineCutter m_lines;
-};
-
-void Session::start() {
-    error_code ignored;
-    m_socket.non_blocking(true, ignored);
-    read();
-}
-
-void Session::read() {
-    const LineCutter::Room room = m_lines.room();
-    countLineMemory();
-    const Lock lock(m_mutex);
-    if (m_stage == Stage::Open || m_stage == Stage::Lingering) {
-        m_socket.async_read_some(asio::buffer(room.begin, room.size),
-                                 [session = self()](const error_code& error, std::size_t count) {
-                                     session->onRead(error, count);
-                                 });
-    }
-}
-
-void Session::countLineMemory() {
-    m_load->lineMemory += m_lines.memory() - m_lineMemory;
-    m_lineMemory = m_lines.memory();
-}
-
-void Session::onRead(const error_code& error, std::size_t count) {
-    if (error) {
-        finish(Stage::Finishing);
-        return;
-    }
-    m_lines.filled(count);
-    if (isLingering()) {
-        m_lines.drop();
-        read();
-        return;
-    }
-    // Many long messages that nobody ends must not take all memory: beyond a limit only short ones
-    // are taken, until those that are refused have made room.
-    m_lines.setLimit(m_load->lineMemory > LineMemoryLimit ? LineLimitBeyond
-                                                          : LineCutter::MessageLimit);
-    handleNext();
-}
-
-/// Goes on with what has been read.
-void Session::handleNext() {
-    std::string_view line;
-    const LineCutter::Found found = m_lines.next(line);
-    if (found == LineCutter::Found::Nothing) {
-        read();
-    } else {
-        handle(found, line);
-    }
-}
-
-void Session::handle(LineCutter::Found found, std::string_view line) {
-    if (!beginMessage()) {
-        finish(Stage::Finishing);
-        return;
-    }
-    if (found == LineCutter::Found::TooLong) {
-        refuse(line);
-        return;
-    }
-    m_dispatcher.handle(line, shared_from_this());
-    endMessage();
-    const LineCutter::Found next = m_lines.next(line);
-    if (next == LineCutter::Found::Nothing) {
-        read();
-    } else {
-        // A client that sends many messages at once takes turns with the others.
-        asio::post(m_socket.get_executor(),
-                   [session = self(), next, line] { session->handle(next, line); });
-    }
-}
-
-bool Session::isLingering() {
-    const Lock lock(m_mutex);
-    return m_stage == Stage::Lingering;
-}
-
-/// False when no more messages are handled.
-bool Session::beginMessage() {
-    const Lock lock(m_mutex);
-    m_isHandling = m_stage == Stage::Open;
-    return m_isHandling;
-}
-
-void Session::endMessage() {
-    const Lock lock(m_mutex);
-    m_isHandling = false;
-    settle();
-}
-
-/// Answers a message that is too long. What the client still sends of it is dropped for a while: a
-/// socket that is closed at once takes the answer with it.
-void Session::refuse(std::string_view line) {
-    logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: a message above %zu bytes",
-              name().c_str(), m_lines.limit());
-    m_dispatcher.refuse(line, *this);
-    m_lines.drop();
-    finish(Stage::Lingering);
-    endMessage();
-    read();
-}
-
-/// Takes no more messages; closes at once if nothing is left to be done.
-void Session::finish(Stage stage) {
-    const Lock lock(m_mutex);
-    if (m_stage == Stage::Open) {
-        m_stage = stage;
-    } else if (m_stage == Stage::Lingering) {
-        m_stage = Stage::Finishing;
-    }
-    if (m_stage == Stage::Lingering) {
-        m_linger.expires_after(LingerTime);
-        m_linger.async_wait([session = self()](const error_code& error) {
-            const Lock timerLock(session->m_mutex);
-            if (!error) {
-                session->close();
-            }
-        });
-    }
-    settle();
-}
-
-void Session::sendLine(const std::string& line) {
-    {
-        const Lock lock(m_mutex);
-        if (m_stage == Stage::Lingering || m_stage == Stage::Closed) {
-            return;
-        }
-        if (m_queued < QueueLimit) {
-            m_queue.push_back(line + "\n");
-            m_queued += line.size() + 1;
-            write();
-            return;
-        }
-        m_stage = Stage::Closed;
-    }
-    logAppUni("das", LogSource, 2, __LINE__,
-              "Client %s is closed: it does not read, and %zu bytes wait for it", name().c_str(),
-              QueueLimit);
-    const Lock lock(m_mutex);
-    close();
-}
-
-void Session::write() {
-    while (!m_queue.empty() && !m_isWaiting) {
-        const std::string& text = m_queue.front();
-        error_code error;
-        const std::size_t count =
-            m_socket.write_some(asio::buffer(text.data() + m_sent, text.size() - m_sent), error);
-        if (error == asio::error::would_block) {
-            m_socket.async_wait(Protocol::socket::wait_write,
-                                [session = self()](const error_code& /*told by the next write*/) {
-                                    const Lock lock(session->m_mutex);
-                                    session->m_isWaiting = false;
-                                    session->write();
-                                    session->settle();
-                                });
-            m_isWaiting = true;  // behind a call that may raise
-        } else if (error) {
-            close();
-        } else {
-            m_sent += count;
-            m_queued -= count;
-            if (m_sent == text.size()) {
-                m_queue.pop_front();
-                m_sent = 0;
-            }
-        }
-    }
-}
-
-void Session::settle() {
-    if (!m_queue.empty() || m_isHandling) {
-        return;
-    }
-    if (m_stage == Stage::Finishing) {
-        close();
-    } else if (m_stage == Stage::Lingering) {
-        error_code ignored;
-        m_socket.shutdown(Protocol::socket::shutdown_send, ignored);
-    }
-}
-
-void Session::close() {
-    m_stage = Stage::Closed;
-    m_queue.clear();
-    m_queued = 0;
-    m_linger.cancel();
-    error_code ignored;
-    m_socket.close(ignored);
-}
-
 }  // namespace
 
 class SocketServer::Implementation {
@@ -344,6 +72,7 @@ public:
           m_pause(m_io),
           m_mostClients(mostClients()) {
         (void)mallopt(M_MMAP_THRESHOLD, LargeBlock);
+        (void)mallopt(M_ARENA_MAX, Arenas);
         accept();
         startThreads();
     }
@@ -353,20 +82,31 @@ public:
         for (const auto& client : m_clients.all()) {
             client->end();
         }
-        {
-            std::unique_lock<std::mutex> lock(m_mutex);
-            m_ended.wait_for(lock, EndTime, [this] { return m_running == 0; });
-        }
+        waitForClients();
         m_io.stop();
         for (std::thread& thread : m_threads) {
             thread.join();
         }
+        m_load->largeMessages.clear();
     }
 
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
 private:
+    /// Messages in work have most of the time that is left, a client that does not read its answers
+    /// less. Later messages are interrupted by who has asked for the end.
+    void waitForClients() {
+        const auto begun = std::chrono::steady_clock::now();
+        auto lastWork = begun;
+        std::unique_lock<std::mutex> lock(m_mutex);
+        for (auto now = begun; m_running > 0 && now < begun + EndTime && now < lastWork + UnreadTime;
+             now = std::chrono::steady_clock::now()) {
+            m_ended.wait_for(lock, TimeBetweenLooks);
+            lastWork = m_load->inWork > 0 ? now : lastWork;
+        }
+    }
+
     /// As many as the system gives; without any there is no server.
     void startThreads() {
         const Lock lock(m_mutex);
@@ -432,7 +172,8 @@ private:
             return;
         }
         try {
-            std::make_shared<Session>(std::move(socket), m_dispatcher, m_clients, m_load)->start();
+            std::make_shared<ClientSession>(std::move(socket), m_dispatcher, m_clients, m_load)
+                ->start();
         } catch (const std::exception& failure) {
             logAppUni("das", LogSource, 2, __LINE__, "A client is turned away: %s", failure.what());
         }
@@ -465,7 +206,7 @@ private:
     std::mutex m_mutex;  ///< of what follows
     Protocol::acceptor m_acceptor;
     asio::steady_timer m_pause;
-    const std::shared_ptr<Load> m_load = std::make_shared<Load>();
+    const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>();
     const std::size_t m_mostClients;
     std::chrono::steady_clock::time_point m_nextComplaint{};
     std::condition_variable m_ended;

@@ -11,13 +11,13 @@ class Dispatcher;
 /**
  * Serves the clients of a socket, many at once.
  *
- * A few threads share all clients. The messages of one client are handled in order, one at a time.
- * A client that does not read its answers holds up nobody: they wait in a queue of its own, and a
- * client whose queue holds 16 MiB is closed. A message above LineCutter::MessageLimit is answered
- * as one that can't be decoded, and its client is closed; so is one above 64 KiB while what all
- * clients have begun to send takes more than 128 MiB. At most 2,000 clients are in at once, fewer
- * where the process may not have the descriptors: 64 are left to the service. Others wait for one
- * to leave.
+ * A few threads share all clients. The messages of one client are handled in order, one at a time;
+ * of large messages of all clients one at a time. A client that does not read its answers delays no
+ * other: they wait in a queue of its own, and a client is closed when too much waits for it, or for
+ * all. A message above LineCutter::MessageLimit is answered as one that can't be decoded, and its
+ * client is closed; so is one that is not short while what all clients have begun to send takes too
+ * much. ServerLoad has these limits. At most 2,000 clients are in at once, fewer where the process
+ * may not have the descriptors: 64 are left to the service. Others wait for one to leave.
  */
 class SocketServer {
 public:

@@ -60,6 +60,21 @@ bool Utf8::isValid(std::string_view text) {
     return true;
 }
 
+std::size_t Utf8::endOfPiece(std::string_view text, std::size_t length) {
+    if (text.size() <= length) {
+        return text.size();
+    }
+    const auto continues = [text](std::size_t at) {
+        return (static_cast<unsigned char>(text[at]) & 0xc0U) == 0x80U;
+    };
+    std::size_t end = length;
+    for (int back = 0; back < 3 && continues(end); ++back) {
+        --end;
+    }
+    // Behind four bytes that only continue a character none is open: it has three of them at most.
+    return continues(end) ? length : end;
+}
+
 std::string Utf8::forXml(std::string_view text) {
     std::string result;
     result.reserve(text.size());

@@ -1,6 +1,7 @@
 #ifndef UTF8_H
 #define UTF8_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,10 @@ bool isValid(std::string_view text);
 /// @p text with U+FFFD for each byte that is no UTF-8 and for each character that XML can't carry,
 /// which are most control characters, U+FFFE and U+FFFF.
 std::string forXml(std::string_view text);
+
+/// Where @p text is to be cut so that the first part has about @p length bytes, 3 at least, and no
+/// character is cut in two; its size when it is not longer than that.
+std::size_t endOfPiece(std::string_view text, std::size_t length);
 
 }  // namespace Utf8
 

@@ -1,8 +1,11 @@
 #include "wire/JsonRpc.h"
 
+#include <algorithm>
 #include <climits>
 #include <nlohmann/json.hpp>
+#include <utility>
 
+#include "terminal/Utf8.h"
 #include "wire/ParameterText.h"
 
 using nlohmann::json;
@@ -20,6 +23,37 @@ std::string errorAnswer(int code, const std::string& words) {
 
 std::string toJson(const std::string& text) {
     return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+/// Appends @p text in pieces, so that a long one is never there twice. False when @p out would be
+/// longer than @p limit.
+bool appendJson(std::string& out, std::string_view text, std::size_t limit) {
+    constexpr std::size_t piece = 64 * 1024;
+    out += '"';
+    while (!text.empty() && out.size() <= limit) {
+        const std::size_t length = Utf8::endOfPiece(text, piece);
+        const std::string quoted = toJson(std::string(text.substr(0, length)));
+        out.append(quoted, 1, quoted.size() - 2);
+        text.remove_prefix(length);
+    }
+    out += '"';
+    return out.size() <= limit;
+}
+
+bool appendParameters(std::string& out, const Method& method, std::size_t limit) {
+    const char* separator = "{";
+    for (const Parameter& parameter : method.parameters()) {
+        out.append(separator).append(toJson(parameter.name)).append(":");
+        const bool isText =
+            parameter.type == Parameter::Type::String || parameter.type == Parameter::Type::Xml;
+        if (isText && !appendJson(out, parameter.text, limit)) {
+            return false;
+        }
+        out += isText ? std::string() : textOf(parameter, toJson);
+        separator = ",";
+    }
+    out += method.parameters().empty() ? "{}" : "}";
+    return out.size() <= limit;
 }
 
 /// Reads a message by events, so that its size and depth cost nothing but the reading. Of two
@@ -66,7 +100,7 @@ public:
 
     bool string(string_t& text) override {
         if (m_inParameters && m_depth == 2) {
-            m_message.method.addStringParameter(m_name, text, m_direction);
+            m_message.method.addStringParameter(m_name, std::move(text), m_direction);
         } else if (isMember("id")) {
             setId(toJson(text));
         } else if (isMember("method")) {
@@ -97,6 +131,7 @@ public:
             m_message.hasError = m_message.hasError || name == "error";
         } else if (m_depth == 2) {
             m_name = name;
+            return !m_inParameters || ++m_parameters <= JsonRpc::ParameterLimit;
         }
         return true;
     }
@@ -158,6 +193,7 @@ private:
     JsonRpc::Message& m_message;
     std::size_t m_depth = 0;
     bool m_inParameters = false;
+    std::size_t m_parameters = 0;
     Parameter::directions m_direction = Parameter::in;
     std::string m_member;  ///< of the message itself
     std::string m_name;    ///< of a parameter
@@ -178,24 +214,27 @@ JsonRpc::Message JsonRpc::read(std::string_view line) {
 
 std::string JsonRpc::notification(const Method& method) {
     std::string text = Start + MethodMember + toJson(method.getName());
-    const char* separator = "{";
-    for (const Parameter& parameter : method.parameters()) {
-        text += separator == std::string_view("{") ? ParametersMember : "";
-        text.append(separator).append(toJson(parameter.name)).append(":");
-        text += textOf(parameter, toJson);
-        separator = ",";
+    if (!method.parameters().empty()) {
+        text += ParametersMember;
+        (void)appendParameters(text, method, std::string::npos);
     }
-    return text += method.parameters().empty() ? "}" : "}}";
+    return text += "}";
 }
 
 std::string JsonRpc::toCall(const std::string& notification, const std::string& id) {
     return Start + "\"id\":" + id + "," + notification.substr(Start.size());
 }
 
-std::string JsonRpc::toAnswer(const std::string& notification, const std::string& id) {
-    // No string of JSON holds a bare quote, so the first place of the member's text is the member.
-    const std::size_t place = notification.find(ParametersMember);
-    return Start + "\"id\":" + id + ",\"result\":" +
-           (place == std::string::npos ? "{}}"
-                                       : notification.substr(place + ParametersMember.size()));
+std::optional<std::string> JsonRpc::answer(const Method& reply, const std::string& id,
+                                           std::size_t limit) {
+    std::string text = Start + "\"id\":" + id + ",\"result\":";
+    std::size_t size = text.size() + text.size();
+    for (const Parameter& parameter : reply.parameters()) {
+        size += parameter.text.size() + parameter.text.size() / 16;
+    }
+    text.reserve(std::min(size, limit));
+    if (!appendParameters(text, reply, limit - std::min(limit, std::size_t{1}))) {
+        return std::nullopt;
+    }
+    return text += "}";
 }

@@ -32,6 +32,10 @@ struct Message {
     bool isRequest() const { return isJson && hasVersion && hasMethod && !hasBadId; }
 };
 
+/// How many parameters a message may have: each takes many times its text. What has more counts as
+/// no JSON.
+constexpr std::size_t ParameterLimit = 1000;
+
 /// Reads one line, without its line feed.
 Message read(std::string_view line);
 
@@ -42,8 +46,9 @@ std::string notification(const Method& method);
 /// Makes a call out of what notification() gave. @p id is in JSON.
 std::string toCall(const std::string& notification, const std::string& id);
 
-/// Makes the answer to the call @p id out of what notification() gave for the reply.
-std::string toAnswer(const std::string& notification, const std::string& id);
+/// The answer to the call @p id, which is in JSON: the parameters of @p reply. None when it would be
+/// longer than @p limit.
+std::optional<std::string> answer(const Method& reply, const std::string& id, std::size_t limit);
 
 extern const std::string ParseError;      ///< the answer to what is no JSON
 extern const std::string InvalidRequest;  ///< the answer to JSON that is no request

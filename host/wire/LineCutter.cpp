@@ -2,33 +2,44 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace {
 
 constexpr std::size_t SmallestRoom = 4096;
-constexpr std::size_t LargestRoom = 4 * 1024 * 1024;
-constexpr std::size_t KeptWhenEmpty = 64 * 1024;
+/// As much as a socket holds. Room that nothing is put into would count as a begun line.
+constexpr std::size_t LargestRoom = 256 * 1024;
 
 }  // namespace
+
+void LineCutter::resize(std::size_t size) {
+    char* const block = static_cast<char*>(std::realloc(m_buffer.get(), size));
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    (void)m_buffer.release();  // which is part of the new block, or free
+    m_buffer.reset(block);
+    m_size = size;
+}
 
 LineCutter::Room LineCutter::room() {
     const std::size_t kept = m_end - m_begin;
     if (m_begin > 0) {
-        std::memmove(m_buffer.data(), m_buffer.data() + m_begin, kept);
+        std::memmove(m_buffer.get(), m_buffer.get() + m_begin, kept);
         m_searched -= m_begin;
         m_end = kept;
         m_begin = 0;
     }
-    if (kept == 0 && m_buffer.size() > KeptWhenEmpty) {
-        m_buffer = std::string();  // a client that once sent much does not keep the room for it
+    // A client that once sent much does not keep the room for it.
+    const std::size_t size = kept + std::clamp(kept, SmallestRoom, LargestRoom);
+    if (m_size < size || kept == 0) {
+        resize(size);
     }
-    // Room grows with the line, so that a long one is not copied for every piece of it.
-    m_buffer.resize(std::max(m_buffer.size(), kept + std::clamp(kept, SmallestRoom, LargestRoom)));
-    return {m_buffer.data() + m_end, m_buffer.size() - m_end};
+    return {m_buffer.get() + m_end, m_size - m_end};
 }
 
 LineCutter::Found LineCutter::next(std::string_view& line) {
-    const std::string_view filled(m_buffer.data(), m_end);
+    const std::string_view filled(m_buffer.get(), m_end);
     const std::size_t feed = filled.find('\n', m_searched);
     const std::size_t length = std::min(feed, m_end) - m_begin;
     m_searched = m_end;

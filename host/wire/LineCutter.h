@@ -1,14 +1,16 @@
 #ifndef LINECUTTER_H
 #define LINECUTTER_H
 
-#include <string>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <string_view>
 
 /// Cuts a stream of bytes into lines, as the bytes come.
 class LineCutter {
 public:
     /// The longest line that a host takes, without its line feed.
-    static constexpr std::size_t MessageLimit = 16 * 1024 * 1024;
+    static constexpr std::size_t MessageLimit = 8 * 1024 * 1024;
 
     enum class Found { Line, Nothing, TooLong };
 
@@ -19,7 +21,7 @@ public:
     std::size_t limit() const { return m_limit; }
 
     /// Bytes that lines are gathered in, also while there are none.
-    std::size_t memory() const { return m_buffer.size(); }
+    std::size_t memory() const { return m_size; }
 
     /// Where the next bytes are to be put; moves what is kept, so that lines given before are gone.
     struct Room {
@@ -44,8 +46,16 @@ public:
     Found next(std::string_view& line);
 
 private:
+    void resize(std::size_t size);
+
+    struct Free {
+        void operator()(char* block) const { std::free(block); }
+    };
+
     std::size_t m_limit;
-    std::string m_buffer;
+    /// From malloc, since a large block that grows then moves without a copy.
+    std::unique_ptr<char, Free> m_buffer;
+    std::size_t m_size = 0;
     std::size_t m_begin = 0;     ///< of what is not handed out yet
     std::size_t m_searched = 0;  ///< no line feed between m_begin and here
     std::size_t m_end = 0;       ///< of what was filled in

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "ClientUtils.h"
 #include "Method.h"
@@ -31,6 +32,7 @@ constexpr TypeName TypeNames[] = {
 struct Reader {
     Method method;
     int depth = 0;
+    std::size_t parameters = 0;
     bool isMessage = true;
     const TypeName* type = nullptr;  ///< of the parameter that is open
     std::string name;
@@ -66,10 +68,10 @@ void addParameter(Reader& reader) {
             }
             break;
         case Parameter::Type::String:
-            reader.method.addStringParameter(reader.name, reader.value, Parameter::in);
+            reader.method.addStringParameter(reader.name, std::move(reader.value), Parameter::in);
             break;
         case Parameter::Type::Xml:
-            reader.method.addXMLParameter(reader.name, reader.value, Parameter::in);
+            reader.method.addXMLParameter(reader.name, std::move(reader.value), Parameter::in);
             break;
     }
 }
@@ -83,8 +85,11 @@ void onStart(void* userData, const char* element, const char** attributes) {
     ++reader.depth;
     const bool isRoot = reader.depth == 1 && std::strcmp(element, "Method") == 0;
     const bool isParameter = reader.depth == 2 && type != std::end(TypeNames);
-    if (name == nullptr || !(isRoot || isParameter)) {
+    reader.parameters += isParameter ? 1 : 0;
+    if (name == nullptr || !(isRoot || isParameter) ||
+        reader.parameters > XmlAdapter::ParameterLimit) {
         reader.isMessage = false;
+        XmlHandler::stop();
     } else if (isRoot) {
         reader.method.setName(name);
     } else {
@@ -110,7 +115,7 @@ void onCharacters(void* userData, const char* text, int length) {
 
 /// Text as it stands in an attribute or an element of a message, which is one line. A parser would
 /// change the characters that are written as references.
-std::string escaped(const std::string& text) {
+std::string escaped(std::string_view text) {
     const std::string named = ClientUtils::escapeXMLString(Utf8::forXml(text));
     std::string line;
     line.reserve(named.size());
@@ -124,6 +129,18 @@ std::string escaped(const std::string& text) {
     return line;
 }
 
+/// Appends @p text in pieces, so that a long one is never there twice. False when @p out would be
+/// longer than @p limit.
+bool appendEscaped(std::string& out, std::string_view text, std::size_t limit) {
+    constexpr std::size_t piece = 64 * 1024;
+    while (!text.empty() && out.size() <= limit) {
+        const std::size_t length = Utf8::endOfPiece(text, piece);
+        out += escaped(text.substr(0, length));
+        text.remove_prefix(length);
+    }
+    return out.size() <= limit;
+}
+
 const char* elementOf(const Parameter& parameter) {
     return std::find_if(std::begin(TypeNames), std::end(TypeNames),
                         [&parameter](const TypeName& each) { return each.type == parameter.type; })
@@ -135,12 +152,15 @@ const char* elementOf(const Parameter& parameter) {
 bool XmlAdapter::decode(std::istream& stream, Method& method) {
     std::ostringstream copy;
     copy << stream.rdbuf();
-    const std::string text = copy.str();
+    return read(copy.str(), method);
+}
+
+bool XmlAdapter::read(std::string_view line, Method& method) {
     Reader reader;
     // The parser would stop at a zero byte and take what stands before it for the whole.
-    if (text.size() > INT_MAX || text.find('\0') != std::string::npos || !Utf8::isValid(text) ||
+    if (line.size() > INT_MAX || line.find('\0') != std::string::npos || !Utf8::isValid(line) ||
         XmlHandler(&reader, onStart, onEnd, onCharacters)
-                .parseMessage(text.c_str(), static_cast<int>(text.size())) == 0 ||
+                .parseMessage(line.data(), static_cast<int>(line.size())) == 0 ||
         !reader.isMessage) {
         return false;
     }
@@ -149,11 +169,22 @@ bool XmlAdapter::decode(std::istream& stream, Method& method) {
 }
 
 void XmlAdapter::encode(const Method& method, std::ostream& stream) {
-    stream << "<Method name=\"" << escaped(method.getName()) << "\">";
+    stream << write(method, std::string::npos).value_or(std::string());
+}
+
+std::optional<std::string> XmlAdapter::write(const Method& method, std::size_t limit) {
+    std::string line = "<Method name=\"" + escaped(method.getName()) + "\">";
     for (const Parameter& parameter : method.parameters()) {
-        const char* const element = elementOf(parameter);
-        stream << '<' << element << " name=\"" << escaped(parameter.name) << "\">"
-               << textOf(parameter, escaped) << "</" << element << '>';
+        const std::string element = elementOf(parameter);
+        line += "<" + element + " name=\"" + escaped(parameter.name) + "\">";
+        const bool isText =
+            parameter.type == Parameter::Type::String || parameter.type == Parameter::Type::Xml;
+        if (isText && !appendEscaped(line, parameter.text, limit)) {
+            return std::nullopt;
+        }
+        line += isText ? std::string() : textOf(parameter, escaped);
+        line += "</" + element + ">";
     }
-    stream << "</Method>";
+    line += "</Method>";
+    return line.size() <= limit ? std::optional(std::move(line)) : std::nullopt;
 }

@@ -1,6 +1,11 @@
 #ifndef XMLADAPTER_H
 #define XMLADAPTER_H
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
 #include "ProtocolAdapter.h"
 
 /**
@@ -14,6 +19,16 @@ class XmlAdapter : public ProtocolAdapter {
 public:
     bool decode(std::istream& stream, Method& method) override;
     void encode(const Method& method, std::ostream& stream) override;
+
+    /// How many parameters a message may have: each takes many times its text. What has more is not
+    /// decoded.
+    static constexpr std::size_t ParameterLimit = 1000;
+
+    /// Decodes one line, without its line feed.
+    static bool read(std::string_view line, Method& method);
+
+    /// @p method as a line. None when it would be longer than @p limit.
+    static std::optional<std::string> write(const Method& method, std::size_t limit);
 };
 
 #endif

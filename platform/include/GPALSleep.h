@@ -6,7 +6,7 @@
 /// Sleeping, in one place so that a test need not wait.
 class GPALSleep {
 public:
-    /// Puts the calling thread to sleep for @p seconds.
+    /// Puts the calling thread to sleep for @p seconds, less when the process is about to end.
     static void secSleep(unsigned seconds);
 
     /// Replaces the sleeping by @p sleeper, which gets the seconds; an empty one gives it back.

@@ -30,10 +30,14 @@ public:
 
     void addStringParameter(const std::string& name, const std::string& value,
                             Parameter::directions direction);
+    void addStringParameter(const std::string& name, std::string&& value,
+                            Parameter::directions direction);
     void addIntParameter(const std::string& name, int value, Parameter::directions direction);
     void addBoolParameter(const std::string& name, bool value, Parameter::directions direction);
     /// @p value is a text in XML, carried like a string but told apart from one.
     void addXMLParameter(const std::string& name, const std::string& value,
+                         Parameter::directions direction);
+    void addXMLParameter(const std::string& name, std::string&& value,
                          Parameter::directions direction);
 
     /// All parameters, for those who encode them.

@@ -5,7 +5,11 @@
 #include <thread>
 #include <utility>
 
+#include "Work.h"
+
 namespace {
+
+constexpr std::chrono::milliseconds LongestPiece{50};
 
 struct Replacement {
     std::mutex mutex;
@@ -27,8 +31,12 @@ void GPALSleep::secSleep(unsigned seconds) {
     }
     if (sleeper) {
         sleeper(seconds);
-    } else {
-        std::this_thread::sleep_for(std::chrono::seconds(seconds));
+        return;
+    }
+    // In short pieces, so that the end of the process does not wait for it.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    while (!Work::isEnding() && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(LongestPiece);
     }
 }
 

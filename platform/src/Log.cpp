@@ -1,5 +1,6 @@
 #include "Log.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,9 +21,10 @@ namespace {
 
 constexpr int defaultLevel = 2;
 constexpr int levelUnread = INT_MIN;
+constexpr int LongestWaitForReader = 2000;  // in milliseconds
 
-/// Failures are logged at these levels without anybody's wish for detail, and may hold what a client
-/// has sent: no client fills the log by it.
+/// Failures are logged at these levels without anybody's wish for detail, and may hold what a
+/// client has sent: no client fills the log by it.
 constexpr int highestFailureLevel = 3;
 constexpr std::size_t longestFailure = 8192;
 
@@ -91,15 +93,33 @@ void cutFailure(std::string& message) {
     message += "... and " + std::to_string(rest) + " more bytes";
 }
 
-void writeWhole(const std::string& line) {
+/// Whether standard error takes more. A reader that has stopped is waited for once: the lines that
+/// come then are dropped until it reads again.
+bool isWritable() {
+    static std::atomic<int> patience{LongestWaitForReader};
+    pollfd error{STDERR_FILENO, POLLOUT, 0};
+    int ready = 0;
+    while ((ready = poll(&error, 1, patience)) < 0 && errno == EINTR) {
+    }
+    patience = ready == 0 ? 0 : LongestWaitForReader;
+    return ready != 0;
+}
+
+/// Call with the log's lock held.
+void writeWhole(std::string line) {
+    static bool isCut = false;  // the reader has stopped in the middle of a line
+    line.insert(0, isCut ? "\n" : "");
     std::size_t done = 0;
-    while (done < line.size()) {
-        const ssize_t written = write(STDERR_FILENO, line.data() + done, line.size() - done);
+    while (done < line.size() && isWritable()) {
+        // As much as a pipe takes at once when it is writable.
+        const std::size_t piece = std::min<std::size_t>(line.size() - done, PIPE_BUF);
+        const ssize_t written = write(STDERR_FILENO, line.data() + done, piece);
         if (written > 0) {
             done += static_cast<std::size_t>(written);
         } else if (written == 0 || errno != EINTR) {
             return;  // nowhere to tell it
         }
+        isCut = done < line.size();
     }
 }
 

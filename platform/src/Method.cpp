@@ -42,7 +42,12 @@ bool Method::getXMLParameter(const std::string& name, std::string& value) const 
 
 void Method::addStringParameter(const std::string& name, const std::string& value,
                                 Parameter::directions direction) {
-    m_parameters.push_back({name, Parameter::Type::String, direction, value, 0, false});
+    addStringParameter(name, std::string(value), direction);
+}
+
+void Method::addStringParameter(const std::string& name, std::string&& value,
+                                Parameter::directions direction) {
+    m_parameters.push_back({name, Parameter::Type::String, direction, std::move(value), 0, false});
 }
 
 void Method::addIntParameter(const std::string& name, int value, Parameter::directions direction) {
@@ -56,5 +61,10 @@ void Method::addBoolParameter(const std::string& name, bool value,
 
 void Method::addXMLParameter(const std::string& name, const std::string& value,
                              Parameter::directions direction) {
-    m_parameters.push_back({name, Parameter::Type::Xml, direction, value, 0, false});
+    addXMLParameter(name, std::string(value), direction);
+}
+
+void Method::addXMLParameter(const std::string& name, std::string&& value,
+                             Parameter::directions direction) {
+    m_parameters.push_back({name, Parameter::Type::Xml, direction, std::move(value), 0, false});
 }

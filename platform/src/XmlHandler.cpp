@@ -1,17 +1,60 @@
 #include "XmlHandler.h"
 
 #include <expat.h>
+#include <malloc.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace {
 
 using ParserPtr = std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)>;
+
+/// What the parser of this thread has allocated, and may. It keeps each new name of an element or
+/// attribute to the end of the parse, which takes many times the text of a short one.
+struct ParserMemory {
+    std::size_t used = 0;
+    std::size_t limit = 0;
+    bool isExceeded = false;
+
+    bool takes(std::size_t size) {
+        isExceeded = isExceeded || size > limit || used > limit - size;
+        return !isExceeded;
+    }
+};
+thread_local ParserMemory s_memory;
+
+void* allocate(std::size_t size) {
+    void* const block = s_memory.takes(size) ? std::malloc(size) : nullptr;
+    s_memory.used += malloc_usable_size(block);
+    return block;
+}
+
+void release(void* block) {
+    s_memory.used -= malloc_usable_size(block);
+    std::free(block);
+}
+
+void* reallocate(void* block, std::size_t size) {
+    const std::size_t before = malloc_usable_size(block);
+    if (size > before && !s_memory.takes(size - before)) {
+        return nullptr;
+    }
+    void* const moved = std::realloc(block, size);
+    if (moved != nullptr) {
+        s_memory.used += malloc_usable_size(moved) - before;
+    }
+    return moved;
+}
+
+constexpr XML_Memory_Handling_Suite CountedMemory = {allocate, reallocate, release};
 
 /// One parse: what the parser hands to each callback.
 struct Parse {
@@ -45,6 +88,22 @@ struct Parse {
     }
 };
 
+/// The parse that this thread is in; null outside of one.
+thread_local Parse* s_current = nullptr;
+
+/// Counts the parser's memory for a scope. A callback may parse another message.
+class CountingScope {
+public:
+    explicit CountingScope(std::size_t limit)
+        : m_outer(std::exchange(s_memory, {0, limit, false})) {}
+    ~CountingScope() { s_memory = m_outer; }
+    CountingScope(const CountingScope&) = delete;
+    CountingScope& operator=(const CountingScope&) = delete;
+
+private:
+    const ParserMemory m_outer;
+};
+
 void XMLCALL onStart(void* parse, const XML_Char* name, const XML_Char** attributes) {
     Parse* self = static_cast<Parse*>(parse);
     if (++self->depth > XmlHandler::DepthLimit) {
@@ -69,6 +128,19 @@ void XMLCALL onDoctype(void* parse, const XML_Char* /*name*/, const XML_Char* /*
     static_cast<Parse*>(parse)->stop();
 }
 
+/// Parses a message in pieces: the parser copies what it is given. They are large, since it reads a
+/// token anew with each piece of it.
+XML_Status parsePieces(XML_Parser parser, std::string_view text) {
+    constexpr std::size_t piece = std::size_t{1024} * 1024;
+    XML_Status status = XML_STATUS_OK;
+    do {
+        const std::string_view next = text.substr(0, piece);
+        text.remove_prefix(next.size());
+        status = XML_Parse(parser, next.data(), static_cast<int>(next.size()), text.empty());
+    } while (status == XML_STATUS_OK && !text.empty());
+    return status;
+}
+
 /// Without a salt the parser asks the system for random numbers at each message.
 unsigned long saltOfProcess() {
     static const unsigned long salt = [] {
@@ -84,8 +156,16 @@ XmlHandler::XmlHandler(void* userData, XmlStartHandler start, XmlEndHandler end,
                        XmlCharacterHandler characters)
     : m_userData(userData), m_start(start), m_end(end), m_characters(characters) {}
 
+void XmlHandler::stop() {
+    if (s_current != nullptr) {
+        s_current->stop();
+    }
+}
+
 int XmlHandler::parseMessage(const char* text, int length) {
-    const ParserPtr parser(XML_ParserCreate(nullptr), &XML_ParserFree);
+    const std::size_t limit = length > 0 ? static_cast<std::size_t>(length) : 0;
+    const CountingScope counting(LeastMemory + 2 * limit);
+    const ParserPtr parser(XML_ParserCreate_MM(nullptr, &CountedMemory, nullptr), &XML_ParserFree);
     if (text == nullptr || parser == nullptr) {
         return 0;
     }
@@ -95,13 +175,14 @@ int XmlHandler::parseMessage(const char* text, int length) {
     XML_SetCharacterDataHandler(parser.get(), onCharacters);
     XML_SetStartDoctypeDeclHandler(parser.get(), onDoctype);
     (void)XML_SetHashSalt(parser.get(), saltOfProcess());
-    const std::size_t limit = length > 0 ? static_cast<std::size_t>(length) : 0;
-    const int size = static_cast<int>(strnlen(text, limit));
-    const XML_Status status = XML_Parse(parser.get(), text, size, XML_TRUE);
+    Parse* const outer = std::exchange(s_current, &parse);
+    const XML_Status status = parsePieces(parser.get(), {text, strnlen(text, limit)});
+    s_current = outer;
     if (parse.thrown) {
         std::rethrow_exception(parse.thrown);
     }
-    if (status != XML_STATUS_OK && XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY) {
+    if (status != XML_STATUS_OK && XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY &&
+        !s_memory.isExceeded) {
         throw std::bad_alloc();  // half of a sound message must not be taken for the whole
     }
     return status == XML_STATUS_OK ? 1 : 0;

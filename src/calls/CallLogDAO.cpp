@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "ClientUtils.h"
 #include "calls/ConversationsDAO.h"
@@ -147,7 +148,7 @@ void CallLogDAOXmlCharacterDataHandler(void* dao, const char* text, int length) 
 
 CallLogDAO::CallLogDAO(DatabaseAdapter* adapter)
     : DataAccessObject(adapter, layout()),
-      m_request(requestElements(), m_schemaName, m_requestContext, m_reason) {}
+      m_request(requestElements(), m_schemaName, m_requestContext, m_reason, m_limits) {}
 
 CallLogDAO::~CallLogDAO() = default;
 
@@ -201,9 +202,8 @@ void CallLogDAO::startElement(const char* name, const char** attributes) {
     m_request.startElement(name, attributes);
     if (ListRequest::isEntry(name)) {
         m_entry = {};
-        m_entry.calls.reserve(CallLogColumns::Places);
     } else if (std::strcmp(name, callElement) == 0) {
-        m_call = {};
+        m_call.clear();
     }
 }
 
@@ -216,7 +216,7 @@ void CallLogDAO::endElement(const char* name) {
     if (element != ListRequest::NoField) {
         setField(static_cast<std::size_t>(element));
     } else if (std::strcmp(name, callElement) == 0) {
-        m_entry.calls.push_back(std::move(m_call));
+        endCall();
     } else if (std::strcmp(name, listElement) == 0) {
         m_entry.namesAllPlaces = true;
     } else if (ListRequest::isEntry(name)) {
@@ -230,9 +230,32 @@ void CallLogDAO::setField(std::size_t element) {
         return;
     }
     const std::size_t field = element - EntryColumnCount;
-    m_call[field < CallLogColumns::FieldCount ? static_cast<Field>(field)
-                                              : Aliases[field - CallLogColumns::FieldCount].field] =
-        m_request.text();
+    setCallField(field < CallLogColumns::FieldCount
+                     ? static_cast<Field>(field)
+                     : Aliases[field - CallLogColumns::FieldCount].field,
+                 m_request.text());
+}
+
+void CallLogDAO::setCallField(Field field, const std::string& text) {
+    const auto same = std::find_if(m_call.begin(), m_call.end(),
+                                   [&](const CallField& each) { return each.field == field; });
+    if (same != m_call.end()) {
+        same->text = text;
+    } else {
+        m_call.push_back({text, field, 0});
+    }
+}
+
+/// Calls for which a row has no room are counted and not kept: their row fails by their number.
+void CallLogDAO::endCall() {
+    const std::size_t place = m_entry.calls++;
+    if (place < CallLogColumns::Places) {
+        for (CallField& field : m_call) {
+            field.call = place;
+            m_entry.fields.push_back(std::move(field));
+        }
+    }
+    m_call.clear();
 }
 
 // Operations --------------------------------------------------------------------------------------
@@ -312,7 +335,9 @@ int CallLogDAO::writeEntry(std::size_t index) {
         columns.resize(std::min(values.size(), columns.size()));
         // A call too many has names that are no columns, so its row fails: kept on purpose, it is
         // the client that chooses what falls out of a full row.
-        appendFieldNames(columns, CallLogColumns::Places, m_entries[index].calls.size());
+        if (m_entries[index].calls > CallLogColumns::Places) {
+            appendFieldNames(columns, CallLogColumns::Places, CallLogColumns::Places + 1);
+        }
         result = m_dbAdapter->insertRow(m_tableName, columns, values, &m_lastNumber);
     }
     if (result == 0) {
@@ -326,8 +351,9 @@ int CallLogDAO::writeEntry(std::size_t index) {
 
 std::vector<std::string> CallLogDAO::valuesOf(std::size_t index) const {
     const Entry& entry = m_entries[index];
-    const std::size_t places =
-        std::max(entry.calls.size(), entry.namesAllPlaces ? CallLogColumns::Places : 0);
+    // Of the calls too many the first one stands for all.
+    const std::size_t places = std::max(std::min(entry.calls, CallLogColumns::Places + 1),
+                                        entry.namesAllPlaces ? CallLogColumns::Places : 0);
     std::vector<std::string> values;
     values.reserve(2 + EntryColumnCount + places * CallLogColumns::FieldCount);
     values.push_back(DASUtils::convertToDBFormat(m_responseUser));
@@ -337,12 +363,12 @@ std::vector<std::string> CallLogDAO::valuesOf(std::size_t index) const {
     for (std::size_t i = 1; i < EntryColumnCount; ++i) {
         values.push_back(DASUtils::convertToDBFormat(entry.values[i]));
     }
-    for (const CallLogRecord& call : entry.calls) {
-        for (std::size_t field = 0; field < CallLogColumns::FieldCount; ++field) {
-            values.push_back(DASUtils::convertToDBFormat(call[static_cast<Field>(field)]));
-        }
+    const std::size_t firstCell = values.size();
+    values.resize(firstCell + places * CallLogColumns::FieldCount, EmptyDBString);
+    for (const CallField& field : entry.fields) {
+        values[firstCell + field.call * CallLogColumns::FieldCount + field.field] =
+            DASUtils::convertToDBFormat(field.text);
     }
-    values.resize(2 + EntryColumnCount + places * CallLogColumns::FieldCount, EmptyDBString);
     return values;
 }
 
@@ -396,11 +422,15 @@ int CallLogDAO::readRequest() {
     if (isJoined() || m_kind == CallLogWriter::All) {
         orderBy.emplace_back(isJoined() ? inCallLog(newestTime) : newestTime, "DESC");
     }
-    PairList none;
-    return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params, none, hidden,
-                                     isJoined() ? joinWithContacts() : std::string(), groupBy,
-                                     orderBy, m_resultRows, m_request.offset(),
-                                     m_request.rowLimit());
+    const auto read = [&] {
+        PairList none;
+        return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params, none, hidden,
+                                         isJoined() ? joinWithContacts() : std::string(), groupBy,
+                                         orderBy, m_resultRows, m_request.offset(),
+                                         m_request.rowLimit());
+    };
+    return readIntoBody(
+        read, [this](std::string& body, const Rows& rows) { appendRows(body, rows); });
 }
 
 int CallLogDAO::rowCountRequest() {
@@ -414,6 +444,13 @@ int CallLogDAO::rowCountRequest() {
 }
 
 int CallLogDAO::deleteRequest() {
+    // One that names no number looks at all rows.
+    m_limits.checkDeletion(static_cast<std::size_t>(
+        std::count_if(m_entries.begin(), m_entries.end(),
+                      [](const auto& entry) { return entry.values[0].empty(); })));
+    if (isBeyondLimits()) {
+        return 1;
+    }
     return forEachEntry(std::max<std::size_t>(m_entries.size(), 1), [this](std::size_t entry) {
         PairList params;
         fillupSearchParams(params, static_cast<unsigned>(entry));
@@ -434,19 +471,16 @@ std::string CallLogDAO::responseData() {
     if (m_responseReason == rowCountResponse) {
         return ListRequest::countAnswer(m_count);
     }
-    std::string out;
-    if (m_responseReason == ReadResponse && !m_resultRows.empty()) {
-        const ShownCells shown = shownCells(m_resultRows.front().size());
-        for (const auto& row : m_resultRows) {
-            out += xmlEntryStartTag;
-            appendRow(out, row, shown);
-            out += xmlEntryEndTag;
-            if (&row == &m_resultRows.front()) {
-                reserveForRows(out, m_resultRows);
-            }
-        }
+    return m_responseReason == ReadResponse ? std::exchange(m_body, {}) : std::string();
+}
+
+void CallLogDAO::appendRows(std::string& body, const Rows& rows) const {
+    const ShownCells shown = shownCells(rows.front().size());
+    for (const auto& row : rows) {
+        body += xmlEntryStartTag;
+        appendRow(body, row, shown);
+        body += xmlEntryEndTag;
     }
-    return out;
 }
 
 CallLogDAO::ShownCells CallLogDAO::shownCells(std::size_t rowWidth) const {

@@ -114,11 +114,20 @@ private:
         CallLogColumns::JSGroupBy};
     static constexpr std::size_t EntryColumnCount = std::size(EntryColumns);
 
+    /// A field of a call that was sent. Fields that were not take no room, since a request may hold
+    /// many thousand calls of few.
+    struct CallField {
+        std::string text;  ///< escaped for SQL
+        CallLogColumns::Field field;
+        std::size_t call;  ///< place of its call in the row
+    };
+
     /// One row of a request; texts are escaped for SQL.
     struct Entry {
         std::array<std::string, EntryColumnCount> values;
-        std::vector<CallLogRecord> calls;
-        bool namesAllPlaces = false;  ///< its list of calls ended, so the other places are blank
+        std::vector<CallField> fields;  ///< of the calls that a row has room for
+        std::size_t calls = 0;          ///< all that were sent
+        bool namesAllPlaces = false;    ///< its list of calls ended, so the other places are blank
     };
 
     static constexpr std::size_t None = static_cast<std::size_t>(-1);
@@ -136,6 +145,8 @@ private:
 
     /// Takes the text of a field that ended, by its place among requestElements.
     void setField(std::size_t element);
+    void setCallField(CallLogColumns::Field field, const std::string& text);
+    void endCall();
     /// Writes, and once more behind a new or wider table when the first run failed.
     int writeWithTable();
     /// Stores one line of a file as a row of @p context, plain text.
@@ -154,13 +165,14 @@ private:
     std::string joinWithContacts() const;
     /// What the words of ResultCols make of rows of @p rowWidth cells.
     ShownCells shownCells(std::size_t rowWidth) const;
+    void appendRows(std::string& body, const Rows& rows) const;
     void appendRow(std::string& out, const std::vector<std::string>& row,
                    const ShownCells& shown) const;
 
     ListRequest m_request;
     CallLogWriter::Kind m_kind = CallLogWriter::All;
-    Entry m_entry;         ///< in progress
-    CallLogRecord m_call;  ///< in progress
+    Entry m_entry;                  ///< in progress
+    std::vector<CallField> m_call;  ///< in progress; a field that is sent again has one row
     std::vector<Entry> m_entries;
     AssignedNumbers m_numbers;
     std::string m_count;

@@ -1,6 +1,7 @@
 #include "calls/ConversationsDAO.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "ClientUtils.h"
 #include "calls/CallLogDAO.h"
@@ -54,7 +55,8 @@ void ConversationsDAOXmlCharacterDataHandler(void* dao, const char* text, int le
 }
 
 ConversationsDAO::ConversationsDAO(DatabaseAdapter* adapter)
-    : ConversationsTable(adapter), m_request(fields(), m_schemaName, m_requestContext, m_reason) {}
+    : ConversationsTable(adapter),
+      m_request(fields(), m_schemaName, m_requestContext, m_reason, m_limits) {}
 
 ConversationsDAO::~ConversationsDAO() = default;
 
@@ -69,8 +71,7 @@ void ConversationsDAO::handleRequest(const char* text, int length) {
         {&ReadRequest, &ConversationsDAO::readRequest, &ReadResponse},
         {&DeleteRequest, &ConversationsDAO::deleteRequest, &DeleteResponse},
     };
-    DAS_LOG(5, "handleRequest:[%s]\n",
-            LoggedText::request(text != nullptr ? text : "").c_str());
+    DAS_LOG(5, "handleRequest:[%s]\n", LoggedText::request(text != nullptr ? text : "").c_str());
     if (parseRequest(text, length, Parser) && settleUser()) {
         (void)dispatch(*this, Operations);  // another reason is a failure, which the answer tells
     }
@@ -153,10 +154,13 @@ int ConversationsDAO::readRequest() {
         return readJoined();
     }
     PairList params;
-    PairList orderBy;
     fillupSearchParams(params, 0);
-    return m_dbAdapter->executeQuery(m_tableName, {}, params, orderBy, m_resultRows,
-                                     m_request.offset(), m_request.rowLimit());
+    const auto read = [&] {
+        PairList orderBy;
+        return m_dbAdapter->executeQuery(m_tableName, {}, params, orderBy, m_resultRows,
+                                         m_request.offset(), m_request.rowLimit());
+    };
+    return readIntoBody(read, appendPlainRows);
 }
 
 int ConversationsDAO::readJoined() {
@@ -171,12 +175,22 @@ int ConversationsDAO::readJoined() {
     PairList orderBy = {
         {CallLogTableName + "." + CallLogColumns::name(CallLogColumns::TimeDate, 0), "DESC"}};
     m_responseReason = joinedResponse;
-    return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params, joinOfCallsAndContacts,
-                                     groupBy, orderBy, m_resultRows, m_request.offset(),
-                                     m_request.rowLimit());
+    const auto read = [&] {
+        return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params,
+                                         joinOfCallsAndContacts, groupBy, orderBy, m_resultRows,
+                                         m_request.offset(), m_request.rowLimit());
+    };
+    return readIntoBody(
+        read, [this](std::string& body, const Rows& rows) { appendJoinedRows(body, rows); });
 }
 
 int ConversationsDAO::deleteRequest() {
+    // One that names no number looks at all rows.
+    m_limits.checkDeletion(static_cast<std::size_t>(std::count_if(
+        m_entries.begin(), m_entries.end(), [](const auto& entry) { return entry[0].empty(); })));
+    if (isBeyondLimits()) {
+        return 1;
+    }
     return forEachEntry(std::max<std::size_t>(m_entries.size(), 1), [this](std::size_t entry) {
         PairList params;
         fillupSearchParams(params, static_cast<unsigned>(entry));
@@ -194,55 +208,40 @@ std::string ConversationsDAO::responseData() {
     if (m_responseReason == WriteResponse) {
         return ListRequest::numberAnswer(numberColumn, m_lastNumber);
     }
-    if (m_responseReason == joinedResponse) {
-        return joinedRows();
-    }
-    return m_responseReason == ReadResponse ? plainRows() : std::string();
+    const bool isRead = m_responseReason == joinedResponse || m_responseReason == ReadResponse;
+    return isRead ? std::exchange(m_body, {}) : std::string();
 }
 
-std::string ConversationsDAO::plainRows() const {
+void ConversationsDAO::appendPlainRows(std::string& body, const Rows& rows) {
     std::vector<CallLogWriter::Tags> tags;
     for (const std::string& name : fields()) {
         tags.emplace_back(name);
     }
-    std::string out;
-    for (const auto& row : m_resultRows) {
-        out += xmlEntryStartTag;
+    for (const auto& row : rows) {
+        body += xmlEntryStartTag;
         for (std::size_t i = 0; i < FieldCount; ++i) {
-            CallLogWriter::appendCell(out, row, ShownCells[i], tags[i]);
+            CallLogWriter::appendCell(body, row, ShownCells[i], tags[i]);
         }
-        out += xmlEntryEndTag;
-        if (&row == &m_resultRows.front()) {
-            reserveForRows(out, m_resultRows);
-        }
+        body += xmlEntryEndTag;
     }
-    return out;
 }
 
-std::string ConversationsDAO::joinedRows() const {
-    std::string out;
-    if (m_resultRows.empty()) {
-        return out;
-    }
+void ConversationsDAO::appendJoinedRows(std::string& body, const Rows& rows) const {
     const auto positions = DASUtils::positionsOfWords(
-        m_resultColumns, m_resultRows.front().size(),
+        m_resultColumns, rows.front().size(),
         {{CallLogTableName, CallLogColumns::Count}, {m_tableName, columns().size()}});
-    for (const auto& row : m_resultRows) {
-        out += xmlEntryStartTag;
+    for (const auto& row : rows) {
+        body += xmlEntryStartTag;
         for (std::size_t i = 0; i < m_resultColumns.size(); ++i) {
             if (m_resultColumns[i] == CallLogWriter::allOfCallLog()) {
-                CallLogWriter::parseAllCallLogCols(out, row, positions[i], CallLogWriter::All);
+                CallLogWriter::parseAllCallLogCols(body, row, positions[i], CallLogWriter::All);
             } else if (m_resultColumns[i] == CallLogWriter::allOfPhoneBook()) {
-                CallLogWriter::parseAllPhoneBookCols(out, row, positions[i],
+                CallLogWriter::parseAllPhoneBookCols(body, row, positions[i],
                                                      CallLogWriter::SurnameOfContact);
             }
         }
-        out += xmlEntryEndTag;
-        if (&row == &m_resultRows.front()) {
-            reserveForRows(out, m_resultRows);
-        }
+        body += xmlEntryEndTag;
     }
-    return out;
 }
 
 int ConversationsDAO::initialiseMobilityUserData(const std::string& context) {

@@ -81,8 +81,8 @@ private:
     int writeWithTable();
     int writeEntry(std::size_t index);
     int readJoined();
-    std::string plainRows() const;
-    std::string joinedRows() const;
+    static void appendPlainRows(std::string& body, const Rows& rows);
+    void appendJoinedRows(std::string& body, const Rows& rows) const;
 
     ListRequest m_request;
     Entry m_entry;  ///< in progress

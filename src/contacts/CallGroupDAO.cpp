@@ -84,7 +84,7 @@ CallGroupDAO::CallGroupDAO() : CallGroupDAO(nullptr) {}
 
 CallGroupDAO::CallGroupDAO(DatabaseAdapter* adapter)
     : DataAccessObject(adapter, layout()),
-      m_request(fieldNames(), m_schemaName, m_requestContext, m_reason) {}
+      m_request(fieldNames(), m_schemaName, m_requestContext, m_reason, m_limits) {}
 
 CallGroupDAO::~CallGroupDAO() = default;
 
@@ -145,9 +145,12 @@ int CallGroupDAO::readRequest() {
     if (m_dbAdapter == nullptr || !DASUtils::areResultColumns(m_resultColumns)) {
         return 1;
     }
-    PairList orderBy;
-    return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, readConditions(), orderBy,
-                                     m_resultRows, "", "");
+    const auto read = [this] {
+        PairList orderBy;
+        return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, readConditions(), orderBy,
+                                         m_resultRows, "", "");
+    };
+    return readEntries(read, fieldNames(), true);
 }
 
 int CallGroupDAO::rowCountRequest() {
@@ -181,9 +184,7 @@ std::string CallGroupDAO::responseData() {
     if (m_responseReason == rowCountResponse) {
         return ListRequest::countAnswer(m_count);
     }
-    return responseDataHelper(m_responseReason, m_requestContext,
-                              DASUtils::unescapeSqlReservedCharacters(m_responseUser),
-                              m_resultColumns, m_resultRows, fieldNames(), true);
+    return takeEntries();
 }
 
 /// The table comes with its groups or not at all: those of a user that it lacks are never added.

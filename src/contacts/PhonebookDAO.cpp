@@ -147,7 +147,7 @@ PhonebookDAO::PhonebookDAO() : PhonebookDAO(nullptr) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter)
     : DataAccessObject(adapter, layout()),
-      m_request(requestNames(), m_schemaName, m_requestContext, m_reason) {}
+      m_request(requestNames(), m_schemaName, m_requestContext, m_reason, m_limits) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter, std::vector<std::string> columnsToSkip)
     : PhonebookDAO(adapter) {
@@ -212,6 +212,8 @@ void PhonebookDAO::endElement(const char* name) {
 void PhonebookDAO::addField(std::size_t place, std::string text, bool isPattern) {
     m_fields.push_back(
         {std::move(text), static_cast<unsigned char>(place), isPattern, m_request.isInEntry()});
+    m_selected += m_request.isInEntry() ? 0 : 1;
+    m_limits.checkValues(m_selected);
 }
 
 PhonebookDAO::Fields PhonebookDAO::fieldsOf(const Stretch& entry) const {
@@ -287,8 +289,12 @@ int PhonebookDAO::readRequest() {
     }
     PairList none;
     PairList orderBy = {{"UPPER(" + PhonebookSurnameTagName + ")", ""}};
-    return m_dbAdapter->executeQuery(m_tableName, columnsToRead(), params, none, hidden, orderBy,
-                                     m_resultRows, m_request.offset(), m_request.rowLimit());
+    const auto read = [&] {
+        return m_dbAdapter->executeQuery(m_tableName, columnsToRead(), params, none, hidden,
+                                         orderBy, m_resultRows, m_request.offset(),
+                                         m_request.rowLimit());
+    };
+    return readEntries(read, elements(), true);
 }
 
 int PhonebookDAO::search(const char* logLine) {
@@ -296,11 +302,13 @@ int PhonebookDAO::search(const char* logLine) {
     PairList params;
     const bool isGood = m_dbAdapter != nullptr && buildReadQuery(params) == 0 &&
                         (m_request.rowLimit().empty() || DASUtils::isNumber(m_request.rowLimit()));
-    PairList orderBy;
-    return isGood ? m_dbAdapter->actualSearchQuery(m_tableName, columnsToRead(), params, orderBy,
-                                                   m_resultRows, m_request.offset(),
-                                                   m_request.rowLimit())
-                  : 1;
+    const auto read = [&] {
+        PairList orderBy;
+        return m_dbAdapter->actualSearchQuery(m_tableName, columnsToRead(), params, orderBy,
+                                              m_resultRows, m_request.offset(),
+                                              m_request.rowLimit());
+    };
+    return isGood ? readEntries(read, elements(), true) : 1;
 }
 
 int PhonebookDAO::searchPhoneNumberRequest() {
@@ -428,9 +436,7 @@ std::string PhonebookDAO::responseData() {
     if (m_responseReason == rowCountResponse) {
         return ListRequest::countAnswer(m_count);
     }
-    return responseDataHelper(m_responseReason, m_requestContext,
-                              DASUtils::unescapeSqlReservedCharacters(m_responseUser),
-                              m_resultColumns, m_resultRows, elements(), true);
+    return takeEntries();
 }
 
 bool PhonebookDAO::tagIsInVector(std::string tag, std::vector<std::string>& tags) {

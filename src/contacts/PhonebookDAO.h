@@ -136,6 +136,7 @@ private:
 
     ListRequest m_request;
     std::deque<Field> m_fields;       ///< all that were sent, in order
+    std::size_t m_selected = 0;       ///< how many of them are conditions
     std::size_t m_entryBegin = 0;     ///< of the entry in progress, or the last one
     std::vector<Stretch> m_contacts;  ///< the entries that ended
     AssignedNumbers m_numbers;

@@ -4,6 +4,7 @@
 
 #include "ClientUtils.h"
 #include "Progress.h"
+#include "Work.h"
 #include "dao/DASUtils.h"
 #include "database/Logging.h"
 
@@ -79,7 +80,7 @@ bool CsvReader::readFields(std::vector<std::string>& fields) {
 std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::string>&)>& store) {
     std::size_t failures = 0;
     std::vector<std::string> fields;
-    while (readFields(fields)) {
+    while (!Work::isInterrupted() && readFields(fields)) {
         const std::size_t count = fields.size();  // who stores them may change them
         try {
             failures += store(fields) != 0 ? 1 : 0;

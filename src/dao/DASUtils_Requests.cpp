@@ -1,9 +1,8 @@
 // The frame of a generic request and its two bodies.
 
-#include <memory>
-
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Work.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
@@ -106,7 +105,12 @@ DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter&
 
 void DASUtils::handleRequestHelper(const char* text, int length, const RequestFrame& frame) {
     XmlHandler handler(&frame.dao, frame.start, frame.end, frame.characters);
-    if (handler.parseMessage(text, length) == 0) {
+    const bool isParsed = handler.parseMessage(text, length) != 0;
+    if (frame.dao.isBeyondLimits()) {
+        frame.response = DASUtilsStrings::FailureResponse;
+        return;
+    }
+    if (!isParsed) {
         DAS_LOG(2, "Parsing the request failed.");
     }
     frame.response = DASUtilsStrings::FailureResponse;
@@ -177,12 +181,15 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
     }
     int result = 1;
     for (const RowData& row : rows) {
+        if (Work::isInterrupted()) {
+            break;
+        }
         if (!row.identifier.empty()) {
             result = updateOneRow(adapter, user, table, row);
         }
     }
     // A batch that could not be committed is not there, whatever its last row said.
-    const int ended = transaction != nullptr ? transaction->end() : 0;
+    const int ended = transaction.end();
     return result != 0 ? result : ended;
 }
 

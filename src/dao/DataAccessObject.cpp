@@ -4,7 +4,10 @@
 #include <cstring>
 #include <numeric>
 #include <string_view>
+#include <utility>
 
+#include "AnswerLimit.h"
+#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
 #include "database/Logging.h"
@@ -150,6 +153,7 @@ DataAccessObject::~DataAccessObject() = default;
 void DataAccessObject::handleRequest(const char* text, int length) {
     m_rowsToWrite.clear();
     m_newValues.clear();
+    m_limits = {};
     m_rowId.clear();
     m_responseUser.clear();
     m_requestContext.clear();
@@ -172,6 +176,7 @@ bool DataAccessObject::hasAdapter() const {
 
 bool DataAccessObject::parseRequest(const char* text, int length, const RequestParser& parser) {
     m_newValues.clear();
+    m_limits = {};
     m_requestContext.clear();
     m_responseReason = DASUtilsStrings::FailureResponse;
     if (!hasAdapter()) {
@@ -181,7 +186,7 @@ bool DataAccessObject::parseRequest(const char* text, int length, const RequestP
     if (handler.parseMessage(text, length) != 0) {
         return true;
     }
-    if (loggingOnAppUni(parser.logComponent, 2)) {
+    if (!isBeyondLimits() && loggingOnAppUni(parser.logComponent, 2)) {
         const std::string shown =
             LoggedText::request(text != nullptr ? text : "", LoggedText::FailureSize);
         logAppUni(parser.logComponent, LogSource, 2, __LINE__, parser.failureFormat, shown.c_str());
@@ -227,7 +232,9 @@ void DataAccessObject::XmlStartElement(const char* name, const char** attributes
         m_currentElement = element;
     } else if (element == "Context") {
         m_requestContext = firstAttribute(attributes);
+        m_limits.checkName(m_requestContext);
     } else if (element == "Entry") {
+        m_limits.addEntry();
         m_newValues.clear();
         m_rowId.clear();
     } else if (requestColumn(name) != nullptr) {
@@ -248,10 +255,12 @@ void DataAccessObject::XmlEndElement(const char* name) {
             m_reason = m_charData;
         } else if (m_currentElement == "ResultCols") {
             m_resultColsText = m_charData;
+            m_limits.checkColumns(m_resultColsText);
         } else if (m_currentElement == DASUtilsStrings::IdTagName) {
             m_rowId = m_charData;
         } else {
             m_newValues.emplace_back(m_currentElement, DASUtils::convertToDBFormat(m_charData));
+            m_limits.checkValues(m_newValues.size());
         }
     }
     m_currentElement.clear();
@@ -273,8 +282,75 @@ int DataAccessObject::readRequest() {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    return DASUtils::readRequest(m_newValues, m_resultRows, m_resultColumns, m_resultColsText,
-                                 m_responseUser, m_rowId, m_tableName, *m_dbAdapter);
+    const auto read = [this] {
+        return DASUtils::readRequest(m_newValues, m_resultRows, m_resultColumns, m_resultColsText,
+                                     m_responseUser, m_rowId, m_tableName, *m_dbAdapter);
+    };
+    return readEntries(read, shownColumns(), m_layout->skipFirstColumn);
+}
+
+std::vector<std::string> DataAccessObject::shownColumns() const {
+    std::vector<std::string> names;
+    names.reserve(columns().size());
+    for (const auto& column : columns()) {
+        if (column.name != DASUtilsStrings::UserContextTagName) {
+            names.push_back(column.name);
+        }
+    }
+    return names;
+}
+
+int DataAccessObject::readIntoBody(const std::function<int()>& read, const AppendRows& append) {
+    bool fits = true;
+    const auto take = [&](Rows& rows) {
+        append(m_body, rows);
+        rows.clear();
+        fits = AnswerLimit::allows(m_body.size());
+        return fits;
+    };
+    m_body.clear();
+    int result = 0;
+    {
+        const RowDrain drain(*m_dbAdapter, take);
+        result = read();
+    }
+    if (result == 0 && !m_resultRows.empty()) {
+        result = take(m_resultRows) ? 0 : 1;
+    }
+    if (!fits) {
+        DAS_LOG(2, "The answer of schema '%s' is too large: ask for fewer columns or rows",
+                m_schemaName.c_str());
+    }
+    if (result != 0) {
+        m_body = std::string();
+    }
+    return result;
+}
+
+int DataAccessObject::readEntries(const std::function<int()>& read,
+                                  const std::vector<std::string>& names, bool skipFirstColumn) {
+    return readIntoBody(read, [&](std::string& body, const Rows& rows) {
+        std::string entries = responseDataHelper(DASUtilsStrings::ReadResponse, {}, {},
+                                                 m_resultColumns, rows, names, skipFirstColumn);
+        if (body.empty()) {
+            body = std::move(entries);  // most answers are one piece
+        } else {
+            body += entries;
+        }
+    });
+}
+
+std::string DataAccessObject::takeEntries() {
+    if (m_responseReason != DASUtilsStrings::ReadResponse) {
+        return {};
+    }
+    std::string text = std::exchange(m_body, {});
+    if (!m_requestContext.empty()) {
+        text.insert(0, contextStart + DASUtils::unescapeSqlReservedCharacters(m_requestContext) +
+                           contextStartEnd);
+        text += contextEnd;
+    }
+    return text;
 }
 
 bool DataAccessObject::calculateIfReadAll(const std::string& table) const {
@@ -326,32 +402,8 @@ std::string DataAccessObject::getResponseMsg() {
     return message;
 }
 
-void DataAccessObject::reserveForRows(std::string& body, const Rows& rows) {
-    const auto sizeOf = [](const std::vector<std::string>& row) {
-        return std::accumulate(
-            row.begin(), row.end(), std::size_t{0},
-            [](std::size_t sum, const std::string& cell) { return sum + cell.size(); });
-    };
-    std::size_t cells = 0;
-    for (const auto& row : rows) {
-        cells += sizeOf(row);
-    }
-    const std::size_t first = rows.empty() ? 0 : sizeOf(rows.front());
-    const std::size_t tags = body.size() > first ? body.size() - first : body.size();
-    body.reserve(FrameSize + rows.size() * tags + cells);
-}
-
 std::string DataAccessObject::responseData() {
-    std::vector<std::string> names;
-    names.reserve(columns().size());
-    for (const auto& column : columns()) {
-        if (column.name != DASUtilsStrings::UserContextTagName) {
-            names.push_back(column.name);
-        }
-    }
-    return responseDataHelper(m_responseReason, m_requestContext,
-                              DASUtils::unescapeSqlReservedCharacters(m_responseUser),
-                              m_resultColumns, m_resultRows, names, m_layout->skipFirstColumn);
+    return takeEntries();
 }
 
 std::string DataAccessObject::responseDataHelper(

@@ -11,6 +11,7 @@
 #include "XmlHandler.h"
 #include "dao/AssignedNumbers.h"
 #include "dao/DASUtils.h"
+#include "dao/RequestLimits.h"
 
 class CsvReader;
 class DatabaseAdapter;
@@ -267,6 +268,9 @@ public:
     /// The first attribute's value, escaped for SQL; empty when there is none.
     static std::string firstAttribute(const char** attributes);
 
+    /// Whether the request holds more than it may. Nothing of it is done then.
+    [[nodiscard]] bool isBeyondLimits() const { return m_limits.isExceeded(); }
+
     // Parser events of a generic object.
     void XmlStartElement(const char* name, const char** attributes);
     void XmlEndElement(const char* name);
@@ -321,9 +325,25 @@ protected:
     /// of its rows, and should be in memory once.
     static constexpr std::size_t FrameSize = 256;
 
-    /// Makes room for an answer to @p rows in a body that holds the first of them, so that it does
-    /// not grow, and move, on its way.
-    static void reserveForRows(std::string& body, const Rows& rows);
+    /// Appends rows to the body of an answer.
+    using AppendRows = std::function<void(std::string& body, const Rows& rows)>;
+
+    /**
+     * Runs @p read, which reads into m_resultRows, and makes the body of the answer of the rows
+     * while they come: neither they nor the answer are in memory twice. The result of @p read; 1
+     * when the answer becomes larger than it may be, which is logged.
+     */
+    [[nodiscard]] int readIntoBody(const std::function<int()>& read, const AppendRows& append);
+    /// The same for rows that are entries of the columns @p names, as responseDataHelper writes
+    /// them.
+    [[nodiscard]] int readEntries(const std::function<int()>& read,
+                                  const std::vector<std::string>& names, bool skipFirstColumn);
+    /// The body that readEntries made, in the context of the request if it names one; empty unless
+    /// the response is that of a read. Hands the body on: a second call finds none.
+    std::string takeEntries();
+
+    /// Names of the columns that a client sees, in order.
+    std::vector<std::string> shownColumns() const;
 
     /// Column and type of each column, in order.
     PairList namesAndTypes() const;
@@ -337,7 +357,8 @@ protected:
     std::vector<std::string> columnNames() const;
 
     /// Inserts one line of a data file, plain text: XML escapes are undone, and the value of the
-    /// column of @p key is that of AssignedNumbers::ofFile. A raw SQLite code, 1 without an adapter.
+    /// column of @p key is that of AssignedNumbers::ofFile. A raw SQLite code, 1 without an
+    /// adapter.
     int insertLineOfFile(const std::string& table, const std::vector<std::string>& names,
                          const std::vector<std::string>& values, const AssignedNumbers::Key& key);
 
@@ -374,10 +395,12 @@ protected:
     XmlStartHandler m_startHandler;
     XmlEndHandler m_endHandler;
     XmlCharacterHandler m_charHandler;
+    RequestLimits m_limits;
     std::vector<std::string> m_resultColumns;  ///< columns that a read asked for
-    Rows m_resultRows;
-    std::string m_currentElement;  ///< element whose text is being gathered
-    std::string m_charData;        ///< the text gathered for it
+    Rows m_resultRows;                         ///< what of a read is not in the body yet
+    std::string m_body;                        ///< of the answer to a read
+    std::string m_currentElement;              ///< element whose text is being gathered
+    std::string m_charData;                    ///< the text gathered for it
     std::string m_reason;
     std::string m_responseReason;
     std::string m_responseUser;    ///< context in force, escaped

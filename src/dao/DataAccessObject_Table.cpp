@@ -1,5 +1,6 @@
 // What an object does for its table: creation, default rows, and the data of the two users.
 
+#include "Work.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
@@ -61,7 +62,7 @@ int DataAccessObject::forEachEntry(std::size_t count,
         return m_dbAdapter->convertSQLiteStatusToAdapterStatus(transaction.beginResult());
     }
     int result = 0;
-    for (std::size_t entry = 0; entry < count; ++entry) {
+    for (std::size_t entry = 0; entry < count && !Work::isInterrupted(); ++entry) {
         result = operation(entry);
     }
     // A batch that could not be committed is not there, whatever its last entry said.

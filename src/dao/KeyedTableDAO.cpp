@@ -122,14 +122,14 @@ PairList KeyedTableDAO::rowConditions(const std::string& identifier) const {
 }
 
 int KeyedTableDAO::forEachRow(RowOperation operation) {
-    std::vector<DASUtils::RowData> rows = m_rowsToWrite;
-    if (rows.empty()) {
-        rows.push_back({m_rowId, m_newValues});
+    if (m_rowsToWrite.empty()) {
+        return (this->*operation)({m_rowId, m_newValues});
     }
-    if (rows.size() == 1) {
-        return (this->*operation)(rows.front());
+    if (m_rowsToWrite.size() == 1) {
+        return (this->*operation)(m_rowsToWrite.front());
     }
-    return forEachEntry(rows.size(), [&](std::size_t i) { return (this->*operation)(rows[i]); });
+    return forEachEntry(m_rowsToWrite.size(),
+                        [&](std::size_t i) { return (this->*operation)(m_rowsToWrite[i]); });
 }
 
 int KeyedTableDAO::writeRequest() {
@@ -218,7 +218,11 @@ int KeyedTableDAO::readRows(const PairList& conditions) {
     if (!m_table->rankColumn.empty()) {
         orderBy.emplace_back(m_table->rankColumn, RankOrder);
     }
-    return m_dbAdapter->executeQuery(m_tableName, asked, conditions, orderBy, m_resultRows, "", "");
+    const auto read = [&] {
+        return m_dbAdapter->executeQuery(m_tableName, asked, conditions, orderBy, m_resultRows, "",
+                                         "");
+    };
+    return readEntries(read, shownColumns(), m_layout->skipFirstColumn);
 }
 
 int KeyedTableDAO::getRowCount(std::string& count) {

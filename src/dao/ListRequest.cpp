@@ -18,8 +18,12 @@ constexpr std::string_view TextElements[] = {"ReasonForMessage", "ResultCols", "
 }  // namespace
 
 ListRequest::ListRequest(const std::vector<std::string>& fields, std::string& schema,
-                         std::string& context, std::string& reason)
-    : m_fields(fields), m_schema(schema), m_context(context), m_reason(reason) {}
+                         std::string& context, std::string& reason, RequestLimits& limits)
+    : m_fields(fields),
+      m_schema(schema),
+      m_context(context),
+      m_reason(reason),
+      m_limits(limits) {}
 
 bool ListRequest::isEntry(const char* name) {
     return std::string_view(name) == "Entry";
@@ -31,14 +35,19 @@ void ListRequest::startElement(const char* name, const char** attributes) {
     if (element == "Schema") {
         m_schema =
             DASUtils::unescapeSqlReservedCharacters(DataAccessObject::firstAttribute(attributes));
+        m_limits.checkName(m_schema);
         return;
     }
     if (element == "Context") {
         m_context = DataAccessObject::firstAttribute(attributes);
+        m_limits.checkName(m_context);
         return;
     }
     if (element == "Entry" || element == "Select") {
         m_inEntry = element == "Entry";
+        if (m_inEntry) {
+            m_limits.addEntry();
+        }
         return;
     }
     int state = Reason;
@@ -76,11 +85,16 @@ int ListRequest::endElement(const char*) {
     }
     std::string* const targets[] = {&m_reason, &m_resultCols, &m_offset, &m_rowLimit};
     *targets[state - Reason] = m_text;
+    if (state == ResultCols) {
+        m_limits.checkColumns(m_text);
+    }
     return NoField;
 }
 
 void ListRequest::addPair(const std::string& column, const std::string& value) {
-    (m_inEntry ? m_entryPairs : m_selectPairs).emplace_back(column, value);
+    PairList& pairs = m_inEntry ? m_entryPairs : m_selectPairs;
+    pairs.emplace_back(column, value);
+    m_limits.checkValues(pairs.size());
 }
 
 std::vector<std::string> ListRequest::resultColumns() const {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "DASTypes.h"
+#include "dao/RequestLimits.h"
 
 /**
  * What requests to the phone book, the call groups, the call log and the conversations have in
@@ -24,9 +25,10 @@ public:
      * @param schema  takes the name of the schema, as it was sent; not owned
      * @param context takes the context, escaped for SQL; not owned
      * @param reason  takes the reason; not owned
+     * @param limits  counts what the request holds; not owned
      */
     ListRequest(const std::vector<std::string>& fields, std::string& schema, std::string& context,
-                std::string& reason);
+                std::string& reason, RequestLimits& limits);
     ListRequest(const ListRequest&) = delete;
     ListRequest& operator=(const ListRequest&) = delete;
 
@@ -79,6 +81,7 @@ private:
     std::string& m_schema;
     std::string& m_context;
     std::string& m_reason;
+    RequestLimits& m_limits;
     std::string m_resultCols;
     std::string m_offset;
     std::string m_rowLimit;

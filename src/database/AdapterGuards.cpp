@@ -1,6 +1,18 @@
 #include "database/AdapterGuards.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "database/DatabaseAdapter.h"
+
+namespace {
+
+constexpr long LongestWait = 5000000;  // in microseconds, as the adapter sets for a statement
+constexpr long WaitOfEachStatement = -1;
+
+thread_local long s_waitLeft = WaitOfEachStatement;
+
+}  // namespace
 
 AdapterLock::AdapterLock(DatabaseAdapter& adapter) : m_adapter(adapter) {
     m_adapter.take_sema4();
@@ -8,6 +20,14 @@ AdapterLock::AdapterLock(DatabaseAdapter& adapter) : m_adapter(adapter) {
 
 AdapterLock::~AdapterLock() {
     m_adapter.give_sema4();
+}
+
+RowDrain::RowDrain(DatabaseAdapter& adapter, Take take) : m_lock(adapter), m_adapter(adapter) {
+    m_adapter.drainRows(std::move(take));
+}
+
+RowDrain::~RowDrain() {
+    m_adapter.drainRows({});
 }
 
 TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
@@ -41,6 +61,26 @@ void TransactionGuard::rollBack() {
     m_adapter.holdCommits(false);
     m_adapter.rollBack();
     m_adapter.give_sema4();
+}
+
+OneWait::OneWait() : m_isOutermost(s_waitLeft == WaitOfEachStatement) {
+    if (m_isOutermost) {
+        s_waitLeft = LongestWait;
+    }
+}
+
+OneWait::~OneWait() {
+    if (m_isOutermost) {
+        s_waitLeft = WaitOfEachStatement;
+    }
+}
+
+bool OneWait::takes(int microseconds) {
+    if (s_waitLeft == WaitOfEachStatement) {
+        return true;
+    }
+    s_waitLeft = std::max(s_waitLeft - microseconds, 0L);
+    return s_waitLeft > 0;
 }
 
 bool runWholeOrNot(DatabaseAdapter& adapter, const std::function<bool()>& work,

@@ -3,6 +3,8 @@
 
 #include <functional>
 
+#include "DASTypes.h"
+
 class DatabaseAdapter;
 
 /// Holds the adapter's lock for a scope. Declare it before a Statement, so that it goes last.
@@ -55,6 +57,46 @@ private:
     DatabaseAdapter& m_adapter;
     int m_beginResult;
     bool m_open = true;
+};
+
+/**
+ * Holds the adapter's lock, and has rows that are read handed over in pieces, so that a large result
+ * is never in memory as a whole. Drains do not nest.
+ */
+class RowDrain {
+public:
+    /// Gets the rows that were read so far and empties the list. False ends the read, which fails.
+    using Take = std::function<bool(Rows& rows)>;
+
+    /// What was read last stays with the caller of the read. @p adapter must outlive this object;
+    /// not owned.
+    RowDrain(DatabaseAdapter& adapter, Take take);
+    ~RowDrain();
+    RowDrain(const RowDrain&) = delete;
+    RowDrain& operator=(const RowDrain&) = delete;
+
+private:
+    AdapterLock m_lock;
+    DatabaseAdapter& m_adapter;
+};
+
+/**
+ * As long as it lives, the statements of this thread wait for other processes five seconds in all,
+ * which is how long one alone waits: what comes after a wait without success fails at once. Without
+ * it each statement of a request would wait anew. An object inside of another changes nothing.
+ */
+class OneWait {
+public:
+    OneWait();
+    ~OneWait();
+    OneWait(const OneWait&) = delete;
+    OneWait& operator=(const OneWait&) = delete;
+
+    /// Whether this thread may still sleep for @p microseconds, which count then.
+    [[nodiscard]] static bool takes(int microseconds);
+
+private:
+    const bool m_isOutermost;
 };
 
 /// Runs @p work in a transaction of its own. It is committed when @p work gives true; it is taken

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "Work.h"
+#include "database/AdapterGuards.h"
+
 namespace {
 
 /// An operation that is handed on to the layer below, whatever its parameters are.
@@ -40,7 +43,7 @@ ChangeNotice::ChangeNotice()
     m_layer.xDlSym = HandOn<&sqlite3_vfs::xDlSym>::call;
     m_layer.xDlClose = HandOn<&sqlite3_vfs::xDlClose>::call;
     m_layer.xRandomness = HandOn<&sqlite3_vfs::xRandomness>::call;
-    m_layer.xSleep = HandOn<&sqlite3_vfs::xSleep>::call;
+    m_layer.xSleep = sleep;
     m_layer.xCurrentTime = HandOn<&sqlite3_vfs::xCurrentTime>::call;
     m_layer.xGetLastError = HandOn<&sqlite3_vfs::xGetLastError>::call;
     m_layer.xCurrentTimeInt64 = HandOn<&sqlite3_vfs::xCurrentTimeInt64>::call;
@@ -49,6 +52,16 @@ ChangeNotice::ChangeNotice()
 
 ChangeNotice::~ChangeNotice() {
     (void)sqlite3_vfs_unregister(&m_layer);
+}
+
+/// SQLite sleeps between its tries for a lock that another process holds, and counts the time itself:
+/// without the sleep its tries come to their end at once.
+int ChangeNotice::sleep(sqlite3_vfs* layer, int microseconds) {
+    if (Work::isInterrupted() || !OneWait::takes(microseconds)) {
+        return microseconds;
+    }
+    sqlite3_vfs* const below = static_cast<const ChangeNotice*>(layer->pAppData)->m_below;
+    return below->xSleep(below, microseconds);
 }
 
 int ChangeNotice::open(sqlite3_vfs* layer, const char* path, sqlite3_file* file, int flags,

@@ -36,6 +36,7 @@ public:
     std::function<void()> callBefore;
 
 private:
+    static int sleep(sqlite3_vfs* layer, int microseconds);
     static int open(sqlite3_vfs* layer, const char* path, sqlite3_file* file, int flags,
                     int* flagsOut);
 

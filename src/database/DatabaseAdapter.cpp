@@ -14,6 +14,7 @@
 #include "OwnFiles.h"
 #include "Progress.h"
 #include "Storage.h"
+#include "Work.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeNotice.h"
 #include "database/Logging.h"
@@ -50,9 +51,12 @@ constexpr int AdapterStatus[] = {
 };
 
 constexpr unsigned SecondsAfterFailedClose = 5;
+constexpr int PagesBetweenLooks = 4096;
 
 // Two processes on one database are ordinary; without a wait each commit of one fails the other.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
+/// Steps of SQLite's machine, some tens of microseconds.
+constexpr int StepsBetweenLooks = 10000;
 constexpr const char* UsualJournal = "PRAGMA journal_mode=DELETE;";
 
 // Made once: where memory is short, a transaction must still begin and end.
@@ -180,13 +184,17 @@ void DatabaseAdapter::openDatabase() {
         return;
     }
     (void)actualSQLiteCommandExecution(WaitForOtherProcesses, nullptr, nullptr);
+    const auto isInterrupted = [](void*) { return Work::isInterrupted() ? 1 : 0; };
+    sqlite3_progress_handler(m_db, StepsBetweenLooks, isInterrupted, nullptr);
     if (hasWriteAheadLog(m_db)) {
         (void)actualSQLiteCommandExecution(UsualJournal, nullptr, nullptr);
         DAS_LOG(2, "The database %s was in WAL mode, which %s", path.c_str(),
                 hasWriteAheadLog(m_db) ? "another program keeps: an upgrade has no copy" : "ends");
     }
+    // An interrupted batch must not be committed without the rows that are missing.
     const auto isHeld = [](void* adapter) {
-        return static_cast<DatabaseAdapter*>(adapter)->m_isCommitHeld ? 1 : 0;
+        const bool held = static_cast<DatabaseAdapter*>(adapter)->m_isCommitHeld;
+        return held || Work::isInterrupted() ? 1 : 0;
     };
     (void)sqlite3_commit_hook(m_db, isHeld, this);
 }
@@ -224,6 +232,7 @@ void DatabaseAdapter::give_sema4() {
 
 int DatabaseAdapter::executeNonQuery(const std::string& sql) {
     AdapterLock lock(*this);
+    m_counted.rows = 0;
     return actualSQLiteCommandExecution(sql, nullptr, nullptr);
 }
 
@@ -346,7 +355,10 @@ bool DatabaseAdapter::copyDatabase(const std::string& path) {
     // The file counts when it is whole alone: a journal of its own would only take room.
     (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
     sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");
-    const int code = backup != nullptr ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
+    int code = backup != nullptr ? SQLITE_OK : SQLITE_ERROR;
+    while (code == SQLITE_OK && !Work::isInterrupted()) {
+        code = sqlite3_backup_step(backup, PagesBetweenLooks);
+    }
     if (sqlite3_backup_finish(backup) != SQLITE_OK || code != SQLITE_DONE) {
         DAS_LOG(2, "copyDatabase() error occured: %s", sqlite3_errmsg(to.handle()));
         return false;
@@ -356,6 +368,8 @@ bool DatabaseAdapter::copyDatabase(const std::string& path) {
 
 bool DatabaseAdapter::isSound(const std::string& path) {
     const Connection file(path, SQLITE_OPEN_READWRITE);
+    const auto isInterrupted = [](void*) { return Work::isInterrupted() ? 1 : 0; };
+    sqlite3_progress_handler(file.handle(), StepsBetweenLooks, isInterrupted, nullptr);
     bool sound = false;
     const auto look = [](void* out, int, char** cells, char**) {
         *static_cast<bool*>(out) = cells[0] != nullptr && std::strcmp(cells[0], "ok") == 0;

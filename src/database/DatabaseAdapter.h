@@ -113,6 +113,10 @@ public:
     /// held; for TransactionGuard.
     void holdCommits(bool held) { m_isCommitHeld = held; }
 
+    /// Has rows handed over to @p take while they are read; empty for all of them at the end. Call
+    /// with the lock held; for RowDrain.
+    void drainRows(std::function<bool(Rows&)> take) { m_drain = std::move(take); }
+
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
     int freeError();
 
@@ -238,6 +242,14 @@ private:
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
+    /// A table and its rows, as a deletion of this transaction has left it.
+    struct Counted {
+        std::string table;
+        int rows = 0;  ///< 0 when they are not known
+    };
+
+    std::function<bool(Rows&)> m_drain;  ///< under the lock
+    Counted m_counted;            ///< under the lock; forgotten by each other statement
     bool m_isCommitHeld = false;  ///< under the lock
     bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError

@@ -14,6 +14,9 @@ namespace {
 constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DatabaseAdapter";
 
+/// Bytes of rows that are handed over at once where they are.
+constexpr std::size_t SizeOfPiece = std::size_t{256} * 1024;
+
 using Pair = PairList::value_type;
 
 bool contains(const std::string& text, const char* part) {
@@ -255,14 +258,24 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
         }
     }
     int code = statement.step();
+    int count = 0;
+    std::size_t size = 0;
     for (const int columns = statement.columnCount(); code == SQLITE_ROW; code = statement.step()) {
         std::vector<std::string>& row = rows.emplace_back();
         row.reserve(static_cast<std::size_t>(columns));
         for (int column = 0; column < columns; ++column) {
             row.push_back(statement.text(column));
+            size += sizeof(std::string) + row.back().size();
+        }
+        ++count;
+        if (m_drain && size > SizeOfPiece) {
+            size = 0;
+            if (!m_drain(rows)) {
+                return 1;  // who takes the rows logs why
+            }
         }
     }
-    DAS_LOG(5, countFormat, static_cast<int>(rows.size()));
+    DAS_LOG(5, countFormat, count);
     logFailedStep(statement, code, sql);
     return code == SQLITE_DONE ? 0 : 1;
 }

@@ -142,15 +142,25 @@ int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList) {
 
 int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList, PairList& orList,
                                PairList& notList) {
-    PairList all;
-    std::string count;
-    getRowCount(table, all, count);
-    if (count == "0") {
-        return 1;  // the reverse of update: kept on purpose, "nothing to delete" is a failure
+    AdapterLock lock(*this);
+    // A batch of deletes counts once: each count reads the whole table.
+    if (!isInTransaction() || m_counted.rows <= 0 || m_counted.table != table) {
+        PairList all;
+        std::string count;
+        getRowCount(table, all, count);
+        if (count == "0") {
+            return 1;  // the reverse of update: kept on purpose, "nothing to delete" is a failure
+        }
+        m_counted = {table, ClientUtils::stoi(count)};
     }
     std::string sql = "DELETE FROM " + table + " ";
     sql += concatWhereCondition(andList, orList, notList);
     sql += ';';
     DAS_LOG(5, "%s", forLog(sql).c_str());
-    return executeNonQuery(sql);
+    const Counted before = m_counted;
+    const int code = executeNonQuery(sql);
+    if (code == SQLITE_OK) {
+        m_counted = {table, before.rows - sqlite3_changes(m_db)};
+    }
+    return code;
 }

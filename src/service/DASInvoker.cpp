@@ -91,7 +91,7 @@ bool append(const Method& request, bool (Method::*getter)(const std::string&, Va
             const char* name, List& values) {
     Value value{};
     const bool found = (request.*getter)(name, value);
-    values.push_back(value);
+    values.push_back(std::move(value));
     return found;
 }
 
@@ -153,7 +153,7 @@ const XmlForm directorySelection{"DirectorySelection", readDirectorySelection, "
 // ---- Answering
 
 void answerText(Exchange& exchange, bool /*done*/) {
-    exchange.reply.addStringParameter(responseName, exchange.answer, Parameter::out);
+    exchange.reply.addStringParameter(responseName, std::move(exchange.answer), Parameter::out);
 }
 
 void answerNothing(Exchange& /*exchange*/, bool /*done*/) {}
@@ -181,9 +181,9 @@ std::map<std::string, std::string> valuesForLog(const Exchange& exchange) {
 void acknowledgeValues(Exchange& exchange, bool done) {
     acknowledge(exchange, done);
     if (done) {
-        const std::string text = Serializer::serialize(exchange.values);
+        std::string text = Serializer::serialize(exchange.values);
         DAS_LOG(5, "newValues %s", Serializer::serialize(valuesForLog(exchange)).c_str());
-        exchange.reply.addStringParameter("readValues", text, Parameter::inout);
+        exchange.reply.addStringParameter("readValues", std::move(text), Parameter::inout);
     }
 }
 

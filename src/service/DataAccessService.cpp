@@ -16,9 +16,11 @@
 #include "LocalMgmtIfc.h"
 #include "OwnFiles.h"
 #include "Storage.h"
+#include "Work.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "dao/NULLDataAccessObject.h"
+#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/DbFactory.h"
 #include "database/LoggedText.h"
@@ -112,10 +114,16 @@ void DataAccessService::init(Context& context) {
     m_context = &context;
     OwnFiles::claim(DasCrypt::keyPlace());
     m_upgradeCopy.begin();
+    if (Work::isEnding()) {
+        return;  // it may have waited for another process: the database is left as it is
+    }
     constructorActions();
     registerContext(context);
     GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
     migrateDatabase();
+    if (Work::isEnding()) {
+        return;
+    }
     settleCurrentUser();
     std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
     (void)std::fflush(stdout);
@@ -133,7 +141,9 @@ void DataAccessService::migrateDatabase() {
         // The start goes on: what could be migrated serves, the rest is tried at the next one.
         DAS_LOG(2, "The migration of the database ended early: %s", error.what());
     }
-    m_upgradeCopy.end();
+    if (!Work::isEnding()) {
+        m_upgradeCopy.end();  // else the next start begins again from the copy
+    }
 }
 
 void DataAccessService::shutdown() {}
@@ -209,6 +219,7 @@ std::string DataAccessService::processRequest(const char* message, int length) {
         return {};
     }
     CriticalSection section(m_requestSema);
+    const OneWait wait;
     std::string answer;
     return answerServiceWord(message, answer) ? answer : answerXml(message, length);
 }
@@ -298,6 +309,7 @@ bool DataAccessService::findACMS() {
 
 bool DataAccessService::createPhonenumberIndices() {
     DAS_LOG(5, "DataAccessService::createPhonenumberIndices");
+    const OneWait wait;
     const auto dao = createDao(DASUtilsStrings::PhoneBookSchema);
     if (dao == nullptr) {
         return false;
@@ -348,6 +360,7 @@ bool DataAccessService::onTable(const char* operation, const std::string& schema
     if (dao == nullptr) {
         return false;
     }
+    const OneWait wait;
     const int result = work(*dao);
     if (result != 0) {
         // The answer is true all the same: kept on purpose, clients look at the data itself.

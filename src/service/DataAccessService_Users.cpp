@@ -4,6 +4,7 @@
 #include "DASUtilsStrings.h"
 #include "LocalMgmtIfc.h"
 #include "dao/DASUtils.h"
+#include "database/AdapterGuards.h"
 #include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/DataAccessService.h"
@@ -58,6 +59,7 @@ bool DataAccessService::prepareProfile(const std::string& profile) {
 bool DataAccessService::setProfile(std::string profile) {
     DAS_LOG(5, "DataAccessService::setProfile");
     CriticalSection section(m_requestSema);
+    const OneWait wait;
     if (m_initialised) {
         if (!prepareProfile(profile)) {
             return false;  // a guest must not see what an earlier one left
@@ -100,8 +102,8 @@ bool DataAccessService::exportUserData(std::map<std::string, std::string>& value
         return false;
     }
     DAS_LOG(5, "%s", base ? "export new managed base data" : "export new managed visitor data");
-    migrator->exportUserData(values, base);
-    return true;
+    const OneWait wait;
+    return migrator->exportUserData(values, base);
 }
 
 bool DataAccessService::importUserData(std::map<std::string, std::string>& values, bool base) {
@@ -110,6 +112,7 @@ bool DataAccessService::importUserData(std::map<std::string, std::string>& value
         return false;
     }
     DAS_LOG(5, "%s", base ? "import new managed base data" : "import new managed visitor data");
+    const OneWait wait;
     migrator->importUserData(values, base);
     return true;
 }
@@ -119,6 +122,7 @@ bool DataAccessService::migrateUserData(std::map<std::string, std::string>& valu
     if (migrator == nullptr) {
         return false;
     }
+    const OneWait wait;
     migrator->migrateBaseToVisitor(values);
     return true;
 }
@@ -129,6 +133,7 @@ void DataAccessService::onFactory(const std::function<void(DAOFactory&)>& operat
         DAS_LOG(2, "User data: no DAO factory");
         return;
     }
+    const OneWait wait;
     operation(*factory);
 }
 

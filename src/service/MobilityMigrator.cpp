@@ -4,9 +4,11 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "AnswerLimit.h"
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "Secrets.h"
+#include "Work.h"
 #include "XmlHandler.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
@@ -126,20 +128,34 @@ void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     for (const auto& [key, value] : values) {
         Target target;
+        if (Work::isInterrupted()) {
+            return;
+        }
         if (findKnownTarget(key, target)) {
             importItem(target, value);
         }
     }
 }
 
-void MobilityMigrator::exportData(std::map<std::string, std::string>& values) {
+bool MobilityMigrator::exportData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    std::size_t size = 0;
     for (auto& [key, value] : values) {
         Target target;
         if (findKnownTarget(key, target)) {
             exportItem(target, value);
         }
+        size += key.size() + value.size();
+        if (!AnswerLimit::allows(size)) {
+            DAS_LOG(2, "The values of %zu tags are too large for one answer: ask for fewer tags",
+                    values.size());
+            return false;
+        }
+        if (Work::isInterrupted()) {
+            return false;
+        }
     }
+    return true;
 }
 
 void MobilityMigrator::importUserData(std::map<std::string, std::string>& values, bool base) {
@@ -148,10 +164,10 @@ void MobilityMigrator::importUserData(std::map<std::string, std::string>& values
     importData(values);
 }
 
-void MobilityMigrator::exportUserData(std::map<std::string, std::string>& values, bool base) {
+bool MobilityMigrator::exportUserData(std::map<std::string, std::string>& values, bool base) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     m_base = base;
-    exportData(values);
+    return exportData(values);
 }
 
 void MobilityMigrator::migrateBaseToVisitor(std::map<std::string, std::string>& values) {

@@ -3,8 +3,10 @@
 #include <map>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 
 #include "ClientUtils.h"
+#include "Work.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
@@ -50,7 +52,8 @@ GeneralConfigurationDAO& self(void* dao) {
     return static_cast<GeneralConfigurationDAO&>(*static_cast<DataAccessObject*>(dao));
 }
 
-/// The counts that are known, by context and then by item. Texts are escaped.
+/// The counts that are known, by context and then by item. Texts are escaped. What they take is
+/// limited, since clients may add settings without end: beyond it everything is forgotten.
 class CountCache {
 public:
     struct Entry {
@@ -60,9 +63,12 @@ public:
 
     bool find(const std::string& context, const std::string& key, Entry& out) {
         std::lock_guard<std::mutex> lock(m_mutex);
-        const auto& entries = m_contexts[context];
-        const auto found = entries.find(key);
-        if (found == entries.end()) {
+        const auto entries = m_contexts.find(context);
+        if (entries == m_contexts.end()) {
+            return false;
+        }
+        const auto found = entries->second.find(key);
+        if (found == entries->second.end()) {
             return false;
         }
         out = found->second;
@@ -71,21 +77,37 @@ public:
 
     void store(const std::string& context, const std::string& key, Entry entry) {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_contexts[context][key] = std::move(entry);
+        const std::size_t size = context.size() + key.size() + SizeOfEntry;
+        if (m_size + size > LargestSize) {
+            forgetAll();
+        }
+        m_size += m_contexts[context].insert_or_assign(key, std::move(entry)).second ? size : 0;
     }
 
     void drop(const std::string& context, const std::string& key) {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_contexts[context].erase(key);
+        const auto entries = m_contexts.find(context);
+        if (entries != m_contexts.end() && entries->second.erase(key) > 0) {
+            m_size -= context.size() + key.size() + SizeOfEntry;
+        }
     }
 
     void clear() {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_contexts.clear();
+        forgetAll();
     }
 
 private:
+    static constexpr std::size_t LargestSize = std::size_t{8} * 1024 * 1024;
+    static constexpr std::size_t SizeOfEntry = 128;  // with what holds it in its map
+
+    void forgetAll() {
+        m_contexts.clear();
+        m_size = 0;
+    }
+
     std::mutex m_mutex;
+    std::size_t m_size = 0;  ///< in bytes, of all entries
     std::map<std::string, std::unordered_map<std::string, Entry>> m_contexts;
 };
 
@@ -112,46 +134,6 @@ void appendItem(std::string& text, const std::string& name, const std::string& v
     text += "</";
     text += name;
     text += '>';
-}
-
-/// Rows of name and value, all in @p context.
-void appendRowsOfContext(std::string& text, const Rows& rows, const std::string& context) {
-    appendContextStart(text, context);
-    for (const auto& row : rows) {
-        appendItem(text, row.at(0), row.at(1));
-    }
-    appendContextEnd(text);
-}
-
-/// Bytes of all items: of each the value, its last cell, and twice the name in front of it.
-std::size_t sizeOfItems(const Rows& rows) {
-    const std::size_t marks = std::char_traits<char>::length("<></>");
-    std::size_t size = 0;
-    for (const auto& row : rows) {
-        size += marks + row.back().size() + 2 * row.at(row.size() - 2).size();
-    }
-    return size;
-}
-
-/// Rows of context, name and value. A row's context stays open for rows of the same that follow it,
-/// unless @p eachAlone.
-void appendRowsWithContext(std::string& text, const Rows& rows, bool eachAlone) {
-    std::string open;
-    for (const auto& row : rows) {
-        const std::string& context = row.at(0);
-        if (!open.empty() && (eachAlone || context != open)) {
-            appendContextEnd(text);
-            open.clear();
-        }
-        if (context != open) {
-            appendContextStart(text, context);
-            open = context;
-        }
-        appendItem(text, row.at(1), row.at(2));
-    }
-    if (!open.empty()) {
-        appendContextEnd(text);
-    }
 }
 
 }  // namespace
@@ -197,9 +179,11 @@ void GeneralConfigurationDAO::startElement(std::string_view name, const char** a
     if (name == SchemaColumn) {
         m_schema = firstAttribute(attributes);
         m_schemaName = DASUtils::unescapeSqlReservedCharacters(m_schema);
+        m_limits.checkName(m_schema);
     } else if (name == ContextElement) {
-        m_itemContext = firstAttribute(attributes);
-        m_requestContext = m_itemContext;
+        m_requestContext = firstAttribute(attributes);
+        m_itemContext = std::make_shared<const std::string>(m_requestContext);
+        m_limits.checkName(m_requestContext);
     } else if (name == "ReasonForMessage") {
         m_parseState = ParseState::Reason;
     } else if (name == "ResultCols") {
@@ -214,7 +198,7 @@ void GeneralConfigurationDAO::endElement(std::string_view name) {
     const ParseState state = m_parseState;
     m_parseState = ParseState::None;
     if (name == ContextElement) {
-        m_itemContext.clear();
+        m_itemContext.reset();
         return;
     }
     std::string text = DASUtils::escapeSqlReservedCharacters(m_charData);
@@ -224,9 +208,11 @@ void GeneralConfigurationDAO::endElement(std::string_view name) {
             break;
         case ParseState::ResultCols:
             m_resultCols = std::move(text);
+            m_limits.checkColumns(m_resultCols);
             break;
         case ParseState::Item:
             m_items.push_back({m_currentElement, m_itemContext, std::move(text)});
+            m_limits.checkItems(m_items.size());
             break;
         case ParseState::None:
             break;
@@ -234,8 +220,8 @@ void GeneralConfigurationDAO::endElement(std::string_view name) {
 }
 
 std::string GeneralConfigurationDAO::contextOf(const Item& item, const std::string& name) {
-    if (!item.context.empty()) {
-        return item.context;
+    if (item.context != nullptr && !item.context->empty()) {
+        return *item.context;
     }
     const bool isDeviceData = GenConfigDeviceDataItems::isItemDeviceData(
         m_schemaName, DASUtils::unescapeSqlReservedCharacters(name));
@@ -298,14 +284,18 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    // At once: whoever keeps the items from being stored is waited for once, not at each of them.
-    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
+    const auto locks = m_items.size() > 1 ? TransactionGuard::Locks::AtOnce
+                                          : TransactionGuard::Locks::AtFirstWrite;
+    TransactionGuard transaction(*m_dbAdapter, locks);
     if (transaction.beginResult() != 0) {
         return transaction.beginResult();
     }
     int result = 0;
     try {
         for (const Item& item : m_items) {
+            if (Work::isInterrupted()) {
+                break;
+            }
             const int stored = storeItem(item, overwrite);
             result = result != 0 ? result : stored;
         }
@@ -380,22 +370,55 @@ int GeneralConfigurationDAO::readItems(const std::vector<std::string>& columns,
     if (m_dbAdapter == nullptr) {
         return 1;
     }
+    m_openContext.clear();
+    const auto read = [&] {
+        PairList orderBy;
+        return m_dbAdapter->executeQuery(m_tableName, columns, conditions, orderBy, m_resultRows,
+                                         "", "");
+    };
     AdapterLock lock(*m_dbAdapter);
-    PairList orderBy;
-    const int result =
-        m_dbAdapter->executeQuery(m_tableName, columns, conditions, orderBy, m_resultRows, "", "");
-    if (result == 0 && fillCache) {
-        for (const auto& row : m_resultRows) {
-            knownCounts().store(DASUtils::escapeSqlReservedCharacters(row.at(0)),
-                                cacheKey(DASUtils::escapeSqlReservedCharacters(row.at(1))),
-                                {"1", StatusOfReadRow});
+    return readIntoBody(read, [&](std::string& body, const Rows& rows) {
+        appendRows(body, rows);
+        if (fillCache) {
+            fileCounts(rows);
         }
+    });
+}
+
+/// What a read has seen is there, also when the answer becomes too large.
+void GeneralConfigurationDAO::fileCounts(const Rows& rows) const {
+    for (const auto& row : rows) {
+        knownCounts().store(DASUtils::escapeSqlReservedCharacters(row.at(0)),
+                            cacheKey(DASUtils::escapeSqlReservedCharacters(row.at(1))),
+                            {"1", StatusOfReadRow});
     }
-    return result;
+}
+
+/// Rows of one context have name and value, others the context in front of them. It stays open for
+/// rows of the same that follow, but in a read of all items.
+void GeneralConfigurationDAO::appendRows(std::string& body, const Rows& rows) {
+    const bool isReadAll = m_responseReason == ReadAllResponse;
+    for (const auto& row : rows) {
+        if (row.size() < 3) {
+            appendItem(body, row.at(0), row.at(1));
+            continue;
+        }
+        const std::string& context = row[0];
+        if (!m_openContext.empty() && (isReadAll || context != m_openContext)) {
+            appendContextEnd(body);
+            m_openContext.clear();
+        }
+        if (context != m_openContext) {
+            appendContextStart(body, context);
+            m_openContext = context;
+        }
+        appendItem(body, row[1], row[2]);
+    }
 }
 
 int GeneralConfigurationDAO::deleteRequest() {
-    if (m_items.empty() || m_dbAdapter == nullptr) {
+    m_limits.checkDeletion(m_items.size());
+    if (m_items.empty() || m_dbAdapter == nullptr || isBeyondLimits()) {
         return 1;
     }
     AdapterLock lock(*m_dbAdapter);
@@ -411,18 +434,16 @@ int GeneralConfigurationDAO::deleteRequest() {
 
 std::string GeneralConfigurationDAO::responseData() {
     const bool isReadAll = m_responseReason == ReadAllResponse;
-    if (m_resultRows.empty() || !(isReadAll || m_responseReason == ReadResponse)) {
+    if (m_body.empty() || !(isReadAll || m_responseReason == ReadResponse)) {
         return {};
     }
-    std::string text;
-    text.reserve(sizeOfItems(m_resultRows) + FrameSize);
     if (!isReadAll && !m_requestContext.empty()) {
-        appendRowsOfContext(text, m_resultRows,
-                            DASUtils::unescapeSqlReservedCharacters(m_requestContext));
-    } else {
-        appendRowsWithContext(text, m_resultRows, isReadAll);
+        return takeEntries();
     }
-    return text;
+    if (!m_openContext.empty()) {
+        appendContextEnd(m_body);
+    }
+    return std::exchange(m_body, {});
 }
 
 // Tables and users --------------------------------------------------------------------------------

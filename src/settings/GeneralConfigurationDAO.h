@@ -2,6 +2,7 @@
 #define GENERALCONFIGURATIONDAO_H
 
 #include <list>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,7 +24,8 @@ void GeneralConfigurationDAOXmlCharacterDataHandler(void* dao, const char* text,
  * What is known of rows is kept in a cache for the whole process: for each context and item, how
  * many rows there are. It saves a statement an item in a write. Reads, writes and deletes through
  * this class keep it; whoever changes the table in another way calls clearStaticCaches afterwards.
- * Its entries change under the adapter's lock, so that they follow the table's order.
+ * Its entries change under the adapter's lock, so that they follow the table's order. It forgets
+ * everything when it becomes large.
  */
 class GeneralConfigurationDAO : public DataAccessObject {
 public:
@@ -103,7 +105,7 @@ private:
     /// One item of the request; all texts escaped.
     struct Item {
         std::string name;
-        std::string context;  ///< of the Context element around it; empty outside one
+        std::shared_ptr<const std::string> context;  ///< of the Context around it; empty outside
         std::string value;
     };
 
@@ -116,15 +118,18 @@ private:
     int updateItem(const Item& item, const std::string& context);
     int readItems(const std::vector<std::string>& columns, const PairList& conditions,
                   bool fillCache);
+    void fileCounts(const Rows& rows) const;
+    void appendRows(std::string& body, const Rows& rows);
     template <typename Change>
     int changeTable(Change change);
 
     static const Operation<GeneralConfigurationDAO> Operations[5];
 
     ParseState m_parseState = ParseState::None;
-    std::string m_itemContext;  ///< of the open Context, escaped
+    std::shared_ptr<const std::string> m_itemContext;  ///< of the open Context, escaped
     std::string m_schema;       ///< escaped; m_schemaName has it as it was sent
     std::string m_resultCols;   ///< names of items with blanks between them, escaped
+    std::string m_openContext;  ///< of the body of an answer
     std::list<Item> m_items;    ///< takes nothing in a read, and nothing twice in a long write
 };
 

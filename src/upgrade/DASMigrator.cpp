@@ -13,6 +13,7 @@
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
 #include "Progress.h"
+#include "Work.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "dao/NULLDataAccessObject.h"
@@ -311,6 +312,10 @@ void DASMigrator::checkAndMigrateDatabase(DataAccessServiceIfc* service) {
     const Run run{service, StepHelpers::settingsColumns()};
     SettingsCachesAside aside;
     for (const Step& step : Steps) {
+        if (Work::isEnding()) {
+            DAS_LOG(2, "The upgrade ends before step %d: the process is to end", step.number);
+            return;
+        }
         reportStep(step, false);
         runStep(step, run);
     }

@@ -31,7 +31,8 @@ public:
 
     // The driver ----------------------------------------------------------------------------------
 
-    /// Runs all steps in their order. std::out_of_range may pass through from a table that is not
+    /// Runs all steps in their order; where the process is about to end, those that it has begun.
+    /// std::out_of_range may pass through from a table that is not
     /// as any release left it; the caches of the settings are cleared all the same.
     static void checkAndMigrateDatabase(DataAccessServiceIfc* service);
     /// The change of protocol: saves what names the telephone, resets it and stores that again.

@@ -13,6 +13,7 @@
 
 #include "OwnFiles.h"
 #include "Storage.h"
+#include "Work.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 
@@ -137,7 +138,7 @@ bool UpgradeCopy::lock(int operation) const {
 /// a lock: no put-back may hit what it writes then, so a copy goes.
 bool UpgradeCopy::lockWithPatience() {
     const auto end = std::chrono::steady_clock::now() + Patience;
-    while (std::chrono::steady_clock::now() < end) {
+    while (std::chrono::steady_clock::now() < end && !Work::isEnding()) {
         if (lock(LOCK_EX)) {
             return true;
         }
@@ -154,6 +155,9 @@ bool UpgradeCopy::lockWithPatience() {
             (void)lock(LOCK_UN);
         }
         (void)::poll(nullptr, 0, MillisecondsBetweenTries);
+    }
+    if (Work::isEnding()) {
+        return false;
     }
     DAS_LOG(2, "Another start holds the database for too long, this one goes on beside it");
     remove();
@@ -190,8 +194,12 @@ void UpgradeCopy::putBack() {
         const bool isRenamed = Storage::renameFile(usedFile(), updateValuesFile);
         (void)succeeded(isRenamed ? 0 : -1, "renaming", usedFile());
     }
-    if (!DatabaseAdapter::isSound(copy) && hasContents(database) &&
-        DatabaseAdapter::isSound(database)) {
+    const bool isWorse = !DatabaseAdapter::isSound(copy) && hasContents(database) &&
+                         DatabaseAdapter::isSound(database);
+    if (Work::isInterrupted()) {
+        return;  // what was not read to its end is for the next start
+    }
+    if (isWorse) {
         DAS_LOG(2, "The copy '%s' is damaged and is not put back", copy.c_str());
         remove();
         return;
@@ -265,7 +273,7 @@ void UpgradeCopy::end() {
     }
     m_isUnderWay = false;
     const auto end = std::chrono::steady_clock::now() + Patience;
-    while (m_folder >= 0 && !lock(LOCK_SH) && errno == EWOULDBLOCK &&
+    while (m_folder >= 0 && !Work::isEnding() && !lock(LOCK_SH) && errno == EWOULDBLOCK &&
            std::chrono::steady_clock::now() < end) {
         (void)::poll(nullptr, 0, MillisecondsBetweenTries);
     }

@@ -1,0 +1,335 @@
+#include "server/ClientSession.h"
+
+#include <malloc.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/post.hpp>
+#include <chrono>
+#include <map>
+#include <utility>
+
+#include "Log.h"
+#include "Work.h"
+#include "framework/Dispatcher.h"
+
+namespace asio = boost::asio;
+using boost::system::error_code;
+using Lock = std::lock_guard<std::mutex>;
+
+namespace {
+
+constexpr const char* LogSource = "./host/ClientSession";
+
+constexpr auto LingerTime = std::chrono::seconds(5);
+/// Short answers are queued together up to this, so that each takes the room of its text alone.
+constexpr std::size_t SizeOfPiece = std::size_t{64} * 1024;
+
+/// The user at the other end, as the socket keeps it of the moment of connecting.
+uid_t userOf(int descriptor) {
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
+               ? peer.uid
+               : static_cast<uid_t>(-1);
+}
+
+/// Ends the turn of a large message, and gives back what it has left in the memory of the process.
+class TurnOfLarge {
+public:
+    explicit TurnOfLarge(Turns* turns) : m_turns(turns) {}
+    ~TurnOfLarge() {
+        if (m_turns != nullptr) {
+            (void)malloc_trim(0);
+            m_turns->end();
+        }
+    }
+    TurnOfLarge(const TurnOfLarge&) = delete;
+    TurnOfLarge& operator=(const TurnOfLarge&) = delete;
+
+private:
+    Turns* const m_turns;
+};
+
+}  // namespace
+
+ClientSession::ClientSession(Protocol::socket socket, Dispatcher& dispatcher, Clients& clients,
+                             std::shared_ptr<ServerLoad> load)
+    : Client(clients),
+      m_dispatcher(dispatcher),
+      m_clients(clients),
+      m_load(std::move(load)),
+      m_socket(std::move(socket)),
+      m_user(userOf(m_socket.native_handle())),
+      m_linger(m_socket.get_executor()),
+      m_lines(LineCutter::MessageLimit) {
+    ++m_load->clients;
+}
+
+ClientSession::~ClientSession() {
+    --m_load->clients;
+    m_load->lineMemory -= m_lineMemory;
+    m_load->unread -= m_unread;
+}
+
+void ClientSession::start() {
+    error_code ignored;
+    m_socket.non_blocking(true, ignored);
+    read();
+}
+
+void ClientSession::read() {
+    const LineCutter::Room room = m_lines.room();
+    countLineMemory();
+    const Lock lock(m_mutex);
+    if (m_stage == Stage::Open || m_stage == Stage::Lingering) {
+        m_socket.async_read_some(asio::buffer(room.begin, room.size),
+                                 [session = self()](const error_code& error, std::size_t count) {
+                                     session->onRead(error, count);
+                                 });
+    }
+}
+
+void ClientSession::countLineMemory() {
+    m_load->lineMemory += m_lines.memory() - m_lineMemory;
+    m_lineMemory = m_lines.memory();
+}
+
+void ClientSession::onRead(const error_code& error, std::size_t count) {
+    if (error) {
+        finish(Stage::Finishing);
+        return;
+    }
+    m_lines.filled(count);
+    if (isLingering()) {
+        m_lines.drop();
+        read();
+        return;
+    }
+    // Many long messages without an end must not take all memory: beyond a limit only short ones
+    // are taken, until those that are refused have made room.
+    m_lines.setLimit(m_load->lineMemory > ServerLoad::MostLineMemory ? ServerLoad::LineLimitBeyond
+                                                                     : LineCutter::MessageLimit);
+    handleNext();
+}
+
+/// Goes on with what has been read.
+void ClientSession::handleNext() {
+    std::string_view line;
+    const LineCutter::Found found = m_lines.next(line);
+    if (found == LineCutter::Found::Nothing) {
+        read();
+    } else {
+        handle(found, line);
+    }
+}
+
+void ClientSession::handle(LineCutter::Found found, std::string_view line) {
+    const auto handleLater = [session = self(), found, line] {
+        asio::post(session->m_socket.get_executor(),
+                   [session, found, line] { session->handleInTurn(found, line); });
+    };
+    const bool isLarge =
+        found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
+    if (!isLarge || m_load->largeMessages.take(handleLater)) {
+        handleInTurn(found, line);
+    }
+}
+
+void ClientSession::handleInTurn(LineCutter::Found found, std::string_view line) {
+    const bool isLarge =
+        found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
+    const TurnOfLarge turn(isLarge ? &m_load->largeMessages : nullptr);
+    if (!beginMessage()) {
+        finish(Stage::Finishing);
+        return;
+    }
+    if (found == LineCutter::Found::TooLong) {
+        refuse(line);
+        return;
+    }
+    m_dispatcher.handle(line, shared_from_this());
+    endMessage();
+    const LineCutter::Found next = m_lines.next(line);
+    if (next == LineCutter::Found::Nothing) {
+        read();
+    } else {
+        // A client that sends many messages at once takes turns with the others.
+        asio::post(m_socket.get_executor(),
+                   [session = self(), next, line] { session->handle(next, line); });
+    }
+}
+
+bool ClientSession::isLingering() {
+    const Lock lock(m_mutex);
+    return m_stage == Stage::Lingering;
+}
+
+/// False when no more messages are handled.
+bool ClientSession::beginMessage() {
+    const Lock lock(m_mutex);
+    m_isHandling = m_stage == Stage::Open;
+    m_load->inWork += m_isHandling ? 1 : 0;
+    return m_isHandling;
+}
+
+void ClientSession::endMessage() {
+    const Lock lock(m_mutex);
+    m_isHandling = false;
+    --m_load->inWork;
+    settle();
+}
+
+/// Answers a message that is too long. What the client still sends of it is dropped for a while: a
+/// socket that is closed at once takes the answer with it.
+void ClientSession::refuse(std::string_view line) {
+    logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: a message above %zu bytes",
+              name().c_str(), m_lines.limit());
+    m_dispatcher.refuse(line, *this);
+    m_lines.drop();
+    finish(Stage::Lingering);
+    endMessage();
+    read();
+}
+
+/// Takes no more messages; closes at once if nothing is left to be done.
+void ClientSession::finish(Stage stage) {
+    const Lock lock(m_mutex);
+    if (m_stage == Stage::Open) {
+        m_stage = stage;
+    } else if (m_stage == Stage::Lingering) {
+        m_stage = Stage::Finishing;
+    }
+    if (m_stage == Stage::Lingering) {
+        m_linger.expires_after(LingerTime);
+        m_linger.async_wait([session = self()](const error_code& error) {
+            const Lock timerLock(session->m_mutex);
+            if (!error) {
+                session->close();
+            }
+        });
+    }
+    settle();
+}
+
+void ClientSession::sendLine(std::string line) {
+    bool isFull = false;
+    {
+        const Lock lock(m_mutex);
+        // What was interrupted may or may not be done, so its client must not take it for either.
+        if (m_stage == Stage::Lingering || m_stage == Stage::Closed || Work::isInterrupted()) {
+            return;
+        }
+        queue(std::move(line));
+        write();
+        const std::size_t inSending = m_queue.empty() ? 0 : m_queue.front().size() - m_sent;
+        isFull = m_unread - inSending > ServerLoad::MostUnreadOfClient;
+        m_stage = isFull ? Stage::Closed : m_stage;
+    }
+    if (isFull) {
+        drop("it does not read, and more than " + std::to_string(ServerLoad::MostUnreadOfClient) +
+             " bytes wait for it");
+    }
+    if (m_load->unread > ServerLoad::MostUnread) {
+        dropLargest();
+    }
+}
+
+/// Makes room for the answers of others: the largest client goes first, of the user whose clients
+/// hold most. So one user takes nothing from another.
+void ClientSession::dropLargest() {
+    const Lock lock(m_load->dropping);
+    while (m_load->unread > ServerLoad::MostUnread) {
+        std::map<uid_t, std::size_t> unreadOfUser;
+        std::map<uid_t, std::shared_ptr<ClientSession>> largestOfUser;
+        for (const std::shared_ptr<Client>& client : m_clients.all()) {
+            const auto session = std::static_pointer_cast<ClientSession>(client);
+            unreadOfUser[session->m_user] += session->m_unread;
+            auto& largest = largestOfUser[session->m_user];
+            if (largest == nullptr || session->m_unread > largest->m_unread) {
+                largest = session;
+            }
+        }
+        const auto worst = std::max_element(
+            unreadOfUser.begin(), unreadOfUser.end(),
+            [](const auto& left, const auto& right) { return left.second < right.second; });
+        if (worst == unreadOfUser.end() || worst->second == 0) {
+            return;
+        }
+        largestOfUser[worst->first]->drop(
+            "clients do not read, and more than " + std::to_string(ServerLoad::MostUnread) +
+            " bytes wait for all, " + std::to_string(worst->second) + " of them for its user");
+    }
+}
+
+void ClientSession::drop(const std::string& reason) {
+    logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: %s", name().c_str(),
+              reason.c_str());
+    const Lock lock(m_mutex);
+    close();
+}
+
+void ClientSession::queue(std::string line) {
+    line += '\n';
+    count(m_unread + line.size());
+    if (!m_queue.empty() && m_queue.back().size() + line.size() <= SizeOfPiece) {
+        m_queue.back() += line;
+    } else {
+        m_queue.push_back(std::move(line));
+    }
+}
+
+void ClientSession::count(std::size_t unread) {
+    m_load->unread += unread - m_unread;
+    m_unread = unread;
+}
+
+void ClientSession::write() {
+    while (!m_queue.empty() && !m_isWaiting) {
+        const std::string& text = m_queue.front();
+        error_code error;
+        const std::size_t count =
+            m_socket.write_some(asio::buffer(text.data() + m_sent, text.size() - m_sent), error);
+        if (error == asio::error::would_block) {
+            m_socket.async_wait(Protocol::socket::wait_write,
+                                [session = self()](const error_code& /*told by the next write*/) {
+                                    const Lock lock(session->m_mutex);
+                                    session->m_isWaiting = false;
+                                    session->write();
+                                    session->settle();
+                                });
+            m_isWaiting = true;  // after a call that may throw
+        } else if (error) {
+            close();
+        } else {
+            m_sent += count;
+            this->count(m_unread - count);
+            if (m_sent == text.size()) {
+                m_queue.pop_front();
+                m_sent = 0;
+            }
+        }
+    }
+}
+
+void ClientSession::settle() {
+    if (!m_queue.empty() || m_isHandling) {
+        return;
+    }
+    if (m_stage == Stage::Finishing) {
+        close();
+    } else if (m_stage == Stage::Lingering) {
+        error_code ignored;
+        m_socket.shutdown(Protocol::socket::shutdown_send, ignored);
+    }
+}
+
+void ClientSession::close() {
+    m_stage = Stage::Closed;
+    m_queue = {};
+    count(0);
+    m_linger.cancel();
+    error_code ignored;
+    m_socket.close(ignored);
+}

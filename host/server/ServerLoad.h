@@ -1,0 +1,30 @@
+#ifndef SERVERLOAD_H
+#define SERVERLOAD_H
+
+#include <atomic>
+#include <cstddef>
+#include <mutex>
+
+#include "server/Turns.h"
+
+/// What all clients of a socket have together, and how much of it there may be. It outlives them.
+struct ServerLoad {
+    /// Bytes of lines that clients have begun to send, and the longest line that is taken beyond.
+    static constexpr std::size_t MostLineMemory = std::size_t{48} * 1024 * 1024;
+    static constexpr std::size_t LineLimitBeyond = std::size_t{64} * 1024;
+    /// Bytes of answers that clients have not read.
+    static constexpr std::size_t MostUnread = std::size_t{64} * 1024 * 1024;
+    /// Of one client, besides the answer that is being sent; also the longest answer.
+    static constexpr std::size_t MostUnreadOfClient = std::size_t{16} * 1024 * 1024;
+    /// A message above this is handled while no other such message is.
+    static constexpr std::size_t LargeMessage = std::size_t{1024} * 1024;
+
+    std::atomic<std::size_t> clients{0};
+    std::atomic<std::size_t> inWork{0};  ///< messages
+    std::atomic<std::size_t> lineMemory{0};
+    std::atomic<std::size_t> unread{0};
+    std::mutex dropping;  ///< held by who closes clients for the answers that they do not read
+    Turns largeMessages;
+};
+
+#endif
