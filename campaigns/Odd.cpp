@@ -11,6 +11,7 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <regex>
 
 #include "Campaign.h"
 #include "FullDatabase.h"
@@ -27,7 +28,7 @@ constexpr unsigned SecondsUntilHang = 120;
 constexpr std::size_t AtOnce = 2;
 
 /// What steps are there to change: cells of columns that begin so, in the rows of the table "t" for
-/// which the condition held before the first start.
+/// which the condition held before the first start; "%" is the last character of the column.
 const struct {
     std::string table;
     std::string columns;
@@ -48,9 +49,19 @@ const struct {
      "takes the function of the hardware if it moves"},
     {"START_APPLICATION_FIXED_KEYS", "", "Id IN (SELECT Id FROM START_APPLICATION)",
      "the programmable key replaces it"},
+    {"FEATURE_KEYS", "", "coalesce(Function, '') IN ('', '0') AND Id IN ('30', '31', '38', '39')",
+     "goes if there is a fixed key of that id"},
+    {"START_APPLICATION", "", "ApplicationName IS NULL AND Id IN ('30', '31', '38', '39')",
+     "goes if there is a fixed key of that id"},
     {"FORWARDING_KEY_DESTINATIONS", "Id", "CAST(Id AS INT) > 617", "is renumbered"},
     {"PHONE_BOOK", "UniqueID", "1", "one that is doubled or no number gets a new one"},
     {"CALL_LOG", "UniqueId", "1", "one that is doubled or no number gets a new one"},
+    {"CALL_LOG", "", "coalesce(Number%, '') = ''",
+     "a call without a number goes if its row is split"},
+    {"CALL_LOG", "",
+     "'%' BETWEEN '0' AND '9' AND 'Number%' NOT IN (SELECT name FROM "
+     "pragma_table_info('CALL_LOG'))",
+     "the same"},
     {"CONVERSATIONS", "", "1", "goes where contacts or calls change"},
     {"BLUETOOTH_TRUSTED", "UserContext", "UserContext = ''", "becomes the owner's"},
     {"BLUETOOTH_TRUSTED", "",
@@ -103,10 +114,13 @@ OddTable whatMustStay(const OddDatabase& before, const std::string& table, const
         // A column that is not of today goes, with its name in the log.
         std::string mayChange = log.has(2, "column " + column + " of " + table) ? "1" : "0";
         for (const auto& may : MayChange) {
-            if ((may.table.empty() || may.table == table) && column.find(may.columns) == 0 &&
-                !before.select("SELECT " + may.condition + " FROM " + table + " t")
-                     .columns.empty()) {
-                mayChange += " OR coalesce(" + may.condition + ", 0)";
+            const std::string condition = std::regex_replace(may.condition, std::regex("%"),
+                                                             column.substr(column.size() - 1));
+            const bool isMeant =
+                (may.table.empty() || may.table == table) && column.find(may.columns) == 0;
+            if (isMeant &&
+                !before.select("SELECT " + condition + " FROM " + table + " t").columns.empty()) {
+                mayChange += " OR coalesce(" + condition + ", 0)";
             }
         }
         cells += (cells.empty() ? "" : ", ");
