@@ -8,219 +8,207 @@
 
 namespace {
 
-/// Cells that steps read, by the beginning of the column's name. "*" is a value of its own, "#" a
-/// number of its own, "=" the cell of the row above; the others stand as they are.
+using FullDatabase::execute;
+using FullDatabase::texts;
+
+/// Cells that steps read, by the beginning of the column's name; "*" is a value of its own.
 const struct {
-    std::string column;
+    const char* column;
     std::vector<const char*> values;
 } KnownCells[] = {
     {"UserContext", {"base", "base", "base", "base", "visitor", "visitor", "", nullptr, "other"}},
-    {"UniqueI", {"#", "#", "#", "#", "=", "*", nullptr, "-3", "9223372036854775807", "007"}},
+    {"UniqueI", {"1", "2", "7", "12", "40", "*", nullptr, "-3", "9223372036854775807", "007"}},
     {"Id", {"1", "2", "10", "30", "31", "32", "39", "100", "109", "200", "617", "618", "1017"}},
     {"CallGroupName", {"*"}},
-    {"CallGroup", {"1", "2", "7", "16", "=", "*"}},
-    {"FileType", {"0", "1", "5", "8", "9", "=", "*"}},
+    {"CallGroup", {"1", "2", "7", "16", "*"}},
+    {"FileType", {"0", "1", "5", "8", "9", "*"}},
     {"Schema", {"AudioSettings", "TransportSettings", "AcmsSettings", "#It's, a\\", ""}},
-    {"Name", {"*", "*", "*", "*", "*", "=", "WbmAllowed", "TransactionTimer"}},
+    {"Name", {"*", "*", "*", "*", "*", "WbmAllowed", "TransactionTimer", "TransactionTimer"}},
     {"Function", {"*", "*", "*", "0", ""}},
     {"Rank", {"1", "2", "3", "*"}},
     {"TimeDate", {"2014-03-07T09:15:10+01:00", "2014-03-08T10:15:10Z", "*", ""}},
 };
 
 const char* const OlderTable =
-    "CREATE TABLE IF NOT EXISTS FILEDOWNLOAD_SETTINGS (FileType, UseDefaults, DownloadMethod, "
-    "ServerAddress, ServerPort, FtpAccount, FtpUsername, FtpPassword, FtpPath, Filename, "
-    "HttpsBaseUrl, LastDownload, LastStatus)";
+    "CREATE TABLE FILEDOWNLOAD_SETTINGS (FileType, UseDefaults, DownloadMethod, ServerAddress, "
+    "ServerPort, FtpAccount, FtpUsername, FtpPassword, FtpPath, Filename, HttpsBaseUrl, "
+    "LastDownload, LastStatus)";
 
 std::string textOf(const std::string& form) {
     std::ifstream file(DAS_DATABASES_DIR "/" + form + ".sql", std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// The value in SQL. A string literal holds no NUL byte.
+std::string literal(const std::string& value) {
+    std::string sql = "CAST(x'";
+    for (const unsigned char byte : value) {
+        sql += "0123456789abcdef"[byte / 16];
+        sql += "0123456789abcdef"[byte % 16];
+    }
+    return sql + "' AS TEXT)";
+}
+
+class Maker {
+    std::size_t below(std::size_t limit) { return m_random() % limit; }
+    template <typename List>
+    auto oneOf(const List& list) {
+        return *(std::begin(list) + static_cast<long>(below(std::size(list))));
+    }
+
+public:
+    Maker(sqlite3* db, std::mt19937& random) : m_db(db), m_random(random) {}
+
+    std::string make(const std::vector<std::string>& today) {
+        execute(m_db, "PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF");
+        makeTables(today);
+        for (const std::string& table : tables()) {
+            if (below(5) == 0) {
+                mutilate(table);
+            }
+        }
+        const std::string table = oneOf(tables());
+        const std::string neighbours[] = {
+            "CREATE VIEW ODD AS SELECT * FROM " + table, "CREATE VIEW ODD AS SELECT * FROM NOWHERE",
+            "CREATE TABLE " + table + "_MIGRATION (Stale TEXT)",
+            "CREATE TABLE ODD (UserContext TEXT, Id TEXT, Value BLOB)"};
+        const std::string neighbour = oneOf(neighbours);
+        execute(m_db, neighbour);
+        for (const std::string& each : tables()) {
+            fill(each);
+        }
+        return m_story + "; " + neighbour;
+    }
+
+private:
+    std::vector<std::string> tables() {
+        return texts(m_db,
+                     "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
+                     "'sqlite%' ORDER BY name");
+    }
+    /// Runs what SQLite may refuse: a table that is there, a row that its key admits no more.
+    void tryTo(const std::string& sql) {
+        (void)sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
+    }
+
+    void makeTables(const std::vector<std::string>& today) {
+        m_story = oneOf(FullDatabase::forms());
+        const std::string text = textOf(m_story);
+        const bool hasSettings = text.find("GENERAL_CONFIG") != std::string::npos;
+        execute(m_db, (hasSettings ? "" : textOf("settings_of_today")) + text);
+        execute(m_db,
+                "DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND "
+                "length(Name) % " +
+                    std::to_string(1 + below(4)) + " > 0");
+        for (const std::string& statement : today) {
+            tryTo(below(6) > 0 ? statement : "");
+        }
+        tryTo(below(3) == 0 ? OlderTable : "");
+    }
+
+    /// Makes the table anew with other columns. Its rows stay.
+    void mutilate(const std::string& table) {
+        auto columns = columnsOf(m_db, table);
+        const auto somewhere = [&] {
+            return columns.begin() + static_cast<long>(below(columns.size()));
+        };
+        // Kept: without all its columns this one ends the upgrade.
+        const std::size_t change = table == "FORWARDING_KEY_DESTINATIONS" ? 2 : below(5);
+        if (change == 0 && columns.size() > 1) {
+            columns.erase(somewhere());
+        } else if (change == 1) {
+            columns.erase(somewhere() + 1, columns.end());
+        } else if (change == 2) {
+            columns.insert(somewhere(), "Odd_" + table);
+        }
+        if (const auto order = below(4); order == 0) {
+            std::rotate(somewhere(), columns.end() - 1, columns.end());
+        } else if (order == 1) {
+            std::shuffle(columns.begin(), columns.end(), m_random);
+        }
+        std::string all;
+        std::string shared = "rowid";
+        const std::string information = " FROM pragma_table_info('" + table + "') WHERE ";
+        for (const std::string& column : columns) {
+            const auto type = texts(m_db, "SELECT type" + information + "name = '" + column + "'");
+            const std::string others[] = {"INTEGER", "NUMERIC", "BLOB", ""};
+            all += (all.empty() ? "" : ", ") + column + " " +
+                   (type.empty() || below(12) == 0 ? oneOf(others) : type.front());
+            shared += type.empty() ? "" : ", " + column;
+        }
+        const auto key = texts(m_db, "SELECT group_concat(name, ', ')" + information + "pk");
+        execute(m_db, "ALTER TABLE " + table + " RENAME TO ODD_OLD");
+        tryTo("CREATE TABLE " + table + " (" + all + ", PRIMARY KEY( " +
+              (below(2) == 0 ? key.front() : "") + " ))");
+        tryTo("CREATE TABLE " + table + " (" + all + ")");
+        execute(m_db, "INSERT INTO " + table + " (" + shared + ") SELECT " + shared +
+                          " FROM ODD_OLD; DROP TABLE ODD_OLD");
+        m_story += "; " + table + " (" + all.substr(0, 200) + ")";
+    }
+
+    /// Rows that a key refuses are left out.
+    void fill(const std::string& table) {
+        const auto columns = columnsOf(m_db, table);
+        std::vector<std::string> row(columns.size());
+        for (auto left = below(table == "GENERAL_CONFIG" ? 15 : 6); left > 0; --left) {
+            const bool isTwin = below(6) == 0;
+            std::string all;
+            for (std::size_t i = 0; i < columns.size(); ++i) {
+                row[i] = cell(columns[i], table == "CALL_LOG", isTwin ? row[i] : "");
+                all += (all.empty() ? "" : ", ") + row[i];
+            }
+            tryTo("INSERT INTO " + table + " VALUES (" + all + ")");
+        }
+    }
+
+    /// @p twin is the cell of another row with the same key, if there is one.
+    std::string cell(const std::string& column, bool isPlain, const std::string& twin) {
+        for (const auto& known : KnownCells) {
+            if (column.find(known.column) == 0) {
+                const char* const value = oneOf(known.values);
+                return !twin.empty()      ? twin
+                       : value == nullptr ? "NULL"
+                       : *value == '*'    ? literal(ownValue(isPlain))
+                                          : literal(value);
+            }
+        }
+        return below(12) == 0 ? "NULL" : literal(ownValue(isPlain));
+    }
+
+    /// Kept: a row of calls with a quote or a NUL byte may add rows at each start, so it has none.
+    std::string ownValue(bool isPlain) {
+        const std::string number = std::to_string(++m_values);
+        const std::string plain = "v" + number + "v";
+        const std::string odd[] = {
+            plain + "\nline, \"two\"",       plain + "\\",
+            " <" + plain + "> &amp; ",       "+49 " + plain,
+            "#" + plain + ",,\\,\r\n",       std::to_string(9223372036854000000 + m_values),
+            number + "00000000000000000000", plain + std::string(3000, 'x'),
+            plain + " O'Neil; DROP",         plain + std::string("\0z", 2)};
+        return below(3) > 0 ? plain : odd[below(std::size(odd) - (isPlain ? 2 : 0))];
+    }
+
+    sqlite3* m_db;
+    std::mt19937& m_random;
+    std::string m_story;
+    long m_values = 0;
+};
+
 }  // namespace
 
-OddDatabase::OddDatabase(const std::string& file) : m_db(nullptr, sqlite3_close) {
+OddConnection openDatabase(const std::string& file) {
     sqlite3* db = nullptr;
     sqlite3_open(file.c_str(), &db);
-    m_db.reset(db);
+    return {db, sqlite3_close};
 }
 
-OddTable OddDatabase::select(const std::string& query, const OddTable::Row& values) const {
-    OddTable table;
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(m_db.get(), query.c_str(), -1, &statement, nullptr);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        if (values[i].has_value()) {
-            sqlite3_bind_text(statement, static_cast<int>(i) + 1, values[i]->data(),
-                              static_cast<int>(values[i]->size()), SQLITE_STATIC);
-        }
-    }
-    const int columns = sqlite3_column_count(statement);
-    for (int i = 0; i < columns; ++i) {
-        table.columns.emplace_back(sqlite3_column_name(statement, i));
-    }
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-        auto& row = table.rows.emplace_back(table.columns.size());
-        for (int i = 0; i < columns; ++i) {
-            if (const void* const text = sqlite3_column_text(statement, i); text != nullptr) {
-                row[static_cast<std::size_t>(i)].emplace(static_cast<const char*>(text),
-                                                         sqlite3_column_bytes(statement, i));
-            }
-        }
-    }
-    sqlite3_finalize(statement);
-    return table;
+std::vector<std::string> columnsOf(sqlite3* db, const std::string& table,
+                                   const std::string& schema) {
+    return FullDatabase::texts(
+        db, "SELECT name FROM pragma_table_info('" + table + "', '" + schema + "')");
 }
 
-std::map<std::string, OddTable> OddDatabase::tables() const {
-    std::map<std::string, OddTable> all;
-    for (const std::string& name : tableNames()) {
-        all[name] = select("SELECT * FROM " + name);
-    }
-    all["sqlite_master"] = select("SELECT type, name, sql FROM sqlite_master");
-    return all;
-}
-
-std::vector<std::string> OddDatabase::columnsOf(const std::string& table) const {
-    return FullDatabase::texts(m_db.get(), "SELECT name FROM pragma_table_info('" + table + "')");
-}
-
-std::vector<std::string> OddDatabase::tableNames() const {
-    return FullDatabase::texts(m_db.get(),
-                               "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT "
-                               "LIKE 'sqlite%' ORDER BY name");
-}
-
-void OddDatabase::run(const std::string& sql) {
-    FullDatabase::execute(m_db.get(), sql);
-}
-
-std::string OddDatabase::make(const OddTable& today, std::mt19937& random) {
-    m_random = &random;
-    run("PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF");
-    makeTables(today);
-    for (const std::string& table : tableNames()) {
-        if (below(5) == 0) {
-            mutilate(table);
-        }
-    }
-    const std::string table = oneOf(tableNames());
-    const std::string neighbours[] = {"CREATE VIEW ODD AS SELECT * FROM " + table,
-                                      "CREATE VIEW ODD AS SELECT * FROM NOWHERE",
-                                      "CREATE TABLE " + table + "_MIGRATION (Stale TEXT)",
-                                      "CREATE TABLE ODD (UserContext TEXT, Id TEXT, Value BLOB)"};
-    const std::string neighbour = oneOf(neighbours);
-    run(neighbour);
-    for (const std::string& each : tableNames()) {
-        fill(each);
-    }
-    return m_story + "; " + neighbour;
-}
-
-void OddDatabase::makeTables(const OddTable& today) {
-    m_story = oneOf(FullDatabase::forms());
-    const std::string text = textOf(m_story);
-    const bool hasSettings = text.find("GENERAL_CONFIG") != std::string::npos;
-    run((hasSettings ? "" : textOf("settings_of_today")) + text);
-    run("DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND length(Name) % " +
-        std::to_string(1 + below(4)) + " > 0");
-    for (const auto& row : today.rows) {
-        const bool isOwn = row[0] == "table" && row[1]->find("sqlite_") != 0;
-        if (isOwn && columnsOf(*row[1]).empty() && below(6) > 0) {
-            run(*row[2]);
-        }
-    }
-    run(below(3) == 0 ? OlderTable : "");
-}
-
-/// Makes the table anew with other columns. Its rows stay, if a key that is cut off admits them.
-void OddDatabase::mutilate(const std::string& table) {
-    auto columns = select("SELECT name, type, pk FROM pragma_table_info('" + table + "')").rows;
-    const auto somewhere = [&] {
-        return columns.begin() + static_cast<long>(below(columns.size()));
-    };
-    // Kept: without all its columns this one ends the upgrade.
-    const auto number = table == "FORWARDING_KEY_DESTINATIONS" ? 2 : below(5);
-    if (number == 0 && columns.size() > 1) {
-        columns.erase(somewhere());
-    } else if (number == 1) {
-        columns.erase(somewhere() + 1, columns.end());
-    } else if (number == 2) {
-        columns.insert(somewhere(), {"Odd_" + table, "TEXT", "0"});
-    }
-    if (const auto order = below(4); order == 0) {
-        std::rotate(somewhere(), columns.end() - 1, columns.end());
-    } else if (order == 1) {
-        std::shuffle(columns.begin(), columns.end(), *m_random);
-    }
-    if (below(3) == 0) {
-        const char* const affinities[] = {"INTEGER", "NUMERIC", "BLOB", ""};
-        (*somewhere())[1] = oneOf(affinities);
-    }
-    std::string all;
-    std::string key;
-    std::string shared = "rowid";
-    for (const auto& column : columns) {
-        all += (all.empty() ? "" : ", ") + *column[0] + " " + *column[1];
-        key += column[2] == "0" ? "" : (key.empty() ? "" : ", ") + *column[0];
-        shared += column[0]->find("Odd_") == 0 ? "" : ", " + *column[0];
-    }
-    all += key.empty() || below(2) == 0 ? "" : ", PRIMARY KEY( " + key + " )";
-    run("ALTER TABLE " + table + " RENAME TO ODD_OLD; CREATE TABLE " + table + " (" + all +
-        "); INSERT OR IGNORE INTO " + table + " (" + shared + ") SELECT " + shared +
-        " FROM ODD_OLD; DROP TABLE ODD_OLD");
-    m_story += "; " + table + " (" + all.substr(0, 200) + ")";
-}
-
-/// Rows that a key refuses are left out.
-void OddDatabase::fill(const std::string& table) {
-    const auto columns = columnsOf(table);
-    std::string sql = "INSERT OR IGNORE INTO " + table + " VALUES (?";
-    for (std::size_t i = 1; i < columns.size(); ++i) {
-        sql += ", ?";
-    }
-    OddTable::Row row(columns.size());
-    for (auto left = below(table == "GENERAL_CONFIG" ? 15 : 6); left > 0; --left) {
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            row[i] = cell(columns[i], row[i]);
-            if (table == "CALL_LOG" && row[i].has_value()) {
-                // Kept: what such a row holds of other numbers is added again at each start.
-                std::replace(row[i]->begin(), row[i]->end(), '\'', '"');
-                std::replace(row[i]->begin(), row[i]->end(), '\0', '"');
-            }
-        }
-        (void)select(sql + ")", row);
-    }
-}
-
-std::optional<std::string> OddDatabase::cell(const std::string& column,
-                                             const std::optional<std::string>& above) {
-    for (const auto& known : KnownCells) {
-        if (column.find(known.column) == 0) {
-            const char* const value = oneOf(known.values);
-            switch (value != nullptr ? *value : ' ') {
-                case '*':
-                    return ownValue();
-                case '#':
-                    return value[1] == '\0' ? std::to_string(++m_values) : value;
-                case '=':
-                    return above;
-                default:
-                    return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
-            }
-        }
-    }
-    return below(12) == 0 ? std::nullopt : std::optional<std::string>(ownValue());
-}
-
-std::string OddDatabase::ownValue() {
-    const std::string number = std::to_string(++m_values);
-    const std::string plain = "v" + number + "v";
-    const std::string odd[] = {
-        plain + "\nline, \"two\"",       plain + "\\",
-        plain + " O'Neil; DROP",         plain + std::string("\0z", 2),
-        " <" + plain + "> &amp; ",       "+49 " + plain,
-        "#" + plain + ",,\\,\r\n",       std::to_string(9223372036854000000 + m_values),
-        number + "00000000000000000000", plain + std::string(3000, 'x')};
-    return below(3) == 0 ? oneOf(odd) : plain;
+std::string makeOddDatabase(sqlite3* db, const std::vector<std::string>& today,
+                            std::mt19937& random) {
+    return Maker(db, random).make(today);
 }
