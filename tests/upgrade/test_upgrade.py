@@ -1,25 +1,16 @@
-"""Starts das over databases of earlier releases: whole, killed on its way, and in bad places.
+"""Starts das over databases of earlier releases, and over databases in bad places.
 
 Usage: test_upgrade.py DAS sanitizers=NAMES [unittest arguments]
-
-DAS_KILL_ROUNDS is how often each start is killed, DAS_KILL_SEED where its random numbers begin.
 """
-import os
-import random
 import shutil
 import sqlite3
-import subprocess
 import sys
-import time
 import unittest
 from pathlib import Path
 
 TESTS = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(TESTS / "host"))
-from test_das import DAS, HostTest, request  # noqa: E402
-
-KILL_ROUNDS = int(os.environ.get("DAS_KILL_ROUNDS", "2"))
-KILL_SEED = int(os.environ.get("DAS_KILL_SEED", time.time_ns() % 1000000))
+from test_das import HostTest, request  # noqa: E402
 
 # Text that a database, a file or an answer may trip over; None is NULL.
 HOSTILE = ["Müller-Lüdenscheidt 'Äpfel' %", None, "O'Neil''s", "Q&A <b> &amp; &apos;", "a,b\\,c;\\",
@@ -407,47 +398,6 @@ class Places(UpgradeTest):
                 self.assertIn("database disk image is malformed", run.errors)
                 self.assertEqual(run.answers[0], request("failure", schema="PhoneBook"))
                 self.assertIn(run.answers[1], ["base", "visitor"])
-
-
-class Killed(SettingsTest):
-    def kill_start_within(self, seconds):
-        process = subprocess.Popen([DAS, "request"], env=self.environment(),
-                                   stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL)
-        process.stdin.close()
-        time.sleep(random.uniform(0, seconds))
-        process.kill()
-        process.wait()
-
-    def kill_starts(self, check, **names):
-        """Kills starts over the database that is there, each on its way, and checks the next."""
-        before = self.path.read_bytes()
-        began = time.monotonic()
-        self.start()
-        duration = time.monotonic() - began
-        for kill in range(KILL_ROUNDS):
-            with self.subTest(**names, kill=kill, seed=KILL_SEED):
-                self.path.write_bytes(before)
-                self.kill_start_within(duration)
-                self.start()
-                check()
-
-    def test_a_start_after_a_kill_has_every_row(self):
-        new = self.new_release()
-        print(f"DAS_KILL_SEED={KILL_SEED}", flush=True)
-        random.seed(KILL_SEED)
-        for content in ["many", "hostile"]:
-            for form in FORMS:
-                old = self.make_form(form, content)
-                self.kill_starts(lambda: self.check_upgrade(new, old, form), form=form,
-                                 content=content)
-
-    def test_a_start_after_a_kill_has_every_setting(self):
-        random.seed(KILL_SEED)
-        for content in ["many", "hostile"]:
-            for form in SETTINGS:
-                expected = self.make_settings(form, content)
-                self.kill_starts(lambda: self.check_settings(expected), form=form, content=content)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,214 @@
+#include "OddDatabase.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+#include "FullDatabase.h"
+
+namespace {
+
+using FullDatabase::execute;
+using FullDatabase::texts;
+
+/// Cells that steps read, by the beginning of the column's name; "*" is a value of its own.
+const struct {
+    const char* column;
+    std::vector<const char*> values;
+} KnownCells[] = {
+    {"UserContext", {"base", "base", "base", "base", "visitor", "visitor", "", nullptr, "other"}},
+    {"UniqueI", {"1", "2", "7", "12", "40", "*", nullptr, "-3", "9223372036854775807", "007"}},
+    {"Id", {"1", "2", "10", "30", "31", "32", "39", "100", "109", "200", "617", "618", "1017"}},
+    {"CallGroupName", {"*"}},
+    {"CallGroup", {"1", "2", "7", "16", "*"}},
+    {"FileType", {"0", "1", "5", "8", "9", "*"}},
+    {"Schema", {"AudioSettings", "TransportSettings", "AcmsSettings", "#It's, a\\", ""}},
+    {"Name", {"*", "*", "*", "*", "*", "WbmAllowed", "TransactionTimer", "TransactionTimer"}},
+    {"Function", {"*", "*", "*", "0", ""}},
+    {"Rank", {"1", "2", "3", "*"}},
+    {"TimeDate", {"2014-03-07T09:15:10+01:00", "2014-03-08T10:15:10Z", "*", ""}},
+};
+
+const char* const OlderTable =
+    "CREATE TABLE FILEDOWNLOAD_SETTINGS (FileType, UseDefaults, DownloadMethod, ServerAddress, "
+    "ServerPort, FtpAccount, FtpUsername, FtpPassword, FtpPath, Filename, HttpsBaseUrl, "
+    "LastDownload, LastStatus)";
+
+std::string textOf(const std::string& form) {
+    std::ifstream file(DAS_DATABASES_DIR "/" + form + ".sql", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The value in SQL. A string literal holds no NUL byte.
+std::string literal(const std::string& value) {
+    std::string sql = "CAST(x'";
+    for (const unsigned char byte : value) {
+        sql += "0123456789abcdef"[byte / 16];
+        sql += "0123456789abcdef"[byte % 16];
+    }
+    return sql + "' AS TEXT)";
+}
+
+class Maker {
+    std::size_t below(std::size_t limit) { return m_random() % limit; }
+    template <typename List>
+    auto oneOf(const List& list) {
+        return *(std::begin(list) + static_cast<long>(below(std::size(list))));
+    }
+
+public:
+    Maker(sqlite3* db, std::mt19937& random) : m_db(db), m_random(random) {}
+
+    std::string make(const std::vector<std::string>& today) {
+        execute(m_db, "PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF");
+        makeTables(today);
+        for (const std::string& table : tables()) {
+            if (below(5) == 0) {
+                mutilate(table);
+            }
+        }
+        const std::string table = oneOf(tables());
+        const std::string neighbours[] = {
+            "CREATE VIEW ODD AS SELECT * FROM " + table, "CREATE VIEW ODD AS SELECT * FROM NOWHERE",
+            "CREATE TABLE " + table + "_MIGRATION (Stale TEXT)",
+            "CREATE TABLE ODD (UserContext TEXT, Id TEXT, Value BLOB)"};
+        const std::string neighbour = oneOf(neighbours);
+        execute(m_db, neighbour);
+        for (const std::string& each : tables()) {
+            fill(each);
+        }
+        return m_story + "; " + neighbour;
+    }
+
+private:
+    std::vector<std::string> tables() {
+        return texts(m_db,
+                     "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
+                     "'sqlite%' ORDER BY name");
+    }
+    /// Runs what SQLite may refuse: a table that is there, a row that its key admits no more.
+    void tryTo(const std::string& sql) {
+        (void)sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
+    }
+
+    void makeTables(const std::vector<std::string>& today) {
+        m_story = oneOf(FullDatabase::forms());
+        const std::string text = textOf(m_story);
+        const bool hasSettings = text.find("GENERAL_CONFIG") != std::string::npos;
+        execute(m_db, (hasSettings ? "" : textOf("settings_of_today")) + text);
+        execute(m_db,
+                "DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND "
+                "length(Name) % " +
+                    std::to_string(1 + below(4)) + " > 0");
+        for (const std::string& statement : today) {
+            tryTo(below(6) > 0 ? statement : "");
+        }
+        tryTo(below(3) == 0 ? OlderTable : "");
+    }
+
+    /// Makes the table anew with other columns. Its rows stay.
+    void mutilate(const std::string& table) {
+        auto columns = columnsOf(m_db, table);
+        const auto somewhere = [&] {
+            return columns.begin() + static_cast<long>(below(columns.size()));
+        };
+        // Kept: without all its columns this one ends the upgrade.
+        const std::size_t change = table == "FORWARDING_KEY_DESTINATIONS" ? 2 : below(5);
+        if (change == 0 && columns.size() > 1) {
+            columns.erase(somewhere());
+        } else if (change == 1) {
+            columns.erase(somewhere() + 1, columns.end());
+        } else if (change == 2) {
+            columns.insert(somewhere(), "Odd_" + table);
+        }
+        if (const auto order = below(4); order == 0) {
+            std::rotate(somewhere(), columns.end() - 1, columns.end());
+        } else if (order == 1) {
+            std::shuffle(columns.begin(), columns.end(), m_random);
+        }
+        std::string all;
+        std::string shared = "rowid";
+        const std::string information = " FROM pragma_table_info('" + table + "') WHERE ";
+        for (const std::string& column : columns) {
+            const auto type = texts(m_db, "SELECT type" + information + "name = '" + column + "'");
+            const std::string others[] = {"INTEGER", "NUMERIC", "BLOB", ""};
+            all += (all.empty() ? "" : ", ") + column + " " +
+                   (type.empty() || below(12) == 0 ? oneOf(others) : type.front());
+            shared += type.empty() ? "" : ", " + column;
+        }
+        const auto key = texts(m_db, "SELECT group_concat(name, ', ')" + information + "pk");
+        execute(m_db, "ALTER TABLE " + table + " RENAME TO ODD_OLD");
+        tryTo("CREATE TABLE " + table + " (" + all + ", PRIMARY KEY( " +
+              (below(2) == 0 ? key.front() : "") + " ))");
+        tryTo("CREATE TABLE " + table + " (" + all + ")");
+        execute(m_db, "INSERT INTO " + table + " (" + shared + ") SELECT " + shared +
+                          " FROM ODD_OLD; DROP TABLE ODD_OLD");
+        m_story += "; " + table + " (" + all.substr(0, 200) + ")";
+    }
+
+    /// Rows that a key refuses are left out.
+    void fill(const std::string& table) {
+        const auto columns = columnsOf(m_db, table);
+        std::vector<std::string> row(columns.size());
+        for (auto left = below(table == "GENERAL_CONFIG" ? 15 : 6); left > 0; --left) {
+            const bool isTwin = below(6) == 0;
+            std::string all;
+            for (std::size_t i = 0; i < columns.size(); ++i) {
+                row[i] = cell(columns[i], table == "CALL_LOG", isTwin ? row[i] : "");
+                all += (all.empty() ? "" : ", ") + row[i];
+            }
+            tryTo("INSERT INTO " + table + " VALUES (" + all + ")");
+        }
+    }
+
+    /// @p twin is the cell of another row with the same key, if there is one.
+    std::string cell(const std::string& column, bool isPlain, const std::string& twin) {
+        for (const auto& known : KnownCells) {
+            if (column.find(known.column) == 0) {
+                const char* const value = oneOf(known.values);
+                return !twin.empty()      ? twin
+                       : value == nullptr ? "NULL"
+                       : *value == '*'    ? literal(ownValue(isPlain))
+                                          : literal(value);
+            }
+        }
+        return below(12) == 0 ? "NULL" : literal(ownValue(isPlain));
+    }
+
+    /// Kept: a row of calls with a quote or a NUL byte may add rows at each start, so it has none.
+    std::string ownValue(bool isPlain) {
+        const std::string number = std::to_string(++m_values);
+        const std::string plain = "v" + number + "v";
+        const std::string odd[] = {
+            plain + "\nline, \"two\"",       plain + "\\",
+            " <" + plain + "> &amp; ",       "+49 " + plain,
+            "#" + plain + ",,\\,\r\n",       std::to_string(9223372036854000000 + m_values),
+            number + "00000000000000000000", plain + std::string(3000, 'x'),
+            plain + " O'Neil; DROP",         plain + std::string("\0z", 2)};
+        return below(3) > 0 ? plain : odd[below(std::size(odd) - (isPlain ? 2 : 0))];
+    }
+
+    sqlite3* m_db;
+    std::mt19937& m_random;
+    std::string m_story;
+    long m_values = 0;
+};
+
+}  // namespace
+
+OddConnection openDatabase(const std::string& file) {
+    sqlite3* db = nullptr;
+    sqlite3_open(file.c_str(), &db);
+    return {db, sqlite3_close};
+}
+
+std::vector<std::string> columnsOf(sqlite3* db, const std::string& table,
+                                   const std::string& schema) {
+    return FullDatabase::texts(
+        db, "SELECT name FROM pragma_table_info('" + table + "', '" + schema + "')");
+}
+
+std::string makeOddDatabase(sqlite3* db, const std::vector<std::string>& today,
+                            std::mt19937& random) {
+    return Maker(db, random).make(today);
+}

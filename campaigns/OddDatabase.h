@@ -1,0 +1,28 @@
+#ifndef ODDDATABASE_H
+#define ODDDATABASE_H
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+using OddConnection = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
+OddConnection openDatabase(const std::string& file);
+
+/// The columns of a table of the schema; none if there is no such table.
+std::vector<std::string> columnsOf(sqlite3* db, const std::string& table,
+                                   const std::string& schema = "main");
+
+/**
+ * Makes the tables of an earlier form, and most of those that the statements @p today make, with
+ * columns, keys and contents that no release made. A cell that no step reads has a value of its
+ * own.
+ *
+ * @return what was made. Throws std::runtime_error if that fails.
+ */
+std::string makeOddDatabase(sqlite3* db, const std::vector<std::string>& today,
+                            std::mt19937& random);
+
+#endif
