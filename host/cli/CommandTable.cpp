@@ -144,7 +144,7 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das set FeatureKeys --id 100 Label=Mail", "labels a key"},
           {"das set Locale Language=de", "sets an item of the settings"},
-          {"das set SipBaseSettings SIPpassword=@password.txt", "takes a value from a file"}},
+          {"das set SipBaseSettings SIPpassword=@-", "takes the value from standard input"}},
          {},
          makeSetCommand},
         {"write",

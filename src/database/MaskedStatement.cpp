@@ -329,6 +329,9 @@ std::string MaskedStatement::text(std::size_t limit) const {
 }
 
 std::string MaskedStatement::error(std::string_view words) const {
+    if (words.size() > LoggedText::FailureSize) {
+        words = words.substr(0, words.find('"'));  // without the long token that follows
+    }
     for (const Stretch& secret : m_secrets) {
         const std::size_t place = words.find(m_sql.substr(secret.begin, secret.size));
         if (place != std::string_view::npos) {  // SQLite repeats one token at most

@@ -95,13 +95,13 @@ class Manager(SystemTest):
 
     @unittest.skipIf(SANITIZED or not shutil.which("strace"), "strace is needed, which sanitizers refuse")
     def test_the_watchdog_is_told_while_the_service_goes_on(self):
-        rows = "".join(f"base,9,S{n:030}\n" for n in range(10_000))
+        rows = "".join(f"{n},base,S{n:040}\n" for n in range(1, 8_000))
         (self.root / "data" / "rows.csv").write_text(rows)
         ear = Ear(self, str(self.place / "notify"))
         host = self.start_with("serve", "--socket", self.path, WATCHDOG_USEC="2000000",
                                NOTIFY_SOCKET=str(self.place / "notify"))
         ear.hear_until("WATCHDOG=1")
-        load = json.dumps({"schemaName": "FeatureKeys", "filePathAndName": "/data/rows.csv"})
+        load = json.dumps({"schemaName": "PhoneBook", "filePathAndName": "/data/rows.csv"})
         load = f'{{"jsonrpc":"2.0","id":1,"method":"importData","params":{load}}}'
         for name, delayed, request_line, at_least, at_most in (
                 ("hangs", "fdatasync,fsync:delay_enter=4000000:when=1", asked(update("slow")), 2.5, 60),
@@ -264,9 +264,9 @@ class Hardening(unittest.TestCase):
 
     ROWS = [("segments", "-lW", r"GNU_RELRO"), ("no code on the stack", "-lW", r"GNU_STACK.* RW "),
             ("no fixed place", "-hW", r"Type: +DYN"), ("bound at the start", "-dW", r"BIND_NOW"),
-            ("guarded stack", "--dyn-syms", r" __stack_chk_fail\b"),
-            ("checked buffers", "--dyn-syms", r" __\w+_chk\b"),
-            ("checked containers", "--dyn-syms", r"__glibcxx_assert_fail")]
+            ("guarded stack", "-sW", r" __stack_chk_fail\b"),
+            ("checked buffers", "-sW", r" __\w+_chk\b"),
+            ("checked containers", "-sW", r"__glibcxx_assert_fail")]
 
     def test_each_file_is_hardened(self):
         files = [*(BUILD / "bin").iterdir(), LIBRARIES / SERVICE, LIBRARIES / PLATFORM]
@@ -276,7 +276,7 @@ class Hardening(unittest.TestCase):
                 with self.subTest(file=file.name, name=name):
                     run = subprocess.run(["readelf", option, file], capture_output=True, text=True,
                                          check=True)
-                    self.assertRegex(run.stdout, words)
+                    self.assertTrue(re.search(words, run.stdout))
 
     @unittest.skipUnless(os.uname().machine == "x86_64", "other processors have other marks")
     def test_what_is_called_from_outside_is_marked_as_a_target(self):

@@ -53,7 +53,7 @@ class Log(HostTest):
             values("importUserData", community="geheim", **{"label-100": "plain"}),
             values("exportUserData", community="", **{"label-100": "", "my-passwd": "geheim"}),
             # Refused: broken, unknown, and not served any more.
-            *(ask(request("write_request", "<AdminPassword>geh<eim</AdminPassword>geheim", schema))
+            *(ask(request("write_request", "<AdminPassword>geh<eim</AdminPassword>", schema))
               for schema in ("SecuritySettings", "CodecSettings", "PhoneBook", "CallLog", "Unknown")),
             ask(request("delete_request", "<Id pwd='geheim'>9</Id><PIN>geheim", "BluetoothTrusted")),
             ("factoryReset", {}),
