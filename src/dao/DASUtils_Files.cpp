@@ -164,7 +164,8 @@ private:
     std::size_t m_keyPlace = static_cast<std::size_t>(-1);
 };
 
-bool isOpen(const CsvReader& file, const std::string& path) {
+/// Logs that a file was opened, or was not. Whether it was.
+bool logOpened(const CsvReader& file, const std::string& path) {
     DAS_LOG(5, "Opening %s", path.c_str());
     if (!file.isOpen()) {
         DAS_LOG(5, "error opening %s", path.c_str());
@@ -342,7 +343,7 @@ bool DASUtils::readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
 bool DASUtils::recreateTableFromFile(DatabaseAdapter* adapter, const std::string& table,
                                      const std::string& path) {
     CsvReader file(path);
-    return isOpen(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
+    return logOpened(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
                return insertRowsOfFile(open, table, file, path);
            });
 }
@@ -374,7 +375,7 @@ int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string&
     const auto restore = [&] {
         PairList created = columns;
         CsvReader file(ScratchFile);
-        return isOpen(file, ScratchFile) && adapter->createTable(table, created) == 0 &&
+        return logOpened(file, ScratchFile) && adapter->createTable(table, created) == 0 &&
                insertRowsOfFile(*adapter, table, file, ScratchFile);
     };
     // The text names the call log whichever table it is: kept on purpose, it is looked for.
@@ -392,7 +393,7 @@ bool DASUtils::updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
                                                     const std::vector<std::string>& columns,
                                                     const std::string& path) {
     CsvReader file(path, commentsFor(table));
-    return isOpen(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
+    return logOpened(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
                return storeItems(open, table, columns, file);
            });
 }
@@ -401,5 +402,5 @@ bool DASUtils::updateItemsInTransaction(DatabaseAdapter& adapter, const std::str
                                         const std::vector<std::string>& columns,
                                         const std::string& path) {
     CsvReader file(path, commentsFor(table));
-    return isOpen(file, path) && storeItems(adapter, table, columns, file);
+    return logOpened(file, path) && storeItems(adapter, table, columns, file);
 }
