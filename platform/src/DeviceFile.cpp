@@ -22,6 +22,12 @@ bool lookAt(const std::string& path, struct stat& status) {
     return file.isOpen() && ::fstat(file.get(), &status) == 0;
 }
 
+/// Whether a file that is missing now would be one of the service, such as a journal.
+bool isOfService(const std::string& path) {
+    const DevicePlace::Target target = DevicePlace::target(path);
+    return target.folder.isOpen() && OwnFiles::has(target.folder.get(), target.name);
+}
+
 }  // namespace
 
 DeviceFile::Buffer::~Buffer() {
@@ -65,6 +71,8 @@ DeviceFile::DeviceFile(const std::string& path) : std::istream(nullptr), m_buffe
     }
     if (m_error == 0 || (m_error == ENXIO && lookAt(path, status))) {
         m_error = FileKind::refusal(status, "open", path);
+    } else if (m_error == ENOENT && isOfService(path)) {
+        m_error = FileKind::refuseOwn("open", path);
     }
     if (m_error != 0) {
         setstate(std::ios::failbit);

@@ -163,7 +163,8 @@ private:
     std::size_t m_keyPlace = static_cast<std::size_t>(-1);
 };
 
-bool isOpen(const CsvReader& file, const std::string& path) {
+/// Logs that a file was opened, or was not. Whether it was.
+bool logOpened(const CsvReader& file, const std::string& path) {
     DAS_LOG(5, "Opening %s", path.c_str());
     if (!file.isOpen()) {
         DAS_LOG(5, "error opening %s", path.c_str());
@@ -310,7 +311,7 @@ bool DASUtils::readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
 bool DASUtils::recreateTableFromFile(DatabaseAdapter* adapter, const std::string& table,
                                      const std::string& path) {
     CsvReader file(path);
-    return isOpen(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
+    return logOpened(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
                return insertRowsOfFile(open, table, file, path);
            });
 }
@@ -320,7 +321,7 @@ bool DASUtils::updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
                                                     const std::vector<std::string>& columns,
                                                     const std::string& path) {
     CsvReader file(path, commentsFor(table));
-    return isOpen(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
+    return logOpened(file, path) && inTransaction(adapter, [&](DatabaseAdapter& open) {
                return storeItems(open, table, columns, file);
            });
 }

@@ -415,10 +415,6 @@ private:
 
     std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
                            CsvReader& file);
-    /// The transaction of importRowsOfUser.
-    int storeRowsOfUser(CsvReader& file, const std::string& location,
-                        const std::function<int(std::vector<std::string>&)>& store,
-                        const std::function<void()>& prepare);
     bool hasColumn(const std::string& name) const;
     /// Makes a table without rows, and takes the names of its columns. False when there is none.
     bool prepareImport(std::vector<std::string>& names);

@@ -28,12 +28,19 @@ void logRefused(std::size_t rows, const std::string& path) {
     }
 }
 
-bool isOpen(const CsvReader& file, const std::string& path) {
+/// Logs that a file was opened, or was not. Whether it was.
+bool logOpened(const CsvReader& file, const std::string& path) {
     DAS_LOG(5, "Opening %s", path.c_str());
     if (!file.isOpen()) {
         DAS_LOG(5, "error opening %s", path.c_str());
     }
     return file.isOpen();
+}
+
+void storeRows(CsvReader& file, const std::string& path,
+               const std::function<int(std::vector<std::string>&)>& store) {
+    logRefused(file.forEachRow(store), path);
+    DAS_LOG(5, "Scanning complete");
 }
 
 bool writeHeader(DatabaseAdapter& adapter, const std::string& table, const std::string& version,
@@ -142,7 +149,7 @@ bool DataAccessObject::getMetadata(const std::string& path, std::string& version
 bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::string>& columns,
                                           std::string& path) {
     CsvReader file(path);
-    if (!isOpen(file, path)) {
+    if (!logOpened(file, path)) {
         return false;
     }
     DAS_LOG(5, "Scanning file...");
@@ -241,38 +248,37 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
                                        const std::function<int(std::vector<std::string>&)>& store,
                                        const std::function<void()>& prepare) {
     CsvReader file(location);
-    return isOpen(file, location) ? storeRowsOfUser(file, location, store, prepare) : 1;
+    if (!logOpened(file, location)) {
+        return 1;
+    }
+    const auto import = [&] {
+        if (prepare) {
+            prepare();
+        }
+        storeRows(file, location, store);
+        return true;
+    };
+    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, import) ? 0 : 1;
 }
 
 int DataAccessObject::replaceRowsOfUser(
     const std::string& context, const std::string& location,
     const std::function<int(std::vector<std::string>&)>& store) {
-    const auto removeOlder = [&] {
-        (void)deleteContextData(context);  // nothing to delete is a failure there
-    };
     CsvReader file(location);
-    if (isOpen(file, location)) {
-        return storeRowsOfUser(file, location, store, removeOlder);
+    if (!file.isOpen() && !file.isMissing()) {
+        (void)logOpened(file, location);
+        return 1;
     }
-    if (file.isMissing()) {
-        removeOlder();  // kept on purpose: management empties a user's table by a missing file
-    }
-    return 1;
-}
-
-int DataAccessObject::storeRowsOfUser(CsvReader& file, const std::string& location,
-                                      const std::function<int(std::vector<std::string>&)>& store,
-                                      const std::function<void()>& prepare) {
-    const auto import = [&] {
-        if (prepare) {
-            prepare();
+    const auto replace = [&] {
+        (void)deleteContextData(context);  // nothing to delete is a failure there
+        if (logOpened(file, location)) {
+            storeRows(file, location, store);
         }
-        logRefused(file.forEachRow(store), location);
-        DAS_LOG(5, "Scanning complete");
-        return true;
+        return true;  // kept on purpose: management empties a user's table by a missing file
     };
     return m_dbAdapter != nullptr &&
-                   runWholeOrNot(*m_dbAdapter, import, TransactionGuard::Locks::AtOnce)
+                   runWholeOrNot(*m_dbAdapter, replace, TransactionGuard::Locks::AtOnce) &&
+                   file.isOpen()
                ? 0
                : 1;
 }

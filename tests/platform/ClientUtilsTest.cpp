@@ -3,26 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdio>
-#include <fstream>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "LogCapture.h"
+
 namespace {
 
 using Texts = std::vector<std::string>;
-
-/// A stream over @p content, whose file is already removed.
-std::ifstream fileOf(const std::string& content) {
-    std::string name = testing::TempDir() + "clientutils-XXXXXX";
-    std::FILE* file = fdopen(mkstemp(name.data()), "w");
-    std::fputs(content.c_str(), file);
-    std::fclose(file);
-    std::ifstream stream(name);
-    std::remove(name.c_str());
-    return stream;
-}
 
 TEST(ClientUtilsTest, StoiTakesTheNumberAtTheFrontAndClampsIt) {
     const std::pair<const char*, int> rows[] = {{"", 0},
@@ -97,13 +87,35 @@ TEST(ClientUtilsTest, LinesAreCutAtCommasWithoutABackslash) {
 }
 
 TEST(ClientUtilsTest, HeaderGivesVersionAndPositionsOfTheWantedColumns) {
-    std::ifstream stream = fileOf("#$VERSION=12\r\n#$COLUMNS=Tag,Schema,Item\r\n1,2,3\n");
+    std::istringstream stream("#$VERSION=12\r\n#$COLUMNS=Tag,Schema,Item\r\n1,2,3\n");
     int version = 0;
     std::vector<int> positions = {9};
     EXPECT_TRUE(ClientUtils::getVersion(stream, version));
     EXPECT_EQ(12, version);
     EXPECT_TRUE(ClientUtils::getColumnPositions(stream, {"Item", "Tag"}, positions));
     EXPECT_EQ((std::vector<int>{2, 0}), positions);
+}
+
+TEST(ClientUtilsTest, ALineIsReadWholeUpToALimitAndPassedOverBeyondIt) {
+    using Line = ClientUtils::Line;
+    for (const std::size_t size : {0U, 1U, 4094U, 4095U, 4096U, 8190U, 1048576U, 1048577U}) {
+        std::istringstream stream(std::string(size, 'x') + "\nnext");
+        std::string line = "older";
+        const bool isRead = size <= ClientUtils::LongestLine;
+        EXPECT_EQ(ClientUtils::readLine(stream, line), isRead ? Line::Read : Line::TooLong);
+        EXPECT_EQ(line, std::string(isRead ? size : 0, 'x')) << size;
+        EXPECT_EQ(ClientUtils::readLine(stream, line), Line::Read);
+        EXPECT_EQ(line, "next");
+        EXPECT_EQ(ClientUtils::readLine(stream, line), Line::End);
+    }
+    LogCapture log;
+    std::istringstream stream(std::string(2000000, ',') + "\na,b\n");
+    Texts fields;
+    EXPECT_TRUE(ClientUtils::readLineFromCsvFileAndParse(stream, fields));
+    EXPECT_EQ(fields, Texts());
+    EXPECT_TRUE(log.has(2, "A line of more than 1048576 bytes is passed over"));
+    EXPECT_TRUE(ClientUtils::readLineFromCsvFileAndParse(stream, fields));
+    EXPECT_EQ(fields, (Texts{"a", "b"}));
 }
 
 TEST(ClientUtilsTest, SecretsAreKnownByTheirExactNameOrByAPartOfIt) {

@@ -1,5 +1,6 @@
 // The contacts as a file for web management.
 
+#include "DataFiles.h"
 #include "RecordingManagement.h"
 #include "ServiceTest.h"
 
@@ -29,6 +30,22 @@ TEST_F(ContactsCsvTest, WordWritesTheContactsOfBothUsersAndTellsManagement) {
     const std::string line = "\"M\xC3\xBCller, \"\"A\"\"\",,,\"O'N\",,,,,,,,\"1\"\n";
     EXPECT_EQ(readFile(onDevice(File)), Header + line + line);
     EXPECT_EQ(m_management.toWbm, "contacts-status=4;");
+}
+
+// It was emptied, and management was sent the status of a new one.
+TEST_F(ContactsCsvTest, AnOlderFileOutlivesAFullDisk) {
+    m_context.services["LocalMgmtIfc"] = &m_management;
+    writeFile(onDevice(File), "older");
+    {
+        FileSizeLimit limit(40);
+        EXPECT_EQ(send("saveContactsToCSV"), "endOfSaveContactsToCSVRequest");
+    }
+    sql("DROP TABLE PHONE_BOOK");
+    send("saveContactsToCSV");
+    EXPECT_EQ(readFile(onDevice(File)), "older");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(place() / "root/tmp"), {}), 1);
+    EXPECT_TRUE(m_log.has(2, "Cannot write " + File + ": File too large"));
+    EXPECT_EQ(m_management.toWbm, "contacts-status=3;contacts-status=3;");
 }
 
 TEST_F(ContactsCsvTest, StatusTellsWhetherAFileIsThere) {

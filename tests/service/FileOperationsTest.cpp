@@ -84,15 +84,18 @@ TEST_F(FileOperationsTest, AFileMovesAcrossTheBorderOfAFileSystem) {
     struct stat here {};
     struct stat there {};
     ::stat(place().c_str(), &here);
-    if (::stat("/dev/shm", &there) != 0 || here.st_dev == there.st_dev) {
+    const fs::path another = fs::temp_directory_path();
+    if (::stat(another.c_str(), &there) != 0 || here.st_dev == there.st_dev) {
         GTEST_SKIP() << "one file system only";
     }
-    std::string name = "/dev/shm/das-XXXXXX";
+    std::string name = (another / "das-XXXXXX").string();
     const fs::path other = ::mkdtemp(name.data());
     ::setenv("DAS_ROOT", "", 1);
     writeFile(place() / "a", "text");
+    fs::permissions(place() / "a", fs::perms(0640));
     EXPECT_TRUE(service().moveFile((place() / "a").string(), (other / "b").string()));
     EXPECT_EQ(readFile(other / "b"), "text");
+    EXPECT_EQ(fs::status(other / "b").permissions(), fs::perms(0640));
     EXPECT_FALSE(fs::exists(place() / "a"));
     EXPECT_FALSE(service().moveFile((other / "b").string(), (place() / "no" / "b").string()));
     EXPECT_EQ(readFile(other / "b"), "text");
@@ -103,20 +106,94 @@ TEST_F(FileOperationsTest, NothingOutsideOfTheDeviceIsReached) {
     writeFile(place() / "canary", "sings");
     fs::create_directory_symlink(place(), onDevice("/data/out"));
     fs::create_symlink(place() / "canary", onDevice("/data/link"));
-    for (const char* path : {"/../canary", "/data/../../canary", "../canary", "/data/out/canary",
-                             "/data/link", "/none/../../canary", "/data/out/../canary"}) {
+    fs::create_symlink(place() / "hatched", onDevice("/data/dangling"));
+    send("PhoneBook", "write_request", xml::context("base", xml::entry({{"Surname", "x"}})));
+    for (const char* path : {"/../canary", "/data/out/canary", "/data/link", "/data/dangling",
+                             "/data/out/../canary"}) {
         SCOPED_TRACE(path);
-        m_log.clear();
-        EXPECT_EQ(Storage::devicePath(path), "");
-        EXPECT_TRUE(m_log.has(2, "leaves the device"));
-        EXPECT_FALSE(service().moveFile(path, "/data/in"));
+        EXPECT_TRUE(service().exportData("PhoneBook", base, path));
+        EXPECT_TRUE(service().importData("PhoneBook", path));
         makeFile("/data/a");
-        EXPECT_FALSE(service().moveFile("/data/a", path));
-        EXPECT_TRUE(service().exportData("FeatureKeys", base, path));
+        (void)service().moveFile("/data/a", path);
+        (void)service().moveFile(path, "/data/in");
         EXPECT_EQ(readFile(place() / "canary"), "sings");
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM PHONE_BOOK WHERE UserContext = 'sings'"), "0");
     }
+    EXPECT_EQ(std::distance(fs::directory_iterator(place()), {}), 3) << "db, root and canary";
     EXPECT_TRUE(service().readDirectory("/data/out", true, true, true, &m_directories, &m_files));
     EXPECT_TRUE(m_directories.at(0).second.empty()) << "a link out shows nothing";
+}
+
+// Acknowledged exports to the database lost all contacts at the next start.
+TEST_F(FileOperationsTest, TheServicesOwnFilesAreReachedByNoDoor) {
+    ::setenv("DAS_ROOT", place().c_str(), 1);
+    start();
+    send("PhoneBook", "write_request", xml::context("base", xml::entry({{"Surname", "kept"}})));
+    writeFile(place() / "db/dascrypt.key", std::string(32, 'k'));
+    fs::create_hard_link(database(), place() / "db/hard");
+    fs::create_symlink("phone.db", place() / "db/link");
+    const auto everything = [this] {
+        return readFile(database()) + readFile(place() / "db/dascrypt.key");
+    };
+    const std::string before = everything();
+    for (const char* name : {"phone.db", "phone.db-journal", "phone.db.before-upgrade",
+                             "dascrypt.key", "hard"}) {
+        const std::string path = std::string("/db/") + name;
+        SCOPED_TRACE(path);
+        writeFile(place() / "root/data/other", "other");
+        EXPECT_TRUE(service().exportData("PhoneBook", base, path));
+        EXPECT_FALSE(service().moveFile("/root/data/other", path));
+        EXPECT_FALSE(service().renameFile(path, "/root/data/taken"));
+        EXPECT_TRUE(service().importData("PhoneBook", base, path));
+        EXPECT_TRUE(m_log.has(2, "Cannot write " + path + ": it is a file of the service itself"));
+        EXPECT_TRUE(everything() == before);
+    }
+    EXPECT_TRUE(service().importData("PhoneBook", base, "/db/link"));
+    EXPECT_FALSE(service().moveFile("/db", "/elsewhere"));
+    EXPECT_EQ(cell("SELECT Surname FROM PHONE_BOOK"), "kept");
+}
+
+// Any of them made a request or the start wait for good.
+TEST_F(FileOperationsTest, APipeInPlaceOfAFileStopsNothing) {
+    const char* const contacts = "/tmp/VX_contacts.csv";
+    send("PhoneBook", "write_request", xml::context("base", xml::entry({{"Surname", "kept"}})));
+    send("CallLog", "write_request", xml::context("base", xml::entry({{"Surname", "kept"}})));
+    for (const char* path : {contacts, "/Aurel_Deploy/DasTagMappings.csv",
+                             "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv",
+                             "/Aurel_Deploy/DasUpdateValues.csv",
+                             "/.QuilldeskRootFileSystemImageVersion.prev.txt"}) {
+        fs::remove(onDevice(path));
+        ASSERT_EQ(::mkfifo(onDevice(path).c_str(), 0600), 0);
+    }
+    start();
+    EXPECT_EQ(send("saveContactsToCSV"), "endOfSaveContactsToCSVRequest");
+    for (const char* schema : {"PhoneBook", "CallLog", "CallGroup"}) {
+        EXPECT_TRUE(service().exportData(schema, base, contacts));
+        EXPECT_TRUE(service().importData(schema, contacts));
+        EXPECT_TRUE(service().importData(schema, base, contacts));
+        EXPECT_TRUE(m_log.has(2, "importDataForUser failed with 1, schema = " +
+                                     std::string(schema)));
+    }
+    EXPECT_EQ(cell("SELECT Surname FROM PHONE_BOOK") + cell("SELECT Surname FROM CALL_LOG"),
+              "keptkept");
+    EXPECT_TRUE(service().importData("PhoneBook", base, "/tmp/missing.csv"));
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM PHONE_BOOK"), "0") << "kept: management empties it so";
+}
+
+TEST_F(FileOperationsTest, WhatOthersMayReadIsClosedToThemBeforeTheStart) {
+    stop();
+    const fs::path journal = database().string() + "-journal";
+    const fs::path key = place() / "db/dascrypt.key";
+    writeFile(key, std::string(32, 'k'));
+    writeFile(journal, "");
+    for (const fs::path& file : {database(), journal, key}) {
+        ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    }
+    start();
+    for (const fs::path& file : {database(), key}) {
+        EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600)) << file;
+    }
+    EXPECT_FALSE(fs::exists(journal) && fs::status(journal).permissions() != fs::perms(0600));
 }
 
 TEST_F(FileOperationsTest, APathWithAZeroByteIsNotWalked) {

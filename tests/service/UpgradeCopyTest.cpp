@@ -126,6 +126,27 @@ TEST_F(UpgradeCopyTest, AStartThatWasCutOffIsTakenBack) {
     }
 }
 
+// The link was replaced by a file, and its target kept the changes of the upgrade.
+TEST_F(UpgradeCopyTest, ADatabaseBehindALinkIsPutBackWhereTheLinkLeads) {
+    const std::filesystem::path real = place() / "elsewhere" / "real.db";
+    std::filesystem::create_directory(real.parent_path());
+    std::filesystem::create_symlink("../elsewhere/real.db", database());
+    const mode_t mask = ::umask(0);
+    load("settings_4");
+    startAndDie("CREATE TABLE", 5);
+    EXPECT_TRUE(std::filesystem::exists(real.string() + ".before-upgrade"));
+    start();
+    ::umask(mask);
+    EXPECT_TRUE(m_log.has(2, "An upgrade was cut off: the database is as it was before"));
+    EXPECT_TRUE(service().factoryReset());
+    EXPECT_FALSE(std::filesystem::exists(real)) << "the data goes, and not its link";
+    start();
+    EXPECT_TRUE(std::filesystem::is_symlink(database()));
+    EXPECT_EQ(std::filesystem::status(real).permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(real.parent_path()), {}), 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(database().parent_path()), {}), 1);
+}
+
 // In that mode nothing is told before a change, so an upgrade had no copy.
 TEST_F(UpgradeCopyTest, ADatabaseInWalModeIsCopiedToo) {
     load("settings_4");
