@@ -171,13 +171,14 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
     if (rows.empty()) {
         return rowId.empty() ? 1 : updateOneRow(adapter, user, table, {rowId, newValues});
     }
-    std::unique_ptr<TransactionGuard> transaction;
-    if (rows.size() > 1) {
-        // At once: whoever keeps the batch from being stored is waited for once, not at each row.
-        transaction = std::make_unique<TransactionGuard>(adapter, TransactionGuard::Locks::AtOnce);
-        if (transaction->beginResult() != 0) {
-            return transaction->beginResult();
-        }
+    if (rows.size() == 1) {
+        const RowData& row = rows.front();
+        return row.identifier.empty() ? 1 : updateOneRow(adapter, user, table, row);
+    }
+    // At once: whoever keeps the batch from being stored is waited for once, not at each row.
+    TransactionGuard transaction(adapter, TransactionGuard::Locks::AtOnce);
+    if (transaction.beginResult() != 0) {
+        return transaction.beginResult();
     }
     int result = 1;
     for (const RowData& row : rows) {

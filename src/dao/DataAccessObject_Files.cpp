@@ -258,7 +258,10 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
         storeRows(file, location, store);
         return true;
     };
-    return m_dbAdapter != nullptr && runWholeOrNot(*m_dbAdapter, import) ? 0 : 1;
+    return m_dbAdapter != nullptr &&
+                   runWholeOrNot(*m_dbAdapter, import, TransactionGuard::Locks::AtOnce)
+               ? 0
+               : 1;
 }
 
 int DataAccessObject::replaceRowsOfUser(
