@@ -14,12 +14,11 @@ constexpr const char* LogSource = "./src/AssignedNumbers";
 
 const std::string NewNumber = "NULL";
 
-/// Whether @p number has too few characters to be above the highest number, also without its quotes.
-/// One with an exponent may be short.
+/// Whether @p number has too few characters to be above the highest number, also without its
+/// quotes. One with an exponent may be short.
 bool isSurelyLow(const std::string& number) {
     constexpr std::size_t digitsOfLowNumber = 15;
-    return number.size() <= digitsOfLowNumber &&
-           number.find_first_of("eE") == std::string::npos;
+    return number.size() <= digitsOfLowNumber && number.find_first_of("eE") == std::string::npos;
 }
 
 }  // namespace
@@ -31,12 +30,11 @@ bool AssignedNumbers::mayBeStored(DatabaseAdapter& adapter, const Key& key,
     }
     // SQLite tells what it would take the text for.
     Rows rows;
-    const bool isAsked =
-        adapter.executeSQLQuery("SELECT CAST(" + number + " AS NUMERIC) > " +
-                                    ClientUtils::int64tos(Highest) +
-                                    " AND NOT EXISTS (SELECT 1 FROM " + key.table + " WHERE " +
-                                    key.column + " = " + number + ");",
-                                rows) == 0;
+    const bool isAsked = adapter.executeSQLQuery("SELECT CAST(" + number + " AS NUMERIC) > " +
+                                                     ClientUtils::int64tos(Highest) +
+                                                     " AND NOT EXISTS (SELECT 1 FROM " + key.table +
+                                                     " WHERE " + key.column + " = " + number + ");",
+                                                 rows) == 0;
     const bool mayBe = isAsked && rows.at(0).at(0) == "0";
     if (!mayBe) {
         DAS_LOG(2, "No new row of %s may have the number %s, which is above %lld",

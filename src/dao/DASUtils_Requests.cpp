@@ -81,8 +81,7 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
 
 }  // namespace
 
-DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao,
-                                                    DatabaseAdapter& adapter,
+DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
                                                     const std::string& table) {
     PairList all;
     std::string count;
@@ -100,8 +99,8 @@ DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter&
     // They are stored together or not at all, so one row tells.
     PairList all;
     std::string count;
-    const bool isFilled = dao.defaultRowIds().empty() ||
-                          (adapter.countRows(table, all, count) == 0 && count != "0");
+    const bool isFilled =
+        dao.defaultRowIds().empty() || (adapter.countRows(table, all, count) == 0 && count != "0");
     return isFilled ? TableState::Ready : TableState::NotFilled;
 }
 

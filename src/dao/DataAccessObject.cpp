@@ -156,10 +156,10 @@ void DataAccessObject::handleRequest(const char* text, int length) {
         m_responseReason = DASUtilsStrings::FailureResponse;
         return;
     }
-    handleRequestHelper(text, length,
-                        {*this, *m_dbAdapter, m_tableName, m_startHandler, m_endHandler,
-                         m_charHandler, m_requestContext, m_reason, m_responseUser,
-                         m_responseReason});
+    handleRequestHelper(
+        text, length,
+        {*this, *m_dbAdapter, m_tableName, m_startHandler, m_endHandler, m_charHandler,
+         m_requestContext, m_reason, m_responseUser, m_responseReason});
 }
 
 bool DataAccessObject::hasAdapter() const {

@@ -335,7 +335,8 @@ protected:
     std::vector<std::string> columnNames() const;
 
     /// Inserts one line of a data file, plain text: XML escapes are undone, and the value of the
-    /// column of @p key is that of AssignedNumbers::ofFile. A raw SQLite code, 1 without an adapter.
+    /// column of @p key is that of AssignedNumbers::ofFile. A raw SQLite code, 1 without an
+    /// adapter.
     int insertLineOfFile(const std::string& table, const std::vector<std::string>& names,
                          const std::vector<std::string>& values, const AssignedNumbers::Key& key);
 

@@ -148,8 +148,8 @@ int KeyedTableDAO::writeRow(const DASUtils::RowData& row) {
     if (row.identifier.empty() && !makesKeys()) {
         return 1;
     }
-    const std::string key = row.identifier.empty() ? "NULL"
-                                                   : DASUtils::convertToDBFormat(row.identifier);
+    const std::string key =
+        row.identifier.empty() ? "NULL" : DASUtils::convertToDBFormat(row.identifier);
     if (makesKeys() &&
         !AssignedNumbers::mayBeStored(*m_dbAdapter, {m_tableName, keyColumn().name}, key)) {
         return 1;
@@ -296,8 +296,9 @@ int KeyedTableDAO::updateItemInTable(const std::string& table, std::vector<std::
     row.reserve(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
         const bool isNumber = makesKeys() && names[i] == keyColumn().name;
-        row.push_back(isNumber ? AssignedNumbers::ofFile(*m_dbAdapter, {table, names[i]}, values.at(i))
-                               : DASUtils::escapeAndQuote(values.at(i)));
+        row.push_back(isNumber
+                          ? AssignedNumbers::ofFile(*m_dbAdapter, {table, names[i]}, values.at(i))
+                          : DASUtils::escapeAndQuote(values.at(i)));
     }
     return m_dbAdapter->insert(table, row, nullptr);
 }

@@ -104,8 +104,8 @@ std::string Renumbering::ofSequence() const {
 
 bool Renumbering::hasHighSequence() {
     return hasColumn(SequenceTable, "seq") &&
-           gives("SELECT 1 FROM " + SequenceTable + ofSequence() +
-                 " AND CAST(seq AS INTEGER) > " + Highest + ";");
+           gives("SELECT 1 FROM " + SequenceTable + ofSequence() + " AND CAST(seq AS INTEGER) > " +
+                 Highest + ";");
 }
 
 bool Renumbering::readHighRows(const std::string& table, const std::string& column, Rows& rows) {
@@ -183,8 +183,8 @@ bool Renumbering::moveReferences(const Moves& moves) {
 
 bool Renumbering::resetSequence() {
     return execute("UPDATE " + SequenceTable + " SET seq = (SELECT COALESCE(MAX(CAST(" +
-                   m_table.number + " AS INTEGER)), 0) FROM " + m_table.table + ")" +
-                   ofSequence() + ";");
+                   m_table.number + " AS INTEGER)), 0) FROM " + m_table.table + ")" + ofSequence() +
+                   ";");
 }
 
 }  // namespace
