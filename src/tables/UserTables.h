@@ -17,7 +17,7 @@ public:
     UserTableDAO(DatabaseAdapter* adapter, std::shared_ptr<const TableLayout> layout);
 
     /// Updates the row that the first two values name, context and "Id", or inserts it. 1 when the
-    /// "Id" is no number. Fewer values than columns raise std::out_of_range.
+    /// "Id" is no number. Fewer values than columns throw std::out_of_range.
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
 };
