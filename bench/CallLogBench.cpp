@@ -251,7 +251,8 @@ Operation readJoined(int contacts, const std::string& name) {
             "PHONE_BOOK.Mobile = CALL_LOG.Number0        OR         PHONE_BOOK.Private = "
             "CALL_LOG.Number0 )        AND PHONE_BOOK.UserContext = 'base'        AND "
             "CALL_LOG.Number0 <> '' WHERE CALL_LOG.UserContext = 'base' AND CALL_LOG.UniqueId NOT "
-            "IN (SELECT CONVERSATIONS.CallLogId FROM CONVERSATIONS WHERE CONVERSATIONS.CallLogId IS "
+            "IN (SELECT CONVERSATIONS.CallLogId FROM CONVERSATIONS WHERE CONVERSATIONS.CallLogId "
+            "IS "
             "NOT NULL) GROUP BY CALL_LOG.UniqueId ORDER BY CALL_LOG.TimeDate0 DESC;"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {

@@ -28,7 +28,7 @@ bool AssignedNumbers::mayBeStored(DatabaseAdapter& adapter, const Key& key,
     if (isSurelyLow(number)) {
         return true;
     }
-    // SQLite tells what it would take the text for.
+    // SQLite itself decides what number the text is.
     Rows rows;
     const bool isAsked = adapter.executeSQLQuery("SELECT CAST(" + number + " AS NUMERIC) > " +
                                                      ClientUtils::int64tos(Highest) +

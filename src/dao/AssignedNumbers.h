@@ -23,13 +23,13 @@ public:
         const std::string& table;
         const std::string& column;
     };
-    /// Whether a client may store a row under @p number, as it stands in the statement: it is at most
-    /// Highest, no number, or that of a row that is there. False, with a line in the log, also when
-    /// this can't be asked.
+    /// Whether a client may store a row under @p number, as it stands in the statement: it is at
+    /// most Highest, no number, or that of a row that is there. False, with a line in the log, also
+    /// when this can't be asked.
     [[nodiscard]] static bool mayBeStored(DatabaseAdapter& adapter, const Key& key,
                                           const std::string& number);
-    /// The number of a row of a data file, @p text, as it stands in the statement: NULL, so that the
-    /// database gives it a new one, for a blank one and for one that may not be stored.
+    /// The number of a row of a data file, @p text, as it stands in the statement: NULL, so that
+    /// the database gives it a new one, for a blank one and for one that may not be stored.
     [[nodiscard]] static std::string ofFile(DatabaseAdapter& adapter, const Key& key,
                                             const std::string& text);
 

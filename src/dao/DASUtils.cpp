@@ -43,7 +43,7 @@ void appendTag(std::string& out, const std::string& opening, const std::string& 
     out += tagClosing;
 }
 
-/// Cells of a word of ResultCols, 0 for all columns of a table that is none of @p tables. SQLite
+/// Cells of a word of ResultCols, 0 for all columns of a table that @p tables lacks. SQLite
 /// takes names of tables in any case.
 std::size_t widthOfWord(const std::string& word, const std::vector<DASUtils::TableWidth>& tables) {
     if (word.size() < 2 || word.compare(word.size() - 2, 2, ".*") != 0) {

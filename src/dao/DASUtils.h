@@ -72,8 +72,8 @@ public:
     static bool areResultColumns(const std::vector<std::string>& words);
     /// A table and the number of its columns.
     using TableWidth = std::pair<std::string, std::size_t>;
-    /// Where the cells of each word of ResultCols begin in a row of @p rowWidth cells. "TABLE.*" is as
-    /// wide as its table: that of @p tables, or what the other words leave of the row.
+    /// Where the cells of each word of ResultCols begin in a row of @p rowWidth cells. "TABLE.*" is
+    /// as wide as its table: that of @p tables, or what the other words leave of the row.
     static std::vector<std::size_t> positionsOfWords(const std::vector<std::string>& words,
                                                      std::size_t rowWidth,
                                                      const std::vector<TableWidth>& tables = {});

@@ -95,7 +95,7 @@ DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter&
     }
     // Those that are missing: another process may have been faster.
     (void)dao.insertDefaultRows(true);
-    // They are stored together or not at all, so one row tells.
+    // They are stored together or not at all, so one row is proof.
     PairList all;
     std::string count;
     const bool isFilled =

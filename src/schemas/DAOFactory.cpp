@@ -11,18 +11,12 @@
 #include "dao/DataAccessObject.h"
 #include "dao/NULLDataAccessObject.h"
 #include "settings/GeneralConfigurationDAO.h"
-#include "tables/AnalyticsDAO.h"
-#include "tables/BluetoothDAO.h"
 #include "tables/CertificateMgmtDAO.h"
 #include "tables/CodecSettingsDAO.h"
-#include "tables/DialPlanEntriesDAO.h"
-#include "tables/DistinctiveRingingDAO.h"
-#include "tables/DssKeySettingsDAO.h"
-#include "tables/FileDownloadSettingsDAO.h"
-#include "tables/ForwardingKeyDestinationsDAO.h"
+#include "tables/DeviceTables.h"
 #include "tables/HeadsetPrioritiesDAO.h"
-#include "tables/SRTPEncryptionSettingsDAO.h"
 #include "tables/StimulusKeySettingsDAO.h"
+#include "tables/UserTables.h"
 
 namespace {
 

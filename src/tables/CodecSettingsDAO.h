@@ -14,8 +14,9 @@ void CodecSettingsDAOXmlCharacterDataHandler(void* dao, const char* text, int le
  * The audio codecs in the order in which they are preferred, 1 first.
  *
  * Each request repairs the table before it is served. A table without rows is made anew with the
- * four defaults, and so is one of more than four rows. One of three rows without OPUS is from before
- * OPUS: the ranks move down by one and OPUS takes the first. Any other table is left as it is.
+ * four defaults, and so is one of more than four rows. One of three rows without OPUS is from
+ * before OPUS: the ranks move down by one and OPUS takes the first. Any other table is left as it
+ * is.
  */
 class CodecSettingsDAO : public KeyedTableDAO {
 public:

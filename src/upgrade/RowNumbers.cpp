@@ -92,7 +92,7 @@ bool Renumbering::hasColumn(const std::string& table, const std::string& column)
                  ") WHERE name = " + DASUtils::convertToDBFormat(column) + " COLLATE NOCASE;");
 }
 
-/// Also true for a number that is stored as text, which sorts behind all numbers: the rows tell.
+/// Also true for a number that is stored as text, which sorts after all numbers: run() decides.
 bool Renumbering::hasHighRow() {
     return gives("SELECT 1 FROM (SELECT MAX(" + m_table.number + ") AS number FROM " +
                  m_table.table + ") WHERE number > " + Highest + ";");

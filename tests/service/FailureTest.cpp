@@ -49,8 +49,8 @@ TEST_F(FailureTest, AFailedWriteIsAnsweredAndLeavesTheLockFree) {
          key("77", "x"), false, "", "updateRequestHelper() DatabaseAdapter::insert() returned 3"},
         {"last of two", [&] { m_adapter->intercept = failing("UPDATE", 2, SQLITE_FULL); }, two,
          false, "a", "DatabaseAdapter::update() returned 13"},
-        {"begin", [&] { m_adapter->intercept = failing("BEGIN", 1, SQLITE_BUSY); }, two, false,
-         "", "cannot commit - no transaction is active"},
+        {"begin", [&] { m_adapter->intercept = failing("BEGIN", 1, SQLITE_BUSY); }, two, false, "",
+         "cannot commit - no transaction is active"},
         {"end", [&] { m_adapter->intercept = failing("END", 1, SQLITE_FULL); }, two, false, "", ""},
     };
     for (const auto& row : rows) {

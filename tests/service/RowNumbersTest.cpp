@@ -16,7 +16,8 @@ struct Numbered {
     std::string table;
     std::string number;
     std::string field;
-    std::string lineBehindNumber;  ///< of a data file, from its first field on with %s for the number
+    std::string
+        lineBehindNumber;  ///< of a data file, from its first field on with %s for the number
 };
 
 class RowNumbersTest : public TableTest {
@@ -67,10 +68,10 @@ TEST_F(RowNumbersTest, ANumberAboveTheHighestOneIsForRowsThatHaveIt) {
     const std::string select = element("Select", element("UniqueID", "5"));
     EXPECT_EQ(reasonOf("PhoneBook", "update_request", select + entry({{"UniqueID", TooHigh}})),
               "failure");
-    EXPECT_EQ(
-        reasonOf("PhoneBook", "write_request", entry({{"UniqueID", TooHigh}, {"Surname", "x"}}) +
-                                                   entry({{"UniqueID", "4"}, {"Surname", "y"}})),
-        "write_response");
+    EXPECT_EQ(reasonOf("PhoneBook", "write_request",
+                       entry({{"UniqueID", TooHigh}, {"Surname", "x"}}) +
+                           entry({{"UniqueID", "4"}, {"Surname", "y"}})),
+              "write_response");
     EXPECT_EQ(numbers(m_tables[0]), "4;5;6;" + Highest + ";9007199254740992;");
 }
 
@@ -79,7 +80,8 @@ TEST_F(RowNumbersTest, AStartFreesTablesThatAreStuckAndKeepsWhatBelongsTogether)
         (void)write(of, "3");
     }
     sql("DELETE FROM PHONE_BOOK; DELETE FROM CALL_LOG; DELETE FROM CONVERSATIONS;"
-        "INSERT INTO PHONE_BOOK (UserContext, UniqueID, Surname) VALUES ('base', 3, 'a'), ('base', " +
+        "INSERT INTO PHONE_BOOK (UserContext, UniqueID, Surname) VALUES ('base', 3, 'a'), "
+        "('base', " +
         TooHigh + ", 'c'), ('visitor', 9007199254740992, 'b');" +
         "INSERT INTO CALL_LOG (UserContext, UniqueId, Number0) VALUES ('base', 3, '7'), ('base', " +
         TooHigh + ", '8'); INSERT INTO CONVERSATIONS VALUES (1, 'base', '" + TooHigh + "', '" +
@@ -90,8 +92,7 @@ TEST_F(RowNumbersTest, AStartFreesTablesThatAreStuckAndKeepsWhatBelongsTogether)
         start();
         EXPECT_EQ(rowsOf("SELECT UniqueID, Surname FROM PHONE_BOOK"), "3|a;4|b;5|c;");
         EXPECT_EQ(rowsOf("SELECT UniqueId, Number0 FROM CALL_LOG"), "3|7;4|8;");
-        EXPECT_EQ(rowsOf("SELECT * FROM CONVERSATIONS"),
-                  "1|base|5|4;2|base|3|3;3|visitor|4|3;");
+        EXPECT_EQ(rowsOf("SELECT * FROM CONVERSATIONS"), "1|base|5|4;2|base|3|3;3|visitor|4|3;");
     }
     const char* const next[] = {"3;4;5;6;", "3;4;5;", "1;2;3;4;", "1;"};
     for (std::size_t i = 0; i < m_tables.size(); ++i) {
