@@ -36,8 +36,8 @@ std::string withName(const std::string& directory, const std::string& name) {
 template <typename Take>
 void forEachEntry(const std::string& directory, Take take) {
     Descriptor folder = DevicePlace::open(directory, FolderToRead);
-    const std::unique_ptr<DIR, DirectoryCloser> stream(
-        folder.isOpen() ? ::fdopendir(folder.get()) : nullptr);
+    const std::unique_ptr<DIR, DirectoryCloser> stream(folder.isOpen() ? ::fdopendir(folder.get())
+                                                                       : nullptr);
     if (stream == nullptr) {
         return;
     }

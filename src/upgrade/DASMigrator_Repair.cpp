@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
-#include "ClientUtils.h"
 #include "DeviceFile.h"
 #include "calls/CallLogRow.h"
 #include "contacts/PhonebookDAO.h"

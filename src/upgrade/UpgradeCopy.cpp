@@ -272,8 +272,7 @@ void UpgradeCopy::end() {
 }
 
 int UpgradeCopy::removeUsedFile() {
-    const bool isGone = hasContents(copyPath())
-                            ? Storage::renameFile(updateValuesFile, usedFile())
-                            : Storage::removeFile(updateValuesFile) == 0;
+    const bool isGone = hasContents(copyPath()) ? Storage::renameFile(updateValuesFile, usedFile())
+                                                : Storage::removeFile(updateValuesFile) == 0;
     return isGone ? 0 : -1;
 }
