@@ -188,7 +188,8 @@ std::vector<Scenario> requestScenarios() {
          {},
          "DROP TABLE CODEC_SETTINGS"},
         {"default keys", Scene::messageOf("getDefaultKeyData"), Rule::Untold},
-        {"contacts to a file", Scene::messageOf("saveContactsToCSV"), Rule::Untold},
+        {"contacts to a file", Scene::messageOf("saveContactsToCSV"), Rule::Untold,
+         "/tmp/VX_contacts.csv"},
     };
 }
 

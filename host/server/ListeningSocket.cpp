@@ -93,8 +93,7 @@ private:
     bool isHeldByOthers() const {
         const int error = errno;
         struct stat there {};
-        const bool isForeign =
-            lstat(m_file.c_str(), &there) == 0 && there.st_uid != geteuid();
+        const bool isForeign = lstat(m_file.c_str(), &there) == 0 && there.st_uid != geteuid();
         errno = error;
         if (m_descriptor->get() < 0 ? !isForeign : errno != EWOULDBLOCK) {
             return false;

@@ -50,13 +50,13 @@ public:
     static constexpr std::size_t LongestLine = 1024 * 1024;
 
     enum class Line { Read, TooLong, End };
-    /// Reads one line from @p stream, which is passed over and gives blank text when it is too long.
+    /// Reads one line from @p stream, which is passed over and gives blank text when it is too
+    /// long.
     static Line readLine(std::istream& stream, std::string& line);
 
-    /// Reads one line from @p stream and cuts it like splitString. A line that is too long is logged
-    /// at level 2 and has no fields. False when there was no line.
-    static bool readLineFromCsvFileAndParse(std::istream& stream,
-                                            std::vector<std::string>& fields);
+    /// Reads one line from @p stream and cuts it like splitString. A line that is too long is
+    /// logged at level 2 and has no fields. False when there was no line.
+    static bool readLineFromCsvFileAndParse(std::istream& stream, std::vector<std::string>& fields);
 
     /// Reads the line "#$VERSION=N" into @p version. False when the line is not of that form.
     static bool getVersion(std::istream& stream, int& version);

@@ -13,9 +13,9 @@
 /**
  * A file of the telephone that is opened to read, at its first byte.
  *
- * Opening never waits. A pipe, a socket, a device, a folder, and a file of the service itself do not
- * open, and a line at level 2 says so; other failures are not logged. When a read fails, the stream
- * is bad() after it.
+ * Opening never waits. A pipe, a socket, a device, a folder, and a file of the service itself do
+ * not open, and a line at level 2 says so; other failures are not logged. When a read fails, the
+ * stream is bad after it.
  */
 class DeviceFile : public std::istream {
 public:

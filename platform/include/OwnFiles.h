@@ -23,8 +23,8 @@ public:
     /// Whether @p file, links followed, is one of them by its device and inode.
     static bool has(const struct stat& file);
 
-    /// Whether @p name in the folder of the descriptor @p folder is one of them, by its name or, for
-    /// a hard link, by its device and inode. A link of that name is not followed.
+    /// Whether @p name in the folder of the descriptor @p folder is one of them, by its name or,
+    /// for a hard link, by its device and inode. A link of that name is not followed.
     static bool has(int folder, const std::string& name);
 
     /// Whether one of them stands in @p folder or below it.

@@ -55,8 +55,7 @@ bool isAbandoned(int folder, const char* name, const char* owner) {
     if (process == ::getpid()) {
         return number >= temporaryNames;  // of an earlier process of that number
     }
-    const Descriptor file(
-        ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     return file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
@@ -149,8 +148,8 @@ void DeviceFileWriter::write(std::string_view text) {
 bool DeviceFileWriter::flush() {
     std::size_t written = 0;
     while (m_good && isOpen() && written < m_buffer.size()) {
-        const ssize_t count = ::write(m_place->file.get(), m_buffer.data() + written,
-                                      m_buffer.size() - written);
+        const ssize_t count =
+            ::write(m_place->file.get(), m_buffer.data() + written, m_buffer.size() - written);
         if (count >= 0) {
             written += static_cast<std::size_t>(count);
         } else if (errno != EINTR) {

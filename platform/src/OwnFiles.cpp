@@ -106,8 +106,8 @@ bool OwnFiles::has(int folder, const std::string& name) {
     const bool isNamed = std::any_of(all.begin(), all.end(), [&](const std::string& place) {
         return plainName == nameOf(place) && isAt(folderOf(place), status);
     });
-    return isNamed || (::fstatat(folder, plainName.c_str(), &file, AT_SYMLINK_NOFOLLOW) == 0 &&
-                       has(file));
+    return isNamed ||
+           (::fstatat(folder, plainName.c_str(), &file, AT_SYMLINK_NOFOLLOW) == 0 && has(file));
 }
 
 bool OwnFiles::areBelow(const struct stat& folder) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
 #include "calls/CallLogRow.h"

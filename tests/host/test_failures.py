@@ -149,11 +149,14 @@ class Errors(DemoTest):
         ]
         # What the service acknowledges all the same; a running host is asked for it.
         self.file("root/data/few.csv", "base,1\n")
+        os.mkfifo(self.root / "data" / "pipe")
         for over in ("", " --socket das.sock"):
             rows += [(line + over, status, words) for line, status, words in [
                 ("import PhoneBook /data/none --context base", 2,
                  "/data/none: No such file or directory; it stands below --root, at .*/root/data/none"),
                 ("import PhoneBook /data --context base", 2, "/data: Is a directory"),
+                ("import PhoneBook /data/pipe --context base", 1,
+                 "Cannot open /data/pipe: it is a pipe; name a regular file"),
                 ("export PhoneBook /none/x", 2, "/none/x: No such file or directory; .*root/none"),
                 ("export PhoneBook /../x", 2, "Operation not permitted; it leads out of the"),
                 ("export Certificates /tmp/x", 1, "das: export Certificates: .*no such table: "

@@ -2,6 +2,7 @@
 
 Usage: test_remote.py DAS sanitizers=NAMES [unittest arguments]
 """
+import fcntl
 import json
 import os
 import resource
@@ -485,6 +486,37 @@ class Sockets(RemoteTest):
         second.terminate()
         self.assertEqual(second.wait(PATIENCE), 0)
         self.assertEqual(list(self.db.glob(".*")), [])
+
+    @unittest.skipUnless(os.geteuid() == 0, "it needs another user")
+    def test_another_users_lock_in_a_sticky_folder_holds_up_no_host(self):
+        self.place.chmod(0o1777)
+        lock = self.place / ".s.das-start"
+        lock.touch()
+        os.lchown(lock, 65534, 65534)
+        with open(lock, "w", encoding="ascii") as held:
+            fcntl.flock(held, fcntl.LOCK_EX)
+            for link in (False, True):
+                if link:
+                    lock.unlink()
+                    lock.symlink_to("nowhere")
+                    os.lchown(lock, 65534, 65534)
+                self.serve()
+                self.assertIn("another user's: the host starts without this lock", self.logged())
+                self.end_host()
+                self.assertTrue(lock.is_symlink() or lock.exists())
+
+    def test_the_socket_is_no_file_for_clients(self):
+        self.path = self.root / "data" / "s"
+        self.serve()
+        (self.root / "data" / "other").write_text("")
+        (self.root / "data" / "ringtones").symlink_to(".")
+        wire = self.wire()
+        for message in (call("moveFile", OldFileName="/data/other", NewFileName="/data/s"),
+                        call("moveFile", OldFileName="/data/s", NewFileName="/data/t"),
+                        call("moveFile", OldFileName="/data", NewFileName="/elsewhere"),
+                        call("deleteFile", directory="/data/ringtones", name="s")):
+            self.assertEqual(wire.exchange(message), answered(Acknowledge=False))
+        self.assertEqual(self.wire().exchange(asked(WORD)), answered(Response="base"))
 
     def test_a_file_that_may_not_grow_ends_no_host(self):
         limits = (60000, 60000)

@@ -60,7 +60,8 @@ TEST_F(CsvFileTest, ALineThatIsTooLongIsAFailureOfThatLine) {
     EXPECT_EQ(file.forEachRow([&](auto& fields) {
         lines += fields.at(0);
         return 0;
-    }), 1U);
+    }),
+              1U);
     EXPECT_EQ(lines, "ab");
     EXPECT_TRUE(m_log.has(2, Path + ": line 2 is not stored: it has more than 1048576 bytes"));
 }

@@ -136,8 +136,8 @@ TEST_F(FileOperationsTest, TheServicesOwnFilesAreReachedByNoDoor) {
         return readFile(database()) + readFile(place() / "db/dascrypt.key");
     };
     const std::string before = everything();
-    for (const char* name : {"phone.db", "phone.db-journal", "phone.db.before-upgrade",
-                             "dascrypt.key", "hard"}) {
+    for (const char* name :
+         {"phone.db", "phone.db-journal", "phone.db.before-upgrade", "dascrypt.key", "hard"}) {
         const std::string path = std::string("/db/") + name;
         SCOPED_TRACE(path);
         writeFile(place() / "root/data/other", "other");
@@ -158,10 +158,10 @@ TEST_F(FileOperationsTest, APipeInPlaceOfAFileStopsNothing) {
     const char* const contacts = "/tmp/VX_contacts.csv";
     send("PhoneBook", "write_request", xml::context("base", xml::entry({{"Surname", "kept"}})));
     send("CallLog", "write_request", xml::context("base", xml::entry({{"Surname", "kept"}})));
-    for (const char* path : {contacts, "/Aurel_Deploy/DasTagMappings.csv",
-                             "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv",
-                             "/Aurel_Deploy/DasUpdateValues.csv",
-                             "/.QuilldeskRootFileSystemImageVersion.prev.txt"}) {
+    for (const char* path :
+         {contacts, "/Aurel_Deploy/DasTagMappings.csv",
+          "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv", "/Aurel_Deploy/DasUpdateValues.csv",
+          "/.QuilldeskRootFileSystemImageVersion.prev.txt"}) {
         fs::remove(onDevice(path));
         ASSERT_EQ(::mkfifo(onDevice(path).c_str(), 0600), 0);
     }
@@ -171,8 +171,8 @@ TEST_F(FileOperationsTest, APipeInPlaceOfAFileStopsNothing) {
         EXPECT_TRUE(service().exportData(schema, base, contacts));
         EXPECT_TRUE(service().importData(schema, contacts));
         EXPECT_TRUE(service().importData(schema, base, contacts));
-        EXPECT_TRUE(m_log.has(2, "importDataForUser failed with 1, schema = " +
-                                     std::string(schema)));
+        EXPECT_TRUE(
+            m_log.has(2, "importDataForUser failed with 1, schema = " + std::string(schema)));
     }
     EXPECT_EQ(cell("SELECT Surname FROM PHONE_BOOK") + cell("SELECT Surname FROM CALL_LOG"),
               "keptkept");
