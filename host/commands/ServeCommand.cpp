@@ -59,7 +59,7 @@ private:
 /// The conversation over standard input and output.
 class StandardStreams {
 public:
-    StandardStreams(ServiceHost& host, const EndWatch& end)
+    StandardStreams(ServiceHost& host, EndWatch& end)
         : m_dispatcher(host.dispatcher()),
           m_end(end),
           m_client(std::make_shared<StandardOutput>(host.clients(), host.output())),
@@ -100,7 +100,7 @@ private:
     }
 
     /// False when a signal has come.
-    bool waitForInput() const {
+    bool waitForInput() {
         pollfd waiting[] = {{STDIN_FILENO, POLLIN, 0}, {m_end.descriptor(), POLLIN, 0}};
         while (poll(waiting, 2, -1) < 0 && errno == EINTR) {
         }
@@ -114,7 +114,7 @@ private:
     }
 
     Dispatcher& m_dispatcher;
-    const EndWatch& m_end;
+    EndWatch& m_end;
     std::shared_ptr<StandardOutput> m_client;
     LineCutter m_lines;
     int m_status = ExitSuccess;
@@ -131,13 +131,13 @@ public:
             std::cerr << "das: serve: one of --socket and --stdio is required" << std::endl;
             return ExitUsage;
         }
-        const EndWatch end;
+        EndWatch end;
         const JournalLog journal;
         return isStdio ? serveStreams(end) : serveSocket(options.socket, handed, end);
     }
 
 private:
-    static int serveStreams(const EndWatch& end) {
+    static int serveStreams(EndWatch& end) {
         ServiceHost host;
         return host.start() ? StandardStreams(host, end).serve() : ExitNoLibrary;
     }
@@ -145,7 +145,7 @@ private:
     /// The socket comes first: where another host listens, this one must not start a service. What
     /// clients send meanwhile waits for them to be taken in.
     static int serveSocket(std::optional<std::string> path, const HandedSockets& handed,
-                           const EndWatch& end) {
+                           EndWatch& end) {
         ListeningSocket socket;
         std::string error;
         if (!listen(socket, path, handed, error)) {

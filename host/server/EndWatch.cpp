@@ -2,10 +2,8 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <string_view>
 #include <system_error>
@@ -15,31 +13,13 @@
 
 namespace {
 
-constexpr int TimeOfWork = 4000;  // in milliseconds
-constexpr int TimeOfEnd = 700;    // from the interruption on
-constexpr int Forever = -1;
-/// It calls little, and a host may have little memory.
+using std::chrono::milliseconds;
+using Lock = std::unique_lock<std::mutex>;
+
+constexpr milliseconds TimeOfWork{4000};
+constexpr milliseconds TimeAfterInterruption{700};
+/// The thread calls little, and a host may have little memory.
 constexpr std::size_t StackSize = std::size_t{128} * 1024;
-
-void require(bool holds, int code) {
-    if (!holds) {
-        throw std::system_error(code, std::generic_category(), "no watch for signals");
-    }
-}
-
-/// Whether one of the two becomes readable in that time; a negative descriptor never does.
-bool isReadable(int first, int second, int milliseconds) {
-    pollfd waiting[] = {{first, POLLIN, 0}, {second, POLLIN, 0}};
-    int count = 0;
-    while ((count = poll(waiting, 2, milliseconds)) < 0 && errno == EINTR) {
-    }
-    return count > 0;
-}
-
-void notify(int event) {
-    const std::uint64_t one = 1;
-    (void)!write(event, &one, sizeof one);
-}
 
 /// Not by the log, which may be what does not come to its end.
 void endAtOnce() {
@@ -52,6 +32,11 @@ void endAtOnce() {
     _exit(ExitFailure);
 }
 
+void makeReadable(int descriptor) {
+    const std::uint64_t one = 1;
+    (void)!write(descriptor, &one, sizeof one);
+}
+
 }  // namespace
 
 EndWatch::EndWatch() {
@@ -59,55 +44,79 @@ EndWatch::EndWatch() {
     sigaddset(&m_signals, SIGTERM);
     sigaddset(&m_signals, SIGINT);
     pthread_sigmask(SIG_BLOCK, &m_signals, nullptr);
-    m_signal = signalfd(-1, &m_signals, SFD_CLOEXEC);
-    m_asked = eventfd(0, EFD_CLOEXEC);
-    m_over = eventfd(0, EFD_CLOEXEC);
-    require(m_signal >= 0 && m_asked >= 0 && m_over >= 0, errno);
     pthread_attr_t attributes{};
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, StackSize);
     const int code = pthread_create(&m_thread, &attributes, run, this);
     pthread_attr_destroy(&attributes);
-    require(code == 0, code);
+    if (code != 0) {
+        throw std::system_error(code, std::generic_category(), "no thread for signals");
+    }
 }
 
 EndWatch::~EndWatch() {
-    notify(m_over);
+    {
+        const Lock lock(m_mutex);
+        m_isOver = true;
+    }
+    m_changed.notify_all();
+    pthread_kill(m_thread, SIGTERM);  // wakes it where it waits for one
     pthread_join(m_thread, nullptr);
-    for (const int descriptor : {m_signal, m_asked, m_over}) {
-        close(descriptor);
+    if (m_descriptor >= 0) {
+        close(m_descriptor);
     }
 }
 
 void* EndWatch::run(void* self) {
-    static_cast<const EndWatch*>(self)->watch();
+    static_cast<EndWatch*>(self)->watch();
     return nullptr;
 }
 
-void EndWatch::watch() const {
-    (void)isReadable(m_signal, m_over, Forever);
-    if (isOverWithin(0)) {
+void EndWatch::watch() {
+    int signal = 0;
+    (void)sigwait(&m_signals, &signal);
+    if (isOverWithin(milliseconds{0})) {
         return;
     }
     Work::set(Work::State::Ends);
-    notify(m_asked);
+    ask();
     if (isOverWithin(TimeOfWork)) {
         return;
     }
     Work::set(Work::State::IsInterrupted);
-    if (!isOverWithin(TimeOfEnd)) {
+    if (!isOverWithin(TimeAfterInterruption)) {
         endAtOnce();
     }
 }
 
-bool EndWatch::isOverWithin(int milliseconds) const {
-    return isReadable(m_over, -1, milliseconds);
+void EndWatch::ask() {
+    const Lock lock(m_mutex);
+    m_isAsked = true;
+    m_changed.notify_all();
+    if (m_descriptor >= 0) {
+        makeReadable(m_descriptor);
+    }
 }
 
-void EndWatch::wait() const {
-    (void)isReadable(m_asked, -1, Forever);
+bool EndWatch::isOverWithin(milliseconds time) {
+    Lock lock(m_mutex);
+    return m_changed.wait_for(lock, time, [this] { return m_isOver; });
 }
 
-bool EndWatch::isAsked() const {
-    return isReadable(m_asked, -1, 0);
+void EndWatch::wait() {
+    Lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_isAsked; });
+}
+
+bool EndWatch::isAsked() {
+    const Lock lock(m_mutex);
+    return m_isAsked;
+}
+
+int EndWatch::descriptor() {
+    const Lock lock(m_mutex);
+    if (m_descriptor < 0) {
+        m_descriptor = eventfd(m_isAsked ? 1 : 0, EFD_CLOEXEC);
+    }
+    return m_descriptor;
 }
