@@ -77,7 +77,7 @@ private:
         execute(m_db,
                 "DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND "
                 "length(Name) % " +
-                    std::to_string(1 + below(4)) + " > 0");
+                    std::to_string(2 + below(6)) + " = 0");
         for (const std::string& statement : today) {
             tryTo(below(6) > 0 ? statement : "");
         }
