@@ -261,19 +261,8 @@ private:
     std::chrono::steady_clock::duration m_slowest{};
 };
 
-/// The bytes of a full database of today. Made by a process of its own: the service has statics,
-/// which each later process is to find as they are at first.
 std::string databaseOfToday(const Bench::Place& place) {
-    const pid_t process = ::fork();
-    if (process == 0) {
-        const LogCapture quiet(0);
-        DataAccessService service;
-        NoServices context;
-        service.init(context);
-        FullDatabase::fill(service);
-        std::_Exit(0);
-    }
-    ::waitpid(process, nullptr, 0);
+    FullDatabase::makeToday();
     std::ifstream file(place.path("phone.db"), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }

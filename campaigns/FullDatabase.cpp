@@ -1,13 +1,18 @@
 #include "FullDatabase.h"
 
 #include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <stdexcept>
 
+#include "Context.h"
+#include "LogCapture.h"
 #include "Schemas.h"
 #include "service/DataAccessService.h"
 
@@ -152,6 +157,21 @@ void fill(DataAccessService& service) {
     }
 }
 
+void makeToday() {
+    struct NoServices : Context {
+        Executable* findService(const std::string&) override { return nullptr; }
+    };
+    if (::fork() == 0) {
+        const LogCapture quiet(0);
+        DataAccessService service;
+        NoServices context;
+        service.init(context);
+        fill(service);
+        std::_Exit(0);
+    }
+    ::wait(nullptr);
+}
+
 std::vector<std::string> forms() {
     std::vector<std::string> names;
     for (const fs::path& file : filesOf(DAS_DATABASES_DIR)) {
@@ -160,15 +180,19 @@ std::vector<std::string> forms() {
     return names;
 }
 
-void makeForm(const fs::path& file, const std::string& form) {
-    const Database db = open(file);
+void makeTables(sqlite3* db, const std::string& form) {
     const fs::path folder = DAS_DATABASES_DIR;
-    execute(db.get(), "PRAGMA synchronous=OFF; BEGIN;");
     const std::string text = readFile(folder / (form + ".sql"));
     if (text.find("GENERAL_CONFIG") == std::string::npos) {
-        execute(db.get(), readFile(folder / (std::string(SettingsOfToday) + ".sql")));
+        execute(db, readFile(folder / (std::string(SettingsOfToday) + ".sql")));
     }
-    execute(db.get(), text);
+    execute(db, text);
+}
+
+void makeForm(const fs::path& file, const std::string& form) {
+    const Database db = open(file);
+    execute(db.get(), "PRAGMA synchronous=OFF; BEGIN;");
+    makeTables(db.get(), form);
     for (const std::string& table :
          texts(db.get(),
                "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "

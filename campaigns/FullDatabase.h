@@ -24,8 +24,15 @@ std::vector<std::string> reads();
 /// Gives @p service rows in every table: contacts, calls, conversations, keys, settings.
 void fill(DataAccessService& service);
 
+/// Makes a full database of today in the folder that the environment names. It is made by a process
+/// of its own: the service has statics, which each later process finds as they are at first.
+void makeToday();
+
 /// The forms of databases of earlier releases, by the names of their texts in tests/databases.
 std::vector<std::string> forms();
+
+/// Makes the tables of the form @p form, and those of settings if it has none.
+void makeTables(sqlite3* db, const std::string& form);
 
 /// Makes the database @p file in the form @p form, with rows of both users in every table that its
 /// text leaves empty. Raises std::runtime_error when that fails.

@@ -1,14 +1,12 @@
 // Three starts over databases that no release made, each in a process of its own. What they hold of
 // the telephone's owner must be there afterwards, but for what a step is there to change.
 
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -59,6 +57,10 @@ const struct {
     {"START_APPLICATION_FIXED_KEYS", "", "t.Id IN (SELECT Id FROM old.START_APPLICATION)",
      "the other key replaces it"},
     {"FORWARDING_KEY_DESTINATIONS", "Id", "CAST(t.Id AS INT) > 617", "is renumbered"},
+    {"FORWARDING_KEY_DESTINATIONS", "",
+     "CAST(t.Id AS INT) > 617 AND EXISTS (SELECT 1 FROM old.FORWARDING_KEY_DESTINATIONS o WHERE "
+     "o.Id IS t.Id AND o.rowid <> t.rowid)",
+     "of a renumbered lamp the last row counts for all users"},
     {"PHONE_BOOK", "UniqueID", "1", "one that is doubled or no number gets a new one"},
     {"CALL_LOG", "UniqueId", "1", "one that is doubled or no number gets a new one"},
     {"CALL_LOG", "", "coalesce(t.Number%, '') = ''", "a call without a number leaves a mixed row"},
@@ -71,6 +73,12 @@ const struct {
     {"BLUETOOTH_TRUSTED", "",
      "EXISTS (SELECT 1 FROM old.BLUETOOTH_TRUSTED o WHERE o.Id IS t.Id AND o.rowid <> t.rowid)",
      "of a doubled device one row stays"},
+    {"BLUETOOTH_TRUSTED", "",
+     "NOT EXISTS (SELECT 1 FROM pragma_table_info('BLUETOOTH_TRUSTED', 'old') WHERE name = 'Id')",
+     "devices without an address are one"},
+    {"FILEDOWNLOAD_SETTINGS_ENC", "",
+     "coalesce(t.ServerAddress, '') = '' AND EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS)",
+     "default rows give way to the older table"},
     {"SRTP_ENCRYPTION_SETTINGS", "Rank", "1", "methods get in between"},
     {"DISTINCTIVE_RINGING", "", "1", "goes with the protocol"},
     {"GENERAL_CONFIG", "",
@@ -78,6 +86,11 @@ const struct {
      "AND o.rowid <> t.rowid AND (o.UserContext IS NOT NULL OR t.UserContext IS NULL OR NOT EXISTS "
      "(SELECT 1 FROM old.GENERAL_CONFIG WHERE Name = 'MobilityCurrentUser')))",
      "of a doubled setting one row stays, but none without a context"},
+    {"GENERAL_CONFIG", "",
+     "EXISTS (SELECT 1 FROM old.GENERAL_CONFIG o WHERE o.Schema IS t.Schema AND o.Name IS t.Name "
+     "AND o.rowid <> t.rowid) AND NOT EXISTS (SELECT 1 FROM pragma_table_info('GENERAL_CONFIG', "
+     "'old') WHERE name = 'UserContext')",
+     "the same before there were contexts"},
     {"GENERAL_CONFIG", "",
      "t.UserContext = 'other' AND t.Schema IN ('TransportSettings', 'AcmsSettings')",
      "settings of the telephone have no user"},
@@ -98,84 +111,6 @@ const char* const Rebuilt[] = {
     "DSS_KEY_SETTINGS",  "BCA_SETTINGS",      "FEATURE_KEYS",  "FIXED_KEYS",
     "LINE_KEY_SETTINGS", "BLUETOOTH_TRUSTED", "GENERAL_CONFIG"};
 
-/// What became of the tables of the database that is attached as "old".
-class Comparison {
-public:
-    Comparison(sqlite3* db, const LogCapture& failures) : m_db(db), m_failures(failures) {}
-
-    /// What the table loses; empty if it keeps all.
-    std::string lossOf(const std::string& table) const {
-        const Names columns = columnsOf(m_db, table, "old");
-        if (keeps(table, columns)) {
-            return {};
-        }
-        std::string lost;
-        for (const std::string& column : columns) {
-            lost += keeps(table, {column}) ? "" : " " + column;
-        }
-        const bool mayPart = table == "CALL_LOG";  // into rows of a number each
-        return lost.empty() && mayPart ? "" : table + " loses" + (lost.empty() ? " rows" : lost);
-    }
-
-private:
-    bool isValid(const std::string& sql) const {
-        sqlite3_stmt* statement = nullptr;
-        const int code = sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr);
-        sqlite3_finalize(statement);
-        return code == SQLITE_OK;
-    }
-
-    /// Whether the cells @p columns of each old row are in one row, but for those that may change.
-    bool keeps(const std::string& table, const Names& columns) const {
-        const auto moved = Moves.find(table);
-        std::string kept = isIn("", table, columns);
-        for (const std::string& place : {table, moved != Moves.end() ? moved->second : table}) {
-            if (!columnsOf(m_db, place).empty()) {
-                kept += " OR EXISTS (SELECT 1 FROM main." + place + " n WHERE " +
-                        isIn(place, table, columns) + ")";
-            }
-        }
-        const std::string query = "SELECT 1 FROM old." + table + " t WHERE NOT (" + kept + ")";
-        return isValid(query) && texts(m_db, query).empty();
-    }
-
-    std::string isIn(const std::string& place, const std::string& table,
-                     const Names& columns) const {
-        std::string all = "1";
-        for (const std::string& column : columns) {
-            std::string same = "NULL";
-            for (const std::string& now : columnsOf(m_db, place)) {
-                const bool isOtherCall =
-                    table == "CALL_LOG" && std::isdigit(column.back()) != 0 &&
-                    std::isdigit(now.back()) != 0 &&
-                    now.substr(0, now.size() - 1) == column.substr(0, column.size() - 1);
-                same += now == column || isOtherCall ? ", CAST(n." + now + " AS TEXT)" : "";
-            }
-            all += " AND (" + mayChange(table, column) + " OR coalesce(CAST(t." + column +
-                   " AS TEXT) IN (" + same + "), 0))";
-        }
-        return all;
-    }
-
-    std::string mayChange(const std::string& table, const std::string& column) const {
-        // A column that is not of today goes, with its name in the log.
-        std::string any =
-            m_failures.has("olumn " + column + " of " + table) ? "1" : "t." + column + " IS NULL";
-        for (const auto& may : MayChange) {
-            std::string condition = may.condition;
-            std::replace(condition.begin(), condition.end(), '%', column.back());
-            if ((may.table.empty() || may.table == table) && column.find(may.columns) == 0 &&
-                isValid("SELECT " + condition + " FROM old." + table + " t")) {
-                any += " OR coalesce(" + condition + ", 0)";
-            }
-        }
-        return any;
-    }
-
-    sqlite3* m_db;
-    const LogCapture& m_failures;
-};
-
 /// One database, and all that is found with it.
 class Case {
 public:
@@ -185,13 +120,11 @@ public:
     void run() {
         prepare();
         PowerCutSession session(m_place);
-        {
-            const LogCapture failures(2);
-            session.start();
-            (void)session.answers(message("FileDownloadSettings", "read_request"), {});
-            session.start();
-            compare(failures);
-        }
+        session.start();
+        (void)session.answers(message("FileDownloadSettings", "read_request"), {});
+        session.start();
+        m_db = openDatabase(m_place.database());
+        compare();
         const LogCapture all(5);
         session.start();
         check(!all.has("is kept as"), "the third start changes something");
@@ -210,15 +143,14 @@ private:
             found.push_back(what);
         }
     }
-
+    Names ask(const std::string& query) const { return texts(m_db.get(), query); }
     std::string old() const { return m_place.folder() / "old.db"; }
 
     void prepare() {
         m_place.make();
         m_place.enter();
-        if (m_random() % 8 == 0) {
-            fs::remove_all(m_place.onDevice("/Aurel_Deploy"));
-        } else {
+        fs::remove_all(m_place.onDevice("/Aurel_Deploy"));
+        if (m_random() % 8 > 0) {
             fs::copy(DAS_DEPLOY_DIR, m_place.onDevice("/Aurel_Deploy"));
         }
         const Names today = texts(m_today.get(), "SELECT sql FROM sqlite_master ORDER BY name");
@@ -228,33 +160,99 @@ private:
             << "V1 R2.3.4 " << (story.find("other_protocol") == 0 ? "SIP" : "QFA") << "\n";
     }
 
-    void compare(const LogCapture& failures) {
-        const OddConnection db = openDatabase(m_place.database());
-        FullDatabase::execute(db.get(), "ATTACH '" + old() + "' AS old");
+    /// Compares what is there with the database before the starts, which becomes "old".
+    void compare() {
+        FullDatabase::execute(m_db.get(), "ATTACH '" + old() + "' AS old");
         for (const std::string table : Rebuilt) {
-            const Names now = columnsOf(db.get(), table);
+            const Names now = columnsOf(m_db.get(), table);
             check(now.empty() || now == columnsOf(m_today.get(), table),
                   table + " does not have the columns of today");
         }
-        const auto has = [&](const std::string& condition) {
-            return !texts(db.get(), "SELECT 1 FROM GENERAL_CONFIG WHERE " + condition).empty();
-        };
-        if (has("Schema = 'QfaBaseSettings'")) {
-            check(has("Value = '+49 89 ''722'' 0'"), "the number is lost");
+        if (!ask("SELECT 1 FROM GENERAL_CONFIG WHERE Schema = 'QfaBaseSettings'").empty()) {
+            check(!ask("SELECT 1 FROM GENERAL_CONFIG WHERE Value = '+49 89 ''722'' 0'").empty(),
+                  "the number is lost");
             return;  // the change of protocol keeps nothing else
         }
         for (const std::string& table :
-             texts(db.get(),
-                   "SELECT name FROM old.sqlite_master WHERE type = 'table' AND name NOT "
-                   "LIKE 'sqlite%' UNION SELECT 'sqlite_master'")) {
-            const std::string loss = Comparison(db.get(), failures).lossOf(table);
-            check(loss.empty(), loss);
+             ask("SELECT name FROM old.sqlite_master WHERE type = 'table' AND name NOT LIKE "
+                 "'sqlite%' UNION SELECT 'sqlite_master'")) {
+            compareTable(table, columnsOf(m_db.get(), table, "old"));
         }
+    }
+
+    void compareTable(const std::string& table, const Names& columns) {
+        if (keeps(table, columns)) {
+            return;
+        }
+        std::string lost;
+        for (const std::string& column : columns) {
+            lost += keeps(table, {column}) ? "" : " " + column;
+        }
+        const bool mayPart = table == "CALL_LOG";  // into rows of a number each
+        check(mayPart && lost.empty(), table + " loses" + (lost.empty() ? " rows" : lost));
+    }
+
+    bool isValid(const std::string& sql) const {
+        sqlite3_stmt* statement = nullptr;
+        const int code = sqlite3_prepare_v2(m_db.get(), sql.c_str(), -1, &statement, nullptr);
+        sqlite3_finalize(statement);
+        return code == SQLITE_OK;
+    }
+
+    /// Whether the cells @p columns of each old row are in one row, but for those that may change.
+    bool keeps(const std::string& table, const Names& columns) const {
+        const auto moved = Moves.find(table);
+        std::string kept = isIn("", table, columns);
+        for (const std::string& place : {table, moved != Moves.end() ? moved->second : table}) {
+            if (!columnsOf(m_db.get(), place).empty()) {
+                kept += " OR EXISTS (SELECT 1 FROM main." + place + " n WHERE " +
+                        isIn(place, table, columns) + ")";
+            }
+        }
+        const std::string query = "SELECT 1 FROM old." + table + " t WHERE NOT (" + kept + ")";
+        return isValid(query) && ask(query).empty();
+    }
+
+    std::string isIn(const std::string& place, const std::string& table,
+                     const Names& columns) const {
+        std::string all = "1";
+        for (const std::string& column : columns) {
+            std::string same = "NULL";
+            for (const std::string& now : columnsOf(m_db.get(), place)) {
+                const bool isOtherCall =
+                    table == "CALL_LOG" && std::isdigit(column.back()) != 0 &&
+                    std::isdigit(now.back()) != 0 &&
+                    now.substr(0, now.size() - 1) == column.substr(0, column.size() - 1);
+                same += now == column || isOtherCall ? ", CAST(n." + now + " AS TEXT)" : "";
+            }
+            all += " AND (" + mayChange(table, column) + " OR coalesce(CAST(t." + column +
+                   " AS TEXT) IN (" + same + "), 0))";
+        }
+        return all;
+    }
+
+    std::string mayChange(const std::string& table, const std::string& column) const {
+        // A column that is not of today goes, with its name and the count of its values in the log.
+        const auto count = ask("SELECT count(nullif(" + column + ", '')) FROM old." + table);
+        const bool isGivenUp = m_log.has(2, "The column " + column + " of " + table +
+                                                " is given up with its values: " + count.front());
+        std::string any = isGivenUp ? "1" : "t." + column + " IS NULL";
+        for (const auto& may : MayChange) {
+            std::string condition = may.condition;
+            std::replace(condition.begin(), condition.end(), '%', column.back());
+            if ((may.table.empty() || may.table == table) && column.find(may.columns) == 0 &&
+                isValid("SELECT " + condition + " FROM old." + table + " t")) {
+                any += " OR coalesce(" + condition + ", 0)";
+            }
+        }
+        return any;
     }
 
     const PowerCutPlace& m_place;
     const OddConnection m_today;
     std::mt19937 m_random;
+    OddConnection m_db{nullptr, sqlite3_close};  ///< after the starts
+    LogCapture m_log{2};
 };
 
 [[noreturn]] void runCase(const PowerCutPlace& place, const PowerCutPlace& today,
@@ -267,33 +265,12 @@ private:
     } catch (const std::exception& error) {
         odd.found.push_back(std::string("an exception: ") + error.what());
     }
-    std::string text;
+    std::string text = "case " + place.folder().filename().string() + ": " + odd.story + "\n";
     for (const std::string& line : odd.found) {
         text += "    " + line.substr(0, 150) + "\n";
     }
-    if (!text.empty()) {
-        std::cerr << "case " + place.folder().filename().string() + ": " + odd.story + "\n" + text;
-    }
-    std::cerr << std::flush;
+    std::cerr << (odd.found.empty() ? "" : text) << std::flush;
     std::_Exit(odd.found.empty() ? 0 : 1);
-}
-
-/// By a service in a process of its own: it has statics, which each later process is to find as
-/// they are at first.
-void makeTablesOfToday(const PowerCutPlace& place) {
-    place.make();
-    if (::fork() == 0) {
-        place.enter();
-        const QuietOutput quiet;
-        const LogCapture log(0);
-        PowerCutSession session(place);
-        session.start();
-        for (const std::string& read : FullDatabase::reads()) {
-            (void)session.service().processRequest(read);
-        }
-        std::_Exit(0);
-    }
-    ::wait(nullptr);
 }
 
 }  // namespace
@@ -304,14 +281,16 @@ int main(int argc, char** argv) {
     const fs::path folder = (hasMemory ? fs::path("/dev/shm") : fs::temp_directory_path()) /
                             ("das-odd-" + std::to_string(::getpid()));
     const PowerCutPlace today(folder / "today");
-    makeTablesOfToday(today);
+    today.make();
+    today.enter();
+    FullDatabase::makeToday();
     const char* const only = std::getenv("DAS_ODD_CASE");
     std::map<pid_t, std::string> running;
     const auto waitForOne = [&] {
         int status = 0;
         const auto ended = running.find(::wait(&status));
-        const std::string signal = WIFSIGNALED(status) ? ::strsignal(WTERMSIG(status)) : "";
-        campaign.check(status == 0, signal + " DAS_ODD_CASE=" + ended->second + " tries it alone");
+        campaign.check(status == 0, "status " + std::to_string(status) +
+                                        ", DAS_ODD_CASE=" + ended->second + " tries it alone");
         fs::remove_all(only == nullptr ? folder / ended->second : fs::path());
         running.erase(ended);
     };

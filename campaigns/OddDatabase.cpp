@@ -1,7 +1,6 @@
 #include "OddDatabase.h"
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
 
 #include "FullDatabase.h"
@@ -22,32 +21,12 @@ const struct {
     {"CallGroupName", {"*"}},
     {"CallGroup", {"1", "2", "7", "16", "*"}},
     {"FileType", {"0", "1", "5", "8", "9", "*"}},
-    {"Schema", {"AudioSettings", "TransportSettings", "AcmsSettings", "#It's, a\\", ""}},
+    {"Schema", {"AudioSettings", "TransportSettings", "AcmsSettings", "#It''s, a\\", ""}},
     {"Name", {"*", "*", "*", "*", "*", "WbmAllowed", "TransactionTimer", "TransactionTimer"}},
     {"Function", {"*", "*", "*", "0", ""}},
     {"Rank", {"1", "2", "3", "*"}},
     {"TimeDate", {"2014-03-07T09:15:10+01:00", "2014-03-08T10:15:10Z", "*", ""}},
 };
-
-const char* const OlderTable =
-    "CREATE TABLE FILEDOWNLOAD_SETTINGS (FileType, UseDefaults, DownloadMethod, ServerAddress, "
-    "ServerPort, FtpAccount, FtpUsername, FtpPassword, FtpPath, Filename, HttpsBaseUrl, "
-    "LastDownload, LastStatus)";
-
-std::string textOf(const std::string& form) {
-    std::ifstream file(DAS_DATABASES_DIR "/" + form + ".sql", std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// The value in SQL. A string literal holds no NUL byte.
-std::string literal(const std::string& value) {
-    std::string sql = "CAST(x'";
-    for (const unsigned char byte : value) {
-        sql += "0123456789abcdef"[byte / 16];
-        sql += "0123456789abcdef"[byte % 16];
-    }
-    return sql + "' AS TEXT)";
-}
 
 class Maker {
     std::size_t below(std::size_t limit) { return m_random() % limit; }
@@ -60,7 +39,8 @@ public:
     Maker(sqlite3* db, std::mt19937& random) : m_db(db), m_random(random) {}
 
     std::string make(const std::vector<std::string>& today) {
-        execute(m_db, "PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF");
+        execute(m_db,
+                "PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF; PRAGMA legacy_alter_table=ON");
         makeTables(today);
         for (const std::string& table : tables()) {
             if (below(5) == 0) {
@@ -93,17 +73,14 @@ private:
 
     void makeTables(const std::vector<std::string>& today) {
         m_story = oneOf(FullDatabase::forms());
-        const std::string text = textOf(m_story);
-        const bool hasSettings = text.find("GENERAL_CONFIG") != std::string::npos;
-        execute(m_db, (hasSettings ? "" : textOf("settings_of_today")) + text);
+        FullDatabase::makeTables(m_db, m_story);
         execute(m_db,
                 "DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND "
                 "length(Name) % " +
-                    std::to_string(1 + below(4)) + " > 0");
+                    std::to_string(2 + below(6)) + " = 0");
         for (const std::string& statement : today) {
             tryTo(below(6) > 0 ? statement : "");
         }
-        tryTo(below(3) == 0 ? OlderTable : "");
     }
 
     /// Makes the table anew with other columns. Its rows stay.
@@ -112,8 +89,9 @@ private:
         const auto somewhere = [&] {
             return columns.begin() + static_cast<long>(below(columns.size()));
         };
-        // Kept: without all its columns this one ends the upgrade.
-        const std::size_t change = table == "FORWARDING_KEY_DESTINATIONS" ? 2 : below(5);
+        // Kept: without all columns the one ends the upgrade, and the other stays as it is.
+        const bool isCut = table != "FORWARDING_KEY_DESTINATIONS" && table != "GENERAL_CONFIG";
+        const std::size_t change = isCut ? below(5) : 2 + below(2);
         if (change == 0 && columns.size() > 1) {
             columns.erase(somewhere());
         } else if (change == 1) {
@@ -121,9 +99,7 @@ private:
         } else if (change == 2) {
             columns.insert(somewhere(), "Odd_" + table);
         }
-        if (const auto order = below(4); order == 0) {
-            std::rotate(somewhere(), columns.end() - 1, columns.end());
-        } else if (order == 1) {
+        if (below(3) == 0) {
             std::shuffle(columns.begin(), columns.end(), m_random);
         }
         std::string all;
@@ -149,34 +125,29 @@ private:
     /// Rows that a key refuses are left out.
     void fill(const std::string& table) {
         const auto columns = columnsOf(m_db, table);
-        std::vector<std::string> row(columns.size());
         for (auto left = below(table == "GENERAL_CONFIG" ? 15 : 6); left > 0; --left) {
-            const bool isTwin = below(6) == 0;
-            std::string all;
-            for (std::size_t i = 0; i < columns.size(); ++i) {
-                row[i] = cell(columns[i], table == "CALL_LOG", isTwin ? row[i] : "");
-                all += (all.empty() ? "" : ", ") + row[i];
+            std::string row;
+            for (const std::string& column : columns) {
+                row += (row.empty() ? "" : ", ") + cell(column, table == "CALL_LOG");
             }
-            tryTo("INSERT INTO " + table + " VALUES (" + all + ")");
+            tryTo("INSERT INTO " + table + " VALUES (" + row + ")");
         }
     }
 
-    /// @p twin is the cell of another row with the same key, if there is one.
-    std::string cell(const std::string& column, bool isPlain, const std::string& twin) {
+    std::string cell(const std::string& column, bool isCall) {
         for (const auto& known : KnownCells) {
             if (column.find(known.column) == 0) {
                 const char* const value = oneOf(known.values);
-                return !twin.empty()      ? twin
-                       : value == nullptr ? "NULL"
-                       : *value == '*'    ? literal(ownValue(isPlain))
-                                          : literal(value);
+                return value == nullptr ? "NULL" : *value == '*' ? ownValue(isCall) : quoted(value);
             }
         }
-        return below(12) == 0 ? "NULL" : literal(ownValue(isPlain));
+        return below(12) == 0 ? "NULL" : ownValue(isCall);
     }
 
+    static std::string quoted(const std::string& value) { return "'" + value + "'"; }
+
     /// Kept: a row of calls with a quote or a NUL byte may add rows at each start, so it has none.
-    std::string ownValue(bool isPlain) {
+    std::string ownValue(bool isCall) {
         const std::string number = std::to_string(++m_values);
         const std::string plain = "v" + number + "v";
         const std::string odd[] = {
@@ -184,8 +155,8 @@ private:
             " <" + plain + "> &amp; ",       "+49 " + plain,
             "#" + plain + ",,\\,\r\n",       std::to_string(9223372036854000000 + m_values),
             number + "00000000000000000000", plain + std::string(3000, 'x'),
-            plain + " O'Neil; DROP",         plain + std::string("\0z", 2)};
-        return below(3) > 0 ? plain : odd[below(std::size(odd) - (isPlain ? 2 : 0))];
+            plain + " O''Neil; DROP",        plain + "' || char(0) || 'z"};
+        return quoted(below(3) > 0 ? plain : odd[below(std::size(odd) - (isCall ? 2 : 0))]);
     }
 
     sqlite3* m_db;
