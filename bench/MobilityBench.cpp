@@ -111,18 +111,16 @@ Texts callGroupTexts(const UserTable& table) {
 }
 
 Texts copyTexts(const UserTable& table) {
-    const std::string countVisitor = countStart + table.name + ofVisitor;
-    const std::string countBase = countStart + table.name + ofBase;
-    if (table.inserts.empty()) {
-        return {countVisitor, countBase};
-    }
-    Texts texts = {countVisitor};
-    append(texts, deletion(table.name));
     const std::string all = "SELECT * FROM " + table.name;
-    append(texts, {countBase, all + ofBase + ";", countVisitor});
-    texts.insert(texts.end(), table.contextIndex + 2, all + ";");  // the number of columns, names
-    texts.emplace_back("BEGIN TRANSACTION;");
-    append(texts, table.inserts);
+    Texts texts = {"BEGIN IMMEDIATE TRANSACTION;", countStart + table.name + ofVisitor};
+    if (!table.inserts.empty()) {
+        append(texts, deletion(table.name));
+    }
+    texts.push_back(all + ofBase + ";");
+    if (!table.inserts.empty()) {
+        texts.insert(texts.end(), table.contextIndex + 2, all + ";");  // number of columns, names
+        append(texts, table.inserts);
+    }
     texts.emplace_back("END TRANSACTION;");
     return texts;
 }

@@ -106,14 +106,10 @@ public:
     virtual int initialiseMobilityUserData(const std::string& context);
     /// Replaces the visitor's rows by copies of the base user's.
     virtual int copyBaseDataToVisitor();
-    /**
-     * The same for the table and its context column named here, under one lock and in one
-     * transaction: on any failure the visitor's rows stay what they were. Rows with an apostrophe
-     * in a cell are left out: kept on purpose, the log names the table.
-     *
-     * @return 0 when it was done, or when there is no such table; 1 when the visitor's rows could
-     *         not be counted or deleted; else the code of what failed
-     */
+    /// The same for the table and its context column named here, in one transaction: after a
+    /// failure the visitor's rows are what they were. Rows with an apostrophe in a cell are left
+    /// out: kept on purpose, the log names the table. 0 also without such a table; 1 when the
+    /// visitor's rows can't be counted or deleted, else the code of what failed.
     virtual int copyBaseDataToVisitor(const std::string& contextColumn, const std::string& table);
     /// Deletes the rows of one user: plain text, or the same between single quotes.
     virtual int deleteContextData(const std::string& context);

@@ -73,8 +73,8 @@ bool isSkipped(const std::string& directory) {
                        [&](const char* part) { return contains(directory, part); });
 }
 
-/// The directories that are still to be walked. It goes by the rule of findNextUnexploredDir, but
-/// finds them by name: a look at each of them would take the square of their number.
+/// The directories that are still to be walked. The rule is that of findNextUnexploredDir, but the
+/// search goes by name: a search through all of them would take the square of their number.
 class UnexploredDirectories {
 public:
     void add(const std::string& directory) {
@@ -86,7 +86,7 @@ public:
     [[nodiscard]] const std::string& front() const { return m_inOrder.begin()->second; }
 
     /// Takes out the next one that is to be walked after @p directory, and stores it there. False
-    /// when there is none.
+    /// when no further one is found.
     bool takeNext(std::string& directory) {
         const auto next = nextAfter(directory);
         if (next == m_inOrder.end()) {
@@ -140,7 +140,7 @@ Interface* findOther(Context* context, const char* name) {
     return service;
 }
 
-/// Walks from the first directory that is unexplored until there is none to go to.
+/// Walks from the first unexplored directory until no further one is found.
 void walkDirectory(UnexploredDirectories& unexplored, bool fileRead, DirectoryList* directories,
                    DirectoryList* files) {
     std::string directory = unexplored.front();

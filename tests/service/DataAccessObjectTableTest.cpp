@@ -127,7 +127,7 @@ TEST_F(DataAccessObjectTableTest, NothingIsInsertedBesideRowsThatStay) {
     EXPECT_EQ(contents(), "base7b visitor7v");
 }
 
-// A guest got a part of his keys, or those of an earlier guest, and it was told as done.
+// The guest got a part of the keys, or those of an earlier guest, and the copy counted as done.
 TEST_F(DataAccessObjectTableTest, ACopyThatFailsLeavesTheVisitorsRows) {
     fill("('base', '7', 'b', ''), ('base', '8', 'c', ''), ('visitor', '7', 'v', '')");
     const struct {

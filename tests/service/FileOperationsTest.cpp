@@ -246,7 +246,7 @@ TEST_F(FileOperationsTest, ATreeIsListedWithItsDoublesAndWithoutWhatIsSkipped) {
     EXPECT_EQ(m_directories.size(), 3U) << "one of two branches is left";
 }
 
-// The walk finds directories by name; the rule is told of a list.
+// The walk searches by name what the rule says of a list.
 TEST_F(FileOperationsTest, ATreeIsWalkedInTheOrderOfTheRule) {
     std::mt19937 random(7);
     std::vector<std::string> made = {"/data"};
@@ -279,7 +279,7 @@ TEST_F(FileOperationsTest, ATreeIsWalkedInTheOrderOfTheRule) {
     EXPECT_EQ(m_directories, expected);
 }
 
-// Each of them was looked for among all: 8,000 took sixteen times as long as 2,000.
+// Each was searched for among all: eight times as many took up to 64 times as long.
 TEST_F(FileOperationsTest, SisterDirectoriesTakeTimeByTheirNumber) {
     const auto secondsFor = [this](int count) {
         const std::string folder = "/data/" + std::to_string(count);
