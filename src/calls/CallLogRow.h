@@ -19,7 +19,8 @@ public:
     /// All texts empty, no records.
     CallLogRow() = default;
     /// From a row of all columns; one that is too short raises std::out_of_range.
-    explicit CallLogRow(Rows::const_iterator row);
+    explicit CallLogRow(const std::vector<std::string>& row);
+    explicit CallLogRow(Rows::const_iterator row) : CallLogRow(*row) {}
 
     bool operator==(const CallLogRow& other) const;
     bool operator!=(const CallLogRow& other) const { return !(*this == other); }

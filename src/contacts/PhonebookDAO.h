@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "contacts/ContactColumns.h"
 #include "dao/AssignedNumbers.h"
 #include "dao/DataAccessObject.h"
 #include "dao/ListRequest.h"
@@ -82,9 +83,6 @@ public:
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
 
-    /// The elements of answers, by column of the table; the user has none.
-    static const std::vector<std::string>& elements();
-
     /// Whether @p tag is one of @p tags. Exact comparison.
     bool tagIsInVector(std::string tag, std::vector<std::string>& tags);
     /// Creates the table without the columns named; the user can't be left out.
@@ -103,7 +101,7 @@ public:
     void endElement(const char* name);
 
 private:
-    static constexpr std::size_t FieldCount = 19;  ///< columns of the table but the user
+    static constexpr std::size_t FieldCount = ContactColumns::Count - 1;  ///< all but the user
 
     /// A field of the request. Fields that were not sent take no room: a book of contacts may come
     /// in one request.

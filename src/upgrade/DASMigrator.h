@@ -14,6 +14,7 @@ class DAOFactory;
 class DataAccessObject;
 class DataAccessServiceIfc;
 class DatabaseAdapter;
+struct TableForm;
 
 /**
  * Brings the database up to what the running software expects.
@@ -95,6 +96,10 @@ public:
     static bool rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                       const std::string& table);
 
+    /// The columns of a table next to those of the object of @p schema.
+    static TableForm formOf(DataAccessServiceIfc* service, const std::string& schema,
+                            const std::string& table);
+
     // Tables --------------------------------------------------------------------------------------
 
     static void migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
@@ -161,9 +166,11 @@ public:
 
     /// Splits rows of several numbers and joins doubled ones. Gives the number of rows it treated.
     static int callLogTableChecker(DataAccessServiceIfc* service);
-    /// Brings a call log of an older release, which has fewer columns, to those of today: the
-    /// repair reads whole rows. A missing one stays missing.
-    static void widenCallLog(DataAccessServiceIfc* service);
+    /// Brings a call log of other columns, or of the same in another order, to those of today: the
+    /// repair reads whole rows. A missing one stays missing. Whether rows can be read so.
+    static bool bringCallLogIntoOrder(DataAccessServiceIfc* service);
+    /// Fills @p rows with the calls that may have to be split, and @p idsToSplit with the numbers
+    /// of those that have to.
     static void readCallLogRowsWithMoreThanOneNumberOnARow(DataAccessServiceIfc* service,
                                                            std::map<std::string, CallLogRow>& rows,
                                                            std::vector<std::string>& idsToSplit);
@@ -190,8 +197,8 @@ public:
     static void phonebookTableCleanup(DataAccessServiceIfc* service);
     static void distinctiveRingerTableCleanup(DataAccessServiceIfc* service);
     static void checkValidityOfPhoneBookTable(DataAccessServiceIfc* service);
-    /// Makes the phone book anew with its rows, but without the columns named in @p leftOut. When
-    /// rows can't be copied, they stay in PHONE_BOOK_OLD.
+    /// Makes the phone book anew with its rows, but without the columns named in @p leftOut. One
+    /// transaction: when a row can't be copied, the book stays as it was, and the log says so.
     static bool rebuildPhoneBook(DataAccessServiceIfc* service,
                                  const std::vector<std::string>& leftOut);
     static std::string buildPhonebookTableCleanupQuery(const std::string& column,

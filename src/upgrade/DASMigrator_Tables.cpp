@@ -209,12 +209,13 @@ bool forEachRow(DatabaseAdapter& adapter, const std::vector<Destination>& rows, 
                        [&](const Destination& row) { return work(adapter, row); });
 }
 
-/// A table with users but without all cells stays as it is, and a row to move raises
-/// std::out_of_range: kept on purpose, no release made such a table.
+/// A table that lacks cells at its end stays as it is, and a row to move throws std::out_of_range:
+/// kept on purpose, no release made such a table.
 void bringCellsIntoOrder(DataAccessServiceIfc* service) {
-    const std::vector<std::string> columns = columnsOf(service, destinationsTable);
-    const bool hasUsers = DASUtils::columnIsInColumnList(UserContextTagName, columns);
-    if (!columns.empty() && (!hasUsers || columns.size() > TypeCell)) {
+    const TableForm form =
+        DASMigrator::formOf(service, ForwardingKeyDestinationsSchema, destinationsTable);
+    const bool lacksCellsAtEnd = form.inPlace == form.columns && form.columns <= TypeCell;
+    if (!lacksCellsAtEnd) {
         (void)DASMigrator::rebuildIntoDaoColumns(service, ForwardingKeyDestinationsSchema,
                                                  destinationsTable);
     }
@@ -273,8 +274,8 @@ const GrownTable GrownTables[] = {
     {&DssKeySettingsTableName, "'109'", &DssKeySettingsSchema, nullptr},
     {&FeatureKeysTableName, "'1017'", &FeatureKeysSchema, nullptr},
     {&FeatureToggleKeySettingsTableName, "'109'", &FeatureToggleKeySettingsSchema, nullptr},
-    {&ForwardingKeyDestinationsTableName, "'109'", nullptr, moveBusyLamps},
-    {&ForwardingKeyDestinationsTableName, "'32'", nullptr, moveKey32},
+    {&ForwardingKeyDestinationsTableName, "'109'", &ForwardingKeyDestinationsSchema, moveBusyLamps},
+    {&ForwardingKeyDestinationsTableName, "'32'", &ForwardingKeyDestinationsSchema, moveKey32},
     {&LineKeySettingsTableName, "'109'", &LineKeySettingsSchema, nullptr},
     {&RepertoryDiallingTableName, "'1017'", &RepertoryDiallingSchema, nullptr},
     {&SelectedDiallingTableName, "'1017'", &SelectedDiallingSchema, nullptr},
@@ -285,7 +286,27 @@ const GrownTable GrownTables[] = {
     {&FeatureToggleKeySettingsTableName, "'200'", &FeatureToggleKeySettingsSchema, nullptr},
 };
 
+/// Tables of these whose columns no other step looks at.
+const std::string* const TablesWithoutStep[] = {
+    &DeflectKeyDestinationsTableName,    &FeatureToggleKeySettingsTableName,
+    &ForwardingKeyDestinationsTableName, &RepertoryDiallingTableName,
+    &SelectedDiallingTableName,          &StartApplicationTableName};
+
+/// Brings a table that has its default rows into the columns of its object.
+void bringIntoOrder(DataAccessServiceIfc* service, const GrownTable& grown) {
+    const bool isLookedAt = std::any_of(std::begin(TablesWithoutStep), std::end(TablesWithoutStep),
+                                        [&](const auto* table) { return table == grown.table; });
+    if (isLookedAt && !DASMigrator::formOf(service, *grown.schema, *grown.table).isInOrder()) {
+        (void)DASMigrator::rebuildIntoDaoColumns(service, *grown.schema, *grown.table);
+    }
+}
+
 }  // namespace
+
+TableForm DASMigrator::formOf(DataAccessServiceIfc* service, const std::string& schema,
+                              const std::string& table) {
+    return {*createDao(service, schema), columnsOf(service, table)};
+}
 
 bool DASMigrator::rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                         const std::string& table) {
@@ -312,17 +333,6 @@ void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const s
     const std::string visitor = DASUtils::convertToDBFormat(UserContextVisitor);
     if (visitorRows && isKnownToHaveNo(service, table, {{UserContextTagName, visitor}})) {
         (void)dao->insertDefaultRows(UserContextVisitor);  // what fails is in the log
-    }
-}
-
-void DASMigrator::migratePhoneBookTable(DataAccessServiceIfc* service) {
-    constexpr std::size_t currentColumns = 20;
-    constexpr std::size_t columnsBeforeMobility = 17;
-    const std::vector<std::string> columns = columnsOf(service, PhoneBookTableName);
-    const bool isBeforeMobility = columns.size() == columnsBeforeMobility &&
-                                  !DASUtils::columnIsInColumnList(UserContextTagName, columns);
-    if (columns.size() < currentColumns && !isBeforeMobility) {
-        (void)rebuildIntoDaoColumns(service, PhoneBookSchema, PhoneBookTableName);
     }
 }
 
@@ -387,12 +397,8 @@ void DASMigrator::migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessSer
     const std::pair<const std::string&, const std::string&> tables[] = {
         {FixedKeysSchema, FixedKeysTableName}, {FeatureKeysSchema, FeatureKeysTableName}};
     for (const auto& [schema, table] : tables) {
-        const std::vector<std::string> columns = columnsOf(service, table);
-        for (const std::string& column : {LockedTagName, LabelTagName, LocalTagName}) {
-            if (!columns.empty() && !DASUtils::columnIsInColumnList(column, columns)) {
-                (void)rebuildIntoDaoColumns(service, schema, table);
-                break;
-            }
+        if (!formOf(service, schema, table).isInOrder()) {
+            (void)rebuildIntoDaoColumns(service, schema, table);
         }
     }
 }
@@ -429,9 +435,8 @@ void DASMigrator::dbCheckAndMigrateLineKeySettingsDefaults(DataAccessServiceIfc*
 void DASMigrator::addDefaultRowsToExistingTablesWhereMissing(DataAccessServiceIfc* service) {
     for (const GrownTable& grown : GrownTables) {
         if (isRowPresent(service, *grown.table, IdTagName, grown.id)) {
-            continue;
-        }
-        if (grown.special != nullptr) {
+            bringIntoOrder(service, grown);
+        } else if (grown.special != nullptr) {
             grown.special(service);
         } else {
             addMissingRows(service, *grown.schema, *grown.table);
