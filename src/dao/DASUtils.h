@@ -153,10 +153,8 @@ public:
                                       const std::string& path);
 
     /**
-     * Brings @p table to @p columns, the full list of names and types, if one of them is new: the
-     * table is written to a scratch file in the deploy directory, dropped, created and read back.
-     * That is one transaction. If anything fails, a row that the format does not carry included,
-     * the table stays as it was, and so does the scratch file, for whoever looks into it.
+     * Brings @p table to @p columns, the full list of names and types, if one of them is new, as
+     * rebuildTable() does it.
      *
      * @return 0 nothing to do, 1 done, 2 failed
      */
@@ -178,22 +176,17 @@ public:
                                                      const std::string& table,
                                                      const std::vector<std::string>& columns,
                                                      const std::string& path);
-    /// The same for a caller who holds a transaction; it is not ended here.
-    static bool updateItemsInTransaction(DatabaseAdapter& adapter, const std::string& table,
-                                         const std::vector<std::string>& columns,
-                                         const std::string& path);
 
     /**
-     * Rebuilds @p table in one transaction: @p save keeps its rows somewhere, the table is dropped,
-     * also when it has no rows, and @p restore makes it anew with its rows, without a transaction
-     * of its own. When one of them gives false, when the table can't be dropped, or when it does
-     * not count as many rows as before, everything is taken back and the table is as it was.
+     * Rebuilds @p table in one transaction: it is renamed, @p create makes it anew, without a
+     * transaction of its own, and the rows are copied by column name; NULLs become blank. A column
+     * that the new table does not have is dropped, which is logged. If anything fails, or the new
+     * table does not count as many rows, everything is rolled back and the table is as it was.
      *
-     * @param dropFailure what is logged when the table can't be dropped
+     * @param dropFailure what is logged when the older table can't be dropped
      */
     [[nodiscard]] static bool rebuildTable(DatabaseAdapter& adapter, const std::string& table,
-                                           const std::function<bool()>& save,
-                                           const std::function<bool()>& restore,
+                                           const std::function<bool()>& create,
                                            const char* dropFailure);
 
     // Request bodies ------------------------------------------------------------------------------

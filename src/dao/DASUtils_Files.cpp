@@ -22,7 +22,6 @@ constexpr const char* LogSource = "./src/DASUtils";
 
 const std::string VersionTag = "#$VERSION=";
 const std::string ColumnsTag = "#$COLUMNS=";
-const std::string ScratchFile = "/Aurel_Deploy/DasTemporaryLogValues.csv";
 const std::string NullValue = "NULL";
 
 const std::string SchemaColumn = "Schema";
@@ -243,35 +242,25 @@ int insertValues(DatabaseAdapter& adapter, const std::string& table,
     return adapter.insert(table, values, nullptr);
 }
 
-std::string countText(DatabaseAdapter& adapter, const std::string& table) {
-    PairList all;
-    std::string count;
-    return adapter.countRows(table, all, count) == 0 ? count : std::string();
-}
-
-/// Leaves an open transaction behind that the caller takes back when the result is false.
-bool replaceTable(DatabaseAdapter& adapter, const std::string& table,
-                  const std::function<bool()>& save, const std::function<bool()>& restore,
-                  const char* dropFailure) {
-    const std::string count = countText(adapter, table);
-    if (count.empty() || !save()) {
+/// False also when a line was not stored.
+bool applyFile(DatabaseAdapter& adapter, const std::string& table,
+               const std::vector<std::string>& columns, const std::string& path) {
+    const bool areSettings = table == DASUtilsStrings::GeneralConfigTableName;
+    DAS_LOG(5, "Opening %s", path.c_str());
+    CsvReader file(path,
+                   areSettings ? CsvReader::Comments::AreSkipped : CsvReader::Comments::AreData);
+    if (!file.isOpen()) {
+        DAS_LOG(5, "error opening %s", path.c_str());
         return false;
     }
-    // The adapter spares a table without rows; here it has to go as well.
-    const int dropped = count == "0" ? adapter.executeNonQuery("DROP TABLE " + table + ";")
-                                     : adapter.dropTable(table);
-    if (dropped != 0) {
-        DAS_LOG(2, "%s", dropFailure);
-        return false;
-    }
-    if (!restore()) {
-        return false;
-    }
-    if (countText(adapter, table) != count) {
-        DAS_LOG(2, "Table %s does not have its %s rows again", table.c_str(), count.c_str());
-        return false;
-    }
-    return true;
+    DAS_LOG(5, "Scanning file...");
+    const std::string key = areSettings ? std::string() : integerKeyOf(adapter, table);
+    const std::size_t failures = file.forEachRow([&](auto& fields) {
+        return areSettings ? storeSetting(adapter, table, fields)
+                           : insertValues(adapter, table, columns, key, fields);
+    });
+    DAS_LOG(5, "Scanning complete");
+    return failures == 0;
 }
 
 }  // namespace
@@ -327,71 +316,10 @@ bool DASUtils::recreateTableFromFile(DatabaseAdapter* adapter, const std::string
     });
 }
 
-bool DASUtils::rebuildTable(DatabaseAdapter& adapter, const std::string& table,
-                            const std::function<bool()>& save, const std::function<bool()>& restore,
-                            const char* dropFailure) {
-    return runWholeOrNot(adapter,
-                         [&] { return replaceTable(adapter, table, save, restore, dropFailure); });
-}
-
-int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string& table,
-                                    PairList& columns) {
-    DAS_LOG(5, "updateTableInDatabase( TableName=%s )", table.c_str());
-    std::vector<std::string> present;
-    if (!createColumnNameListFromDbFile(adapter, table, present)) {
-        DAS_LOG(2, "updateTableInDatabase failed to createColumnNameListFromDbFile");
-        return 2;
-    }
-    const bool somethingIsNew = std::any_of(columns.begin(), columns.end(), [&](const auto& each) {
-        return !columnIsInColumnList(each.first, present);
-    });
-    if (!somethingIsNew) {
-        return 0;
-    }
-    const auto save = [&] {
-        return readFromTableAndWriteToFileWithColumns(adapter, table, ScratchFile, {}, present);
-    };
-    const auto restore = [&] {
-        PairList created = columns;
-        return adapter->createTable(table, created) == 0 &&
-               insertRowsOfFile(*adapter, table, ScratchFile);
-    };
-    // The text names the call log whichever table it is: kept on purpose, it is looked for.
-    if (!rebuildTable(*adapter, table, save, restore,
-                      "CallLogDAO::updateCallLogTableDatabas - FAILED to drop CallLog Table from "
-                      "phone.db")) {
-        return 2;
-    }
-    removeDataFile(ScratchFile);
-    return 1;
-}
-
 bool DASUtils::updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
                                                     const std::string& table,
                                                     const std::vector<std::string>& columns,
                                                     const std::string& path) {
-    return inTransaction(adapter, [&](DatabaseAdapter& open) {
-        return updateItemsInTransaction(open, table, columns, path);
-    });
-}
-
-bool DASUtils::updateItemsInTransaction(DatabaseAdapter& adapter, const std::string& table,
-                                        const std::vector<std::string>& columns,
-                                        const std::string& path) {
-    const bool areSettings = table == DASUtilsStrings::GeneralConfigTableName;
-    DAS_LOG(5, "Opening %s", path.c_str());
-    CsvReader file(path,
-                   areSettings ? CsvReader::Comments::AreSkipped : CsvReader::Comments::AreData);
-    if (!file.isOpen()) {
-        DAS_LOG(5, "error opening %s", path.c_str());
-        return false;
-    }
-    DAS_LOG(5, "Scanning file...");
-    const std::string key = areSettings ? std::string() : integerKeyOf(adapter, table);
-    const std::size_t failures = file.forEachRow([&](auto& fields) {
-        return areSettings ? storeSetting(adapter, table, fields)
-                           : insertValues(adapter, table, columns, key, fields);
-    });
-    DAS_LOG(5, "Scanning complete");
-    return failures == 0;
+    return inTransaction(
+        adapter, [&](DatabaseAdapter& open) { return applyFile(open, table, columns, path); });
 }

@@ -174,12 +174,9 @@ public:
     /// the file can't be opened or what was read can't be committed.
     bool importTable(const std::string& table, std::vector<std::string>& columns,
                      const std::string& path);
-    /**
-     * Rebuilds @p table with @p columnDefinitions, names and types, by way of the file @p path,
-     * which stays. Rows move by the names of the old columns through updateItemInTable, so this is
-     * for classes whose override inserts: the one of this class updates rows, which are gone then.
-     * False, with the table as it was, when a row or anything else fails.
-     */
+    /// Rebuilds @p table with @p columnDefinitions, names and types, as DASUtils::rebuildTable()
+    /// does. The path has no part in it: kept on purpose, callers name a file for the rows, which
+    /// move inside the database now. False when the table stays as it was.
     bool migrateTable(const std::string& table, PairList& columnDefinitions,
                       const std::string& path);
     /**

@@ -90,29 +90,10 @@ std::size_t DataAccessObject::importRows(const std::string& table,
 }
 
 bool DataAccessObject::migrateTable(const std::string& table, PairList& columnDefinitions,
-                                    const std::string& path) {
-    std::vector<std::string> oldColumns;
-    if (!DASUtils::createColumnNameListFromDbFile(m_dbAdapter, table, oldColumns)) {
-        return false;
-    }
-    const auto save = [&] {
-        PairList allRows;
-        std::string noVersion;
-        const bool saved = exportTable(table, path, allRows, noVersion);
-        if (!saved) {
-            DAS_LOG(2, "Cannot export table %s", table.c_str());
-        }
-        return saved;
-    };
-    const auto restore = [&] {
-        if (!createTable2(table, columnDefinitions)) {
-            return false;
-        }
-        DAS_LOG(5, "Importing %s to %s", path.c_str(), table.c_str());
-        CsvReader file(path, CsvReader::Comments::AreSkipped);
-        return file.isOpen() && importRows(table, oldColumns, file) == 0;
-    };
-    return DASUtils::rebuildTable(*m_dbAdapter, table, save, restore,
+                                    const std::string& /*path*/) {
+    const auto create = [&] { return createTable2(table, columnDefinitions); };
+    return m_dbAdapter != nullptr &&
+           DASUtils::rebuildTable(*m_dbAdapter, table, create,
                                   "Cannot drop the table that is rebuilt");
 }
 

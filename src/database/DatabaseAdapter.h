@@ -117,6 +117,9 @@ public:
 
     /// Runs one statement without rows under the lock. Raw SQLite code.
     int executeNonQuery(const std::string& sql);
+    /// The same with @p values bound to its placeholders, in their order: for values that no
+    /// statement text can hold, such as those with a zero byte.
+    int executeWithValues(const std::string& sql, const std::vector<std::string>& values);
 
     /**
      * The status that stands for a raw SQLite code outside the adapter: 0 success, 1 failure, 2 out
@@ -164,6 +167,12 @@ public:
 
     /// Renames a table that has rows. 1 when it has none or is missing, else a raw SQLite code.
     int alterTableName(std::string oldName, std::string newName);
+    /// Renames a table. Views keep the old name, and a view that names a missing table does not
+    /// make it fail. Raw SQLite code.
+    int renameTable(const std::string& oldName, const std::string& newName);
+    /// @p wanted, with a number after it if the database has something of that name. Empty when the
+    /// database can't be read.
+    [[nodiscard]] std::string freeTableName(const std::string& wanted);
 
     /// Copies all rows, less the columns named in @p excludedColumns, by column name. 1 when @p
     /// from can't be read, else a raw SQLite code.

@@ -83,13 +83,38 @@ int DatabaseAdapter::alterTableName(std::string oldName, std::string newName) {
         DAS_LOG(2, "DatabaseAdapter::alterTableName TABLE %s does not exist", oldName.c_str());
         return 1;
     }
-    const std::string sql = "ALTER TABLE " + oldName + " RENAME TO " + newName + ";";
-    DAS_LOG(5, "%s", sql.c_str());
-    const int code = executeNonQuery(sql);
+    const int code = renameTable(oldName, newName);
     if (code != 0) {
         DAS_LOG(2, "DatabaseAdapter::alterTableName ALTER TABLE %s failed", oldName.c_str());
     }
     return code;
+}
+
+int DatabaseAdapter::renameTable(const std::string& oldName, const std::string& newName) {
+    const std::string sql = "ALTER TABLE " + oldName + " RENAME TO " + newName + ";";
+    DAS_LOG(5, "%s", sql.c_str());
+    AdapterLock lock(*this);
+    // Otherwise SQLite rewrites the views over the table, and refuses while any view is broken.
+    (void)executeNonQuery("PRAGMA legacy_alter_table=ON;");
+    const int code = executeNonQuery(sql);
+    (void)executeNonQuery("PRAGMA legacy_alter_table=OFF;");
+    return code;
+}
+
+std::string DatabaseAdapter::freeTableName(const std::string& wanted) {
+    std::string name = wanted;
+    for (int number = 2;; ++number) {
+        Rows rows;
+        if (executeSQLQuery(
+                "SELECT name FROM sqlite_master WHERE name = '" + name + "' COLLATE NOCASE;",
+                rows) != 0) {
+            return {};
+        }
+        if (rows.empty()) {
+            return name;
+        }
+        name = wanted + "_" + std::to_string(number);
+    }
 }
 
 int DatabaseAdapter::copyDataOfTableToAnother(std::string from, std::string to,

@@ -20,6 +20,7 @@
 #include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "upgrade/StepHelpers.h"
 #include "upgrade/TableRebuild.h"
 #include "upgrade/V1R1ToV1R2Migrator.h"
 
@@ -29,8 +30,7 @@ constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
-
-const char* const settingsTableSchema = "UnitTestGenConfigTable";
+using StepHelpers::rowsOf;
 
 /// What a step is given.
 struct Run {
@@ -53,12 +53,6 @@ using M = DASMigrator;
 
 int columnsOf(const Run& run, const char* statement) {
     return run.service->getAdapter()->getColumnCount(statement);
-}
-
-long rowsOf(DataAccessServiceIfc* service, const std::string& table) {
-    std::string count;
-    (void)DASUtils::getRowCount(*service->getAdapter(), table, count);
-    return std::strtol(count.c_str(), nullptr, 10);
 }
 
 bool hasRow(const Run& run, const std::string& table, const std::string& id) {
@@ -336,8 +330,7 @@ void DASMigrator::checkAndMigrateDatabase(DataAccessServiceIfc* service) {
         DAS_LOG(2, "checkAndMigrateDatabase - no database");
         return;
     }
-    const std::vector<std::string> settingsColumns = {"Schema", "UserContext", "Name", "Value"};
-    const Run run{service, settingsColumns};
+    const Run run{service, StepHelpers::settingsColumns()};
     SettingsCachesAside aside;
     for (const Step& step : Steps) {
         reportStep(step, false);
@@ -368,9 +361,9 @@ void DASMigrator::migrateToMobilityDatabase(DataAccessServiceIfc* service) {
     migrateFeatureKeysTable(service);
     migrateFtpSettingsTable(service);
     if (rowsOf(service, GeneralConfigTableName) == 0) {
-        createTable(service, settingsTableSchema);
+        createGeneralConfigTable(service);
     } else {
-        isRenewed = migrateGeneralConfigTable(service, {"Schema", "UserContext", "Name", "Value"});
+        isRenewed = migrateGeneralConfigTable(service, StepHelpers::settingsColumns());
     }
     (void)service->getAdapter()->dropTable("IMAGES");  // one that is missing is as good as dropped
     if (!isRenewed) {

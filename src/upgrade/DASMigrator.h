@@ -135,7 +135,10 @@ public:
     static void migrateMovedItems(DataAccessServiceIfc* service);
     static void dbMigrateDoorOpenerSettings(DataAccessServiceIfc* service, bool upgrade);
     static void downgradeDoorOpenerSettings(DataAccessServiceIfc* service);
-    /// False when a failure left the table as it was that the next start may not meet.
+    /// Makes the table of settings. An empty one of an older form is dropped and made anew.
+    static void createGeneralConfigTable(DataAccessServiceIfc* service);
+    /// Brings the table of settings from before user mobility into the form of today. False when a
+    /// failure left it as it was, so that the next start has to try again.
     static bool migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                           const std::vector<std::string>& columns);
     static void normalizeGeneralConfigTable(DataAccessServiceIfc* service);

@@ -1,22 +1,17 @@
 // The repairs of each start: calls and contacts, the conversations that refer to them, ringers of
 // the older protocol.
 
-#include <fstream>
-
 #include "DataAccessServiceIfc.h"
-#include "Storage.h"
 #include "calls/CallLogRow.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
+#include "upgrade/StepHelpers.h"
 
 namespace {
 
 constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DASMigrator";
-
-const char* const previousVersionFile = "/.QuilldeskRootFileSystemImageVersion.prev.txt";
-const char* const olderProtocol = "SIP";
 
 const char* const conversationsWithoutContact =
     "DELETE FROM CONVERSATIONS WHERE NOT EXISTS( SELECT NULL FROM PHONE_BOOK pb WHERE pb.UniqueID "
@@ -76,10 +71,7 @@ void DASMigrator::conversationsTableCleanup(DataAccessServiceIfc* service) {
 }
 
 void DASMigrator::distinctiveRingerTableCleanup(DataAccessServiceIfc* service) {
-    std::ifstream file;
-    Storage::openToRead(file, previousVersionFile);
-    std::string line;
-    if (file && std::getline(file, line) && line.find(olderProtocol) != std::string::npos) {
+    if (StepHelpers::olderProtocolRan()) {
         DAS_LOG(6, "distinctiveRingerTableCleanup() removing old records");
         execute(service, "DELETE FROM DISTINCTIVE_RINGING");
     }

@@ -5,14 +5,13 @@
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
-#include "DasCrypt.h"
 #include "DataAccessServiceIfc.h"
-#include "dao/CsvFile.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
+#include "upgrade/StepHelpers.h"
 
 namespace {
 
@@ -20,9 +19,10 @@ constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
+using StepHelpers::encrypt;
+using StepHelpers::insertSetting;
+using StepHelpers::settingConditions;
 
-const char* const migrationFile = "/Aurel_Deploy/DasMigrationValues.csv";
-const std::string ftpSuffix = ".ftp";
 const std::string encryptedSuffix = "Enc";
 
 /// A setting whose value is stored encrypted, under the same name with "Enc" behind it.
@@ -46,29 +46,6 @@ const SrtpMethod SrtpMethods[] = {{"AES_CM_256_SHA_80", "'2'", "'1'"},
                                   {"AEAD_AES_256_GCM", "'4'", "'2'"},
                                   {"AEAD_AES_128_GCM", "'3'", "'3'"}};
 constexpr int AllSrtpRows = 5;
-
-long rowsOf(DataAccessServiceIfc* service, const std::string& table) {
-    PairList all;
-    std::string count;
-    service->getAdapter()->getRowCount(table, all, count);
-    return ClientUtils::stoi(count);
-}
-
-/// Encrypts @p plain. False, and a log line, when a text that is not blank could not be encrypted.
-bool encrypt(const std::string& plain, std::string& encrypted) {
-    encrypted = DasCrypt::toEncryptedText(plain);
-    if (encrypted.empty() && !plain.empty()) {
-        DAS_LOG(2, "A password can't be encrypted, it stays as it is");
-        return false;
-    }
-    return true;
-}
-
-int insertSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
-                  const std::string& name, const std::string& value) {
-    std::vector<std::string> row = DASMigrator::constructColumns(schema, context, name, value);
-    return adapter.insert(GeneralConfigTableName, row, nullptr);
-}
 
 }  // namespace
 
@@ -210,13 +187,6 @@ bool DASMigrator::getValueFromReply(std::string& reply, const std::string& item,
 
 namespace {
 
-PairList keyOfSetting(const std::string& schema, const std::string& context,
-                      const std::string& name) {
-    return {{"Schema", DASUtils::escapeAndQuote(schema)},
-            {UserContextTagName, DASUtils::escapeAndQuote(context)},
-            {"Name", DASUtils::escapeAndQuote(name)}};
-}
-
 /// Stores a setting in encrypted form; the plain row goes when that stands.
 void encryptSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
                     const std::string& item, const std::string& value) {
@@ -225,7 +195,7 @@ void encryptSetting(DatabaseAdapter& adapter, const std::string& schema, const s
     std::string present = "0";
     // A blank row, as older software makes it by default, must not wipe a password.
     if (value.empty()) {
-        PairList key = keyOfSetting(schema, context, encryptedItem);
+        PairList key = settingConditions(schema, context, encryptedItem);
         if (adapter.countRows(GeneralConfigTableName, key, present) != 0) {
             return;
         }
@@ -233,7 +203,7 @@ void encryptSetting(DatabaseAdapter& adapter, const std::string& schema, const s
     if (encrypt(value, encrypted) &&
         (present != "0" ||
          insertSetting(adapter, schema, context, encryptedItem, encrypted) == 0)) {
-        PairList plainRow = keyOfSetting(schema, context, item);
+        PairList plainRow = settingConditions(schema, context, item);
         (void)adapter.deleteRow(GeneralConfigTableName, plainRow);  // else at the next start
     }
 }
@@ -360,158 +330,4 @@ void DASMigrator::migrateToEncryptedPasswordsForKeySettings(DataAccessServiceIfc
         return;
     }
     DAS_LOG(5, "%s table data migrated to the encrypted form.", table.c_str());
-}
-
-// Passwords of file downloads --------------------------------------------------------------------
-
-namespace {
-
-constexpr std::size_t FtpPasswordField = 7;
-
-/// Inserts the lines of the migration file into the encrypted table, by the old table's columns.
-bool loadEncrypted(DatabaseAdapter& adapter, const std::vector<std::string>& names) {
-    CsvReader file(migrationFile);
-    if (!file.isOpen()) {
-        return false;
-    }
-    DAS_LOG(5, "Scanning file...");
-    return file.forEachRow([&](std::vector<std::string>& fields) {
-        std::string encrypted;
-        if (fields.size() != names.size() || !encrypt(fields.at(FtpPasswordField), encrypted)) {
-            return 1;
-        }
-        DAS_LOG(5, "migrateToEncryptedFTPPass encrypt  FtpPassword");
-        fields[FtpPasswordField] = encrypted;
-        PairList values;
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            values.emplace_back(names[i], DASUtils::escapeAndQuote(fields[i]));
-        }
-        return adapter.insert(FileDownloadSettingsEncTableName, values, nullptr);
-    }) == 0;
-}
-
-}  // namespace
-
-void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
-    DatabaseAdapter& adapter = *service->getAdapter();
-    const std::string& oldTable = FileDownloadSettingsTableName;
-    if (rowsOf(service, oldTable) == 0) {
-        return;
-    }
-    if (rowsOf(service, FileDownloadSettingsEncTableName) > 0) {
-        (void)adapter.dropTable(oldTable);  // a failure is in the log, the next start tries again
-        return;
-    }
-    std::vector<std::string> names;
-    if (adapter.getColumnNames(oldTable, names) != 1 ||
-        !DASUtils::readAllItemsFromTableAndWriteToFile(&adapter, oldTable, migrationFile, {})) {
-        return;
-    }
-    const bool moved = runWholeOrNot(adapter, [&] {
-        if (adapter.dropTable(oldTable) != 0) {
-            return false;
-        }
-        createTable(service, FileDownloadSettingsSchema);
-        return loadEncrypted(adapter, names);
-    });
-    if (!moved) {
-        DAS_LOG(2, "%s is left as it was", oldTable.c_str());
-        return;
-    }
-    DASUtils::removeDataFile(migrationFile);
-}
-
-namespace {
-
-// Fields of a line of the oldest table, by their places.
-constexpr std::size_t LineKind = 0;
-constexpr std::size_t LineServer = 1;
-constexpr std::size_t LineUser = 4;
-constexpr std::size_t LinePassword = 5;
-constexpr std::size_t LinePath = 6;
-constexpr std::size_t LineFile = 13;
-
-const char* const oldestTable = "FTP_SETTINGS";
-constexpr long RowsWithoutTheLast = 8;
-
-bool isTakenOver(const std::vector<std::string>& line) {
-    return line.at(LineKind) == "Default" || line.at(LineKind) == "SwPhone";
-}
-
-/// A line of the oldest table as a row of file downloads.
-std::vector<std::string> asDownloadRow(const std::vector<std::string>& line,
-                                       const std::string& encryptedPassword) {
-    const bool isDefault = line.at(LineKind) == "Default";
-    const bool usesDefaults = !isDefault && line.at(LineServer).empty();
-    return {isDefault ? "0" : "1", usesDefaults ? "true" : "false",
-            line.at(LineServer),   line.at(LineUser),
-            encryptedPassword,     line.at(LinePath),
-            line.at(LineFile)};
-}
-
-bool rewriteOldestTable(DatabaseAdapter& adapter) {
-    std::vector<std::string> names;
-    if (adapter.getColumnNames(oldestTable, names) != 1 ||
-        !DASUtils::readAllItemsFromTableAndWriteToFile(&adapter, oldestTable, migrationFile, {})) {
-        return false;
-    }
-    CsvReader in(migrationFile);
-    CsvWriter out(migrationFile + ftpSuffix, CsvWriter::Target::Truncated);
-    if (!in.isOpen() || !out.isOpen()) {
-        DAS_LOG(2, "error opening %s", migrationFile);
-        return false;
-    }
-    DAS_LOG(5, "Opening %s", migrationFile);
-    DAS_LOG(5, "Scanning file...");
-    const std::size_t failures = in.forEachRow([&](std::vector<std::string>& fields) {
-        std::string encrypted;
-        if (fields.size() != names.size()) {
-            return 1;  // a value that the file can't carry: nothing is taken over in part
-        }
-        if (!isTakenOver(fields)) {
-            return 0;
-        }
-        if (!encrypt(fields.at(LinePassword), encrypted)) {
-            return 1;
-        }
-        out.writeRow(asDownloadRow(fields, encrypted));
-        return 0;
-    });
-    DAS_LOG(5, "Scanning complete");
-    return out.finish() && failures == 0;
-}
-
-}  // namespace
-
-void DASMigrator::migrateFtpSettingsTable(DataAccessServiceIfc* service) {
-    DatabaseAdapter& adapter = *service->getAdapter();
-    const std::string& newTable = FileDownloadSettingsTableName;
-    const long newRows = rowsOf(service, newTable);
-    if (rowsOf(service, oldestTable) == 0) {
-        DAS_LOG(5, "%s does not exist - not migrated", oldestTable);
-    } else if (newRows == 0) {
-        DAS_LOG(5, "migrating %s table", oldestTable);
-        if (rewriteOldestTable(adapter)) {
-            createTableAndDefaultRows(service, FileDownloadSettingsSchema);
-            const std::string file = migrationFile + ftpSuffix;
-            if (DASUtils::updateItemsInTableWithValuesFromFile(
-                    &adapter, FileDownloadSettingsEncTableName,
-                    {"FileType", "UseDefaults", "ServerAddress", "FtpUsername", "FtpPassword",
-                     "FtpPath", "Filename"},
-                    file)) {
-                DAS_LOG(5, "%s data migrated to %s", oldestTable, newTable.c_str());
-                if (adapter.dropTable(oldestTable) == 0) {
-                    DAS_LOG(5, "%s table dropped", oldestTable);
-                }
-                DASUtils::removeDataFile(migrationFile);
-                DASUtils::removeDataFile(file);
-            }
-        }
-    }
-    if (newRows == RowsWithoutTheLast) {
-        std::vector<std::string> row = {"'9'", "'false'", "'0'", EmptyDBString, "'21'"};
-        row.insert(row.end(), 7, EmptyDBString);
-        row.push_back("'0'");
-        (void)adapter.insert(newTable, row, nullptr);  // a failure is in the log
-    }
 }

@@ -1,20 +1,19 @@
-// The table of settings: the key that it was given, and its forms before user mobility.
-
-#include <unistd.h>
+// The table of settings: the key that it was given, its forms before user mobility, and rows of the
+// device. All of it moves inside the database, so that no byte of a value stops it.
 
 #include <algorithm>
+#include <map>
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
-#include "Storage.h"
-#include "dao/CsvFile.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
+#include "upgrade/StepHelpers.h"
 
 namespace {
 
@@ -22,67 +21,93 @@ constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
-
-const std::vector<std::string>& settingsColumns() {
-    static const std::vector<std::string> columns = {"Schema", UserContextTagName, "Name", "Value"};
-    return columns;
-}
-
-/// The four cells of a row of settings, by their places.
-enum SettingCell : std::size_t { SchemaCell, ContextCell, NameCell, ValueCell };
-
-}  // namespace
-
-// The key ----------------------------------------------------------------------------------------
-
-namespace {
+using namespace StepHelpers;
 
 const std::string keyText = "PRIMARY KEY( Schema, UserContext, Name )";
 const std::string tableForm =
     " (Schema TEXT, UserContext TEXT, Name TEXT, Value TEXT, " + keyText + " )";
 
-/// Runs statements in their order up to the first that fails. Whether all ran.
-bool runAll(DatabaseAdapter& adapter, const std::vector<std::string>& statements) {
-    return std::all_of(statements.begin(), statements.end(), [&](const std::string& statement) {
-        return adapter.executeNonQuery(statement) == 0;
-    });
-}
+const std::string noRows = "0";  ///< as a condition
 
-bool hasKey(DatabaseAdapter& adapter) {
+const char* const dropTable = "DROP TABLE GENERAL_CONFIG";
+const std::string makeTable = "CREATE TABLE GENERAL_CONFIG" + tableForm;
+
+// A table that can't be asked for, or is missing, is not touched.
+bool isInOrder(DatabaseAdapter& adapter) {
     Rows rows;
     (void)adapter.executeSQLQuery("SELECT sql FROM sqlite_master WHERE name = 'GENERAL_CONFIG'",
                                   rows);
-    // A table that can't be asked for, or is missing, is not touched.
     return rows.empty() || rows.front().at(0).find(keyText) != std::string::npos;
 }
 
-bool standsInOrder(DatabaseAdapter& adapter) {
-    std::vector<std::string> names;
-    return adapter.getColumnNames(GeneralConfigTableName, names) == 1 && names == settingsColumns();
+/// Whether these are the columns of a table of settings, in any order.
+bool areSettingsColumns(const std::vector<std::string>& names, std::vector<std::string> expected,
+                        bool withContext) {
+    if (!withContext) {
+        expected.erase(expected.begin() + ContextCell);
+    }
+    return std::is_permutation(names.begin(), names.end(), expected.begin(), expected.end());
 }
 
-/// Of rows with the same key the one that the query gives for them stays.
-bool removeDuplicates(DatabaseAdapter& adapter) {
+/// Fills GENERAL_CONFIG_COPY, a new table of today's form.
+bool fillCopy(DatabaseAdapter& adapter, const std::string& rows) {
+    return runAll(adapter, {"DROP TABLE IF EXISTS GENERAL_CONFIG_COPY",
+                            "CREATE TABLE GENERAL_CONFIG_COPY" + tableForm,
+                            "INSERT OR REPLACE INTO GENERAL_CONFIG_COPY " + rows});
+}
+
+/// Makes GENERAL_CONFIG anew, with the rows of its copy, which goes.
+bool replaceByCopy(DatabaseAdapter& adapter) {
+    return runAll(adapter, {dropTable, makeTable,
+                            "INSERT INTO GENERAL_CONFIG SELECT * FROM GENERAL_CONFIG_COPY",
+                            "DROP TABLE GENERAL_CONFIG_COPY"});
+}
+
+/// Among the rows that match @p condition those of the device, as "rowid IN (...)". Whether the
+/// table could be read.
+bool findDeviceRows(DatabaseAdapter& adapter, const std::string& condition, std::string& found) {
     Rows rows;
-    if (adapter.executeSQLQuery(
-            "SELECT * FROM GENERAL_CONFIG GROUP BY Schema, UserContext, Name HAVING COUNT(*) > 1 "
-            "ORDER BY Schema, UserContext, Name",
-            rows) != 0) {
+    const int read = adapter.executeSQLQuery(
+        "SELECT rowid, Schema, Name FROM GENERAL_CONFIG WHERE " + condition, rows);
+    std::vector<std::string> ids;
+    for (const auto& row : rows) {
+        if (GenConfigDeviceDataItems::isItemDeviceData(row.at(1), row.at(2))) {
+            ids.push_back(row.at(0));
+        }
+    }
+    found = ids.empty() ? noRows : "rowid IN (" + ClientUtils::join(ids, ", ") + ")";
+    return read == 0;
+}
+
+/// No request finds a row whose context is NULL. One of the device takes the blank context, but
+/// wins over no row that can be read.
+bool settleNullContexts(DatabaseAdapter& adapter) {
+    std::string rows;
+    if (!findDeviceRows(adapter, "UserContext IS NULL", rows)) {
         return false;
     }
-    return std::all_of(rows.begin(), rows.end(), [&](const std::vector<std::string>& row) {
-        PairList conditions;
-        for (const SettingCell cell : {SchemaCell, ContextCell, NameCell}) {
-            conditions.emplace_back(settingsColumns()[cell],
-                                    DASUtils::escapeAndQuote(row.at(cell)));
-        }
-        std::vector<std::string> values;
-        for (const std::string& cell : row) {
-            values.push_back(DASUtils::escapeAndQuote(cell));
-        }
-        return adapter.deleteRow(GeneralConfigTableName, conditions) == 0 &&
-               adapter.insert(GeneralConfigTableName, values, nullptr) == 0;
-    });
+    return rows == noRows ||
+           runAll(adapter, {"DELETE FROM GENERAL_CONFIG WHERE " + rows +
+                                " AND (Schema, Name) IN (SELECT Schema, Name FROM GENERAL_CONFIG "
+                                "WHERE UserContext IN ('', 'base'))",
+                            "DELETE FROM GENERAL_CONFIG WHERE " + rows +
+                                " AND rowid NOT IN (SELECT MAX(rowid) FROM GENERAL_CONFIG WHERE " +
+                                rows + " GROUP BY Schema, Name)",
+                            "UPDATE GENERAL_CONFIG SET UserContext = '' WHERE " + rows});
+}
+
+// The key ----------------------------------------------------------------------------------------
+
+/// Blank texts in place of NULLs. Among rows that differ in this alone the blank one stays.
+bool fillNulls(DatabaseAdapter& adapter) {
+    return runAll(adapter, {"UPDATE GENERAL_CONFIG SET Schema = '' WHERE Schema IS NULL",
+                            "UPDATE GENERAL_CONFIG SET Name = '' WHERE Name IS NULL",
+                            "UPDATE GENERAL_CONFIG SET Value = '' WHERE Value IS NULL"}) &&
+           settleNullContexts(adapter) &&
+           runAll(adapter,
+                  {"DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND (Schema, Name) IN "
+                   "(SELECT Schema, Name FROM GENERAL_CONFIG WHERE UserContext = '')",
+                   "UPDATE GENERAL_CONFIG SET UserContext = '' WHERE UserContext IS NULL"});
 }
 
 bool copyHasAllRows(DatabaseAdapter& adapter) {
@@ -93,30 +118,38 @@ bool copyHasAllRows(DatabaseAdapter& adapter) {
            adapter.countRows("GENERAL_CONFIG_COPY", all, copied) == 0 && rows == copied;
 }
 
+/// Of rows with the same key the one that SQLite gives for their group stays.
 bool addKey(DatabaseAdapter& adapter) {
-    return runAll(adapter, {"DROP TABLE IF EXISTS GENERAL_CONFIG_COPY",
-                            "UPDATE GENERAL_CONFIG SET Schema = '' WHERE Schema IS NULL",
-                            "UPDATE GENERAL_CONFIG SET UserContext = '' WHERE UserContext IS NULL",
-                            "UPDATE GENERAL_CONFIG SET Name = '' WHERE Name IS NULL",
-                            "UPDATE GENERAL_CONFIG SET Value = '' WHERE Value IS NULL"}) &&
-           removeDuplicates(adapter) &&
-           runAll(adapter, {"CREATE TABLE GENERAL_CONFIG_COPY" + tableForm,
-                            "INSERT INTO GENERAL_CONFIG_COPY SELECT * FROM GENERAL_CONFIG"}) &&
-           copyHasAllRows(adapter) &&
-           runAll(adapter, {"DROP TABLE GENERAL_CONFIG", "CREATE TABLE GENERAL_CONFIG" + tableForm,
-                            "INSERT INTO GENERAL_CONFIG SELECT * FROM GENERAL_CONFIG_COPY",
-                            "DROP TABLE GENERAL_CONFIG_COPY"});
+    return fillNulls(adapter) &&
+           runAll(adapter, {"DELETE FROM GENERAL_CONFIG WHERE rowid NOT IN (SELECT rowid FROM "
+                            "GENERAL_CONFIG GROUP BY Schema, UserContext, Name)"}) &&
+           fillCopy(adapter, "SELECT Schema, UserContext, Name, Value FROM GENERAL_CONFIG") &&
+           copyHasAllRows(adapter) && replaceByCopy(adapter);
+}
+
+/// An empty table of an older form has nothing to keep, and would take no setting.
+bool renewIfEmpty(DatabaseAdapter& adapter) {
+    return !isInOrder(adapter) && adapter.isKnownToBeEmpty(GeneralConfigTableName) &&
+           runWholeOrNot(adapter, [&] {
+               return runAll(adapter, {dropTable, makeTable});
+           });
 }
 
 }  // namespace
 
+void DASMigrator::createGeneralConfigTable(DataAccessServiceIfc* service) {
+    if (!renewIfEmpty(*service->getAdapter())) {
+        createTable(service, UnitTestGenConfigTableSchema);  // refused when it is there
+    }
+}
+
 void DASMigrator::normalizeGeneralConfigTable(DataAccessServiceIfc* service) {
     DatabaseAdapter& adapter = *service->getAdapter();
-    if (hasKey(adapter)) {
+    if (isInOrder(adapter) || renewIfEmpty(adapter)) {
         return;
     }
     DAS_LOG(5, "Removing duplicates from GENERAL_CONFIG");
-    if (!standsInOrder(adapter)) {
+    if (!areSettingsColumns(columnsOf(adapter, GeneralConfigTableName), settingsColumns(), true)) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG has other columns, left as it is");
         return;
     }
@@ -129,136 +162,141 @@ void DASMigrator::normalizeGeneralConfigTable(DataAccessServiceIfc* service) {
 
 namespace {
 
-const char* const migrationFile = "/Aurel_Deploy/DasMigrationValues.csv";
-const std::string outSuffix = ".out";
+constexpr std::size_t ColumnsWithoutContext = 3;
 
-constexpr int ColumnsWithoutContext = 3;
-constexpr int ColumnsWithContext = 4;
-
-/// Whether a row comes back from a line of a data file as it went.
-bool isCarried(const std::vector<std::string>& row) {
-    std::string line;
-    for (const std::string& cell : row) {
-        line += line.empty() && &cell == &row.front() ? "" : ",";
-        line += DASUtils::escapeReservedCharacter(cell, ',', '\\');
-    }
-    std::vector<std::string> fields;
-    ClientUtils::splitString(line, fields);
-    return line.find('\n') == std::string::npos && line.rfind('#', 0) != 0 && fields == row;
-}
-
-/// A row of an older form as one of today's: without a context a setting is the device's if the
-/// list of device items says so, else the base user's. Empty for a row that is too short.
-std::vector<std::string> asTodaysRow(const std::vector<std::string>& row, int columns) {
-    const std::size_t name = columns == ColumnsWithoutContext ? NameCell - 1 : NameCell;
-    if (row.size() <= name + 1) {
-        return {};
-    }
-    std::string context = columns == ColumnsWithContext ? row[ContextCell] : std::string();
-    if (context.empty() &&
-        !GenConfigDeviceDataItems::isItemDeviceData(row[SchemaCell], row[name])) {
-        context = UserContextBase;
-    }
-    return {row[SchemaCell], context, row[name], row[name + 1]};
-}
-
-/// Takes the rows that a data file does not carry out of the table.
-bool takeOutUncarried(DatabaseAdapter& adapter, Rows& taken) {
-    Rows rows;
-    if (adapter.executeSQLQuery("SELECT rowid, * FROM GENERAL_CONFIG", rows) != 0) {
+/// Without a context a setting is the device's if the list of device items says so, else the base
+/// user's. Of rows that meet under one key the last one stays, but one with a NULL context yields.
+bool renewTable(DatabaseAdapter& adapter, bool hasContext) {
+    std::string deviceRows;
+    if ((hasContext && !settleNullContexts(adapter)) ||
+        !findDeviceRows(adapter, hasContext ? "UserContext = ''" : "1", deviceRows)) {
         return false;
     }
-    for (auto& row : rows) {
-        const std::string rowId = row.at(0);
-        row.erase(row.begin());
-        if (isCarried(row)) {
-            continue;
-        }
-        if (adapter.executeNonQuery("DELETE FROM GENERAL_CONFIG WHERE rowid = " + rowId) != 0) {
-            return false;
-        }
-        taken.push_back(std::move(row));
-    }
-    return true;
-}
-
-bool insertTaken(DatabaseAdapter& adapter, const Rows& taken, int columns) {
-    return std::all_of(taken.begin(), taken.end(), [&](const std::vector<std::string>& row) {
-        std::vector<std::string> values;
-        for (const std::string& cell : asTodaysRow(row, columns)) {
-            values.push_back(DASUtils::escapeAndQuote(cell));
-        }
-        return adapter.insert(GeneralConfigTableName, values, nullptr) == 0;
-    });
-}
-
-/// Writes the lines of the migration file as rows of today. Whether all of them are written.
-bool rewriteFile(int columns) {
-    CsvReader in(migrationFile);
-    CsvWriter out(migrationFile + outSuffix, CsvWriter::Target::Truncated);
-    if (!in.isOpen() || !out.isOpen()) {
-        DAS_LOG(2, "error opening %s", migrationFile);
-        return false;
-    }
-    DAS_LOG(5, "Opening %s", migrationFile);
-    DAS_LOG(5, "Scanning file...");
-    const std::size_t failures = in.forEachRow([&](std::vector<std::string>& fields) {
-        const auto row = asTodaysRow(fields, columns);
-        if (row.empty()) {
-            return 1;
-        }
-        out.writeRow(row);
-        return 0;
-    });
-    DAS_LOG(5, "Scanning complete");
-    return out.finish() && failures == 0;
-}
-
-/// Everything from the first change of the table to the last, for the caller's transaction.
-bool renewTable(DataAccessServiceIfc* service, const std::vector<std::string>& columnNames,
-                int columns) {
-    DatabaseAdapter& adapter = *service->getAdapter();
-    Rows taken;
-    if (!takeOutUncarried(adapter, taken) ||
-        !DASUtils::readAllItemsFromTableAndWriteToFile(&adapter, GeneralConfigTableName,
-                                                       migrationFile, {}) ||
-        !rewriteFile(columns) || adapter.executeNonQuery("DROP TABLE GENERAL_CONFIG;") != 0) {
-        return false;
-    }
-    DASMigrator::createTable(service, UnitTestGenConfigTableSchema);
-    return DASUtils::updateItemsInTransaction(adapter, GeneralConfigTableName, columnNames,
-                                              migrationFile + outSuffix) &&
-           insertTaken(adapter, taken, columns);
-}
-
-/// Without a place for files no start will ever rewrite the table.
-bool canHaveFiles() {
-    const std::string place = Storage::devicePath(migrationFile);
-    return ::access(place.substr(0, place.rfind('/') + 1).c_str(), W_OK) == 0;
+    const std::string context = std::string("CASE") +
+                                (hasContext ? " WHEN UserContext <> '' THEN UserContext" : "") +
+                                " WHEN " + deviceRows + " THEN '' ELSE 'base' END";
+    return fillCopy(adapter, "SELECT COALESCE(Schema, ''), " + context +
+                                 ", COALESCE(Name, ''), COALESCE(Value, '') FROM GENERAL_CONFIG "
+                                 "ORDER BY " +
+                                 (hasContext ? "UserContext IS NOT NULL, " : "") + "rowid") &&
+           replaceByCopy(adapter);
 }
 
 }  // namespace
 
 bool DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                             const std::vector<std::string>& columns) {
-    const int count = service->getAdapter()->getColumnCount("SELECT * FROM GENERAL_CONFIG;");
-    if (count != ColumnsWithoutContext && count != ColumnsWithContext) {
+    DatabaseAdapter& adapter = *service->getAdapter();
+    const std::vector<std::string> names = columnsOf(adapter, GeneralConfigTableName);
+    const bool hasContext = names.size() != ColumnsWithoutContext;
+    if (!areSettingsColumns(names, columns, hasContext)) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG has %d columns, left as it is",
-                count);
+                static_cast<int>(names.size()));
         return true;
     }
     DAS_LOG(5, "%s",
-            count == ColumnsWithoutContext
-                ? "Migrating old-format GENERAL_CONFIG table"
-                : "Rationalising new-format GENERAL_CONFIG table for Mobility");
-    DASUtils::removeDataFile(migrationFile);
-    if (!runWholeOrNot(*service->getAdapter(),
-                       [&] { return renewTable(service, columns, count); })) {
+            hasContext ? "Rationalising new-format GENERAL_CONFIG table for Mobility"
+                       : "Migrating old-format GENERAL_CONFIG table");
+    removeMigrationFiles();
+    if (!runWholeOrNot(adapter, [&] { return renewTable(adapter, hasContext); })) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG is left as it was");
-        return !canHaveFiles();
+        return false;
     }
-    DASUtils::removeDataFile(migrationFile);
-    DASUtils::removeDataFile(migrationFile + outSuffix);
     DAS_LOG(5, "GENERAL_CONFIG table handling complete");
     return true;
+}
+
+// Device items -----------------------------------------------------------------------------------
+
+namespace {
+
+const char* yesNo(bool value) {
+    return value ? "true" : "false";
+}
+
+struct DeviceRowDecision {
+    bool update;
+    bool remove;
+};
+
+/// Rows come with a blank context before "base" and any other, so that the blank one stays.
+DeviceRowDecision decideOnDeviceRow(const std::vector<std::string>& row,
+                                    const std::string& previousName) {
+    const bool isRepeated = row.at(NameCell) == previousName;
+    const std::string& context = row.at(ContextCell);
+    const bool isKnown = context.empty() || context == UserContextBase;
+    DAS_LOG(6, "validateDeviceItems: CONTEXT %s",
+            !isKnown ? "other" : (context.empty() ? "empty" : "base"));
+    if (isKnown && isRepeated) {
+        DAS_LOG(6, "validateDeviceItems: lastrowName == rowName");
+    }
+    const bool remove = !isKnown || isRepeated;
+    return {!remove && !context.empty(), remove};
+}
+
+/// The rows of one schema that hold device data, in the order in which they are decided on.
+int readDeviceRows(DatabaseAdapter& adapter, const std::string& schema,
+                   const GenConfigDeviceDataItems::SchemaItem& items, Rows& rows) {
+    const bool named = !items.included.empty();
+    const std::vector<std::string>& names = named ? items.included : items.excluded;
+    std::string sql =
+        "SELECT Schema, UserContext, Name, Value FROM GENERAL_CONFIG WHERE Schema = " +
+        DASUtils::escapeAndQuote(schema);
+    if (!names.empty()) {
+        sql += named ? " AND Name IN (" : " AND Name NOT IN (";
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            sql += i > 0 ? ", " : "";
+            sql += DASUtils::escapeAndQuote(names[i]);
+        }
+        sql += ")";
+    }
+    return adapter.executeSQLQuery(
+        sql + " ORDER BY Schema ASC, Name ASC, UserContext NOT IN ('', 'base'), UserContext ASC;",
+        rows);
+}
+
+void carryOut(DatabaseAdapter& adapter, const std::vector<std::string>& row,
+              const DeviceRowDecision& decision) {
+    const std::string condition =
+        " WHERE Schema = ? AND UserContext = ? AND Name = ? AND COALESCE(Value, '') = ?;";
+    if (decision.update) {
+        DAS_LOG(5, "validateDeviceItems: update row");
+        (void)adapter.executeWithValues("UPDATE GENERAL_CONFIG SET UserContext = ''" + condition,
+                                        row);
+    } else if (decision.remove) {
+        DAS_LOG(5, "validateDeviceItems: delete row");
+        (void)adapter.executeWithValues("DELETE FROM GENERAL_CONFIG" + condition, row);
+    } else {
+        DAS_LOG(6, "validateDeviceItems: no action");
+    }
+}
+
+}  // namespace
+
+void DASMigrator::validateDeviceItems(DataAccessServiceIfc* service) {
+    DAS_LOG(4, "validateDeviceItems");
+    if (service == nullptr) {
+        return;
+    }
+    std::map<std::string, GenConfigDeviceDataItems::SchemaItem> items;
+    GenConfigDeviceDataItems::getDeviceItemMap(items);
+    DatabaseAdapter& adapter = *service->getAdapter();
+    if (!runWholeOrNot(adapter, [&] { return settleNullContexts(adapter); })) {
+        DAS_LOG(2, "validateDeviceItems: settings with a NULL context stay as they are");
+    }
+    for (const auto& [schema, schemaItems] : items) {
+        Rows rows;
+        (void)readDeviceRows(adapter, schema, schemaItems, rows);  // a failure is in the log
+        std::string previousName;
+        for (const auto& row : rows) {
+            DAS_LOG(6, "validateDeviceItems: row[%s][%s][%s][%s]", row.at(SchemaCell).c_str(),
+                    row.at(ContextCell).c_str(), row.at(NameCell).c_str(),
+                    ClientUtils::hidePasswordDAS(row.at(NameCell), row.at(ValueCell)).c_str());
+            const DeviceRowDecision decision = decideOnDeviceRow(row, previousName);
+            DAS_LOG(6, "validateDeviceItems: update[%s] delete[%s]", yesNo(decision.update),
+                    yesNo(decision.remove));
+            carryOut(adapter, row, decision);
+            previousName = row.at(NameCell);
+        }
+    }
 }

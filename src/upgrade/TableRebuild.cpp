@@ -51,8 +51,7 @@ TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
     : m_adapter(adapter),
       m_dao(dao),
       m_oldColumns(std::move(oldColumns)),
-      m_table(dao.tableName()),
-      m_aside(m_table + asideEnding) {}
+      m_table(dao.tableName()) {}
 
 bool TableRebuild::isDone() const {
     const TableForm form(m_dao, m_oldColumns);
@@ -60,7 +59,7 @@ bool TableRebuild::isDone() const {
 }
 
 bool TableRebuild::run(DefaultRows rows) {
-    logDroppedColumns();
+    logDroppedColumns(m_table);
     if (!runWholeOrNot(m_adapter, [&] { return replaceTable(rows); })) {
         DAS_LOG(2, "The table %s could not be rebuilt and stays as it was", m_table.c_str());
         return false;
@@ -70,12 +69,18 @@ bool TableRebuild::run(DefaultRows rows) {
     return true;
 }
 
+bool TableRebuild::copyFrom(const std::string& table) {
+    m_aside = table;
+    logDroppedColumns(table);
+    return copyRows() && keepsAllRows();
+}
+
 bool TableRebuild::wasThere(const std::string& column) const {
     return std::any_of(m_oldColumns.begin(), m_oldColumns.end(),
                        [&](const std::string& old) { return isSameName(column, old); });
 }
 
-void TableRebuild::logDroppedColumns() const {
+void TableRebuild::logDroppedColumns(const std::string& table) const {
     for (const std::string& old : m_oldColumns) {
         const bool stays =
             std::any_of(m_dao.columns().begin(), m_dao.columns().end(),
@@ -83,9 +88,9 @@ void TableRebuild::logDroppedColumns() const {
         if (!stays) {
             std::string values;
             m_adapter.getRowCount(
-                "SELECT COUNT(NULLIF(" + quotedName(old) + ", '')) FROM " + m_table + ";", values);
+                "SELECT COUNT(NULLIF(" + quotedName(old) + ", '')) FROM " + table + ";", values);
             DAS_LOG(2, "The column %s of %s is given up with its values: %s", old.c_str(),
-                    m_table.c_str(), values.c_str());
+                    table.c_str(), values.c_str());
         }
     }
 }
@@ -162,14 +167,19 @@ bool TableRebuild::execute(const std::string& sql) {
 
 bool TableRebuild::replaceTable(DefaultRows rows) {
     const bool replaced =
-        readIndices() && execute("ALTER TABLE " + m_table + " RENAME TO " + m_aside + ";") &&
-        m_dao.createTable() == 0 && copyRows() && keepsAllRows() &&
-        execute("DROP TABLE " + m_aside + ";") &&
+        readIndices() && renameAside() && m_dao.createTable() == 0 && copyRows() &&
+        keepsAllRows() && execute("DROP TABLE " + m_aside + ";") &&
         (rows == DefaultRows::Leave || m_dao.insertDefaultRowsInTransaction(true) == 0);
     if (replaced) {
         makeIndices();
     }
     return replaced;
+}
+
+/// A table of the usual name that something else has left keeps it.
+bool TableRebuild::renameAside() {
+    m_aside = m_adapter.freeTableName(m_table + asideEnding);
+    return !m_aside.empty() && m_adapter.renameTable(m_table, m_aside) == 0;
 }
 
 bool TableRebuild::readIndices() {

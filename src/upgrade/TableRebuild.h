@@ -51,6 +51,10 @@ public:
     /// Rebuilds the table. False when it stays as it was; why is in the log.
     bool run(DefaultRows rows);
 
+    /// Fills the object's table, which has no rows, with those of @p table, which has the old
+    /// columns and stays. Call with a transaction, to be rolled back when the result is false.
+    [[nodiscard]] bool copyFrom(const std::string& table);
+
 private:
     using Column = DASUtils::ColumnInfo;
 
@@ -63,8 +67,9 @@ private:
     std::string copyStatement(Numbers numbers, const std::string& rows) const;
     bool copyRows();
     std::string keyValues() const;
-    void logDroppedColumns() const;
+    void logDroppedColumns(const std::string& table) const;
     bool readIndices();
+    bool renameAside();
     bool replaceTable(DefaultRows rows);
     bool keepsAllRows();
     bool carryNumbering();
@@ -75,7 +80,7 @@ private:
     DataAccessObject& m_dao;
     const std::vector<std::string> m_oldColumns;
     const std::string m_table;
-    const std::string m_aside;           ///< name of the old table meanwhile
+    std::string m_aside;                 ///< name of the old table meanwhile
     std::vector<std::string> m_indices;  ///< the statements that made them
 };
 

@@ -1,0 +1,60 @@
+// Statements whose values are bound, not written into their text.
+
+#include <sqlite3.h>
+
+#include <memory>
+
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DatabaseAdapter";
+
+struct Finalizer {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+
+/// SQLITE_DONE when the whole statement ran, else the raw SQLite code of what failed.
+int runWithValues(sqlite3* db, const std::string& sql, const std::vector<std::string>& values) {
+    sqlite3_stmt* prepared = nullptr;
+    int code = sqlite3_prepare_v2(db, sql.c_str(), -1, &prepared, nullptr);
+    const std::unique_ptr<sqlite3_stmt, Finalizer> statement(prepared);
+    int place = 0;
+    for (const std::string& value : values) {
+        if (code == SQLITE_OK) {
+            code = sqlite3_bind_text64(prepared, ++place, value.data(), value.size(), SQLITE_STATIC,
+                                       SQLITE_UTF8);
+        }
+    }
+    if (code != SQLITE_OK) {
+        return code;
+    }
+    do {
+        code = sqlite3_step(prepared);
+    } while (code == SQLITE_ROW);
+    return code;
+}
+
+}  // namespace
+
+int DatabaseAdapter::executeWithValues(const std::string& sql,
+                                       const std::vector<std::string>& values) {
+    if (m_type != SqliteAdapterType) {
+        return 1;
+    }
+    DAS_LOG(5, "%s", sql.c_str());
+    AdapterLock lock(*this);
+    if (m_lastError != nullptr) {
+        freeError();
+    }
+    const int code = m_db != nullptr ? runWithValues(m_db, sql, values) : SQLITE_MISUSE;
+    if (code == SQLITE_DONE) {
+        return SQLITE_OK;
+    }
+    m_lastError = sqlite3_mprintf("%s", errorText());
+    logStatementError(sql);
+    return code;
+}

@@ -1,0 +1,111 @@
+#include "upgrade/StepHelpers.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fstream>
+
+#include "ClientUtils.h"
+#include "DASUtilsStrings.h"
+#include "DasCrypt.h"
+#include "DataAccessServiceIfc.h"
+#include "Storage.h"
+#include "dao/DASUtils.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DASMigrator";
+
+using namespace DASUtilsStrings;
+
+const char* const previousVersionFile = "/.QuilldeskRootFileSystemImageVersion.prev.txt";
+const char* const olderProtocol = "SIP";
+
+const char* const MigrationFiles[] = {"/Aurel_Deploy/DasMigrationValues.csv",
+                                      "/Aurel_Deploy/DasMigrationValues.csv.out",
+                                      "/Aurel_Deploy/DasMigrationValues.csv.ftp"};
+
+const std::string insertSettingStatement =
+    "INSERT OR REPLACE INTO GENERAL_CONFIG (Schema, UserContext, Name, Value) "
+    "VALUES (?, ?, ?, ?);";
+
+}  // namespace
+
+const std::vector<std::string>& StepHelpers::settingsColumns() {
+    static const std::vector<std::string> columns = {"Schema", UserContextTagName, "Name", "Value"};
+    return columns;
+}
+
+PairList StepHelpers::settingConditions(const std::string& schema, const std::string& context,
+                                        const std::string& name) {
+    return {{settingsColumns()[SchemaCell], DASUtils::escapeAndQuote(schema)},
+            {settingsColumns()[ContextCell], DASUtils::escapeAndQuote(context)},
+            {settingsColumns()[NameCell], DASUtils::escapeAndQuote(name)}};
+}
+
+int StepHelpers::readSettings(DataAccessServiceIfc* service,
+                              const std::vector<std::string>& columns, const PairList& conditions,
+                              Rows& rows) {
+    PairList orderBy;
+    return service->getAdapter()->executeQuery(GeneralConfigTableName, columns, conditions, orderBy,
+                                               rows, "", "");
+}
+
+bool StepHelpers::maySettingBePresent(DataAccessServiceIfc* service, PairList conditions) {
+    std::string count;
+    return service->getAdapter()->countRows(GeneralConfigTableName, conditions, count) != 0 ||
+           count != "0";
+}
+
+int StepHelpers::insertSetting(DatabaseAdapter& adapter, const std::string& schema,
+                               const std::string& context, const std::string& name,
+                               const std::string& value) {
+    return adapter.convertSQLiteStatusToAdapterStatus(
+        adapter.executeWithValues(insertSettingStatement, {schema, context, name, value}));
+}
+
+long StepHelpers::rowsOf(DataAccessServiceIfc* service, const std::string& table) {
+    std::string count;
+    (void)DASUtils::getRowCount(*service->getAdapter(), table, count);
+    return ClientUtils::stoi(count);
+}
+
+std::vector<std::string> StepHelpers::columnsOf(DatabaseAdapter& adapter,
+                                                const std::string& table) {
+    std::vector<std::string> names;
+    (void)adapter.getColumnNames(table, names);
+    return names;
+}
+
+bool StepHelpers::runAll(DatabaseAdapter& adapter, const std::vector<std::string>& statements) {
+    return std::all_of(statements.begin(), statements.end(), [&](const std::string& statement) {
+        return adapter.executeNonQuery(statement) == 0;
+    });
+}
+
+bool StepHelpers::encrypt(const std::string& plain, std::string& encrypted) {
+    encrypted = DasCrypt::toEncryptedText(plain);
+    if (encrypted.empty() && !plain.empty()) {
+        DAS_LOG(2, "A password can't be encrypted, it stays as it is");
+        return false;
+    }
+    return true;
+}
+
+bool StepHelpers::olderProtocolRan() {
+    // The file is the image's: whatever it holds, no more than a line of a sane length is read.
+    std::array<char, 4096> line{};
+    std::ifstream file;
+    Storage::openToRead(file, previousVersionFile);
+    file.getline(line.data(), line.size());  // leaves blank text when it can't be read
+    return std::strstr(line.data(), olderProtocol) != nullptr;
+}
+
+void StepHelpers::removeMigrationFiles() {
+    for (const char* file : MigrationFiles) {
+        DASUtils::removeDataFile(file);
+    }
+}

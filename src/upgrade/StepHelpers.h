@@ -1,0 +1,58 @@
+#ifndef STEPHELPERS_H
+#define STEPHELPERS_H
+
+#include <string>
+#include <vector>
+
+#include "DASTypes.h"
+
+class DataAccessServiceIfc;
+class DatabaseAdapter;
+
+/// What several migration steps need: rows of settings, counts, passwords, the software of before.
+namespace StepHelpers {
+
+/// The four cells of a row of settings, by their places.
+enum SettingCell : std::size_t { SchemaCell, ContextCell, NameCell, ValueCell };
+
+/// The columns of the table of settings, by the places above.
+const std::vector<std::string>& settingsColumns();
+
+/// The conditions that name one setting; plain texts.
+PairList settingConditions(const std::string& schema, const std::string& context,
+                           const std::string& name);
+
+/// Reads cells of the settings that match. Raw result of the query.
+int readSettings(DataAccessServiceIfc* service, const std::vector<std::string>& columns,
+                 const PairList& conditions, Rows& rows);
+
+/// Whether a setting matches. True also when it can't be told: a default must not replace what may
+/// be there.
+bool maySettingBePresent(DataAccessServiceIfc* service, PairList conditions);
+
+/// Inserts a setting, or replaces the one of the same key; plain texts, which may hold any byte. An
+/// adapter status.
+int insertSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
+                  const std::string& name, const std::string& value);
+
+/// Rows of @p table; 0 also when they can't be counted.
+long rowsOf(DataAccessServiceIfc* service, const std::string& table);
+
+/// Columns of @p table, in their order; none for a missing table.
+std::vector<std::string> columnsOf(DatabaseAdapter& adapter, const std::string& table);
+
+/// Runs statements in their order up to the first that fails. Whether all ran.
+[[nodiscard]] bool runAll(DatabaseAdapter& adapter, const std::vector<std::string>& statements);
+
+/// Encrypts @p plain. False, and a log line, when a text that is not blank could not be encrypted.
+[[nodiscard]] bool encrypt(const std::string& plain, std::string& encrypted);
+
+/// Whether the software that ran before this start was one of the older protocol.
+bool olderProtocolRan();
+
+/// Removes the files through which earlier software moved rows. They may hold passwords.
+void removeMigrationFiles();
+
+}  // namespace StepHelpers
+
+#endif
