@@ -64,6 +64,14 @@ bool hasRow(const Run& run, const std::string& table, const std::string& id) {
 const char* const allStimulusKeys = "SELECT * FROM STIMULUS_KEY_SETTINGS;";
 const char* const allContacts = "SELECT * FROM PHONE_BOOK;";
 
+bool isBeforeMobility(const Run& run) {
+    if (M::dbIsPreMobility(run.service)) {
+        return true;
+    }
+    M::orderGeneralConfigColumns(run.service);
+    return false;
+}
+
 bool lineKeysAreOld(const Run& run) {
     const TableForm form = M::formOf(run.service, LineKeySettingsSchema, LineKeySettingsTableName);
     return form.columns < 23 || !form.isInOrder();
@@ -189,7 +197,7 @@ void call(const Run& run) {
 
 // The order is binding: later steps expect the columns, names and contexts that earlier ones make.
 const Step Steps[] = {
-    {1, "users of the telephone", [](const Run& run) { return M::dbIsPreMobility(run.service); },
+    {1, "users of the telephone", isBeforeMobility,
      call<M::migrateToMobilityDatabase>,
      "checkAndMigrateDatabase - migrating database for Mobility additions",
      "checkAndMigrateDatabase - no migration required for Mobility"},

@@ -142,6 +142,9 @@ public:
     static bool migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                           const std::vector<std::string>& columns);
     static void normalizeGeneralConfigTable(DataAccessServiceIfc* service);
+    /// The same for a table whose columns stand in another order, and only for such a one: settings
+    /// are inserted by position from the first step on. The table must be there.
+    static void orderGeneralConfigColumns(DataAccessServiceIfc* service);
     static void validateDeviceItems(DataAccessServiceIfc* service);
     static void checkTransportSettingsOrder(DataAccessServiceIfc* service);
     static void deleteCallbackItems(DataAccessServiceIfc* service);
