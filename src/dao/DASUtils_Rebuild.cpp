@@ -14,6 +14,7 @@ constexpr const char* LogComponent = "DataAccessService";
 constexpr const char* LogSource = "./src/DASUtils";
 
 const std::string AsideEnding = "_MIGRATION";
+const std::string ScratchFile = "/Aurel_Deploy/DasTemporaryLogValues.csv";
 
 std::string countText(DatabaseAdapter& adapter, const std::string& table) {
     PairList all;
@@ -92,5 +93,9 @@ int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string&
     const bool rebuilt = rebuildTable(*adapter, table, create,
                                       "CallLogDAO::updateCallLogTableDatabas - FAILED to drop "
                                       "CallLog Table from phone.db");
-    return rebuilt ? 1 : 2;
+    if (!rebuilt) {
+        return 2;
+    }
+    removeDataFile(ScratchFile);  // earlier software left it after a failure
+    return 1;
 }

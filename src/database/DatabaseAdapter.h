@@ -119,7 +119,7 @@ public:
     int executeNonQuery(const std::string& sql);
     /// The same with @p values bound to its placeholders, in their order: for values that no
     /// statement text can hold, such as those with a zero byte.
-    int executeWithValues(const std::string& sql, const std::vector<std::string>& values);
+    virtual int executeWithValues(const std::string& sql, const std::vector<std::string>& values);
 
     /**
      * The status that stands for a raw SQLite code outside the adapter: 0 success, 1 failure, 2 out

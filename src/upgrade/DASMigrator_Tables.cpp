@@ -159,47 +159,38 @@ enum DestinationCell : std::size_t { UserCell, IdCell, NumberCell, TypeCell };
 
 /// A row that moves.
 struct Destination {
-    std::string user;  ///< all in database form
-    std::string oldId;
-    std::string id;
-    PairList values;
+    std::vector<std::string> cells;
+    std::string newId;
 };
 
 Destination moved(const std::vector<std::string>& row) {
     const long oldId = std::strtol(row.at(IdCell).c_str(), nullptr, 10);
-    const std::string newId = ClientUtils::int64tos(static_cast<long long>(oldId) + NumberOfNewIds);
-    return {DASUtils::escapeAndQuote(row.at(UserCell)),
-            DASUtils::escapeAndQuote(row.at(IdCell)),
-            DASUtils::convertToDBFormat(newId),
-            {{"ForwardingDialNumber", DASUtils::escapeAndQuote(row.at(NumberCell))},
-             {"ForwardingType", DASUtils::escapeAndQuote(row.at(TypeCell))}}};
+    return {{row.at(UserCell), row.at(IdCell), row.at(NumberCell), row.at(TypeCell)},
+            ClientUtils::int64tos(static_cast<long long>(oldId) + NumberOfNewIds)};
 }
 
 bool deleteRow(DatabaseAdapter& adapter, const Destination& row) {
-    PairList key = {{UserContextTagName, row.user}, {IdTagName, row.oldId}};
-    return adapter.deleteRow(destinationsTable, key) == 0;
+    return adapter.executeWithValues(
+               "DELETE FROM FORWARDING_KEY_DESTINATIONS WHERE UserContext = ? AND Id = ?;",
+               {row.cells[UserCell], row.cells[IdCell]}) == 0;
 }
 
-/// Inserts a row of an id that has no default row: its number has no other place.
-bool insertUnlessThere(DatabaseAdapter& adapter, const Destination& row) {
-    PairList key = {{UserContextTagName, row.user}, {IdTagName, row.id}};
-    std::string count;
-    if (adapter.countRows(destinationsTable, key, count) != 0) {
-        return false;
-    }
-    std::vector<std::string> values = {row.user, row.id, row.values[0].second,
-                                       row.values[1].second};
-    return count != "0" || adapter.insert(destinationsTable, values, nullptr) == 0;
-}
-
-/// The update reaches the id in every context, and the later of two rows wins: kept on purpose, the
-/// two users of a telephone have always shared these lamps after an upgrade.
+/// A row of an id that has no default row is inserted: its number has no other place. The update
+/// reaches the id in every context, and the later of two rows wins: kept on purpose, the two users
+/// of a telephone have always shared these lamps after an upgrade.
 bool storeUnderNewId(DatabaseAdapter& adapter, const Destination& row) {
     DAS_LOG(5, "Migration of blf buttons after adding default rows");
-    PairList condition = {{IdTagName, row.id}};
-    PairList values = row.values;
-    return insertUnlessThere(adapter, row) &&
-           adapter.update(destinationsTable, condition, values, false) == 0;
+    const std::string& number = row.cells[NumberCell];
+    const std::string& type = row.cells[TypeCell];
+    return adapter.executeWithValues(
+               "INSERT INTO FORWARDING_KEY_DESTINATIONS (UserContext, Id) SELECT ?1, ?2 WHERE NOT "
+               "EXISTS (SELECT 1 FROM FORWARDING_KEY_DESTINATIONS WHERE UserContext = ?1 AND Id = "
+               "?2);",
+               {row.cells[UserCell], row.newId}) == 0 &&
+           adapter.executeWithValues(
+               "UPDATE FORWARDING_KEY_DESTINATIONS SET ForwardingDialNumber = ?, ForwardingType = "
+               "? WHERE Id = ?;",
+               {number, type, row.newId}) == 0;
 }
 
 /// Whether @p work gave true for each row; it ends with the first that did not.

@@ -98,7 +98,11 @@ void TableRebuild::logDroppedColumns(const std::string& table) const {
 /// The condition that a row is the default row at a place: its id, and each cell by which the
 /// default rows differ. A label belongs to its function, not to whatever stands on the key.
 std::string TableRebuild::isDefaultRow(std::size_t row, const Column& except) const {
-    std::string condition = "Id = " + DASUtils::escapeAndQuote(m_dao.defaultRowIds().at(row));
+    const bool hasId = std::any_of(
+        m_dao.columns().begin(), m_dao.columns().end(),
+        [](const Column& column) { return isSameName(column.name, DASUtilsStrings::IdTagName); });
+    const std::string& key = hasId ? DASUtilsStrings::IdTagName : m_dao.columns().front().name;
+    std::string condition = key + " = " + DASUtils::escapeAndQuote(m_dao.defaultRowIds().at(row));
     for (const Column& column : m_dao.columns()) {
         if (column.defaults.size() > 1 && column.name != except.name && wasThere(column.name)) {
             const std::string value = DASUtils::escapeAndQuote(column.defaults.at(row));

@@ -133,17 +133,27 @@ TEST_F(SecurityTest, FileDownloadsGoToTheTableOfEncryptedPasswords) {
     EXPECT_EQ(secret("SELECT FtpPassword FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '1'"),
               "ftp'secret");
     EXPECT_FALSE(std::filesystem::exists(onDevice("/Aurel_Deploy/DasMigrationValues.csv")));
-    // A row that the file can't carry keeps the older table as it was.
-    change("DELETE FROM FILEDOWNLOAD_SETTINGS_ENC");
-    change("CREATE TABLE FILEDOWNLOAD_SETTINGS " + columns);
-    change("INSERT INTO FILEDOWNLOAD_SETTINGS (FileType, FtpPath) VALUES (1, 'two\nlines')");
-    DASMigrator::migrateToEncryptedFTPPass(&service());
-    EXPECT_EQ(cell("SELECT FtpPath FROM FILEDOWNLOAD_SETTINGS"), "two\nlines");
-    // Encrypted rows that are there already win, and the plain ones go.
-    change("INSERT INTO FILEDOWNLOAD_SETTINGS_ENC (FileType, Filename) VALUES (1, 'kept')");
-    DASMigrator::migrateToEncryptedFTPPass(&service());
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'FILEDOWNLOAD_SETTINGS'"), "0");
-    EXPECT_EQ(cell("SELECT Filename FROM FILEDOWNLOAD_SETTINGS_ENC"), "kept");
+    // Rows that are more than defaults win, and the older ones go; defaults give way.
+    for (const bool isChanged : {true, false}) {
+        change("DROP TABLE FILEDOWNLOAD_SETTINGS_ENC");
+        (void)send("FileDownloadSettings", isChanged ? "update_request" : "read_request",
+                   "<FileType>1</FileType><Filename>own</Filename>");
+        change("CREATE TABLE FILEDOWNLOAD_SETTINGS (LastStatus, FtpPassword, FileType, Filename)");
+        change(
+            "INSERT INTO FILEDOWNLOAD_SETTINGS VALUES (7, 'older', 1, 'first'), (8, 'older', "
+            "'1', 'last\\')");
+        writeFile(place() / "db" / "dascrypt.key", "short");
+        DASMigrator::migrateToEncryptedFTPPass(&service());
+        EXPECT_EQ(m_log.has(2, "FILEDOWNLOAD_SETTINGS is left as it was"), !isChanged);
+        std::filesystem::remove(place() / "db" / "dascrypt.key");
+        DASMigrator::migrateToEncryptedFTPPass(&service());
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'FILEDOWNLOAD_SETTINGS'"),
+                  "0");
+        EXPECT_EQ(cell("SELECT group_concat(Filename || UseDefaults || ServerPort || LastStatus) "
+                       "FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '1'"),
+                  isChanged ? "owntrue210" : "last\\true218");
+    }
+    EXPECT_TRUE(m_log.has(2, "1 rows of FILEDOWNLOAD_SETTINGS are given up"));
     // The last row came later than the table.
     change("CREATE TABLE FILEDOWNLOAD_SETTINGS " + columns);
     for (const char* added : {"(1),(2),(3),(4),(5),(6),(7)", "(8)"}) {
@@ -161,22 +171,17 @@ TEST_F(SecurityTest, TheOldestFileDownloadsAreTakenOver) {
         "('Default','srv','','','user','pass\\','/p','','','','','','','file',''), "
         "('SwPhone','','','','u2','','','','','','','','','f2',''), "
         "('Other',1,2,3,4,5,6,7,8,9,1,2,3,4,5)");
+    writeFile(place() / "db" / "dascrypt.key", "short");
     DASMigrator::migrateFtpSettingsTable(&service());
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "a line the file can't carry";
-    change("UPDATE FTP_SETTINGS SET f = 'pass' WHERE a = 'Default'");
-    const auto file = onDevice("/Aurel_Deploy/DasMigrationValues.csv");
-    std::filesystem::remove(file);
-    std::filesystem::create_directory(file);
-    writeFile(file.string() + ".ftp", "");
-    DASMigrator::migrateFtpSettingsTable(&service());
-    EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "a file of an earlier try";
-    std::filesystem::remove(file);
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "without a key";
+    std::filesystem::remove(place() / "db" / "dascrypt.key");
+    std::filesystem::remove_all(onDevice("/Aurel_Deploy"));
     DASMigrator::migrateFtpSettingsTable(&service());
     EXPECT_EQ(cell("SELECT UseDefaults || ServerAddress || FtpUsername || FtpPath || Filename || "
                    "ServerPort FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '0'"),
               "falsesrvuser/pfile21");
     EXPECT_EQ(secret("SELECT FtpPassword FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '0'"),
-              "pass");
+              "pass\\");
     EXPECT_EQ(cell("SELECT UseDefaults || Filename FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = "
                    "'1'"),
               "truef2");

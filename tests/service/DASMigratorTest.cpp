@@ -191,6 +191,41 @@ TEST_F(DASMigratorTest, ChangeOfProtocolKeepsWhatNamesTheTelephone) {
     EXPECT_EQ(management.resets, 1);
 }
 
+// A telephone whose address comes from the network has no address of its own.
+TEST_F(DASMigratorTest, ChangeOfProtocolNeedsNoneOfTheAddresses) {
+    const struct {
+        const char* removed;
+        const char* kept;
+    } rows[] = {
+        {"Name IN ('PhoneIPaddress', 'DefaultMask', 'DefaultRoute')",
+         "DHCPenabled=false,DLSaddress=192.0.2.7,DLSport=18443"},
+        {"Name = 'PhoneIPaddress'",
+         "DHCPenabled=false,DLSaddress=192.0.2.7,DLSport=18443,DefaultMask=255.255.255.0"},
+        {"Name = 'DHCPenabled'", "DLSaddress=192.0.2.7,DLSport=18443"},
+        {"Schema = 'TransportSettings'", ""},
+    };
+    RecordingManagement management;
+    m_context.services["LocalMgmtIfc"] = &management;
+    for (const auto& each : rows) {
+        SCOPED_TRACE(each.removed);
+        stop();
+        std::filesystem::remove(database());
+        load("other_protocol");
+        // Another schema has them all.
+        sql("INSERT INTO GENERAL_CONFIG SELECT 'Other', '', Name, 'other' FROM GENERAL_CONFIG "
+            "WHERE Schema = 'TransportSettings'; DELETE FROM GENERAL_CONFIG WHERE Schema <> "
+            "'Other' AND " +
+            std::string(each.removed));
+        writeFile(onDevice(PreviousVersionFile), "SIP");
+        m_log.clear();
+        start();
+        EXPECT_EQ(cell("SELECT ifnull(group_concat(Name || '=' || Value), '') FROM (SELECT * FROM "
+                       "GENERAL_CONFIG WHERE Schema = 'TransportSettings' ORDER BY Name)"),
+                  each.kept);
+        EXPECT_FALSE(m_log.has(2, "ended early"));
+    }
+}
+
 TEST_F(DASMigratorTest, OtherVersionsAndDatabasesChangeNoProtocol) {
     const std::string noNumber = "DELETE FROM GENERAL_CONFIG WHERE Name = 'TerminalNumber';";
     const struct {

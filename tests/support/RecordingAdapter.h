@@ -35,6 +35,15 @@ public:
         return note(sql) != 0 ? 0 : DatabaseAdapter::getRowCount(sql, count);
     }
     using DatabaseAdapter::getRowCount;
+    /// Keeps the values as well, after the statement.
+    int executeWithValues(const std::string& sql, const std::vector<std::string>& values) override {
+        std::string noted = sql;
+        for (const std::string& value : values) {
+            noted += " " + value;
+        }
+        const int code = note(noted);
+        return code != 0 ? code : DatabaseAdapter::executeWithValues(sql, values);
+    }
 
     /// How many statements contain @p part.
     int count(const std::string& part) const {

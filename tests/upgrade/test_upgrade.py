@@ -23,14 +23,14 @@ KILL_SEED = int(os.environ.get("DAS_KILL_SEED", time.time_ns() % 1000000))
 
 # Text that a database, a file or an answer may trip over; None is NULL.
 HOSTILE = ["Müller-Lüdenscheidt 'Äpfel' %", None, "O'Neil''s", "Q&A <b> &amp; &apos;", "a,b\\,c;\\",
-           "'; DROP TABLE PHONE_BOOK; --", 'say "hi"', "", "two\nlines\r\n\ttab", "x" * 5000]
+           "'; DROP TABLE PHONE_BOOK; --", 'say "hi"', "", "two\nlines\r\n\ttab", "x" * 5000, "zero\0byte"]
 
 
 class Table:
     """A table of an earlier release: what names its rows, and where they are to be found later."""
 
     def __init__(self, name, schema, keys, key="Id", moved=lambda key: None, full=(), rows=None,
-                 numbers=None):
+                 encrypted=(), numbers=None):
         self.name, self.schema = name, schema
         self.keys = keys    # keys of rows; a user has as many as the contents take
         self.key = key      # column that names a row of a user
@@ -38,6 +38,7 @@ class Table:
         self.full = full    # columns that can't be NULL or blank
         self.rows = rows    # rows of a user whatever the contents
         self.numbers = numbers  # column of numbers without a key, see NUMBERS
+        self.encrypted = encrypted  # columns that the upgrade encrypts in their place
 
 
 def key_ids(*ranges):
@@ -63,6 +64,8 @@ DSS_KEYS = Table("DSS_KEY_SETTINGS", "DssKeySettings", PROGRAMMABLE)
 NAMES = [f"Name {number}" for number in range(2000)]
 # Entry ids of another log: their calls are not split.
 CALLS = [f"UC{number}" for number in range(2000)]
+DOWNLOADS = Table("FILEDOWNLOAD_SETTINGS", "FileDownloadSettings", key_ids((0, 7)), "FileType",
+                  moved=lambda key: ("FILEDOWNLOAD_SETTINGS_ENC", key), encrypted=["FtpPassword"])
 STIMULUS_KEYS = Table("STIMULUS_KEY_SETTINGS", "StimulusKeySettings", FIXED + PROGRAMMABLE)
 
 DEVICES = Table("BLUETOOTH_TRUSTED", "BluetoothTrusted", [f"00:1B:{n}" for n in range(10, 60)])
@@ -85,7 +88,10 @@ FORMS = {
     "bca_11": [Table("BCA_SETTINGS", "BCASettings", key_ids((1, 80)))],
     "dss_keys_6": [DSS_KEYS],
     "dss_keys_7": [DSS_KEYS],
+    "dss_keys_6_under_views": [DSS_KEYS],
     "dss_keys_9": [DSS_KEYS],
+    "file_downloads": [DOWNLOADS],
+    "file_downloads_read": [DOWNLOADS],
     "stimulus_keys_5": [STIMULUS_KEYS],
     "stimulus_keys_7": [STIMULUS_KEYS],
     "stimulus_keys_15": [STIMULUS_KEYS],
@@ -114,8 +120,15 @@ FORMS = {
 SETTINGS = {
     "settings_3": [],
     "settings_4": ["", None, "base"],
+    "settings_4_reordered": [None, "base"],
     "settings_without_key": ["base", "base", "", None, "visitor"],
+    "settings_with_key_reordered": ["base", "", "visitor"],
+    "settings_with_null_contexts": [None, "base"],
 }
+KEPT_NULLS = ["settings_with_null_contexts"]  # a value that is NULL stays NULL
+# Forms in which only rows of the device get another context.
+KEPT_CONTEXTS = {"settings_without_key": {None: ""}, "settings_with_key_reordered": {},
+                 "settings_with_null_contexts": {}}
 DEVICE_SCHEMA = "TransportSettings"
 SETTING_SCHEMAS = [DEVICE_SCHEMA, "AudioSettings", "#It's, a\\ schema"]
 # Where the settings go that stand in each of these texts.
@@ -127,7 +140,8 @@ MOVED_SETTINGS = {
     ("SipBaseSettings", "", "BackupSIPServerAddress"): "192.0.2.1",
     ("LocalSettings", "base", "EmergencyNumber"): "11",
 }
-SCHEMAS = ["BluetoothTrusted", "StartApplicationFixedKeys", "PhoneBook", "CallLog"]
+SCHEMAS = ["BluetoothTrusted", "FileDownloadSettings", "StartApplicationFixedKeys", "PhoneBook",
+           "CallLog"]
 
 
 def plain(column, row):
@@ -243,9 +257,11 @@ class UpgradeTest(HostTest):
         values = {row[column] for row in defaults.values()}
         return values.pop() if len(values) == 1 else ""
 
-    def check_cell(self, found, column, expected, where):
+    def check_cell(self, found, column, expected, where, table):
         encrypted = column + "Enc"  # what is encrypted at the start leaves its plain column
-        if found[column] != expected and not (found.get(encrypted) and not found[column]):
+        if column in table.encrypted and expected:
+            self.assertTrue(found[column].startswith("das1:"), f"{where} {column} is not encrypted")
+        elif found[column] != expected and not (found.get(encrypted) and not found[column]):
             self.fail(f"{where} {column}: {found[column]!r} in place of {expected!r}")
 
     def check_table(self, new, old, upgraded, table):
@@ -265,7 +281,7 @@ class UpgradeTest(HostTest):
                     wanted = row.get(column)
                     if wanted is None:
                         wanted = self.default(defaults[place], new_key, column)
-                    self.check_cell(found, column, wanted, where)
+                    self.check_cell(found, column, wanted, where, table)
 
     def check_numbers(self, old, upgraded, table):
         """The first row of each number keeps it, and every other row has one of its own."""
@@ -284,8 +300,9 @@ class UpgradeTest(HostTest):
             self.check_table(new, old, upgraded, table)
             if table.numbers:
                 self.check_numbers(old, upgraded, table)
-        leftovers = upgraded.execute("SELECT name FROM sqlite_master WHERE name LIKE '%MIGRATION'")
-        self.assertEqual(leftovers.fetchall(), [])
+        for others in ["type = 'view'", "name LIKE '%MIGRATION%'"]:
+            query = f"SELECT name, sql FROM sqlite_master WHERE {others} ORDER BY name"
+            self.assertEqual(upgraded.execute(query).fetchall(), old.execute(query).fetchall())
         return upgraded
 
 
@@ -299,25 +316,35 @@ class SettingsTest(UpgradeTest):
     def arrived_context(form, schema, context):
         if schema == DEVICE_SCHEMA:
             return ""
-        return context or ("" if form == "settings_without_key" else "base")
+        kept = KEPT_CONTEXTS.get(form)
+        return context or "base" if kept is None else kept.get(context, context)
+
+    @staticmethod
+    def device_context(contexts):
+        """The context whose row stays of a setting of the device."""
+        return next((context for context in ["", "base"] if context in contexts), None)
 
     def make_settings(self, form, content):
         """Fills the form; the values that each setting may arrive with, by its key."""
         self.make(form)
         db = sqlite3.connect(self.path)
         expected = {key: {value} for key, value in MOVED_SETTINGS.items()}
+        if form == "settings_with_null_contexts":
+            expected[DEVICE_SCHEMA, "", "Alone"] = {"last"}
         rows, text = CONTENTS[content]
         for row in range(rows):
             schema, name = SETTING_SCHEMAS[row % len(SETTING_SCHEMAS)], f"Item{row}"
             for number, context in enumerate(SETTINGS[form] or [None]):
                 value = text("Value" + number * "x", row)
-                cells = [schema, context, name, value] if SETTINGS[form] else [schema, name, value]
-                db.execute(f"INSERT INTO GENERAL_CONFIG VALUES ({', '.join('?' * len(cells))})",
-                           cells)
-                if schema == DEVICE_SCHEMA and context:
-                    continue  # a device row wins over that of a user
+                db.execute("INSERT INTO GENERAL_CONFIG (Schema, Name, Value) VALUES (?, ?, ?)",
+                           [schema, name, value])
+                if SETTINGS[form]:
+                    db.execute("UPDATE GENERAL_CONFIG SET UserContext = ? "
+                               "WHERE rowid = last_insert_rowid()", [context])
+                if schema == DEVICE_SCHEMA and context != self.device_context(SETTINGS[form]):
+                    continue
                 key = (schema, self.arrived_context(form, schema, context), name)
-                expected.setdefault(key, set()).add(value or "")
+                expected.setdefault(key, set()).add(value if form in KEPT_NULLS else value or "")
         db.commit()
         db.close()
         return expected
@@ -337,6 +364,16 @@ class SettingsTest(UpgradeTest):
 
 
 class Settings(SettingsTest):
+    def test_an_empty_table_of_an_older_form_takes_settings(self):
+        self.make("settings_3_without_rows")
+        run = self.start(request("update_request", "<Volume>7</Volume>", "AudioSettings"),
+                         request("read_request", "<ResultCols>Volume</ResultCols>",
+                                 "AudioSettings"))
+        self.assertIn("<Volume>7</Volume>", run.answers[1])
+        first = dump(self.path)
+        self.start()
+        self.assertEqual(dump(self.path), first)
+
     def test_every_setting_arrives_in_its_context_and_a_second_start_changes_nothing(self):
         for form in SETTINGS:
             for content in CONTENTS:
@@ -350,6 +387,10 @@ class Settings(SettingsTest):
 
 
 class Forms(UpgradeTest):
+    def setUp(self):
+        super().setUp()
+        shutil.rmtree(self.root / "Aurel_Deploy")  # no row needs a place for files
+
     def test_every_form_keeps_its_rows_and_a_second_start_changes_nothing(self):
         new = self.new_release()
         for form in FORMS:

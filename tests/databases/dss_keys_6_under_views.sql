@@ -1,0 +1,8 @@
+-- Direct station keys that did not ring yet, among what other programs put into the database.
+CREATE TABLE DSS_KEY_SETTINGS (UserContext TEXT, Id TEXT, DssSipUri TEXT, DssSipRealm TEXT,
+    DssSipUserId TEXT, DssSipPassword TEXT);
+CREATE VIEW StationKeys AS SELECT Id, DssSipUri FROM DSS_KEY_SETTINGS;
+CREATE VIEW Dangling AS SELECT * FROM A_TABLE_THAT_WENT;
+CREATE TABLE DSS_KEY_SETTINGS_MIGRATION (Stale TEXT);
+CREATE INDEX DSS_KEY_SETTINGS_MIGRATION_2 ON DSS_KEY_SETTINGS_MIGRATION (Stale);
+INSERT INTO DSS_KEY_SETTINGS_MIGRATION VALUES ('of another program');
