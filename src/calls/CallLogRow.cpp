@@ -203,7 +203,7 @@ void CallLogRow::extractCallRecordsThatDoNotMatch(std::map<std::string, CallLogR
             moveToRowOfItsNumber(std::move(*record), rowsByNumber);
         }
     }
-    // What stood behind the reference had no number and goes: kept on purpose.
+    // What stood after the reference had no number and goes: kept on purpose.
     std::reverse(kept.begin(), kept.end());
     records = std::move(kept);
 }

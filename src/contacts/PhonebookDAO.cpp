@@ -29,7 +29,7 @@ enum FieldPlace : std::size_t {
     FirstnameField = ContactColumns::FirstnamePlace - 1
 };
 
-/// Elements behind those of the columns: a part of a name, and the field that it searches.
+/// Elements after those of the columns: a part of a name, and the field that it searches.
 struct Pattern {
     const char* element;
     FieldPlace field;

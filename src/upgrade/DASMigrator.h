@@ -21,7 +21,7 @@ struct TableForm;
  *
  * No version is stored: at every start each step looks at the database itself and decides whether
  * it has work to do; a step that finds its change made does nothing. Everything runs on the
- * caller's thread, before requests are served. A failure is told by the log alone, and the run goes
+ * caller's thread, before requests are served. A failure is only logged, and the run goes
  * on. All operations are static; those that take the service reach adapter and factory through it,
  * anew each time, since a step may replace both.
  */
@@ -100,6 +100,10 @@ public:
     static TableForm formOf(DataAccessServiceIfc* service, const std::string& schema,
                             const std::string& table);
 
+    /// The same, and inserts the default rows that the table lacks.
+    static void rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
+                               const std::string& table);
+
     // Tables --------------------------------------------------------------------------------------
 
     static void migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
@@ -114,6 +118,9 @@ public:
     static void migrateFeatureKeysTable(DataAccessServiceIfc* service);
     static void migrateFixedKeysTable(DataAccessServiceIfc* service);
     static void migrateStartAppKeysTable(DataAccessServiceIfc* service);
+    /// Move destinations of keys away from ids that default rows need, and insert these.
+    static void moveBusyLamps(DataAccessServiceIfc* service);
+    static void moveKey32(DataAccessServiceIfc* service);
     static void migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service);
     static void migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessServiceIfc* service);
     static void migrateBluetoothTrustedDevices(DataAccessServiceIfc* service);

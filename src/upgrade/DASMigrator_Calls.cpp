@@ -130,7 +130,7 @@ void DASMigrator::insertUniqueValue(std::vector<std::string>& values, const std:
 
 namespace {
 
-/// Raises like a sort, but for each time: a row that keeps one that can't be read is not split.
+/// Throws like a sort, but for each time: a row that keeps one that can't be read is not split.
 void requireReadableTimes(const CallLogRow& row) {
     for (const CallLogRecord& record : row.records) {
         const std::string& time = record[CallLogColumns::TimeDate];

@@ -45,8 +45,8 @@ bool isInOrder(DatabaseAdapter& adapter) {
     Rows rows;
     (void)adapter.executeSQLQuery("SELECT sql FROM sqlite_master WHERE name = 'GENERAL_CONFIG'",
                                   rows);
-    return rows.empty() || (rows.front().at(0).find(keyText) != std::string::npos &&
-                            areColumnsInOrder(adapter));
+    return rows.empty() ||
+           (rows.front().at(0).find(keyText) != std::string::npos && areColumnsInOrder(adapter));
 }
 
 /// Whether these are the columns of a table of settings, in any order.

@@ -151,7 +151,7 @@ std::string TableRebuild::copyStatement(Numbers numbers, const std::string& rows
            " FROM " + m_aside + rows + ";";
 }
 
-/// Copies all rows. A row whose number is none, or that of an earlier row, gets a new one.
+/// Copies all rows. A row without a number, or with that of an earlier row, gets a new one.
 bool TableRebuild::copyRows() {
     const auto number =
         std::find_if(m_dao.columns().begin(), m_dao.columns().end(), isMadeByDatabase);

@@ -30,7 +30,7 @@ struct TableForm {
  * Column names count without regard to case, as in SQL.
  *
  * A row that the key of the table refuses stops nothing. If the database numbers the rows, a row
- * whose number is none or that of an earlier row gets a new number. If the key has several columns,
+ * without a number, or with that of an earlier row, gets a new one. If the key has several columns,
  * the last of its rows stays.
  */
 class TableRebuild {

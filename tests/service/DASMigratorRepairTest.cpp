@@ -79,7 +79,7 @@ TEST_F(RepairTest, ARowKeepsTheCallsOfOneNumber) {
         {"blank first", "E", {{"", Day2}, {"1", Day1}}, "7:@02,1@01,;", 1},
         {"of another log", "UC1", {{"1", Day2}, {"2", Day1}}, "7:1@02,2@01,;", 0},
         {"letter later", "xU", {{"1", Day2}, {"2", Day1}}, "7:2@01,;8:1@02,;", 1},
-        {"a time nobody reads", "E", {{"1", Day2}, {"2", "never"}}, "7:1@02,2@never,;", 1},
+        {"a time that can't be read", "E", {{"1", Day2}, {"2", "never"}}, "7:1@02,2@never,;", 1},
         {"one time, unread", "E", {{"1", "never"}, {"2", ""}}, "7:1@never,2@,;", 1},
     };
     for (const auto& row : rows) {
