@@ -61,7 +61,7 @@ bool findPlaces(DatabaseAdapter& adapter, const std::string& table,
     return true;
 }
 
-/// @p columns is the first line and tells the cells that are written; empty for all without it.
+/// @p columns is the first line and names the cells that are written; empty for all without it.
 bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::string& path,
                 const PairList& conditions, const std::vector<std::string>& columns) {
     DAS_LOG(5, "Opening %s for writing", path.c_str());

@@ -43,7 +43,7 @@ std::string copyStatement(DatabaseAdapter& adapter, const std::string& table,
            ClientUtils::join(values, ", ") + " FROM " + aside + ";";
 }
 
-/// Leaves an open transaction behind that the caller rolls back when the result is false.
+/// For the transaction of the caller, who rolls it back if the result is false.
 bool replaceTable(DatabaseAdapter& adapter, const std::string& table,
                   const std::function<bool()>& create, const char* dropFailure) {
     const std::string aside = adapter.freeTableName(table + AsideEnding);

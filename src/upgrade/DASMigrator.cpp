@@ -1,17 +1,13 @@
-// The driver: all steps in their order, and what the steps share.
+// The driver: all steps in their order.
 
 #include "upgrade/DASMigrator.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <iterator>
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
 #include "Progress.h"
 #include "dao/DASUtils.h"
-#include "dao/DataAccessObject.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "schemas/DAOFactory.h"

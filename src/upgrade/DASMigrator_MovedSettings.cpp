@@ -73,7 +73,7 @@ const MovedItem MovedItems[] = {
      false},
 };
 
-/// Endings of the door opener items, behind "DoorOpener" and a number from 1 to 4.
+/// Endings of the door opener items, after "DoorOpener" and a number from 1 to 4.
 struct DoorOpenerName {
     const char* current;
     const char* before;

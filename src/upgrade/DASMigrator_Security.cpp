@@ -25,7 +25,7 @@ using StepHelpers::settingConditions;
 
 const std::string encryptedSuffix = "Enc";
 
-/// A setting whose value is stored encrypted, under the same name with "Enc" behind it.
+/// A setting whose value is stored encrypted, under the same name with "Enc" after it.
 struct EncryptedSetting {
     const std::string* schema;
     const char* item;
@@ -220,7 +220,7 @@ void DASMigrator::replaceExistingRowWithEncrypted(DatabaseAdapter* adapter,
     if (!getValueFromReply(rest, item, value, context)) {
         return;
     }
-    // Markup in a value hides where it ends and whose it is: the table tells.
+    // Markup in a value hides where it ends and whose it is. The table has both.
     const PairList conditions = {{"Schema", DASUtils::escapeAndQuote(schema)},
                                  {"Name", DASUtils::escapeAndQuote(item)}};
     PairList orderBy;

@@ -129,8 +129,8 @@ bool goesOn(const std::string& text, std::size_t place) {
 }
 
 /// The number up to its last character that can't be dialled; earlier ones stay in it: kept on
-/// purpose, each of them once ended what was stored. Whole if there is none. The cut never falls
-/// into a character of several bytes.
+/// purpose, each of them once ended what was stored. The whole number if it has no such character.
+/// The cut never falls into a character of several bytes.
 std::string upToLastBadCharacter(const std::string& number) {
     for (std::size_t place = number.size(); place-- > 0;) {
         if (!isDialled(number[place]) && !goesOn(number, place)) {

@@ -9,7 +9,8 @@
 class DataAccessServiceIfc;
 class DatabaseAdapter;
 
-/// What several migration steps need: rows of settings, counts, passwords, the software of before.
+/// What several migration steps need: rows of settings, counts, passwords, the software that ran
+/// previously.
 namespace StepHelpers {
 
 /// The four cells of a row of settings, by their places.
