@@ -78,7 +78,8 @@ bool isCreateOrInsert(const std::string& sql) {
 
 const Case Cases[] = {{"Start/First", -1, 0, isCreateOrInsert},
                       {"Start/Over1000Contacts", 1000, 100, isAny},
-                      {"Start/Over10000Contacts", 10000, 100, isAny}};
+                      {"Start/Over10000Contacts", 10000, 100, isAny},
+                      {"Start/Over10000Calls", 0, 10000, isAny}};
 
 struct NoServices : Context {
     Executable* findService(const std::string&) override { return nullptr; }

@@ -13,7 +13,7 @@
 #include "dao/DataAccessObject.h"
 #include "database/DatabaseAdapter.h"
 #include "Log.h"
-#include "contacts/PhonebookDAO.h"
+#include "contacts/ContactColumns.h"
 #include "Storage.h"
 
 namespace {
@@ -138,7 +138,7 @@ Texts callItemElements() {
 
 void addElements(SchemaFacts& facts) {
     if (facts.table == DASUtilsStrings::PhoneBookTableName) {
-        facts.elements = PhonebookDAO::elements();
+        facts.elements = ContactColumns::elements();
     } else if (facts.table == DASUtilsStrings::CallLogTableName) {
         facts.elements = callElements();
         facts.itemElements = callItemElements();

@@ -48,21 +48,21 @@ std::string numberInHex(const std::string& number) {
 
 }  // namespace
 
-CallLogRow::CallLogRow(Rows::const_iterator row)
-    : userContext(row->at(UserContext)),
-      uniqueId(row->at(UniqueId)),
-      category(row->at(Category)),
-      entryId(row->at(EntryId)),
-      surname(row->at(Surname)),
-      firstname(row->at(Firstname)),
-      pictureClip(row->at(PictureClip)),
-      viewed(row->at(Viewed)),
-      jsGroupBy(row->at(JSGroupBy)),
+CallLogRow::CallLogRow(const std::vector<std::string>& row)
+    : userContext(row.at(UserContext)),
+      uniqueId(row.at(UniqueId)),
+      category(row.at(Category)),
+      entryId(row.at(EntryId)),
+      surname(row.at(Surname)),
+      firstname(row.at(Firstname)),
+      pictureClip(row.at(PictureClip)),
+      viewed(row.at(Viewed)),
+      jsGroupBy(row.at(JSGroupBy)),
       records(Places) {
     for (std::size_t place = 0; place < Places; ++place) {
         for (std::size_t field = 0; field < FieldCount; ++field) {
             const auto key = static_cast<Field>(field);
-            records[place][key] = row->at(position(key, place));
+            records[place][key] = row.at(position(key, place));
         }
     }
 }
@@ -203,7 +203,7 @@ void CallLogRow::extractCallRecordsThatDoNotMatch(std::map<std::string, CallLogR
             moveToRowOfItsNumber(std::move(*record), rowsByNumber);
         }
     }
-    // What stood behind the reference had no number and goes: kept on purpose.
+    // What stood after the reference had no number and goes: kept on purpose.
     std::reverse(kept.begin(), kept.end());
     records = std::move(kept);
 }

@@ -18,8 +18,9 @@ class CallLogRow {
 public:
     /// All texts empty, no records.
     CallLogRow() = default;
-    /// From a row of all columns; one that is too short raises std::out_of_range.
-    explicit CallLogRow(Rows::const_iterator row);
+    /// From a row of all columns; one that is too short throws std::out_of_range.
+    explicit CallLogRow(const std::vector<std::string>& row);
+    explicit CallLogRow(Rows::const_iterator row) : CallLogRow(*row) {}
 
     bool operator==(const CallLogRow& other) const;
     bool operator!=(const CallLogRow& other) const { return !(*this == other); }
@@ -29,7 +30,7 @@ public:
 
     /**
      * Writes the row: as a new one without a row number, else over the row of that number. Records
-     * behind the tenth are left out. Nothing is escaped, since values go back in the form in which
+     * after the tenth are left out. Nothing is escaped, since values go back in the form in which
      * they were stored; a row with a value that would break the statement stays as it was. No
      * result: what failed is in the log.
      */
@@ -40,13 +41,13 @@ public:
     bool isSafeInStatement() const;
 
     /// Like CallLogRecord::compareCallLogRecordsAsTime over the first record of each. A row without
-    /// records raises std::out_of_range.
+    /// records throws std::out_of_range.
     static bool compareCallLogRowByTime(const CallLogRow& first, const CallLogRow& second);
-    /// Sorts rows by the time of their first record; each must have one. Raises like a time that
+    /// Sorts rows by the time of their first record; each must have one. Throws like a time that
     /// can't be read.
     static void sortByFirstRecord(std::vector<CallLogRow>& rows);
 
-    /// Newest first, undated last. A time that can't be read raises and leaves the order.
+    /// Newest first, undated last. A time that can't be read throws and leaves the order.
     void sortRecords();
     /// sortRecords, then only the ten newest stay.
     void normalize();

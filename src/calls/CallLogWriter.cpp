@@ -1,7 +1,7 @@
 #include "calls/CallLogWriter.h"
 
 #include "DASUtilsStrings.h"
-#include "contacts/PhonebookDAO.h"
+#include "contacts/ContactColumns.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ const Tags& tagsOfField(Field field) {
 const std::vector<Tags>& contactTags() {
     static const std::vector<Tags> all = [] {
         std::vector<Tags> tags = {Tags(DASUtilsStrings::UserContextTagName)};
-        for (const std::string& element : PhonebookDAO::elements()) {
+        for (const std::string& element : ContactColumns::elements()) {
             tags.emplace_back(element);
         }
         return tags;

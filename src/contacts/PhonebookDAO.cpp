@@ -17,45 +17,18 @@ using namespace DASUtilsStrings;
 constexpr const char* LogComponent = "PhonebookDAO";
 constexpr const char* LogSource = "./src/PhonebookDAO";
 
-const std::string numberType = "INTEGER PRIMARY KEY AUTOINCREMENT";
-const std::string surnameType = "TEXT NOT NULL";
-const std::string groupElement = "Group";
+/// The columns that a request may name: all but the user's.
+const ContactColumns::Column* const FieldColumns =
+    ContactColumns::All + ContactColumns::NumberPlace;
 
-/// A column of the table, and the element in which it travels.
-struct Column {
-    const std::string* name;
-    const std::string* type;
-    const std::string* element;
+/// Places of fields, one less than those of their columns.
+enum FieldPlace : std::size_t {
+    NumberField = ContactColumns::NumberPlace - 1,
+    SurnameField = ContactColumns::SurnamePlace - 1,
+    FirstnameField = ContactColumns::FirstnamePlace - 1
 };
 
-const Column UserColumn = {&UserContextTagName, &columnTypeText, nullptr};
-
-/// The other columns, in the order of the table.
-const Column FieldColumns[] = {
-    {&PhonebookUniqueIDTagName, &numberType, &PhonebookUniqueIDTagName},
-    {&PhonebookSurnameTagName, &surnameType, &PhonebookSurnameTagName},
-    {&PhonebookFirstnameTagName, &columnTypeText, &PhonebookFirstnameTagName},
-    {&PhonebookOfficeTagName, &columnTypeText, &PhonebookOfficeTagName},
-    {&PhonebookMobileTagName, &columnTypeText, &PhonebookMobileTagName},
-    {&PhonebookPrivateTagName, &columnTypeText, &PhonebookPrivateTagName},
-    {&PhonebookEmailTagName, &columnTypeText, &PhonebookEmailTagName},
-    {&PhonebookCallGroupTagName, &columnTypeText, &groupElement},
-    {&PhonebookDefaultNumberTagName, &columnTypeText, &PhonebookDefaultNumberTagName},
-    {&PhonebookCompanyTagName, &columnTypeText, &PhonebookCompanyTagName},
-    {&PhonebookOffice2TagName, &columnTypeText, &PhonebookOffice2TagName},
-    {&PhonebookAddressTagName, &columnTypeText, &PhonebookAddressTagName},
-    {&PhonebookAddress2TagName, &columnTypeText, &PhonebookAddress2TagName},
-    {&PhonebookJobFunctionTagName, &columnTypeText, &PhonebookJobFunctionTagName},
-    {&PhonebookVoiceDialTagName, &columnTypeText, &PhonebookVoiceDialTagName},
-    {&PhonebookPictureTagName, &columnTypeText, &PhonebookPictureTagName},
-    {&PhonebookExternalIDTagName, &columnTypeText, &PhonebookExternalIDTagName},
-    {&PhonebookContactSourceTagName, &columnTypeText, &PhonebookContactSourceTagName},
-    {&PhonebookSpeedDialIDTagName, &columnTypeText, &PhonebookSpeedDialIDTagName},
-};
-
-enum FieldPlace : std::size_t { NumberField, SurnameField, FirstnameField };
-
-/// Elements behind those of the columns: a part of a name, and the field that it searches.
+/// Elements after those of the columns: a part of a name, and the field that it searches.
 struct Pattern {
     const char* element;
     FieldPlace field;
@@ -72,18 +45,10 @@ constexpr int highestDiskUsage = 90;
 const AssignedNumbers::Key NumberKey = {PhoneBookTableName, PhonebookUniqueIDTagName};
 const std::string patternWord = "LIKE";
 
-std::vector<std::string> elementNames() {
-    std::vector<std::string> names;
-    for (const Column& column : FieldColumns) {
-        names.push_back(*column.element);
-    }
-    return names;
-}
-
 /// The elements of requests.
 const std::vector<std::string>& requestNames() {
     static const std::vector<std::string> names = [] {
-        std::vector<std::string> all = elementNames();
+        std::vector<std::string> all = ContactColumns::elements();
         for (const Pattern& pattern : Patterns) {
             all.emplace_back(pattern.element);
         }
@@ -92,11 +57,12 @@ const std::vector<std::string>& requestNames() {
     return names;
 }
 
-/// The columns of a data file from the field @p first on, behind the user.
-std::vector<std::string> fileColumns(FieldPlace first) {
-    std::vector<std::string> names = {*UserColumn.name};
-    std::transform(std::begin(FieldColumns) + first, std::end(FieldColumns),
-                   std::back_inserter(names), [](const Column& column) { return *column.name; });
+/// The columns of a data file: the user, and those from the place @p first on.
+std::vector<std::string> fileColumns(ContactColumns::Place first) {
+    std::vector<std::string> names = {UserContextTagName};
+    for (std::size_t place = first; place < ContactColumns::Count; ++place) {
+        names.push_back(*ContactColumns::All[place].name);
+    }
     return names;
 }
 
@@ -116,8 +82,7 @@ const std::shared_ptr<const TableLayout>& layout() {
         auto made = std::make_shared<TableLayout>();
         made->schema = PhoneBookSchema;
         made->table = PhoneBookTableName;
-        made->columns = {{*UserColumn.name, *UserColumn.type, ""}};
-        for (const Column& column : FieldColumns) {
+        for (const ContactColumns::Column& column : ContactColumns::All) {
             made->columns.emplace_back(*column.name, *column.type, "");
         }
         return made;
@@ -263,7 +228,8 @@ void PhonebookDAO::extractResultColumns() {
 
 std::vector<std::string> PhonebookDAO::columnsToRead() const {
     std::vector<std::string> columns = m_resultColumns;
-    std::replace(columns.begin(), columns.end(), groupElement, PhonebookCallGroupTagName);
+    std::replace(columns.begin(), columns.end(), ContactColumns::groupElement,
+                 PhonebookCallGroupTagName);
     return columns;
 }
 
@@ -420,11 +386,6 @@ int PhonebookDAO::insertContact(std::size_t index) {
     return result;
 }
 
-const std::vector<std::string>& PhonebookDAO::elements() {
-    static const std::vector<std::string> names = elementNames();
-    return names;
-}
-
 std::string PhonebookDAO::schemaName() {
     return m_schemaName;
 }
@@ -452,12 +413,12 @@ int PhonebookDAO::createTable(std::vector<std::string> columnsToSkip) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    if (tagIsInVector(*UserColumn.name, columnsToSkip)) {
+    if (tagIsInVector(UserContextTagName, columnsToSkip)) {
         DAS_LOG(2, "createTable - UserContextTagName cannot be skipped");
     }
     PairList made;
     for (const auto& column : columns()) {
-        if (column.name == *UserColumn.name || !tagIsInVector(column.name, columnsToSkip)) {
+        if (column.name == UserContextTagName || !tagIsInVector(column.name, columnsToSkip)) {
             made.emplace_back(column.name, column.type);
         }
     }
@@ -499,13 +460,13 @@ int PhonebookDAO::exportData(PairList& conditions, std::string& location) {
 
 int PhonebookDAO::importData(std::string& location) {
     (void)createMissingTable();
-    std::vector<std::string> columns = fileColumns(NumberField);
+    std::vector<std::string> columns = fileColumns(ContactColumns::NumberPlace);
     return importDataFromFile(m_tableName, columns, location) ? 0 : 1;
 }
 
 int PhonebookDAO::importDataForUser(const std::string& location, eUserCategory category) {
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
-    std::vector<std::string> columns = fileColumns(SurnameField);
+    std::vector<std::string> columns = fileColumns(ContactColumns::SurnamePlace);
     (void)createMissingTable();
     return replaceRowsOfUser(context, location, [&](std::vector<std::string>& fields) {
         fields.front() = context;

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "contacts/ContactColumns.h"
 #include "dao/AssignedNumbers.h"
 #include "dao/DataAccessObject.h"
 #include "dao/ListRequest.h"
@@ -77,13 +78,10 @@ public:
     /**
      * Stores one line of a data file as a new row: XML escapes are undone, a picture's path is cut
      * to the name, columns without a value are blank, a blank number is assigned. A raw SQLite
-     * code. More values than columns raise std::out_of_range.
+     * code. More values than columns throw std::out_of_range.
      */
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
-
-    /// The elements of answers, by column of the table; the user has none.
-    static const std::vector<std::string>& elements();
 
     /// Whether @p tag is one of @p tags. Exact comparison.
     bool tagIsInVector(std::string tag, std::vector<std::string>& tags);
@@ -103,10 +101,10 @@ public:
     void endElement(const char* name);
 
 private:
-    static constexpr std::size_t FieldCount = 19;  ///< columns of the table but the user
+    static constexpr std::size_t FieldCount = ContactColumns::Count - 1;  ///< all but the user
 
-    /// A field of the request. Fields that were not sent take no room: a book of contacts may come
-    /// in one request.
+    /// A field of the request. Fields that were not sent take no memory: a book of contacts may
+    /// come in one request.
     struct Field {
         std::string text;         ///< escaped for SQL
         unsigned char place = 0;  ///< of its column, among those but the user
@@ -124,7 +122,7 @@ private:
     void addField(std::size_t place, std::string text, bool isPattern);
     /// Of a field that was sent twice, the last.
     Fields fieldsOf(const Stretch& entry) const;
-    /// Those of the last entry, and what stands behind it.
+    /// Those of the last entry, and what follows it.
     Fields lastFields() const;
     int search(const char* logLine);
     /// Conditions from user and entries. The test whether a field counts looks at the first entry,

@@ -243,6 +243,8 @@ public:
     /// Columns of the table, in order; none for an object that was not given any.
     const std::vector<DASUtils::ColumnInfo>& columns() const { return m_layout->columns; }
     const std::vector<std::string>& defaultRowIds() const { return m_layout->defaultRowIds; }
+    /// Constraint of the table after its columns; empty for none.
+    const std::string& constraint() const { return m_layout->constraint; }
     const std::string& tableName() const { return m_tableName; }
 
     /// Creates @p table; true on success, else the reason is in the log. Empties @p columns.

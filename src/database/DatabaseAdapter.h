@@ -163,6 +163,11 @@ public:
     /// Appends the columns of @p table to @p names. False when it can't be read.
     [[nodiscard]] bool readColumnNames(const std::string& table, std::vector<std::string>& names);
 
+    /// Calls @p visit with each row of a statement that reads, under the lock, and keeps none of
+    /// them. 1 when the statement failed, which is in the log.
+    int forEachRow(const std::string& sql,
+                   const std::function<void(const std::vector<std::string>&)>& visit);
+
     /// Whether @p table can be counted and has no rows.
     [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
 

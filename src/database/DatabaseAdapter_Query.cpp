@@ -280,6 +280,26 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
     return code == SQLITE_DONE ? 0 : 1;
 }
 
+int DatabaseAdapter::forEachRow(
+    const std::string& sql, const std::function<void(const std::vector<std::string>&)>& visit) {
+    AdapterLock lock(*this);
+    Statement statement(m_db, sql);
+    if (!statement.isPrepared()) {
+        logStatementError(sql);
+        return 1;
+    }
+    std::vector<std::string> row(static_cast<std::size_t>(statement.columnCount()));
+    int code = statement.step();
+    for (; code == SQLITE_ROW; code = statement.step()) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            row[column] = statement.text(static_cast<int>(column));
+        }
+        visit(row);
+    }
+    logFailedStep(statement, code, sql);
+    return code == SQLITE_DONE ? 0 : 1;
+}
+
 int DatabaseAdapter::getColumnCount(const std::string& sql) {
     AdapterLock lock(*this);
     Statement statement(m_db, sql);

@@ -15,6 +15,7 @@
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/RowNumbers.h"
 #include "upgrade/StepHelpers.h"
+#include "upgrade/TableRebuild.h"
 #include "upgrade/V1R1ToV1R2Migrator.h"
 
 namespace {
@@ -54,24 +55,66 @@ bool hasRow(const Run& run, const std::string& table, const std::string& id) {
 
 // Tests ------------------------------------------------------------------------------------------
 
-const char* const allLineKeys = "SELECT * FROM LINE_KEY_SETTINGS;";
-const char* const allBca = "SELECT * FROM BCA_SETTINGS;";
-const char* const allDssKeys = "SELECT * FROM DSS_KEY_SETTINGS;";
 const char* const allStimulusKeys = "SELECT * FROM STIMULUS_KEY_SETTINGS;";
 const char* const allContacts = "SELECT * FROM PHONE_BOOK;";
-const char* const allCallGroups = "SELECT * FROM CallGroup;";
 
-constexpr int StimulusColumnsOfOlderReleases[] = {5, 7, 15, 16, 17};
+bool isBeforeMobility(const Run& run) {
+    if (M::dbIsPreMobility(run.service)) {
+        return true;
+    }
+    M::orderGeneralConfigColumns(run.service);
+    return false;
+}
+
+bool lineKeysAreOld(const Run& run) {
+    const TableForm form = M::formOf(run.service, LineKeySettingsSchema, LineKeySettingsTableName);
+    return form.columns < 23 || !form.isInOrder();
+}
+
+bool bcaSettingsAreOld(const Run& run) {
+    const TableForm form = M::formOf(run.service, BCASettingsSchema, BCASettingsTableName);
+    return form.columns < 12 || !form.isInOrder();
+}
+
+constexpr std::size_t DssColumnsBeforeMonitoring = 9;
+
+bool dssKeysAreOld(const Run& run) {
+    const TableForm form = M::formOf(run.service, DssKeySettingsSchema, DssKeySettingsTableName);
+    return form.columns == 6 || (!form.isInOrder() && form.columns != DssColumnsBeforeMonitoring);
+}
+
+bool dssKeysLackMonitoring(const Run& run) {
+    return M::formOf(run.service, DssKeySettingsSchema, DssKeySettingsTableName).columns ==
+           DssColumnsBeforeMonitoring;
+}
+
+bool callGroupsAreOld(const Run& run) {
+    const TableForm form = M::formOf(run.service, CallGroupSchema, CallGroupTableName);
+    return form.columns == 3 || !form.isInOrder();
+}
+
+/// Columns that a step of their own adds at the end of the table.
+const std::pair<const char*, const std::string*> AddedStimulusColumns[] = {
+    {"XsiCallCenterName", &columnTypeText},
+    {"AicsAcdOnly", &columnTypeText},
+    {"XsiCallCenterRelatedLine", &columnTypeText},
+    {"BlfSipLineAction", &columnTypeInteger}};
+
+constexpr std::size_t StimulusColumnsOfOlderReleases[] = {5, 7, 15, 16, 17};
 constexpr long StimulusRowsOfAnOlderRelease = 66;
 
 bool stimulusKeysAreOld(const Run& run) {
-    const int columns = columnsOf(run, allStimulusKeys);
-    for (const int old : StimulusColumnsOfOlderReleases) {
-        if (columns == old) {
+    const TableForm form =
+        M::formOf(run.service, StimulusKeySettingsSchema, StimulusKeySettingsTableName);
+    for (const std::size_t old : StimulusColumnsOfOlderReleases) {
+        if (form.columns == old) {
             return true;
         }
     }
-    return rowsOf(run.service, StimulusKeySettingsTableName) == StimulusRowsOfAnOlderRelease ||
+    const bool lacksOnlyAdded = form.inPlace == form.columns &&
+                                form.wanted - form.columns <= std::size(AddedStimulusColumns);
+    return (!form.isInOrder() && !lacksOnlyAdded) ||
+           rowsOf(run.service, StimulusKeySettingsTableName) == StimulusRowsOfAnOlderRelease ||
            !hasRow(run, StimulusKeySettingsTableName, "'30'");
 }
 
@@ -115,12 +158,7 @@ void compareCallLog(const Run& run) {
 }
 
 void addStimulusColumns(const Run& run) {
-    const std::pair<const char*, const std::string*> added[] = {
-        {"XsiCallCenterName", &columnTypeText},
-        {"AicsAcdOnly", &columnTypeText},
-        {"XsiCallCenterRelatedLine", &columnTypeText},
-        {"BlfSipLineAction", &columnTypeInteger}};
-    for (const auto& [column, type] : added) {
+    for (const auto& [column, type] : AddedStimulusColumns) {
         M::addColumnToTable(run.service, StimulusKeySettingsTableName, column, *type, false);
     }
 }
@@ -159,8 +197,7 @@ void call(const Run& run) {
 
 // The order is binding: later steps expect the columns, names and contexts that earlier ones make.
 const Step Steps[] = {
-    {1, "users of the telephone", [](const Run& run) { return M::dbIsPreMobility(run.service); },
-     call<M::migrateToMobilityDatabase>,
+    {1, "users of the telephone", isBeforeMobility, call<M::migrateToMobilityDatabase>,
      "checkAndMigrateDatabase - migrating database for Mobility additions",
      "checkAndMigrateDatabase - no migration required for Mobility"},
     {2, "protocol of the software", nullptr, call<M::checkAndMigrateQFADatabase>, nullptr, nullptr},
@@ -170,21 +207,20 @@ const Step Steps[] = {
      [](const Run& run) { M::dbMigrateDoorOpenerSettings(run.service, true); }, nullptr, nullptr},
     {6, "settings", nullptr, call<M::normalizeGeneralConfigTable>, nullptr, nullptr},
     {7, "device items", nullptr, call<M::validateDeviceItems>, nullptr, nullptr},
-    {8, "line keys", [](const Run& run) { return columnsOf(run, allLineKeys) < 23; },
-     call<M::migrateLineKeySettingsTable>, "Migrating database for LINE_KEY_SETTINGS",
+    {8, "line keys", lineKeysAreOld, call<M::migrateLineKeySettingsTable>,
+     "Migrating database for LINE_KEY_SETTINGS",
      "No database migration required for LINE_KEY_SETTINGS"},
-    {9, "BCA settings", [](const Run& run) { return columnsOf(run, allBca) < 12; },
-     call<M::migrateBcaSettingsTable>, "Migrating database for BCA_SETTINGS",
-     "No database migration required for BCA_SETTINGS"},
+    {9, "BCA settings", bcaSettingsAreOld, call<M::migrateBcaSettingsTable>,
+     "Migrating database for BCA_SETTINGS", "No database migration required for BCA_SETTINGS"},
     {10, "defaults of line keys", nullptr, call<M::dbCheckAndMigrateLineKeySettingsDefaults>,
      nullptr, nullptr},
     {11, "contacts", nullptr, migrateContacts, "Checking database for Phonebook additions",
      nullptr},
     {12, "columns of contacts", nullptr, call<M::checkValidityOfPhoneBookTable>, nullptr, nullptr},
-    {13, "DSS keys", [](const Run& run) { return columnsOf(run, allDssKeys) == 6; },
-     call<M::migrateDSSKeySettingsTable>, "Migrating database for DSS Key Settings",
+    {13, "DSS keys", dssKeysAreOld, call<M::migrateDSSKeySettingsTable>,
+     "Migrating database for DSS Key Settings",
      "No database migration required for DSS Key Settings"},
-    {14, "DSS keys, monitoring", [](const Run& run) { return columnsOf(run, allDssKeys) == 9; },
+    {14, "DSS keys, monitoring", dssKeysLackMonitoring,
      call<M::migrateDSSKeySettingsTableForMonitorOnly>,
      "Migrating database for DSS Key Settings For Monitor Only Option",
      "No database migration required for DSS Key Settings For Monitor Only Option"},
@@ -199,7 +235,7 @@ const Step Steps[] = {
      "No database migration required for Phonebook mobility"},
     {17, "call log", nullptr, compareCallLog, nullptr, nullptr},
     // These words name another table than the step's: kept on purpose, log readers look for them.
-    {18, "users of call groups", [](const Run& run) { return columnsOf(run, allCallGroups) == 3; },
+    {18, "users of call groups", callGroupsAreOld,
      [](const Run& run) {
          M::migrateTableForMobility(run.service, "CallGroup", "CallGroup", true, 4);
      },
@@ -258,7 +294,7 @@ void logWords(const char* words) {
     }
 }
 
-/// Tells whoever watches which step is in work, or that all are done.
+/// Reports to a watcher which step is in work, or that all are done.
 void reportStep(const Step& step, bool isDone) {
     if (Progress::isWatched()) {
         const std::size_t all = std::size(Steps);
@@ -278,7 +314,7 @@ void runStep(const Step& step, const Run& run) {
 }
 
 /// Empties the caches of the settings now and at the end of the scope: the steps read schemas into
-/// them and then change rows behind them.
+/// them and then change rows that they hold.
 struct SettingsCachesAside {
     SettingsCachesAside() { GeneralConfigurationDAO::clearStaticCaches(); }
     ~SettingsCachesAside() { GeneralConfigurationDAO::clearStaticCaches(); }

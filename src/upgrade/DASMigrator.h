@@ -14,13 +14,14 @@ class DAOFactory;
 class DataAccessObject;
 class DataAccessServiceIfc;
 class DatabaseAdapter;
+struct TableForm;
 
 /**
  * Brings the database up to what the running software expects.
  *
  * No version is stored: at every start each step looks at the database itself and decides whether
  * it has work to do; a step that finds its change made does nothing. Everything runs on the
- * caller's thread, before requests are served. A failure is told by the log alone, and the run goes
+ * caller's thread, before requests are served. A failure is only logged, and the run goes
  * on. All operations are static; those that take the service reach adapter and factory through it,
  * anew each time, since a step may replace both.
  */
@@ -96,6 +97,14 @@ public:
     static bool rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                       const std::string& table);
 
+    /// The columns of a table next to those of the object of @p schema.
+    static TableForm formOf(DataAccessServiceIfc* service, const std::string& schema,
+                            const std::string& table);
+
+    /// The same, and inserts the default rows that the table lacks.
+    static void rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
+                               const std::string& table);
+
     // Tables --------------------------------------------------------------------------------------
 
     static void migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
@@ -110,6 +119,9 @@ public:
     static void migrateFeatureKeysTable(DataAccessServiceIfc* service);
     static void migrateFixedKeysTable(DataAccessServiceIfc* service);
     static void migrateStartAppKeysTable(DataAccessServiceIfc* service);
+    /// Move destinations of keys away from ids that default rows need, and insert these.
+    static void moveBusyLamps(DataAccessServiceIfc* service);
+    static void moveKey32(DataAccessServiceIfc* service);
     static void migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service);
     static void migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessServiceIfc* service);
     static void migrateBluetoothTrustedDevices(DataAccessServiceIfc* service);
@@ -138,6 +150,9 @@ public:
     static bool migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                           const std::vector<std::string>& columns);
     static void normalizeGeneralConfigTable(DataAccessServiceIfc* service);
+    /// The same for a table whose columns stand in another order, and only for such a one: settings
+    /// are inserted by position from the first step on. The table must be there.
+    static void orderGeneralConfigColumns(DataAccessServiceIfc* service);
     static void validateDeviceItems(DataAccessServiceIfc* service);
     static void checkTransportSettingsOrder(DataAccessServiceIfc* service);
     static void deleteCallbackItems(DataAccessServiceIfc* service);
@@ -165,9 +180,11 @@ public:
 
     /// Splits rows of several numbers and joins doubled ones. Gives the number of rows it treated.
     static int callLogTableChecker(DataAccessServiceIfc* service);
-    /// Brings a call log of an older release, which has fewer columns, to those of today: the
-    /// repair reads whole rows. A missing one stays missing.
-    static void widenCallLog(DataAccessServiceIfc* service);
+    /// Brings a call log of other columns, or of the same in another order, to those of today: the
+    /// repair reads whole rows. A missing one stays missing. Whether rows can be read so.
+    static bool bringCallLogIntoOrder(DataAccessServiceIfc* service);
+    /// Fills @p rows with the calls that may have to be split, and @p idsToSplit with the numbers
+    /// of those that have to.
     static void readCallLogRowsWithMoreThanOneNumberOnARow(DataAccessServiceIfc* service,
                                                            std::map<std::string, CallLogRow>& rows,
                                                            std::vector<std::string>& idsToSplit);
@@ -194,8 +211,8 @@ public:
     static void phonebookTableCleanup(DataAccessServiceIfc* service);
     static void distinctiveRingerTableCleanup(DataAccessServiceIfc* service);
     static void checkValidityOfPhoneBookTable(DataAccessServiceIfc* service);
-    /// Makes the phone book anew with its rows, but without the columns named in @p leftOut. When
-    /// rows can't be copied, they stay in PHONE_BOOK_OLD.
+    /// Makes the phone book anew with its rows, but without the columns named in @p leftOut. One
+    /// transaction: when a row can't be copied, the book stays as it was, and the log says so.
     static bool rebuildPhoneBook(DataAccessServiceIfc* service,
                                  const std::vector<std::string>& leftOut);
     static std::string buildPhonebookTableCleanupQuery(const std::string& column,

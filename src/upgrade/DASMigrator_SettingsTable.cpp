@@ -32,12 +32,21 @@ const std::string noRows = "0";  ///< as a condition
 const char* const dropTable = "DROP TABLE GENERAL_CONFIG";
 const std::string makeTable = "CREATE TABLE GENERAL_CONFIG" + tableForm;
 
+/// Whether the columns of settings are the first ones of the table, in their order.
+bool areColumnsInOrder(DatabaseAdapter& adapter) {
+    const std::vector<std::string> names = columnsOf(adapter, GeneralConfigTableName);
+    const std::vector<std::string>& expected = settingsColumns();
+    return names.size() >= expected.size() &&
+           std::equal(expected.begin(), expected.end(), names.begin());
+}
+
 // A table that can't be asked for, or is missing, is not touched.
 bool isInOrder(DatabaseAdapter& adapter) {
     Rows rows;
     (void)adapter.executeSQLQuery("SELECT sql FROM sqlite_master WHERE name = 'GENERAL_CONFIG'",
                                   rows);
-    return rows.empty() || rows.front().at(0).find(keyText) != std::string::npos;
+    return rows.empty() ||
+           (rows.front().at(0).find(keyText) != std::string::npos && areColumnsInOrder(adapter));
 }
 
 /// Whether these are the columns of a table of settings, in any order.
@@ -155,6 +164,12 @@ void DASMigrator::normalizeGeneralConfigTable(DataAccessServiceIfc* service) {
     }
     if (!runWholeOrNot(adapter, [&] { return addKey(adapter); })) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG is left as it was");
+    }
+}
+
+void DASMigrator::orderGeneralConfigColumns(DataAccessServiceIfc* service) {
+    if (!areColumnsInOrder(*service->getAdapter())) {
+        normalizeGeneralConfigTable(service);
     }
 }
 

@@ -1,7 +1,8 @@
-// What the steps share: objects of tables, columns, rows of settings.
+// What the steps share: objects of tables, default rows, columns, rows of settings.
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
@@ -14,6 +15,8 @@
 #include "schemas/DAOFactory.h"
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/DASMigrator.h"
+#include "upgrade/StepHelpers.h"
+#include "upgrade/TableRebuild.h"
 
 namespace {
 
@@ -167,4 +170,9 @@ std::string DASMigrator::readAllFromSchema(DAOFactory* factory, const std::strin
 
 bool DASMigrator::compareStringsAsIntegers(std::string first, std::string second) {
     return ClientUtils::stoi(first) < ClientUtils::stoi(second);
+}
+
+TableForm DASMigrator::formOf(DataAccessServiceIfc* service, const std::string& schema,
+                              const std::string& table) {
+    return {*createDao(service, schema), StepHelpers::columnsOf(*service->getAdapter(), table)};
 }

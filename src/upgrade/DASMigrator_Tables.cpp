@@ -2,7 +2,6 @@
 // get their places.
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 
 #include "ClientUtils.h"
@@ -14,7 +13,7 @@
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
-#include "upgrade/KeyRowMove.h"
+#include "upgrade/StepHelpers.h"
 #include "upgrade/TableRebuild.h"
 
 namespace {
@@ -25,9 +24,7 @@ constexpr const char* LogSource = "./src/DASMigrator";
 using namespace DASUtilsStrings;
 
 std::vector<std::string> columnsOf(DataAccessServiceIfc* service, const std::string& table) {
-    std::vector<std::string> names;
-    (void)service->getAdapter()->getColumnNames(table, names);  // none for a missing table
-    return names;
+    return StepHelpers::columnsOf(*service->getAdapter(), table);
 }
 
 bool isThere(DataAccessServiceIfc* service, const std::string& table) {
@@ -72,12 +69,6 @@ bool bringIntoForm(DataAccessServiceIfc* service, const std::string& schema,
     return false;
 }
 
-/// The same, with the default rows that the table lacks.
-void rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
-                    const std::string& table) {
-    (void)bringIntoForm(service, schema, table, TableRebuild::DefaultRows::Add);
-}
-
 /// Adds the default rows that a table lacks; rows fit only into its present columns.
 void addMissingRows(DataAccessServiceIfc* service, const std::string& schema,
                     const std::string& table) {
@@ -85,52 +76,6 @@ void addMissingRows(DataAccessServiceIfc* service, const std::string& schema,
         (void)DASMigrator::rebuildIntoDaoColumns(service, schema, table);
     }
     DASMigrator::migrateTableByAddingMissingDefaultLines(service, schema);
-}
-
-// Keys that went to tables of their own ----------------------------------------------------------
-
-/// Fixed keys once stood among the programmable ones.
-struct FixedKeysOf {
-    const std::string& schema;
-    const std::string& table;
-    const std::string& fixedSchema;
-    const std::string& fixedTable;
-    std::vector<std::string> columns;  ///< behind context and id, the value first
-};
-
-const std::vector<std::string> MovedIds = {"30", "31", "38", "39"};
-const std::vector<std::string> CopiedIds = {"32"};  ///< programmable still, and fixed as well
-
-void moveFixedKeys(DataAccessServiceIfc* service, const FixedKeysOf& keys) {
-    (void)DASMigrator::rebuildIntoDaoColumns(service, keys.schema, keys.table);
-    (void)DASMigrator::rebuildIntoDaoColumns(service, keys.fixedSchema, keys.fixedTable);
-    DatabaseAdapter& adapter = *service->getAdapter();
-    const KeyRowMove rows(adapter, keys.table, keys.fixedTable, keys.columns);
-    const bool moved = runWholeOrNot(adapter, [&] {
-        return rows.copy(CopiedIds, KeyRowMove::Rows::WithValue) &&
-               rows.move(MovedIds, KeyRowMove::Rows::All);
-    });
-    if (!moved) {
-        DAS_LOG(2, "The fixed keys stay in %s", keys.table.c_str());
-    }
-}
-
-/// Gives fixed keys without a function that of the hardware, blank where it has no such key.
-void setMissingFunctions(DataAccessServiceIfc* service) {
-    const auto dao = DASMigrator::createDao(service, FixedKeysSchema);
-    std::string sql = "UPDATE FIXED_KEYS SET Function = CASE Id";
-    for (const DASUtils::ColumnInfo& column : dao->columns()) {
-        if (column.name == FunctionTagName) {
-            for (std::size_t i = 0; i < dao->defaultRowIds().size(); ++i) {
-                sql += " WHEN " + DASUtils::convertToDBFormat(dao->defaultRowIds()[i]) + " THEN " +
-                       DASUtils::convertToDBFormat(column.defaults.at(i));
-            }
-        }
-    }
-    sql += " ELSE '' END WHERE Function = '0';";
-    if (service->getAdapter()->executeNonQuery(sql) != 0) {
-        DAS_LOG(2, "The functions of %s stay as they are", FixedKeysTableName.c_str());
-    }
 }
 
 /// Devices without a user are the owner's. One that he has as well is there twice, and goes.
@@ -149,107 +94,6 @@ void giveDevicesToBase(DataAccessServiceIfc* service) {
     }
 }
 
-// Default rows of longer ranges of keys ----------------------------------------------------------
-
-const char* const destinationsTable = "FORWARDING_KEY_DESTINATIONS";
-constexpr int NumberOfNewIds = 144;  ///< that came in between, below the ids of the busy lamps
-
-/// Cells of a row of destinations.
-enum DestinationCell : std::size_t { UserCell, IdCell, NumberCell, TypeCell };
-
-/// A row that moves.
-struct Destination {
-    std::vector<std::string> cells;
-    std::string newId;
-};
-
-Destination moved(const std::vector<std::string>& row) {
-    const long oldId = std::strtol(row.at(IdCell).c_str(), nullptr, 10);
-    return {{row.at(UserCell), row.at(IdCell), row.at(NumberCell), row.at(TypeCell)},
-            ClientUtils::int64tos(static_cast<long long>(oldId) + NumberOfNewIds)};
-}
-
-bool deleteRow(DatabaseAdapter& adapter, const Destination& row) {
-    return adapter.executeWithValues(
-               "DELETE FROM FORWARDING_KEY_DESTINATIONS WHERE UserContext = ? AND Id = ?;",
-               {row.cells[UserCell], row.cells[IdCell]}) == 0;
-}
-
-/// A row of an id that has no default row is inserted: its number has no other place. The update
-/// reaches the id in every context, and the later of two rows wins: kept on purpose, the two users
-/// of a telephone have always shared these lamps after an upgrade.
-bool storeUnderNewId(DatabaseAdapter& adapter, const Destination& row) {
-    DAS_LOG(5, "Migration of blf buttons after adding default rows");
-    const std::string& number = row.cells[NumberCell];
-    const std::string& type = row.cells[TypeCell];
-    return adapter.executeWithValues(
-               "INSERT INTO FORWARDING_KEY_DESTINATIONS (UserContext, Id) SELECT ?1, ?2 WHERE NOT "
-               "EXISTS (SELECT 1 FROM FORWARDING_KEY_DESTINATIONS WHERE UserContext = ?1 AND Id = "
-               "?2);",
-               {row.cells[UserCell], row.newId}) == 0 &&
-           adapter.executeWithValues(
-               "UPDATE FORWARDING_KEY_DESTINATIONS SET ForwardingDialNumber = ?, ForwardingType = "
-               "? WHERE Id = ?;",
-               {number, type, row.newId}) == 0;
-}
-
-/// Whether @p work gave true for each row; it ends with the first that did not.
-template <typename Work>
-bool forEachRow(DatabaseAdapter& adapter, const std::vector<Destination>& rows, Work work) {
-    return std::all_of(rows.begin(), rows.end(),
-                       [&](const Destination& row) { return work(adapter, row); });
-}
-
-/// A table with users but without all cells stays as it is, and a row to move raises
-/// std::out_of_range: kept on purpose, no release made such a table.
-void bringCellsIntoOrder(DataAccessServiceIfc* service) {
-    const std::vector<std::string> columns = columnsOf(service, destinationsTable);
-    const bool hasUsers = DASUtils::columnIsInColumnList(UserContextTagName, columns);
-    if (!columns.empty() && (!hasUsers || columns.size() > TypeCell)) {
-        (void)DASMigrator::rebuildIntoDaoColumns(service, ForwardingKeyDestinationsSchema,
-                                                 destinationsTable);
-    }
-}
-
-/// Makes place for the default rows of ids that the rows which @p selection gives stand on. All of
-/// it is one transaction: a row that moved must not be found, and moved, a second time.
-void renumberDestinations(DataAccessServiceIfc* service, const char* selection) {
-    bringCellsIntoOrder(service);
-    DatabaseAdapter& adapter = *service->getAdapter();
-    Rows rows;
-    (void)adapter.executeSQLQuery(selection, rows);  // a missing table has none to move
-    if (rows.empty()) {
-        DASMigrator::migrateTableByAddingMissingDefaultLines(service,
-                                                             ForwardingKeyDestinationsSchema);
-        return;
-    }
-    DAS_LOG(5, " BLF ROW(Row count = %d ) will be deleted and created with the new IDs",
-            static_cast<int>(rows.size()));
-    std::vector<Destination> destinations;
-    std::transform(rows.begin(), rows.end(), std::back_inserter(destinations), moved);
-    const auto dao = DASMigrator::createDao(service, ForwardingKeyDestinationsSchema);
-    const bool stored = runWholeOrNot(adapter, [&] {
-        return forEachRow(adapter, destinations, deleteRow) &&
-               dao->insertDefaultRowsInTransaction(true) == 0 &&
-               forEachRow(adapter, destinations, storeUnderNewId);
-    });
-    if (!stored) {
-        DAS_LOG(2, "The rows of %s keep their ids", destinationsTable);
-    }
-}
-
-void moveBusyLamps(DataAccessServiceIfc* service) {
-    renumberDestinations(service,
-                         "SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE CAST(Id AS INT)>617");
-}
-
-/// Finds a row only when its id is another text for 32, since it runs without a row '32': kept on
-/// purpose, what counts is the default rows that it adds.
-void moveKey32(DataAccessServiceIfc* service) {
-    renumberDestinations(service,
-                         "SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE CAST(Id AS INT)=32");
-}
-
 /// A table that lacks its default rows when it has no row of this id.
 struct GrownTable {
     const std::string* table;
@@ -264,8 +108,10 @@ const GrownTable GrownTables[] = {
     {&DssKeySettingsTableName, "'109'", &DssKeySettingsSchema, nullptr},
     {&FeatureKeysTableName, "'1017'", &FeatureKeysSchema, nullptr},
     {&FeatureToggleKeySettingsTableName, "'109'", &FeatureToggleKeySettingsSchema, nullptr},
-    {&ForwardingKeyDestinationsTableName, "'109'", nullptr, moveBusyLamps},
-    {&ForwardingKeyDestinationsTableName, "'32'", nullptr, moveKey32},
+    {&ForwardingKeyDestinationsTableName, "'109'", &ForwardingKeyDestinationsSchema,
+     DASMigrator::moveBusyLamps},
+    {&ForwardingKeyDestinationsTableName, "'32'", &ForwardingKeyDestinationsSchema,
+     DASMigrator::moveKey32},
     {&LineKeySettingsTableName, "'109'", &LineKeySettingsSchema, nullptr},
     {&RepertoryDiallingTableName, "'1017'", &RepertoryDiallingSchema, nullptr},
     {&SelectedDiallingTableName, "'1017'", &SelectedDiallingSchema, nullptr},
@@ -276,11 +122,31 @@ const GrownTable GrownTables[] = {
     {&FeatureToggleKeySettingsTableName, "'200'", &FeatureToggleKeySettingsSchema, nullptr},
 };
 
+/// Tables of these whose columns no other step looks at.
+const std::string* const TablesWithoutStep[] = {
+    &DeflectKeyDestinationsTableName,    &FeatureToggleKeySettingsTableName,
+    &ForwardingKeyDestinationsTableName, &RepertoryDiallingTableName,
+    &SelectedDiallingTableName,          &StartApplicationTableName};
+
+/// Brings a table that has its default rows into the columns of its object.
+void bringIntoOrder(DataAccessServiceIfc* service, const GrownTable& grown) {
+    const bool isLookedAt = std::any_of(std::begin(TablesWithoutStep), std::end(TablesWithoutStep),
+                                        [&](const auto* table) { return table == grown.table; });
+    if (isLookedAt && !DASMigrator::formOf(service, *grown.schema, *grown.table).isInOrder()) {
+        (void)DASMigrator::rebuildIntoDaoColumns(service, *grown.schema, *grown.table);
+    }
+}
+
 }  // namespace
 
 bool DASMigrator::rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                         const std::string& table) {
     return bringIntoForm(service, schema, table, TableRebuild::DefaultRows::Leave);
+}
+
+void DASMigrator::rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
+                                 const std::string& table) {
+    (void)bringIntoForm(service, schema, table, TableRebuild::DefaultRows::Add);
 }
 
 void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
@@ -303,17 +169,6 @@ void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const s
     const std::string visitor = DASUtils::convertToDBFormat(UserContextVisitor);
     if (visitorRows && isKnownToHaveNo(service, table, {{UserContextTagName, visitor}})) {
         (void)dao->insertDefaultRows(UserContextVisitor);  // what fails is in the log
-    }
-}
-
-void DASMigrator::migratePhoneBookTable(DataAccessServiceIfc* service) {
-    constexpr std::size_t currentColumns = 20;
-    constexpr std::size_t columnsBeforeMobility = 17;
-    const std::vector<std::string> columns = columnsOf(service, PhoneBookTableName);
-    const bool isBeforeMobility = columns.size() == columnsBeforeMobility &&
-                                  !DASUtils::columnIsInColumnList(UserContextTagName, columns);
-    if (columns.size() < currentColumns && !isBeforeMobility) {
-        (void)rebuildIntoDaoColumns(service, PhoneBookSchema, PhoneBookTableName);
     }
 }
 
@@ -340,29 +195,6 @@ void DASMigrator::migrateStimulusKeySettingsTable(DataAccessServiceIfc* service,
     rebuildAndFill(service, StimulusKeySettingsSchema, StimulusKeySettingsTableName);
 }
 
-void DASMigrator::migrateFeatureKeysTable(DataAccessServiceIfc* service) {
-    if (isThere(service, FeatureKeysTableName)) {
-        moveFixedKeys(service, {FeatureKeysSchema,
-                                FeatureKeysTableName,
-                                FixedKeysSchema,
-                                FixedKeysTableName,
-                                {FunctionTagName, LockedTagName, LabelTagName, LocalTagName}});
-    }
-}
-
-void DASMigrator::migrateStartAppKeysTable(DataAccessServiceIfc* service) {
-    moveFixedKeys(service, {StartApplicationSchema,
-                            StartApplicationTableName,
-                            StartApplicationFixedKeysSchema,
-                            StartApplicationFixedKeysTableName,
-                            {ApplicationNameTagName}});
-}
-
-void DASMigrator::migrateFixedKeysTable(DataAccessServiceIfc* service) {
-    rebuildAndFill(service, FixedKeysSchema, FixedKeysTableName);
-    setMissingFunctions(service);
-}
-
 void DASMigrator::migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service) {
     constexpr int keysOfUser = 177;
     PairList conditions = {{UserContextTagName, DASUtils::convertToDBFormat(UserContextBase)}};
@@ -378,12 +210,8 @@ void DASMigrator::migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessSer
     const std::pair<const std::string&, const std::string&> tables[] = {
         {FixedKeysSchema, FixedKeysTableName}, {FeatureKeysSchema, FeatureKeysTableName}};
     for (const auto& [schema, table] : tables) {
-        const std::vector<std::string> columns = columnsOf(service, table);
-        for (const std::string& column : {LockedTagName, LabelTagName, LocalTagName}) {
-            if (!columns.empty() && !DASUtils::columnIsInColumnList(column, columns)) {
-                (void)rebuildIntoDaoColumns(service, schema, table);
-                break;
-            }
+        if (!formOf(service, schema, table).isInOrder()) {
+            (void)rebuildIntoDaoColumns(service, schema, table);
         }
     }
 }
@@ -420,9 +248,8 @@ void DASMigrator::dbCheckAndMigrateLineKeySettingsDefaults(DataAccessServiceIfc*
 void DASMigrator::addDefaultRowsToExistingTablesWhereMissing(DataAccessServiceIfc* service) {
     for (const GrownTable& grown : GrownTables) {
         if (isRowPresent(service, *grown.table, IdTagName, grown.id)) {
-            continue;
-        }
-        if (grown.special != nullptr) {
+            bringIntoOrder(service, grown);
+        } else if (grown.special != nullptr) {
             grown.special(service);
         } else {
             addMissingRows(service, *grown.schema, *grown.table);

@@ -23,8 +23,8 @@ public:
      * @param adapter must outlive this object; not owned
      * @param from    table that the rows stand in
      * @param to      table that they go to
-     * @param columns columns behind context and "Id" that both tables have. The first is the value
-     *                that a row is there for; blank and '0' are none.
+     * @param columns columns after context and "Id" that both tables have. The first is the value
+     *                that a row is there for; blank and '0' are no value.
      */
     KeyRowMove(DatabaseAdapter& adapter, std::string from, std::string to,
                std::vector<std::string> columns);

@@ -27,11 +27,24 @@ bool isMadeByDatabase(const DASUtils::ColumnInfo& column) {
     return column.type.find("INTEGER PRIMARY KEY") != std::string::npos;
 }
 
+/// A name as SQL takes it whatever it holds.
+std::string quotedName(const std::string& name) {
+    return "\"" + DASUtils::escapeReservedCharacter(name, '"', '"') + "\"";
+}
+
 bool isNumbered(const DASUtils::ColumnInfo& column) {
     return column.type.find("AUTOINCREMENT") != std::string::npos;
 }
 
 }  // namespace
+
+TableForm::TableForm(const DataAccessObject& dao, const std::vector<std::string>& names)
+    : columns(names.size()), wanted(dao.columns().size()) {
+    while (inPlace < std::min(columns, wanted) &&
+           isSameName(dao.columns()[inPlace].name, names[inPlace])) {
+        ++inPlace;
+    }
+}
 
 TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
                            std::vector<std::string> oldColumns)
@@ -41,13 +54,12 @@ TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
       m_table(dao.tableName()) {}
 
 bool TableRebuild::isDone() const {
-    return std::equal(
-        m_dao.columns().begin(), m_dao.columns().end(), m_oldColumns.begin(), m_oldColumns.end(),
-        [](const Column& column, const std::string& old) { return isSameName(column.name, old); });
+    const TableForm form(m_dao, m_oldColumns);
+    return form.columns == form.wanted && form.inPlace == form.wanted;
 }
 
 bool TableRebuild::run(DefaultRows rows) {
-    logDroppedColumns();
+    logDroppedColumns(m_table);
     if (!runWholeOrNot(m_adapter, [&] { return replaceTable(rows); })) {
         DAS_LOG(2, "The table %s could not be rebuilt and stays as it was", m_table.c_str());
         return false;
@@ -59,8 +71,8 @@ bool TableRebuild::run(DefaultRows rows) {
 
 bool TableRebuild::copyFrom(const std::string& table) {
     m_aside = table;
-    logDroppedColumns();
-    return execute(copyStatement()) && keepsAllRows();
+    logDroppedColumns(table);
+    return copyRows() && keepsAllRows();
 }
 
 bool TableRebuild::wasThere(const std::string& column) const {
@@ -68,13 +80,17 @@ bool TableRebuild::wasThere(const std::string& column) const {
                        [&](const std::string& old) { return isSameName(column, old); });
 }
 
-void TableRebuild::logDroppedColumns() const {
+void TableRebuild::logDroppedColumns(const std::string& table) const {
     for (const std::string& old : m_oldColumns) {
         const bool stays =
             std::any_of(m_dao.columns().begin(), m_dao.columns().end(),
                         [&](const Column& column) { return isSameName(column.name, old); });
         if (!stays) {
-            DAS_LOG(2, "The column %s of %s is given up", old.c_str(), m_table.c_str());
+            std::string values;
+            m_adapter.getRowCount(
+                "SELECT COUNT(NULLIF(" + quotedName(old) + ", '')) FROM " + table + ";", values);
+            DAS_LOG(2, "The column %s of %s is given up with its values: %s", old.c_str(),
+                    table.c_str(), values.c_str());
         }
     }
 }
@@ -116,21 +132,37 @@ std::string TableRebuild::valueOf(const Column& column) const {
     if (!wasThere(column.name)) {
         return defaultOf(column);
     }
-    return isMadeByDatabase(column) ? "NULLIF(" + column.name + ", '')"
+    return isMadeByDatabase(column) ? column.name
                                     : "COALESCE(" + column.name + ", " + defaultOf(column) + ")";
 }
 
-std::string TableRebuild::copyStatement() const {
+std::string TableRebuild::copyStatement(Numbers numbers, const std::string& rows) const {
     std::vector<std::string> names;
     std::vector<std::string> values;
     for (const Column& column : m_dao.columns()) {
-        if (wasThere(column.name) || !isMadeByDatabase(column)) {
+        if (numbers == Numbers::Kept || !isMadeByDatabase(column)) {
             names.push_back(column.name);
             values.push_back(valueOf(column));
         }
     }
-    return "INSERT INTO " + m_table + " (" + ClientUtils::join(names, ", ") + ") SELECT " +
-           ClientUtils::join(values, ", ") + " FROM " + m_aside + ";";
+    // Of rows that a key of several columns takes for one the last stays.
+    return (m_dao.constraint().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table +
+           " (" + ClientUtils::join(names, ", ") + ") SELECT " + ClientUtils::join(values, ", ") +
+           " FROM " + m_aside + rows + ";";
+}
+
+/// Copies all rows. A row without a number, or with that of an earlier row, gets a new one.
+bool TableRebuild::copyRows() {
+    const auto number =
+        std::find_if(m_dao.columns().begin(), m_dao.columns().end(), isMadeByDatabase);
+    if (number == m_dao.columns().end() || !wasThere(number->name)) {
+        return execute(copyStatement(Numbers::New, "")) && carryNumbering();
+    }
+    const std::string asNumber = "CAST(" + number->name + " AS INTEGER)";
+    const std::string first = " IN (SELECT MIN(rowid) FROM " + m_aside + " WHERE " + asNumber +
+                              " = " + number->name + " GROUP BY " + asNumber + ")";
+    return execute(copyStatement(Numbers::Kept, " WHERE rowid" + first)) && carryNumbering() &&
+           execute(copyStatement(Numbers::New, " WHERE rowid NOT" + first));
 }
 
 bool TableRebuild::execute(const std::string& sql) {
@@ -139,8 +171,8 @@ bool TableRebuild::execute(const std::string& sql) {
 
 bool TableRebuild::replaceTable(DefaultRows rows) {
     const bool replaced =
-        readIndices() && renameAside() && m_dao.createTable() == 0 && execute(copyStatement()) &&
-        keepsAllRows() && carryNumbering() && execute("DROP TABLE " + m_aside + ";") &&
+        readIndices() && renameAside() && m_dao.createTable() == 0 && copyRows() &&
+        keepsAllRows() && execute("DROP TABLE " + m_aside + ";") &&
         (rows == DefaultRows::Leave || m_dao.insertDefaultRowsInTransaction(true) == 0);
     if (replaced) {
         makeIndices();
@@ -168,12 +200,41 @@ bool TableRebuild::readIndices() {
     return true;
 }
 
+/// Whether each row is there again, doubled ones of a key once.
 bool TableRebuild::keepsAllRows() {
     PairList all;
     std::string before;
     std::string after;
-    return m_adapter.countRows(m_aside, all, before) == 0 &&
-           m_adapter.countRows(m_table, all, after) == 0 && before == after;
+    if (m_adapter.countRows(m_aside, all, before) != 0 ||
+        m_adapter.countRows(m_table, all, after) != 0) {
+        return false;
+    }
+    if (before == after || m_dao.constraint().empty()) {
+        return before == after;
+    }
+    std::string expected;
+    m_adapter.getRowCount(
+        "SELECT COUNT(*) FROM (SELECT DISTINCT " + keyValues() + " FROM " + m_aside + ");",
+        expected);
+    DAS_LOG(2, "Of the %s rows of %s, %s stay: those of one key are doubled, and the last counts",
+            before.c_str(), m_table.c_str(), after.c_str());
+    return after == expected;
+}
+
+/// The values of the columns that the key of the table names, "PRIMARY KEY (One, Other)".
+std::string TableRebuild::keyValues() const {
+    const std::string& key = m_dao.constraint();
+    const auto begin = key.find('(');
+    std::vector<std::string> values;
+    for (const std::string& name : ClientUtils::tokenizeString(
+             key.substr(begin + 1, key.find(')') - begin - 1), ",", false, true)) {
+        for (const Column& column : m_dao.columns()) {
+            if (isSameName(column.name, name)) {
+                values.push_back(valueOf(column));
+            }
+        }
+    }
+    return ClientUtils::join(values, ", ");
 }
 
 /// Numbers of rows that were deleted are not given again.

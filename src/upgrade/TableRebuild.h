@@ -9,12 +9,29 @@
 class DataAccessObject;
 class DatabaseAdapter;
 
+/// How the columns of a table compare to those of its data access object.
+struct TableForm {
+    TableForm(const DataAccessObject& dao, const std::vector<std::string>& names);
+
+    /// Whether cells can be read by their position: the object's columns are the first ones of the
+    /// table, in the object's order. True for a missing table.
+    [[nodiscard]] bool isInOrder() const { return columns == 0 || inPlace == wanted; }
+
+    std::size_t columns;      ///< of the table; 0 for a missing one
+    std::size_t inPlace = 0;  ///< columns, from the first on, that are those of the object
+    std::size_t wanted;       ///< of the object
+};
+
 /**
  * Brings one table into the columns of its data access object. It is renamed aside, made anew by
  * the object, filled from the old one by column name, and the old one is dropped.
  *
- * All of this is one transaction, which is taken back whole on any failure: the table is as it was
- * then. Column names count without regard to case, as in SQL.
+ * All of this is one transaction, which is rolled back on any failure: the table is as it was then.
+ * Column names count without regard to case, as in SQL.
+ *
+ * A row that the key of the table refuses stops nothing. If the database numbers the rows, a row
+ * without a number, or with that of an earlier row, gets a new one. If the key has several columns,
+ * the last of its rows stays.
  */
 class TableRebuild {
 public:
@@ -45,8 +62,12 @@ private:
     std::string valueOf(const Column& column) const;
     std::string defaultOf(const Column& column) const;
     std::string isDefaultRow(std::size_t row, const Column& except) const;
-    std::string copyStatement() const;
-    void logDroppedColumns() const;
+    /// What becomes of the numbers that a table gives its rows.
+    enum class Numbers { Kept, New };
+    std::string copyStatement(Numbers numbers, const std::string& rows) const;
+    bool copyRows();
+    std::string keyValues() const;
+    void logDroppedColumns(const std::string& table) const;
     bool readIndices();
     bool renameAside();
     bool replaceTable(DefaultRows rows);

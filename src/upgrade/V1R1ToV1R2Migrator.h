@@ -14,7 +14,7 @@ public:
 
     /**
      * Moves the feature keys of fixed ids that have a function to the fixed keys, where they
-     * replace what stands for the same user and id. One transaction, taken back whole on a failure,
+     * replace what stands for the same user and id. One transaction, rolled back on a failure,
      * which is in the log. Does nothing once it has run.
      */
     void execute();

@@ -476,6 +476,21 @@ TEST_F(RebuildTest, AFailureOfAnyStatementLeavesTheTableAsItWas) {
     EXPECT_FALSE(rebuild("FixedKeys", "PHONE_BOOK"));
 }
 
+// Rows that were read by the position of their cells came back with blank numbers.
+TEST_F(RebuildTest, CallsOfAnotherOrderAreOnlyReadOnceTheyAreInOrder) {
+    (void)send("CallLog", "read_request");
+    sql("ALTER TABLE CALL_LOG DROP COLUMN Viewed; ALTER TABLE CALL_LOG ADD COLUMN Viewed TEXT;"
+        "INSERT INTO CALL_LOG (EntryId, Number0, Number1) VALUES ('E', '1', '2');");
+    service().constructorActions();  // a connection that knows the columns
+    const Rows before = sql("SELECT * FROM CALL_LOG");
+    m_adapter->intercept = failing("ALTER TABLE", 1, SQLITE_FULL);
+    EXPECT_EQ(DASMigrator::callLogTableChecker(m_service.get()), 0);
+    EXPECT_TRUE(m_log.has(2, "The calls are not checked: CALL_LOG has other columns"));
+    EXPECT_EQ(sql("SELECT * FROM CALL_LOG"), before);
+    EXPECT_EQ(DASMigrator::callLogTableChecker(m_service.get()), 1);
+    EXPECT_EQ(joined("SELECT Number0, Number1 FROM CALL_LOG ORDER BY UniqueId"), "2||1||");
+}
+
 // A move that is done by half would be done again at the next start, by another 144.
 TEST_F(RebuildTest, LampsThatCannotBeMovedKeepTheirIds) {
     const Rows before = {{"base", "618", "1", "2"}};

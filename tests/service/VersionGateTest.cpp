@@ -108,14 +108,35 @@ TEST_F(VersionGateTest, ABookWithoutContactsGoesDownAndUpToo) {
     EXPECT_EQ(contacts(), Rows());
 }
 
-TEST_F(VersionGateTest, ABookThatCanNotBeSetAsideStaysAsItIs) {
+// The book was empty, and its rows stood in PHONE_BOOK_OLD, for good.
+TEST_F(VersionGateTest, ABookThatCanNotBeCarriedWholeStaysAsItIs) {
     fill();
-    sql("CREATE TABLE PHONE_BOOK_OLD (x TEXT)");
-    const Rows before = sql("SELECT * FROM PHONE_BOOK");
-    goTo(1, 1, "V1 R8.2.125");
-    EXPECT_TRUE(hasSpeedDial());
-    EXPECT_EQ(sql("SELECT * FROM PHONE_BOOK"), before);
-    EXPECT_EQ(doorOpeners(), DoorOpenersOfBoth) << "the other rule does not wait for the first";
+    const struct {
+        const char* name;
+        const char* sql;
+        const char* line;
+    } rows[] = {
+        {"the other name is taken", "CREATE TABLE PHONE_BOOK_OLD (x TEXT)",
+         "ALTER TABLE PHONE_BOOK failed"},
+        {"a surname is NULL",
+         "DROP TABLE PHONE_BOOK_OLD; ALTER TABLE PHONE_BOOK ADD COLUMN Spare; ALTER TABLE "
+         "PHONE_BOOK "
+         "DROP COLUMN Surname; ALTER TABLE PHONE_BOOK RENAME COLUMN Spare TO Surname",
+         "The contacts can't be copied, the table PHONE_BOOK stays as it was"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        sql(row.sql);
+        service().constructorActions();  // a connection that knows the tables
+        const Rows schema = sql("SELECT name, sql FROM sqlite_master ORDER BY name");
+        const Rows before = sql("SELECT * FROM PHONE_BOOK");
+        ASSERT_EQ(before.size(), 2U);
+        goTo(1, 1, "V1 R8.2.125");
+        EXPECT_EQ(sql("SELECT * FROM PHONE_BOOK"), before);
+        EXPECT_EQ(sql("SELECT name, sql FROM sqlite_master ORDER BY name"), schema);
+        EXPECT_TRUE(m_log.has(2, row.line));
+        EXPECT_EQ(doorOpeners(), DoorOpenersOfBoth) << "the other rule does not wait for the first";
+    }
 }
 
 TEST(VersionTextTest, VersionsAreComparedAsOneNumber) {

@@ -21,13 +21,14 @@ class Table:
     """A table of an earlier release: what names its rows, and where they are to be found later."""
 
     def __init__(self, name, schema, keys, key="Id", moved=lambda key: None, full=(), rows=None,
-                 encrypted=()):
+                 encrypted=(), numbers=None):
         self.name, self.schema = name, schema
         self.keys = keys    # keys of rows; a user has as many as the contents take
         self.key = key      # column that names a row of a user
         self.moved = moved  # table and key where the row of a key goes; None when it stays
         self.full = full    # columns that can't be NULL or blank
         self.rows = rows    # rows of a user whatever the contents
+        self.numbers = numbers  # column of numbers without a key, see NUMBERS
         self.encrypted = encrypted  # columns that the upgrade encrypts in their place
 
 
@@ -44,22 +45,40 @@ def fixed_keys(table):
 
 
 FIXED = ["30", "31", "38", "39"]
+# What stands in a column of numbers that has lost its key. Only the first row of a number keeps it.
+NUMBERS = ["7", "7", None, "x", "12.5", "", "9"]
 PROGRAMMABLE = key_ids((32, 32), (100, 115), (200, 215), (300, 317))
 CONTACTS = [2 + 3 * number for number in range(2000)]
 PHONE_BOOK = Table("PHONE_BOOK", "PhoneBook", CONTACTS, "UniqueID", full=["Surname"])
+CALL_GROUPS = Table("CallGroup", "CallGroup", key_ids((1, 16)), "CallGroup")
 DSS_KEYS = Table("DSS_KEY_SETTINGS", "DssKeySettings", PROGRAMMABLE)
+NAMES = [f"Name {number}" for number in range(2000)]
+# Entry ids of another log: their calls are not split.
+CALLS = [f"UC{number}" for number in range(2000)]
 DOWNLOADS = Table("FILEDOWNLOAD_SETTINGS", "FileDownloadSettings", key_ids((0, 7)), "FileType",
                   moved=lambda key: ("FILEDOWNLOAD_SETTINGS_ENC", key), encrypted=["FtpPassword"])
 STIMULUS_KEYS = Table("STIMULUS_KEY_SETTINGS", "StimulusKeySettings", FIXED + PROGRAMMABLE)
+
+DEVICES = Table("BLUETOOTH_TRUSTED", "BluetoothTrusted", [f"00:1B:{n}" for n in range(10, 60)])
 
 # A text of tests/databases/, and its tables.
 FORMS = {
     "phone_book_17": [PHONE_BOOK],
     "phone_book_18": [PHONE_BOOK],
-    "call_group_3": [Table("CallGroup", "CallGroup", key_ids((1, 16)), "CallGroup")],
+    "phone_book_18_without_key": [
+        Table("PHONE_BOOK", "PhoneBook", NAMES, "ExternalID", full=["Surname"],
+              numbers="UniqueID")],
+    "phone_book_21": [PHONE_BOOK],
+    "phone_book_other_order": [PHONE_BOOK],
+    "call_log_98_without_key": [
+        Table("CALL_LOG", "CallLog", CALLS, "EntryId", numbers="UniqueId")],
+    "call_log_other_order": [Table("CALL_LOG", "CallLog", CALLS, "EntryId")],
+    "call_group_3": [CALL_GROUPS],
+    "call_group_user_last": [CALL_GROUPS],
     "line_keys_18": [Table("LINE_KEY_SETTINGS", "LineKeySettings", PROGRAMMABLE)],
     "bca_11": [Table("BCA_SETTINGS", "BCASettings", key_ids((1, 80)))],
     "dss_keys_6": [DSS_KEYS],
+    "dss_keys_7": [DSS_KEYS],
     "dss_keys_6_under_views": [DSS_KEYS],
     "dss_keys_9": [DSS_KEYS],
     "file_downloads": [DOWNLOADS],
@@ -69,6 +88,8 @@ FORMS = {
     "stimulus_keys_15": [STIMULUS_KEYS],
     "stimulus_keys_16": [STIMULUS_KEYS],
     "stimulus_keys_17": [STIMULUS_KEYS],
+    "stimulus_keys_18": [STIMULUS_KEYS],
+    "stimulus_keys_23": [STIMULUS_KEYS],
     "stimulus_keys_66_rows": [
         Table("STIMULUS_KEY_SETTINGS", "StimulusKeySettings", FIXED + PROGRAMMABLE, rows=33)],
     "keys_of_earlier_release": [
@@ -80,8 +101,10 @@ FORMS = {
     "forwarding_of_earlier_ids": [
         Table("FORWARDING_KEY_DESTINATIONS", "ForwardingKeyDestinations",
               key_ids((618, 640), (1000, 1017), (100, 108)), moved=busy_lamp)],
-    "bluetooth_devices_3": [
-        Table("BLUETOOTH_TRUSTED", "BluetoothTrusted", [f"00:1B:{n}" for n in range(10, 60)])],
+    "repertory_dialling_user_last": [
+        Table("REPERTORY_DIALLING", "RepertoryDialling", ["1017"] + PROGRAMMABLE)],
+    "bluetooth_devices_3": [DEVICES],
+    "bluetooth_devices_doubled": [DEVICES],
 }
 # A text of tests/databases/ with settings of an earlier form, and the contexts under which each
 # setting stands in it; without contexts it has no column for them.
@@ -90,11 +113,13 @@ SETTINGS = {
     "settings_4": ["", None, "base"],
     "settings_4_reordered": [None, "base"],
     "settings_without_key": ["base", "base", "", None, "visitor"],
+    "settings_with_key_reordered": ["base", "", "visitor"],
     "settings_with_null_contexts": [None, "base"],
 }
 KEPT_NULLS = ["settings_with_null_contexts"]  # a value that is NULL stays NULL
 # Forms in which only rows of the device get another context.
-KEPT_CONTEXTS = {"settings_without_key": {None: ""}, "settings_with_null_contexts": {}}
+KEPT_CONTEXTS = {"settings_without_key": {None: ""}, "settings_with_key_reordered": {},
+                 "settings_with_null_contexts": {}}
 DEVICE_SCHEMA = "TransportSettings"
 SETTING_SCHEMAS = [DEVICE_SCHEMA, "AudioSettings", "#It's, a\\ schema"]
 # Where the settings go that stand in each of these texts.
@@ -106,7 +131,8 @@ MOVED_SETTINGS = {
     ("SipBaseSettings", "", "BackupSIPServerAddress"): "192.0.2.1",
     ("LocalSettings", "base", "EmergencyNumber"): "11",
 }
-SCHEMAS = ["BluetoothTrusted", "FileDownloadSettings", "StartApplicationFixedKeys", "PhoneBook"]
+SCHEMAS = ["BluetoothTrusted", "FileDownloadSettings", "StartApplicationFixedKeys", "PhoneBook",
+           "CallLog"]
 
 
 def plain(column, row):
@@ -128,8 +154,10 @@ def columns_of(db, table):
 
 
 def make_cell(table, column, kind, row, user, text):
+    if column == table.numbers:
+        return NUMBERS[row % len(NUMBERS)]
     if kind == "INTEGER":
-        return row
+        return None if column == "UniqueId" else row
     value = text(column, row)
     if column in table.full and not value:
         value = "full"
@@ -147,7 +175,7 @@ def fill(db, table, rows_of_user, text):
                                                                            text)
                       for name, kind in columns.items()]
             db.execute(f"INSERT INTO {table.name} VALUES ({', '.join('?' * len(values))})", values)
-    if table.name == "PHONE_BOOK" and rows_of_user:
+    if table is PHONE_BOOK and rows_of_user:
         db.execute("UPDATE sqlite_sequence SET seq = seq + 1000")  # contacts that were deleted
 
 
@@ -239,17 +267,30 @@ class UpgradeTest(HostTest):
             where = f"{place} {user} {new_key}"
             self.assertIn((user, new_key), places[place], f"{where} is lost")
             found = places[place][user, new_key]
-            for column in found.keys() - {"UserContext", table.key}:
+            for column in found.keys() - {"UserContext", table.key, table.numbers}:
                 if not column.endswith("Enc"):
                     wanted = row.get(column)
                     if wanted is None:
                         wanted = self.default(defaults[place], new_key, column)
                     self.check_cell(found, column, wanted, where, table)
 
+    def check_numbers(self, old, upgraded, table):
+        """The first row of each number keeps it, and every other row has one of its own."""
+        query = f"SELECT {table.key}, {table.numbers} FROM {table.name} ORDER BY rowid"
+        kept = {}
+        for key, number in old.execute(query):
+            if (number or "").isdigit():
+                kept.setdefault(int(number), key)
+        found = {number: key for key, number in upgraded.execute(query)}
+        self.assertEqual({number: found.get(number) for number in kept}, kept)
+        self.assertEqual(len(found), old.execute(f"SELECT COUNT(*) FROM {table.name}").fetchone()[0])
+
     def check_upgrade(self, new, old, form):
         upgraded = in_memory(self.path)
         for table in FORMS[form]:
             self.check_table(new, old, upgraded, table)
+            if table.numbers:
+                self.check_numbers(old, upgraded, table)
         for others in ["type = 'view'", "name LIKE '%MIGRATION%'"]:
             query = f"SELECT name, sql FROM sqlite_master WHERE {others} ORDER BY name"
             self.assertEqual(upgraded.execute(query).fetchall(), old.execute(query).fetchall())

@@ -1,0 +1,71 @@
+#ifndef CONTACTCOLUMNS_H
+#define CONTACTCOLUMNS_H
+
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "DASUtilsStrings.h"
+
+/**
+ * The columns of a contact: the one list for requests and answers, data files, the repair of the
+ * table and the answers of the call log. A new column is one more row of All.
+ */
+namespace ContactColumns {
+
+extern const std::string numberType;
+extern const std::string surnameType;
+extern const std::string groupElement;
+
+/// A column of the table, and the element in which it travels.
+struct Column {
+    const std::string* name;
+    const std::string* type;     ///< in SQL
+    const std::string* element;  ///< null for the user, which is no element
+};
+
+/// A column of plain text, whose element has its name.
+constexpr Column text(const std::string& name) {
+    return {&name, &DASUtilsStrings::columnTypeText, &name};
+}
+
+/// In the order of the table.
+inline constexpr Column All[] = {
+    {&DASUtilsStrings::UserContextTagName, &DASUtilsStrings::columnTypeText, nullptr},
+    {&DASUtilsStrings::PhonebookUniqueIDTagName, &numberType,
+     &DASUtilsStrings::PhonebookUniqueIDTagName},
+    {&DASUtilsStrings::PhonebookSurnameTagName, &surnameType,
+     &DASUtilsStrings::PhonebookSurnameTagName},
+    text(DASUtilsStrings::PhonebookFirstnameTagName),
+    text(DASUtilsStrings::PhonebookOfficeTagName),
+    text(DASUtilsStrings::PhonebookMobileTagName),
+    text(DASUtilsStrings::PhonebookPrivateTagName),
+    text(DASUtilsStrings::PhonebookEmailTagName),
+    {&DASUtilsStrings::PhonebookCallGroupTagName, &DASUtilsStrings::columnTypeText, &groupElement},
+    text(DASUtilsStrings::PhonebookDefaultNumberTagName),
+    text(DASUtilsStrings::PhonebookCompanyTagName),
+    text(DASUtilsStrings::PhonebookOffice2TagName),
+    text(DASUtilsStrings::PhonebookAddressTagName),
+    text(DASUtilsStrings::PhonebookAddress2TagName),
+    text(DASUtilsStrings::PhonebookJobFunctionTagName),
+    text(DASUtilsStrings::PhonebookVoiceDialTagName),
+    text(DASUtilsStrings::PhonebookPictureTagName),
+    text(DASUtilsStrings::PhonebookExternalIDTagName),
+    text(DASUtilsStrings::PhonebookContactSourceTagName),
+    text(DASUtilsStrings::PhonebookSpeedDialIDTagName),
+};
+
+constexpr std::size_t Count = std::size(All);
+
+/// Places of columns that are handled apart.
+enum Place : std::size_t { UserPlace, NumberPlace, SurnamePlace, FirstnamePlace };
+
+/// Whether the table has a column @p name, in whatever case.
+bool isColumn(const std::string& name);
+
+/// The elements of requests and answers, in the order of the columns from the number on.
+const std::vector<std::string>& elements();
+
+}  // namespace ContactColumns
+
+#endif

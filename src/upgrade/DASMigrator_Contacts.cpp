@@ -1,0 +1,215 @@
+// The repair of the phone book: doubled contacts, stray signs, a table of other columns; and the
+// book of an older release.
+
+#include <algorithm>
+
+#include "DASUtilsStrings.h"
+#include "DataAccessServiceIfc.h"
+#include "contacts/ContactColumns.h"
+#include "contacts/PhonebookDAO.h"
+#include "dao/DASUtils.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+#include "upgrade/DASMigrator.h"
+
+namespace {
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DASMigrator";
+
+using namespace DASUtilsStrings;
+
+const char* const oldPhoneBook = "PHONE_BOOK_OLD";
+
+// Finds by other columns than the deletion below groups by: kept on purpose, a contact that differs
+// in its second number is not deleted. Numbers that only one contact has are sorted out first,
+// which is cheap; a join of the contacts with their groups would take time by the square of their
+// number.
+const char* const doubledContacts =
+    "SELECT 1 FROM PHONE_BOOK WHERE Office IN ( SELECT Office FROM PHONE_BOOK WHERE Office IN ("
+    " SELECT Office FROM PHONE_BOOK GROUP BY Office HAVING COUNT(Office) > 1 )"
+    " GROUP BY Surname, Firstname, Office, Office, Mobile, Picture, Private"
+    " HAVING COUNT(Office) > 1 )";
+
+const char* const deleteDoubledContacts =
+    " DELETE FROM PHONE_BOOK"
+    " WHERE UniqueID NOT IN (  SELECT MAX(UniqueID) FROM PHONE_BOOK GROUP BY Surname,Firstname , "
+    "Office, Office2, Mobile, Private, Picture )";
+
+/// In the order in which they are cleaned.
+const std::string* const NumberColumns[] = {&PhonebookOfficeTagName, &PhonebookOffice2TagName,
+                                            &PhonebookMobileTagName, &PhonebookPrivateTagName};
+
+/// Runs a statement whose failure is only logged.
+void execute(DataAccessServiceIfc* service, const std::string& sql) {
+    Rows none;
+    (void)service->getAdapter()->executeSQLQuery(sql, none);
+}
+
+}  // namespace
+
+int DASMigrator::readPhoneBookDuplicateRows(DataAccessServiceIfc* service) {
+    Rows rows;
+    (void)service->getAdapter()->executeSQLQuery(doubledContacts, rows);  // none when it fails
+    return static_cast<int>(rows.size());
+}
+
+void DASMigrator::deleteDuplicateItemsFromPhoneBook(DataAccessServiceIfc* service) {
+    execute(service, deleteDoubledContacts);
+}
+
+namespace {
+
+std::string withoutDigits(const std::string& column) {
+    std::string condition;
+    for (char digit = '0'; digit <= '9'; ++digit) {
+        condition += condition.empty() ? "" : " AND ";
+        condition += column + " NOT LIKE '%" + digit + "%'";
+    }
+    return condition;
+}
+
+/// Whether the cleanup would change something. The character is looked for before the digits: few
+/// numbers hold it, and the look for ten digits takes the most time.
+bool holdsBare(DataAccessServiceIfc* service, const std::string& column,
+               const std::string& character) {
+    std::string count;
+    service->getAdapter()->getRowCount("SELECT COUNT(*) FROM PHONE_BOOK WHERE " + column +
+                                           " LIKE '%" + character + "%' AND " +
+                                           withoutDigits(column) + ";",
+                                       count);
+    return count != "0";
+}
+
+}  // namespace
+
+std::string DASMigrator::buildPhonebookTableCleanupQuery(const std::string& column,
+                                                         const std::string& character) {
+    return "UPDATE PHONE_BOOK SET " + column + " = REPLACE(" + column + ", '" + character +
+           "', '') WHERE " + withoutDigits(column) + ";";
+}
+
+void DASMigrator::phonebookTableCleanup(DataAccessServiceIfc* service) {
+    DAS_LOG(6,
+            "phonebookTableCleanup() removing all + characters from Office, Office2, Mobile, "
+            "Private column");
+    for (const std::string* column : NumberColumns) {
+        if (holdsBare(service, *column, "+")) {
+            execute(service, buildPhonebookTableCleanupQuery(*column, "+"));
+        }
+    }
+}
+
+namespace {
+
+/// The number that the next contact would follow, as text; empty when none was ever given.
+std::string numberingOf(DatabaseAdapter& adapter) {
+    Rows rows;
+    (void)adapter.executeSQLQuery("SELECT seq FROM sqlite_sequence WHERE name = 'PHONE_BOOK'",
+                                  rows);
+    return rows.empty() ? std::string() : rows.front().at(0);
+}
+
+void carryNumbering(DatabaseAdapter& adapter, const std::string& numbering) {
+    if (!DASUtils::isNumber(numbering)) {
+        return;
+    }
+    (void)adapter.executeNonQuery("DELETE FROM sqlite_sequence WHERE name = 'PHONE_BOOK';");
+    (void)adapter.executeNonQuery("INSERT INTO sqlite_sequence (name, seq) VALUES ('PHONE_BOOK', " +
+                                  numbering + ");");
+}
+
+bool hasIndices(DatabaseAdapter& adapter) {
+    Rows rows;
+    (void)adapter.executeSQLQuery(
+        "SELECT name FROM sqlite_master WHERE type = 'index' AND tbl_name = 'PHONE_BOOK'", rows);
+    return !rows.empty();
+}
+
+bool haveEqualCounts(DatabaseAdapter& adapter) {
+    PairList all;
+    std::string before;
+    std::string after;
+    return adapter.countRows(oldPhoneBook, all, before) == 0 &&
+           adapter.countRows(PhoneBookTableName, all, after) == 0 && before == after;
+}
+
+/// Makes the book anew, for the caller's transaction, which is rolled back when the result is
+/// false.
+bool renewBook(DatabaseAdapter& adapter, const std::vector<std::string>& leftOut) {
+    if (adapter.isKnownToBeEmpty(PhoneBookTableName)) {
+        if (adapter.executeNonQuery("DROP TABLE PHONE_BOOK;") != 0) {
+            return false;
+        }
+        PhonebookDAO dao(&adapter, leftOut);
+        return true;
+    }
+    if (adapter.alterTableName(PhoneBookTableName, oldPhoneBook) != 0) {
+        return false;
+    }
+    PhonebookDAO dao(&adapter, leftOut);
+    if (adapter.copyDataOfTableToAnother(oldPhoneBook, PhoneBookTableName, leftOut) != 0 ||
+        !haveEqualCounts(adapter)) {
+        DAS_LOG(2, "The contacts can't be copied, the table %s stays as it was",
+                PhoneBookTableName.c_str());
+        return false;
+    }
+    return adapter.executeNonQuery(std::string("DROP TABLE ") + oldPhoneBook + ";") == 0;
+}
+
+}  // namespace
+
+bool DASMigrator::rebuildPhoneBook(DataAccessServiceIfc* service,
+                                   const std::vector<std::string>& leftOut) {
+    DatabaseAdapter& adapter = *service->getAdapter();
+    return runWholeOrNot(adapter, [&] {
+        const std::string numbering = numberingOf(adapter);
+        const bool indexed = hasIndices(adapter);
+        if (!renewBook(adapter, leftOut)) {
+            return false;
+        }
+        carryNumbering(adapter, numbering);
+        if (indexed) {
+            PhonebookDAO(&adapter).createPhonenumberIndices();
+        }
+        return true;
+    });
+}
+
+void DASMigrator::migratePhoneBookTable(DataAccessServiceIfc* service) {
+    constexpr std::size_t columnsBeforeMobility = 17;
+    std::vector<std::string> names;
+    (void)service->getAdapter()->getColumnNames(PhoneBookTableName, names);
+    const bool isBeforeMobility = names.size() == columnsBeforeMobility &&
+                                  !DASUtils::columnIsInColumnList(UserContextTagName, names);
+    if (names.size() <= ContactColumns::Count && !isBeforeMobility) {
+        (void)rebuildIntoDaoColumns(service, PhoneBookSchema, PhoneBookTableName);
+    }
+}
+
+void DASMigrator::checkValidityOfPhoneBookTable(DataAccessServiceIfc* service) {
+    constexpr int expected = static_cast<int>(ContactColumns::Count);
+    const int count = service->getAdapter()->getColumnCount("SELECT * FROM PHONE_BOOK;");
+    if (count == expected) {
+        DAS_LOG(6, "PHONE_BOOK table has expected number of elements");
+        return;
+    }
+    if (count < expected) {
+        DAS_LOG(2,
+                "PHONE_BOOK table migration has failed - there is less than expected amount of "
+                "data");
+        return;
+    }
+    std::vector<std::string> names;
+    if (service->getAdapter()->getColumnNames(PhoneBookTableName, names) != 1) {
+        DAS_LOG(2, "PHONE_BOOK table cannot be read");
+        return;
+    }
+    for (const std::string& name : names) {
+        if (!ContactColumns::isColumn(name)) {
+            DAS_LOG(2, "PHONE_BOOK table has unexpected column[%s]", name.c_str());
+        }
+    }
+    (void)rebuildIntoDaoColumns(service, PhoneBookSchema, PhoneBookTableName);
+}

@@ -1,0 +1,8 @@
+-- Stimulus keys with all later columns but the encrypted password.
+CREATE TABLE STIMULUS_KEY_SETTINGS (UserContext TEXT, Id TEXT, StimulusKeyFeatureCode TEXT,
+    StimulusKeyDTMFSequence TEXT, StimulusKeyLEDControlURI TEXT, BusyLampFieldAudible TEXT,
+    BusyLampFieldPopup TEXT, SendUrlProtocol INTEGER, SendUrlAddress TEXT, SendUrlPort TEXT,
+    SendUrlPath TEXT, SendUrlQuery TEXT, SendUrlMethod INTEGER, SendUrlUserId TEXT, SendUrlPasswd
+    TEXT, SendUrlPrimaryCert INTEGER, StimulusKeyState INTEGER, SendUrlPushSupport TEXT,
+    SendUrlSymbolicName TEXT, XsiCallCenterName TEXT, AicsAcdOnly TEXT, XsiCallCenterRelatedLine
+    TEXT, BlfSipLineAction INTEGER);
