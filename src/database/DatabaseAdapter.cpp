@@ -166,6 +166,7 @@ void DatabaseAdapter::openDatabase() {
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {
+    m_statements.clear();
     const int code = sqlite3_close(m_db);
     if (code == SQLITE_OK) {
         m_db = nullptr;
@@ -210,12 +211,37 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
     if (m_db == nullptr) {
         m_lastError = sqlite3_mprintf("%s", errorText());
     }
-    const int code = m_db != nullptr
-                         ? sqlite3_exec(m_db, sql.c_str(), callback, argument, &m_lastError)
-                         : SQLITE_MISUSE;
+    const int code = m_db == nullptr       ? SQLITE_MISUSE
+                     : callback == nullptr ? runWithoutRows(sql)
+                                           : execute(sql, callback, argument);
     if (m_lastError != nullptr) {
         DAS_LOG(3, "SQLite: ERROR '%s' handling request '%s'", m_lastError, sql.c_str());
         tellDamage(sql);
+    }
+    return code;
+}
+
+int DatabaseAdapter::runWithoutRows(const std::string& sql) {
+    Statement statement(m_statements, m_db, sql, Statement::Unless::Kept);
+    if (!statement.isKept()) {
+        return execute(sql, nullptr, nullptr);
+    }
+    int code = statement.step();
+    while (code == SQLITE_ROW) {
+        code = statement.step();
+    }
+    if (code == SQLITE_DONE) {
+        return SQLITE_OK;
+    }
+    m_lastError = sqlite3_mprintf("%s", errorText());
+    return code;
+}
+
+int DatabaseAdapter::execute(const std::string& sql, int (*callback)(void*, int, char**, char**),
+                             void* argument) {
+    const int code = sqlite3_exec(m_db, sql.c_str(), callback, argument, &m_lastError);
+    if (sql != BeginStatement && sql != BeginWriteStatement && sql != EndStatement) {
+        m_statements.clear();  // the text may have changed tables
     }
     return code;
 }
@@ -262,6 +288,7 @@ void DatabaseAdapter::takeBackWhatIsLeftOpen() noexcept {
     // Not by way of the lock, which brought us here.
     if (isInTransaction()) {
         (void)sqlite3_exec(m_db, RollBackStatement.c_str(), nullptr, nullptr, nullptr);
+        m_statements.clear();
     }
     m_isLeftOpen = isInTransaction();
 }
@@ -398,7 +425,7 @@ bool DatabaseAdapter::isKnownToBeEmpty(const std::string& table) {
 bool DatabaseAdapter::readRowCount(const std::string& sql, std::string& count) {
     count = "0";
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
+    Statement statement(m_statements, m_db, sql);
     if (!statement.isPrepared()) {
         logStatementError(sql);
     }

@@ -12,6 +12,7 @@
 
 #include "DASTypes.h"
 #include "DatabaseAdapterIfc.h"
+#include "database/StatementCache.h"
 
 class ChangeNotice;
 class Statement;
@@ -178,6 +179,9 @@ public:
     std::string concatWhereCondition(PairList& andList, PairList& orList);
     std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
 
+    /// The prepared statements that are kept. For statistics and tests, with the lock held.
+    [[nodiscard]] StatementCache& statements() { return m_statements; }
+
     /// Whether the contents of requests may stand in the log; one flag for the process.
     static void setWhetherRequestContentShowableOnTheAurelTrace(bool showable);
     static bool getWhetherRequestContentShowableOnTheAurelTrace();
@@ -199,6 +203,10 @@ private:
     /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
     int closeDatabase(const char* failureFormat);
     bool isInTransaction() const;
+    /// Runs @p sql from the cache if it may be kept. The failure's text goes to m_lastError.
+    int runWithoutRows(const std::string& sql);
+    int execute(const std::string& sql, int (*callback)(void*, int, char**, char**),
+                void* argument);
     /// Runs @p sql from destructors too: an exception of the log becomes a failure.
     int executeWithoutRaising(const std::string& sql) noexcept;
     void takeBackWhatIsLeftOpen() noexcept;
@@ -220,6 +228,7 @@ private:
                           const MaskedStretches& stretches);
 
     std::unique_ptr<ChangeNotice> m_changeNotice;
+    StatementCache m_statements;  ///< under the lock; goes after the connection was closed
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};

@@ -247,7 +247,7 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
                                  const char* countFormat) {
     rows.clear();
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
+    Statement statement(m_statements, m_db, sql);
     if (!statement.isPrepared()) {
         logStatementError(sql);
         if (stopAtFailedPrepare) {
