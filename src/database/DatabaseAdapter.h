@@ -151,6 +151,10 @@ public:
     /// Appends the columns of @p table to @p names. False when it can't be read.
     [[nodiscard]] bool readColumnNames(const std::string& table, std::vector<std::string>& names);
 
+    /// Whether @p table is there and can be read. Prepares nothing unless it is missing, which is
+    /// logged.
+    [[nodiscard]] bool isTableThere(const std::string& table);
+
     /// Whether @p table can be counted and has no rows.
     [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
 

@@ -306,3 +306,17 @@ bool DatabaseAdapter::readColumnNames(const std::string& table, std::vector<std:
     }
     return isRead && !names.empty();
 }
+
+bool DatabaseAdapter::isTableThere(const std::string& table) {
+    {
+        AdapterLock lock(*this);
+        if (m_db != nullptr &&
+            sqlite3_table_column_metadata(m_db, "main", table.c_str(), nullptr, nullptr, nullptr,
+                                          nullptr, nullptr, nullptr) == SQLITE_OK) {
+            return true;
+        }
+    }
+    // A view counts too, and the log shows why a table that is there can't be read.
+    std::vector<std::string> names;
+    return getColumnNames(table, names) != 0;
+}
