@@ -11,8 +11,13 @@ Lines* current = nullptr;  ///< where errors go; null outside of a record
 bool nextIsRecorded = false;
 
 void onError(void*, int, const char* text) {
-    if (current != nullptr) {
-        current->push_back(std::string("error ") + text);
+    if (current == nullptr) {
+        return;
+    }
+    // The service prepares what fails a second time, with its values, for the text of the failure.
+    const std::string line = std::string("error ") + text;
+    if (current->empty() || current->back() != line) {
+        current->push_back(line);
     }
 }
 

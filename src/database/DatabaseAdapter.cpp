@@ -147,7 +147,9 @@ void DatabaseAdapter::constructorActions() {
 void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
     makeMissingFileForOwnerAlone(path);
-    if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+    // The adapter's lock protects the connection, so SQLite needs no mutex of its own for it.
+    if (sqlite3_open_v2(path.c_str(), &m_db,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                         m_changeNotice->name()) != SQLITE_OK) {
         DAS_LOG(3, "DatabaseAdapter( ): sqlite3_open() error occured: %s\n", errorText());
         closeDatabase("DatabaseAdapter( ): sqlite3_close() error occured: %s\n");
