@@ -184,7 +184,7 @@ public:
     std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
 
     /// The prepared statements that are kept. For statistics and tests, with the lock held.
-    [[nodiscard]] StatementCache& statements() { return m_statements; }
+    [[nodiscard]] StatementCache& statementCache() { return m_statements; }
 
     /// Whether the contents of requests may stand in the log; one flag for the process.
     static void setWhetherRequestContentShowableOnTheAurelTrace(bool showable);

@@ -51,7 +51,7 @@ protected:
         return seen;
     }
 
-    std::vector<std::string> logged() const {
+    std::vector<std::string> linesOfLog() const {
         std::vector<std::string> lines;
         for (const auto& entry : m_log.entries()) {
             lines.push_back(std::to_string(entry.level) + " " + entry.message);
@@ -117,12 +117,12 @@ TEST_F(StatementCacheTest, AnswersRowsAndLogAreThoseWithoutIt) {
              "SELECT A FROM T WHERE A = " + value + ";"});
     }
     const auto kept = run(statements);
-    const auto logOfKept = logged();
-    EXPECT_GT(m_adapter.statements().hits(), 100);
+    const auto logOfKept = linesOfLog();
+    EXPECT_GT(m_adapter.statementCache().hits(), 100);
     m_log.clear();
-    m_adapter.statements().setCapacity(0);
+    m_adapter.statementCache().setCapacity(0);
     EXPECT_EQ(run(statements), kept);
-    EXPECT_EQ(logged(), logOfKept);
+    EXPECT_EQ(linesOfLog(), logOfKept);
 }
 
 TEST_F(StatementCacheTest, AChangedTableIsNoticed) {
@@ -140,7 +140,7 @@ TEST_F(StatementCacheTest, AChangedTableIsNoticed) {
 }
 
 TEST_F(StatementCacheTest, TheOneUsedLongestAgoGoesAndOneInUseIsNotShared) {
-    StatementCache& cache = m_adapter.statements();
+    StatementCache& cache = m_adapter.statementCache();
     const auto read = [this](std::size_t column) {
         Rows rows;
         (void)m_adapter.executeSQLQuery("SELECT " + std::to_string(column) + " FROM T;", rows);
