@@ -10,9 +10,6 @@ using namespace Bench;
 const char* const missedSchema = "CallLogMissedCalls";
 const char* const joinedSchema = "CallLogAndPhoneBook";
 const char* const conversationsSchema = "Conversations";
-const std::string lookForCalls = "SELECT * FROM CALL_LOG;";
-const std::string lookForContacts = "SELECT * FROM PHONE_BOOK;";
-const std::string lookForConversations = "SELECT * FROM CONVERSATIONS;";
 
 constexpr std::size_t places = 10;
 constexpr std::size_t rowWidth = 139;
@@ -228,13 +225,11 @@ Operation readMissedCalls() {
     Operation operation = operationOn(0, "Read100MissedCalls");
     operation.request = [](int) { return message(missedSchema, "read_request", ""); };
     operation.statements = [](int) {
-        return Texts{lookForCalls,
-                     "SELECT * FROM CALL_LOG WHERE Category = 'Missed' AND UserContext = 'base';"};
+        return Texts{"SELECT * FROM CALL_LOG WHERE Category = 'Missed' AND UserContext = 'base';"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        db.prepare(sql[0]);
         return answerOf(
-            missedSchema, "read_response", db.rows(sql[1]),
+            missedSchema, "read_response", db.rows(sql[0]),
             [](std::string& answer, const Texts& row) { appendMissedCalls(answer, row, 0); });
     };
     return operation;
@@ -245,7 +240,6 @@ Operation readJoined(int contacts, const std::string& name) {
     operation.request = [](int) { return message(joinedSchema, "read_request", ""); };
     operation.statements = [](int) {
         return Texts{
-            lookForCalls, lookForConversations, lookForContacts,
             "SELECT * FROM CALL_LOG LEFT JOIN PHONE_BOOK ON ( PHONE_BOOK.Office = CALL_LOG.Number0 "
             "        OR         PHONE_BOOK.Office2 = CALL_LOG.Number0         OR         "
             "PHONE_BOOK.Mobile = CALL_LOG.Number0        OR         PHONE_BOOK.Private = "
@@ -256,10 +250,7 @@ Operation readJoined(int contacts, const std::string& name) {
             "NOT NULL) GROUP BY CALL_LOG.UniqueId ORDER BY CALL_LOG.TimeDate0 DESC;"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        for (std::size_t i = 0; i < 3; ++i) {
-            db.prepare(sql[i]);
-        }
-        return answerOf(joinedSchema, "read_response", db.rows(sql[3]),
+        return answerOf(joinedSchema, "read_response", db.rows(sql[0]),
                         [](std::string& answer, const Texts& row) {
                             appendMissedCalls(answer, row, 0);
                             appendContact(answer, row, 0);
@@ -280,18 +271,15 @@ Operation readConversations() {
                        "<ResultCols>CALL_LOG.* PHONE_BOOK.*</ResultCols>");
     };
     operation.statements = [](int) {
-        return Texts{lookForConversations, lookForCalls, lookForContacts,
-                     "SELECT CALL_LOG.*, PHONE_BOOK.* FROM CONVERSATIONS     INNER JOIN CALL_LOG"
-                     "        ON CONVERSATIONS.CallLogId = CALL_LOG.UniqueID"
-                     "    INNER JOIN PHONE_BOOK"
-                     "        ON CONVERSATIONS.PhonebookId = PHONE_BOOK.UniqueID"
-                     " WHERE CONVERSATIONS.UserContext = 'base' ORDER BY CALL_LOG.TimeDate0 DESC;"};
+        return Texts{
+            "SELECT CALL_LOG.*, PHONE_BOOK.* FROM CONVERSATIONS     INNER JOIN CALL_LOG"
+            "        ON CONVERSATIONS.CallLogId = CALL_LOG.UniqueID"
+            "    INNER JOIN PHONE_BOOK"
+            "        ON CONVERSATIONS.PhonebookId = PHONE_BOOK.UniqueID"
+            " WHERE CONVERSATIONS.UserContext = 'base' ORDER BY CALL_LOG.TimeDate0 DESC;"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        for (std::size_t i = 0; i < 3; ++i) {
-            db.prepare(sql[i]);
-        }
-        return answerOf(conversationsSchema, "read_response_with_join", db.rows(sql[3]),
+        return answerOf(conversationsSchema, "read_response_with_join", db.rows(sql[0]),
                         [](std::string& answer, const Texts& row) {
                             appendMissedCalls(answer, row, 0);
                             appendContact(answer, row, surnameCell);

@@ -11,7 +11,6 @@ using namespace Bench;
 
 const char* const schema = "PhoneBook";
 const char* const fileOnDevice = "/tmp/contacts.csv";
-const std::string lookForTable = "SELECT * FROM PHONE_BOOK;";
 const std::string countAll = "SELECT COUNT(*) FROM PHONE_BOOK";
 
 const std::vector<Tags> contactTags =
@@ -93,10 +92,9 @@ Operation read(int contacts, const std::string& name, const char* reason,
                const std::function<std::string(int)>& select) {
     Operation operation = operationOn(contacts, name);
     operation.request = [=](int round) { return message(schema, reason, body(round)); };
-    operation.statements = [=](int round) { return Texts{lookForTable, select(round)}; };
+    operation.statements = [=](int round) { return Texts{select(round)}; };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        db.prepare(sql[0]);
-        return readAnswer(schema, db.rows(sql[1]), contactTags, 1);
+        return readAnswer(schema, db.rows(sql[0]), contactTags, 1);
     };
     return operation;
 }
@@ -153,12 +151,9 @@ Operation writeOne() {
     operation.request = [](int round) {
         return message(schema, "write_request", entryOf(valuesOf(1000 + round)));
     };
-    operation.statements = [](int round) {
-        return Texts{lookForTable, insertOf(valuesOf(1000 + round))};
-    };
+    operation.statements = [](int round) { return Texts{insertOf(valuesOf(1000 + round))}; };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        db.prepare(sql[0]);
-        db.run(sql[1]);
+        db.run(sql[0]);
         return numberAnswer(db.lastNumber());
     };
     return operation;
@@ -172,14 +167,12 @@ Operation updateOne(int contacts, const std::string& name) {
                            std::to_string(1000000 + round) + "</Mobile></Entry>");
     };
     operation.statements = [](int round) {
-        return Texts{lookForTable, countAll,
-                     "UPDATE PHONE_BOOK SET Mobile = '" + std::to_string(1000000 + round) +
-                         "' WHERE UniqueID = '50';"};
+        return Texts{countAll, "UPDATE PHONE_BOOK SET Mobile = '" +
+                                   std::to_string(1000000 + round) + "' WHERE UniqueID = '50';"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        db.prepare(sql[0]);
-        (void)db.count(sql[1]);
-        db.run(sql[2]);
+        (void)db.count(sql[0]);
+        db.run(sql[1]);
         return plainAnswer(schema, "update_response");
     };
     return operation;
@@ -191,17 +184,16 @@ Operation write1000() {
     operation.reset = [](int) { return Texts{"DELETE FROM PHONE_BOOK;"}; };
     operation.request = [](int) { return message(schema, "write_request", entries(1000)); };
     operation.statements = [](int) {
-        Texts sql = {lookForTable, "BEGIN IMMEDIATE TRANSACTION;"};
+        Texts sql = {"BEGIN IMMEDIATE TRANSACTION;"};
         for (int contact = 0; contact < 1000; ++contact) {
             sql.push_back(insertOf(valuesOf(contact)));
         }
         sql.emplace_back("END TRANSACTION;");
         return sql;
     };
-    operation.written = lookForTable;
+    operation.written = "SELECT * FROM PHONE_BOOK;";
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        db.prepare(sql[0]);
-        for (std::size_t i = 1; i < sql.size(); ++i) {
+        for (std::size_t i = 0; i < sql.size(); ++i) {
             db.run(sql[i]);
         }
         return numberAnswer(db.lastNumber());
@@ -230,7 +222,7 @@ Operation import1000() {
             "Private, Email, CallGroup, DefaultNumber, Company, Office2, Address, Address2, "
             "JobFunction, VoiceDial, Picture, ExternalID, ContactSource, SpeedDialID) VALUES "
             "('base'";
-        Texts sql = {lookForTable, "BEGIN IMMEDIATE TRANSACTION;", countAll,
+        Texts sql = {"BEGIN IMMEDIATE TRANSACTION;", countAll,
                      "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';"};
         for (int contact = 0; contact < 1000; ++contact) {
             sql.push_back(columns + quoted(valuesOf(contact)) + ");");
@@ -239,10 +231,9 @@ Operation import1000() {
         return sql;
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
-        db.prepare(sql[0]);
-        db.run(sql[1]);
-        (void)db.count(sql[2]);
-        for (std::size_t i = 3; i < sql.size(); ++i) {
+        db.run(sql[0]);
+        (void)db.count(sql[1]);
+        for (std::size_t i = 2; i < sql.size(); ++i) {
             db.run(sql[i]);
         }
         return std::string("true");

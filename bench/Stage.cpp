@@ -39,6 +39,13 @@ std::string difference(const Texts& service, const Texts& floor) {
     return {};
 }
 
+/// What was run, and what failed: the service keeps what the floor prepares each time.
+Texts withoutPrepares(Texts record) {
+    const auto isPrepare = [](const std::string& line) { return line.rfind("prepare ", 0) == 0; };
+    record.erase(std::remove_if(record.begin(), record.end(), isPrepare), record.end());
+    return record;
+}
+
 }  // namespace
 
 Stage::Stage(const Operation& operation, const std::filesystem::path& place)
@@ -108,8 +115,9 @@ std::vector<std::string> Stage::recordService() {
 }
 
 std::string Stage::compare() {
-    const Texts service = recordService();
-    const Texts floor = StatementRecord::of(m_floor->handle(), [this] { runFloor(); });
+    const Texts service = withoutPrepares(recordService());
+    const Texts floor =
+        withoutPrepares(StatementRecord::of(m_floor->handle(), [this] { runFloor(); }));
     checkAnswers();
     return m_failure.empty() ? difference(service, floor) : m_failure;
 }

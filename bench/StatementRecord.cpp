@@ -11,13 +11,25 @@ Lines* current = nullptr;  ///< where errors go; null outside of a record
 bool nextIsRecorded = false;
 
 void onError(void*, int, const char* text) {
-    if (current != nullptr) {
-        current->push_back(std::string("error ") + text);
+    if (current == nullptr) {
+        return;
+    }
+    // The service prepares what fails a second time, with its values, for the text of the failure.
+    const std::string line = std::string("error ") + text;
+    if (current->empty() || current->back() != line) {
+        current->push_back(line);
     }
 }
 
-int onRun(unsigned, void* lines, void*, void* text) {
-    static_cast<Lines*>(lines)->push_back(std::string("run ") + static_cast<const char*>(text));
+int onRun(unsigned, void* lines, void* statement, void* text) {
+    // With its values: the service binds them where the floor writes them into the text.
+    auto* const prepared = static_cast<sqlite3_stmt*>(statement);
+    char* const whole =
+        sqlite3_bind_parameter_count(prepared) > 0 ? sqlite3_expanded_sql(prepared) : nullptr;
+    std::string line = whole != nullptr ? whole : static_cast<const char*>(text);
+    sqlite3_free(whole);
+    line.erase(line.find_last_not_of(" ;") + 1);
+    static_cast<Lines*>(lines)->push_back("run " + line);
     return 0;
 }
 

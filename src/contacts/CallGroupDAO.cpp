@@ -189,8 +189,7 @@ std::string CallGroupDAO::responseData() {
 
 /// The table comes with its groups or not at all: those of a user that it lacks are never added.
 bool CallGroupDAO::createMissingGroups() {
-    std::vector<std::string> names;
-    return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
+    return m_dbAdapter != nullptr && !m_dbAdapter->isTableThere(m_tableName) &&
            runWholeOrNot(
                *m_dbAdapter,
                [this] {

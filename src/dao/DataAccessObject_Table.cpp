@@ -90,9 +90,7 @@ int DataAccessObject::createTableUnlessThere(PairList& newColumns) {
 }
 
 bool DataAccessObject::createMissingTable() {
-    std::vector<std::string> names;
-    return m_dbAdapter != nullptr && m_dbAdapter->getColumnNames(m_tableName, names) == 0 &&
-           createTable() == 0;
+    return m_dbAdapter != nullptr && !m_dbAdapter->isTableThere(m_tableName) && createTable() == 0;
 }
 
 bool DataAccessObject::createTable2(const std::string& table, PairList& newColumns) {

@@ -60,8 +60,8 @@ private:
 };
 
 /**
- * Holds the adapter's lock, and has rows that are read handed over in pieces, so that a large result
- * is never in memory as a whole. Drains do not nest.
+ * Holds the adapter's lock, and has rows that are read handed over in pieces, so that a large
+ * result is never in memory as a whole. Drains do not nest.
  */
 class RowDrain {
 public:

@@ -54,8 +54,8 @@ ChangeNotice::~ChangeNotice() {
     (void)sqlite3_vfs_unregister(&m_layer);
 }
 
-/// SQLite sleeps between its tries for a lock that another process holds, and counts the time itself:
-/// without the sleep its tries come to their end at once.
+/// SQLite sleeps between its tries for a lock that another process holds, and counts the time
+/// itself: without the sleep its tries come to their end at once.
 int ChangeNotice::sleep(sqlite3_vfs* layer, int microseconds) {
     if (Work::isInterrupted() || !OneWait::takes(microseconds)) {
         return microseconds;

@@ -177,7 +177,9 @@ void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
     claimFiles();
     makeMissingFileForOwnerAlone(path);
-    if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+    // The adapter's lock protects the connection, so SQLite needs no mutex of its own for it.
+    if (sqlite3_open_v2(path.c_str(), &m_db,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                         m_changeNotice->name()) != SQLITE_OK) {
         DAS_LOG(3, "DatabaseAdapter( ): sqlite3_open() error occured: %s\n", errorText());
         closeDatabase("DatabaseAdapter( ): sqlite3_close() error occured: %s\n");
@@ -200,6 +202,7 @@ void DatabaseAdapter::openDatabase() {
 }
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {
+    m_statements.clear();
     const int code = sqlite3_close(m_db);
     if (code == SQLITE_OK) {
         m_db = nullptr;
@@ -245,12 +248,37 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
     if (m_db == nullptr) {
         m_lastError = sqlite3_mprintf("%s", errorText());
     }
-    const int code = m_db != nullptr
-                         ? sqlite3_exec(m_db, sql.c_str(), callback, argument, &m_lastError)
-                         : SQLITE_MISUSE;
+    const int code = m_db == nullptr       ? SQLITE_MISUSE
+                     : callback == nullptr ? runWithoutRows(sql)
+                                           : execute(sql, callback, argument);
     Progress::beat();
     if (m_lastError != nullptr) {
         tellFailure(m_lastError, sql);
+    }
+    return code;
+}
+
+int DatabaseAdapter::runWithoutRows(const std::string& sql) {
+    Statement statement(m_statements, m_db, sql, Statement::Unless::Kept);
+    if (!statement.isKept()) {
+        return execute(sql, nullptr, nullptr);
+    }
+    int code = statement.step();
+    while (code == SQLITE_ROW) {
+        code = statement.step();
+    }
+    if (code == SQLITE_DONE) {
+        return SQLITE_OK;
+    }
+    m_lastError = sqlite3_mprintf("%s", errorText());
+    return code;
+}
+
+int DatabaseAdapter::execute(const std::string& sql, int (*callback)(void*, int, char**, char**),
+                             void* argument) {
+    const int code = sqlite3_exec(m_db, sql.c_str(), callback, argument, &m_lastError);
+    if (sql != BeginStatement && sql != BeginWriteStatement && sql != EndStatement) {
+        m_statements.clear();  // the text may have changed tables
     }
     return code;
 }
@@ -297,6 +325,7 @@ void DatabaseAdapter::takeBackWhatIsLeftOpen() noexcept {
     // Not by way of the lock, which brought us here.
     if (isInTransaction()) {
         (void)sqlite3_exec(m_db, RollBackStatement.c_str(), nullptr, nullptr, nullptr);
+        m_statements.clear();
     }
     m_isLeftOpen = isInTransaction();
 }
@@ -410,7 +439,7 @@ bool DatabaseAdapter::isKnownToBeEmpty(const std::string& table) {
 bool DatabaseAdapter::readRowCount(const std::string& sql, std::string& count) {
     count = "0";
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
+    Statement statement(m_statements, m_db, sql);
     if (!statement.isPrepared()) {
         logStatementError(sql);
     }

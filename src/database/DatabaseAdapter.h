@@ -13,6 +13,7 @@
 #include "DASTypes.h"
 #include "DatabaseAdapterIfc.h"
 #include "database/MaskedStatement.h"
+#include "database/StatementCache.h"
 
 class ChangeNotice;
 class Statement;
@@ -168,6 +169,10 @@ public:
     int forEachRow(const std::string& sql,
                    const std::function<void(const std::vector<std::string>&)>& visit);
 
+    /// Whether @p table is there and can be read. Prepares nothing unless it is missing, which is
+    /// logged.
+    [[nodiscard]] bool isTableThere(const std::string& table);
+
     /// Whether @p table can be counted and has no rows.
     [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
 
@@ -202,6 +207,9 @@ public:
     std::string concatWhereCondition(PairList& andList, PairList& orList);
     std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
 
+    /// The prepared statements that are kept. For statistics and tests, with the lock held.
+    [[nodiscard]] StatementCache& statementCache() { return m_statements; }
+
     /// Whether the contents of requests may stand in the log; one flag for the process.
     static void setWhetherRequestContentShowableOnTheAurelTrace(bool showable);
     static bool getWhetherRequestContentShowableOnTheAurelTrace();
@@ -220,6 +228,10 @@ private:
     /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
     int closeDatabase(const char* failureFormat);
     bool isInTransaction() const;
+    /// Runs @p sql from the cache if it may be kept. The failure's text goes to m_lastError.
+    int runWithoutRows(const std::string& sql);
+    int execute(const std::string& sql, int (*callback)(void*, int, char**, char**),
+                void* argument);
     /// Runs @p sql from destructors too: an exception of the log becomes a failure.
     int executeWithoutRaising(const std::string& sql) noexcept;
     void takeBackWhatIsLeftOpen() noexcept;
@@ -244,6 +256,7 @@ private:
     MaskedStatement::ColumnsOf columnsInOrder();
 
     std::unique_ptr<ChangeNotice> m_changeNotice;
+    StatementCache m_statements;  ///< under the lock; goes after the connection was closed
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
@@ -254,8 +267,8 @@ private:
     };
 
     std::function<bool(Rows&)> m_drain;  ///< under the lock
-    Counted m_counted;            ///< under the lock; forgotten by each other statement
-    bool m_isCommitHeld = false;  ///< under the lock
+    Counted m_counted;                   ///< under the lock; forgotten by each other statement
+    bool m_isCommitHeld = false;         ///< under the lock
     bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
     bool m_damageIsTold = false;

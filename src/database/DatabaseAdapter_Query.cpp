@@ -250,7 +250,7 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
                                  const char* countFormat) {
     rows.clear();
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
+    Statement statement(m_statements, m_db, sql);
     if (!statement.isPrepared()) {
         logStatementError(sql);
         if (stopAtFailedPrepare) {
@@ -280,8 +280,8 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
     return code == SQLITE_DONE ? 0 : 1;
 }
 
-int DatabaseAdapter::forEachRow(
-    const std::string& sql, const std::function<void(const std::vector<std::string>&)>& visit) {
+int DatabaseAdapter::forEachRow(const std::string& sql,
+                                const std::function<void(const std::vector<std::string>&)>& visit) {
     AdapterLock lock(*this);
     Statement statement(m_db, sql);
     if (!statement.isPrepared()) {
@@ -338,4 +338,18 @@ bool DatabaseAdapter::readColumnNames(const std::string& table, std::vector<std:
         DAS_LOG(5, "DatabaseAdapter - SQL Query returning NULL");
     }
     return isRead && !names.empty();
+}
+
+bool DatabaseAdapter::isTableThere(const std::string& table) {
+    {
+        AdapterLock lock(*this);
+        if (m_db != nullptr &&
+            sqlite3_table_column_metadata(m_db, "main", table.c_str(), nullptr, nullptr, nullptr,
+                                          nullptr, nullptr, nullptr) == SQLITE_OK) {
+            return true;
+        }
+    }
+    // A view counts too, and the log shows why a table that is there can't be read.
+    std::vector<std::string> names;
+    return getColumnNames(table, names) != 0;
 }

@@ -3,20 +3,44 @@
 
 #include <sqlite3.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Progress.h"
 
+#include "database/StatementCache.h"
+#include "database/StatementText.h"
+
 /**
- * A prepared statement for a scope; finalised at its end. For the adapter's own units alone: it
- * brings SQLite's header. The adapter's lock must be held for its whole life.
+ * A prepared statement for a scope. For the adapter's own units alone: it brings SQLite's header.
+ * The adapter's lock must be held for its whole life.
  */
 class Statement {
 public:
-    /// Prepares @p sql on @p db, which may be null. @p sql must outlive this object.
+    /// Prepares @p sql on @p db, which may be null, and finalises it at the end of the scope. For
+    /// names and counts of columns too: a kept statement notices changed tables only at a step.
+    /// @p sql must outlive this object.
     Statement(sqlite3* db, const std::string& sql) : m_db(db), m_sql(sql) { prepare(); }
-    ~Statement() { sqlite3_finalize(m_handle); }
+
+    enum class Unless { Kept, Prepared };
+    /// Takes the statement from @p cache if its text may be kept, with the values of the text
+    /// bound. Otherwise it is prepared for the scope, or with Unless::Kept is empty.
+    Statement(StatementCache& cache, sqlite3* db, const std::string& sql,
+              Unless otherwise = Unless::Prepared)
+        : m_db(db), m_sql(sql) {
+        if (!takeFrom(cache) && otherwise == Unless::Prepared) {
+            prepare();
+        }
+    }
+
+    ~Statement() {
+        if (m_cache != nullptr) {
+            m_cache->give(m_text->key(), m_handle);
+        } else {
+            sqlite3_finalize(m_handle);
+        }
+    }
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
 
@@ -26,9 +50,9 @@ public:
     [[nodiscard]] bool isEmpty() const { return m_handle == nullptr; }
 
     /**
-     * Raw SQLite code of the next step. When another process has changed the tables since the
-     * prepare, the first step prepares anew instead of failing. SQLITE_MISUSE when nothing is
-     * prepared.
+     * Raw SQLite code of the next step. If another process has changed the tables since the
+     * prepare, the first step prepares anew instead of failing (SQLite does so for a kept one).
+     * SQLITE_MISUSE when nothing is prepared.
      */
     int step() {
         int code = stepOnce();
@@ -40,6 +64,9 @@ public:
         m_stepped = true;
         return code;
     }
+
+    /// Whether it came from the cache.
+    [[nodiscard]] bool isKept() const { return m_cache != nullptr; }
 
     /// Takes the statement back to its start; the raw SQLite code of the step that failed, if any.
     int reset() { return sqlite3_reset(m_handle); }
@@ -82,6 +109,49 @@ public:
 private:
     static constexpr int MaximumTries = 5;
 
+    [[nodiscard]] bool takeFrom(StatementCache& cache) {
+        m_text.emplace(m_sql);
+        if (m_db == nullptr || !m_text->isCacheable()) {
+            return false;
+        }
+        m_handle = cache.take(m_db, m_text->key());
+        if (m_handle == nullptr) {
+            return false;
+        }
+        m_cache = &cache;
+        m_prepared = bindLiterals();
+        if (!m_prepared) {
+            cache.give(m_text->key(), m_handle);
+            m_handle = nullptr;
+            m_cache = nullptr;
+        }
+        return m_prepared;
+    }
+
+    [[nodiscard]] bool bindLiterals() {
+        const auto& literals = m_text->literals();
+        if (static_cast<std::size_t>(sqlite3_bind_parameter_count(m_handle)) != literals.size()) {
+            return false;
+        }
+        int parameter = 0;
+        for (const StatementText::Literal& literal : literals) {
+            ++parameter;
+            int code = SQLITE_OK;
+            if (literal.hasDoubledQuotes) {
+                const std::string value = m_text->unquoted(literal);
+                code = sqlite3_bind_text(m_handle, parameter, value.data(),
+                                         static_cast<int>(value.size()), SQLITE_TRANSIENT);
+            } else {
+                code = sqlite3_bind_text(m_handle, parameter, m_sql.data() + literal.begin,
+                                         static_cast<int>(literal.length), SQLITE_STATIC);
+            }
+            if (code != SQLITE_OK) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     void prepare() {
         m_handle = nullptr;
         m_prepared = m_db != nullptr &&
@@ -95,12 +165,14 @@ private:
     }
 
     bool schemaChanged(int code) {
-        return !m_stepped && m_handle != nullptr && code != SQLITE_ROW && code != SQLITE_DONE &&
-               code != SQLITE_BUSY && reset() == SQLITE_SCHEMA;
+        return !m_stepped && m_cache == nullptr && m_handle != nullptr && code != SQLITE_ROW &&
+               code != SQLITE_DONE && code != SQLITE_BUSY && reset() == SQLITE_SCHEMA;
     }
 
-    sqlite3* m_db;             // not owned
-    const std::string& m_sql;  // not owned
+    sqlite3* m_db;                        // not owned
+    const std::string& m_sql;             // not owned
+    std::optional<StatementText> m_text;  // of a statement that may be kept
+    StatementCache* m_cache = nullptr;    // where it goes back to; not owned
     sqlite3_stmt* m_handle = nullptr;
     bool m_prepared = false;
     bool m_stepped = false;

@@ -1,0 +1,62 @@
+#ifndef STATEMENTCACHE_H
+#define STATEMENTCACHE_H
+
+#include <cstddef>
+#include <list>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+/**
+ * Prepared statements of one connection, by their text without its literals. A statement in use is
+ * not shared. For the adapter alone, with its lock held.
+ */
+class StatementCache {
+public:
+    StatementCache() = default;
+    ~StatementCache() { clear(); }
+    StatementCache(const StatementCache&) = delete;
+    StatementCache& operator=(const StatementCache&) = delete;
+
+    /// A statement for the text @p key on @p db, reset and without values; prepared when none is
+    /// kept. Null when it can't be prepared. The caller returns it with give().
+    [[nodiscard]] sqlite3_stmt* take(sqlite3* db, const std::string& key);
+
+    /// Returns @p statement, which take() returned for @p key.
+    void give(const std::string& key, sqlite3_stmt* statement) noexcept;
+
+    /// Finalises all that are not in use; before the connection is closed, and when tables may have
+    /// changed, so that a statement about a missing table fails as early as without the cache.
+    void clear() noexcept;
+
+    /// How many statements are kept; with 0 none is, and take() returns null.
+    void setCapacity(std::size_t capacity) noexcept;
+    static constexpr std::size_t UsualCapacity = 64;
+
+    [[nodiscard]] std::size_t size() const { return m_kept.size(); }
+    /// How often a kept statement was found, and how often one was prepared.
+    [[nodiscard]] long long hits() const { return m_hits; }
+    [[nodiscard]] long long misses() const { return m_misses; }
+
+private:
+    struct Kept {
+        std::string key;
+        sqlite3_stmt* statement;
+        bool isInUse;
+    };
+    using Place = std::list<Kept>::iterator;
+
+    void keep(const std::string& key, sqlite3_stmt* statement);
+    Place drop(Place place) noexcept;
+
+    std::list<Kept> m_kept;                                // the one used last comes first
+    std::unordered_map<std::string_view, Place> m_places;  // by the keys of m_kept
+    std::size_t m_capacity = UsualCapacity;
+    long long m_hits = 0;
+    long long m_misses = 0;
+};
+
+#endif
