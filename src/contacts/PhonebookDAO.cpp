@@ -260,7 +260,7 @@ int PhonebookDAO::readRequest() {
                                          orderBy, m_resultRows, m_request.offset(),
                                          m_request.rowLimit());
     };
-    return readEntries(read, elements(), true);
+    return readEntries(read, ContactColumns::elements(), true);
 }
 
 int PhonebookDAO::search(const char* logLine) {
@@ -274,7 +274,7 @@ int PhonebookDAO::search(const char* logLine) {
                                               m_resultRows, m_request.offset(),
                                               m_request.rowLimit());
     };
-    return isGood ? readEntries(read, elements(), true) : 1;
+    return isGood ? readEntries(read, ContactColumns::elements(), true) : 1;
 }
 
 int PhonebookDAO::searchPhoneNumberRequest() {
