@@ -24,7 +24,8 @@ COPY = "phone.db.before-upgrade"
 VALUES = "TransportSettings,DLSport,18444\nAudioSettings,RingerMelody,7\n"
 # Columns whose text differs from run to run.
 ENCRYPTED = ("SELECT m.name, c.name FROM sqlite_master m, pragma_table_info(m.name) c "
-             "WHERE m.type = 'table' AND c.name LIKE '%Enc'")
+             "WHERE m.type = 'table' AND (c.name LIKE '%Enc' OR (m.name LIKE '%_ENC' AND "
+             "c.name = 'FtpPassword'))")
 MOST_OF_PUT_BACK = 12  # operations of a start until the database is back
 
 
