@@ -21,8 +21,8 @@ namespace {
 constexpr int defaultLevel = 2;
 constexpr int levelUnread = INT_MIN;
 
-/// Failures are logged at these levels without anybody's wish for detail, and may hold what a client
-/// has sent: no client fills the log by it.
+/// Failures are logged at these levels without anybody's wish for detail, and may hold what a
+/// client has sent: no client fills the log by it.
 constexpr int highestFailureLevel = 3;
 constexpr std::size_t longestFailure = 8192;
 

@@ -67,8 +67,7 @@ void ConversationsDAO::handleRequest(const char* text, int length) {
         {&ReadRequest, &ConversationsDAO::readRequest, &ReadResponse},
         {&DeleteRequest, &ConversationsDAO::deleteRequest, &DeleteResponse},
     };
-    DAS_LOG(5, "handleRequest:[%s]\n",
-            LoggedText::request(text != nullptr ? text : "").c_str());
+    DAS_LOG(5, "handleRequest:[%s]\n", LoggedText::request(text != nullptr ? text : "").c_str());
     if (parseRequest(text, length, Parser) && settleUser()) {
         (void)dispatch(*this, Operations);  // another reason is a failure, which the answer tells
     }

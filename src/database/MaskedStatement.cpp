@@ -86,7 +86,9 @@ private:
 
     /// With dots: of a column only what stands after the last one counts.
     void skipWord() {
-        const auto isPart = [](char c) { return isLetter(c) || isDigit(c) || c == '.' || c == '$'; };
+        const auto isPart = [](char c) {
+            return isLetter(c) || isDigit(c) || c == '.' || c == '$';
+        };
         while (m_place < m_sql.size() && isPart(m_sql[m_place])) {
             ++m_place;
         }
@@ -117,13 +119,13 @@ struct KeyWord {
 };
 
 constexpr KeyWord KeyWords[] = {
-    {"INTO", Word::Table},      {"VALUES", Word::Values},    {"SET", Word::Set},
-    {"LIKE", Word::Compares},   {"GLOB", Word::Compares},    {"IS", Word::Compares},
-    {"IN", Word::Compares},     {"NOT", Word::Compares},     {"BETWEEN", Word::Compares},
-    {"SELECT", Word::Begins},   {"FROM", Word::Begins},      {"WHERE", Word::Begins},
-    {"AND", Word::Begins},      {"OR", Word::Begins},        {"ON", Word::Begins},
-    {"ORDER", Word::Begins},    {"GROUP", Word::Begins},     {"HAVING", Word::Begins},
-    {"LIMIT", Word::Begins},    {"UNION", Word::Begins},     {"JOIN", Word::Begins},
+    {"INTO", Word::Table},    {"VALUES", Word::Values}, {"SET", Word::Set},
+    {"LIKE", Word::Compares}, {"GLOB", Word::Compares}, {"IS", Word::Compares},
+    {"IN", Word::Compares},   {"NOT", Word::Compares},  {"BETWEEN", Word::Compares},
+    {"SELECT", Word::Begins}, {"FROM", Word::Begins},   {"WHERE", Word::Begins},
+    {"AND", Word::Begins},    {"OR", Word::Begins},     {"ON", Word::Begins},
+    {"ORDER", Word::Begins},  {"GROUP", Word::Begins},  {"HAVING", Word::Begins},
+    {"LIMIT", Word::Begins},  {"UNION", Word::Begins},  {"JOIN", Word::Begins},
 };
 
 Word meaningOf(std::string_view word) {
@@ -253,8 +255,7 @@ private:
     void takeOperand(const Token& token) {
         const std::string_view content = contentOf(token);
         const bool isAssigned = m_clause == Clause::Set;
-        m_isSecretRow = m_isSecretRow ||
-                        (m_compared == NameColumn && Secrets::isSecret(content)) ||
+        m_isSecretRow = m_isSecretRow || (m_compared == NameColumn && Secrets::isSecret(content)) ||
                         (!isAssigned && Secrets::isKnownPassword(content));
         if (m_compared.empty() || (content.empty() && !isAssigned)) {
             return;

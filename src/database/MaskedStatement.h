@@ -10,8 +10,8 @@
 
 /**
  * A statement with its secret values masked. A value is secret by what it stands for: a column that
- * is assigned or compared, its place in the columns of an insert, the name in the same row or in the
- * conditions, or the name of a known password directly before it.
+ * is assigned or compared, its place in the columns of an insert, the name in the same row or in
+ * the conditions, or the name of a known password directly before it.
  */
 class MaskedStatement {
 public:
