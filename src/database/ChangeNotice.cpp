@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "Progress.h"
+
 namespace {
 
 /// An operation that is handed on to the layer below, whatever its parameters are.
@@ -40,7 +42,7 @@ ChangeNotice::ChangeNotice()
     m_layer.xDlSym = HandOn<&sqlite3_vfs::xDlSym>::call;
     m_layer.xDlClose = HandOn<&sqlite3_vfs::xDlClose>::call;
     m_layer.xRandomness = HandOn<&sqlite3_vfs::xRandomness>::call;
-    m_layer.xSleep = HandOn<&sqlite3_vfs::xSleep>::call;
+    m_layer.xSleep = sleep;
     m_layer.xCurrentTime = HandOn<&sqlite3_vfs::xCurrentTime>::call;
     m_layer.xGetLastError = HandOn<&sqlite3_vfs::xGetLastError>::call;
     m_layer.xCurrentTimeInt64 = HandOn<&sqlite3_vfs::xCurrentTimeInt64>::call;
@@ -49,6 +51,13 @@ ChangeNotice::ChangeNotice()
 
 ChangeNotice::~ChangeNotice() {
     (void)sqlite3_vfs_unregister(&m_layer);
+}
+
+/// SQLite sleeps between its tries for a lock that another process holds: a wait, but no hang.
+int ChangeNotice::sleep(sqlite3_vfs* layer, int microseconds) {
+    Progress::beat();
+    sqlite3_vfs* const below = static_cast<const ChangeNotice*>(layer->pAppData)->m_below;
+    return below->xSleep(below, microseconds);
 }
 
 int ChangeNotice::open(sqlite3_vfs* layer, const char* path, sqlite3_file* file, int flags,
