@@ -52,8 +52,8 @@ bool ValueSource::read(const std::string& name, std::string& value) {
         return true;
     }
     value.clear();
-    const int error = isStandardInput("@" + source) ? readAll(STDIN_FILENO, value)
-                                                    : readFile(source, value);
+    const int error =
+        isStandardInput("@" + source) ? readAll(STDIN_FILENO, value) : readFile(source, value);
     if (error != 0) {
         Complaint::tellError(name + "=@" + source, error,
                              error == EFBIG

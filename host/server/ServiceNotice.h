@@ -16,10 +16,10 @@
  * ready, that it goes on, that it ends. Without "NOTIFY_SOCKET" in the environment nothing is sent.
  * If sending fails, standard error says so once, and the service runs.
  *
- * Threads of its own look whether work goes on. As long as it does, they ask for more time during the
- * start. After it, when the manager watches the service ("WATCHDOG_USEC"), they send the service
- * requests of their own, and signs of life to the manager as long as those requests are answered or
- * the work that they wait for goes on.
+ * Threads of its own look whether work goes on. As long as it does, they ask for more time during
+ * the start. After it, when the manager watches the service ("WATCHDOG_USEC"), they send the
+ * service requests of their own, and signs of life to the manager as long as those requests are
+ * answered or the work that they wait for goes on.
  */
 class ServiceNotice {
 public:

@@ -184,8 +184,7 @@ void CallLogDAO::handleRequest(const char* text, int length) {
         {&rowCountRequestReason, &CallLogDAO::rowCountRequest, &rowCountResponse},
         {&DeleteRequest, &CallLogDAO::deleteRequest, &DeleteResponse},
     };
-    DAS_LOG(5, "handleRequest:\n %s\n",
-            LoggedText::request(text != nullptr ? text : "").c_str());
+    DAS_LOG(5, "handleRequest:\n %s\n", LoggedText::request(text != nullptr ? text : "").c_str());
     if (!parseRequest(text, length, Parser) || !settleUser()) {
         return;
     }

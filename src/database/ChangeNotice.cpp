@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "Progress.h"
 #include "Work.h"
 #include "database/AdapterGuards.h"
 
@@ -55,8 +56,9 @@ ChangeNotice::~ChangeNotice() {
 }
 
 /// SQLite sleeps between its tries for a lock that another process holds, and counts the time
-/// itself: without the sleep its tries come to their end at once.
+/// itself: without the sleep its tries come to their end at once. A wait is no hang.
 int ChangeNotice::sleep(sqlite3_vfs* layer, int microseconds) {
+    Progress::beat();
     if (Work::isInterrupted() || !OneWait::takes(microseconds)) {
         return microseconds;
     }

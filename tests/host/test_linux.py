@@ -8,10 +8,12 @@ import re
 import shutil
 import signal
 import socket
+import sqlite3
 import subprocess
 import threading
 import time
 import unittest
+from contextlib import closing, contextmanager
 from pathlib import Path
 
 from test_das import DAS, LIBRARIES, PLATFORM, SANITIZED, SERVICE, SOURCES, request, update
@@ -93,6 +95,22 @@ class Manager(SystemTest):
                 self.end(host)
                 self.assertRegex(ear.hear_until("STOPPING")[-1], "^STOPPING=1\n")
 
+    @contextmanager
+    def delaying(self, host, calls):
+        """Makes system calls of a host slow."""
+        with subprocess.Popen(["strace", "-f", "-p", str(host.pid), "-o", "/dev/null", "-e",
+                               f"inject={calls}"], stderr=subprocess.PIPE) as tracer:
+            self.assertIn(b"attached", tracer.stderr.readline())
+            yield
+            tracer.terminate()
+
+    @contextmanager
+    def locking(self):
+        """Holds the database as another process does that writes."""
+        with closing(sqlite3.connect(self.db / "phone.db", isolation_level=None)) as other:
+            other.execute("BEGIN EXCLUSIVE")
+            yield
+
     @unittest.skipIf(SANITIZED or not shutil.which("strace"), "strace is needed, which sanitizers refuse")
     def test_the_watchdog_is_told_while_the_service_goes_on(self):
         rows = "".join(f"{n},base,S{n:040}\n" for n in range(1, 8_000))
@@ -103,22 +121,18 @@ class Manager(SystemTest):
         ear.hear_until("WATCHDOG=1")
         load = json.dumps({"schemaName": "PhoneBook", "filePathAndName": "/data/rows.csv"})
         load = f'{{"jsonrpc":"2.0","id":1,"method":"importData","params":{load}}}'
-        for name, delayed, request_line, at_least, at_most in (
-                ("hangs", "fdatasync,fsync:delay_enter=4000000:when=1", asked(update("slow")), 2.5, 60),
-                ("has a lot to do", "read,pread64:delay_enter=100000", load, 0, 2)):
-            with self.subTest(name):
-                tracer = subprocess.Popen(["strace", "-f", "-p", str(host.pid), "-o", "/dev/null",
-                                           "-e", f"inject={delayed}"], stderr=subprocess.PIPE)
-                self.assertIn(b"attached", tracer.stderr.readline())
+        for name, hinder, line, at_least, at_most in (
+                ("hangs", self.delaying(host, "fdatasync,fsync:delay_enter=4000000:when=1"),
+                 asked(update("slow")), 2.5, 60),
+                ("has a lot to do", self.delaying(host, "read,pread64:delay_enter=100000"), load, 0, 2),
+                ("waits for another process", self.locking(), asked(update("refused")), 0, 2)):
+            with self.subTest(name), hinder:
                 times = [time.monotonic()]
-                client = threading.Thread(target=self.wire().exchange, args=[request_line])
+                client = threading.Thread(target=self.wire().exchange, args=[line])
                 client.start()
                 while client.is_alive():
                     ear.hear_until("WATCHDOG=1")
                     times.append(time.monotonic())
-                tracer.terminate()
-                tracer.wait()
-                tracer.stderr.close()
                 silence = max(after - before for before, after in zip(times, times[1:]))
                 self.assertGreater(times[-1] - times[0], 3, "the work took its time")
                 self.assertTrue(at_least < silence < at_most, silence)

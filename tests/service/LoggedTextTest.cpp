@@ -55,11 +55,13 @@ TEST(LoggedTextTest, AFailureIsCutAfterItIsMasked) {
     }
     // A secret at the cut is neither shown in part nor half a mask.
     const std::string before = "<Note>" + std::string(FailureSize - 12, 'x') + "<PIN>";
-    EXPECT_EQ(logged(before + secret + "</PIN>", FailureSize), before + "*****... and 6 more bytes");
+    EXPECT_EQ(logged(before + secret + "</PIN>", FailureSize),
+              before + "*****... and 6 more bytes");
 }
 
 TEST(LoggedTextTest, AnErrorDoesNotRepeatASecret) {
     const MaskedStatement statement("UPDATE T SET PIN = 'secret", columnsOf);
-    EXPECT_EQ(statement.error("unrecognized token: \"'secret\""), "unrecognized token: \"'*****'\"");
+    EXPECT_EQ(statement.error("unrecognized token: \"'secret\""),
+              "unrecognized token: \"'*****'\"");
     EXPECT_EQ(statement.error("no such table: T"), "no such table: T");
 }
