@@ -1,10 +1,9 @@
-"""Rights of the files and the socket, and the limits that a host has.
+"""Rights of the files and the socket.
 
 Usage: rights.py PROGRAMS [--rounds N] [--seed S]
 """
 import os
 import re
-import resource
 import shutil
 import signal
 import socket
@@ -14,19 +13,11 @@ import sys
 import threading
 import time
 
-from host_campaign import SOURCES, Campaign, Place, Wire, asked, call, request
+from host_campaign import SOURCES, Campaign, Place, asked, call, request
 
-MIB = 1024 * 1024
 WORD = asked("getCurrentUser")
 ANSWER = '{"jsonrpc":"2.0","id":1,"result":{"Response":"base"}}'
-PARSE_ERROR = '{"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"Parse error"}}'
-NAMELESS = '<Method name=""></Method>'
 OPEN_MASK = 0
-
-# What a host may take beside the messages that it gathers, in MiB.
-MEMORY = 512
-# Seconds within which a host answers however many others there are.
-QUICK = 2
 
 
 def wide(mode):
@@ -266,191 +257,7 @@ def check_socket(campaign):
     check_taken(campaign)
 
 
-# Limits ------------------------------------------------------------------------------------------
-
-def memory_of(process, what="VmHWM"):
-    """In MiB; VmHWM is the most that it ever had."""
-    with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
-        return int(re.search(rf"{what}:\s+(\d+)", status.read())[1]) // 1024
-
-
-def descriptors_of(process):
-    return len(os.listdir(f"/proc/{process.pid}/fd"))
-
-
-def check_answers(campaign, wire, who):
-    """The host answers this client, a write among it, and quickly."""
-    for message in (WORD, asked(request("update_request", "<Id>100</Id><Label>x</Label>"))):
-        begun = time.monotonic()
-        answer = wire.exchange(message)
-        took = time.monotonic() - begun
-        campaign.check("Response" in answer and "failure" not in answer, f"{who}: {answer!r}")
-        campaign.check(took < QUICK, f"{who}: answered after {took:.1f} s")
-        campaign.highest("slowest answer in ms", int(took * 1000))
-
-
-def nested(depth, opening="[", closing="]"):
-    return opening * depth + closing * depth
-
-
-def check_lines(campaign):
-    """Lines that are too long or too deep."""
-    with Place(campaign) as place:
-        host = place.serve()
-        other = place.wire()
-        for start, answer in (("{", PARSE_ERROR), ("<", NAMELESS), ("x", PARSE_ERROR)):
-            for length in (16 * MIB, 16 * MIB + 1, 200 * MIB):
-                wire = place.wire()
-                expected = [answer, WORD] if length == 16 * MIB else [answer, ""]
-                piece = start.encode() + b" " * (MIB - 1)
-                try:
-                    for _ in range(length // MIB):
-                        wire.socket.sendall(piece)
-                        piece = b" " * MIB
-                    wire.socket.sendall(b" " * (length % MIB) + b"\n")
-                except ConnectionError:
-                    campaign.count("long lines cut off")
-                got = [wire.receive()]
-                if length == 16 * MIB:
-                    got.append(WORD if wire.exchange(WORD) == ANSWER else "no answer")
-                else:
-                    got.append(wire.receive())
-                campaign.count("long lines")
-                # What is sent on into a connection that is closed may take the answer with it.
-                campaign.check(got == expected or (length > 20 * MIB and got == ["", ""]),
-                               f"{length} bytes of {start}: {got}")
-                check_answers(campaign, other, "beside a long line")
-                wire.close()
-        text = '{"jsonrpc":"2.0","id":1,"method":"processRequest","params":{"Request":' \
-               '"getCurrentUser","RequestLength":14,"x":%s}}'
-        deep = [(text % nested(30), ANSWER), (text % nested(31), PARSE_ERROR),
-                (text % nested(31, '{"a":', "}").replace(":}", ":1}"), PARSE_ERROR),
-                (text % nested(30, '{"a":', "}").replace(":}", ":1}"), ANSWER),
-                (text % nested(7 * MIB), PARSE_ERROR), ("[" * 15 * MIB, PARSE_ERROR),
-                ("<a>" * 5 * MIB, NAMELESS),
-                ('<Method name="a">' + "<String>" * (MIB // 2), NAMELESS)]
-        for message, answer in deep:
-            got = other.exchange(message)
-            campaign.count("deep lines")
-            campaign.check(got == answer, f"{message[:80]}…: {got[:200]}")
-        got = other.exchange(call("migrateUserData", baseValues='{"a":' + "[" * 14 * MIB))
-        campaign.check('"Acknowledge":' in got, f"a deep map: {got[:200]}")
-        got = other.exchange(asked(request("read_request", "<a>" * MIB)))
-        campaign.check("Response" in got, f"a deep request: {got[:200]}")
-        check_answers(campaign, other, "behind deep lines")
-        memory = memory_of(host)
-        campaign.highest("memory in MiB, long and deep lines", memory)
-        campaign.check(memory < MEMORY, f"{memory} MiB for long and deep lines")
-        place.end_host()
-
-
-def half_line(campaign, longest):
-    length = campaign.random.randint(1, longest)
-    return (WORD.encode()[:-3] + b" " * length)[-length:] if length < 40 else \
-        WORD.encode()[:-3] + b" " * length
-
-
-def check_crowd(campaign):
-    """1,000 clients that say nothing, 200 that never end a line, and others that want answers."""
-    with Place(campaign) as place:
-        host = place.serve()
-        before = descriptors_of(host)
-        first = place.wire()
-        for _ in range(1000):
-            place.wire()
-        for number in range(200):
-            place.wire().socket.sendall(half_line(campaign, 65536 if number % 2 else 100))
-        check_answers(campaign, first, "beside a crowd")
-        check_answers(campaign, place.wire(), "who came last")
-        campaign.highest("descriptors with 1,200 clients", descriptors_of(host))
-        campaign.check(descriptors_of(host) <= before + 1300, "too many descriptors")
-        # Long halves, far above what all may have together.
-        greedy = [place.wire() for _ in range(40)]
-        piece = b"{" + b" " * 12 * MIB
-        senders = [threading.Thread(target=send_half, args=(wire, piece)) for wire in greedy]
-        for sender in senders:
-            sender.start()
-        check_answers(campaign, first, "beside long halves")
-        for sender in senders:
-            sender.join()
-        closed = sum(wire.receive() == PARSE_ERROR for wire in greedy if is_answered(wire))
-        campaign.highest("long halves refused of 40", closed)
-        campaign.check(0 < closed < 40, f"{closed} of 40 long halves are refused")
-        check_answers(campaign, place.wire(), "behind long halves")
-        memory = memory_of(host)
-        campaign.highest("memory in MiB, crowd", memory)
-        campaign.check(memory < MEMORY, f"{memory} MiB for a crowd")
-        for wire in place.wires:
-            wire.close()
-        give_up = time.monotonic() + 20
-        while descriptors_of(host) > before and time.monotonic() < give_up:
-            time.sleep(0.05)
-        campaign.check(descriptors_of(host) <= before,
-                       f"{descriptors_of(host)} descriptors behind a crowd, {before} before")
-        check_answers(campaign, place.wire(), "after a crowd")
-        campaign.count("crowds")
-        place.end_host()
-
-
-def send_half(wire, piece):
-    try:
-        wire.socket.sendall(piece)
-    except ConnectionError:
-        pass
-
-
-def is_answered(wire):
-    wire.socket.setblocking(False)
-    try:
-        return bool(wire.socket.recv(1, socket.MSG_PEEK))
-    except BlockingIOError:
-        return False
-    except ConnectionError:
-        return True
-    finally:
-        wire.socket.settimeout(60)
-
-
-def check_few_descriptors(campaign):
-    """A host that may open few files serves those that are in, and takes others when some leave."""
-    for limit in (24, 64, 256):
-        with Place(campaign) as place:
-            host = place.serve(preexec_fn=lambda limit=limit: resource.setrlimit(
-                resource.RLIMIT_NOFILE, (limit, limit)))
-            wires = [place.wire() for _ in range(limit + 20)]
-            for wire in wires:
-                wire.send(WORD)
-            check_answers_in_order(campaign, wires[0], limit)
-            campaign.check(descriptors_of(host) < limit, f"all of {limit} descriptors are taken")
-            waiting = [wire for wire in wires[1:] if not is_answered_soon(wire)]
-            campaign.check(0 < len(waiting) < len(wires),
-                           f"{limit} descriptors: {len(waiting)} of {len(wires)} clients wait")
-            for wire in wires:
-                if wire not in waiting:
-                    wire.close()
-            campaign.check(all(wire.receive() == ANSWER for wire in waiting[:limit // 2 - 2]),
-                           f"{limit} descriptors: clients that waited are not served")
-            complaints = place.logged().count("No client can come in")
-            campaign.check(complaints == 1, f"{limit} descriptors: {complaints} complaints")
-            campaign.count("hosts with few descriptors")
-            place.end_host()
-
-
-def check_answers_in_order(campaign, wire, limit):
-    campaign.check(wire.receive() == ANSWER, f"{limit} descriptors: the first gets no answer")
-    for _ in range(5):
-        check_answers(campaign, wire, f"with {limit} descriptors")
-
-
-def is_answered_soon(wire):
-    for _ in range(20):
-        if is_answered(wire):
-            return True
-        time.sleep(0.001)
-    return False
-
-
-PARTS = (check_files, check_socket, check_lines, check_crowd, check_few_descriptors)
+PARTS = (check_files, check_socket)
 
 
 def main():

@@ -553,18 +553,18 @@ class Sockets(RemoteTest):
             host.send_signal(signal.SIGINT)
         self.assertEqual(sorted(host.wait(PATIENCE) for host in hosts), [0, 2, 2, 2])
 
-    def test_a_line_above_16_mib_is_answered_and_its_client_closed(self):
+    def test_a_line_above_8_mib_is_answered_and_its_client_closed(self):
         self.serve()
         for start, answer in (("{", PARSE_ERROR), ("<", NAMELESS), ("x", PARSE_ERROR)):
             for end in (b"\n", b""):
                 with self.subTest(start, end=end):
                     wire = self.wire()
-                    wire.socket.sendall(start.encode() + b" " * 16 * MIB + end)
+                    wire.socket.sendall(start.encode() + b" " * 8 * MIB + end)
                     self.assertEqual([wire.receive(), wire.receive()], [answer, ""])
-        spaces = asked(WORD) + " " * (16 * MIB - len(asked(WORD)))
+        spaces = asked(WORD) + " " * (8 * MIB - len(asked(WORD)))
         self.assertEqual(self.wire().exchange(spaces), answered(Response="base"))
-        self.assertIn("a message above 16777216 bytes", self.logged())
-        run = self.das("serve", "--stdio", lines=["<" + " " * 16 * MIB, asked(WORD)])
+        self.assertIn("a message above 8388608 bytes", self.logged())
+        run = self.das("serve", "--stdio", lines=["<" + " " * 8 * MIB, asked(WORD)])
         self.assertEqual((run.returncode, run.answers), (0, [NAMELESS]))
 
     def test_half_a_line_holds_up_nobody(self):
