@@ -39,7 +39,6 @@ private:
     static int sleep(sqlite3_vfs* layer, int microseconds);
     static int open(sqlite3_vfs* layer, const char* path, sqlite3_file* file, int flags,
                     int* flagsOut);
-    static int sleep(sqlite3_vfs* layer, int microseconds);
 
     std::string m_name;
     sqlite3_vfs* m_below;  // SQLite's own
