@@ -142,7 +142,9 @@ Texts readsOfDeviceItems() {
             deviceSchema(schema_) + "' AND Name IN (" + names +
             ") ORDER BY Schema ASC, Name ASC, UserContext ASC;";
     }
-    Texts sql;
+    Texts sql = {"BEGIN TRANSACTION;",
+                 "SELECT rowid, Schema, Name FROM GENERAL_CONFIG WHERE UserContext IS NULL;",
+                 "END TRANSACTION;"};
     for (const auto& [name, read] : reads) {
         sql.push_back(read);
     }

@@ -43,6 +43,11 @@ std::string difference(const Texts& service, const Texts& floor) {
 Texts withoutPrepares(Texts record) {
     const auto isPrepare = [](const std::string& line) { return line.rfind("prepare ", 0) == 0; };
     record.erase(std::remove_if(record.begin(), record.end(), isPrepare), record.end());
+    // The service prepares what fails a second time, with its values, for the text of the failure.
+    const auto isSameError = [](const std::string& a, const std::string& b) {
+        return a == b && a.rfind("error ", 0) == 0;
+    };
+    record.erase(std::unique(record.begin(), record.end(), isSameError), record.end());
     return record;
 }
 

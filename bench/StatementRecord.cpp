@@ -14,11 +14,7 @@ void onError(void*, int, const char* text) {
     if (current == nullptr) {
         return;
     }
-    // The service prepares what fails a second time, with its values, for the text of the failure.
-    const std::string line = std::string("error ") + text;
-    if (current->empty() || current->back() != line) {
-        current->push_back(line);
-    }
+    current->push_back(std::string("error ") + text);
 }
 
 int onRun(unsigned, void* lines, void* statement, void* text) {

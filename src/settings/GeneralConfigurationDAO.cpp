@@ -284,9 +284,8 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
     if (m_dbAdapter == nullptr) {
         return 1;
     }
-    const auto locks = m_items.size() > 1 ? TransactionGuard::Locks::AtOnce
-                                          : TransactionGuard::Locks::AtFirstWrite;
-    TransactionGuard transaction(*m_dbAdapter, locks);
+    // At once: whoever keeps the items from being stored is waited for once, not at each of them.
+    TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
         return transaction.beginResult();
     }

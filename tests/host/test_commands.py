@@ -170,7 +170,8 @@ class Data(DemoTest):
         # The service logs at the level of failures that the mode of the telephone was never set.
         (self.root / "tmp/linked").symlink_to(self.root / "tmp/groups")
         self.good("export", "CallGroup", "/tmp/linked")
-        self.assertEqual(self.das("import", "CallGroup", "/tmp/groups", "--context", "visitor").returncode, 0)
+        self.assertFalse((self.root / "tmp/linked").is_symlink(), "a link is replaced, not followed")
+        self.assertEqual(self.das("import", "CallGroup", "/tmp/linked", "--context", "visitor").returncode, 0)
 
     def test_a_contact_of_another_user_is_there_to_be_changed(self):
         number = self.rows("write", "PhoneBook", "Surname=Guest", "--context", "visitor")[0]["UniqueID"]
@@ -581,6 +582,7 @@ class Ends(DemoTest):
             host.terminate()
         self.assertEqual(self.rows("read", "PhoneBook"), before)
         (self.db / "phone.db").chmod(0o400)
+        os.chown(self.root / "data/demo.csv", NOBODY, NOBODY)
         run = self.das("import", "PhoneBook", "/data/demo.csv", "--context", "base",
                        program=program, **other)
         self.assertEqual(run.returncode, 1, run.errors)

@@ -101,8 +101,10 @@ class Manager(SystemTest):
         with subprocess.Popen(["strace", "-f", "-p", str(host.pid), "-o", "/dev/null", "-e",
                                f"inject={calls}"], stderr=subprocess.PIPE) as tracer:
             self.assertIn(b"attached", tracer.stderr.readline())
-            yield
-            tracer.terminate()
+            try:
+                yield
+            finally:
+                tracer.terminate()
 
     @contextmanager
     def locking(self):
@@ -124,7 +126,7 @@ class Manager(SystemTest):
         for name, hinder, line, at_least, at_most in (
                 ("hangs", self.delaying(host, "fdatasync,fsync:delay_enter=4000000:when=1"),
                  asked(update("slow")), 2.5, 60),
-                ("has a lot to do", self.delaying(host, "read,pread64:delay_enter=100000"), load, 0, 2),
+                ("has a lot to do", self.delaying(host, "read,pread64:delay_enter=350000"), load, 0, 2),
                 ("waits for another process", self.locking(), asked(update("refused")), 0, 2)):
             with self.subTest(name), hinder:
                 times = [time.monotonic()]
@@ -206,7 +208,7 @@ class Rights(SystemTest):
                              env=self.environment(), check=False)
         self.assertEqual(run.stdout, "base\n", run.stderr)
         self.assertEqual(sorted(each.name for each in self.db.iterdir()), ["phone.db"])
-        self.assertEqual(database.stat().st_mode & 0o777, 0o640)
+        self.assertEqual(database.stat().st_mode & 0o777, 0o600)
 
 
 class Journal(SystemTest):
@@ -287,6 +289,8 @@ class Hardening(unittest.TestCase):
         self.assertGreater(len(files), 3)
         for file in files:
             for name, option, words in self.ROWS:
+                if name == "checked buffers" and file.name not in ("das", SERVICE, PLATFORM):
+                    continue  # a small program may use no function that has a checked form
                 with self.subTest(file=file.name, name=name):
                     run = subprocess.run(["readelf", option, file], capture_output=True, text=True,
                                          check=True)
