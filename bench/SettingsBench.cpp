@@ -140,7 +140,7 @@ Texts readsOfDeviceItems() {
         reads[deviceSchema(schema_)] =
             "SELECT Schema, UserContext, Name, Value FROM GENERAL_CONFIG WHERE Schema = '" +
             deviceSchema(schema_) + "' AND Name IN (" + names +
-            ") ORDER BY Schema ASC, Name ASC, UserContext ASC;";
+            ") ORDER BY Schema ASC, Name ASC, UserContext NOT IN ('', 'base'), UserContext ASC;";
     }
     Texts sql = {"BEGIN TRANSACTION;",
                  "SELECT rowid, Schema, Name FROM GENERAL_CONFIG WHERE UserContext IS NULL;",
