@@ -25,6 +25,7 @@ StatementText::StatementText(const std::string& sql)
 
 bool StatementText::takeApart() {
     m_key.reserve(m_sql.size());
+    m_literals.reserve(static_cast<std::size_t>(std::count(m_sql.begin(), m_sql.end(), '\'')) / 2);
     for (std::size_t place = 0; place < m_sql.size();) {
         const char c = m_sql[place];
         switch (c) {
