@@ -6,13 +6,9 @@
 #include <cctype>
 
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/SqlText.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASUtils";
 
 const std::string singleQuote = "'";
 const std::string startTagOpening = "<";
