@@ -1,5 +1,5 @@
 """Attacks on a host by clients, files and other processes. Under each its memory stays bounded, honest
-clients beside it are served, and SIGTERM ends it.
+other clients are served, and SIGTERM ends it.
 
 Usage: bounds.py PROGRAMS [--rounds N] [--seed S]
 """
@@ -336,7 +336,7 @@ def older_database(place):
 
 
 def lock_start(place):
-    """Another user's lock on the file beside the socket."""
+    """Another user's lock on the file next to the socket."""
     place.lock = open(place.path / f".{place.socket.name}.das-start", "w", encoding="ascii")
     fcntl.flock(place.lock, fcntl.LOCK_EX)
 
