@@ -5,6 +5,7 @@ from __future__ import annotations
 import io
 import logging
 import re
+import sys
 from typing import Dict, Iterable, Iterator, List, Set, Tuple
 from urllib.parse import unquote
 
@@ -143,7 +144,7 @@ def _read_property(line: ContentLine, person: Person) -> None:
             person.fixed[field] = address
         else:
             person.addresses.append(address)
-    elif name not in SILENT and line.value.strip():
+    elif name == "AGENT" or (name not in SILENT and line.value.strip()):
         person.lost[LOST.get(name, f"{name} properties")] += 1
 
 
@@ -213,7 +214,9 @@ def _card3(row: Row) -> str:
         line.params = params
         line.value = {"N": lambda: vobject.vcard.Name(*parts), "ORG": lambda: parts,
                       "ADR": lambda: vobject.vcard.Address(parts[2])}.get(name, lambda: parts[0])()
-    return str(card.serialize())
+    # vobject counts characters where a line has at most 75 bytes.
+    lines = card.serialize(lineLength=sys.maxsize).split("\r\n")
+    return "".join(map(_fold, lines[:-1]))
 
 
 def _escape(text: str) -> str:
