@@ -137,7 +137,7 @@ class Book:
             for part in _parts(map(entry, rows)):
                 self._ask("write_request", part)
             self._remove(replaced)
-        except Refused:
+        except (Refused, KeyboardInterrupt):
             self._undo(before, rows)
             raise
 
