@@ -149,8 +149,10 @@ class Anonymiser:
         return whose, self._names.inside(name, only_words=True), shown
 
     def _words(self, words: str) -> str:
-        """What the log shows of a statement may hold any text between quotes."""
-        return self._names.inside(re.sub(r"'[^']*'", "'...'", words))
+        """What the log shows of a statement, or of a word that is wrong, may hold any text."""
+        without = re.sub(r"handling request '.*?'(?=; SQLite: |\Z)", "handling request '...'", words,
+                         flags=re.DOTALL)
+        return self._names.inside(re.sub('"[^"]*"', '"..."', without))
 
 
 def anonymise(telephone: Telephone) -> None:

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import re
 from collections import Counter
-from typing import Dict, Iterable, List, Tuple
+from typing import Any, Dict, Iterable, List, Tuple
 
 import pygal
 from markupsafe import Markup
@@ -15,8 +15,7 @@ from dasclient._person import Row
 WIDTH, HEIGHT, FONT = 340, 250, 13
 DAYS = ("Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun")
 #: How long a call took: below how many seconds, with the words for it.
-LENGTHS = ((1, "none"), (10, "<10 s"), (60, "<1 min"), (300, "<5 min"), (900, "<15 min"),
-           (3600, "<1 h"), (None, "more"))
+LENGTHS = ((1, "0"), (10, "<10s"), (60, "<1m"), (300, "<5m"), (900, "<15m"), (3600, "<1h"), (None, "1h+"))
 #: Told apart by people who see colours otherwise, too.
 COLOURS = ("#0072b2", "#e69f00", "#d55e00", "#009e73", "#cc79a7")
 
@@ -34,12 +33,21 @@ def bars(name: str, labels: Iterable[str], series: Series, every: int = 1) -> Ma
         width=WIDTH, height=HEIGHT, explicit_size=True, js=[], style=_STYLE, x_labels=list(labels),
         x_labels_major_every=every, show_minor_x_labels=every == 1, legend_at_bottom=True,
         legend_at_bottom_columns=2, disable_xml_declaration=True, margin=4, spacing=6,
-        x_label_rotation=0 if every > 1 else 35, value_formatter=lambda value: f"{value:.0f}")
+        truncate_label=-1, value_formatter=lambda value: f"{value:.0f}")
     chart.uuid = name
     for title, values in series.items():
         chart.add(title, values)
-    # Comments name places on the network.
-    return Markup(re.sub("<!--.*?-->", "", chart.render(is_unicode=True), flags=re.DOTALL))
+    chart.add_xml_filter(_without_scripts)
+    return Markup(chart.render(is_unicode=True))
+
+
+def _without_scripts(picture: Any) -> Any:
+    """A picture that does not move; comments go as well, since they name places on the network."""
+    for parent in list(picture.iter()):
+        for child in list(parent):
+            if child.tag == "script" or not isinstance(child.tag, str):
+                parent.remove(child)
+    return picture
 
 
 def _place_of_length(seconds: str) -> int:
@@ -73,8 +81,8 @@ def pictures_of(calls: List[Row]) -> List[Tuple[str, Markup]]:
         return []
     by_hour = _series(((category, hour) for category, hour, _ in whens), 24)
     by_day = _series(((category, day) for category, _, day in whens), 7)
-    by_length = _series(((call.get("Category", ""), _place_of_length(call.get("Duration", "")))
-                         for call in calls), len(LENGTHS))
+    by_length = _series(((call.get("Category", ""), _place_of_length(call["Duration"]))
+                         for call in calls if call.get("Duration")), len(LENGTHS))
     return [("When: hour of the day", bars("hours", map(str, range(24)), by_hour, every=6)),
             ("When: day of the week", bars("days", DAYS, by_day)),
-            ("How long", bars("lengths", (words for _, words in LENGTHS), by_length))]
+            ("How long: seconds, minutes, hours", bars("lengths", (words for _, words in LENGTHS), by_length))]

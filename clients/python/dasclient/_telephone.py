@@ -1,6 +1,7 @@
 """What a report shows of a telephone, as a host answers it."""
 from __future__ import annotations
 
+import re
 from collections import Counter
 from dataclasses import dataclass, field
 from typing import Dict, List, Mapping, Optional, Tuple
@@ -11,9 +12,10 @@ from dasclient._book import Book
 from dasclient._person import NAMES, NUMBERS, Row
 from dasclient._schemas import KEYS, SETTINGS, masked
 
-#: Of a key: what is no more than a switch says nothing about where it leads.
-_SWITCHES = frozenset(("", "0", "1", "true", "false"))
 _KEY_ITSELF = ("Id", "Function", "Label", "Locked", "Local")
+#: Columns that say where a key leads, whatever they hold. Of the others a switch says nothing.
+_LEADS = re.compile("Number|UR[IL]|Uri|User|Name|Address|Description|Target|Sequence|Path|Query")
+_SWITCH = re.compile(r"\d|true|false")
 
 
 @dataclass
@@ -100,7 +102,8 @@ class Reader:
                     key.function, key.label = row.get("Function", ""), row.get("Label", "")
                     key.locked = row.get("Locked") == "true"
                 key.details += [(name, masked(name, value)) for name, value in row.items()
-                                if value not in _SWITCHES and name not in _KEY_ITSELF]
+                                if value and name not in _KEY_ITSELF
+                                and (_LEADS.search(name) or not _SWITCH.fullmatch(value))]
 
 
 def health_of(telephone: Telephone) -> List[Tuple[str, int]]:

@@ -5,6 +5,7 @@ Run it as ``das-report``, or as ``python3 -m dasclient.report``.
 from __future__ import annotations
 
 import argparse
+import re
 import sys
 from datetime import datetime
 from pathlib import Path
@@ -28,13 +29,13 @@ CONTACT_COLUMNS = (("Office", "Office"), ("Office2", "Office 2"), ("Mobile", "Mo
 
 
 def _groups(keys: Dict[str, Key]) -> List[Tuple[str, List[List[Key]], int]]:
-    """Name, places with the keys of both levels, and how many places one side has. A group without
-    a key that is set is left out."""
+    """Name, places with their keys, and how many places one side has. The shifted level of a key is
+    shown where it is set; a group without a key that is set is left out."""
     groups = []
     for name, first, shifted, count in GROUPS:
-        places = [[keys[number] for number in (str(first + place), str(shifted + place) if shifted else "")
-                   if number in keys] for place in range(count)]
-        places = [levels for levels in places if levels]
+        numbers = [(str(first + place), str(shifted + place) if shifted else "") for place in range(count)]
+        places = [[keys[plain], *(keys[other] for other in (above,) if other in keys and keys[other].is_set)]
+                  for plain, above in numbers if plain in keys]
         if any(key.is_set for levels in places for key in levels):
             groups.append((name, places, (len(places) + 1) // 2))
     return groups
@@ -45,6 +46,12 @@ def _length(seconds: str) -> str:
         return seconds
     minutes, rest = divmod(int(seconds), 60)
     return f"{minutes}:{rest:02}"
+
+
+def _time(text: str) -> str:
+    """To the minute, as the telephone's clock showed it."""
+    found = re.match(r"(\d{4}-\d\d-\d\d)T(\d\d:\d\d)", text, re.ASCII)
+    return " ".join(found.groups()) if found else text
 
 
 def _name(row: Dict[str, str]) -> str:
@@ -58,7 +65,7 @@ def page_of(telephone: Telephone, anonymous: bool) -> str:
     templates = jinja2.Environment(
         loader=jinja2.FileSystemLoader(str(Path(__file__).with_name("templates"))), autoescape=True,
         undefined=jinja2.StrictUndefined, trim_blocks=True, lstrip_blocks=True)
-    templates.filters.update(length_of_call=_length, name_of=_name)
+    templates.filters.update(length_of_call=_length, time_of_call=_time, name_of=_name)
     columns = [(name, heading) for name, heading in CONTACT_COLUMNS
                if any(row.get(name) for row in telephone.contacts)]
     return templates.get_template("report.html").render(
