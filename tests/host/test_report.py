@@ -79,7 +79,8 @@ class Report(ProgramTest):
         for name, value in (("hours", 9), ("days", 4), ("lengths", 3)):
             chart = re.search(f'id="chart-{name}".*?</svg>', text, re.S)[0]
             heights = [float(height) for height in re.findall(r'<rect[^>]*height="([\d.]+)"[^>]*class="rect', chart)]
-            self.assertEqual([place for place, height in enumerate(heights) if height > 1], [value], name)
+            bars = [place % (len(heights) // 4) for place, height in enumerate(heights) if height > 1]
+            self.assertEqual(bars, [value], name)
 
     def test_an_anonymous_page_says_nothing_of_who_it_is_wherever_it_stands(self):
         self.fill("Zebulon")
