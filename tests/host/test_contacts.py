@@ -14,7 +14,7 @@ from test_remote import RemoteTest
 
 sys.path.insert(0, str(SOURCES / "clients" / "python"))
 
-from dasclient import Client, Refused, entry  # noqa: E402
+from dasclient import Client, Refused  # noqa: E402
 from dasclient._book import Book  # noqa: E402
 
 FILES = SOURCES / "tests" / "host" / "contacts"
@@ -94,6 +94,15 @@ class Import(ContactsTest):
         self.end_host()
         self.serve()
         self.assert_rows(expected)
+
+    def test_a_contact_that_another_user_has_too_is_warned_of(self):
+        self.client().write("PhoneBook", [{"Surname": "A", "Mobile": "1"}, {"Surname": "A"}])
+        book = self.file("book.vcf", "BEGIN:VCARD\nVERSION:4.0\nFN:A\nTEL;TYPE=cell:1\nEND:VCARD\n")
+        run = self.contacts("import", book, "--context", "visitor", says=["1 contacts added, 0 skipped"])
+        self.assertIn("1 contacts are in the phone book of base as well", run.stderr)
+        self.end_host()
+        self.serve()
+        self.assert_rows([{"Surname": "A"}])
 
     def test_a_replacement_is_whole_and_keeps_what_no_file_has(self):
         das = self.client()
