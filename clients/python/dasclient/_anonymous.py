@@ -30,6 +30,7 @@ _PLAIN = frozenset(("", "0", "1", "true", "false", "base", "visitor", "*****"))
 _ANYWHERE = 4
 #: Known texts are looked for by so many characters, which stand at their begin.
 _HEAD = 3
+_LONGEST_NUMBER = 40
 _RUN = re.compile(r"\+?\d(?:[\s().\-/]*\d)+")
 
 
@@ -65,13 +66,14 @@ class Pseudonyms:
 
     def _learn(self, kind: str, value: str, pseudonym: str) -> None:
         self._known[_folded(value)] = pseudonym
-        parts = {value, *re.findall(r"(?:sips?:)?([^\s:@;<>]+)@", value)}
+        # The users of addresses such as sip:user@host.
+        parts = {value, *(re.split(r"[\s:;<>]", before)[-1] for before in value.split("@")[:-1])}
         if kind != "Number":
             parts.update(part for part in re.split(r"[\W_]+", value) if len(part) >= _ANYWHERE)
         for part in parts:
             if re.search(r"[^\W\d]", part):
                 self._plant(part, pseudonym)
-        for number in {plain_number(value)} | {plain_number(run) for run in _RUN.findall(value)}:
+        for number in {plain_number(run) for run in (value[:_LONGEST_NUMBER], *_RUN.findall(value))}:
             core = _core(number)
             if len(core) >= 3 and number.strip("+").isdigit():
                 self._cores.setdefault(core, pseudonym)
