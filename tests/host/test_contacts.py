@@ -75,21 +75,23 @@ class Import(ContactsTest):
     def test_contacts_that_are_there_are_filled_and_none_is_doubled(self):
         self.client().write("PhoneBook", [
             {"Surname": "A", "Firstname": "x", "Office": "+49 (89) 1", "Group": "3", "Email": "old"},
-            {"Surname": "A", "Firstname": "x"}])
+            {"Surname": "A", "Firstname": "x"}, {"Surname": "B", "Office": "8", "Mobile": "9"}])
         book = self.file("book.csv", "First Name,Last Name,Business Phone,Home Phone,E-mail Address,Company\n"
-                         "x,A,+49 89/1,,new,C\nx,A,,,mail,\nx,A,,2,,\nx,A,,2,twice,\n,,,,,\n")
+                         "x,A,+49 89/1,,new,C\nx,A,,,mail,\nx,A,,2,,\nx,A,,2,twice,\n,,,,,\n"
+                         ",B,,9,,\n,B,,,other,\n")
         for arguments in (("--dry-run",), ("--context", "base")):
             would = "would be " if "--dry-run" in arguments else ""
             self.contacts("import", book, *arguments, says=[
-                f"1 contacts {would}added, 1 skipped, 2 filled",
+                f"2 contacts {would}added, 2 skipped, 2 filled",
                 "1 values differ from those of contacts that are there; they were left"])
         expected = [{"Surname": "A", "Firstname": "x", "Office": "+49 (89) 1", "Email": "old", "Company": "C"},
                     {"Surname": "A", "Firstname": "x", "Email": "mail"},
-                    {"Surname": "A", "Firstname": "x", "Private": "2", "Email": "twice"}]
+                    {"Surname": "A", "Firstname": "x", "Private": "2", "Email": "twice"},
+                    {"Surname": "B", "Office": "8", "Mobile": "9"}, {"Surname": "B", "Email": "other"}]
         self.assert_rows(expected)
         self.assertEqual(self.client().read("PhoneBook", where={"Company": "C"})[0]["Group"], "3")
         self.contacts("import", book, says=[
-            "0 contacts added, 4 skipped",
+            "0 contacts added, 6 skipped",
             "1 values differ from those of contacts that are there; they were left"])
         self.end_host()
         self.serve()
