@@ -29,6 +29,7 @@ using Names = std::vector<std::string>;
 
 constexpr unsigned SecondsUntilHang = 120;
 constexpr std::size_t AtOnce = 2;
+const char* const OneCase = "DAS_ODD_CASE";
 
 /// What steps are there to change: cells of columns that begin so, in the rows "t" for which the
 /// condition held in the database "old" before the first start. "%" is the column's last character.
@@ -125,8 +126,10 @@ public:
         session.start();
         m_db = openDatabase(m_place.database());
         compare();
-        const LogCapture all(5);
+        const LogCapture all(m_isAlone ? 6 : 5);
         session.start();
+        write(m_log, "log-of-two-starts.txt");
+        write(all, "log-of-third-start.txt");
         check(!all.has("is kept as"), "the third start changes something");
         check(!all.has("ended early"), "the upgrade ends early");
         check(session.answers(message("AudioSettings", "write_request", "<Odd>1</Odd>"),
@@ -145,6 +148,16 @@ private:
     }
     Names ask(const std::string& query) const { return texts(m_db.get(), query); }
     std::string old() const { return m_place.folder() / "old.db"; }
+
+    /// What a case that is tried alone leaves in its folder.
+    void write(const LogCapture& log, const std::string& name) const {
+        if (m_isAlone) {
+            std::ofstream file(m_place.folder() / name);
+            for (const Log::Entry& entry : log.entries()) {
+                file << entry.level << " " << entry.message << "\n";
+            }
+        }
+    }
 
     void prepare() {
         m_place.make();
@@ -252,7 +265,8 @@ private:
     const OddConnection m_today;
     std::mt19937 m_random;
     OddConnection m_db{nullptr, sqlite3_close};  ///< after the starts
-    LogCapture m_log{2};
+    const bool m_isAlone = std::getenv(OneCase) != nullptr;
+    LogCapture m_log{m_isAlone ? 6 : 2};
 };
 
 [[noreturn]] void runCase(const PowerCutPlace& place, const PowerCutPlace& today,
@@ -284,7 +298,7 @@ int main(int argc, char** argv) {
     today.make();
     today.enter();
     FullDatabase::makeToday();
-    const char* const only = std::getenv("DAS_ODD_CASE");
+    const char* const only = std::getenv(OneCase);
     std::map<pid_t, std::string> running;
     const auto waitForOne = [&] {
         int status = 0;

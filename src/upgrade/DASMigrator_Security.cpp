@@ -266,13 +266,13 @@ bool findPlainColumn(PasswordColumns& columns, int position, const std::string& 
     return found != columns.names.end();
 }
 
+/// The row's number stands before its cells: its key may be NULL, or that of another row as well.
 void encryptRow(DatabaseAdapter& adapter, const std::string& table, const PasswordColumns& columns,
                 const std::vector<std::string>& row) {
-    DAS_LOG(5, "Encoding the password for line %s:%s", row.at(0).c_str(), row.at(1).c_str());
+    DAS_LOG(5, "Encoding the password for line %s:%s", row.at(1).c_str(), row.at(2).c_str());
     std::string encrypted;
-    PairList conditions = {{columns.names.at(0), DASUtils::escapeAndQuote(row.at(0))},
-                           {columns.names.at(1), DASUtils::escapeAndQuote(row.at(1))}};
-    bool stored = encrypt(row.at(columns.plain), encrypted);
+    PairList conditions = {{"rowid", row.at(0)}};
+    bool stored = encrypt(row.at(columns.plain + 1), encrypted);
     if (stored) {
         PairList newValues = {{columns.encrypted, DASUtils::escapeAndQuote(encrypted)},
                               {columns.names[columns.plain], EmptyDBString}};
@@ -314,7 +314,7 @@ void DASMigrator::migrateToEncryptedPasswordsForKeySettings(DataAccessServiceIfc
     }
     Rows rows;
     if (!findPlainColumn(columns, position, plainTag) ||
-        adapter.executeSQLQuery("SELECT * FROM " + table + " WHERE " + plainTag + " <> '';",
+        adapter.executeSQLQuery("SELECT rowid, * FROM " + table + " WHERE " + plainTag + " <> '';",
                                 rows) != 0) {
         DAS_LOG(2, "Cannot read the content of the %s table.", table.c_str());
         return;

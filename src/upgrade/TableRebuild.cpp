@@ -10,6 +10,7 @@
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
+#include "upgrade/StepHelpers.h"
 
 namespace {
 
@@ -25,11 +26,6 @@ bool isSameName(const std::string& one, const std::string& other) {
 /// A key that the database makes: without a value it takes the next number.
 bool isMadeByDatabase(const DASUtils::ColumnInfo& column) {
     return column.type.find("INTEGER PRIMARY KEY") != std::string::npos;
-}
-
-/// A name as SQL takes it whatever it holds.
-std::string quotedName(const std::string& name) {
-    return "\"" + DASUtils::escapeReservedCharacter(name, '"', '"') + "\"";
 }
 
 bool isNumbered(const DASUtils::ColumnInfo& column) {
@@ -76,32 +72,28 @@ bool TableRebuild::copyFrom(const std::string& table) {
 }
 
 bool TableRebuild::wasThere(const std::string& column) const {
-    return std::any_of(m_oldColumns.begin(), m_oldColumns.end(),
-                       [&](const std::string& old) { return isSameName(column, old); });
+    return StepHelpers::hasColumn(m_oldColumns, column);
 }
 
 void TableRebuild::logDroppedColumns(const std::string& table) const {
-    for (const std::string& old : m_oldColumns) {
-        const bool stays =
-            std::any_of(m_dao.columns().begin(), m_dao.columns().end(),
-                        [&](const Column& column) { return isSameName(column.name, old); });
-        if (!stays) {
-            std::string values;
-            m_adapter.getRowCount(
-                "SELECT COUNT(NULLIF(" + quotedName(old) + ", '')) FROM " + table + ";", values);
-            DAS_LOG(2, "The column %s of %s is given up with its values: %s", old.c_str(),
-                    table.c_str(), values.c_str());
-        }
+    std::vector<std::string> kept;
+    for (const Column& column : m_dao.columns()) {
+        kept.push_back(column.name);
     }
+    StepHelpers::logGivenUpColumns(m_adapter, table, m_oldColumns, kept);
 }
 
 /// The condition that a row is the default row at a place: its id, and each cell by which the
-/// default rows differ. A label belongs to its function, not to whatever stands on the key.
+/// default rows differ. A label belongs to its function, not to whatever stands on the key. Rows
+/// without an id are no default rows.
 std::string TableRebuild::isDefaultRow(std::size_t row, const Column& except) const {
     const bool hasId = std::any_of(
         m_dao.columns().begin(), m_dao.columns().end(),
         [](const Column& column) { return isSameName(column.name, DASUtilsStrings::IdTagName); });
     const std::string& key = hasId ? DASUtilsStrings::IdTagName : m_dao.columns().front().name;
+    if (!wasThere(key)) {
+        return "0";
+    }
     std::string condition = key + " = " + DASUtils::escapeAndQuote(m_dao.defaultRowIds().at(row));
     for (const Column& column : m_dao.columns()) {
         if (column.defaults.size() > 1 && column.name != except.name && wasThere(column.name)) {
