@@ -236,7 +236,12 @@ private:
                     table == "CALL_LOG" && std::isdigit(column.back()) != 0 &&
                     std::isdigit(now.back()) != 0 &&
                     now.substr(0, now.size() - 1) == column.substr(0, column.size() - 1);
-                same += now == column || isOtherCall ? ", CAST(n." + now + " AS TEXT)" : "";
+                if (now == column || isOtherCall) {
+                    // A column of integers rounds what is beyond 64 bits.
+                    same += ", CAST(n." + now + " AS TEXT), CASE WHEN typeof(n." + now +
+                            ") = 'real' AND n." + now + " = CAST(t." + column +
+                            " AS NUMERIC) THEN CAST(t." + column + " AS TEXT) END";
+                }
             }
             all += " AND (" + mayChange(table, column) + " OR coalesce(CAST(t." + column +
                    " AS TEXT) IN (" + same + "), 0))";
