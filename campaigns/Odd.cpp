@@ -47,6 +47,10 @@ const struct {
     {"FILEDOWNLOAD_SETTINGS", "FtpPassword", "1", "is encrypted"},
     {"FILEDOWNLOAD_SETTINGS", "", "EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS_ENC)",
      "the newer table has settings of its own"},
+    {"FILEDOWNLOAD_SETTINGS", "",
+     "EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS o WHERE CAST(coalesce(o.FileType, '') AS "
+     "TEXT) = CAST(coalesce(t.FileType, '') AS TEXT) AND o.rowid > t.rowid)",
+     "of a type the last row stays"},
     {"FIXED_KEYS", "", "t.Id IN (SELECT Id FROM old.FEATURE_KEYS)", "the other key replaces it"},
     {"FIXED_KEYS", "Function", "t.Function = '0'", "takes that of the hardware"},
     {"FEATURE_KEYS", "Function", "t.Function = '0'", "takes that of the hardware where it moves"},
@@ -81,6 +85,14 @@ const struct {
      "coalesce(t.ServerAddress, '') = '' AND EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS)",
      "default rows give way to the older table"},
     {"SRTP_ENCRYPTION_SETTINGS", "Rank", "1", "methods get in between"},
+    {"SRTP_ENCRYPTION_SETTINGS", "",
+     "EXISTS (SELECT 1 FROM old.SRTP_ENCRYPTION_SETTINGS o WHERE CAST(coalesce(o.Method, '') AS "
+     "TEXT) = CAST(coalesce(t.Method, '') AS TEXT) AND o.rowid > t.rowid)",
+     "of a doubled method the last row stays"},
+    {"SRTP_ENCRYPTION_SETTINGS", "",
+     "NOT EXISTS (SELECT 1 FROM pragma_table_info('SRTP_ENCRYPTION_SETTINGS', 'old') WHERE name = "
+     "'Method')",
+     "methods without a name are one"},
     {"DISTINCTIVE_RINGING", "", "1", "goes with the protocol"},
     {"GENERAL_CONFIG", "",
      "EXISTS (SELECT 1 FROM old.GENERAL_CONFIG o WHERE o.Schema IS t.Schema AND o.Name IS t.Name "

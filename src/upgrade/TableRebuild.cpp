@@ -28,6 +28,11 @@ bool isMadeByDatabase(const DASUtils::ColumnInfo& column) {
     return column.type.find("INTEGER PRIMARY KEY") != std::string::npos;
 }
 
+/// A key of one column, which SQLite calls unique in the column's own type.
+bool isTextKey(const DASUtils::ColumnInfo& column) {
+    return column.type.find("TEXT PRIMARY KEY") != std::string::npos;
+}
+
 bool isNumbered(const DASUtils::ColumnInfo& column) {
     return column.type.find("AUTOINCREMENT") != std::string::npos;
 }
@@ -137,8 +142,8 @@ std::string TableRebuild::copyStatement(Numbers numbers, const std::string& rows
             values.push_back(valueOf(column));
         }
     }
-    // Of rows that a key of several columns takes for one the last stays.
-    return (m_dao.constraint().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table +
+    // Of rows that the key takes for one the last stays.
+    return (keyColumns().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table +
            " (" + ClientUtils::join(names, ", ") + ") SELECT " + ClientUtils::join(values, ", ") +
            " FROM " + m_aside + rows + ";";
 }
@@ -201,7 +206,7 @@ bool TableRebuild::keepsAllRows() {
         m_adapter.countRows(m_table, all, after) != 0) {
         return false;
     }
-    if (before == after || m_dao.constraint().empty()) {
+    if (before == after || keyColumns().empty()) {
         return before == after;
     }
     std::string expected;
@@ -213,18 +218,26 @@ bool TableRebuild::keepsAllRows() {
     return after == expected;
 }
 
-/// The values of the columns that the key of the table names, "PRIMARY KEY (One, Other)".
-std::string TableRebuild::keyValues() const {
+/// The columns of a key that clients give: those of "PRIMARY KEY (One, Other)", or a text.
+std::vector<const DASUtils::ColumnInfo*> TableRebuild::keyColumns() const {
     const std::string& key = m_dao.constraint();
-    const auto begin = key.find('(');
-    std::vector<std::string> values;
-    for (const std::string& name : ClientUtils::tokenizeString(
-             key.substr(begin + 1, key.find(')') - begin - 1), ",", false, true)) {
-        for (const Column& column : m_dao.columns()) {
-            if (isSameName(column.name, name)) {
-                values.push_back(valueOf(column));
-            }
+    const auto begin = key.find('(') + 1;
+    const auto names = ClientUtils::tokenizeString(key.substr(begin, key.find(')') - begin), ",",
+                                                   false, true);
+    std::vector<const Column*> columns;
+    for (const Column& column : m_dao.columns()) {
+        if (isTextKey(column) || StepHelpers::hasColumn(names, column.name)) {
+            columns.push_back(&column);
         }
+    }
+    return columns;
+}
+
+/// The values of the key, as the texts that they become.
+std::string TableRebuild::keyValues() const {
+    std::vector<std::string> values;
+    for (const Column* column : keyColumns()) {
+        values.push_back("CAST(" + valueOf(*column) + " AS TEXT)");
     }
     return ClientUtils::join(values, ", ");
 }

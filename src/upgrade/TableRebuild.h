@@ -30,8 +30,8 @@ struct TableForm {
  * Column names count without regard to case, as in SQL.
  *
  * A row that the key of the table refuses stops nothing. If the database numbers the rows, a row
- * without a number, or with that of an earlier row, gets a new one. If the key has several columns,
- * the last of its rows stays.
+ * without a number, or with that of an earlier row, gets a new one. If clients give the key, the
+ * last of its rows stays.
  */
 class TableRebuild {
 public:
@@ -66,6 +66,7 @@ private:
     enum class Numbers { Kept, New };
     std::string copyStatement(Numbers numbers, const std::string& rows) const;
     bool copyRows();
+    std::vector<const Column*> keyColumns() const;
     std::string keyValues() const;
     void logDroppedColumns(const std::string& table) const;
     bool readIndices();
