@@ -37,14 +37,34 @@ bool isNumbered(const DASUtils::ColumnInfo& column) {
     return column.type.find("AUTOINCREMENT") != std::string::npos;
 }
 
+/// Whether the database numbers the rows of the table, if those of the object have numbers. Without
+/// its key each write of a row adds one. True also when this can't be read.
+bool numbersRows(DatabaseAdapter& adapter, const DataAccessObject& dao) {
+    const auto number = std::find_if(dao.columns().begin(), dao.columns().end(), isMadeByDatabase);
+    if (number == dao.columns().end()) {
+        return true;
+    }
+    std::string isOther;  // "0" also when the query fails
+    adapter.getRowCount("SELECT COALESCE((SELECT GROUP_CONCAT(name || ' ' || type) FROM "
+                        "pragma_table_info(" +
+                            DASUtils::convertToDBFormat(dao.tableName()) +
+                            ") WHERE pk > 0) <> " +
+                            DASUtils::convertToDBFormat(number->name + " INTEGER") +
+                            " COLLATE NOCASE, 1);",
+                        isOther);
+    return isOther == "0";
+}
+
 }  // namespace
 
-TableForm::TableForm(const DataAccessObject& dao, const std::vector<std::string>& names)
+TableForm::TableForm(DatabaseAdapter& adapter, const DataAccessObject& dao,
+                     const std::vector<std::string>& names)
     : columns(names.size()), wanted(dao.columns().size()) {
     while (inPlace < std::min(columns, wanted) &&
            isSameName(dao.columns()[inPlace].name, names[inPlace])) {
         ++inPlace;
     }
+    m_numbersRows = inPlace < wanted || numbersRows(adapter, dao);
 }
 
 TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
@@ -55,8 +75,8 @@ TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
       m_table(dao.tableName()) {}
 
 bool TableRebuild::isDone() const {
-    const TableForm form(m_dao, m_oldColumns);
-    return form.columns == form.wanted && form.inPlace == form.wanted;
+    const TableForm form(m_adapter, m_dao, m_oldColumns);
+    return form.columns == form.wanted && form.isInOrder();
 }
 
 bool TableRebuild::run(DefaultRows rows) {

@@ -11,15 +11,22 @@ class DatabaseAdapter;
 
 /// How the columns of a table compare to those of its data access object.
 struct TableForm {
-    TableForm(const DataAccessObject& dao, const std::vector<std::string>& names);
+    TableForm(DatabaseAdapter& adapter, const DataAccessObject& dao,
+              const std::vector<std::string>& names);
 
     /// Whether cells can be read by their position: the object's columns are the first ones of the
-    /// table, in the object's order. True for a missing table.
-    [[nodiscard]] bool isInOrder() const { return columns == 0 || inPlace == wanted; }
+    /// table, in the object's order. A column that numbers the rows is the key. True for a missing
+    /// table.
+    [[nodiscard]] bool isInOrder() const {
+        return columns == 0 || (inPlace == wanted && m_numbersRows);
+    }
 
     std::size_t columns;      ///< of the table; 0 for a missing one
     std::size_t inPlace = 0;  ///< columns, from the first on, that are those of the object
     std::size_t wanted;       ///< of the object
+
+private:
+    bool m_numbersRows;
 };
 
 /**
