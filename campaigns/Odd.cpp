@@ -62,6 +62,10 @@ const struct {
     {"FEATURE_KEYS", "",
      "coalesce(t.Function, '') IN ('', '0') AND t.Id IN ('30', '31', '38', '39')",
      "a fixed key of that id wins"},
+    {"FEATURE_KEYS", "",
+     "t.Id IN ('30', '31', '38', '39') AND NOT EXISTS (SELECT 1 FROM "
+     "pragma_table_info('FEATURE_KEYS', 'old') WHERE name = 'Function')",
+     "so does one without a column for the function"},
     {"START_APPLICATION", "", "t.ApplicationName IS NULL AND t.Id IN ('30', '31', '38', '39')",
      "a fixed key of that id wins"},
     {"FEATURE_KEYS", "", DoubledFixedKey, "one of them counts where it moves"},
