@@ -99,9 +99,8 @@ void StepHelpers::logGivenUpColumns(DatabaseAdapter& adapter, const std::string&
     for (const std::string& column : columns) {
         if (!hasColumn(kept, column)) {
             std::string values;
-            adapter.getRowCount("SELECT COUNT(NULLIF(" + quotedName(column) + ", '')) FROM " +
-                                    table + ";",
-                                values);
+            adapter.getRowCount(
+                "SELECT COUNT(NULLIF(" + quotedName(column) + ", '')) FROM " + table + ";", values);
             DAS_LOG(2, "The column %s of %s is given up with its values: %s", column.c_str(),
                     table.c_str(), values.c_str());
         }

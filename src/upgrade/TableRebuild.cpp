@@ -45,13 +45,12 @@ bool numbersRows(DatabaseAdapter& adapter, const DataAccessObject& dao) {
         return true;
     }
     std::string isOther;  // "0" also when the query fails
-    adapter.getRowCount("SELECT COALESCE((SELECT GROUP_CONCAT(name || ' ' || type) FROM "
-                        "pragma_table_info(" +
-                            DASUtils::convertToDBFormat(dao.tableName()) +
-                            ") WHERE pk > 0) <> " +
-                            DASUtils::convertToDBFormat(number->name + " INTEGER") +
-                            " COLLATE NOCASE, 1);",
-                        isOther);
+    adapter.getRowCount(
+        "SELECT COALESCE((SELECT GROUP_CONCAT(name || ' ' || type) FROM "
+        "pragma_table_info(" +
+            DASUtils::convertToDBFormat(dao.tableName()) + ") WHERE pk > 0) <> " +
+            DASUtils::convertToDBFormat(number->name + " INTEGER") + " COLLATE NOCASE, 1);",
+        isOther);
     return isOther == "0";
 }
 
@@ -163,8 +162,8 @@ std::string TableRebuild::copyStatement(Numbers numbers, const std::string& rows
         }
     }
     // Of rows that the key takes for one the last stays.
-    return (keyColumns().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table +
-           " (" + ClientUtils::join(names, ", ") + ") SELECT " + ClientUtils::join(values, ", ") +
+    return (keyColumns().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table + " (" +
+           ClientUtils::join(names, ", ") + ") SELECT " + ClientUtils::join(values, ", ") +
            " FROM " + m_aside + rows + ";";
 }
 
@@ -242,8 +241,8 @@ bool TableRebuild::keepsAllRows() {
 std::vector<const DASUtils::ColumnInfo*> TableRebuild::keyColumns() const {
     const std::string& key = m_dao.constraint();
     const auto begin = key.find('(') + 1;
-    const auto names = ClientUtils::tokenizeString(key.substr(begin, key.find(')') - begin), ",",
-                                                   false, true);
+    const auto names =
+        ClientUtils::tokenizeString(key.substr(begin, key.find(')') - begin), ",", false, true);
     std::vector<const Column*> columns;
     for (const Column& column : m_dao.columns()) {
         if (isTextKey(column) || StepHelpers::hasColumn(names, column.name)) {

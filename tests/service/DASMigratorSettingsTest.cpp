@@ -182,8 +182,9 @@ TEST_F(SettingsMigrationTest, ATableOfOtherColumnsIsLeftAloneUnlessItIsEmpty) {
 // Such a table took no setting: a row of settings has four values.
 TEST_F(SettingsMigrationTest, AnUnknownColumnOfSettingsIsGivenUpWithItsCountInTheLog) {
     change("DROP TABLE GENERAL_CONFIG");
-    change("CREATE TABLE GENERAL_CONFIG (Schema TEXT, UserContext TEXT, More TEXT, Name TEXT, "
-           "Value TEXT, PRIMARY KEY( Schema, UserContext, Name ) )");
+    change(
+        "CREATE TABLE GENERAL_CONFIG (Schema TEXT, UserContext TEXT, More TEXT, Name TEXT, "
+        "Value TEXT, PRIMARY KEY( Schema, UserContext, Name ) )");
     change("INSERT INTO GENERAL_CONFIG VALUES ('A', 'base', 'x', 'n', 'v')");
     m_log.clear();
     DASMigrator::normalizeGeneralConfigTable(&service());
