@@ -7,6 +7,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <chrono>
+#include <ctime>
 #include <map>
 #include <utility>
 
@@ -26,13 +27,38 @@ constexpr auto LingerTime = std::chrono::seconds(5);
 /// Short answers are queued together up to this, so that each takes the room of its text alone.
 constexpr std::size_t SizeOfPiece = std::size_t{64} * 1024;
 
-/// The user at the other end, as the socket keeps it of the moment of connecting.
-uid_t userOf(int descriptor) {
-    ucred peer{};
+/// The process at the other end, as the socket keeps it of the moment of connecting.
+ucred peerOf(int descriptor) {
+    ucred peer{0, static_cast<uid_t>(-1), static_cast<gid_t>(-1)};
     socklen_t size = sizeof peer;
-    return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
-               ? peer.uid
-               : static_cast<uid_t>(-1);
+    (void)getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size);
+    return peer;
+}
+
+/// The processor time of this thread.
+std::chrono::nanoseconds costSoFar() {
+    timespec time{};
+    (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+/// Ends the turn of a message with what it cost.
+class ShareInUse {
+public:
+    ShareInUse(FairShare& share, FairShare::Turn turn)
+        : m_share(share), m_turn(turn), m_before(costSoFar()) {}
+    ~ShareInUse() { m_share.end(m_turn, costSoFar() - m_before); }
+    ShareInUse(const ShareInUse&) = delete;
+    ShareInUse& operator=(const ShareInUse&) = delete;
+
+private:
+    FairShare& m_share;
+    const FairShare::Turn m_turn;
+    const std::chrono::nanoseconds m_before;
+};
+
+bool isLarge(LineCutter::Found found, std::string_view line) {
+    return found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
 }
 
 /// Ends the turn of a large message, and gives back what it has left in the memory of the process.
@@ -61,7 +87,7 @@ ClientSession::ClientSession(Protocol::socket socket, Dispatcher& dispatcher, Cl
       m_clients(clients),
       m_load(std::move(load)),
       m_socket(std::move(socket)),
-      m_user(userOf(m_socket.native_handle())),
+      m_peer(peerOf(m_socket.native_handle())),
       m_linger(m_socket.get_executor()),
       m_lines(LineCutter::MessageLimit) {
     ++m_load->clients;
@@ -125,39 +151,67 @@ void ClientSession::handleNext() {
     }
 }
 
+/// A message that has to wait for those of others waits without a thread.
 void ClientSession::handle(LineCutter::Found found, std::string_view line) {
-    const auto handleLater = [session = self(), found, line] {
-        asio::post(session->m_socket.get_executor(),
-                   [session, found, line] { session->handleInTurn(found, line); });
-    };
-    const bool isLarge =
-        found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
-    if (!isLarge || m_load->largeMessages.take(handleLater)) {
+    const auto again = [session = self(), found, line] { session->handleNextLater(found, line); };
+    if (!m_load->share.begin(m_peer.pid, m_turn, again)) {
+        return;
+    }
+    if (!isLarge(found, line)) {
+        handleInTurn(found, line);
+        return;
+    }
+    bool isDue = false;
+    try {
+        isDue = m_load->largeMessages.take([session = self(), found, line] {
+            asio::post(session->m_socket.get_executor(),
+                       [session, found, line] { session->handleInTurn(found, line); });
+        });
+    } catch (const std::bad_alloc&) {
+        m_load->share.end(m_turn, {});
+        throw;
+    }
+    if (isDue) {
         handleInTurn(found, line);
     }
 }
 
 void ClientSession::handleInTurn(LineCutter::Found found, std::string_view line) {
-    const bool isLarge =
-        found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
-    const TurnOfLarge turn(isLarge ? &m_load->largeMessages : nullptr);
-    if (!beginMessage()) {
+    const TurnOfLarge turn(isLarge(found, line) ? &m_load->largeMessages : nullptr);
+    bool isOpen = false;
+    {
+        const ShareInUse share(m_load->share, m_turn);
+        isOpen = beginMessage();
+        if (isOpen) {
+            work(found, line);
+        }
+    }
+    if (!isOpen) {
         finish(Stage::Finishing);
-        return;
-    }
-    if (found == LineCutter::Found::TooLong) {
-        refuse(line);
-        return;
-    }
-    m_dispatcher.handle(line, shared_from_this());
-    endMessage();
-    const LineCutter::Found next = m_lines.next(line);
-    if (next == LineCutter::Found::Nothing) {
+    } else if (found == LineCutter::Found::TooLong) {
         read();
     } else {
-        // A client that sends many messages at once takes turns with the others.
-        asio::post(m_socket.get_executor(),
-                   [session = self(), next, line] { session->handle(next, line); });
+        const LineCutter::Found next = m_lines.next(line);
+        if (next == LineCutter::Found::Nothing) {
+            read();
+        } else {
+            // A client that sends many messages at once takes turns with the others.
+            handleNextLater(next, line);
+        }
+    }
+}
+
+void ClientSession::handleNextLater(LineCutter::Found found, std::string_view line) {
+    asio::post(m_socket.get_executor(),
+               [session = self(), found, line] { session->handle(found, line); });
+}
+
+void ClientSession::work(LineCutter::Found found, std::string_view line) {
+    if (found == LineCutter::Found::TooLong) {
+        refuse(line);
+    } else {
+        m_dispatcher.handle(line, shared_from_this());
+        endMessage();
     }
 }
 
@@ -190,7 +244,6 @@ void ClientSession::refuse(std::string_view line) {
     m_lines.drop();
     finish(Stage::Lingering);
     endMessage();
-    read();
 }
 
 /// Takes no more messages; closes at once if nothing is left to be done.
@@ -245,8 +298,8 @@ void ClientSession::dropLargest() {
         std::map<uid_t, std::shared_ptr<ClientSession>> largestOfUser;
         for (const std::shared_ptr<Client>& client : m_clients.all()) {
             const auto session = std::static_pointer_cast<ClientSession>(client);
-            unreadOfUser[session->m_user] += session->m_unread;
-            auto& largest = largestOfUser[session->m_user];
+            unreadOfUser[session->m_peer.uid] += session->m_unread;
+            auto& largest = largestOfUser[session->m_peer.uid];
             if (largest == nullptr || session->m_unread > largest->m_unread) {
                 largest = session;
             }

@@ -88,6 +88,7 @@ public:
             thread.join();
         }
         m_load->largeMessages.clear();
+        m_load->share.clear();
     }
 
     Implementation(const Implementation&) = delete;
@@ -206,7 +207,7 @@ private:
     std::mutex m_mutex;  ///< of what follows
     Protocol::acceptor m_acceptor;
     asio::steady_timer m_pause;
-    const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>();
+    const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>(m_io, threads());
     const std::size_t m_mostClients;
     std::chrono::steady_clock::time_point m_nextComplaint{};
     std::condition_variable m_ended;

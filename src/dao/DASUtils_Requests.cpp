@@ -1,5 +1,9 @@
 // The frame of a generic request and its two bodies.
 
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "Work.h"
@@ -27,6 +31,9 @@ constexpr ReasonRow GenericReasons[] = {
     {&DASUtilsStrings::ReadRequest, &DASUtilsStrings::ReadResponse, &DataAccessObject::readRequest},
 };
 
+/// Rows in one request above this are looked for together.
+constexpr std::size_t LargeBatch = 500;
+
 PairList rowConditions(const std::string& user, const std::string& identifier) {
     return {{DASUtilsStrings::UserContextTagName, DASUtils::convertToDBFormat(user)},
             {DASUtilsStrings::IdTagName, identifier}};
@@ -52,13 +59,75 @@ int insertMissingRow(DatabaseAdapter& adapter, const std::string& table,
     return result;
 }
 
+/// The rows that a large batch finds in its table. Tables of users have no key, so a look for each
+/// row would read the whole table each time, and a batch of new rows take the square of its size.
+class KnownRows {
+public:
+    KnownRows(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+              const std::vector<DASUtils::RowData>& batch) {
+        std::string sql = "SELECT CAST(Id AS INTEGER), rowid FROM " + table + " WHERE " +
+                          DASUtilsStrings::UserContextTagName + " = " +
+                          DASUtils::convertToDBFormat(user) + " AND Id IN (0";
+        for (const DASUtils::RowData& row : batch) {
+            if (isPlain(row.identifier)) {
+                sql += ',' + row.identifier;
+            }
+        }
+        Rows rows;
+        m_isRead = adapter.executeSQLQuery(sql + ");", rows) == 0;
+        for (auto& row : rows) {
+            std::string& rowId = m_rowIds[row.at(0)];
+            rowId = rowId.empty() ? row.at(1) : Several;
+        }
+    }
+
+    /// Whether @p identifier is known to be of no row.
+    [[nodiscard]] bool lacks(const std::string& identifier) const {
+        return m_isRead && isPlain(identifier) && m_rowIds.count(identifier) == 0;
+    }
+
+    /// Adds to @p conditions what finds the row of @p identifier without a look at all rows, where
+    /// there are so many that it counts.
+    void addRowId(const std::string& identifier, PairList& conditions) const {
+        const auto found = m_rowIds.find(identifier);
+        if (m_rowIds.size() > ManyRows && found != m_rowIds.end() && found->second != Several) {
+            conditions.emplace_back("rowid", found->second);
+        }
+    }
+
+    void add(const std::string& identifier) { m_rowIds[identifier] = Several; }
+
+private:
+    static constexpr std::size_t ManyRows = 500;
+    static constexpr std::size_t MostDigits = 18;
+    static constexpr const char* Several = "?";  ///< or one that was not asked for
+
+    /// Whether SQLite writes the number in the same way.
+    static bool isPlain(const std::string& identifier) {
+        return !identifier.empty() && identifier.size() <= MostDigits && identifier[0] != '0' &&
+               std::all_of(identifier.begin(), identifier.end(),
+                           [](char c) { return c >= '0' && c <= '9'; });
+    }
+
+    bool m_isRead = false;
+    std::unordered_map<std::string, std::string> m_rowIds;
+};
+
 int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
-                 const DASUtils::RowData& row) {
+                 const DASUtils::RowData& row, KnownRows* known = nullptr) {
     if (!DASUtils::isIdentifier(row.identifier)) {
         return 1;
     }
     PairList conditions = rowConditions(user, row.identifier);
-    PairList counted = conditions;
+    if (known != nullptr && known->lacks(row.identifier)) {
+        known->add(row.identifier);
+        return insertMissingRow(adapter, table, row, conditions);
+    }
+    PairList rowToFind = conditions;
+    if (known != nullptr) {
+        known->addRowId(row.identifier, rowToFind);
+    }
+    PairList counted = rowToFind;
     std::string count;
     int result = adapter.countRows(table, counted, count);
     if (result != 0) {
@@ -73,7 +142,7 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
         return insertMissingRow(adapter, table, row, conditions);
     }
     PairList newValues = row.newValues;
-    result = adapter.update(table, conditions, newValues, false);
+    result = adapter.update(table, rowToFind, newValues, false);
     DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::update() returned %d", result);
     return result;
 }
@@ -180,13 +249,17 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
     if (transaction.beginResult() != 0) {
         return transaction.beginResult();
     }
+    std::optional<KnownRows> known;
+    if (rows.size() > LargeBatch) {
+        known.emplace(adapter, user, table, rows);
+    }
     int result = 1;
     for (const RowData& row : rows) {
         if (Work::isInterrupted()) {
             break;
         }
         if (!row.identifier.empty()) {
-            result = updateOneRow(adapter, user, table, row);
+            result = updateOneRow(adapter, user, table, row, known ? &*known : nullptr);
         }
     }
     // A batch that could not be committed is not there, whatever its last row said.
