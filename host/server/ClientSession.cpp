@@ -45,7 +45,7 @@ std::chrono::nanoseconds costSoFar() {
 /// Ends the turn of a message with what it cost.
 class ShareInUse {
 public:
-    ShareInUse(FairShare& share, FairShare::Turn turn)
+    ShareInUse(FairShare& share, FairShare::Turn& turn)
         : m_share(share), m_turn(turn), m_before(costSoFar()) {}
     ~ShareInUse() { m_share.end(m_turn, costSoFar() - m_before); }
     ShareInUse(const ShareInUse&) = delete;
@@ -53,7 +53,7 @@ public:
 
 private:
     FairShare& m_share;
-    const FairShare::Turn m_turn;
+    FairShare::Turn& m_turn;
     const std::chrono::nanoseconds m_before;
 };
 
@@ -94,6 +94,7 @@ ClientSession::ClientSession(Protocol::socket socket, Dispatcher& dispatcher, Cl
 }
 
 ClientSession::~ClientSession() {
+    m_load->share.end(m_turn, {});  // of a message that was never handled
     --m_load->clients;
     m_load->lineMemory -= m_lineMemory;
     m_load->unread -= m_unread;
@@ -157,21 +158,11 @@ void ClientSession::handle(LineCutter::Found found, std::string_view line) {
     if (!m_load->share.begin(m_peer.pid, m_turn, again)) {
         return;
     }
-    if (!isLarge(found, line)) {
-        handleInTurn(found, line);
-        return;
-    }
-    bool isDue = false;
-    try {
-        isDue = m_load->largeMessages.take([session = self(), found, line] {
-            asio::post(session->m_socket.get_executor(),
-                       [session, found, line] { session->handleInTurn(found, line); });
-        });
-    } catch (const std::bad_alloc&) {
-        m_load->share.end(m_turn, {});
-        throw;
-    }
-    if (isDue) {
+    const auto handleLater = [session = self(), found, line] {
+        asio::post(session->m_socket.get_executor(),
+                   [session, found, line] { session->handleInTurn(found, line); });
+    };
+    if (!isLarge(found, line) || m_load->largeMessages.take(handleLater)) {
         handleInTurn(found, line);
     }
 }

@@ -6,79 +6,76 @@
 namespace {
 
 using std::chrono::milliseconds;
-using Lock = std::unique_lock<std::mutex>;
+using Lock = std::lock_guard<std::mutex>;
 
-/// What a message may cost before its process counts as costly.
+/// Cheaper messages do not count: any number of them leaves time between two.
 constexpr milliseconds CostlyMessage{10};
-/// How long it does: this long at least, and a multiple of what the message cost.
-constexpr milliseconds CostlyTime{1000};
-constexpr int CostlyTimes = 20;
-constexpr int PauseTimes = 3;
+/// What a process may use in advance.
+constexpr milliseconds Allowance{100};
+/// The time in which a process may use the processor for one part of it, and the pause after it.
+constexpr int TimesForgiven = 4;
+constexpr int PauseTimes = TimesForgiven - 1;
 /// A process that has sent nothing for so long needs nothing to be kept free.
 constexpr milliseconds ActiveTime{500};
 constexpr std::size_t MostIdleProcesses = 1000;
 
 }  // namespace
 
-FairShare::FairShare(boost::asio::io_context& io, unsigned threads)
-    : m_mostOfProcess(std::max(threads, 2U) - 1), m_pause(io) {}
-
 bool FairShare::begin(pid_t process, Turn& turn, std::function<void()> again) {
     const Lock lock(m_mutex);
     const auto now = Clock::now();
-    forgetIdle(now);
-    Process& own = m_processes[process];
-    if (own.inWork >= m_mostOfProcess) {
-        own.waiting.push_back(std::move(again));
-        return false;
-    }
-    const bool isCostly = now < own.costlyUntil && !isAlone(process, now);
-    if (isCostly && m_isLaneTaken) {
-        m_waitingForLane.push_back(std::move(again));
-        return false;
-    }
-    m_isLaneTaken = m_isLaneTaken || isCostly;
-    turn = {process, isCostly};
-    ++own.inWork;
     noteActivity(process, now);
+    const bool isInLane = useOf(process, now) > Allowance && !isAlone(process, now);
+    if (isInLane && m_isLaneTaken) {
+        m_waiting.push_back(std::move(again));
+        return false;
+    }
+    m_isLaneTaken = m_isLaneTaken || isInLane;
+    turn = {process, isInLane};
     return true;
 }
 
-void FairShare::end(const Turn& turn, std::chrono::nanoseconds cost) {
-    Lock lock(m_mutex);
-    const auto now = Clock::now();
-    Process& own = m_processes[turn.process];
-    --own.inWork;
-    if (cost > CostlyMessage) {
-        own.costlyUntil = now + std::max<std::chrono::nanoseconds>(CostlyTime, CostlyTimes * cost);
+void FairShare::end(Turn& turn, std::chrono::nanoseconds cost) {
+    bool isFree = false;
+    {
+        const Lock lock(m_mutex);
+        const auto now = Clock::now();
+        if (cost > CostlyMessage) {
+            forgetIdle(now);
+            m_uses[turn.process] = {useOf(turn.process, now) + cost, now};
+        }
+        isFree = std::exchange(turn.isInLane, false);
+        if (isFree && cost.count() > 0) {
+            isFree = false;
+            m_pause.expires_after(PauseTimes * cost);
+            m_pause.async_wait([this](const boost::system::error_code&) { freeLane(); });
+        }
     }
-    if (turn.isInLane && !isAlone(turn.process, now)) {
-        m_pause.expires_after(PauseTimes * cost);
-        m_pause.async_wait([this](const boost::system::error_code&) { freeLane(); });
-    }
-    const bool isFree = turn.isInLane && isAlone(turn.process, now);
-    callFirst(own.waiting, lock);
-    lock.unlock();
     if (isFree) {
         freeLane();
     }
 }
 
+/// All are called: the first one may not need the lane any more.
 void FairShare::freeLane() {
-    Lock lock(m_mutex);
-    m_isLaneTaken = false;
-    callFirst(m_waitingForLane, lock);
+    Waiting waiting;
+    {
+        const Lock lock(m_mutex);
+        m_isLaneTaken = false;
+        waiting.swap(m_waiting);
+    }
+    for (const auto& again : waiting) {
+        again();
+    }
 }
 
-/// The mutex is free during the call, and taken again.
-void FairShare::callFirst(Waiting& waiting, Lock& lock) {
-    if (!waiting.empty()) {
-        const std::function<void()> first = std::move(waiting.front());
-        waiting.pop_front();
-        lock.unlock();
-        first();
-        lock.lock();
-    }
+std::chrono::nanoseconds FairShare::useOf(pid_t process, Clock::time_point now) const {
+    const auto found = m_uses.find(process);
+    return found == m_uses.end()
+               ? std::chrono::nanoseconds(0)
+               : std::max<std::chrono::nanoseconds>(
+                     found->second.cost - (now - found->second.time) / TimesForgiven,
+                     std::chrono::nanoseconds(0));
 }
 
 bool FairShare::isAlone(pid_t process, Clock::time_point now) const {
@@ -95,22 +92,17 @@ void FairShare::noteActivity(pid_t process, Clock::time_point now) {
 
 /// A process is kept when it has left, so that it can't come back as another.
 void FairShare::forgetIdle(Clock::time_point now) {
-    if (m_processes.size() <= MostIdleProcesses) {
+    if (m_uses.size() <= MostIdleProcesses) {
         return;
     }
-    for (auto each = m_processes.begin(); each != m_processes.end();) {
-        const Process& own = each->second;
-        const bool isIdle = own.inWork == 0 && own.waiting.empty() && own.costlyUntil < now;
-        each = isIdle ? m_processes.erase(each) : std::next(each);
+    for (auto each = m_uses.begin(); each != m_uses.end();) {
+        each = useOf(each->first, now).count() == 0 ? m_uses.erase(each) : std::next(each);
     }
 }
 
 void FairShare::clear() {
-    std::deque<Waiting> waiting;  // before the lock, so that it goes after it
+    Waiting waiting;  // before the lock, so that it goes after it
     const Lock lock(m_mutex);
     m_pause.cancel();
-    waiting.push_back(std::exchange(m_waitingForLane, {}));
-    for (auto& [process, own] : m_processes) {
-        waiting.push_back(std::exchange(own.waiting, {}));
-    }
+    waiting.swap(m_waiting);
 }

@@ -10,8 +10,7 @@
 
 /// What all clients of a socket have together, and how much of it there may be. It outlives them.
 struct ServerLoad {
-    /// @p threads is how many messages can be handled at once.
-    ServerLoad(boost::asio::io_context& io, unsigned threads) : share(io, threads) {}
+    explicit ServerLoad(boost::asio::io_context& io) : share(io) {}
 
     /// Bytes of lines that clients have begun to send, and the longest line that is taken beyond.
     static constexpr std::size_t MostLineMemory = std::size_t{48} * 1024 * 1024;

@@ -82,6 +82,7 @@ public:
         for (const auto& client : m_clients.all()) {
             client->end();
         }
+        m_load->share.clear();  // its pause would keep the threads
         waitForClients();
         m_io.stop();
         for (std::thread& thread : m_threads) {
@@ -207,7 +208,7 @@ private:
     std::mutex m_mutex;  ///< of what follows
     Protocol::acceptor m_acceptor;
     asio::steady_timer m_pause;
-    const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>(m_io, threads());
+    const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>(m_io);
     const std::size_t m_mostClients;
     std::chrono::steady_clock::time_point m_nextComplaint{};
     std::condition_variable m_ended;

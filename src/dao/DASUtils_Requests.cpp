@@ -1,6 +1,7 @@
 // The frame of a generic request and its two bodies.
 
 #include <algorithm>
+#include <cstdlib>
 #include <optional>
 #include <unordered_map>
 
@@ -51,16 +52,25 @@ void logNewValues(const PairList& newValues) {
 }
 
 int insertMissingRow(DatabaseAdapter& adapter, const std::string& table,
-                     const DASUtils::RowData& row, const PairList& conditions) {
+                     const DASUtils::RowData& row, const PairList& conditions,
+                     long long* rowId = nullptr) {
     PairList values = row.newValues;
     values.insert(values.end(), conditions.begin(), conditions.end());
-    const int result = adapter.insert(table, values, nullptr);
+    const int result = adapter.insert(table, values, rowId);
     DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::insert() returned %d", result);
     return result;
 }
 
-/// The rows that a large batch finds in its table. Tables of users have no key, so a look for each
-/// row would read the whole table each time, and a batch of new rows take the square of its size.
+int updateFoundRow(DatabaseAdapter& adapter, const std::string& table,
+                   const DASUtils::RowData& row, PairList& conditions) {
+    PairList newValues = row.newValues;
+    const int result = adapter.update(table, conditions, newValues, false);
+    DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::update() returned %d", result);
+    return result;
+}
+
+/// The rows that a large batch finds in its table. Such tables have no key, so a look for each row
+/// would read the whole table each time, and a batch of new rows take the square of its size.
 class KnownRows {
 public:
     KnownRows(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
@@ -69,67 +79,70 @@ public:
                           DASUtilsStrings::UserContextTagName + " = " +
                           DASUtils::convertToDBFormat(user) + " AND Id IN (0";
         for (const DASUtils::RowData& row : batch) {
-            if (isPlain(row.identifier)) {
-                sql += ',' + row.identifier;
+            if (const std::string number = plain(row.identifier); !number.empty()) {
+                sql += ',' + number;
             }
         }
         Rows rows;
-        m_isRead = adapter.executeSQLQuery(sql + ");", rows) == 0;
-        for (auto& row : rows) {
-            std::string& rowId = m_rowIds[row.at(0)];
-            rowId = rowId.empty() ? row.at(1) : Several;
+        m_result = adapter.executeSQLQuery(sql + ");", rows);
+        for (const auto& row : rows) {
+            m_rowIds[row.at(0)].push_back(row.at(1));
         }
     }
 
-    /// Whether @p identifier is known to be of no row.
-    [[nodiscard]] bool lacks(const std::string& identifier) const {
-        return m_isRead && isPlain(identifier) && m_rowIds.count(identifier) == 0;
-    }
-
-    /// Adds to @p conditions what finds the row of @p identifier without a look at all rows, where
-    /// there are so many that it counts.
-    void addRowId(const std::string& identifier, PairList& conditions) const {
-        const auto found = m_rowIds.find(identifier);
-        if (m_rowIds.size() > ManyRows && found != m_rowIds.end() && found->second != Several) {
-            conditions.emplace_back("rowid", found->second);
+    int updateOrInsert(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+                       const DASUtils::RowData& row) {
+        const std::string number = plain(row.identifier);
+        if (m_result != 0 || number.empty()) {
+            return 1;
         }
+        logNewValues(row.newValues);
+        auto& rowIds = m_rowIds[number];
+        PairList conditions = rowConditions(user, row.identifier);
+        if (rowIds.empty()) {
+            long long rowId = 0;
+            const int result = insertMissingRow(adapter, table, row, conditions, &rowId);
+            if (result == 0) {
+                rowIds.push_back(std::to_string(rowId));
+            }
+            return result;
+        }
+        if (rowIds.size() == 1) {
+            conditions.emplace_back("rowid", rowIds.front());
+        }
+        return updateFoundRow(adapter, table, row, conditions);
     }
-
-    void add(const std::string& identifier) { m_rowIds[identifier] = Several; }
 
 private:
-    static constexpr std::size_t ManyRows = 500;
     static constexpr std::size_t MostDigits = 18;
-    static constexpr const char* Several = "?";  ///< or one that was not asked for
 
-    /// Whether SQLite writes the number in the same way.
-    static bool isPlain(const std::string& identifier) {
-        return !identifier.empty() && identifier.size() <= MostDigits && identifier[0] != '0' &&
-               std::all_of(identifier.begin(), identifier.end(),
-                           [](char c) { return c >= '0' && c <= '9'; });
+    /// @p identifier as SQLite writes the number; empty if it is none, or of too many digits.
+    static std::string plain(const std::string& identifier) {
+        if (!DASUtils::isIdentifier(identifier)) {
+            return {};
+        }
+        const std::size_t first = std::min(identifier.find_first_of("123456789"), identifier.size());
+        const std::size_t last = identifier.find_last_of("0123456789");
+        if (first <= last && last - first >= MostDigits) {
+            return {};
+        }
+        const long long number = std::strtoll(identifier.c_str() + first, nullptr, 10);
+        return std::to_string(identifier.find('-') == std::string::npos ? number : -number);
     }
 
-    bool m_isRead = false;
-    std::unordered_map<std::string, std::string> m_rowIds;
+    int m_result = 0;
+    std::unordered_map<std::string, std::vector<std::string>> m_rowIds;
 };
 
 int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
-                 const DASUtils::RowData& row, KnownRows* known = nullptr) {
+                 const DASUtils::RowData& row) {
     if (!DASUtils::isIdentifier(row.identifier)) {
         return 1;
     }
     PairList conditions = rowConditions(user, row.identifier);
-    if (known != nullptr && known->lacks(row.identifier)) {
-        known->add(row.identifier);
-        return insertMissingRow(adapter, table, row, conditions);
-    }
-    PairList rowToFind = conditions;
-    if (known != nullptr) {
-        known->addRowId(row.identifier, rowToFind);
-    }
-    PairList counted = rowToFind;
+    PairList counted = conditions;
     std::string count;
-    int result = adapter.countRows(table, counted, count);
+    const int result = adapter.countRows(table, counted, count);
     if (result != 0) {
         DAS_LOG(2,
                 "updateRequestHelper() DatabaseAdapter::getRowCount() failed for table='%s' "
@@ -138,13 +151,8 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
         return result;
     }
     logNewValues(row.newValues);
-    if (count == "0") {
-        return insertMissingRow(adapter, table, row, conditions);
-    }
-    PairList newValues = row.newValues;
-    result = adapter.update(table, rowToFind, newValues, false);
-    DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::update() returned %d", result);
-    return result;
+    return count == "0" ? insertMissingRow(adapter, table, row, conditions)
+                        : updateFoundRow(adapter, table, row, conditions);
 }
 
 }  // namespace
@@ -259,7 +267,8 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
             break;
         }
         if (!row.identifier.empty()) {
-            result = updateOneRow(adapter, user, table, row, known ? &*known : nullptr);
+            result = known ? known->updateOrInsert(adapter, user, table, row)
+                           : updateOneRow(adapter, user, table, row);
         }
     }
     // A batch that could not be committed is not there, whatever its last row said.
