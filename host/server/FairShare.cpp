@@ -8,8 +8,8 @@ namespace {
 using std::chrono::milliseconds;
 using Lock = std::lock_guard<std::mutex>;
 
-/// Cheaper messages do not count: any number of them leaves time between two.
-constexpr milliseconds CostlyMessage{10};
+/// Cheaper messages do not count: they are what clients send all the time.
+constexpr milliseconds CostlyMessage{2};
 /// What a process may use in advance.
 constexpr milliseconds Allowance{100};
 /// The time in which a process may use the processor for one part of it, and the pause after it.
