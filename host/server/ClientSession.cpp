@@ -35,26 +35,33 @@ ucred peerOf(int descriptor) {
     return peer;
 }
 
-/// The processor time of this thread.
-std::chrono::nanoseconds costSoFar() {
+/// On a busy machine a message takes longer than its processor time; what is beyond this is a wait.
+constexpr int MostSlowness = 4;
+
+std::chrono::nanoseconds processorTime() {
     timespec time{};
     (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-/// Ends the turn of a message with what it cost.
+/// Ends the turn of a message with what it cost: how long it took without what it waited for.
 class ShareInUse {
 public:
-    ShareInUse(FairShare& share, FairShare::Turn& turn)
-        : m_share(share), m_turn(turn), m_before(costSoFar()) {}
-    ~ShareInUse() { m_share.end(m_turn, costSoFar() - m_before); }
+    using Clock = std::chrono::steady_clock;
+
+    ShareInUse(FairShare& share, FairShare::Turn& turn) : m_share(share), m_turn(turn) {}
+    ~ShareInUse() {
+        m_share.end(m_turn, std::min<std::chrono::nanoseconds>(
+                                Clock::now() - m_begun, MostSlowness * (processorTime() - m_used)));
+    }
     ShareInUse(const ShareInUse&) = delete;
     ShareInUse& operator=(const ShareInUse&) = delete;
 
 private:
     FairShare& m_share;
     FairShare::Turn& m_turn;
-    const std::chrono::nanoseconds m_before;
+    const Clock::time_point m_begun = Clock::now();
+    const std::chrono::nanoseconds m_used = processorTime();
 };
 
 bool isLarge(LineCutter::Found found, std::string_view line) {

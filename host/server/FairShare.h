@@ -15,7 +15,7 @@
 /**
  * Keeps a process whose messages cost much from taking the time of the others.
  *
- * Each process may use a fraction of one processor for costly messages, and some time in advance.
+ * Each process may use a part of the time for costly messages, and some of it in advance.
  * Of those that have used more one message at a time is handled, with a pause of three times what
  * it cost, so that the others find the service free most of the time. While no other process sends
  * anything, nothing waits. Any thread may call.
@@ -34,8 +34,7 @@ public:
     /// when it is worth asking again; it must not ask itself.
     [[nodiscard]] bool begin(pid_t process, Turn& turn, std::function<void()> again);
 
-    /// The message of @p turn has been handled and took @p cost of processor time. A second call
-    /// for the same turn adds its cost and nothing else.
+    /// The message of @p turn has been handled and took @p cost. Without a message nothing happens.
     void end(Turn& turn, std::chrono::nanoseconds cost);
 
     /// Forgets those that wait, and ends the pause.
