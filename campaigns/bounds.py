@@ -304,7 +304,7 @@ def check_attack(campaign, name, usual):
                    for _ in range(attackers)]
         for thread in threads:
             thread.start()
-        time.sleep(ATTACK if honest is not None else 4 * ATTACK)
+        time.sleep(ATTACK * (4 if honest is None else min(4, usual[1])))
         memory, slowness = memory_of(host), slowness_of(host)
         waits = honest.waits() if honest is not None else []
         check_end(campaign, host, name)
