@@ -27,7 +27,8 @@ public:
     /// A message that may be handled, until it is given to end().
     struct Turn {
         pid_t process = 0;
-        bool isInLane = false;  ///< it is the one message of those processes that have used too much
+        bool isInLane =
+            false;  ///< it is the one message of those processes that have used too much
     };
 
     /// Whether a message of @p process may be handled now, as @p turn. If not, @p again is called
@@ -57,9 +58,9 @@ private:
 
     void freeLane();
 
-    std::mutex m_mutex;            ///< of what follows
-    std::map<pid_t, Use> m_uses;   ///< of processes that have sent costly messages
-    pid_t m_last = 0;              ///< the process that began a message last, and when
+    std::mutex m_mutex;           ///< of what follows
+    std::map<pid_t, Use> m_uses;  ///< of processes that have sent costly messages
+    pid_t m_last = 0;             ///< the process that began a message last, and when
     Clock::time_point m_lastTime{};
     Clock::time_point m_timeOfAnother{};  ///< when another process than that one did
     bool m_isLaneTaken = false;

@@ -102,7 +102,8 @@ private:
         const auto begun = std::chrono::steady_clock::now();
         auto lastWork = begun;
         std::unique_lock<std::mutex> lock(m_mutex);
-        for (auto now = begun; m_running > 0 && now < begun + EndTime && now < lastWork + UnreadTime;
+        for (auto now = begun;
+             m_running > 0 && now < begun + EndTime && now < lastWork + UnreadTime;
              now = std::chrono::steady_clock::now()) {
             m_ended.wait_for(lock, TimeBetweenLooks);
             lastWork = m_load->inWork > 0 ? now : lastWork;

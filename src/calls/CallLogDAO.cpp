@@ -438,8 +438,8 @@ int CallLogDAO::readRequest() {
                                          orderBy, m_resultRows, m_request.offset(),
                                          m_request.rowLimit());
     };
-    return readIntoBody(
-        read, [this](std::string& body, const Rows& rows) { appendRows(body, rows); });
+    return readIntoBody(read,
+                        [this](std::string& body, const Rows& rows) { appendRows(body, rows); });
 }
 
 int CallLogDAO::rowCountRequest() {

@@ -61,8 +61,8 @@ int insertMissingRow(DatabaseAdapter& adapter, const std::string& table,
     return result;
 }
 
-int updateFoundRow(DatabaseAdapter& adapter, const std::string& table,
-                   const DASUtils::RowData& row, PairList& conditions) {
+int updateFoundRow(DatabaseAdapter& adapter, const std::string& table, const DASUtils::RowData& row,
+                   PairList& conditions) {
     PairList newValues = row.newValues;
     const int result = adapter.update(table, conditions, newValues, false);
     DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::update() returned %d", result);
@@ -121,7 +121,8 @@ private:
         if (!DASUtils::isIdentifier(identifier)) {
             return {};
         }
-        const std::size_t first = std::min(identifier.find_first_of("123456789"), identifier.size());
+        const std::size_t first =
+            std::min(identifier.find_first_of("123456789"), identifier.size());
         const std::size_t last = identifier.find_last_of("0123456789");
         if (first <= last && last - first >= MostDigits) {
             return {};

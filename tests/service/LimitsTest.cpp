@@ -68,8 +68,8 @@ TEST_F(LimitsTest, ARequestBeyondALimitIsAFailureAndStoresNothing) {
          "more than 10000 items of settings"},
         {"SipBaseSettings", "delete_request", "", "<x/>", "", 900, "delete_response",
          "more than 900 names in a deletion"},
-        {"CallLogMissedCalls", "delete_request", "", "<Entry><Surname>x</Surname></Entry>", "",
-         900, nullptr, "more than 900 names in a deletion"},
+        {"CallLogMissedCalls", "delete_request", "", "<Entry><Surname>x</Surname></Entry>", "", 900,
+         nullptr, "more than 900 names in a deletion"},
         {"FeatureKeys", "read_request", "<ResultCols>Id", " Label", "</ResultCols>", 899,
          "read_response", "more than 900 names in ResultCols"},
         {"SipBaseSettings", "read_request", "<ResultCols>Id", " Label", "</ResultCols>", 899,
@@ -125,11 +125,13 @@ TEST_F(LimitsTest, ALargeBatchStoresWhatSmallOnesDo) {
             for (std::size_t i = first; i < std::min(first + size, entries.size()); ++i) {
                 some += entries[i];
             }
-            EXPECT_EQ(xml::reasonOf(send("FeatureKeys", "update_request", xml::context(user, some))),
-                      "update_response");
+            EXPECT_EQ(
+                xml::reasonOf(send("FeatureKeys", "update_request", xml::context(user, some))),
+                "update_response");
         }
-        return sql(std::string("SELECT Id, Label, typeof(Id) FROM FEATURE_KEYS WHERE UserContext = '") +
-                   user + "' ORDER BY rowid");
+        return sql(
+            std::string("SELECT Id, Label, typeof(Id) FROM FEATURE_KEYS WHERE UserContext = '") +
+            user + "' ORDER BY rowid");
     };
     const Rows small = sent("visitor", 100);
     EXPECT_GT(small.size(), 600U);
@@ -157,9 +159,9 @@ TEST_F(LimitsTest, OnlyTheEntryWithTooManyCallsFails) {
         return "<Entry>" + xml::element("Surname", name) +
                xml::element("LogList", repeated(calls, call)) + "</Entry>";
     };
-    EXPECT_EQ(xml::reasonOf(send("CallLogMissedCalls", "write_request",
-                                 entry("many", 30000) + entry("many", 11) + entry("ten", 10) +
-                                     entry("one", 1))),
+    EXPECT_EQ(xml::reasonOf(send(
+                  "CallLogMissedCalls", "write_request",
+                  entry("many", 30000) + entry("many", 11) + entry("ten", 10) + entry("one", 1))),
               "write_response");
     EXPECT_EQ(xml::valuesOf(send("CallLogMissedCalls", "read_request"), "Surname"), "ten|one");
     EXPECT_EQ(m_log.count("has no column named MornetTStimeFormat10"), 1);
@@ -173,9 +175,9 @@ TEST_F(LimitsTest, AnAnswerThatIsTooLargeIsAFailure) {
     sql("INSERT INTO CONVERSATIONS VALUES (1, 'base', '1', '1')");
     sql("INSERT INTO PHONE_BOOK (UserContext, UniqueID, Surname) VALUES ('base', 1, 'x')");
     sql("INSERT INTO CALL_LOG (UserContext, UniqueId, Surname) VALUES ('base', 1, 'x')");
-    for (const char* schema : {"FeatureKeys", "CallGroup", "PhoneBook", "CallLog",
-                               "CallLogAndPhoneBook", "Conversations", "CodecSettings",
-                               "SipBaseSettings"}) {
+    for (const char* schema :
+         {"FeatureKeys", "CallGroup", "PhoneBook", "CallLog", "CallLogAndPhoneBook",
+          "Conversations", "CodecSettings", "SipBaseSettings"}) {
         SCOPED_TRACE(schema);
         const std::string answer = send(schema, "read_request");
         const std::size_t size = xml::dataOf(answer).size();
@@ -241,7 +243,9 @@ TEST_F(LimitsTest, AnInterruptedRequestIsRolledBackAndWaitsForNoLock) {
     const std::string two = xml::entry({{"Surname", "a"}}) + xml::entry({{"Surname", "b"}});
     const std::function<void()> works[] = {
         [&] { (void)send("PhoneBook", "write_request", two); },
-        [&] { (void)send("PhoneBook", "write_request", xml::entry({{"Surname", "a"}})); },
+        [&] {
+            (void)send("PhoneBook", "write_request", xml::entry({{"Surname", "a"}}));
+        },
         [&] { (void)send("SipBaseSettings", "update_request", "<Kept>w</Kept><b>1</b>"); },
         [&] { (void)send("PhoneBook", "delete_request"); },
         [&] { service().importData("PhoneBook", base, "/tmp/in.csv"); },
