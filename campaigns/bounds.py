@@ -234,7 +234,7 @@ ATTACKS = {
         call("migrateUserData", baseValues="{" + ",".join(
             f'"t{n}":""' for n in range(300000)) + "}"),
         "<Method name='a'>" + "<Int name='i'>1</Int>" * 300000 + "</Method>"), None, WITHIN),
-    "900 columns": (2, again(asked(request("read_request", "<ResultCols>" + " ".join(
+    "900 columns": (1, again(asked(request("read_request", "<ResultCols>" + " ".join(
         900 * ["UserContext"]) + "</ResultCols>", "PhoneBook"))), fill, WITHIN),
     "what does not nest": (2, again("[" * 7 * MIB, "<a>" * 2 * MIB, asked(request(
         "read_request", "<a>" * MIB)), call("migrateUserData", baseValues='{"a":' + "[" * 7 * MIB)),
@@ -304,7 +304,7 @@ def check_attack(campaign, name, usual):
                    for _ in range(attackers)]
         for thread in threads:
             thread.start()
-        time.sleep(ATTACK * (4 if honest is None else min(4, usual[1])))
+        time.sleep(ATTACK * (4 if honest is None else min(6, usual[1])))
         memory, slowness = memory_of(host), slowness_of(host)
         waits = honest.waits() if honest is not None else []
         check_end(campaign, host, name)
