@@ -14,8 +14,8 @@ import sys
 import threading
 import time
 
-from bounds_attacks import (ATTACKS, BEYOND, CALLS, GROWING, MIB, NAMES, READ, VALUE, HonestClients, calls,
-                            contacts, entries, keys, settings)
+from bounds_attacks import (ATTACKS, BEYOND, CALLS, GROWING, MIB, NAMES, READ, VALUE, HonestClients,
+                            calls, contacts, entries, keys, settings)
 from host_campaign import SOURCES, Campaign, Place, asked, call, request
 
 WORD = asked("getCurrentUser")
