@@ -27,8 +27,7 @@ public:
     /// A message that may be handled, until it is given to end().
     struct Turn {
         pid_t process = 0;
-        bool isInLane =
-            false;  ///< it is the one message of those processes that have used too much
+        bool isInLane = false;  ///< the one message of the processes that have used too much
     };
 
     /// Whether a message of @p process may be handled now, as @p turn. If not, @p again is called
