@@ -7,6 +7,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <chrono>
+#include <ctime>
 #include <map>
 #include <utility>
 
@@ -26,13 +27,45 @@ constexpr auto LingerTime = std::chrono::seconds(5);
 /// Short answers are queued together up to this, so that each takes the room of its text alone.
 constexpr std::size_t SizeOfPiece = std::size_t{64} * 1024;
 
-/// The user at the other end, as the socket keeps it of the moment of connecting.
-uid_t userOf(int descriptor) {
-    ucred peer{};
+/// The process at the other end, as the socket keeps it of the moment of connecting.
+ucred peerOf(int descriptor) {
+    ucred peer{0, static_cast<uid_t>(-1), static_cast<gid_t>(-1)};
     socklen_t size = sizeof peer;
-    return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
-               ? peer.uid
-               : static_cast<uid_t>(-1);
+    (void)getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size);
+    return peer;
+}
+
+/// On a busy machine a message takes longer than its processor time; what is beyond this is a wait.
+constexpr int MostSlowness = 4;
+
+std::chrono::nanoseconds processorTime() {
+    timespec time{};
+    (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+/// Ends the turn of a message with what it cost: how long it took without what it waited for.
+class ShareInUse {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    ShareInUse(FairShare& share, FairShare::Turn& turn) : m_share(share), m_turn(turn) {}
+    ~ShareInUse() {
+        m_share.end(m_turn, std::min<std::chrono::nanoseconds>(
+                                Clock::now() - m_begun, MostSlowness * (processorTime() - m_used)));
+    }
+    ShareInUse(const ShareInUse&) = delete;
+    ShareInUse& operator=(const ShareInUse&) = delete;
+
+private:
+    FairShare& m_share;
+    FairShare::Turn& m_turn;
+    const Clock::time_point m_begun = Clock::now();
+    const std::chrono::nanoseconds m_used = processorTime();
+};
+
+bool isLarge(LineCutter::Found found, std::string_view line) {
+    return found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
 }
 
 /// Ends the turn of a large message, and gives back what it has left in the memory of the process.
@@ -61,13 +94,14 @@ ClientSession::ClientSession(Protocol::socket socket, Dispatcher& dispatcher, Cl
       m_clients(clients),
       m_load(std::move(load)),
       m_socket(std::move(socket)),
-      m_user(userOf(m_socket.native_handle())),
+      m_peer(peerOf(m_socket.native_handle())),
       m_linger(m_socket.get_executor()),
       m_lines(LineCutter::MessageLimit) {
     ++m_load->clients;
 }
 
 ClientSession::~ClientSession() {
+    m_load->share.end(m_turn, {});  // of a message that was never handled
     --m_load->clients;
     m_load->lineMemory -= m_lineMemory;
     m_load->unread -= m_unread;
@@ -125,39 +159,57 @@ void ClientSession::handleNext() {
     }
 }
 
+/// A message that has to wait for those of others waits without a thread.
 void ClientSession::handle(LineCutter::Found found, std::string_view line) {
+    const auto again = [session = self(), found, line] { session->handleNextLater(found, line); };
+    if (!m_load->share.begin(m_peer.pid, m_turn, again)) {
+        return;
+    }
     const auto handleLater = [session = self(), found, line] {
         asio::post(session->m_socket.get_executor(),
                    [session, found, line] { session->handleInTurn(found, line); });
     };
-    const bool isLarge =
-        found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
-    if (!isLarge || m_load->largeMessages.take(handleLater)) {
+    if (!isLarge(found, line) || m_load->largeMessages.take(handleLater)) {
         handleInTurn(found, line);
     }
 }
 
 void ClientSession::handleInTurn(LineCutter::Found found, std::string_view line) {
-    const bool isLarge =
-        found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
-    const TurnOfLarge turn(isLarge ? &m_load->largeMessages : nullptr);
-    if (!beginMessage()) {
+    const TurnOfLarge turn(isLarge(found, line) ? &m_load->largeMessages : nullptr);
+    bool isOpen = false;
+    {
+        const ShareInUse share(m_load->share, m_turn);
+        isOpen = beginMessage();
+        if (isOpen) {
+            work(found, line);
+        }
+    }
+    if (!isOpen) {
         finish(Stage::Finishing);
-        return;
-    }
-    if (found == LineCutter::Found::TooLong) {
-        refuse(line);
-        return;
-    }
-    m_dispatcher.handle(line, shared_from_this());
-    endMessage();
-    const LineCutter::Found next = m_lines.next(line);
-    if (next == LineCutter::Found::Nothing) {
+    } else if (found == LineCutter::Found::TooLong) {
         read();
     } else {
-        // A client that sends many messages at once takes turns with the others.
-        asio::post(m_socket.get_executor(),
-                   [session = self(), next, line] { session->handle(next, line); });
+        const LineCutter::Found next = m_lines.next(line);
+        if (next == LineCutter::Found::Nothing) {
+            read();
+        } else {
+            // A client that sends many messages at once takes turns with the others.
+            handleNextLater(next, line);
+        }
+    }
+}
+
+void ClientSession::handleNextLater(LineCutter::Found found, std::string_view line) {
+    asio::post(m_socket.get_executor(),
+               [session = self(), found, line] { session->handle(found, line); });
+}
+
+void ClientSession::work(LineCutter::Found found, std::string_view line) {
+    if (found == LineCutter::Found::TooLong) {
+        refuse(line);
+    } else {
+        m_dispatcher.handle(line, shared_from_this());
+        endMessage();
     }
 }
 
@@ -190,7 +242,6 @@ void ClientSession::refuse(std::string_view line) {
     m_lines.drop();
     finish(Stage::Lingering);
     endMessage();
-    read();
 }
 
 /// Takes no more messages; closes at once if nothing is left to be done.
@@ -245,8 +296,8 @@ void ClientSession::dropLargest() {
         std::map<uid_t, std::shared_ptr<ClientSession>> largestOfUser;
         for (const std::shared_ptr<Client>& client : m_clients.all()) {
             const auto session = std::static_pointer_cast<ClientSession>(client);
-            unreadOfUser[session->m_user] += session->m_unread;
-            auto& largest = largestOfUser[session->m_user];
+            unreadOfUser[session->m_peer.uid] += session->m_unread;
+            auto& largest = largestOfUser[session->m_peer.uid];
             if (largest == nullptr || session->m_unread > largest->m_unread) {
                 largest = session;
             }

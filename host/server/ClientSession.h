@@ -1,7 +1,7 @@
 #ifndef CLIENTSESSION_H
 #define CLIENTSESSION_H
 
-#include <sys/types.h>
+#include <sys/socket.h>
 
 #include <atomic>
 #include <boost/asio/local/stream_protocol.hpp>
@@ -57,6 +57,8 @@ private:
     void handleNext();
     void handle(LineCutter::Found found, std::string_view line);
     void handleInTurn(LineCutter::Found found, std::string_view line);
+    void work(LineCutter::Found found, std::string_view line);
+    void handleNextLater(LineCutter::Found found, std::string_view line);
     bool isLingering();
     bool beginMessage();
     void endMessage();
@@ -79,7 +81,8 @@ private:
     std::mutex m_mutex;
     Stage m_stage = Stage::Open;
     Protocol::socket m_socket;
-    const uid_t m_user;  ///< of the client when it connected
+    const ucred m_peer;  ///< the client's process and user when it connected
+    FairShare::Turn m_turn;
     boost::asio::steady_timer m_linger;
     std::deque<std::string> m_queue;
     std::size_t m_sent = 0;                ///< bytes of the first text of the queue

@@ -5,10 +5,13 @@
 #include <cstddef>
 #include <mutex>
 
+#include "server/FairShare.h"
 #include "server/Turns.h"
 
 /// What all clients of a socket have together, and how much of it there may be. It outlives them.
 struct ServerLoad {
+    explicit ServerLoad(boost::asio::io_context& io) : share(io) {}
+
     /// Bytes of lines that clients have begun to send, and the longest line that is taken beyond.
     static constexpr std::size_t MostLineMemory = std::size_t{48} * 1024 * 1024;
     static constexpr std::size_t LineLimitBeyond = std::size_t{64} * 1024;
@@ -25,6 +28,7 @@ struct ServerLoad {
     std::atomic<std::size_t> unread{0};
     std::mutex dropping;  ///< held by who closes clients for the answers that they do not read
     Turns largeMessages;
+    FairShare share;
 };
 
 #endif

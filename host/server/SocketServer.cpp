@@ -82,12 +82,14 @@ public:
         for (const auto& client : m_clients.all()) {
             client->end();
         }
+        m_load->share.clear();  // its pause would keep the threads
         waitForClients();
         m_io.stop();
         for (std::thread& thread : m_threads) {
             thread.join();
         }
         m_load->largeMessages.clear();
+        m_load->share.clear();
     }
 
     Implementation(const Implementation&) = delete;
@@ -100,7 +102,8 @@ private:
         const auto begun = std::chrono::steady_clock::now();
         auto lastWork = begun;
         std::unique_lock<std::mutex> lock(m_mutex);
-        for (auto now = begun; m_running > 0 && now < begun + EndTime && now < lastWork + UnreadTime;
+        for (auto now = begun;
+             m_running > 0 && now < begun + EndTime && now < lastWork + UnreadTime;
              now = std::chrono::steady_clock::now()) {
             m_ended.wait_for(lock, TimeBetweenLooks);
             lastWork = m_load->inWork > 0 ? now : lastWork;
@@ -206,7 +209,7 @@ private:
     std::mutex m_mutex;  ///< of what follows
     Protocol::acceptor m_acceptor;
     asio::steady_timer m_pause;
-    const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>();
+    const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>(m_io);
     const std::size_t m_mostClients;
     std::chrono::steady_clock::time_point m_nextComplaint{};
     std::condition_variable m_ended;

@@ -13,6 +13,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "Work.h"
+
 namespace {
 
 using ParserPtr = std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)>;
@@ -106,7 +108,7 @@ private:
 
 void XMLCALL onStart(void* parse, const XML_Char* name, const XML_Char** attributes) {
     Parse* self = static_cast<Parse*>(parse);
-    if (++self->depth > XmlHandler::DepthLimit) {
+    if (++self->depth > XmlHandler::DepthLimit || Work::isInterrupted()) {
         self->stop();
     }
     self->call(self->start, name, attributes);

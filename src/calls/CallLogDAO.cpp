@@ -306,11 +306,12 @@ int CallLogDAO::writeWithTable() {
 
 int CallLogDAO::writeRequest() {
     m_lastNumber = 0;
+    m_resultOfTooMany = 0;
     return forEachEntry(m_entries.size(), [this](std::size_t entry) { return writeEntry(entry); });
 }
 
-int CallLogDAO::writeEntry(std::size_t index) {
-    static const std::vector<std::string> columnsOfFullRow = [] {
+const std::vector<std::string>& CallLogDAO::columnsOfFullRow() {
+    static const std::vector<std::string> columns = [] {
         std::vector<std::string> names = {CallLogColumns::name(CallLogColumns::UserContext),
                                           CallLogColumns::name(CallLogColumns::UniqueId),
                                           CallLogColumns::name(CallLogColumns::Category)};
@@ -320,24 +321,33 @@ int CallLogDAO::writeEntry(std::size_t index) {
         appendFieldNames(names, 0, CallLogColumns::Places);
         return names;
     }();
+    return columns;
+}
+
+int CallLogDAO::writeEntry(std::size_t index) {
+    // Many would fail alike, and each failure takes long: the first one is in the log.
+    const bool hasTooManyCalls = m_entries[index].calls > CallLogColumns::Places;
+    if (hasTooManyCalls && m_resultOfTooMany != 0) {
+        return m_resultOfTooMany;
+    }
     const std::vector<std::string> values = valuesOf(index);
     if (!m_entries[index].values[0].empty() &&
         !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, values[CallLogColumns::UniqueId])) {
         return 1;
     }
     int result = 0;
-    // Nearly every entry names all places, so its columns are always the same.
-    if (values.size() == columnsOfFullRow.size()) {
-        result = m_dbAdapter->insertRow(m_tableName, columnsOfFullRow, values, &m_lastNumber);
+    if (values.size() == columnsOfFullRow().size()) {
+        result = m_dbAdapter->insertRow(m_tableName, columnsOfFullRow(), values, &m_lastNumber);
     } else {
-        std::vector<std::string> columns = columnsOfFullRow;
+        std::vector<std::string> columns = columnsOfFullRow();
         columns.resize(std::min(values.size(), columns.size()));
         // A call too many has names that are no columns, so its row fails: kept on purpose, it is
         // the client that chooses what falls out of a full row.
-        if (m_entries[index].calls > CallLogColumns::Places) {
+        if (hasTooManyCalls) {
             appendFieldNames(columns, CallLogColumns::Places, CallLogColumns::Places + 1);
         }
         result = m_dbAdapter->insertRow(m_tableName, columns, values, &m_lastNumber);
+        m_resultOfTooMany = hasTooManyCalls ? result : m_resultOfTooMany;
     }
     if (result == 0) {
         DAS_LOG(5, "writeRequest: written row UniqueId='%lld'\n", m_lastNumber);
@@ -428,8 +438,8 @@ int CallLogDAO::readRequest() {
                                          orderBy, m_resultRows, m_request.offset(),
                                          m_request.rowLimit());
     };
-    return readIntoBody(
-        read, [this](std::string& body, const Rows& rows) { appendRows(body, rows); });
+    return readIntoBody(read,
+                        [this](std::string& body, const Rows& rows) { appendRows(body, rows); });
 }
 
 int CallLogDAO::rowCountRequest() {

@@ -152,6 +152,8 @@ private:
     /// Stores one line of a file as a row of @p context, plain text.
     int importRow(const std::string& context, std::vector<std::string>& fields);
     int writeEntry(std::size_t index);
+    /// Those of an entry that names all places, as nearly every one does.
+    static const std::vector<std::string>& columnsOfFullRow();
     /// The cells of an entry in database form, in the order of the columns that it names.
     std::vector<std::string> valuesOf(std::size_t index) const;
     /// Appends the condition that the schema makes, if it is about one category.
@@ -177,6 +179,7 @@ private:
     AssignedNumbers m_numbers;
     std::string m_count;
     long long m_lastNumber = 0;
+    int m_resultOfTooMany = 0;  ///< of the first entry in a write that has too many calls
 };
 
 #endif

@@ -72,17 +72,28 @@ bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::s
     Rows rows;
     Places places;
     PairList orderBy;
-    if (adapter == nullptr || !findPlaces(*adapter, table, columns, places) ||
-        adapter->executeQuery(table, {}, conditions, orderBy, rows, "", "") != 0) {
+    if (adapter == nullptr || !findPlaces(*adapter, table, columns, places)) {
         return false;
     }
     if (!columns.empty()) {
         file.writeRow(columns);
     }
-    for (const auto& row : rows) {
-        file.writeRow(columns.empty() ? row : cellsAt(row, places));
+    int count = 0;
+    const auto read = [&] {
+        return adapter->executeQuery(table, {}, conditions, orderBy, rows, "", "");
+    };
+    const auto write = [&](Rows& piece) {
+        for (const auto& row : piece) {
+            file.writeRow(columns.empty() ? row : cellsAt(row, places));
+        }
+        count += static_cast<int>(piece.size());
+        piece.clear();
+        return true;
+    };
+    if (readInPieces(*adapter, rows, read, write) != 0) {
+        return false;
     }
-    DAS_LOG(5, "Reading complete - %d items found in table", static_cast<int>(rows.size()));
+    DAS_LOG(5, "Reading complete - %d items found in table", count);
     return file.finish();
 }
 

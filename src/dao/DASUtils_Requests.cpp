@@ -1,5 +1,10 @@
 // The frame of a generic request and its two bodies.
 
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+#include <unordered_map>
+
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "Work.h"
@@ -27,6 +32,9 @@ constexpr ReasonRow GenericReasons[] = {
     {&DASUtilsStrings::ReadRequest, &DASUtilsStrings::ReadResponse, &DataAccessObject::readRequest},
 };
 
+/// Rows in one request above this are looked for together.
+constexpr std::size_t LargeBatch = 500;
+
 PairList rowConditions(const std::string& user, const std::string& identifier) {
     return {{DASUtilsStrings::UserContextTagName, DASUtils::convertToDBFormat(user)},
             {DASUtilsStrings::IdTagName, identifier}};
@@ -44,13 +52,88 @@ void logNewValues(const PairList& newValues) {
 }
 
 int insertMissingRow(DatabaseAdapter& adapter, const std::string& table,
-                     const DASUtils::RowData& row, const PairList& conditions) {
+                     const DASUtils::RowData& row, const PairList& conditions,
+                     long long* rowId = nullptr) {
     PairList values = row.newValues;
     values.insert(values.end(), conditions.begin(), conditions.end());
-    const int result = adapter.insert(table, values, nullptr);
+    const int result = adapter.insert(table, values, rowId);
     DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::insert() returned %d", result);
     return result;
 }
+
+int updateFoundRow(DatabaseAdapter& adapter, const std::string& table, const DASUtils::RowData& row,
+                   PairList& conditions) {
+    PairList newValues = row.newValues;
+    const int result = adapter.update(table, conditions, newValues, false);
+    DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::update() returned %d", result);
+    return result;
+}
+
+/// The rows that a large batch finds in its table. Such tables have no key, so a look for each row
+/// would read the whole table each time, and a batch of new rows take the square of its size.
+class KnownRows {
+public:
+    KnownRows(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+              const std::vector<DASUtils::RowData>& batch) {
+        std::string sql = "SELECT CAST(Id AS INTEGER), rowid FROM " + table + " WHERE " +
+                          DASUtilsStrings::UserContextTagName + " = " +
+                          DASUtils::convertToDBFormat(user) + " AND Id IN (0";
+        for (const DASUtils::RowData& row : batch) {
+            if (const std::string number = plain(row.identifier); !number.empty()) {
+                sql += ',' + number;
+            }
+        }
+        Rows rows;
+        m_result = adapter.executeSQLQuery(sql + ");", rows);
+        for (const auto& row : rows) {
+            m_rowIds[row.at(0)].push_back(row.at(1));
+        }
+    }
+
+    int updateOrInsert(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+                       const DASUtils::RowData& row) {
+        const std::string number = plain(row.identifier);
+        if (m_result != 0 || number.empty()) {
+            return 1;
+        }
+        logNewValues(row.newValues);
+        auto& rowIds = m_rowIds[number];
+        PairList conditions = rowConditions(user, row.identifier);
+        if (rowIds.empty()) {
+            long long rowId = 0;
+            const int result = insertMissingRow(adapter, table, row, conditions, &rowId);
+            if (result == 0) {
+                rowIds.push_back(std::to_string(rowId));
+            }
+            return result;
+        }
+        if (rowIds.size() == 1) {
+            conditions.emplace_back("rowid", rowIds.front());
+        }
+        return updateFoundRow(adapter, table, row, conditions);
+    }
+
+private:
+    static constexpr std::size_t MostDigits = 18;
+
+    /// @p identifier as SQLite writes the number; empty if it is none, or of too many digits.
+    static std::string plain(const std::string& identifier) {
+        if (!DASUtils::isIdentifier(identifier)) {
+            return {};
+        }
+        const std::size_t first =
+            std::min(identifier.find_first_of("123456789"), identifier.size());
+        const std::size_t last = identifier.find_last_of("0123456789");
+        if (first <= last && last - first >= MostDigits) {
+            return {};
+        }
+        const long long number = std::strtoll(identifier.c_str() + first, nullptr, 10);
+        return std::to_string(identifier.find('-') == std::string::npos ? number : -number);
+    }
+
+    int m_result = 0;
+    std::unordered_map<std::string, std::vector<std::string>> m_rowIds;
+};
 
 int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
                  const DASUtils::RowData& row) {
@@ -60,7 +143,7 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
     PairList conditions = rowConditions(user, row.identifier);
     PairList counted = conditions;
     std::string count;
-    int result = adapter.countRows(table, counted, count);
+    const int result = adapter.countRows(table, counted, count);
     if (result != 0) {
         DAS_LOG(2,
                 "updateRequestHelper() DatabaseAdapter::getRowCount() failed for table='%s' "
@@ -69,13 +152,8 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
         return result;
     }
     logNewValues(row.newValues);
-    if (count == "0") {
-        return insertMissingRow(adapter, table, row, conditions);
-    }
-    PairList newValues = row.newValues;
-    result = adapter.update(table, conditions, newValues, false);
-    DAS_LOG(6, "updateRequestHelper() DatabaseAdapter::update() returned %d", result);
-    return result;
+    return count == "0" ? insertMissingRow(adapter, table, row, conditions)
+                        : updateFoundRow(adapter, table, row, conditions);
 }
 
 }  // namespace
@@ -180,13 +258,18 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
     if (transaction.beginResult() != 0) {
         return transaction.beginResult();
     }
+    std::optional<KnownRows> known;
+    if (rows.size() > LargeBatch) {
+        known.emplace(adapter, user, table, rows);
+    }
     int result = 1;
     for (const RowData& row : rows) {
         if (Work::isInterrupted()) {
             break;
         }
         if (!row.identifier.empty()) {
-            result = updateOneRow(adapter, user, table, row);
+            result = known ? known->updateOrInsert(adapter, user, table, row)
+                           : updateOneRow(adapter, user, table, row);
         }
     }
     // A batch that could not be committed is not there, whatever its last row said.

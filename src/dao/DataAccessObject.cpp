@@ -309,14 +309,7 @@ int DataAccessObject::readIntoBody(const std::function<int()>& read, const Appen
         return fits;
     };
     m_body.clear();
-    int result = 0;
-    {
-        const RowDrain drain(*m_dbAdapter, take);
-        result = read();
-    }
-    if (result == 0 && !m_resultRows.empty()) {
-        result = take(m_resultRows) ? 0 : 1;
-    }
+    const int result = readInPieces(*m_dbAdapter, m_resultRows, read, take);
     if (!fits) {
         DAS_LOG(2, "The answer of schema '%s' is too large: ask for fewer columns or rows",
                 m_schemaName.c_str());

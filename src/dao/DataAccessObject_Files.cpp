@@ -66,16 +66,24 @@ bool DataAccessObject::exportTable(const std::string& table, const std::string& 
     }
     Rows rows;
     PairList orderBy;
-    if (m_dbAdapter == nullptr ||
-        m_dbAdapter->executeQuery(table, {}, conditions, orderBy, rows, "", "") != 0) {
+    bool needsHeader = !version.empty();
+    const auto read = [&] {
+        return m_dbAdapter->executeQuery(table, {}, conditions, orderBy, rows, "", "");
+    };
+    const auto write = [&](Rows& piece) {
+        if (needsHeader && !writeHeader(*m_dbAdapter, table, version, file)) {
+            return false;
+        }
+        needsHeader = false;
+        for (const auto& row : piece) {
+            file.writeRow(row);
+        }
+        piece.clear();
+        return true;
+    };
+    if (m_dbAdapter == nullptr || readInPieces(*m_dbAdapter, rows, read, write) != 0) {
         DAS_LOG(2, "Table %s is not written to %s", table.c_str(), path.c_str());
         return false;
-    }
-    if (!rows.empty() && !version.empty() && !writeHeader(*m_dbAdapter, table, version, file)) {
-        return false;
-    }
-    for (const auto& row : rows) {
-        file.writeRow(row);
     }
     return file.finish();
 }

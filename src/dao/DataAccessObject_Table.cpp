@@ -63,6 +63,10 @@ int DataAccessObject::forEachEntry(std::size_t count,
     int result = 0;
     for (std::size_t entry = 0; entry < count && !Work::isInterrupted(); ++entry) {
         result = operation(entry);
+        // Nothing can be stored without the table, and many failures take long.
+        if (result != 0 && entry == 0 && count > 1 && !m_dbAdapter->isTableThere(m_tableName)) {
+            break;
+        }
     }
     // A batch that could not be committed is not there, whatever its last entry said.
     const int ended = transaction.end();

@@ -30,6 +30,16 @@ RowDrain::~RowDrain() {
     m_adapter.drainRows({});
 }
 
+int readInPieces(DatabaseAdapter& adapter, Rows& rows, const std::function<int()>& read,
+                 const RowDrain::Take& take) {
+    int result = 0;
+    {
+        const RowDrain drain(adapter, take);
+        result = read();
+    }
+    return result == 0 && !rows.empty() && !take(rows) ? 1 : result;
+}
+
 TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
     : m_adapter(adapter),
       m_beginResult(locks == Locks::AtOnce ? adapter.beginWriteTransaction()

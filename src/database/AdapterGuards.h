@@ -80,6 +80,11 @@ private:
     DatabaseAdapter& m_adapter;
 };
 
+/// Runs @p read, which reads into @p rows, and hands all rows to @p take, in pieces. The result of
+/// the read, 1 when @p take has ended it.
+[[nodiscard]] int readInPieces(DatabaseAdapter& adapter, Rows& rows,
+                               const std::function<int()>& read, const RowDrain::Take& take);
+
 /**
  * As long as it lives, the statements of this thread wait for other processes five seconds in all,
  * which is how long one alone waits: what comes after a wait without success fails at once. Without

@@ -3,6 +3,7 @@
 #include "ClientUtils.h"
 #include "DeviceFile.h"
 #include "Storage.h"
+#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "database/SqlText.h"
@@ -28,6 +29,16 @@ std::string quotedCell(const std::string& cell) {
     return "\"" + SqlText::escaped(ClientUtils::unescapeXMLString(cell), '"', '"') + "\"";
 }
 
+void writeQuoted(DeviceFileWriter& file, const std::vector<std::string>& row) {
+    const char* separator = "";
+    for (const std::string& cell : row) {
+        file.write(separator);
+        file.write(quotedCell(cell));
+        separator = ",";
+    }
+    file.write("\n");
+}
+
 }  // namespace
 
 bool DatabaseAdapter::createContactsCSV(const std::string& path) {
@@ -37,22 +48,22 @@ bool DatabaseAdapter::createContactsCSV(const std::string& path) {
         return false;
     }
     DAS_LOG(5, "creation of %s has begun", path.c_str());
+    file.write(contactsHeader);
     Rows rows;
-    if (executeActualSearchQuery(contactsQuery, rows) != 0) {
+    const auto write = [&file](Rows& piece) {
+        for (const auto& row : piece) {
+            writeQuoted(file, row);
+        }
+        piece.clear();
+        return true;
+    };
+    const auto read = [&] { return executeActualSearchQuery(contactsQuery, rows); };
+    if (readInPieces(*this, rows, read, write) != 0) {
         DAS_LOG(2, "error in the query of the contacts information");
         if (Storage::exists(path)) {
             return false;  // an older file says more
         }
-    }
-    file.write(contactsHeader);
-    for (const auto& row : rows) {
-        const char* separator = "";
-        for (const std::string& cell : row) {
-            file.write(separator);
-            file.write(quotedCell(cell));
-            separator = ",";
-        }
-        file.write("\n");
+        (void)write(rows);  // those that could be read
     }
     return file.finish();
 }

@@ -443,9 +443,15 @@ class Sockets(RemoteTest):
     def test_a_path_that_cannot_be_used_is_told(self):
         self.serve()
         (self.place / "folder").mkdir()
+        os.mkfifo(self.place / "pipe")
+        (self.place / "link").symlink_to(self.path)
+        (self.place / "dangling").symlink_to("nothing")
         rows = [("in use", self.path, "another host listens"),
                 ("a folder", self.place / "folder", "Is a directory"),
                 ("a file", self.file("file", "kept"), "File exists"),
+                ("a pipe", self.place / "pipe", "File exists"),
+                ("a link", self.place / "link", "File exists"),
+                ("a dangling link", self.place / "dangling", "File exists"),
                 ("too long", self.place / ("s" * 108), "at most 107 bytes"),
                 ("in no folder", self.place / "gone" / "s", "No such file"),
                 ("empty", "", "empty"),

@@ -68,8 +68,8 @@ TEST_F(LimitsTest, ARequestBeyondALimitIsAFailureAndStoresNothing) {
          "more than 10000 items of settings"},
         {"SipBaseSettings", "delete_request", "", "<x/>", "", 900, "delete_response",
          "more than 900 names in a deletion"},
-        {"CallLogMissedCalls", "delete_request", "", "<Entry><Surname>x</Surname></Entry>", "",
-         900, nullptr, "more than 900 names in a deletion"},
+        {"CallLogMissedCalls", "delete_request", "", "<Entry><Surname>x</Surname></Entry>", "", 900,
+         nullptr, "more than 900 names in a deletion"},
         {"FeatureKeys", "read_request", "<ResultCols>Id", " Label", "</ResultCols>", 899,
          "read_response", "more than 900 names in ResultCols"},
         {"SipBaseSettings", "read_request", "<ResultCols>Id", " Label", "</ResultCols>", 899,
@@ -104,6 +104,54 @@ TEST_F(LimitsTest, ARequestBeyondALimitIsAFailureAndStoresNothing) {
     }
 }
 
+// Each new row was looked for in the whole table: 10,000 of them let all others wait for 12 s.
+TEST_F(LimitsTest, ALargeBatchStoresWhatSmallOnesDo) {
+    Log::setLevel(2);
+    makeTables();
+    std::vector<std::string> entries;
+    for (const char* number : {"100", " 101", "102 ", "+103", "0104", "-7", "-0", "0", "100",
+                               "00000000000000000000105", "x", "", "5000"}) {
+        entries.push_back(xml::entry({{"Id", number}, {"Label", std::string("l") + number}}));
+    }
+    sql("DELETE FROM FEATURE_KEYS");
+    sql("INSERT INTO FEATURE_KEYS (UserContext, Id) VALUES ('base', 100), ('base', 106), "
+        "('base', 106), ('visitor', 100), ('visitor', 106), ('visitor', 106)");
+    for (int i = 0; i < 600; ++i) {
+        entries.push_back(xml::entry({{"Id", std::to_string(i)}, {"Label", std::to_string(i)}}));
+    }
+    const auto sent = [&](const char* user, std::size_t size) {
+        for (std::size_t first = 0; first < entries.size(); first += size) {
+            std::string some;
+            for (std::size_t i = first; i < std::min(first + size, entries.size()); ++i) {
+                some += entries[i];
+            }
+            EXPECT_EQ(
+                xml::reasonOf(send("FeatureKeys", "update_request", xml::context(user, some))),
+                "update_response");
+        }
+        return sql(
+            std::string("SELECT Id, Label, typeof(Id) FROM FEATURE_KEYS WHERE UserContext = '") +
+            user + "' ORDER BY rowid");
+    };
+    const Rows small = sent("visitor", 100);
+    EXPECT_GT(small.size(), 600U);
+    EXPECT_EQ(sent("base", entries.size()), small);
+    EXPECT_EQ(xml::reasonOf(send("FeatureKeys", "update_request",
+                                 repeated(600, "<Entry><Id>9999999999999999999</Id></Entry>"))),
+              "failure");
+}
+
+// A batch failed at each of its rows before its table was made.
+TEST_F(LimitsTest, WithoutATableABatchFailsOnce) {
+    for (const char* schema : {"CallLogMissedCalls", "Conversations"}) {
+        EXPECT_EQ(xml::reasonOf(send(schema, "write_request", repeated(50, "<Entry></Entry>"))),
+                  "write_response");
+    }
+    EXPECT_LT(m_log.count("no such table: C"), 20);
+    EXPECT_EQ(cell("SELECT count(*) FROM CALL_LOG"), "50");
+    EXPECT_EQ(cell("SELECT count(*) FROM CONVERSATIONS"), "50");
+}
+
 // Calls that no row has room for took 400 bytes each.
 TEST_F(LimitsTest, OnlyTheEntryWithTooManyCallsFails) {
     const std::string call = "<Item><Number>1</Number><TimeDate>t</TimeDate></Item>";
@@ -111,11 +159,12 @@ TEST_F(LimitsTest, OnlyTheEntryWithTooManyCallsFails) {
         return "<Entry>" + xml::element("Surname", name) +
                xml::element("LogList", repeated(calls, call)) + "</Entry>";
     };
-    EXPECT_EQ(xml::reasonOf(send("CallLogMissedCalls", "write_request",
-                                 entry("many", 30000) + entry("ten", 10) + entry("one", 1))),
+    EXPECT_EQ(xml::reasonOf(send(
+                  "CallLogMissedCalls", "write_request",
+                  entry("many", 30000) + entry("many", 11) + entry("ten", 10) + entry("one", 1))),
               "write_response");
     EXPECT_EQ(xml::valuesOf(send("CallLogMissedCalls", "read_request"), "Surname"), "ten|one");
-    EXPECT_TRUE(m_log.has(3, "has no column named MornetTStimeFormat10"));
+    EXPECT_EQ(m_log.count("has no column named MornetTStimeFormat10"), 1);
     EXPECT_EQ(cell("SELECT Number0 || Number9 || TimeDate9 FROM CALL_LOG WHERE Surname = 'ten'"),
               "11t");
 }
@@ -126,9 +175,9 @@ TEST_F(LimitsTest, AnAnswerThatIsTooLargeIsAFailure) {
     sql("INSERT INTO CONVERSATIONS VALUES (1, 'base', '1', '1')");
     sql("INSERT INTO PHONE_BOOK (UserContext, UniqueID, Surname) VALUES ('base', 1, 'x')");
     sql("INSERT INTO CALL_LOG (UserContext, UniqueId, Surname) VALUES ('base', 1, 'x')");
-    for (const char* schema : {"FeatureKeys", "CallGroup", "PhoneBook", "CallLog",
-                               "CallLogAndPhoneBook", "Conversations", "CodecSettings",
-                               "SipBaseSettings"}) {
+    for (const char* schema :
+         {"FeatureKeys", "CallGroup", "PhoneBook", "CallLog", "CallLogAndPhoneBook",
+          "Conversations", "CodecSettings", "SipBaseSettings"}) {
         SCOPED_TRACE(schema);
         const std::string answer = send(schema, "read_request");
         const std::size_t size = xml::dataOf(answer).size();
@@ -194,7 +243,9 @@ TEST_F(LimitsTest, AnInterruptedRequestIsRolledBackAndWaitsForNoLock) {
     const std::string two = xml::entry({{"Surname", "a"}}) + xml::entry({{"Surname", "b"}});
     const std::function<void()> works[] = {
         [&] { (void)send("PhoneBook", "write_request", two); },
-        [&] { (void)send("PhoneBook", "write_request", xml::entry({{"Surname", "a"}})); },
+        [&] {
+            (void)send("PhoneBook", "write_request", xml::entry({{"Surname", "a"}}));
+        },
         [&] { (void)send("SipBaseSettings", "update_request", "<Kept>w</Kept><b>1</b>"); },
         [&] { (void)send("PhoneBook", "delete_request"); },
         [&] { service().importData("PhoneBook", base, "/tmp/in.csv"); },
