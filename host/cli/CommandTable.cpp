@@ -21,7 +21,8 @@ const Argument SchemaArgument{"SCHEMA", Words::Schema, true, false,
                               "Name of the schema; das schemas lists them"};
 const Argument ValuesArgument{"NAME=VALUE", Words::Assignment, true, true,
                               "Columns, or items of settings, and their values"};
-const char* const PathText = "Path in the telephone's own files, which stand below --root";
+const char* const FileText =
+    "A file, - for the standard streams, or device:/PATH for a file of the telephone below --root";
 
 const Exit EndsByInterrupt{ExitInterrupted, "interrupted by Ctrl-C"};
 
@@ -193,26 +194,36 @@ const std::vector<Row>& CommandTable::rows() {
          nullptr,
          Data::Read},
         {"export",
-         "Write the table of a schema to a data file",
-         "A schema without data files is refused.",
-         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
-         {{"--context", "USER", Words::User, "Rows of base or visitor; of everybody without it"}},
+         "Write the rows of a schema to a data file",
+         "Rows that the form of data files can't carry, such as one with a line feed, are counted and "
+         "left out; das read SCHEMA --output csv carries all.",
+         {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
+         {{"--context", "USER", Words::User, "Rows of base or visitor; of all users without it"}},
          false,
-         {{"das export PhoneBook /tmp/book.csv", "writes all contacts"}},
+         {{"das export PhoneBook book.csv --context base", "writes the contacts of base"},
+          {"das export PhoneBook device:/tmp/book.csv", "writes all contacts to the telephone"}},
          {EndsByInterrupt},
          makeExportCommand,
          nullptr,
          Data::Read},
         {"import",
-         "Read a data file into the table of a schema",
-         "With --context the rows of that user are replaced; without it, the file's rows take the "
-         "place of those with the same key. The import is one transaction: interrupted, it leaves "
-         "the table as it was. Rows that do not fit the table are told, and the others stay.",
-         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
-         {{"--context", "USER", Words::User, "Replace the rows of base or visitor"}},
+         "Import rows from a CSV file",
+         "A file whose first line names columns, as das read SCHEMA --output csv prints them, changes "
+         "these columns of the rows that it numbers and adds the others. A data file replaces the rows "
+         "of --context; without --context its rows take the place of those with the same key. The whole "
+         "file is checked first, and its rows are stored all or none. Before most rows of a user go, "
+         "das asks.",
+         {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
+         {{"--context", "USER", Words::User, "Whose rows: base or visitor"},
+          {"--dry-run", "", Words::Any, "Say what the import would do, and change nothing"},
+          {"--yes", "", Words::Any, "Do not ask"}},
          false,
-         {{"das import PhoneBook /data/demo.csv --context base", "replaces the contacts of base"}},
-         {EndsByInterrupt},
+         {{"das import PhoneBook device:/data/demo.csv --context base",
+           "replaces the contacts of base by those of a file on the telephone"},
+          {"das read PhoneBook --output csv | das import PhoneBook - --dry-run",
+           "says what an import of all contacts would do"}},
+         {EndsByInterrupt,
+          {ExitUsage, "wrong usage, a wrong line in the file, or a socket that can't be used"}},
          makeImportCommand},
         {"profile",
          "Print the current user, or change it",

@@ -70,11 +70,17 @@ std::string joined(const std::vector<ImportFile::Refusal>& refusals) {
     return text;
 }
 
-/// Adds what came of an import. @p isChecked: nothing was wrong with what was to be imported.
-void addImported(const DASImported& result, bool isChecked, const std::string& words,
+/// What is known of a text before it is imported.
+struct Check {
+    bool isGood;  ///< so that it was given to the service
+    bool hasNames;
+};
+
+void addImported(const DASImported& result, const Check& check, const std::string& words,
                  Method& answer) {
     answer.addBoolParameter("Acknowledge", result.isDone, Parameter::out);
-    answer.addBoolParameter("Checked", isChecked, Parameter::out);
+    answer.addBoolParameter("Checked", check.isGood, Parameter::out);
+    answer.addBoolParameter("ColumnNames", check.hasNames, Parameter::out);
     answer.addStringParameter("Words", words, Parameter::out);
     answer.addStringParameter("User", result.user, Parameter::out);
     answer.addIntParameter("Before", static_cast<int>(result.before), Parameter::out);
@@ -83,7 +89,7 @@ void addImported(const DASImported& result, bool isChecked, const std::string& w
 }
 
 void addRefused(const std::string& words, Method& answer) {
-    addImported({}, false, words, answer);
+    addImported({}, {false, false}, words, answer);
 }
 
 void importFile(const ImportFile& file, const DASImport& what, Executable& service,
@@ -97,7 +103,7 @@ void importFile(const ImportFile& file, const DASImport& what, Executable& servi
         result.refusal = "the service library is older and imports no texts";
     }
     const bool isOneRow = result.refusedRow < file.rows().size();
-    addImported(result, true,
+    addImported(result, {true, file.hasNames()},
                 isOneRow
                     ? ImportFile::Refusal{file.lineOf(result.refusedRow), result.refusal}.text()
                     : result.refusal,

@@ -9,6 +9,7 @@
 #include "Work.h"
 #include "dao/CsvFile.h"
 #include "dao/DASUtils.h"
+#include "dao/DataAccessObject.h"
 #include "dao/NamedRows.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
