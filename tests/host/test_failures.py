@@ -156,7 +156,7 @@ class Errors(DemoTest):
                  "/data/none: No such file or directory; it stands below --root, at .*/root/data/none"),
                 ("import PhoneBook device:/data --context base", 2, "/data: Is a directory"),
                 ("import PhoneBook device:/data/pipe --context base", 2,
-                 "device:/data/pipe: it can't be read; the log says why"),
+                 "device:/data/pipe: Cannot open /data/pipe: it is a pipe; name a regular file"),
                 ("export PhoneBook none/x", 2, "none/x: No such file or directory"),
                 ("export PhoneBook device:/none/x", 2, "/none/x: No such file or directory; .*root/none"),
                 ("export PhoneBook device:/../x", 2, "Operation not permitted; it leads out of the"),
