@@ -21,7 +21,8 @@ const Argument SchemaArgument{"SCHEMA", Words::Schema, true, false,
                               "Name of the schema; das schemas lists them"};
 const Argument ValuesArgument{"NAME=VALUE", Words::Assignment, true, true,
                               "Columns, or items of settings, and their values"};
-const char* const PathText = "Path in the telephone's own files, which stand below --root";
+const char* const FileText =
+    "A file, - for the standard streams, or device:/PATH for a file of the telephone below --root";
 
 const Exit EndsByInterrupt{ExitInterrupted, "interrupted by Ctrl-C"};
 
@@ -31,7 +32,8 @@ const std::vector<Option>& CommandTable::commonOptions() {
     static const std::vector<Option> options = {
         {"--db", "DIR", Words::Folder, "Directory of phone.db (DB_PATH)"},
         {"--root", "DIR", Words::Folder, "Root of the telephone's files (DAS_ROOT)"},
-        {"--socket", "PATH", Words::File, "Socket of a running host, which then does the work"},
+        {"--socket", "PATH", Words::File,
+         "Socket of a running host, which then does the work (DAS_SOCKET)"},
     };
     return options;
 }
@@ -80,7 +82,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das serve --socket other.sock", "serves programs that connect to other.sock"}},
          {},
-         makeServeCommand},
+         makeServeCommand,
+         nullptr,
+         Data::Apart},
         {"watch",
          "Print each change of the user, and each status item, of a running host",
          "Says \"watching\" on standard error once it listens, and goes on until the host ends.",
@@ -89,7 +93,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das watch --socket das.sock", "listens to the host at das.sock"}},
          {},
-         makeWatchCommand},
+         makeWatchCommand,
+         nullptr,
+         Data::OfHost},
         {"schemas",
          "List the schemas, or tell all about one",
          "With a name: its table, users, key, default rows, reasons and columns, a line each. "
@@ -101,7 +107,9 @@ const std::vector<Row>& CommandTable::rows() {
          {{"das schemas", "lists all schemas"},
           {"das schemas PhoneBook --output json", "tells what the phone book has, as JSON"}},
          {},
-         makeSchemasCommand},
+         makeSchemasCommand,
+         nullptr,
+         Data::Apart},
         {"schema",
          "Print what messages look like, for other programs",
          "With a name: an XML schema of the requests to a schema, or of its answers. --json prints "
@@ -116,7 +124,9 @@ const std::vector<Row>& CommandTable::rows() {
          {{"das schema PhoneBook --xsd", "prints how requests to the phone book look"},
           {"das schema --json", "prints how the remote methods are called"}},
          {},
-         makeSchemaCommand},
+         makeSchemaCommand,
+         nullptr,
+         Data::Apart},
         {"read",
          "Read rows, or settings",
          "Values are shown as they are stored. A call log has a line for each call.",
@@ -133,7 +143,9 @@ const std::vector<Row>& CommandTable::rows() {
           {"das read PhoneBook --cols Surname,Firstname,Office --limit 5 --output table",
            "reads some columns of the first contacts"}},
          {},
-         makeReadCommand},
+         makeReadCommand,
+         nullptr,
+         Data::Read},
         {"set",
          "Set columns of a row, or items of settings",
          "Sends an update. Without --context the row is that of the current user. Contacts and "
@@ -178,26 +190,40 @@ const std::vector<Row>& CommandTable::rows() {
          true,
          {{"das search +49891000007", "finds who has this number"}},
          {},
-         makeSearchCommand},
+         makeSearchCommand,
+         nullptr,
+         Data::Read},
         {"export",
-         "Write the table of a schema to a data file",
-         "A schema without data files is refused.",
-         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
-         {{"--context", "USER", Words::User, "Rows of base or visitor; of everybody without it"}},
+         "Write the rows of a schema to a data file",
+         "Rows that the form of data files can't carry, such as one with a line feed, are counted and "
+         "left out; das read SCHEMA --output csv carries all.",
+         {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
+         {{"--context", "USER", Words::User, "Rows of base or visitor; of all users without it"}},
          false,
-         {{"das export PhoneBook /tmp/book.csv", "writes all contacts"}},
+         {{"das export PhoneBook book.csv --context base", "writes the contacts of base"},
+          {"das export PhoneBook device:/tmp/book.csv", "writes all contacts to the telephone"}},
          {EndsByInterrupt},
-         makeExportCommand},
+         makeExportCommand,
+         nullptr,
+         Data::Read},
         {"import",
-         "Read a data file into the table of a schema",
-         "With --context the rows of that user are replaced; without it, the file's rows take the "
-         "place of those with the same key. The import is one transaction: interrupted, it leaves "
-         "the table as it was. Rows that do not fit the table are told, and the others stay.",
-         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
-         {{"--context", "USER", Words::User, "Replace the rows of base or visitor"}},
+         "Import rows from a CSV file",
+         "A file whose first line names columns, as das read SCHEMA --output csv prints them, changes "
+         "these columns of the rows that it numbers and adds the others. A data file replaces the rows "
+         "of --context; without --context its rows take the place of those with the same key. The whole "
+         "file is checked first, and its rows are stored all or none. Before most rows of a user go, "
+         "das asks.",
+         {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
+         {{"--context", "USER", Words::User, "Whose rows: base or visitor"},
+          {"--dry-run", "", Words::Any, "Say what the import would do, and change nothing"},
+          {"--yes", "", Words::Any, "Do not ask"}},
          false,
-         {{"das import PhoneBook /data/demo.csv --context base", "replaces the contacts of base"}},
-         {EndsByInterrupt},
+         {{"das import PhoneBook device:/data/demo.csv --context base",
+           "replaces the contacts of base by those of a file on the telephone"},
+          {"das read PhoneBook --output csv | das import PhoneBook - --dry-run",
+           "says what an import of all contacts would do"}},
+         {EndsByInterrupt,
+          {ExitUsage, "wrong usage, a wrong line in the file, or a socket that can't be used"}},
          makeImportCommand},
         {"profile",
          "Print the current user, or change it",
@@ -243,7 +269,9 @@ const std::vector<Row>& CommandTable::rows() {
          true,
          {{"das check", "looks at phone.db"}},
          {{ExitFailure, "the database has a fault"}},
-         makeCheckCommand},
+         makeCheckCommand,
+         nullptr,
+         Data::OfFile},
         {"demo",
          "Make a telephone to play with",
          "In a new folder: a database with 200 contacts, calls and labelled keys, and the files of "
@@ -254,7 +282,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das demo telephone", "makes the folder telephone"}},
          {},
-         makeDemoCommand},
+         makeDemoCommand,
+         nullptr,
+         Data::Apart},
         {"help",
          "Print the help of das or of a command",
          "The manual page and the completion are made from the same table as the help.",
@@ -265,7 +295,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das help read", "prints the help of das read"}},
          {},
-         makeHelpCommand},
+         makeHelpCommand,
+         nullptr,
+         Data::Apart},
     };
     return all;
 }
@@ -308,6 +340,7 @@ std::vector<Exit> CommandTable::exitsOf(const Row& row) {
 const std::vector<Variable>& CommandTable::environment() {
     static const std::vector<Variable> variables = {
         {"DB_PATH", "directory of phone.db"},
+        {"DAS_SOCKET", "socket of a running host, for commands without --db and DB_PATH"},
         {"DAS_ROOT", "root of the telephone's files"},
         {"DAS_LOG", "highest level of the log on standard error; 2 when unset"},
         {"DAS_HARDWARE", "the model: words such as subvariant=3, joined by commas"},

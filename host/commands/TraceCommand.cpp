@@ -99,8 +99,8 @@ public:
             return sendHere(arguments);
         }
         if (arguments.has("FILE")) {
-            Complaint::tell("trace: files have no place beside --socket",
-                            "send them by das request --socket");
+            Complaint::tell("trace: a host takes no files, neither by --socket nor by DAS_SOCKET",
+                            "send them by das request, or name the folder of phone.db by --db");
             return ExitUsage;
         }
         return follow(*options.socket, arguments);

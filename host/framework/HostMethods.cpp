@@ -5,6 +5,7 @@
 
 #include "framework/Client.h"
 #include "framework/HostFramework.h"
+#include "framework/TextTransfer.h"
 
 namespace {
 
@@ -26,6 +27,14 @@ void tellLastFailures(const HostCall& call, Method& answer) {
     answer.addBoolParameter("HasFailed", failures.hasFailed(), Parameter::out);
 }
 
+void importText(const HostCall& call, Method& answer) {
+    TextTransfer::importText(call.request, call.service, *call.client, answer);
+}
+
+void exportText(const HostCall& call, Method& answer) {
+    TextTransfer::exportText(call.request, call.service, *call.client, answer);
+}
+
 /// Carries out a call and adds the out parameters to its answer.
 using Function = void (*)(const HostCall& call, Method& answer);
 
@@ -33,6 +42,8 @@ const std::pair<const char*, Function> Functions[] = {
     {"AddStatusListener", addStatusListener},
     {"AddLogListener", addLogListener},
     {"LastFailures", tellLastFailures},
+    {"ImportText", importText},
+    {"ExportText", exportText},
 };
 
 }  // namespace
