@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "schemas/AnswerReader.h"
+#include "schemas/RequestText.h"
 
 namespace {
 
@@ -72,7 +73,9 @@ Sheet settingsOf(const std::vector<Row>& rows, const std::vector<std::string>& n
 
 Sheet AnswerSheet::of(const KnownSchemas::Entry& schema, const std::string& answer,
                       const std::vector<std::string>& columns) {
-    const auto rows = AnswerReader::rowsOf(answer);
+    const bool isAsked = RequestText::formOf(schema) == RequestText::Form::Rows;
+    const auto rows = AnswerReader::rowsOf(
+        schema, isAsked ? columns : std::vector<std::string>(), answer);
     if (schema.elements.empty()) {
         return settingsOf(rows, columns);
     }
