@@ -13,6 +13,7 @@
 #include "cli/Command.h"
 #include "cli/CommandLine.h"
 #include "client/HostOptions.h"
+#include "client/ServicePlace.h"
 #include "terminal/Complaint.h"
 
 namespace {
@@ -38,6 +39,22 @@ void exportToEnvironment(const HostOptions& options) {
     }
 }
 
+/// Finds the service for a command. False when the command needs a database that is not there.
+bool findService(const CommandLine& line, HostOptions& options) {
+    using CommandTable::Data;
+    const bool isTrial = line.arguments().has("--dry-run");
+    const Data data = isTrial ? Data::Read : line.command().data;
+    if (data == Data::Apart) {
+        return true;
+    }
+    if (data != Data::OfFile) {
+        ServicePlace::find(options, data == Data::OfHost ? ServicePlace::Needs::Host
+                                                         : ServicePlace::Needs::Service);
+    }
+    const bool needsDatabase = data == Data::OfFile || (data == Data::Read && !options.socket);
+    return !needsDatabase || ServicePlace::hasDatabase();
+}
+
 int runCommandLine(const std::vector<std::string>& words) {
     CommandLine line;
     std::string text;
@@ -45,8 +62,12 @@ int runCommandLine(const std::vector<std::string>& words) {
         std::cout << text << std::flush;
         return std::cout.good() ? *status : Complaint::outputFailed();
     }
-    exportToEnvironment(line.options());
-    return line.command().make()->run(line.options(), line.arguments());
+    HostOptions options = line.options();
+    exportToEnvironment(options);
+    if (!findService(line, options)) {
+        return ExitUsage;
+    }
+    return line.command().make()->run(options, line.arguments());
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include "cli/Command.h"
 #include "client/HostOptions.h"
-#include "wire/KnownMethods.h"
+#include "wire/Methods.h"
 
 using namespace CommandTable;
 
@@ -21,7 +21,8 @@ const Argument SchemaArgument{"SCHEMA", Words::Schema, true, false,
                               "Name of the schema; das schemas lists them"};
 const Argument ValuesArgument{"NAME=VALUE", Words::Assignment, true, true,
                               "Columns, or items of settings, and their values"};
-const char* const PathText = "Path in the telephone's own files, which stand below --root";
+const char* const FileText =
+    "A file, - for the standard streams, or device:/PATH for a file of the telephone below --root";
 
 const Exit EndsByInterrupt{ExitInterrupted, "interrupted by Ctrl-C"};
 
@@ -31,7 +32,8 @@ const std::vector<Option>& CommandTable::commonOptions() {
     static const std::vector<Option> options = {
         {"--db", "DIR", Words::Folder, "Directory of phone.db (DB_PATH)"},
         {"--root", "DIR", Words::Folder, "Root of the telephone's files (DAS_ROOT)"},
-        {"--socket", "PATH", Words::File, "Socket of a running host, which then does the work"},
+        {"--socket", "PATH", Words::File,
+         "Socket of a running host, which then does the work (DAS_SOCKET)"},
     };
     return options;
 }
@@ -65,12 +67,12 @@ const std::vector<Row>& CommandTable::rows() {
          "NAME:=VALUE is a string in every case. Each out parameter is printed as NAME=VALUE.",
          {{"METHOD", Words::Method, true, false, "Name of the method"},
           {"NAME=VALUE", Words::Assignment, false, true, "In parameters"}},
-         {},
+         {{"--yes", "", Words::Any, "Do not ask before a factory reset"}},
          false,
          {{"das call setProfile NewProfile=base", "makes base the current user"}},
          {},
          makeCallCommand,
-         KnownMethods::listing},
+         Methods::listing},
         {"serve",
          "Serve other processes, over the socket --socket or over standard streams",
          "Many clients at once, until SIGTERM or SIGINT; with --stdio one, until the input ends. A "
@@ -80,7 +82,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das serve --socket other.sock", "serves programs that connect to other.sock"}},
          {},
-         makeServeCommand},
+         makeServeCommand,
+         nullptr,
+         Data::Apart},
         {"watch",
          "Print each change of the user, and each status item, of a running host",
          "Says \"watching\" on standard error once it listens, and goes on until the host ends.",
@@ -89,7 +93,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das watch --socket das.sock", "listens to the host at das.sock"}},
          {},
-         makeWatchCommand},
+         makeWatchCommand,
+         nullptr,
+         Data::OfHost},
         {"schemas",
          "List the schemas, or tell all about one",
          "With a name: its table, users, key, default rows, reasons and columns, a line each. "
@@ -101,7 +107,9 @@ const std::vector<Row>& CommandTable::rows() {
          {{"das schemas", "lists all schemas"},
           {"das schemas PhoneBook --output json", "tells what the phone book has, as JSON"}},
          {},
-         makeSchemasCommand},
+         makeSchemasCommand,
+         nullptr,
+         Data::Apart},
         {"schema",
          "Print what messages look like, for other programs",
          "With a name: an XML schema of the requests to a schema, or of its answers. --json prints "
@@ -116,15 +124,19 @@ const std::vector<Row>& CommandTable::rows() {
          {{"das schema PhoneBook --xsd", "prints how requests to the phone book look"},
           {"das schema --json", "prints how the remote methods are called"}},
          {},
-         makeSchemaCommand},
+         makeSchemaCommand,
+         nullptr,
+         Data::Apart},
         {"read",
          "Read rows, or settings",
-         "Values are shown as they are stored. A call log has a line for each call.",
+         "Values are shown as they are stored. A call log has a line for each call. A table shows the "
+         "columns that people look for, without those that are blank in all rows; the other formats "
+         "have all columns.",
          {SchemaArgument},
          {ContextOption,
           IdOption,
           {"--cols", "COLUMNS", Words::Any,
-           "Only these columns, or items of settings, with commas between them"},
+           "Only these columns, or items of settings, with commas between them; '*' is all columns"},
           WhereOption,
           {"--offset", "N", Words::Any, "Leave out the first N rows"},
           {"--limit", "N", Words::Any, "Show at most N rows"}},
@@ -133,7 +145,9 @@ const std::vector<Row>& CommandTable::rows() {
           {"das read PhoneBook --cols Surname,Firstname,Office --limit 5 --output table",
            "reads some columns of the first contacts"}},
          {},
-         makeReadCommand},
+         makeReadCommand,
+         nullptr,
+         Data::Read},
         {"set",
          "Set columns of a row, or items of settings",
          "Sends an update. Without --context the row is that of the current user. Contacts and "
@@ -164,7 +178,11 @@ const std::vector<Row>& CommandTable::rows() {
          "everything of a user must be asked for by --all.",
          {SchemaArgument,
           {"ITEM", Words::Any, false, true, "Items of settings; each goes for every user"}},
-         {ContextOption, IdOption, WhereOption, {"--all", "", Words::Any, "All rows of the user"}},
+         {ContextOption,
+          IdOption,
+          WhereOption,
+          {"--all", "", Words::Any, "All rows of the user"},
+          {"--yes", "", Words::Any, "With --all, do not ask"}},
          false,
          {{"das delete PhoneBook --where Surname=Amber", "deletes contacts of that name"},
           {"das delete Locale Language", "deletes an item of the settings"}},
@@ -178,26 +196,54 @@ const std::vector<Row>& CommandTable::rows() {
          true,
          {{"das search +49891000007", "finds who has this number"}},
          {},
-         makeSearchCommand},
+         makeSearchCommand,
+         nullptr,
+         Data::Read},
+        {"find",
+         "Find contacts by a part of a name, or by the end of a number",
+         "Gives the contacts of the user whose name, company or e-mail holds the text, in capitals or "
+         "not, or one of whose numbers ends with its digits, four at least. Blanks, brackets, dashes, "
+         "slashes, dots and a leading +, 00 or 0 count for nothing in numbers.",
+         {{"TEXT", Words::Any, true, false, "A part of a name, or a number"}},
+         {ContextOption, {"--limit", "N", Words::Any, "Show at most N contacts"}},
+         true,
+         {{"das find abel", "finds contacts by their name"},
+          {"das find '00007'", "finds contacts by the end of a number"}},
+         {{ExitFailure, "no contact was found, or the service answered a failure"}},
+         makeFindCommand,
+         nullptr,
+         Data::Read},
         {"export",
-         "Write the table of a schema to a data file",
-         "A schema without data files is refused.",
-         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
-         {{"--context", "USER", Words::User, "Rows of base or visitor; of everybody without it"}},
+         "Write the rows of a schema to a data file",
+         "Rows that the form of data files can't carry, such as one with a line feed, are counted and "
+         "left out; das read SCHEMA --output csv carries all.",
+         {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
+         {{"--context", "USER", Words::User, "Rows of base or visitor; of all users without it"}},
          false,
-         {{"das export PhoneBook /tmp/book.csv", "writes all contacts"}},
+         {{"das export PhoneBook book.csv --context base", "writes the contacts of base"},
+          {"das export PhoneBook device:/tmp/book.csv", "writes all contacts to the telephone"}},
          {EndsByInterrupt},
-         makeExportCommand},
+         makeExportCommand,
+         nullptr,
+         Data::Read},
         {"import",
-         "Read a data file into the table of a schema",
-         "With --context the rows of that user are replaced; without it, the file's rows take the "
-         "place of those with the same key. The import is one transaction: interrupted, it leaves "
-         "the table as it was. Rows that do not fit the table are told, and the others stay.",
-         {SchemaArgument, {"FILE", Words::Any, true, false, PathText}},
-         {{"--context", "USER", Words::User, "Replace the rows of base or visitor"}},
+         "Import rows from a CSV file",
+         "A file whose first line names columns, as das read SCHEMA --output csv prints them, changes "
+         "these columns of the rows that it numbers and adds the others. A data file replaces the rows "
+         "of --context; without --context its rows take the place of those with the same key. The whole "
+         "file is checked first, and its rows are stored all or none. Before most rows of a user go, "
+         "das asks.",
+         {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
+         {{"--context", "USER", Words::User, "Whose rows: base or visitor"},
+          {"--dry-run", "", Words::Any, "Say what the import would do, and change nothing"},
+          {"--yes", "", Words::Any, "Do not ask"}},
          false,
-         {{"das import PhoneBook /data/demo.csv --context base", "replaces the contacts of base"}},
-         {EndsByInterrupt},
+         {{"das import PhoneBook device:/data/demo.csv --context base",
+           "replaces the contacts of base by those of a file on the telephone"},
+          {"das read PhoneBook --output csv | das import PhoneBook - --dry-run",
+           "says what an import of all contacts would do"}},
+         {EndsByInterrupt,
+          {ExitUsage, "wrong usage, a wrong line in the file, or a socket that can't be used"}},
          makeImportCommand},
         {"profile",
          "Print the current user, or change it",
@@ -243,7 +289,65 @@ const std::vector<Row>& CommandTable::rows() {
          true,
          {{"das check", "looks at phone.db"}},
          {{ExitFailure, "the database has a fault"}},
-         makeCheckCommand},
+         makeCheckCommand,
+         nullptr,
+         Data::OfFile},
+        {"backup",
+         "Copy the database and its key to a new folder",
+         "Also while a host runs: the copy is the state after its last commit, and a commit is waited "
+         "for, five seconds at most. Folder and files are for their owner alone. Not for use with "
+         "--socket.",
+         {{"DIR", Words::Folder, true, false, "The folder to make"}},
+         {},
+         false,
+         {{"das backup backup", "makes the folder backup"}},
+         {{ExitFailure, "the database could not be copied, and no folder was made"}},
+         makeBackupCommand,
+         nullptr,
+         Data::OfFile},
+        {"restore",
+         "Put a backup in the place of the database",
+         "For use while no host runs. The backup is checked first. What was there, with its journal, "
+         "goes to a folder before-restore-TIME next to it; then key and database are put in place. "
+         "Not for use with --socket.",
+         {{"DIR", Words::Folder, true, false, "A folder that das backup made"}},
+         {},
+         false,
+         {{"das backup copy && das restore copy", "saves and restores the telephone"}},
+         {{ExitFailure, "the backup has a fault, or a file could not be moved"},
+          {ExitUsage, "wrong usage, no backup in the folder, or a host runs"}},
+         makeRestoreCommand,
+         nullptr,
+         Data::Apart},
+        {"diff",
+         "Compare two databases cell by cell",
+         "Prints a line for each cell that differs: table, key of the row, column, old and new value, "
+         "with tabs between them. A NULL is \\N, a row or column that is not there \\-, a backslash "
+         "stands doubled, control characters are escaped, and secrets are *****.",
+         {{"DIR1", Words::Folder, true, false, "The folder of the older database"},
+          {"DIR2", Words::Folder, true, false, "The folder of the newer one"}},
+         {},
+         false,
+         {{"das diff $DB_PATH $DB_PATH", "compares a database with itself"}},
+         {{ExitSuccess, "they are alike"},
+          {ExitFailure, "they differ"},
+          {ExitUsage, "wrong usage, or a database that can't be read"}},
+         makeDiffCommand,
+         nullptr,
+         Data::Apart},
+        {"rehearse",
+         "Show what the next start would change in the database",
+         "Starts the service on a copy of the database and of the telephone's files, and prints what "
+         "the upgrade changes, as das diff does. Failures that it logs, and how long it takes, are on "
+         "standard error. The originals are opened for reading only. Not for use with --socket.",
+         {},
+         {},
+         false,
+         {{"das rehearse", "shows what an upgrade would do"}},
+         {{ExitFailure, "a step of the upgrade failed"}},
+         makeRehearseCommand,
+         nullptr,
+         Data::OfFile},
         {"demo",
          "Make a telephone to play with",
          "In a new folder: a database with 200 contacts, calls and labelled keys, and the files of "
@@ -254,7 +358,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das demo telephone", "makes the folder telephone"}},
          {},
-         makeDemoCommand},
+         makeDemoCommand,
+         nullptr,
+         Data::Apart},
         {"help",
          "Print the help of das or of a command",
          "The manual page and the completion are made from the same table as the help.",
@@ -265,7 +371,9 @@ const std::vector<Row>& CommandTable::rows() {
          false,
          {{"das help read", "prints the help of das read"}},
          {},
-         makeHelpCommand},
+         makeHelpCommand,
+         nullptr,
+         Data::Apart},
     };
     return all;
 }
@@ -308,6 +416,7 @@ std::vector<Exit> CommandTable::exitsOf(const Row& row) {
 const std::vector<Variable>& CommandTable::environment() {
     static const std::vector<Variable> variables = {
         {"DB_PATH", "directory of phone.db"},
+        {"DAS_SOCKET", "socket of a running host, for commands without --db and DB_PATH"},
         {"DAS_ROOT", "root of the telephone's files"},
         {"DAS_LOG", "highest level of the log on standard error; 2 when unset"},
         {"DAS_HARDWARE", "the model: words such as subvariant=3, joined by commas"},

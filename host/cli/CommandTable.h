@@ -52,6 +52,15 @@ struct Exit {
     const char* text;
 };
 
+/// Where the data of a command is, and what becomes of a database that is missing.
+enum class Data {
+    Changed,  ///< with the service, which is looked for and makes a missing database
+    Read,     ///< with the service, which is looked for; a missing database is an error
+    OfFile,   ///< in the database's file, without a host; a missing database is an error
+    OfHost,   ///< with a running host, which is looked for
+    Apart     ///< nowhere, or where the command itself looks
+};
+
 struct Row {
     const char* name;
     const char* summary;
@@ -63,6 +72,7 @@ struct Row {
     std::vector<Exit> exits;  ///< those that differ from, or add to, commonExits()
     std::unique_ptr<Command> (*make)();
     std::string (*more)() = nullptr;  ///< what stands at the end of the help beside all that
+    Data data = Data::Changed;
 };
 
 /// All commands, in the order of the help.

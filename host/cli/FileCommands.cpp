@@ -21,7 +21,3 @@ bool FileCommands::checkDatabase(const std::string& command, const std::string& 
     }
     return isThere;
 }
-
-bool FileCommands::check(const std::string& command, const HostOptions& options) {
-    return checkSocket(command, options) && checkDatabase(command, ServiceFiles::folder());
-}

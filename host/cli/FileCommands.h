@@ -8,9 +8,6 @@ struct HostOptions;
 /// What the commands have in common that work on the files of a database, without a host.
 namespace FileCommands {
 
-/// Whether @p options suit: no socket is named, and there is a database. Reported when not.
-[[nodiscard]] bool check(const std::string& command, const HostOptions& options);
-
 /// Whether no socket is named. Reported when one is.
 [[nodiscard]] bool checkSocket(const std::string& command, const HostOptions& options);
 

@@ -22,7 +22,7 @@ using namespace ServiceFiles;
 class BackupCommand : public Command {
 public:
     int run(const HostOptions& options, const Arguments& arguments) override {
-        if (!FileCommands::check("backup", options)) {
+        if (!FileCommands::checkSocket("backup", options)) {
             return ExitUsage;
         }
         const std::string target = arguments.text("DIR");

@@ -59,7 +59,7 @@ private:
 class RehearseCommand : public Command {
 public:
     int run(const HostOptions& options, const Arguments& /*arguments*/) override {
-        if (!FileCommands::check("rehearse", options)) {
+        if (!FileCommands::checkSocket("rehearse", options)) {
             return ExitUsage;
         }
         if (!m_place.isMade()) {

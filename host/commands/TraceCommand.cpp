@@ -99,8 +99,8 @@ public:
             return sendHere(arguments);
         }
         if (arguments.has("FILE")) {
-            Complaint::tell("trace: files have no place beside --socket",
-                            "send them by das request --socket");
+            Complaint::tell("trace: a host takes no files, neither by --socket nor by DAS_SOCKET",
+                            "send them by das request, or name the folder of phone.db by --db");
             return ExitUsage;
         }
         return follow(*options.socket, arguments);
@@ -118,7 +118,7 @@ private:
         Method request("AddLogListener");
         request.addIntParameter("Level", static_cast<int>(m_level), Parameter::in);
         // A host that has ended is seen when nothing comes back.
-        (void)connection.sendLine(Connection::toCall(request));
+        (void)connection.sendLine(SocketConnection::toCall(request));
         bool isTracing = false;
         LogWriter writer(output, arguments);
         std::string line;

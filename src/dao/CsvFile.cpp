@@ -24,23 +24,41 @@ void CsvWriter::writeLine(const std::string& text) {
 }
 
 void CsvWriter::writeRow(const std::vector<std::string>& values) {
+    m_row.clear();
+    appendRow(m_row, values);
+    m_row += '\n';
+    m_file.write(m_row);
+}
+
+void CsvWriter::appendRow(std::string& text, const std::vector<std::string>& values) {
     bool first = true;
     for (const std::string& value : values) {
         if (!first) {
-            m_file.write(",");
+            text += ',';
         }
         first = false;
         if (value.find(',') == std::string::npos) {
-            m_file.write(value);
+            text += value;
         } else {
-            m_file.write(DASUtils::escapeReservedCharacter(value, ',', '\\'));
+            text += DASUtils::escapeReservedCharacter(value, ',', '\\');
         }
     }
-    m_file.write("\n");
 }
 
 CsvReader::CsvReader(const std::string& path, Comments comments)
-    : m_path(path), m_comments(comments), m_stream(path) {}
+    : m_path(path),
+      m_comments(comments),
+      m_file(std::in_place, path),
+      m_text(""),
+      m_textStream(nullptr),
+      m_stream(*m_file) {}
+
+CsvReader::CsvReader(const std::string& name, std::string_view text)
+    : m_path(name),
+      m_comments(Comments::AreData),
+      m_text(text),
+      m_textStream(&m_text),
+      m_stream(m_textStream) {}
 
 bool CsvReader::next(std::string& line) {
     ++m_line;
@@ -81,6 +99,7 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
     std::size_t failures = 0;
     std::vector<std::string> fields;
     while (!Work::isInterrupted() && readFields(fields)) {
+        ++m_rows;
         const std::size_t count = fields.size();  // who stores them may change them
         try {
             failures += store(fields) != 0 ? 1 : 0;
@@ -104,7 +123,8 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
 }
 
 void CsvReader::reportProgress() {
-    if (m_stream.size() > 0 && Progress::isWatched()) {
-        Progress::report({"import", m_line, m_stream.position(), m_stream.size()});
+    const std::size_t size = m_file ? m_file->size() : m_text.size();
+    if (size > 0 && Progress::isWatched()) {
+        Progress::report({"import", m_line, m_file ? m_file->position() : m_text.position(), size});
     }
 }

@@ -15,6 +15,7 @@
 
 class CsvReader;
 class DatabaseAdapter;
+struct TextImport;
 
 // The parser callbacks of a generic object; each forwards to the member of its name. The user data
 // is the DataAccessObject.
@@ -130,6 +131,9 @@ public:
     /// and gives him those of a file, whoever they belonged to. 0 without action for rows of the
     /// telephone.
     virtual int importDataForUser(const std::string& location, eUserCategory category);
+    /// From now on the imports read @p text in place of a file, whatever they name, and count in it;
+    /// null ends that. Not owned.
+    void readImportsFrom(TextImport* text) { m_textImport = text; }
     /// Fills @p columns with column and type, in order.
     virtual void buildColumnNameList(PairList& columns);
 
@@ -410,6 +414,13 @@ protected:
 
 private:
     bool m_couldNotBegin = false;
+    TextImport* m_textImport = nullptr;
+
+    /// What an import from @p location reads.
+    [[nodiscard]] CsvReader openImport(const std::string& location) const;
+    /// Stores the rows of @p file, and counts them for who handed over a text.
+    void storeRows(CsvReader& file, const std::string& location,
+                   const std::function<int(std::vector<std::string>&)>& store);
 
     std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
                            CsvReader& file);

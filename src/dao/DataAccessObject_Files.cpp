@@ -37,12 +37,6 @@ bool logOpened(const CsvReader& file, const std::string& path) {
     return file.isOpen();
 }
 
-void storeRows(CsvReader& file, const std::string& path,
-               const std::function<int(std::vector<std::string>&)>& store) {
-    logRefused(file.forEachRow(store), path);
-    DAS_LOG(5, "Scanning complete");
-}
-
 bool writeHeader(DatabaseAdapter& adapter, const std::string& table, const std::string& version,
                  CsvWriter& file) {
     file.writeLine("#$VERSION=" + version);
@@ -146,9 +140,27 @@ bool DataAccessObject::getMetadata(const std::string& path, std::string& version
     return true;
 }
 
+CsvReader DataAccessObject::openImport(const std::string& location) const {
+    if (m_textImport != nullptr) {
+        return CsvReader(location, m_textImport->text);
+    }
+    return CsvReader(location);
+}
+
+void DataAccessObject::storeRows(CsvReader& file, const std::string& location,
+                                 const std::function<int(std::vector<std::string>&)>& store) {
+    const std::size_t refused = file.forEachRow(store);
+    logRefused(refused, location);
+    DAS_LOG(5, "Scanning complete");
+    if (m_textImport != nullptr) {
+        m_textImport->rows += file.rows();
+        m_textImport->refused += refused;
+    }
+}
+
 bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::string>& columns,
                                           std::string& path) {
-    CsvReader file(path);
+    CsvReader file = openImport(path);
     if (!logOpened(file, path)) {
         return false;
     }
@@ -162,7 +174,7 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
     if (transaction.beginResult() != 0) {
         return false;
     }
-    const std::size_t refused = file.forEachRow([&](auto& fields) {
+    storeRows(file, path, [&](auto& fields) {
         if (fields.size() < padded) {
             DAS_LOG(6, "%s data columnCount issue. parseResults.size()=%d numColumns=%d",
                     table.c_str(), static_cast<int>(fields.size()), columnCount);
@@ -170,8 +182,6 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
         }
         return updateItemInTable(table, columns, fields);
     });
-    logRefused(refused, path);
-    DAS_LOG(5, "Scanning complete");
     return transaction.end() == 0;
 }
 
@@ -247,7 +257,7 @@ int DataAccessObject::importDataForUser(const std::string& location, eUserCatego
 int DataAccessObject::importRowsOfUser(const std::string& location,
                                        const std::function<int(std::vector<std::string>&)>& store,
                                        const std::function<void()>& prepare) {
-    CsvReader file(location);
+    CsvReader file = openImport(location);
     if (!logOpened(file, location)) {
         return 1;
     }
@@ -267,7 +277,7 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
 int DataAccessObject::replaceRowsOfUser(
     const std::string& context, const std::string& location,
     const std::function<int(std::vector<std::string>&)>& store) {
-    CsvReader file(location);
+    CsvReader file = openImport(location);
     if (!file.isOpen() && !file.isMissing()) {
         (void)logOpened(file, location);
         return 1;

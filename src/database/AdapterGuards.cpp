@@ -1,5 +1,7 @@
 #include "database/AdapterGuards.h"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -11,6 +13,17 @@ constexpr long LongestWait = 5000000;  // in microseconds, as the adapter sets f
 constexpr long WaitOfEachStatement = -1;
 
 thread_local long s_waitLeft = WaitOfEachStatement;
+
+/// A transaction that others of its thread are parts of.
+struct Outer {
+    const DatabaseAdapter* adapter;
+    bool isRolledBack;
+};
+thread_local Outer* s_outer = nullptr;
+
+bool isInner(const DatabaseAdapter& adapter) {
+    return s_outer != nullptr && s_outer->adapter == &adapter;
+}
 
 }  // namespace
 
@@ -32,8 +45,10 @@ RowDrain::~RowDrain() {
 
 TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
     : m_adapter(adapter),
-      m_beginResult(locks == Locks::AtOnce ? adapter.beginWriteTransaction()
-                                           : adapter.beginTransaction()) {}
+      m_isInner(isInner(adapter)),
+      m_beginResult(m_isInner                  ? 0
+                    : locks == Locks::AtOnce ? adapter.beginWriteTransaction()
+                                             : adapter.beginTransaction()) {}
 
 TransactionGuard::~TransactionGuard() {
     // A failed commit has been logged by the adapter; a destructor has nobody to tell.
@@ -41,7 +56,9 @@ TransactionGuard::~TransactionGuard() {
 }
 
 void TransactionGuard::holdCommits() {
-    m_adapter.holdCommits(true);
+    if (!m_isInner) {
+        m_adapter.holdCommits(true);
+    }
 }
 
 int TransactionGuard::end() {
@@ -49,6 +66,9 @@ int TransactionGuard::end() {
         return 0;
     }
     m_open = false;
+    if (m_isInner) {
+        return s_outer->isRolledBack ? SQLITE_ABORT : 0;
+    }
     m_adapter.holdCommits(false);
     return m_adapter.endTransaction();
 }
@@ -58,6 +78,10 @@ void TransactionGuard::rollBack() {
         return;
     }
     m_open = false;
+    if (m_isInner) {
+        s_outer->isRolledBack = true;
+        return;
+    }
     m_adapter.holdCommits(false);
     m_adapter.rollBack();
     m_adapter.give_sema4();
@@ -107,4 +131,20 @@ int runWhole(DatabaseAdapter& adapter, const std::function<int()>& work,
     }
     transaction.rollBack();
     return result;
+}
+
+int runWholeWithInner(DatabaseAdapter& adapter, const std::function<int()>& work) {
+    Outer outer{&adapter, false};
+    const auto workWithInner = [&] {
+        // From here on the transaction of runWhole() is open, and is itself no inner one.
+        struct Scope {
+            explicit Scope(Outer& outer) { s_outer = &outer; }
+            ~Scope() { s_outer = nullptr; }
+            Scope(const Scope&) = delete;
+            Scope& operator=(const Scope&) = delete;
+        } const scope(outer);
+        const int result = work();
+        return result == 0 && outer.isRolledBack ? SQLITE_ABORT : result;
+    };
+    return runWhole(adapter, workWithInner, TransactionGuard::Locks::AtOnce);
 }

@@ -24,7 +24,7 @@ private:
  * A transaction for a scope. It begins at construction and is ended once: by end(), by rollBack(),
  * or by the destructor, which ends it and never rolls back. Since beginning takes the adapter's
  * lock even when SQLite refuses, ending is due also when the begin failed. Transactions do not
- * nest.
+ * nest, but in runWholeWithInner().
  */
 class TransactionGuard {
 public:
@@ -55,6 +55,7 @@ public:
 
 private:
     DatabaseAdapter& m_adapter;
+    bool m_isInner;  ///< it stands in a runWholeWithInner() and is a part of that
     int m_beginResult;
     bool m_open = true;
 };
@@ -111,5 +112,9 @@ private:
 /// or the commit.
 [[nodiscard]] int runWhole(DatabaseAdapter& adapter, const std::function<int()>& work,
                            TransactionGuard::Locks locks);
+
+/// As runWhole() with a lock at once, for @p work that has transactions of its own: they become parts
+/// of this one, and when one of them is rolled back all of it is, with the result SQLITE_ABORT.
+[[nodiscard]] int runWholeWithInner(DatabaseAdapter& adapter, const std::function<int()>& work);
 
 #endif

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "DASTextIfc.h"
 #include "DataAccessServiceIfc.h"
 #include "DbFactoryIfc.h"
 #include "Semaphore.h"
@@ -28,7 +29,7 @@ class LocalMgmtIfc;
  * them send requests themselves. A request before the end of init, or after a reset, is refused
  * with a well-formed answer.
  */
-class DataAccessService : public Service, public DataAccessServiceIfc {
+class DataAccessService : public Service, public DataAccessServiceIfc, public DASTextIfc {
 public:
     /// A service without a database; opens the telephone's data directory for its group.
     DataAccessService();
@@ -71,6 +72,11 @@ public:
     void deleteUcCredentials() override;
     void checkDatabaseNeedsChange(eSwType currentType, eSwType newType,
                                   const std::string& newVersion) override;
+
+    DASImported importText(const DASImport& what, const std::string& text) override;
+    DASImported importRows(const DASImport& what, const std::vector<std::string>& names,
+                           const Rows& rows) override;
+    DASExported exportText(const std::string& schema, const std::string& user) override;
 
     /// The same for a text that knows its length.
     std::string processRequest(const std::string& message);
@@ -174,6 +180,11 @@ private:
     bool onTable(const char* operation, const std::string& schema,
                  const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
+    /// Runs @p work, which stores rows and says whether all of them were, as one transaction, and
+    /// counts what it did.
+    DASImported importAsOne(
+        const DASImport& what,
+        const std::function<bool(DatabaseAdapter&, DataAccessObject&, DASImported&)>& work);
 
     /// Held by a reset, and while factories are exchanged; no request waits for it. It comes before
     /// the adapter's lock. Recursive, since one reset is a part of the other.

@@ -1,0 +1,61 @@
+#include "client/ServicePlace.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "client/HostOptions.h"
+#include "client/SocketConnection.h"
+#include "framework/DatabaseFile.h"
+#include "terminal/Complaint.h"
+
+namespace {
+
+const char* const SocketOfInstalledHost = "/run/das/das.sock";
+
+/// Why a host did not answer at @p path; blank when one did.
+std::string whyNotAnswered(const char* path) {
+    SocketConnection connection;
+    std::string error;
+    return connection.open(path, error) ? "" : error;
+}
+
+std::string folderOfDatabase() {
+    const char* const named = std::getenv("DB_PATH");
+    std::error_code ignored;
+    return named != nullptr ? named : std::filesystem::current_path(ignored).string();
+}
+
+}  // namespace
+
+void ServicePlace::find(HostOptions& options, Needs needs) {
+    const bool isFolderNamed = std::getenv("DB_PATH") != nullptr;
+    if (options.socket || (isFolderNamed && needs == Needs::Service)) {
+        return;
+    }
+    const char* const named = std::getenv("DAS_SOCKET");
+    if (named != nullptr && *named != 0) {
+        options.socket = named;
+    } else if (whyNotAnswered(SocketOfInstalledHost).empty()) {
+        options.socket = SocketOfInstalledHost;
+    }
+}
+
+bool ServicePlace::hasDatabase() {
+    struct stat status {};
+    const bool isMissing = stat(DatabaseFile::pathOfService().c_str(), &status) != 0 &&
+                           (errno == ENOENT || errno == ENOTDIR);
+    if (isMissing) {
+        // A host that is there and forbidden is the more likely reason.
+        const bool isForbidden = std::getenv("DB_PATH") == nullptr &&
+                                 stat(SocketOfInstalledHost, &status) == 0;
+        Complaint::tell("no database in " + folderOfDatabase(),
+                        isForbidden ? whyNotAnswered(SocketOfInstalledHost)
+                                    : "name its folder by --db or DB_PATH, or a running host by "
+                                      "--socket or DAS_SOCKET; das demo DIR makes a telephone to try");
+    }
+    return !isMissing;
+}

@@ -1,0 +1,42 @@
+#ifndef DATAFILEARGUMENTS_H
+#define DATAFILEARGUMENTS_H
+
+#include <optional>
+#include <string>
+
+#include "Method.h"
+#include "schemas/KnownSchemas.h"
+
+class Arguments;
+
+/// What import and export have in common: a schema, a user, and a file of the caller or of the
+/// telephone.
+class DataFileArguments {
+public:
+    /// @p command is "import" or "export".
+    explicit DataFileArguments(const char* command) : m_command(command) {}
+
+    /// Reads the arguments. False when they are no use, which standard error says.
+    [[nodiscard]] bool read(const Arguments& arguments);
+
+    [[nodiscard]] const KnownSchemas::Entry& schema() const { return *m_schema; }
+    [[nodiscard]] const std::string& user() const { return m_user; }  ///< blank without one
+    [[nodiscard]] const std::string& file() const { return m_file; }  ///< as it was named
+    /// The path on the telephone; none for a file of the caller.
+    [[nodiscard]] const std::optional<std::string>& device() const { return m_device; }
+
+    /// "import PhoneBook", for messages.
+    [[nodiscard]] std::string what() const;
+
+    /// A call of @p name for schema, user and the file of the telephone.
+    [[nodiscard]] Method method(const char* name) const;
+
+private:
+    const char* m_command;
+    const KnownSchemas::Entry* m_schema = nullptr;
+    std::string m_user;
+    std::string m_file;
+    std::optional<std::string> m_device;
+};
+
+#endif

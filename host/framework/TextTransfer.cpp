@@ -1,0 +1,182 @@
+#include "framework/TextTransfer.h"
+
+#include <cerrno>
+#include <iterator>
+#include <string>
+#include <system_error>
+
+#include "AnswerLimit.h"
+#include "DASTextIfc.h"
+#include "DeviceFile.h"
+#include "Executable.h"
+#include "Method.h"
+#include "framework/Client.h"
+#include "framework/FileProbe.h"
+#include "framework/LogRelay.h"
+#include "schemas/ImportFile.h"
+
+namespace {
+
+std::string textOf(const Method& request, const char* name) {
+    std::string text;
+    (void)request.getStringParameter(name, text);
+    return text;
+}
+
+/// What is wrong with schema and user of @p request, as a sentence; blank for nothing.
+std::string wrongWith(const Method& request, const KnownSchemas::Entry* schema) {
+    const std::string user = textOf(request, "User");
+    if (schema == nullptr) {
+        return "there is no schema " + textOf(request, "Schema");
+    }
+    if (!user.empty() && user != "base" && user != "visitor") {
+        return "there is no user " + user;
+    }
+    return ImportFile::refusalOf(*schema, user);
+}
+
+/// Why a file of the telephone can't be opened; blank when it can.
+std::string wrongWithFile(const std::string& path, bool forWriting) {
+    const FileProbe probe = FileProbe::of(path, forWriting);
+    if (probe.error == 0) {
+        return "";
+    }
+    return std::generic_category().message(probe.error) +
+           (probe.place.empty() ? "; it leads out of the telephone's root"
+                                : "; it stands below --root, at " + probe.place);
+}
+
+/// Reads the file of the telephone @p path. False with the reason in @p text.
+bool readFile(const std::string& path, std::string& text) {
+    const std::string wrong = wrongWithFile(path, false);
+    if (!wrong.empty()) {
+        text = wrong;
+        return false;
+    }
+    DeviceFile file(path);
+    const bool isOpen = file.isOpen();
+    text.assign(std::istreambuf_iterator<char>(file), {});
+    if (!isOpen || file.bad()) {
+        text = "it can't be read; the log says why";
+    }
+    return isOpen && !file.bad();
+}
+
+std::string joined(const std::vector<ImportFile::Refusal>& refusals) {
+    std::string text;
+    for (const auto& refusal : refusals) {
+        text += (text.empty() ? "" : "\n") + refusal.text();
+    }
+    return text;
+}
+
+/// What is known of a text before it is imported.
+struct Check {
+    bool isGood;  ///< so that it was given to the service
+    bool hasNames;
+};
+
+void addImported(const DASImported& result, const Check& check, const std::string& words,
+                 Method& answer) {
+    answer.addBoolParameter("Acknowledge", result.isDone, Parameter::out);
+    answer.addBoolParameter("Checked", check.isGood, Parameter::out);
+    answer.addBoolParameter("ColumnNames", check.hasNames, Parameter::out);
+    answer.addStringParameter("Words", words, Parameter::out);
+    answer.addStringParameter("User", result.user, Parameter::out);
+    answer.addIntParameter("Before", static_cast<int>(result.before), Parameter::out);
+    answer.addIntParameter("Stored", static_cast<int>(result.stored), Parameter::out);
+    answer.addIntParameter("Added", static_cast<int>(result.added), Parameter::out);
+}
+
+void addRefused(const std::string& words, Method& answer) {
+    addImported({}, {false, false}, words, answer);
+}
+
+void importFile(const ImportFile& file, const DASImport& what, Executable& service,
+                Method& answer) {
+    auto* const tables = dynamic_cast<DASTextIfc*>(&service);
+    DASImported result;
+    if (tables != nullptr) {
+        result = file.hasNames() ? tables->importRows(what, file.columns(), file.rows())
+                                 : tables->importText(what, file.text());
+    } else {
+        result.refusal = "the service library is older and imports no texts";
+    }
+    const bool isOneRow = result.refusedRow < file.rows().size();
+    addImported(result, {true, file.hasNames()},
+                isOneRow
+                    ? ImportFile::Refusal{file.lineOf(result.refusedRow), result.refusal}.text()
+                    : result.refusal,
+                answer);
+}
+
+void addExported(const DASExported& result, const std::string& text, const std::string& words,
+                 Method& answer) {
+    answer.addBoolParameter("Acknowledge", result.isDone, Parameter::out);
+    answer.addStringParameter("Words", words, Parameter::out);
+    answer.addStringParameter("Text", text, Parameter::out);
+    answer.addIntParameter("Rows", static_cast<int>(result.rows), Parameter::out);
+    answer.addIntParameter("Lost", static_cast<int>(result.lost), Parameter::out);
+}
+
+/// Writes what was exported to the file of the telephone @p path.
+std::string writeFile(const std::string& path, DASExported& result) {
+    DeviceFileWriter file(path);
+    file.write(result.text);
+    result.isDone = file.finish();
+    return result.isDone ? "" : "the file can't be written; the log says why";
+}
+
+}  // namespace
+
+void TextTransfer::importText(const Method& request, Executable& service, Client& client,
+                              Method& answer) {
+    client.lastFailures() = {};
+    const LogRelay::Hearing hearing(client.lastFailures());
+    const auto* const schema = KnownSchemas::find(textOf(request, "Schema"));
+    const std::string path = textOf(request, "File");
+    std::string text;
+    (void)request.getStringParameter("Text", text);
+    std::string wrong = wrongWith(request, schema);
+    if (wrong.empty() && !path.empty() && !readFile(path, text)) {
+        wrong = text;
+    }
+    if (!wrong.empty()) {
+        addRefused(wrong, answer);
+        return;
+    }
+    DASImport what{schema->name, textOf(request, "User")};
+    (void)request.getBoolParameter("DryRun", what.isTrial);
+    const ImportFile file(*schema, what.user, text);
+    if (file.refusals().empty()) {
+        importFile(file, what, service, answer);
+    } else {
+        addRefused(joined(file.refusals()), answer);
+    }
+}
+
+void TextTransfer::exportText(const Method& request, Executable& service, Client& client,
+                              Method& answer) {
+    client.lastFailures() = {};
+    const LogRelay::Hearing hearing(client.lastFailures());
+    const auto* const schema = KnownSchemas::find(textOf(request, "Schema"));
+    auto* const tables = dynamic_cast<DASTextIfc*>(&service);
+    const std::string path = textOf(request, "File");
+    const std::string user = textOf(request, "User");
+    std::string wrong = tables == nullptr ? "the service library is older and exports no texts"
+                        : schema == nullptr || !schema->hasDataFile ? wrongWith(request, schema)
+                        : !path.empty()                             ? wrongWithFile(path, true)
+                                                                    : "";
+    DASExported result;
+    if (wrong.empty()) {
+        // A file may be larger than an answer.
+        const std::size_t largest = path.empty() ? client.longestAnswer() : std::string::npos;
+        const AnswerLimit limit(largest, largest, {});
+        result = tables->exportText(schema->name, user);
+    }
+    if (result.isDone && !path.empty()) {
+        wrong = writeFile(path, result);
+        result.text.clear();
+    }
+    addExported(result, result.text, wrong, answer);
+}

@@ -1,0 +1,73 @@
+#ifndef IMPORTFILE_H
+#define IMPORTFILE_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "DASTypes.h"
+#include "schemas/KnownSchemas.h"
+
+/// A text that is to be imported into the table of a schema, checked as a whole.
+class ImportFile {
+public:
+    static constexpr std::size_t MostRows = 10000;  ///< of a text with column names
+    static constexpr std::size_t MostRefusals = 5;  ///< that are kept
+
+    /// What is wrong with a line.
+    struct Refusal {
+        std::size_t line;  ///< from 1 on
+        std::string reason;
+
+        [[nodiscard]] std::string text() const;  ///< "line N: REASON"
+    };
+
+    /// Checks @p text, which is for the rows of @p user, or blank. @p schema has data files.
+    ImportFile(const KnownSchemas::Entry& schema, const std::string& user, std::string_view text);
+
+    /// The first lines that are wrong, in order; none when the text may be imported.
+    [[nodiscard]] const std::vector<Refusal>& refusals() const { return m_refusals; }
+
+    /// Whether the first line names columns; else the text has the form of docs/csv.md.
+    [[nodiscard]] bool hasNames() const { return !m_columns.empty(); }
+
+    /// How many rows the text has.
+    [[nodiscard]] std::size_t rowCount() const { return m_rowCount; }
+
+    /// The text for the service, without a byte order mark and comments. For a text without names.
+    [[nodiscard]] const std::string& text() const { return m_text; }
+
+    // For a text with names.
+    [[nodiscard]] const std::vector<std::string>& columns() const { return m_columns; }
+    [[nodiscard]] const Rows& rows() const { return m_rows; }
+    [[nodiscard]] std::size_t lineOf(std::size_t row) const { return m_lines[row]; }
+
+    /// Why the rows of @p schema can't be imported for @p user, as a sentence; blank when they can.
+    static std::string refusalOf(const KnownSchemas::Entry& schema, const std::string& user);
+
+private:
+    /// What the lines of the form of docs/csv.md are to be like.
+    struct LineForm;
+
+    [[nodiscard]] bool isOfOtherProgram(std::string_view text);
+    void checkEncoding(std::string_view text);
+    [[nodiscard]] bool hasNameInFront(const std::vector<std::string>& fields) const;
+    void takeNames(const std::vector<std::string>& names);
+    void readNamedRows(std::string_view text);
+    [[nodiscard]] std::string wrongWithNamed(const std::vector<std::string>& cells,
+                                             std::size_t count) const;
+    void readLines(std::string_view text, bool isForUser);
+    [[nodiscard]] std::string wrongWithLine(const std::string& line, const LineForm& form) const;
+    void refuse(std::size_t line, const std::string& reason);
+
+    const KnownSchemas::Entry& m_schema;
+    std::vector<Refusal> m_refusals;
+    std::vector<std::string> m_columns;  ///< of the table
+    std::size_t m_keyPlace = 0;          ///< among them; their number when the key is not there
+    Rows m_rows;
+    std::vector<std::size_t> m_lines;
+    std::size_t m_rowCount = 0;
+    std::string m_text;
+};
+
+#endif

@@ -1,0 +1,25 @@
+#include "terminal/Question.h"
+
+#include <cstdio>
+#include <memory>
+
+#include "terminal/TerminalText.h"
+
+Question::Reply Question::ask(const std::string& question) {
+    // Two streams: one that reads and writes would have to seek between the two.
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> input(std::fopen("/dev/tty", "re"),
+                                                                std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(std::fopen("/dev/tty", "we"),
+                                                                 std::fclose);
+    if (input == nullptr || output == nullptr) {
+        return Reply::Nobody;
+    }
+    (void)std::fputs(TerminalText::visible(question).c_str(), output.get());
+    (void)std::fflush(output.get());
+    std::string reply;
+    for (int character = std::fgetc(input.get()); character != EOF && character != '\n';
+         character = std::fgetc(input.get())) {
+        reply += static_cast<char>(character);
+    }
+    return reply == "y" || reply == "yes" ? Reply::Yes : Reply::No;
+}

@@ -1,0 +1,20 @@
+#ifndef QUESTION_H
+#define QUESTION_H
+
+#include <string>
+
+/// Questions to the person at the controlling terminal, wherever the standard streams lead.
+namespace Question {
+
+enum class Reply {
+    Yes,
+    No,
+    Nobody  ///< there is no terminal
+};
+
+/// Shows @p question, which ends with "?", and waits for a line. Only "y" and "yes" mean yes.
+[[nodiscard]] Reply ask(const std::string& question);
+
+}  // namespace Question
+
+#endif

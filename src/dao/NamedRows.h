@@ -1,0 +1,49 @@
+#ifndef NAMEDROWS_H
+#define NAMEDROWS_H
+
+#include <string>
+#include <vector>
+
+class DataAccessObject;
+class DatabaseAdapter;
+
+/// Stores rows whose cells belong to named columns: they change the rows that have their key, and
+/// are new otherwise. Values are bound, so that a cell may hold anything.
+class NamedRows {
+public:
+    enum class Outcome {
+        Added,
+        Changed,
+        OfOtherUser,  ///< nothing was done: another user's row has the number
+        Failed        ///< nothing was done; the reason is in the log
+    };
+
+    /// @p names are columns of the table of @p dao, each once; @p user has no part in a table of the
+    /// telephone. What is handed over must outlive the object. Call in a transaction.
+    NamedRows(DatabaseAdapter& adapter, const DataAccessObject& dao, const std::string& user,
+              const std::vector<std::string>& names);
+
+    /// Stores one row: a cell for each name.
+    [[nodiscard]] Outcome store(const std::vector<std::string>& cells);
+
+    /// The column that names a row of @p dao: the first one, or the next where that is the user's.
+    static const std::string& keyOf(const DataAccessObject& dao);
+
+private:
+    static constexpr std::size_t NoPlace = static_cast<std::size_t>(-1);
+    enum class Owner { Nobody, User, OtherUser, Unknown };
+
+    [[nodiscard]] Owner ownerOf(const std::string& key) const;
+    [[nodiscard]] bool change(const std::vector<std::string>& cells);
+    [[nodiscard]] bool add(const std::vector<std::string>& cells);
+
+    DatabaseAdapter& m_adapter;
+    const DataAccessObject& m_dao;
+    const std::string& m_user;
+    const std::vector<std::string>& m_names;
+    bool m_hasUser = false;
+    bool m_isNumbered = false;  ///< the database gives numbers, and each but once
+    std::size_t m_keyPlace = NoPlace;
+};
+
+#endif

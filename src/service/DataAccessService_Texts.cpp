@@ -1,0 +1,200 @@
+// Tables as text, in and out, for callers whose files the service does not see.
+
+#include <algorithm>
+
+#include "AnswerLimit.h"
+#include "ClientUtils.h"
+#include "DASUtilsStrings.h"
+#include "Progress.h"
+#include "Work.h"
+#include "dao/CsvFile.h"
+#include "dao/DASUtils.h"
+#include "dao/DataAccessObject.h"
+#include "dao/NamedRows.h"
+#include "database/AdapterGuards.h"
+#include "database/DatabaseAdapter.h"
+#include "database/Logging.h"
+#include "service/DataAccessService.h"
+
+namespace {
+
+using namespace DASUtilsStrings;
+
+constexpr const char* LogComponent = "DataAccessService";
+constexpr const char* LogSource = "./src/DataAccessService";
+
+/// What stands for the path of the file that there is not.
+const std::string TextName = "text of a client";
+
+bool hasUsers(const DataAccessObject& dao) {
+    const auto& columns = dao.columns();
+    return std::any_of(columns.begin(), columns.end(),
+                       [](const auto& column) { return column.name == UserContextTagName; });
+}
+
+PairList rowsOf(const DataAccessObject& dao, const std::string& user) {
+    PairList conditions;
+    if (!user.empty() && hasUsers(dao)) {
+        conditions.emplace_back(UserContextTagName, DASUtils::escapeAndQuote(user));
+    }
+    return conditions;
+}
+
+/// The rows of @p user, all for a blank one; 0 also for a table that is not there.
+std::size_t countRows(DatabaseAdapter& adapter, const DataAccessObject& dao,
+                      const std::string& user) {
+    PairList conditions = rowsOf(dao, user);
+    std::string count;
+    const bool isCounted = adapter.isTableThere(dao.tableName()) &&
+                           adapter.countRows(dao.tableName(), conditions, count) == 0;
+    return isCounted ? static_cast<std::size_t>(ClientUtils::stoi(count)) : 0;
+}
+
+/// The imports of these tables undo XML escapes.
+bool undoesEscapes(const std::string& table) {
+    return table == PhoneBookTableName || table == CallGroupTableName ||
+           table == CallLogTableName || table == ConversationsTableName;
+}
+
+/// Whether an import of @p line stores @p row.
+bool isCarried(const std::vector<std::string>& row, const std::string& line, bool escapesAreUndone) {
+    constexpr std::string_view endsOfLines("\n\0", 2);
+    std::vector<std::string> fields;
+    ClientUtils::splitString(line, fields);
+    return line.size() <= ClientUtils::LongestLine && line.find_first_of(endsOfLines) == line.npos &&
+           fields == row &&
+           (!escapesAreUndone || std::all_of(row.begin(), row.end(), [](const std::string& cell) {
+               return ClientUtils::unescapeXMLString(cell) == cell;
+           }));
+}
+
+/// Makes the table of @p dao if it is missing, with its default rows if it has some.
+bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
+    if (dao.defaultRowIds().empty()) {
+        (void)dao.createMissingTable();
+        return adapter.isTableThere(dao.tableName());
+    }
+    return DASUtils::makeTableWithoutRows(dao, adapter, dao.tableName()) ==
+           DASUtils::TableState::Ready;
+}
+
+/// False when a row was refused, which is in @p result.
+bool storeAll(NamedRows& table, const Rows& rows, DASImported& result) {
+    for (std::size_t row = 0; row < rows.size() && !Work::isInterrupted(); ++row) {
+        const NamedRows::Outcome outcome = table.store(rows[row]);
+        if (outcome == NamedRows::Outcome::OfOtherUser || outcome == NamedRows::Outcome::Failed) {
+            result.refusedRow = row;
+            result.refusal = outcome == NamedRows::Outcome::OfOtherUser
+                                 ? "its number is that of another user's row"
+                                 : "the table does not take it";
+            return false;
+        }
+        result.added += outcome == NamedRows::Outcome::Added ? 1 : 0;
+        ++result.stored;
+        Progress::beat();
+    }
+    return result.stored == rows.size();
+}
+
+}  // namespace
+
+DASImported DataAccessService::importAsOne(
+    const DASImport& what,
+    const std::function<bool(DatabaseAdapter&, DataAccessObject&, DASImported&)>& work) {
+    DASImported result;
+    result.user = what.user;
+    DatabaseAdapter* const adapter = m_dbAdapter;
+    const auto dao = m_initialised && adapter != nullptr ? createDao(what.schema) : nullptr;
+    if (dao == nullptr) {
+        result.refusal = "the service is not ready";
+        return result;
+    }
+    const OneWait wait;
+    bool isStored = false;
+    const int code = runWholeWithInner(*adapter, [&] {
+        isStored = work(*adapter, *dao, result);
+        return isStored && !what.isTrial ? 0 : 1;
+    });
+    result.isDone = isStored && (what.isTrial || code == 0);
+    if (!result.isDone) {
+        DAS_LOG(2, "The import of a text into schema %s is rolled back%s%s", what.schema.c_str(),
+                result.refusal.empty() ? "" : ": ", result.refusal.c_str());
+    }
+    return result;
+}
+
+DASImported DataAccessService::importText(const DASImport& what, const std::string& text) {
+    return importAsOne(what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
+        const std::size_t all = countRows(adapter, dao, "");
+        result.before = what.user.empty() ? all : countRows(adapter, dao, what.user);
+        TextImport import{text};
+        std::string location = TextName;
+        dao.readImportsFrom(&import);
+        const int code = what.user.empty()
+                             ? dao.importData(location)
+                             : dao.importDataForUser(location, what.user == UserContextVisitor
+                                                                   ? eUserCategory::visitor
+                                                                   : eUserCategory::base);
+        const std::size_t after = countRows(adapter, dao, "");
+        result.stored = import.rows - import.refused;
+        result.added = after > all ? after - all : 0;
+        if (import.refused > 0) {
+            result.refusal = std::to_string(import.refused) + " of its rows are refused";
+        }
+        return code == 0 && import.refused == 0 && !Work::isInterrupted();
+    });
+}
+
+DASImported DataAccessService::importRows(const DASImport& what,
+                                          const std::vector<std::string>& names, const Rows& rows) {
+    return importAsOne(what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
+        if (!hasUsers(dao)) {
+            result.user.clear();
+        } else if (what.user.empty()) {
+            result.user = currentUser();
+        }
+        if (!makeTable(dao, adapter)) {
+            return false;
+        }
+        result.before = countRows(adapter, dao, result.user);
+        NamedRows table(adapter, dao, result.user, names);
+        return storeAll(table, rows, result);
+    });
+}
+
+DASExported DataAccessService::exportText(const std::string& schema, const std::string& user) {
+    DASExported result;
+    DatabaseAdapter* const adapter = m_dbAdapter;
+    const auto dao = m_initialised && adapter != nullptr ? createDao(schema) : nullptr;
+    if (dao == nullptr) {
+        return result;
+    }
+    const OneWait wait;
+    const bool escapesAreUndone = undoesEscapes(dao->tableName());
+    const auto append = [&](Rows& rows) {
+        for (const auto& row : rows) {
+            std::string line;
+            CsvWriter::appendRow(line, row);
+            const bool isKept = isCarried(row, line, escapesAreUndone);
+            result.text += isKept ? line + "\n" : "";
+            ++(isKept ? result.rows : result.lost);
+        }
+        rows.clear();
+        return AnswerLimit::allows(result.text.size());
+    };
+    Rows rows;
+    PairList orderBy;
+    bool isRead = false;
+    {
+        const RowDrain drain(*adapter, append);
+        isRead = adapter->executeQuery(dao->tableName(), {}, rowsOf(*dao, user), orderBy, rows, "",
+                                       "") == 0;
+    }
+    result.isDone = isRead && append(rows);
+    if (!result.isDone) {
+        DAS_LOG(2, "The rows of schema %s are not exported: they can't be read, or are too many",
+                schema.c_str());
+        result.text = std::string();
+    }
+    return result;
+}
