@@ -128,7 +128,7 @@ private:
     /// What the result is compared with: the database without a commit that was cut off, which is
     /// no work of the upgrade.
     int copyBefore() const {
-        for (const std::string& name : {Database, "phone.db-journal", "phone.db-wal"}) {
+        for (const char* const name : {Database, "phone.db-journal", "phone.db-wal"}) {
             const int error = isThere(in(m_after, name))
                                   ? copy(in(m_after, name), in(m_before, name))
                                   : 0;
@@ -177,7 +177,7 @@ private:
         LogEar ear;
         ear.startIsOver();  // the failures of this start are what people want to see
         {
-            ServiceHost host;
+            ServiceHost host(Output::Printed::Nowhere);
             if (!host.start()) {
                 return false;
             }

@@ -49,8 +49,8 @@ struct Table {
     }
 
     /// The cell, or null where the row or the column is not there.
-    const Cell* cell(const std::string& key, const std::string& column) const {
-        const auto row = rows.find(key);
+    const Cell* cell(const std::string& rowKey, const std::string& column) const {
+        const auto row = rows.find(rowKey);
         const std::size_t at = place(column);
         return row == rows.end() || at == columns.size() ? nullptr : &row->second[at];
     }
@@ -81,8 +81,11 @@ Texts commonKey(const Table& older, const Table& newer) {
         return (older.columns.empty() || contains(older.columns, column)) &&
                (newer.columns.empty() || contains(newer.columns, column));
     };
-    const Texts ids = {"UserContext", "Id"};
-    for (const Texts& wanted : {newer.key, older.key, contains(newer.columns, "Id") ? ids : Texts()}) {
+    // Tables without a primary key have a row for each number and user.
+    const Texts number = {contains(newer.columns, "CallGroup") ? "CallGroup" : "Id"};
+    const Texts ids = {"UserContext", number.front()};
+    const bool hasNumber = isInBoth(number.front());
+    for (const Texts& wanted : {newer.key, older.key, hasNumber ? ids : Texts()}) {
         Texts key;
         std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(key), isInBoth);
         if (!key.empty() && key != Texts{"UserContext"}) {

@@ -60,7 +60,8 @@ bool DatabaseFile::openToRead(const std::string& path) {
     }
     // A database in the mode of write-ahead logs can't be read without a file next to it.
     const std::string error = m_error;
-    if (!isThere("-journal") && !isThere("-wal")) {
+    if (sqlite3_errcode(m_database) == SQLITE_CANTOPEN && !isThere("-journal") &&
+        !isThere("-wal")) {
         sqlite3_close(m_database);
         m_database = nullptr;
         rows.clear();

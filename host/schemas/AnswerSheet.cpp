@@ -58,6 +58,17 @@ void addLine(Sheet& sheet, const Row& row, const Cells& item) {
     sheet.rows.push_back(std::move(line));
 }
 
+/// What people look for in contacts and calls; all columns of other rows.
+std::vector<std::string> chosenOf(const KnownSchemas::Entry& schema) {
+    if (!schema.itemElements.empty()) {
+        return {"TimeDate", "Category", "Number", "Surname", "Firstname", "Duration"};
+    }
+    if (schema.table == "PHONE_BOOK") {
+        return {"UniqueID", "Surname", "Firstname", "Office", "Mobile", "Private", "Email"};
+    }
+    return {};
+}
+
 Sheet settingsOf(const std::vector<Row>& rows, const std::vector<std::string>& names) {
     Sheet sheet{{"Context", "Name", "Value"}, {}};
     for (const Row& row : rows) {
@@ -79,7 +90,8 @@ Sheet AnswerSheet::of(const KnownSchemas::Entry& schema, const std::string& answ
     if (schema.elements.empty()) {
         return settingsOf(rows, columns);
     }
-    Sheet sheet{columns.empty() ? columnsOf(schema, rows) : columns, {}};
+    Sheet sheet{columns.empty() ? columnsOf(schema, rows) : columns, {}, false, true,
+                chosenOf(schema)};
     for (const Row& row : rows) {
         if (row.items.empty()) {
             addLine(sheet, row, {});
