@@ -104,7 +104,7 @@ private:
             return false;
         }
         const int error = CallerFile::read(file, LargestFile, m_text);
-        m_isMissing = error == ENOENT && file.front() == '/' ;
+        m_isMissing = (error == ENOENT || error == ENOTDIR) && file.front() == '/';
         if (error != 0 && !m_isMissing) {
             Complaint::tellError(m_arguments.what() + ": " + file, error);
         }

@@ -265,7 +265,8 @@ void ImportFile::readLines(std::string_view text, bool isForUser) {
         const bool isOlder = isOfCalls && isForUser && std::isdigit(static_cast<unsigned char>(line[0]));
         const std::string wrong = wrongWithLine(line, isOlder ? older : usual);
         if (!wrong.empty()) {
-            const bool isForeign = number == 1 && m_schema.table == Contacts;
+            const bool isForeign = number == 1 && m_schema.table == Contacts &&
+                                   !isUser(line.substr(0, line.find(',')));
             refuse(number, isForeign ? wrong + "; " + OtherProgram : wrong);
         }
         ++m_rowCount;

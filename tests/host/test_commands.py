@@ -66,8 +66,9 @@ class DemoTest(RemoteTest):
         with closing(sqlite3.connect(self.db / "phone.db")) as database, database:
             return [database.execute(statement).fetchall() for statement in statements][-1]
 
-    def on_terminal(self, *arguments, columns=80, typed=(), env=None):
-        """What a terminal of that width shows; each text typed waits for the words before it."""
+    def on_terminal(self, *arguments, columns=80, typed=(), env=None, edits=True):
+        """What a terminal of that width shows; each text typed waits for the words before it, and for
+        the editor where lines are edited."""
         screen, terminal = pty.openpty()
         fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         environment = self.environment(TERM="xterm", LC_ALL="C.UTF-8", **env or {})
@@ -81,7 +82,7 @@ class DemoTest(RemoteTest):
             while True:
                 if waiting and waiting[0][0].encode() in shown[seen:]:
                     seen = len(shown)
-                    while process.poll() is None and termios.tcgetattr(screen)[3] & termios.ICANON:
+                    while edits and process.poll() is None and termios.tcgetattr(screen)[3] & termios.ICANON:
                         pass  # the editor is about to take over
                     os.write(screen, waiting.pop(0)[1].encode())
                 if not select.select([screen], [], [], PATIENCE)[0]:
@@ -164,15 +165,15 @@ class Data(DemoTest):
 
     def test_a_table_goes_to_a_file_and_back(self):
         before = self.rows("read", "PhoneBook", "--cols", "Surname,Office")
-        self.good("export", "PhoneBook", "/tmp/book.csv", "--context", "base")
+        self.good("export", "PhoneBook", "device:/tmp/book.csv", "--context", "base")
         self.good("delete", "PhoneBook", "--all")
-        self.good("import", "PhoneBook", "/tmp/book.csv", "--context", "base")
+        self.good("import", "PhoneBook", "device:/tmp/book.csv", "--context", "base")
         self.assertEqual(self.rows("read", "PhoneBook", "--cols", "Surname,Office"), before)
         # The service logs at the level of failures that the mode of the telephone was never set.
         (self.root / "tmp/linked").symlink_to(self.root / "tmp/groups")
-        self.good("export", "CallGroup", "/tmp/linked")
+        self.good("export", "CallGroup", "device:/tmp/linked")
         self.assertFalse((self.root / "tmp/linked").is_symlink(), "a link is replaced, not followed")
-        self.assertEqual(self.das("import", "CallGroup", "/tmp/linked", "--context", "visitor").returncode, 0)
+        self.assertEqual(self.das("import", "CallGroup", "device:/tmp/linked", "--context", "visitor").returncode, 0)
 
     def test_a_contact_of_another_user_is_there_to_be_changed(self):
         number = self.rows("write", "PhoneBook", "Surname=Guest", "--context", "visitor")[0]["UniqueID"]
@@ -477,7 +478,7 @@ class Ends(DemoTest):
         before = self.rows("read", "PhoneBook", "--cols", "Surname,Office")
         (self.root / "data/book.csv").write_text(BOOK * 400000)
         screen, terminal = pty.openpty()
-        with subprocess.Popen([DAS, "import", "PhoneBook", "/data/book.csv", "--context", "base"],
+        with subprocess.Popen([DAS, "import", "PhoneBook", "device:/data/book.csv", "--context", "base"],
                               env=self.environment(DAS_PROGRESS_AFTER="0"), stdin=terminal,
                               stdout=terminal, stderr=terminal, start_new_session=True) as process:
             os.close(terminal)
@@ -553,7 +554,7 @@ class Ends(DemoTest):
         before = self.rows("read", "PhoneBook")
         (self.root / "data/book.csv").write_text(BOOK * 20000)
         room = os.path.getsize(self.db / "phone.db") + 4096
-        run = self.das("import", "PhoneBook", "/data/book.csv", "--context", "base",
+        run = self.das("import", "PhoneBook", "device:/data/book.csv", "--context", "base",
                        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (room, room)))
         self.assertEqual(run.returncode, 1, run.errors)
         self.assertRegex(run.errors, r"das: import PhoneBook: .*disk.*; (see to|make room on) the disk")
@@ -575,7 +576,7 @@ class Ends(DemoTest):
                 self.assertIsNone(host.poll())
             for over in ([], ["--socket", self.path]):
                 for command, folder in (("import", "data"), ("export", "data"), ("export", "tmp")):
-                    name = f"/{folder}/secret.csv"
+                    name = f"device:/{folder}/secret.csv"
                     run = self.das(command, "PhoneBook", name, "--context", "base", *over,
                                    program=program, **other)
                     self.assertEqual(run.returncode, 2, run.errors)
@@ -584,7 +585,7 @@ class Ends(DemoTest):
         self.assertEqual(self.rows("read", "PhoneBook"), before)
         (self.db / "phone.db").chmod(0o400)
         os.chown(self.root / "data/demo.csv", NOBODY, NOBODY)
-        run = self.das("import", "PhoneBook", "/data/demo.csv", "--context", "base",
+        run = self.das("import", "PhoneBook", "device:/data/demo.csv", "--context", "base",
                        program=program, **other)
         self.assertEqual(run.returncode, 1, run.errors)
         self.assertIn("readonly database", run.errors)

@@ -148,11 +148,11 @@ class Tables(DemoTest):
 
     def test_a_terminal_is_asked_before_everything_goes(self):
         for reply, status in (("n\n", 1), ("\n", 1), ("yes\n", 0)):
-            found, shown = self.on_terminal("delete", "PhoneBook", "--all", typed=[("?", reply)])
+            found, shown = self.on_terminal("delete", "PhoneBook", "--all", typed=[("?", reply)], edits=False)
             self.assertEqual(found, status, shown)
             self.assertIn("Delete all rows that the current user has in PhoneBook?", shown)
             self.assertEqual(self.rows("read", "PhoneBook") == [], status == 0)
-        self.assertEqual(self.on_terminal("call", "factoryReset", typed=[("?", "no\n")])[0], 1)
+        self.assertEqual(self.on_terminal("call", "factoryReset", typed=[("?", "no\n")], edits=False)[0], 1)
         self.assertNotIn("?", self.on_terminal("call", "factoryReset", "--yes")[1])
         self.assertEqual(self.rows("read", "CallLog"), [])
 
