@@ -154,7 +154,7 @@ class Tables(DemoTest):
             self.assertEqual(self.rows("read", "PhoneBook") == [], status == 0)
         self.assertEqual(self.on_terminal("call", "factoryReset", typed=[("?", "no\n")], edits=False)[0], 1)
         self.assertNotIn("?", self.on_terminal("call", "factoryReset", "--yes")[1])
-        self.assertEqual(self.rows("read", "CallLog"), [])
+        self.assertFalse((self.db / "phone.db").exists())
 
     def test_what_was_made_is_named(self):
         for arguments, words in (
@@ -288,6 +288,7 @@ class Copies(DemoTest):
 
     def test_a_rehearsal_opens_the_originals_for_reading_only(self):
         self.serve()
+        self.rows("read", "CallLog", "--socket", self.path)  # its start is over
         before = {path: path.stat().st_mtime_ns for path in (*self.db.rglob("*"), *self.root.rglob("*"))}
         run = self.das("rehearse")
         self.assertEqual((run.returncode, run.stdout), (0, b""), run.errors)
