@@ -46,19 +46,16 @@ std::string wrongWithFile(const std::string& path, bool forWriting) {
                                 : "; it stands below --root, at " + probe.place);
 }
 
-/// Reads the file of the telephone @p path. False with the reason in @p text.
-bool readFile(const std::string& path, std::string& text) {
-    const std::string wrong = wrongWithFile(path, false);
+/// Reads the file of the telephone @p path. False with the reason in @p wrong, which is blank when the
+/// log has it.
+bool readFile(const std::string& path, std::string& text, std::string& wrong) {
+    wrong = wrongWithFile(path, false);
     if (!wrong.empty()) {
-        text = wrong;
         return false;
     }
     DeviceFile file(path);
     const bool isOpen = file.isOpen();
     text.assign(std::istreambuf_iterator<char>(file), {});
-    if (!isOpen || file.bad()) {
-        text = "it can't be read; the log says why";
-    }
     return isOpen && !file.bad();
 }
 
@@ -138,10 +135,7 @@ void TextTransfer::importText(const Method& request, Executable& service, Client
     std::string text;
     (void)request.getStringParameter("Text", text);
     std::string wrong = wrongWith(request, schema);
-    if (wrong.empty() && !path.empty() && !readFile(path, text)) {
-        wrong = text;
-    }
-    if (!wrong.empty()) {
+    if (!wrong.empty() || (!path.empty() && !readFile(path, text, wrong))) {
         addRefused(wrong, answer);
         return;
     }

@@ -346,9 +346,9 @@ class Help(DemoTest):
             with self.subTest(command):
                 text = self.texts(command)
                 self.assertEqual(self.good(command, "--help"), text)
-                helped = set(re.findall(r"^  (--\w+)", text, re.M))
+                helped = set(re.findall(r"^  (--[\w-]+)", text, re.M))
                 self.assertEqual(set(cases[command].split()) | common, helped)
-                self.assertEqual(set(re.findall(r"^\.B (--\w+)", sections[command], re.M)),
+                self.assertEqual(set(re.findall(r"^\.B (--[\w-]+)", sections[command], re.M)),
                                  helped - common)
                 for line in self.examples(text):
                     self.assertIn(line.replace("\\", "\\e"), sections[command])
