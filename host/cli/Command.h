@@ -49,6 +49,11 @@ std::unique_ptr<Command> makeProfileCommand();
 std::unique_ptr<Command> makeShellCommand();
 std::unique_ptr<Command> makeTraceCommand();
 std::unique_ptr<Command> makeCheckCommand();
+std::unique_ptr<Command> makeFindCommand();
+std::unique_ptr<Command> makeBackupCommand();
+std::unique_ptr<Command> makeRestoreCommand();
+std::unique_ptr<Command> makeDiffCommand();
+std::unique_ptr<Command> makeRehearseCommand();
 std::unique_ptr<Command> makeDemoCommand();
 std::unique_ptr<Command> makeHelpCommand();
 

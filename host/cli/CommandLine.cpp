@@ -122,7 +122,7 @@ void tellOfStranger(const std::string& word, const Row* row) {
         Complaint::tell(word + ": no such command",
                         NearMisses::question(word, commandNames(), "das help lists them"));
     } else {
-        Complaint::tell(word + ": an argument too many", "the usage is " + HelpText::usage(*row));
+        Complaint::tell(word + ": unexpected argument", "the usage is " + HelpText::usage(*row));
     }
 }
 
@@ -149,8 +149,7 @@ int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row)
     } else if (row == nullptr && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
         Complaint::tell("a command is required", "das help lists them");
     } else {
-        const std::string name = nameOf(row);
-        Complaint::tell((name == "das" ? "" : name + ": ") + wordsOf(error, row));
+        Complaint::tell((row == nullptr ? "" : std::string(row->name) + ": ") + wordsOf(error, row));
     }
     return ExitUsage;
 }
@@ -158,6 +157,10 @@ int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row)
 }  // namespace
 
 std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std::string& text) {
+    if (words.empty()) {
+        text = HelpText::ofAll();
+        return ExitSuccess;
+    }
     CLI::App app("", "das");
     app.require_subcommand(1);
     app.fallthrough();

@@ -136,7 +136,9 @@ bool RowArguments::readNumber(const Arguments& arguments, const std::string& nam
     int read = 0;
     const auto result = std::from_chars(text->data(), end, read);
     if (result.ec != std::errc() || result.ptr != end || read < 0) {
-        Complaint::tell(name + " " + *text + ": not a number", "a whole number from 0 on");
+        const bool isTooLarge = result.ec == std::errc::result_out_of_range && (*text)[0] != '-';
+        Complaint::tell(name + " " + *text + (isTooLarge ? ": too large" : ": not a number"),
+                        isTooLarge ? "at most 2147483647" : "a whole number from 0 on");
         return false;
     }
     number = static_cast<std::size_t>(read);
@@ -216,10 +218,24 @@ bool RowArguments::checkName(const std::string& name, const std::vector<std::str
     if (contains(names, name)) {
         return true;
     }
-    Complaint::tell(
-        name + ": " + m_schema->name + " has no such column",
-        NearMisses::question(name, names, "das schemas " + m_schema->name + " lists them"));
+    Complaint::tell(name + ": " + m_schema->name + " has no such column", columnAdvice(name, names));
     return false;
+}
+
+std::string RowArguments::columnAdvice(const std::string& name,
+                                       const std::vector<std::string>& names) const {
+    const auto& columns = m_schema->columns;
+    const auto isMeant = [&](const KnownSchemas::Column& column) { return column.name == name; };
+    const auto found = std::find_if(columns.begin(), columns.end(), isMeant);
+    const std::size_t place = static_cast<std::size_t>(found - columns.begin());
+    if (name == "UserContext") {
+        return "the user is named by --context";
+    }
+    // The elements of contacts are the columns without the user, two of them by another name.
+    if (found != columns.end() && columns.size() == m_schema->elements.size() + 1) {
+        return "it is called " + m_schema->elements[place - 1] + " here";
+    }
+    return NearMisses::question(name, names, "it has " + joined(names));
 }
 
 bool RowArguments::readPair(const std::string& text, const std::vector<std::string>& names,

@@ -65,6 +65,8 @@ private:
     bool readConditions(const Arguments& arguments, const std::string& reason);
     bool readCondition(const std::string& text, const std::string& reason);
     bool checkName(const std::string& name, const std::vector<std::string>& names) const;
+    /// What to try in place of the column @p name, which requests do not have.
+    std::string columnAdvice(const std::string& name, const std::vector<std::string>& names) const;
     bool checkReason(const std::string& command, const std::string& reason) const;
 
     const KnownSchemas::Entry* m_schema = nullptr;

@@ -101,7 +101,10 @@ bool SheetPrinter::check(const Arguments& arguments) {
 }
 
 SheetPrinter::SheetPrinter(const Arguments& arguments, Output& output)
-    : m_format(formatOf(arguments, output)), m_output(output) {}
+    : m_format(formatOf(arguments, output)),
+      m_isForPeople((m_format == Format::Table || m_format == Format::Terminal) &&
+                    !arguments.has("--cols")),
+      m_output(output) {}
 
 SheetPrinter::Format SheetPrinter::formatOf(const Arguments& arguments, const Output& output) {
     const std::string name = arguments.text("--output");
@@ -132,5 +135,8 @@ std::string SheetPrinter::textOf(const Sheet& sheet, const std::string& raw) con
 }
 
 int SheetPrinter::print(const Sheet& sheet, const std::string& raw) {
-    return m_output.write(textOf(sheet, raw)) ? 0 : Complaint::outputFailed();
+    const std::string text = m_isForPeople && sheet.isTable
+                                 ? textOf(TableText::forPeople(sheet), raw)
+                                 : textOf(sheet, raw);
+    return m_output.write(text) ? 0 : Complaint::outputFailed();
 }

@@ -39,6 +39,7 @@ private:
     std::string textOf(const Sheet& sheet, const std::string& raw) const;
 
     Format m_format;
+    bool m_isForPeople;  ///< whether columns may be left out
     Output& m_output;
 };
 

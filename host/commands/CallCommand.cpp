@@ -16,6 +16,7 @@
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 #include "terminal/Output.h"
+#include "terminal/Question.h"
 #include "wire/Methods.h"
 #include "wire/ParameterText.h"
 
@@ -89,6 +90,25 @@ void tellOfStrangers(const Methods::Row& known, const Method& method) {
     }
 }
 
+/// Whether all parameters are there that the method needs; those that are missing are reported.
+bool checkMissing(const Methods::Row& known, const Method& method) {
+    std::string missing;
+    for (const Methods::Value& in : known.of(Parameter::in)) {
+        const auto& given = method.parameters();
+        const bool isGiven =
+            std::any_of(given.begin(), given.end(),
+                        [&](const Parameter& parameter) { return parameter.name == in.name; });
+        if (in.isAlways && !isGiven) {
+            missing += " " + Methods::toText(in);
+        }
+    }
+    if (!missing.empty()) {
+        Complaint::tell(std::string("call ") + known.name + ": missing:" + missing,
+                        "das call --help lists the parameters of each method");
+    }
+    return missing.empty();
+}
+
 std::string plainTextOf(const Parameter& parameter) {
     return textOf(parameter, [](const std::string& text) { return text; });
 }
@@ -144,10 +164,16 @@ public:
             }
         }
         tellOfStrangers(*m_known, m_method);
-        return true;
+        return checkMissing(*m_known, m_method);
     }
 
-    int runIn(Session& session, const Arguments& /*arguments*/) override {
+    int runIn(Session& session, const Arguments& arguments) override {
+        const std::string name = m_known->name;
+        const bool isReset = name == "factoryReset" || name == "invokeACMSFactoryReset";
+        if (isReset && !arguments.has("--yes") &&
+            !Question::mayGoOn("Remove all data of the telephone?")) {
+            return ExitFailure;
+        }
         return call(session.connection(), session.output());
     }
 

@@ -13,6 +13,7 @@
 #include "schemas/Answers.h"
 #include "schemas/RequestText.h"
 #include "terminal/Complaint.h"
+#include "terminal/Question.h"
 
 namespace {
 
@@ -27,7 +28,8 @@ public:
         return m_rows.read(arguments, m_name, m_reason) && checkRows(arguments);
     }
 
-    int runIn(Session& session, const Arguments& /*arguments*/) override {
+    int runIn(Session& session, const Arguments& arguments) override {
+        (void)arguments;
         if (m_rows.form() == Form::List && !m_rows.conditions().empty() && !isThere(session)) {
             return sendForNothing(session);
         }
@@ -71,22 +73,25 @@ protected:
 
     const RowArguments& rows() const { return m_rows; }
 
+    /// Whether @p context has a row that @p conditions describe; true also when that can't be known.
+    bool hasRow(Session& session, const std::optional<std::string>& context,
+                const std::string& conditions) const {
+        const auto found = session.ask(
+            RequestText::request(m_rows.schema().name, "read_request", context, conditions));
+        return !found || Answers::isFailure(*found) ||
+               !AnswerSheet::of(m_rows.schema(), *found, {}).rows.empty();
+    }
+
 private:
     /// Whether there is a row to change; true also when that can't be known.
     bool isThere(Session& session) const {
         // An update of contacts reaches those of each user, whoever is named.
         const bool reachesAll =
             m_rows.schema().name == "PhoneBook" && std::string(m_reason) == "update_request";
-        return reachesAll ? hasRow(session, "base") || hasRow(session, "visitor")
-                          : hasRow(session, m_rows.context());
-    }
-
-    bool hasRow(Session& session, const std::optional<std::string>& context) const {
-        const auto found = session.ask(
-            RequestText::request(m_rows.schema().name, "read_request", context,
-                                 RequestText::entry(m_rows.schema(), m_rows.conditions())));
-        return !found || Answers::isFailure(*found) ||
-               !AnswerSheet::of(m_rows.schema(), *found, {}).rows.empty();
+        const std::string conditions = RequestText::entry(m_rows.schema(), m_rows.conditions());
+        return reachesAll
+                   ? hasRow(session, "base", conditions) || hasRow(session, "visitor", conditions)
+                   : hasRow(session, m_rows.context(), conditions);
     }
 
     /// Most tables answer the same whether there was a row or none.
@@ -108,6 +113,16 @@ class SetCommand : public ChangeCommand {
 public:
     SetCommand() : ChangeCommand("set", "update_request") {}
 
+    int runIn(Session& session, const Arguments& arguments) override {
+        const std::string key = rows().form() == Form::Rows ? keyElement() : "";
+        const bool wasThere = key.empty() || hasRow(session, rows().context(), key);
+        const int status = ChangeCommand::runIn(session, arguments);
+        if (status == ExitSuccess && !wasThere) {
+            tellOfNew(hasRow(session, rows().context(), key));
+        }
+        return status;
+    }
+
 protected:
     bool checkRows(const Arguments& arguments) override {
         switch (rows().form()) {
@@ -124,6 +139,29 @@ protected:
         }
         return namesRow(rows().conditions()) || namesRow(rows().values()) ||
                refuse("no row is named", "by --id ID");
+    }
+
+    /// The element that names the row; blank when none does.
+    std::string keyElement() const {
+        for (const auto* const values : {&rows().conditions(), &rows().values()}) {
+            for (const auto& value : *values) {
+                if (namesRow({value})) {
+                    return RequestText::element(value.first, value.second);
+                }
+            }
+        }
+        return "";
+    }
+
+    /// An update of a key that no row has makes one in some tables, and does nothing in others.
+    void tellOfNew(bool isMade) const {
+        const std::string& name = rows().schema().name;
+        const bool canGo = rows().schema().has("delete_request");
+        Complaint::tell(rows().what() + (isMade ? ": there was no such row, so a new one was made"
+                                                : ": there is no such row, so nothing changes"),
+                        !isMade ? "das read " + name + " lists them"
+                        : canGo ? "das delete " + name + " --id deletes it"
+                                : "no command can delete it");
     }
 
     std::string body() const override {
@@ -178,7 +216,12 @@ public:
 
     int runIn(Session& session, const Arguments& arguments) override {
         if (rows().form() != Form::Settings) {
-            return ChangeCommand::runIn(session, arguments);
+            const std::string user = rows().context().value_or("the current user");
+            const bool isAsked = m_all && !arguments.has("--yes");
+            return isAsked && !Question::mayGoOn("Delete all rows that " + user + " has in " +
+                                                 rows().schema().name + "?")
+                       ? ExitFailure
+                       : ChangeCommand::runIn(session, arguments);
         }
         for (const std::string& item : arguments.all("ITEM")) {
             if (!deleteItem(session, item)) {

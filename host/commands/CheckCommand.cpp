@@ -3,6 +3,7 @@
 
 #include "cli/Arguments.h"
 #include "cli/Command.h"
+#include "cli/FileCommands.h"
 #include "cli/SheetPrinter.h"
 #include "client/HostOptions.h"
 #include "framework/DatabaseExam.h"
@@ -26,12 +27,7 @@ const char* wordFor(DatabaseExam::Verdict verdict) {
 class CheckCommand : public Command {
 public:
     int run(const HostOptions& options, const Arguments& arguments) override {
-        if (options.socket) {
-            Complaint::tell("check: --socket has no place here",
-                            "it looks at the file itself: name its folder by --db");
-            return ExitUsage;
-        }
-        if (!SheetPrinter::check(arguments)) {
+        if (!FileCommands::checkSocket("check", options) || !SheetPrinter::check(arguments)) {
             return ExitUsage;
         }
         const DatabaseExam exam(DatabaseFile::pathOfService());

@@ -11,6 +11,7 @@
 #include "client/HostOptions.h"
 #include "client/Session.h"
 #include "commands/DemoTelephone.h"
+#include "framework/ServiceFiles.h"
 #include "terminal/Complaint.h"
 #include "terminal/Output.h"
 
@@ -40,7 +41,12 @@ public:
         if (session == nullptr) {
             return status;
         }
-        return fill(*session) ? tell(session->output(), folder) : ExitFailure;
+        if (!fill(*session)) {
+            return ExitFailure;
+        }
+        Complaint::tell("demo: " + folder.string() +
+                        " is a telephone with 200 contacts, calls and labelled keys");
+        return tell(session->output(), folder);
     }
 
 private:
@@ -66,6 +72,11 @@ private:
                 Complaint::tell((folder / "root" / file.path).string() + ": can't be written");
                 return false;
             }
+        }
+        // The start finds a database that is to be filled, and has nothing to say of a missing one.
+        if (const int status = ServiceFiles::makeFile(folder / "db" / ServiceFiles::Database)) {
+            Complaint::tellError((folder / "db").string(), status, "name a folder that can be written");
+            return false;
         }
         return true;
     }

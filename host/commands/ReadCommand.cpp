@@ -52,6 +52,9 @@ private:
     static constexpr const char* Reason = "read_request";
 
     bool readColumns(const Arguments& arguments) {
+        if (arguments.text("--cols") == "*") {
+            return true;
+        }
         m_columns = ClientUtils::tokenizeString(arguments.text("--cols"), ",", false, true);
         for (auto column = m_columns.begin(); column != m_columns.end(); ++column) {
             if (!m_rows.checkName(*column)) {

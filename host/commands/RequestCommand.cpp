@@ -13,9 +13,12 @@
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "client/Connection.h"
+#include "cli/RowArguments.h"
 #include "client/HostOptions.h"
 #include "client/Session.h"
 #include "schemas/Answers.h"
+#include "terminal/Complaint.h"
+#include "schemas/KnownSchemas.h"
 #include "terminal/Output.h"
 #include "terminal/Utf8.h"
 
@@ -113,10 +116,30 @@ private:
         if (!ask(message, answer)) {
             return stop("the running host", ECONNRESET, ExitFailure);
         }
+        if (!m_output.writeLine(answer)) {
+            m_exitStatus = Complaint::outputFailed();
+            return false;
+        }
         if (Answers::isFailure(answer)) {
             m_exitStatus = ExitFailure;
+            tellReason(message);
         }
-        return m_output.writeLine(answer) || stop("standard output", errno, ExitFailure);
+        return true;
+    }
+
+    /// What can be known of a failure beyond the lines of the log.
+    void tellReason(const std::string& message) {
+        const std::string name = Answers::schemaOf(message);
+        const KnownSchemas::Entry* const schema = KnownSchemas::find(name);
+        const std::string words = m_session.takeFailures().text();
+        if (schema == nullptr) {
+            (void)RowArguments::findSchema(name);
+        } else if (const std::string reason = Answers::reasonOf(message); !schema->has(reason)) {
+            Complaint::tell("request: " + name + " has no " + reason,
+                            "it has " + RowArguments::joined(schema->reasons));
+        } else if (!words.empty()) {
+            Complaint::tell("request: " + words, FailureWords::adviceFor(words));
+        }
     }
 
     bool sendLines() {

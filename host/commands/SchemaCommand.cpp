@@ -37,7 +37,8 @@ bool writeAll(const std::filesystem::path& folder) {
         Complaint::tellError(folder.string(), error.value());
         return false;
     }
-    bool isWritten = writeFile(folder / "methods.schema.json", MethodContract::json());
+    bool isWritten = writeFile(folder / "methods.schema.json", MethodContract::json()) &&
+                     writeFile(folder / "answers.json", SchemaContract::answersJson());
     for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
         const auto path = folder / "xsd" / schema.name;
         isWritten =

@@ -24,6 +24,7 @@
 #include "server/ListeningSocket.h"
 #include "server/ServiceNotice.h"
 #include "server/SocketServer.h"
+#include "terminal/Complaint.h"
 #include "terminal/Output.h"
 #include "wire/LineCutter.h"
 
@@ -128,7 +129,9 @@ public:
         const HandedSockets handed;
         const bool isSocket = options.socket.has_value() || !(isStdio || handed.empty());
         if (isStdio == isSocket) {
-            std::cerr << "das: serve: one of --socket and --stdio is required" << std::endl;
+            Complaint::tell(isStdio ? "serve: --stdio and --socket say different things"
+                                    : "serve: one of --socket and --stdio is required",
+                            isStdio ? "leave one of them out" : "");
             return ExitUsage;
         }
         EndWatch end;
@@ -139,7 +142,18 @@ public:
 private:
     static int serveStreams(EndWatch& end) {
         ServiceHost host;
-        return host.start() ? StandardStreams(host, end).serve() : ExitNoLibrary;
+        if (!host.start()) {
+            return ExitNoLibrary;
+        }
+        tellPerson("serving standard input and output", "Ctrl-D ends it");
+        return StandardStreams(host, end).serve();
+    }
+
+    /// Service managers and scripts need no such line.
+    static void tellPerson(const std::string& what, const std::string& advice) {
+        if (isatty(STDERR_FILENO) != 0) {
+            Complaint::tell(what, advice);
+        }
     }
 
     /// The socket comes first: where another host listens, this one must not start a service. What
@@ -166,6 +180,7 @@ private:
             (void)host.service().processRequest(SignOfLife.data(),
                                                 static_cast<int>(SignOfLife.size()));
         });
+        tellPerson("listening at " + *path, "Ctrl-C ends it");
         end.wait();
         notice.ending();
         socket.remove();

@@ -1,9 +1,11 @@
 #include "framework/DatabaseFile.h"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -43,17 +45,80 @@ bool DatabaseFile::open(const std::string& path, bool isAlone) {
     return result == SQLITE_OK;
 }
 
+bool DatabaseFile::openToRead(const std::string& path) {
+    constexpr int PatienceInMilliseconds = 5000;
+    const auto isThere = [&](const char* ending) {
+        return access((path + ending).c_str(), F_OK) == 0;
+    };
+    Rows rows;
+    if (!open(path, false)) {
+        return false;
+    }
+    sqlite3_busy_timeout(m_database, PatienceInMilliseconds);
+    if (query("SELECT count(*) FROM sqlite_master", rows)) {
+        return true;
+    }
+    // A database in the mode of write-ahead logs can't be read without a file next to it.
+    const std::string error = m_error;
+    if (sqlite3_errcode(m_database) == SQLITE_CANTOPEN && !isThere("-journal") &&
+        !isThere("-wal")) {
+        sqlite3_close(m_database);
+        m_database = nullptr;
+        rows.clear();
+        if (open(path, true) && query("SELECT count(*) FROM sqlite_master", rows)) {
+            return true;
+        }
+    }
+    m_error = error;
+    return false;
+}
+
+bool DatabaseFile::copyTo(const std::string& path) {
+    sqlite3* target = nullptr;
+    int result = sqlite3_open_v2(path.c_str(), &target, SQLITE_OPEN_READWRITE, nullptr);
+    sqlite3_backup* const backup =
+        result == SQLITE_OK ? sqlite3_backup_init(target, "main", m_database, "main") : nullptr;
+    if (backup != nullptr) {
+        (void)sqlite3_backup_step(backup, -1);
+        result = sqlite3_backup_finish(backup);
+    } else {
+        result = sqlite3_errcode(target);
+    }
+    if (result != SQLITE_OK) {
+        m_error = sqlite3_errstr(result);
+    }
+    const int closed = sqlite3_close(target);
+    return result == SQLITE_OK && closed == SQLITE_OK;
+}
+
 bool DatabaseFile::query(const std::string& sql, Rows& rows) {
+    std::vector<Cells> found;
+    const bool isDone = query(sql, found);
+    for (Cells& cells : found) {
+        std::vector<std::string> row;
+        for (auto& cell : cells) {
+            row.push_back(std::move(cell).value_or(""));
+        }
+        rows.push_back(std::move(row));
+    }
+    return isDone;
+}
+
+bool DatabaseFile::query(const std::string& sql, std::vector<Cells>& rows) {
     sqlite3_stmt* prepared = nullptr;
     int result = sqlite3_prepare_v2(m_database, sql.c_str(), -1, &prepared, nullptr);
     const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(prepared,
                                                                           sqlite3_finalize);
     while (result == SQLITE_OK && (result = sqlite3_step(prepared)) == SQLITE_ROW) {
-        std::vector<std::string> row;
+        Cells row;
         for (int i = 0; i < sqlite3_column_count(prepared); ++i) {
             const auto* const text =
                 reinterpret_cast<const char*>(sqlite3_column_text(prepared, i));
-            row.emplace_back(text == nullptr ? "" : text);
+            row.emplace_back();
+            if (text != nullptr) {
+                row.back().emplace(text,
+                                   static_cast<std::size_t>(sqlite3_column_bytes(prepared, i)));
+            }
         }
         rows.push_back(std::move(row));
         result = SQLITE_OK;

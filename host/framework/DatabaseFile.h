@@ -1,6 +1,7 @@
 #ifndef DATABASEFILE_H
 #define DATABASEFILE_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ struct sqlite3;
 class DatabaseFile {
 public:
     using Rows = std::vector<std::vector<std::string>>;
+    using Cells = std::vector<std::optional<std::string>>;  ///< none for a NULL
 
     DatabaseFile() = default;
     ~DatabaseFile();
@@ -32,6 +34,17 @@ public:
     /// Runs a statement that reads. False with SQLite's words in error(); rows that were found
     /// before that are in @p rows.
     [[nodiscard]] bool query(const std::string& sql, Rows& rows);
+
+    /// The same with NULLs told apart from blank texts.
+    [[nodiscard]] bool query(const std::string& sql, std::vector<Cells>& rows);
+
+    /// Opens the file to read all of it: as the other processes see it, waiting up to five seconds
+    /// for a commit of theirs. False with the reason in error().
+    [[nodiscard]] bool openToRead(const std::string& path);
+
+    /// Writes what the database holds at one moment over the file @p path. False with the reason in
+    /// error().
+    [[nodiscard]] bool copyTo(const std::string& path);
 
     const std::string& error() const { return m_error; }
 

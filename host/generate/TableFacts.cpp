@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "calls/CallLogColumns.h"
+#include "calls/CallLogWriter.h"
 #include "ClientUtils.h"
 #include "schemas/DAOFactory.h"
 #include "DASUtilsStrings.h"
@@ -136,6 +137,50 @@ Texts callItemElements() {
     return names;
 }
 
+/// The row of a call of @p category as the service writes it, with all its cells blank but two.
+std::string writtenCall(const std::string& category, bool withContact) {
+    using namespace CallLogColumns;
+    Texts row(Count);
+    row[Category] = category;
+    row[position(TimeDate, 0)] = category;
+    const auto kind = withContact ? CallLogWriter::AllWithContacts : CallLogWriter::All;
+    std::string text;
+    CallLogWriter::parseAllCallLogCols(text, row, 0, kind);
+    if (withContact) {
+        const Texts contact(ContactColumns::elements().size() + 1);
+        CallLogWriter::parseAllPhoneBookCols(text, contact, 0, CallLogWriter::UserOfContact);
+    }
+    return text;
+}
+
+/// Adds the elements of a written row to @p columns, and those of its item to @p item.
+void addElementsOf(const std::string& written, Texts& columns, Texts& item) {
+    const std::size_t itemBegin = written.find("<Item>");
+    const std::size_t itemEnd = written.find("</Item>");
+    for (std::size_t begin = written.find('<'); begin != std::string::npos;
+         begin = written.find('<', begin + 1)) {
+        const std::string name = written.substr(begin + 1, written.find('>', begin) - begin - 1);
+        if (name[0] != '/' && begin != itemBegin) {
+            (begin > itemBegin && begin < itemEnd ? item : columns).push_back(name);
+        }
+    }
+}
+
+/// Calls stand in one of two forms: missed ones have a column more, and the items of all others are
+/// of two kinds.
+std::vector<AnswerFormFacts> callForms(bool withContact) {
+    std::vector<AnswerFormFacts> forms(2);
+    for (const auto kind : {CallLogWriter::Missed, CallLogWriter::Dialled,
+                            CallLogWriter::Received}) {
+        AnswerFormFacts& form = forms[kind == CallLogWriter::Missed ? 0 : 1];
+        form.columns.clear();
+        form.itemForms.emplace_back();
+        addElementsOf(writtenCall(CallLogWriter::categoryOf(kind), withContact), form.columns,
+                      form.itemForms.back());
+    }
+    return forms;
+}
+
 void addElements(SchemaFacts& facts) {
     if (facts.table == DASUtilsStrings::PhoneBookTableName) {
         facts.elements = ContactColumns::elements();
@@ -148,6 +193,14 @@ void addElements(SchemaFacts& facts) {
                 facts.elements.push_back(column.name);
             }
         }
+    }
+}
+
+void addAnswerForms(SchemaFacts& facts) {
+    if (facts.table == DASUtilsStrings::CallLogTableName) {
+        facts.answerForms = callForms(facts.name == DASUtilsStrings::CallLogAndPhoneBookSchema);
+    } else if (!facts.elements.empty()) {
+        facts.answerForms = {{facts.elements, {}}};
     }
 }
 
@@ -170,6 +223,7 @@ std::vector<SchemaFacts> collectFacts(const std::vector<std::string>& schemas, D
         facts.hasDataFile = hasDataFile(*object);
         facts.columns = columnsOf(*object);
         addElements(facts);
+        addAnswerForms(facts);
         all.push_back(std::move(facts));
     }
     return all;

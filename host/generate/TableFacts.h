@@ -15,6 +15,13 @@ struct ColumnFacts {
     std::vector<std::string> defaults;
 };
 
+/// How a row stands in answers to reads of whole rows: its elements in order, and the forms that an
+/// item of its list may have.
+struct AnswerFormFacts {
+    std::vector<std::string> columns;
+    std::vector<std::vector<std::string>> itemForms;
+};
+
 /// One schema, as the objects of the service themselves describe it.
 struct SchemaFacts {
     std::string name;
@@ -27,6 +34,7 @@ struct SchemaFacts {
     std::vector<ColumnFacts> columns;       ///< of the table, in order
     std::vector<std::string> elements;      ///< of a row in requests; none where any name will do
     std::vector<std::string> itemElements;  ///< of an item in a row's list; none without a list
+    std::vector<AnswerFormFacts> answerForms;  ///< those that a row may have; none for settings
 };
 
 /**

@@ -43,7 +43,15 @@ void write(std::ostream& out, const SchemaFacts& facts) {
             << listOf(column.defaults) << "},\n      ";
     }
     out << "},\n     " << listOf(facts.elements) << ",\n     " << listOf(facts.itemElements)
-        << "},\n";
+        << ",\n     {";
+    for (const AnswerFormFacts& form : facts.answerForms) {
+        out << "{" << listOf(form.columns) << ", {";
+        for (const auto& item : form.itemForms) {
+            out << listOf(item) << ",\n      ";
+        }
+        out << "}},\n      ";
+    }
+    out << "}},\n";
 }
 
 bool writeAll(const std::string& file, const std::vector<SchemaFacts>& all) {

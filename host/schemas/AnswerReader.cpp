@@ -1,115 +1,194 @@
 #include "schemas/AnswerReader.h"
 
 #include <algorithm>
-#include <cctype>
 #include <string_view>
+
+#include "schemas/AnswerRecords.h"
 
 namespace {
 
 using AnswerReader::Cells;
 using AnswerReader::Row;
+using std::string_view;
 
-/// Goes through the text of one answer.
-class Reader {
-public:
-    explicit Reader(std::string_view text) : m_rest(text) {}
+const std::string Entry = "Entry";
+const std::string Item = "Item";
+const std::string List = "LogList";
+const string_view ContextBegin = "<Context currentUser=\"";
+const string_view ContextEnd = "</Context>";
+const string_view SchemaEnd = "</Schema>";
 
-    std::vector<Row> read() {
-        skipHeader();
-        while (!m_rest.empty() && m_rest != "</Schema>") {
-            if (!readFrame() && !readCell()) {
-                break;
+bool take(string_view& text, string_view part) {
+    const bool isThere = text.substr(0, part.size()) == part;
+    text.remove_prefix(isThere ? part.size() : 0);
+    return isThere;
+}
+
+void dropEnd(string_view& text, string_view part) {
+    if (text.size() >= part.size() && text.substr(text.size() - part.size()) == part) {
+        text.remove_suffix(part.size());
+    }
+}
+
+/// Takes the begin of a context, if it is next, and its user.
+bool takeContext(string_view& text, std::string& user) {
+    string_view rest = text;
+    const std::size_t end = take(rest, ContextBegin) ? rest.find("\">") : string_view::npos;
+    if (end == string_view::npos || rest.substr(0, end).find_first_of("\"<") != string_view::npos) {
+        return false;
+    }
+    user = rest.substr(0, end);
+    text = rest.substr(end + 2);
+    return true;
+}
+
+// Rows ----------------------------------------------------------------------------------------------
+
+using Forms = std::vector<KnownSchemas::AnswerForm>;
+
+/// The records of @p text by the columns of @p forms, else by those of the first record.
+std::vector<AnswerRecords::Record> recordsOf(const std::string& frame,
+                                             std::vector<AnswerRecords::Columns> forms,
+                                             string_view text) {
+    std::vector<AnswerRecords::Record> records;
+    const auto isEmpty = [](const auto& columns) { return columns.empty(); };
+    forms.erase(std::remove_if(forms.begin(), forms.end(), isEmpty), forms.end());
+    const std::string begin = forms.empty() ? "" : "<" + frame + "><" + forms[0][0] + ">";
+    string_view rest = text;
+    if (!forms.empty() && take(rest, begin) &&
+        AnswerRecords(frame, std::move(forms), List).read(text, records)) {
+        return records;
+    }
+    const auto columns = AnswerRecords::columnsOf(frame, text);
+    if (!columns.empty()) {
+        (void)AnswerRecords(frame, {columns}, List).read(text, records);
+    }
+    return records;
+}
+
+Cells copied(const AnswerRecords::Cells& cells) {
+    return Cells(cells.begin(), cells.end());
+}
+
+/// The forms that a row may have; a row of calls tells by its category which it is.
+std::vector<AnswerRecords::Columns> columnsOf(const Forms& forms) {
+    std::vector<AnswerRecords::Columns> all;
+    for (const auto& form : forms) {
+        all.push_back(form.columns);
+    }
+    return all;
+}
+
+Row rowOf(const AnswerRecords::Record& record, const Forms& forms, const std::string& user) {
+    Row row{user, false, {}, {}};
+    for (const auto& [name, value] : record.cells) {
+        if (name != List) {
+            row.cells.emplace_back(name, value);
+        } else if (!value.empty()) {
+            std::vector<AnswerRecords::Columns> columns;
+            if (record.form < forms.size()) {
+                columns = forms[record.form].itemForms;
+            }
+            for (const auto& item : recordsOf(Item, std::move(columns), value)) {
+                row.items.push_back(copied(item.cells));
             }
         }
-        return std::move(m_rows);
     }
+    return row;
+}
 
-private:
-    bool take(std::string_view part) {
-        if (m_rest.substr(0, part.size()) != part) {
-            return false;
+// Settings ------------------------------------------------------------------------------------------
+
+/// The name of the element that begins @p text, taken from it; blank for none.
+std::string takeName(string_view& text) {
+    const std::size_t end = text.find('>');
+    const string_view name = end == string_view::npos ? "" : text.substr(0, end).substr(1);
+    const bool isName = !name.empty() && text.front() == '<' &&
+                        name.find_first_of("</ \"=") == string_view::npos;
+    text.remove_prefix(isName ? end + 1 : 0);
+    return std::string(isName ? name : "");
+}
+
+/// Takes what may stand between two items.
+void takeFrames(string_view& text, std::string& user) {
+    bool isFrame = true;
+    while (isFrame) {
+        isFrame = takeContext(text, user);
+        if (take(text, ContextEnd)) {
+            user.clear();
+            isFrame = true;
         }
-        m_rest.remove_prefix(part.size());
-        return true;
     }
+}
 
-    /// Takes the text up to @p end, and @p end as well.
-    std::string_view takeUpTo(std::string_view end) {
-        const std::size_t place = std::min(m_rest.find(end), m_rest.size());
-        const std::string_view text = m_rest.substr(0, place);
-        m_rest.remove_prefix(std::min(place + end.size(), m_rest.size()));
-        return text;
+/// Whether an item stands in front of @p text whose value holds no @p other, which would be the end
+/// of the item before it.
+bool beginsItem(string_view text, string_view other) {
+    const std::string name = takeName(text);
+    const std::size_t limit = std::min(text.find(other), text.size());
+    return !name.empty() &&
+           text.substr(0, limit + name.size() + 3).find("</" + name + ">") != string_view::npos;
+}
+
+/// Takes the value of the item @p name: up to the first end tag after which the answer ends, or
+/// another whole item stands.
+string_view takeValue(string_view& text, const std::string& name) {
+    const std::string tag = "</" + name + ">";
+    for (std::size_t place = text.find(tag); place != string_view::npos;
+         place = text.find(tag, place + 1)) {
+        string_view rest = text.substr(place + tag.size());
+        const string_view after = rest;
+        std::string ignored;
+        takeFrames(rest, ignored);
+        if (rest.empty() || beginsItem(rest, tag + "<")) {
+            const string_view value = text.substr(0, place);
+            text = after;
+            return value;
+        }
     }
+    const string_view value = text;
+    text = {};
+    return value;
+}
 
-    void skipHeader() { takeUpTo("</ReasonForMessage>"); }
-
-    /// Takes one of the tags that stand around cells.
-    bool readFrame() {
-        if (take("<Entry>")) {
-            m_rows.push_back({m_user, false, {}, {}});
-            m_isInEntry = true;
-        } else if (take("</Entry>")) {
-            m_isInEntry = false;
-        } else if (take("<Context currentUser=\"")) {
-            m_user = takeUpTo("\">");
-        } else if (take("</Context>")) {
-            m_user.clear();
-        } else if (m_isInEntry && take("<Item>")) {
-            m_rows.back().items.emplace_back();
-            m_isInItem = true;
-        } else if (m_isInItem && take("</Item>")) {
-            m_isInItem = false;
-        } else {
-            return m_isInEntry && (take("<LogList>") || take("</LogList>") || take("<LogList/>"));
+std::vector<Row> settingsOf(string_view text) {
+    std::vector<Row> rows;
+    std::string user;
+    for (takeFrames(text, user); !text.empty(); takeFrames(text, user)) {
+        const std::string name = takeName(text);
+        if (name.empty()) {
+            break;
         }
-        return true;
+        const std::string value(takeValue(text, name));
+        rows.push_back({user, true, {{name, value}}, {}});
     }
-
-    bool readCell() {
-        if (!take("<")) {
-            return false;
-        }
-        const std::string name(takeUpTo(">"));
-        if (name.empty() || name.back() == '/') {
-            return !name.empty();
-        }
-        const std::string value = takeValue("</" + name + ">");
-        if (m_isInItem) {
-            m_rows.back().items.back().emplace_back(name, value);
-        } else if (m_isInEntry) {
-            m_rows.back().cells.emplace_back(name, value);
-        } else {
-            m_rows.push_back({m_user, true, {{name, value}}, {}});
-        }
-        return true;
-    }
-
-    /// The text up to the first @p end behind which another tag begins.
-    std::string takeValue(const std::string& end) {
-        for (std::size_t place = m_rest.find(end); place != std::string_view::npos;
-             place = m_rest.find(end, place + 1)) {
-            const std::size_t next = place + end.size();
-            const bool isTag = m_rest.size() > next + 1 && m_rest[next] == '<' &&
-                               (m_rest[next + 1] == '/' || m_rest[next + 1] == '_' ||
-                                std::isalpha(static_cast<unsigned char>(m_rest[next + 1])) != 0);
-            if (isTag) {
-                std::string value(m_rest.substr(0, place));
-                m_rest.remove_prefix(next);
-                return value;
-            }
-        }
-        return std::string(takeUpTo("</Schema>"));
-    }
-
-    std::string_view m_rest;
-    std::vector<Row> m_rows;
-    std::string m_user;
-    bool m_isInEntry = false;
-    bool m_isInItem = false;
-};
+    return rows;
+}
 
 }  // namespace
 
-std::vector<Row> AnswerReader::rowsOf(const std::string& answer) {
-    return Reader(answer).read();
+std::vector<Row> AnswerReader::rowsOf(const KnownSchemas::Entry& schema,
+                                      const std::vector<std::string>& asked,
+                                      const std::string& answer) {
+    const string_view reasonEnd = "</ReasonForMessage>";
+    string_view text = answer;
+    text.remove_prefix(std::min(text.find(reasonEnd), text.size()));
+    if (!take(text, reasonEnd)) {
+        return {};
+    }
+    dropEnd(text, SchemaEnd);
+    if (schema.elements.empty()) {
+        return settingsOf(text);
+    }
+    std::string user;
+    if (takeContext(text, user)) {
+        dropEnd(text, ContextEnd);
+    }
+    const Forms forms =
+        asked.empty() ? schema.answerForms : Forms{{asked, {}}};
+    std::vector<Row> rows;
+    for (const auto& record : recordsOf(Entry, columnsOf(forms), text)) {
+        rows.push_back(rowOf(record, forms, user));
+    }
+    return rows;
 }

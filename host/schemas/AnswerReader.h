@@ -5,11 +5,14 @@
 #include <utility>
 #include <vector>
 
+#include "schemas/KnownSchemas.h"
+
 /**
  * Reads the answers of the service, whose cells are not escaped and so may hold anything.
  *
- * A cell ends at its end tag when the next tag follows at once; a stored text that imitates that is
- * cut there. No parser of XML could read such an answer at all.
+ * An answer is cut by the columns that its rows have, in their order: docs/requests.md has the rule
+ * under "How to take an answer apart". A value that looks like markup can change its own row, and
+ * can look like a further one; it never hides another row.
  */
 namespace AnswerReader {
 
@@ -22,8 +25,10 @@ struct Row {
     std::vector<Cells> items;  ///< of the row's list: the calls
 };
 
-/// The rows of @p answer, which is that of a read.
-std::vector<Row> rowsOf(const std::string& answer);
+/// The rows of @p answer, which is that of a read of @p schema. @p asked are the columns that the
+/// request named; none where it asked for whole rows.
+std::vector<Row> rowsOf(const KnownSchemas::Entry& schema, const std::vector<std::string>& asked,
+                        const std::string& answer);
 
 }  // namespace AnswerReader
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "schemas/AnswerReader.h"
+#include "schemas/RequestText.h"
 
 namespace {
 
@@ -57,6 +58,17 @@ void addLine(Sheet& sheet, const Row& row, const Cells& item) {
     sheet.rows.push_back(std::move(line));
 }
 
+/// What people look for in contacts and calls; all columns of other rows.
+std::vector<std::string> chosenOf(const KnownSchemas::Entry& schema) {
+    if (!schema.itemElements.empty()) {
+        return {"TimeDate", "Category", "Number", "Surname", "Firstname", "Duration"};
+    }
+    if (schema.table == "PHONE_BOOK") {
+        return {"UniqueID", "Surname", "Firstname", "Office", "Mobile", "Private", "Email"};
+    }
+    return {};
+}
+
 Sheet settingsOf(const std::vector<Row>& rows, const std::vector<std::string>& names) {
     Sheet sheet{{"Context", "Name", "Value"}, {}};
     for (const Row& row : rows) {
@@ -72,11 +84,14 @@ Sheet settingsOf(const std::vector<Row>& rows, const std::vector<std::string>& n
 
 Sheet AnswerSheet::of(const KnownSchemas::Entry& schema, const std::string& answer,
                       const std::vector<std::string>& columns) {
-    const auto rows = AnswerReader::rowsOf(answer);
+    const bool isAsked = RequestText::formOf(schema) == RequestText::Form::Rows;
+    const auto rows = AnswerReader::rowsOf(
+        schema, isAsked ? columns : std::vector<std::string>(), answer);
     if (schema.elements.empty()) {
         return settingsOf(rows, columns);
     }
-    Sheet sheet{columns.empty() ? columnsOf(schema, rows) : columns, {}};
+    Sheet sheet{columns.empty() ? columnsOf(schema, rows) : columns, {}, false, true,
+                chosenOf(schema)};
     for (const Row& row : rows) {
         if (row.items.empty()) {
             addLine(sheet, row, {});

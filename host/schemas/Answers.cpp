@@ -12,15 +12,24 @@ bool standsAt(const std::string& text, std::size_t position, const std::string& 
     return text.compare(position, part.size(), part) == 0;
 }
 
-/// The name by which the service itself finds its way: the first quoted text behind "Schema".
-std::string schemaOf(const std::string& message) {
+}  // namespace
+
+// The first quoted text after "Schema" is what the service itself goes by.
+std::string Answers::schemaOf(const std::string& message) {
     const std::size_t word = message.find("Schema");
     const std::size_t open = word == std::string::npos ? word : message.find('"', word);
     const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
     return close == std::string::npos ? "" : message.substr(open + 1, close - open - 1);
 }
 
-}  // namespace
+std::string Answers::reasonOf(const std::string& message) {
+    const std::string begin = "<ReasonForMessage>";
+    const std::size_t place = message.find(begin);
+    const std::size_t end = place == std::string::npos ? place : message.find(ReasonEnd, place);
+    return end == std::string::npos
+               ? ""
+               : message.substr(place + begin.size(), end - place - begin.size());
+}
 
 bool Answers::isFailure(const std::string& answer) {
     if (!standsAt(answer, 0, SchemaStart)) {

@@ -14,6 +14,12 @@ struct Column {
     std::vector<std::string> defaults;  ///< one for all default rows, or one for each
 };
 
+/// How a row stands in answers to reads of whole rows.
+struct AnswerForm {
+    std::vector<std::string> columns;                 ///< in their order, the list of calls too
+    std::vector<std::vector<std::string>> itemForms;  ///< those that an item of the list may have
+};
+
 struct Entry {
     std::string name;
     std::string table;
@@ -25,6 +31,7 @@ struct Entry {
     std::vector<Column> columns;            ///< of the table, in order
     std::vector<std::string> elements;      ///< of a row in requests; none where any name will do
     std::vector<std::string> itemElements;  ///< of an item in a row's list; none without a list
+    std::vector<AnswerForm> answerForms;    ///< those that a row may have; none for settings
 
     bool has(const std::string& reason) const;
 };

@@ -286,3 +286,17 @@ std::string SchemaContract::rowsJson(const Entry& schema) {
                       {"items", row}};
     return all.dump(2) + "\n";
 }
+
+std::string SchemaContract::answersJson() {
+    auto all = nlohmann::ordered_json::object();
+    for (const Entry& schema : KnownSchemas::all()) {
+        for (const KnownSchemas::AnswerForm& form : schema.answerForms) {
+            auto written = nlohmann::ordered_json{{"columns", form.columns}};
+            if (!form.itemForms.empty()) {
+                written["items"] = form.itemForms;
+            }
+            all[schema.name].push_back(std::move(written));
+        }
+    }
+    return all.dump(1) + "\n";
+}

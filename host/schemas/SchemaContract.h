@@ -25,6 +25,10 @@ std::string xsd(const KnownSchemas::Entry& schema, Side side);
 /// A JSON schema of what "das read SCHEMA --output json" prints.
 std::string rowsJson(const KnownSchemas::Entry& schema);
 
+/// For each schema with rows, the forms that a row has in answers: its elements in order, and in
+/// "items" those of the items of its list.
+std::string answersJson();
+
 }  // namespace SchemaContract
 
 #endif

@@ -17,6 +17,9 @@ void Complaint::tellError(const std::string& subject, int error, const std::stri
 }
 
 int Complaint::outputFailed() {
+    if (errno == EPIPE) {
+        return ExitBrokenPipe;  // whoever reads has seen enough
+    }
     tellError("standard output", errno);
     return ExitFailure;
 }

@@ -13,7 +13,8 @@ void tell(const std::string& what, const std::string& advice = "");
 /// The same with the words of the system for @p error behind the subject.
 void tellError(const std::string& subject, int error, const std::string& advice = "");
 
-/// Tells that answers could not be written, for the reason that errno holds. Gives the exit status.
+/// Reports that answers could not be written, for the reason that errno holds. A reader that has
+/// gone is no error worth a line. Returns the exit status.
 int outputFailed();
 
 }  // namespace Complaint

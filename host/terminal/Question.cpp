@@ -1,8 +1,11 @@
 #include "terminal/Question.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <memory>
 
+#include "terminal/Complaint.h"
 #include "terminal/TerminalText.h"
 
 Question::Reply Question::ask(const std::string& question) {
@@ -22,4 +25,12 @@ Question::Reply Question::ask(const std::string& question) {
         reply += static_cast<char>(character);
     }
     return reply == "y" || reply == "yes" ? Reply::Yes : Reply::No;
+}
+
+bool Question::mayGoOn(const std::string& question) {
+    const bool isRefused = isatty(STDIN_FILENO) != 0 && ask(question + " [y/N] ") == Reply::No;
+    if (isRefused) {
+        Complaint::tell("nothing was changed");
+    }
+    return !isRefused;
 }

@@ -15,6 +15,10 @@ enum class Reply {
 /// Shows @p question, which ends with "?", and waits for a line. Only "y" and "yes" mean yes.
 [[nodiscard]] Reply ask(const std::string& question);
 
+/// Whether to go on after @p question. Asked only of a person whose terminal is standard input;
+/// scripts and pipes go on. "Nothing was changed" is reported for a no.
+[[nodiscard]] bool mayGoOn(const std::string& question);
+
 }  // namespace Question
 
 #endif

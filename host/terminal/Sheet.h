@@ -9,6 +9,8 @@ struct Sheet {
     std::vector<std::string> columns;
     std::vector<std::vector<std::string>> rows;
     bool isProse = false;  ///< cells are sentences or lists: broken on a terminal, never cut
+    bool isTable = false;  ///< rows of the service: a table for people leaves out blank columns
+    std::vector<std::string> chosen = {};  ///< the columns of such a table; none for all
 };
 
 #endif

@@ -33,14 +33,35 @@ std::size_t totalOf(const Widths& widths) {
            (widths.empty() ? 0 : (widths.size() - 1) * Gap);
 }
 
-/// Takes from the widest column until all fit. False when they can't.
-bool fit(Widths& widths, std::size_t width, std::size_t narrowest) {
+/// Whether @p text is a number as telephones have them: cut, it would be another one.
+bool isNumber(const std::string& text) {
+    return text.find_first_of("0123456789") != std::string::npos &&
+           text.find_first_not_of("0123456789+-*#()./ ") == std::string::npos;
+}
+
+/// How narrow each column may become.
+Widths floorsOf(const Sheet& sheet) {
+    Widths floors(sheet.columns.size(), sheet.isProse ? NarrowestProse : Narrowest);
+    for (const auto& row : sheet.rows) {
+        for (std::size_t i = 0; i < floors.size(); ++i) {
+            floors[i] = isNumber(row[i]) ? std::max(floors[i], row[i].size()) : floors[i];
+        }
+    }
+    return floors;
+}
+
+/// Takes from the widest column that can be narrower until all fit. False when they can't.
+bool fit(Widths& widths, const Widths& floors, std::size_t width) {
     while (totalOf(widths) > width) {
-        const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= narrowest) {
+        std::size_t widest = widths.size();
+        for (std::size_t i = 0; i < widths.size(); ++i) {
+            const bool isWider = widest == widths.size() || widths[i] > widths[widest];
+            widest = widths[i] > floors[i] && isWider ? i : widest;
+        }
+        if (widest == widths.size()) {
             return false;
         }
-        --*widest;
+        --widths[widest];
     }
     return true;
 }
@@ -107,41 +128,70 @@ std::string tableOf(const Sheet& sheet, const Widths& widths, bool isBold) {
     return text;
 }
 
-/// The columns in which any row has something.
-Sheet withoutBlankColumns(const Sheet& sheet) {
-    Sheet rest{{}, {}, sheet.isProse};
+bool isBlank(const Sheet& sheet, std::size_t column) {
+    return std::all_of(sheet.rows.begin(), sheet.rows.end(),
+                       [column](const auto& row) { return row[column].empty(); });
+}
+
+/// The columns at @p places.
+Sheet onlyColumns(const Sheet& sheet, const std::vector<std::size_t>& places) {
+    Sheet rest{{}, {}, sheet.isProse, sheet.isTable};
     rest.rows.resize(sheet.rows.size());
-    for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
-        const bool isBlank = std::all_of(sheet.rows.begin(), sheet.rows.end(),
-                                         [i](const auto& row) { return row[i].empty(); });
-        if (isBlank) {
-            continue;
-        }
-        rest.columns.push_back(sheet.columns[i]);
+    for (const std::size_t place : places) {
+        rest.columns.push_back(sheet.columns[place]);
         for (std::size_t row = 0; row < sheet.rows.size(); ++row) {
-            rest.rows[row].push_back(sheet.rows[row][i]);
+            rest.rows[row].push_back(sheet.rows[row][place]);
         }
     }
     return rest;
 }
 
-/// A line a value, a blank line between rows.
+/// The columns in which any row has something.
+Sheet withoutBlankColumns(const Sheet& sheet) {
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
+        if (!isBlank(sheet, i)) {
+            places.push_back(i);
+        }
+    }
+    return onlyColumns(sheet, places);
+}
+
+std::string proseRecordOf(const std::vector<std::string>& row, std::size_t width) {
+    std::string text;
+    for (const std::string& cell : row) {
+        for (const std::string& piece : broken(cell, width)) {
+            text += piece + "\n";
+        }
+    }
+    return text;
+}
+
+/// A line a value, a blank line between rows, the values aligned. A number that does not fit behind
+/// its name has a line to itself.
 std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
+    std::size_t names = 0;
+    for (const std::string& column : sheet.columns) {
+        names = std::max(names, std::min(TerminalText::width(column), width / 2));
+    }
     std::string text;
     for (const auto& row : sheet.rows) {
         text += text.empty() ? "" : "\n";
+        if (sheet.isProse) {
+            text += proseRecordOf(row, width);
+            continue;
+        }
         for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
-            if (sheet.isProse) {
-                for (const std::string& piece : broken(row[i], width)) {
-                    text += piece + "\n";
-                }
-                continue;
-            }
-            const std::string name = TerminalText::cut(sheet.columns[i], width / 2);
-            const std::size_t taken = TerminalText::width(name) + 1;
-            const std::string value = TerminalText::cut(row[i], width - std::min(taken, width));
-            text +=
-                (isBold ? Bold + name + Normal : name) + (value.empty() ? "" : " " + value) + "\n";
+            const std::string name = TerminalText::cut(sheet.columns[i], names);
+            const std::size_t room = width - std::min(names + 1, width);
+            const std::string value =
+                isNumber(row[i]) ? row[i] : TerminalText::cut(row[i], room);
+            const std::string blanks(names - TerminalText::width(name) + 1, ' ');
+            text += (isBold ? Bold + name + Normal : name) +
+                    (value.empty()          ? ""
+                     : value.size() > room && isNumber(value) ? "\n"
+                                            : blanks) +
+                    value + "\n";
         }
     }
     return text;
@@ -153,11 +203,32 @@ std::string TableText::aligned(const Sheet& sheet) {
     return tableOf(sheet, widthsOf(sheet), false);
 }
 
+Sheet TableText::forPeople(const Sheet& sheet) {
+    std::vector<std::size_t> places;
+    const auto add = [&](std::size_t place) {
+        if (sheet.rows.empty() || !isBlank(sheet, place)) {
+            places.push_back(place);
+        }
+    };
+    for (std::size_t i = 0; sheet.chosen.empty() && i < sheet.columns.size(); ++i) {
+        add(i);
+    }
+    for (const std::string& column : sheet.chosen) {
+        const auto found = std::find(sheet.columns.begin(), sheet.columns.end(), column);
+        if (found != sheet.columns.end()) {
+            add(static_cast<std::size_t>(found - sheet.columns.begin()));
+        }
+    }
+    return onlyColumns(sheet, places);
+}
+
 std::string TableText::fitting(const Sheet& sheet, std::size_t terminal, bool isBold) {
     const std::size_t width = std::max(terminal, NarrowestTerminal);
-    const std::size_t narrowest = sheet.isProse ? NarrowestProse : Narrowest;
+    if (sheet.rows.empty() && sheet.isTable) {
+        return "no rows\n";
+    }
     Widths widths = widthsOf(sheet);
-    if (fit(widths, width, narrowest)) {
+    if (fit(widths, floorsOf(sheet), width)) {
         return tableOf(sheet, widths, isBold);
     }
     if (sheet.rows.empty()) {
@@ -165,6 +236,6 @@ std::string TableText::fitting(const Sheet& sheet, std::size_t terminal, bool is
     }
     const Sheet rest = withoutBlankColumns(sheet);
     widths = widthsOf(rest);
-    return fit(widths, width, narrowest) ? tableOf(rest, widths, isBold)
-                                         : recordsOf(rest, width, isBold);
+    return fit(widths, floorsOf(rest), width) ? tableOf(rest, widths, isBold)
+                                              : recordsOf(rest, width, isBold);
 }

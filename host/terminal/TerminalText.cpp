@@ -1,11 +1,12 @@
 #include "terminal/TerminalText.h"
 
+#include <utf8proc.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
 #include <string_view>
 
-#include "terminal/CharacterWidths.h"
 #include "terminal/Utf8.h"
 
 namespace {
@@ -13,16 +14,19 @@ namespace {
 constexpr const char* CutMark = "\xe2\x80\xa6";          // U+2026
 constexpr const char* ReplacementMark = "\xef\xbf\xbd";  // U+FFFD
 
+struct CharacterRange {
+    char32_t first;
+    char32_t last;
+};
+
 /// Marks that turn the direction of all that follows on a line.
 constexpr CharacterRange Turns[] = {
     {0x61c, 0x61c}, {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069}};
 
-template <std::size_t Count>
-bool isIn(const CharacterRange (&ranges)[Count], char32_t character) {
-    const auto* const found =
-        std::lower_bound(std::begin(ranges), std::end(ranges), character,
-                         [](const CharacterRange& range, char32_t c) { return range.last < c; });
-    return found != std::end(ranges) && found->first <= character;
+bool turnsDirection(char32_t character) {
+    return std::any_of(std::begin(Turns), std::end(Turns), [character](const CharacterRange& range) {
+        return range.first <= character && character <= range.last;
+    });
 }
 
 /// Bytes of the character that begins @p text, 0 when it is no UTF-8.
@@ -62,7 +66,9 @@ std::string escaped(char32_t character) {
 }
 
 std::size_t widthOf(char32_t character) {
-    return isIn(ZeroWidthCharacters, character) ? 0 : isIn(WideCharacters, character) ? 2 : 1;
+    constexpr char32_t SoftHyphen = 0xad;  // terminals don't show it
+    const int width = utf8proc_charwidth(static_cast<utf8proc_int32_t>(character));
+    return character == SoftHyphen || width < 0 ? 0 : static_cast<std::size_t>(width);
 }
 
 /// Calls @p take with each character of a text that was made visible, as bytes, and its width; as
@@ -96,7 +102,7 @@ std::string TerminalText::visible(const std::string& text) {
         const char32_t character = size > 0 ? numberOf(rest.substr(0, size)) : 0;
         if (size == 0) {
             shown += ReplacementMark;
-        } else if (isControl(character) || isIn(Turns, character)) {
+        } else if (isControl(character) || turnsDirection(character)) {
             shown += escaped(character);
         } else {
             shown += rest.substr(0, size);

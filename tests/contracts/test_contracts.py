@@ -196,6 +196,19 @@ class Contracts(unittest.TestCase):
                              stderr=subprocess.PIPE)
         self.assertEqual(run.returncode, 0, run.stderr)
 
+            with open(f"{folder}/answers.json", encoding="utf-8") as file:
+                forms = json.load(file)
+        sys.path.insert(0, str(SOURCES / "clients" / "python"))
+        from dasclient._answers import FORMS
+        self.assertEqual(FORMS, forms, "run scripts/contracts")
+
+    def test_every_example_that_is_not_refused_is_as_its_contract_says(self):
+        for path in sorted((SOURCES / "examples").glob("*.xml")):
+            name = SCHEMA.search(path.read_text())[1]
+            if not path.stem.endswith("refused"):
+                contract = CONTRACTS / "xsd" / f"{name}.request.xsd"
+                self.assertEqual(invalid(contract, [path.read_bytes()]), {}, path.name)
+
     def test_every_message_of_the_service_tests_is_as_its_contract_says(self):
         texts = {"request": defaultdict(set), "answer": defaultdict(set)}  # to the tests they are of
         strange = {"request": {}, "answer": {}}

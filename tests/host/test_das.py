@@ -254,8 +254,7 @@ class Streams(HostTest):
         os.close(reader)
         with open(writer, "wb") as pipe:
             run = self.das("request", lines=["getCurrentUser", update("late")], stdout=pipe)
-        self.assertEqual(run.returncode, 1)
-        self.assertIn("standard output: Broken pipe", run.errors)
+        self.assertEqual((run.returncode, run.errors.count("Broken")), (141, 0))
         self.assertEqual(self.das("request", lines=[read_label()]).answers, [label_answer("")],
                          "what stood behind the lost answer was not sent")
 

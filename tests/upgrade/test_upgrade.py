@@ -2,10 +2,14 @@
 
 Usage: test_upgrade.py DAS sanitizers=NAMES [unittest arguments]
 """
+import os
+import re
 import shutil
 import sqlite3
 import sys
 import unittest
+from collections import Counter
+from contextlib import closing
 from pathlib import Path
 
 TESTS = Path(__file__).resolve().parents[1]
@@ -15,6 +19,9 @@ from test_das import HostTest, request  # noqa: E402
 # Text that a database, a file or an answer may trip over; None is NULL.
 HOSTILE = ["Müller-Lüdenscheidt 'Äpfel' %", None, "O'Neil''s", "Q&A <b> &amp; &apos;", "a,b\\,c;\\",
            "'; DROP TABLE PHONE_BOOK; --", 'say "hi"', "", "two\nlines\r\n\ttab", "x" * 5000, "zero\0byte"]
+
+# Columns and settings whose values das masks.
+SECRET = re.compile("(?i)passw(or)?d|pwd|UserMD5Hash|QcuCommunity|SnmpTrapCommunity|PIN(Enc)?$|PIN,")
 
 
 class Table:
@@ -439,6 +446,70 @@ class Places(UpgradeTest):
                 self.assertIn("database disk image is malformed", run.errors)
                 self.assertEqual(run.answers[0], request("failure", schema="PhoneBook"))
                 self.assertIn(run.answers[1], ["base", "visitor"])
+
+
+
+class Rehearsal(UpgradeTest):
+    """das rehearse says of each text of tests/databases/ what its real start changes."""
+
+    @staticmethod
+    def cells(path):
+        """Each cell by table, row and column, found without the code that is tested."""
+        with closing(sqlite3.connect(path)) as db:
+            found = {}
+            for name, in db.execute("SELECT name FROM sqlite_master WHERE type = 'table' "
+                                    "AND name NOT LIKE 'sqlite!_%' ESCAPE '!'"):
+                columns = [row[1] for row in db.execute(f"PRAGMA table_info({name})")]
+                shown = ", ".join(f"CAST({column} AS TEXT)" for column in columns)
+                found[name] = (columns, Counter(db.execute(f"SELECT {shown} FROM {name}")))
+        return found
+
+    @staticmethod
+    def value(text):
+        if text in ("\\-", "\\N"):
+            return text
+        plain = {"n": "\n", "t": "\t", "\\": "\\"}
+        return re.sub(r"\\(x..|.)", lambda found: plain.get(found[1]) or chr(int(found[1][1:], 16)), text)
+
+    def changes(self, before, after):
+        """How often each value of a column comes more, or less, in ``after``; secrets left out."""
+        counts = Counter()
+        for sign, side in ((-1, before), (1, after)):
+            for table, (columns, rows) in side.items():
+                for row, number in rows.items():
+                    names = dict(zip(columns, row))
+                    for column, value in names.items():
+                        if not SECRET.search(column + str(names.get("Name", ""))):
+                            counts[table, column, "\\N" if value is None else value] += sign * number
+        return {key: number for key, number in counts.items() if number}
+
+    def reported(self, lines):
+        counts = Counter()
+        for line in lines:
+            table, key, column, old, new = line.split("\t")
+            if not SECRET.search(column + (key if table == "GENERAL_CONFIG" else "")):
+                for text, sign in ((old, -1), (new, 1)):
+                    if text != "\\-":
+                        counts[table, column, self.value(text)] += sign
+        return {key: number for key, number in counts.items() if number}
+
+    def test_each_text_is_rehearsed_as_it_is_upgraded(self):
+        for text in sorted(file.stem for file in (TESTS / "databases").glob("*.sql")):
+            with self.subTest(text):
+                self.make(text)
+                original = self.path.read_bytes(), os.listdir(self.db)
+                run = self.das("rehearse")
+                self.assertIn(run.returncode, (0, 1), run.errors)
+                self.assertRegex(run.errors, r"(\A|\n)\d+ ms\n\Z")
+                self.assertEqual((self.path.read_bytes(), os.listdir(self.db)), original)
+                old = self.place / "old"
+                shutil.rmtree(old, ignore_errors=True)
+                shutil.copytree(self.db, old)
+                self.start()
+                lines = run.stdout.decode().splitlines()
+                self.assertEqual(self.reported(lines),
+                                 self.changes(self.cells(old / "phone.db"), self.cells(self.path)))
+                self.assertEqual(lines, self.das("diff", old, self.db).stdout.decode().splitlines())
 
 
 if __name__ == "__main__":

@@ -1,0 +1,236 @@
+#include "framework/DatabaseDiff.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "Secrets.h"
+#include "framework/DatabaseFile.h"
+#include "terminal/TerminalText.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+using Cell = std::optional<std::string>;
+
+bool contains(const Texts& all, const std::string& one) {
+    return std::find(all.begin(), all.end(), one) != all.end();
+}
+
+std::string quoted(const std::string& name) {
+    std::string text = "\"";
+    for (const char character : name) {
+        text += character == '"' ? "\"\"" : std::string(1, character);
+    }
+    return text + "\"";
+}
+
+/// A value as it is shown.
+std::string shown(const std::string& text) {
+    std::string doubled;
+    for (const char character : text) {
+        doubled += character == '\\' ? "\\\\" : std::string(1, character);
+    }
+    return TerminalText::visible(doubled);
+}
+
+/// A table of one of the databases.
+struct Table {
+    Texts columns;
+    Texts key;  ///< columns of the primary key
+    std::vector<std::string> keys;                 ///< of the rows, in their order
+    std::map<std::string, DatabaseFile::Cells> rows;  ///< by key
+
+    std::size_t place(const std::string& column) const {
+        return static_cast<std::size_t>(std::find(columns.begin(), columns.end(), column) -
+                                        columns.begin());
+    }
+
+    /// The cell, or null where the row or the column is not there.
+    const Cell* cell(const std::string& rowKey, const std::string& column) const {
+        const auto row = rows.find(rowKey);
+        const std::size_t at = place(column);
+        return row == rows.end() || at == columns.size() ? nullptr : &row->second[at];
+    }
+};
+
+bool readColumns(DatabaseFile& file, const std::string& name, Table& table) {
+    DatabaseFile::Rows rows;
+    if (!file.query("SELECT name, pk FROM pragma_table_info(" + quoted(name) + ") ORDER BY cid",
+                    rows)) {
+        return false;
+    }
+    std::map<int, std::string> key;
+    for (const auto& row : rows) {
+        table.columns.push_back(row[0]);
+        if (row[1] != "0") {
+            key[std::stoi(row[1])] = row[0];
+        }
+    }
+    for (const auto& [place, column] : key) {
+        table.key.push_back(column);
+    }
+    return true;
+}
+
+/// The columns that name a row in both tables; none where rows have only their place.
+Texts commonKey(const Table& older, const Table& newer) {
+    const auto isInBoth = [&](const std::string& column) {
+        return (older.columns.empty() || contains(older.columns, column)) &&
+               (newer.columns.empty() || contains(newer.columns, column));
+    };
+    // Tables without a primary key have a row for each number and user.
+    const Texts number = {contains(newer.columns, "CallGroup") ? "CallGroup" : "Id"};
+    const Texts ids = {"UserContext", number.front()};
+    const bool hasNumber = isInBoth(number.front());
+    for (const Texts& wanted : {newer.key, older.key, hasNumber ? ids : Texts()}) {
+        Texts key;
+        std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(key), isInBoth);
+        if (!key.empty() && key != Texts{"UserContext"}) {
+            return key;
+        }
+    }
+    return {};
+}
+
+bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Table& table) {
+    if (table.columns.empty()) {
+        return true;
+    }
+    std::vector<DatabaseFile::Cells> rows;
+    const std::string order = table.key.empty() || key.empty() ? " ORDER BY rowid" : "";
+    if (!file.query("SELECT * FROM " + quoted(name) + order, rows)) {
+        return false;
+    }
+    for (auto& row : rows) {
+        std::string text;
+        for (const std::string& column : key) {
+            const Cell& cell = row[table.place(column)];
+            text += (text.empty() && column == key.front() ? "" : ",") +
+                    (cell ? shown(*cell) : "\\N");
+        }
+        text = key.empty() ? "#" + std::to_string(table.keys.size() + 1) : text;
+        std::string unique = text;
+        for (int number = 2; table.rows.count(unique) > 0; ++number) {
+            unique = text + " #" + std::to_string(number);
+        }
+        table.keys.push_back(unique);
+        table.rows.emplace(unique, std::move(row));
+    }
+    return true;
+}
+
+/// Two tables of one name, of which one may be missing.
+class TableDiff {
+public:
+    explicit TableDiff(std::string name) : m_name(std::move(name)) {}
+
+    bool read(DatabaseFile& older, bool isInOlder, DatabaseFile& newer, bool isInNewer) {
+        if ((isInOlder && !readColumns(older, m_name, m_old)) ||
+            (isInNewer && !readColumns(newer, m_name, m_new))) {
+            return false;
+        }
+        const Texts key = commonKey(m_old, m_new);
+        return readRows(older, m_name, key, m_old) && readRows(newer, m_name, key, m_new);
+    }
+
+    std::string lines() const {
+        Texts columns = m_old.columns;
+        std::copy_if(m_new.columns.begin(), m_new.columns.end(), std::back_inserter(columns),
+                     [&](const std::string& column) { return !contains(m_old.columns, column); });
+        Texts keys = m_old.keys;
+        std::copy_if(m_new.keys.begin(), m_new.keys.end(), std::back_inserter(keys),
+                     [&](const std::string& key) { return m_old.rows.count(key) == 0; });
+        std::string text;
+        for (const std::string& key : keys) {
+            for (const std::string& column : columns) {
+                addCell(text, key, column);
+            }
+        }
+        return text;
+    }
+
+private:
+    void addCell(std::string& text, const std::string& key, const std::string& column) const {
+        const Cell* const before = m_old.cell(key, column);
+        const Cell* const after = m_new.cell(key, column);
+        const bool areAlike =
+            before == nullptr || after == nullptr ? before == after : *before == *after;
+        if (!areAlike) {
+            const bool isSecret = holdsSecret(key, column);
+            text += m_name + '\t' + key + '\t' + column + '\t' + textOf(before, isSecret) + '\t' +
+                    textOf(after, isSecret) + '\n';
+        }
+    }
+
+    /// By the column, or by the name of a setting.
+    bool holdsSecret(const std::string& key, const std::string& column) const {
+        if (Secrets::isSecret(column)) {
+            return true;
+        }
+        for (const Table* const table : {&m_old, &m_new}) {
+            const Cell* const name = column == "Value" ? table->cell(key, "Name") : nullptr;
+            if (name != nullptr && *name && Secrets::isSecret(**name)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    static std::string textOf(const Cell* cell, bool isSecret) {
+        if (cell == nullptr) {
+            return "\\-";
+        }
+        if (!*cell) {
+            return "\\N";
+        }
+        return isSecret && !(*cell)->empty() ? std::string(Secrets::Mask) : shown(**cell);
+    }
+
+    std::string m_name;
+    Table m_old;
+    Table m_new;
+};
+
+bool readNames(DatabaseFile& file, Texts& names) {
+    DatabaseFile::Rows rows;
+    const bool isRead = file.query(
+        "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' "
+        "ESCAPE '\\' ORDER BY name",
+        rows);
+    for (const auto& row : rows) {
+        names.push_back(row[0]);
+    }
+    return isRead;
+}
+
+}  // namespace
+
+bool DatabaseDiff::compare(const std::string& oldPath, const std::string& newPath) {
+    DatabaseFile older;
+    DatabaseFile newer;
+    Texts oldNames;
+    Texts newNames;
+    if (!older.openToRead(oldPath) || !readNames(older, oldNames)) {
+        m_error = oldPath + ": " + older.error();
+        return false;
+    }
+    if (!newer.openToRead(newPath) || !readNames(newer, newNames)) {
+        m_error = newPath + ": " + newer.error();
+        return false;
+    }
+    Texts names;
+    std::set_union(oldNames.begin(), oldNames.end(), newNames.begin(), newNames.end(),
+                   std::back_inserter(names));
+    for (const std::string& name : names) {
+        TableDiff table(name);
+        if (!table.read(older, contains(oldNames, name), newer, contains(newNames, name))) {
+            m_error = name + ": " + (older.error().empty() ? newer.error() : older.error());
+            return false;
+        }
+        m_lines += table.lines();
+    }
+    return true;
+}

@@ -1,0 +1,31 @@
+#ifndef DATABASEDIFF_H
+#define DATABASEDIFF_H
+
+#include <string>
+
+/**
+ * What differs between two databases, cell by cell.
+ *
+ * A line is table, key, column, old and new value, with tabs between them. Cells are compared as
+ * text. A row is known by its primary key, else by its user and Id, else by its number in the
+ * table; the parts of a key are joined by commas. In a value a NULL is "\N", a row or column that
+ * is not there "\-", a backslash is doubled, control characters are escaped, and secrets are masked
+ * as in the log. SQLite's own tables, indices and views are left out.
+ */
+class DatabaseDiff {
+public:
+    /// Compares two files, which are opened for reading only. False when one can't be read.
+    [[nodiscard]] bool compare(const std::string& oldPath, const std::string& newPath);
+
+    /// A line for each difference; empty when there is none.
+    const std::string& lines() const { return m_lines; }
+
+    /// Which file can't be read, and why.
+    const std::string& error() const { return m_error; }
+
+private:
+    std::string m_lines;
+    std::string m_error;
+};
+
+#endif

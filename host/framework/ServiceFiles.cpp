@@ -1,0 +1,105 @@
+#include "framework/ServiceFiles.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace {
+
+/// A descriptor that is closed with its object.
+class Descriptor {
+public:
+    explicit Descriptor(int number) : m_number(number) {}
+    ~Descriptor() {
+        if (m_number >= 0) {
+            ::close(m_number);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int number() const { return m_number; }
+
+private:
+    int m_number;
+};
+
+constexpr mode_t RightsOfOwner = 0600;
+constexpr int NewFile = O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC;
+
+int errorOf(bool isDone) {
+    return isDone ? 0 : errno;
+}
+
+}  // namespace
+
+const std::vector<std::string>& ServiceFiles::leftovers() {
+    static const std::vector<std::string> names = {"phone.db-journal", "phone.db-wal",
+                                                   "phone.db-shm", "phone.db.before-upgrade",
+                                                   "phone.db.before-upgrade.part"};
+    return names;
+}
+
+std::string ServiceFiles::folder() {
+    const char* const place = std::getenv("DB_PATH");
+    return place == nullptr ? "." : *place == 0 ? "/" : place;
+}
+
+std::string ServiceFiles::in(const std::string& folder, const std::string& name) {
+    return folder + "/" + name;
+}
+
+bool ServiceFiles::isThere(const std::string& path) {
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
+int ServiceFiles::makeFolder(const std::string& path) {
+    return errorOf(::mkdir(path.c_str(), 0700) == 0);
+}
+
+int ServiceFiles::makeFile(const std::string& path) {
+    const Descriptor file(::open(path.c_str(), NewFile, RightsOfOwner));
+    return errorOf(file.number() >= 0);
+}
+
+int ServiceFiles::copy(const std::string& from, const std::string& to) {
+    const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (source.number() < 0 || ::fstat(source.number(), &status) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    }
+    const Descriptor target(::open(to.c_str(), NewFile, RightsOfOwner));
+    if (target.number() < 0) {
+        return errno;
+    }
+    constexpr std::size_t PieceSize = std::size_t{1} << 24;
+    ssize_t count = 1;
+    while (count > 0) {
+        count = ::sendfile(target.number(), source.number(), nullptr, PieceSize);
+    }
+    return errorOf(count == 0 && ::fsync(target.number()) == 0);
+}
+
+int ServiceFiles::sync(const std::string& path) {
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return errorOf(file.number() >= 0 && ::fsync(file.number()) == 0);
+}
+
+ServiceFiles::FolderLock::FolderLock(const std::string& folder)
+    : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    m_error = errorOf(m_folder >= 0 && ::flock(m_folder, LOCK_EX | LOCK_NB) == 0);
+}
+
+ServiceFiles::FolderLock::~FolderLock() {
+    if (m_folder >= 0) {
+        ::close(m_folder);
+    }
+}

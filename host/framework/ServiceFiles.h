@@ -1,0 +1,56 @@
+#ifndef SERVICEFILES_H
+#define SERVICEFILES_H
+
+#include <string>
+#include <vector>
+
+/// The files of a service in the folder of its database, for the commands that work on the files
+/// themselves. Errors are numbers of errno, 0 for none.
+namespace ServiceFiles {
+
+constexpr const char* Database = "phone.db";
+constexpr const char* Key = "dascrypt.key";
+
+/// Files that belong to one state of the database: journals, and the copy of an upgrade.
+const std::vector<std::string>& leftovers();
+
+/// The folder of the service's database by DB_PATH, or the working directory.
+std::string folder();
+
+/// @p name in @p folder.
+std::string in(const std::string& folder, const std::string& name);
+
+bool isThere(const std::string& path);
+
+/// Makes a folder for its owner alone.
+int makeFolder(const std::string& path);
+
+/// Copies the file @p from to the new file @p to, for its owner alone, and flushes it.
+int copy(const std::string& from, const std::string& to);
+
+/// Makes an empty file for its owner alone.
+int makeFile(const std::string& path);
+
+/// Flushes a file, or the names in a folder.
+int sync(const std::string& path);
+
+/// Looks whether a process uses the database, as each service locks the folder while it runs.
+class FolderLock {
+public:
+    /// Tries to keep every service out of @p folder as long as the object lives.
+    explicit FolderLock(const std::string& folder);
+    ~FolderLock();
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+    /// 0 when no service runs there; EWOULDBLOCK when one does.
+    int error() const { return m_error; }
+
+private:
+    int m_folder;
+    int m_error = 0;
+};
+
+}  // namespace ServiceFiles
+
+#endif
