@@ -6,6 +6,7 @@
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 
@@ -52,11 +53,8 @@ int insertMissingRow(DatabaseAdapter& adapter, const std::string& table,
     return result;
 }
 
-int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
-                 const DASUtils::RowData& row) {
-    if (!DASUtils::isIdentifier(row.identifier)) {
-        return 1;
-    }
+int storeRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+             const DASUtils::RowData& row) {
     PairList conditions = rowConditions(user, row.identifier);
     PairList counted = conditions;
     std::string count;
@@ -78,6 +76,16 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
     return result;
 }
 
+int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+                 const DASUtils::RowData& row) {
+    if (!DASUtils::isIdentifier(row.identifier)) {
+        return 1;
+    }
+    const int result = storeRow(adapter, user, table, row);
+    ChangeScope::noteNumber(adapter, row.identifier, user);
+    return result;
+}
+
 }  // namespace
 
 DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
@@ -90,6 +98,7 @@ DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, Datab
 
 DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
                                          const std::string& table, bool isCounted) {
+    const ChangeScope::Untold untold(adapter);
     if (dao.createTable() != 0 && !isCounted) {
         return TableState::Unknown;
     }

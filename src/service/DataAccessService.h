@@ -9,10 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "DASChangeListenerIfc.h"
 #include "DataAccessServiceIfc.h"
 #include "DbFactoryIfc.h"
 #include "Semaphore.h"
 #include "Service.h"
+#include "database/ChangeTeller.h"
 #include "upgrade/UpgradeCopy.h"
 
 class ACMSTagMapper;
@@ -28,7 +30,9 @@ class LocalMgmtIfc;
  * them send requests themselves. A request before the end of init, or after a reset, is refused
  * with a well-formed answer.
  */
-class DataAccessService : public Service, public DataAccessServiceIfc {
+class DataAccessService : public Service,
+                          public DataAccessServiceIfc,
+                          public DASChangeSourceIfc {
 public:
     /// A service without a database; opens the telephone's data directory for its group.
     DataAccessService();
@@ -72,8 +76,17 @@ public:
     void checkDatabaseNeedsChange(eSwType currentType, eSwType newType,
                                   const std::string& newVersion) override;
 
+    void addChangeListener(DASChangeListenerIfc* listener) override;
+    void removeChangeListener(DASChangeListenerIfc* listener) override;
+    bool lookForOthers() override;
+
     /// The same for a text that knows its length.
     std::string processRequest(const std::string& message);
+
+    /// Serialises requests and profile changes. Whoever holds it sends requests by answer().
+    Semaphore& requestTurn() { return m_requestSema; }
+    /// processRequest() for a caller that holds requestTurn().
+    std::string answer(const std::string& message);
 
     /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
     /// is allowed. The one that is held already stays. Adapters and DAO factories of before are
@@ -162,7 +175,8 @@ private:
     /// visitor can't have his.
     bool prepareProfile(const std::string& profile);
     /// Runs an operation of the DAO factory; a missing one is logged.
-    void onFactory(const std::function<void(DAOFactory&)>& operation);
+    void onFactory(const char* method, const std::function<void(DAOFactory&)>& operation);
+    std::string answer(const char* message, int length);
     bool answerServiceWord(const char* message, std::string& answer);
     std::string answerTraceWord(bool set, const char* message);
     std::string answerXml(const char* message, int length);
@@ -173,7 +187,12 @@ private:
     /// without a factory; a result of @p work that is not 0 is in the log alone.
     bool onTable(const char* operation, const std::string& schema,
                  const std::function<int(DataAccessObject&)>& work);
+    /// The same for an import, which listeners hear of. @p context is blank for all users.
+    bool importTable(const char* method, const std::string& schema, const std::string& context,
+                     const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
+
+    ChangeTeller m_changes;  ///< outlives the adapters, which a reset replaces
 
     /// Held by a reset, and while factories are exchanged; no request waits for it. It comes before
     /// the adapter's lock. Recursive, since one reset is a part of the other.

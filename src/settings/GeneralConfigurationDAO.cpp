@@ -9,6 +9,7 @@
 #include "Work.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 
 namespace {
@@ -314,10 +315,14 @@ int GeneralConfigurationDAO::storeItem(const Item& item, bool overwrite) {
     std::string count;
     // The count alone tells: the status of a row that a read brought is 1, kept on purpose.
     (void)getRowCountForItemWithContextInSchema(item.name, context, count);
+    int result = 1;
     if (count == "0") {
-        return insertItem(item, context);
+        result = insertItem(item, context);
+    } else if (overwrite && count == "1") {
+        result = updateItem(item, context);
     }
-    return overwrite && count == "1" ? updateItem(item, context) : 1;
+    ChangeScope::noteSetting(*m_dbAdapter, item.name, context);
+    return result;
 }
 
 int GeneralConfigurationDAO::insertItem(const Item& item, const std::string& context) {
@@ -428,7 +433,15 @@ int GeneralConfigurationDAO::deleteRequest() {
         knownCounts().drop(contextOf(item, name), cacheKey(name));
         conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
     }
-    return m_dbAdapter->deleteRow(m_tableName, conditions);
+    const int result = m_dbAdapter->deleteRow(m_tableName, conditions);
+    if (m_items.size() > 1) {
+        ChangeScope::noteOtherSchemas();
+    }
+    // It reaches the item of every user.
+    const Item& first = m_items.front();
+    const bool isName = first.name == NameColumn && !first.value.empty();
+    ChangeScope::noteSetting(*m_dbAdapter, isName ? first.value : first.name, {});
+    return result;
 }
 
 std::string GeneralConfigurationDAO::responseData() {
