@@ -1,7 +1,6 @@
 // Commands that carry tables to data files and back: export and import.
 
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "Method.h"
@@ -22,21 +21,6 @@ constexpr int EveryUser = 2;
 int userOf(const Arguments& arguments) {
     const auto user = arguments.value("--context");
     return !user ? EveryUser : *user == "base" ? 0 : 1;
-}
-
-/// What the telephone of a running host meets; none when nobody has answered, which has been told.
-std::optional<FileProbe> probeThere(Session& session, const std::string& path, bool forWriting) {
-    Method question("CheckFile");
-    question.addStringParameter("Path", path, Parameter::in);
-    question.addBoolParameter("ForWriting", forWriting, Parameter::in);
-    Method answer;
-    FileProbe probe{0, {}};
-    if (!session.call(question, answer)) {
-        return std::nullopt;
-    }
-    (void)answer.getIntParameter("Error", probe.error);
-    (void)answer.getStringParameter("Place", probe.place);
-    return probe;
 }
 
 class FileCommand : public SessionCommand {
@@ -64,20 +48,17 @@ public:
     }
 
     int runIn(Session& session, const Arguments& arguments) override {
-        // The service tells no failure of a file, and empties the table of a user before it opens
-        // one.
         const InterruptNote note(m_name, session.isLocal());
         const std::string file = arguments.text("FILE");
-        const auto probe = session.isLocal() ? FileProbe::of(file, !m_isImport)
-                                             : probeThere(session, file, !m_isImport);
-        if (!probe) {
-            return ExitFailure;
-        }
-        if (probe->error != 0) {
-            Complaint::tellError(what(arguments) + ": " + file, probe->error,
-                                 probe->place.empty()
+        // The service empties the table of a user before it opens a file. Over a socket only the
+        // answer says what was wrong with it.
+        const FileProbe probe =
+            session.isLocal() ? FileProbe::of(file, !m_isImport) : FileProbe{0, {}};
+        if (probe.error != 0) {
+            Complaint::tellError(what(arguments) + ": " + file, probe.error,
+                                 probe.place.empty()
                                      ? "it leads out of the telephone's root"
-                                     : "it stands below --root, at " + probe->place);
+                                     : "it stands below --root, at " + probe.place);
             return ExitUsage;
         }
         return transfer(session, arguments);
