@@ -168,6 +168,7 @@ private:
         });
         end.wait();
         notice.ending();
+        host.endChanges();
         socket.remove();
         return ExitSuccess;
     }

@@ -427,20 +427,20 @@ int GeneralConfigurationDAO::deleteRequest() {
     }
     AdapterLock lock(*m_dbAdapter);
     PairList conditions = {{SchemaColumn, DASUtils::convertToDBFormat(m_schema)}};
+    const auto nameOf = [](const Item& item) -> const std::string& {
+        return item.name == NameColumn && !item.value.empty() ? item.value : item.name;
+    };
     for (const Item& item : m_items) {
-        const bool isName = item.name == NameColumn && !item.value.empty();
-        const std::string& name = isName ? item.value : item.name;
+        const std::string& name = nameOf(item);
         knownCounts().drop(contextOf(item, name), cacheKey(name));
         conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
     }
     const int result = m_dbAdapter->deleteRow(m_tableName, conditions);
-    if (m_items.size() > 1) {
+    if (m_items.size() == 1) {
+        ChangeScope::noteSetting(*m_dbAdapter, nameOf(m_items.front()), {});  // of every user
+    } else {
         ChangeScope::noteOtherSchemas();
     }
-    // It reaches the item of every user.
-    const Item& first = m_items.front();
-    const bool isName = first.name == NameColumn && !first.value.empty();
-    ChangeScope::noteSetting(*m_dbAdapter, isName ? first.value : first.name, {});
     return result;
 }
 

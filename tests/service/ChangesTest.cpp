@@ -43,21 +43,25 @@ private:
 using Heard = std::vector<std::string>;
 const std::string Anything = "|||";
 
-class ChangesTest : public RecordedServiceTest {
+template <typename Base>
+class ListeningTest : public Base {
 protected:
     void SetUp() override {
-        writeFile(onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"), "TransportSettings\n");
-        writeFile(onDevice("/Aurel_Deploy/DasTagMappings.csv"),
+        this->writeFile(this->onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"), "TransportSettings\n");
+        this->writeFile(this->onDevice("/Aurel_Deploy/DasTagMappings.csv"),
                   "#$VERSION=3\n#$COLUMNS=<DAStag>,<ACMStag>,<DASschema>\n"
                   "Melody,melody,AudioSettings\nLabel,key-,FeatureKeys\n");
-        m_context.services["LocalMgmtIfc"] = &m_management;
-        RecordedServiceTest::SetUp();
-        service().addChangeListener(&m_hearing);
+        this->m_context.services["LocalMgmtIfc"] = &m_management;
+        Base::SetUp();
+        this->service().addChangeListener(&m_hearing);
     }
 
     RecordingManagement m_management;
     Hearing m_hearing;
 };
+
+using ChangesTest = ListeningTest<RecordedServiceTest>;
+using ChangesOfManyTest = ListeningTest<ServiceTest>;
 
 std::string contact(const std::string& surname) {
     return entry({{"Surname", surname}, {"Office", "1"}});
@@ -148,10 +152,11 @@ TEST_F(ChangesTest, EachRequestIsHeardAsWhatItHasChanged) {
          "Certificates||write_request|it's"},
         {"CertificateKeys", "write_request", entry({{"Id", longKey}}),
          "CertificateKeys||write_request|"},
-        {"Certificates", "delete_request", entry({{"Issuer", "x"}}),
-         "Certificates||delete_request|"},
+        {"Certificates", "delete_request", entry({{"Issuer", "x"}}), none},
         {"DialPlanEntries", "write_request", entry({{"Action", "dial"}}),
          "DialPlanEntries||write_request|1"},
+        {"DialPlanEntries", "delete_request", entry({{"Action", "dial"}}),
+         "DialPlanEntries||delete_request|"},
         {"BluetoothTrusted", "write_request", context("visitor", entry({{"Id", "aa:bb"}})),
          "BluetoothTrusted|visitor|write_request|aa:bb"},
         {"CodecSettings", "update_request", entry({{"CodecType", "1"}, {"CodecRank", "1"}}),
@@ -163,9 +168,9 @@ TEST_F(ChangesTest, EachRequestIsHeardAsWhatItHasChanged) {
         EXPECT_EQ(m_hearing.take(), row.heard.empty() ? Heard() : Heard{row.heard})
             << row.schema << " " << row.body << "\n" << answer;
     }
-    (void)send("<!-- Schema=\"AudioSettings\" -->" +
-               xml::message("ClockSettings", "write_request", "<Zone>1</Zone>"));
-    EXPECT_EQ(m_hearing.take(), Heard{"||write_request|Zone"}) << "word and element differ";
+    (void)send("<!-- Schema=\"AudioSettings\" --><Schema name=\"ClockSettings\">" +
+               xml::element("ReasonForMessage", "write_request") + "<Zone>1</Zone></Schema>");
+    EXPECT_EQ(m_hearing.take(), Heard{"|base|write_request|Zone"}) << "word and element differ";
 }
 
 TEST_F(ChangesTest, EverySchemaOfKeysIsHeardByItsName) {
@@ -195,17 +200,18 @@ TEST_F(ChangesTest, EverySchemaOfKeysIsHeardByItsName) {
 
 TEST_F(ChangesTest, EachMethodIsHeardOnceAsAWhole) {
     const std::string path = "/tmp/keys.csv";
+    constexpr auto software = static_cast<eSwType>(1);
     std::map<std::string, std::string> values = {{"melody", "a"}, {"key-100", "b"}};
     struct {
         std::function<void()> call;
         Heard heard;
     } const rows[] = {
         {[&] { service().importUserData(values, true); }, {"||importUserData|"}},
-        {[&] { service().exportData("FeatureKeys", base, path); }, {}},
-        {[&] { service().importData("FeatureKeys", path); }, {"FeatureKeys||importData|"}},
-        {[&] { service().importData("FeatureKeys", visitor, path); },
-         {"FeatureKeys|visitor|importDataForUser|"}},
-        {[&] { service().importData("FeatureKeys", visitor, "/tmp/none.csv"); }, {}},
+        {[&] { service().exportData("Analytics", base, path); }, {}},
+        {[&] { service().importData("Analytics", path); }, {"Analytics||importData|"}},
+        {[&] { service().importData("Analytics", visitor, path); },
+         {"Analytics|visitor|importDataForUser|"}},
+        {[&] { service().importData("Analytics", visitor, "/tmp/none.csv"); }, {}},
         {[&] { service().importData("CodecSettings", visitor, path); }, {}},
         {[&] { service().createPhonenumberIndices(); }, {}},
         {[&] { service().setProfile("nobody"); }, {}},
@@ -216,10 +222,9 @@ TEST_F(ChangesTest, EachMethodIsHeardOnceAsAWhole) {
         {[&] { service().deleteUcCredentials(); }, {}},
         {[&] { service().setProfile("base"); }, {"base", "||setProfile|"}},
         {[&] { service().migrateUserData(values); }, {"||migrateUserData|"}},
-        {[&] { service().checkDatabaseNeedsChange(1, 1, "V1 R8.2.125"); }, {}},
         {[&] {
              (void)send("PhoneBook", "write_request", contact("a"));
-             service().checkDatabaseNeedsChange(1, 1, "V1 R8.2.125");
+             service().checkDatabaseNeedsChange(software, software, "V1 R8.2.125");
          },
          {"PhoneBook|visitor|write_request|1", "||checkDatabaseNeedsChange|"}},
         {[&] { service().invokeACMSFactoryReset(true); }, {"||invokeACMSFactoryReset|"}},
@@ -230,7 +235,7 @@ TEST_F(ChangesTest, EachMethodIsHeardOnceAsAWhole) {
     };
     service().addListener(&m_hearing);
     (void)send("PhoneBook", "read_request");
-    (void)send("FeatureKeys", "read_request");
+    (void)send("Analytics", "read_request");
     int place = 0;
     for (const auto& row : rows) {
         row.call();
@@ -257,7 +262,7 @@ TEST_F(ChangesTest, WhatIsRolledBackIsNotHeard) {
     EXPECT_EQ(m_hearing.take(), Heard{Anything}) << "the trigger is another's change";
     (void)send("PhoneBook", "write_request", contact("a") + contact("bad") + contact("c"));
     EXPECT_EQ(m_hearing.take(), Heard{"PhoneBook|base|write_request|"});
-    EXPECT_EQ(cell("SELECT group_concat(Surname) FROM PHONE_BOOK"), "c,c");
+    EXPECT_EQ(cell("SELECT group_concat(Surname) FROM PHONE_BOOK"), "c");
     EXPECT_TRUE(lockIsFree(*m_adapter));
 }
 
@@ -300,7 +305,7 @@ TEST_F(ChangesTest, NobodyListensAndNothingIsAsked) {
 }
 
 // While a change is not heard yet, nobody sees it; and all hear in the order of the commits.
-TEST_F(ChangesTest, NobodySeesAChangeBeforeItIsHeard) {
+TEST_F(ChangesOfManyTest, NobodySeesAChangeBeforeItIsHeard) {
     class Count : public DASChangeListenerIfc {
     public:
         void changed(const DASChange& change) override { heard += change.id == "Melody" ? 1 : 0; }
@@ -317,6 +322,7 @@ TEST_F(ChangesTest, NobodySeesAChangeBeforeItIsHeard) {
             const int heard = count.heard;
             ASSERT_EQ(status, 0);
             ASSERT_LE(std::stoi(rows.at(0).at(0)), heard);
+            std::this_thread::yield();
         }
     });
     for (int i = 1; i <= 300; ++i) {
@@ -328,7 +334,7 @@ TEST_F(ChangesTest, NobodySeesAChangeBeforeItIsHeard) {
 }
 
 // Sixteen writers, listeners that come and go, changes of user and resets: for the sanitizers.
-TEST_F(ChangesTest, WritersListenersAndResetsAtOnce) {
+TEST_F(ChangesOfManyTest, WritersListenersAndResetsAtOnce) {
     constexpr int writers = 16;
     constexpr int rounds = 20;
     std::vector<std::unique_ptr<Hearing>> hearings;
