@@ -135,21 +135,6 @@ bool replaceFile(const Rows& rows) {
     return written && placed;
 }
 
-/// Empties the file and writes each line by itself.
-bool writeLines(const Rows& rows) {
-    const int file = ::open(Storage::devicePath(floorPath).c_str(),
-                            O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    bool written = file >= 0;
-    std::string line;
-    for (const auto& row : rows) {
-        line.clear();
-        appendLine(line, row);
-        written = writeTo(file, line) && written;
-    }
-    ::close(file);
-    return written;
-}
-
 Operation makeOperation(const char* name, Size size) {
     Operation operation;
     operation.name = name;
@@ -179,7 +164,7 @@ bool exportByDoor(DataAccessService& service) {
                                                          servicePath, {});
 }
 
-bool exportWithFlushes(DataAccessService& service) {
+bool exportTable(DataAccessService& service) {
     PairList all;
     std::string noVersion;
     return RowObject(service.getAdapter()).exportTable(tableName, servicePath, all, noVersion);
@@ -224,7 +209,7 @@ constexpr Size callLog = {1000, 139};
 const Registration registration(
     {exportOf("Csv/Export10000x20", phoneBook, exportByDoor, replaceFile),
      exportOf("Csv/Export1000x139", callLog, exportByDoor, replaceFile),
-     exportOf("Csv/ExportTable10000x20", phoneBook, exportWithFlushes, writeLines),
+     exportOf("Csv/ExportTable10000x20", phoneBook, exportTable, replaceFile),
      importOf("Csv/Import10000x20", phoneBook), importOf("Csv/Import1000x139", callLog)});
 
 }  // namespace

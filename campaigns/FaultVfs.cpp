@@ -1,7 +1,6 @@
 #include "FaultVfs.h"
 
 #include <sqlite3.h>
-#include <sys/stat.h>
 
 #include <cstring>
 #include <new>
@@ -14,10 +13,6 @@ struct State {
     long place = 0;
     bool forever = false;
     long counted = 0;
-
-    bool isLimited = false;
-    long long room = 0;
-    long refusedForRoom = 0;
 };
 
 State state;
@@ -61,26 +56,12 @@ int readFile(sqlite3_file* file, void* out, int size, sqlite3_int64 offset) {
     return hasIoError() ? SQLITE_IOERR_READ : below->pMethods->xRead(below, out, size, offset);
 }
 
-/// Takes what a file will grow from the room that is left.
-bool takeRoom(sqlite3_file* below, sqlite3_int64 end) {
-    sqlite3_int64 size = 0;
-    if (!state.isLimited || below->pMethods->xFileSize(below, &size) != SQLITE_OK || end <= size) {
-        return true;
-    }
-    if (end - size > state.room) {
-        ++state.refusedForRoom;
-        return false;
-    }
-    state.room -= end - size;
-    return true;
-}
-
 int writeFile(sqlite3_file* file, const void* in, int size, sqlite3_int64 offset) {
     sqlite3_file* const below = belowOf(file);
     if (hasIoError()) {
         return SQLITE_IOERR_WRITE;
     }
-    if (isHit(FaultVfs::Fault::Full) || !takeRoom(below, offset + size)) {
+    if (isHit(FaultVfs::Fault::Full)) {
         return SQLITE_FULL;
     }
     return below->pMethods->xWrite(below, in, size, offset);
@@ -88,16 +69,7 @@ int writeFile(sqlite3_file* file, const void* in, int size, sqlite3_int64 offset
 
 int truncateFile(sqlite3_file* file, sqlite3_int64 size) {
     sqlite3_file* const below = belowOf(file);
-    sqlite3_int64 before = size;
-    if (hasIoError()) {
-        return SQLITE_IOERR_TRUNCATE;
-    }
-    (void)below->pMethods->xFileSize(below, &before);
-    const int code = below->pMethods->xTruncate(below, size);
-    if (code == SQLITE_OK) {
-        state.room += before - size;
-    }
-    return code;
+    return hasIoError() ? SQLITE_IOERR_TRUNCATE : below->pMethods->xTruncate(below, size);
 }
 
 int syncFile(sqlite3_file* file, int flags) {
@@ -166,16 +138,7 @@ int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int*
 }
 
 int deleteName(sqlite3_vfs*, const char* name, int syncFolder) {
-    if (hasIoError()) {
-        return SQLITE_IOERR_DELETE;
-    }
-    struct stat before {};
-    const bool isThere = ::stat(name, &before) == 0;
-    const int code = plain->xDelete(plain, name, syncFolder);
-    if (isThere && code == SQLITE_OK) {
-        state.room += before.st_size;
-    }
-    return code;
+    return hasIoError() ? SQLITE_IOERR_DELETE : plain->xDelete(plain, name, syncFolder);
 }
 
 int accessName(sqlite3_vfs*, const char* name, int flags, int* result) {
@@ -218,18 +181,4 @@ long FaultVfs::counted() {
 
 void FaultVfs::disarm() {
     state.isArmed = false;
-}
-
-void FaultVfs::limitRoom(long long bytes) {
-    state.isLimited = true;
-    state.room = bytes;
-    state.refusedForRoom = 0;
-}
-
-void FaultVfs::unlimitRoom() {
-    state.isLimited = false;
-}
-
-long FaultVfs::refusedForRoom() {
-    return state.refusedForRoom;
 }

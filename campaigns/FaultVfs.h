@@ -28,12 +28,6 @@ long counted();
 /// Refuses nothing any more.
 void disarm();
 
-/// From now on files may grow by @p bytes in all. What they give back can be used again.
-void limitRoom(long long bytes);
-void unlimitRoom();
-/// How often a write found no room since limitRoom().
-long refusedForRoom();
-
 }  // namespace FaultVfs
 
 #endif

@@ -1,5 +1,8 @@
 #include "HostileTexts.h"
 
+#include <fstream>
+#include <map>
+
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -22,227 +25,37 @@ const Texts Payloads = {
     "; PRAGMA writable_schema=1; --",
 };
 
-const Texts Singles = {
-    // Statements without a way out.
-    "(SELECT Surname FROM PHONE_BOOK)",
-    "(SELECT Value FROM GENERAL_CONFIG)",
-    "SELECT FROM",
-    "NULL",
-    "rowid",
-    "_rowid_",
-    "*",
-    "COUNT(*)",
-    "1;SELECT 1",
-    "DROP TABLE CALL_LOG",
-    "CURRENT_TIMESTAMP",
-    "load_extension('x')",
-    "randomblob(9)",
-    "CASE WHEN 1 THEN 1 END",
-    "IN (1,2)",
-    "BETWEEN 0 AND 9",
-    "IS NOT NULL",
-    "COLLATE NOCASE",
-    "LIMIT 9",
-    "RAISE(ABORT,'x')",
-    "?1",
-    ":a",
-    "@a",
-    "$a",
-    "x'00'",
-    "--",
-    "/*",
-    "*/",
-    "/* x */",
-    ";",
-    ";;",
-    "BEGIN",
-    "ROLLBACK;",
-    "END TRANSACTION;",
-    "VACUUM",
-    "REINDEX",
-    "EXPLAIN SELECT 1",
-    // Patterns.
-    "%",
-    "_",
-    "%%",
-    "LIKE",
-    "LIKE '%'",
-    "LIKE '%' OR 1=1",
-    "x LIKE '%",
-    "NOT LIKE 'x'",
-    "GLOB '*'",
-    "%_%",
-    "\\%",
-    "LIKE 'a' ESCAPE 'b'",
-    "aLIKEb",
-    "like '%'",
-    // Numbers at limits, and what is nearly one.
-    "4294967296",
-    "-2147483649",
-    "2147483648",
-    "9223372036854775807",
-    "9223372036854775808",
-    "-9223372036854775808",
-    "99999999999999999999999999999999",
-    "0x7fffffff",
-    "1e308",
-    "1e999",
-    "-1e-5",
-    "77777.0",
-    " 77777 ",
-    "+77777",
-    "--77777",
-    "77777 77777",
-    "77777,77777",
-    "077777",
-    "NaN",
-    "Infinity",
-    "77_777",
-    "\xd9\xa1\xd9\xa2",
-    "\xef\xbc\x97",
-    // Names of columns and tables.
-    "UserContext",
-    "UserContext UserContext",
-    "PHONE_BOOK.Surname",
-    "GENERAL_CONFIG.*",
-    "CALL_LOG.*",
-    "CONVERSATIONS.PhonebookId",
-    "sqlite_master.sql",
-    "main.PHONE_BOOK.Surname",
-    "Value",
-    "Schema",
-    "Surname",
-    "SpeedDialID Surname",
-    "LineSipPassword",
-    "Id Id Id",
-    "PHONE_BOOK",
-    "temp.x",
-    "a.b.c",
-    ".",
-    ".*",
-    "*.*",
-    "PHONE_BOOK.",
-    "\"Surname\"",
-    "[Surname]",
-    "Surname,Value",
-    "Surname AS x",
-    "Surname--",
-    "UPPER(Surname)",
-    "Surname Surname; --",
-    // Formats of printf.
-    "%s",
-    "%n",
-    "%s%s%s%s%s%s%s%s%n",
-    "%99999999d",
-    "%*.*s",
-    "%1$n",
-    "%q",
-    "%Q",
-    "%w",
-    "%z",
-    // Markup, and what it is made of.
-    "<",
-    ">",
-    "&",
-    "&amp;",
-    "&lt;",
-    "&#39;",
-    "&#x27;",
-    "&apos;",
-    "&apos;&apos; OR 1=1",
-    "&#0;",
-    "&lol;",
-    "&",
-    "]]>",
-    "<![CDATA[x]]>",
-    "<![CDATA[' OR 1=1 --]]>",
-    "<!-- x -->",
-    "<?x y?>",
-    "</Entry>",
-    "</Schema>",
-    "<Entry>",
-    "<x/>",
-    "<!DOCTYPE a [<!ENTITY b \"c\">]>",
-    "<x y='z'>",
-    "</Id>",
-    "<Context>",
-    "<<>>",
-    "\"><x",
-    "<Schema name=\"PhoneBook\">",
-    // Blanks, lines, and characters that are no text.
-    "",
-    " ",
-    "  ",
-    "\t",
-    "\n",
-    "\r",
-    "\r\n",
-    "a\nb",
-    "a\r\nb",
-    " a",
-    "a ",
-    "\xc2\xa0",
-    "\xe2\x80\xa8",
-    "\x01",
-    "\x07",
-    "\x0b",
-    "\x1b[2J",
-    "\x7f",
-    std::string("\0", 1),
-    std::string("a\0b", 3),
-    std::string("'\0' OR 1=1", 10),
-    // UTF-8: good, cut off, too long, too high, halves of pairs.
-    "\xc3\xa9",
-    "\xe2\x82\xac",
-    "\xf0\x9f\x93\x9e",
-    "\xef\xbb\xbf",
-    "\xe2\x80\xae' OR 1=1",
-    "\xca\xbc OR 1=1",
-    "\xef\xbc\x87 OR 1=1",
-    "\xc3",
-    "\xe2\x82",
-    "\xf0\x9f\x93",
-    "\x80",
-    "\xff",
-    "\xfe\xff",
-    "\xc0\xa7",
-    "\xc0\x80",
-    "\xe0\x80\xa7",
-    "\xf0\x80\x80\xa7",
-    "\xf4\x90\x80\x80",
-    "\xed\xa0\x80",
-    "\xef\xbf\xbe",
-    "\xef\xbf\xbf",
-    "a\xcc\x81\xcc\x81\xcc\x81",
-    "\xc3'",
-    // Commas, backslashes and heads of data files.
-    ",",
-    ",,,,",
-    "a,b",
-    "\\,",
-    "\\",
-    "a\\",
-    "\\'",
-    "\\\\'",
-    "#",
-    "#$VERSION=1",
-    "#$COLUMNS=UserContext,Name",
-    "a,'b",
-    "=1+1",
-    "@SUM(1)",
-    // Paths and shells.
-    "../../etc/passwd",
-    "/etc/passwd",
-    "$(id)",
-    "`id`",
-    "| id",
-    "& id",
-    "C:\\x",
-    "file:x?mode=rw",
-};
+/// The bytes that a line of the file stands for.
+std::string bytesOf(const std::string& line) {
+    static const std::map<char, char> letters = {
+        {'n', '\n'}, {'r', '\r'}, {'t', '\t'}, {'\\', '\\'}};
+    std::string bytes;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (line[i] != '\\') {
+            bytes += line[i];
+        } else if (line[++i] == 'x') {
+            bytes += static_cast<char>(std::stoi(line.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else if (line[i] != 'e') {
+            bytes += letters.at(line[i]);
+        }
+    }
+    return bytes;
+}
+
+Texts textsOfFile() {
+    std::ifstream file(DAS_SOURCE_DIR "/campaigns/hostile_texts.txt");
+    Texts texts;
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("#!", 0) != 0) {
+            texts.push_back(bytesOf(line));
+        }
+    }
+    return texts;
+}
 
 Texts makeTexts() {
-    Texts texts = Singles;
+    Texts texts = textsOfFile();
     for (const std::string& opening : Openings) {
         texts.push_back(opening);
         for (const std::string& payload : Payloads) {

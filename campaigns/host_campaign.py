@@ -94,6 +94,13 @@ class Place:
         self.campaign.check(status == 0, f"das serve ended with {status}: {self.logged()}")
         self.host = None
 
+    def forget_host(self):
+        """After a host has ended in a way of its own: its connections go too."""
+        self.host = None
+        for wire in self.wires:
+            wire.close()
+        self.wires.clear()
+
     def wire(self):
         wire = Wire(self.socket)
         self.wires.append(wire)

@@ -1,4 +1,5 @@
-"""Several processes on one database: what was acknowledged is there, once.
+"""Several processes on one database, and hosts that are killed under load: what was acknowledged
+is there, once, and no request is there in part.
 
 Usage: processes.py PROGRAMS [--rounds N] [--seed S]
 """
@@ -7,6 +8,7 @@ import sqlite3
 import subprocess
 import sys
 import threading
+import time
 from concurrent.futures import ThreadPoolExecutor
 
 from host_campaign import PATIENCE, Campaign, Place, asked, request
@@ -15,6 +17,9 @@ WORKERS = 8
 STARTS = 3     # of "das request" that a worker makes in a round
 MESSAGES = 12  # to each
 SERVED = 40    # messages of each of two clients of "das serve"
+KILLS = 50     # of hosts, in a round
+CLIENTS = 5    # of a host that is killed
+LONGEST_LIFE = 0.15  # seconds of such a host under load
 
 # A key of its own for each row that is inserted or set, so that each acknowledged write can be told.
 # How a write looks, how often its row is to be found, and the column that names the row.
@@ -28,6 +33,14 @@ KINDS = {
     "contact": (lambda name: request("write_request", f"<Entry><Surname>{name}</Surname></Entry>",
                                      "PhoneBook"),
                 "SELECT COUNT(*) FROM PHONE_BOOK WHERE Surname = ?"),
+    "three contacts": (lambda name: request(
+        "write_request", "".join(f"<Entry><Surname>{name} {row}</Surname></Entry>"
+                                 for row in range(3)), "PhoneBook"),
+                       "SELECT COUNT(*) / 3.0 FROM PHONE_BOOK WHERE Surname LIKE ? || ' _'"),
+    "call": (lambda name: request(
+        "write_request", f"<Entry><Surname>{name}</Surname><LogList><Item><Number>{name[1:]}"
+        "</Number><TimeDate>1</TimeDate></Item></LogList></Entry>", "CallLog"),
+             "SELECT COUNT(*) FROM CALL_LOG WHERE Surname = ?"),
     "device": (lambda name: request("write_request", f"<Entry><Id>{name}</Id><DeviceName>{name}"
                                     "</DeviceName></Entry>", "BluetoothTrusted"),
                "SELECT COUNT(*) FROM BLUETOOTH_TRUSTED WHERE DeviceName = ?"),
@@ -59,10 +72,10 @@ def number_of(name):
 class Writes:
     """Makes writes, and notes which were acknowledged."""
 
-    def __init__(self, campaign):
+    def __init__(self, campaign, last=0):
         self.random = campaign.random
         self.kinds = list(KINDS)
-        self.last = 0
+        self.last = last  # the number that made the latest name
         self.made = []  # kind, name, whether acknowledged
 
     def some(self, count):
@@ -98,6 +111,19 @@ def run_client(place, writes):
                     for write in writes]
 
 
+def write_until_the_end(wire, writes):
+    """One request after the other; the answer to the last one is blank, since the host has gone."""
+    answers = []
+    for write in writes:
+        try:
+            answers.append(wire.exchange(asked(message_of(write))).replace("\\\"", "\""))
+        except OSError:
+            answers.append("")
+        if not answers[-1]:
+            break
+    return writes[:len(answers)], answers
+
+
 def check_database(campaign, place, writes, where):
     database = sqlite3.connect(place.db / "phone.db")
     found = database.execute("PRAGMA integrity_check").fetchone()[0]
@@ -108,10 +134,10 @@ def check_database(campaign, place, writes, where):
         rows = database.execute(KINDS[kind][1], [name]).fetchone()[0]
         campaign.count("writes")
         campaign.count("acknowledged", int(acknowledged))
-        campaign.check(rows == 1 or (rows < 1 and not acknowledged),
+        campaign.check(rows == 1 or (rows == 0 and not acknowledged),
                        f"{where}: {kind} {name}, {'acknowledged' if acknowledged else 'refused'}, "
                        f"is there {rows} times")
-    campaign.check(not writes.made or any(acknowledged for _, _, acknowledged in writes.made),
+    campaign.check("kill" in where or not writes.made or any(done for _, _, done in writes.made),
                    f"{where}: no write was acknowledged")
     for table, key in KEYLESS.items():
         if table in tables:
@@ -164,12 +190,34 @@ def check_first_requests(campaign):
         check_database(campaign, place, Writes(campaign), "first requests")
 
 
+def check_kills(campaign):
+    """A host under several clients is killed at a random moment and started again."""
+    with Place(campaign) as place, ThreadPoolExecutor(CLIENTS) as pool:
+        acknowledged = 0
+        for kill in range(KILLS):
+            writes = Writes(campaign, kill * 1000000)
+            host = place.serve()
+            tasks = [pool.submit(write_until_the_end, place.wire(), writes.some(1000))
+                     for _ in range(CLIENTS)]
+            time.sleep(campaign.random.uniform(0.001, LONGEST_LIFE))
+            host.kill()
+            host.wait()
+            for task in tasks:
+                writes.note(*task.result())
+            place.forget_host()
+            acknowledged += sum(done for _, _, done in writes.made)
+            check_database(campaign, place, writes, f"kill {kill}")
+        campaign.count("kills", KILLS)
+        campaign.check(acknowledged > 0, "no write was acknowledged before a kill")
+
+
 def main():
     campaign = Campaign("processes", "times eight are let loose", 3)
     for _ in range(campaign.rounds):
         check_writes(campaign, True)
         check_writes(campaign, False)
         check_first_requests(campaign)
+        check_kills(campaign)
     return campaign.end()
 
 

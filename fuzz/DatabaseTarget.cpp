@@ -1,8 +1,11 @@
 // A database file at start. The first byte of an input chooses a database, or that the rest of the
-// input is the file; else each five bytes more are one damage: its kind, three bytes of place and a
-// value.
+// input is the file; else each five bytes more are one change: its kind, three bytes of place and a
+// value. A change may also leave a journal or an upgrade's copy next to the database.
+
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -10,16 +13,45 @@
 
 #include "Damage.h"
 #include "FullDatabase.h"
+#include "LogCapture.h"
+#include "OddStatements.h"
 #include "Stage.h"
 #include "Target.h"
+#include "database/DatabaseAdapter.h"
 
 namespace {
 
-constexpr std::size_t DamageSize = 5;
-constexpr std::size_t MostDamages = 40;
+namespace fs = std::filesystem;
 
-std::vector<std::string> databases;
+constexpr std::size_t ChangeSize = 5;
+constexpr std::size_t MostChanges = 40;
+constexpr int FailureLevel = 2;
+
+/// The kinds of changes follow each other: damage of bytes, statements, and what stands next to it.
+enum Beside : std::uint8_t { Journal, Copy, BesideKinds };
+constexpr std::size_t FirstStatement = Damage::Kinds;
+constexpr std::size_t FirstBeside = FirstStatement + OddStatement::Kinds;
+constexpr std::size_t ChangeKinds = FirstBeside + BesideKinds;
+
+struct Base {
+    std::string bytes;
+    std::string journal;  ///< of a transaction that did not end
+};
+
+std::vector<Base> bases;
 std::vector<std::string> requests;
+
+std::string databasePath() {
+    return FuzzPlace::get().database();
+}
+
+std::string journalPath() {
+    return databasePath() + "-journal";
+}
+
+std::string copyPath() {
+    return databasePath() + ".before-upgrade";
+}
 
 std::string bytesOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -30,24 +62,66 @@ std::size_t byteAt(std::string_view input, std::size_t place) {
     return static_cast<unsigned char>(input[place]);
 }
 
-Damage damageAt(std::string_view input) {
-    return {static_cast<Damage::Kind>(byteAt(input, 0) % Damage::Kinds),
-            byteAt(input, 1) << 16U | byteAt(input, 2) << 8U | byteAt(input, 3),
-            static_cast<std::uint8_t>(byteAt(input, 4))};
+/// A cache of a few pages: they leave it, and the journal in front of them, before the end.
+std::string journalOf(const std::string& path) {
+    sqlite3* db = nullptr;
+    sqlite3_open(path.c_str(), &db);
+    FullDatabase::execute(db, "PRAGMA cache_size = 2; BEGIN");
+    for (const std::string& table : FullDatabase::texts(
+             db, "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sq%'")) {
+        FullDatabase::execute(db, "DELETE FROM " + table);
+    }
+    std::string left = bytesOf(path + "-journal");
+    FullDatabase::execute(db, "ROLLBACK");
+    sqlite3_close(db);
+    return left;
 }
 
-std::string fileOf(std::string_view input) {
-    const std::size_t chosen = input.empty() ? 0 : byteAt(input, 0) % (databases.size() + 1);
+void keepBase() {
+    std::string bytes = bytesOf(databasePath());
+    bases.push_back({std::move(bytes), journalOf(databasePath())});
+}
+
+void placeBeside(std::size_t kind, std::size_t place) {
+    if (kind == Journal) {
+        FuzzPlace::get().write(journalPath(), bases[place % bases.size()].journal);
+    } else {
+        FuzzPlace::get().write(copyPath(), bytesOf(databasePath()));
+    }
+}
+
+void change(std::string_view input) {
+    const std::size_t kind = byteAt(input, 0) % ChangeKinds;
+    const std::size_t place = byteAt(input, 1) << 16U | byteAt(input, 2) << 8U | byteAt(input, 3);
+    const auto value = static_cast<std::uint8_t>(byteAt(input, 4));
+    if (kind < FirstStatement) {
+        std::string bytes = bytesOf(databasePath());
+        Damage{static_cast<Damage::Kind>(kind), place, value}.apply(bytes);
+        FuzzPlace::get().write(databasePath(), bytes);
+    } else if (kind < FirstBeside) {
+        OddStatement{static_cast<OddStatement::Kind>(kind - FirstStatement), place, value}.apply(
+            databasePath());
+    } else {
+        placeBeside(kind - FirstBeside, place);
+    }
+}
+
+void makeFiles(std::string_view input) {
+    const std::size_t chosen = input.empty() ? 0 : byteAt(input, 0) % (bases.size() + 1);
     input.remove_prefix(std::min<std::size_t>(1, input.size()));
-    if (chosen == 0) {
-        return std::string(input);
+    FuzzPlace::get().write(databasePath(),
+                           chosen == 0 ? input : std::string_view(bases[chosen - 1].bytes));
+    for (std::size_t i = 0; chosen > 0 && i < MostChanges && input.size() >= ChangeSize; ++i) {
+        change(input);
+        input.remove_prefix(ChangeSize);
     }
-    std::string file = databases[chosen - 1];
-    for (std::size_t i = 0; i < MostDamages && input.size() >= DamageSize; ++i) {
-        damageAt(input).apply(file);
-        input.remove_prefix(DamageSize);
-    }
-    return file;
+}
+
+bool isWhole(const std::string& request, const std::string& answer) {
+    const std::string end = "</Schema>";
+    return request.find('<') == std::string::npos ||
+           (answer.find("<Schema name=\"") != std::string::npos && answer.size() > end.size() &&
+            answer.compare(answer.size() - end.size(), end.size(), end) == 0);
 }
 
 void startAndAsk() {
@@ -58,25 +132,29 @@ void startAndAsk() {
     service.init(context);
     for (const std::string& request : requests) {
         try {
-            (void)service.processRequest(request);
+            require(isWhole(request, service.processRequest(request)), "the answer is not whole");
         } catch (const std::exception&) {
             // As of any request: all is released, and the next one is served.
         }
     }
 }
 
+unsigned long inodeOf(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
 }  // namespace
 
 void beginDatabase() {
-    const std::string path = FuzzPlace::get().database();
     {
         const Stage full;
-        databases.push_back(bytesOf(path));
+        keepBase();
     }
     for (const std::string& form : FullDatabase::forms()) {
-        (void)std::filesystem::remove(path);
-        FullDatabase::makeForm(path, form);
-        databases.push_back(bytesOf(path));
+        (void)fs::remove(databasePath());
+        FullDatabase::makeForm(databasePath(), form);
+        keepBase();
     }
     for (const char* schema : {"PhoneBook", "CallLogMissedCalls", "CallLogAndPhoneBook",
                                "FeatureKeys", "StimulusKeySettings", "AudioSettings"}) {
@@ -87,11 +165,25 @@ void beginDatabase() {
     requests.emplace_back("saveContactsToCSV");
 }
 
+/// The file is never removed; only an upgrade's copy may take its place. Where one of the two was
+/// sound, the database is sound afterwards.
 void takeDatabase(std::string_view input) {
-    const std::string path = FuzzPlace::get().database();
-    (void)std::filesystem::remove(path + "-journal");
-    FuzzPlace::get().write(path, fileOf(input));
+    for (const std::string& path : {databasePath(), journalPath(), copyPath()}) {
+        (void)fs::remove(path);
+    }
+    makeFiles(input);
+    const bool hasCopy = fs::exists(copyPath());
+    const bool isOneSound = hasCopy && (DatabaseAdapter::isSound(copyPath()) ||
+                                        DatabaseAdapter::isSound(databasePath()));
+    const unsigned long inode = inodeOf(databasePath());
+    const LogCapture log(3);
     startAndAsk();
-    require(std::filesystem::exists(path), "the file of the database is gone");
+    const unsigned long now = inodeOf(databasePath());
+    require(now != 0 && (now == inode || hasCopy), "the file is gone, or is another one");
+    require(!isOneSound || DatabaseAdapter::isSound(databasePath()),
+            "neither the database nor its copy is whole afterwards");
+    const bool isDamaged = log.has("malformed") || log.has("file is not a database");
+    require(!isDamaged || log.has(FailureLevel, databasePath() + " is damaged"),
+            "the log does not name the damaged file");
     FuzzPlace::get().tidy();
 }

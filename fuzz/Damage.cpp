@@ -8,9 +8,6 @@ constexpr std::size_t PageSize = 4096;
 constexpr std::size_t HeaderSize = 100;
 constexpr std::size_t RunLength = 16;
 
-const char* const Names[] = {"Bit",    "Byte",    "Header",  "Run",
-                             "Zeroed", "Swapped", "Doubled", "CutOff"};
-
 std::size_t pageAt(const std::string& file, std::size_t place) {
     return std::min(place / PageSize * PageSize, file.size() - 1);
 }
@@ -31,15 +28,6 @@ void fill(std::string& file, std::size_t place, std::size_t length, char value) 
 }
 
 }  // namespace
-
-const char* Damage::nameOf(Kind kind) {
-    return Names[kind];
-}
-
-std::string Damage::toString() const {
-    return std::string(nameOf(kind)) + " at " + std::to_string(place) + ", " +
-           std::to_string(value);
-}
 
 void Damage::apply(std::string& file) const {
     if (file.empty()) {

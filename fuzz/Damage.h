@@ -24,9 +24,6 @@ struct Damage {
 
     /// Changes @p file, the bytes of a database; an empty one stays so.
     void apply(std::string& file) const;
-    /// Such as "Zeroed at 4096, 17".
-    std::string toString() const;
-    static const char* nameOf(Kind kind);
 };
 
 #endif

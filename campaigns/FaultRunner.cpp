@@ -1,0 +1,460 @@
+#include "FaultRunner.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <random>
+#include <sstream>
+
+#include "FaultMemory.h"
+#include "FaultVfs.h"
+#include "SceneRequests.h"
+#include "Schemas.h"
+#include "settings/GeneralConfigurationDAO.h"
+
+using namespace SceneRequests;
+using FaultScenarios::method;
+
+namespace FaultRunner {
+
+/// A way to refuse something.
+struct Family {
+    const char* name;
+    bool isMemory;
+    FaultVfs::Fault fault;
+    FaultMemory::Owner owner;
+};
+
+static const Family Families[] = {
+    {"io-error", false, FaultVfs::Fault::IoError, {}},
+    {"full", false, FaultVfs::Fault::Full, {}},
+    {"cannot-open", false, FaultVfs::Fault::CannotOpen, {}},
+    {"memory-of-code", true, {}, FaultMemory::Owner::Code},
+    {"memory-of-sqlite", true, {}, FaultMemory::Owner::Sqlite},
+    {"memory-of-libraries", true, {}, FaultMemory::Owner::Library},
+};
+constexpr std::size_t FamilyCount = std::size(Families);
+
+static void arm(const Family& family, long place, bool forever) {
+    if (family.isMemory) {
+        FaultMemory::arm(family.owner, place, forever);
+    } else {
+        FaultVfs::arm(family.fault, place, forever);
+    }
+}
+
+static long disarm(const Family& family) {
+    if (family.isMemory) {
+        FaultMemory::disarm();
+        return FaultMemory::counted();
+    }
+    FaultVfs::disarm();
+    return FaultVfs::counted();
+}
+
+// ---- Which places
+
+/// Gives each of the groups that @p isMemory names a number of places, together @p budget of them
+/// unless there are fewer. No group gets more than another unless that has no more.
+static void share(std::vector<Places>& all, bool isMemory, long budget, std::mt19937& random) {
+    std::vector<Places*> open;
+    for (Places& each : all) {
+        if (Families[each.family].isMemory == isMemory && each.operations > 0) {
+            open.push_back(&each);
+        }
+    }
+    std::shuffle(open.begin(), open.end(), random);
+    while (budget > 0 && !open.empty()) {
+        for (std::size_t i = 0; i < open.size() && budget > 0; ++i, --budget) {
+            ++open[i]->count;
+        }
+        open.erase(
+            std::remove_if(open.begin(), open.end(),
+                           [](const Places* each) { return each->count == each->operations; }),
+            open.end());
+    }
+}
+
+/// One place in each stretch of equal length.
+static void choose(Places& places, std::mt19937& random) {
+    for (long i = 0; i < places.count; ++i) {
+        const long first = places.operations * i / places.count + 1;
+        const long last = places.operations * (i + 1) / places.count;
+        places.chosen.push_back(std::uniform_int_distribution<long>(first, last)(random));
+    }
+}
+
+bool OnePlace::isGiven() {
+    return std::getenv("DAS_FAULT") != nullptr;
+}
+
+OnePlace OnePlace::read() {
+    OnePlace one;
+    std::istringstream in(isGiven() ? std::getenv("DAS_FAULT") : "");
+    for (std::string* const part : {&one.scenario, &one.family, &one.place, &one.mode}) {
+        std::getline(in, *part, ';');
+    }
+    return one;
+}
+
+void OnePlace::choose(std::vector<Places>& all) const {
+    for (Places& each : all) {
+        if (Families[each.family].name == family && each.forever == (mode == "ever")) {
+            each.chosen.push_back(std::stol(place));
+        }
+    }
+}
+
+bool Runner::isSuccess(const Answer& answer) const {
+    const std::string& good = m_expected.answer.reason;
+    return good.empty() ? answer.acknowledged : answer.reason == good;
+}
+
+void Runner::prepare() {
+    fs::create_directories(m_scene.onDevice("/data/images"));
+    for (const char* const name : {"DasGenConfigDeviceDataItems.csv", "DasTagMappings.csv"}) {
+        fs::copy_file(fs::path(DAS_DEPLOY_DIR) / name,
+                      m_scene.onDevice(std::string("/Aurel_Deploy/") + name));
+    }
+    if (m_scenario.isStart()) {
+        (void)m_scene.sql(m_scenario.old);
+    } else {
+        fs::copy_file(m_filled, m_scene.database());
+        (void)m_scene.sql(m_scenario.arrange);
+        m_scene.start();
+        if (m_scenario.name == "base comes back") {
+            (void)m_scene.call(method("setProfile", {{"NewProfile", "visitor"}}));
+        }
+    }
+    m_database = readText(m_scene.database());
+    m_expected.before = m_scene.contents();
+}
+
+/// The file stays the same one: the service has it open.
+void Runner::begin() {
+    const std::string path = m_scene.database();
+    fs::remove(path + "-journal");
+    const int file = ::open(path.c_str(), O_RDWR | O_CREAT, 0600);
+    (void)!::ftruncate(file, 0);
+    (void)!::write(file, m_database.data(), m_database.size());
+    ::close(file);
+    if (m_scenario.isStart() && m_scenario.old.empty()) {
+        fs::remove(path);
+    }
+    for (const char* const name : {"/data/in2.csv", "/tmp/VX_contacts.csv"}) {
+        fs::remove(m_scene.onDevice(name));
+    }
+    writeText(m_scene.onDevice("/data/in.csv"), contactsFile(6, "Imported", 20));
+    if (!m_scenario.file.empty()) {
+        writeText(m_scene.onDevice(m_scenario.file), "older\n");
+    }
+    if (m_scenario.isDestructive && !m_scenario.isStart()) {
+        m_scene.start();
+    }
+    GeneralConfigurationDAO::clearStaticCaches();
+}
+
+Outcome Runner::perform() {
+    if (!m_scenario.isStart()) {
+        return m_scene.call(m_scenario.method);
+    }
+    Outcome outcome;
+    try {
+        m_scene.start();
+    } catch (const std::exception&) {
+        outcome.threw = true;
+    }
+    return outcome;
+}
+
+/// A start, and a request to each table: the first one fills it.
+void Runner::restart() {
+    m_scene.start();
+    for (const std::string& schema : allSchemas()) {
+        (void)m_scene.call(message(schema, "read_request"));
+    }
+    m_scene.stop();
+}
+
+void Runner::attempt(const Family& family, long place, bool forever, const Tell& tell) {
+    arm(family, place, forever);
+    Outcome outcome = perform();
+    (void)disarm(family);
+    if (m_scenario.isStart()) {
+        judgeStart(tell);
+        return;
+    }
+    const Answer answer(outcome);
+    outcome = Outcome();
+    const std::string held = m_scene.whatIsHeld();
+    if (!held.empty()) {
+        tell("F is still held: " + held);
+    }
+    judgeAnswer(answer, tell);
+    judgeContents(answer, tell);
+    judgeFile(tell);
+    judgeAfterwards(tell);
+}
+
+void Runner::judgeAnswer(const Answer& answer, const Tell& tell) const {
+    const Answer& good = m_expected.answer;
+    if (answer.threw) {
+        tell("+ exceptions");
+        return;
+    }
+    if (answer.replied != good.replied) {
+        tell("F no reply");
+        return;
+    }
+    const bool isFailure = answer.response == "failure" || answer.reason == "failure";
+    if (!good.reason.empty() && !isFailure && answer.reason != good.reason) {
+        tell("F the answer is '" + answer.response + "'");
+    }
+    tell(isSuccess(answer) ? "+ successes" : "+ failures");
+    if (m_scenario.rule == Rule::Read && isSuccess(answer) && answer.response != good.response) {
+        if (answer.reason == "rowcount_response") {
+            tell("+ counts that failed and are told as 0");
+            return;
+        }
+        if (!m_scenario.arrange.empty() && answer.response.find("<Entry>") == std::string::npos) {
+            tell("+ first reads of a table that could not be filled");
+            return;
+        }
+        tell("F a read that succeeds gives '" + answer.response.substr(0, 600) + "'");
+    }
+}
+
+void Runner::judgeFile(const Tell& tell) const {
+    const std::string text =
+        m_scenario.file.empty() ? "" : readText(m_scene.onDevice(m_scenario.file));
+    if (!m_scenario.file.empty() && text != "older\n" && text != m_expected.file) {
+        tell("F the file is neither the older nor the new one: '" + text.substr(0, 200) + "'");
+    }
+}
+
+void Runner::judgeBatch(const Contents& missing, const Tell& tell) const {
+    tell("+ batches acknowledged without an earlier entry");
+    for (const auto& table : missing) {
+        for (const std::string& row : table.second) {
+            if (row.find("Last") != std::string::npos) {
+                tell("F the last entry is acknowledged and not there: " + row);
+            }
+        }
+    }
+}
+
+namespace {
+
+bool hasRows(const Contents& contents, const std::string& table,
+             const std::multiset<std::string>& rows) {
+    const auto found = contents.find(table);
+    return found != contents.end() ? found->second == rows : rows.empty();
+}
+
+}  // namespace
+
+void Runner::judgeContents(const Answer& answer, const Tell& tell) const {
+    const Contents now = m_scene.contents();
+    const Contents& before = m_expected.before;
+    const Contents& after = m_expected.after;
+    const Contents missing = without(after, now);
+    if (answer.replied && isSuccess(answer) && !missing.empty()) {
+        if (m_scenario.rule == Rule::Told || m_scenario.rule == Rule::Tables) {
+            tell("F acknowledged and not there: " + sample(missing));
+        } else if (m_scenario.rule == Rule::Batch) {
+            judgeBatch(missing, tell);
+        }
+    }
+    const bool isWhole = m_scenario.rule == Rule::Tables || m_scenario.rule == Rule::Whole;
+    for (const auto& [table, rows] : now) {
+        if (isWhole && !hasRows(before, table, rows) && !hasRows(after, table, rows)) {
+            tell("F half a table: " + table);
+        }
+    }
+    const Contents strange = without(without(now, after), before);
+    const Contents lost = without(without(before, without(before, after)), now);
+    if (m_scenario.rule != Rule::Rewrite && !(strange.empty() && lost.empty())) {
+        tell("F rows that nobody wrote: " + sample(strange) + " or took: " + sample(lost));
+    }
+    if (!m_scenario.isDestructive && m_scene.integrity() != "ok") {
+        tell("F integrity: " + m_scene.integrity());
+    }
+}
+
+/// Whether the service goes on as if nothing had been.
+void Runner::judgeAfterwards(const Tell& tell) {
+    if (m_scenario.isDestructive) {
+        m_scene.start();  // after a reset a service refuses until it is started anew
+    }
+    const std::string wrong = probe(m_scene);
+    if (!wrong.empty()) {
+        tell("F " + wrong);
+    }
+    const bool isOfProbe = m_scenario.name.find("FeatureKeys") != std::string::npos ||
+                           m_scenario.arrange.find("FEATURE_KEYS") != std::string::npos;
+    if (m_scenario.rule == Rule::Read && !isOfProbe) {
+        const Answer again(m_scene.call(m_scenario.method));
+        if (again.response != m_expected.answer.response) {
+            tell("F the same read gives '" + again.response.substr(0, 600) + "' afterwards");
+        }
+    }
+}
+
+/// A start that met a fault answers, and the next start ends where one without a fault does.
+void Runner::judgeStart(const Tell& tell) {
+    if (m_scene.hasService()) {
+        const Answer answer(m_scene.call(message("FeatureKeys", "read_request")));
+        if (answer.reason != "read_response" && answer.reason != "failure" &&
+            answer.response != "failure") {
+            tell("F after the start the answer is '" + answer.response + "'");
+        }
+        const std::string held = m_scene.whatIsHeld();
+        if (!held.empty()) {
+            tell("F is still held: " + held);
+        }
+    }
+    m_scene.stop();
+    restart();
+    const Contents now = m_scene.contents();
+    const Contents missing = without(m_expected.after, now);
+    const Contents strange = without(now, m_expected.after);
+    if (!missing.empty() || !strange.empty()) {
+        tell("F the next start ends elsewhere: missing " + sample(missing) + " strange " +
+             sample(strange));
+    }
+    if (m_scene.integrity() != "ok") {
+        tell("F integrity: " + m_scene.integrity());
+    }
+}
+
+std::vector<Places> Runner::count(const Tell& tell) {
+    std::vector<Places> all;
+    for (std::size_t i = 0; i < FamilyCount; ++i) {
+        long operations = 0;
+        const Report report = isolated([&](const Tell& up) {
+            begin();
+            arm(Families[i], 0, false);
+            (void)perform();
+            up(std::to_string(disarm(Families[i])));
+        });
+        if (report.end.empty() && !report.lines.empty()) {
+            operations = std::stol(report.lines.back());
+        } else {
+            tell("F " + m_scenario.name + " without a fault: " + report.end);
+        }
+        all.push_back({i, false, operations});
+        all.push_back({i, true, operations});
+    }
+    return all;
+}
+
+void Runner::learn(const Tell& tell) {
+    const std::string folder = m_scene.database().parent_path();
+    const Report report = isolated([&](const Tell& up) {
+        begin();
+        const Answer answer(perform());
+        writeText(folder + "/response", answer.response);
+        up("A " + std::to_string(answer.replied) + std::to_string(answer.acknowledged));
+        if (m_scenario.isStart()) {
+            restart();
+        }
+    });
+    for (const std::string& line : report.lines) {
+        if (line[0] == 'A') {
+            m_expected.answer.replied = line[2] == '1';
+            m_expected.answer.acknowledged = line[3] == '1';
+        }
+    }
+    m_expected.answer.response = readText(folder + "/response");
+    m_expected.answer.reason = Answer::reasonIn(m_expected.answer.response);
+    m_expected.after = m_scene.contents();
+    m_expected.file = m_scenario.file.empty() ? "" : readText(m_scene.onDevice(m_scenario.file));
+    if (!report.end.empty()) {
+        tell("F " + m_scenario.name + " without a fault: " + report.end);
+    }
+}
+
+/// How many blocks one more go keeps, of the code and of SQLite.
+std::pair<long, long> Runner::keptBy(const std::function<void()>& work) {
+    const long code = FaultMemory::blocksOfCode();
+    const long sqlite = FaultMemory::blocksOfSqlite();
+    work();
+    m_scene.stop();
+    GeneralConfigurationDAO::clearStaticCaches();
+    return {FaultMemory::blocksOfCode() - code, FaultMemory::blocksOfSqlite() - sqlite};
+}
+
+void Runner::whole(const Family& family, long place, bool forever, const Tell& up) {
+    const auto work = [&](const Tell& tell) {
+        return [&, tell] {
+            begin();
+            if (!m_scene.hasService() && !m_scenario.isStart()) {
+                m_scene.start();
+            }
+            attempt(family, place, forever, tell);
+        };
+    };
+    const auto [code, sqlite] = keptBy(work(up));
+    if (place == 0) {
+        up("B " + std::to_string(code) + " " + std::to_string(sqlite));
+    } else if (code > m_codeBlocks || sqlite > m_sqliteBlocks) {
+        // What is made on first use stays for good, also that of a failure: twice is a leak.
+        const auto again = keptBy(work([](const std::string&) {}));
+        if (again.first > 0 || again.second > 0) {
+            up("F leaks " + std::to_string(again.first) + " blocks of the code, " +
+               std::to_string(again.second) + " of SQLite");
+        }
+    }
+}
+
+void Runner::pass(const Report& report, const std::string& where, const Tell& tell) {
+    for (const std::string& line : report.lines) {
+        if (line[0] == 'B') {
+            std::istringstream(line.substr(2)) >> m_codeBlocks >> m_sqliteBlocks;
+        } else {
+            tell(line[0] == 'F' ? "F " + where + line.substr(2) : line);
+        }
+    }
+    if (!report.end.empty()) {
+        tell("F " + where + report.end);
+    }
+}
+
+void Runner::run(const Budget& budget, std::uint32_t seed, const Tell& tell) {
+    prepare();
+    learn(tell);
+    pass(isolated([&](const Tell& up) { whole(Families[0], 0, false, up); }),
+         m_scenario.name + " without a fault: ", tell);
+    std::vector<Places> all = count(tell);
+    if (OnePlace::isGiven()) {
+        OnePlace::read().choose(all);
+    } else {
+        std::mt19937 random(seed);
+        share(all, false, budget.files / budget.scenarios, random);
+        share(all, true, budget.memory / budget.scenarios, random);
+        for (Places& each : all) {
+            choose(each, random);
+        }
+    }
+    for (const Places& each : all) {
+        tryPlaces(each, tell);
+    }
+}
+
+void Runner::tryPlaces(const Places& places, const Tell& tell) {
+    const Family& family = Families[places.family];
+    for (const long place : places.chosen) {
+        const Report report =
+            isolated([&](const Tell& up) { whole(family, place, places.forever, up); });
+        pass(report,
+             m_scenario.name + ", " + family.name + " " + std::to_string(place) + " of " +
+                 std::to_string(places.operations) + (places.forever ? " for ever: " : " once: "),
+             tell);
+        tell(family.isMemory ? "+ places of memory" : "+ places of files");
+    }
+}
+
+}  // namespace FaultRunner

@@ -1,0 +1,44 @@
+#ifndef FAULTSCENARIOS_H
+#define FAULTSCENARIOS_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Method.h"
+
+/// What the campaign of faults does while something is refused.
+namespace FaultScenarios {
+
+/// What an answer says about the data.
+enum class Rule {
+    Read,    ///< success: the answer is the one that is given without a fault
+    Told,    ///< success: all is done
+    Batch,   ///< success: the last entry is done, earlier ones may be missing
+    Tables,  ///< success: all is done; in any case each table is as before or as without a fault
+    Whole,   ///< nothing, but each table is as before or as without a fault
+    Untold,  ///< nothing: the answer is the same in every case, or there is none
+    Rewrite  ///< nothing, and rows that stay go and come back on the way
+};
+
+struct Scenario {
+    std::string name;
+    Method method;  ///< without a name: a start
+    Rule rule;
+    std::string file{};          ///< on the device: what the method writes
+    bool isDestructive = false;  ///< it takes the database file away
+    std::string old{};           ///< of a start: the statements of the database before
+    std::string arrange{};  ///< of a request: statements before it, such as for a missing table
+
+    bool isStart() const { return method.getName().empty(); }
+};
+
+/// A message of the method @p name. "true" and "false" become bools, whole numbers ints.
+Method method(const std::string& name, const std::vector<std::pair<std::string, std::string>>& in);
+
+/// Requests of each kind, remote methods, and starts over older databases.
+std::vector<Scenario> all();
+
+}  // namespace FaultScenarios
+
+#endif
