@@ -1,5 +1,6 @@
 // Commands that carry tables to data files and back: export and import.
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -21,6 +22,22 @@ constexpr int EveryUser = 2;
 int userOf(const Arguments& arguments) {
     const auto user = arguments.value("--context");
     return !user ? EveryUser : *user == "base" ? 0 : 1;
+}
+
+/// Whether the telephone of a running host lists the file @p path. The service empties the table of a
+/// user also when the file is not there.
+bool isListed(Session& session, const std::string& path) {
+    const std::size_t end = path.rfind('/');
+    Method question("readDirectory");
+    question.addStringParameter("Directory", path.substr(0, std::max(end, std::size_t{1})),
+                                Parameter::in);
+    question.addBoolParameter("DirReading", false, Parameter::in);
+    question.addBoolParameter("FileReading", true, Parameter::in);
+    question.addBoolParameter("SubDirReading", false, Parameter::in);
+    Method answer;
+    std::string listing;
+    return session.call(question, answer) && answer.getStringParameter("DirectoryTree", listing) &&
+           listing.find("name=\"" + path.substr(end + 1) + "\" />") != std::string::npos;
 }
 
 class FileCommand : public SessionCommand {
@@ -50,15 +67,17 @@ public:
     int runIn(Session& session, const Arguments& arguments) override {
         const InterruptNote note(m_name, session.isLocal());
         const std::string file = arguments.text("FILE");
-        // The service empties the table of a user before it opens a file. Over a socket only the
-        // answer says what was wrong with it.
-        const FileProbe probe =
-            session.isLocal() ? FileProbe::of(file, !m_isImport) : FileProbe{0, {}};
-        if (probe.error != 0) {
-            Complaint::tellError(what(arguments) + ": " + file, probe.error,
-                                 probe.place.empty()
-                                     ? "it leads out of the telephone's root"
-                                     : "it stands below --root, at " + probe.place);
+        if (session.isLocal()) {
+            const FileProbe probe = FileProbe::of(file, !m_isImport);
+            if (probe.error != 0) {
+                Complaint::tellError(what(arguments) + ": " + file, probe.error,
+                                     probe.place.empty()
+                                         ? "it leads out of the telephone's root"
+                                         : "it stands below --root, at " + probe.place);
+                return ExitUsage;
+            }
+        } else if (m_isImport && arguments.has("--context") && !isListed(session, file)) {
+            Complaint::tell(what(arguments) + ": " + file + ": no such file on the telephone");
             return ExitUsage;
         }
         return transfer(session, arguments);
