@@ -58,8 +58,8 @@ private:
     bool stopWithoutListeners();
     bool hasListeners();
 
-    /// Held while the source begins or ends to report; nobody who holds a lock of the service waits
-    /// for it.
+    /// Held while the source begins or ends to report. No thread that holds a lock of
+    /// the service waits for it.
     std::mutex m_startMutex;
     DASChangeSourceIfc* m_source = nullptr;  ///< not owned; null while it does not report
     std::thread m_thread;

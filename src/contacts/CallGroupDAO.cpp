@@ -212,7 +212,7 @@ bool CallGroupDAO::createMissingGroups() {
     if (m_dbAdapter == nullptr || m_dbAdapter->isTableThere(m_tableName)) {
         return false;
     }
-    const ChangeScope::Untold untold(*m_dbAdapter);
+    const ChangeScope::Unreported unreported(*m_dbAdapter);
     const auto create = [this] {
         return createTable() == 0 && insertGroupsOf({UserContextBase, UserContextVisitor}) == 0;
     };

@@ -98,7 +98,7 @@ DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, Datab
 
 DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
                                          const std::string& table, bool isCounted) {
-    const ChangeScope::Untold untold(adapter);
+    const ChangeScope::Unreported unreported(adapter);
     if (dao.createTable() != 0 && !isCounted) {
         return TableState::Unknown;
     }

@@ -38,18 +38,18 @@ bool isUser(const std::string& context) {
 
 }  // namespace
 
-ChangeScope::ChangeScope(ChangeTeller& teller, Describe describe)
-    : m_teller(teller),
+ChangeScope::ChangeScope(ChangeListeners& listeners, Describe describe)
+    : m_listeners(listeners),
       m_describe(std::move(describe)),
       m_outer(std::exchange(s_innermost, this)) {}
 
 ChangeScope::~ChangeScope() {
     s_innermost = m_outer;
-    tell();
+    report();
 }
 
 ChangeScope* ChangeScope::heard() {
-    return s_innermost != nullptr && s_innermost->m_teller.isHeard() ? s_innermost : nullptr;
+    return s_innermost != nullptr && s_innermost->m_listeners.isHeard() ? s_innermost : nullptr;
 }
 
 ChangeScope& ChangeScope::outermost() {
@@ -61,11 +61,11 @@ ChangeScope& ChangeScope::outermost() {
 }
 
 void ChangeScope::markChanged() {
-    outermost().m_isChanged = m_teller.isHeard() || outermost().m_isChanged;
+    outermost().m_isChanged = m_listeners.isHeard() || outermost().m_isChanged;
 }
 
 void ChangeScope::markChanged(DatabaseAdapter& adapter) {
-    if (!m_teller.isHeard()) {
+    if (!m_listeners.isHeard()) {
         return;
     }
     ChangeScope& scope = outermost();
@@ -79,12 +79,12 @@ void ChangeScope::markChanged(DatabaseAdapter& adapter) {
 
 void ChangeScope::begin(const DatabaseAdapter& adapter) {
     if (!outermost().keepsLock()) {
-        m_notedAt = adapter.changes();  // what others have changed so far is none of these rows
+        m_notedAt = adapter.changes();  // not what others have changed so far
     }
 }
 
 void ChangeScope::committed(DatabaseAdapter& adapter) {
-    if (m_untold == 0) {
+    if (m_unreported == 0) {
         markChanged(adapter);
     }
 }
@@ -155,12 +155,12 @@ DASChange ChangeScope::change() const {
     return change;
 }
 
-void ChangeScope::tell() noexcept {
+void ChangeScope::report() noexcept {
     if (std::exchange(m_isChanged, false)) {
         try {
-            m_teller.tell(change());
+            m_listeners.notify(change());
         } catch (const std::exception&) {
-            m_teller.tell({});  // no memory for the details
+            m_listeners.notify({});  // no memory for the details
         }
     }
     for (DatabaseAdapter* adapter : m_kept) {
@@ -169,19 +169,19 @@ void ChangeScope::tell() noexcept {
     m_kept.clear();
 }
 
-ChangeScope::Untold::Untold(DatabaseAdapter& adapter) : m_adapter(adapter) {
+ChangeScope::Unreported::Unreported(DatabaseAdapter& adapter) : m_adapter(adapter) {
     if (ChangeScope* const scope = s_innermost) {
-        ++scope->m_untold;
+        ++scope->m_unreported;
     }
 }
 
-ChangeScope::Untold::~Untold() {
+ChangeScope::Unreported::~Unreported() {
     ChangeScope* const scope = s_innermost;
     if (scope == nullptr) {
         return;
     }
-    --scope->m_untold;
-    if (scope->m_teller.isHeard()) {
+    --scope->m_unreported;
+    if (scope->m_listeners.isHeard()) {
         const AdapterLock lock(m_adapter);
         scope->m_notedAt = m_adapter.changes();
     }

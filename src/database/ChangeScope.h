@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "DASChangeListenerIfc.h"
-#include "database/ChangeTeller.h"
+#include "database/ChangeListeners.h"
 
 class DatabaseAdapter;
 
@@ -14,7 +14,7 @@ class DatabaseAdapter;
  * One request or method, whose commits on this thread are one change for the listeners.
  *
  * The adapter reports each commit. From the first one on the scope keeps the adapter's lock, so that
- * nobody reads what has changed before the listeners know, and they hear of changes in the order of
+ * no thread reads what has changed before the listeners know, and they hear of changes in the order of
  * the commits. The destructor reports the change and releases the lock. A scope within another is a
  * part of it. Without a listener a scope does nothing.
  */
@@ -23,8 +23,8 @@ public:
     /// Fills in the change, which comes with the context and the id of the rows that were noted.
     using Describe = std::function<void(DASChange&)>;
 
-    /// @p teller and what @p describe refers to must outlive the scope.
-    ChangeScope(ChangeTeller& teller, Describe describe);
+    /// @p listeners and what @p describe refers to must outlive the scope.
+    ChangeScope(ChangeListeners& listeners, Describe describe);
     ~ChangeScope();
     ChangeScope(const ChangeScope&) = delete;
     ChangeScope& operator=(const ChangeScope&) = delete;
@@ -35,7 +35,7 @@ public:
     void markChanged(DatabaseAdapter& adapter);
 
     /// Reports what has changed so far, and releases the locks. The destructor reports the rest.
-    void tell() noexcept;
+    void report() noexcept;
 
     /**
      * Notes that the row changed since the last call is @p id of the user @p context, both escaped
@@ -56,12 +56,12 @@ public:
 
     /// As long as it lives, commits of this thread are not reported: a table is made, with its
     /// default rows, which every reader takes for granted.
-    class Untold {
+    class Unreported {
     public:
-        explicit Untold(DatabaseAdapter& adapter);
-        ~Untold();
-        Untold(const Untold&) = delete;
-        Untold& operator=(const Untold&) = delete;
+        explicit Unreported(DatabaseAdapter& adapter);
+        ~Unreported();
+        Unreported(const Unreported&) = delete;
+        Unreported& operator=(const Unreported&) = delete;
 
     private:
         DatabaseAdapter& m_adapter;
@@ -71,7 +71,7 @@ public:
 
     /// The scope of this thread; null without one or without a listener.
     [[nodiscard]] static ChangeScope* heard();
-    [[nodiscard]] ChangeTeller& teller() { return m_teller; }
+    [[nodiscard]] ChangeListeners& listeners() { return m_listeners; }
     /// A transaction begins.
     void begin(const DatabaseAdapter& adapter);
     /// A transaction that has changed rows was committed.
@@ -84,12 +84,12 @@ private:
     [[nodiscard]] bool keepsLock() const { return !m_kept.empty(); }
     [[nodiscard]] DASChange change() const;
 
-    ChangeTeller& m_teller;
+    ChangeListeners& m_listeners;
     const Describe m_describe;
     ChangeScope* const m_outer;
     std::vector<DatabaseAdapter*> m_kept;  ///< whose locks are kept; not owned
     bool m_isChanged = false;
-    int m_untold = 0;
+    int m_unreported = 0;
 
     int m_notedAt = 0;      ///< the adapter's count of changes when rows were noted last
     bool m_isNoted = false;  ///< m_id and m_context hold those of all rows so far

@@ -18,7 +18,7 @@
 
 class ChangeNotice;
 class ChangeScope;
-class ChangeTeller;
+class ChangeListeners;
 class Statement;
 struct sqlite3;
 struct sqlite3_stmt;
@@ -123,13 +123,13 @@ public:
     [[nodiscard]] int changes() const;
 
     /**
-     * Reports to @p teller, as a change with blank texts, when another process has committed since
+     * Reports to @p listeners, as a change with blank texts, when another process has committed since
      * the last look or the file is not the one that was opened. The first look only remembers.
      * Waits neither for the lock nor for other processes.
      *
      * @return false when one of them was in the way
      */
-    bool lookForOthers(ChangeTeller& teller);
+    bool lookForOthers(ChangeListeners& listeners);
 
     /// Has rows handed over to @p take while they are read; empty for all of them at the end. Call
     /// with the lock held; for RowDrain.
@@ -256,7 +256,7 @@ private:
     void beginWatched(ChangeScope& scope);
     void endWatched(ChangeScope& scope, const std::string& sql);
     /// lookForOthers() with the lock held, waiting for other processes as a statement does.
-    bool compareDataVersion(ChangeTeller& teller);
+    bool compareDataVersion(ChangeListeners& listeners);
     bool hasFileMoved() const;
     const char* errorText() const;
     void logStatementError(const std::string& sql);

@@ -46,7 +46,7 @@ int DatabaseAdapter::changes() const {
 
 void DatabaseAdapter::beginWatched(ChangeScope& scope) {
     if (m_db != nullptr && !isInTransaction()) {
-        (void)compareDataVersion(scope.teller());
+        (void)compareDataVersion(scope.listeners());
         m_changesBefore = changes();
         scope.begin(*this);
     }
@@ -65,7 +65,7 @@ bool DatabaseAdapter::hasFileMoved() const {
            hasMoved != 0;
 }
 
-bool DatabaseAdapter::compareDataVersion(ChangeTeller& teller) {
+bool DatabaseAdapter::compareDataVersion(ChangeListeners& listeners) {
     int code = SQLITE_OK;
     if (m_dataVersionQuery == nullptr) {
         code = sqlite3_prepare_v2(m_db, DataVersionQuery, -1, &m_dataVersionQuery, nullptr);
@@ -85,20 +85,20 @@ bool DatabaseAdapter::compareDataVersion(ChangeTeller& teller) {
         m_dataVersion = version;
     }
     if (isOfOthers || (m_isFileStrange && !wasStrange)) {
-        teller.tell({});
+        listeners.notify({});
     }
     return true;
 }
 
-bool DatabaseAdapter::lookForOthers(ChangeTeller& teller) {
+bool DatabaseAdapter::lookForOthers(ChangeListeners& listeners) {
     if (pthread_mutex_trylock(&m_mutex) != 0) {
         return false;
     }
     bool isDone = true;
-    // Within a transaction of this thread nobody else can have committed.
+    // Within a transaction of this thread no other process can have committed.
     if (m_db != nullptr && !isInTransaction()) {
         const NoWait noWait(m_db);
-        isDone = compareDataVersion(teller);
+        isDone = compareDataVersion(listeners);
     }
     give_sema4();
     return isDone;

@@ -14,7 +14,7 @@
 #include "DbFactoryIfc.h"
 #include "Semaphore.h"
 #include "Service.h"
-#include "database/ChangeTeller.h"
+#include "database/ChangeListeners.h"
 #include "upgrade/UpgradeCopy.h"
 
 class ACMSTagMapper;
@@ -192,7 +192,7 @@ private:
                      const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
 
-    ChangeTeller m_changes;  ///< outlives the adapters, which a reset replaces
+    ChangeListeners m_changes;  ///< outlives the adapters, which a reset replaces
 
     /// Held by a reset, and while factories are exchanged; no request waits for it. It comes before
     /// the adapter's lock. Recursive, since one reset is a part of the other.

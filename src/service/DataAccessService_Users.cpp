@@ -101,7 +101,7 @@ bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
     (void)factoryReset();
     constructorActions();
     DASMigrator::createTableAndDefaultRows(this, "UnitTestGenConfigTable");
-    scope.tell();  // before requests are answered again
+    scope.report();  // before requests are answered again
     m_initialised = true;
     return true;
 }

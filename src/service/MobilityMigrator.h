@@ -12,7 +12,7 @@ class DataAccessService;
  * Takes maps of management tag to value and turns each entry into an ordinary request against the
  * service, so that the data of a mobile user pass through the same checks as any other request. It
  * runs on the caller's thread. The calls with a map wait for one another, since each is for the
- * user that one of them named; the service's own locks come behind that. A call that writes a map
+ * user that one of them named; the service's own locks come after that. A call that writes a map
  * keeps other requests waiting to its end.
  *
  * A tag is looked up as it is, then without the digits at its end, which are the index of a row,

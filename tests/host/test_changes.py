@@ -133,7 +133,7 @@ class Listeners(ChangesTest):
         self.assertEqual(heard_of(wire.receive()), ("PhoneBook", "base", "write_request", "22"))
 
     def test_a_change_comes_soon(self):
-        """On an idle machine two milliseconds; here the bound leaves room for others."""
+        """On an idle machine two milliseconds; here the bound is for a busy one."""
         wire, writer = self.listener("AudioSettings"), self.wire()
         arrived = []
         hearing = threading.Thread(target=lambda: [
@@ -152,7 +152,7 @@ class Listeners(ChangesTest):
 
 class Slow(ChangesTest):
     def test_one_that_does_not_read_is_told_that_anything_may_have_changed(self):
-        """An answer that waits for it leaves no room; others hear each change."""
+        """An answer that waits for it fills its queue; others hear each change."""
         writer, slow, quick = self.wire(), self.listener("PhoneBook"), self.listener("PhoneBook")
         for number in (1, 2):
             cells = "".join(f"<Entry><Id>{number}{n}</Id><Issuer>{'x' * 600000}</Issuer></Entry>"
@@ -206,7 +206,7 @@ class Slow(ChangesTest):
         return client
 
     def follow(self, stop, pause):
-        """Keeps a picture of two schemas, which it reads again only where it is told to."""
+        """Keeps a picture of two schemas, which it reads again only where a change says so."""
         picture, changes, reads = {}, self.reader().changes(), self.reader()
         ready = threading.Event()
 

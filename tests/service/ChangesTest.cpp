@@ -214,7 +214,7 @@ TEST_F(ChangesTest, EachMethodIsHeardOnceAsAWhole) {
         {[&] { service().importData("Analytics", visitor, "/tmp/none.csv"); }, {}},
         {[&] { service().importData("CodecSettings", visitor, path); }, {}},
         {[&] { service().createPhonenumberIndices(); }, {}},
-        {[&] { service().setProfile("nobody"); }, {}},
+        {[&] { service().setProfile("guest"); }, {}},
         {[&] { service().setProfile("visitor"); }, {"visitor", "||setProfile|"}},
         {[&] { service().clearMobileUserdata(); }, {"||clearMobileUserdata|"}},
         {[&] { service().clearMobileUserDLSdata(); }, {}},
@@ -280,7 +280,7 @@ TEST_F(ChangesTest, AnotherProcessIsHeardInItsPlace) {
     EXPECT_EQ(m_hearing.take(), Heard{Anything});
     {
         const Blocker blocker(database());
-        EXPECT_FALSE(service().lookForOthers()) << "a look waits for nobody";
+        EXPECT_FALSE(service().lookForOthers()) << "a look does not wait";
     }
     std::filesystem::rename(database(), place() / "moved.db");
     EXPECT_TRUE(service().lookForOthers());
@@ -288,7 +288,7 @@ TEST_F(ChangesTest, AnotherProcessIsHeardInItsPlace) {
     EXPECT_EQ(m_hearing.take(), Heard{Anything}) << "another's reset took the file away";
 }
 
-TEST_F(ChangesTest, NobodyListensAndNothingIsAsked) {
+TEST_F(ChangesTest, WithoutAListenerNothingIsAsked) {
     (void)send("PhoneBook", "read_request");
     service().removeChangeListener(&m_hearing);
     const auto steps = [&] {
@@ -304,8 +304,8 @@ TEST_F(ChangesTest, NobodyListensAndNothingIsAsked) {
     service().addChangeListener(nullptr);
 }
 
-// While a change is not heard yet, nobody sees it; and all hear in the order of the commits.
-TEST_F(ChangesOfManyTest, NobodySeesAChangeBeforeItIsHeard) {
+// While a change is not heard yet, no reader sees it.
+TEST_F(ChangesOfManyTest, NoReaderSeesAChangeBeforeItIsHeard) {
     class Count : public DASChangeListenerIfc {
     public:
         void changed(const DASChange& change) override { heard += change.id == "Melody" ? 1 : 0; }

@@ -1,4 +1,4 @@
-#include "database/ChangeTeller.h"
+#include "database/ChangeListeners.h"
 
 #include <algorithm>
 #include <exception>
@@ -8,24 +8,24 @@
 namespace {
 
 constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/ChangeTeller";
+constexpr const char* LogSource = "./src/ChangeListeners";
 
 }  // namespace
 
-void ChangeTeller::add(DASChangeListenerIfc* listener) {
+void ChangeListeners::add(DASChangeListenerIfc* listener) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_listeners.push_back(listener);
     m_isHeard = true;
 }
 
-void ChangeTeller::remove(DASChangeListenerIfc* listener) {
+void ChangeListeners::remove(DASChangeListenerIfc* listener) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_listeners.erase(std::remove(m_listeners.begin(), m_listeners.end(), listener),
                       m_listeners.end());
     m_isHeard = !m_listeners.empty();
 }
 
-void ChangeTeller::tell(const DASChange& change) noexcept {
+void ChangeListeners::notify(const DASChange& change) noexcept {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (DASChangeListenerIfc* listener : m_listeners) {
         try {

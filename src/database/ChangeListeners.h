@@ -1,5 +1,5 @@
-#ifndef CHANGETELLER_H
-#define CHANGETELLER_H
+#ifndef CHANGELISTENERS_H
+#define CHANGELISTENERS_H
 
 #include <atomic>
 #include <mutex>
@@ -8,7 +8,7 @@
 #include "DASChangeListenerIfc.h"
 
 /// The listeners of a service for committed changes. Any thread may call.
-class ChangeTeller {
+class ChangeListeners {
 public:
     /// Whether there is a listener. Without one nothing else of a change is looked at.
     [[nodiscard]] bool isHeard() const { return m_isHeard.load(std::memory_order_relaxed); }
@@ -20,7 +20,7 @@ public:
     void remove(DASChangeListenerIfc* listener);
 
     /// Calls each listener. What one throws is logged.
-    void tell(const DASChange& change) noexcept;
+    void notify(const DASChange& change) noexcept;
 
 private:
     std::mutex m_mutex;
