@@ -10,6 +10,7 @@ namespace {
 
 constexpr const char* DataVersionQuery = "PRAGMA data_version;";
 constexpr const char* DropStatement = "DROP TABLE ";
+constexpr int NeverSeen = -1;  // SQLite counts from 1
 constexpr int UsualWait = 5000;  // in milliseconds, as the open sets it
 
 /// Whether a failure says something of the file, and not of the moment.
@@ -99,6 +100,9 @@ bool DatabaseAdapter::lookForOthers(ChangeListeners& listeners) {
     if (m_db != nullptr && !isInTransaction()) {
         const NoWait noWait(m_db);
         isDone = compareDataVersion(listeners);
+        if (!isDone && !m_dataVersion) {
+            m_dataVersion = NeverSeen;  // the first look has failed: the next one reports
+        }
     }
     give_sema4();
     return isDone;

@@ -281,7 +281,13 @@ TEST_F(ChangesTest, AnotherProcessIsHeardInItsPlace) {
     {
         const Blocker blocker(database());
         EXPECT_FALSE(service().lookForOthers()) << "a look does not wait";
+        service().removeChangeListener(&m_hearing);
+        service().constructorActions();
+        service().addChangeListener(&m_hearing);
     }
+    sql("UPDATE PHONE_BOOK SET Surname = 'other';");
+    EXPECT_TRUE(service().lookForOthers());
+    EXPECT_EQ(m_hearing.take(), Heard{Anything}) << "its first look could not read";
     std::filesystem::rename(database(), place() / "moved.db");
     EXPECT_TRUE(service().lookForOthers());
     EXPECT_TRUE(service().lookForOthers());
