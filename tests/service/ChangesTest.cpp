@@ -198,7 +198,7 @@ TEST_F(ChangesTest, EverySchemaOfKeysIsHeardByItsName) {
     EXPECT_GT(heard, 20);
 }
 
-TEST_F(ChangesTest, EachMethodIsHeardOnceAsAWhole) {
+TEST_F(ChangesOfManyTest, EachMethodIsHeardOnceAsAWhole) {
     const std::string path = "/tmp/keys.csv";
     constexpr auto software = static_cast<eSwType>(1);
     std::map<std::string, std::string> values = {{"melody", "a"}, {"key-100", "b"}};
