@@ -15,6 +15,7 @@
 
 #include "Campaign.h"
 #include "Context.h"
+#include "DASChangeListenerIfc.h"
 #include "DASListenerIfc.h"
 #include "GPALSleep.h"
 #include "LocalMgmtIfc.h"
@@ -127,6 +128,14 @@ private:
     bool m_waiting = false;
     bool m_isEnding = false;
     std::thread m_sender;
+};
+
+/// Hears of each committed change.
+class ChangeListener : public DASChangeListenerIfc {
+public:
+    void changed(const DASChange& change) override { heard += change.reason.empty() ? 0 : 1; }
+
+    std::atomic<long> heard{0};
 };
 
 using Random = std::mt19937;
@@ -360,8 +369,10 @@ public:
         m_caller = std::make_unique<RemoteCaller>(*m_service);
         m_listener = std::make_unique<Listener>(*m_service);
         m_caller->listener = m_listener.get();
+        m_service->addChangeListener(&m_changes);
     }
     ~Races() {
+        m_service->removeChangeListener(&m_changes);
         m_listener->profileChangedToBase();
         // Nobody may tell it of a change any more.
         m_listener.reset();
@@ -374,10 +385,19 @@ public:
             const auto own = seed * 64 + static_cast<unsigned>(client);
             clients.emplace_back([this, calls, own] {
                 Random random(own);
+                ChangeListener passing;
                 for (long i = 0; i < calls / Clients; ++i) {
+                    if (i % 8 == 0) {
+                        m_service->addChangeListener(&passing);
+                    }
                     callOne(random);
+                    (void)m_service->lookForOthers();
+                    if (i % 8 == 4) {
+                        m_service->removeChangeListener(&passing);
+                    }
                     m_watchdog.moved();
                 }
+                m_service->removeChangeListener(&passing);
             });
         }
         for (std::thread& client : clients) {
@@ -388,6 +408,8 @@ public:
 
     void tell() {
         m_campaign.figure("changes heard", m_listener->heard);
+        m_campaign.figure("changes of data heard", m_changes.heard);
+        m_campaign.check(m_changes.heard > 0, "no change of data was heard");
         m_campaign.figure("requests of listeners", m_listener->sent);
         m_campaign.figure("calls of clients", m_calls);
         m_campaign.figure("reads of a phone book for older software", readsOfOlder);
@@ -435,6 +457,7 @@ private:
     Watchdog& m_watchdog;
     Bench::Place m_place{"/dev/shm"};
     Services m_services;
+    ChangeListener m_changes;
     std::unique_ptr<DataAccessService> m_service;
     std::unique_ptr<RemoteCaller> m_caller;
     std::unique_ptr<Listener> m_listener;

@@ -183,6 +183,7 @@ private:
         tellPerson("listening at " + *path, "Ctrl-C ends it");
         end.wait();
         notice.ending();
+        host.endChanges();
         socket.remove();
         return ExitSuccess;
     }

@@ -44,6 +44,13 @@ public:
     /// has gone is dropped.
     virtual void sendLine(std::string line) = 0;
 
+    /// Sends the line of a change. If too much waits for the client, @p standIn takes the place of
+    /// this change and of those after it, until it is on its way. Waits for nothing.
+    virtual void sendChange(const std::string& line, const std::string& standIn) {
+        (void)standIn;
+        sendLine(line);
+    }
+
     /// The longest answer that this client can be sent, without its line feed.
     virtual std::size_t longestAnswer() const { return std::string::npos; }
 

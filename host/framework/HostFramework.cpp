@@ -151,6 +151,12 @@ void HostFramework::addLogListener(const std::shared_ptr<Client>& client,
     m_logRelay.add(client, *adapterOf(protocol), level);
 }
 
+void HostFramework::addChangeListener(const std::shared_ptr<Client>& client,
+                                      const std::string& protocol, const std::string& schemas,
+                                      DASChangeSourceIfc& source) {
+    m_changeRelay.add(client, *adapterOf(protocol), schemas, source);
+}
+
 void HostFramework::sendStatus(const ManageableData& status) {
     Method method("Status");
     method.addStringParameter("item", status.getItem(), Parameter::out);

@@ -12,6 +12,7 @@
 #include "ManageableData.h"
 #include "Proxy.h"
 #include "ProxyRequest.h"
+#include "framework/ChangeRelay.h"
 #include "framework/Client.h"
 #include "framework/LogRelay.h"
 #include "wire/JsonAdapter.h"
@@ -80,6 +81,13 @@ public:
     void addLogListener(const std::shared_ptr<Client>& client, const std::string& protocol,
                         int level);
 
+    /// From now on @p client hears, in @p protocol, of committed changes to @p schemas; see
+    /// ChangeRelay.
+    void addChangeListener(const std::shared_ptr<Client>& client, const std::string& protocol,
+                           const std::string& schemas, DASChangeSourceIfc& source);
+    /// Ends that. To be called before the source and the server of the clients go.
+    void endChanges() { m_changeRelay.end(); }
+
     Clients& clients() { return m_clients; }
 
     /// Carries the log to clients.
@@ -99,7 +107,8 @@ private:
     XmlAdapter m_xml;
     Clients m_clients;
     LogRelay m_logRelay;  // behind the clients that it speaks to
-    std::mutex m_mutex;   ///< of what follows
+    ChangeRelay m_changeRelay;
+    std::mutex m_mutex;  ///< of what follows
     std::deque<Listener> m_listeners;
     /// By sender.
     std::map<std::string, std::unique_ptr<ClientRequest>> m_statusListeners;

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "DASChangeListenerIfc.h"
+#include "Executable.h"
+#include "Log.h"
 #include "framework/Client.h"
 #include "framework/HostFramework.h"
 #include "framework/TextTransfer.h"
@@ -19,6 +22,19 @@ void addLogListener(const HostCall& call, Method& /*answer*/) {
     int level = LevelOfFailures;
     (void)call.request.getIntParameter("Level", level);  // it may be left out
     call.framework.addLogListener(call.client, call.protocol, level);
+}
+
+void addChangeListener(const HostCall& call, Method& /*answer*/) {
+    auto* const source = dynamic_cast<DASChangeSourceIfc*>(&call.service);
+    if (source == nullptr) {
+        logAppUni("das", "./host/HostMethods", 2, __LINE__,
+                  "Client %s does not hear of changes: the service library does not report them",
+                  call.client->name().c_str());
+        return;
+    }
+    std::string schemas;
+    (void)call.request.getStringParameter("Schemas", schemas);  // it may be left out
+    call.framework.addChangeListener(call.client, call.protocol, schemas, *source);
 }
 
 void tellLastFailures(const HostCall& call, Method& answer) {
@@ -41,6 +57,7 @@ using Function = void (*)(const HostCall& call, Method& answer);
 const std::pair<const char*, Function> Functions[] = {
     {"AddStatusListener", addStatusListener},
     {"AddLogListener", addLogListener},
+    {"AddChangeListener", addChangeListener},
     {"LastFailures", tellLastFailures},
     {"ImportText", importText},
     {"ExportText", exportText},

@@ -26,6 +26,7 @@ ServiceHost::ServiceHost(Output::Printed printed)
 }
 
 ServiceHost::~ServiceHost() {
+    m_framework.endChanges();
     if (m_interface != nullptr) {
         m_service->shutdown();
     }

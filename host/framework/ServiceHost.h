@@ -45,6 +45,9 @@ public:
     /// From now on clients may ask why their calls failed.
     void keepFailures() { m_framework.logRelay().hearFailures(); }
 
+    /// From now on no client hears of changes; before the server of the clients goes.
+    void endChanges() { m_framework.endChanges(); }
+
     /// Where answers are written.
     Output& output() { return m_output; }
 

@@ -287,6 +287,40 @@ void ClientSession::sendLine(std::string line) {
     }
 }
 
+/// Written by another thread: who makes a change does not wait for those who hear of it.
+void ClientSession::sendChange(const std::string& line, const std::string& standIn) {
+    const Lock lock(m_mutex);
+    const bool isStoodFor = m_aheadOfStandIn > 0;
+    if (m_stage == Stage::Lingering || m_stage == Stage::Closed || isStoodFor) {
+        return;
+    }
+    if (hasRoomForChange()) {
+        queue(line);
+    } else {
+        queue(standIn);
+        m_aheadOfStandIn = m_unread;
+    }
+    writeLater();
+}
+
+/// Changes that wait must not have clients closed.
+bool ClientSession::hasRoomForChange() const {
+    return m_unread <= ServerLoad::MostUnreadWithChanges &&
+           m_load->unread <= ServerLoad::MostUnread / 2;
+}
+
+void ClientSession::writeLater() {
+    if (!m_isWaiting && !m_willWrite) {
+        asio::post(m_socket.get_executor(), [session = self()] {
+            const Lock lock(session->m_mutex);
+            session->m_willWrite = false;
+            session->write();
+            session->settle();
+        });
+        m_willWrite = true;
+    }
+}
+
 /// Makes room for the answers of others: the largest client goes first, of the user whose clients
 /// hold most. So one user takes nothing from another.
 void ClientSession::dropLargest() {
@@ -355,6 +389,7 @@ void ClientSession::write() {
             close();
         } else {
             m_sent += count;
+            m_aheadOfStandIn -= std::min(m_aheadOfStandIn, count);
             this->count(m_unread - count);
             if (m_sent == text.size()) {
                 m_queue.pop_front();

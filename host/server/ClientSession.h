@@ -36,6 +36,7 @@ public:
 
     void start();
     void sendLine(std::string line) override;
+    void sendChange(const std::string& line, const std::string& standIn) override;
     std::size_t longestAnswer() const override { return ServerLoad::MostUnreadOfClient; }
     void end() override { finish(Stage::Finishing); }
 
@@ -69,6 +70,8 @@ private:
 
     // To be called with the mutex held.
     void queue(std::string line);
+    bool hasRoomForChange() const;
+    void writeLater();
     void count(std::size_t unread);
     void write();
     void settle();
@@ -88,6 +91,8 @@ private:
     std::size_t m_sent = 0;                ///< bytes of the first text of the queue
     std::atomic<std::size_t> m_unread{0};  ///< bytes of the queue that are not sent
     bool m_isWaiting = false;              ///< until the client takes more
+    bool m_willWrite = false;              ///< a handler is about to
+    std::size_t m_aheadOfStandIn = 0;  ///< bytes to be sent to the end of a line that stands for changes
     bool m_isHandling = false;             ///< a message is in work
     LineCutter m_lines;
 };

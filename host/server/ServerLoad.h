@@ -19,6 +19,8 @@ struct ServerLoad {
     static constexpr std::size_t MostUnread = std::size_t{64} * 1024 * 1024;
     /// Of one client, besides the answer that is being sent; also the longest answer.
     static constexpr std::size_t MostUnreadOfClient = std::size_t{16} * 1024 * 1024;
+    /// A client for which more than this waits hears of changes by one message for several.
+    static constexpr std::size_t MostUnreadWithChanges = std::size_t{8} * 1024 * 1024;
     /// A message above this is handled while no other such message is.
     static constexpr std::size_t LargeMessage = std::size_t{1024} * 1024;
 

@@ -54,7 +54,7 @@ ServiceNotice::~ServiceNotice() {
     }
     stop(m_isStarting);
     stop(m_isServing);
-    for (std::thread* thread : {&m_startTeller, &m_teller, &m_asker}) {
+    for (std::thread* thread : {&m_startTeller, &m_listeners, &m_asker}) {
         if (thread->joinable()) {
             thread->join();
         }
@@ -71,7 +71,7 @@ void ServiceNotice::ready(const std::string& path, std::function<void()> ask) {
     send("READY=1\nSTATUS=Serving " + path);
     const Time interval = watchdogTime() / PartsOfWatchdogTime;
     if (interval.count() > 0) {
-        m_teller = std::thread([=] { tellWhile(m_isServing, interval, GoesOn); });
+        m_listeners = std::thread([=] { tellWhile(m_isServing, interval, GoesOn); });
         m_asker = std::thread([=, ask = std::move(ask)] { askAgain(ask, interval); });
     }
 }

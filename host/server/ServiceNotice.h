@@ -58,7 +58,7 @@ private:
     std::atomic<bool> m_isStarting{true};
     std::atomic<bool> m_isServing{true};
     std::thread m_startTeller;
-    std::thread m_teller;
+    std::thread m_listeners;
     std::thread m_asker;
 };
 

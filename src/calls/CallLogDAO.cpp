@@ -8,6 +8,7 @@
 #include "ClientUtils.h"
 #include "calls/ConversationsDAO.h"
 #include "contacts/PhonebookDAO.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
 #include "database/Logging.h"
@@ -355,6 +356,7 @@ int CallLogDAO::writeEntry(std::size_t index) {
             m_numbers.keep(index, m_lastNumber);
         }
     }
+    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
     return result;
 }
 
@@ -464,7 +466,12 @@ int CallLogDAO::deleteRequest() {
         PairList params;
         fillupSearchParams(params, static_cast<unsigned>(entry));
         addCategory(params);
-        return m_dbAdapter->deleteRow(m_tableName, params);
+        const int result = m_dbAdapter->deleteRow(m_tableName, params);
+        static const std::string allRows;
+        ChangeScope::noteNumber(*m_dbAdapter,
+                                entry < m_entries.size() ? m_entries[entry].values[0] : allRows,
+                                m_responseUser);
+        return result;
     });
 }
 

@@ -7,6 +7,7 @@
 #include "calls/CallLogDAO.h"
 #include "calls/CallLogWriter.h"
 #include "contacts/PhonebookDAO.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
 #include "database/Logging.h"
@@ -139,6 +140,7 @@ int ConversationsDAO::writeEntry(std::size_t index) {
     if (result == 0 && number.empty()) {
         m_numbers.keep(index, m_lastNumber);
     }
+    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
     return result;
 }
 
@@ -194,7 +196,12 @@ int ConversationsDAO::deleteRequest() {
     return forEachEntry(std::max<std::size_t>(m_entries.size(), 1), [this](std::size_t entry) {
         PairList params;
         fillupSearchParams(params, static_cast<unsigned>(entry));
-        return m_dbAdapter->deleteRow(m_tableName, params);
+        const int result = m_dbAdapter->deleteRow(m_tableName, params);
+        static const std::string allRows;
+        ChangeScope::noteNumber(*m_dbAdapter,
+                                entry < m_entries.size() ? m_entries[entry][0] : allRows,
+                                m_responseUser);
+        return result;
     });
 }
 

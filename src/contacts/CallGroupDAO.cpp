@@ -1,8 +1,11 @@
 #include "contacts/CallGroupDAO.h"
 
+#include <algorithm>
+
 #include "ClientUtils.h"
 #include "dao/KeyIds.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 
@@ -137,7 +140,22 @@ int CallGroupDAO::updateRequest() {
     PairList conditions = m_request.selectPairs();
     conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
     PairList newValues = m_request.entryPairs();
-    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    ChangeScope::noteRow(*m_dbAdapter, numberOfGroup(), m_responseUser);
+    return result;
+}
+
+/// The group that the request selects by its number alone and that it does not renumber; blank when
+/// there is no such.
+std::string CallGroupDAO::numberOfGroup() const {
+    const auto isNumber = [](const auto& pair) { return pair.first == numberColumn; };
+    const PairList& selected = m_request.selectPairs();
+    const PairList& values = m_request.entryPairs();
+    const auto found = std::find_if(selected.begin(), selected.end(), isNumber);
+    return std::count_if(selected.begin(), selected.end(), isNumber) == 1 &&
+                   std::none_of(values.begin(), values.end(), isNumber)
+               ? found->second.substr(1, found->second.size() - 2)  // less its quotes
+               : std::string();
 }
 
 int CallGroupDAO::readRequest() {
@@ -172,7 +190,9 @@ int CallGroupDAO::resetRequest() {
         PairList conditions = {{UserContextTagName, DASUtils::convertToDBFormat(m_responseUser)},
                                {numberColumn, numbers[i]}};
         PairList newValues = blankValues();
-        return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+        const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
+        ChangeScope::noteRow(*m_dbAdapter, {}, m_responseUser);
+        return result;
     });
 }
 
@@ -189,14 +209,14 @@ std::string CallGroupDAO::responseData() {
 
 /// The table comes with its groups or not at all: those of a user that it lacks are never added.
 bool CallGroupDAO::createMissingGroups() {
-    return m_dbAdapter != nullptr && !m_dbAdapter->isTableThere(m_tableName) &&
-           runWholeOrNot(
-               *m_dbAdapter,
-               [this] {
-                   return createTable() == 0 &&
-                          insertGroupsOf({UserContextBase, UserContextVisitor}) == 0;
-               },
-               TransactionGuard::Locks::AtOnce);
+    if (m_dbAdapter == nullptr || m_dbAdapter->isTableThere(m_tableName)) {
+        return false;
+    }
+    const ChangeScope::Unreported unreported(*m_dbAdapter);
+    const auto create = [this] {
+        return createTable() == 0 && insertGroupsOf({UserContextBase, UserContextVisitor}) == 0;
+    };
+    return runWholeOrNot(*m_dbAdapter, create, TransactionGuard::Locks::AtOnce);
 }
 
 int CallGroupDAO::insertGroup(const std::string& context, const std::string& number) {
@@ -293,7 +313,9 @@ int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory c
     std::vector<std::string> columns = allColumns();
     return importRowsOfUser(location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
-        return updateItemInTable(m_tableName, columns, fields);
+        const int result = updateItemInTable(m_tableName, columns, fields);
+        ChangeScope::noteRow(*m_dbAdapter, {}, context);
+        return result;
     });
 }
 

@@ -82,6 +82,7 @@ public:
 
 private:
     bool createMissingGroups();
+    std::string numberOfGroup() const;
     int insertTogether(const std::function<int()>& insert);
     int insertGroupsOf(const std::vector<std::string>& contexts);
     int insertGroup(const std::string& context, const std::string& number);

@@ -6,6 +6,7 @@
 #include "ClientUtils.h"
 #include "Storage.h"
 #include "contacts/ConversationsTable.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
 #include "database/Logging.h"
@@ -301,7 +302,13 @@ int PhonebookDAO::deleteRequest() {
     if (m_dbAdapter == nullptr || hasPattern || buildParams(params) != 0) {
         return 1;
     }
-    return m_dbAdapter->deleteRow(m_tableName, params);
+    const auto selected =
+        std::find_if(params.begin(), params.end(),
+                     [](const auto& pair) { return pair.first == PhonebookUniqueIDTagName; });
+    const std::string number = selected != params.end() ? selected->second : std::string();
+    const int result = m_dbAdapter->deleteRow(m_tableName, params);
+    ChangeScope::noteNumber(*m_dbAdapter, number, m_responseUser);
+    return result;
 }
 
 int PhonebookDAO::updateRequest() {
@@ -326,7 +333,36 @@ int PhonebookDAO::updateRequest() {
     if (!numbersAreGood) {
         return 1;
     }
-    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    noteUpdate();
+    return result;
+}
+
+/// An update reaches contacts of any user, so the contact itself is asked whose it is.
+void PhonebookDAO::noteUpdate() {
+    if (ChangeScope::heard() == nullptr) {
+        return;
+    }
+    std::string number;
+    bool isNumberKept = true;
+    for (const Field& field : m_fields) {
+        if (field.place == NumberField && !field.inEntry) {
+            isNumberKept = isNumberKept && number.empty();
+            number = field.text;
+        } else if (field.place == NumberField) {
+            isNumberKept = isNumberKept && field.text == number;
+        }
+    }
+    Rows rows;
+    PairList orderBy;
+    const bool isKnown =
+        isNumberKept && !number.empty() &&
+        m_dbAdapter->executeQuery(m_tableName, {UserContextTagName},
+                                  {{PhonebookUniqueIDTagName, DASUtils::convertToDBFormat(number)}},
+                                  orderBy, rows, "", "") == 0 &&
+        rows.size() == 1;
+    ChangeScope::noteNumber(*m_dbAdapter, isKnown ? number : std::string(),
+                            isKnown ? rows[0].at(0) : std::string());
 }
 
 int PhonebookDAO::writeWithTable() {
@@ -383,6 +419,7 @@ int PhonebookDAO::insertContact(std::size_t index) {
     if (result == 0 && number.empty()) {
         m_numbers.keep(index, m_lastNumber);
     }
+    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
     return result;
 }
 

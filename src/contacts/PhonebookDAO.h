@@ -128,6 +128,7 @@ private:
     /// Conditions from user and entries. The test whether a field counts looks at the first entry,
     /// and the value is that of the last: kept on purpose, with one entry they agree.
     int buildParams(PairList& params) const;
+    void noteUpdate();
     int buildReadQuery(PairList& params);
     void extractResultColumns();
     std::vector<std::string> columnsToRead() const;

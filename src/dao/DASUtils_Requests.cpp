@@ -11,6 +11,7 @@
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 
@@ -90,6 +91,14 @@ public:
         }
     }
 
+    int store(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+              const DASUtils::RowData& row) {
+        const int result = updateOrInsert(adapter, user, table, row);
+        ChangeScope::noteNumber(adapter, row.identifier, user);
+        return result;
+    }
+
+private:
     int updateOrInsert(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
                        const DASUtils::RowData& row) {
         const std::string number = plain(row.identifier);
@@ -113,7 +122,6 @@ public:
         return updateFoundRow(adapter, table, row, conditions);
     }
 
-private:
     static constexpr std::size_t MostDigits = 18;
 
     /// @p identifier as SQLite writes the number; empty if it is none, or of too many digits.
@@ -135,11 +143,8 @@ private:
     std::unordered_map<std::string, std::vector<std::string>> m_rowIds;
 };
 
-int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
-                 const DASUtils::RowData& row) {
-    if (!DASUtils::isIdentifier(row.identifier)) {
-        return 1;
-    }
+int storeRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+             const DASUtils::RowData& row) {
     PairList conditions = rowConditions(user, row.identifier);
     PairList counted = conditions;
     std::string count;
@@ -156,6 +161,16 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
                         : updateFoundRow(adapter, table, row, conditions);
 }
 
+int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
+                 const DASUtils::RowData& row) {
+    if (!DASUtils::isIdentifier(row.identifier)) {
+        return 1;
+    }
+    const int result = storeRow(adapter, user, table, row);
+    ChangeScope::noteNumber(adapter, row.identifier, user);
+    return result;
+}
+
 }  // namespace
 
 DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
@@ -168,6 +183,7 @@ DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, Datab
 
 DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
                                          const std::string& table, bool isCounted) {
+    const ChangeScope::Unreported unreported(adapter);
     if (dao.createTable() != 0 && !isCounted) {
         return TableState::Unknown;
     }
@@ -268,7 +284,7 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
             break;
         }
         if (!row.identifier.empty()) {
-            result = known ? known->updateOrInsert(adapter, user, table, row)
+            result = known ? known->store(adapter, user, table, row)
                            : updateOneRow(adapter, user, table, row);
         }
     }

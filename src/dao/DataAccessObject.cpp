@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "AnswerLimit.h"
+#include "DASChangeListenerIfc.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
@@ -349,6 +350,11 @@ std::string DataAccessObject::takeEntries() {
 bool DataAccessObject::calculateIfReadAll(const std::string& table) const {
     return m_resultColumns.empty() ? table == m_tableName
                                    : DASUtils::columnIsInColumnList(table + ".*", m_resultColumns);
+}
+
+void DataAccessObject::describeChange(const std::string& routedBy, DASChange& change) const {
+    change.schema = m_schemaName == routedBy ? m_schemaName : std::string();
+    change.reason = DASUtils::unescapeSqlReservedCharacters(m_reason);
 }
 
 std::string DataAccessObject::schemaName() {

@@ -16,6 +16,7 @@
 class CsvReader;
 class DatabaseAdapter;
 struct TextImport;
+struct DASChange;
 
 // The parser callbacks of a generic object; each forwards to the member of its name. The user data
 // is the DataAccessObject.
@@ -227,6 +228,10 @@ public:
                                    const std::vector<std::string>& resultColumns, const Rows& rows,
                                    const std::vector<std::string>& columnNames,
                                    bool skipFirstColumn);
+
+    /// Fills in schema and reason of what the request has changed. @p routedBy is the schema by
+    /// which it came here; when its element names another one, rows of both may have changed.
+    void describeChange(const std::string& routedBy, DASChange& change) const;
 
     /// The adapter status that a failure response explains; 0 for none.
     void setStatus(int status) { m_status = status; }

@@ -4,6 +4,7 @@
 
 #include "ClientUtils.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 
 namespace {
@@ -162,7 +163,19 @@ int KeyedTableDAO::writeRow(const DASUtils::RowData& row) {
     for (const auto& column : columns()) {
         values.push_back(valueOf(given, column.name));
     }
-    return m_dbAdapter->insert(m_tableName, values, nullptr);
+    long long number = 0;
+    const int result = m_dbAdapter->insert(m_tableName, values, &number);
+    if (row.identifier.empty()) {
+        ChangeScope::noteNumber(*m_dbAdapter, number, userOfRows());
+    } else {
+        ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+    }
+    return result;
+}
+
+const std::string& KeyedTableDAO::userOfRows() const {
+    static const std::string telephone;
+    return isOfUser() ? m_responseUser : telephone;
 }
 
 int KeyedTableDAO::updateRow(const DASUtils::RowData& row) {
@@ -171,7 +184,9 @@ int KeyedTableDAO::updateRow(const DASUtils::RowData& row) {
     }
     PairList conditions = rowConditions(row.identifier);
     PairList newValues = row.newValues;
-    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+    return result;
 }
 
 int KeyedTableDAO::deleteRow(const DASUtils::RowData& row) {
@@ -183,7 +198,9 @@ int KeyedTableDAO::deleteRow(const DASUtils::RowData& row) {
     if (hasColumns) {
         conditions.insert(conditions.end(), row.newValues.begin(), row.newValues.end());
     }
-    return m_dbAdapter->deleteRow(m_tableName, conditions);
+    const int result = m_dbAdapter->deleteRow(m_tableName, conditions);
+    ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+    return result;
 }
 
 int KeyedTableDAO::readRequest() {

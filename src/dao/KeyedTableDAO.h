@@ -97,6 +97,7 @@ private:
     int writeRow(const DASUtils::RowData& row);
     int updateRow(const DASUtils::RowData& row);
     int deleteRow(const DASUtils::RowData& row);
+    const std::string& userOfRows() const;
     std::vector<std::string> defaultRow(std::size_t index) const;
     /// 0 when @p isThere is known.
     int findRow(const std::string& key, bool& isThere);

@@ -17,6 +17,7 @@
 #include "Work.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeNotice.h"
+#include "database/ChangeScope.h"
 #include "database/Logging.h"
 #include "database/Statement.h"
 
@@ -203,6 +204,8 @@ void DatabaseAdapter::openDatabase() {
 
 int DatabaseAdapter::closeDatabase(const char* failureFormat) {
     m_statements.clear();
+    sqlite3_finalize(m_dataVersionQuery);
+    m_dataVersionQuery = nullptr;
     const int code = sqlite3_close(m_db);
     if (code == SQLITE_OK) {
         m_db = nullptr;
@@ -236,7 +239,15 @@ void DatabaseAdapter::give_sema4() {
 int DatabaseAdapter::executeNonQuery(const std::string& sql) {
     AdapterLock lock(*this);
     m_counted.rows = 0;
-    return actualSQLiteCommandExecution(sql, nullptr, nullptr);
+    ChangeScope* const scope = ChangeScope::heard();
+    if (scope != nullptr) {
+        beginWatched(*scope);
+    }
+    const int code = actualSQLiteCommandExecution(sql, nullptr, nullptr);
+    if (scope != nullptr && code == SQLITE_OK && sql != RollBackStatement) {
+        endWatched(*scope, sql);
+    }
+    return code;
 }
 
 int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,

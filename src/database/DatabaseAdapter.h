@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,8 +17,11 @@
 #include "database/StatementCache.h"
 
 class ChangeNotice;
+class ChangeScope;
+class ChangeListeners;
 class Statement;
 struct sqlite3;
+struct sqlite3_stmt;
 
 /**
  * Row callback that asks whether a statement gives any row: stores 1 in the byte that @p flag
@@ -113,6 +117,19 @@ public:
     /// While @p held each commit fails, and takes back what it would store. Call with the lock
     /// held; for TransactionGuard.
     void holdCommits(bool held) { m_isCommitHeld = held; }
+
+    /// How many rows this connection has changed so far, whether committed or not; a dropped table
+    /// counts as one. Wraps around. Call with the lock held; for ChangeScope.
+    [[nodiscard]] int changes() const;
+
+    /**
+     * Reports to @p listeners, as a change with blank texts, when another process has committed since
+     * the last look or the file is not the one that was opened. The first look only remembers.
+     * Waits neither for the lock nor for other processes.
+     *
+     * @return false when one of them was in the way
+     */
+    bool lookForOthers(ChangeListeners& listeners);
 
     /// Has rows handed over to @p take while they are read; empty for all of them at the end. Call
     /// with the lock held; for RowDrain.
@@ -235,6 +252,12 @@ private:
     /// Runs @p sql from destructors too: an exception of the log becomes a failure.
     int executeWithoutRaising(const std::string& sql) noexcept;
     void takeBackWhatIsLeftOpen() noexcept;
+    /// What a statement means for @p scope: called with the lock held, before and after it.
+    void beginWatched(ChangeScope& scope);
+    void endWatched(ChangeScope& scope, const std::string& sql);
+    /// lookForOthers() with the lock held, waiting for other processes as a statement does.
+    bool compareDataVersion(ChangeListeners& listeners);
+    bool hasFileMoved() const;
     const char* errorText() const;
     void logStatementError(const std::string& sql);
     /// Logs that @p sql failed with @p error, and once at the level of failures that the file is
@@ -272,6 +295,13 @@ private:
     bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
     bool m_damageIsTold = false;
+
+    // For listeners to changes, under the lock. Not used without one.
+    sqlite3_stmt* m_dataVersionQuery = nullptr;
+    std::optional<int> m_dataVersion;  ///< at the last look
+    bool m_isFileStrange = false;      ///< at the last look: moved away, or it can't be read
+    int m_droppedTables = 0;
+    int m_changesBefore = 0;  ///< when the transaction began
 
     static std::atomic<bool> m_isRequestContentShowableOnTheAurelTrace;
 };

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 
@@ -50,8 +51,15 @@ int DatabaseAdapter::executeWithValues(const std::string& sql,
     if (m_lastError != nullptr) {
         freeError();
     }
+    ChangeScope* const scope = ChangeScope::heard();
+    if (scope != nullptr) {
+        beginWatched(*scope);
+    }
     const int code = m_db != nullptr ? runWithValues(m_db, sql, values) : SQLITE_MISUSE;
     if (code == SQLITE_DONE) {
+        if (scope != nullptr) {
+            endWatched(*scope, sql);
+        }
         return SQLITE_OK;
     }
     m_lastError = sqlite3_mprintf("%s", errorText());

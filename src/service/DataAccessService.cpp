@@ -21,6 +21,7 @@
 #include "dao/GenConfigDeviceDataItems.h"
 #include "dao/NULLDataAccessObject.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/DbFactory.h"
 #include "database/LoggedText.h"
@@ -106,6 +107,7 @@ void DataAccessService::constructorActions() {
     }
     m_dbAdapter = dynamic_cast<DatabaseAdapter*>(m_dbFactory->createDatabase());
     m_upgradeCopy.watch(m_dbAdapter);
+    (void)lookForOthers();  // what others commit from now on is a change
     m_daoFactories.push_back(std::make_unique<DAOFactory>(m_dbAdapter.load()));
     m_daoFactory = m_daoFactories.back().get();
 }
@@ -192,6 +194,29 @@ void DataAccessService::addListener(DASListenerIfc* listener) {
     m_listeners.push_back(listener);
 }
 
+void DataAccessService::addChangeListener(DASChangeListenerIfc* listener) {
+    if (listener == nullptr) {
+        return;
+    }
+    const std::lock_guard<std::recursive_mutex> turn(m_resetMutex);
+    if (DatabaseAdapter* const adapter = m_dbAdapter) {
+        const AdapterLock lock(*adapter);
+        m_changes.add(listener);
+        (void)adapter->lookForOthers(m_changes);
+    } else {
+        m_changes.add(listener);
+    }
+}
+
+void DataAccessService::removeChangeListener(DASChangeListenerIfc* listener) {
+    m_changes.remove(listener);
+}
+
+bool DataAccessService::lookForOthers() {
+    DatabaseAdapter* const adapter = m_changes.isHeard() ? m_dbAdapter.load() : nullptr;
+    return adapter == nullptr || adapter->lookForOthers(m_changes);
+}
+
 void DataAccessService::notifyListenersOfProfileChange() const {
     std::vector<DASListenerIfc*> listeners;
     {
@@ -219,7 +244,16 @@ std::string DataAccessService::processRequest(const char* message, int length) {
         return {};
     }
     CriticalSection section(m_requestSema);
+    return answer(message, length);
+}
+
+std::string DataAccessService::answer(const std::string& message) {
+    return answer(message.data(), static_cast<int>(message.size()));
+}
+
+std::string DataAccessService::answer(const char* message, int length) {
     const OneWait wait;
+    (void)lookForOthers();
     std::string answer;
     return answerServiceWord(message, answer) ? answer : answerXml(message, length);
 }
@@ -269,6 +303,8 @@ std::string DataAccessService::answerXml(const char* message, int length) {
     if (dao == nullptr) {
         dao = std::make_unique<NULLDataAccessObject>(schema);
     }
+    const ChangeScope scope(
+        m_changes, [&](DASChange& change) { dao->describeChange(schema, change); });
     dao->handleRequest(message, length);
     return dao->getResponseMsg();
 }
@@ -339,8 +375,8 @@ bool DataAccessService::importData(std::string schema, std::string location) {
         DAS_LOG(5, "import data, schema = %s, location to import from = %s", schema.c_str(),
                 location.c_str());
     }
-    return onTable("importData", schema,
-                   [&](DataAccessObject& dao) { return dao.importData(location); });
+    return importTable("importData", schema, {},
+                       [&](DataAccessObject& dao) { return dao.importData(location); });
 }
 
 bool DataAccessService::importData(std::string schema, eUserCategory category,
@@ -349,9 +385,21 @@ bool DataAccessService::importData(std::string schema, eUserCategory category,
         DAS_LOG(5, "import new %s data, schema = %s, location to import from = %s",
                 category == base ? "base" : "visitor", schema.c_str(), location.c_str());
     }
-    return onTable("importDataForUser", schema, [&](DataAccessObject& dao) {
+    const std::string& context =
+        category == visitor ? DASUtilsStrings::UserContextVisitor : DASUtilsStrings::UserContextBase;
+    return importTable("importDataForUser", schema, context, [&](DataAccessObject& dao) {
         return dao.importDataForUser(location, category);
     });
+}
+
+bool DataAccessService::importTable(const char* method, const std::string& schema,
+                                    const std::string& context,
+                                    const std::function<int(DataAccessObject&)>& work) {
+    const ChangeScope scope(m_changes, [&](DASChange& change) {
+        const bool isOtherUser = !context.empty() && !change.context.empty();
+        change = {schema, isOtherUser ? change.context : context, method, {}};
+    });
+    return onTable(method, schema, work);
 }
 
 bool DataAccessService::onTable(const char* operation, const std::string& schema,

@@ -9,11 +9,13 @@
 #include <string>
 #include <vector>
 
+#include "DASChangeListenerIfc.h"
 #include "DASTextIfc.h"
 #include "DataAccessServiceIfc.h"
 #include "DbFactoryIfc.h"
 #include "Semaphore.h"
 #include "Service.h"
+#include "database/ChangeListeners.h"
 #include "upgrade/UpgradeCopy.h"
 
 class ACMSTagMapper;
@@ -29,7 +31,10 @@ class LocalMgmtIfc;
  * them send requests themselves. A request before the end of init, or after a reset, is refused
  * with a well-formed answer.
  */
-class DataAccessService : public Service, public DataAccessServiceIfc, public DASTextIfc {
+class DataAccessService : public Service,
+                          public DataAccessServiceIfc,
+                          public DASTextIfc,
+                          public DASChangeSourceIfc {
 public:
     /// A service without a database; opens the telephone's data directory for its group.
     DataAccessService();
@@ -77,9 +82,17 @@ public:
     DASImported importRows(const DASImport& what, const std::vector<std::string>& names,
                            const Rows& rows) override;
     DASExported exportText(const std::string& schema, const std::string& user) override;
+    void addChangeListener(DASChangeListenerIfc* listener) override;
+    void removeChangeListener(DASChangeListenerIfc* listener) override;
+    bool lookForOthers() override;
 
     /// The same for a text that knows its length.
     std::string processRequest(const std::string& message);
+
+    /// Serialises requests and profile changes. Whoever holds it sends requests by answer().
+    Semaphore& requestTurn() { return m_requestSema; }
+    /// processRequest() for a caller that holds requestTurn().
+    std::string answer(const std::string& message);
 
     /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
     /// is allowed. The one that is held already stays. Adapters and DAO factories of before are
@@ -168,7 +181,8 @@ private:
     /// visitor can't have his.
     bool prepareProfile(const std::string& profile);
     /// Runs an operation of the DAO factory; a missing one is logged.
-    void onFactory(const std::function<void(DAOFactory&)>& operation);
+    void onFactory(const char* method, const std::function<void(DAOFactory&)>& operation);
+    std::string answer(const char* message, int length);
     bool answerServiceWord(const char* message, std::string& answer);
     std::string answerTraceWord(bool set, const char* message);
     std::string answerXml(const char* message, int length);
@@ -179,12 +193,17 @@ private:
     /// without a factory; a result of @p work that is not 0 is in the log alone.
     bool onTable(const char* operation, const std::string& schema,
                  const std::function<int(DataAccessObject&)>& work);
+    /// The same for an import, which listeners hear of. @p context is blank for all users.
+    bool importTable(const char* method, const std::string& schema, const std::string& context,
+                     const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
     /// Runs @p work, which stores rows and says whether all of them were, as one transaction, and
     /// counts what it did.
     DASImported importAsOne(
         const DASImport& what,
         const std::function<bool(DatabaseAdapter&, DataAccessObject&, DASImported&)>& work);
+
+    ChangeListeners m_changes;  ///< outlives the adapters, which a reset replaces
 
     /// Held by a reset, and while factories are exchanged; no request waits for it. It comes before
     /// the adapter's lock. Recursive, since one reset is a part of the other.

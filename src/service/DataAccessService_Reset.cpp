@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "service/DataAccessService.h"
@@ -54,7 +55,9 @@ bool DataAccessService::factoryReset() {
         DAS_LOG(2, "factoryReset: no database adapter");
         return false;
     }
+    ChangeScope scope(m_changes, [](DASChange& change) { change = {{}, {}, "factoryReset", {}}; });
     m_upgradeCopy.prepareForReset();
+    scope.markChanged(*adapter);
     adapter->removeDbFile();
     GeneralConfigurationDAO::clearStaticCaches();
     m_initialised = false;
@@ -81,6 +84,9 @@ bool DataAccessService::isNewVersionHigher(const std::string& first, const std::
 
 void DataAccessService::checkDatabaseNeedsChange(eSwType currentType, eSwType newType,
                                                  const std::string& newVersion) {
+    const ChangeScope scope(m_changes, [](DASChange& change) {
+        change = {{}, {}, "checkDatabaseNeedsChange", {}};
+    });
     // The first rule asks for the software that runs, the second for the one that comes: kept on
     // purpose.
     deleteSpeedDialFromPhonebook(currentType, newVersion);

@@ -12,6 +12,7 @@
 #include "dao/DataAccessObject.h"
 #include "dao/NamedRows.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
 #include "service/DataAccessService.h"
@@ -109,6 +110,9 @@ DASImported DataAccessService::importAsOne(
         result.refusal = "the service is not ready";
         return result;
     }
+    const ChangeScope scope(m_changes, [&](DASChange& change) {
+        change = {what.schema, result.user, "ImportText", {}};
+    });
     const OneWait wait;
     bool isStored = false;
     const int code = runWholeWithInner(*adapter, [&] {

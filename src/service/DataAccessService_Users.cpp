@@ -5,6 +5,7 @@
 #include "LocalMgmtIfc.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/DataAccessService.h"
@@ -17,6 +18,11 @@ namespace {
 constexpr const char* LogComponent = "DataAccessService";
 // Not the name of this file: kept on purpose, those who read traces select by it.
 constexpr const char* LogSource = "./src/DataAccessService_QFA";
+
+/// The change of a method that is not one schema's.
+ChangeScope::Describe changeOf(const char* method) {
+    return [method](DASChange& change) { change = {{}, {}, method, {}}; };
+}
 
 }  // namespace
 
@@ -60,6 +66,7 @@ bool DataAccessService::setProfile(std::string profile) {
     DAS_LOG(5, "DataAccessService::setProfile");
     CriticalSection section(m_requestSema);
     const OneWait wait;
+    ChangeScope scope(m_changes, changeOf("setProfile"));
     if (m_initialised) {
         if (!prepareProfile(profile)) {
             return false;  // a guest must not see what an earlier one left
@@ -72,6 +79,7 @@ bool DataAccessService::setProfile(std::string profile) {
     const bool changed = setCurrentUser(profile);
     m_initialised = true;
     if (changed) {
+        scope.markChanged();  // what requests without a context mean
         notifyListenersOfProfileChange();
     }
     return valid;
@@ -83,6 +91,7 @@ bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
     if (!findACMS()) {
         return false;
     }
+    ChangeScope scope(m_changes, changeOf("invokeACMSFactoryReset"));
     if (!enableCreateDb) {
         m_upgradeCopy.prepareForReset();  // the management may remove the file itself
         m_localMgmt.load()->factoryReset("", 0);
@@ -92,6 +101,7 @@ bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
     (void)factoryReset();
     constructorActions();
     DASMigrator::createTableAndDefaultRows(this, "UnitTestGenConfigTable");
+    scope.report();  // before requests are answered again
     m_initialised = true;
     return true;
 }
@@ -113,6 +123,7 @@ bool DataAccessService::importUserData(std::map<std::string, std::string>& value
     }
     DAS_LOG(5, "%s", base ? "import new managed base data" : "import new managed visitor data");
     const OneWait wait;
+    const ChangeScope scope(m_changes, changeOf("importUserData"));
     migrator->importUserData(values, base);
     return true;
 }
@@ -123,39 +134,43 @@ bool DataAccessService::migrateUserData(std::map<std::string, std::string>& valu
         return false;
     }
     const OneWait wait;
+    ChangeScope scope(m_changes, changeOf("migrateUserData"));
+    scope.markChanged();  // the user changes
     migrator->migrateBaseToVisitor(values);
     return true;
 }
 
-void DataAccessService::onFactory(const std::function<void(DAOFactory&)>& operation) {
+void DataAccessService::onFactory(const char* method,
+                                  const std::function<void(DAOFactory&)>& operation) {
     DAOFactory* factory = m_daoFactory;
     if (factory == nullptr) {
         DAS_LOG(2, "User data: no DAO factory");
         return;
     }
     const OneWait wait;
+    const ChangeScope scope(m_changes, changeOf(method));
     operation(*factory);
 }
 
 void DataAccessService::clearMobileUserdata() {
-    onFactory(&DAOFactory::deleteQFAVisitorData);
+    onFactory("clearMobileUserdata", &DAOFactory::deleteQFAVisitorData);
 }
 
 void DataAccessService::clearMobileUserDLSdata() {
-    onFactory(&DAOFactory::deleteQFAVisitorDLSdata);
+    onFactory("clearMobileUserDLSdata", &DAOFactory::deleteQFAVisitorDLSdata);
 }
 
 void DataAccessService::copyBaseDataToVisitor() {
-    onFactory([](DAOFactory& factory) {
+    onFactory("copyBaseDataToVisitor", [](DAOFactory& factory) {
         (void)factory.copyQFABaseDataToVisitor();  // a failure is in the log
         factory.deleteVisitorUserPassword();       // may have come with the part that was copied
     });
 }
 
 void DataAccessService::deleteVisitorUserPassword() {
-    onFactory(&DAOFactory::deleteVisitorUserPassword);
+    onFactory("deleteVisitorUserPassword", &DAOFactory::deleteVisitorUserPassword);
 }
 
 void DataAccessService::deleteUcCredentials() {
-    onFactory(&DAOFactory::deleteUcCredentials);
+    onFactory("deleteUcCredentials", &DAOFactory::deleteUcCredentials);
 }

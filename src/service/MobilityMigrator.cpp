@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 #include "AnswerLimit.h"
 #include "ClientUtils.h"
+#include "CriticalSection.h"
 #include "DASUtilsStrings.h"
 #include "Secrets.h"
 #include "Work.h"
@@ -126,6 +128,11 @@ MobilityMigrator::MobilityMigrator(DataAccessService* service)
 
 void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    // For all tags: the first change keeps the adapter's lock, which another request would wait for.
+    std::optional<CriticalSection> turn;
+    if (m_service != nullptr) {
+        turn.emplace(m_service->requestTurn());
+    }
     for (const auto& [key, value] : values) {
         Target target;
         if (Work::isInterrupted()) {
@@ -236,11 +243,7 @@ bool MobilityMigrator::findByBrackets(const std::string& key, Target& target) co
 }
 
 void MobilityMigrator::importItem(const Target& target, const std::string& value) {
-    if (target.form == Target::Plain) {
-        updateRequest(target.schema, target.tag, value);
-    } else {
-        updateRequest(target.schema, target.tag, target.index, value);
-    }
+    sendUpdate(target, value, &DataAccessService::answer);
 }
 
 void MobilityMigrator::exportItem(const Target& target, std::string& value) {
@@ -265,7 +268,7 @@ std::string MobilityMigrator::inContext(const std::string& schema, const std::st
     return (m_base ? baseContext : visitorContext) + content + contextEnd;
 }
 
-void MobilityMigrator::sendUpdate(const Target& target, const std::string& value) {
+void MobilityMigrator::sendUpdate(const Target& target, const std::string& value, Send send) {
     const bool hasIndex = target.form != Target::Plain;
     const std::string cell = element(target.tag, asContent(value));
     const std::string content = hasIndex ? entry(target.index, cell) : cell;
@@ -284,19 +287,20 @@ void MobilityMigrator::sendUpdate(const Target& target, const std::string& value
     }
     // Only a response that begins with the mark counts as failed: kept on purpose, no response
     // does, and a management client takes each line of the log for a lost item.
-    if (m_service->processRequest(request).find(updateSuccessMark) == 0) {
+    if ((m_service->*send)(request).find(updateSuccessMark) == 0) {
         DAS_LOG(2, "Failed to write DAS item %s", item.c_str());
     }
 }
 
 void MobilityMigrator::updateRequest(const std::string& schema, const std::string& tag,
                                      const std::string& value) {
-    sendUpdate({Target::Plain, schema, tag, {}}, value);
+    sendUpdate({Target::Plain, schema, tag, {}}, value, &DataAccessService::processRequest);
 }
 
 void MobilityMigrator::updateRequest(const std::string& schema, const std::string& tag,
                                      const std::string& index, const std::string& value) {
-    sendUpdate({Target::DigitSuffix, schema, tag, index}, value);
+    sendUpdate({Target::DigitSuffix, schema, tag, index}, value,
+               &DataAccessService::processRequest);
 }
 
 void MobilityMigrator::sendRead(const std::string& schema, const std::string& tag,

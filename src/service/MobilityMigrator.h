@@ -12,7 +12,8 @@ class DataAccessService;
  * Takes maps of management tag to value and turns each entry into an ordinary request against the
  * service, so that the data of a mobile user pass through the same checks as any other request. It
  * runs on the caller's thread. The calls with a map wait for one another, since each is for the
- * user that one of them named; the service's own locks come behind that.
+ * user that one of them named; the service's own locks come after that. A call that writes a map
+ * keeps other requests waiting to its end.
  *
  * A tag is looked up as it is, then without the digits at its end, which are the index of a row,
  * then with empty brackets in place of an index in brackets. A setting has no rows, so its index is
@@ -73,7 +74,9 @@ private:
     void exportItem(const Target& target, std::string& value);
     std::string inContext(const std::string& schema, const std::string& tag,
                           const std::string& content) const;
-    void sendUpdate(const Target& target, const std::string& value);
+    /// How a request is sent: answer() when the turn of requests is held.
+    using Send = std::string (DataAccessService::*)(const std::string&);
+    void sendUpdate(const Target& target, const std::string& value, Send send);
     void sendRead(const std::string& schema, const std::string& tag, const std::string& content,
                   std::string& out);
 

@@ -9,6 +9,7 @@
 #include "Work.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 
 namespace {
@@ -314,10 +315,14 @@ int GeneralConfigurationDAO::storeItem(const Item& item, bool overwrite) {
     std::string count;
     // The count alone tells: the status of a row that a read brought is 1, kept on purpose.
     (void)getRowCountForItemWithContextInSchema(item.name, context, count);
+    int result = 1;
     if (count == "0") {
-        return insertItem(item, context);
+        result = insertItem(item, context);
+    } else if (overwrite && count == "1") {
+        result = updateItem(item, context);
     }
-    return overwrite && count == "1" ? updateItem(item, context) : 1;
+    ChangeScope::noteSetting(*m_dbAdapter, item.name, context);
+    return result;
 }
 
 int GeneralConfigurationDAO::insertItem(const Item& item, const std::string& context) {
@@ -422,13 +427,21 @@ int GeneralConfigurationDAO::deleteRequest() {
     }
     AdapterLock lock(*m_dbAdapter);
     PairList conditions = {{SchemaColumn, DASUtils::convertToDBFormat(m_schema)}};
+    const auto nameOf = [](const Item& item) -> const std::string& {
+        return item.name == NameColumn && !item.value.empty() ? item.value : item.name;
+    };
     for (const Item& item : m_items) {
-        const bool isName = item.name == NameColumn && !item.value.empty();
-        const std::string& name = isName ? item.value : item.name;
+        const std::string& name = nameOf(item);
         knownCounts().drop(contextOf(item, name), cacheKey(name));
         conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
     }
-    return m_dbAdapter->deleteRow(m_tableName, conditions);
+    const int result = m_dbAdapter->deleteRow(m_tableName, conditions);
+    if (m_items.size() == 1) {
+        ChangeScope::noteSetting(*m_dbAdapter, nameOf(m_items.front()), {});  // of every user
+    } else {
+        ChangeScope::noteOtherSchemas();
+    }
+    return result;
 }
 
 std::string GeneralConfigurationDAO::responseData() {

@@ -1,6 +1,7 @@
 #include "tables/StimulusKeySettingsDAO.h"
 
 #include "dao/KeyIds.h"
+#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 
 using namespace DASUtilsStrings;
@@ -144,7 +145,9 @@ int StimulusKeySettingsDAO::updateRow(const DASUtils::RowData& row) {
     PairList conditions = {{UserContextTagName, DASUtils::convertToDBFormat(m_responseUser)},
                            {IdTagName, row.identifier}};
     PairList newValues = row.newValues;
-    return m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
+    ChangeScope::noteNumber(*m_dbAdapter, row.identifier, m_responseUser);
+    return result;
 }
 
 int StimulusKeySettingsDAO::getRowCount(std::string& count) {

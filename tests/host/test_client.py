@@ -197,7 +197,13 @@ class Connections(ClientTest):
 
 class Example(ClientTest):
     def test_the_page_on_python_runs_as_written(self):
-        text = (SOURCES / "docs" / "howto-python.md").read_text()
+        self.run_page("howto-python.md")
+
+    def test_the_page_on_changes_runs_as_written(self):
+        self.run_page("howto-follow-changes.md")
+
+    def run_page(self, name):
+        text = (SOURCES / "docs" / name).read_text()
         blocks = text.split("```python\n")[1:]
         program = "\n".join(block.split("```")[0] for block in blocks)
         run = subprocess.run([sys.executable, "-c", program.replace("/run/das.sock", str(self.path))],

@@ -25,14 +25,14 @@ from collections import deque
 from dataclasses import dataclass
 from os import PathLike, fspath
 from types import TracebackType
-from typing import Any, Deque, Dict, Iterable, Iterator, List, Mapping, Optional, Set, Type, Union
+from typing import Any, Deque, Dict, Iterable, Iterator, List, Mapping, Optional, Type, Union
 from xml.sax.saxutils import escape as _escape_markup
 from xml.sax.saxutils import quoteattr
 
 from ._answers import FORMS
 from ._methods import METHODS, ONE_WAY
 
-__all__ = ["Client", "ConnectionLost", "DasError", "Event", "ProfileChanged", "Reconnected",
+__all__ = ["Changed", "Client", "ConnectionLost", "DasError", "Event", "ProfileChanged", "Reconnected",
            "Refused", "Row", "StatusChanged", "element", "entry", "escape", "message", "reason_of",
            "rows_of"]
 
@@ -303,17 +303,29 @@ class Reconnected:
     """The connection was lost and is there again. What changed in between was not heard."""
 
 
-Event = Union[ProfileChanged, StatusChanged, Reconnected]
+@dataclass(frozen=True)
+class Changed:
+    """Rows were changed. ``context`` is "base" or "visitor", blank for the telephone's rows and for
+    several users; ``reason`` is that of the request or the name of a method; ``id`` is the number,
+    key or setting of the row, blank for several. If all are blank, anything may have changed."""
+    schema: str = ""
+    context: str = ""
+    reason: str = ""
+    id: str = ""
+
+
+Event = Union[ProfileChanged, StatusChanged, Changed, Reconnected]
 
 
 def _event_of(heard: Mapping[str, Any]) -> Optional[Event]:
     method = str(heard.get("method", ""))
     if method.startswith("ProfileChangedTo"):
         return ProfileChanged(method[len("ProfileChangedTo"):].lower())
-    if method == "Status":
-        params = heard.get("params")
-        if isinstance(params, dict):
-            return StatusChanged(str(params.get("item", "")), str(params.get("value", "")))
+    params = heard.get("params")
+    if isinstance(params, dict) and method == "Status":
+        return StatusChanged(str(params.get("item", "")), str(params.get("value", "")))
+    if isinstance(params, dict) and method == "Changed":
+        return Changed(*(str(params.get(name, "")) for name in ("Schema", "Context", "Reason", "Id")))
     return None
 
 
@@ -334,7 +346,7 @@ class Client:
         self._path = fspath(path)
         self._timeout = timeout
         self._ids = itertools.count(1)
-        self._listeners: Set[str] = set()
+        self._listeners: Dict[str, Dict[str, str]] = {}
         self._events: Deque[Event] = deque()
         self._socket: Optional[socket.socket] = None
         self._received = bytearray()
@@ -365,8 +377,8 @@ class Client:
             connection.close()
             raise ConnectionLost(f"{self._path}: {error.strerror or error}") from error
         self._socket = connection
-        for method in sorted(self._listeners):
-            self._exchange(method, {})
+        for method, params in sorted(self._listeners.items()):
+            self._exchange(method, params)
 
     def _drop(self) -> None:
         connection, self._socket = self._socket, None
@@ -480,10 +492,30 @@ class Client:
         A connection that is lost is opened again, for at most ``patience`` seconds, for ever
         without; then comes ``Reconnected``, before which changes may have been missed.
         """
-        self._listeners |= {"AddListener"} if profile else set()
-        self._listeners |= {"AddStatusListener"} if status else set()
+        self._listeners.update({"AddListener": {}} if profile else {})
+        self._listeners.update({"AddStatusListener": {}} if status else {})
         self._connect()
         return self._heard(patience)
+
+    def changes(self, schemas: Iterable[str] = (),
+                patience: Optional[float] = None) -> Iterator[Changed]:
+        """Yields each committed change to the schemas, or to all, for as long as it is asked.
+
+        The first one is blank: it is time to read what there is. So is one after a connection that
+        was lost and is there again, since what changed in between was not heard; and one for changes
+        that came faster than they were taken. Reconnects for ``patience`` seconds, or for ever.
+        """
+        self._listeners["AddChangeListener"] = {"Schemas": ",".join(schemas)}
+        self._connect()
+        return self._changes(patience)
+
+    def _changes(self, patience: Optional[float]) -> Iterator[Changed]:
+        yield Changed()
+        for event in self._heard(patience):
+            if isinstance(event, Reconnected):
+                yield Changed()
+            elif isinstance(event, Changed):
+                yield event
 
     def _heard(self, patience: Optional[float]) -> Iterator[Event]:
         while True:

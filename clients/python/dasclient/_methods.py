@@ -11,4 +11,5 @@ METHODS = ONE_WAY | frozenset((
     "readDirectory", "setProfile", "factoryReset", "invokeACMSFactoryReset", "exportData",
     "importData", "importDataForUser", "createPhonenumberIndices", "migrateUserData",
     "checkDatabaseNeedsChange", "exportUserData", "importUserData", "AddListener",
-    "AddStatusListener", "AddLogListener", "LastFailures", "ImportText", "ExportText"))
+    "AddStatusListener", "AddLogListener", "AddChangeListener", "LastFailures", "ImportText",
+    "ExportText"))

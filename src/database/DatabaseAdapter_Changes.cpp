@@ -1,0 +1,109 @@
+// What listeners to changes need to know: when rows were committed, and when by another process.
+
+#include <sqlite3.h>
+
+#include "database/AdapterGuards.h"
+#include "database/ChangeScope.h"
+#include "database/DatabaseAdapter.h"
+
+namespace {
+
+constexpr const char* DataVersionQuery = "PRAGMA data_version;";
+constexpr const char* DropStatement = "DROP TABLE ";
+constexpr int NeverSeen = -1;  // SQLite counts from 1
+constexpr int UsualWait = 5000;  // in milliseconds, as the open sets it
+
+/// Whether a failure says something of the file, and not of the moment.
+bool isAboutFile(int code) {
+    switch (code & 0xff) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+        case SQLITE_INTERRUPT:
+        case SQLITE_NOMEM:
+            return false;
+        default:
+            return true;
+    }
+}
+
+/// For a scope, statements of a connection do not wait for other processes.
+class NoWait {
+public:
+    explicit NoWait(sqlite3* db) : m_db(db) { (void)sqlite3_busy_timeout(m_db, 0); }
+    ~NoWait() { (void)sqlite3_busy_timeout(m_db, UsualWait); }
+    NoWait(const NoWait&) = delete;
+    NoWait& operator=(const NoWait&) = delete;
+
+private:
+    sqlite3* const m_db;
+};
+
+}  // namespace
+
+int DatabaseAdapter::changes() const {
+    // SQLite counts the rows of a deletion without conditions, but not those of a dropped table.
+    return (m_db != nullptr ? sqlite3_total_changes(m_db) : 0) + m_droppedTables;
+}
+
+void DatabaseAdapter::beginWatched(ChangeScope& scope) {
+    if (m_db != nullptr && !isInTransaction()) {
+        (void)compareDataVersion(scope.listeners());
+        m_changesBefore = changes();
+        scope.begin(*this);
+    }
+}
+
+void DatabaseAdapter::endWatched(ChangeScope& scope, const std::string& sql) {
+    m_droppedTables += sql.rfind(DropStatement, 0) == 0 ? 1 : 0;
+    if (!isInTransaction() && changes() != m_changesBefore) {
+        scope.committed(*this);
+    }
+}
+
+bool DatabaseAdapter::hasFileMoved() const {
+    int hasMoved = 0;
+    return sqlite3_file_control(m_db, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) == SQLITE_OK &&
+           hasMoved != 0;
+}
+
+bool DatabaseAdapter::compareDataVersion(ChangeListeners& listeners) {
+    int code = SQLITE_OK;
+    if (m_dataVersionQuery == nullptr) {
+        code = sqlite3_prepare_v2(m_db, DataVersionQuery, -1, &m_dataVersionQuery, nullptr);
+    }
+    if (code == SQLITE_OK) {
+        code = sqlite3_step(m_dataVersionQuery);
+    }
+    const int version = code == SQLITE_ROW ? sqlite3_column_int(m_dataVersionQuery, 0) : 0;
+    (void)sqlite3_reset(m_dataVersionQuery);
+    if (code != SQLITE_ROW && !isAboutFile(code)) {
+        return false;
+    }
+    const bool wasStrange = m_isFileStrange;
+    m_isFileStrange = code != SQLITE_ROW || hasFileMoved();
+    const bool isOfOthers = code == SQLITE_ROW && m_dataVersion && *m_dataVersion != version;
+    if (code == SQLITE_ROW) {
+        m_dataVersion = version;
+    }
+    if (isOfOthers || (m_isFileStrange && !wasStrange)) {
+        listeners.notify({});
+    }
+    return true;
+}
+
+bool DatabaseAdapter::lookForOthers(ChangeListeners& listeners) {
+    if (pthread_mutex_trylock(&m_mutex) != 0) {
+        return false;
+    }
+    bool isDone = true;
+    // Within a transaction of this thread no other process can have committed.
+    if (m_db != nullptr && !isInTransaction()) {
+        const NoWait noWait(m_db);
+        isDone = compareDataVersion(listeners);
+        if (!isDone && !m_dataVersion) {
+            m_dataVersion = NeverSeen;  // the first look has failed: the next one reports
+        }
+    }
+    give_sema4();
+    return isDone;
+}
