@@ -307,7 +307,7 @@ void measureRoundTrips(const Options& options, Output& output) {
     const Place place(options.folder);
     const ServerProcess host(HostCommand, place.path("s"));
     const ServerProcess server(EchoCommand, place.path("echo"));
-    const std::string line = Connection::toCall(Connection::requestOf("getCurrentUser"));
+    const std::string line = SocketConnection::toCall(Connection::requestOf("getCurrentUser"));
     const auto service = host.connect();
     const auto echo = server.connect();
     std::vector<double> serviceTimes;

@@ -4,7 +4,7 @@
 
 #include "cli/Command.h"
 #include "client/HostOptions.h"
-#include "wire/KnownMethods.h"
+#include "wire/Methods.h"
 
 using namespace CommandTable;
 
@@ -70,7 +70,7 @@ const std::vector<Row>& CommandTable::rows() {
          {{"das call setProfile NewProfile=base", "makes base the current user"}},
          {},
          makeCallCommand,
-         KnownMethods::listing},
+         Methods::listing},
         {"serve",
          "Serve other processes, over the socket --socket or over standard streams",
          "Many clients at once, until SIGTERM or SIGINT; with --stdio one, until the input ends. A "

@@ -5,7 +5,7 @@
 #include "cli/Command.h"
 #include "cli/CommandTable.h"
 #include "schemas/KnownSchemas.h"
-#include "wire/KnownMethods.h"
+#include "wire/Methods.h"
 
 namespace {
 
@@ -21,8 +21,8 @@ Names assignments(const std::string& subject) {
         for (const auto* elements : {&schema->elements, &schema->itemElements}) {
             names.insert(names.end(), elements->begin(), elements->end());
         }
-    } else if (const auto* const method = KnownMethods::find(subject)) {
-        for (const KnownMethods::In& in : method->in) {
+    } else if (const auto* const method = Methods::find(subject)) {
+        for (const Methods::Value& in : method->of(Parameter::in)) {
             names.emplace_back(in.name);
         }
     }
@@ -37,7 +37,7 @@ Names candidatesFor(Words kind, const std::string& subject) {
         case Words::Schema:
             return KnownSchemas::names();
         case Words::Method:
-            return KnownMethods::names();
+            return Methods::names();
         case Words::Assignment:
             return assignments(subject);
         case Words::User:

@@ -3,32 +3,31 @@
 
 #include <string>
 
-class Method;
+#include "Method.h"
 
-/// A conversation with a host, seen from the client: lines out, lines in.
+/// A conversation with the service, in this process or over the socket of a host.
 class Connection {
 public:
+    enum class Result {
+        Answered,
+        NotSent,    ///< the call is longer than a host takes
+        NoAnswer    ///< the host is gone, or said that this was no request
+    };
+
     virtual ~Connection() = default;
 
-    /// Sends @p line with a line feed behind it. False when the host is gone.
-    [[nodiscard]] virtual bool sendLine(const std::string& line) = 0;
+    /// Calls @p request and waits for the out parameters of the answer; what a listener hears
+    /// meanwhile is dropped.
+    [[nodiscard]] virtual Result exchange(Method request, Method& answer) = 0;
 
-    /// Waits for the next line. False when the host is gone.
-    [[nodiscard]] virtual bool readLine(std::string& line) = 0;
-
-    /// Calls @p request and waits for the answer's out parameters; what a listener hears meanwhile
-    /// is dropped. False when the host is gone, or says that this was no request.
-    [[nodiscard]] bool call(const Method& request, Method& answer);
-
-    /// The same with the line of a call, as toCall() gives it.
-    [[nodiscard]] bool call(const std::string& line, Method& answer);
-    static std::string toCall(const Method& request);
-
-    /// The call that has the service answer @p message.
-    static Method requestOf(const std::string& message);
+    /// The same. False when there is no answer.
+    [[nodiscard]] bool call(Method request, Method& answer);
 
     /// Calls the one-way method @p request, and waits until it is done. False as above.
-    [[nodiscard]] bool callOneWay(const Method& request);
+    [[nodiscard]] virtual bool callOneWay(Method request) = 0;
+
+    /// The call that has the service answer @p message.
+    static Method requestOf(std::string message);
 };
 
 #endif

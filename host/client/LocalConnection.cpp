@@ -2,21 +2,33 @@
 
 #include <utility>
 
+#include "framework/Client.h"
 #include "framework/ServiceHost.h"
 
-LocalConnection::LocalConnection(ServiceHost& host)
-    : m_host(host), m_inbox(std::make_shared<Inbox>(host.clients())) {}
+namespace {
 
-bool LocalConnection::sendLine(const std::string& line) {
-    m_host.dispatcher().handle(line, m_inbox);
-    return true;
+/// The process itself as a client. What a listener hears is dropped.
+class Self : public Client {
+public:
+    using Client::Client;
+    void sendLine(std::string /*line*/) override {}
+};
+
+}  // namespace
+
+LocalConnection::LocalConnection(ServiceHost& host)
+    : m_host(host), m_client(std::make_shared<Self>(host.clients())) {}
+
+Connection::Result LocalConnection::exchange(Method request, Method& answer) {
+    auto given = m_host.dispatcher().call(std::move(request), m_client);
+    if (!given) {
+        return Result::NoAnswer;
+    }
+    answer = std::move(*given);
+    return Result::Answered;
 }
 
-bool LocalConnection::readLine(std::string& line) {
-    if (m_inbox->lines.empty()) {
-        return false;
-    }
-    line = std::move(m_inbox->lines.front());
-    m_inbox->lines.pop_front();
+bool LocalConnection::callOneWay(Method request) {
+    (void)m_host.dispatcher().call(std::move(request), m_client);  // it has no answer
     return true;
 }

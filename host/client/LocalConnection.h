@@ -1,34 +1,25 @@
 #ifndef LOCALCONNECTION_H
 #define LOCALCONNECTION_H
 
-#include <deque>
 #include <memory>
-#include <string>
 
 #include "client/Connection.h"
-#include "framework/Client.h"
 
+class Client;
 class ServiceHost;
 
-/// A conversation with the service of this process.
+/// A conversation with the service of this process. Calls and answers are handed over as they are.
 class LocalConnection : public Connection {
 public:
     /// @p host has been started and outlives the connection.
     explicit LocalConnection(ServiceHost& host);
 
-    bool sendLine(const std::string& line) override;
-    bool readLine(std::string& line) override;
+    Result exchange(Method request, Method& answer) override;
+    bool callOneWay(Method request) override;
 
 private:
-    /// Keeps the lines until they are read.
-    struct Inbox : Client {
-        using Client::Client;
-        void sendLine(std::string line) override { lines.push_back(std::move(line)); }
-        std::deque<std::string> lines;
-    };
-
     ServiceHost& m_host;
-    std::shared_ptr<Inbox> m_inbox;
+    std::shared_ptr<Client> m_client;
 };
 
 #endif

@@ -11,33 +11,41 @@
 #include "terminal/Complaint.h"
 #include "terminal/ProgressLine.h"
 #include "terminal/Utf8.h"
-#include "wire/LineCutter.h"
 
 namespace {
 
 class LocalSession : public Session {
 public:
+    explicit LocalSession(Manner manner)
+        : m_ear(manner == Manner::ForPeople ? std::make_unique<LogEar>() : nullptr),
+          m_host(manner == Manner::ForPeople ? Output::Printed::Nowhere
+                                             : Output::Printed::ToStandardError) {}
+
     [[nodiscard]] bool start() {
         if (!m_host.start()) {
             return false;
         }
         m_connection = std::make_unique<LocalConnection>(m_host);
-        m_ear.startIsOver();
+        if (m_ear != nullptr) {
+            m_ear->startIsOver();
+        }
         return true;
     }
 
     bool isLocal() const override { return true; }
     Output& output() override { return m_host.output(); }
     Connection& connection() override { return *m_connection; }
-    FailureWords takeFailures() override { return m_ear.take(); }
+    FailureWords takeFailures() override {
+        return m_ear != nullptr ? m_ear->take() : FailureWords();
+    }
 
 protected:
-    void forgetFailures() override { (void)m_ear.take(); }
+    void forgetFailures() override { (void)takeFailures(); }
     std::string placeOfLog() const override { return "DAS_LOG=5 shows what it did"; }
 
 private:
-    LogEar m_ear;
-    ServiceHost m_host{Output::Printed::Nowhere};
+    const std::unique_ptr<LogEar> m_ear;
+    ServiceHost m_host;
     std::unique_ptr<LocalConnection> m_connection;
 };
 
@@ -81,13 +89,13 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Session> Session::open(const HostOptions& options, int& status) {
+std::unique_ptr<Session> Session::open(const HostOptions& options, int& status, Manner manner) {
     if (options.socket) {
         auto session = std::make_unique<RemoteSession>();
         status = ExitUsage;
         return session->open(*options.socket) ? std::move(session) : nullptr;
     }
-    auto session = std::make_unique<LocalSession>();
+    auto session = std::make_unique<LocalSession>(manner);
     status = ExitNoLibrary;
     return session->start() ? std::move(session) : nullptr;
 }
@@ -97,24 +105,24 @@ bool Session::call(const Method& method, Method& answer) {
     if (!isLocal()) {
         Progress::report({"waiting for the host", 0, 0, 1});
     }
-    const bool isDone = connection().call(method, answer);
+    const Connection::Result result = connection().exchange(method, answer);
     Progress::report({"", 0, 1, 1});
-    if (isDone) {
-        return true;
+    if (result == Connection::Result::NotSent) {
+        Complaint::tell("the request is no UTF-8, or longer than a message may be");
+    } else if (result == Connection::Result::NoAnswer) {
+        Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
     }
-    Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
-    return false;
+    return result == Connection::Result::Answered;
 }
 
 std::optional<std::string> Session::ask(const std::string& request) {
-    const Method method = Connection::requestOf(request);
-    if (!Utf8::isValid(request) || Connection::toCall(method).size() > LineCutter::MessageLimit) {
+    if (!Utf8::isValid(request)) {
         Complaint::tell("the request is no UTF-8, or longer than a message may be");
         return std::nullopt;
     }
     Method answer;
     std::string text;
-    if (!call(method, answer)) {
+    if (!call(Connection::requestOf(request), answer)) {
         return std::nullopt;
     }
     if (!answer.getStringParameter("Response", text)) {

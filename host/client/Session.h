@@ -16,13 +16,19 @@ struct HostOptions;
 /// running host.
 class Session {
 public:
+    enum class Manner {
+        ForPeople,  ///< the reasons of failures are heard, and the start is silent
+        Plain       ///< log and printed lines of the service stay as they are
+    };
+
     /**
      * Starts the service, or connects to the host that @p options name.
      *
      * @param status takes the exit status when the result is null; what went wrong has been told on
      *               standard error then
      */
-    static std::unique_ptr<Session> open(const HostOptions& options, int& status);
+    static std::unique_ptr<Session> open(const HostOptions& options, int& status,
+                                         Manner manner = Manner::ForPeople);
 
     virtual ~Session() = default;
 

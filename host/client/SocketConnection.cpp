@@ -8,10 +8,14 @@
 #include <limits>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
+#include "wire/JsonRpc.h"
 #include "wire/SocketAddress.h"
 
 namespace {
+
+const char* const CallId = "1";
 
 /// What is the matter with a socket that can't be used, and what to do.
 std::string adviceFor(const std::string& path, int error) {
@@ -57,6 +61,37 @@ bool SocketConnection::open(const std::string& path, std::string& error) {
         return false;
     }
     return true;
+}
+
+std::string SocketConnection::toCall(const Method& request) {
+    return JsonRpc::toCall(JsonRpc::notification(request), CallId);
+}
+
+Connection::Result SocketConnection::exchange(Method request, Method& answer) {
+    const std::string call = toCall(request);
+    if (call.size() > LineCutter::MessageLimit) {
+        return Result::NotSent;
+    }
+    std::string line;
+    bool isOpen = sendLine(call) && readLine(line);
+    while (isOpen) {
+        JsonRpc::Message message = JsonRpc::read(line);
+        if (message.hasError || !message.isJson) {
+            return Result::NoAnswer;
+        }
+        if (message.id == CallId) {
+            answer = std::move(message.method);
+            return Result::Answered;
+        }
+        isOpen = readLine(line);
+    }
+    return Result::NoAnswer;
+}
+
+bool SocketConnection::callOneWay(Method request) {
+    // Messages are handled in order: by the answer to the second one the first is done.
+    Method ignored;
+    return sendLine(JsonRpc::notification(request)) && call(requestOf("getCurrentUser"), ignored);
 }
 
 bool SocketConnection::sendLine(const std::string& line) {

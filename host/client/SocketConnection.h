@@ -18,8 +18,17 @@ public:
     /// @p error. To be called once.
     [[nodiscard]] bool open(const std::string& path, std::string& error);
 
-    bool sendLine(const std::string& line) override;
-    bool readLine(std::string& line) override;
+    Result exchange(Method request, Method& answer) override;
+    bool callOneWay(Method request) override;
+
+    /// Sends @p line with a line feed after it. False when the host is gone.
+    [[nodiscard]] bool sendLine(const std::string& line);
+
+    /// Waits for the next line. False when the host is gone.
+    [[nodiscard]] bool readLine(std::string& line);
+
+    /// The line of the call @p request.
+    static std::string toCall(const Method& request);
 
 private:
     int m_descriptor = -1;

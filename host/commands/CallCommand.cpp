@@ -9,16 +9,14 @@
 #include "Method.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
+#include "client/Connection.h"
 #include "client/HostOptions.h"
-#include "client/LocalConnection.h"
 #include "client/Session.h"
-#include "client/SocketConnection.h"
-#include "framework/ServiceHost.h"
 #include "schemas/Answers.h"
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 #include "terminal/Output.h"
-#include "wire/KnownMethods.h"
+#include "wire/Methods.h"
 #include "wire/ParameterText.h"
 
 namespace {
@@ -70,17 +68,18 @@ bool addParameter(Method& method, const std::string& text) {
 
 /// Tells of parameters that the method does not take. The call is made nevertheless: what counts is
 /// what the service says.
-void tellOfStrangers(const KnownMethods::Entry& known, const Method& method) {
-    std::string words = std::string(known.name) + " takes" + (known.in.empty() ? " none" : "");
+void tellOfStrangers(const Methods::Row& known, const Method& method) {
+    const std::vector<Methods::Value> taken = known.of(Parameter::in);
+    std::string words = std::string(known.name) + " takes" + (taken.empty() ? " none" : "");
     std::vector<std::string> names;
-    for (const KnownMethods::In& in : known.in) {
-        words += " " + KnownMethods::toText(in);
+    for (const Methods::Value& in : taken) {
+        words += " " + Methods::toText(in);
         names.emplace_back(in.name);
     }
     for (const Parameter& parameter : method.parameters()) {
-        const auto in = std::find_if(known.in.begin(), known.in.end(),
+        const auto in = std::find_if(taken.begin(), taken.end(),
                                      [&](const auto& one) { return one.name == parameter.name; });
-        if (in == known.in.end()) {
+        if (in == taken.end()) {
             Complaint::tell(parameter.name + ": no such parameter; " + words,
                             NearMisses::question(parameter.name, names));
         } else if (in->type != parameter.type) {
@@ -116,23 +115,25 @@ int print(const Method& answer, Output& output) {
 }
 
 /// "das call": one remote method, its out parameters on standard output. By itself it prints and
-/// logs as a contract says, not as it suits people: so it does without a session.
+/// logs as a contract says, not as it suits people.
 class CallCommand : public SessionCommand {
 public:
     int run(const HostOptions& options, const Arguments& arguments) override {
         if (!check(arguments)) {
             return ExitUsage;
         }
-        return options.socket ? callRunningHost(*options.socket) : callThisProcess();
+        int status = ExitUsage;
+        const auto session = Session::open(options, status, Session::Manner::Plain);
+        return session == nullptr ? status : runIn(*session, arguments);
     }
 
     bool check(const Arguments& arguments) override {
         const std::string name = arguments.text("METHOD");
-        m_known = KnownMethods::find(name);
+        m_known = Methods::find(name);
         if (m_known == nullptr) {
             Complaint::tell(
                 name + ": unknown method",
-                NearMisses::question(name, KnownMethods::names(), "das call --help lists them"));
+                NearMisses::question(name, Methods::names(), "das call --help lists them"));
             return false;
         }
         m_method.setName(name);
@@ -151,38 +152,19 @@ public:
     }
 
 private:
-    int callRunningHost(const std::string& socket) const {
-        Output output;
-        SocketConnection connection;
-        std::string error;
-        if (!connection.open(socket, error)) {
-            tell(error);
-            return ExitUsage;
-        }
-        return call(connection, output);
-    }
-
-    int callThisProcess() const {
-        ServiceHost host;
-        if (!host.start()) {
-            return ExitNoLibrary;
-        }
-        LocalConnection connection(host);
-        return call(connection, host.output());
-    }
-
     int call(Connection& connection, Output& output) const {
         Method answer;
+        const bool isOneWay = m_known->kind == Methods::Kind::OneWay;
         const bool isDone =
-            m_known->isOneWay ? connection.callOneWay(m_method) : connection.call(m_method, answer);
+            isOneWay ? connection.callOneWay(m_method) : connection.call(m_method, answer);
         if (!isDone) {
             tell("the host has not answered; it has ended, or it is no host of das");
             return ExitFailure;
         }
-        return print(m_known->isOneWay ? Method() : answer, output);
+        return print(isOneWay ? Method() : answer, output);
     }
 
-    const KnownMethods::Entry* m_known = nullptr;
+    const Methods::Row* m_known = nullptr;
     Method m_method;
 };
 

@@ -1,7 +1,7 @@
 // Commands that carry tables to data files and back: export and import.
 
+#include <algorithm>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "Method.h"
@@ -24,19 +24,20 @@ int userOf(const Arguments& arguments) {
     return !user ? EveryUser : *user == "base" ? 0 : 1;
 }
 
-/// What the telephone of a running host meets; none when nobody has answered, which has been told.
-std::optional<FileProbe> probeThere(Session& session, const std::string& path, bool forWriting) {
-    Method question("CheckFile");
-    question.addStringParameter("Path", path, Parameter::in);
-    question.addBoolParameter("ForWriting", forWriting, Parameter::in);
+/// Whether the telephone of a running host lists the file @p path. The service empties the table of a
+/// user also when the file is not there.
+bool isListed(Session& session, const std::string& path) {
+    const std::size_t end = path.rfind('/');
+    Method question("readDirectory");
+    question.addStringParameter("Directory", path.substr(0, std::max(end, std::size_t{1})),
+                                Parameter::in);
+    question.addBoolParameter("DirReading", false, Parameter::in);
+    question.addBoolParameter("FileReading", true, Parameter::in);
+    question.addBoolParameter("SubDirReading", false, Parameter::in);
     Method answer;
-    FileProbe probe{0, {}};
-    if (!session.call(question, answer)) {
-        return std::nullopt;
-    }
-    (void)answer.getIntParameter("Error", probe.error);
-    (void)answer.getStringParameter("Place", probe.place);
-    return probe;
+    std::string listing;
+    return session.call(question, answer) && answer.getStringParameter("DirectoryTree", listing) &&
+           listing.find("name=\"" + path.substr(end + 1) + "\" />") != std::string::npos;
 }
 
 class FileCommand : public SessionCommand {
@@ -64,20 +65,19 @@ public:
     }
 
     int runIn(Session& session, const Arguments& arguments) override {
-        // The service tells no failure of a file, and empties the table of a user before it opens
-        // one.
         const InterruptNote note(m_name, session.isLocal());
         const std::string file = arguments.text("FILE");
-        const auto probe = session.isLocal() ? FileProbe::of(file, !m_isImport)
-                                             : probeThere(session, file, !m_isImport);
-        if (!probe) {
-            return ExitFailure;
-        }
-        if (probe->error != 0) {
-            Complaint::tellError(what(arguments) + ": " + file, probe->error,
-                                 probe->place.empty()
-                                     ? "it leads out of the telephone's root"
-                                     : "it stands below --root, at " + probe->place);
+        if (session.isLocal()) {
+            const FileProbe probe = FileProbe::of(file, !m_isImport);
+            if (probe.error != 0) {
+                Complaint::tellError(what(arguments) + ": " + file, probe.error,
+                                     probe.place.empty()
+                                         ? "it leads out of the telephone's root"
+                                         : "it stands below --root, at " + probe.place);
+                return ExitUsage;
+            }
+        } else if (m_isImport && arguments.has("--context") && !isListed(session, file)) {
+            Complaint::tell(what(arguments) + ": " + file + ": no such file on the telephone");
             return ExitUsage;
         }
         return transfer(session, arguments);

@@ -9,19 +9,15 @@
 #include <vector>
 
 #include "DASUtilsStrings.h"
-#include "DataAccessServiceIfc.h"
-#include "Log.h"
 #include "Method.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "client/Connection.h"
 #include "client/HostOptions.h"
-#include "client/SocketConnection.h"
-#include "framework/ServiceHost.h"
+#include "client/Session.h"
 #include "schemas/Answers.h"
 #include "terminal/Output.h"
 #include "terminal/Utf8.h"
-#include "wire/LineCutter.h"
 
 namespace {
 
@@ -78,66 +74,10 @@ void tell(const std::string& subject, int error) {
     std::cerr << "das: " << subject << ": " << std::generic_category().message(error) << std::endl;
 }
 
-/// Whoever answers messages: the service of this process, or a running host.
-class Answerer {
-public:
-    virtual ~Answerer() = default;
-
-    /// False when there is nobody left to answer.
-    [[nodiscard]] virtual bool answer(const std::string& message, std::string& answer) = 0;
-};
-
-class LocalAnswerer : public Answerer {
-public:
-    explicit LocalAnswerer(DataAccessServiceIfc& service) : m_service(service) {}
-
-    bool answer(const std::string& message, std::string& answer) override {
-        try {
-            answer = m_service.processRequest(message.c_str(), static_cast<int>(message.size()));
-        } catch (const std::exception& failure) {
-            logAppUni("das", "./host/RequestCommand", 2, __LINE__,
-                      "A request ended with an exception: %s", failure.what());
-            answer = Answers::failureFor(message);
-        }
-        return true;
-    }
-
-private:
-    DataAccessServiceIfc& m_service;
-};
-
-class RemoteAnswerer : public Answerer {
-public:
-    explicit RemoteAnswerer(Connection& connection) : m_connection(connection) {}
-
-    bool answer(const std::string& message, std::string& answer) override {
-        answer = Answers::failureFor(message);
-        const std::string call = Connection::toCall(Connection::requestOf(message));
-        if (!Utf8::isValid(message) || call.size() > LineCutter::MessageLimit) {
-            std::cerr << "das: a message that the host would not take is not sent" << std::endl;
-            return true;
-        }
-        Method reply;
-        std::string text;
-        if (!m_connection.call(call, reply)) {
-            return false;
-        }
-        // An exception in the host's service is answered without the schema.
-        if (reply.getStringParameter("Response", text) &&
-            text != DASUtilsStrings::FailureResponse) {
-            answer = std::move(text);
-        }
-        return true;
-    }
-
-private:
-    Connection& m_connection;
-};
-
 /// Has messages answered and writes each answer as it comes.
 class Conversation {
 public:
-    Conversation(Answerer& answerer, Output& output) : m_answerer(answerer), m_output(output) {}
+    explicit Conversation(Session& session) : m_session(session), m_output(session.output()) {}
 
     /// Sends all of @p sources, or as many as there is use in sending. Gives the exit status.
     int send(const std::vector<Source>& sources) {
@@ -150,9 +90,27 @@ public:
     }
 
 private:
+    /// False when there is no host left to answer.
+    bool ask(const std::string& message, std::string& answer) {
+        answer = Answers::failureFor(message);
+        Method reply;
+        const auto result = m_session.isLocal() || Utf8::isValid(message)
+                                ? m_session.connection().exchange(Connection::requestOf(message),
+                                                                  reply)
+                                : Connection::Result::NotSent;
+        std::string text;
+        if (result == Connection::Result::NotSent) {
+            std::cerr << "das: a message that the host would not take is not sent" << std::endl;
+        } else if (reply.getStringParameter("Response", text) &&
+                   text != DASUtilsStrings::FailureResponse) {
+            answer = std::move(text);  // an exception in the service is answered without the schema
+        }
+        return m_session.isLocal() || result != Connection::Result::NoAnswer;
+    }
+
     bool sendMessage(const std::string& message) {
         std::string answer;
-        if (!m_answerer.answer(message, answer)) {
+        if (!ask(message, answer)) {
             return stop("the running host", ECONNRESET, ExitFailure);
         }
         if (Answers::isFailure(answer)) {
@@ -186,7 +144,7 @@ private:
         return false;
     }
 
-    Answerer& m_answerer;
+    Session& m_session;
     Output& m_output;
     int m_exitStatus = ExitSuccess;
 };
@@ -199,31 +157,12 @@ public:
         if (!readSources(arguments.all("FILE"), sources)) {
             return ExitUsage;
         }
-        return options.socket ? askRunningHost(*options.socket, sources) : askThisProcess(sources);
+        int status = ExitUsage;
+        const auto session = Session::open(options, status, Session::Manner::Plain);
+        return session == nullptr ? status : Conversation(*session).send(sources);
     }
 
 private:
-    static int askRunningHost(const std::string& socket, const std::vector<Source>& sources) {
-        Output output;
-        SocketConnection connection;
-        std::string error;
-        if (!connection.open(socket, error)) {
-            std::cerr << "das: " << error << std::endl;
-            return ExitUsage;
-        }
-        RemoteAnswerer answerer(connection);
-        return Conversation(answerer, output).send(sources);
-    }
-
-    static int askThisProcess(const std::vector<Source>& sources) {
-        ServiceHost host;
-        if (!host.start()) {
-            return ExitNoLibrary;
-        }
-        LocalAnswerer answerer(host.service());
-        return Conversation(answerer, host.output()).send(sources);
-    }
-
     /// Reads every file, so that a bad one is told before anything is sent.
     static bool readSources(const std::vector<std::string>& files, std::vector<Source>& sources) {
         for (const std::string& name : files) {

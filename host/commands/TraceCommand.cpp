@@ -118,7 +118,7 @@ private:
         Method request("AddLogListener");
         request.addIntParameter("Level", static_cast<int>(m_level), Parameter::in);
         // A host that has ended is seen when nothing comes back.
-        (void)connection.sendLine(Connection::toCall(request));
+        (void)connection.sendLine(SocketConnection::toCall(request));
         bool isTracing = false;
         LogWriter writer(output, arguments);
         std::string line;

@@ -48,7 +48,7 @@ private:
         std::size_t answers = 0;
         for (const char* const name : ListenerMethods) {
             // A host that has ended is seen when nothing comes back.
-            (void)connection.sendLine(Connection::toCall(Method(name)));
+            (void)connection.sendLine(SocketConnection::toCall(Method(name)));
         }
         std::string line;
         while (connection.readLine(line)) {

@@ -7,15 +7,16 @@
 #include <string>
 #include <string_view>
 
+#include "Method.h"
+
 class Client;
 class Executable;
 class HostFramework;
 class Invoker;
-class InvokerResponse;
-class Method;
+class MessageInWork;
 
-/// Takes the lines of clients, one message each, to the service, and the replies back. Any thread
-/// may call; the lines of one client come one after the other.
+/// Takes the messages of clients to the service, or to the host's own methods, and the replies back.
+/// Any thread may call; the messages of one client come one after the other.
 class Dispatcher {
 public:
     /// What is handed over is not owned and must outlive the dispatcher.
@@ -26,18 +27,20 @@ public:
     /// has been sent to @p client then. Whatever the line holds, nothing is thrown.
     void handle(std::string_view line, const std::shared_ptr<Client>& client) noexcept;
 
+    /// Carries out @p request of a client in this process; nothing is written as text. None when
+    /// there is no answer: to a one-way method, an unknown one, and one that ended with an exception.
+    std::optional<Method> call(Method request, const std::shared_ptr<Client>& client) noexcept;
+
     /// Answers a message that begins with @p line but can't be read to its end.
     void refuse(std::string_view line, Client& client);
 
 private:
     void handleJson(std::string_view line, const std::shared_ptr<Client>& client);
-
-    /// What the host itself answers; none for what the service is asked.
-    std::optional<Method> answerOfHost(const Method& question, const std::string& sender,
-                                       const std::shared_ptr<Client>& client);
     void handleXml(std::string_view line, const std::shared_ptr<Client>& client);
-    template <typename Message>
-    void ask(Message& message, std::unique_ptr<InvokerResponse> response, Client& client);
+    void carryOut(MessageInWork& message, const std::shared_ptr<Client>& client);
+    std::optional<Method> answerOfHost(const MessageInWork& message,
+                                       const std::shared_ptr<Client>& client);
+    void ask(MessageInWork& message, Client& client);
 
     Executable& m_service;
     Invoker& m_invoker;

@@ -146,6 +146,11 @@ void HostFramework::addStatusListener(const std::string& sender) {
     }
 }
 
+void HostFramework::addLogListener(const std::shared_ptr<Client>& client,
+                                   const std::string& protocol, int level) {
+    m_logRelay.add(client, *adapterOf(protocol), level);
+}
+
 void HostFramework::sendStatus(const ManageableData& status) {
     Method method("Status");
     method.addStringParameter("item", status.getItem(), Parameter::out);

@@ -76,6 +76,10 @@ public:
     void addStatusListener(const std::string& sender);
     void sendStatus(const ManageableData& status);
 
+    /// From now on @p client hears the log up to @p level in @p protocol; see LogRelay.
+    void addLogListener(const std::shared_ptr<Client>& client, const std::string& protocol,
+                        int level);
+
     Clients& clients() { return m_clients; }
 
     /// Carries the log to clients.

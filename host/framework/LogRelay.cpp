@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <exception>
+#include <sstream>
 #include <utility>
 
 #include "Method.h"
+#include "ProtocolAdapter.h"
 #include "framework/Client.h"
 #include "framework/FailureWords.h"
-#include "wire/JsonRpc.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ LogRelay::~LogRelay() {
     m_thread.join();
 }
 
-void LogRelay::add(const std::shared_ptr<Client>& client, int level) {
+void LogRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter, int level) {
     startOnce();
     const std::lock_guard<std::mutex> lock(m_mutex);
     // A client has one level, that of its last call.
@@ -53,7 +54,7 @@ void LogRelay::add(const std::shared_ptr<Client>& client, int level) {
                                   !client.owner_before(each.client);
                        }),
         m_listeners.end());
-    m_listeners.push_back({client, level});
+    m_listeners.push_back({client, &adapter, level});
     settleLevel();
 }
 
@@ -122,11 +123,13 @@ void LogRelay::tellNext(std::unique_lock<std::mutex>& lock) {
     try {
         const auto listeners = m_listeners;
         lock.unlock();
-        const std::string line = JsonRpc::notification(methodFor(entry));
+        const Method method = methodFor(entry);
         for (const Listener& listener : listeners) {
             const auto client = listener.client.lock();
             if (client != nullptr && entry.level <= listener.level) {
-                client->sendLine(line);
+                std::ostringstream line;
+                listener.adapter->encode(method, line);
+                client->sendLine(line.str());
             }
         }
     } catch (const std::exception&) {

@@ -13,6 +13,7 @@
 
 class Client;
 class FailureWords;
+class ProtocolAdapter;
 
 /**
  * Carries the log of a host to the clients that have asked for it, and what it tells of failures to
@@ -30,7 +31,8 @@ public:
     /// "level" and "line" and the strings "component", "source" and "message", until it has gone.
     /// A second call of a client takes the place of its first. An entry is dropped while too many
     /// wait.
-    void add(const std::shared_ptr<Client>& client, int level);
+    /// @p adapter writes them, and outlives this object.
+    void add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter, int level);
 
     /// From now on a Hearing hears the failures of its thread.
     void hearFailures();
@@ -47,6 +49,7 @@ public:
 private:
     struct Listener {
         std::weak_ptr<Client> client;
+        ProtocolAdapter* adapter;  // not owned
         int level;
     };
 

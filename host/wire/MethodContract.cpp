@@ -2,14 +2,14 @@
 
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <vector>
 
-#include "wire/KnownMethods.h"
+#include "wire/Methods.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-using KnownMethods::Entry;
+using Methods::Row;
+using Methods::Value;
 
 Json typeOf(Parameter::Type type) {
     switch (type) {
@@ -46,60 +46,64 @@ Json objectOf(const Json& properties, const Json& required) {
     return object;
 }
 
-Json paramsOf(const Entry& method) {
+Json describedTypeOf(const Value& value) {
+    Json type = typeOf(value.type);
+    type["description"] = value.text;
+    return type;
+}
+
+/// An object with the parameters of one direction.
+Json objectOf(const Row& method, Parameter::directions direction) {
     Json properties = Json::object();
     Json required = Json::array();
-    for (const KnownMethods::In& in : method.in) {
-        properties[in.name] = typeOf(in.type);
-        required.push_back(in.name);
+    for (const Value& value : method.of(direction)) {
+        properties[value.name] = describedTypeOf(value);
+        if (value.isAlways) {
+            required.push_back(value.name);
+        }
     }
     return objectOf(properties, required);
 }
 
-/// The two protocols differ for the methods on files alone: one text in XML goes in, and the
+/// The two protocols differ for the methods on files alone: one string in XML goes in, and the
 /// acknowledgement is a word.
-Json xmlFormOf(const Entry& method) {
+Json xmlFormOf(const Row& method) {
     Json in = Json::object();
     Json out = Json::object();
     if (method.xmlParameter != nullptr) {
         in[method.xmlParameter] = elementOf(Parameter::Type::Xml);
-    } else {
-        for (const KnownMethods::In& each : method.in) {
+    }
+    for (const Value& each : method.values) {
+        const bool isIn = each.direction == Parameter::in;
+        const bool isWord = method.xmlParameter != nullptr && each.type == Parameter::Type::Bool;
+        if (!isIn) {
+            out[each.name] = elementOf(isWord ? Parameter::Type::String : each.type);
+        } else if (method.xmlParameter == nullptr) {
             in[each.name] = elementOf(each.type);
         }
-    }
-    for (const KnownMethods::Out& each : method.out) {
-        const bool isWord = method.xmlParameter != nullptr && each.type == Parameter::Type::Bool;
-        out[each.name] = elementOf(isWord ? Parameter::Type::String : each.type);
     }
     return {{"in", in}, {"out", out}};
 }
 
-Json callOf(const Entry& method) {
+Json callOf(const Row& method) {
+    const Json params = objectOf(method, Parameter::in);
     const Json properties = {{"jsonrpc", {{"const", "2.0"}}},
                              {"id", Json::object()},
                              {"method", {{"const", method.name}}},
-                             {"params", paramsOf(method)}};
+                             {"params", params}};
     Json required = {"jsonrpc", "method"};
-    if (!method.in.empty()) {
+    if (params.contains("required")) {
         required.push_back("params");
     }
     Json call = objectOf(properties, required);
+    call["description"] = method.text;
     call["x-xml"] = xmlFormOf(method);
     return call;
 }
 
-Json resultOf(const Entry& method) {
-    Json properties = Json::object();
-    Json required = Json::array();
-    for (const KnownMethods::Out& out : method.out) {
-        properties[out.name] = typeOf(out.type);
-        if (out.isAlways) {
-            required.push_back(out.name);
-        }
-    }
+Json resultOf(const Row& method) {
     const Json failed = objectOf({{"Response", {{"const", "failure"}}}}, Json::array({"Response"}));
-    return {{"anyOf", Json::array({objectOf(properties, required), failed})}};
+    return {{"anyOf", Json::array({objectOf(method, Parameter::out), failed})}};
 }
 
 /// A whole answer: it does not name its method, so it may be that of any.
@@ -116,46 +120,6 @@ Json eventOf(const char* name, const Json& params) {
         properties["params"] = params;
     }
     return objectOf(properties, {"jsonrpc", "method"});
-}
-
-/// A method of the host alone, which JSON alone has: in and out.
-struct HostMethod {
-    const char* name;
-    Json in;
-    std::vector<const char*> required;
-    Json out;
-};
-
-std::vector<HostMethod> hostMethods() {
-    const Json text = typeOf(Parameter::Type::String);
-    const Json number = typeOf(Parameter::Type::Int);
-    const Json flag = typeOf(Parameter::Type::Bool);
-    return {{"AddLogListener", {{"Level", number}}, {}, Json::object()},
-            {"CheckFile",
-             {{"Path", text}, {"ForWriting", flag}},
-             {"Path", "ForWriting"},
-             {{"Error", number}, {"Place", text}}},
-            {"LastFailures", Json::object(), {}, {{"Words", text}, {"HasFailed", flag}}}};
-}
-
-Json callOf(const HostMethod& method) {
-    Json required = {"jsonrpc", "method"};
-    if (!method.required.empty()) {
-        required.push_back("params");
-    }
-    return objectOf({{"jsonrpc", {{"const", "2.0"}}},
-                     {"id", Json::object()},
-                     {"method", {{"const", method.name}}},
-                     {"params", objectOf(method.in, method.required)}},
-                    required);
-}
-
-Json resultOf(const HostMethod& method) {
-    Json names = Json::array();
-    for (const auto& each : method.out.items()) {
-        names.push_back(each.key());
-    }
-    return objectOf(method.out, names);
 }
 
 Json logEntry() {
@@ -200,18 +164,12 @@ std::string MethodContract::json() {
     Json calls = Json::object();
     Json results = Json::object();
     Json answers = Json::object();
-    for (const std::string& name : KnownMethods::names()) {
-        const Entry& method = *KnownMethods::find(name);
-        calls[name] = callOf(method);
-        if (!method.isOneWay) {
-            results[name] = resultOf(method);
-            answers[name] = answerOf(name);
-        }
-    }
-    for (const HostMethod& method : hostMethods()) {
+    for (const Row& method : Methods::all()) {
         calls[method.name] = callOf(method);
-        results[method.name] = resultOf(method);
-        answers[method.name] = answerOf(method.name);
+        if (method.kind != Methods::Kind::OneWay) {
+            results[method.name] = resultOf(method);
+            answers[method.name] = answerOf(method.name);
+        }
     }
     const Json errors = {{"ParseError", errorOf(-32700, "Parse error")},
                          {"InvalidRequest", errorOf(-32600, "Invalid Request")}};

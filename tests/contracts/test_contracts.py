@@ -192,6 +192,9 @@ class Contracts(unittest.TestCase):
                 files = [name for name in names if name != "xsd"]
                 self.assertEqual(filecmp.cmpfiles(left, right, files, shallow=False)[1:], ([], []),
                                  "run scripts/contracts")
+        run = subprocess.run([SOURCES / "scripts/methods-tables", "--check"], text=True, check=False,
+                             stderr=subprocess.PIPE)
+        self.assertEqual(run.returncode, 0, run.stderr)
 
     def test_every_message_of_the_service_tests_is_as_its_contract_says(self):
         texts = {"request": defaultdict(set), "answer": defaultdict(set)}  # to the tests they are of

@@ -14,7 +14,7 @@ from test_remote import RemoteTest
 
 sys.path.insert(0, str(SOURCES / "clients" / "python"))
 
-from dasclient import Client, Refused, entry  # noqa: E402
+from dasclient import Client, Refused  # noqa: E402
 from dasclient._book import Book  # noqa: E402
 
 FILES = SOURCES / "tests" / "host" / "contacts"
@@ -75,25 +75,36 @@ class Import(ContactsTest):
     def test_contacts_that_are_there_are_filled_and_none_is_doubled(self):
         self.client().write("PhoneBook", [
             {"Surname": "A", "Firstname": "x", "Office": "+49 (89) 1", "Group": "3", "Email": "old"},
-            {"Surname": "A", "Firstname": "x"}])
+            {"Surname": "A", "Firstname": "x"}, {"Surname": "B", "Office": "8", "Mobile": "9"}])
         book = self.file("book.csv", "First Name,Last Name,Business Phone,Home Phone,E-mail Address,Company\n"
-                         "x,A,+49 89/1,,new,C\nx,A,,,mail,\nx,A,,2,,\nx,A,,2,twice,\n,,,,,\n")
+                         "x,A,+49 89/1,,new,C\nx,A,,,mail,\nx,A,,2,,\nx,A,,2,twice,\n,,,,,\n"
+                         ",B,,9,,\n,B,,,other,\n")
         for arguments in (("--dry-run",), ("--context", "base")):
             would = "would be " if "--dry-run" in arguments else ""
             self.contacts("import", book, *arguments, says=[
-                f"1 contacts {would}added, 1 skipped, 2 filled",
+                f"2 contacts {would}added, 2 skipped, 2 filled",
                 "1 values differ from those of contacts that are there; they were left"])
         expected = [{"Surname": "A", "Firstname": "x", "Office": "+49 (89) 1", "Email": "old", "Company": "C"},
                     {"Surname": "A", "Firstname": "x", "Email": "mail"},
-                    {"Surname": "A", "Firstname": "x", "Private": "2", "Email": "twice"}]
+                    {"Surname": "A", "Firstname": "x", "Private": "2", "Email": "twice"},
+                    {"Surname": "B", "Office": "8", "Mobile": "9"}, {"Surname": "B", "Email": "other"}]
         self.assert_rows(expected)
         self.assertEqual(self.client().read("PhoneBook", where={"Company": "C"})[0]["Group"], "3")
         self.contacts("import", book, says=[
-            "0 contacts added, 4 skipped",
+            "0 contacts added, 6 skipped",
             "1 values differ from those of contacts that are there; they were left"])
         self.end_host()
         self.serve()
         self.assert_rows(expected)
+
+    def test_a_contact_that_another_user_has_too_is_warned_of(self):
+        self.client().write("PhoneBook", [{"Surname": "A", "Mobile": "1"}, {"Surname": "A"}])
+        book = self.file("book.vcf", "BEGIN:VCARD\nVERSION:4.0\nFN:A\nTEL;TYPE=cell:1\nEND:VCARD\n")
+        run = self.contacts("import", book, "--context", "visitor", says=["1 contacts added, 0 skipped"])
+        self.assertIn("1 contacts are in the phone book of base as well", run.stderr)
+        self.end_host()
+        self.serve()
+        self.assert_rows([{"Surname": "A"}])
 
     def test_a_replacement_is_whole_and_keeps_what_no_file_has(self):
         das = self.client()

@@ -215,7 +215,7 @@ class Messages(HostTest):
                                          update("next"), read_label()])
         self.assertEqual(run.answers, [failure("CanonicalLookUp"), UPDATED, label_answer("next")])
         self.assertEqual(run.returncode, 1)
-        self.assertRegex(run.errors, r"(?m)^2 das \S+:\d+ .*exception")
+        self.assertRegex(run.errors, r"(?m)^2 DASInvoker \S+:\d+ .*exception")
 
 
 class Streams(HostTest):

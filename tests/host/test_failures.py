@@ -147,18 +147,25 @@ class Errors(DemoTest):
             ("watch --socket stale", 2, "the socket is stale"),
             ("request --socket missing", 2, "the socket is missing"),
         ]
-        # What the service acknowledges all the same; a running host is asked for it.
+        # What the service acknowledges all the same; over a socket the answer says it.
         self.file("root/data/few.csv", "base,1\n")
         os.mkfifo(self.root / "data" / "pipe")
+        rows += [
+            ("import PhoneBook /data/none --context base", 2,
+             "/data/none: No such file or directory; it stands below --root, at .*/root/data/none"),
+            ("import PhoneBook /data --context base", 2, "/data: Is a directory"),
+            ("import PhoneBook /data/pipe --context base", 1,
+             "Cannot open /data/pipe: it is a pipe; name a regular file"),
+            ("export PhoneBook /none/x", 2, "/none/x: No such file or directory; .*root/none"),
+            ("export PhoneBook /../x", 2, "Operation not permitted; it leads out of the"),
+            *[(f"import PhoneBook {path} --context base --socket das.sock", 2,
+               f"{path}: no such file on the telephone") for path in ("/data/none", "/data", "/data/pipe")],
+            ("import PhoneBook /data/pipe --socket das.sock", 1, "/data/pipe: it is a pipe"),
+            ("export PhoneBook /none/x --socket das.sock", 1, "PHONE_BOOK is not written to /none/x"),
+            ("export PhoneBook /../x --socket das.sock", 1, "The path /../x leaves the device"),
+        ]
         for over in ("", " --socket das.sock"):
             rows += [(line + over, status, words) for line, status, words in [
-                ("import PhoneBook /data/none --context base", 2,
-                 "/data/none: No such file or directory; it stands below --root, at .*/root/data/none"),
-                ("import PhoneBook /data --context base", 2, "/data: Is a directory"),
-                ("import PhoneBook /data/pipe --context base", 1,
-                 "Cannot open /data/pipe: it is a pipe; name a regular file"),
-                ("export PhoneBook /none/x", 2, "/none/x: No such file or directory; .*root/none"),
-                ("export PhoneBook /../x", 2, "Operation not permitted; it leads out of the"),
                 ("export Certificates /tmp/x", 1, "das: export Certificates: .*no such table: "
                  "CERTIFICATES.*; the first request to a schema makes its table"),
                 ("import DssKeySettings /data/few.csv", 1, "das: import DssKeySettings: .*few.csv: "

@@ -29,24 +29,13 @@ from typing import Any, Deque, Dict, Iterable, Iterator, List, Mapping, Optional
 from xml.sax.saxutils import escape as _escape_markup
 from xml.sax.saxutils import quoteattr
 
+from ._methods import METHODS, ONE_WAY
+
 __all__ = ["Client", "ConnectionLost", "DasError", "Event", "ProfileChanged", "Reconnected",
            "Refused", "Row", "StatusChanged", "element", "entry", "escape", "message", "reason_of",
            "rows_of"]
 
 HEADER = '<?xml version="1.0" encoding="utf-8"?>'
-
-#: Methods that are carried out without an answer.
-ONE_WAY = frozenset(("clearMobileUserdata", "clearMobileUserDLSdata", "copyBaseDataToVisitor",
-                     "deleteVisitorUserPassword", "deleteUcCredentials"))
-
-#: All remote methods, as ``contracts/methods.schema.json`` has them. One that is not known is never
-#: answered.
-METHODS = ONE_WAY | frozenset((
-    "processRequest", "deleteFile", "renameFile", "moveFile", "readDirectoryTree", "readDirectory",
-    "setProfile", "factoryReset", "invokeACMSFactoryReset", "exportData", "importData",
-    "importDataForUser", "createPhonenumberIndices", "migrateUserData", "checkDatabaseNeedsChange",
-    "exportUserData", "importUserData", "AddListener", "AddStatusListener",
-    "AddLogListener", "CheckFile", "LastFailures"))
 
 #: Schemas whose requests speak of rows by ``Entry`` and ``Select``.
 LIST_SCHEMAS = frozenset((

@@ -7,7 +7,7 @@ from __future__ import annotations
 
 import re
 from collections import Counter
-from typing import Any, Dict, List, Mapping, Optional, Set, Tuple
+from typing import Dict, List, Mapping, Set, Tuple
 
 from dasclient._person import Row, plain_number
 from dasclient._telephone import Key, Telephone
@@ -28,7 +28,17 @@ _PLAIN = frozenset(("", "0", "1", "true", "false", "base", "visitor", "*****"))
 
 #: Texts that are shorter are replaced only as words of their own.
 _ANYWHERE = 4
+#: Known texts are looked for by so many characters, which stand at their begin.
+_HEAD = 3
+_LONGEST_NUMBER = 40
 _RUN = re.compile(r"\+?\d(?:[\s().\-/]*\d)+")
+
+
+def _folded(text: str) -> str:
+    """In small letters, as many as there were."""
+    lower = text.lower()
+    return lower if len(lower) == len(text) else "".join(
+        each.lower() if len(each.lower()) == 1 else each for each in text)
 
 
 def _core(number: str) -> str:
@@ -41,7 +51,7 @@ class Pseudonyms:
     def __init__(self) -> None:
         self._known: Dict[str, str] = {}
         self._counts: Counter[str] = Counter()
-        self._tree: Dict[str, Any] = {}
+        self._planted: Dict[str, Dict[str, str]] = {}
         self._cores: Dict[str, str] = {}
         self._endings: Dict[str, str] = {}
 
@@ -49,20 +59,21 @@ class Pseudonyms:
         """The pseudonym of a whole value, the same each time."""
         if value in _PLAIN:
             return value
-        if value.lower() not in self._known:
+        if _folded(value) not in self._known:
             self._counts[kind] += 1
             self._learn(kind, value, f"{kind} {self._counts[kind]}")
-        return self._known[value.lower()]
+        return self._known[_folded(value)]
 
     def _learn(self, kind: str, value: str, pseudonym: str) -> None:
-        self._known[value.lower()] = pseudonym
-        parts = {value, *re.findall(r"(?:sips?:)?([^\s:@;<>]+)@", value)}
+        self._known[_folded(value)] = pseudonym
+        # The users of addresses such as sip:user@host.
+        parts = {value, *(re.split(r"[\s:;<>]", before)[-1] for before in value.split("@")[:-1])}
         if kind != "Number":
             parts.update(part for part in re.split(r"[\W_]+", value) if len(part) >= _ANYWHERE)
         for part in parts:
             if re.search(r"[^\W\d]", part):
                 self._plant(part, pseudonym)
-        for number in {plain_number(value)} | {plain_number(run) for run in _RUN.findall(value)}:
+        for number in {plain_number(run) for run in (value[:_LONGEST_NUMBER], *_RUN.findall(value))}:
             core = _core(number)
             if len(core) >= 3 and number.strip("+").isdigit():
                 self._cores.setdefault(core, pseudonym)
@@ -70,33 +81,32 @@ class Pseudonyms:
                     self._endings.setdefault(core[start:], pseudonym)
 
     def _plant(self, text: str, pseudonym: str) -> None:
-        node = self._tree
-        for character in text.lower():
-            node = node.setdefault(character, {})
-        node.setdefault("", pseudonym)
+        folded = _folded(text)
+        self._planted.setdefault(folded[:_HEAD], {}).setdefault(folded, pseudonym)
 
     def inside(self, text: str, only_words: bool = False) -> str:
         """A text in which what is known has its pseudonym."""
-        if text.lower() in self._known:
-            return self._known[text.lower()]
+        folded = _folded(text)
+        if folded in self._known:
+            return self._known[folded]
         kept: List[str] = []
         place = 0
         while place < len(text):
-            end, pseudonym = self._longest(text, place, only_words)
-            kept.append(pseudonym if pseudonym else text[place])
-            place = end if pseudonym else place + 1
+            found, pseudonym = self._longest(folded, place, only_words)
+            kept.append(pseudonym or text[place])
+            place += max(len(found), 1)
         return _RUN.sub(lambda found: self._number(found[0]), "".join(kept))
 
-    def _longest(self, text: str, start: int, only_words: bool) -> Tuple[int, Optional[str]]:
-        node, best = self._tree, (start, None)  # type: Dict[str, Any], Tuple[int, Optional[str]]
-        for place in range(start, len(text)):
-            node = node.get(text[place].lower(), {})
-            if not node:
-                break
-            end = place + 1
-            alone = not (text[start - 1:start].isalnum() or text[end:end + 1].isalnum())
-            if "" in node and (alone or (end - start >= _ANYWHERE and not only_words)):
-                best = (end, node[""])
+    def _longest(self, text: str, start: int, only_words: bool) -> Tuple[str, str]:
+        """The longest known text that stands at a place, with its pseudonym; else two blank ones."""
+        best = ("", "")
+        for size in range(1, _HEAD + 1):
+            for known, pseudonym in self._planted.get(text[start:start + size], {}).items():
+                end = start + len(known)
+                if len(known) > len(best[0]) and text.startswith(known, start):
+                    alone = not (text[max(start - 1, 0):start].isalnum() or text[end:end + 1].isalnum())
+                    if alone or (len(known) >= _ANYWHERE and not only_words):
+                        best = (known, pseudonym)
         return best
 
     def _number(self, run: str) -> str:

@@ -6,7 +6,7 @@ from collections import Counter
 from dataclasses import dataclass, field
 from typing import Dict, Iterable, Iterator, List, Set, Tuple
 
-from dasclient import Client, Refused, entry, message
+from dasclient import Client, Refused, entry, message, reason_of
 from dasclient._person import FIELDS, NAMES, NUMBERS, Lost, Row, plain_number
 
 SCHEMA = "PhoneBook"
@@ -143,7 +143,7 @@ class Book:
 
     def _ask(self, reason: str, body: str, context: str = "") -> None:
         answer = self._das.request(message(SCHEMA, reason, body, context or self._context))
-        if "<ReasonForMessage>failure<" in answer:
+        if reason_of(answer) in ("failure", ""):
             raise Refused(f"{reason} to {SCHEMA}", answer)
 
     def _remove(self, rows: Iterable[Row]) -> None:
@@ -180,6 +180,16 @@ def _parts(entries: Iterable[str]) -> Iterator[str]:
         size += length
     if part:
         yield "".join(part)
+
+
+def doubled(rows: Iterable[Row], others: Iterable[Row]) -> int:
+    """How many rows the service takes for the same as one of the others."""
+    known = {_identity(row) for row in others if not row["Picture"]}
+    return sum(1 for row in rows if _identity(row) in known)
+
+
+def _identity(row: Row) -> Tuple[str, ...]:
+    return tuple(row[name] for name in NAMES + NUMBERS)
 
 
 def count_others(rows: Iterable[Row], names: Iterable[str]) -> Lost[str]:

@@ -52,7 +52,7 @@ def _without_scripts(picture: Any) -> Any:
 
 
 def _place_of_length(seconds: str) -> int:
-    duration = int(seconds) if seconds.isascii() and seconds.isdigit() else 0
+    duration = int(seconds[:9]) if seconds.isascii() and seconds.isdigit() else 0
     return next(place for place, (limit, _) in enumerate(LENGTHS) if limit is None or duration < limit)
 
 

@@ -70,7 +70,9 @@ def _replace_file(path: str, content: bytes) -> None:
 def run(program: str, work: Callable[[], int]) -> int:
     """The exit status of @p work, with a line on standard error where it failed."""
     try:
-        return work()
+        status = work()
+        sys.stdout.flush()
+        return status
     except Wrong as error:
         status, text = WRONG, str(error)
     except ImportError as error:

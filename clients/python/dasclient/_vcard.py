@@ -79,7 +79,7 @@ def _rank(line: ContentLine) -> int:
     if "pref" in _words(line):
         return 1
     value = (line.params.get("PREF") or [""])[0]
-    return int(value) if value.isascii() and value.isdigit() else 101
+    return int(value) if re.fullmatch("[0-9]{1,3}", value) else 101
 
 
 def _text(value: str) -> str:

@@ -9,7 +9,8 @@ import sys
 from collections import Counter
 from typing import Iterable, List, Sequence, Tuple
 
-from dasclient._book import SCHEMA, Book, Plan, count_others, plan_of, replacement
+from dasclient import Client
+from dasclient._book import SCHEMA, Book, Plan, count_others, doubled, plan_of, replacement
 from dasclient._csv_forms import FORMS, columns_of, read_csv, write_csv
 from dasclient._person import FIELDS, Lost, Person, Row, clean, row_of
 from dasclient._program import OK, Wrong, add_common_options, connect, run, write_file
@@ -96,25 +97,36 @@ def _import(options: argparse.Namespace) -> int:
         context = options.context or das.current_user()
         book = Book(das, context)
         if options.replace:
-            _replace(book, rows, context, options)
+            stored = _replace(book, rows, context, options)
         else:
             plan = plan_of(rows, book.rows)
             plan.skipped += len(persons) - len(rows)
-            _add(book, plan, options.dry_run)
+            stored = _add(book, plan, options.dry_run)
         _say_lost(lost)
+        _warn_of_doubled(das, stored, context)
     return OK
 
 
-def _add(book: Book, plan: Plan, dry_run: bool) -> None:
+def _warn_of_doubled(das: Client, stored: List[Row], context: str) -> None:
+    """The service looks for doubled contacts without regard to whose they are."""
+    other = "base" if context == "visitor" else "visitor"
+    count = doubled(stored, Book(das, other).rows) if stored else 0
+    if count:
+        print(f"{PROGRAM}: {count} contacts are in the phone book of {other} as well; the next start of the "
+              "service keeps only the newest of each", file=sys.stderr)
+
+
+def _add(book: Book, plan: Plan, dry_run: bool) -> List[Row]:
     if not dry_run and (plan.added or plan.filled):
         book.store(plan.added + plan.filled)
     filled = f", {len(plan.filled)} filled" if plan.filled else ""
     print(f"{len(plan.added)} contacts {'would be ' if dry_run else ''}added, {plan.skipped} skipped{filled}")
     if plan.differences:
         print(f"{plan.differences} values differ from those of contacts that are there; they were left")
+    return plan.added
 
 
-def _replace(book: Book, rows: List[Row], context: str, options: argparse.Namespace) -> None:
+def _replace(book: Book, rows: List[Row], context: str, options: argparse.Namespace) -> List[Row]:
     if not rows:
         raise Wrong(f"{options.file}: no contacts in it; nothing was changed")
     once = plan_of(rows, ()).added
@@ -123,6 +135,7 @@ def _replace(book: Book, rows: List[Row], context: str, options: argparse.Namesp
         book.store(stored, replaced)
     print(f"{SCHEMA} of {context}: {len(book.rows)} contacts {'would be ' if options.dry_run else ''}"
           f"replaced by {len(stored)}")
+    return stored
 
 
 # ---- Export

@@ -42,7 +42,7 @@ def _groups(keys: Dict[str, Key]) -> List[Tuple[str, List[List[Key]], int]]:
 
 
 def _length(seconds: str) -> str:
-    if not (seconds.isascii() and seconds.isdigit()):
+    if not re.fullmatch("[0-9]{1,9}", seconds):
         return seconds
     minutes, rest = divmod(int(seconds), 60)
     return f"{minutes}:{rest:02}"

@@ -1,0 +1,50 @@
+#include "framework/HostMethods.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "framework/Client.h"
+#include "framework/HostFramework.h"
+
+namespace {
+
+constexpr int LevelOfFailures = 2;
+
+void addStatusListener(const HostCall& call, Method& /*answer*/) {
+    call.framework.addStatusListener(HostFramework::senderOf(*call.client, call.protocol));
+}
+
+void addLogListener(const HostCall& call, Method& /*answer*/) {
+    int level = LevelOfFailures;
+    (void)call.request.getIntParameter("Level", level);  // it may be left out
+    call.framework.addLogListener(call.client, call.protocol, level);
+}
+
+void tellLastFailures(const HostCall& call, Method& answer) {
+    const FailureWords& failures = call.client->lastFailures();
+    answer.addStringParameter("Words", failures.text(), Parameter::out);
+    answer.addBoolParameter("HasFailed", failures.hasFailed(), Parameter::out);
+}
+
+/// Carries out a call and adds the out parameters to its answer.
+using Function = void (*)(const HostCall& call, Method& answer);
+
+const std::pair<const char*, Function> Functions[] = {
+    {"AddStatusListener", addStatusListener},
+    {"AddLogListener", addLogListener},
+    {"LastFailures", tellLastFailures},
+};
+
+}  // namespace
+
+std::optional<Method> HostMethods::answer(const HostCall& call) {
+    const std::string& name = call.request.getName();
+    const auto* const found = std::find_if(std::begin(Functions), std::end(Functions),
+                                           [&](const auto& each) { return name == each.first; });
+    if (found == std::end(Functions)) {
+        return std::nullopt;
+    }
+    Method answer(name);
+    found->second(call, answer);
+    return answer;
+}

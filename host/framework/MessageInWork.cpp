@@ -1,0 +1,63 @@
+#include "framework/MessageInWork.h"
+
+#include <utility>
+
+#include "AurelProtocols.h"
+#include "DASUtilsStrings.h"
+#include "Log.h"
+#include "framework/Client.h"
+#include "wire/JsonRpc.h"
+#include "wire/XmlAdapter.h"
+
+bool MessageInWork::decode(std::istream& /*stream*/, Method& method) {
+    method = std::move(request);
+    return isRead;
+}
+
+const std::string& MessageInWork::protocol() const {
+    return AurelProtocols::SERVICE_JSON;
+}
+
+void LineMessage::encode(const Method& reply, std::ostream& /*stream*/) {
+    std::size_t size = 0;
+    for (const Parameter& parameter : reply.parameters()) {
+        size += parameter.text.size();
+    }
+    if (size > LargeAnswer) {
+        takeTurn();
+    }
+    const std::size_t limit = m_client.longestAnswer();
+    m_line = toLine(reply, limit);
+    if (!m_line) {
+        logAppUni("das", "./host/Dispatcher", 2, __LINE__,
+                  "The answer to %s is a failure: it is longer than %zu bytes",
+                  reply.getName().c_str(), limit);
+        Method failure(reply.getName());
+        failure.addStringParameter("Response", DASUtilsStrings::FailureResponse, Parameter::out);
+        m_line = toLine(failure, limit);
+    }
+}
+
+void LineMessage::takeTurn() {
+    if (!m_answers.owns_lock()) {
+        m_answers.lock();
+    }
+}
+
+void LineMessage::sendAnswer() {
+    if (m_line && isAnswered()) {
+        m_client.sendLine(std::move(*m_line));
+    }
+}
+
+std::optional<std::string> JsonMessage::toLine(const Method& reply, std::size_t limit) const {
+    return JsonRpc::answer(reply, id.value_or("null"), limit);
+}
+
+const std::string& XmlMessage::protocol() const {
+    return AurelProtocols::SERVICE_XML;
+}
+
+std::optional<std::string> XmlMessage::toLine(const Method& reply, std::size_t limit) const {
+    return XmlAdapter::write(reply, limit);
+}

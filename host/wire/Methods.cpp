@@ -1,0 +1,191 @@
+#include "wire/Methods.h"
+
+#include <algorithm>
+
+namespace {
+
+using namespace Methods;
+using Type = Parameter::Type;
+
+constexpr auto In = Parameter::in;
+constexpr auto Out = Parameter::out;
+
+const Value Done{"Acknowledge", Out, Type::Bool, "Whether it was done."};
+const Value Schema{"schemaName", In, Type::String, "The name of the schema."};
+const Value Path{"filePathAndName", In, Type::String, "The path of the data file on the telephone."};
+const Value OldPath{"OldFileName", In, Type::String, "The path of the file."};
+const Value NewPath{"NewFileName", In, Type::String, "The path that it gets."};
+const Value Values{"newValues", In, Type::String, "A map of tags and values."};
+const Value IsBase{"isBase", In, Type::Bool, "Whether they are those of base, not of the visitor."};
+
+const std::vector<Value> Rename{OldPath, NewPath, Done};
+const std::vector<Value> Directory{
+    {"Directory", In, Type::String, "The path of the directory."},
+    {"DirReading", In, Type::Bool, "Whether directories are listed."},
+    {"FileReading", In, Type::Bool, "Whether files are listed."},
+    {"SubDirReading", In, Type::Bool, "Whether directories in it are read too."},
+    Done,
+    {"DirectoryTree", Out, Type::Xml, "The listing, after a success.", false}};
+
+const Access ReadOfSchema{Files, Read, Place::Parameter, "schemaName"};
+const Access WriteOfSchema{Files, Write, Place::Parameter, "schemaName"};
+
+const std::vector<Row> Rows = {
+    {"processRequest",
+     "Carries out one request to a schema.",
+     {{"Request", In, Type::String, "The request."},
+      {"RequestLength", In, Type::Int, "How many bytes of it count."},
+      {"Response", Out, Type::String, "The answer, blank if a parameter is missing."}},
+     {None, None, Place::Request, "Request"}},
+    {"deleteFile",
+     "Deletes a file of the telephone.",
+     {{"directory", In, Type::String, "The path of its directory."},
+      {"name", In, Type::String, "Its name."},
+      Done},
+     {Files},
+     Kind::Service,
+     "FileSelection"},
+    {"renameFile", "Renames a file of the telephone.", Rename, {Files}, Kind::Service, "FileRename"},
+    {"moveFile", "Moves a file of the telephone.", Rename, {Files}, Kind::Service, "FileRename"},
+    {"readDirectoryTree",
+     "Lists a directory of the telephone and all below it.",
+     Directory,
+     {Files},
+     Kind::Service,
+     "DirectorySelection"},
+    {"readDirectory",
+     "Lists a directory of the telephone.",
+     Directory,
+     {Files},
+     Kind::Service,
+     "DirectorySelection"},
+    {"setProfile",
+     "Makes base or the visitor the current user, until the host ends.",
+     {{"NewProfile", In, Type::String, "The user: base or visitor."},
+      {"Acknowledge", Out, Type::Bool,
+       "Whether it was done; if not, for example if a table can't be copied for the visitor, the "
+       "user remains."}},
+     {Profile}},
+    {"factoryReset", "Removes all data of the telephone.", {Done}, {Reset}},
+    {"invokeACMSFactoryReset",
+     "Removes all data of the telephone, as its management asks for it.",
+     {{"EnableCreateDb", In, Type::Bool, "Whether a new database is made."}, Done},
+     {Reset}},
+    {"exportData",
+     "Writes the rows of a schema to a data file.",
+     {Schema, {"userToExportFor", In, Type::Int, "Whose rows: 0 base, 1 visitor, else all."}, Path, Done},
+     ReadOfSchema},
+    {"importData",
+     "Reads rows of a schema from a data file; they replace those with the same key.",
+     {Schema, Path, Done},
+     WriteOfSchema},
+    {"importDataForUser",
+     "Replaces the rows of one user by those of a data file.",
+     {Schema, {"userToImportFor", In, Type::Int, "Whose rows: 0 base, 1 visitor, else all."}, Path, Done},
+     WriteOfSchema},
+    {"createPhonenumberIndices",
+     "Makes the indices that speed up searches for numbers.",
+     {{"Acknowledge", Out, Type::Bool, "Always true."}},
+     {None, Write, Place::Fixed, "PhoneBook"}},
+    {"migrateUserData",
+     "Makes the visitor the current user, and stores values of management as the data of base.",
+     {{"baseValues", In, Type::String, "A map of tags and values."}, Done},
+     {Profile | Write}},
+    {"clearMobileUserdata", "Removes the visitor's rows.", {}, {Profile}, Kind::OneWay},
+    {"clearMobileUserDLSdata", "Removes the visitor's contacts and calls.", {}, {Profile}, Kind::OneWay},
+    {"copyBaseDataToVisitor", "Copies the data of base to the visitor.", {}, {Profile}, Kind::OneWay},
+    {"deleteVisitorUserPassword", "Removes the password that the visitor has set, and the login state.", {}, {Profile}, Kind::OneWay},
+    {"deleteUcCredentials", "Removes the visitor's credentials for unified communications.", {}, {Profile}, Kind::OneWay},
+    {"checkDatabaseNeedsChange",
+     "Prepares the database for other software.",
+     {{"currentSwType", In, Type::Int, "The type of the software that runs."},
+      {"newSwType", In, Type::Int, "The type of the new software."},
+      {"newSwVersion", In, Type::String, "The version of the new software."},
+      {"Acknowledge", Out, Type::Bool, "Whether the three were there."}},
+     {Reset}},
+    {"exportUserData",
+     "Reads values for management by their tags.",
+     {Values,
+      IsBase,
+      Done,
+      {"readValues", Out, Type::String, "The map with its values, after a success.", false}},
+     {Profile}},
+    {"importUserData",
+     "Stores values of management by their tags.",
+     {Values, IsBase, Done},
+     {Profile | Write}},
+    {"AddListener",
+     "Makes the connection hear each change of the user.",
+     {},
+     {Listen}},
+    {"AddStatusListener",
+     "Makes the connection hear each item that the service reports to management.",
+     {},
+     {Listen},
+     Kind::Host},
+    {"AddLogListener",
+     "Makes the connection hear the log of the host.",
+     {{"Level", In, Type::Int, "The highest level; 2 if it is left out.", false}},
+     {Listen | Read},
+     Kind::Host},
+    {"LastFailures",
+     "Says what was logged of failures in the call before it on the same connection.",
+     {{"Words", Out, Type::String, "The messages, with those of SQLite."},
+      {"HasFailed", Out, Type::Bool, "Whether the service itself called it a failure."}},
+     {None},
+     Kind::Host},
+};
+
+const char* wordFor(Type type) {
+    switch (type) {
+        case Type::Int:
+            return "INT";
+        case Type::Bool:
+            return "BOOL";
+        default:
+            return "STRING";
+    }
+}
+
+}  // namespace
+
+std::vector<Value> Row::of(Parameter::directions direction) const {
+    std::vector<Value> found;
+    std::copy_if(values.begin(), values.end(), std::back_inserter(found),
+                 [direction](const Value& each) { return each.direction == direction; });
+    return found;
+}
+
+const std::vector<Row>& Methods::all() {
+    return Rows;
+}
+
+const Row* Methods::find(const std::string& name) {
+    const auto found = std::find_if(Rows.begin(), Rows.end(),
+                                    [&](const Row& each) { return each.name == name; });
+    return found != Rows.end() ? &*found : nullptr;
+}
+
+std::vector<std::string> Methods::names() {
+    std::vector<std::string> all;
+    for (const Row& row : Rows) {
+        all.emplace_back(row.name);
+    }
+    return all;
+}
+
+std::string Methods::toText(const Value& parameter) {
+    return std::string(parameter.name) + "=" + wordFor(parameter.type);
+}
+
+std::string Methods::listing() {
+    std::string text = "Methods:\n";
+    for (const Row& row : Rows) {
+        text.append("  ").append(row.name);
+        for (const Value& parameter : row.of(In)) {
+            text += " " + toText(parameter);
+        }
+        text += row.kind == Kind::OneWay ? "  (one-way)\n" : "\n";
+    }
+    return text;
+}

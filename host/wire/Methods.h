@@ -1,0 +1,94 @@
+#ifndef METHODS_H
+#define METHODS_H
+
+#include <string>
+#include <vector>
+
+#include "Parameter.h"
+
+/**
+ * The table of the remote methods, those of the service and those of the host itself.
+ *
+ * What the host answers itself, the command line with its help and completion, the JSON schema, the
+ * table of the Python client and the one in docs/remote.md all follow from its rows. A method of the
+ * host is a row here and a function in framework/HostMethods.cpp; then run scripts/contracts.
+ */
+namespace Methods {
+
+/// What a client may be allowed to do, as bits.
+enum Right : unsigned {
+    None = 0,
+    Read = 1,
+    Write = 2,
+    Files = 4,
+    Profile = 8,
+    Reset = 16,
+    Listen = 32,
+    Secrets = 64,
+    All = 127
+};
+
+/// Where a call names the schema that it works on.
+enum class Place {
+    Nowhere,    ///< it works on none
+    Fixed,      ///< always the same one
+    Parameter,  ///< a parameter holds its name
+    List,       ///< a parameter holds names, joined by commas; blank for all
+    Request     ///< a parameter holds a request: its reason and its schema decide
+};
+
+/// What a client must be allowed to do for a call.
+struct Access {
+    unsigned everywhere;  ///< rights that are needed for all schemas
+    unsigned ofSchema = None;
+    Place place = Place::Nowhere;
+    const char* name = "";  ///< of the schema or of the parameter
+};
+
+/// One parameter, in its typed form.
+struct Value {
+    const char* name;
+    Parameter::directions direction;
+    Parameter::Type type;
+    const char* text;      ///< what it is, in one sentence
+    bool isAlways = true;  ///< false: may be left out, or comes only after a success
+};
+
+enum class Kind {
+    Service,  ///< the service answers it
+    OneWay,   ///< the service carries it out and gives no answer
+    Host      ///< the host answers it itself
+};
+
+struct Row {
+    const char* name;
+    const char* text;  ///< what the method does, in one sentence
+    std::vector<Value> values;
+    Access access;
+    Kind kind = Kind::Service;
+    /// The one parameter, an XML string, that takes the place of the others in the XML protocol; null
+    /// for methods that have the same form in both.
+    const char* xmlParameter = nullptr;
+
+    /// The parameters of one direction, in their order.
+    std::vector<Value> of(Parameter::directions direction) const;
+};
+
+/// All methods, in the order of documents.
+const std::vector<Row>& all();
+
+/// The method of that name, or null.
+const Row* find(const std::string& name);
+
+/// The names of all methods.
+std::vector<std::string> names();
+
+/// One line for each method, with the names and types of its in parameters.
+std::string listing();
+
+/// One parameter as it stands in the listing, such as "Request=STRING".
+std::string toText(const Value& parameter);
+
+}  // namespace Methods
+
+#endif
