@@ -20,7 +20,6 @@
 #include "framework/ServiceHost.h"
 #include "server/EndWatch.h"
 #include "server/HandedSockets.h"
-#include "server/JournalLog.h"
 #include "server/ListeningSocket.h"
 #include "server/ServiceNotice.h"
 #include "server/SocketServer.h"
@@ -135,7 +134,6 @@ public:
             return ExitUsage;
         }
         EndWatch end;
-        const JournalLog journal;
         return isStdio ? serveStreams(end) : serveSocket(options.socket, handed, end);
     }
 

@@ -50,20 +50,10 @@ void setLevel(int level);
  */
 void setSink(Sink sink);
 
-/// Takes an entry and tells whether it did.
-using Output = std::function<bool(const Entry&)>;
-
-/// Has @p output asked before standard error is written to, which gets what it does not take. An
-/// empty one ends that. It is called under the log's lock: it must not log itself.
-void setOutput(Output output);
-
-/// Writes @p entry where entries go without a sink. For sinks only, which are called under the
-/// log's lock.
+/// Writes @p entry to standard error, as entries without a sink are written. For sinks only, which
+/// are called under the log's lock. If standard error is the journal of the system, as
+/// "JOURNAL_STREAM" of the environment says, "<N>" with the priority of syslog stands in front.
 void write(const Entry& entry);
-
-/// The text of a message in one line: line feeds at its end dropped, other control characters
-/// visible.
-std::string visible(const std::string& message);
 
 /// The line of an entry: "LEVEL COMPONENT SOURCE:LINE MESSAGE", control characters made visible.
 std::string toLine(const Entry& entry);

@@ -1,6 +1,7 @@
 #include "Log.h"
 
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -31,9 +32,8 @@ constexpr std::size_t longestFailure = 8192;
 std::atomic<int> currentLevel{levelUnread};
 
 struct Destination {
-    std::mutex mutex;   ///< held while an entry is handed over, so that no two lines mingle
-    Log::Sink sink;     ///< empty: the output
-    Log::Output other;  ///< what is asked before standard error; may be empty
+    std::mutex mutex;  ///< held while an entry is handed over, so that no two lines mingle
+    Log::Sink sink;    ///< empty: standard error
 };
 
 /// Never destroyed: destructors of other libraries may still log when the process ends.
@@ -133,6 +133,23 @@ void handOver(const Log::Entry& entry) {
     }
 }
 
+/// Whether "JOURNAL_STREAM", which names the stream that the journal reads, is standard error.
+bool standardErrorIsTheJournal() {
+    const char* const stream = std::getenv("JOURNAL_STREAM");
+    struct stat status {};
+    return stream != nullptr && fstat(STDERR_FILENO, &status) == 0 &&
+           std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino) == stream;
+}
+
+/// The priority of syslog that a level of the telephone stands for.
+int priorityOf(int level) {
+    constexpr int error = 3;
+    constexpr int byLevel[] = {2, 2, error, 4, 5, 6};
+    constexpr int debug = 7;
+    const auto index = static_cast<std::size_t>(std::max(level, 0));
+    return index < std::size(byLevel) ? byLevel[index] : debug;
+}
+
 void appendVisible(std::string& line, char character) {
     static const char digits[] = "0123456789abcdef";
     const unsigned char byte = static_cast<unsigned char>(character);
@@ -223,16 +240,10 @@ void setSink(Sink sink) {
     output().sink = std::move(sink);
 }
 
-void setOutput(Output other) {
-    const std::lock_guard<std::mutex> lock(output().mutex);
-    output().other = std::move(other);
-}
-
 void write(const Entry& entry) {
-    const Output& other = output().other;
-    if (!other || !other(entry)) {
-        writeWhole(toLine(entry) += '\n');
-    }
+    static const bool isJournal = standardErrorIsTheJournal();
+    const std::string line = toLine(entry) + '\n';
+    writeWhole(isJournal ? "<" + std::to_string(priorityOf(entry.level)) + ">" + line : line);
 }
 
 std::string toLine(const Entry& entry) {
@@ -241,11 +252,6 @@ std::string toLine(const Entry& entry) {
     line.append(" ").append(entry.component).append(" ").append(entry.source);
     line.append(":").append(std::to_string(entry.line)).append(" ");
     return appendVisible(line, entry.message);
-}
-
-std::string visible(const std::string& message) {
-    std::string text;
-    return appendVisible(text, message);
 }
 
 }  // namespace Log

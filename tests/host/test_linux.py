@@ -212,47 +212,24 @@ class Rights(SystemTest):
 
 
 class Journal(SystemTest):
-    FIELDS = ["MESSAGE", "PRIORITY", "SYSLOG_IDENTIFIER", "CODE_FILE", "CODE_LINE", "DAS_COMPONENT",
-              "DAS_LEVEL"]
-
-    def serve_with_journal(self, stream, journal):
-        self.log.touch()
+    def serve(self, stream):
+        self.log.write_text("")
         status = self.log.stat()
-        stream = stream or f"{status.st_dev}:{status.st_ino}"
-        host = self.start_with("serve", "--socket", self.path, DAS_LOG="5", JOURNAL_STREAM=stream,
-                               DAS_JOURNAL_SOCKET=str(journal))
+        host = self.start_with("serve", "--socket", self.path, DAS_LOG="5",
+                               JOURNAL_STREAM=stream or f"{status.st_dev}:{status.st_ino}")
         while not self.path.exists():
             self.assertIsNone(host.poll(), self.logged())
         self.wire().exchange(asked(WORD))  # a start that is told to end before its end logs less
-        return host
-
-    def test_entries_have_fields_and_no_message_forges_one(self):
-        ear = Ear(self, str(self.place / "journal"))
-        hearing = threading.Thread(target=ear.hear_all)
-        hearing.start()
-        host = self.serve_with_journal("", self.place / "journal")
-        forged = request("update_request", "<Id>100</Id><Label>a\nPRIORITY=0\nMESSAGE=forged</Label>")
-        self.wire().exchange(asked(forged))
+        self.wire().exchange(asked(request("update_request", "<Id>100</Id><Label>a\n<0>b</Label>")))
         self.end(host)
-        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as ending:
-            ending.sendto(b"", str(self.place / "journal"))
-        hearing.join(PATIENCE)
-        for entry in ear.heard:
-            fields = [line.split("=", 1) for line in entry.rstrip("\n").split("\n")]
-            self.assertEqual([name for name, _ in fields], self.FIELDS, entry)
-        last = next(dict(line.split("=", 1) for line in entry.splitlines())
-                    for entry in ear.heard if "forged" in entry)
-        self.assertIn("a\\nPRIORITY=0\\nMESSAGE=forged", last["MESSAGE"])
-        self.assertEqual((last["PRIORITY"], last["DAS_LEVEL"]), ("6", "5"))
-        self.assertEqual(last["DAS_COMPONENT"], "DataAccessService")
-        self.assertNotIn("MESSAGE=forged", self.logged())
 
-    def test_without_a_journal_entries_are_lines(self):
-        for name, stream in (("another stream", "1:2"), ("nobody listens", "")):
+    def test_only_lines_to_the_journal_have_a_priority(self):
+        for name, stream, line in (("another stream", "1:2", r"5 DataAccessService \./src/\w+:\d+ "),
+                                   ("the journal", "", r"<6>5 DataAccessService \./src/\w+:\d+ ")):
             with self.subTest(name):
-                self.log.write_text("")
-                self.end(self.serve_with_journal(stream, self.place / "gone"))
-                self.assertRegex(self.logged(), r"(?m)^5 DataAccessService \./src/\w+:\d+ ")
+                self.serve(stream)
+                self.assertRegex(self.logged(), rf"(?m)^{line}")
+                self.assertNotRegex(self.logged(), r"(?m)^<0>")
 
 
 class Unit(unittest.TestCase):

@@ -724,11 +724,12 @@ class Clients(RemoteTest):
         wire.exchange(call("setProfile", NewProfile="visitor"))
         self.assertEqual(client.stdout.readline(), "visitor has 0 contacts\n")
         wire.exchange(asked(request("write_request", entry, schema="PhoneBook")))
+        self.assertEqual(client.stdout.readline(), "visitor has 1 contacts\n")
         for user, count in (("base", 0), ("visitor", 1)):
             wire.exchange(call("setProfile", NewProfile=user))
             self.assertEqual(client.stdout.readline(), f"{user} has {count} contacts\n")
         self.end_host()
-        self.assertEqual((client.wait(PATIENCE), client.stdout.read()), (0, ""))
+        self.assertEqual((client.wait(PATIENCE), client.stdout.read()), (1, ""))
 
     def test_the_shell_client_serves_itself(self):
         run = self.das(DAS, program=self.EXAMPLES / "user.sh")

@@ -1,6 +1,7 @@
 // A program that loads nothing by hand: it links the library as a framework may.
-#include <DataAccessServiceIfc.h>
-#include <Service.h>
+#include <das/Client.h>
+#include <dataaccessservice/DataAccessServiceIfc.h>
+#include <dataaccessservice/Service.h>
 
 #include <iostream>
 #include <memory>
@@ -11,4 +12,11 @@ int main() {
     const std::unique_ptr<Service> service(createDataAccessService());
     auto* const clients = dynamic_cast<DataAccessServiceIfc*>(service.get());
     std::cout << clients->processRequest("getCurrentUser", 14) << std::endl;
+
+    // The same over the socket that DAS_SOCKET names, as a program without the library does.
+    das::Client client;
+    client.request("FeatureKeys", "update_request",
+                   "<Entry><Id>100</Id>" + das::element("Label", "<a & b>") + "</Entry>");
+    const auto keys = client.read("FeatureKeys", {"Id", "Label"});
+    std::cout << keys.size() << " keys, the first " << keys.front().at("Label") << std::endl;
 }
