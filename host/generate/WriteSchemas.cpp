@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -14,56 +15,20 @@
 #include "service/DataAccessService.h"
 #include "TableFacts.h"
 
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ColumnFacts, name, type, defaults)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(AnswerFormFacts, columns, itemForms)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SchemaFacts, name, table, reasons, users, key, defaultRows,
+                                   hasDataFile, columns, elements, itemElements, answerForms)
+
 namespace {
 
-std::string quoted(const std::string& text) {
-    std::string written = "\"";
-    for (const char character : text) {
-        written += character == '"' || character == '\\' ? "\\" : "";
-        written += character;
-    }
-    return written + "\"";
-}
-
-std::string listOf(const std::vector<std::string>& texts) {
-    std::string written = "{";
-    for (const std::string& text : texts) {
-        written += (written.size() > 1 ? ", " : "") + quoted(text);
-    }
-    return written + "}";
-}
-
-void write(std::ostream& out, const SchemaFacts& facts) {
-    out << "    {" << quoted(facts.name) << ", " << quoted(facts.table) << ",\n     "
-        << listOf(facts.reasons) << ",\n     " << quoted(facts.users) << ", " << listOf(facts.key)
-        << ",\n     " << listOf(facts.defaultRows) << ", " << (facts.hasDataFile ? "true" : "false")
-        << ",\n     {";
-    for (const ColumnFacts& column : facts.columns) {
-        out << "{" << quoted(column.name) << ", " << quoted(column.type) << ", "
-            << listOf(column.defaults) << "},\n      ";
-    }
-    out << "},\n     " << listOf(facts.elements) << ",\n     " << listOf(facts.itemElements)
-        << ",\n     {";
-    for (const AnswerFormFacts& form : facts.answerForms) {
-        out << "{" << listOf(form.columns) << ", {";
-        for (const auto& item : form.itemForms) {
-            out << listOf(item) << ",\n      ";
-        }
-        out << "}},\n      ";
-    }
-    out << "}},\n";
-}
-
+/// The facts as JSON in the text of a source: a compiler takes much longer over as many initialisers.
 bool writeAll(const std::string& file, const std::vector<SchemaFacts>& all) {
     std::ofstream out(file);
     out << "// Written by das_write_schemas from the tables of the service: not to be edited.\n"
-           "#include \"schemas/KnownSchemas.h\"\n\n"
-           "const std::vector<KnownSchemas::Entry>& KnownSchemas::all() {\n"
-           "    static const std::vector<Entry> entries = {\n";
-    for (const SchemaFacts& facts : all) {
-        write(out, facts);
-    }
-    out << "    };\n    return entries;\n}\n";
+           "extern const char* const SchemasAsJson;\n"
+           "const char* const SchemasAsJson = R\"json("
+        << nlohmann::json(all).dump(1) << ")json\";\n";
     out.close();
     return out.good();
 }

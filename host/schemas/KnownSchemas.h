@@ -27,7 +27,7 @@ struct Entry {
     std::string users;                      ///< whose rows there are, in words
     std::vector<std::string> key;           ///< columns of the primary key
     std::vector<std::string> defaultRows;   ///< numbers of the default rows, and ranges "1 to 16"
-    bool hasDataFile;                       ///< whether there is an export and an import
+    bool hasDataFile = false;               ///< whether there is an export and an import
     std::vector<Column> columns;            ///< of the table, in order
     std::vector<std::string> elements;      ///< of a row in requests; none where any name will do
     std::vector<std::string> itemElements;  ///< of an item in a row's list; none without a list
