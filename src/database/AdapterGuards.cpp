@@ -56,7 +56,7 @@ int readInPieces(DatabaseAdapter& adapter, Rows& rows, const std::function<int()
 TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
     : m_adapter(adapter),
       m_isInner(isInner(adapter)),
-      m_beginResult(m_isInner                  ? 0
+      m_beginResult(m_isInner                ? 0
                     : locks == Locks::AtOnce ? adapter.beginWriteTransaction()
                                              : adapter.beginTransaction()) {}
 

@@ -9,10 +9,12 @@ namespace {
 class TextImportTest : public ServiceTest {
 protected:
     std::string tables() const {
-        return cell("SELECT group_concat(name) FROM (SELECT name FROM sqlite_master ORDER BY name)");
+        return cell(
+            "SELECT group_concat(name) FROM (SELECT name FROM sqlite_master ORDER BY name)");
     }
     std::string surnames() const {
-        return cell("SELECT group_concat(Surname) FROM (SELECT Surname FROM PHONE_BOOK ORDER BY 1)");
+        return cell(
+            "SELECT group_concat(Surname) FROM (SELECT Surname FROM PHONE_BOOK ORDER BY 1)");
     }
 };
 
@@ -25,7 +27,8 @@ TEST_F(TextImportTest, ATrialLeavesNoTableThatTheImportWouldMake) {
         EXPECT_TRUE(service().importRows(trial, {"Id"}, {{"1"}}).isDone) << schema;
         EXPECT_EQ(tables(), before) << schema;
     }
-    const DASImported text = service().importText({"DistinctiveRinging", "", true}, "1,Name,0,,60\n");
+    const DASImported text =
+        service().importText({"DistinctiveRinging", "", true}, "1,Name,0,,60\n");
     EXPECT_TRUE(text.isDone);
     EXPECT_EQ(text.stored, 1U);
     EXPECT_EQ(tables(), before);
@@ -35,8 +38,9 @@ TEST_F(TextImportTest, ARowThatIsRefusedKeepsOutTheOthersAndLeavesTheOldOnes) {
     ASSERT_TRUE(service().importText({"PhoneBook", ""}, "base,,Old\n").isDone);
     for (const char* user : {"", "base"}) {
         const DASImported result =
-            service().importText({"PhoneBook", user}, "base,,New\nbase,1,2,3,4,5,6,7,8,9,10,11,12,13,14,"
-                                                      "15,16,17,18,19,20,21\n");
+            service().importText({"PhoneBook", user},
+                                 "base,,New\nbase,1,2,3,4,5,6,7,8,9,10,11,12,13,14,"
+                                 "15,16,17,18,19,20,21\n");
         EXPECT_FALSE(result.isDone);
         EXPECT_EQ(result.refusal, "1 of its rows are refused");
         EXPECT_EQ(surnames(), "Old");
@@ -57,7 +61,8 @@ TEST_F(TextImportTest, AnInnerTransactionThatIsRolledBackTakesTheOuterOneWithIt)
     for (const bool isKept : {false, true}) {
         const int code = runWholeWithInner(adapter, [&] {
             EXPECT_EQ(insert("Outer"), 0);
-            const bool isInnerDone = runWholeOrNot(adapter, [&] { return insert("Inner") == 0 && isKept; });
+            const bool isInnerDone =
+                runWholeOrNot(adapter, [&] { return insert("Inner") == 0 && isKept; });
             EXPECT_EQ(isInnerDone, isKept);
             return 0;
         });
