@@ -208,7 +208,7 @@ const std::vector<Row>& CommandTable::rows() {
          {ContextOption, {"--limit", "N", Words::Any, "Show at most N contacts"}},
          true,
          {{"das find abel", "finds contacts by their name"},
-          {"das find '00007'", "finds contacts by the end of a number"}},
+          {"das find '100 0007'", "finds contacts by the end of a number"}},
          {{ExitFailure, "no contact was found, or the service answered a failure"}},
          makeFindCommand,
          nullptr,

@@ -132,7 +132,9 @@ private:
         const std::string name = Answers::schemaOf(message);
         const KnownSchemas::Entry* const schema = KnownSchemas::find(name);
         const std::string words = m_session.takeFailures().text();
-        if (schema == nullptr) {
+        if (name.empty()) {
+            Complaint::tell("request: the message names no schema");
+        } else if (schema == nullptr) {
             (void)RowArguments::findSchema(name);
         } else if (const std::string reason = Answers::reasonOf(message); !schema->has(reason)) {
             Complaint::tell("request: " + name + " has no " + reason,
