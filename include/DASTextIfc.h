@@ -38,21 +38,22 @@ struct DASExported {
 /**
  * Tables as text, in and out, for callers whose files the service does not see.
  *
- * Each import is one transaction: all rows are stored, or nothing changes. Any thread may call; false
- * in isDone also before the end of the start and after a reset.
+ * Each import is one transaction: all rows are stored, or nothing changes. Any thread may call;
+ * false in isDone also before the end of the start and after a reset.
  */
 class DASTextIfc {
 public:
     virtual ~DASTextIfc() = default;
 
-    /// Imports a text in the form of docs/csv.md. With a user, its rows take the place of those that
-    /// the user has. Without one, they take the place of those with the same key.
+    /// Imports a text in the form of docs/csv.md. With a user, its rows take the place of those
+    /// that the user has. Without one, they take the place of those with the same key.
     virtual DASImported importText(const DASImport& what, const std::string& text) = 0;
 
     /**
-     * Imports rows whose cells belong to the columns @p names of the table. A row whose key the user
-     * has changes these columns. Any other is new; where rows are numbered over all users, a number
-     * that another user's row has is refused. Without a user the rows are those of the current one.
+     * Imports rows whose cells belong to the columns @p names of the table. A row whose key the
+     * user has changes these columns. Any other is new; where rows are numbered over all users, a
+     * number that another user's row has is refused. Without a user the rows are those of the
+     * current one.
      */
     virtual DASImported importRows(const DASImport& what, const std::vector<std::string>& names,
                                    const Rows& rows) = 0;

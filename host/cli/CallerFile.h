@@ -8,8 +8,8 @@
 /// Files of the person or program that runs a command, unlike those of the telephone.
 namespace CallerFile {
 
-/// Reads the file @p path, or standard input for "-", into @p text. 0, or errno's number; EFBIG when
-/// it has more than @p most bytes.
+/// Reads the file @p path, or standard input for "-", into @p text. 0, or errno's number; EFBIG
+/// when it has more than @p most bytes.
 [[nodiscard]] int read(const std::string& path, std::size_t most, std::string& text);
 
 /**

@@ -215,7 +215,8 @@ const std::vector<Row>& CommandTable::rows() {
          Data::Read},
         {"export",
          "Write the rows of a schema to a data file",
-         "Rows that the form of data files can't carry, such as one with a line feed, are counted and "
+         "Rows that the form of data files can't carry, such as one with a line feed, are counted "
+         "and "
          "left out; das read SCHEMA --output csv carries all.",
          {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
          {{"--context", "USER", Words::User, "Rows of base or visitor; of all users without it"}},
@@ -228,10 +229,14 @@ const std::vector<Row>& CommandTable::rows() {
          Data::Read},
         {"import",
          "Import rows from a CSV file",
-         "A file whose first line names columns, as das read SCHEMA --output csv prints them, changes "
-         "these columns of the rows that it numbers and adds the others. A data file replaces the rows "
-         "of --context; without --context its rows take the place of those with the same key. The whole "
-         "file is checked first, and its rows are stored all or none. Before most rows of a user go, "
+         "A file whose first line names columns, as das read SCHEMA --output csv prints them, "
+         "changes "
+         "these columns of the rows that it numbers and adds the others. A data file replaces the "
+         "rows "
+         "of --context; without --context its rows take the place of those with the same key. The "
+         "whole "
+         "file is checked first, and its rows are stored all or none. Before most rows of a user "
+         "go, "
          "das asks.",
          {SchemaArgument, {"FILE", Words::File, true, false, FileText}},
          {{"--context", "USER", Words::User, "Whose rows: base or visitor"},

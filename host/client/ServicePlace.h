@@ -5,8 +5,8 @@ struct HostOptions;
 
 /**
  * Where a command finds the service. In this order: the socket of --socket; the folder of --db or
- * DB_PATH, in the process of the command; the socket of DAS_SOCKET; the socket of the installed host,
- * if a host answers there; the working directory.
+ * DB_PATH, in the process of the command; the socket of DAS_SOCKET; the socket of the installed
+ * host, if a host answers there; the working directory.
  */
 namespace ServicePlace {
 
@@ -16,8 +16,8 @@ enum class Needs {
     Host      ///< a host: folders do not count
 };
 
-/// Stores in @p options the socket that the order leads to. None when the service is to be started in
-/// this process. To be called after --db went to the environment.
+/// Stores in @p options the socket that the order leads to. None when the service is to be started
+/// in this process. To be called after --db went to the environment.
 void find(HostOptions& options, Needs needs);
 
 /// Whether there is a database for a service in this process. If not, standard error says so, with

@@ -57,9 +57,9 @@ private:
         int lost = 0;
         (void)answer.getIntParameter("Lost", lost);
         if (lost > 0) {
-            Complaint::tell(m_arguments.what() + ": " + std::to_string(lost) +
-                                " rows can't be carried",
-                            "das read " + m_arguments.schema().name + " --output csv carries all");
+            Complaint::tell(
+                m_arguments.what() + ": " + std::to_string(lost) + " rows can't be carried",
+                "das read " + m_arguments.schema().name + " --output csv carries all");
         }
         return lost > 0 ? ExitFailure : ExitSuccess;
     }

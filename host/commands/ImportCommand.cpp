@@ -62,8 +62,7 @@ public:
         if (!m_arguments.read(arguments)) {
             return false;
         }
-        const std::string refusal =
-            ImportFile::refusalOf(m_arguments.schema(), m_arguments.user());
+        const std::string refusal = ImportFile::refusalOf(m_arguments.schema(), m_arguments.user());
         if (!refusal.empty()) {
             Complaint::tell(m_arguments.what() + ": " + refusal, "leave --context out");
             return false;
@@ -95,8 +94,8 @@ public:
     }
 
 private:
-    /// Reads the caller's file. One that is missing here may be meant as one of the telephone, which
-    /// a host is to be asked about.
+    /// Reads the caller's file. One that is missing here may be meant as one of the telephone,
+    /// which a host is to be asked about.
     bool readFile() {
         const std::string& file = m_arguments.file();
         if (file == "-" && !m_mayReadInput) {
@@ -188,13 +187,14 @@ private:
         }
         const std::string change = subject(trial) + ": " + std::to_string(trial.before) + " " +
                                    noun() + " would be replaced by " + std::to_string(rows);
-        const auto reply = rows > 0 ? Question::ask("das: " + change + "; go on?")
-                                    : Question::Reply::Nobody;
+        const auto reply =
+            rows > 0 ? Question::ask("das: " + change + "; go on?") : Question::Reply::NoTerminal;
         if (reply == Question::Reply::Yes) {
             return ExitSuccess;
         }
-        Complaint::tell(change + ", so nothing is changed",
-                        reply == Question::Reply::Nobody ? "--yes imports it without a question" : "");
+        Complaint::tell(
+            change + ", so nothing is changed",
+            reply == Question::Reply::NoTerminal ? "--yes imports it without a question" : "");
         return ExitFailure;
     }
 
@@ -210,11 +210,11 @@ private:
     int print(Session& session, const Imported& result) const {
         const std::string would = std::string(" ") + noun() + (m_isTrial ? " would be" : "");
         const bool replaces = !m_arguments.user().empty() && !result.hasNames;
-        const std::string counts =
-            replaces ? std::to_string(result.before) + would + " replaced by " +
-                           std::to_string(result.stored)
-                     : std::to_string(result.added) + would + " added, " +
-                           std::to_string(result.stored - result.added) + " replaced";
+        const std::string counts = replaces ? std::to_string(result.before) + would +
+                                                  " replaced by " + std::to_string(result.stored)
+                                            : std::to_string(result.added) + would + " added, " +
+                                                  std::to_string(result.stored - result.added) +
+                                                  " replaced";
         return session.output().writeLine(subject(result) + ": " + counts)
                    ? ExitSuccess
                    : Complaint::outputFailed();
@@ -224,8 +224,8 @@ private:
         const std::string words =
             result.words.empty() ? session.takeFailures().text() : result.words;
         const bool isOfLines = words.rfind(LineWord, 0) == 0;
-        const std::string file = isOfLines ? m_arguments.file()
-                                           : m_arguments.what() + ": " + m_arguments.file();
+        const std::string file =
+            isOfLines ? m_arguments.file() : m_arguments.what() + ": " + m_arguments.file();
         if (result.isChecked && !isOfLines) {
             return session.tellFailure(m_arguments.what());
         }

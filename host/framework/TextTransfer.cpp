@@ -46,8 +46,8 @@ std::string wrongWithFile(const std::string& path, bool forWriting) {
                                 : "; it stands below --root, at " + probe.place);
 }
 
-/// Reads the file of the telephone @p path. False with the reason in @p wrong, which is blank when the
-/// log has it.
+/// Reads the file of the telephone @p path. False with the reason in @p wrong, which is blank when
+/// the log has it.
 bool readFile(const std::string& path, std::string& text, std::string& wrong) {
     wrong = wrongWithFile(path, false);
     if (!wrong.empty()) {

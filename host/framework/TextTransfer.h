@@ -6,8 +6,8 @@ class Executable;
 class Method;
 
 /**
- * The host's methods ImportText and ExportText: tables as text, for callers whose files the host does
- * not see. What they take and answer stands in the table of methods.
+ * The host's methods ImportText and ExportText: tables as text, for callers whose files the host
+ * does not see. What they take and answer stands in the table of methods.
  *
  * Any thread may call. What the service logs of failures is kept for @p client.
  */

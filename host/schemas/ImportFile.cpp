@@ -50,8 +50,9 @@ const std::string& columnOf(const KnownSchemas::Entry& schema, std::size_t eleme
 
 std::size_t elementOf(const KnownSchemas::Entry& schema, const std::string& name) {
     const auto found = std::find(schema.elements.begin(), schema.elements.end(), name);
-    return found == schema.elements.end() ? NoPlace
-                                          : static_cast<std::size_t>(found - schema.elements.begin());
+    return found == schema.elements.end()
+               ? NoPlace
+               : static_cast<std::size_t>(found - schema.elements.begin());
 }
 
 /// What is wrong with the number of a row; blank for nothing.
@@ -127,7 +128,8 @@ ImportFile::ImportFile(const KnownSchemas::Entry& schema, const std::string& use
     checkEncoding(text);
     QuotedCsv first(text);
     std::vector<std::string> names;
-    const bool isRead = first.next(m_schema.elements.size() + m_schema.itemElements.size() + 1, names);
+    const bool isRead =
+        first.next(m_schema.elements.size() + m_schema.itemElements.size() + 1, names);
     if (isRead && hasNameInFront(names)) {
         takeNames(names);
         readNamedRows(text);
@@ -170,7 +172,8 @@ void ImportFile::checkEncoding(std::string_view text) {
     }
 }
 
-// Texts with the names of columns --------------------------------------------------------------------
+// Texts with the names of columns
+// --------------------------------------------------------------------
 
 bool ImportFile::hasNameInFront(const std::vector<std::string>& fields) const {
     // An exported row may have the word of a column as a value. No column is called as a user is.
@@ -190,8 +193,9 @@ void ImportFile::takeNames(const std::vector<std::string>& names) {
             refuse(1, name.substr(0, 40) + " is no column of " + m_schema.name + "; " +
                           (m_schema.table == Contacts
                                ? OtherProgram
-                               : NearMisses::question(name, m_schema.elements,
-                                                      "das schemas " + m_schema.name + " lists them")));
+                               : NearMisses::question(
+                                     name, m_schema.elements,
+                                     "das schemas " + m_schema.name + " lists them")));
         } else if (elementOf(m_schema, name) != NoPlace &&
                    std::count(names.begin(), names.end(), name) > 1) {
             refuse(1, name + " is named twice");
@@ -218,8 +222,8 @@ void ImportFile::readNamedRows(std::string_view text) {
             break;
         }
         if (++m_rowCount > MostRows) {
-            refuse(file.line(), "a file with column names has at most " + std::to_string(MostRows) +
-                                    " rows");
+            refuse(file.line(),
+                   "a file with column names has at most " + std::to_string(MostRows) + " rows");
             break;
         }
         const std::string wrong = wrongWithNamed(cells, file.count());
@@ -234,16 +238,19 @@ void ImportFile::readNamedRows(std::string_view text) {
 std::string ImportFile::wrongWithNamed(const std::vector<std::string>& cells,
                                        std::size_t count) const {
     if (count != m_columns.size()) {
-        return countOf(count, "field") + "; the first line names " + std::to_string(m_columns.size());
+        return countOf(count, "field") + "; the first line names " +
+               std::to_string(m_columns.size());
     }
     const std::string key = m_keyPlace < cells.size() ? cells[m_keyPlace] : "";
     if (key.empty()) {
-        return isNumbered(m_schema) ? "" : "it has no " + m_schema.columns[keyPlaceOf(m_schema)].name;
+        return isNumbered(m_schema) ? ""
+                                    : "it has no " + m_schema.columns[keyPlaceOf(m_schema)].name;
     }
     return isNumbered(m_schema) ? wrongWithNumber(key) : wrongWithFixedRow(m_schema, key);
 }
 
-// Texts in the form of docs/csv.md -------------------------------------------------------------------
+// Texts in the form of docs/csv.md
+// -------------------------------------------------------------------
 
 void ImportFile::readLines(std::string_view text, bool isForUser) {
     const bool isOfCalls = m_schema.table == Calls;
@@ -262,7 +269,8 @@ void ImportFile::readLines(std::string_view text, bool isForUser) {
         if (line.empty() || line == "\r" || (hasComments && line.front() == '#')) {
             continue;
         }
-        const bool isOlder = isOfCalls && isForUser && std::isdigit(static_cast<unsigned char>(line[0]));
+        const bool isOlder =
+            isOfCalls && isForUser && std::isdigit(static_cast<unsigned char>(line[0]));
         const std::string wrong = wrongWithLine(line, isOlder ? older : usual);
         if (!wrong.empty()) {
             const bool isForeign = number == 1 && m_schema.table == Contacts &&

@@ -15,7 +15,7 @@ Question::Reply Question::ask(const std::string& question) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(std::fopen("/dev/tty", "we"),
                                                                  std::fclose);
     if (input == nullptr || output == nullptr) {
-        return Reply::Nobody;
+        return Reply::NoTerminal;
     }
     (void)std::fputs(TerminalText::visible(question).c_str(), output.get());
     (void)std::fflush(output.get());

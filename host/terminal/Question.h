@@ -6,11 +6,7 @@
 /// Questions to the person at the controlling terminal, wherever the standard streams lead.
 namespace Question {
 
-enum class Reply {
-    Yes,
-    No,
-    Nobody  ///< there is no terminal
-};
+enum class Reply { Yes, No, NoTerminal };
 
 /// Shows @p question, which ends with "?", and waits for a line. Only "y" and "yes" mean yes.
 [[nodiscard]] Reply ask(const std::string& question);

@@ -88,7 +88,9 @@ private:
             char* const begin = const_cast<char*>(text.data());  // only ever read
             setg(begin, begin, begin + text.size());
         }
-        [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(egptr() - eback()); }
+        [[nodiscard]] std::size_t size() const {
+            return static_cast<std::size_t>(egptr() - eback());
+        }
         [[nodiscard]] std::size_t position() const {
             return static_cast<std::size_t>(gptr() - eback());
         }

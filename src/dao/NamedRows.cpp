@@ -28,16 +28,15 @@ NamedRows::NamedRows(DatabaseAdapter& adapter, const DataAccessObject& dao, cons
 }
 
 NamedRows::Outcome NamedRows::store(const std::vector<std::string>& cells) {
-    const bool hasKey = m_keyPlace != NoPlace && !cells[m_keyPlace].empty();
-    if (!hasKey && !m_isNumbered) {
+    if (!hasKey(cells) && !m_isNumbered) {
         return Outcome::Failed;
     }
-    switch (hasKey ? ownerOf(cells[m_keyPlace]) : Owner::Nobody) {
+    switch (hasKey(cells) ? ownerOf(cells[m_keyPlace]) : Owner::None) {
         case Owner::User:
             return change(cells) ? Outcome::Changed : Outcome::Failed;
         case Owner::OtherUser:
             return Outcome::OfOtherUser;
-        case Owner::Nobody:
+        case Owner::None:
             return add(cells) ? Outcome::Added : Outcome::Failed;
         default:
             return Outcome::Failed;
@@ -56,7 +55,7 @@ NamedRows::Owner NamedRows::ownerOf(const std::string& key) const {
         return !m_hasUser || row.at(0) == m_user;
     });
     const bool isOfOther = !rows.empty() && m_isNumbered;
-    return isOfUser ? Owner::User : isOfOther ? Owner::OtherUser : Owner::Nobody;
+    return isOfUser ? Owner::User : isOfOther ? Owner::OtherUser : Owner::None;
 }
 
 bool NamedRows::change(const std::vector<std::string>& cells) {
@@ -100,7 +99,7 @@ bool NamedRows::add(const std::vector<std::string>& cells) {
         places += place == 0 ? "?" : ", ?";
     }
     return m_adapter.executeWithValues("INSERT INTO " + m_dao.tableName() + " (" +
-                                           ClientUtils::join(columns, ", ") + ") VALUES (" + places +
-                                           ");",
+                                           ClientUtils::join(columns, ", ") + ") VALUES (" +
+                                           places + ");",
                                        values) == 0;
 }

@@ -18,10 +18,15 @@ public:
         Failed        ///< nothing was done; the reason is in the log
     };
 
-    /// @p names are columns of the table of @p dao, each once; @p user has no part in a table of the
-    /// telephone. What is handed over must outlive the object. Call in a transaction.
+    /// @p names are columns of the table of @p dao, each once; @p user has no part in a table of
+    /// the telephone. What is handed over must outlive the object. Call in a transaction.
     NamedRows(DatabaseAdapter& adapter, const DataAccessObject& dao, const std::string& user,
               const std::vector<std::string>& names);
+
+    /// Whether a row says which one it is.
+    [[nodiscard]] bool hasKey(const std::vector<std::string>& cells) const {
+        return m_keyPlace != NoPlace && !cells[m_keyPlace].empty();
+    }
 
     /// Stores one row: a cell for each name.
     [[nodiscard]] Outcome store(const std::vector<std::string>& cells);
@@ -31,7 +36,7 @@ public:
 
 private:
     static constexpr std::size_t NoPlace = static_cast<std::size_t>(-1);
-    enum class Owner { Nobody, User, OtherUser, Unknown };
+    enum class Owner { None, User, OtherUser, Unknown };
 
     [[nodiscard]] Owner ownerOf(const std::string& key) const;
     [[nodiscard]] bool change(const std::vector<std::string>& cells);

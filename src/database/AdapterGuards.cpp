@@ -46,7 +46,7 @@ RowDrain::~RowDrain() {
 TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
     : m_adapter(adapter),
       m_isInner(isInner(adapter)),
-      m_beginResult(m_isInner                  ? 0
+      m_beginResult(m_isInner                ? 0
                     : locks == Locks::AtOnce ? adapter.beginWriteTransaction()
                                              : adapter.beginTransaction()) {}
 

@@ -113,8 +113,9 @@ private:
 [[nodiscard]] int runWhole(DatabaseAdapter& adapter, const std::function<int()>& work,
                            TransactionGuard::Locks locks);
 
-/// As runWhole() with a lock at once, for @p work that has transactions of its own: they become parts
-/// of this one, and when one of them is rolled back all of it is, with the result SQLITE_ABORT.
+/// As runWhole() with a lock at once, for @p work that has transactions of its own: they become
+/// parts of this one, and when one of them is rolled back all of it is, with the result
+/// SQLITE_ABORT.
 [[nodiscard]] int runWholeWithInner(DatabaseAdapter& adapter, const std::function<int()>& work);
 
 #endif

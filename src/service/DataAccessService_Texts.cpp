@@ -57,12 +57,13 @@ bool undoesEscapes(const std::string& table) {
 }
 
 /// Whether an import of @p line stores @p row.
-bool isCarried(const std::vector<std::string>& row, const std::string& line, bool escapesAreUndone) {
+bool isCarried(const std::vector<std::string>& row, const std::string& line,
+               bool escapesAreUndone) {
     constexpr std::string_view endsOfLines("\n\0", 2);
     std::vector<std::string> fields;
     ClientUtils::splitString(line, fields);
-    return line.size() <= ClientUtils::LongestLine && line.find_first_of(endsOfLines) == line.npos &&
-           fields == row &&
+    return line.size() <= ClientUtils::LongestLine &&
+           line.find_first_of(endsOfLines) == line.npos && fields == row &&
            (!escapesAreUndone || std::all_of(row.begin(), row.end(), [](const std::string& cell) {
                return ClientUtils::unescapeXMLString(cell) == cell;
            }));
@@ -78,9 +79,13 @@ bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
            DASUtils::TableState::Ready;
 }
 
-/// False when a row was refused, which is in @p result.
-bool storeAll(NamedRows& table, const Rows& rows, DASImported& result) {
+/// Stores the rows that have a key, or the others. False when one was refused, which is in @p
+/// result.
+bool storeThose(bool withKey, NamedRows& table, const Rows& rows, DASImported& result) {
     for (std::size_t row = 0; row < rows.size() && !Work::isInterrupted(); ++row) {
+        if (table.hasKey(rows[row]) != withKey) {
+            continue;
+        }
         const NamedRows::Outcome outcome = table.store(rows[row]);
         if (outcome == NamedRows::Outcome::OfOtherUser || outcome == NamedRows::Outcome::Failed) {
             result.refusedRow = row;
@@ -93,7 +98,13 @@ bool storeAll(NamedRows& table, const Rows& rows, DASImported& result) {
         ++result.stored;
         Progress::beat();
     }
-    return result.stored == rows.size();
+    return true;
+}
+
+bool storeAll(NamedRows& table, const Rows& rows, DASImported& result) {
+    // A new row must not be given a number that a later one has.
+    return storeThose(true, table, rows, result) && storeThose(false, table, rows, result) &&
+           result.stored == rows.size();
 }
 
 }  // namespace
@@ -124,42 +135,44 @@ DASImported DataAccessService::importAsOne(
 }
 
 DASImported DataAccessService::importText(const DASImport& what, const std::string& text) {
-    return importAsOne(what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
-        const std::size_t all = countRows(adapter, dao, "");
-        result.before = what.user.empty() ? all : countRows(adapter, dao, what.user);
-        TextImport import{text};
-        std::string location = TextName;
-        dao.readImportsFrom(&import);
-        const int code = what.user.empty()
-                             ? dao.importData(location)
-                             : dao.importDataForUser(location, what.user == UserContextVisitor
-                                                                   ? eUserCategory::visitor
-                                                                   : eUserCategory::base);
-        const std::size_t after = countRows(adapter, dao, "");
-        result.stored = import.rows - import.refused;
-        result.added = after > all ? after - all : 0;
-        if (import.refused > 0) {
-            result.refusal = std::to_string(import.refused) + " of its rows are refused";
-        }
-        return code == 0 && import.refused == 0 && !Work::isInterrupted();
-    });
+    return importAsOne(
+        what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
+            const std::size_t all = countRows(adapter, dao, "");
+            result.before = what.user.empty() ? all : countRows(adapter, dao, what.user);
+            TextImport import{text};
+            std::string location = TextName;
+            dao.readImportsFrom(&import);
+            const int code = what.user.empty()
+                                 ? dao.importData(location)
+                                 : dao.importDataForUser(location, what.user == UserContextVisitor
+                                                                       ? eUserCategory::visitor
+                                                                       : eUserCategory::base);
+            const std::size_t after = countRows(adapter, dao, "");
+            result.stored = import.rows - import.refused;
+            result.added = after > all ? after - all : 0;
+            if (import.refused > 0) {
+                result.refusal = std::to_string(import.refused) + " of its rows are refused";
+            }
+            return code == 0 && import.refused == 0 && !Work::isInterrupted();
+        });
 }
 
 DASImported DataAccessService::importRows(const DASImport& what,
                                           const std::vector<std::string>& names, const Rows& rows) {
-    return importAsOne(what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
-        if (!hasUsers(dao)) {
-            result.user.clear();
-        } else if (what.user.empty()) {
-            result.user = currentUser();
-        }
-        if (!makeTable(dao, adapter)) {
-            return false;
-        }
-        result.before = countRows(adapter, dao, result.user);
-        NamedRows table(adapter, dao, result.user, names);
-        return storeAll(table, rows, result);
-    });
+    return importAsOne(what,
+                       [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
+                           if (!hasUsers(dao)) {
+                               result.user.clear();
+                           } else if (what.user.empty()) {
+                               result.user = currentUser();
+                           }
+                           if (!makeTable(dao, adapter)) {
+                               return false;
+                           }
+                           result.before = countRows(adapter, dao, result.user);
+                           NamedRows table(adapter, dao, result.user, names);
+                           return storeAll(table, rows, result);
+                       });
 }
 
 DASExported DataAccessService::exportText(const std::string& schema, const std::string& user) {
