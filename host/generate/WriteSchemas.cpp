@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "TableFacts.h"
 #include "schemas/DAOFactory.h"
 #include "service/DataAccessService.h"
-#include "TableFacts.h"
 
 namespace {
 
