@@ -133,14 +133,17 @@ const std::vector<Row>& CommandTable::rows() {
          Data::Apart},
         {"read",
          "Read rows, or settings",
-         "Values are shown as they are stored. A call log has a line for each call. A table shows the "
-         "columns that people look for, without those that are blank in all rows; the other formats "
+         "Values are shown as they are stored. A call log has a line for each call. A table shows "
+         "the "
+         "columns that people look for, without those that are blank in all rows; the other "
+         "formats "
          "have all columns.",
          {SchemaArgument},
          {ContextOption,
           IdOption,
           {"--cols", "COLUMNS", Words::Any,
-           "Only these columns, or items of settings, with commas between them; '*' is all columns"},
+           "Only these columns, or items of settings, with commas between them; '*' is all "
+           "columns"},
           WhereOption,
           {"--offset", "N", Words::Any, "Leave out the first N rows"},
           {"--limit", "N", Words::Any, "Show at most N rows"}},
@@ -205,14 +208,16 @@ const std::vector<Row>& CommandTable::rows() {
          Data::Read},
         {"find",
          "Find contacts by a part of a name, or by the end of a number",
-         "Gives the contacts of the user whose name, company or e-mail holds the text, in capitals or "
-         "not, or one of whose numbers ends with its digits, four at least. Blanks, brackets, dashes, "
+         "Gives the contacts of the user whose name, company or e-mail holds the text, in capitals "
+         "or "
+         "not, or one of whose numbers ends with its digits, four at least. Blanks, brackets, "
+         "dashes, "
          "slashes, dots and a leading +, 00 or 0 count for nothing in numbers.",
          {{"TEXT", Words::Any, true, false, "A part of a name, or a number"}},
          {ContextOption, {"--limit", "N", Words::Any, "Show at most N contacts"}},
          true,
          {{"das find abel", "finds contacts by their name"},
-          {"das find '00007'", "finds contacts by the end of a number"}},
+          {"das find '100 0007'", "finds contacts by the end of a number"}},
          {{ExitFailure, "no contact was found, or the service answered a failure"}},
          makeFindCommand,
          nullptr,
@@ -303,7 +308,8 @@ const std::vector<Row>& CommandTable::rows() {
          Data::OfFile},
         {"backup",
          "Copy the database and its key to a new folder",
-         "Also while a host runs: the copy is the state after its last commit, and a commit is waited "
+         "Also while a host runs: the copy is the state after its last commit, and a commit is "
+         "waited "
          "for, five seconds at most. Folder and files are for their owner alone. Not for use with "
          "--socket.",
          {{"DIR", Words::Folder, true, false, "The folder to make"}},
@@ -316,7 +322,8 @@ const std::vector<Row>& CommandTable::rows() {
          Data::OfFile},
         {"restore",
          "Put a backup in the place of the database",
-         "For use while no host runs. The backup is checked first. What was there, with its journal, "
+         "For use while no host runs. The backup is checked first. What was there, with its "
+         "journal, "
          "goes to a folder before-restore-TIME next to it; then key and database are put in place. "
          "Not for use with --socket.",
          {{"DIR", Words::Folder, true, false, "A folder that das backup made"}},
@@ -330,8 +337,10 @@ const std::vector<Row>& CommandTable::rows() {
          Data::Apart},
         {"diff",
          "Compare two databases cell by cell",
-         "Prints a line for each cell that differs: table, key of the row, column, old and new value, "
-         "with tabs between them. A NULL is \\N, a row or column that is not there \\-, a backslash "
+         "Prints a line for each cell that differs: table, key of the row, column, old and new "
+         "value, "
+         "with tabs between them. A NULL is \\N, a row or column that is not there \\-, a "
+         "backslash "
          "stands doubled, control characters are escaped, and secrets are *****.",
          {{"DIR1", Words::Folder, true, false, "The folder of the older database"},
           {"DIR2", Words::Folder, true, false, "The folder of the newer one"}},
@@ -346,8 +355,10 @@ const std::vector<Row>& CommandTable::rows() {
          Data::Apart},
         {"rehearse",
          "Show what the next start would change in the database",
-         "Starts the service on a copy of the database and of the telephone's files, and prints what "
-         "the upgrade changes, as das diff does. Failures that it logs, and how long it takes, are on "
+         "Starts the service on a copy of the database and of the telephone's files, and prints "
+         "what "
+         "the upgrade changes, as das diff does. Failures that it logs, and how long it takes, are "
+         "on "
          "standard error. The originals are opened for reading only. Not for use with --socket.",
          {},
          {},

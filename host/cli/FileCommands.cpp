@@ -13,8 +13,7 @@ bool FileCommands::checkSocket(const std::string& command, const HostOptions& op
 }
 
 bool FileCommands::checkDatabase(const std::string& command, const std::string& folder) {
-    const bool isThere =
-        ServiceFiles::isThere(ServiceFiles::in(folder, ServiceFiles::Database));
+    const bool isThere = ServiceFiles::isThere(ServiceFiles::in(folder, ServiceFiles::Database));
     if (!isThere) {
         Complaint::tell(command + ": no database in " + folder,
                         "name the folder of a " + std::string(ServiceFiles::Database));

@@ -218,7 +218,8 @@ bool RowArguments::checkName(const std::string& name, const std::vector<std::str
     if (contains(names, name)) {
         return true;
     }
-    Complaint::tell(name + ": " + m_schema->name + " has no such column", columnAdvice(name, names));
+    Complaint::tell(name + ": " + m_schema->name + " has no such column",
+                    columnAdvice(name, names));
     return false;
 }
 

@@ -64,8 +64,8 @@ private:
         if (error != 0 || std::rename(part.c_str(), whole.c_str()) != 0 || sync(target) != 0) {
             return tell(whole, error != 0 ? error : errno);
         }
-        m_words = std::string(Database) + (hasKey ? std::string(", ") + Key
-                                                  : ", and no key, since there is none");
+        m_words = std::string(Database) +
+                  (hasKey ? std::string(", ") + Key : ", and no key, since there is none");
         return ExitSuccess;
     }
 

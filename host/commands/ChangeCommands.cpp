@@ -73,7 +73,8 @@ protected:
 
     const RowArguments& rows() const { return m_rows; }
 
-    /// Whether @p context has a row that @p conditions describe; true also when that can't be known.
+    /// Whether @p context has a row that @p conditions describe; true also when that can't be
+    /// known.
     bool hasRow(Session& session, const std::optional<std::string>& context,
                 const std::string& conditions) const {
         const auto found = session.ask(

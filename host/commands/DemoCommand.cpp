@@ -75,7 +75,8 @@ private:
         }
         // The start finds a database that is to be filled, and has nothing to say of a missing one.
         if (const int status = ServiceFiles::makeFile(folder / "db" / ServiceFiles::Database)) {
-            Complaint::tellError((folder / "db").string(), status, "name a folder that can be written");
+            Complaint::tellError((folder / "db").string(), status,
+                                 "name a folder that can be written");
             return false;
         }
         return true;

@@ -33,8 +33,7 @@ public:
 
     int runIn(Session& session, const Arguments& arguments) override {
         const auto answer = session.askFor(
-            "find",
-            RequestText::request(Schema, "read_request", arguments.value("--context"), ""));
+            "find", RequestText::request(Schema, "read_request", arguments.value("--context"), ""));
         if (!answer) {
             return ExitFailure;
         }

@@ -129,9 +129,8 @@ private:
     /// no work of the upgrade.
     int copyBefore() const {
         for (const char* const name : {Database, "phone.db-journal", "phone.db-wal"}) {
-            const int error = isThere(in(m_after, name))
-                                  ? copy(in(m_after, name), in(m_before, name))
-                                  : 0;
+            const int error =
+                isThere(in(m_after, name)) ? copy(in(m_after, name), in(m_before, name)) : 0;
             if (error != 0) {
                 return error;
             }
@@ -159,7 +158,8 @@ private:
         fs::create_directories(m_root, error);
         for (const char* const name : DeviceFiles) {
             if (!error && fs::exists(source / name)) {
-                fs::copy(source / name, fs::path(m_root) / name, fs::copy_options::recursive, error);
+                fs::copy(source / name, fs::path(m_root) / name, fs::copy_options::recursive,
+                         error);
             }
         }
         if (error) {

@@ -12,13 +12,13 @@
 #include "Method.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
-#include "client/Connection.h"
 #include "cli/RowArguments.h"
+#include "client/Connection.h"
 #include "client/HostOptions.h"
 #include "client/Session.h"
 #include "schemas/Answers.h"
-#include "terminal/Complaint.h"
 #include "schemas/KnownSchemas.h"
+#include "terminal/Complaint.h"
 #include "terminal/Output.h"
 #include "terminal/Utf8.h"
 
@@ -97,10 +97,10 @@ private:
     bool ask(const std::string& message, std::string& answer) {
         answer = Answers::failureFor(message);
         Method reply;
-        const auto result = m_session.isLocal() || Utf8::isValid(message)
-                                ? m_session.connection().exchange(Connection::requestOf(message),
-                                                                  reply)
-                                : Connection::Result::NotSent;
+        const auto result =
+            m_session.isLocal() || Utf8::isValid(message)
+                ? m_session.connection().exchange(Connection::requestOf(message), reply)
+                : Connection::Result::NotSent;
         std::string text;
         if (result == Connection::Result::NotSent) {
             std::cerr << "das: a message that the host would not take is not sent" << std::endl;
@@ -132,7 +132,9 @@ private:
         const std::string name = Answers::schemaOf(message);
         const KnownSchemas::Entry* const schema = KnownSchemas::find(name);
         const std::string words = m_session.takeFailures().text();
-        if (schema == nullptr) {
+        if (name.empty()) {
+            Complaint::tell("request: the message names no schema");
+        } else if (schema == nullptr) {
             (void)RowArguments::findSchema(name);
         } else if (const std::string reason = Answers::reasonOf(message); !schema->has(reason)) {
             Complaint::tell("request: " + name + " has no " + reason,

@@ -77,9 +77,9 @@ private:
         const DatabaseExam exam(in(m_source, Database));
         for (const auto& finding : exam.findings()) {
             if (finding.verdict == DatabaseExam::Verdict::Fault) {
-                Complaint::tell("restore: " + m_source + ": " + finding.subject + ": " +
-                                    finding.words,
-                                "nothing was changed");
+                Complaint::tell(
+                    "restore: " + m_source + ": " + finding.subject + ": " + finding.words,
+                    "nothing was changed");
             }
         }
         return !exam.hasFault();

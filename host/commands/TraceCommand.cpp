@@ -42,12 +42,12 @@ public:
         : m_output(output), m_isColoured(mayColour(output, arguments)) {}
 
     /// False once anything could not be written; that has been told then.
-    bool isGood() const { return m_isGood; }
+    bool isGood() const { return m_status == ExitSuccess; }
+    int status() const { return m_status; }
 
     void writeLine(const std::string& line) {
-        if (m_isGood && !m_output.writeLine(line)) {
-            m_isGood = false;
-            Complaint::outputFailed();
+        if (isGood() && !m_output.writeLine(line)) {
+            m_status = Complaint::outputFailed();
         }
     }
 
@@ -74,7 +74,7 @@ private:
 
     Output& m_output;
     const bool m_isColoured;
-    bool m_isGood = true;
+    int m_status = ExitSuccess;
 };
 
 /// The entry that a notification of a host holds; false when it holds none.
@@ -135,7 +135,7 @@ private:
         if (!isTracing && writer.isGood()) {
             Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
         }
-        return isTracing && writer.isGood() ? ExitSuccess : ExitFailure;
+        return isTracing ? writer.status() : ExitFailure;
     }
 
     /// Sends messages to the service of this process, whose log and answers are shown in order.
@@ -153,7 +153,7 @@ private:
         const int status =
             host.start() ? sendAll(host, arguments, messages, writer) : ExitNoLibrary;
         Log::setSink({});
-        return status != ExitSuccess || writer.isGood() ? status : ExitFailure;
+        return status != ExitSuccess ? status : writer.status();
     }
 
     static int sendAll(ServiceHost& host, const Arguments& arguments,

@@ -39,8 +39,8 @@ std::string shown(const std::string& text) {
 /// A table of one of the databases.
 struct Table {
     Texts columns;
-    Texts key;  ///< columns of the primary key
-    std::vector<std::string> keys;                 ///< of the rows, in their order
+    Texts key;                                        ///< columns of the primary key
+    std::vector<std::string> keys;                    ///< of the rows, in their order
     std::map<std::string, DatabaseFile::Cells> rows;  ///< by key
 
     std::size_t place(const std::string& column) const {
@@ -108,8 +108,8 @@ bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Tab
         std::string text;
         for (const std::string& column : key) {
             const Cell& cell = row[table.place(column)];
-            text += (text.empty() && column == key.front() ? "" : ",") +
-                    (cell ? shown(*cell) : "\\N");
+            text +=
+                (text.empty() && column == key.front() ? "" : ",") + (cell ? shown(*cell) : "\\N");
         }
         text = key.empty() ? "#" + std::to_string(table.keys.size() + 1) : text;
         std::string unique = text;

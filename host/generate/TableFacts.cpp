@@ -6,16 +6,16 @@
 #include <memory>
 #include <utility>
 
+#include "ClientUtils.h"
+#include "DASUtilsStrings.h"
+#include "Log.h"
+#include "Storage.h"
 #include "calls/CallLogColumns.h"
 #include "calls/CallLogWriter.h"
-#include "ClientUtils.h"
-#include "schemas/DAOFactory.h"
-#include "DASUtilsStrings.h"
+#include "contacts/ContactColumns.h"
 #include "dao/DataAccessObject.h"
 #include "database/DatabaseAdapter.h"
-#include "Log.h"
-#include "contacts/ContactColumns.h"
-#include "Storage.h"
+#include "schemas/DAOFactory.h"
 
 namespace {
 
@@ -170,8 +170,8 @@ void addElementsOf(const std::string& written, Texts& columns, Texts& item) {
 /// of two kinds.
 std::vector<AnswerFormFacts> callForms(bool withContact) {
     std::vector<AnswerFormFacts> forms(2);
-    for (const auto kind : {CallLogWriter::Missed, CallLogWriter::Dialled,
-                            CallLogWriter::Received}) {
+    for (const auto kind :
+         {CallLogWriter::Missed, CallLogWriter::Dialled, CallLogWriter::Received}) {
         AnswerFormFacts& form = forms[kind == CallLogWriter::Missed ? 0 : 1];
         form.columns.clear();
         form.itemForms.emplace_back();

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "TableFacts.h"
 #include "schemas/DAOFactory.h"
 #include "service/DataAccessService.h"
-#include "TableFacts.h"
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ColumnFacts, name, type, defaults)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(AnswerFormFacts, columns, itemForms)

@@ -42,7 +42,8 @@ bool takeContext(string_view& text, std::string& user) {
     return true;
 }
 
-// Rows ----------------------------------------------------------------------------------------------
+// Rows
+// ----------------------------------------------------------------------------------------------
 
 using Forms = std::vector<KnownSchemas::AnswerForm>;
 
@@ -97,14 +98,15 @@ Row rowOf(const AnswerRecords::Record& record, const Forms& forms, const std::st
     return row;
 }
 
-// Settings ------------------------------------------------------------------------------------------
+// Settings
+// ------------------------------------------------------------------------------------------
 
 /// The name of the element that begins @p text, taken from it; blank for none.
 std::string takeName(string_view& text) {
     const std::size_t end = text.find('>');
     const string_view name = end == string_view::npos ? "" : text.substr(0, end).substr(1);
-    const bool isName = !name.empty() && text.front() == '<' &&
-                        name.find_first_of("</ \"=") == string_view::npos;
+    const bool isName =
+        !name.empty() && text.front() == '<' && name.find_first_of("</ \"=") == string_view::npos;
     text.remove_prefix(isName ? end + 1 : 0);
     return std::string(isName ? name : "");
 }
@@ -184,8 +186,7 @@ std::vector<Row> AnswerReader::rowsOf(const KnownSchemas::Entry& schema,
     if (takeContext(text, user)) {
         dropEnd(text, ContextEnd);
     }
-    const Forms forms =
-        asked.empty() ? schema.answerForms : Forms{{asked, {}}};
+    const Forms forms = asked.empty() ? schema.answerForms : Forms{{asked, {}}};
     std::vector<Row> rows;
     for (const auto& record : recordsOf(Entry, columnsOf(forms), text)) {
         rows.push_back(rowOf(record, forms, user));

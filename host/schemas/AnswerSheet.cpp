@@ -85,13 +85,13 @@ Sheet settingsOf(const std::vector<Row>& rows, const std::vector<std::string>& n
 Sheet AnswerSheet::of(const KnownSchemas::Entry& schema, const std::string& answer,
                       const std::vector<std::string>& columns) {
     const bool isAsked = RequestText::formOf(schema) == RequestText::Form::Rows;
-    const auto rows = AnswerReader::rowsOf(
-        schema, isAsked ? columns : std::vector<std::string>(), answer);
+    const auto rows =
+        AnswerReader::rowsOf(schema, isAsked ? columns : std::vector<std::string>(), answer);
     if (schema.elements.empty()) {
         return settingsOf(rows, columns);
     }
-    Sheet sheet{columns.empty() ? columnsOf(schema, rows) : columns, {}, false, true,
-                chosenOf(schema)};
+    Sheet sheet{
+        columns.empty() ? columnsOf(schema, rows) : columns, {}, false, true, chosenOf(schema)};
     for (const Row& row : rows) {
         if (row.items.empty()) {
             addLine(sheet, row, {});

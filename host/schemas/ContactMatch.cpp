@@ -39,9 +39,9 @@ std::string folded(const std::string& text) {
             continue;
         }
         utf8proc_int32_t character = 0;
-        const auto length = utf8proc_iterate(
-            reinterpret_cast<const utf8proc_uint8_t*>(text.data()) + place,
-            static_cast<utf8proc_ssize_t>(text.size() - place), &character);
+        const auto length =
+            utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()) + place,
+                             static_cast<utf8proc_ssize_t>(text.size() - place), &character);
         if (length <= 0) {
             result += text[place++];
             continue;

@@ -184,13 +184,12 @@ std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
         for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
             const std::string name = TerminalText::cut(sheet.columns[i], names);
             const std::size_t room = width - std::min(names + 1, width);
-            const std::string value =
-                isNumber(row[i]) ? row[i] : TerminalText::cut(row[i], room);
+            const std::string value = isNumber(row[i]) ? row[i] : TerminalText::cut(row[i], room);
             const std::string blanks(names - TerminalText::width(name) + 1, ' ');
             text += (isBold ? Bold + name + Normal : name) +
-                    (value.empty()          ? ""
+                    (value.empty()                            ? ""
                      : value.size() > room && isNumber(value) ? "\n"
-                                            : blanks) +
+                                                              : blanks) +
                     value + "\n";
         }
     }

@@ -24,9 +24,10 @@ constexpr CharacterRange Turns[] = {
     {0x61c, 0x61c}, {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069}};
 
 bool turnsDirection(char32_t character) {
-    return std::any_of(std::begin(Turns), std::end(Turns), [character](const CharacterRange& range) {
-        return range.first <= character && character <= range.last;
-    });
+    return std::any_of(std::begin(Turns), std::end(Turns),
+                       [character](const CharacterRange& range) {
+                           return range.first <= character && character <= range.last;
+                       });
 }
 
 /// Bytes of the character that begins @p text, 0 when it is no UTF-8.

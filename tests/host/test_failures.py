@@ -60,14 +60,14 @@ class Errors(DemoTest):
         self.assertIn("Permission denied; the socket is forbidden", run.errors)
 
     def test_sqlite_is_quoted(self):
-        self.sql("DROP TABLE FEATURE_KEYS", "CREATE TABLE FEATURE_KEYS(x)",
-                 "INSERT INTO FEATURE_KEYS VALUES (1)")
+        self.sql("DROP TABLE IF EXISTS DISTINCTIVE_RINGING", "CREATE TABLE DISTINCTIVE_RINGING(x)",
+                 "INSERT INTO DISTINCTIVE_RINGING VALUES (1)")
         self.serve()
         for over in ([], ["--socket", self.path]):
-            run = self.das("read", "FeatureKeys", "--id", "100", *over)
+            run = self.das("read", "DistinctiveRinging", "--id", "1", *over)
             self.assertEqual(run.returncode, 1)
             self.assertIn("no such column", run.errors)
-            run = self.das("read", "FeatureKeys", "--where", "Label=" + "x" * 1000, *over)
+            run = self.das("read", "DistinctiveRinging", "--where", "Name=" + "x" * 1000, *over)
             self.assertRegex(run.errors, r"no such column.*\.\.\.; das check names")
 
 
