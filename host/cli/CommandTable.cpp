@@ -76,7 +76,9 @@ const std::vector<Row>& CommandTable::rows() {
          "Many clients at once, until SIGTERM or SIGINT; with --stdio one, until the input ends. A "
          "service manager may hand over the socket and hears of each step of the start.",
          {},
-         {{"--stdio", "", Words::Any, "Serve standard input and output"}},
+         {{"--stdio", "", Words::Any, "Serve standard input and output"},
+          {"--access", "FILE", Words::File,
+           "Let each user do what the rules of this file allow, and nothing else"}},
          false,
          {{"das serve --socket other.sock", "serves programs that connect to other.sock"}},
          {},

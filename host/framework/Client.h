@@ -1,6 +1,8 @@
 #ifndef CLIENT_H
 #define CLIENT_H
 
+#include <sys/types.h>
+
 #include <map>
 #include <memory>
 #include <mutex>
@@ -10,6 +12,7 @@
 #include "framework/FailureWords.h"
 
 class Client;
+class ClientRights;
 
 /// The clients that are there. Any thread may ask.
 class Clients {
@@ -43,6 +46,12 @@ public:
     /// Sends @p line with a line feed behind it. Any thread may call; what is sent to a client that
     /// has gone is dropped.
     virtual void sendLine(std::string line) = 0;
+
+    /// What the client may do; null where there are no rules.
+    virtual const ClientRights* rights() const { return nullptr; }
+
+    /// The user whose client it is.
+    virtual uid_t user() const { return static_cast<uid_t>(-1); }
 
     /// The longest answer that this client can be sent, without its line feed.
     virtual std::size_t longestAnswer() const { return std::string::npos; }

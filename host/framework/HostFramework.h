@@ -14,6 +14,7 @@
 #include "ProxyRequest.h"
 #include "framework/Client.h"
 #include "framework/LogRelay.h"
+#include "framework/Statistics.h"
 #include "wire/JsonAdapter.h"
 #include "wire/XmlAdapter.h"
 
@@ -27,6 +28,9 @@ public:
     void send(const Method& method) override;
     bool isGone() const;
     bool isTo(const Client& client) const;
+
+    /// The client, null when it has gone.
+    std::shared_ptr<Client> client() const;
 
     /// From now on what is sent goes where @p other leads.
     void leadTo(const ClientRequest& other);
@@ -80,6 +84,12 @@ public:
     void addLogListener(const std::shared_ptr<Client>& client, const std::string& protocol,
                         int level);
 
+    /// What this host has done for its clients.
+    Statistics& statistics() { return m_statistics; }
+
+    /// How many connections listen.
+    Statistics::Listeners listeners();
+
     Clients& clients() { return m_clients; }
 
     /// Carries the log to clients.
@@ -98,6 +108,7 @@ private:
     JsonAdapter m_json;
     XmlAdapter m_xml;
     Clients m_clients;
+    Statistics m_statistics;
     LogRelay m_logRelay;  // behind the clients that it speaks to
     std::mutex m_mutex;   ///< of what follows
     std::deque<Listener> m_listeners;

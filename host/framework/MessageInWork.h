@@ -30,6 +30,7 @@ public:
 
     Method request;
     bool isRead = true;
+    bool hasFailed = false;  ///< the reply says so
 };
 
 /// A call of this process: the reply is kept as it is.

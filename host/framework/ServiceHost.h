@@ -2,6 +2,7 @@
 #define SERVICEHOST_H
 
 #include <memory>
+#include <utility>
 
 #include "Invoker.h"
 #include "framework/Dispatcher.h"
@@ -44,6 +45,9 @@ public:
 
     /// From now on clients may ask why their calls failed.
     void keepFailures() { m_framework.logRelay().hearFailures(); }
+
+    /// From now on clients may do what @p rules allow them. To be called before there are any.
+    void setRules(AccessRules rules) { m_dispatcher->setRules(std::move(rules)); }
 
     /// Where answers are written.
     Output& output() { return m_output; }

@@ -12,12 +12,9 @@ bool standsAt(const std::string& text, std::size_t position, const std::string& 
     return text.compare(position, part.size(), part) == 0;
 }
 
-/// The name by which the service itself finds its way: the first quoted text behind "Schema".
-std::string schemaOf(const std::string& message) {
-    const std::size_t word = message.find("Schema");
-    const std::size_t open = word == std::string::npos ? word : message.find('"', word);
-    const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
-    return close == std::string::npos ? "" : message.substr(open + 1, close - open - 1);
+std::string answerOf(const std::string& message, const char* detail) {
+    return SchemaStart + Answers::schemaOf(message) + ReasonStart +
+           DASUtilsStrings::FailureResponse + ReasonEnd + detail + "</Schema>";
 }
 
 }  // namespace
@@ -31,7 +28,17 @@ bool Answers::isFailure(const std::string& answer) {
                                                    DASUtilsStrings::FailureResponse + ReasonEnd);
 }
 
+std::string Answers::schemaOf(const std::string& message) {
+    const std::size_t word = message.find("Schema");
+    const std::size_t open = word == std::string::npos ? word : message.find('"', word);
+    const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
+    return close == std::string::npos ? "" : message.substr(open + 1, close - open - 1);
+}
+
 std::string Answers::failureFor(const std::string& message) {
-    return SchemaStart + schemaOf(message) + ReasonStart + DASUtilsStrings::FailureResponse +
-           ReasonEnd + "</Schema>";
+    return answerOf(message, "");
+}
+
+std::string Answers::refusalFor(const std::string& message) {
+    return answerOf(message, "<FailureMessage>not allowed</FailureMessage>");
 }
