@@ -92,6 +92,16 @@ const std::vector<Row>& CommandTable::rows() {
          {{"das watch --socket das.sock", "listens to the host at das.sock"}},
          {},
          makeWatchCommand},
+        {"status",
+         "Print what a running host has done since its start",
+         "Requests by schema and reason, methods, times in microseconds, clients, listeners, bytes, "
+         "and what the last upgrade did. --output prometheus prints it as a monitor reads it.",
+         {},
+         {},
+         true,
+         {{"das status --socket das.sock", "asks the host at das.sock"}},
+         {{ExitUsage, "wrong usage, or there is no host"}},
+         makeStatusCommand},
         {"schemas",
          "List the schemas, or tell all about one",
          "With a name: its table, users, key, default rows, reasons and columns, a line each. "

@@ -96,12 +96,12 @@ void Dispatcher::refuse(std::string_view line, Client& client) {
 }
 
 void Dispatcher::handleJson(std::string_view line, const std::shared_ptr<Client>& client) {
+    JsonMessage message(*client, m_largeAnswers);
     JsonRpc::Message read = line.front() == '{' ? JsonRpc::read(line) : JsonRpc::Message();
     if (!read.isRequest()) {
         client->sendLine(read.isJson ? JsonRpc::InvalidRequest : JsonRpc::ParseError);
         return;
     }
-    JsonMessage message(*client, m_largeAnswers);
     message.id = std::move(read.id);
     message.request = std::move(read.method);
     carryOut(message, client);
@@ -114,7 +114,6 @@ void Dispatcher::handleXml(std::string_view line, const std::shared_ptr<Client>&
 }
 
 void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>& client) {
-    const auto begin = Statistics::Clock::now();
     const std::string name = message.request.getName();
     const std::string* const text = textOfRequest(message.request);
     const Statistics::Subject subject = statistics().subjectOf(name, text);
@@ -129,7 +128,7 @@ void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>&
     } else {
         carryOutAllowed(message, client);
     }
-    Statistics::count(subject, message.hasFailed, begin);
+    Statistics::count(subject, message.hasFailed, message.begin);
 }
 
 void Dispatcher::carryOutAllowed(MessageInWork& message, const std::shared_ptr<Client>& client) {
