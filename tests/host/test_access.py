@@ -213,6 +213,35 @@ class Rules(AccessTest):
         self.assertEqual(self.ask(self.wire_of("games"), call("setProfile", NewProfile="base")),
                          {"Acknowledge": True})
 
+    def test_every_method_and_every_reason_has_its_right(self):
+        self.serve_with("allow user:games read *\nallow user:bin write *\nallow user:man listen *\n")
+        nothing, reader, writer = (self.wire_of(user) for user in ("daemon", "games", "bin"))
+        pairs = [(row["Schema"], reason) for row in self.rows("schemas")
+                 for reason in row["Reasons"].replace(",", " ").split()]
+        self.assertGreater(len(pairs), 300)
+        for schema, reason in pairs:
+            message = request(reason, schema=schema)
+            is_read = reason.startswith(("read", "rowcount", "search"))
+            allowed = [NOT_ALLOWED not in self.answer(wire, message)
+                       for wire in (nothing, reader, writer)]
+            self.assertEqual(allowed, [False, is_read, not is_read], (schema, reason))
+        monitor = self.wire_of("man")
+        figures = json.loads(self.ask(monitor, call("Statistics"))["Statistics"])
+        self.assertEqual([name for name, reasons in figures["requests"].items() if "" in reasons], [],
+                         "a reason that the table of rights does not have")
+        with open(SOURCES / "contracts/methods.schema.json", encoding="utf-8") as file:
+            parts = json.load(file)["$defs"]
+        refused_before = figures["refused"]
+        for name in parts["calls"]:
+            nothing.send(call(name))
+            if name in parts["results"] and name not in ("processRequest", "LastFailures"):
+                self.assertEqual(json.loads(nothing.receive())["result"], REFUSED, name)
+            elif name in parts["results"]:
+                self.assertNotIn("Acknowledge", nothing.receive())
+        self.assertEqual(self.answer(nothing, "getCurrentUser"), "base")
+        figures = json.loads(self.ask(monitor, call("Statistics"))["Statistics"])
+        self.assertEqual(figures["refused"] - refused_before, len(parts["calls"]) - 2)
+
     def test_refusals_are_logged_once_a_second_for_each_user(self):
         self.serve_with("allow any read Locale\n")
         lines = []
@@ -331,7 +360,7 @@ class Counted(AccessTest):
             self.answer(wire, request(name, schema=name))
             wire.send(call(name))
             wire.exchange(xml_call("AddListener"))
-        wire.exchange(xml_call("AddLogListener"))
+        self.wire().exchange(xml_call("AddLogListener"))
         counts = self.status(wire)
         requests = counts["requests"]
         self.assertEqual({name: {reason: (row["count"], row["failures"]) for reason, row in each.items()}
@@ -349,7 +378,7 @@ class Counted(AccessTest):
         self.assertGreater(counts["statements"]["hits"] + counts["statements"]["misses"], 0)
         self.assertEqual(counts["database_bytes"], (self.db / "phone.db").stat().st_size)
         self.assertGreater(counts["bytes"]["in"], first["bytes"]["in"])
-        self.assertEqual((counts["clients"]["now"], counts["clients"]["most"]), (1, 1))
+        self.assertEqual((counts["clients"]["now"], counts["clients"]["most"]), (2, 2))
         size = len(json.dumps(counts))
         for number in range(2000):
             self.answer(wire, request(f"reason{number}", schema=f"Schema{number}"))

@@ -11,4 +11,4 @@ METHODS = ONE_WAY | frozenset((
     "readDirectory", "setProfile", "factoryReset", "invokeACMSFactoryReset", "exportData",
     "importData", "importDataForUser", "createPhonenumberIndices", "migrateUserData",
     "checkDatabaseNeedsChange", "exportUserData", "importUserData", "AddListener",
-    "AddStatusListener", "AddLogListener", "LastFailures"))
+    "AddStatusListener", "AddLogListener", "LastFailures", "Statistics"))
