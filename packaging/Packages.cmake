@@ -52,8 +52,8 @@ das_package(tools das utils "data access service of a telephone: host program"
     "libdataaccessservice0 ${same}")
 if(EXISTS ${python_client})
     das_package(python python3-dasclient python "data access service of a telephone: client for Python"
-        "This package has a client for programs in Python that talk to a running host."
-        "python3:any")
+        "This package has a client for programs in Python that talk to a running host,\nand das-contacts and das-report, which bring contacts in and out and show a\ntelephone on a page."
+        "python3:any" "python3-jinja2" "python3-pygal" "python3-vobject")
     set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 endif()
 foreach(library PLATFORM SERVICE)

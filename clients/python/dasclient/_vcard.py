@@ -1,0 +1,247 @@
+"""Contacts as vCards. python3-vobject cuts lines, parameters and texts of every version and writes
+version 3. It knows nothing of version 4: what differs there is read and written here."""
+from __future__ import annotations
+
+import io
+import logging
+import re
+import sys
+from typing import Dict, Iterable, Iterator, List, Set, Tuple
+from urllib.parse import unquote
+
+import vobject
+from vobject.base import ContentLine, VObjectError, getLogicalLines, textLineToContentLine
+from vobject.icalendar import stringToTextValues
+from vobject.vcard import splitFields
+
+from dasclient._person import Person, Row, joined_address, kinds_of, plain_number
+from dasclient._program import Wrong
+
+#: Says which column a property is, where its place or kind alone does not.
+FIELD = "X-DAS-FIELD"
+
+#: Properties that are about the file and not about the person, or that others repeat.
+SILENT = frozenset(("VERSION", "FN", "PRODID", "REV", "UID", "SOURCE", "SORT-STRING", "MAILER", "LABEL",
+                    "CLIENTPIDMAP", "PROFILE", "KIND", "CLASS", "X-ABLABEL", "X-ABSHOWAS", "X-ABADR",
+                    "NAME"))
+LOST = {"PHOTO": "pictures", "LOGO": "pictures", "BDAY": "birthdays", "NOTE": "notes",
+        "URL": "web addresses", "NICKNAME": "nicknames", "CATEGORIES": "categories",
+        "IMPP": "chat addresses", "ANNIVERSARY": "anniversaries", "AGENT": "agents"}
+
+logging.getLogger("vobject").setLevel(logging.CRITICAL)
+
+
+# ---- Reading
+
+
+def _cards(text: str, name: str) -> Iterator[Tuple[int, str]]:
+    """Each card with the number of its first line. A card within a card (an agent) is left out."""
+    depth, first, lines = 0, 0, []  # type: int, int, List[str]
+    for number, line in enumerate(re.split(r"\r\n|\r|\n", text), 1):
+        word = line.rstrip().upper()
+        if word == "BEGIN:VCARD":
+            depth += 1
+            if depth == 1:
+                first, lines = number, []
+                continue
+        if word == "END:VCARD" and depth:
+            depth -= 1
+            if depth == 0:
+                yield first, "\n".join(lines)
+        elif depth == 1:
+            lines.append(line)
+        elif depth == 0 and word:
+            raise Wrong(f"{name}: line {number}: no vCard begins here; nothing was changed")
+    if depth:
+        raise Wrong(f"{name}: line {first}: the vCard that begins here has no end; nothing was changed")
+
+
+def _properties(card: str, person: Person) -> Iterator[ContentLine]:
+    quoted_printable = "quoted-printable" in card.lower()
+    for line, _ in getLogicalLines(io.StringIO(card), quoted_printable):
+        if not line.strip():
+            continue
+        try:
+            yield textLineToContentLine(line)
+        except (VObjectError, LookupError, ValueError):
+            person.lost["lines that are no property of a vCard"] += 1
+
+
+def _words(line: ContentLine) -> Set[str]:
+    """The types of a property. Version 2.1 names them without "TYPE=", and version 4 may quote a
+    list of them."""
+    words = line.params.get("TYPE", []) + line.singletonparams
+    return {part.strip().lower() for word in words for part in word.split(",")}
+
+
+def _rank(line: ContentLine) -> int:
+    """The lowest is the preferred one: PREF=1 to 100 in version 4, a type in the older ones."""
+    if "pref" in _words(line):
+        return 1
+    value = (line.params.get("PREF") or [""])[0]
+    return int(value) if re.fullmatch("[0-9]{1,3}", value) else 101
+
+
+def _text(value: str) -> str:
+    """Without the escapes. No separator cuts it, since version 2.1 does not escape commas."""
+    return str(stringToTextValues(value, listSeparator="\0")[0])
+
+
+def _parts(value: str, count: int, separator: str = ",") -> List[str]:
+    parts = [part if isinstance(part, str) else separator.join(part) for part in splitFields(value)]
+    return (parts + [""] * count)[:max(count, len(parts))]
+
+
+def _read_name(line: ContentLine, person: Person) -> None:
+    family, given, *others = _parts(line.value, 5, " ")
+    person.surname, person.firstname = family, given
+    person.lost["middle names, titles and suffixes"] += sum(1 for part in others if part.strip())
+    if FIELD in line.params:
+        person.fixed.update(Surname=family, Firstname=given)
+
+
+def _read_number(line: ContentLine, person: Person) -> None:
+    value = _text(line.value)
+    if value.lower().startswith("tel:"):
+        value, *parameters = unquote(value[4:]).split(";")
+        person.lost["extensions of numbers"] += sum(1 for each in parameters
+                                                    if each.lower().startswith("ext="))
+    person.numbers.append((value, kinds_of(_words(line))))
+
+
+def _read_address(line: ContentLine, person: Person) -> str:
+    """One text: that of a single part as it is, else the parts as one writes them on one line."""
+    box, extended, street, city, region, code, country = _parts(line.value, 7)[:7]
+    town = " ".join(filter(None, (code, city)))
+    return joined_address((box, extended, street, town, region, country))
+
+
+def _read_company(line: ContentLine, person: Person) -> None:
+    company, *units = _parts(line.value, 1)
+    person.company = person.company or company
+    person.lost["departments"] += sum(1 for unit in units if unit.strip())
+
+
+def _read_property(line: ContentLine, person: Person) -> None:
+    name, field = line.name, (line.params.get(FIELD) or [""])[0]
+    if name == "N":
+        _read_name(line, person)
+    elif name == "FN":
+        person.formatted = person.formatted or _text(line.value)
+    elif name == "TEL":
+        _read_number(line, person)
+        if field == "Office2":
+            person.fixed[field] = plain_number(person.numbers.pop()[0])
+    elif name == "EMAIL":
+        person.emails.append((_rank(line), _text(line.value)))
+    elif name == "ORG":
+        _read_company(line, person)
+    elif name in ("TITLE", "ROLE"):
+        _read_job(line, person)
+    elif name == "ADR":
+        address = _read_address(line, person)
+        if field == "Address2":
+            person.fixed[field] = address
+        else:
+            person.addresses.append(address)
+    elif name == "AGENT" or (name not in SILENT and line.value.strip()):
+        person.lost[LOST.get(name, f"{name} properties")] += 1
+
+
+def _read_job(line: ContentLine, person: Person) -> None:
+    """A title wins over a role."""
+    value = _text(line.value)
+    if line.name == "TITLE" or not person.job:
+        value, person.job = person.job, value
+    person.lost["roles"] += 1 if value.strip() and value != person.job else 0
+
+
+def read_vcards(text: str, name: str) -> Iterator[Person]:
+    """The persons of a file of versions 2.1, 3 and 4, also next to each other."""
+    for _, card in _cards(text, name):
+        person, labels, is_group = Person(), [], False  # type: Person, List[str], bool
+        for line in _properties(card, person):
+            _read_property(line, person)
+            if line.name == "LABEL":
+                labels.append(_text(line.value))
+            is_group = is_group or (line.name == "KIND" and line.value.strip().lower() == "group")
+        if is_group:
+            person = Person()
+            person.lost["groups"] += 1
+        elif not person.addresses and not person.fixed.get("Address2"):
+            person.addresses = labels
+        yield person
+
+
+# ---- Writing
+
+_TYPES = {"Office": "work", "Office2": "work", "Mobile": "cell", "Private": "home"}
+
+
+def _formatted(row: Row) -> str:
+    """A card must have a formatted name."""
+    names = " ".join(filter(str.strip, (row["Firstname"], row["Surname"])))
+    others = (row[name] for name in ("Company", "Office", "Office2", "Mobile", "Private", "Email"))
+    return names or next(filter(str.strip, others), "?")
+
+
+def _lines_of(row: Row) -> Iterator[Tuple[str, Dict[str, List[str]], List[str]]]:
+    """The properties of a row: name, parameters, and value by its parts."""
+    nameless = not (row["Surname"] + row["Firstname"]).strip()
+    yield "FN", {}, [_formatted(row)]
+    yield "N", {FIELD: ["Surname"]} if nameless else {}, [row["Surname"], row["Firstname"], "", "", ""]
+    for column, kind in _TYPES.items():
+        if row[column]:
+            yield ("TEL", {"TYPE": [kind], **({FIELD: [column]} if column == "Office2" else {})},
+                   [row[column]])
+    for name, column in (("EMAIL", "Email"), ("ORG", "Company"), ("TITLE", "JobFunction")):
+        if row[column]:
+            yield name, {}, [row[column]]
+    for column in ("Address", "Address2"):
+        if row[column]:
+            yield ("ADR", {FIELD: [column]} if column == "Address2" else {},
+                   ["", "", row[column], "", "", "", ""])
+
+
+def write_vcard3(rows: Iterable[Row]) -> str:
+    return "".join(_card3(row) for row in rows)
+
+
+def _card3(row: Row) -> str:
+    card = vobject.vCard()
+    for name, params, parts in _lines_of(row):
+        line = card.add(name.lower())
+        line.params = params
+        line.value = {"N": lambda: vobject.vcard.Name(*parts), "ORG": lambda: parts,
+                      "ADR": lambda: vobject.vcard.Address(parts[2])}.get(name, lambda: parts[0])()
+    # vobject counts characters where a line has at most 75 bytes.
+    lines = card.serialize(lineLength=sys.maxsize).split("\r\n")
+    return "".join(map(_fold, lines[:-1]))
+
+
+def _escape(text: str) -> str:
+    return re.sub(r"([\\,;])", r"\\\1", text).replace("\n", "\\n")
+
+
+def _fold(line: str) -> str:
+    """Lines of at most 75 bytes; no character is cut."""
+    folded, size = [], 0
+    for character in line:
+        width = len(character.encode())
+        if size + width > 75:
+            folded.append("\r\n ")
+            size = 1
+        folded.append(character)
+        size += width
+    return "".join(folded) + "\r\n"
+
+
+def write_vcard4(rows: Iterable[Row]) -> str:
+    text = []
+    for row in rows:
+        text.append("BEGIN:VCARD\r\nVERSION:4.0\r\n")
+        for name, params, parts in _lines_of(row):
+            shown = "".join(f";{key}={','.join(values)}" for key, values in params.items())
+            text.append(_fold(f"{name}{shown}:{';'.join(map(_escape, parts))}"))
+        text.append("END:VCARD\r\n")
+    return "".join(text)
