@@ -6,6 +6,7 @@ namespace {
 
 const std::string SchemaStart = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"";
 const std::string ReasonStart = "\"><ReasonForMessage>";
+const char* const NotAllowed = "<FailureMessage>not allowed</FailureMessage>";
 const std::string ReasonEnd = "</ReasonForMessage>";
 
 bool standsAt(const std::string& text, std::size_t position, const std::string& part) {
@@ -39,6 +40,10 @@ std::string Answers::failureFor(const std::string& message) {
     return answerOf(message, "");
 }
 
+bool Answers::isRefusal(const std::string& answer) {
+    return isFailure(answer) && answer.find(NotAllowed) != std::string::npos;
+}
+
 std::string Answers::refusalFor(const std::string& message) {
-    return answerOf(message, "<FailureMessage>not allowed</FailureMessage>");
+    return answerOf(message, NotAllowed);
 }

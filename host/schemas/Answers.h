@@ -14,6 +14,9 @@ bool isFailure(const std::string& answer);
 /// first "Schema", wherever it stands. Blank if there is none.
 std::string schemaOf(const std::string& message);
 
+/// Whether @p answer says that its request was not allowed.
+bool isRefusal(const std::string& answer);
+
 /// The answer to a request that its sender is not allowed to make.
 std::string refusalFor(const std::string& message);
 
