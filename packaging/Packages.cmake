@@ -62,6 +62,7 @@ endforeach()
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS systemd)
 set(scripts ${CMAKE_CURRENT_SOURCE_DIR}/debian)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA
-    ${scripts}/das/postinst ${scripts}/das/prerm ${scripts}/das/postrm)
+    ${scripts}/das/postinst ${scripts}/das/prerm ${scripts}/das/postrm
+    ${scripts}/das/conffiles)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${scripts}/python/postinst ${scripts}/python/prerm)
 include(CPack)

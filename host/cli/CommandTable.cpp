@@ -76,7 +76,9 @@ const std::vector<Row>& CommandTable::rows() {
          "Many clients at once, until SIGTERM or SIGINT; with --stdio one, until the input ends. A "
          "service manager may hand over the socket and hears of each step of the start.",
          {},
-         {{"--stdio", "", Words::Any, "Serve standard input and output"}},
+         {{"--stdio", "", Words::Any, "Serve standard input and output"},
+          {"--access", "FILE", Words::File,
+           "Let each user do what the rules of this file allow, and nothing else"}},
          false,
          {{"das serve --socket other.sock", "serves programs that connect to other.sock"}},
          {},
@@ -94,6 +96,16 @@ const std::vector<Row>& CommandTable::rows() {
            "prints each change to the contacts as well"}},
          {},
          makeWatchCommand},
+        {"status",
+         "Print what a running host has done since its start",
+         "Requests by schema and reason, methods, times in microseconds, clients, listeners, bytes, "
+         "and what the last upgrade did. --output prometheus prints it as a monitor reads it.",
+         {},
+         {},
+         true,
+         {{"das status --socket das.sock", "asks the host at das.sock"}},
+         {{ExitUsage, "wrong usage, or there is no host"}},
+         makeStatusCommand},
         {"schemas",
          "List the schemas, or tell all about one",
          "With a name: its table, users, key, default rows, reasons and columns, a line each. "

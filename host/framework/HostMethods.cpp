@@ -42,6 +42,12 @@ void tellLastFailures(const HostCall& call, Method& answer) {
     answer.addBoolParameter("HasFailed", failures.hasFailed(), Parameter::out);
 }
 
+void tellStatistics(const HostCall& call, Method& answer) {
+    answer.addStringParameter("Statistics",
+                              call.framework.statistics().json(call.framework.listeners()),
+                              Parameter::out);
+}
+
 /// Carries out a call and adds the out parameters to its answer.
 using Function = void (*)(const HostCall& call, Method& answer);
 
@@ -50,6 +56,7 @@ const std::pair<const char*, Function> Functions[] = {
     {"AddLogListener", addLogListener},
     {"AddChangeListener", addChangeListener},
     {"LastFailures", tellLastFailures},
+    {"Statistics", tellStatistics},
 };
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "Log.h"
 #include "Work.h"
 #include "framework/Dispatcher.h"
+#include "framework/Statistics.h"
 
 namespace asio = boost::asio;
 using boost::system::error_code;
@@ -25,15 +26,6 @@ constexpr const char* LogSource = "./host/ClientSession";
 constexpr auto LingerTime = std::chrono::seconds(5);
 /// Short answers are queued together up to this, so that each takes the room of its text alone.
 constexpr std::size_t SizeOfPiece = std::size_t{64} * 1024;
-
-/// The user at the other end, as the socket keeps it of the moment of connecting.
-uid_t userOf(int descriptor) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
-               ? peer.uid
-               : static_cast<uid_t>(-1);
-}
 
 /// Ends the turn of a large message, and gives back what it has left in the memory of the process.
 class TurnOfLarge {
@@ -61,14 +53,18 @@ ClientSession::ClientSession(Protocol::socket socket, Dispatcher& dispatcher, Cl
       m_clients(clients),
       m_load(std::move(load)),
       m_socket(std::move(socket)),
-      m_user(userOf(m_socket.native_handle())),
+      m_peer(Peer::of(m_socket.native_handle())),
+      m_rights(dispatcher.rightsOf(m_peer)),
       m_linger(m_socket.get_executor()),
       m_lines(LineCutter::MessageLimit) {
     ++m_load->clients;
+    m_dispatcher.statistics().addClient();
 }
 
 ClientSession::~ClientSession() {
     --m_load->clients;
+    m_dispatcher.statistics().removeClient();
+    m_dispatcher.statistics().bytesWaiting -= static_cast<std::int64_t>(m_unread.load());
     m_load->lineMemory -= m_lineMemory;
     m_load->unread -= m_unread;
 }
@@ -102,6 +98,7 @@ void ClientSession::onRead(const error_code& error, std::size_t count) {
         return;
     }
     m_lines.filled(count);
+    m_dispatcher.statistics().bytesIn += count;
     if (isLingering()) {
         m_lines.drop();
         read();
@@ -186,6 +183,7 @@ void ClientSession::endMessage() {
 void ClientSession::refuse(std::string_view line) {
     logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: a message above %zu bytes",
               name().c_str(), m_lines.limit());
+    ++m_dispatcher.statistics().closed;
     m_dispatcher.refuse(line, *this);
     m_lines.drop();
     finish(Stage::Lingering);
@@ -279,8 +277,8 @@ void ClientSession::dropLargest() {
         std::map<uid_t, std::shared_ptr<ClientSession>> largestOfUser;
         for (const std::shared_ptr<Client>& client : m_clients.all()) {
             const auto session = std::static_pointer_cast<ClientSession>(client);
-            unreadOfUser[session->m_user] += session->m_unread;
-            auto& largest = largestOfUser[session->m_user];
+            unreadOfUser[session->m_peer.user] += session->m_unread;
+            auto& largest = largestOfUser[session->m_peer.user];
             if (largest == nullptr || session->m_unread > largest->m_unread) {
                 largest = session;
             }
@@ -298,6 +296,7 @@ void ClientSession::dropLargest() {
 }
 
 void ClientSession::drop(const std::string& reason) {
+    ++m_dispatcher.statistics().closed;
     logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: %s", name().c_str(),
               reason.c_str());
     const Lock lock(m_mutex);
@@ -316,6 +315,7 @@ void ClientSession::queue(std::string line) {
 
 void ClientSession::count(std::size_t unread) {
     m_load->unread += unread - m_unread;
+    m_dispatcher.statistics().bytesWaiting += static_cast<std::int64_t>(unread - m_unread);
     m_unread = unread;
 }
 
@@ -339,6 +339,7 @@ void ClientSession::write() {
         } else {
             m_sent += count;
             m_aheadOfStandIn -= std::min(m_aheadOfStandIn, count);
+            m_dispatcher.statistics().bytesOut += count;
             this->count(m_unread - count);
             if (m_sent == text.size()) {
                 m_queue.pop_front();

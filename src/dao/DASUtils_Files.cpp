@@ -8,6 +8,7 @@
 #include "Storage.h"
 #include "dao/CsvFile.h"
 #include "dao/DASUtils.h"
+#include "dao/SecretCells.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
@@ -79,7 +80,12 @@ bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::s
     if (!columns.empty()) {
         file.writeRow(columns);
     }
-    for (const auto& row : rows) {
+    const SecretCells secrets(*adapter, table);
+    if (!secrets.areKnown()) {
+        return false;
+    }
+    for (auto& row : rows) {
+        secrets.hide(row);
         file.writeRow(columns.empty() ? row : cellsAt(row, places));
     }
     DAS_LOG(5, "Reading complete - %d items found in table", static_cast<int>(rows.size()));

@@ -6,6 +6,7 @@
 #include "ClientUtils.h"
 #include "dao/CsvFile.h"
 #include "dao/DataAccessObject.h"
+#include "dao/SecretCells.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
@@ -71,10 +72,15 @@ bool DataAccessObject::exportTable(const std::string& table, const std::string& 
         DAS_LOG(2, "Table %s is not written to %s", table.c_str(), path.c_str());
         return false;
     }
+    const SecretCells secrets(*m_dbAdapter, table);
+    if (!secrets.areKnown()) {
+        return false;
+    }
     if (!rows.empty() && !version.empty() && !writeHeader(*m_dbAdapter, table, version, file)) {
         return false;
     }
-    for (const auto& row : rows) {
+    for (auto& row : rows) {
+        secrets.hide(row);
         file.writeRow(row);
     }
     return file.finish();

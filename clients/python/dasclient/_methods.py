@@ -11,4 +11,4 @@ METHODS = ONE_WAY | frozenset((
     "readDirectory", "setProfile", "factoryReset", "invokeACMSFactoryReset", "exportData",
     "importData", "importDataForUser", "createPhonenumberIndices", "migrateUserData",
     "checkDatabaseNeedsChange", "exportUserData", "importUserData", "AddListener",
-    "AddStatusListener", "AddLogListener", "AddChangeListener", "LastFailures"))
+    "AddStatusListener", "AddLogListener", "AddChangeListener", "LastFailures", "Statistics"))
