@@ -191,7 +191,7 @@ class Rules(AccessTest):
                     params["Schemas"] = "PhoneBook, CallLog"
                 self.assertEqual(self.ask(wire, call(name, **params)), REFUSED)
                 form = parts["calls"][name]["x-xml"]
-                elements = [f'<{tag} name="{key}">{values["string"] if tag == "String" else 0}</{tag}>'
+                elements = [f'<{tag} name="{key}">{params.get(key, "PhoneBook") if tag == "String" else 0}</{tag}>'
                             for key, tag in form["in"].items()]
                 kind = "String" if "DirectoryTree" in form["out"] or "FileSelection" in form["in"] \
                     or "FileRename" in form["in"] else "Bool"
