@@ -274,6 +274,10 @@ TEST_F(ChangesTest, AnotherProcessIsHeardInItsPlace) {
                                        "PhoneBook|base|write_request|3"}));
     EXPECT_TRUE(service().lookForOthers());
     EXPECT_EQ(m_hearing.take(), Heard{}) << "own commits are no other's";
+    sql("UPDATE PHONE_BOOK SET Surname = 'new';");
+    service().clearMobileUserdata();
+    EXPECT_EQ(m_hearing.take(), (Heard{Anything, "||clearMobileUserdata|"}))
+        << "each transaction looks first";
     sql("DELETE FROM PHONE_BOOK;");
     EXPECT_TRUE(service().lookForOthers());
     EXPECT_TRUE(service().lookForOthers());
