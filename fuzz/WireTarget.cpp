@@ -10,6 +10,8 @@
 #include "Method.h"
 #include "Stage.h"
 #include "Target.h"
+#include "framework/AccessCheck.h"
+#include "framework/AccessRules.h"
 #include "framework/Client.h"
 #include "framework/Dispatcher.h"
 #include "framework/HostContext.h"
@@ -22,6 +24,7 @@
 namespace {
 
 constexpr std::size_t LineLimit = 2048;
+constexpr std::string_view AccessMark = "#access\n";  // begins an input of another kind
 constexpr std::size_t Chunk = 61;  // so that lines come in pieces
 
 /// A client that looks at what it is sent.
@@ -80,7 +83,34 @@ void beginWire() {
     host = std::make_unique<Host>();
 }
 
+/// Rules and a request that is held against them, in place of lines of a client.
+void takeAccessFile(std::string_view input) {
+    const auto resolve = [](bool /*isGroup*/, const std::string& name) {
+        return name == "x" ? std::optional<id_t>(1) : std::nullopt;
+    };
+    AccessRules rules;
+    std::string error;
+    const std::size_t end = std::min(input.find('<'), input.size());
+    const bool isRead = rules.parse(input.substr(0, end), resolve, error);
+    require(isRead || !error.empty(), "rules that are refused without a reason");
+    const std::string request(input.substr(end));
+    Method call("processRequest");
+    call.addStringParameter("Request", request, Parameter::in);
+    call.addIntParameter("RequestLength", static_cast<int>(request.size()), Parameter::in);
+    const AccessCheck check(call, rules.rightsOf({1, 1, {1}}));
+    const RequestLook look = RequestLook::of(request, static_cast<int>(request.size()));
+    require(look.isClear || !check.isAllowed() || rules.rightsOf({1, 1, {1}}).may(Methods::All),
+            "a request with two meanings is allowed");
+    require(!AccessCheck(call, ClientRights()).isAllowed() ||
+                look.kind == RequestLook::Kind::Harmless,
+            "a request is allowed without a rule");
+}
+
 void takeWire(std::string_view input) {
+    if (input.rfind(AccessMark, 0) == 0) {
+        takeAccessFile(input.substr(AccessMark.size()));
+        return;
+    }
     // Listeners can't be taken out of a service.
     constexpr int weightOfListener = 40;
     const bool hasListener = input.find("Listener") != std::string_view::npos;

@@ -36,6 +36,7 @@ std::unique_ptr<Command> makeRequestCommand();
 std::unique_ptr<Command> makeCallCommand();
 std::unique_ptr<Command> makeServeCommand();
 std::unique_ptr<Command> makeWatchCommand();
+std::unique_ptr<Command> makeStatusCommand();
 std::unique_ptr<Command> makeSchemasCommand();
 std::unique_ptr<Command> makeSchemaCommand();
 std::unique_ptr<Command> makeReadCommand();

@@ -135,6 +135,10 @@ std::optional<std::string> Session::ask(const std::string& request) {
 std::optional<std::string> Session::askFor(const std::string& what, const std::string& request,
                                            const std::string& advice) {
     auto answer = ask(request);
+    if (answer && Answers::isRefusal(*answer)) {
+        Complaint::tell(what + ": not allowed", "the access rules of the host decide");
+        return std::nullopt;
+    }
     if (answer && (*answer == "failure" || Answers::isFailure(*answer))) {
         tellFailure(what, advice);
         return std::nullopt;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "DataAccessServiceIfc.h"
 #include "Log.h"
@@ -15,6 +16,7 @@
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "client/HostOptions.h"
+#include "framework/AccessRules.h"
 #include "framework/Client.h"
 #include "framework/Dispatcher.h"
 #include "framework/ServiceHost.h"
@@ -133,11 +135,30 @@ public:
                             isStdio ? "leave one of them out" : "");
             return ExitUsage;
         }
+        if (isStdio && arguments.has("--access")) {
+            Complaint::tell("serve: --access and --stdio say different things",
+                            "rules are for the clients of a socket");
+            return ExitUsage;
+        }
         EndWatch end;
-        return isStdio ? serveStreams(end) : serveSocket(options.socket, handed, end);
+        std::optional<AccessRules> rules;
+        if (const auto file = arguments.value("--access")) {
+            std::string error;
+            if (!rules.emplace().read(*file, error)) {
+                Complaint::tell("serve: --access: " + error);
+                return ExitUsage;
+            }
+        }
+        return isStdio ? serveStreams(end)
+                       : serveSocket({options.socket, std::move(rules)}, handed, end);
     }
 
 private:
+    struct Socket {
+        std::optional<std::string> path;
+        std::optional<AccessRules> rules;
+    };
+
     static int serveStreams(EndWatch& end) {
         ServiceHost host;
         if (!host.start()) {
@@ -156,11 +177,10 @@ private:
 
     /// The socket comes first: where another host listens, this one must not start a service. What
     /// clients send meanwhile waits for them to be taken in.
-    static int serveSocket(std::optional<std::string> path, const HandedSockets& handed,
-                           EndWatch& end) {
+    static int serveSocket(Socket where, const HandedSockets& handed, EndWatch& end) {
         ListeningSocket socket;
         std::string error;
-        if (!listen(socket, path, handed, error)) {
+        if (!listen(socket, where, handed, error)) {
             std::cerr << "das: " << error << std::endl;
             return ExitUsage;
         }
@@ -173,8 +193,11 @@ private:
             return ExitSuccess;  // the start may have ended before its time
         }
         host.keepFailures();
+        if (where.rules) {
+            host.setRules(std::move(*where.rules));
+        }
         const SocketServer server(socket.release(), host.dispatcher(), host.clients());
-        notice.ready(*path, [&host] {
+        notice.ready(*where.path, [&host] {
             (void)host.service().processRequest(SignOfLife.data(),
                                                 static_cast<int>(SignOfLife.size()));
         });
@@ -187,14 +210,14 @@ private:
     }
 
     /// A path that was not given is known afterwards.
-    static bool listen(ListeningSocket& socket, std::optional<std::string>& path,
-                       const HandedSockets& handed, std::string& error) {
+    static bool listen(ListeningSocket& socket, Socket& where, const HandedSockets& handed,
+                       std::string& error) {
         if (handed.empty()) {
-            return socket.open(*path, error);
+            return socket.open(*where.path, where.rules.has_value(), error);
         }
-        const int descriptor = handed.take(path, error);
-        if (path) {
-            OwnFiles::add(*path);
+        const int descriptor = handed.take(where.path, error);
+        if (where.path) {
+            OwnFiles::add(*where.path);
         }
         socket.adopt(descriptor);
         return descriptor >= 0;

@@ -93,6 +93,16 @@ void ChangeRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& ad
     }
 }
 
+std::size_t ChangeRelay::listeners() {
+    std::set<std::shared_ptr<Client>> clients;  // outlives the lock: each may be the last holder
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const Listener& each : m_listeners) {
+        clients.insert(each.client.lock());
+    }
+    clients.erase(nullptr);
+    return clients.size();
+}
+
 void ChangeRelay::end() {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

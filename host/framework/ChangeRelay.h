@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -37,6 +38,9 @@ public:
      */
     void add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter,
              const std::string& schemas, DASChangeSourceIfc& source);
+
+    /// How many clients hear of changes.
+    [[nodiscard]] std::size_t listeners();
 
     /// No client hears of changes any more, and the source is not used after this.
     void end();

@@ -1,6 +1,8 @@
 #ifndef CLIENT_H
 #define CLIENT_H
 
+#include <sys/types.h>
+
 #include <map>
 #include <memory>
 #include <mutex>
@@ -10,6 +12,7 @@
 #include "framework/FailureWords.h"
 
 class Client;
+class ClientRights;
 
 /// The clients that are there. Any thread may ask.
 class Clients {
@@ -50,6 +53,12 @@ public:
         (void)standIn;
         sendLine(line);
     }
+
+    /// What the client may do; null where there are no rules.
+    virtual const ClientRights* rights() const { return nullptr; }
+
+    /// The user whose client it is.
+    virtual uid_t user() const { return static_cast<uid_t>(-1); }
 
     /// The longest answer that this client can be sent, without its line feed.
     virtual std::size_t longestAnswer() const { return std::string::npos; }

@@ -6,14 +6,19 @@
 #include <utility>
 
 #include "AnswerLimit.h"
+#include "AurelProtocols.h"
 #include "Invoker.h"
 #include "InvokerResponse.h"
 #include "Log.h"
+#include "Secrets.h"
+#include "framework/AccessCheck.h"
 #include "framework/Client.h"
 #include "framework/HostFramework.h"
 #include "framework/HostMethods.h"
 #include "framework/MessageInWork.h"
+#include "schemas/Answers.h"
 #include "wire/JsonRpc.h"
+#include "wire/Methods.h"
 #include "wire/XmlAdapter.h"
 
 namespace {
@@ -37,6 +42,19 @@ private:
     const Client& m_client;
     MessageInWork& m_message;
 };
+
+/// The text of a request; null for other calls and for one without it.
+const std::string* textOfRequest(const Method& call) {
+    if (call.getName() != RequestMethod) {
+        return nullptr;
+    }
+    for (const Parameter& parameter : call.parameters()) {
+        if (parameter.name == "Request") {  // of two equal ones the first counts
+            return parameter.type == Parameter::Type::String ? &parameter.text : nullptr;
+        }
+    }
+    return nullptr;
+}
 
 bool isXml(std::string_view line) {
     return line.front() == '<';
@@ -78,12 +96,12 @@ void Dispatcher::refuse(std::string_view line, Client& client) {
 }
 
 void Dispatcher::handleJson(std::string_view line, const std::shared_ptr<Client>& client) {
+    JsonMessage message(*client, m_largeAnswers);
     JsonRpc::Message read = line.front() == '{' ? JsonRpc::read(line) : JsonRpc::Message();
     if (!read.isRequest()) {
         client->sendLine(read.isJson ? JsonRpc::InvalidRequest : JsonRpc::ParseError);
         return;
     }
-    JsonMessage message(*client, m_largeAnswers);
     message.id = std::move(read.id);
     message.request = std::move(read.method);
     carryOut(message, client);
@@ -96,6 +114,24 @@ void Dispatcher::handleXml(std::string_view line, const std::shared_ptr<Client>&
 }
 
 void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>& client) {
+    const std::string name = message.request.getName();
+    const std::string* const text = textOfRequest(message.request);
+    const Statistics::Subject subject = statistics().subjectOf(name, text);
+    if (const ClientRights* const rights = client->rights()) {
+        const AccessCheck check(message.request, *rights);
+        if (check.isAllowed()) {
+            const Secrets::Hidden hidden(check.hidesSecrets());
+            carryOutAllowed(message, client);
+        } else {
+            refuseCall(message, check.schema(), *client);
+        }
+    } else {
+        carryOutAllowed(message, client);
+    }
+    Statistics::count(subject, message.hasFailed, message.begin);
+}
+
+void Dispatcher::carryOutAllowed(MessageInWork& message, const std::shared_ptr<Client>& client) {
     if (const auto answer = answerOfHost(message, client)) {
         std::ostringstream none;
         message.encode(*answer, none);
@@ -103,6 +139,39 @@ void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>&
     } else {
         ask(message, *client);
     }
+}
+
+/// Answers a call that its client is not allowed to make. Nothing of it reaches the service.
+void Dispatcher::refuseCall(MessageInWork& message, const std::string& schema,
+                            const Client& client) {
+    const std::string& name = message.request.getName();
+    const Methods::Row* const method = Methods::find(name);
+    ++statistics().refused;
+    m_accessLog.refused(client.user(), name, schema);
+    if (method == nullptr || method->kind == Methods::Kind::OneWay) {
+        message.hasFailed = true;
+        return;
+    }
+    Method answer(name);
+    if (const std::string* const text = textOfRequest(message.request)) {
+        answer.addStringParameter("Response", Answers::refusalFor(text->c_str()), Parameter::out);
+    } else if (method->xmlParameter != nullptr &&
+               message.protocol() == AurelProtocols::SERVICE_XML) {
+        answer.addStringParameter("Acknowledge", "ERROR_General", Parameter::out);
+    } else {
+        answer.addBoolParameter("Acknowledge", false, Parameter::out);
+    }
+    std::ostringstream none;
+    message.encode(answer, none);
+    message.sendAnswer();
+}
+
+std::optional<ClientRights> Dispatcher::rightsOf(const Peer& peer) const {
+    return m_rules ? std::optional(m_rules->rightsOf(peer)) : std::nullopt;
+}
+
+Statistics& Dispatcher::statistics() {
+    return m_framework.statistics();
 }
 
 /// None for what the service is asked.

@@ -6,14 +6,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Method.h"
+#include "framework/AccessLog.h"
+#include "framework/AccessRules.h"
 
 class Client;
 class Executable;
 class HostFramework;
 class Invoker;
 class MessageInWork;
+class Statistics;
 
 /// Takes the messages of clients to the service, or to the host's own methods, and the replies back.
 /// Any thread may call; the messages of one client come one after the other.
@@ -31,6 +35,14 @@ public:
     /// there is no answer: to a one-way method, an unknown one, and one that ended with an exception.
     std::optional<Method> call(Method request, const std::shared_ptr<Client>& client) noexcept;
 
+    /// From now on clients may do what @p rules allow them. To be called before there are any.
+    void setRules(AccessRules rules) { m_rules = std::move(rules); }
+
+    /// What the client of @p peer may do; none where there are no rules.
+    std::optional<ClientRights> rightsOf(const Peer& peer) const;
+
+    Statistics& statistics();
+
     /// Answers a message that begins with @p line but can't be read to its end.
     void refuse(std::string_view line, Client& client);
 
@@ -38,6 +50,8 @@ private:
     void handleJson(std::string_view line, const std::shared_ptr<Client>& client);
     void handleXml(std::string_view line, const std::shared_ptr<Client>& client);
     void carryOut(MessageInWork& message, const std::shared_ptr<Client>& client);
+    void carryOutAllowed(MessageInWork& message, const std::shared_ptr<Client>& client);
+    void refuseCall(MessageInWork& message, const std::string& schema, const Client& client);
     std::optional<Method> answerOfHost(const MessageInWork& message,
                                        const std::shared_ptr<Client>& client);
     void ask(MessageInWork& message, Client& client);
@@ -45,6 +59,8 @@ private:
     Executable& m_service;
     Invoker& m_invoker;
     HostFramework& m_framework;
+    std::optional<AccessRules> m_rules;
+    AccessLog m_accessLog;
     std::mutex m_largeAnswers;  ///< held from the moment an answer is large until it is sent
 };
 

@@ -1,5 +1,6 @@
 #include "framework/HostFramework.h"
 
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -26,6 +27,11 @@ bool ClientRequest::isGone() const {
 bool ClientRequest::isTo(const Client& client) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_client.lock().get() == &client;
+}
+
+std::shared_ptr<Client> ClientRequest::client() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_client.lock();
 }
 
 void ClientRequest::leadTo(const ClientRequest& other) {
@@ -155,6 +161,23 @@ void HostFramework::addChangeListener(const std::shared_ptr<Client>& client,
                                       const std::string& protocol, const std::string& schemas,
                                       DASChangeSourceIfc& source) {
     m_changeRelay.add(client, *adapterOf(protocol), schemas, source);
+}
+
+Statistics::Listeners HostFramework::listeners() {
+    std::set<std::shared_ptr<Client>> profile;  // held until the mutex is free: each may be the last
+    std::set<std::shared_ptr<Client>> status;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (const Listener& each : m_listeners) {
+            profile.insert(each.request->client());
+        }
+        for (const auto& [sender, request] : m_statusListeners) {
+            status.insert(request->client());
+        }
+    }
+    profile.erase(nullptr);
+    status.erase(nullptr);
+    return {profile.size(), status.size(), m_logRelay.listeners(), m_changeRelay.listeners()};
 }
 
 void HostFramework::sendStatus(const ManageableData& status) {

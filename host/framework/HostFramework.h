@@ -15,6 +15,7 @@
 #include "framework/ChangeRelay.h"
 #include "framework/Client.h"
 #include "framework/LogRelay.h"
+#include "framework/Statistics.h"
 #include "wire/JsonAdapter.h"
 #include "wire/XmlAdapter.h"
 
@@ -28,6 +29,9 @@ public:
     void send(const Method& method) override;
     bool isGone() const;
     bool isTo(const Client& client) const;
+
+    /// The client, null when it has gone.
+    std::shared_ptr<Client> client() const;
 
     /// From now on what is sent goes where @p other leads.
     void leadTo(const ClientRequest& other);
@@ -88,6 +92,12 @@ public:
     /// Ends that. To be called before the source and the server of the clients go.
     void endChanges() { m_changeRelay.end(); }
 
+    /// What this host has done for its clients.
+    Statistics& statistics() { return m_statistics; }
+
+    /// How many connections listen.
+    Statistics::Listeners listeners();
+
     Clients& clients() { return m_clients; }
 
     /// Carries the log to clients.
@@ -106,6 +116,7 @@ private:
     JsonAdapter m_json;
     XmlAdapter m_xml;
     Clients m_clients;
+    Statistics m_statistics;
     LogRelay m_logRelay;  // behind the clients that it speaks to
     ChangeRelay m_changeRelay;
     std::mutex m_mutex;  ///< of what follows

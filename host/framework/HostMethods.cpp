@@ -51,6 +51,12 @@ void exportText(const HostCall& call, Method& answer) {
     TextTransfer::exportText(call.request, call.service, *call.client, answer);
 }
 
+void tellStatistics(const HostCall& call, Method& answer) {
+    answer.addStringParameter("Statistics",
+                              call.framework.statistics().json(call.framework.listeners()),
+                              Parameter::out);
+}
+
 /// Carries out a call and adds the out parameters to its answer.
 using Function = void (*)(const HostCall& call, Method& answer);
 
@@ -61,6 +67,7 @@ const std::pair<const char*, Function> Functions[] = {
     {"LastFailures", tellLastFailures},
     {"ImportText", importText},
     {"ExportText", exportText},
+    {"Statistics", tellStatistics},
 };
 
 }  // namespace

@@ -58,6 +58,13 @@ void LogRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapt
     settleLevel();
 }
 
+std::size_t LogRelay::listeners() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<std::size_t>(
+        std::count_if(m_listeners.begin(), m_listeners.end(),
+                      [](const auto& each) { return !each.client.expired(); }));
+}
+
 void LogRelay::hearFailures() {
     startOnce();
     m_hearsFailures = true;

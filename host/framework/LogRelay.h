@@ -34,6 +34,9 @@ public:
     /// @p adapter writes them, and outlives this object.
     void add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter, int level);
 
+    /// How many clients hear the log.
+    std::size_t listeners();
+
     /// From now on a Hearing hears the failures of its thread.
     void hearFailures();
 

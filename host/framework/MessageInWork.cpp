@@ -6,8 +6,23 @@
 #include "DASUtilsStrings.h"
 #include "Log.h"
 #include "framework/Client.h"
+#include "schemas/Answers.h"
 #include "wire/JsonRpc.h"
 #include "wire/XmlAdapter.h"
+
+namespace {
+
+/// Whether an out parameter says that the call failed.
+bool isFailure(const Parameter& parameter) {
+    if (parameter.name == "Acknowledge") {
+        return parameter.type == Parameter::Type::Bool ? !parameter.flag
+                                                       : parameter.text.rfind("ERROR", 0) == 0;
+    }
+    return parameter.name == "Response" && (parameter.text == DASUtilsStrings::FailureResponse ||
+                                            Answers::isFailure(parameter.text));
+}
+
+}  // namespace
 
 bool MessageInWork::decode(std::istream& /*stream*/, Method& method) {
     method = std::move(request);
@@ -22,6 +37,7 @@ void LineMessage::encode(const Method& reply, std::ostream& /*stream*/) {
     std::size_t size = 0;
     for (const Parameter& parameter : reply.parameters()) {
         size += parameter.text.size();
+        hasFailed = hasFailed || isFailure(parameter);
     }
     if (size > LargeAnswer) {
         takeTurn();
@@ -33,6 +49,7 @@ void LineMessage::encode(const Method& reply, std::ostream& /*stream*/) {
                   "The answer to %s is a failure: it is longer than %zu bytes",
                   reply.getName().c_str(), limit);
         Method failure(reply.getName());
+        hasFailed = true;
         failure.addStringParameter("Response", DASUtilsStrings::FailureResponse, Parameter::out);
         m_line = toLine(failure, limit);
     }

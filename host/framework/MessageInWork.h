@@ -1,6 +1,7 @@
 #ifndef MESSAGEINWORK_H
 #define MESSAGEINWORK_H
 
+#include <chrono>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -28,8 +29,10 @@ public:
     /// The reply is complete: sends it, if it is to be sent.
     virtual void sendAnswer() {}
 
+    const std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
     Method request;
     bool isRead = true;
+    bool hasFailed = false;  ///< the reply says so
 };
 
 /// A call of this process: the reply is kept as it is.

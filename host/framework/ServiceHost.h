@@ -2,6 +2,7 @@
 #define SERVICEHOST_H
 
 #include <memory>
+#include <utility>
 
 #include "Invoker.h"
 #include "framework/Dispatcher.h"
@@ -47,6 +48,9 @@ public:
 
     /// From now on no client hears of changes; before the server of the clients goes.
     void endChanges() { m_framework.endChanges(); }
+
+    /// From now on clients may do what @p rules allow them. To be called before there are any.
+    void setRules(AccessRules rules) { m_dispatcher->setRules(std::move(rules)); }
 
     /// Where answers are written.
     Output& output() { return m_output; }

@@ -6,10 +6,16 @@ namespace {
 
 const std::string SchemaStart = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"";
 const std::string ReasonStart = "\"><ReasonForMessage>";
+const char* const NotAllowed = "<FailureMessage>not allowed</FailureMessage>";
 const std::string ReasonEnd = "</ReasonForMessage>";
 
 bool standsAt(const std::string& text, std::size_t position, const std::string& part) {
     return text.compare(position, part.size(), part) == 0;
+}
+
+std::string answerOf(const std::string& message, const char* detail) {
+    return SchemaStart + Answers::schemaOf(message) + ReasonStart +
+           DASUtilsStrings::FailureResponse + ReasonEnd + detail + "</Schema>";
 }
 
 }  // namespace
@@ -40,7 +46,21 @@ bool Answers::isFailure(const std::string& answer) {
                                                    DASUtilsStrings::FailureResponse + ReasonEnd);
 }
 
+std::string Answers::schemaOf(const std::string& message) {
+    const std::size_t word = message.find("Schema");
+    const std::size_t open = word == std::string::npos ? word : message.find('"', word);
+    const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
+    return close == std::string::npos ? "" : message.substr(open + 1, close - open - 1);
+}
+
 std::string Answers::failureFor(const std::string& message) {
-    return SchemaStart + schemaOf(message) + ReasonStart + DASUtilsStrings::FailureResponse +
-           ReasonEnd + "</Schema>";
+    return answerOf(message, "");
+}
+
+bool Answers::isRefusal(const std::string& answer) {
+    return isFailure(answer) && answer.find(NotAllowed) != std::string::npos;
+}
+
+std::string Answers::refusalFor(const std::string& message) {
+    return answerOf(message, NotAllowed);
 }

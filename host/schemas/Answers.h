@@ -10,9 +10,17 @@ namespace Answers {
 /// unescaped, is not looked at; the answer of a service word never counts as a failure.
 bool isFailure(const std::string& answer);
 
-/// The schema and the reason that @p message names, as the service finds them; blank for none.
-std::string schemaOf(const std::string& message);
+/// The reason that @p message names; blank for none.
 std::string reasonOf(const std::string& message);
+/// The schema by which the service chooses the table for @p message: the first quoted text after the
+/// first "Schema", wherever it stands. Blank if there is none.
+std::string schemaOf(const std::string& message);
+
+/// Whether @p answer says that its request was not allowed.
+bool isRefusal(const std::string& answer);
+
+/// The answer to a request that its sender is not allowed to make.
+std::string refusalFor(const std::string& message);
 
 /// The answer of a request that the service could not finish: the schema of @p message, which may
 /// be blank, and the reason "failure".

@@ -14,6 +14,7 @@
 #include "Log.h"
 #include "Work.h"
 #include "framework/Dispatcher.h"
+#include "framework/Statistics.h"
 
 namespace asio = boost::asio;
 using boost::system::error_code;
@@ -26,14 +27,6 @@ constexpr const char* LogSource = "./host/ClientSession";
 constexpr auto LingerTime = std::chrono::seconds(5);
 /// Short answers are queued together up to this, so that each takes the room of its text alone.
 constexpr std::size_t SizeOfPiece = std::size_t{64} * 1024;
-
-/// The process at the other end, as the socket keeps it of the moment of connecting.
-ucred peerOf(int descriptor) {
-    ucred peer{0, static_cast<uid_t>(-1), static_cast<gid_t>(-1)};
-    socklen_t size = sizeof peer;
-    (void)getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size);
-    return peer;
-}
 
 /// On a busy machine a message takes longer than its processor time; what is beyond this is a wait.
 constexpr int MostSlowness = 4;
@@ -94,15 +87,19 @@ ClientSession::ClientSession(Protocol::socket socket, Dispatcher& dispatcher, Cl
       m_clients(clients),
       m_load(std::move(load)),
       m_socket(std::move(socket)),
-      m_peer(peerOf(m_socket.native_handle())),
+      m_peer(Peer::of(m_socket.native_handle())),
+      m_rights(dispatcher.rightsOf(m_peer)),
       m_linger(m_socket.get_executor()),
       m_lines(LineCutter::MessageLimit) {
     ++m_load->clients;
+    m_dispatcher.statistics().addClient();
 }
 
 ClientSession::~ClientSession() {
     m_load->share.end(m_turn, {});  // of a message that was never handled
     --m_load->clients;
+    m_dispatcher.statistics().removeClient();
+    m_dispatcher.statistics().bytesWaiting -= static_cast<std::int64_t>(m_unread.load());
     m_load->lineMemory -= m_lineMemory;
     m_load->unread -= m_unread;
 }
@@ -136,6 +133,7 @@ void ClientSession::onRead(const error_code& error, std::size_t count) {
         return;
     }
     m_lines.filled(count);
+    m_dispatcher.statistics().bytesIn += count;
     if (isLingering()) {
         m_lines.drop();
         read();
@@ -162,7 +160,7 @@ void ClientSession::handleNext() {
 /// A message that has to wait for those of others waits without a thread.
 void ClientSession::handle(LineCutter::Found found, std::string_view line) {
     const auto again = [session = self(), found, line] { session->handleNextLater(found, line); };
-    if (!m_load->share.begin(m_peer.pid, m_turn, again)) {
+    if (!m_load->share.begin(m_peer.process, m_turn, again)) {
         return;
     }
     const auto handleLater = [session = self(), found, line] {
@@ -238,6 +236,7 @@ void ClientSession::endMessage() {
 void ClientSession::refuse(std::string_view line) {
     logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: a message above %zu bytes",
               name().c_str(), m_lines.limit());
+    ++m_dispatcher.statistics().closed;
     m_dispatcher.refuse(line, *this);
     m_lines.drop();
     finish(Stage::Lingering);
@@ -330,8 +329,8 @@ void ClientSession::dropLargest() {
         std::map<uid_t, std::shared_ptr<ClientSession>> largestOfUser;
         for (const std::shared_ptr<Client>& client : m_clients.all()) {
             const auto session = std::static_pointer_cast<ClientSession>(client);
-            unreadOfUser[session->m_peer.uid] += session->m_unread;
-            auto& largest = largestOfUser[session->m_peer.uid];
+            unreadOfUser[session->m_peer.user] += session->m_unread;
+            auto& largest = largestOfUser[session->m_peer.user];
             if (largest == nullptr || session->m_unread > largest->m_unread) {
                 largest = session;
             }
@@ -349,6 +348,7 @@ void ClientSession::dropLargest() {
 }
 
 void ClientSession::drop(const std::string& reason) {
+    ++m_dispatcher.statistics().closed;
     logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: %s", name().c_str(),
               reason.c_str());
     const Lock lock(m_mutex);
@@ -367,6 +367,7 @@ void ClientSession::queue(std::string line) {
 
 void ClientSession::count(std::size_t unread) {
     m_load->unread += unread - m_unread;
+    m_dispatcher.statistics().bytesWaiting += static_cast<std::int64_t>(unread - m_unread);
     m_unread = unread;
 }
 
@@ -390,6 +391,7 @@ void ClientSession::write() {
         } else {
             m_sent += count;
             m_aheadOfStandIn -= std::min(m_aheadOfStandIn, count);
+            m_dispatcher.statistics().bytesOut += count;
             this->count(m_unread - count);
             if (m_sent == text.size()) {
                 m_queue.pop_front();

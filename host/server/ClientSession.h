@@ -9,9 +9,11 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "framework/AccessRules.h"
 #include "framework/Client.h"
 #include "server/ServerLoad.h"
 #include "wire/LineCutter.h"
@@ -37,6 +39,8 @@ public:
     void start();
     void sendLine(std::string line) override;
     void sendChange(const std::string& line, const std::string& standIn) override;
+    const ClientRights* rights() const override { return m_rights ? &*m_rights : nullptr; }
+    uid_t user() const override { return m_peer.user; }
     std::size_t longestAnswer() const override { return ServerLoad::MostUnreadOfClient; }
     void end() override { finish(Stage::Finishing); }
 
@@ -84,7 +88,8 @@ private:
     std::mutex m_mutex;
     Stage m_stage = Stage::Open;
     Protocol::socket m_socket;
-    const ucred m_peer;  ///< the client's process and user when it connected
+    const Peer m_peer;  ///< the client's process and user when it connected
+    const std::optional<ClientRights> m_rights;  ///< none where there are no rules
     FairShare::Turn m_turn;
     boost::asio::steady_timer m_linger;
     std::deque<std::string> m_queue;

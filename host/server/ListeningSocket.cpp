@@ -19,7 +19,8 @@
 
 namespace {
 
-constexpr mode_t SocketMode = 0660;
+constexpr mode_t ModeForGroup = 0660;
+constexpr mode_t ModeForAll = 0666;
 
 class Descriptor {
 public:
@@ -132,7 +133,8 @@ void ListeningSocket::remove() {
     m_isBound = false;
 }
 
-bool ListeningSocket::open(const std::string& path, std::string& error) {
+bool ListeningSocket::open(const std::string& path, bool isForAll, std::string& error) {
+    m_mode = isForAll ? ModeForAll : ModeForGroup;
     m_path = path;
     OwnFiles::add(path);
     OwnFiles::add(lockFileOf(path));
@@ -185,7 +187,7 @@ bool ListeningSocket::bindAndListen(std::string& error) {
     m_descriptor = makeSocket();
     // The file takes the mode that the socket has when it is bound, less the umask. So it is never
     // open to others, and gets back afterwards what the umask took.
-    if (m_descriptor < 0 || !address.set(m_path, error) || fchmod(m_descriptor, SocketMode) != 0 ||
+    if (m_descriptor < 0 || !address.set(m_path, error) || fchmod(m_descriptor, m_mode) != 0 ||
         bind(m_descriptor, address.get(), SocketAddress::size()) != 0) {
         return tell(m_path, errno, error);
     }
@@ -193,6 +195,6 @@ bool ListeningSocket::bindAndListen(std::string& error) {
     m_isBound = lstat(m_path.c_str(), &status) == 0;
     m_device = status.st_dev;
     m_inode = status.st_ino;
-    return (chmod(m_path.c_str(), SocketMode) == 0 && listen(m_descriptor, SOMAXCONN) == 0) ||
+    return (chmod(m_path.c_str(), m_mode) == 0 && listen(m_descriptor, SOMAXCONN) == 0) ||
            tell(m_path, errno, error);
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 /**
- * A Unix domain socket that clients can connect to, for its owner and group only.
+ * A Unix domain socket that clients can connect to, for its owner and group, or for all.
  *
  * A socket that nobody listens on any more is replaced; one that is in use, and anything else that
  * stands at the path, is left alone. When the object goes, its socket file goes, unless that was
@@ -21,7 +21,8 @@ public:
 
     /// Listens at @p path. False when that is not possible, with the reason in @p error. To be
     /// called once.
-    [[nodiscard]] bool open(const std::string& path, std::string& error);
+    /// With @p isForAll every user can connect, else the owner and the group.
+    [[nodiscard]] bool open(const std::string& path, bool isForAll, std::string& error);
 
     /// Takes over @p descriptor, which listens already, and lets as many clients wait there as the
     /// system allows; its socket file stays. To be called in place of open().
@@ -40,6 +41,7 @@ private:
 
     std::string m_path;
     int m_descriptor = -1;
+    mode_t m_mode = 0;  ///< of the socket file
     bool m_isBound = false;
     dev_t m_device = 0;  ///< of the socket file, to know it again
     ino_t m_inode = 0;

@@ -65,6 +65,13 @@ Json objectOf(const Row& method, Parameter::directions direction) {
     return objectOf(properties, required);
 }
 
+/// Whether access rules may refuse it, and the refusal is no answer of a request.
+bool isAcknowledgedAsRefused(const Row& method) {
+    const Methods::Access& access = method.access;
+    return method.kind != Methods::Kind::OneWay && access.place != Methods::Place::Request &&
+           (access.everywhere | access.ofSchema) != Methods::None;
+}
+
 /// The two protocols differ for the methods on files alone: one string in XML goes in, and the
 /// acknowledgement is a word.
 Json xmlFormOf(const Row& method) {
@@ -81,6 +88,9 @@ Json xmlFormOf(const Row& method) {
         } else if (method.xmlParameter == nullptr) {
             in[each.name] = elementOf(each.type);
         }
+    }
+    if (isAcknowledgedAsRefused(method) && !out.contains("Acknowledge")) {
+        out["Acknowledge"] = elementOf(Parameter::Type::Bool);
     }
     return {{"in", in}, {"out", out}};
 }
@@ -103,7 +113,11 @@ Json callOf(const Row& method) {
 
 Json resultOf(const Row& method) {
     const Json failed = objectOf({{"Response", {{"const", "failure"}}}}, Json::array({"Response"}));
-    return {{"anyOf", Json::array({objectOf(method, Parameter::out), failed})}};
+    Json any = Json::array({objectOf(method, Parameter::out), failed});
+    if (isAcknowledgedAsRefused(method)) {
+        any.push_back(objectOf({{"Acknowledge", {{"const", false}}}}, Json::array({"Acknowledge"})));
+    }
+    return {{"anyOf", any}};
 }
 
 /// A whole answer: it does not name its method, so it may be that of any.

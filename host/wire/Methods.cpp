@@ -175,6 +175,23 @@ const std::vector<Row> Rows = {
       {"Lost", Out, Type::Int, "How many rows the form can't carry: they are left out."}},
      {None, Read, Place::Parameter, "Schema"},
      Kind::Host},
+    {"Statistics",
+     "Says what the host has done for its clients since its start.",
+     {{"Statistics", Out, Type::String, "A JSON object on one line."}},
+     {Listen},
+     Kind::Host},
+};
+
+const std::vector<Reason> Reasons = {
+    {"read_request", Read},
+    {"readall_request", Read},
+    {"rowcount_request", Read},
+    {"search_phone_number", Read},
+    {"search_by_external_id", Read},
+    {"write_request", Write},
+    {"update_request", Write},
+    {"delete_request", Write},
+    {"reset_request", Write},
 };
 
 const char* wordFor(Type type) {
@@ -195,6 +212,16 @@ std::vector<Value> Row::of(Parameter::directions direction) const {
     std::copy_if(values.begin(), values.end(), std::back_inserter(found),
                  [direction](const Value& each) { return each.direction == direction; });
     return found;
+}
+
+const std::vector<Reason>& Methods::reasons() {
+    return Reasons;
+}
+
+Right Methods::rightOf(const std::string& name) {
+    const auto found = std::find_if(Reasons.begin(), Reasons.end(),
+                                    [&](const Reason& each) { return each.name == name; });
+    return found != Reasons.end() ? found->right : Write;
 }
 
 const std::vector<Row>& Methods::all() {

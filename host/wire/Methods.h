@@ -74,6 +74,18 @@ struct Row {
     std::vector<Value> of(Parameter::directions direction) const;
 };
 
+/// A reason of requests, and the right that it needs for its schema.
+struct Reason {
+    const char* name;
+    Right right;
+};
+
+/// All reasons that a schema serves.
+const std::vector<Reason>& reasons();
+
+/// The right that a request of the reason @p name needs: Write for one that is not known.
+Right rightOf(const std::string& name);
+
 /// All methods, in the order of documents.
 const std::vector<Row>& all();
 

@@ -18,6 +18,26 @@ bool isKnownPassword(std::string_view name);
 /// in any case.
 bool isSecret(std::string_view name);
 
+/// As long as it lives, what this thread answers and exports has the mask in place of secret values;
+/// blank ones stay blank. What is stored stays as it is.
+class Hidden {
+public:
+    /// @p areHidden false changes nothing.
+    explicit Hidden(bool areHidden);
+    ~Hidden();
+    Hidden(const Hidden&) = delete;
+    Hidden& operator=(const Hidden&) = delete;
+
+private:
+    const bool m_before;
+};
+
+/// Whether this thread must not show secrets.
+bool areHidden();
+
+/// Whether the value @p value of @p name must not be shown by this thread.
+bool isHidden(std::string_view name, std::string_view value);
+
 }  // namespace Secrets
 
 #endif

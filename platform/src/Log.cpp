@@ -1,5 +1,7 @@
 #include "Log.h"
 
+#include "Tally.h"
+
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -201,6 +203,9 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
                const char* format, ...) {
     if (level > Log::level() || format == nullptr) {
         return;
+    }
+    if (level <= highestFailureLevel) {
+        Tally::add(Tally::LoggedFailures);
     }
     const int errorBefore = errno;  // who logs a failure may look at errno afterwards
     component = component != nullptr ? component : "";

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -30,7 +31,24 @@ bool startsWith(std::string_view text, std::string_view lowerCaseStart) {
                       [](char expected, char letter) { return expected == lowered(letter); });
 }
 
+thread_local bool s_areHidden = false;
+
 }  // namespace
+
+Secrets::Hidden::Hidden(bool areHidden)
+    : m_before(std::exchange(s_areHidden, areHidden || s_areHidden)) {}
+
+Secrets::Hidden::~Hidden() {
+    s_areHidden = m_before;
+}
+
+bool Secrets::areHidden() {
+    return s_areHidden;
+}
+
+bool Secrets::isHidden(std::string_view name, std::string_view value) {
+    return s_areHidden && !value.empty() && isSecret(name);
+}
 
 bool Secrets::isKnownPassword(std::string_view name) {
     if (name.size() > encryptedSuffix.size() &&

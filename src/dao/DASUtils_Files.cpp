@@ -8,6 +8,7 @@
 #include "Storage.h"
 #include "dao/CsvFile.h"
 #include "dao/DASUtils.h"
+#include "dao/SecretCells.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
@@ -78,12 +79,17 @@ bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::s
     if (!columns.empty()) {
         file.writeRow(columns);
     }
+    const SecretCells secrets(*adapter, table);
+    if (!secrets.areKnown()) {
+        return false;
+    }
     int count = 0;
     const auto read = [&] {
         return adapter->executeQuery(table, {}, conditions, orderBy, rows, "", "");
     };
     const auto write = [&](Rows& piece) {
-        for (const auto& row : piece) {
+        for (auto& row : piece) {
+            secrets.hide(row);
             file.writeRow(columns.empty() ? row : cellsAt(row, places));
         }
         count += static_cast<int>(piece.size());

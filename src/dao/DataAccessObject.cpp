@@ -8,6 +8,7 @@
 
 #include "AnswerLimit.h"
 #include "DASChangeListenerIfc.h"
+#include "Secrets.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
@@ -34,10 +35,16 @@ struct Cell {
     std::size_t index;
     std::string startTag;
     std::string endTag;
+    bool isHidden;
+
+    std::string_view shown(const std::vector<std::string>& row) const {
+        const std::string& value = row[index];
+        return isHidden && !value.empty() ? Secrets::Mask : std::string_view(value);
+    }
 };
 
 Cell makeCell(std::size_t index, const std::string& column) {
-    Cell cell{index, {}, {}};
+    Cell cell{index, {}, {}, Secrets::areHidden() && Secrets::isSecret(column)};
     DASUtils::createXMLStartTag(column, cell.startTag);
     DASUtils::createXMLEndTag(column, cell.endTag);
     return cell;
@@ -87,7 +94,7 @@ void appendEntries(std::string& text, const Rows& rows, const std::vector<Cell>&
         text += DASUtilsStrings::xmlEntryStartTag;
         for (const Cell& cell : cells) {
             text += cell.startTag;
-            text += row[cell.index];
+            text += cell.shown(row);
             text += cell.endTag;
         }
         text += DASUtilsStrings::xmlEntryEndTag;

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 #include "ClientUtils.h"
 #include "dao/CsvFile.h"
 #include "dao/DataAccessObject.h"
+#include "dao/SecretCells.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
@@ -60,6 +62,7 @@ bool DataAccessObject::exportTable(const std::string& table, const std::string& 
     }
     Rows rows;
     PairList orderBy;
+    std::optional<SecretCells> secrets;
     bool needsHeader = !version.empty();
     const auto read = [&] {
         return m_dbAdapter->executeQuery(table, {}, conditions, orderBy, rows, "", "");
@@ -69,13 +72,17 @@ bool DataAccessObject::exportTable(const std::string& table, const std::string& 
             return false;
         }
         needsHeader = false;
-        for (const auto& row : piece) {
+        for (auto& row : piece) {
+            secrets->hide(row);
             file.writeRow(row);
         }
         piece.clear();
         return true;
     };
-    if (m_dbAdapter == nullptr || readInPieces(*m_dbAdapter, rows, read, write) != 0) {
+    if (m_dbAdapter != nullptr) {
+        secrets.emplace(*m_dbAdapter, table);
+    }
+    if (!secrets || !secrets->areKnown() || readInPieces(*m_dbAdapter, rows, read, write) != 0) {
         DAS_LOG(2, "Table %s is not written to %s", table.c_str(), path.c_str());
         return false;
     }

@@ -14,6 +14,7 @@
 #include "OwnFiles.h"
 #include "Progress.h"
 #include "Storage.h"
+#include "Tally.h"
 #include "Work.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeNotice.h"
@@ -197,7 +198,11 @@ void DatabaseAdapter::openDatabase() {
     // An interrupted batch must not be committed without the rows that are missing.
     const auto isHeld = [](void* adapter) {
         const bool held = static_cast<DatabaseAdapter*>(adapter)->m_isCommitHeld;
-        return held || Work::isInterrupted() ? 1 : 0;
+        const bool isRefused = held || Work::isInterrupted();
+        if (!isRefused) {
+            Tally::add(Tally::Commits);
+        }
+        return isRefused ? 1 : 0;
     };
     (void)sqlite3_commit_hook(m_db, isHeld, this);
 }

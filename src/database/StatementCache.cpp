@@ -5,6 +5,8 @@
 #include <exception>
 #include <iterator>
 
+#include "Tally.h"
+
 sqlite3_stmt* StatementCache::take(sqlite3* db, const std::string& key) {
     if (m_capacity == 0) {
         return nullptr;
@@ -12,11 +14,13 @@ sqlite3_stmt* StatementCache::take(sqlite3* db, const std::string& key) {
     const auto found = m_places.find(key);
     if (found != m_places.end() && !found->second->isInUse) {
         ++m_hits;
+        Tally::add(Tally::StatementHits);
         m_kept.splice(m_kept.begin(), m_kept, found->second);
         found->second->isInUse = true;
         return found->second->statement;
     }
     ++m_misses;
+    Tally::add(Tally::StatementMisses);
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v3(db, key.c_str(), static_cast<int>(key.size() + 1),
                            SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK) {

@@ -162,8 +162,8 @@ void acknowledge(Exchange& exchange, bool done) {
     exchange.reply.addBoolParameter(acknowledgeName, done, Parameter::out);
 }
 
-/// The values with secrets masked. What a tag leads to is known to this library's service alone.
-std::map<std::string, std::string> valuesForLog(const Exchange& exchange) {
+/// The values as the log shows them, with secrets masked. What a tag leads to is known to this library's service alone.
+std::map<std::string, std::string> withoutSecrets(const Exchange& exchange) {
     const auto* const service = dynamic_cast<const DataAccessService*>(&exchange.service);
     const MobilityMigrator* const migrator =
         service != nullptr ? service->getMobilityMigrator() : nullptr;
@@ -181,8 +181,9 @@ std::map<std::string, std::string> valuesForLog(const Exchange& exchange) {
 void acknowledgeValues(Exchange& exchange, bool done) {
     acknowledge(exchange, done);
     if (done) {
-        std::string text = Serializer::serialize(exchange.values);
-        DAS_LOG(5, "newValues %s", Serializer::serialize(valuesForLog(exchange)).c_str());
+        std::string text =
+            Serializer::serialize(Secrets::areHidden() ? withoutSecrets(exchange) : exchange.values);
+        DAS_LOG(5, "newValues %s", Serializer::serialize(withoutSecrets(exchange)).c_str());
         exchange.reply.addStringParameter("readValues", std::move(text), Parameter::inout);
     }
 }

@@ -3,6 +3,7 @@
 #include "service/DataAccessService.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -16,6 +17,7 @@
 #include "LocalMgmtIfc.h"
 #include "OwnFiles.h"
 #include "Storage.h"
+#include "Tally.h"
 #include "Work.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
@@ -137,6 +139,9 @@ void DataAccessService::init(Context& context) {
 }
 
 void DataAccessService::migrateDatabase() {
+    const auto begin = std::chrono::steady_clock::now();
+    const std::uint64_t failuresBefore = Tally::of(Tally::LoggedFailures);
+    Tally::set(Tally::UpgradeChanges, 0);
     try {
         DASMigrator::checkAndMigrateDatabase(this);
     } catch (const std::exception& error) {
@@ -146,6 +151,11 @@ void DataAccessService::migrateDatabase() {
     if (!Work::isEnding()) {
         m_upgradeCopy.end();  // else the next start begins again from the copy
     }
+    const auto time = std::chrono::steady_clock::now() - begin;
+    Tally::set(Tally::UpgradeTime,
+               static_cast<std::uint64_t>(
+                   std::chrono::duration_cast<std::chrono::milliseconds>(time).count()));
+    Tally::set(Tally::UpgradeFailures, Tally::of(Tally::LoggedFailures) - failuresBefore);
 }
 
 void DataAccessService::shutdown() {}

@@ -11,6 +11,7 @@
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "dao/NamedRows.h"
+#include "dao/SecretCells.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
@@ -188,8 +189,10 @@ DASExported DataAccessService::exportText(const std::string& schema, const std::
     }
     const OneWait wait;
     const bool escapesAreUndone = undoesEscapes(dao->tableName());
+    const SecretCells secrets(*adapter, dao->tableName());
     const auto append = [&](Rows& rows) {
-        for (const auto& row : rows) {
+        for (auto& row : rows) {
+            secrets.hide(row);
             std::string line;
             CsvWriter::appendRow(line, row);
             const bool isKept = isCarried(row, line, escapesAreUndone);
@@ -202,7 +205,7 @@ DASExported DataAccessService::exportText(const std::string& schema, const std::
     Rows rows;
     PairList orderBy;
     bool isRead = false;
-    {
+    if (secrets.areKnown()) {
         const RowDrain drain(*adapter, append);
         isRead = adapter->executeQuery(dao->tableName(), {}, rowsOf(*dao, user), orderBy, rows, "",
                                        "") == 0;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "ClientUtils.h"
+#include "Secrets.h"
 #include "Work.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
@@ -131,7 +132,7 @@ void appendItem(std::string& text, const std::string& name, const std::string& v
     text += '<';
     text += name;
     text += '>';
-    text += value;
+    text += Secrets::isHidden(name, value) ? Secrets::Mask : std::string_view(value);
     text += "</";
     text += name;
     text += '>';

@@ -13,6 +13,7 @@
 
 #include "OwnFiles.h"
 #include "Storage.h"
+#include "Tally.h"
 #include "Work.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
@@ -228,6 +229,7 @@ void UpgradeCopy::make() {
     if (!m_isUnderWay || m_isTried.exchange(true)) {
         return;
     }
+    Tally::set(Tally::UpgradeChanges, 1);
     bool isMade = false;
     try {
         isMade = madeCopy();

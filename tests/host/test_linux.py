@@ -350,7 +350,10 @@ class Installed(SystemTest):
         unit = (self.prefix / "lib/systemd/system/das.service").read_text()
         command = re.search(r"^ExecStart=\S*/bin/das (.*)", unit, re.MULTILINE)[1]
         ear = Ear(self, str(self.place / "notify"))
-        arguments = command.replace("/run/das/das.sock", str(self.path)).split()
+        rules = self.place / "access"
+        rules.write_text("allow any all *\n")
+        arguments = command.replace("/run/das/das.sock", str(self.path)).replace(
+            "/etc/das/access", str(rules)).split()
         with open(self.log, "ab") as log:
             host = subprocess.Popen([self.prefix / "bin/das", *arguments], stderr=log,
                                     env=self.environment(NOTIFY_SOCKET=str(self.place / "notify")))
@@ -363,8 +366,8 @@ class Installed(SystemTest):
 
     def test_pages_and_units_are_where_the_system_looks(self):
         for path in ("share/man/man1/das.1.gz", "share/man/man1/das-contacts.1.gz", "bin/das-report",
-                     "share/bash-completion/completions/das",
-                     "lib/systemd/system/das.socket", "lib/sysusers.d/das.conf"):
+                     "share/bash-completion/completions/das", "lib/systemd/system/das.socket",
+                     "lib/sysusers.d/das.conf", "etc/das/access", "etc/das/access.strict"):
             self.assertGreater((self.prefix / Path(path)).stat().st_size, 0, path)
 
 

@@ -12,4 +12,4 @@ METHODS = ONE_WAY | frozenset((
     "importData", "importDataForUser", "createPhonenumberIndices", "migrateUserData",
     "checkDatabaseNeedsChange", "exportUserData", "importUserData", "AddListener",
     "AddStatusListener", "AddLogListener", "AddChangeListener", "LastFailures", "ImportText",
-    "ExportText"))
+    "ExportText", "Statistics"))

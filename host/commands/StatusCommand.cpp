@@ -1,0 +1,145 @@
+#include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+
+#include "Method.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/SheetPrinter.h"
+#include "client/HostOptions.h"
+#include "client/SocketConnection.h"
+#include "terminal/Complaint.h"
+#include "terminal/Output.h"
+#include "terminal/Sheet.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// What is counted for each call, in the text for Prometheus.
+const std::pair<const char*, const char*> CallFigures[] = {
+    {"count", "_total"},
+    {"failures", "_failures_total"},
+    {"us", "_microseconds_total"},
+    {"us_max", "_microseconds_max"},
+};
+
+/// A row for each figure, with its path.
+void addRows(Sheet& sheet, const std::string& path, const Json& value) {
+    if (!value.is_object()) {
+        sheet.rows.push_back({path, value.dump()});
+        return;
+    }
+    for (const auto& [name, inner] : value.items()) {
+        addRows(sheet, path.empty() ? name : path + "." + name, inner);
+    }
+}
+
+std::string headOf(const std::string& name, const std::string& help) {
+    const bool isCounter = name.size() > 6 && name.compare(name.size() - 6, 6, "_total") == 0;
+    return "# HELP " + name + " " + help + "\n# TYPE " + name +
+           (isCounter ? " counter\n" : " gauge\n");
+}
+
+/// Figures of calls by their labels; @p requests have two, a schema and a reason.
+std::string callsFor(const Json& calls, bool areRequests) {
+    std::string text;
+    for (const auto& [figure, suffix] : CallFigures) {
+        const std::string name = std::string(areRequests ? "das_requests" : "das_methods") + suffix;
+        text += headOf(name, areRequests ? "Requests by schema and reason." : "Calls by method.");
+        for (const auto& [outer, inner] : calls.items()) {
+            if (!areRequests) {
+                text += name + "{method=\"" + outer + "\"} " + inner.at(figure).dump() + "\n";
+                continue;
+            }
+            for (const auto& [reason, figures] : inner.items()) {
+                text += name + "{schema=\"" + outer + "\",reason=\"" + reason + "\"} " +
+                        figures.at(figure).dump() + "\n";
+            }
+        }
+    }
+    return text;
+}
+
+std::string prometheusOf(const Json& figures) {
+    std::string text;
+    for (const auto& [name, value] : figures.items()) {
+        if (name == "requests" || name == "methods") {
+            text += callsFor(value, name == "requests");
+            continue;
+        }
+        Sheet sheet;
+        addRows(sheet, name, value);
+        for (const auto& row : sheet.rows) {
+            std::string metric = "das_" + row[0];
+            std::replace(metric.begin(), metric.end(), '.', '_');
+            const std::string number = row[1] == "true" ? "1" : row[1] == "false" ? "0" : row[1];
+            text += headOf(metric, "The figure " + row[0] + " of the host.") + metric + " " +
+                    number + "\n";
+        }
+    }
+    return text;
+}
+
+/// "das status": what a running host has done.
+class StatusCommand : public Command {
+public:
+    int run(const HostOptions& options, const Arguments& arguments) override {
+        m_isForPrometheus = arguments.value("--output").value_or("") == "prometheus";
+        if (!m_isForPrometheus && !SheetPrinter::check(arguments)) {
+            return ExitUsage;
+        }
+        if (!options.socket) {
+            Complaint::tell("status: no host is named", "--socket names the socket of one");
+            return ExitUsage;
+        }
+        SocketConnection connection;
+        std::string error;
+        if (!connection.open(*options.socket, error)) {
+            Complaint::tell(error);
+            return ExitUsage;
+        }
+        return ask(connection, arguments);
+    }
+
+private:
+    int ask(SocketConnection& connection, const Arguments& arguments) const {
+        Method answer;
+        std::string text;
+        if (!connection.call(Method("Statistics"), answer)) {
+            Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
+            return ExitFailure;
+        }
+        const bool isAnswered = answer.getStringParameter("Statistics", text);
+        const Json figures = Json::parse(text, nullptr, false);
+        if (!isAnswered || !figures.is_object()) {
+            Complaint::tell("status: the host does not allow it",
+                            "its access rules must give the right listen for *");
+            return ExitFailure;
+        }
+        return print(figures, text, arguments);
+    }
+
+    int print(const Json& figures, const std::string& text, const Arguments& arguments) const {
+        Output output;
+        const std::string format = arguments.value("--output").value_or("");
+        if (m_isForPrometheus || format == "json") {
+            const std::string shown =
+                m_isForPrometheus ? prometheusOf(figures) : figures.dump(2) + "\n";
+            return output.write(shown) ? ExitSuccess : Complaint::outputFailed();
+        }
+        Sheet sheet{{"Figure", "Value"}, {}};
+        addRows(sheet, "", figures);
+        return SheetPrinter(arguments, output).print(sheet, text);
+    }
+
+    bool m_isForPrometheus = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeStatusCommand() {
+    return std::make_unique<StatusCommand>();
+}

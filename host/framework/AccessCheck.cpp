@@ -1,0 +1,170 @@
+#include "framework/AccessCheck.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "ClientUtils.h"
+#include "DASUtilsStrings.h"
+#include "DeviceFile.h"
+#include "Method.h"
+#include "Secrets.h"
+#include "schemas/KnownSchemas.h"
+
+namespace {
+
+using namespace DASUtilsStrings;
+using Methods::Place;
+
+/// The schemas by their names: a request must not wait for a walk over all of them.
+const KnownSchemas::Entry* findSchema(const std::string& name) {
+    static const auto all = [] {
+        std::unordered_map<std::string, const KnownSchemas::Entry*> entries;
+        for (const KnownSchemas::Entry& entry : KnownSchemas::all()) {
+            entries.emplace(entry.name, &entry);
+        }
+        return entries;
+    }();
+    const auto found = all.find(name);
+    return found != all.end() ? found->second : nullptr;
+}
+
+bool hasSecrets(const std::string& schema) {
+    const KnownSchemas::Entry* const known = findSchema(schema);
+    return known == nullptr || known->table == GeneralConfigTableName ||
+           std::any_of(known->columns.begin(), known->columns.end(),
+                       [](const auto& column) { return Secrets::isSecret(column.name); });
+}
+
+bool holdsMask(const std::string& text) {
+    return text.find(Secrets::Mask) != std::string::npos;
+}
+
+/// The same for a file of the telephone, in pieces that overlap.
+bool fileHoldsMask(const std::string& path) {
+    constexpr std::size_t pieceSize = 64 * 1024;
+    DeviceFile file(path);
+    std::string piece;
+    std::string read(pieceSize, '\0');
+    while (file && !holdsMask(piece)) {
+        file.read(read.data(), static_cast<std::streamsize>(read.size()));
+        const auto count = static_cast<std::size_t>(file.gcount());
+        piece.erase(0, piece.size() - std::min(piece.size(), Secrets::Mask.size() - 1));
+        piece.append(read, 0, count);
+    }
+    return holdsMask(piece);
+}
+
+/// What a read of @p schema shows besides its own rows.
+bool showsCallsAndContacts(const RequestLook& look) {
+    return look.schema == CallLogAndPhoneBookSchema ||
+           (look.schema == ConversationsSchema && look.hasColumns);
+}
+
+}  // namespace
+
+AccessCheck::AccessCheck(const Method& call, const ClientRights& rights)
+    : m_call(call), m_rights(rights) {
+    if (rights.may(Methods::All)) {
+        m_isAllowed = true;
+        return;
+    }
+    const Methods::Row* const method = Methods::find(call.getName());
+    m_isAllowed = method == nullptr || allows(*method);  // one that is unknown does nothing
+}
+
+/// For a schema that no table holds a right for all schemas is needed: the service may see another
+/// name in it.
+bool AccessCheck::may(unsigned rights, const std::string& schema) const {
+    return findSchema(schema) != nullptr ? m_rights.may(rights, schema) : m_rights.may(rights);
+}
+
+bool AccessCheck::allows(const Methods::Row& method) {
+    const Methods::Access& access = method.access;
+    std::string text;
+    int length = 0;
+    switch (access.place) {
+        case Place::Request:
+            return !m_call.getStringParameter(access.name, text) ||
+                   !m_call.getIntParameter("RequestLength", length) ||  // nothing is done then
+                   allowsRequest(text, length);
+        case Place::List:
+            (void)m_call.getStringParameter(access.name, m_schema);
+            return m_rights.may(access.everywhere) && allowsList(access.ofSchema, m_schema);
+        case Place::Parameter:
+            (void)m_call.getStringParameter(access.name, m_schema);
+            break;
+        case Place::Fixed:
+            m_schema = access.name;
+            break;
+        case Place::Nowhere:
+            break;
+    }
+    m_hidesSecrets = !may(Methods::Secrets, m_schema);
+    const bool isWrite = ((access.everywhere | access.ofSchema) & Methods::Write) != 0;
+    return m_rights.may(access.everywhere) &&
+           (access.ofSchema == Methods::None || may(access.ofSchema, m_schema)) &&
+           (!isWrite || !m_hidesSecrets || keepsSecrets());
+}
+
+/// Whether what the call stores holds no mask where a secret may stand: a password that was exported
+/// as its mask must not come back as a password.
+bool AccessCheck::keepsSecrets() const {
+    if (!hasSecrets(m_schema)) {
+        return true;
+    }
+    const auto& values = m_call.parameters();
+    std::string path;
+    return std::none_of(values.begin(), values.end(),
+                        [](const Parameter& value) { return holdsMask(value.text); }) &&
+           (!m_call.getStringParameter("filePathAndName", path) || !fileHoldsMask(path));
+}
+
+bool AccessCheck::allowsList(unsigned rights, const std::string& list) const {
+    const auto names = ClientUtils::tokenizeString(list, ",", true, true);
+    return names.empty() ? m_rights.may(rights)
+                         : std::all_of(names.begin(), names.end(), [&](const std::string& name) {
+                               return may(rights, name);
+                           });
+}
+
+bool AccessCheck::allowsRequest(const std::string& text, int length) {
+    const RequestLook look = RequestLook::of(text, length);
+    m_schema = look.schema;
+    switch (look.kind) {
+        case RequestLook::Kind::Harmless:
+            return true;
+        case RequestLook::Kind::SaveContacts:
+            return m_rights.may(Methods::Files) && may(Methods::Read, PhoneBookSchema);
+        case RequestLook::Kind::TraceSwitch:
+            return false;  // for those who may do all, who were let through before
+        default:
+            return allowsMessage(look);
+    }
+}
+
+bool AccessCheck::allowsMessage(const RequestLook& look) {
+    const unsigned right = Methods::rightOf(look.reason);
+    const KnownSchemas::Entry* const known = findSchema(look.schema);
+    const bool isOfSettings = known != nullptr && known->table == GeneralConfigTableName;
+    // Names of several settings lead to rows of all schemas.
+    const bool hasMany = (look.reason == ReadRequest && look.hasManyColumns) ||
+                         (look.reason == DeleteRequest && look.hasManyItems);
+    const bool isOfOne = known != nullptr && look.isParsed && !(isOfSettings && hasMany);
+    const auto isGiven = [&](unsigned rights) {
+        return isOfOne ? m_rights.may(rights, look.schema) : m_rights.may(rights);
+    };
+    m_hidesSecrets = !isGiven(Methods::Secrets);
+    return look.isClear && isGiven(right) &&
+           (right != Methods::Read || !showsCallsAndContacts(look) ||
+            (m_rights.may(right, CallLogSchema) && m_rights.may(right, PhoneBookSchema))) &&
+           (!m_hidesSecrets || allowsSecrets(look, isOfSettings));
+}
+
+/// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items of
+/// a deletion of settings are names, and no conditions on values.
+bool AccessCheck::allowsSecrets(const RequestLook& look, bool isOfSettings) const {
+    if (Methods::rightOf(look.reason) == Methods::Read) {
+        return !look.namesSecret;
+    }
+    return look.reason == DeleteRequest ? isOfSettings || !look.namesSecret : !look.writesMask;
+}
