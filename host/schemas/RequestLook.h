@@ -28,7 +28,7 @@ struct RequestLook {
     std::string reason;
     bool hasColumns = false;      ///< it has columns or items in ResultCols
     bool hasManyColumns = false;  ///< it may have more than one
-    bool hasManyItems = false;    ///< it has more than one element that is none of the frame
+    bool hasManyItems = false;    ///< it has more than one element besides those of the frame
     bool namesSecret = false;     ///< an element has the name of a secret
     bool writesMask = false;      ///< such an element holds the mask of secrets
 };
