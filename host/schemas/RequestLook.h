@@ -8,6 +8,11 @@
  * count as they do there. Nothing is carried out.
  */
 struct RequestLook {
+    /// What of() finds by the parser for each text; of() spares it for short messages in the usual form.
+    static RequestLook parsed(const std::string& text, int length);
+
+    bool operator==(const RequestLook& other) const;
+
     /// What the text of a request is.
     enum class Kind {
         Harmless,      ///< a word that everybody may send
