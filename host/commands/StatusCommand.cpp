@@ -92,7 +92,7 @@ public:
             return ExitUsage;
         }
         if (!options.socket) {
-            Complaint::tell("status: no host is named", "--socket names the socket of one");
+            Complaint::tell("status: no host is given", "--socket names the socket of one");
             return ExitUsage;
         }
         SocketConnection connection;

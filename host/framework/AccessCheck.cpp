@@ -99,11 +99,16 @@ bool AccessCheck::allows(const Methods::Row& method) {
         case Place::Nowhere:
             break;
     }
-    m_hidesSecrets = !may(Methods::Secrets, m_schema);
+    m_maySeeSecrets = may(Methods::Secrets, m_schema);
+    const auto shown = method.of(Parameter::out);
+    m_showsData = access.ofSchema == Methods::Read ||
+                  std::any_of(shown.begin(), shown.end(), [](const Methods::Value& value) {
+                      return value.type != Parameter::Type::Bool;
+                  });
     const bool isWrite = ((access.everywhere | access.ofSchema) & Methods::Write) != 0;
     return m_rights.may(access.everywhere) &&
            (access.ofSchema == Methods::None || may(access.ofSchema, m_schema)) &&
-           (!isWrite || !m_hidesSecrets || keepsSecrets());
+           (!isWrite || m_maySeeSecrets || keepsSecrets());
 }
 
 /// Whether what the call stores holds no mask where a secret may stand: a password that was exported
@@ -153,11 +158,12 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
     const auto isGiven = [&](unsigned rights) {
         return isOfOne ? m_rights.may(rights, look.schema) : m_rights.may(rights);
     };
-    m_hidesSecrets = !isGiven(Methods::Secrets);
+    m_maySeeSecrets = isGiven(Methods::Secrets);
+    m_showsData = right == Methods::Read;
     return look.isClear && isGiven(right) &&
            (right != Methods::Read || !showsCallsAndContacts(look) ||
             (m_rights.may(right, CallLogSchema) && m_rights.may(right, PhoneBookSchema))) &&
-           (!m_hidesSecrets || allowsSecrets(look, isOfSettings));
+           (m_maySeeSecrets || allowsSecrets(look, isOfSettings));
 }
 
 /// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items of

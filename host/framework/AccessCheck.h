@@ -17,7 +17,7 @@ public:
     bool isAllowed() const { return m_isAllowed; }
 
     /// Whether secrets must not be shown in the answer and in what the call exports.
-    bool hidesSecrets() const { return m_hidesSecrets; }
+    bool hidesSecrets() const { return m_showsData && !m_maySeeSecrets; }
 
     /// The schema that the call is about; blank for none.
     const std::string& schema() const { return m_schema; }
@@ -34,7 +34,8 @@ private:
     const Method& m_call;
     const ClientRights& m_rights;
     std::string m_schema;
-    bool m_hidesSecrets = false;
+    bool m_showsData = false;  ///< others must not be disturbed: what they read may be stored
+    bool m_maySeeSecrets = true;
     bool m_isAllowed = false;
 };
 

@@ -115,7 +115,7 @@ Peer Peer::of(int descriptor) {
         peer.user = credentials.uid;
         peer.group = credentials.gid;
     }
-    // The call says how much room it needs.
+    // The call returns the size that it needs.
     size = 0;
     int result = getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size);
     while (result != 0 && errno == ERANGE && size > 0) {
@@ -168,7 +168,7 @@ bool AccessRules::parse(std::string_view text, const Resolve& resolve, std::stri
         if (words.empty()) {
             continue;
         }
-        Rule rule{Who::Nobody, 0, Methods::None, {}};
+        Rule rule{Who::Unknown, 0, Methods::None, {}};
         const bool isRule = words.size() == WordsOfRule && words[0] == "allow" &&
                             readRights(words[2], rule.rights) && readWho(words[1], resolve, rule);
         rule.schemas = isRule ? partsOf(words[3]) : std::vector<std::string>();
@@ -212,14 +212,14 @@ bool AccessRules::readWho(const std::string& word, const Resolve& resolve, Rule&
 }
 
 bool AccessRules::matches(const Rule& rule, const Peer& peer) {
-    constexpr auto nobody = static_cast<id_t>(-1);
+    constexpr auto noId = static_cast<id_t>(-1);
     switch (rule.who) {
         case Who::Any:
             return true;
         case Who::User:
-            return rule.id != nobody && rule.id == peer.user;
+            return rule.id != noId && rule.id == peer.user;
         case Who::Group:
-            return rule.id != nobody &&
+            return rule.id != noId &&
                    (rule.id == peer.group || std::find(peer.groups.begin(), peer.groups.end(),
                                                        rule.id) != peer.groups.end());
         default:

@@ -60,7 +60,7 @@ public:
     ClientRights rightsOf(const Peer& peer) const;
 
 private:
-    enum class Who { Any, User, Group, Nobody };
+    enum class Who { Any, User, Group, Unknown };
     struct Rule {
         Who who;
         id_t id;

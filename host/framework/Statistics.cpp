@@ -20,7 +20,7 @@ constexpr std::string_view ReasonStart = "<ReasonForMessage>";
 /// What stands for all names that no table holds.
 const std::string OtherName;
 
-void raise(std::atomic<std::uint64_t>& most, std::uint64_t value) {
+void keepMost(std::atomic<std::uint64_t>& most, std::uint64_t value) {
     std::uint64_t known = most.load(std::memory_order_relaxed);
     while (known < value && !most.compare_exchange_weak(known, value, std::memory_order_relaxed)) {
     }
@@ -64,7 +64,7 @@ void Statistics::Calls::add(bool hasFailed, std::uint64_t microseconds) {
     count.fetch_add(1, std::memory_order_relaxed);
     failures.fetch_add(hasFailed ? 1 : 0, std::memory_order_relaxed);
     time.fetch_add(microseconds, std::memory_order_relaxed);
-    raise(longest, microseconds);
+    keepMost(longest, microseconds);
 }
 
 Statistics::Statistics() {
@@ -98,41 +98,49 @@ void Statistics::count(const Subject& subject, bool hasFailed, Clock::time_point
 
 void Statistics::addClient() {
     ++m_allClients;
-    raise(m_mostClients, ++m_clients);
+    keepMost(m_mostClients, ++m_clients);
 }
 
-std::string Statistics::json(const Listeners& listeners) const {
+nlohmann::ordered_json Statistics::requestsAsJson() const {
     Json requests = Json::object();
-    Json methods = Json::object();
     const auto& names = Methods::reasons();
-    const auto addSchema = [&](const std::string& schema) {
+    const auto add = [&](const std::string& schema) {
         const Reasons& reasons = m_requests.at(schema);
         for (std::size_t i = 0; i < reasons.size(); ++i) {
             if (reasons[i].count > 0) {
-                requests[schema][i < names.size() ? names[i].name : OtherName] =
-                    toJson(reasons[i], 0);
+                const std::string reason = i < names.size() ? names[i].name : OtherName;
+                requests[schema][reason] = toJson(reasons[i], 0);
             }
         }
     };
-    const auto addMethod = [&](const std::string& name) {
+    for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
+        add(schema.name);
+    }
+    add(OtherName);
+    return requests;
+}
+
+nlohmann::ordered_json Statistics::methodsAsJson() const {
+    Json methods = Json::object();
+    const auto add = [&](const std::string& name) {
         const Calls& calls = m_methods.at(name);
         const std::uint64_t asking = name == "Statistics" ? 1 : 0;
         if (calls.count + asking > 0) {
             methods[name] = toJson(calls, asking);
         }
     };
-    for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
-        addSchema(schema.name);
-    }
-    addSchema(OtherName);
     for (const Methods::Row& method : Methods::all()) {
-        addMethod(method.name);
+        add(method.name);
     }
-    addMethod(OtherName);
+    add(OtherName);
+    return methods;
+}
+
+std::string Statistics::json(const Listeners& listeners) const {
     const auto age = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - m_begin);
     return Json{{"seconds", age.count()},
-                {"requests", requests},
-                {"methods", methods},
+                {"requests", requestsAsJson()},
+                {"methods", methodsAsJson()},
                 {"refused", refused.load()},
                 {"clients",
                  {{"now", m_clients.load()},

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -65,6 +66,9 @@ public:
 
 private:
     using Reasons = std::vector<Calls>;  ///< in the order of Methods::reasons(), then all others
+
+    nlohmann::ordered_json requestsAsJson() const;
+    nlohmann::ordered_json methodsAsJson() const;
 
     const Clock::time_point m_begin = Clock::now();
     std::unordered_map<std::string, Reasons> m_requests;

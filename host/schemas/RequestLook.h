@@ -8,6 +8,11 @@
  * count as they do there. Nothing is carried out.
  */
 struct RequestLook {
+    /// What of() finds by the parser for each text; of() spares it for short messages in the usual form.
+    static RequestLook parsed(const std::string& text, int length);
+
+    bool operator==(const RequestLook& other) const;
+
     /// What the text of a request is.
     enum class Kind {
         Harmless,      ///< a word that everybody may send
@@ -28,7 +33,7 @@ struct RequestLook {
     std::string reason;
     bool hasColumns = false;      ///< it has columns or items in ResultCols
     bool hasManyColumns = false;  ///< it may have more than one
-    bool hasManyItems = false;    ///< it has more than one element that is none of the frame
+    bool hasManyItems = false;    ///< it has more than one element besides those of the frame
     bool namesSecret = false;     ///< an element has the name of a secret
     bool writesMask = false;      ///< such an element holds the mask of secrets
 };

@@ -7,14 +7,11 @@ import json
 import os
 import pwd
 import re
-import shutil
 import stat
-import subprocess
 import unittest
-from xml.sax.saxutils import escape
 
 from test_commands import DemoTest
-from test_das import NOBODY, SOURCES, failure, request
+from test_das import SOURCES, failure, request
 from test_remote import answered, asked, call, xml_call
 
 NOT_ALLOWED = "<FailureMessage>not allowed</FailureMessage></Schema>"
@@ -72,7 +69,7 @@ class AccessTest(DemoTest):
 class Rules(AccessTest):
     def test_a_file_that_is_no_good_ends_the_start(self):
         good = "allow any all *\n"
-        rows = [  # what is done to the file, and what is told
+        rows = [  # what is done to the file, and the error
             ("unknown right", "allow any raed *", 0o600, "line 1: no rule"),
             ("three words", "# rules\n\nallow any read", 0o600, "line 3: no rule"),
             ("five words", "allow any read * PhoneBook", 0o600, "no rule"),
@@ -80,7 +77,7 @@ class Rules(AccessTest):
             ("capitals", "Allow any read *", 0o600, "no rule"),
             ("an empty part", "allow any read PhoneBook,,CallLog", 0o600, "no rule"),
             ("an empty name", "allow user: read *", 0o600, "no rule"),
-            ("nobody in particular", "allow daemon read *", 0o600, "no rule"),
+            ("no kind of name", "allow daemon read *", 0o600, "no rule"),
             ("writable by the group", good, 0o620, "others than its owner may write it"),
             ("writable by all", good, 0o602, "others than its owner may write it"),
         ]
