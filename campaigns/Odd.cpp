@@ -29,9 +29,15 @@ using Names = std::vector<std::string>;
 
 constexpr unsigned SecondsUntilHang = 120;
 constexpr std::size_t AtOnce = 2;
+const char* const OneCase = "DAS_ODD_CASE";
+
+const char* const DoubledFixedKey =
+    "t.Id IN ('30', '31', '38', '39') AND EXISTS (SELECT 1 FROM old.# o WHERE o.Id IS t.Id AND "
+    "coalesce(o.UserContext, 'base') = coalesce(t.UserContext, 'base') AND o.rowid <> t.rowid)";
 
 /// What steps are there to change: cells of columns that begin so, in the rows "t" for which the
-/// condition held in the database "old" before the first start. "%" is the column's last character.
+/// condition held in the database "old" before the first start. "%" is the column's last character,
+/// "#" the table, "@" that the rows "o" and "t" are alike for the repair of contacts.
 const struct {
     std::string table;
     std::string columns;
@@ -46,14 +52,24 @@ const struct {
     {"FILEDOWNLOAD_SETTINGS", "FtpPassword", "1", "is encrypted"},
     {"FILEDOWNLOAD_SETTINGS", "", "EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS_ENC)",
      "the newer table has settings of its own"},
+    {"FILEDOWNLOAD_SETTINGS", "",
+     "EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS o WHERE CAST(coalesce(o.FileType, '') AS "
+     "TEXT) = CAST(coalesce(t.FileType, '') AS TEXT) AND o.rowid > t.rowid)",
+     "of a type the last row stays"},
     {"FIXED_KEYS", "", "t.Id IN (SELECT Id FROM old.FEATURE_KEYS)", "the other key replaces it"},
     {"FIXED_KEYS", "Function", "t.Function = '0'", "takes that of the hardware"},
     {"FEATURE_KEYS", "Function", "t.Function = '0'", "takes that of the hardware where it moves"},
     {"FEATURE_KEYS", "",
      "coalesce(t.Function, '') IN ('', '0') AND t.Id IN ('30', '31', '38', '39')",
      "a fixed key of that id wins"},
+    {"FEATURE_KEYS", "",
+     "t.Id IN ('30', '31', '38', '39') AND NOT EXISTS (SELECT 1 FROM "
+     "pragma_table_info('FEATURE_KEYS', 'old') WHERE name = 'Function')",
+     "so does one without a column for the function"},
     {"START_APPLICATION", "", "t.ApplicationName IS NULL AND t.Id IN ('30', '31', '38', '39')",
      "a fixed key of that id wins"},
+    {"FEATURE_KEYS", "", DoubledFixedKey, "one of them counts where it moves"},
+    {"START_APPLICATION", "", DoubledFixedKey, "one of them counts where it moves"},
     {"START_APPLICATION_FIXED_KEYS", "", "t.Id IN (SELECT Id FROM old.START_APPLICATION)",
      "the other key replaces it"},
     {"FORWARDING_KEY_DESTINATIONS", "Id", "CAST(t.Id AS INT) > 617", "is renumbered"},
@@ -62,6 +78,8 @@ const struct {
      "o.Id IS t.Id AND o.rowid <> t.rowid)",
      "of a renumbered lamp the last row counts for all users"},
     {"PHONE_BOOK", "UniqueID", "1", "one that is doubled or no number gets a new one"},
+    {"PHONE_BOOK", "", "EXISTS (SELECT 1 FROM old.PHONE_BOOK o WHERE o.rowid <> t.rowid@)",
+     "of contacts that are alike the newest stays"},
     {"CALL_LOG", "UniqueId", "1", "one that is doubled or no number gets a new one"},
     {"CALL_LOG", "", "coalesce(t.Number%, '') = ''", "a call without a number leaves a mixed row"},
     {"CALL_LOG", "",
@@ -80,6 +98,14 @@ const struct {
      "coalesce(t.ServerAddress, '') = '' AND EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS)",
      "default rows give way to the older table"},
     {"SRTP_ENCRYPTION_SETTINGS", "Rank", "1", "methods get in between"},
+    {"SRTP_ENCRYPTION_SETTINGS", "",
+     "EXISTS (SELECT 1 FROM old.SRTP_ENCRYPTION_SETTINGS o WHERE CAST(coalesce(o.Method, '') AS "
+     "TEXT) = CAST(coalesce(t.Method, '') AS TEXT) AND o.rowid > t.rowid)",
+     "of a doubled method the last row stays"},
+    {"SRTP_ENCRYPTION_SETTINGS", "",
+     "NOT EXISTS (SELECT 1 FROM pragma_table_info('SRTP_ENCRYPTION_SETTINGS', 'old') WHERE name = "
+     "'Method')",
+     "methods without a name are one"},
     {"DISTINCTIVE_RINGING", "", "1", "goes with the protocol"},
     {"GENERAL_CONFIG", "",
      "EXISTS (SELECT 1 FROM old.GENERAL_CONFIG o WHERE o.Schema IS t.Schema AND o.Name IS t.Name "
@@ -97,6 +123,10 @@ const struct {
     {"GENERAL_CONFIG", "UserContext", "1", "settings move between telephone and user"},
     {"GENERAL_CONFIG", "Value", "t.Name = 'EmergencyNumber'", "is cut at a character that is none"},
 };
+
+/// What the repair of contacts compares.
+const std::string OfContact[] = {"Surname", "Firstname", "Office", "Office2",
+                                 "Mobile",  "Private",   "Picture"};
 
 /// Where rows of a table may move to.
 const std::map<std::string, std::string> Moves = {
@@ -125,8 +155,10 @@ public:
         session.start();
         m_db = openDatabase(m_place.database());
         compare();
-        const LogCapture all(5);
+        const LogCapture all(m_isAlone ? 6 : 5);
         session.start();
+        write(m_log, "log-of-two-starts.txt");
+        write(all, "log-of-third-start.txt");
         check(!all.has("is kept as"), "the third start changes something");
         check(!all.has("ended early"), "the upgrade ends early");
         check(session.answers(message("AudioSettings", "write_request", "<Odd>1</Odd>"),
@@ -145,6 +177,16 @@ private:
     }
     Names ask(const std::string& query) const { return texts(m_db.get(), query); }
     std::string old() const { return m_place.folder() / "old.db"; }
+
+    /// What a case that is tried alone leaves in its folder.
+    void write(const LogCapture& log, const std::string& name) const {
+        if (m_isAlone) {
+            std::ofstream file(m_place.folder() / name);
+            for (const Log::Entry& entry : log.entries()) {
+                file << entry.level << " " << entry.message << "\n";
+            }
+        }
+    }
 
     void prepare() {
         m_place.make();
@@ -202,57 +244,97 @@ private:
     /// Whether the cells @p columns of each old row are in one row, but for those that may change.
     bool keeps(const std::string& table, const Names& columns) const {
         const auto moved = Moves.find(table);
-        std::string kept = isIn("", table, columns);
-        for (const std::string& place : {table, moved != Moves.end() ? moved->second : table}) {
-            if (!columnsOf(m_db.get(), place).empty()) {
-                kept += " OR EXISTS (SELECT 1 FROM main." + place + " n WHERE " +
-                        isIn(place, table, columns) + ")";
+        Names places = {table};
+        if (moved != Moves.end()) {
+            places.push_back(moved->second);
+        }
+        Names mayChange;
+        for (const std::string& column : columns) {
+            mayChange.push_back(mayChangeIf(table, column));
+        }
+        std::string kept = "(" + join(mayChange, ") AND (") + ")";
+        for (const std::string& place : places) {
+            const Names now = columnsOf(m_db.get(), place);
+            Names same;
+            for (std::size_t i = 0; i < columns.size(); ++i) {
+                same.push_back(mayChange[i] + " OR " + isIn(now, table, columns[i]));
+            }
+            if (!now.empty()) {
+                kept += " OR EXISTS (SELECT 1 FROM main." + place + " n WHERE (" +
+                        join(same, ") AND (") + "))";
             }
         }
         const std::string query = "SELECT 1 FROM old." + table + " t WHERE NOT (" + kept + ")";
         return isValid(query) && ask(query).empty();
     }
 
-    std::string isIn(const std::string& place, const std::string& table,
-                     const Names& columns) const {
-        std::string all = "1";
-        for (const std::string& column : columns) {
-            std::string same = "NULL";
-            for (const std::string& now : columnsOf(m_db.get(), place)) {
-                const bool isOtherCall =
-                    table == "CALL_LOG" && std::isdigit(column.back()) != 0 &&
-                    std::isdigit(now.back()) != 0 &&
-                    now.substr(0, now.size() - 1) == column.substr(0, column.size() - 1);
-                same += now == column || isOtherCall ? ", CAST(n." + now + " AS TEXT)" : "";
-            }
-            all += " AND (" + mayChange(table, column) + " OR coalesce(CAST(t." + column +
-                   " AS TEXT) IN (" + same + "), 0))";
+    /// The condition that an old cell is among the columns @p now of a row.
+    static std::string isIn(const Names& now, const std::string& table, const std::string& column) {
+        std::string same = "NULL";
+        for (const std::string& each : now) {
+            const bool isOtherCall =
+                table == "CALL_LOG" && std::isdigit(column.back()) != 0 &&
+                std::isdigit(each.back()) != 0 &&
+                each.substr(0, each.size() - 1) == column.substr(0, column.size() - 1);
+            same += each == column || isOtherCall ? ", CAST(n." + each + " AS TEXT)" : "";
         }
-        return all;
+        const std::string equal = "coalesce(CAST(t." + column + " AS TEXT) IN (" + same + "), 0)";
+        // A column of integers rounds what is beyond 64 bits.
+        const bool isSame = std::find(now.begin(), now.end(), column) != now.end();
+        return isSame ? equal + " OR coalesce(typeof(n." + column + ") = 'real' AND n." + column +
+                            " = CAST(t." + column + " AS NUMERIC), 0)"
+                      : equal;
     }
 
-    std::string mayChange(const std::string& table, const std::string& column) const {
+    std::string mayChangeIf(const std::string& table, const std::string& column) const {
         // A column that is not of today goes, with its name and the count of its values in the log.
         const auto count = ask("SELECT count(nullif(" + column + ", '')) FROM old." + table);
         const bool isGivenUp = m_log.has(2, "The column " + column + " of " + table +
                                                 " is given up with its values: " + count.front());
         std::string any = isGivenUp ? "1" : "t." + column + " IS NULL";
         for (const auto& may : MayChange) {
-            std::string condition = may.condition;
-            std::replace(condition.begin(), condition.end(), '%', column.back());
-            if ((may.table.empty() || may.table == table) && column.find(may.columns) == 0 &&
-                isValid("SELECT " + condition + " FROM old." + table + " t")) {
+            if ((!may.table.empty() && may.table != table) || column.find(may.columns) != 0) {
+                continue;
+            }
+            std::string condition;
+            for (const char c : may.condition) {
+                condition += c == '%'   ? column.substr(column.size() - 1)
+                             : c == '#' ? table
+                             : c == '@' ? areAlike()
+                                        : std::string(1, c);
+            }
+            if (isValid("SELECT " + condition + " FROM old." + table + " t")) {
                 any += " OR coalesce(" + condition + ", 0)";
             }
         }
         return any;
     }
 
+    std::string areAlike() const {
+        std::string all;
+        for (const std::string& column : columnsOf(m_db.get(), "PHONE_BOOK", "old")) {
+            const bool counts = std::find(std::begin(OfContact), std::end(OfContact), column) !=
+                                std::end(OfContact);
+            all += counts ? " AND coalesce(o." + column + ", '') = coalesce(t." + column + ", '')"
+                          : "";
+        }
+        return all;
+    }
+
+    static std::string join(const Names& texts, const std::string& between) {
+        std::string all;
+        for (const std::string& text : texts) {
+            all += all.empty() ? text : between + text;
+        }
+        return all;
+    }
+
     const PowerCutPlace& m_place;
     const OddConnection m_today;
     std::mt19937 m_random;
     OddConnection m_db{nullptr, sqlite3_close};  ///< after the starts
-    LogCapture m_log{2};
+    const bool m_isAlone = std::getenv(OneCase) != nullptr;
+    LogCapture m_log{m_isAlone ? 6 : 2};
 };
 
 [[noreturn]] void runCase(const PowerCutPlace& place, const PowerCutPlace& today,
@@ -284,7 +366,7 @@ int main(int argc, char** argv) {
     today.make();
     today.enter();
     FullDatabase::makeToday();
-    const char* const only = std::getenv("DAS_ODD_CASE");
+    const char* const only = std::getenv(OneCase);
     std::map<pid_t, std::string> running;
     const auto waitForOne = [&] {
         int status = 0;

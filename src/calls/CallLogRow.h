@@ -59,6 +59,9 @@ public:
      */
     void extractCallRecordsThatDoNotMatch(std::map<std::string, CallLogRow>& rowsByNumber);
 
+    /// The statement that writeTo() runs.
+    std::string statement() const;
+
     std::string userContext;
     std::string uniqueId;
     std::string category;
@@ -73,7 +76,6 @@ public:
 private:
     /// Pointers to the nine texts, in the order of the class.
     std::vector<const std::string*> texts() const;
-    std::string statement() const;
     void moveToRowOfItsNumber(CallLogRecord&& record,
                               std::map<std::string, CallLogRow>& rowsByNumber) const;
 };

@@ -167,6 +167,15 @@ void runV1R1ToV1R2(const Run& run) {
     V1R1ToV1R2Migrator(run.service->getAdapter()).execute();
 }
 
+/// A method is stored by the places of its cells, so the table must have its columns in their
+/// order.
+void addEncryptionMethods(const Run& run) {
+    (void)M::rebuildIntoDaoColumns(run.service, SRTPEncryptionSettingsSchema,
+                                   SrtpEncryptionSettingsTableName);
+    M::addMissingAesToSrtpEncryptionTable(
+        run.service, static_cast<int>(rowsOf(run.service, SrtpEncryptionSettingsTableName)));
+}
+
 void encryptSettings(const Run& run) {
     M::migrateEncryptedData(run.service->getDAOFactory(), run.service->getAdapter());
 }
@@ -280,12 +289,7 @@ const Step Steps[] = {
      [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "DisplayDTMFDigits"); },
      nullptr, nullptr},
     {44, "distinctive ringers", nullptr, call<M::distinctiveRingerTableCleanup>, nullptr, nullptr},
-    {45, "media encryption", srtpTableMayLackMethods,
-     [](const Run& run) {
-         M::addMissingAesToSrtpEncryptionTable(
-             run.service, static_cast<int>(rowsOf(run.service, SrtpEncryptionSettingsTableName)));
-     },
-     nullptr, nullptr},
+    {45, "media encryption", srtpTableMayLackMethods, addEncryptionMethods, nullptr, nullptr},
 };
 
 void logWords(const char* words) {

@@ -222,7 +222,7 @@ public:
 
     static void upgradeFromV3ToWebRTC(DataAccessServiceIfc* service);
     static void addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* service, int rowCount);
-    static void addAesRow(DataAccessServiceIfc* service, const std::string& method,
+    static bool addAesRow(DataAccessServiceIfc* service, const std::string& method,
                           const std::string& first, const std::string& rank);
     static void migrateEncryptedData(DAOFactory* factory, DatabaseAdapter* adapter);
     static void replaceExistingRowWithEncrypted(DatabaseAdapter* adapter, const std::string& schema,

@@ -161,6 +161,7 @@ void addStorable(std::map<std::string, CallLogRow>& others,
 
 /// Moves the calls of other numbers from the rows of @p ids to @p extracted. A row that can't be
 /// written keeps them, and they are added all the same: kept on purpose, clients rely on the rows.
+/// A row that is as it was, as one without any number, is not written: each start finds it again.
 bool splitRows(DataAccessServiceIfc* service, std::map<std::string, CallLogRow>& rows,
                const std::vector<std::string>& ids, std::map<std::string, CallLogRow>& extracted) {
     int replaced = 0;
@@ -168,13 +169,14 @@ bool splitRows(DataAccessServiceIfc* service, std::map<std::string, CallLogRow>&
     for (const std::string& id : ids) {
         CallLogRow& row = rows[id];
         const bool isStorable = row.isSafeInStatement();
+        const std::string before = row.statement();
         std::map<std::string, CallLogRow> others;
         const bool isSplit = guarded(id, [&] {
             requireReadableTimes(row);
             row.extractCallRecordsThatDoNotMatch(isStorable ? extracted : others);
         });
         if (isSplit && isStorable) {
-            stored = row.writeTo(service) && stored;
+            stored = (row.statement() == before || row.writeTo(service)) && stored;
         } else if (isSplit) {
             DAS_LOG(3, "Call log row '%s' is left as it is: a quote", id.c_str());
             addStorable(others, extracted);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
@@ -95,13 +96,45 @@ void DASMigrator::upgradeFromV3ToWebRTC(DataAccessServiceIfc* service) {
     }
 }
 
-void DASMigrator::addAesRow(DataAccessServiceIfc* service, const std::string& method,
+bool DASMigrator::addAesRow(DataAccessServiceIfc* service, const std::string& method,
                             const std::string& first, const std::string& rank) {
     std::vector<std::string> row = {first, rank, "'true'"};
     if (service->getAdapter()->insert(SrtpEncryptionSettingsTableName, row, nullptr) != 0) {
         DAS_LOG(2, "Failed to insert %s to SRTP encryption table", method.c_str());
+        return false;
     }
+    return true;
 }
+
+namespace {
+
+/// The methods among the last @p count of the list that the table lacks.
+std::vector<SrtpMethod> missingMethods(DatabaseAdapter& adapter, std::size_t count) {
+    std::vector<SrtpMethod> missing;
+    std::copy_if(std::end(SrtpMethods) - count, std::end(SrtpMethods), std::back_inserter(missing),
+                 [&](const SrtpMethod& method) {
+                     PairList conditions = {{"Method", method.first}};
+                     std::string rows;
+                     return adapter.countRows(SrtpEncryptionSettingsTableName, conditions, rows) ==
+                                0 &&
+                            rows == "0";
+                 });
+    return missing;
+}
+
+bool moveRank(DatabaseAdapter& adapter, int rank, int places) {
+    const std::string sql = "UPDATE " + SrtpEncryptionSettingsTableName + " SET Rank= '" +
+                            ClientUtils::itos(rank + places) + "' WHERE Rank = '" +
+                            ClientUtils::itos(rank) + "'";
+    if (adapter.executeNonQuery(sql) != 0) {
+        DAS_LOG(2, "Failed to increase rank %d with query %s", rank, sql.c_str());
+        return false;
+    }
+    DAS_LOG(5, "Increased rank %d with query %s", rank, sql.c_str());
+    return true;
+}
+
+}  // namespace
 
 void DASMigrator::addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* service, int rowCount) {
     const int rowsToInsert = AllSrtpRows - rowCount;
@@ -110,6 +143,12 @@ void DASMigrator::addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* servi
         return;
     }
     const bool all = rowCount == 2;
+    DatabaseAdapter& adapter = *service->getAdapter();
+    const std::vector<SrtpMethod> missing = missingMethods(adapter, all ? 3 : 2);
+    if (missing.empty()) {
+        DAS_LOG(3, "Not adding AES methods to DB: nRowsToInsert=%d", 0);
+        return;
+    }
     const int startRank = all ? 1 : 2;
     if (all) {
         DAS_LOG(5, "Adding AES-256 and AES-GCM encryption methods starting at rank %d", startRank);
@@ -117,22 +156,17 @@ void DASMigrator::addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* servi
         DAS_LOG(5, "Adding AES-GCM encryption methods starting at rank %d", startRank);
     }
     // Half of it would move the ranks once more at the next start.
-    TransactionGuard transaction(*service->getAdapter());
-    transaction.holdCommits();
-    for (int rank = rowCount; rank >= startRank; --rank) {
-        const std::string sql = "UPDATE " + SrtpEncryptionSettingsTableName + " SET Rank= '" +
-                                ClientUtils::itos(rank + rowsToInsert) + "' WHERE Rank = '" +
-                                ClientUtils::itos(rank) + "'";
-        if (service->getAdapter()->executeNonQuery(sql) == 0) {
-            DAS_LOG(5, "Increased rank %d with query %s", rank, sql.c_str());
-        } else {
-            DAS_LOG(2, "Failed to increase rank %d with query %s", rank, sql.c_str());
+    const bool isWhole = runWholeOrNot(adapter, [&] {
+        bool stored = true;
+        for (int rank = rowCount; stored && rank >= startRank; --rank) {
+            stored = moveRank(adapter, rank, rowsToInsert);
         }
-    }
-    for (const SrtpMethod& method : SrtpMethods) {
-        if (all || &method != SrtpMethods) {
-            addAesRow(service, method.name, method.first, method.rank);
-        }
+        return stored && std::all_of(missing.begin(), missing.end(), [&](const SrtpMethod& method) {
+                   return addAesRow(service, method.name, method.first, method.rank);
+               });
+    });
+    if (!isWhole) {
+        DAS_LOG(2, "The table %s keeps its methods", SrtpEncryptionSettingsTableName.c_str());
     }
 }
 
@@ -266,13 +300,13 @@ bool findPlainColumn(PasswordColumns& columns, int position, const std::string& 
     return found != columns.names.end();
 }
 
+/// The row's number stands before its cells: its key may be NULL, or that of another row as well.
 void encryptRow(DatabaseAdapter& adapter, const std::string& table, const PasswordColumns& columns,
                 const std::vector<std::string>& row) {
-    DAS_LOG(5, "Encoding the password for line %s:%s", row.at(0).c_str(), row.at(1).c_str());
+    DAS_LOG(5, "Encoding the password for line %s:%s", row.at(1).c_str(), row.at(2).c_str());
     std::string encrypted;
-    PairList conditions = {{columns.names.at(0), DASUtils::escapeAndQuote(row.at(0))},
-                           {columns.names.at(1), DASUtils::escapeAndQuote(row.at(1))}};
-    bool stored = encrypt(row.at(columns.plain), encrypted);
+    PairList conditions = {{"rowid", row.at(0)}};
+    bool stored = encrypt(row.at(columns.plain + 1), encrypted);
     if (stored) {
         PairList newValues = {{columns.encrypted, DASUtils::escapeAndQuote(encrypted)},
                               {columns.names[columns.plain], EmptyDBString}};
@@ -314,7 +348,7 @@ void DASMigrator::migrateToEncryptedPasswordsForKeySettings(DataAccessServiceIfc
     }
     Rows rows;
     if (!findPlainColumn(columns, position, plainTag) ||
-        adapter.executeSQLQuery("SELECT * FROM " + table + " WHERE " + plainTag + " <> '';",
+        adapter.executeSQLQuery("SELECT rowid, * FROM " + table + " WHERE " + plainTag + " <> '';",
                                 rows) != 0) {
         DAS_LOG(2, "Cannot read the content of the %s table.", table.c_str());
         return;

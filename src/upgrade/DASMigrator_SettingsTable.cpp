@@ -32,12 +32,10 @@ const std::string noRows = "0";  ///< as a condition
 const char* const dropTable = "DROP TABLE GENERAL_CONFIG";
 const std::string makeTable = "CREATE TABLE GENERAL_CONFIG" + tableForm;
 
-/// Whether the columns of settings are the first ones of the table, in their order.
+/// Whether the table has the columns of settings in their order, and no other: a row of settings
+/// has a value for each column.
 bool areColumnsInOrder(DatabaseAdapter& adapter) {
-    const std::vector<std::string> names = columnsOf(adapter, GeneralConfigTableName);
-    const std::vector<std::string>& expected = settingsColumns();
-    return names.size() >= expected.size() &&
-           std::equal(expected.begin(), expected.end(), names.begin());
+    return columnsOf(adapter, GeneralConfigTableName) == settingsColumns();
 }
 
 // A table that can't be asked for, or is missing, is not touched.
@@ -49,13 +47,17 @@ bool isInOrder(DatabaseAdapter& adapter) {
            (rows.front().at(0).find(keyText) != std::string::npos && areColumnsInOrder(adapter));
 }
 
-/// Whether these are the columns of a table of settings, in any order.
-bool areSettingsColumns(const std::vector<std::string>& names, std::vector<std::string> expected,
-                        bool withContext) {
-    if (!withContext) {
-        expected.erase(expected.begin() + ContextCell);
-    }
-    return std::is_permutation(names.begin(), names.end(), expected.begin(), expected.end());
+/// Whether all columns of settings are among these, in any order. Without a context it is a table
+/// of before user mobility.
+bool haveSettingsColumns(const std::vector<std::string>& names, bool withContext) {
+    const std::vector<std::string>& all = settingsColumns();
+    return std::all_of(all.begin(), all.end(), [&](const std::string& column) {
+        return hasColumn(names, column) || (column == all[ContextCell] && !withContext);
+    });
+}
+
+void logGivenUp(DatabaseAdapter& adapter, const std::vector<std::string>& names) {
+    logGivenUpColumns(adapter, GeneralConfigTableName, names, settingsColumns());
 }
 
 /// Fills GENERAL_CONFIG_COPY, a new table of today's form.
@@ -158,10 +160,12 @@ void DASMigrator::normalizeGeneralConfigTable(DataAccessServiceIfc* service) {
         return;
     }
     DAS_LOG(5, "Removing duplicates from GENERAL_CONFIG");
-    if (!areSettingsColumns(columnsOf(adapter, GeneralConfigTableName), settingsColumns(), true)) {
+    const std::vector<std::string> names = columnsOf(adapter, GeneralConfigTableName);
+    if (!haveSettingsColumns(names, true)) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG has other columns, left as it is");
         return;
     }
+    logGivenUp(adapter, names);
     if (!runWholeOrNot(adapter, [&] { return addKey(adapter); })) {
         DAS_LOG(2, "normalizeGeneralConfigTable: GENERAL_CONFIG is left as it was");
     }
@@ -176,8 +180,6 @@ void DASMigrator::orderGeneralConfigColumns(DataAccessServiceIfc* service) {
 // Before user mobility --------------------------------------------------------------------------
 
 namespace {
-
-constexpr std::size_t ColumnsWithoutContext = 3;
 
 /// Without a context a setting is the device's if the list of device items says so, else the base
 /// user's. Of rows that meet under one key the last one stays, but one with a NULL context yields.
@@ -200,11 +202,11 @@ bool renewTable(DatabaseAdapter& adapter, bool hasContext) {
 }  // namespace
 
 bool DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
-                                            const std::vector<std::string>& columns) {
+                                            const std::vector<std::string>&) {
     DatabaseAdapter& adapter = *service->getAdapter();
     const std::vector<std::string> names = columnsOf(adapter, GeneralConfigTableName);
-    const bool hasContext = names.size() != ColumnsWithoutContext;
-    if (!areSettingsColumns(names, columns, hasContext)) {
+    const bool hasContext = hasColumn(names, UserContextTagName);
+    if (!haveSettingsColumns(names, hasContext)) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG has %d columns, left as it is",
                 static_cast<int>(names.size()));
         return true;
@@ -212,6 +214,7 @@ bool DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
     DAS_LOG(5, "%s",
             hasContext ? "Rationalising new-format GENERAL_CONFIG table for Mobility"
                        : "Migrating old-format GENERAL_CONFIG table");
+    logGivenUp(adapter, names);
     removeMigrationFiles();
     if (!runWholeOrNot(adapter, [&] { return renewTable(adapter, hasContext); })) {
         DAS_LOG(2, "migrateGeneralConfigTable: GENERAL_CONFIG is left as it was");

@@ -174,5 +174,6 @@ bool DASMigrator::compareStringsAsIntegers(std::string first, std::string second
 
 TableForm DASMigrator::formOf(DataAccessServiceIfc* service, const std::string& schema,
                               const std::string& table) {
-    return {*createDao(service, schema), StepHelpers::columnsOf(*service->getAdapter(), table)};
+    DatabaseAdapter& adapter = *service->getAdapter();
+    return {adapter, *createDao(service, schema), StepHelpers::columnsOf(adapter, table)};
 }

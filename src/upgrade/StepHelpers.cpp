@@ -1,5 +1,7 @@
 #include "upgrade/StepHelpers.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -31,6 +33,11 @@ const char* const MigrationFiles[] = {"/Aurel_Deploy/DasMigrationValues.csv",
 const std::string insertSettingStatement =
     "INSERT OR REPLACE INTO GENERAL_CONFIG (Schema, UserContext, Name, Value) "
     "VALUES (?, ?, ?, ?);";
+
+/// A name as SQL takes it whatever it holds.
+std::string quotedName(const std::string& name) {
+    return "\"" + DASUtils::escapeReservedCharacter(name, '"', '"') + "\"";
+}
 
 }  // namespace
 
@@ -78,6 +85,26 @@ std::vector<std::string> StepHelpers::columnsOf(DatabaseAdapter& adapter,
     std::vector<std::string> names;
     (void)adapter.getColumnNames(table, names);
     return names;
+}
+
+bool StepHelpers::hasColumn(const std::vector<std::string>& columns, const std::string& name) {
+    return std::any_of(columns.begin(), columns.end(), [&](const std::string& column) {
+        return ::strcasecmp(column.c_str(), name.c_str()) == 0;
+    });
+}
+
+void StepHelpers::logGivenUpColumns(DatabaseAdapter& adapter, const std::string& table,
+                                    const std::vector<std::string>& columns,
+                                    const std::vector<std::string>& kept) {
+    for (const std::string& column : columns) {
+        if (!hasColumn(kept, column)) {
+            std::string values;
+            adapter.getRowCount(
+                "SELECT COUNT(NULLIF(" + quotedName(column) + ", '')) FROM " + table + ";", values);
+            DAS_LOG(2, "The column %s of %s is given up with its values: %s", column.c_str(),
+                    table.c_str(), values.c_str());
+        }
+    }
 }
 
 bool StepHelpers::runAll(DatabaseAdapter& adapter, const std::vector<std::string>& statements) {

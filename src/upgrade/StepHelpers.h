@@ -42,6 +42,14 @@ long rowsOf(DataAccessServiceIfc* service, const std::string& table);
 /// Columns of @p table, in their order; none for a missing table.
 std::vector<std::string> columnsOf(DatabaseAdapter& adapter, const std::string& table);
 
+/// Whether @p columns has @p name, in any case, as in SQL.
+bool hasColumn(const std::vector<std::string>& columns, const std::string& name);
+
+/// Logs each of @p columns of @p table that is not one of @p kept, with the count of its values.
+void logGivenUpColumns(DatabaseAdapter& adapter, const std::string& table,
+                       const std::vector<std::string>& columns,
+                       const std::vector<std::string>& kept);
+
 /// Runs statements in their order up to the first that fails. Whether all ran.
 [[nodiscard]] bool runAll(DatabaseAdapter& adapter, const std::vector<std::string>& statements);
 

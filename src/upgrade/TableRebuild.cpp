@@ -10,6 +10,7 @@
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
+#include "upgrade/StepHelpers.h"
 
 namespace {
 
@@ -27,23 +28,42 @@ bool isMadeByDatabase(const DASUtils::ColumnInfo& column) {
     return column.type.find("INTEGER PRIMARY KEY") != std::string::npos;
 }
 
-/// A name as SQL takes it whatever it holds.
-std::string quotedName(const std::string& name) {
-    return "\"" + DASUtils::escapeReservedCharacter(name, '"', '"') + "\"";
+/// A key of one column, which SQLite calls unique in the column's own type.
+bool isTextKey(const DASUtils::ColumnInfo& column) {
+    return column.type.find("TEXT PRIMARY KEY") != std::string::npos;
 }
 
 bool isNumbered(const DASUtils::ColumnInfo& column) {
     return column.type.find("AUTOINCREMENT") != std::string::npos;
 }
 
+/// Whether the database numbers the rows of the table, if those of the object have numbers. Without
+/// its key each write of a row adds one. True also when this can't be read.
+bool numbersRows(DatabaseAdapter& adapter, const DataAccessObject& dao) {
+    const auto number = std::find_if(dao.columns().begin(), dao.columns().end(), isMadeByDatabase);
+    if (number == dao.columns().end()) {
+        return true;
+    }
+    std::string isOther;  // "0" also when the query fails
+    adapter.getRowCount(
+        "SELECT COALESCE((SELECT GROUP_CONCAT(name || ' ' || type) FROM "
+        "pragma_table_info(" +
+            DASUtils::convertToDBFormat(dao.tableName()) + ") WHERE pk > 0) <> " +
+            DASUtils::convertToDBFormat(number->name + " INTEGER") + " COLLATE NOCASE, 1);",
+        isOther);
+    return isOther == "0";
+}
+
 }  // namespace
 
-TableForm::TableForm(const DataAccessObject& dao, const std::vector<std::string>& names)
+TableForm::TableForm(DatabaseAdapter& adapter, const DataAccessObject& dao,
+                     const std::vector<std::string>& names)
     : columns(names.size()), wanted(dao.columns().size()) {
     while (inPlace < std::min(columns, wanted) &&
            isSameName(dao.columns()[inPlace].name, names[inPlace])) {
         ++inPlace;
     }
+    m_numbersRows = inPlace < wanted || numbersRows(adapter, dao);
 }
 
 TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
@@ -54,8 +74,8 @@ TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
       m_table(dao.tableName()) {}
 
 bool TableRebuild::isDone() const {
-    const TableForm form(m_dao, m_oldColumns);
-    return form.columns == form.wanted && form.inPlace == form.wanted;
+    const TableForm form(m_adapter, m_dao, m_oldColumns);
+    return form.columns == form.wanted && form.isInOrder();
 }
 
 bool TableRebuild::run(DefaultRows rows) {
@@ -76,32 +96,28 @@ bool TableRebuild::copyFrom(const std::string& table) {
 }
 
 bool TableRebuild::wasThere(const std::string& column) const {
-    return std::any_of(m_oldColumns.begin(), m_oldColumns.end(),
-                       [&](const std::string& old) { return isSameName(column, old); });
+    return StepHelpers::hasColumn(m_oldColumns, column);
 }
 
 void TableRebuild::logDroppedColumns(const std::string& table) const {
-    for (const std::string& old : m_oldColumns) {
-        const bool stays =
-            std::any_of(m_dao.columns().begin(), m_dao.columns().end(),
-                        [&](const Column& column) { return isSameName(column.name, old); });
-        if (!stays) {
-            std::string values;
-            m_adapter.getRowCount(
-                "SELECT COUNT(NULLIF(" + quotedName(old) + ", '')) FROM " + table + ";", values);
-            DAS_LOG(2, "The column %s of %s is given up with its values: %s", old.c_str(),
-                    table.c_str(), values.c_str());
-        }
+    std::vector<std::string> kept;
+    for (const Column& column : m_dao.columns()) {
+        kept.push_back(column.name);
     }
+    StepHelpers::logGivenUpColumns(m_adapter, table, m_oldColumns, kept);
 }
 
 /// The condition that a row is the default row at a place: its id, and each cell by which the
-/// default rows differ. A label belongs to its function, not to whatever stands on the key.
+/// default rows differ. A label belongs to its function, not to whatever stands on the key. Rows
+/// without an id are no default rows.
 std::string TableRebuild::isDefaultRow(std::size_t row, const Column& except) const {
     const bool hasId = std::any_of(
         m_dao.columns().begin(), m_dao.columns().end(),
         [](const Column& column) { return isSameName(column.name, DASUtilsStrings::IdTagName); });
     const std::string& key = hasId ? DASUtilsStrings::IdTagName : m_dao.columns().front().name;
+    if (!wasThere(key)) {
+        return "0";
+    }
     std::string condition = key + " = " + DASUtils::escapeAndQuote(m_dao.defaultRowIds().at(row));
     for (const Column& column : m_dao.columns()) {
         if (column.defaults.size() > 1 && column.name != except.name && wasThere(column.name)) {
@@ -145,9 +161,9 @@ std::string TableRebuild::copyStatement(Numbers numbers, const std::string& rows
             values.push_back(valueOf(column));
         }
     }
-    // Of rows that a key of several columns takes for one the last stays.
-    return (m_dao.constraint().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table +
-           " (" + ClientUtils::join(names, ", ") + ") SELECT " + ClientUtils::join(values, ", ") +
+    // Of rows that the key takes for one the last stays.
+    return (keyColumns().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table + " (" +
+           ClientUtils::join(names, ", ") + ") SELECT " + ClientUtils::join(values, ", ") +
            " FROM " + m_aside + rows + ";";
 }
 
@@ -209,7 +225,7 @@ bool TableRebuild::keepsAllRows() {
         m_adapter.countRows(m_table, all, after) != 0) {
         return false;
     }
-    if (before == after || m_dao.constraint().empty()) {
+    if (before == after || keyColumns().empty()) {
         return before == after;
     }
     std::string expected;
@@ -221,18 +237,26 @@ bool TableRebuild::keepsAllRows() {
     return after == expected;
 }
 
-/// The values of the columns that the key of the table names, "PRIMARY KEY (One, Other)".
-std::string TableRebuild::keyValues() const {
+/// The columns of a key that clients give: those of "PRIMARY KEY (One, Other)", or a text.
+std::vector<const DASUtils::ColumnInfo*> TableRebuild::keyColumns() const {
     const std::string& key = m_dao.constraint();
-    const auto begin = key.find('(');
-    std::vector<std::string> values;
-    for (const std::string& name : ClientUtils::tokenizeString(
-             key.substr(begin + 1, key.find(')') - begin - 1), ",", false, true)) {
-        for (const Column& column : m_dao.columns()) {
-            if (isSameName(column.name, name)) {
-                values.push_back(valueOf(column));
-            }
+    const auto begin = key.find('(') + 1;
+    const auto names =
+        ClientUtils::tokenizeString(key.substr(begin, key.find(')') - begin), ",", false, true);
+    std::vector<const Column*> columns;
+    for (const Column& column : m_dao.columns()) {
+        if (isTextKey(column) || StepHelpers::hasColumn(names, column.name)) {
+            columns.push_back(&column);
         }
+    }
+    return columns;
+}
+
+/// The values of the key, as the texts that they become.
+std::string TableRebuild::keyValues() const {
+    std::vector<std::string> values;
+    for (const Column* column : keyColumns()) {
+        values.push_back("CAST(" + valueOf(*column) + " AS TEXT)");
     }
     return ClientUtils::join(values, ", ");
 }

@@ -11,15 +11,22 @@ class DatabaseAdapter;
 
 /// How the columns of a table compare to those of its data access object.
 struct TableForm {
-    TableForm(const DataAccessObject& dao, const std::vector<std::string>& names);
+    TableForm(DatabaseAdapter& adapter, const DataAccessObject& dao,
+              const std::vector<std::string>& names);
 
     /// Whether cells can be read by their position: the object's columns are the first ones of the
-    /// table, in the object's order. True for a missing table.
-    [[nodiscard]] bool isInOrder() const { return columns == 0 || inPlace == wanted; }
+    /// table, in the object's order. A column that numbers the rows is the key. True for a missing
+    /// table.
+    [[nodiscard]] bool isInOrder() const {
+        return columns == 0 || (inPlace == wanted && m_numbersRows);
+    }
 
     std::size_t columns;      ///< of the table; 0 for a missing one
     std::size_t inPlace = 0;  ///< columns, from the first on, that are those of the object
     std::size_t wanted;       ///< of the object
+
+private:
+    bool m_numbersRows;
 };
 
 /**
@@ -30,8 +37,8 @@ struct TableForm {
  * Column names count without regard to case, as in SQL.
  *
  * A row that the key of the table refuses stops nothing. If the database numbers the rows, a row
- * without a number, or with that of an earlier row, gets a new one. If the key has several columns,
- * the last of its rows stays.
+ * without a number, or with that of an earlier row, gets a new one. If clients give the key, the
+ * last of its rows stays.
  */
 class TableRebuild {
 public:
@@ -66,6 +73,7 @@ private:
     enum class Numbers { Kept, New };
     std::string copyStatement(Numbers numbers, const std::string& rows) const;
     bool copyRows();
+    std::vector<const Column*> keyColumns() const;
     std::string keyValues() const;
     void logDroppedColumns(const std::string& table) const;
     bool readIndices();

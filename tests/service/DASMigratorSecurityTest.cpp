@@ -238,6 +238,7 @@ TEST_F(SecurityTest, SrtpRanksMoveUpForTheMethodsThatAreMissing) {
     } rows[] = {{"0:1", "0:1"},
                 {"0:2,1:1", "1:4,0:5,2:1,4:2,3:3"},
                 {"2:1,0:3,1:2", "2:1,0:5,1:4,4:2,3:3"},
+                {"4:1,3:2,9:3", "4:1,3:2,9:3"},
                 {"0:1,1:2,2:3,3:4", "0:1,1:2,2:3,3:4"}};
     for (const auto& row : rows) {
         change("DROP TABLE IF EXISTS SRTP_ENCRYPTION_SETTINGS");

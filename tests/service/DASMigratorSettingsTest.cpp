@@ -162,9 +162,8 @@ TEST_F(SettingsMigrationTest, ATableWithoutItsKeyGetsOneAndLosesDoublesAlone) {
 }
 
 TEST_F(SettingsMigrationTest, ATableOfOtherColumnsIsLeftAloneUnlessItIsEmpty) {
-    const char* const columns[] = {
-        "Schema TEXT, UserContext TEXT, Name TEXT, Value TEXT, More TEXT",
-        "Schema TEXT, Name TEXT"};
+    const char* const columns[] = {"Schema TEXT, UserContext TEXT, Name TEXT, More TEXT",
+                                   "Schema TEXT, Name TEXT"};
     for (const char* each : columns) {
         change("DROP TABLE GENERAL_CONFIG");
         change(std::string("CREATE TABLE GENERAL_CONFIG (") + each + ")");
@@ -178,6 +177,20 @@ TEST_F(SettingsMigrationTest, ATableOfOtherColumnsIsLeftAloneUnlessItIsEmpty) {
         DASMigrator::normalizeGeneralConfigTable(&service());
         insert({{"A", "base", "n", "v"}});
     }
+}
+
+// Such a table took no setting: a row of settings has four values.
+TEST_F(SettingsMigrationTest, AnUnknownColumnOfSettingsIsGivenUpWithItsCountInTheLog) {
+    change("DROP TABLE GENERAL_CONFIG");
+    change(
+        "CREATE TABLE GENERAL_CONFIG (Schema TEXT, UserContext TEXT, More TEXT, Name TEXT, "
+        "Value TEXT, PRIMARY KEY( Schema, UserContext, Name ) )");
+    change("INSERT INTO GENERAL_CONFIG VALUES ('A', 'base', 'x', 'n', 'v')");
+    m_log.clear();
+    DASMigrator::normalizeGeneralConfigTable(&service());
+    EXPECT_TRUE(m_log.has(2, "The column More of GENERAL_CONFIG is given up with its values: 1"));
+    EXPECT_EQ(settings(), (std::vector<Setting>{{"A", "base", "n", "v"}}));
+    insert({{"B", "base", "m", "w"}});
 }
 
 TEST_F(SettingsMigrationTest, ADeviceItemEndsWithOneRowOfItsOwn) {
