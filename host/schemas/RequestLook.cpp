@@ -33,6 +33,7 @@ struct Reader {
     int reasons = 0;
     int items = 0;
     bool isInReason = false;
+    bool isSecret = false;  ///< the element that began last
 
     void start(std::string_view name, const char* attribute) {
         look.isClear = look.isClear && !isInReason;  // elements in it could change what it is
@@ -50,7 +51,8 @@ struct Reader {
         const bool isOfFrame =
             std::find(std::begin(Frame), std::end(Frame), element) != std::end(Frame);
         items += isOfFrame ? 0 : 1;
-        look.namesSecret = look.namesSecret || Secrets::isSecret(element);
+        isSecret = !isOfFrame && Secrets::isSecret(element);
+        look.namesSecret = look.namesSecret || isSecret;
     }
 
     void end() {
@@ -59,11 +61,11 @@ struct Reader {
         } else if (element == "ResultCols") {
             look.hasColumns = look.hasColumns || !text.empty();
             look.hasManyColumns = look.hasManyColumns || text.find(' ') != std::string::npos;
-        } else if (Secrets::isSecret(element)) {
+        } else if (isSecret) {
             look.writesMask = look.writesMask || text == Secrets::Mask;
         }
         element.clear();
-        isInReason = false;
+        isSecret = isInReason = false;
     }
 };
 
