@@ -97,11 +97,11 @@ void takeAccessFile(std::string_view input) {
     Method call("processRequest");
     call.addStringParameter("Request", request, Parameter::in);
     call.addIntParameter("RequestLength", static_cast<int>(request.size()), Parameter::in);
-    const AccessCheck check(call, rules.rightsOf({1, 1, {1}}));
+    const AccessCheck check(call, rules.rightsOf({1, 1, 1, {1}}));
     const RequestLook look = RequestLook::of(request, static_cast<int>(request.size()));
     require(look == RequestLook::parsed(request, static_cast<int>(request.size())),
             "the quick look at a request differs from its parse");
-    require(look.isClear || !check.isAllowed() || rules.rightsOf({1, 1, {1}}).may(Methods::All),
+    require(look.isClear || !check.isAllowed() || rules.rightsOf({1, 1, 1, {1}}).may(Methods::All),
             "a request with two meanings is allowed");
     require(!AccessCheck(call, ClientRights()).isAllowed() ||
                 look.kind == RequestLook::Kind::Harmless,

@@ -201,7 +201,7 @@ private:
             (void)host.service().processRequest(SignOfLife.data(),
                                                 static_cast<int>(SignOfLife.size()));
         });
-        tellPerson("listening at " + *path, "Ctrl-C ends it");
+        tellPerson("listening at " + *where.path, "Ctrl-C ends it");
         end.wait();
         notice.ending();
         host.endChanges();

@@ -106,7 +106,9 @@ bool AccessCheck::allows(const Methods::Row& method) {
                       return value.type != Parameter::Type::Bool;
                   });
     const bool isWrite = ((access.everywhere | access.ofSchema) & Methods::Write) != 0;
-    return m_rights.may(access.everywhere) &&
+    // In place of a text these methods take the path of a file of the telephone.
+    const bool namesFile = m_call.getStringParameter("File", text) && !text.empty();
+    return m_rights.may(access.everywhere | (namesFile ? Methods::Files : Methods::None)) &&
            (access.ofSchema == Methods::None || may(access.ofSchema, m_schema)) &&
            (!isWrite || m_maySeeSecrets || keepsSecrets());
 }
@@ -121,7 +123,8 @@ bool AccessCheck::keepsSecrets() const {
     std::string path;
     return std::none_of(values.begin(), values.end(),
                         [](const Parameter& value) { return holdsMask(value.text); }) &&
-           (!m_call.getStringParameter("filePathAndName", path) || !fileHoldsMask(path));
+           (!m_call.getStringParameter("filePathAndName", path) || !fileHoldsMask(path)) &&
+           (!m_call.getStringParameter("File", path) || path.empty() || !fileHoldsMask(path));
 }
 
 bool AccessCheck::allowsList(unsigned rights, const std::string& list) const {

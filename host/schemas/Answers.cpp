@@ -46,13 +46,6 @@ bool Answers::isFailure(const std::string& answer) {
                                                    DASUtilsStrings::FailureResponse + ReasonEnd);
 }
 
-std::string Answers::schemaOf(const std::string& message) {
-    const std::size_t word = message.find("Schema");
-    const std::size_t open = word == std::string::npos ? word : message.find('"', word);
-    const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
-    return close == std::string::npos ? "" : message.substr(open + 1, close - open - 1);
-}
-
 std::string Answers::failureFor(const std::string& message) {
     return answerOf(message, "");
 }
