@@ -221,14 +221,14 @@ private:
     }
 
     int tellRefused(Session& session, const Imported& result) const {
+        const bool isOfLines = result.words.rfind(LineWord, 0) == 0;
+        if (result.isChecked && !isOfLines) {
+            return session.tellFailure(m_arguments.what(), result.words);
+        }
         const std::string words =
             result.words.empty() ? session.takeFailures().text() : result.words;
-        const bool isOfLines = words.rfind(LineWord, 0) == 0;
         const std::string file =
             isOfLines ? m_arguments.file() : m_arguments.what() + ": " + m_arguments.file();
-        if (result.isChecked && !isOfLines) {
-            return session.tellFailure(m_arguments.what());
-        }
         for (const std::string& line : ClientUtils::tokenizeString(words, "\n", false, false)) {
             Complaint::tell(file + ": " + line, result.isChecked ? "nothing is changed" : "");
         }

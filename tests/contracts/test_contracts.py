@@ -192,12 +192,11 @@ class Contracts(unittest.TestCase):
                 files = [name for name in names if name != "xsd"]
                 self.assertEqual(filecmp.cmpfiles(left, right, files, shallow=False)[1:], ([], []),
                                  "run scripts/contracts")
+            with open(f"{folder}/answers.json", encoding="utf-8") as file:
+                forms = json.load(file)
         run = subprocess.run([SOURCES / "scripts/methods-tables", "--check"], text=True, check=False,
                              stderr=subprocess.PIPE)
         self.assertEqual(run.returncode, 0, run.stderr)
-
-            with open(f"{folder}/answers.json", encoding="utf-8") as file:
-                forms = json.load(file)
         sys.path.insert(0, str(SOURCES / "clients" / "python"))
         from dasclient._answers import FORMS
         self.assertEqual(FORMS, forms, "run scripts/contracts")

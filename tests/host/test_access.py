@@ -263,7 +263,7 @@ class Hidden(AccessTest):
 
     def setUp(self):
         super().setUp()
-        self.good("set", "LineKeySettings", "--id", "1", "LineSipPassword=encrypted at the next start")
+        self.das("set", "LineKeySettings", "--id", "1", "LineSipPassword=encrypted at the next start")
 
     def store(self, wire):
         """Secrets that no start has encrypted yet."""
