@@ -111,13 +111,18 @@ bool settleNullContexts(DatabaseAdapter& adapter) {
 
 /// Blank texts in place of NULLs. Among rows that differ in this alone the blank one stays.
 bool fillNulls(DatabaseAdapter& adapter) {
-    return runAll(adapter, {"UPDATE GENERAL_CONFIG SET Schema = '' WHERE Schema IS NULL",
-                            "UPDATE GENERAL_CONFIG SET Name = '' WHERE Name IS NULL",
+    return runAll(adapter, {"UPDATE OR IGNORE GENERAL_CONFIG SET Schema = '' WHERE Schema IS NULL",
+                            "DELETE FROM GENERAL_CONFIG WHERE Schema IS NULL",
+                            "UPDATE OR IGNORE GENERAL_CONFIG SET Name = '' WHERE Name IS NULL",
+                            "DELETE FROM GENERAL_CONFIG WHERE Name IS NULL",
                             "UPDATE GENERAL_CONFIG SET Value = '' WHERE Value IS NULL"}) &&
            settleNullContexts(adapter) &&
            runAll(adapter,
                   {"DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND (Schema, Name) IN "
                    "(SELECT Schema, Name FROM GENERAL_CONFIG WHERE UserContext = '')",
+                   // A key lets rows that differ in nothing but a NULL stand twice: the last one stays.
+                   "DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND rowid NOT IN (SELECT "
+                   "MAX(rowid) FROM GENERAL_CONFIG WHERE UserContext IS NULL GROUP BY Schema, Name)",
                    "UPDATE GENERAL_CONFIG SET UserContext = '' WHERE UserContext IS NULL"});
 }
 
