@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <sstream>
+#include <utility>
 
 #include "ClientUtils.h"
 #include "Log.h"
@@ -109,8 +110,14 @@ void ChangeRelay::end() {
         m_isEnding = true;
     }
     m_ended.notify_all();
-    if (m_thread.joinable()) {
-        m_thread.join();
+    std::thread thread;
+    {
+        const std::lock_guard<std::mutex> start(m_startMutex);
+        thread = std::move(m_thread);
+    }
+    // Without the lock: the thread may need it to stop.
+    if (thread.joinable()) {
+        thread.join();
     }
     const std::lock_guard<std::mutex> start(m_startMutex);
     if (m_source != nullptr) {
