@@ -216,7 +216,7 @@ void Runner::judgeAnswer(const Answer& answer, const Tell& tell) const {
     tell(isSuccess(answer) ? "+ successes" : "+ failures");
     if (m_scenario.rule == Rule::Read && isSuccess(answer) && answer.response != good.response) {
         if (answer.reason == "rowcount_response") {
-            tell("+ counts that failed and are told as 0");
+            tell("+ counts that failed and are reported as 0");
             return;
         }
         if (!m_scenario.arrange.empty() && answer.response.find("<Entry>") == std::string::npos) {
@@ -262,7 +262,7 @@ void Runner::judgeContents(const Answer& answer, const Tell& tell) const {
     const Contents& after = m_expected.after;
     const Contents missing = without(after, now);
     if (answer.replied && isSuccess(answer) && !missing.empty()) {
-        if (m_scenario.rule == Rule::Told || m_scenario.rule == Rule::Tables) {
+        if (m_scenario.rule == Rule::Done || m_scenario.rule == Rule::Tables) {
             tell("F acknowledged and not there: " + sample(missing));
         } else if (m_scenario.rule == Rule::Batch) {
             judgeBatch(missing, tell);
@@ -277,7 +277,7 @@ void Runner::judgeContents(const Answer& answer, const Tell& tell) const {
     const Contents strange = without(without(now, after), before);
     const Contents lost = without(without(before, without(before, after)), now);
     if (m_scenario.rule != Rule::Rewrite && !(strange.empty() && lost.empty())) {
-        tell("F rows that nobody wrote: " + sample(strange) + " or took: " + sample(lost));
+        tell("F rows that no request wrote: " + sample(strange) + " or removed: " + sample(lost));
     }
     if (!m_scenario.isDestructive && m_scene.integrity() != "ok") {
         tell("F integrity: " + m_scene.integrity());

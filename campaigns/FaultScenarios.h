@@ -13,11 +13,11 @@ namespace FaultScenarios {
 /// What an answer says about the data.
 enum class Rule {
     Read,    ///< success: the answer is the one that is given without a fault
-    Told,    ///< success: all is done
+    Done,    ///< success: all is done
     Batch,   ///< success: the last entry is done, earlier ones may be missing
     Tables,  ///< success: all is done; in any case each table is as before or as without a fault
     Whole,   ///< nothing, but each table is as before or as without a fault
-    Untold,  ///< nothing: the answer is the same in every case, or there is none
+    Open,    ///< nothing: the answer is the same in every case, or there is none
     Rewrite  ///< nothing, and rows that stay go and come back on the way
 };
 

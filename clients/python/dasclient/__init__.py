@@ -140,7 +140,7 @@ class _Form:
         self.ends = [f"</{one}><{next_one}>" for one, next_one in zip(columns, columns[1:])]
 
     def found(self, piece: str, found: int) -> int:
-        """How many ends were found behind ``found`` of them when ``piece`` has been looked at."""
+        """How many ends are found in all once ``piece`` has been searched, after ``found`` of them."""
         place = 0
         while found < len(self.ends) and (place := piece.find(self.ends[found], place)) >= 0:
             place += len(self.ends[found])
