@@ -74,8 +74,10 @@ void ChangeRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& ad
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto isSame = [&](const Listener& each) {
-            return each.client.expired() ||
-                   (each.adapter == &adapter && each.client.lock() == client);
+            // By owner, since a client that is held here for a moment could end under the lock.
+            const bool isClient =
+                !each.client.owner_before(client) && !client.owner_before(each.client);
+            return each.client.expired() || (each.adapter == &adapter && isClient);
         };
         m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(), isSame),
                           m_listeners.end());
@@ -142,14 +144,18 @@ bool ChangeRelay::hears(const Listener& listener, const std::string& schema) {
 }
 
 void ChangeRelay::changed(const DASChange& change) {
+    std::vector<std::shared_ptr<Client>> clients;  // outlives the lock: each may be the last holder
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_isEnding) {
         return;
     }
     Lines lines(change);
     for (const Listener& listener : m_listeners) {
-        const auto client = listener.client.lock();
-        if (client != nullptr && hears(listener, change.schema)) {
+        if (!hears(listener, change.schema)) {
+            continue;
+        }
+        const auto& client = clients.emplace_back(listener.client.lock());
+        if (client != nullptr) {
             lines.send(*client, *listener.adapter);
         }
     }
