@@ -117,15 +117,18 @@ public:
      * The stored current user. A visitor whose data was not downloaded to the end is put back to
      * base, here and in the table: the one case in which this reading writes.
      *
+     * @param isRead false when the table could not be read; may be null
      * @return the stored text, empty when there is none or it can't be read
      */
-    static std::string readMobilityCurrentUserValue(DatabaseAdapter* adapter);
+    static std::string readMobilityCurrentUserValue(DatabaseAdapter* adapter,
+                                                    bool* isRead = nullptr);
     /// Stores the current user, plain text, as a new row. False on failure.
     static bool insertMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value);
     /// Stores the current user, plain text, in the row that is there. False on failure.
     static bool updateMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value);
-    /// Whether the telephone serves its owner in every case. True when it can't be read.
-    static bool isActiveMobilityModeIsBasic(DatabaseAdapter* adapter);
+    /// Whether the telephone serves its owner in every case. True when it can't be read; @p isRead is
+    /// false then, and may be null.
+    static bool isActiveMobilityModeIsBasic(DatabaseAdapter* adapter, bool* isRead = nullptr);
     /// Whether the visitor's data was downloaded to the end. True unless a row says otherwise.
     static bool isMobilityVisitorUserDataValid(DatabaseAdapter* adapter);
 

@@ -27,12 +27,19 @@ PairList mobilityItem(const char* item) {
 /// How a reading of a setting ended.
 enum class Reading { Failed, NoRow, Done };
 
-Reading readItem(DatabaseAdapter* adapter, const char* item, std::string& value) {
+/// @param isRead false when the reading failed; may be null
+Reading readItem(DatabaseAdapter* adapter, const char* item, std::string& value,
+                 bool* isRead = nullptr) {
     Rows rows;
     PairList orderBy;
-    if (adapter == nullptr ||
+    const bool done =
+        adapter != nullptr &&
         adapter->executeQuery(DASUtilsStrings::GeneralConfigTableName, {valueColumn},
-                              mobilityItem(item), orderBy, rows, "", "") != 0) {
+                              mobilityItem(item), orderBy, rows, "", "") == 0;
+    if (isRead != nullptr) {
+        *isRead = done;
+    }
+    if (!done) {
         return Reading::Failed;
     }
     if (rows.empty()) {
@@ -42,14 +49,15 @@ Reading readItem(DatabaseAdapter* adapter, const char* item, std::string& value)
     return Reading::Done;
 }
 
-/// A setting that is on or off, with what holds when it can't be read and when there is none.
-bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName, bool whenFailed,
-                bool whenMissing) {
+/// A setting that is on or off. It counts as on when it can't be read, and as @p whenMissing when it
+/// has no row.
+bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName, bool whenMissing,
+                bool* isRead = nullptr) {
     std::string value;
-    switch (readItem(adapter, item, value)) {
+    switch (readItem(adapter, item, value, isRead)) {
         case Reading::Failed:
             DAS_LOG(2, "%s - executeQuery error", logName);
-            return whenFailed;
+            return true;
         case Reading::NoRow:
             DAS_LOG(2, "%s - results empty", logName);
             return whenMissing;
@@ -61,19 +69,19 @@ bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName,
 
 }  // namespace
 
-bool DASUtils::isActiveMobilityModeIsBasic(DatabaseAdapter* adapter) {
+bool DASUtils::isActiveMobilityModeIsBasic(DatabaseAdapter* adapter, bool* isRead) {
     // A table that can't be read counts as basic mode and a missing row does not: kept on purpose,
     // a damaged telephone serves its owner.
-    return readSwitch(adapter, basicModeItem, "isActiveMobilityModeIsBasic", true, false);
+    return readSwitch(adapter, basicModeItem, "isActiveMobilityModeIsBasic", false, isRead);
 }
 
 bool DASUtils::isMobilityVisitorUserDataValid(DatabaseAdapter* adapter) {
-    return readSwitch(adapter, visitorDataItem, "readMobilityvisitorUserDataValid", true, true);
+    return readSwitch(adapter, visitorDataItem, "readMobilityvisitorUserDataValid", true);
 }
 
-std::string DASUtils::readMobilityCurrentUserValue(DatabaseAdapter* adapter) {
+std::string DASUtils::readMobilityCurrentUserValue(DatabaseAdapter* adapter, bool* isRead) {
     std::string value;
-    switch (readItem(adapter, currentUserItem, value)) {
+    switch (readItem(adapter, currentUserItem, value, isRead)) {
         case Reading::Failed:
             DAS_LOG(2, "readMobilityCurrentUserValue - executeQuery error");
             return {};

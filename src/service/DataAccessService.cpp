@@ -128,10 +128,10 @@ void DataAccessService::init(Context& context) {
     if (Work::isEnding()) {
         return;
     }
-    settleCurrentUser();
+    const bool isUserRead = settleCurrentUser();
     std::printf("DataAccessService::init setting m_currentUser = %s\n", currentUser().c_str());
     (void)std::fflush(stdout);
-    initInternal();
+    initInternal(isUserRead);
     m_acmsTagMapper = std::make_unique<ACMSTagMapper>();
     m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
     m_mobilityMigratorInUse = m_mobilityMigrator.get();

@@ -171,12 +171,13 @@ private:
     void notifyOfContacts(const std::string& path, bool isWritten);
     /// Whom to hand a status item; null, and a log line, when there is no management service.
     LocalMgmtIfc* managementForStatus();
-    /// Last step of the start: settles the user.
-    void initInternal();
+    /// Last step of the start: settles the user. Without @p isUserRead nothing of the visitor is
+    /// deleted.
+    void initInternal(bool isUserRead);
     /// Brings the database up to date; what it raises is in the log.
     void migrateDatabase();
-    /// Takes the stored user; a blank one leaves base.
-    void settleCurrentUser();
+    /// Takes the stored user; a blank one leaves base. False when it could not be read.
+    bool settleCurrentUser();
     /// Prepares the data of a user who is about to become current. False, and a log line, when the
     /// visitor can't have his.
     bool prepareProfile(const std::string& profile);

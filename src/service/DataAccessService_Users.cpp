@@ -26,22 +26,28 @@ ChangeScope::Describe changeOf(const char* method) {
 
 }  // namespace
 
-void DataAccessService::settleCurrentUser() {
-    const std::string stored = DASUtils::readMobilityCurrentUserValue(m_dbAdapter);
+bool DataAccessService::settleCurrentUser() {
+    bool isRead = false;
+    const std::string stored = DASUtils::readMobilityCurrentUserValue(m_dbAdapter, &isRead);
     std::lock_guard<std::mutex> lock(m_currentUserMutex);
     if (!stored.empty()) {
         m_currentUser = stored;
     }
+    return isRead;
 }
 
-void DataAccessService::initInternal() {
-    m_basicMobility = DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter);
+void DataAccessService::initInternal(bool isUserRead) {
+    bool isModeRead = false;
+    m_basicMobility = DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter, &isModeRead);
     if (m_basicMobility) {
         std::lock_guard<std::mutex> lock(m_currentUserMutex);
         m_currentUser = "base";
     }
     DAOFactory* factory = m_daoFactory;
-    if (currentUser() == "base" && factory != nullptr) {
+    if (!isUserRead || !isModeRead) {
+        // The user may be the visitor: this start serves base and the data stays for the next one.
+        DAS_LOG(2, "The current user could not be read: the visitor's data is kept");
+    } else if (currentUser() == "base" && factory != nullptr) {
         // At every start, not only after a change: kept on purpose, nothing of a guest outlives a
         // restart of his host's telephone.
         factory->deleteQFAVisitorData();

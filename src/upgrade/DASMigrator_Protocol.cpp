@@ -130,7 +130,10 @@ void DASMigrator::checkAndMigrateQFADatabase(DataAccessServiceIfc* service) {
     if (transitionApplies(service)) {
         changeProtocol(service);
     }
-    if (DASUtils::readMobilityCurrentUserValue(service->getAdapter()).empty()) {
+    bool isRead = false;
+    const std::string user = DASUtils::readMobilityCurrentUserValue(service->getAdapter(), &isRead);
+    // Without a row only: after a failed read the row of a visitor would be replaced.
+    if (isRead && user.empty()) {
         (void)DASUtils::insertMobilityCurrentUserValue(service->getAdapter(), UserContextBase);
     }
 }

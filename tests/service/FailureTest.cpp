@@ -326,6 +326,24 @@ TEST_F(FailureTest, SettingsThatAreNotCommittedAreNotRemembered) {
     }
 }
 
+// The start took the owner for the current user, and deleted the data of the guest.
+TEST_F(FailureTest, AStartThatCannotReadTheUserKeepsTheGuestsData) {
+    EXPECT_TRUE(service().setProfile("visitor"));
+    sql("INSERT OR REPLACE INTO GENERAL_CONFIG VALUES"
+        "('MobilitySettings','','MobilityCurrentUser','visitor')");
+    for (const std::string item : {"'MobilityCurrentUser'", "'ActiveMobilityModeIsBasic'"}) {
+        SCOPED_TRACE(item);
+        restart([&item](const std::string& statement) {
+            const bool isRead = statement.find("SELECT Value") == 0;
+            return isRead && statement.find(item) != std::string::npos ? SQLITE_IOERR : SQLITE_OK;
+        });
+        EXPECT_EQ(send("getCurrentUser"), "base");
+        start();
+        EXPECT_EQ(send("getCurrentUser"), "visitor");
+        EXPECT_EQ(cell("SELECT COUNT(*) FROM FEATURE_KEYS WHERE UserContext='visitor'"), "177");
+    }
+}
+
 TEST_F(ThreadsTest, FourThreadsLoseNoRow) {
     constexpr int operations = 2500;
     DataAccessService& shared = service();

@@ -119,20 +119,31 @@ protected:
         service().constructorActions();
     }
 
+    /// Starts another service on the same database, whose statements @p intercept sees from the first.
+    void restart(std::function<int(const std::string&)> intercept) {
+        m_service = std::make_unique<DataAccessService>();
+        service().setDbFactory(new Factory(m_adapter, std::move(intercept)));
+        service().init(m_context);
+    }
+
     RecordingAdapter* m_adapter = nullptr;  ///< the service's, as long as it runs
 
 private:
     class Factory : public DbFactoryIfc {
     public:
-        explicit Factory(RecordingAdapter*& made) : m_made(made) {}
+        explicit Factory(RecordingAdapter*& made,
+                         std::function<int(const std::string&)> intercept = {})
+            : m_made(made), m_intercept(std::move(intercept)) {}
         DatabaseAdapterIfc* createDatabase() override {
             m_owned = std::make_unique<RecordingAdapter>();
+            m_owned->intercept = m_intercept;
             return m_made = m_owned.get();
         }
         void destroyDatabase() override { m_owned.reset(); }
 
     private:
         RecordingAdapter*& m_made;
+        std::function<int(const std::string&)> m_intercept;
         std::unique_ptr<RecordingAdapter> m_owned;
     };
 };
