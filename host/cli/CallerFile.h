@@ -12,6 +12,9 @@ namespace CallerFile {
 /// when it has more than @p most bytes.
 [[nodiscard]] int read(const std::string& path, std::size_t most, std::string& text);
 
+/// The same less one line feed at the end, which editors and shells add to a message or a value.
+[[nodiscard]] int readLess(const std::string& path, std::size_t most, std::string& text);
+
 /**
  * Writes @p text to the file @p path, which only its owner may read. It takes the place of an older
  * file when it is whole and on the disk; after a failure the older file is as it was. What is no

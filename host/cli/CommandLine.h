@@ -13,16 +13,16 @@
 class CommandLine {
 public:
     /**
-     * Parses @p words, which are those behind "das".
+     * Parses @p words, which are those after "das".
      *
-     * What is wrong with them is told on standard error, with words that may have been meant.
+     * What is wrong with them is written to standard error, with words that may have been meant.
      *
-     * @param text takes the help or the version, if that is asked for
+     * @param text receives the help or the version, if that is asked for
      * @return the exit status when there is nothing left to run
      */
     std::optional<int> parse(const std::vector<std::string>& words, std::string& text);
 
-    /// The command; to be asked for after a parse that gave no status.
+    /// The command; valid after a parse without a status.
     const CommandTable::Row& command() const { return *m_row; }
     const Arguments& arguments() const { return m_arguments; }
     const HostOptions& options() const { return m_options; }

@@ -3,9 +3,12 @@
 
 #include <memory>
 #include <string>
+#include <variant>
 #include <vector>
 
-class Command;
+class Arguments;
+class SessionCommand;
+struct HostOptions;
 
 /**
  * The commands of das as data: the parser with its help, the manual page and the completion of the
@@ -57,9 +60,14 @@ enum class Data {
     Changed,  ///< with the service, which is looked for and makes a missing database
     Read,     ///< with the service, which is looked for; a missing database is an error
     OfFile,   ///< in the database's file, without a host; a missing database is an error
+    OfFiles,  ///< in files that the command itself looks for, without a host
     OfHost,   ///< with a running host, which is looked for
     Apart     ///< nowhere, or where the command itself looks
 };
+
+/// What carries out a command: a function, or an object that talks to the service in one session.
+using Run = int (*)(const HostOptions& options, const Arguments& arguments);
+using Make = std::unique_ptr<SessionCommand> (*)();
 
 struct Row {
     const char* name;
@@ -67,28 +75,27 @@ struct Row {
     const char* description;  ///< what is to be known beyond the summary
     std::vector<Argument> arguments;
     std::vector<Option> options;
-    bool printsData;  ///< whether it takes the options of dataOptions() as well
     std::vector<Example> examples;
-    std::vector<Exit> exits;  ///< those that differ from, or add to, commonExits()
-    std::unique_ptr<Command> (*make)();
-    std::string (*more)() = nullptr;  ///< what stands at the end of the help beside all that
-    Data data = Data::Changed;
+    std::vector<Exit> exits;  ///< those that differ from, or add to, those of every command
+    std::variant<Run, Make> action;
+    Data data;
+    std::string (*more)() = nullptr;  ///< what stands at the end of the help after all that
 };
 
 /// All commands, in the order of the help.
 const std::vector<Row>& rows();
+std::vector<std::string> names();
 
 /// The command of that name, or null.
 const Row* find(const std::string& name);
 
-/// Options of every command; they stand before or behind it.
+/// Options of every command; they stand before or after it.
 const std::vector<Option>& commonOptions();
 
-/// Options of each command that prints data.
-const std::vector<Option>& dataOptions();
-
-/// All options that @p row takes beside the common ones.
-std::vector<Option> optionsOf(const Row& row);
+/// All options that @p row takes besides the common ones.
+inline const std::vector<Option>& optionsOf(const Row& row) {
+    return row.options;
+}
 
 /// What the exit statuses of @p row mean, in their order.
 std::vector<Exit> exitsOf(const Row& row);

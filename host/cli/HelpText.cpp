@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "ClientUtils.h"
+#include "terminal/Quotes.h"
+
 using namespace CommandTable;
 
 namespace {
@@ -11,7 +14,7 @@ constexpr std::size_t NameWidth = 22;
 const Option HelpOption{"--help", "", Words::Any, "Print this help and end"};
 const Option VersionOption{"--version", "", Words::Any, "Print the version and end"};
 
-/// @p text broken at blanks, each line behind the first one indented.
+/// @p text broken at blanks, each line after the first one indented.
 std::string wrapped(const std::string& text, std::size_t indent) {
     std::string result;
     std::size_t column = indent;
@@ -69,17 +72,8 @@ std::string nameOf(const Argument& argument) {
 /// @p text as a paragraph of a manual page: what the language of man would take for itself is
 /// escaped.
 std::string roff(const std::string& text) {
-    std::string result = !text.empty() && (text[0] == '.' || text[0] == '\'') ? "\\&" : "";
-    for (const char character : text) {
-        if (character == '\\') {
-            result += "\\e";
-        } else if (character == '-') {
-            result += "\\-";
-        } else {
-            result += character;
-        }
-    }
-    return result;
+    const bool isCommand = !text.empty() && (text[0] == '.' || text[0] == '\'');
+    return (isCommand ? "\\&" : "") + replaced(replaced(text, '\\', "\\e"), '-', "\\-");
 }
 
 std::string roffItem(const std::string& name, const std::string& text) {
@@ -110,64 +104,10 @@ std::string roffOf(const Row& row) {
     return text;
 }
 
-/// A row of a table of markdown; a bar in @p text would end its cell.
-std::string markdownRow(const std::string& name, const std::string& text) {
-    std::string row = "| " + name + " | ";
-    for (const char character : text) {
-        row += character == '|' ? std::string("\\|") : std::string(1, character);
-    }
-    return row + " |\n";
-}
-
-std::string markdownTable(const std::string& name, const std::string& rows) {
-    return rows.empty() ? rows : "\n| " + name + " | |\n|---|---|\n" + rows;
-}
-
-std::string markdownOf(const std::vector<Option>& options) {
-    std::string text;
-    for (const Option& option : options) {
-        text += markdownRow("`" + nameOf(option) + "`", option.text);
-    }
-    return text;
-}
-
-std::string markdownOf(const std::vector<Exit>& exits) {
-    std::string text;
-    for (const Exit& exit : exits) {
-        text += markdownRow(std::to_string(exit.status), exit.text);
-    }
-    return text;
-}
-
-std::string markdownOf(const Row& row) {
-    std::string text = std::string("\n## das ") + row.name + "\n\n    " + HelpText::usage(row) +
-                       "\n\n" + wrapped(std::string(row.summary) + ". " + row.description, 0) +
-                       "\n";
-    std::string arguments;
-    for (const Argument& argument : row.arguments) {
-        arguments += markdownRow(std::string("`") + argument.name + "`", argument.text);
-    }
-    text += markdownTable("Argument", arguments);
-    text += markdownTable("Option", markdownOf(optionsOf(row)));
-    text += markdownTable("Exit status", markdownOf(row.exits)) + "\nFor example:\n\n";
-    for (const Example& example : row.examples) {
-        text += std::string("    # ") + example.text + "\n    " + example.line + "\n";
-    }
-    return text;
-}
-
 std::string namesOf(const std::vector<Option>& options) {
     std::string names;
     for (const Option& option : options) {
         names += std::string(" ") + option.name;
-    }
-    return names;
-}
-
-std::string commandNames() {
-    std::string names;
-    for (const Row& row : rows()) {
-        names += (names.empty() ? "" : " ") + std::string(row.name);
     }
     return names;
 }
@@ -221,7 +161,7 @@ std::vector<Option> optionsWithValue() {
     return options;
 }
 
-/// The case of a command: its options, and the kinds of its first argument and of those behind it.
+/// The case of a command: its options, and the kinds of its first argument and of those after it.
 std::string commandCase(const Row& row) {
     const auto& arguments = row.arguments;
     const Words first = arguments.empty() ? Words::Any : arguments.front().words;
@@ -276,12 +216,12 @@ std::string HelpText::usage(const Row& row) {
 std::string HelpText::ofAll() {
     std::string text =
         "The host of the telephone's data access service.\n"
-        "Usage: das [OPTION...] COMMAND ...\n\nOptions, before or behind the command:\n";
+        "Usage: das [OPTION...] COMMAND ...\n\nOptions, before or after the command:\n";
     text += linesOf(commonOptions()) + linesOf({HelpOption, VersionOption}) + "\nCommands:\n";
     for (const Row& row : rows()) {
         text += line(row.name, row.summary);
     }
-    return text + "\ndas help COMMAND tells more of each.\n";
+    return text + "\ndas help COMMAND prints more about each.\n";
 }
 
 std::string HelpText::of(const Row& row) {
@@ -322,28 +262,9 @@ std::string HelpText::manualPage() {
     return text;
 }
 
-std::string HelpText::markdown() {
-    std::string text =
-        "# Commands\n\nEach command of `das`, as `das help --markdown` writes it from the table "
-        "that "
-        "makes the\nhelp; a test fails when this page is out of date. [das.md](das.md) tells what "
-        "they have in\ncommon. The examples work in the folder of `das demo`.\n";
-    std::string variables;
-    for (const Variable& variable : environment()) {
-        variables += markdownRow(std::string("`") + variable.name + "`", variable.text);
-    }
-    text += markdownTable("Option of every command",
-                          markdownOf(commonOptions()) + markdownOf({HelpOption, VersionOption}));
-    text += markdownTable("Exit status", markdownOf(exitsOf(Row())));
-    text += markdownTable("Environment", variables);
-    for (const Row& row : rows()) {
-        text += markdownOf(row);
-    }
-    return text;
-}
-
 std::string HelpText::completion() {
-    std::string text = "# Completion of das for bash.\n_das_commands='" + commandNames() + "'\n";
+    std::string text =
+        "# Completion of das for bash.\n_das_commands='" + ClientUtils::join(names(), " ") + "'\n";
     text += CompletionOfWords;
     text += "_das() {\n    local word=${COMP_WORDS[COMP_CWORD]} common='" +
             namesOf(commonOptions()).substr(1) +

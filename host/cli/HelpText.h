@@ -17,9 +17,6 @@ std::string of(const CommandTable::Row& row);
 /// The manual page, in the language of man.
 std::string manualPage();
 
-/// The reference page, docs/commands.md.
-std::string markdown();
-
 /// The completion for bash.
 std::string completion();
 

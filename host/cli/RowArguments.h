@@ -11,7 +11,7 @@
 class Arguments;
 
 /// The arguments that commands on rows have in common: the schema, the user, and which rows. Each
-/// check tells what is wrong, and what may have been meant, on standard error.
+/// check reports on standard error what is wrong, and what may have been meant.
 class RowArguments {
 public:
     /// Looks at SCHEMA, --context, --id, --where, and at the values of NAME=VALUE. False when any
@@ -35,7 +35,7 @@ public:
     /// Whether a value is to be read from standard input.
     static bool takesStandardInput(const Arguments& arguments);
 
-    /// Whether @p name may be an element of a request; told when not.
+    /// Whether @p name may be an element of a request; reported when not.
     [[nodiscard]] bool checkName(const std::string& name) const;
 
     /// Checks the schema alone, and that @p user is one.
@@ -43,14 +43,12 @@ public:
     [[nodiscard]] static bool checkUser(const std::optional<std::string>& user);
 
     /// Reads a whole number that is not negative from the option @p name into @p number, which
-    /// stays when it was not given. False when it is none, which has been told.
+    /// stays when it was not given. False when it is no such number, which has been reported.
     [[nodiscard]] static bool readNumber(const Arguments& arguments, const std::string& name,
                                          std::size_t& number);
 
-    /// Names with commas between them, for messages.
-    static std::string joined(const std::vector<std::string>& names);
-
-    /// Whether of each of @p pairs of arguments and options one at least is missing; told when not.
+    /// Whether of each of @p pairs of arguments and options one at least is missing; reported when
+    /// not.
     static bool checkApart(const std::string& command, const Arguments& arguments,
                            const std::vector<std::pair<const char*, const char*>>& pairs);
 

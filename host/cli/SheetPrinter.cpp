@@ -1,12 +1,13 @@
 #include "cli/SheetPrinter.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "cli/Arguments.h"
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 #include "terminal/Output.h"
+#include "terminal/Quotes.h"
 #include "terminal/TableText.h"
 #include "terminal/TerminalText.h"
 
@@ -15,14 +16,7 @@ namespace {
 const std::vector<std::string> FormatNames = {"raw", "json", "table", "csv"};
 
 std::string csvCell(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string cell = "\"";
-    for (const char character : text) {
-        cell += character == '"' ? "\"\"" : std::string(1, character);
-    }
-    return cell + "\"";
+    return text.find_first_of(",\"\r\n") == std::string::npos ? text : quoted(text, '"', "\"\"");
 }
 
 template <typename CellText>
@@ -76,28 +70,17 @@ std::string jsonOf(const Sheet& sheet) {
            "\n";
 }
 
-bool mayColour() {
-    const char* const terminal = std::getenv("TERM");
-    const char* const none = std::getenv("NO_COLOR");
-    return (none == nullptr || *none == 0) && terminal != nullptr &&
-           std::string(terminal) != "dumb";
-}
-
 }  // namespace
 
 bool SheetPrinter::check(const Arguments& arguments) {
     const auto format = arguments.value("--output");
-    if (!format) {
-        return true;
+    const bool isKnown =
+        !format || std::find(FormatNames.begin(), FormatNames.end(), *format) != FormatNames.end();
+    if (!isKnown) {
+        Complaint::report("--output " + *format + ": no such format",
+                          NearMisses::question(*format, FormatNames, "raw, json, table or csv"));
     }
-    for (const std::string& name : FormatNames) {
-        if (*format == name) {
-            return true;
-        }
-    }
-    Complaint::tell("--output " + *format + ": no such format",
-                    NearMisses::question(*format, FormatNames, "raw, json, table or csv"));
-    return false;
+    return isKnown;
 }
 
 SheetPrinter::SheetPrinter(const Arguments& arguments, Output& output)
@@ -107,11 +90,10 @@ SheetPrinter::SheetPrinter(const Arguments& arguments, Output& output)
       m_output(output) {}
 
 SheetPrinter::Format SheetPrinter::formatOf(const Arguments& arguments, const Output& output) {
-    const std::string name = arguments.text("--output");
-    for (std::size_t i = 0; i < FormatNames.size(); ++i) {
-        if (name == FormatNames[i]) {
-            return static_cast<Format>(i);
-        }
+    const auto found =
+        std::find(FormatNames.begin(), FormatNames.end(), arguments.text("--output"));
+    if (found != FormatNames.end()) {
+        return static_cast<Format>(found - FormatNames.begin());
     }
     return output.isTerminal() && !arguments.has("--plain") ? Format::Terminal : Format::Plain;
 }
@@ -119,24 +101,27 @@ SheetPrinter::Format SheetPrinter::formatOf(const Arguments& arguments, const Ou
 std::string SheetPrinter::textOf(const Sheet& sheet, const std::string& raw) const {
     switch (m_format) {
         case Format::Raw:
-            return raw.empty() ? linesOf(sheet, '\t', TerminalText::visible) : raw + "\n";
+            if (!raw.empty()) {
+                return raw + "\n";
+            }
+            [[fallthrough]];
+        case Format::Plain:
+            return linesOf(sheet, '\t', TerminalText::visible);
         case Format::Json:
             return jsonOf(sheet);
         case Format::Table:
             return TableText::aligned(sheet);
         case Format::Csv:
             return linesOf(sheet, ',', csvCell);
-        case Format::Plain:
-            return linesOf(sheet, '\t', TerminalText::visible);
         case Format::Terminal:
             break;
     }
-    return TableText::fitting(sheet, m_output.columns(), mayColour());
+    return TableText::fitting(sheet, m_output.columns(), m_output.mayColour());
 }
 
 int SheetPrinter::print(const Sheet& sheet, const std::string& raw) {
     const std::string text = m_isForPeople && sheet.isTable
                                  ? textOf(TableText::forPeople(sheet), raw)
                                  : textOf(sheet, raw);
-    return m_output.write(text) ? 0 : Complaint::outputFailed();
+    return m_output.print(text);
 }

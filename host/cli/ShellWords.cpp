@@ -108,9 +108,8 @@ bool ShellWords::split(const std::string& line, std::vector<std::string>& words)
 std::vector<std::string> ShellWords::commands() {
     Names names;
     for (const Row& row : CommandTable::rows()) {
-        const auto command = row.make();
         const bool isShell = std::string(row.name) == "shell";
-        if (!isShell && dynamic_cast<SessionCommand*>(command.get()) != nullptr) {
+        if (!isShell && std::holds_alternative<CommandTable::Make>(row.action)) {
             names.emplace_back(row.name);
         }
     }
@@ -127,7 +126,7 @@ std::vector<std::string> ShellWords::candidates(const std::string& line) {
     if (row == nullptr) {
         return words.empty() ? commands() : Names();
     }
-    const auto options = CommandTable::optionsOf(*row);
+    const auto& options = CommandTable::optionsOf(*row);
     const Names arguments = argumentsOf(words, options);
     const std::string subject = arguments.empty() ? "" : arguments.front();
     if (const auto* const option = findOption(words.back(), options)) {

@@ -14,7 +14,7 @@ namespace ShellWords {
 /// The commands of the shell.
 std::vector<std::string> commands();
 
-/// What may stand behind @p line as the next word.
+/// What may come after @p line as the next word.
 std::vector<std::string> candidates(const std::string& line);
 
 }  // namespace ShellWords

@@ -26,16 +26,12 @@ bool ValueSource::read(const std::string& name, std::string& value) {
         value = source;
         return true;
     }
-    const int error = CallerFile::read(source, LargestValue, value);
+    const int error = CallerFile::readLess(source, LargestValue, value);
     if (error != 0) {
-        Complaint::tellError(name + "=@" + source, error,
-                             error == EFBIG
-                                 ? "a value has at most 8 MiB"
-                                 : "@FILE is a file, @- standard input, @@TEXT the value @TEXT");
-        return false;
+        Complaint::reportError(name + "=@" + source, error,
+                               error == EFBIG
+                                   ? "a value has at most 8 MiB"
+                                   : "@FILE is a file, @- standard input, @@TEXT the value @TEXT");
     }
-    if (!value.empty() && value.back() == '\n') {
-        value.pop_back();
-    }
-    return true;
+    return error == 0;
 }

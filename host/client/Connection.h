@@ -10,8 +10,8 @@ class Connection {
 public:
     enum class Result {
         Answered,
-        NotSent,    ///< the call is longer than a host takes
-        NoAnswer    ///< the host is gone, or said that this was no request
+        NotSent,  ///< the call is longer than a host takes
+        NoAnswer  ///< the host is gone, or said that this was no request
     };
 
     virtual ~Connection() = default;

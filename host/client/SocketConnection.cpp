@@ -110,8 +110,8 @@ bool SocketConnection::sendLine(const std::string& line) {
 bool SocketConnection::readLine(std::string& line) {
     std::string_view found;
     while (m_lines.next(found) != LineCutter::Found::Line) {
-        const LineCutter::Room room = m_lines.room();
-        const ssize_t count = recv(m_descriptor, room.begin, room.size, 0);
+        const auto space = m_lines.room();
+        const ssize_t count = recv(m_descriptor, space.begin, space.size, 0);
         if (count == 0 || (count < 0 && errno != EINTR)) {
             return false;
         }

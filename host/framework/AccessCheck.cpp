@@ -113,8 +113,8 @@ bool AccessCheck::allows(const Methods::Row& method) {
            (!isWrite || m_maySeeSecrets || keepsSecrets());
 }
 
-/// Whether what the call stores holds no mask where a secret may stand: a password that was exported
-/// as its mask must not come back as a password.
+/// Whether what the call stores holds no mask where a secret may stand: a password that was
+/// exported as its mask must not come back as a password.
 bool AccessCheck::keepsSecrets() const {
     if (!hasSecrets(m_schema)) {
         return true;
@@ -130,9 +130,8 @@ bool AccessCheck::keepsSecrets() const {
 bool AccessCheck::allowsList(unsigned rights, const std::string& list) const {
     const auto names = ClientUtils::tokenizeString(list, ",", true, true);
     return names.empty() ? m_rights.may(rights)
-                         : std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-                               return may(rights, name);
-                           });
+                         : std::all_of(names.begin(), names.end(),
+                                       [&](const std::string& name) { return may(rights, name); });
 }
 
 bool AccessCheck::allowsRequest(const std::string& text, int length) {
@@ -169,8 +168,8 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
            (m_maySeeSecrets || allowsSecrets(look, isOfSettings));
 }
 
-/// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items of
-/// a deletion of settings are names, and no conditions on values.
+/// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items
+/// of a deletion of settings are names, and no conditions on values.
 bool AccessCheck::allowsSecrets(const RequestLook& look, bool isOfSettings) const {
     if (Methods::rightOf(look.reason) == Methods::Read) {
         return !look.namesSecret;

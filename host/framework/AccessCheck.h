@@ -8,8 +8,8 @@
 
 class Method;
 
-/// What one call needs, held against the rights of its client. The table of methods says which rights
-/// a method needs, and what it names as its schema.
+/// What one call needs, held against the rights of its client. The table of methods says which
+/// rights a method needs, and what it names as its schema.
 class AccessCheck {
 public:
     AccessCheck(const Method& call, const ClientRights& rights);

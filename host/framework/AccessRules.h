@@ -19,8 +19,8 @@ struct Peer {
     gid_t group = static_cast<gid_t>(-1);
     std::vector<gid_t> groups;
 
-    /// That of the connected socket @p descriptor. What the system does not say stays as above, which
-    /// no rule for a user or a group matches.
+    /// That of the connected socket @p descriptor. What the system does not say stays as above,
+    /// which no rule for a user or a group matches.
     static Peer of(int descriptor);
 };
 
@@ -47,11 +47,12 @@ private:
  */
 class AccessRules {
 public:
-    /// Reads the file @p path. False when it can't be read, others than its owner may write it, or a
-    /// line is no rule; @p error says which then.
+    /// Reads the file @p path. False when it can't be read, others than its owner may write it, or
+    /// a line is no rule; @p error says which then.
     [[nodiscard]] bool read(const std::string& path, std::string& error);
 
-    /// Who has the name that stands after "user:" or "group:"; none if the machine does not know it.
+    /// Who has the name that stands after "user:" or "group:"; none if the machine does not know
+    /// it.
     using Resolve = std::function<std::optional<id_t>(bool isGroup, const std::string& name)>;
 
     /// Reads the text of such a file. False as above.

@@ -19,13 +19,12 @@ constexpr auto TimeBetweenLooks = milliseconds(1000);
 constexpr auto TimeToNextTry = milliseconds(200);
 
 /// They show one table.
-const std::set<std::string> CallSchemas = {
-    "CallLog",
-    "CallLogAndPhoneBook",
-    "CallLogDialledCalls",
-    "CallLogForwardedCalls",
-    "CallLogMissedCalls",
-    "CallLogReceivedCalls"};
+const std::set<std::string> CallSchemas = {"CallLog",
+                                           "CallLogAndPhoneBook",
+                                           "CallLogDialledCalls",
+                                           "CallLogForwardedCalls",
+                                           "CallLogMissedCalls",
+                                           "CallLogReceivedCalls"};
 
 std::string lineOf(const DASChange& change, ProtocolAdapter& adapter) {
     Method method("Changed");

@@ -43,7 +43,7 @@ public:
 
     const std::string& name() const { return m_name; }
 
-    /// Sends @p line with a line feed behind it. Any thread may call; what is sent to a client that
+    /// Sends @p line with a line feed after it. Any thread may call; what is sent to a client that
     /// has gone is dropped.
     virtual void sendLine(std::string line) = 0;
 
@@ -67,7 +67,8 @@ public:
     /// sent.
     virtual void end() {}
 
-    /// What the last message told of failures. For those who handle messages, one after the other.
+    /// What the service logged of failures for the last message. For whoever handles messages,
+    /// which come one after the other.
     FailureWords& lastFailures() { return m_lastFailures; }
 
 private:

@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <system_error>
+
+#include "framework/DatabaseFile.h"
+#include "framework/ServiceFiles.h"
 
 namespace {
 
@@ -32,9 +34,8 @@ std::string toLine(const std::string& path, int error) {
 }  // namespace
 
 std::vector<std::string> databaseProblems() {
-    const char* const place = std::getenv("DB_PATH");
-    const std::string file = place == nullptr ? "phone.db" : std::string(place) + "/phone.db";
-    const std::string folder = place == nullptr ? "." : *place == 0 ? "/" : place;
+    const std::string file = DatabaseFile::pathOfService();
+    const std::string folder = ServiceFiles::folder();
     std::vector<std::string> lines;
     const int folderError = problemOf(folder, true);
     if (folderError != 0) {

@@ -10,7 +10,8 @@
  *
  * @return a line with the system's words for each, the folder and the file, that is missing, of the
  *         wrong kind, or not readable or writable. The file is left out where there is no folder; a
- *         missing one in a good folder is told as well, since the service makes a new one there.
+ *         missing one in a good folder is reported as well, since the service makes a new one
+ * there.
  */
 std::vector<std::string> databaseProblems();
 

@@ -8,6 +8,7 @@
 
 #include "Secrets.h"
 #include "framework/DatabaseFile.h"
+#include "terminal/Quotes.h"
 #include "terminal/TerminalText.h"
 
 namespace {
@@ -19,21 +20,13 @@ bool contains(const Texts& all, const std::string& one) {
     return std::find(all.begin(), all.end(), one) != all.end();
 }
 
-std::string quoted(const std::string& name) {
-    std::string text = "\"";
-    for (const char character : name) {
-        text += character == '"' ? "\"\"" : std::string(1, character);
-    }
-    return text + "\"";
+std::string inSql(const std::string& name) {
+    return quoted(name, '"', "\"\"");
 }
 
 /// A value as it is shown.
 std::string shown(const std::string& text) {
-    std::string doubled;
-    for (const char character : text) {
-        doubled += character == '\\' ? "\\\\" : std::string(1, character);
-    }
-    return TerminalText::visible(doubled);
+    return TerminalText::visible(replaced(text, '\\', "\\\\"));
 }
 
 /// A table of one of the databases.
@@ -58,7 +51,7 @@ struct Table {
 
 bool readColumns(DatabaseFile& file, const std::string& name, Table& table) {
     DatabaseFile::Rows rows;
-    if (!file.query("SELECT name, pk FROM pragma_table_info(" + quoted(name) + ") ORDER BY cid",
+    if (!file.query("SELECT name, pk FROM pragma_table_info(" + inSql(name) + ") ORDER BY cid",
                     rows)) {
         return false;
     }
@@ -101,7 +94,7 @@ bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Tab
     }
     std::vector<DatabaseFile::Cells> rows;
     const std::string order = table.key.empty() || key.empty() ? " ORDER BY rowid" : "";
-    if (!file.query("SELECT * FROM " + quoted(name) + order, rows)) {
+    if (!file.query("SELECT * FROM " + inSql(name) + order, rows)) {
         return false;
     }
     for (auto& row : rows) {

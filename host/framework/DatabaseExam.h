@@ -33,7 +33,6 @@ private:
     void examineTables();
     void examineColumns();
     void examineUsers();
-    void examineConversations();
     void examineLeftovers();
     void examineSizes();
 

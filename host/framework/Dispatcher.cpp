@@ -3,7 +3,6 @@
 #include <exception>
 #include <functional>
 #include <sstream>
-#include <utility>
 
 #include "AnswerLimit.h"
 #include "AurelProtocols.h"
@@ -60,8 +59,8 @@ bool isXml(std::string_view line) {
     return line.front() == '<';
 }
 
-/// Runs @p work. If it ends with an exception, that is logged, and its client takes no more: it must
-/// not wait for an answer that there was no memory for.
+/// Runs @p work. If it ends with an exception, that is logged, and its client takes no more: it
+/// must not wait for an answer that there was no memory for.
 template <typename Work>
 void guarded(Client& client, Work work) noexcept {
     try {

@@ -19,8 +19,8 @@ class Invoker;
 class MessageInWork;
 class Statistics;
 
-/// Takes the messages of clients to the service, or to the host's own methods, and the replies back.
-/// Any thread may call; the messages of one client come one after the other.
+/// Takes the messages of clients to the service, or to the host's own methods, and the replies
+/// back. Any thread may call; the messages of one client come one after the other.
 class Dispatcher {
 public:
     /// What is handed over is not owned and must outlive the dispatcher.
@@ -32,7 +32,8 @@ public:
     void handle(std::string_view line, const std::shared_ptr<Client>& client) noexcept;
 
     /// Carries out @p request of a client in this process; nothing is written as text. None when
-    /// there is no answer: to a one-way method, an unknown one, and one that ended with an exception.
+    /// there is no answer: to a one-way method, an unknown one, and one that ended with an
+    /// exception.
     std::optional<Method> call(Method request, const std::shared_ptr<Client>& client) noexcept;
 
     /// From now on clients may do what @p rules allow them. To be called before there are any.

@@ -164,7 +164,8 @@ void HostFramework::addChangeListener(const std::shared_ptr<Client>& client,
 }
 
 Statistics::Listeners HostFramework::listeners() {
-    std::set<std::shared_ptr<Client>> profile;  // held until the mutex is free: each may be the last
+    std::set<std::shared_ptr<Client>>
+        profile;  // held until the mutex is free: each may be the last
     std::set<std::shared_ptr<Client>> status;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

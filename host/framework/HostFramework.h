@@ -65,12 +65,12 @@ public:
         Handed& operator=(const Handed&) = delete;
     };
 
-    /// A proxy of its own for each call, since the service is told of it each time. It stays when
-    /// its client leaves: a listener can't be taken out of the service.
+    /// A proxy of its own for each call, since each call adds a listener to the service. It stays
+    /// when its client leaves: a listener can't be removed from the service.
     Proxy* findProxy(const std::string& interface, const std::string& sender) override;
 
     /// Makes @p sender a listener by a proxy whose client has left, so that clients which come and
-    /// go leave nothing behind. False when the service is to be told of a new one.
+    /// go leave nothing in the service. False when the service needs a new listener.
     [[nodiscard]] bool takeOverListener(const std::string& sender);
 
     /// The name by which findProxy knows a client that speaks @p protocol.
@@ -117,7 +117,7 @@ private:
     XmlAdapter m_xml;
     Clients m_clients;
     Statistics m_statistics;
-    LogRelay m_logRelay;  // behind the clients that it speaks to
+    LogRelay m_logRelay;  // after the clients that it sends to
     ChangeRelay m_changeRelay;
     std::mutex m_mutex;  ///< of what follows
     std::deque<Listener> m_listeners;

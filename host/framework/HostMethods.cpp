@@ -52,9 +52,8 @@ void exportText(const HostCall& call, Method& answer) {
 }
 
 void tellStatistics(const HostCall& call, Method& answer) {
-    answer.addStringParameter("Statistics",
-                              call.framework.statistics().json(call.framework.listeners()),
-                              Parameter::out);
+    answer.addStringParameter(
+        "Statistics", call.framework.statistics().json(call.framework.listeners()), Parameter::out);
 }
 
 /// Carries out a call and adds the out parameters to its answer.

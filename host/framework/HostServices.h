@@ -1,13 +1,14 @@
 #ifndef HOSTSERVICES_H
 #define HOSTSERVICES_H
 
+#include <map>
 #include <string>
 
+#include "Context.h"
 #include "Executable.h"
 #include "LocalMgmtIfc.h"
 #include "MediaControlServiceIfc.h"
 
-class HostContext;
 class HostFramework;
 
 /// A service of the host itself: nothing to start and nothing to stop.
@@ -39,17 +40,18 @@ public:
     bool isDistinctiveRingerInUse(const std::string& fileName) override;
 };
 
-/// The services that run beside the data access service.
-class HostServices {
+/// The services that run next to the data access service, by their names. Those that DAS_WITHOUT
+/// names are left out.
+class HostServices : public Context {
 public:
-    explicit HostServices(HostFramework& framework) : m_management(framework) {}
+    explicit HostServices(HostFramework& framework);
 
-    /// Registers each service by its name, but for those that DAS_WITHOUT names.
-    void enter(HostContext& context);
+    Executable* findService(const std::string& name) override;
 
 private:
     LocalManagement m_management;
     MediaControl m_mediaControl;
+    std::map<std::string, Executable*> m_services;  // not owned
 };
 
 #endif

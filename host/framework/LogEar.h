@@ -7,8 +7,8 @@
 #include "framework/FailureWords.h"
 
 /// Listens to the log of this process for the reasons of failures, as long as it lives. What is
-/// written to standard error stays the same, but for the start, whose lines matter to nobody who
-/// has not asked for them by DAS_LOG.
+/// written to standard error stays the same, but for the lines of the start, which only
+/// those want who have set DAS_LOG.
 class LogEar {
 public:
     LogEar();

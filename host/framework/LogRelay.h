@@ -16,9 +16,9 @@ class FailureWords;
 class ProtocolAdapter;
 
 /**
- * Carries the log of a host to the clients that have asked for it, and what it tells of failures to
- * those whose calls fail. Standard error gets the same as without them. Until one of both is asked
- * for, the log is left alone.
+ * Carries the log of a host to the clients that have asked for it, and its failures to the clients
+ * whose calls fail. Standard error gets the same as without them. Until a client asks for either,
+ * the log is left alone.
  */
 class LogRelay {
 public:
@@ -59,7 +59,7 @@ private:
     void startOnce();
     void hear(const Log::Entry& entry);
     void work();
-    void tellNext(std::unique_lock<std::mutex>& lock);
+    void sendNext(std::unique_lock<std::mutex>& lock);
     void settleLevel();
 
     std::mutex m_startMutex;
@@ -68,10 +68,10 @@ private:
     std::vector<Listener> m_listeners;
     std::deque<Log::Entry> m_waiting;
     std::size_t m_waitingSize = 0;  ///< in bytes
-    int m_ownLevel = 0;  ///< highest level that goes to standard error
+    int m_ownLevel = 0;             ///< highest level that goes to standard error
     std::atomic<bool> m_hearsFailures{false};
     bool m_isEnding = false;
-    std::thread m_thread;  ///< speaks to clients, since those who log may hold any lock
+    std::thread m_thread;  ///< sends to clients, since a thread that logs may hold any lock
 };
 
 #endif

@@ -10,10 +10,7 @@
 #include "wire/JsonRpc.h"
 #include "wire/XmlAdapter.h"
 
-namespace {
-
-/// Whether an out parameter says that the call failed.
-bool isFailure(const Parameter& parameter) {
+bool saysFailure(const Parameter& parameter) {
     if (parameter.name == "Acknowledge") {
         return parameter.type == Parameter::Type::Bool ? !parameter.flag
                                                        : parameter.text.rfind("ERROR", 0) == 0;
@@ -21,8 +18,6 @@ bool isFailure(const Parameter& parameter) {
     return parameter.name == "Response" && (parameter.text == DASUtilsStrings::FailureResponse ||
                                             Answers::isFailure(parameter.text));
 }
-
-}  // namespace
 
 bool MessageInWork::decode(std::istream& /*stream*/, Method& method) {
     method = std::move(request);
@@ -37,7 +32,7 @@ void LineMessage::encode(const Method& reply, std::ostream& /*stream*/) {
     std::size_t size = 0;
     for (const Parameter& parameter : reply.parameters()) {
         size += parameter.text.size();
-        hasFailed = hasFailed || isFailure(parameter);
+        hasFailed = hasFailed || saysFailure(parameter);
     }
     if (size > LargeAnswer) {
         takeTurn();

@@ -11,8 +11,11 @@
 
 class Client;
 
-/// A message that was read, on its way to the service and back: hands over its method, and takes the
-/// reply. So no message is there as text a second time.
+/// Whether an out parameter of an answer says that the call failed.
+bool saysFailure(const Parameter& parameter);
+
+/// A message that was read, on its way to the service and back: hands over its method, and takes
+/// the reply. So no message is there as text a second time.
 class MessageInWork : public ProtocolAdapter {
 public:
     /// An answer above this is large: one of them at a time is built.

@@ -9,25 +9,9 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "terminal/Complaint.h"
+
 namespace {
-
-/// A descriptor that is closed with its object.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            ::close(m_number);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return m_number; }
-
-private:
-    int m_number;
-};
 
 constexpr mode_t RightsOfOwner = 0600;
 constexpr int NewFile = O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC;
@@ -58,26 +42,35 @@ bool ServiceFiles::isThere(const std::string& path) {
     return ::access(path.c_str(), F_OK) == 0;
 }
 
+bool ServiceFiles::checkDatabase(const std::string& command, const std::string& folder) {
+    const bool hasDatabase = isThere(in(folder, Database));
+    if (!hasDatabase) {
+        Complaint::report(command + ": no database in " + folder,
+                          "name the folder of a " + std::string(Database));
+    }
+    return hasDatabase;
+}
+
 int ServiceFiles::makeFolder(const std::string& path) {
     return errorOf(::mkdir(path.c_str(), 0700) == 0);
 }
 
 int ServiceFiles::makeFile(const std::string& path) {
     const Descriptor file(::open(path.c_str(), NewFile, RightsOfOwner));
-    return errorOf(file.number() >= 0);
+    return errorOf(file.isOpen());
 }
 
 int ServiceFiles::copy(const std::string& from, const std::string& to) {
     const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (source.number() < 0 || ::fstat(source.number(), &status) != 0) {
+    if (!source.isOpen() || ::fstat(source.number(), &status) != 0) {
         return errno;
     }
     if (!S_ISREG(status.st_mode)) {
         return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     }
     const Descriptor target(::open(to.c_str(), NewFile, RightsOfOwner));
-    if (target.number() < 0) {
+    if (!target.isOpen()) {
         return errno;
     }
     constexpr std::size_t PieceSize = std::size_t{1} << 24;
@@ -90,16 +83,9 @@ int ServiceFiles::copy(const std::string& from, const std::string& to) {
 
 int ServiceFiles::sync(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    return errorOf(file.number() >= 0 && ::fsync(file.number()) == 0);
+    return errorOf(file.isOpen() && ::fsync(file.number()) == 0);
 }
 
 ServiceFiles::FolderLock::FolderLock(const std::string& folder)
-    : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    m_error = errorOf(m_folder >= 0 && ::flock(m_folder, LOCK_EX | LOCK_NB) == 0);
-}
-
-ServiceFiles::FolderLock::~FolderLock() {
-    if (m_folder >= 0) {
-        ::close(m_folder);
-    }
-}
+    : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      m_error(errorOf(m_folder.isOpen() && ::flock(m_folder.number(), LOCK_EX | LOCK_NB) == 0)) {}

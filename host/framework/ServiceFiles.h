@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "terminal/Descriptor.h"
+
 /// The files of a service in the folder of its database, for the commands that work on the files
 /// themselves. Errors are numbers of errno, 0 for none.
 namespace ServiceFiles {
@@ -22,6 +24,9 @@ std::string in(const std::string& folder, const std::string& name);
 
 bool isThere(const std::string& path);
 
+/// Whether the folder @p folder has a database. If not, standard error says so for @p command.
+[[nodiscard]] bool checkDatabase(const std::string& command, const std::string& folder);
+
 /// Makes a folder for its owner alone.
 int makeFolder(const std::string& path);
 
@@ -34,21 +39,18 @@ int makeFile(const std::string& path);
 /// Flushes a file, or the names in a folder.
 int sync(const std::string& path);
 
-/// Looks whether a process uses the database, as each service locks the folder while it runs.
+/// Finds out whether a process uses the database: each service locks the folder while it runs.
 class FolderLock {
 public:
     /// Tries to keep every service out of @p folder as long as the object lives.
     explicit FolderLock(const std::string& folder);
-    ~FolderLock();
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
 
     /// 0 when no service runs there; EWOULDBLOCK when one does.
     int error() const { return m_error; }
 
 private:
-    int m_folder;
-    int m_error = 0;
+    const Descriptor m_folder;
+    const int m_error;
 };
 
 }  // namespace ServiceFiles

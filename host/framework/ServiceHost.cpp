@@ -21,9 +21,7 @@ bool refuse(const std::string& reason) {
 ServiceHost::ServiceHost(Output::Printed printed)
     : m_output(printed),
       m_framework([this] { return makeListenerProxy(); }),
-      m_services(m_framework) {
-    m_services.enter(m_context);
-}
+      m_services(m_framework) {}
 
 ServiceHost::~ServiceHost() {
     m_framework.endChanges();
@@ -47,7 +45,7 @@ bool ServiceHost::start() {
     if (clientsView == nullptr) {
         return refuse("what it makes is no data access service");
     }
-    m_service->init(m_context);
+    m_service->init(m_services);
     m_interface = clientsView;
     return true;
 }

@@ -6,7 +6,6 @@
 
 #include "Invoker.h"
 #include "framework/Dispatcher.h"
-#include "framework/HostContext.h"
 #include "framework/HostFramework.h"
 #include "framework/HostServices.h"
 #include "framework/ServiceLibrary.h"
@@ -21,16 +20,16 @@ class ServiceHost {
 public:
     explicit ServiceHost(Output::Printed printed = Output::Printed::ToStandardError);
 
-    /// Ends and deletes the service, before standard output is given back.
+    /// Ends and deletes the service, before standard output is restored.
     ~ServiceHost();
     ServiceHost(const ServiceHost&) = delete;
     ServiceHost& operator=(const ServiceHost&) = delete;
 
     /**
-     * Tells on standard error what is wrong with the place of the database, loads the library and
+     * Reports on standard error what is wrong with the place of the database, loads the library and
      * starts the service, whatever the database is like.
      *
-     * @return false when the library can't be used, which has been told on standard error then
+     * @return false when the library can't be used, which has been reported on standard error then
      */
     [[nodiscard]] bool start();
 
@@ -59,13 +58,12 @@ private:
     bool makeInvoker(std::string& error);
     std::unique_ptr<Proxy> makeListenerProxy() const;
 
-    // In an order in which each outlives those behind it.
+    // In an order in which each outlives those after it.
     ProgressLine m_progress;
     Output m_output;
     ServiceLibrary m_library;
     HostFramework m_framework;
     HostServices m_services;
-    HostContext m_context;
     std::unique_ptr<Service> m_service;
     std::unique_ptr<Invoker> m_invoker;
     std::unique_ptr<Dispatcher> m_dispatcher;

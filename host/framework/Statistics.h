@@ -13,8 +13,8 @@
 /**
  * What a host has done for its clients since its start. Any thread may count and ask.
  *
- * Schemas, reasons and methods have their places from the start, and all other names share one: what
- * clients send does not make it grow.
+ * Schemas, reasons and methods have their places from the start, and all other names share one:
+ * what clients send does not make it grow.
  */
 class Statistics {
 public:

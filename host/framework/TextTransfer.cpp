@@ -10,8 +10,8 @@
 #include "DeviceFile.h"
 #include "Executable.h"
 #include "Method.h"
+#include "Storage.h"
 #include "framework/Client.h"
-#include "framework/FileProbe.h"
 #include "framework/LogRelay.h"
 #include "schemas/ImportFile.h"
 
@@ -35,19 +35,22 @@ std::string wrongWith(const Method& request, const KnownSchemas::Entry* schema) 
     return ImportFile::refusalOf(*schema, user);
 }
 
-/// Why a file of the telephone can't be opened; blank when it can.
+/// Why a file of the telephone can't be opened; blank when it can. The service itself acknowledges
+/// an import and an export in any case.
 std::string wrongWithFile(const std::string& path, bool forWriting) {
-    const FileProbe probe = FileProbe::of(path, forWriting);
-    if (probe.error == 0) {
+    const bool isPath = path.find('\0') == std::string::npos;
+    const std::string place = isPath ? Storage::devicePath(path) : "";
+    const int error = !isPath ? EINVAL : place.empty() ? EPERM : Storage::errorOf(path, forWriting);
+    if (error == 0) {
         return "";
     }
-    return std::generic_category().message(probe.error) +
-           (probe.place.empty() ? "; it leads out of the telephone's root"
-                                : "; it stands below --root, at " + probe.place);
+    return std::generic_category().message(error) + (place.empty()
+                                                         ? "; it leads out of the telephone's root"
+                                                         : "; it stands below --root, at " + place);
 }
 
 /// Reads the file of the telephone @p path. False with the reason in @p wrong, which is blank when
-/// the log has it.
+/// it is in the log.
 bool readFile(const std::string& path, std::string& text, std::string& wrong) {
     wrong = wrongWithFile(path, false);
     if (!wrong.empty()) {

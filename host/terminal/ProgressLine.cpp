@@ -1,30 +1,22 @@
 #include "terminal/ProgressLine.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
+#include "terminal/Output.h"
 #include "terminal/TerminalText.h"
 
 namespace {
 
 constexpr long UsualDelay = 1000;
-constexpr std::size_t UsualColumns = 80;
 constexpr std::chrono::milliseconds TimeBetweenTicks(200);
 
 std::chrono::milliseconds delay() {
     const char* const text = std::getenv("DAS_PROGRESS_AFTER");
     return std::chrono::milliseconds(text == nullptr ? UsualDelay : std::strtol(text, nullptr, 10));
-}
-
-/// One less than the columns of the terminal: the last one would begin the next line.
-std::size_t columns() {
-    winsize size{};
-    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-    return (isKnown ? size.ws_col : UsualColumns) - 1;
 }
 
 /// "import, 300 rows, 20 %". Nothing is said of a share that is not known yet.
@@ -84,7 +76,8 @@ void ProgressLine::tick() {
 }
 
 void ProgressLine::draw(const std::string& text) {
-    const std::string shown = TerminalText::cut(text, columns());
+    // The last column would begin the next line.
+    const std::string shown = TerminalText::cut(text, Output::columnsOf(STDERR_FILENO) - 1);
     if (shown == m_drawn) {
         return;
     }

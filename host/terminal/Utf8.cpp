@@ -1,57 +1,36 @@
 #include "terminal/Utf8.h"
 
+#include <utf8proc.h>
+
 #include <algorithm>
 
 namespace {
 
 const char* const Replacement = "\xEF\xBF\xBD";
 
-/// What may stand first, how many bytes follow it, and the range of the first of these; that range
-/// is where overlong forms, surrogates and numbers beyond the last character are shut out.
-struct Lead {
-    unsigned char first, last;
-    std::size_t following;
-    unsigned char secondFirst, secondLast;
-};
-
-constexpr Lead Leads[] = {
-    {0x00, 0x7f, 0, 0x80, 0xbf}, {0xc2, 0xdf, 1, 0x80, 0xbf}, {0xe0, 0xe0, 2, 0xa0, 0xbf},
-    {0xe1, 0xec, 2, 0x80, 0xbf}, {0xed, 0xed, 2, 0x80, 0x9f}, {0xee, 0xef, 2, 0x80, 0xbf},
-    {0xf0, 0xf0, 3, 0x90, 0xbf}, {0xf1, 0xf3, 3, 0x80, 0xbf}, {0xf4, 0xf4, 3, 0x80, 0x8f},
-};
-
-/// The number of bytes of the character at the front of @p text, which is not empty; 0 for none.
-std::size_t lengthOfFirst(std::string_view text) {
-    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-    const auto* const lead = std::find_if(
-        std::begin(Leads), std::end(Leads),
-        [&](const Lead& each) { return each.first <= byte(0) && byte(0) <= each.last; });
-    if (lead == std::end(Leads) || text.size() <= lead->following) {
-        return 0;
-    }
-    for (std::size_t at = 1; at <= lead->following; ++at) {
-        const bool isSecond = at == 1;
-        if (byte(at) < (isSecond ? lead->secondFirst : 0x80) ||
-            byte(at) > (isSecond ? lead->secondLast : 0xbf)) {
-            return 0;
-        }
-    }
-    return lead->following + 1;
-}
-
-bool isCarriedByXml(std::string_view character) {
-    if (character.size() == 1) {
-        const auto byte = static_cast<unsigned char>(character[0]);
-        return byte >= 0x20 || byte == '\t' || byte == '\n' || byte == '\r';
-    }
-    return character != "\xEF\xBF\xBE" && character != "\xEF\xBF\xBF";
+bool isCarriedByXml(char32_t character) {
+    return character >= 0x20 ? character != 0xfffe && character != 0xffff
+                             : character == '\t' || character == '\n' || character == '\r';
 }
 
 }  // namespace
 
+std::string_view Utf8::first(std::string_view text, char32_t& character) {
+    if (const auto byte = static_cast<unsigned char>(text.front()); byte < 0x80) {
+        character = byte;  // most texts have no others
+        return text.substr(0, 1);
+    }
+    utf8proc_int32_t number = 0;
+    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                         static_cast<utf8proc_ssize_t>(text.size()), &number);
+    character = static_cast<char32_t>(number);
+    return text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
 bool Utf8::isValid(std::string_view text) {
+    char32_t ignored = 0;
     while (!text.empty()) {
-        const std::size_t length = lengthOfFirst(text);
+        const std::size_t length = first(text, ignored).size();
         if (length == 0) {
             return false;
         }
@@ -71,7 +50,7 @@ std::size_t Utf8::endOfPiece(std::string_view text, std::size_t length) {
     for (int back = 0; back < 3 && continues(end); ++back) {
         --end;
     }
-    // Behind four bytes that only continue a character none is open: it has three of them at most.
+    // A character has at most three bytes that continue it, so after four of them none is open.
     return continues(end) ? length : end;
 }
 
@@ -79,10 +58,10 @@ std::string Utf8::forXml(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
-        const std::size_t length = lengthOfFirst(text);
-        const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
-        result.append(length > 0 && isCarriedByXml(character) ? character : Replacement);
-        text.remove_prefix(character.size());
+        char32_t number = 0;
+        const std::string_view character = first(text, number);
+        result.append(!character.empty() && isCarriedByXml(number) ? character : Replacement);
+        text.remove_prefix(std::max<std::size_t>(character.size(), 1));
     }
     return result;
 }

@@ -8,6 +8,10 @@
 /// UTF-8 as messages carry it: no overlong forms, no surrogates, nothing above U+10FFFF.
 namespace Utf8 {
 
+/// The bytes of the character that begins @p text, which is not empty, and its number in
+/// @p character. Empty when @p text does not begin with UTF-8.
+std::string_view first(std::string_view text, char32_t& character);
+
 /// Whether all of @p text is UTF-8.
 bool isValid(std::string_view text);
 
