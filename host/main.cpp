@@ -52,7 +52,7 @@ bool findService(const CommandLine& line, HostOptions& options) {
                                                          : ServicePlace::Needs::Service);
     }
     if ((data == Data::OfFile || data == Data::OfFiles) && options.socket) {
-        Complaint::report(std::string(line.command().name) + ": --socket has no place here",
+        Complaint::report(std::string(line.command().name) + ": the command takes no --socket",
                         "it works on the files themselves: name their folder by --db");
         return false;
     }

@@ -1,3 +1,6 @@
+// A new file is written next to its place, flushed and renamed: on a full disk the older file
+// stays.
+
 #include "cli/CallerFile.h"
 
 #include <fcntl.h>
@@ -13,6 +16,7 @@
 
 namespace {
 
+/// Writes into what can't be replaced, such as a pipe.
 int writeInto(const std::string& path, const std::string& text) {
     Descriptor file(open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     const int error = file.isOpen() ? Descriptor::writeAll(file.number(), text) : errno;
@@ -25,6 +29,7 @@ std::string targetOf(const std::string& path) {
     return real == nullptr ? path : real.get();
 }
 
+/// The name of the new file is next to its place, since a rename works only within a file system.
 int replace(const std::string& path, const std::string& text) {
     std::string part = path + ".XXXXXX";
     Descriptor file(mkostemp(part.data(), O_CLOEXEC));

@@ -5,7 +5,13 @@
 #include <optional>
 #include <string>
 
-/// Files of the person or program that runs a command, unlike those of the telephone.
+/**
+ * Files of the person or program that runs a command, unlike those of the telephone.
+ *
+ * They are opened with the rights of the caller and by the caller's paths, links included: that is
+ * what a command of the shell does. Files of the telephone go through the platform, which keeps
+ * them below the device root.
+ */
 namespace CallerFile {
 
 /// Reads the file @p path, or standard input for "-", into @p text. 0, or errno's number; EFBIG

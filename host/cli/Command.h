@@ -34,34 +34,18 @@ public:
     virtual int runIn(Session& session, const Arguments& arguments) = 0;
 
 protected:
-    /// How the session of run() is opened.
+    /// How the session of run() is opened: for people, unless the command's output is a contract.
     virtual Session::Manner manner() const { return Session::Manner::ForPeople; }
 };
 
-std::unique_ptr<SessionCommand> makeCallCommand();
-std::unique_ptr<SessionCommand> makeSchemasCommand();
-std::unique_ptr<SessionCommand> makeReadCommand();
-std::unique_ptr<SessionCommand> makeSetCommand();
-std::unique_ptr<SessionCommand> makeWriteCommand();
-std::unique_ptr<SessionCommand> makeDeleteCommand();
-std::unique_ptr<SessionCommand> makeSearchCommand();
-std::unique_ptr<SessionCommand> makeFindCommand();
-std::unique_ptr<SessionCommand> makeExportCommand();
-std::unique_ptr<SessionCommand> makeImportCommand();
-std::unique_ptr<SessionCommand> makeProfileCommand();
-std::unique_ptr<SessionCommand> makeShellCommand();
+// The commands that keep a session, and those that do not.
+using MakeCommand = std::unique_ptr<SessionCommand>();
+MakeCommand makeCallCommand, makeSchemasCommand, makeReadCommand, makeSetCommand, makeWriteCommand,
+    makeDeleteCommand, makeSearchCommand, makeFindCommand, makeExportCommand, makeImportCommand,
+    makeProfileCommand, makeShellCommand;
 
-int runRequest(const HostOptions& options, const Arguments& arguments);
-int runServe(const HostOptions& options, const Arguments& arguments);
-int runWatch(const HostOptions& options, const Arguments& arguments);
-int runStatus(const HostOptions& options, const Arguments& arguments);
-int runTrace(const HostOptions& options, const Arguments& arguments);
-int runCheck(const HostOptions& options, const Arguments& arguments);
-int runBackup(const HostOptions& options, const Arguments& arguments);
-int runRestore(const HostOptions& options, const Arguments& arguments);
-int runDiff(const HostOptions& options, const Arguments& arguments);
-int runRehearse(const HostOptions& options, const Arguments& arguments);
-int runDemo(const HostOptions& options, const Arguments& arguments);
-int runHelp(const HostOptions& options, const Arguments& arguments);
+using RunCommand = int(const HostOptions& options, const Arguments& arguments);
+RunCommand runRequest, runServe, runWatch, runStatus, runTrace, runCheck, runBackup, runRestore,
+    runDiff, runRehearse, runDemo, runHelp;
 
 #endif

@@ -1,3 +1,6 @@
+// The parser collects; it does not judge. What an argument means is checked by its command, and an
+// option that stands twice is the command's to refuse, so all values are kept.
+
 #include "cli/CommandLine.h"
 
 #include <CLI/CLI.hpp>
@@ -124,6 +127,8 @@ std::string wordsOf(const CLI::ParseError& error, const Row* row) {
     return words;
 }
 
+/// A word that the parser can't place is reported before anything else: the rest may follow from
+/// it.
 int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row) {
     const auto strangers = app.remaining(true);
     if (!strangers.empty()) {
@@ -146,10 +151,11 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std
     }
     CLI::App app("", "das");
     app.require_subcommand(1);
-    app.fallthrough();
+    app.fallthrough();  // options of every command may stand after the command's own
     declareCommon(app, m_options);
     std::vector<Found> all;
     all.reserve(CommandTable::rows().size());
+    // Pointers into this vector go to the parser, so it must not grow.
     for (const Row& row : CommandTable::rows()) {
         all.push_back({&row, nullptr, {}, {}});
         declareCommand(app, all.back());

@@ -9,7 +9,12 @@
 #include "cli/CommandTable.h"
 #include "client/HostOptions.h"
 
-/// A command line, parsed by the table of commands.
+/**
+ * A command line, parsed by the table of commands.
+ *
+ * The parser is a library; the table decides what it takes. Its messages are replaced by ours where
+ * a person needs more than it knows: which name was meant, and where the options are listed.
+ */
 class CommandLine {
 public:
     /**
@@ -24,10 +29,14 @@ public:
 
     /// The command; valid after a parse without a status.
     const CommandTable::Row& command() const { return *m_row; }
+    /// What was given to the command.
     const Arguments& arguments() const { return m_arguments; }
+    /// The options of every command, as they were given.
     const HostOptions& options() const { return m_options; }
 
 private:
+    /// The status for a required argument that is missing. The parser does not know which are
+    /// required: it would report that before an unknown option.
     std::optional<int> checkRequired() const;
 
     const CommandTable::Row* m_row = nullptr;

@@ -392,6 +392,7 @@ const Row* CommandTable::find(const std::string& name) {
     return found != Rows.end() ? &*found : nullptr;
 }
 
+// A row replaces what differs for its command, and adds what others do not have.
 std::vector<Exit> CommandTable::exitsOf(const Row& row) {
     std::vector<Exit> exits = CommonExits;
     for (const Exit& exit : row.exits) {

@@ -13,6 +13,10 @@ struct HostOptions;
 /**
  * The commands of das as data: the parser with its help, the manual page and the completion of the
  * shell are all made from these rows, and from nothing else.
+ *
+ * So a new command is a row here and its function in commands/; a new option is a line in a row,
+ * and everything that lists options has it. Texts are shown as they are, with a full stop added to
+ * a summary where it stands alone.
  */
 namespace CommandTable {
 
@@ -29,14 +33,16 @@ enum class Words {
     Folder
 };
 
+/// An argument without a dash, by its place.
 struct Argument {
     const char* name;
     Words words;
-    bool isRequired;
-    bool isRepeated;
+    bool isRequired;   ///< the command does not run without it
+    bool isRepeated;   ///< takes all further ones; only the last argument can
     const char* text;  ///< what it is, as in help
 };
 
+/// An option with two dashes.
 struct Option {
     const char* name;   ///< with its dashes
     const char* value;  ///< what stands for its value in help; empty for a flag
@@ -46,10 +52,11 @@ struct Option {
 
 /// A command line that works as it stands, in the folder of "das demo DIR", and what it does.
 struct Example {
-    const char* line;
+    const char* line;  ///< as it is typed into a shell
     const char* text;
 };
 
+/// What an exit status means.
 struct Exit {
     int status;
     const char* text;
@@ -69,14 +76,15 @@ enum class Data {
 using Run = int (*)(const HostOptions& options, const Arguments& arguments);
 using Make = std::unique_ptr<SessionCommand> (*)();
 
+/// A command.
 struct Row {
     const char* name;
-    const char* summary;
+    const char* summary;      ///< one line, for the list of commands
     const char* description;  ///< what is to be known beyond the summary
     std::vector<Argument> arguments;
     std::vector<Option> options;
-    std::vector<Example> examples;
-    std::vector<Exit> exits;  ///< those that differ from, or add to, those of every command
+    std::vector<Example> examples;  ///< tests run them
+    std::vector<Exit> exits;        ///< those that differ from, or add to, those of every command
     std::variant<Run, Make> action;
     Data data;
     std::string (*more)() = nullptr;  ///< what stands at the end of the help after all that
@@ -84,6 +92,7 @@ struct Row {
 
 /// All commands, in the order of the help.
 const std::vector<Row>& rows();
+/// Their names, for near misses.
 std::vector<std::string> names();
 
 /// The command of that name, or null.

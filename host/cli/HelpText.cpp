@@ -1,3 +1,5 @@
+// One function for each form of a row: as help, and in the language of man.
+
 #include "cli/HelpText.h"
 
 #include <algorithm>
@@ -32,6 +34,7 @@ std::string wrapped(const std::string& text, std::size_t indent) {
     return result;
 }
 
+/// A name and what it means, side by side; a long name has a line to itself.
 std::string line(const std::string& name, const std::string& text) {
     std::string result = "  " + name;
     if (result.size() >= NameWidth) {
@@ -88,6 +91,7 @@ std::string roffItems(const std::vector<Option>& options) {
     return text;
 }
 
+/// The section of a command.
 std::string roffOf(const Row& row) {
     std::string text = ".SS " + roff(HelpText::usage(row)) + "\n" + roff(row.summary) + ".\n" +
                        roff(row.description) + "\n";

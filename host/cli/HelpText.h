@@ -5,7 +5,12 @@
 
 #include "cli/CommandTable.h"
 
-/// The texts that are made from the table of commands.
+/**
+ * The texts that are made from the table of commands.
+ *
+ * The texts are for 80 columns, whatever the terminal has: they are also read in files and through
+ * pagers. The manual page says the same in the language of man, which wraps it itself.
+ */
 namespace HelpText {
 
 /// Help of das as a whole.

@@ -1,3 +1,6 @@
+// Calls are sent all at once, before any answer is read: from the first of them on nothing that the
+// host says is missed.
+
 #include "cli/HostCommands.h"
 
 #include <iostream>
@@ -38,6 +41,7 @@ int HostCommands::listen(SocketConnection& connection, const std::vector<Method>
     std::string line;
     while (connection.readLine(line)) {
         const JsonRpc::Message message = JsonRpc::read(line);
+        // Answers and what a listener hears come mixed: the host sends each as soon as it can.
         if (message.id) {
             if (++answers == calls.size()) {
                 std::cerr << word << std::endl;

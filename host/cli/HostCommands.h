@@ -14,13 +14,16 @@ struct HostOptions;
 
 /// What the commands have in common that need a running host. They return exit statuses, after a
 /// message on standard error if something is wrong.
+///
+/// They have no session: a session answers one call after the other, and these commands hear
+/// messages that no call asked for, or must not start a service of their own.
 namespace HostCommands {
 
 /// Connects @p connection to the host that @p options name.
 [[nodiscard]] int open(const std::string& command, const HostOptions& options,
                        SocketConnection& connection);
 
-/// A host that can't be understood, or that has gone before its answer.
+/// Reports a host that can't be understood, or that has gone before its answer.
 int reportSilence();
 
 /// The line that is printed for a method that a listener hears; none for no line.

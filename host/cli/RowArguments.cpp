@@ -1,13 +1,17 @@
+// Names are compared with the tables of the schemas exactly as the service does. Settings take any
+// name, since the service makes an item of whatever it is sent.
+
 #include "cli/RowArguments.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <charconv>
 #include <utility>
 
 #include "ClientUtils.h"
 #include "cli/Arguments.h"
-#include "cli/ValueSource.h"
+#include "cli/CallerFile.h"
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 #include "terminal/Utf8.h"
@@ -15,6 +19,12 @@
 namespace {
 
 const char* const ValuesName = "NAME=VALUE";
+
+/// Stands for standard input in the place of a value.
+const char* const FromInput = "@-";
+
+/// No message over a socket can be larger; and a device may have no end.
+constexpr std::size_t LargestValue = 8 * 1024 * 1024;
 
 /// Parts of a name that a read of contacts may look for.
 const std::vector<std::string> Patterns = {"SurnameLike", "FirstnameLike"};
@@ -33,11 +43,6 @@ bool isNumbered(const KnownSchemas::Entry& schema) {
     }
     return RequestText::formOf(schema) == RequestText::Form::Rows && schema.key.empty() &&
            !schema.defaultRows.empty();
-}
-
-bool isNumber(const std::string& text) {
-    const std::size_t begin = text.rfind('-', 0) == 0 ? 1 : 0;
-    return text.size() > begin && text.find_first_not_of("0123456789", begin) == std::string::npos;
 }
 
 std::vector<std::string> namesOf(const KnownSchemas::Entry& schema) {
@@ -71,6 +76,8 @@ bool isElementName(const std::string& name) {
            std::all_of(name.begin(), name.end(), isOk) && Utf8::isValid(name);
 }
 
+/// Names that have a meaning of their own in a request. An item can't have them: the service would
+/// read its value as a part of the frame.
 const std::vector<std::string> FrameElements = {"Schema", "ReasonForMessage", "Context",
                                                 "ResultCols", "Entry"};
 
@@ -89,6 +96,31 @@ std::string commandsFor(const KnownSchemas::Entry& schema) {
     return ClientUtils::join(names, ", ");
 }
 
+/**
+ * Replaces @p value by what it stands for: "@FILE" by the contents of a file and "@-" by standard
+ * input, less one line feed at the end, and "@@TEXT" by "@TEXT". Other values stay. So a secret
+ * need not be on the command line, where every user of the machine can see it. False when it can't
+ * be read, which has been reported.
+ */
+bool readValueOf(const std::string& name, std::string& value) {
+    if (value.rfind('@', 0) != 0) {
+        return true;
+    }
+    const std::string source = value.substr(1);
+    if (source.rfind('@', 0) == 0) {
+        value = source;
+        return true;
+    }
+    const int error = CallerFile::readLess(source, LargestValue, value);
+    if (error != 0) {
+        Complaint::reportError(name + "=@" + source, error,
+                               error == EFBIG
+                                   ? "a value has at most 8 MiB"
+                                   : "@FILE is a file, @- standard input, @@TEXT the value @TEXT");
+    }
+    return error == 0;
+}
+
 }  // namespace
 
 const KnownSchemas::Entry* RowArguments::findSchema(const std::string& name) {
@@ -105,7 +137,7 @@ bool RowArguments::checkApart(const std::string& command, const Arguments& argum
                               const std::vector<std::pair<const char*, const char*>>& pairs) {
     for (const auto& [one, other] : pairs) {
         if (arguments.has(one) && arguments.has(other)) {
-            Complaint::report(command + ": " + one + " and " + other + " say different things",
+            Complaint::report(command + ": " + one + " and " + other + " exclude each other",
                               "leave one of them out");
             return false;
         }
@@ -120,6 +152,11 @@ bool RowArguments::checkUser(const std::optional<std::string>& user) {
     Complaint::report(*user + ": no such user",
                       NearMisses::question(*user, {"base", "visitor"}, "base or visitor"));
     return false;
+}
+
+bool RowArguments::isNumber(const std::string& text) {
+    const std::size_t begin = text.rfind('-', 0) == 0 ? 1 : 0;
+    return text.size() > begin && text.find_first_not_of("0123456789", begin) == std::string::npos;
 }
 
 bool RowArguments::readNumber(const Arguments& arguments, const std::string& name,
@@ -155,16 +192,17 @@ bool RowArguments::read(const Arguments& arguments, const std::string& command,
 
 bool RowArguments::readValues(const Arguments& arguments) {
     bool isInputRead = false;
+    // Checked twice: as typed, and once more after a file was read in its place.
     for (const std::string& text : arguments.all(ValuesName)) {
         if (!readPair(text, namesOf(*m_schema), m_values) || !checkRepeated(m_values)) {
             return false;
         }
         auto& [name, value] = m_values.back();
-        if (ValueSource::isStandardInput(value) && std::exchange(isInputRead, true)) {
-            Complaint::report(name + "=@-: standard input is read already", "name a file");
+        if (value == FromInput && std::exchange(isInputRead, true)) {
+            Complaint::report(name + "=@-: standard input can be read only once", "name a file");
             return false;
         }
-        if (!ValueSource::read(name, value) || !checkValue(name, value)) {
+        if (!readValueOf(name, value) || !checkValue(name, value)) {
             return false;
         }
     }
@@ -174,7 +212,7 @@ bool RowArguments::readValues(const Arguments& arguments) {
 bool RowArguments::takesStandardInput(const Arguments& arguments) {
     const auto& texts = arguments.all(ValuesName);
     return std::any_of(texts.begin(), texts.end(), [](const std::string& text) {
-        return ValueSource::isStandardInput(text.substr(text.find('=') + 1));
+        return text.substr(text.find('=') + 1) == FromInput;
     });
 }
 
@@ -183,7 +221,7 @@ bool RowArguments::checkRepeated(const RequestText::Values& values) const {
     const bool isRepeated = std::any_of(values.begin(), values.end() - 1,
                                         [&](const auto& value) { return value.first == name; });
     if (isRepeated && !contains(m_schema->itemElements, name)) {
-        Complaint::report(m_what + ": " + name + " is given twice", "one value for each");
+        Complaint::report(m_what + ": " + name + " is given twice", "give it one value");
         return false;
     }
     return true;
@@ -207,8 +245,8 @@ bool RowArguments::checkName(const std::string& name, const std::vector<std::str
         if (isElementName(name) && !contains(FrameElements, name)) {
             return true;
         }
-        Complaint::report(name + ": no item can have this name",
-                          "letters, digits and underscores, a letter in front");
+        Complaint::report(name + ": an item can't have this name",
+                          "use letters, digits and underscores, a letter first");
         return false;
     }
     if (contains(names, name)) {
@@ -266,19 +304,20 @@ bool RowArguments::checkValue(const std::string& name, const std::string& value)
 bool RowArguments::readConditions(const Arguments& arguments, const std::string& reason) {
     const bool isSettings = form() == RequestText::Form::Settings;
     if (isSettings && (arguments.has("--id") || arguments.has("--where"))) {
-        Complaint::report(m_what + ": settings have no rows, so --id and --where name nothing",
-                          "items are named by their names");
+        Complaint::report(m_what + ": settings have no rows for --id and --where",
+                          "name the items themselves");
         return false;
     }
     const auto id = arguments.value("--id");
     if (arguments.all("--id").size() > 1) {
-        Complaint::report(m_what + ": --id is given twice", "one row at a time");
+        Complaint::report(m_what + ": --id is given twice", "name one row");
         return false;
     }
     if (id && id->empty()) {
-        Complaint::report(m_what + ": --id is empty, which names no row");
+        Complaint::report(m_what + ": --id is empty", "name a row");
         return false;
     }
+    // The number is a condition like others, by the element that names it in this schema.
     if (id && !readCondition(RequestText::idElement(*m_schema) + "=" + *id, reason)) {
         return false;
     }
@@ -295,8 +334,8 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
     const auto names = conditionsOf(*m_schema, reason);
     const std::string column = text.substr(0, text.find('='));
     if (contains(namesOf(*m_schema), column) && !contains(names, column)) {
-        Complaint::report(m_what + ": no row can be looked for by " + column,
-                          "by " + ClientUtils::join(names, ", "));
+        Complaint::report(m_what + ": the service does not search by " + column,
+                          "search by " + ClientUtils::join(names, ", "));
         return false;
     }
     if (!readPair(text, names, read)) {
@@ -305,7 +344,7 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
     const auto& [name, value] = read.front();
     if (std::any_of(m_conditions.begin(), m_conditions.end(),
                     [&name = name](const auto& one) { return one.first == name; })) {
-        Complaint::report(m_what + ": " + name + " is asked for twice", "one value a column");
+        Complaint::report(m_what + ": " + name + " is named twice", "give each column one value");
         return false;
     }
     if (name == RequestText::idElement(*m_schema) && isNumbered(*m_schema) && !value.empty() &&
@@ -316,8 +355,9 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
     }
     // The service leaves out a condition that is blank, and means every row then.
     if (value.empty() && form() == RequestText::Form::List && reason != "update_request") {
-        Complaint::report(m_what + ": " + name + " is blank, by which no row can be looked for",
-                          "give a value");
+        Complaint::report(
+            m_what + ": " + name + " is blank, and the service ignores a blank condition",
+            "give a value");
         return false;
     }
     m_conditions.push_back(read.front());

@@ -1,6 +1,10 @@
+// A format is a function from a sheet to a text; the text is written at once, so that a reader that
+// goes away is noticed and a terminal shows whole tables.
+
 #include "cli/SheetPrinter.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "cli/Arguments.h"
@@ -10,6 +14,7 @@
 #include "terminal/Quotes.h"
 #include "terminal/TableText.h"
 #include "terminal/TerminalText.h"
+#include "terminal/Utf8.h"
 
 namespace {
 
@@ -19,6 +24,7 @@ std::string csvCell(const std::string& text) {
     return text.find_first_of(",\"\r\n") == std::string::npos ? text : quoted(text, '"', "\"\"");
 }
 
+/// @p cellText makes of a cell what the format needs.
 template <typename CellText>
 void appendLine(std::string& text, const std::vector<std::string>& cells, char between,
                 CellText cellText) {
@@ -39,24 +45,25 @@ std::string linesOf(const Sheet& sheet, char between, CellText cellText) {
 }
 
 /// The control characters that JSON lets stand as they are: 7F, and C2 80 to C2 9F.
-std::string withoutControls(const std::string& json) {
+std::string withoutControls(std::string_view json) {
     std::string text;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        const bool isLead = json[i] == '\xc2' && i + 1 < json.size();
-        const auto next = static_cast<unsigned char>(isLead ? json[i + 1] : 0);
-        if (json[i] == '\x7f') {
-            text += "\\u007f";
-        } else if (isLead && next >= 0x80 && next < 0xa0) {
-            constexpr const char* digits = "0123456789abcdef";
-            text += std::string("\\u00") + digits[next >> 4] + digits[next & 0xf];
-            ++i;
+    while (!json.empty()) {
+        char32_t number = 0;
+        const std::string_view character = Utf8::first(json, number);
+        if (number >= 0x7f && number < 0xa0) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(number));
+            text += escape;
         } else {
-            text += json[i];
+            text += character;
         }
+        json.remove_prefix(character.size());
     }
     return text;
 }
 
+/// Cells are strings in any case: the service keeps texts, and "007" is no number. Bytes that are
+/// no UTF-8, which JSON can't carry, are replaced.
 std::string jsonOf(const Sheet& sheet) {
     auto all = nlohmann::ordered_json::array();
     for (const auto& row : sheet.rows) {

@@ -34,8 +34,10 @@ public:
     int print(const Sheet& sheet, const std::string& raw = "");
 
 private:
+    /// Those that have a name in --output stand first, in the order of their names.
     enum class Format { Raw, Json, Table, Csv, Plain, Terminal };
 
+    /// The format that the options ask for, else the one that fits where the output goes.
     static Format formatOf(const Arguments& arguments, const Output& output);
     std::string textOf(const Sheet& sheet, const std::string& raw) const;
 

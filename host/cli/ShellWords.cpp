@@ -1,3 +1,6 @@
+// The kinds of words stand in the table of commands, so that the shell completes what bash
+// completes.
+
 #include "cli/ShellWords.h"
 
 #include <algorithm>
@@ -75,6 +78,7 @@ Names argumentsOf(const Names& words, const std::vector<CommandTable::Option>& o
 
 }  // namespace
 
+// A word may be empty, by quotes, so whether one has begun is kept apart from its text.
 bool ShellWords::split(const std::string& line, std::vector<std::string>& words) {
     std::string word;
     char quote = 0;

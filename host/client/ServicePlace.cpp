@@ -1,3 +1,5 @@
+// A host is looked for by connecting: the file of a socket outlives its host.
+
 #include "client/ServicePlace.h"
 
 #include <sys/stat.h>

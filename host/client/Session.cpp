@@ -1,3 +1,6 @@
+// Both kinds of sessions differ in where failures come from: the log of this process, which an ear
+// listens to, or the host, which is asked after a call that failed.
+
 #include "client/Session.h"
 
 #include "Method.h"
@@ -14,6 +17,7 @@
 
 namespace {
 
+/// Starts the service in this process and ends it with the session.
 class LocalSession : public Session {
 public:
     explicit LocalSession(Manner manner)
@@ -49,6 +53,7 @@ private:
     std::unique_ptr<LocalConnection> m_connection;
 };
 
+/// Talks to a host. The progress of its work is not known, only that it lasts.
 class RemoteSession : public Session {
 public:
     [[nodiscard]] bool open(const std::string& socket) {
@@ -108,7 +113,7 @@ bool Session::call(const Method& method, Method& answer) {
     const Connection::Result result = connection().exchange(method, answer);
     Progress::report({"", 0, 1, 1});
     if (result == Connection::Result::NotSent) {
-        Complaint::report("the request is no UTF-8, or longer than a message may be");
+        Complaint::report("the request is not sent: it is no UTF-8, or longer than 8 MiB");
     } else if (result == Connection::Result::NoAnswer) {
         Complaint::report("the host has not answered", "it has ended, or it is no host of das");
     }
@@ -117,7 +122,7 @@ bool Session::call(const Method& method, Method& answer) {
 
 std::optional<std::string> Session::ask(const std::string& request) {
     if (!Utf8::isValid(request)) {
-        Complaint::report("the request is no UTF-8, or longer than a message may be");
+        Complaint::report("the request is not sent: it is no UTF-8, or longer than 8 MiB");
         return std::nullopt;
     }
     Method answer;

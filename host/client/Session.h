@@ -14,6 +14,10 @@ struct HostOptions;
 
 /// A conversation with the service for people's commands: with the one of this process, or with a
 /// running host.
+///
+/// More than a connection: failures come with the reasons that the service has logged, progress is
+/// shown while an answer takes long, and everything that goes wrong is reported before the call
+/// returns.
 class Session {
 public:
     enum class Manner {
@@ -24,8 +28,8 @@ public:
     /**
      * Starts the service, or connects to the host that @p options name.
      *
-     * @param status takes the exit status when the result is null; what went wrong has been reported
-     *               on standard error then
+     * @param status takes the exit status when the result is null; what went wrong has been
+     * reported on standard error then
      */
     static std::unique_ptr<Session> open(const HostOptions& options, int& status,
                                          Manner manner = Manner::ForPeople);
@@ -54,7 +58,7 @@ public:
     /// Whether the service is in this process, and the telephone's files are those of this process.
     virtual bool isLocal() const = 0;
 
-    /// Where answers are written.
+    /// Where answers are written. Owned by the session.
     virtual Output& output() = 0;
 
     /// The conversation itself, for commands that need more of it.

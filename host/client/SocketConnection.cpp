@@ -1,3 +1,6 @@
+// One call is under way at a time, so all calls have the same id; what comes without it is not for
+// us.
+
 #include "client/SocketConnection.h"
 
 #include <sys/socket.h>
@@ -72,6 +75,7 @@ Connection::Result SocketConnection::exchange(Method request, Method& answer) {
     if (call.size() > LineCutter::MessageLimit) {
         return Result::NotSent;
     }
+    // What a listener hears may come first.
     std::string line;
     bool isOpen = sendLine(call) && readLine(line);
     while (isOpen) {

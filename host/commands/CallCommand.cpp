@@ -6,6 +6,7 @@
 
 #include "cli/Command.h"
 #include "cli/HostCommands.h"
+#include "cli/RowArguments.h"
 #include "client/Connection.h"
 #include "framework/MessageInWork.h"
 #include "terminal/NearMisses.h"
@@ -15,16 +16,11 @@
 
 namespace {
 
-bool isWholeNumber(const std::string& text) {
-    const std::size_t first = !text.empty() && text[0] == '-' ? 1 : 0;
-    return text.size() > first && text.find_first_not_of("0123456789", first) == std::string::npos;
-}
-
 /// Adds a parameter of the type that @p value looks like.
 void addTyped(Method& method, const std::string& name, const std::string& value) {
     if (value == "true" || value == "false") {
         method.addBoolParameter(name, value == "true", Parameter::in);
-    } else if (!isWholeNumber(value)) {
+    } else if (!RowArguments::isNumber(value)) {
         method.addStringParameter(name, value, Parameter::in);
     } else {
         int number = 0;
@@ -32,7 +28,7 @@ void addTyped(Method& method, const std::string& name, const std::string& value)
         if (result.ec == std::errc()) {
             method.addIntParameter(name, number, Parameter::in);
         } else {
-            Complaint::report(name + ": left out, the number has more than 32 bits",
+            Complaint::report(name + ": left out, since the number has more than 32 bits",
                               name + ":=" + value + " is a string");
         }
     }

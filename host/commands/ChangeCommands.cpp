@@ -88,7 +88,7 @@ private:
         const auto answer = session.ask(
             RequestText::request(m_rows.schema().name, m_reason, m_rows.context(), body()));
         Complaint::report(m_rows.what() + ": there is no such row, so nothing changes",
-                          "das read " + m_rows.schema().name + " lists them");
+                          "das read " + m_rows.schema().name + " lists the rows");
         return answer && !Answers::isFailure(*answer) ? ExitSuccess : ExitFailure;
     }
 
@@ -118,15 +118,15 @@ protected:
                 return true;
             case Form::List:
                 return !rows().conditions().empty() ||
-                       refuse("no row is named", "by --id ID or --where COL=VALUE");
+                       refuse("no row is named", "name one by --id ID or --where COL=VALUE");
             case Form::Rows:
                 break;
         }
         if (arguments.has("--where")) {
-            return refuse("a row is set by its number or key alone", "by --id ID");
+            return refuse("a row is set by its number or key alone", "name it by --id ID");
         }
         return namesRow(rows().conditions()) || namesRow(rows().values()) ||
-               refuse("no row is named", "by --id ID");
+               refuse("no row is named", "name one by --id ID");
     }
 
     /// The element that names the row; blank when none does.
@@ -147,9 +147,9 @@ protected:
         const bool canGo = rows().schema().has("delete_request");
         Complaint::report(rows().what() + (isMade ? ": there was no such row, so a new one was made"
                                                   : ": there is no such row, so nothing changes"),
-                          !isMade ? "das read " + name + " lists them"
+                          !isMade ? "das read " + name + " lists the rows"
                           : canGo ? "das delete " + name + " --id deletes it"
-                                  : "no command can delete it");
+                                  : "no command deletes it");
     }
 
     std::string body() const override {
@@ -225,18 +225,18 @@ protected:
         }
         if (arguments.has("ITEM")) {
             return refuse(arguments.text("ITEM") + " is no item of settings",
-                          "rows are named by --id ID or --where COL=VALUE");
+                          "name rows by --id ID or --where COL=VALUE");
         }
         m_all = arguments.has("--all");
         if (m_all && !rows().conditions().empty()) {
-            return refuse("--all and conditions say different things", "leave one of them out");
+            return refuse("--all and conditions exclude each other", "leave one of them out");
         }
         if (m_all && rows().form() == Form::Rows) {
-            return refuse("its rows are deleted one by one", "by --id ID");
+            return refuse("its rows are deleted one by one", "name one by --id ID");
         }
         return m_all || !rows().conditions().empty() ||
                refuse("no row is named",
-                      "by --id ID or --where COL=VALUE, or --all for all rows of the user");
+                      "name it by --id ID or --where COL=VALUE, or all rows of the user by --all");
     }
 
     std::string body() const override {
@@ -251,11 +251,10 @@ protected:
 private:
     bool checkItems(const Arguments& arguments) const {
         if (arguments.has("--all")) {
-            return refuse("items are deleted one by one, so --all has no place here",
-                          "give the names of items");
+            return refuse("settings take no --all", "name the items");
         }
         if (!arguments.has("ITEM")) {
-            return refuse("no item is named", "give the names of items");
+            return refuse("no item is named", "name the items");
         }
         for (const std::string& item : arguments.all("ITEM")) {
             if (!rows().checkName(item)) {

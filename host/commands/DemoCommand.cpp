@@ -21,7 +21,7 @@ constexpr int BaseUser = 0;
 bool prepare(const fs::path& folder) {
     std::error_code error;
     if (fs::exists(folder, error) && (!fs::is_directory(folder) || !fs::is_empty(folder))) {
-        Complaint::report(folder.string() + ": is there, and is no empty folder",
+        Complaint::report(folder.string() + ": exists, and is not an empty folder",
                           "name a folder that is missing");
         return false;
     }
@@ -67,8 +67,8 @@ bool fill(Session& session) {
 
 int runDemo(const HostOptions& options, const Arguments& arguments) {
     if (options.socket || options.db || options.root) {
-        Complaint::report("demo: --db, --root and --socket have no place here",
-                          "the telephone is made in DIR");
+        Complaint::report("demo: the command takes no --db, --root and --socket",
+                          "it makes the telephone in DIR");
         return ExitUsage;
     }
     const fs::path folder = fs::absolute(arguments.text("DIR"));

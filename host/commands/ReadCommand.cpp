@@ -54,8 +54,8 @@ private:
                 return false;
             }
             if (std::find(m_columns.begin(), column, *column) != column) {
-                Complaint::report(m_rows.what() + ": " + *column + " is asked for twice",
-                                  "a column stands once in --cols");
+                Complaint::report(m_rows.what() + ": " + *column + " is named twice",
+                                  "name each column once");
                 return false;
             }
         }

@@ -22,11 +22,9 @@ namespace {
 /// The service counts a message's bytes in an int.
 constexpr std::size_t LongestMessage = INT_MAX;
 
-/// One place that messages come from: a file, read before the start, or standard input.
-struct Source {
-    bool isStandardInput;
-    std::string text;  ///< the message of a file; blank for standard input
-};
+/// One place that messages come from: the message of a file, read before the start, or standard
+/// input.
+using Source = std::optional<std::string>;
 
 /// Has messages answered and writes each answer as it comes.
 class Conversation {
@@ -36,7 +34,7 @@ public:
     /// Sends all of @p sources, or as many as there is use in sending. Returns the exit status.
     int send(const std::vector<Source>& sources) {
         for (const Source& source : sources) {
-            if (!(source.isStandardInput ? sendLines() : sendMessage(source.text))) {
+            if (!(source ? sendMessage(*source) : sendLines())) {
                 break;
             }
         }
@@ -54,7 +52,8 @@ private:
                 : Connection::Result::NotSent;
         std::string text;
         if (result == Connection::Result::NotSent) {
-            Complaint::report("a message that the host would not take is not sent");
+            Complaint::report(
+                "request: a message is not sent: it is no UTF-8, or longer than 8 MiB");
         } else if (reply.getStringParameter("Response", text) &&
                    text != DASUtilsStrings::FailureResponse) {
             answer = std::move(text);  // an exception in the service is answered without the schema
@@ -123,17 +122,17 @@ private:
 /// Reads every file, so that a bad one is reported before anything is sent.
 bool readSources(const std::vector<std::string>& files, std::vector<Source>& sources) {
     for (const std::string& name : files) {
-        Source source{name == "-", ""};
-        const int error =
-            source.isStandardInput ? 0 : CallerFile::readLess(name, LongestMessage, source.text);
-        if (error != 0) {
+        Source& source = sources.emplace_back();
+        if (name == "-") {
+            continue;
+        }
+        if (const int error = CallerFile::readLess(name, LongestMessage, source.emplace())) {
             Complaint::reportError(name, error);
             return false;
         }
-        sources.push_back(std::move(source));
     }
     if (sources.empty()) {
-        sources.push_back({true, ""});
+        sources.emplace_back();
     }
     return true;
 }

@@ -138,6 +138,7 @@ private:
         return true;
     }
 
+    /// The key first: a start in between must not find the database without its key.
     bool putInPlace() {
         for (const std::string& name : m_copied) {
             const std::string to = in(m_folder, name);

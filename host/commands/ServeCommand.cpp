@@ -190,13 +190,13 @@ int runServe(const HostOptions& options, const Arguments& arguments) {
     const HandedSockets handed;
     const bool isSocket = options.socket.has_value() || !(isStdio || handed.empty());
     if (isStdio == isSocket) {
-        Complaint::report(isStdio ? "serve: --stdio and --socket say different things"
-                                  : "serve: one of --socket and --stdio is required",
-                          isStdio ? "leave one of them out" : "");
+        Complaint::report(isStdio ? "serve: --stdio and --socket exclude each other"
+                                  : "serve: neither --socket nor --stdio is given",
+                          isStdio ? "leave one of them out" : "name one of them");
         return ExitUsage;
     }
     if (isStdio && arguments.has("--access")) {
-        Complaint::report("serve: --access and --stdio say different things",
+        Complaint::report("serve: --access and --stdio exclude each other",
                           "rules are for the clients of a socket");
         return ExitUsage;
     }

@@ -35,6 +35,8 @@ void addRows(Sheet& sheet, const std::string& path, const Json& value) {
     }
 }
 
+/// What Prometheus wants before the values of a figure: its help and its type, which the name
+/// shows.
 std::string headOf(const std::string& name, const std::string& help) {
     const bool isCounter = name.size() > 6 && name.compare(name.size() - 6, 6, "_total") == 0;
     return "# HELP " + name + " " + help + "\n# TYPE " + name +

@@ -1,3 +1,6 @@
+// Each call of a client under rules passes here, so the usual way searches and copies nothing:
+// schemas are found by a hash, and a file is read only where a mask in it could destroy a password.
+
 #include "framework/AccessCheck.h"
 
 #include <algorithm>
@@ -100,6 +103,7 @@ bool AccessCheck::allows(const Methods::Row& method) {
             break;
     }
     m_maySeeSecrets = may(Methods::Secrets, m_schema);
+    // An answer that is only true or false shows no data.
     const auto shown = method.of(Parameter::out);
     m_showsData = access.ofSchema == Methods::Read ||
                   std::any_of(shown.begin(), shown.end(), [](const Methods::Value& value) {

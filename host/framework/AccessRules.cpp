@@ -1,3 +1,6 @@
+// A file with any line that is no rule is refused whole: a rule that is skipped would be a right
+// too few, and the administrator would find out by a client that does not work.
+
 #include "framework/AccessRules.h"
 
 #include <fcntl.h>
@@ -85,7 +88,7 @@ Peer Peer::of(int descriptor) {
         peer.user = credentials.uid;
         peer.group = credentials.gid;
     }
-    // The call returns the size that it needs.
+    // The call returns the size that it needs; the groups may grow between two calls.
     size = 0;
     int result = getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size);
     while (result != 0 && errno == ERANGE && size > 0) {

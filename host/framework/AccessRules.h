@@ -24,9 +24,11 @@ struct Peer {
     static Peer of(int descriptor);
 };
 
-/// What one client may do: rights for all schemas, and further ones for single schemas.
+/// What one client may do: rights for all schemas, and further ones for single schemas. Found out
+/// once, when the client connects, since a connection does not change its user.
 class ClientRights {
 public:
+    /// Adds @p rights, a sum of Methods' rights, for @p schema, or for all schemas by "*".
     void add(unsigned rights, const std::string& schema);
 
     /// Whether all of @p rights are there for every schema.
@@ -43,7 +45,12 @@ private:
 /**
  * Who may do what at the socket, read from a file of lines "allow WHO RIGHTS SCHEMAS".
  *
- * What no line allows is refused. The object does not change after read(); any thread may ask.
+ * What no line allows is refused. Names of users and groups are resolved when the file is read; a
+ * name that the machine does not know matches no client, but the other lines count: a file for
+ * several machines may name users that only some of them have.
+ *
+ * A file that others than its owner may write is refused, since it would let them give themselves
+ * rights. The object does not change after read(); any thread may ask.
  */
 class AccessRules {
 public:
@@ -58,9 +65,11 @@ public:
     /// Reads the text of such a file. False as above.
     [[nodiscard]] bool parse(std::string_view text, const Resolve& resolve, std::string& error);
 
+    /// What the client of @p peer may do: the sum of all lines that match.
     ClientRights rightsOf(const Peer& peer) const;
 
 private:
+    /// Whom a line is for; Unknown is a name that the machine does not know.
     enum class Who { Any, User, Group, Unknown };
     struct Rule {
         Who who;
@@ -69,6 +78,7 @@ private:
         std::vector<std::string> schemas;
     };
 
+    /// Whether @p rule is for the client of @p peer, by its user, group or further groups.
     static bool matches(const Rule& rule, const Peer& peer);
     static bool readWho(const std::string& word, const Resolve& resolve, Rule& rule);
 

@@ -1,3 +1,6 @@
+// Both tables are held in memory and rows are matched by key: their order may have changed by an
+// upgrade, and the tables of a telephone have some thousand rows at most.
+
 #include "framework/DatabaseDiff.h"
 
 #include <algorithm>
@@ -49,6 +52,7 @@ struct Table {
     }
 };
 
+/// The columns of a table, and those of its primary key in the order of the key.
 bool readColumns(DatabaseFile& file, const std::string& name, Table& table) {
     DatabaseFile::Rows rows;
     if (!file.query("SELECT name, pk FROM pragma_table_info(" + inSql(name) + ") ORDER BY cid",
@@ -88,6 +92,7 @@ Texts commonKey(const Table& older, const Table& newer) {
     return {};
 }
 
+/// Rows by key. A key that stands twice, which a damaged table may have, gets a number.
 bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Table& table) {
     if (table.columns.empty()) {
         return true;
@@ -187,6 +192,7 @@ private:
     Table m_new;
 };
 
+/// SQLite's own tables differ by how a database came to be, not by what it holds.
 bool readNames(DatabaseFile& file, Texts& names) {
     DatabaseFile::Rows rows;
     const bool isRead = file.query(

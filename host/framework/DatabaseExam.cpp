@@ -1,3 +1,5 @@
+// A finding is for a person who may not know SQL: it says what is there, and what to do next.
+
 #include "framework/DatabaseExam.h"
 
 #include <fcntl.h>
@@ -158,6 +160,7 @@ void DatabaseExam::examineColumns() {
     }
 }
 
+// Only settings may have a blank user: those of the telephone.
 void DatabaseExam::examineUsers() {
     bool isGood = true;
     for (const auto& [table, schema] : knownTables()) {

@@ -1,3 +1,6 @@
+// Exceptions of the standard library, mostly for want of memory, end here: the locks of the service
+// are free again by its guards, and a client without an answer is closed.
+
 #include "framework/Dispatcher.h"
 
 #include <exception>
@@ -94,6 +97,7 @@ void Dispatcher::refuse(std::string_view line, Client& client) {
                                 : JsonRpc::ParseError);
 }
 
+// The turn of large answers ends with the message, after its answer was sent.
 void Dispatcher::handleJson(std::string_view line, const std::shared_ptr<Client>& client) {
     JsonMessage message(*client, m_largeAnswers);
     JsonRpc::Message read = line.front() == '{' ? JsonRpc::read(line) : JsonRpc::Message();

@@ -1,3 +1,5 @@
+// The words that the advice is found by are fixed: those of SQLite, and those of the service's log.
+
 #include "framework/FailureWords.h"
 
 #include <utility>

@@ -6,6 +6,10 @@
 #include "Log.h"
 
 /// What the log says of failures, gathered into one short text for people.
+///
+/// A failed request answers only "failure". The reason is in the log, often in several lines of
+/// several layers, and a person needs the one that matters: the first, without repeats, cut to a
+/// line.
 class FailureWords {
 public:
     /// The highest level that has failures: those of SQL and locks.

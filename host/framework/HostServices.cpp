@@ -27,6 +27,7 @@ const char* directoryOf(int type) {
     return found != std::end(FileTypes) ? found->second : nullptr;
 }
 
+/// A name that can't lead out of its directory.
 bool isPlainName(const std::string& name) {
     return !name.empty() && name != "." && name != ".." &&
            name.find_first_of(std::string("/\0", 2)) == std::string::npos;

@@ -1,12 +1,13 @@
+// The log is taken over at the first listener, not before: without one an entry costs what it costs
+// without this object.
+
 #include "framework/LogRelay.h"
 
 #include <algorithm>
 #include <exception>
-#include <sstream>
 #include <utility>
 
 #include "Method.h"
-#include "ProtocolAdapter.h"
 #include "framework/Client.h"
 #include "framework/FailureWords.h"
 
@@ -48,10 +49,7 @@ void LogRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapt
     const std::lock_guard<std::mutex> lock(m_mutex);
     // A client has one level, that of its last call.
     m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(),
-                                     [&](const auto& each) {
-                                         return !each.client.owner_before(client) &&
-                                                !client.owner_before(each.client);
-                                     }),
+                                     [&](const auto& each) { return isSame(each.client, client); }),
                       m_listeners.end());
     m_listeners.push_back({client, &adapter, level});
     settleLevel();
@@ -123,6 +121,8 @@ void LogRelay::work() {
 
 /// The mutex is free while lines are sent to clients.
 void LogRelay::sendNext(std::unique_lock<std::mutex>& lock) {
+    // The size is taken off before the entry is sent: what is being sent waits for the client, not
+    // here.
     const Log::Entry entry = std::move(m_waiting.front());
     m_waiting.pop_front();
     m_waitingSize -= SizeOfEntry + entry.message.size();
@@ -133,9 +133,7 @@ void LogRelay::sendNext(std::unique_lock<std::mutex>& lock) {
         for (const Listener& listener : listeners) {
             const auto client = listener.client.lock();
             if (client != nullptr && entry.level <= listener.level) {
-                std::ostringstream line;
-                listener.adapter->encode(method, line);
-                client->sendLine(line.str());
+                client->sendLine(lineOf(method, *listener.adapter));
             }
         }
     } catch (const std::exception&) {

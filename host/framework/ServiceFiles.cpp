@@ -1,3 +1,6 @@
+// System calls in place of std::filesystem: a file must have its mode from the first moment, and
+// must be on the disk before it is renamed, which the library can't do.
+
 #include "framework/ServiceFiles.h"
 
 #include <fcntl.h>
@@ -8,7 +11,9 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <system_error>
 
+#include "framework/DatabaseFile.h"
 #include "terminal/Complaint.h"
 
 namespace {
@@ -18,6 +23,25 @@ constexpr int NewFile = O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC;
 
 int errorOf(bool isDone) {
     return isDone ? 0 : errno;
+}
+
+/// The error that using @p path would meet, 0 for none. A folder is wanted, or anything but one.
+int problemOf(const std::string& path, bool wantFolder) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return errno;
+    }
+    if (S_ISDIR(status.st_mode) != wantFolder) {
+        return wantFolder ? ENOTDIR : EISDIR;
+    }
+    const int wanted = R_OK | W_OK | (wantFolder ? X_OK : 0);
+    return faccessat(AT_FDCWD, path.c_str(), wanted, AT_EACCESS) == 0 ? 0 : errno;
+}
+
+std::string toLine(const std::string& path, int error) {
+    return path + ": " + std::generic_category().message(error) +
+           (error == EACCES ? "; see to its rights"
+                            : "; name the folder of phone.db by --db or DB_PATH");
 }
 
 }  // namespace
@@ -51,6 +75,27 @@ bool ServiceFiles::checkDatabase(const std::string& command, const std::string& 
     return hasDatabase;
 }
 
+std::vector<std::string> ServiceFiles::problems() {
+    const std::string file = DatabaseFile::pathOfService();
+    const std::string folder = ServiceFiles::folder();
+    std::vector<std::string> lines;
+    const int folderError = problemOf(folder, true);
+    if (folderError != 0) {
+        lines.push_back(toLine(folder, folderError));
+    }
+    if (folderError == ENOENT || folderError == ENOTDIR) {
+        return lines;
+    }
+    const int fileError = problemOf(file, false);
+    if (fileError != 0) {
+        const bool isNew = fileError == ENOENT && folderError == 0;
+        lines.push_back(isNew ? file + ": " + std::generic_category().message(fileError) +
+                                    " (a new database is made there)"
+                              : toLine(file, fileError));
+    }
+    return lines;
+}
+
 int ServiceFiles::makeFolder(const std::string& path) {
     return errorOf(::mkdir(path.c_str(), 0700) == 0);
 }
@@ -73,6 +118,7 @@ int ServiceFiles::copy(const std::string& from, const std::string& to) {
     if (!target.isOpen()) {
         return errno;
     }
+    // Copied by the system, without a way through this process.
     constexpr std::size_t PieceSize = std::size_t{1} << 24;
     ssize_t count = 1;
     while (count > 0) {

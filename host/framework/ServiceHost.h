@@ -15,7 +15,13 @@
 class DataAccessServiceIfc;
 class Service;
 
-/// The telephone's framework in small: gives the service its platform, starts it and ends it.
+/**
+ * The telephone's framework in small: gives the service its platform, starts it and ends it.
+ *
+ * The service is loaded, not linked, and used through its interfaces alone, as on the telephone:
+ * what works here works there. The order of the members is that of their lives; the service holds
+ * pointers into the framework to its end.
+ */
 class ServiceHost {
 public:
     explicit ServiceHost(Output::Printed printed = Output::Printed::ToStandardError);
@@ -46,7 +52,7 @@ public:
     void keepFailures() { m_framework.logRelay().hearFailures(); }
 
     /// From now on no client hears of changes; before the server of the clients goes.
-    void endChanges() { m_framework.endChanges(); }
+    void endChanges() { m_framework.changeRelay().end(); }
 
     /// From now on clients may do what @p rules allow them. To be called before there are any.
     void setRules(AccessRules rules) { m_dispatcher->setRules(std::move(rules)); }
@@ -55,7 +61,9 @@ public:
     Output& output() { return m_output; }
 
 private:
+    /// Makes the invoker and the dispatcher. False with the reason in @p error.
     bool makeInvoker(std::string& error);
+    /// Null when the library makes none, which is logged.
     std::unique_ptr<Proxy> makeListenerProxy() const;
 
     // In an order in which each outlives those after it.

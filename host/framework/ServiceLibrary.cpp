@@ -1,3 +1,6 @@
+// All symbols are looked up when the library is loaded: one that is missing ends the start with a
+// message, not a call in its middle.
+
 #include "framework/ServiceLibrary.h"
 
 #include <dlfcn.h>

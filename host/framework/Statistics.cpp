@@ -1,3 +1,5 @@
+// Maps are filled once and only read afterwards, so that any thread may search them without a lock.
+
 #include "framework/Statistics.h"
 
 #include <sys/stat.h>
@@ -137,6 +139,7 @@ nlohmann::ordered_json Statistics::methodsAsJson() const {
     return methods;
 }
 
+// The order is that of the documented text, which people read as it is.
 std::string Statistics::json(const Listeners& listeners) const {
     const auto age = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - m_begin);
     return Json{

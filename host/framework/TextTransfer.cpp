@@ -1,3 +1,6 @@
+// "Checked" in the answer distinguishes input that was refused before the service was asked, the
+// caller's mistake, from a failure of the service.
+
 #include "framework/TextTransfer.h"
 
 #include <cerrno>
@@ -12,6 +15,7 @@
 #include "Method.h"
 #include "Storage.h"
 #include "framework/Client.h"
+#include "framework/HostMethods.h"
 #include "framework/LogRelay.h"
 #include "schemas/ImportFile.h"
 
@@ -92,6 +96,7 @@ void addRefused(const std::string& words, Method& answer) {
     addImported({}, {false, false}, words, answer);
 }
 
+/// Rows by name or the text as it is, as the file says. A library that is older has neither.
 void importFile(const ImportFile& file, const DASImport& what, Executable& service,
                 Method& answer) {
     auto* const tables = dynamic_cast<DASTextIfc*>(&service);
@@ -102,6 +107,7 @@ void importFile(const ImportFile& file, const DASImport& what, Executable& servi
     } else {
         result.refusal = "the service library is older and imports no texts";
     }
+    // A refusal of one row is shown with the line of the file that holds it.
     const bool isOneRow = result.refusedRow < file.rows().size();
     addImported(result, {true, file.hasNames()},
                 isOneRow
@@ -129,10 +135,10 @@ std::string writeFile(const std::string& path, DASExported& result) {
 
 }  // namespace
 
-void TextTransfer::importText(const Method& request, Executable& service, Client& client,
-                              Method& answer) {
-    client.lastFailures() = {};
-    const LogRelay::Hearing hearing(client.lastFailures());
+void TextTransfer::importText(const HostCall& call, Method& answer) {
+    const Method& request = call.request;
+    call.client->lastFailures() = {};
+    const LogRelay::Hearing hearing(call.client->lastFailures());
     const auto* const schema = KnownSchemas::find(textOf(request, "Schema"));
     const std::string path = textOf(request, "File");
     std::string text;
@@ -146,18 +152,18 @@ void TextTransfer::importText(const Method& request, Executable& service, Client
     (void)request.getBoolParameter("DryRun", what.isTrial);
     const ImportFile file(*schema, what.user, text);
     if (file.refusals().empty()) {
-        importFile(file, what, service, answer);
+        importFile(file, what, call.service, answer);
     } else {
         addRefused(joined(file.refusals()), answer);
     }
 }
 
-void TextTransfer::exportText(const Method& request, Executable& service, Client& client,
-                              Method& answer) {
-    client.lastFailures() = {};
-    const LogRelay::Hearing hearing(client.lastFailures());
+void TextTransfer::exportText(const HostCall& call, Method& answer) {
+    const Method& request = call.request;
+    call.client->lastFailures() = {};
+    const LogRelay::Hearing hearing(call.client->lastFailures());
     const auto* const schema = KnownSchemas::find(textOf(request, "Schema"));
-    auto* const tables = dynamic_cast<DASTextIfc*>(&service);
+    auto* const tables = dynamic_cast<DASTextIfc*>(&call.service);
     const std::string path = textOf(request, "File");
     const std::string user = textOf(request, "User");
     std::string wrong = tables == nullptr ? "the service library is older and exports no texts"
@@ -167,7 +173,7 @@ void TextTransfer::exportText(const Method& request, Executable& service, Client
     DASExported result;
     if (wrong.empty()) {
         // A file may be larger than an answer.
-        const std::size_t largest = path.empty() ? client.longestAnswer() : std::string::npos;
+        const std::size_t largest = path.empty() ? call.client->longestAnswer() : std::string::npos;
         const AnswerLimit limit(largest, largest, {});
         result = tables->exportText(schema->name, user);
     }

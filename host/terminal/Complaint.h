@@ -3,7 +3,12 @@
 
 #include <string>
 
-/// Lines on standard error for people: what failed, with what, why, and what to try.
+/**
+ * Lines on standard error for people: what failed, with what, why, and what to try.
+ *
+ * One line a failure, so that a script can show it and a person finds the reason without the log.
+ * The word that the user typed comes first, since that is what they look for.
+ */
 namespace Complaint {
 
 /// Writes "das: WHAT", and after a semicolon what to try, if anything. Control characters in it

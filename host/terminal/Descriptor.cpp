@@ -1,3 +1,5 @@
+// A signal may interrupt a call, and a pipe takes what fits: both are no errors.
+
 #include "terminal/Descriptor.h"
 
 #include <unistd.h>

@@ -15,6 +15,7 @@ public:
     InterruptNote& operator=(const InterruptNote&) = delete;
 
 private:
+    /// What Ctrl-C did before, and does again afterwards.
     struct sigaction m_before {};
 };
 

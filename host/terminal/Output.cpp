@@ -1,3 +1,6 @@
+// The descriptor is moved, not the stream: the service prints through descriptor 1 whatever it
+// uses.
+
 #include "terminal/Output.h"
 
 #include <fcntl.h>
@@ -33,6 +36,7 @@ void lead(Output::Printed printed) {
 
 Output::Output(Printed printed) : m_answers(-1) {
     flushPrinted();
+    // Above the standard descriptors, so that the service finds those as it expects them.
     m_answers = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (m_answers >= 0) {
         lead(printed);

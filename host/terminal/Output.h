@@ -11,6 +11,9 @@
  * the service prints of its own stays out of the answers. To be made before the service library is
  * loaded, and after the command line was parsed, whose help belongs to standard output. One object
  * at a time.
+ *
+ * Writing goes around the streams of the library: a write that fails must be noticed at once, with
+ * errno, and an answer must not wait in a buffer while the next one is made.
  */
 class Output {
 public:

@@ -1,3 +1,5 @@
+// The line is drawn over itself by a carriage return, which every terminal knows.
+
 #include "terminal/ProgressLine.h"
 
 #include <unistd.h>
@@ -58,6 +60,7 @@ void ProgressLine::take(const Progress::Report& report) {
         draw("");
         return;
     }
+    // A report begins the work only if none is under way: its steps are reported one by one.
     m_begin = m_isAtWork ? m_begin : now;
     m_isAtWork = true;
     m_text = textOf(report);

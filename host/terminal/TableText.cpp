@@ -1,3 +1,6 @@
+// Widths are counted in columns of a terminal, not in bytes or characters. Columns are narrowed
+// from the widest down, so that short ones stay readable, and never below what a number needs.
+
 #include "terminal/TableText.h"
 
 #include <algorithm>
@@ -66,6 +69,7 @@ bool fit(Widths& widths, const Widths& floors, std::size_t width) {
     return true;
 }
 
+/// Blanks are written before the next cell that has text, so that no line ends with them.
 std::string lineOf(const std::vector<std::string>& cells, const Widths& widths) {
     std::string line;
     std::size_t blanks = 0;
@@ -151,6 +155,7 @@ Sheet filled(const Sheet& sheet, const std::vector<std::string>& names) {
     return rest;
 }
 
+/// Where columns are too narrow for sentences: each cell on lines of its own.
 std::string proseRecordOf(const std::vector<std::string>& row, std::size_t width) {
     std::string text;
     for (const std::string& cell : row) {

@@ -1,3 +1,6 @@
+// What is escaped is decided by character, after decoding: a control character of the second range
+// has two bytes in UTF-8, and bytes that are no UTF-8 could be anything to a terminal.
+
 #include "terminal/TerminalText.h"
 
 #include <utf8proc.h>

@@ -1,3 +1,5 @@
+// The library decodes; what XML can carry is not its business.
+
 #include "terminal/Utf8.h"
 
 #include <utf8proc.h>

@@ -5,7 +5,9 @@
 #include <string>
 #include <string_view>
 
-/// UTF-8 as messages carry it: no overlong forms, no surrogates, nothing above U+10FFFF.
+/// UTF-8 as messages carry it: no overlong forms, no surrogates, nothing above U+10FFFF. Stored
+/// texts may be anything, since the service keeps bytes; what the host writes into JSON or XML must
+/// be UTF-8.
 namespace Utf8 {
 
 /// The bytes of the character that begins @p text, which is not empty, and its number in

@@ -193,7 +193,7 @@ class Manager(SystemTest):
                 run = subprocess.run(["bash", "-c", f'{words} exec "$0" serve', DAS], check=False,
                                      capture_output=True, text=True, env=self.environment())
                 self.assertEqual(run.returncode, 2)
-                self.assertIn("one of --socket and --stdio", run.stderr)
+                self.assertIn("neither --socket nor --stdio", run.stderr)
 
 
 @unittest.skipIf(SANITIZED or not shutil.which("strace"), "strace is needed, which sanitizers refuse")

@@ -27,7 +27,7 @@ class Row(Dict[str, str]):
 
 
 def reason_of(answer: str) -> str:
-    """The reason of an answer, such as "read_response" or "failure"; blank when there is none."""
+    """The reason of an answer, such as "read_response" or "failure"; blank without one."""
     found = re.search("<ReasonForMessage>(.*?)</ReasonForMessage>", answer)
     return found.group(1) if found else ""
 
