@@ -117,7 +117,7 @@ const std::vector<Row>& CommandTable::rows() {
         {"schemas",
          "List the schemas, or tell all about one",
          "With a name: its table, users, key, default rows, reasons and columns, a line each. "
-         "Without one, a line a schema; a terminal is spared the columns and default rows there. "
+         "Without one, a line a schema; a terminal gets only what each schema means. "
          "Nothing is started.",
          {{"NAME", Words::Schema, false, false, "A schema"}},
          {},
@@ -132,12 +132,12 @@ const std::vector<Row>& CommandTable::rows() {
          "Print what messages look like, for other programs",
          "With a name: an XML schema of the requests to a schema, or of its answers. --json prints "
          "a JSON schema: with a name, of the rows that das read prints as JSON; without one, of "
-         "the remote methods. Nothing is started.",
+         "the remote methods, which --openrpc describes too. Nothing is started.",
          {{"NAME", Words::Schema, false, false, "A schema"}},
          {{"--xsd", "", Words::Any, "An XML schema, which is also printed without an option"},
           {"--answers", "", Words::Any, "That of the answers in place of the requests"},
           {"--json", "", Words::Any, "A JSON schema"},
-          {"--write", "DIR", Words::Folder, "Write all of them to files below this folder"}},
+          {"--openrpc", "", Words::Any, "The remote methods, as an OpenRPC document"}},
          false,
          {{"das schema PhoneBook --xsd", "prints how requests to the phone book look"},
           {"das schema --json", "prints how the remote methods are called"}},

@@ -1,6 +1,3 @@
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 
@@ -18,37 +15,6 @@ namespace {
 
 using SchemaContract::Side;
 
-bool writeFile(const std::filesystem::path& path, const std::string& text) {
-    errno = 0;
-    std::ofstream file(path, std::ios::binary);
-    file << text;
-    file.close();
-    if (!file.good()) {
-        Complaint::tellError(path.string(), errno);
-    }
-    return file.good();
-}
-
-/// Every contract as a file below @p folder.
-bool writeAll(const std::filesystem::path& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder / "xsd", error);
-    if (error) {
-        Complaint::tellError(folder.string(), error.value());
-        return false;
-    }
-    bool isWritten = writeFile(folder / "methods.schema.json", MethodContract::json()) &&
-                     writeFile(folder / "answers.json", SchemaContract::answersJson());
-    for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
-        const auto path = folder / "xsd" / schema.name;
-        isWritten =
-            isWritten &&
-            writeFile(path.string() + ".request.xsd", SchemaContract::xsd(schema, Side::Request)) &&
-            writeFile(path.string() + ".answer.xsd", SchemaContract::xsd(schema, Side::Answer));
-    }
-    return isWritten;
-}
-
 /// "das schema": what messages look like, for other programs. Starts nothing.
 class SchemaCommand : public Command {
 public:
@@ -56,11 +22,8 @@ public:
         if (!check(arguments)) {
             return ExitUsage;
         }
-        if (const auto folder = arguments.value("--write")) {
-            return writeAll(*folder) ? ExitSuccess : ExitFailure;
-        }
         const auto name = arguments.value("NAME");
-        if (!name && !arguments.has("--json")) {
+        if (!name && !arguments.has("--json") && !arguments.has("--openrpc")) {
             Complaint::tell("schema: which schema?",
                             "das schemas lists them; --json alone prints the remote methods");
             return ExitUsage;
@@ -75,22 +38,18 @@ public:
 
 private:
     static bool check(const Arguments& arguments) {
-        if (arguments.has("--write") && arguments.text("--write").empty()) {
-            Complaint::tell("schema: --write: the name of the folder is empty");
-            return false;
-        }
         return RowArguments::checkApart("schema", arguments,
                                         {{"--xsd", "--json"},
                                          {"--answers", "--json"},
-                                         {"--write", "NAME"},
-                                         {"--write", "--xsd"},
-                                         {"--write", "--answers"},
-                                         {"--write", "--json"}});
+                                         {"--openrpc", "NAME"},
+                                         {"--openrpc", "--xsd"},
+                                         {"--openrpc", "--answers"},
+                                         {"--openrpc", "--json"}});
     }
 
     static std::string textFor(const Arguments& arguments, const KnownSchemas::Entry* schema) {
         if (schema == nullptr) {
-            return MethodContract::json();
+            return arguments.has("--openrpc") ? MethodContract::openRpc() : MethodContract::json();
         }
         if (arguments.has("--json")) {
             return SchemaContract::rowsJson(*schema);

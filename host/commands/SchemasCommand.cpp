@@ -9,28 +9,29 @@
 #include "client/HostOptions.h"
 #include "client/Session.h"
 #include "schemas/KnownSchemas.h"
+#include "schemas/Sentences.h"
 #include "terminal/Output.h"
 
 namespace {
 
-/// A line a schema; the lists of all columns and default rows would leave a terminal no room.
+/// A line a schema. A terminal gets what each one holds: with the lists there would be no room.
 Sheet listing(bool isShort) {
-    Sheet sheet{{"Schema", "Table", "Users", "Reasons"}, {}};
-    if (!isShort) {
-        sheet.columns.insert(sheet.columns.end(), {"Columns", "Default rows"});
-    }
-    for (const KnownSchemas::Entry& each : KnownSchemas::all()) {
-        sheet.rows.push_back(
-            {each.name, each.table, each.users, RowArguments::joined(each.reasons)});
-        if (isShort) {
-            continue;
+    if (isShort) {
+        Sheet sheet{{"Schema", "Meaning"}, {}, true};
+        for (const KnownSchemas::Entry& each : KnownSchemas::all()) {
+            sheet.rows.push_back({each.name, Sentences::ofSchema(each.name)});
         }
+        return sheet;
+    }
+    Sheet sheet{{"Schema", "Table", "Users", "Reasons", "Columns", "Default rows", "Meaning"}, {}};
+    for (const KnownSchemas::Entry& each : KnownSchemas::all()) {
         std::vector<std::string> columns;
         for (const KnownSchemas::Column& column : each.columns) {
             columns.push_back(column.name);
         }
-        sheet.rows.back().push_back(RowArguments::joined(columns));
-        sheet.rows.back().push_back(RowArguments::joined(each.defaultRows));
+        sheet.rows.push_back({each.name, each.table, each.users, RowArguments::joined(each.reasons),
+                              RowArguments::joined(columns), RowArguments::joined(each.defaultRows),
+                              Sentences::ofSchema(each.name)});
     }
     return sheet;
 }
@@ -41,20 +42,24 @@ std::string textOf(const KnownSchemas::Column& column) {
 }
 
 Sheet detailsOf(const KnownSchemas::Entry& schema) {
-    Sheet sheet{{"What", "Value"},
-                {{"Schema", schema.name},
-                 {"Table", schema.table},
-                 {"Reasons", RowArguments::joined(schema.reasons)},
-                 {"Rows of", schema.users},
-                 {"Key", RowArguments::joined(schema.key)},
-                 {"Default rows", RowArguments::joined(schema.defaultRows)},
-                 {"Data file", schema.hasDataFile ? "yes" : "no"}},
+    Sheet sheet{{"What", "Value", "Meaning"},
+                {{"Schema", schema.name, Sentences::ofSchema(schema.name)},
+                 {"Table", schema.table, ""},
+                 {"Reasons", RowArguments::joined(schema.reasons), ""},
+                 {"Rows of", schema.users, ""},
+                 {"Key", RowArguments::joined(schema.key), ""},
+                 {"Default rows", RowArguments::joined(schema.defaultRows), ""},
+                 {"Data file", schema.hasDataFile ? "yes" : "no", ""}},
                 true};
     for (const KnownSchemas::Column& column : schema.columns) {
-        sheet.rows.push_back({"Column " + column.name, textOf(column)});
+        sheet.rows.push_back({"Column " + column.name, textOf(column),
+                              Sentences::ofColumn(schema, column.name)});
     }
     for (const std::string& element : schema.itemElements) {
-        sheet.rows.push_back({"Of each call", element});
+        sheet.rows.push_back({"Of each call", element, Sentences::ofColumn(schema, element)});
+    }
+    for (const Sentences::Setting& setting : Sentences::settingsOf(schema.name)) {
+        sheet.rows.push_back({"Setting " + setting.name, "", setting.text});
     }
     return sheet;
 }

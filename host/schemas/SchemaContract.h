@@ -2,6 +2,7 @@
 #define SCHEMACONTRACT_H
 
 #include <string>
+#include <vector>
 
 #include "schemas/KnownSchemas.h"
 
@@ -21,6 +22,9 @@ enum class Side { Request, Answer };
  * XML at all.
  */
 std::string xsd(const KnownSchemas::Entry& schema, Side side);
+
+/// Every name of a column, and of an element in requests and answers, that @p schema has.
+std::vector<std::string> namesOf(const KnownSchemas::Entry& schema);
 
 /// A JSON schema of what "das read SCHEMA --output json" prints.
 std::string rowsJson(const KnownSchemas::Entry& schema);

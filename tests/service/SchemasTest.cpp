@@ -5,6 +5,7 @@
 
 #include "TableTest.h"
 #include "XmlHandler.h"
+#include "schemas/DAOFactory.h"
 #include "tables/PlainTables.h"
 
 namespace {
@@ -64,6 +65,7 @@ protected:
 TEST_F(SchemasTest, EachAnswersAReadFromATableThatIsMadeAsItsObjectTells) {
     const auto all = allSchemas();
     EXPECT_EQ(all.size(), 84U);
+    EXPECT_EQ(DAOFactory::schemas().size(), all.size());
     for (const std::string& schema : all) {
         SCOPED_TRACE(schema);
         const std::string answer = send(schema, "read_request");
