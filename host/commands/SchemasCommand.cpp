@@ -52,8 +52,8 @@ Sheet detailsOf(const KnownSchemas::Entry& schema) {
                  {"Data file", schema.hasDataFile ? "yes" : "no", ""}},
                 true};
     for (const KnownSchemas::Column& column : schema.columns) {
-        sheet.rows.push_back({"Column " + column.name, textOf(column),
-                              Sentences::ofColumn(schema, column.name)});
+        sheet.rows.push_back(
+            {"Column " + column.name, textOf(column), Sentences::ofColumn(schema, column.name)});
     }
     for (const std::string& element : schema.itemElements) {
         sheet.rows.push_back({"Of each call", element, Sentences::ofColumn(schema, element)});

@@ -32,8 +32,8 @@ std::string joined(const std::vector<std::string>& texts, std::string (*form)(co
 /// The columns of the ten calls of a row mean the same: the first one says it.
 std::string meaningOf(const Entry& schema, const std::string& column) {
     const std::string stem = column.substr(0, column.size() - 1);
-    const bool isOfCall =
-        !schema.itemElements.empty() && std::isdigit(static_cast<unsigned char>(column.back())) != 0;
+    const bool isOfCall = !schema.itemElements.empty() &&
+                          std::isdigit(static_cast<unsigned char>(column.back())) != 0;
     if (!isOfCall) {
         return Sentences::ofColumn(schema, column);
     }
@@ -41,7 +41,7 @@ std::string meaningOf(const Entry& schema, const std::string& column) {
                                 : "as " + code(stem + "0");
 }
 
-/// What a table's only schema holds; schemas that share a table are told apart after its columns.
+/// What a table's only schema holds. Schemas that share a table are listed after its columns.
 std::string introductionOf(const Schemas& schemas) {
     return schemas.size() == 1 ? "\n" + Sentences::ofSchema(schemas.front()->name) + "\n" : "";
 }
@@ -63,9 +63,10 @@ std::string settingsOf(const Schemas& schemas) {
             text += "- " + code(each.name) + " of " + code(schema->name) + ": " + each.text + "\n";
         }
     }
-    return text.empty() ? text
-                        : "\nSettings that the service or its files know; clients may store others:\n\n" +
-                              text;
+    return text.empty()
+               ? text
+               : "\nSettings that the service or its files know; clients may store others:\n\n" +
+                     text;
 }
 
 /// The section of the table that serves @p schemas, which all have the same reasons.
@@ -77,7 +78,8 @@ std::string sectionOf(const Schemas& schemas) {
     }
     std::ostringstream text;
     text << "\n## " << first.table << "\n"
-         << introductionOf(schemas) << "\n- Schemas: " << joined(names, code) << "\n- Reasons: " << joined(first.reasons, code) << "\n- Rows of: " << first.users
+         << introductionOf(schemas) << "\n- Schemas: " << joined(names, code)
+         << "\n- Reasons: " << joined(first.reasons, code) << "\n- Rows of: " << first.users
          << "\n- Key: " << joined(first.key, code)
          << "\n- Default rows: " << joined(first.defaultRows, plain)
          << "\n- Data file: " << (first.hasDataFile ? "yes" : "no")

@@ -3,6 +3,7 @@
 // nothing, so a build fails then.
 // Usage: das_write_contracts FOLDER TABLES.md
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -10,9 +11,13 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <sstream>
 #include <string>
+#include <vector>
 
+#include "ClientUtils.h"
 #include "TablesPage.h"
+#include "commands/DemoTelephone.h"
 #include "schemas/KnownSchemas.h"
 #include "schemas/SchemaContract.h"
 #include "schemas/Sentences.h"
@@ -25,6 +30,7 @@ namespace {
 
 using nlohmann::json;
 using Names = std::set<std::string>;
+using Texts = std::vector<std::string>;
 using SchemaContract::Side;
 
 /// What a sentence may be of, as the tables of the code have it.
@@ -32,7 +38,7 @@ struct Known {
     Names schemas;
     Names settingSchemas;
     std::map<std::string, Names> columns;  ///< by schema and by table
-    Names all;                             ///< all columns, those of a row's calls without their digit too
+    Names all;  ///< all columns, those of a row's calls without their digit too
 };
 
 Known known() {
@@ -76,8 +82,32 @@ std::string strangers() {
     return text;
 }
 
-std::string missing() {
+/// Settings of the files of the telephone's image that have no sentence. Such a line ends with the
+/// schema and the setting, or has a third field after them.
+std::string missingSettings() {
     std::string text;
+    for (const DemoTelephone::File& file : DemoTelephone::Files) {
+        std::istringstream lines(file.text);
+        for (std::string line; std::getline(lines, line);) {
+            const Texts fields = ClientUtils::tokenizeString(line, ",", true, false);
+            for (std::size_t i = 0; line[0] != '#' && i + 1 < fields.size(); ++i) {
+                const KnownSchemas::Entry* const schema = KnownSchemas::find(fields[i]);
+                const auto& known = Sentences::settingsOf(fields[i]);
+                if (schema != nullptr && schema->elements.empty() &&
+                    std::none_of(known.begin(), known.end(), [&](const Sentences::Setting& each) {
+                        return each.name == fields[i + 1];
+                    })) {
+                    text +=
+                        "no sentence for the setting " + fields[i + 1] + " of " + fields[i] + "\n";
+                }
+            }
+        }
+    }
+    return text;
+}
+
+std::string missing() {
+    std::string text = missingSettings();
     for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
         if (Sentences::ofSchema(schema.name).empty()) {
             text += "no sentence for the schema " + schema.name + "\n";
@@ -91,9 +121,9 @@ std::string missing() {
     for (const Methods::Row& method : Methods::all()) {
         text += *method.text != 0 ? "" : std::string("no sentence for ") + method.name + "\n";
         for (const Methods::Value& value : method.values) {
-            text += *value.text != 0
-                        ? ""
-                        : std::string("no sentence for ") + value.name + " of " + method.name + "\n";
+            text += *value.text != 0 ? ""
+                                     : std::string("no sentence for ") + value.name + " of " +
+                                           method.name + "\n";
         }
     }
     return text;

@@ -35,8 +35,8 @@ public:
         }
         return *this;
     }
-    /// Says in the document what the element that has just been opened means; nothing if @p sentence
-    /// is blank.
+    /// Says in the document what the element that has just been opened means; nothing if @p
+    /// sentence is blank.
     Lines& explain(const std::string& sentence) {
         if (!sentence.empty()) {
             add("<xs:annotation><xs:documentation>" + ClientUtils::escapeXMLString(sentence) +
@@ -80,7 +80,7 @@ void addWords(Lines& lines, const Texts& words) {
     lines.close(2);
 }
 
-// ---- What the tables tell
+// ---- What the tables say
 
 bool isOfLists(const Entry& schema) {
     return RequestText::formOf(schema) == RequestText::Form::List;
@@ -143,7 +143,7 @@ Texts rowElements(const Entry& schema, Side side) {
         addNames(names, KnownSchemas::find("CallLog")->elements);
     }
     if (side == Side::Answer && !itemElements(schema, side).empty()) {
-        addNames(names, {"Category"});  // the answer tells it, the name of the schema settles it
+        addNames(names, {"Category"});  // not in requests, where the schema's name decides it
     }
     if (side == Side::Answer && schema.name == "CallLogAndPhoneBook") {
         addNames(names, {DASUtilsStrings::UserContextTagName});  // of the contact
@@ -201,7 +201,7 @@ void addRowTypes(Lines& lines, const Entry& schema, Side side) {
     lines.add("<xs:group ref=\"Row\" " + std::string(Any) + "/>").close();
 }
 
-/// What stands behind the reason, and in a context.
+/// What follows the reason, outside of a context and inside.
 void addRequestBody(Lines& lines, const Entry& schema) {
     lines.open("group", named("Body"));
     if (isOfLists(schema)) {
@@ -287,8 +287,8 @@ Json described(const char* type, const std::string& sentence) {
     return {{"type", type}, {"description", sentence}};
 }
 
-/// The columns that a setting is printed with. Any name is allowed: the known ones are examples with
-/// what they mean.
+/// The columns that a setting is printed with. Any name is allowed: the known ones are examples
+/// with what they mean.
 Json settingProperties(const Entry& schema) {
     Json properties = Json::object();
     properties["Context"] = described("string", Sentences::ofColumn(schema, "UserContext"));

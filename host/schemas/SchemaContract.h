@@ -16,8 +16,8 @@ enum class Side { Request, Answer };
 /**
  * An XML Schema 1.0 of one side of @p schema's messages.
  *
- * It is as narrow as a careful client: elements that the service would ignore are none of it, and
- * the order is the one that the documentation tells. Values are texts, since the tables keep them
+ * It is as narrow as a careful client: it has no elements that the service would ignore, and the
+ * order is that of the documentation. Values are texts, since the tables keep them
  * as they come. Cells of an answer are not escaped, so an answer whose cells hold markup may be no
  * XML at all.
  */

@@ -126,7 +126,8 @@ Json resultOf(const Row& method) {
     const Json failed = objectOf({{"Response", {{"const", "failure"}}}}, Json::array({"Response"}));
     Json any = Json::array({objectOf(method.of(Parameter::out)), failed});
     if (isAcknowledgedAsRefused(method)) {
-        any.push_back(objectOf({{"Acknowledge", {{"const", false}}}}, Json::array({"Acknowledge"})));
+        any.push_back(
+            objectOf({{"Acknowledge", {{"const", false}}}}, Json::array({"Acknowledge"})));
     }
     return {{"anyOf", any}};
 }
@@ -233,16 +234,16 @@ std::string MethodContract::openRpc() {
     for (const auto& error : Errors) {
         errors[error.name] = {{"code", error.code}, {"message", error.text}};
     }
-    const Json all = {
-        {"openrpc", "1.3.2"},
-        {"info",
-         {{"title", "Remote methods of the data access service"},
-          {"description",
-           "Each message is one line. A method without a result is never answered, and neither is one "
-           "that is not known. x-notifications are what a listener hears."},
-          {"version", DAS_VERSION}}},
-        {"methods", methods},
-        {"components", {{"errors", errors}}},
-        {"x-notifications", heard}};
+    const Json all = {{"openrpc", "1.3.2"},
+                      {"info",
+                       {{"title", "Remote methods of the data access service"},
+                        {"description",
+                         "Each message is one line. A method without a result is never answered, "
+                         "and neither is one "
+                         "that is not known. x-notifications are what a listener hears."},
+                        {"version", DAS_VERSION}}},
+                      {"methods", methods},
+                      {"components", {{"errors", errors}}},
+                      {"x-notifications", heard}};
     return all.dump(2) + "\n";
 }
