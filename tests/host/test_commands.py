@@ -188,7 +188,7 @@ class Data(DemoTest):
         self.assertEqual(self.rows("profile"), [{"User": "base"}])
 
     def test_a_schema_is_told_with_what_its_columns_and_settings_mean(self):
-        for schema, what, meaning in (("PhoneBook", "Column Office", "Number at work."),
+        for schema, what, meaning in (("PhoneBook", "Column Address", "Postal address, a text of any form."),
                                       ("CallLogMissedCalls", "Column Office2", None),
                                       ("CallLogMissedCalls", "Column Number9", "Number of the other side."),
                                       ("Locale", "Setting Language", "Language of the display, such as de.")):
