@@ -94,15 +94,17 @@ const std::vector<Row> Rows = {
      Data::OfHost},
     {"schemas",
      "List the schemas, or print all about one",
-     "With a name: its table, users, key, default rows, reasons and columns, a line each. Without "
-     "one, a line a schema; on a terminal, without the columns and default rows. --xsd, --answers "
-     "and --json-schema print what messages look like, for other programs. Nothing is started.",
+     "With a name: its table, users, key, default rows, reasons, columns and known settings, and "
+     "what each means, a line each. Without one, a line a schema; a terminal gets only what each "
+     "schema means. The options before --output print what messages look like, for other programs. "
+     "Nothing is started.",
      {{"SCHEMA", Words::Schema, false, false, "A schema"}},
      {{"--xsd", "", Words::Any, "Print an XML schema of the requests to SCHEMA"},
       {"--answers", "", Words::Any, "Print an XML schema of its answers"},
       {"--json-schema", "", Words::Any,
        "Print a JSON schema of the rows that das read prints as JSON; without SCHEMA, of the "
        "remote methods"},
+      {"--openrpc", "", Words::Any, "Print the remote methods as an OpenRPC document"},
       OutputOption,
       PlainOption},
      {{"das schemas", "lists all schemas"},

@@ -187,20 +187,13 @@ class Data(DemoTest):
         self.good("profile", "base")
         self.assertEqual(self.rows("profile"), [{"User": "base"}])
 
-    def test_schemas_are_those_of_the_documented_tables(self):
-        text = (SOURCES / "docs/tables.md").read_text()
-        listed = {row["Schema"]: row for row in self.rows("schemas")}
-        for table, section in re.findall(r"\n## (\w+)\n(.*?)(?=\n## |\Z)", text, re.S):
-            lists = {name: re.findall(r"`([^`]*)`", line)
-                     for name, line in re.findall(r"- (\w+): (.*)", section)}
-            for schema in lists["Schemas"]:
-                facts = {row["What"]: row["Value"] for row in self.rows("schemas", schema)}
-                self.assertEqual(facts["Table"], table)
-                self.assertEqual(facts["Reasons"].split(", "), lists["Reasons"])
-                columns = re.findall(r"^\| (\w+) \|", section, re.M)[1:]
-                self.assertEqual([what[7:] for what in facts if what.startswith("Column ")], columns)
-                self.assertEqual(listed[schema]["Columns"].split(", "), columns)
-                self.assertEqual(listed[schema]["Default rows"], facts["Default rows"])
+    def test_a_schema_is_told_with_what_its_columns_and_settings_mean(self):
+        for schema, what, meaning in (("PhoneBook", "Column Address", "Postal address, a text of any form."),
+                                      ("CallLogMissedCalls", "Column Office2", None),
+                                      ("CallLogMissedCalls", "Column Number9", "Number of the other side."),
+                                      ("Locale", "Setting Language", "Language of the display, such as de.")):
+            told = {row["What"]: row["Meaning"] for row in self.rows("schemas", schema)}
+            self.assertEqual(told.get(what), meaning)
 
     def test_the_log_is_shown_as_it_comes_with_passwords_masked(self):
         self.serve()
