@@ -104,7 +104,8 @@ const std::vector<Row>& CommandTable::rows() {
          Data::OfHost},
         {"status",
          "Print what a running host has done since its start",
-         "Requests by schema and reason, methods, times in microseconds, clients, listeners, bytes, "
+         "Requests by schema and reason, methods, times in microseconds, clients, listeners, "
+         "bytes, "
          "and what the last upgrade did. --output prometheus prints it as a monitor reads it.",
          {},
          {},
@@ -155,7 +156,7 @@ const std::vector<Row>& CommandTable::rows() {
          {SchemaArgument},
          {ContextOption,
           IdOption,
-          {"--cols", "COLUMNS", Words::Any,
+          {"--cols", "COLUMNS", Words::Columns,
            "Only these columns, or items of settings, with commas between them; '*' is all "
            "columns"},
           WhereOption,
@@ -198,7 +199,7 @@ const std::vector<Row>& CommandTable::rows() {
          "Names what goes by --id, --where or, in settings, by the names of items. To delete "
          "everything of a user must be asked for by --all.",
          {SchemaArgument,
-          {"ITEM", Words::Any, false, true, "Items of settings; each goes for every user"}},
+          {"ITEM", Words::Item, false, true, "Items of settings; each goes for every user"}},
          {ContextOption,
           IdOption,
           WhereOption,
@@ -397,11 +398,10 @@ const std::vector<Row>& CommandTable::rows() {
          Data::Apart},
         {"help",
          "Print the help of das or of a command",
-         "The manual page and the completion are made from the same table as the help.",
+         "The manual page and the reference page are made from the same table as the help.",
          {{"COMMAND", Words::Command, false, false, "A command"}},
          {{"--man", "", Words::Any, "Print the manual page"},
-          {"--markdown", "", Words::Any, "Print the reference page"},
-          {"--completion", "", Words::Any, "Print the completion for bash"}},
+          {"--markdown", "", Words::Any, "Print the reference page"}},
          false,
          {{"das help read", "prints the help of das read"}},
          {},

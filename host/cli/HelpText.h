@@ -20,9 +20,6 @@ std::string manualPage();
 /// The reference page, docs/commands.md.
 std::string markdown();
 
-/// The completion for bash.
-std::string completion();
-
 /// "das read SCHEMA", the command with its arguments; those in brackets need not be there.
 std::string usage(const CommandTable::Row& row);
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/Completion.h"
+
 /// Lines that a person types into the shell of das.
 namespace ShellWords {
 
@@ -14,8 +16,9 @@ namespace ShellWords {
 /// The commands of the shell.
 std::vector<std::string> commands();
 
-/// What may stand behind @p line as the next word.
-std::vector<std::string> candidates(const std::string& line);
+/// What may come next. @p line is what stands before the word, or the part of a word, at the
+/// cursor.
+std::vector<std::string> candidates(const std::string& line, const Completion::Items& items);
 
 }  // namespace ShellWords
 

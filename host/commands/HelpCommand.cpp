@@ -25,13 +25,9 @@ public:
                             NearMisses::question(name, names(), "das help lists them"));
             return ExitUsage;
         }
-        if (!RowArguments::checkApart("help", arguments,
-                                      {{"COMMAND", "--man"},
-                                       {"COMMAND", "--markdown"},
-                                       {"COMMAND", "--completion"},
-                                       {"--man", "--markdown"},
-                                       {"--man", "--completion"},
-                                       {"--markdown", "--completion"}})) {
+        if (!RowArguments::checkApart(
+                "help", arguments,
+                {{"COMMAND", "--man"}, {"COMMAND", "--markdown"}, {"--man", "--markdown"}})) {
             return ExitUsage;
         }
         Output output;
@@ -45,9 +41,6 @@ private:
         }
         if (arguments.has("--markdown")) {
             return HelpText::markdown();
-        }
-        if (arguments.has("--completion")) {
-            return HelpText::completion();
         }
         return row == nullptr ? HelpText::ofAll() : HelpText::of(*row);
     }

@@ -10,6 +10,7 @@
 #include "cli/RowArguments.h"
 #include "cli/SheetPrinter.h"
 #include "cli/ShellWords.h"
+#include "cli/StoredItems.h"
 #include "client/HostOptions.h"
 #include "client/Session.h"
 #include "schemas/Answers.h"
@@ -31,7 +32,12 @@ public:
     int runIn(Session& session, const Arguments& arguments) override {
         m_session = &session;
         m_arguments = &arguments;
-        LineSource lines(session.output(), ShellWords::candidates);
+        const Completion::Items items = [&](const KnownSchemas::Entry& schema) {
+            return StoredItems::ask(session.connection(), schema);
+        };
+        LineSource lines(session.output(), [&](const std::string& line) {
+            return ShellWords::candidates(line, items);
+        });
         int status = ExitSuccess;
         std::string line;
         while (!m_isOver && lines.next(line)) {
