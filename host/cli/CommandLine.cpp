@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "cli/Completion.h"
 #include "cli/HelpText.h"
 #include "cli/Version.h"
 #include "terminal/Complaint.h"
@@ -147,6 +148,10 @@ int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row)
 std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std::string& text) {
     if (words.empty()) {
         text = HelpText::ofAll();
+        return ExitSuccess;
+    }
+    if (words.front() == "--complete" && words.size() == 2) {
+        text = Completion::answer(words.back());
         return ExitSuccess;
     }
     CLI::App app("", "das");

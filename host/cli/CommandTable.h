@@ -26,6 +26,8 @@ enum class Words {
     Schema,
     Method,
     Assignment,  ///< NAME=VALUE, the name being a column or a parameter
+    Columns,     ///< names of columns, or of items of settings, with commas between them
+    Item,        ///< an item of settings
     User,
     Format,
     Command,

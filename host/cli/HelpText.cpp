@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "ClientUtils.h"
 #include "terminal/Quotes.h"
 
 using namespace CommandTable;
@@ -15,6 +14,8 @@ constexpr std::size_t LineWidth = 80;
 constexpr std::size_t NameWidth = 22;
 const Option HelpOption{"--help", "", Words::Any, "Print this help and end"};
 const Option VersionOption{"--version", "", Words::Any, "Print the version and end"};
+const Option CompleteOption{"--complete", "LINE", Words::Any,
+                            "Print what may come next on a command line, as shells ask for it"};
 
 /// @p text broken at blanks, each line after the first one indented.
 std::string wrapped(const std::string& text, std::size_t indent) {
@@ -108,102 +109,6 @@ std::string roffOf(const Row& row) {
     return text;
 }
 
-std::string namesOf(const std::vector<Option>& options) {
-    std::string names;
-    for (const Option& option : options) {
-        names += std::string(" ") + option.name;
-    }
-    return names;
-}
-
-const char* wordFor(Words words) {
-    switch (words) {
-        case Words::Schema:
-            return "schema";
-        case Words::Method:
-            return "method";
-        case Words::User:
-            return "user";
-        case Words::Format:
-            return "format";
-        case Words::Command:
-            return "command";
-        case Words::File:
-            return "file";
-        case Words::Folder:
-            return "folder";
-        default:
-            return "nothing";
-    }
-}
-
-/// A case of a bash function for each option with a value: the kind of its words.
-std::string valueCases(const std::vector<Option>& options) {
-    std::string text;
-    for (const Option& option : options) {
-        if (*option.value != 0) {
-            text +=
-                std::string("        ") + option.name + ") kind=" + wordFor(option.words) + " ;;\n";
-        }
-    }
-    return text;
-}
-
-/// All options that take a value, each once.
-std::vector<Option> optionsWithValue() {
-    std::vector<Option> options = commonOptions();
-    for (const Row& row : rows()) {
-        for (const Option& option : optionsOf(row)) {
-            const bool isKnown = std::any_of(
-                options.begin(), options.end(),
-                [&](const Option& each) { return std::string(each.name) == option.name; });
-            if (!isKnown) {
-                options.push_back(option);
-            }
-        }
-    }
-    return options;
-}
-
-/// The case of a command: its options, and the kinds of its first argument and of those after it.
-std::string commandCase(const Row& row) {
-    const auto& arguments = row.arguments;
-    const Words first = arguments.empty() ? Words::Any : arguments.front().words;
-    const bool isMore = arguments.size() > 1 || (!arguments.empty() && arguments[0].isRepeated);
-    return std::string("        ") + row.name + ") options=\"$common" + namesOf(optionsOf(row)) +
-           "\" first=" + wordFor(first) +
-           " more=" + wordFor(isMore ? arguments.back().words : Words::Any) + " ;;\n";
-}
-
-constexpr const char* CompletionOfWords = R"bash(_das_words() {
-    case $1 in
-        schema) das schemas --output csv 2>/dev/null | tail -n +2 | cut -d, -f1 ;;
-        method) das help call | sed -n '/^Methods:/,$s/^  \([A-Za-z]*\).*/\1/p' ;;
-        user) echo base visitor ;;
-        format) echo raw json table csv ;;
-        command) echo $_das_commands ;;
-    esac
-}
-)bash";
-
-constexpr const char* CompletionOfLine = R"bash(    case $kind in
-        file) COMPREPLY=($(compgen -f -- "$word")) ;;
-        folder) COMPREPLY=($(compgen -d -- "$word")) ;;
-        *) COMPREPLY=($(compgen -W "$(_das_words "$kind")" -- "$word")) ;;
-    esac
-}
-complete -o filenames -F _das das
-)bash";
-
-constexpr const char* CompletionOfPlace = R"bash(    for ((i = 1; i < COMP_CWORD; ++i)); do
-        case ${COMP_WORDS[i]} in
-            $_das_valued) ((++i)) ;;
-            -*) ;;
-            *) if [ -z "$command" ]; then command=${COMP_WORDS[i]}; else ((++place)); fi ;;
-        esac
-    done
-)bash";
-
 }  // namespace
 
 std::string HelpText::usage(const Row& row) {
@@ -221,7 +126,8 @@ std::string HelpText::ofAll() {
     std::string text =
         "The host of the telephone's data access service.\n"
         "Usage: das [OPTION...] COMMAND ...\n\nOptions, before or after the command:\n";
-    text += linesOf(commonOptions()) + linesOf({HelpOption, VersionOption}) + "\nCommands:\n";
+    text += linesOf(commonOptions()) + linesOf({HelpOption, VersionOption, CompleteOption}) +
+            "\nCommands:\n";
     for (const Row& row : rows()) {
         text += line(row.name, row.summary);
     }
@@ -251,7 +157,8 @@ std::string HelpText::manualPage() {
                        ".SH SYNOPSIS\n.B das\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR ...\n"
                        ".SH DESCRIPTION\nLoads the service library, gives it its platform, and "
                        "lets people and programs talk to it.\n.SH OPTIONS\n";
-    text += roffItems(commonOptions()) + roffItems({HelpOption, VersionOption}) + ".SH COMMANDS\n";
+    text += roffItems(commonOptions()) + roffItems({HelpOption, VersionOption, CompleteOption}) +
+            ".SH COMMANDS\n";
     for (const Row& row : rows()) {
         text += roffOf(row);
     }
@@ -264,33 +171,4 @@ std::string HelpText::manualPage() {
         text += roffItem(variable.name, variable.text);
     }
     return text;
-}
-
-std::string HelpText::completion() {
-    std::string text =
-        "# Completion of das for bash.\n_das_commands='" + ClientUtils::join(names(), " ") + "'\n";
-    text += CompletionOfWords;
-    text += "_das() {\n    local word=${COMP_WORDS[COMP_CWORD]} common='" +
-            namesOf(commonOptions()).substr(1) +
-            " --help'\n    local command= place=0 options= first=command more=nothing kind i\n"
-            "    local _das_valued='@(";
-    for (const Option& option : optionsWithValue()) {
-        text += *option.value != 0 ? std::string(option.name) + "|" : "";
-    }
-    text.back() = ')';
-    text += "'\n    shopt -q extglob || shopt -s extglob\n";
-    text += CompletionOfPlace;
-    text += "    case $command in\n        '') options=\"$common --version\" ;;\n";
-    for (const Row& row : rows()) {
-        text += commandCase(row);
-    }
-    text +=
-        "    esac\n    kind=$first\n    [ \"$place\" -eq 0 ] || kind=$more\n"
-        "    case ${COMP_WORDS[COMP_CWORD-1]} in\n";
-    text += valueCases(optionsWithValue());
-    text +=
-        "        *) if [[ $word == -* ]]; then\n"
-        "               COMPREPLY=($(compgen -W \"$options\" -- \"$word\")); return\n"
-        "           fi ;;\n    esac\n";
-    return text + CompletionOfLine;
 }

@@ -22,9 +22,6 @@ std::string of(const CommandTable::Row& row);
 /// The manual page, in the language of man.
 std::string manualPage();
 
-/// The completion for bash.
-std::string completion();
-
 /// "das read SCHEMA", the command with its arguments; those in brackets need not be there.
 std::string usage(const CommandTable::Row& row);
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/Completion.h"
+
 /// Lines that a person types into the shell of das. Only what a person expects of a shell's words
 /// is done: blanks, quotes, backslashes; no variables, patterns or pipes.
 namespace ShellWords {
@@ -15,8 +17,9 @@ namespace ShellWords {
 /// The commands of the shell: those that work on a session, and its own.
 std::vector<std::string> commands();
 
-/// What may come after @p line as the next word.
-std::vector<std::string> candidates(const std::string& line);
+/// What may come next. @p line is what stands before the word, or the part of a word, at the
+/// cursor.
+std::vector<std::string> candidates(const std::string& line, const Completion::Items& items);
 
 }  // namespace ShellWords
 

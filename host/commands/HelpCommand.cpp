@@ -6,20 +6,6 @@
 #include "cli/RowArguments.h"
 #include "terminal/NearMisses.h"
 
-namespace {
-
-std::string textFor(const Arguments& arguments, const CommandTable::Row* row) {
-    if (arguments.has("--man")) {
-        return HelpText::manualPage();
-    }
-    if (arguments.has("--completion")) {
-        return HelpText::completion();
-    }
-    return row == nullptr ? HelpText::ofAll() : HelpText::of(*row);
-}
-
-}  // namespace
-
 int runHelp(const HostOptions& /*options*/, const Arguments& arguments) {
     const std::string name = arguments.text("COMMAND");
     const CommandTable::Row* const row = CommandTable::find(name);
@@ -28,10 +14,10 @@ int runHelp(const HostOptions& /*options*/, const Arguments& arguments) {
                           NearMisses::question(name, CommandTable::names(), "das help lists them"));
         return ExitUsage;
     }
-    if (!RowArguments::checkApart(
-            "help", arguments,
-            {{"COMMAND", "--man"}, {"COMMAND", "--completion"}, {"--man", "--completion"}})) {
+    if (!RowArguments::checkApart("help", arguments, {{"COMMAND", "--man"}})) {
         return ExitUsage;
     }
-    return Output().print(textFor(arguments, row));
+    return Output().print(arguments.has("--man") ? HelpText::manualPage()
+                          : row == nullptr       ? HelpText::ofAll()
+                                                 : HelpText::of(*row));
 }

@@ -9,6 +9,7 @@
 #include "cli/RowArguments.h"
 #include "cli/SheetPrinter.h"
 #include "cli/ShellWords.h"
+#include "cli/StoredItems.h"
 #include "schemas/Answers.h"
 #include "terminal/LineSource.h"
 #include "terminal/NearMisses.h"
@@ -25,7 +26,12 @@ public:
     int runIn(Session& session, const Arguments& arguments) override {
         m_session = &session;
         m_arguments = &arguments;
-        LineSource lines(session.output(), ShellWords::candidates);
+        const Completion::Items items = [&](const KnownSchemas::Entry& schema) {
+            return StoredItems::ask(session.connection(), schema);
+        };
+        LineSource lines(session.output(), [&](const std::string& line) {
+            return ShellWords::candidates(line, items);
+        });
         int status = ExitSuccess;
         std::string line;
         while (!m_isOver && lines.next(line)) {
