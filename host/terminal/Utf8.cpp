@@ -22,21 +22,8 @@ constexpr Lead Leads[] = {
 
 /// The number of bytes of the character at the front of @p text, which is not empty; 0 for none.
 std::size_t lengthOfFirst(std::string_view text) {
-    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-    const auto* const lead = std::find_if(
-        std::begin(Leads), std::end(Leads),
-        [&](const Lead& each) { return each.first <= byte(0) && byte(0) <= each.last; });
-    if (lead == std::end(Leads) || text.size() <= lead->following) {
-        return 0;
-    }
-    for (std::size_t at = 1; at <= lead->following; ++at) {
-        const bool isSecond = at == 1;
-        if (byte(at) < (isSecond ? lead->secondFirst : 0x80) ||
-            byte(at) > (isSecond ? lead->secondLast : 0xbf)) {
-            return 0;
-        }
-    }
-    return lead->following + 1;
+    const Utf8::Front front = Utf8::front(text);
+    return front.isCharacter ? front.size : 0;
 }
 
 bool isCarriedByXml(std::string_view character) {
@@ -48,6 +35,25 @@ bool isCarriedByXml(std::string_view character) {
 }
 
 }  // namespace
+
+Utf8::Front Utf8::front(std::string_view text) {
+    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+    const auto* const lead = std::find_if(
+        std::begin(Leads), std::end(Leads),
+        [&](const Lead& each) { return each.first <= byte(0) && byte(0) <= each.last; });
+    if (lead == std::end(Leads)) {
+        return {1, false};
+    }
+    std::size_t size = 1;
+    for (; size <= lead->following && size < text.size(); ++size) {
+        const bool isSecond = size == 1;
+        if (byte(size) < (isSecond ? lead->secondFirst : 0x80) ||
+            byte(size) > (isSecond ? lead->secondLast : 0xbf)) {
+            break;
+        }
+    }
+    return {size, size == lead->following + 1};
+}
 
 bool Utf8::isValid(std::string_view text) {
     while (!text.empty()) {

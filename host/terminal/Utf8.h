@@ -8,6 +8,16 @@
 /// UTF-8 as messages carry it: no overlong forms, no surrogates, nothing above U+10FFFF.
 namespace Utf8 {
 
+/// The front of a text. Where no character stands there, the bytes that begin one and do not end
+/// it, or one byte: one replacement stands for all of them, as writers of JSON have it.
+struct Front {
+    std::size_t size;
+    bool isCharacter;
+};
+
+/// What stands at the front of @p text, which is not empty.
+Front front(std::string_view text);
+
 /// Whether all of @p text is UTF-8.
 bool isValid(std::string_view text);
 
