@@ -1,4 +1,5 @@
-// The library decodes; what XML can carry is not its business.
+// A table says where a character ends, since the library does not say how much of a broken one
+// belongs together; the number of a character comes from the library.
 
 #include "terminal/Utf8.h"
 
@@ -9,6 +10,20 @@
 namespace {
 
 const char* const Replacement = "\xEF\xBF\xBD";
+
+/// What may stand first, how many bytes follow it, and the range of the first of these; that range
+/// is where overlong forms, surrogates and numbers beyond the last character are shut out.
+struct Lead {
+    unsigned char first, last;
+    std::size_t following;
+    unsigned char secondFirst, secondLast;
+};
+
+constexpr Lead Leads[] = {
+    {0x00, 0x7f, 0, 0x80, 0xbf}, {0xc2, 0xdf, 1, 0x80, 0xbf}, {0xe0, 0xe0, 2, 0xa0, 0xbf},
+    {0xe1, 0xec, 2, 0x80, 0xbf}, {0xed, 0xed, 2, 0x80, 0x9f}, {0xee, 0xef, 2, 0x80, 0xbf},
+    {0xf0, 0xf0, 3, 0x90, 0xbf}, {0xf1, 0xf3, 3, 0x80, 0xbf}, {0xf4, 0xf4, 3, 0x80, 0x8f},
+};
 
 bool isCarriedByXml(char32_t character) {
     return character >= 0x20 ? character != 0xfffe && character != 0xffff
@@ -22,11 +37,31 @@ std::string_view Utf8::first(std::string_view text, char32_t& character) {
         character = byte;  // most texts have no others
         return text.substr(0, 1);
     }
+    const Front found = front(text);
     utf8proc_int32_t number = 0;
-    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                         static_cast<utf8proc_ssize_t>(text.size()), &number);
+    (void)utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                           static_cast<utf8proc_ssize_t>(found.size), &number);
     character = static_cast<char32_t>(number);
-    return text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 0);
+    return text.substr(0, found.isCharacter ? found.size : 0);
+}
+
+Utf8::Front Utf8::front(std::string_view text) {
+    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+    const auto* const lead = std::find_if(
+        std::begin(Leads), std::end(Leads),
+        [&](const Lead& each) { return each.first <= byte(0) && byte(0) <= each.last; });
+    if (lead == std::end(Leads)) {
+        return {1, false};
+    }
+    std::size_t size = 1;
+    for (; size <= lead->following && size < text.size(); ++size) {
+        const bool isSecond = size == 1;
+        if (byte(size) < (isSecond ? lead->secondFirst : 0x80) ||
+            byte(size) > (isSecond ? lead->secondLast : 0xbf)) {
+            break;
+        }
+    }
+    return {size, size == lead->following + 1};
 }
 
 bool Utf8::isValid(std::string_view text) {

@@ -14,6 +14,16 @@ namespace Utf8 {
 /// @p character. Empty when @p text does not begin with UTF-8.
 std::string_view first(std::string_view text, char32_t& character);
 
+/// The front of a text. Where no character stands there, the bytes that begin one and do not end
+/// it, or one byte: one replacement stands for all of them, as writers of JSON have it.
+struct Front {
+    std::size_t size;
+    bool isCharacter;
+};
+
+/// What stands at the front of @p text, which is not empty.
+Front front(std::string_view text);
+
 /// Whether all of @p text is UTF-8.
 bool isValid(std::string_view text);
 
