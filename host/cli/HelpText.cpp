@@ -1,6 +1,10 @@
+// One function for each form of a row: as help, and in the language of man.
+
 #include "cli/HelpText.h"
 
 #include <algorithm>
+
+#include "terminal/Quotes.h"
 
 using namespace CommandTable;
 
@@ -10,8 +14,10 @@ constexpr std::size_t LineWidth = 80;
 constexpr std::size_t NameWidth = 22;
 const Option HelpOption{"--help", "", Words::Any, "Print this help and end"};
 const Option VersionOption{"--version", "", Words::Any, "Print the version and end"};
+const Option CompleteOption{"--complete", "LINE", Words::Any,
+                            "Print what may come next on a command line, as shells ask for it"};
 
-/// @p text broken at blanks, each line behind the first one indented.
+/// @p text broken at blanks, each line after the first one indented.
 std::string wrapped(const std::string& text, std::size_t indent) {
     std::string result;
     std::size_t column = indent;
@@ -29,6 +35,7 @@ std::string wrapped(const std::string& text, std::size_t indent) {
     return result;
 }
 
+/// A name and what it means, side by side; a long name has a line to itself.
 std::string line(const std::string& name, const std::string& text) {
     std::string result = "  " + name;
     if (result.size() >= NameWidth) {
@@ -69,17 +76,8 @@ std::string nameOf(const Argument& argument) {
 /// @p text as a paragraph of a manual page: what the language of man would take for itself is
 /// escaped.
 std::string roff(const std::string& text) {
-    std::string result = !text.empty() && (text[0] == '.' || text[0] == '\'') ? "\\&" : "";
-    for (const char character : text) {
-        if (character == '\\') {
-            result += "\\e";
-        } else if (character == '-') {
-            result += "\\-";
-        } else {
-            result += character;
-        }
-    }
-    return result;
+    const bool isCommand = !text.empty() && (text[0] == '.' || text[0] == '\'');
+    return (isCommand ? "\\&" : "") + replaced(replaced(text, '\\', "\\e"), '-', "\\-");
 }
 
 std::string roffItem(const std::string& name, const std::string& text) {
@@ -94,6 +92,7 @@ std::string roffItems(const std::vector<Option>& options) {
     return text;
 }
 
+/// The section of a command.
 std::string roffOf(const Row& row) {
     std::string text = ".SS " + roff(HelpText::usage(row)) + "\n" + roff(row.summary) + ".\n" +
                        roff(row.description) + "\n";
@@ -109,156 +108,6 @@ std::string roffOf(const Row& row) {
     }
     return text;
 }
-
-/// A row of a table of markdown; a bar in @p text would end its cell.
-std::string markdownRow(const std::string& name, const std::string& text) {
-    std::string row = "| " + name + " | ";
-    for (const char character : text) {
-        row += character == '|' ? std::string("\\|") : std::string(1, character);
-    }
-    return row + " |\n";
-}
-
-std::string markdownTable(const std::string& name, const std::string& rows) {
-    return rows.empty() ? rows : "\n| " + name + " | |\n|---|---|\n" + rows;
-}
-
-std::string markdownOf(const std::vector<Option>& options) {
-    std::string text;
-    for (const Option& option : options) {
-        text += markdownRow("`" + nameOf(option) + "`", option.text);
-    }
-    return text;
-}
-
-std::string markdownOf(const std::vector<Exit>& exits) {
-    std::string text;
-    for (const Exit& exit : exits) {
-        text += markdownRow(std::to_string(exit.status), exit.text);
-    }
-    return text;
-}
-
-std::string markdownOf(const Row& row) {
-    std::string text = std::string("\n## das ") + row.name + "\n\n    " + HelpText::usage(row) +
-                       "\n\n" + wrapped(std::string(row.summary) + ". " + row.description, 0) +
-                       "\n";
-    std::string arguments;
-    for (const Argument& argument : row.arguments) {
-        arguments += markdownRow(std::string("`") + argument.name + "`", argument.text);
-    }
-    text += markdownTable("Argument", arguments);
-    text += markdownTable("Option", markdownOf(optionsOf(row)));
-    text += markdownTable("Exit status", markdownOf(row.exits)) + "\nFor example:\n\n";
-    for (const Example& example : row.examples) {
-        text += std::string("    # ") + example.text + "\n    " + example.line + "\n";
-    }
-    return text;
-}
-
-std::string namesOf(const std::vector<Option>& options) {
-    std::string names;
-    for (const Option& option : options) {
-        names += std::string(" ") + option.name;
-    }
-    return names;
-}
-
-std::string commandNames() {
-    std::string names;
-    for (const Row& row : rows()) {
-        names += (names.empty() ? "" : " ") + std::string(row.name);
-    }
-    return names;
-}
-
-const char* wordFor(Words words) {
-    switch (words) {
-        case Words::Schema:
-            return "schema";
-        case Words::Method:
-            return "method";
-        case Words::User:
-            return "user";
-        case Words::Format:
-            return "format";
-        case Words::Command:
-            return "command";
-        case Words::File:
-            return "file";
-        case Words::Folder:
-            return "folder";
-        default:
-            return "nothing";
-    }
-}
-
-/// A case of a bash function for each option with a value: the kind of its words.
-std::string valueCases(const std::vector<Option>& options) {
-    std::string text;
-    for (const Option& option : options) {
-        if (*option.value != 0) {
-            text +=
-                std::string("        ") + option.name + ") kind=" + wordFor(option.words) + " ;;\n";
-        }
-    }
-    return text;
-}
-
-/// All options that take a value, each once.
-std::vector<Option> optionsWithValue() {
-    std::vector<Option> options = commonOptions();
-    for (const Row& row : rows()) {
-        for (const Option& option : optionsOf(row)) {
-            const bool isKnown = std::any_of(
-                options.begin(), options.end(),
-                [&](const Option& each) { return std::string(each.name) == option.name; });
-            if (!isKnown) {
-                options.push_back(option);
-            }
-        }
-    }
-    return options;
-}
-
-/// The case of a command: its options, and the kinds of its first argument and of those behind it.
-std::string commandCase(const Row& row) {
-    const auto& arguments = row.arguments;
-    const Words first = arguments.empty() ? Words::Any : arguments.front().words;
-    const bool isMore = arguments.size() > 1 || (!arguments.empty() && arguments[0].isRepeated);
-    return std::string("        ") + row.name + ") options=\"$common" + namesOf(optionsOf(row)) +
-           "\" first=" + wordFor(first) +
-           " more=" + wordFor(isMore ? arguments.back().words : Words::Any) + " ;;\n";
-}
-
-constexpr const char* CompletionOfWords = R"bash(_das_words() {
-    case $1 in
-        schema) das schemas --output csv 2>/dev/null | tail -n +2 | cut -d, -f1 ;;
-        method) das help call | sed -n '/^Methods:/,$s/^  \([A-Za-z]*\).*/\1/p' ;;
-        user) echo base visitor ;;
-        format) echo raw json table csv ;;
-        command) echo $_das_commands ;;
-    esac
-}
-)bash";
-
-constexpr const char* CompletionOfLine = R"bash(    case $kind in
-        file) COMPREPLY=($(compgen -f -- "$word")) ;;
-        folder) COMPREPLY=($(compgen -d -- "$word")) ;;
-        *) COMPREPLY=($(compgen -W "$(_das_words "$kind")" -- "$word")) ;;
-    esac
-}
-complete -o filenames -F _das das
-)bash";
-
-constexpr const char* CompletionOfPlace = R"bash(    for ((i = 1; i < COMP_CWORD; ++i)); do
-        case ${COMP_WORDS[i]} in
-            $_das_valued) ((++i)) ;;
-            -*) ;;
-            *) if [ -z "$command" ]; then command=${COMP_WORDS[i]}; else ((++place)); fi ;;
-        esac
-    done
-)bash";
 
 }  // namespace
 
@@ -276,12 +125,13 @@ std::string HelpText::usage(const Row& row) {
 std::string HelpText::ofAll() {
     std::string text =
         "The host of the telephone's data access service.\n"
-        "Usage: das [OPTION...] COMMAND ...\n\nOptions, before or behind the command:\n";
-    text += linesOf(commonOptions()) + linesOf({HelpOption, VersionOption}) + "\nCommands:\n";
+        "Usage: das [OPTION...] COMMAND ...\n\nOptions, before or after the command:\n";
+    text += linesOf(commonOptions()) + linesOf({HelpOption, VersionOption, CompleteOption}) +
+            "\nCommands:\n";
     for (const Row& row : rows()) {
         text += line(row.name, row.summary);
     }
-    return text + "\ndas help COMMAND tells more of each.\n";
+    return text + "\ndas help COMMAND prints more about each.\n";
 }
 
 std::string HelpText::of(const Row& row) {
@@ -307,7 +157,8 @@ std::string HelpText::manualPage() {
                        ".SH SYNOPSIS\n.B das\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR ...\n"
                        ".SH DESCRIPTION\nLoads the service library, gives it its platform, and "
                        "lets people and programs talk to it.\n.SH OPTIONS\n";
-    text += roffItems(commonOptions()) + roffItems({HelpOption, VersionOption}) + ".SH COMMANDS\n";
+    text += roffItems(commonOptions()) + roffItems({HelpOption, VersionOption, CompleteOption}) +
+            ".SH COMMANDS\n";
     for (const Row& row : rows()) {
         text += roffOf(row);
     }
@@ -320,52 +171,4 @@ std::string HelpText::manualPage() {
         text += roffItem(variable.name, variable.text);
     }
     return text;
-}
-
-std::string HelpText::markdown() {
-    std::string text =
-        "# Commands\n\nEach command of `das`, as `das help --markdown` writes it from the table "
-        "that "
-        "makes the\nhelp; a test fails when this page is out of date. [das.md](das.md) tells what "
-        "they have in\ncommon. The examples work in the folder of `das demo`.\n";
-    std::string variables;
-    for (const Variable& variable : environment()) {
-        variables += markdownRow(std::string("`") + variable.name + "`", variable.text);
-    }
-    text += markdownTable("Option of every command",
-                          markdownOf(commonOptions()) + markdownOf({HelpOption, VersionOption}));
-    text += markdownTable("Exit status", markdownOf(exitsOf(Row())));
-    text += markdownTable("Environment", variables);
-    for (const Row& row : rows()) {
-        text += markdownOf(row);
-    }
-    return text;
-}
-
-std::string HelpText::completion() {
-    std::string text = "# Completion of das for bash.\n_das_commands='" + commandNames() + "'\n";
-    text += CompletionOfWords;
-    text += "_das() {\n    local word=${COMP_WORDS[COMP_CWORD]} common='" +
-            namesOf(commonOptions()).substr(1) +
-            " --help'\n    local command= place=0 options= first=command more=nothing kind i\n"
-            "    local _das_valued='@(";
-    for (const Option& option : optionsWithValue()) {
-        text += *option.value != 0 ? std::string(option.name) + "|" : "";
-    }
-    text.back() = ')';
-    text += "'\n    shopt -q extglob || shopt -s extglob\n";
-    text += CompletionOfPlace;
-    text += "    case $command in\n        '') options=\"$common --version\" ;;\n";
-    for (const Row& row : rows()) {
-        text += commandCase(row);
-    }
-    text +=
-        "    esac\n    kind=$first\n    [ \"$place\" -eq 0 ] || kind=$more\n"
-        "    case ${COMP_WORDS[COMP_CWORD-1]} in\n";
-    text += valueCases(optionsWithValue());
-    text +=
-        "        *) if [[ $word == -* ]]; then\n"
-        "               COMPREPLY=($(compgen -W \"$options\" -- \"$word\")); return\n"
-        "           fi ;;\n    esac\n";
-    return text + CompletionOfLine;
 }

@@ -93,6 +93,8 @@ class Import(ContactsTest):
         self.contacts("import", book, says=[
             "0 contacts added, 6 skipped",
             "1 values differ from those of contacts that are there; they were left"])
+        run = self.contacts("import", self.file("none.vcf", "\n"), says=["0 contacts added, 0 skipped"])
+        self.assertIn("none.vcf: no contacts in it", run.stderr)
         self.end_host()
         self.serve()
         self.assert_rows(expected)
@@ -138,7 +140,7 @@ class Import(ContactsTest):
             (card + "END:VCARD\nN:C;;;;\n", "line 5: no vCard begins here"),
             ("a,b\n1,2\n", "line 1: not the columns of a file from Google, Outlook or Thunderbird"),
             ("Given Name,Family Name\n1,2,3\n", "line 2: 3 fields under 2 columns"),
-            ("", "line 1: not the columns"),
+            ("\n", "f: the file is empty; nothing was changed"),
             (b"Given Name,Family Name\n\x81,2\n", "neither UTF-8 nor Windows-1252"),
         ]
         for content, words in rows:

@@ -6,8 +6,8 @@ Usage: test_docs.py DAS sanitizers=NAMES [unittest arguments]
 A block begins with ```console. Its lines that begin with "$ " are typed, a line that ends with a
 backslash or stands behind "> " goes on with the one before, the others are what a terminal of 100
 columns shows then; "..." alone stands for any lines, within a line for any text. The blocks of a page are one
-conversation, which begins in a fresh clone that is already built. "[1] ..." are the words of an
-interactive shell about its jobs, which this one does not say.
+conversation, which begins in a fresh clone that is already built; ```console2 is a second terminal, where a
+program may go on. "[1] ..." are lines of an interactive shell about its jobs, which this one does not print.
 """
 import fcntl
 import os
@@ -44,7 +44,9 @@ def steps_of(block):
     for line in block.splitlines():
         if line.startswith("$ "):
             steps.append((line[2:], []))
-        elif steps and not steps[-1][1] and (steps[-1][0].endswith("\\") or line.startswith("> ")):
+        elif not steps:
+            steps.append(("", [line]))
+        elif not steps[-1][1] and (steps[-1][0].endswith("\\") or line.startswith("> ")):
             steps[-1] = (steps[-1][0] + "\n" + line.removeprefix("> "), [])
         else:
             steps[-1][1].append(line)
@@ -106,6 +108,13 @@ class Conversation:
             shown += self.read(lambda more: pattern.fullmatch(COLOUR.sub("", shown + more)))
         return COLOUR.sub("", shown), int(parts[1])
 
+    def watch(self, typed, pattern):
+        """What a program shows that goes on in a second terminal, up to what the page shows."""
+        if typed:
+            self.shell.stdin.write(f"{typed} </dev/null\n".encode())
+            self.shell.stdin.flush()
+        return COLOUR.sub("", self.read(lambda text: pattern.fullmatch(COLOUR.sub("", text)))), 0
+
     def end(self):
         """Ends the shell with what it left running: all of the session that it leads."""
         self.shell.stdin.close()
@@ -132,24 +141,27 @@ class Pages(unittest.TestCase):
         return place
 
     def check(self, page):
-        steps = [step for block in blocks(page, "console") for step in steps_of(block)]
+        steps = [(kind, *step) for kind, text in BLOCK.findall(page.read_text())
+                 if kind.startswith("console") for step in steps_of(text)]
         if not steps:
             return 0
-        conversation = Conversation(self.clone())
+        clone, terminals = self.clone(), {}
         try:
-            for number, (typed, expected) in enumerate(steps):
+            for number, (kind, typed, expected) in enumerate(steps):
                 with self.subTest(page=page.name, typed=typed):
                     pattern = pattern_of(expected)
-                    shown, status = conversation.type(typed, pattern)
+                    terminal = terminals.get(kind) or terminals.setdefault(kind, Conversation(clone))
+                    shown, status = (terminal.type if kind == "console" else terminal.watch)(typed, pattern)
                     # A terminal fills the last column of a table up with blanks; a page need not.
                     shown = re.sub(r" +$", "", shown, flags=re.M)
                     if not pattern.fullmatch(shown):
                         self.assertEqual("\n".join(expected) + "\n", shown)
-                    told = number + 1 < len(steps) and "$?" in steps[number + 1][0]
+                    told = number + 1 < len(steps) and "$?" in steps[number + 1][1]
                     if not told and not any(line.startswith("das: ") for line in expected):
                         self.assertEqual(status, 0)
         finally:
-            conversation.end()
+            for terminal in terminals.values():
+                terminal.end()
         return len(steps)
 
     def test_each_console_block_shows_what_its_page_says(self):
@@ -187,11 +199,6 @@ class Pages(unittest.TestCase):
                 if "://" not in link:
                     with self.subTest(page=page.name, link=link):
                         self.assertTrue((page.parent / link).exists())
-
-    def test_the_reference_of_the_commands_is_that_of_the_program(self):
-        text = subprocess.run([DAS, "help", "--markdown"], check=True, capture_output=True).stdout
-        self.assertTrue((SOURCES / "docs/commands.md").read_bytes() == text,
-                        "docs/commands.md is out of date: das help --markdown > docs/commands.md")
 
 
 class Guarantees(unittest.TestCase):

@@ -3,10 +3,11 @@ from __future__ import annotations
 
 import argparse
 import os
+import shlex
 import stat
 import sys
 import tempfile
-from typing import Callable
+from typing import Callable, List
 
 from dasclient import Client, ConnectionLost, DasError, Refused
 
@@ -24,6 +25,43 @@ def add_common_options(parser: argparse.ArgumentParser) -> None:
                         help=f"the host's socket; DAS_SOCKET without it, else {DEFAULT_SOCKET}")
     parser.add_argument("--context", choices=("base", "visitor"),
                         help="whose data; the current user's without it")
+
+
+def parse(parser: argparse.ArgumentParser) -> argparse.Namespace:
+    """The options of the command line, unless a shell asks what may come next on one."""
+    if sys.argv[1:2] == ["--complete"] and len(sys.argv) == 3:
+        print(*candidates(parser, sys.argv[2]), sep="\n")
+        sys.exit(OK)
+    return parser.parse_args()
+
+
+def candidates(parser: argparse.ArgumentParser, line: str) -> List[str]:
+    """What may come next after @p line, a command line up to the cursor with the program's name: words,
+    each with a tab and its help if it has one. ":files" asks the shell for names of files."""
+    try:
+        words = shlex.split(line)
+    except ValueError:
+        return []
+    current = "" if line[-1:].isspace() or not words else words.pop()
+    actions = parser._actions  # argparse has no public list of what a parser knows
+    options = {name: action for action in actions for name in action.option_strings}
+    places = [action for action in actions if not action.option_strings]
+    name, equals, _ = current.partition("=")
+    takes_value = [word in options and options[word].nargs != 0 for word in words]
+    typed = [word for word, is_value in zip(words[1:], takes_value) if word[:1] != "-" and not is_value]
+    if equals and name in options:
+        found = [word if word[0] == ":" else f"{name}={word}" for word in _values(options[name])]
+    elif takes_value and takes_value[-1]:
+        found = _values(options[words[-1]])
+    elif current.startswith("-") or len(typed) >= len(places):
+        found = [f"{each}\t{action.help}" for each, action in options.items() if each.startswith("--")]
+    else:
+        found = _values(places[len(typed)])
+    return [word for word in found if word.startswith((current, ":"))]
+
+
+def _values(action: argparse.Action) -> List[str]:
+    return [str(choice) for choice in action.choices] if action.choices else [":files"]
 
 
 def connect(options: argparse.Namespace) -> Client:

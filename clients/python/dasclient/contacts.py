@@ -13,7 +13,7 @@ from dasclient import Client
 from dasclient._book import SCHEMA, Book, Plan, count_others, doubled, plan_of, replacement
 from dasclient._csv_forms import FORMS, columns_of, read_csv, write_csv
 from dasclient._person import FIELDS, Lost, Person, Row, clean, row_of
-from dasclient._program import OK, Wrong, add_common_options, connect, run, write_file
+from dasclient._program import OK, Wrong, add_common_options, connect, parse, run, write_file
 
 PROGRAM = "das-contacts"
 FORMATS = ("vcard3", "vcard4", *FORMS)
@@ -64,13 +64,20 @@ def _is_vcard(text: str) -> bool:
     return text.lstrip()[:11].upper() == "BEGIN:VCARD"
 
 
+def _has_vcard_name(name: str) -> bool:
+    return name.lower().endswith((".vcf", ".vcard"))
+
+
 def _persons(name: str, form: str) -> List[Person]:
+    """An empty file of vCards is one without contacts; an empty CSV file lacks its line of names."""
     text = _text_of(name)
-    if form.startswith("vcard") or (not form and _is_vcard(text)):
+    if form.startswith("vcard") or (not form and (_is_vcard(text) or _has_vcard_name(name))):
         from dasclient._vcard import read_vcards
         return list(read_vcards(text, name))
     if _is_vcard(text):
         raise Wrong(f"{name}: this is a vCard; leave --format out")
+    if not text.strip():
+        raise Wrong(f"{name}: the file is empty; nothing was changed")
     return list(read_csv(text, name, form))
 
 
@@ -96,6 +103,8 @@ def _import(options: argparse.Namespace) -> int:
     with connect(options) as das:
         context = options.context or das.current_user()
         book = Book(das, context)
+        if not persons and not options.replace:
+            print(f"{PROGRAM}: {options.file}: no contacts in it", file=sys.stderr)
         if options.replace:
             stored = _replace(book, rows, context, options)
         else:
@@ -144,7 +153,7 @@ def _replace(book: Book, rows: List[Row], context: str, options: argparse.Namesp
 def _form_for(options: argparse.Namespace) -> str:
     if options.format:
         return str(options.format)
-    if options.file.lower().endswith((".vcf", ".vcard")):
+    if _has_vcard_name(options.file):
         return "vcard4"
     raise Wrong(f"{options.file}: which format? name it by --format {'|'.join(FORMATS)}")
 
@@ -177,7 +186,7 @@ def _export(options: argparse.Namespace) -> int:
 
 
 def main() -> int:
-    options = _parser().parse_args()
+    options = parse(_parser())
     return run(PROGRAM, lambda: (_import if options.action == "import" else _export)(options))
 
 

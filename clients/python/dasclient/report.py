@@ -12,7 +12,7 @@ from pathlib import Path
 from typing import Dict, List, Tuple
 
 from dasclient._person import NAMES
-from dasclient._program import OK, REFUSED, add_common_options, connect, run, write_file
+from dasclient._program import OK, REFUSED, add_common_options, connect, parse, run, write_file
 from dasclient._telephone import Key, Reader, Telephone, health_of
 
 PROGRAM = "das-report"
@@ -101,7 +101,7 @@ def _parser() -> argparse.ArgumentParser:
 
 
 def main() -> int:
-    options = _parser().parse_args()
+    options = parse(_parser())
     return run(PROGRAM, lambda: _report(options))
 
 
