@@ -161,6 +161,26 @@ long long Stage::version() const {
     return version;
 }
 
+std::string Stage::change() const {
+    std::string rows;
+    if (version() == m_version) {
+        return rows;
+    }
+    const auto append = [](void* out, int columns, char** cells, char**) {
+        for (int i = 0; i < columns; ++i) {
+            *static_cast<std::string*>(out) += cells[i] != nullptr ? cells[i] : "-";
+            *static_cast<std::string*>(out) += '\n';
+        }
+        return 0;
+    };
+    for (const std::string& name :
+         FullDatabase::texts(m_file.get(), "SELECT name FROM sqlite_master WHERE type = 'table'")) {
+        const std::string all = "SELECT * FROM \"" + name + "\"";
+        sqlite3_exec(m_file.get(), all.c_str(), append, &rows, nullptr);
+    }
+    return rows;
+}
+
 void Stage::putBack() {
     copy(m_file.get(), m_whole.get());
     GeneralConfigurationDAO::clearStaticCaches();

@@ -51,6 +51,9 @@ public:
     /// Stands for the services beside this one in every later start; not owned.
     void setContext(Context& context);
 
+    /// All rows as the last input left them; empty when it changed none.
+    std::string change() const;
+
     /// Puts database, files, user and caches back, and tells by require() when the last input left
     /// something taken. @p weight is how many ordinary inputs this one counts for, since the
     /// service lives for so many of them.

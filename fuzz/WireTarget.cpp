@@ -14,7 +14,6 @@
 #include "framework/AccessRules.h"
 #include "framework/Client.h"
 #include "framework/Dispatcher.h"
-#include "framework/HostContext.h"
 #include "framework/HostFramework.h"
 #include "framework/HostServices.h"
 #include "service/DASInvoker.h"
@@ -50,14 +49,12 @@ private:
 /// A host without its socket.
 struct Host {
     Host() : framework([] { return std::make_unique<DASListenerProxy>(); }), services(framework) {
-        services.enter(context);
         invoker.initInvoker(&framework);
-        stage.setContext(context);
+        stage.setContext(services);
     }
 
     HostFramework framework;
     HostServices services;
-    HostContext context;
     DASInvoker invoker;
     Stage stage;
 };

@@ -39,7 +39,7 @@ void exportToEnvironment(const HostOptions& options) {
     }
 }
 
-/// Finds the service for a command. False when the command needs a database that is not there.
+/// Finds the service for a command. False, after a message, when the command can't run there.
 bool findService(const CommandLine& line, HostOptions& options) {
     using CommandTable::Data;
     const bool isTrial = line.arguments().has("--dry-run");
@@ -47,9 +47,14 @@ bool findService(const CommandLine& line, HostOptions& options) {
     if (data == Data::Apart) {
         return true;
     }
-    if (data != Data::OfFile) {
+    if (data != Data::OfFile && data != Data::OfFiles) {
         ServicePlace::find(options, data == Data::OfHost ? ServicePlace::Needs::Host
                                                          : ServicePlace::Needs::Service);
+    }
+    if ((data == Data::OfFile || data == Data::OfFiles) && options.socket) {
+        Complaint::report(std::string(line.command().name) + ": the command takes no --socket",
+                        "it works on the files themselves: name their folder by --db");
+        return false;
     }
     const bool needsDatabase = data == Data::OfFile || (data == Data::Read && !options.socket);
     return !needsDatabase || ServicePlace::hasDatabase();
@@ -67,16 +72,20 @@ int runCommandLine(const std::vector<std::string>& words) {
     if (!findService(line, options)) {
         return ExitUsage;
     }
-    return line.command().make()->run(options, line.arguments());
+    const auto& action = line.command().action;
+    if (const auto* const run = std::get_if<CommandTable::Run>(&action)) {
+        return (*run)(options, line.arguments());
+    }
+    return std::get<CommandTable::Make>(action)()->run(options, line.arguments());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     occupyStandardDescriptors();
-    // An answer that nobody reads any more is an error of that write, not the end of the process.
+    // A write to a reader that has gone fails then, and does not end the process.
     std::signal(SIGPIPE, SIG_IGN);
-    // So is a write beyond the size that a file may have here.
+    // So does a write beyond the size that a file may have here.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         return runCommandLine({argv + std::min(argc, 1), argv + argc});

@@ -1,3 +1,6 @@
+// A new file is written next to its place, flushed and renamed: on a full disk the older file
+// stays.
+
 #include "cli/CallerFile.h"
 
 #include <fcntl.h>
@@ -9,52 +12,14 @@
 #include <cstdlib>
 #include <memory>
 
+#include "terminal/Descriptor.h"
+
 namespace {
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() { (void)close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int number() const { return m_number; }
-    int close() {
-        const int number = m_number;
-        m_number = -1;
-        return number < 0 || ::close(number) == 0 ? 0 : errno;
-    }
-
-private:
-    int m_number;
-};
-
-int readAll(int file, std::size_t most, std::string& text) {
-    char piece[65536];
-    ssize_t count = 0;
-    while ((count = ::read(file, piece, sizeof piece)) > 0) {
-        text.append(piece, static_cast<std::size_t>(count));
-        if (text.size() > most) {
-            return EFBIG;
-        }
-    }
-    return count < 0 ? errno : 0;
-}
-
-int writeAll(int file, const std::string& text) {
-    for (std::size_t written = 0; written < text.size();) {
-        const ssize_t count = ::write(file, text.data() + written, text.size() - written);
-        if (count < 0 && errno != EINTR) {
-            return errno;
-        }
-        written += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return 0;
-}
-
+/// Writes into what can't be replaced, such as a pipe.
 int writeInto(const std::string& path, const std::string& text) {
     Descriptor file(open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
-    const int error = file.number() < 0 ? errno : writeAll(file.number(), text);
+    const int error = file.isOpen() ? Descriptor::writeAll(file.number(), text) : errno;
     return error != 0 ? error : file.close();
 }
 
@@ -64,13 +29,14 @@ std::string targetOf(const std::string& path) {
     return real == nullptr ? path : real.get();
 }
 
+/// The name of the new file is next to its place, since a rename works only within a file system.
 int replace(const std::string& path, const std::string& text) {
     std::string part = path + ".XXXXXX";
     Descriptor file(mkostemp(part.data(), O_CLOEXEC));
-    if (file.number() < 0) {
+    if (!file.isOpen()) {
         return errno;
     }
-    int error = writeAll(file.number(), text);
+    int error = Descriptor::writeAll(file.number(), text);
     error = error == 0 && fsync(file.number()) != 0 ? errno : error;
     error = error == 0 ? file.close() : error;
     error = error == 0 && rename(part.c_str(), path.c_str()) != 0 ? errno : error;
@@ -85,10 +51,18 @@ int replace(const std::string& path, const std::string& text) {
 int CallerFile::read(const std::string& path, std::size_t most, std::string& text) {
     text.clear();
     if (path == "-") {
-        return readAll(STDIN_FILENO, most, text);
+        return Descriptor::readAll(STDIN_FILENO, most, text);
     }
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    return file.number() < 0 ? errno : readAll(file.number(), most, text);
+    return file.isOpen() ? Descriptor::readAll(file.number(), most, text) : errno;
+}
+
+int CallerFile::readLess(const std::string& path, std::size_t most, std::string& text) {
+    const int error = read(path, most, text);
+    if (error == 0 && !text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
+    return error;
 }
 
 int CallerFile::write(const std::string& path, const std::string& text) {

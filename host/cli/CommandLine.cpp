@@ -1,3 +1,6 @@
+// The parser collects; it does not judge. What an argument means is checked by its command, and an
+// option that stands twice is the command's to refuse, so all values are kept.
+
 #include "cli/CommandLine.h"
 
 #include <CLI/CLI.hpp>
@@ -18,7 +21,6 @@ struct Found {
     const Row* row;
     CLI::App* app;
     std::vector<std::vector<std::string>> arguments;
-    std::vector<std::string> singles;  ///< of an argument that is not repeated
     std::vector<std::vector<std::string>> options;
 };
 
@@ -35,25 +37,19 @@ void declare(CLI::App& app, const CommandTable::Option& option, std::vector<std:
 }
 
 /// The names of arguments are for people: the parser has names of its own.
-std::string nameOf(std::size_t argument) {
-    return "argument" + std::to_string(argument);
-}
-
 void declareCommand(CLI::App& app, Found& found) {
-    const Row& row = *found.row;
-    found.app = app.add_subcommand(row.name, row.summary);
-    found.arguments.resize(row.arguments.size());
-    found.singles.resize(row.arguments.size());
-    for (std::size_t i = 0; i < row.arguments.size(); ++i) {
-        const std::string name = nameOf(i);
-        if (row.arguments[i].isRepeated) {
-            found.app->add_option(name, found.arguments[i]);
-        } else {
-            found.app->add_option(name, found.singles[i]);
+    const auto& arguments = found.row->arguments;
+    const auto& options = CommandTable::optionsOf(*found.row);
+    found.app = app.add_subcommand(found.row->name, found.row->summary);
+    found.arguments.resize(arguments.size());
+    found.options.resize(options.size());
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        auto* const taken =
+            found.app->add_option("argument" + std::to_string(i), found.arguments[i]);
+        if (!arguments[i].isRepeated) {
+            taken->expected(1)->allow_extra_args(false);  // else "[a,b]" would be two values
         }
     }
-    const auto options = CommandTable::optionsOf(row);
-    found.options.resize(options.size());
     for (std::size_t i = 0; i < options.size(); ++i) {
         declare(*found.app, options[i], found.options[i]);
     }
@@ -68,14 +64,11 @@ void declareCommon(CLI::App& app, HostOptions& options) {
 
 void take(const Found& found, Arguments& arguments) {
     for (std::size_t i = 0; i < found.arguments.size(); ++i) {
-        if (!found.row->arguments[i].isRepeated && found.app->count(nameOf(i)) > 0) {
-            arguments.add(found.row->arguments[i].name, found.singles[i]);
-        }
         for (const std::string& value : found.arguments[i]) {
             arguments.add(found.row->arguments[i].name, value);
         }
     }
-    const auto options = CommandTable::optionsOf(*found.row);
+    const auto& options = CommandTable::optionsOf(*found.row);
     for (std::size_t i = 0; i < options.size(); ++i) {
         for (const std::string& value : found.options[i]) {
             arguments.add(options[i].name, value);
@@ -86,23 +79,19 @@ void take(const Found& found, Arguments& arguments) {
     }
 }
 
-std::vector<std::string> commandNames() {
-    std::vector<std::string> names;
-    for (const Row& row : CommandTable::rows()) {
-        names.emplace_back(row.name);
+/// The options that are taken with @p row, or without a command if that is null.
+std::vector<CommandTable::Option> optionsWith(const Row* row) {
+    std::vector<CommandTable::Option> options = CommandTable::commonOptions();
+    if (row != nullptr) {
+        options.insert(options.end(), row->options.begin(), row->options.end());
     }
-    return names;
+    return options;
 }
 
 std::vector<std::string> optionNames(const Row* row) {
     std::vector<std::string> names = {"--help", "--version"};
-    for (const auto& option : CommandTable::commonOptions()) {
+    for (const auto& option : optionsWith(row)) {
         names.emplace_back(option.name);
-    }
-    if (row != nullptr) {
-        for (const auto& option : CommandTable::optionsOf(*row)) {
-            names.emplace_back(option.name);
-        }
     }
     return names;
 }
@@ -111,31 +100,27 @@ std::string nameOf(const Row* row) {
     return row == nullptr ? "das" : std::string("das ") + row->name;
 }
 
-/// Tells of the first word that nothing could be made of.
+/// Reports @p word, which is neither an option nor an argument of the command.
 void tellOfStranger(const std::string& word, const Row* row) {
     if (!word.empty() && word[0] == '-') {
-        Complaint::tell(word + ": " + nameOf(row) + " has no such option",
-                        NearMisses::question(
-                            word, optionNames(row),
-                            row == nullptr ? "das help lists them"
-                                           : "das help " + std::string(row->name) + " lists them"));
+        Complaint::report(
+            word + ": " + nameOf(row) + " has no such option",
+            NearMisses::question(word, optionNames(row),
+                                 row == nullptr
+                                     ? "das help lists them"
+                                     : "das help " + std::string(row->name) + " lists them"));
     } else if (row == nullptr) {
-        Complaint::tell(word + ": no such command",
-                        NearMisses::question(word, commandNames(), "das help lists them"));
+        Complaint::report(word + ": no such command",
+                          NearMisses::question(word, CommandTable::names(), "das help lists them"));
     } else {
-        Complaint::tell(word + ": unexpected argument", "the usage is " + HelpText::usage(*row));
+        Complaint::report(word + ": unexpected argument", "the usage is " + HelpText::usage(*row));
     }
 }
 
-/// An option without its value is told by the parser in words of its own.
+/// The parser reports an option without its value in a sentence of its own.
 std::string wordsOf(const CLI::ParseError& error, const Row* row) {
     const std::string words = error.what();
-    auto options = CommandTable::commonOptions();
-    if (row != nullptr) {
-        const auto own = CommandTable::optionsOf(*row);
-        options.insert(options.end(), own.begin(), own.end());
-    }
-    for (const auto& option : options) {
+    for (const auto& option : optionsWith(row)) {
         if (words == std::string(option.name) + ": 1 required " + option.value + " missing") {
             return std::string(option.name) + ": " + option.value + " is missing";
         }
@@ -143,14 +128,17 @@ std::string wordsOf(const CLI::ParseError& error, const Row* row) {
     return words;
 }
 
+/// A word that the parser can't place is reported before anything else: the rest may follow from
+/// it.
 int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row) {
     const auto strangers = app.remaining(true);
     if (!strangers.empty()) {
         tellOfStranger(strangers.front(), row);
     } else if (row == nullptr && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
-        Complaint::tell("a command is required", "das help lists them");
+        Complaint::report("a command is required", "das help lists them");
     } else {
-        Complaint::tell((row == nullptr ? "" : std::string(row->name) + ": ") + wordsOf(error, row));
+        Complaint::report((row == nullptr ? "" : std::string(row->name) + ": ") +
+                          wordsOf(error, row));
     }
     return ExitUsage;
 }
@@ -168,36 +156,35 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std
     }
     CLI::App app("", "das");
     app.require_subcommand(1);
-    app.fallthrough();
+    app.fallthrough();  // options of every command may stand after the command's own
     declareCommon(app, m_options);
     std::vector<Found> all;
     all.reserve(CommandTable::rows().size());
+    // Pointers into this vector go to the parser, so it must not grow.
     for (const Row& row : CommandTable::rows()) {
-        all.push_back({&row, nullptr, {}, {}, {}});
+        all.push_back({&row, nullptr, {}, {}});
         declareCommand(app, all.back());
     }
-    const auto findParsed = [&]() -> const Found* {
-        const auto found = std::find_if(all.begin(), all.end(),
-                                        [](const Found& each) { return each.app->parsed(); });
-        return found == all.end() ? nullptr : &*found;
+    const auto parsed = [&] {
+        return std::find_if(all.begin(), all.end(),
+                            [](const Found& each) { return each.app->parsed(); });
     };
+    const auto row = [&] { return parsed() == all.end() ? nullptr : parsed()->row; };
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForHelp&) {
-        const Found* const found = findParsed();
-        text = found == nullptr ? HelpText::ofAll() : HelpText::of(*found->row);
+        text = row() == nullptr ? HelpText::ofAll() : HelpText::of(*row());
         return ExitSuccess;
     } catch (const CLI::CallForVersion&) {
         text = versionText() + "\n";
         return ExitSuccess;
     } catch (const CLI::ParseError& error) {
-        const Found* const found = findParsed();
-        return tellError(app, error, found == nullptr ? nullptr : found->row);
+        return tellError(app, error, row());
     }
-    m_row = findParsed()->row;
-    take(*findParsed(), m_arguments);
+    m_row = row();
+    take(*parsed(), m_arguments);
     if (m_options.db && m_options.db->empty()) {
-        Complaint::tell("--db: the name of the folder is empty");
+        Complaint::report("--db: the name of the folder is empty");
         return ExitUsage;
     }
     return checkRequired();
@@ -206,8 +193,8 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std
 std::optional<int> CommandLine::checkRequired() const {
     for (const auto& argument : m_row->arguments) {
         if (argument.isRequired && !m_arguments.has(argument.name)) {
-            Complaint::tell(std::string(argument.name) + " is missing",
-                            "the usage is " + HelpText::usage(*m_row));
+            Complaint::report(std::string(argument.name) + " is missing",
+                              "the usage is " + HelpText::usage(*m_row));
             return ExitUsage;
         }
     }

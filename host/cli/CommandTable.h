@@ -3,13 +3,20 @@
 
 #include <memory>
 #include <string>
+#include <variant>
 #include <vector>
 
-class Command;
+class Arguments;
+class SessionCommand;
+struct HostOptions;
 
 /**
  * The commands of das as data: the parser with its help, the manual page and the completion of the
  * shell are all made from these rows, and from nothing else.
+ *
+ * So a new command is a row here and its function in commands/; a new option is a line in a row,
+ * and everything that lists options has it. Texts are shown as they are, with a full stop added to
+ * a summary where it stands alone.
  */
 namespace CommandTable {
 
@@ -28,14 +35,16 @@ enum class Words {
     Folder
 };
 
+/// An argument without a dash, by its place.
 struct Argument {
     const char* name;
     Words words;
-    bool isRequired;
-    bool isRepeated;
+    bool isRequired;   ///< the command does not run without it
+    bool isRepeated;   ///< takes all further ones; only the last argument can
     const char* text;  ///< what it is, as in help
 };
 
+/// An option with two dashes.
 struct Option {
     const char* name;   ///< with its dashes
     const char* value;  ///< what stands for its value in help; empty for a flag
@@ -45,10 +54,11 @@ struct Option {
 
 /// A command line that works as it stands, in the folder of "das demo DIR", and what it does.
 struct Example {
-    const char* line;
+    const char* line;  ///< as it is typed into a shell
     const char* text;
 };
 
+/// What an exit status means.
 struct Exit {
     int status;
     const char* text;
@@ -59,38 +69,44 @@ enum class Data {
     Changed,  ///< with the service, which is looked for and makes a missing database
     Read,     ///< with the service, which is looked for; a missing database is an error
     OfFile,   ///< in the database's file, without a host; a missing database is an error
+    OfFiles,  ///< in files that the command itself looks for, without a host
     OfHost,   ///< with a running host, which is looked for
     Apart     ///< nowhere, or where the command itself looks
 };
 
+/// What carries out a command: a function, or an object that talks to the service in one session.
+using Run = int (*)(const HostOptions& options, const Arguments& arguments);
+using Make = std::unique_ptr<SessionCommand> (*)();
+
+/// A command.
 struct Row {
     const char* name;
-    const char* summary;
+    const char* summary;      ///< one line, for the list of commands
     const char* description;  ///< what is to be known beyond the summary
     std::vector<Argument> arguments;
     std::vector<Option> options;
-    bool printsData;  ///< whether it takes the options of dataOptions() as well
-    std::vector<Example> examples;
-    std::vector<Exit> exits;  ///< those that differ from, or add to, commonExits()
-    std::unique_ptr<Command> (*make)();
-    std::string (*more)() = nullptr;  ///< what stands at the end of the help beside all that
-    Data data = Data::Changed;
+    std::vector<Example> examples;  ///< tests run them
+    std::vector<Exit> exits;        ///< those that differ from, or add to, those of every command
+    std::variant<Run, Make> action;
+    Data data;
+    std::string (*more)() = nullptr;  ///< what stands at the end of the help after all that
 };
 
 /// All commands, in the order of the help.
 const std::vector<Row>& rows();
+/// Their names, for near misses.
+std::vector<std::string> names();
 
 /// The command of that name, or null.
 const Row* find(const std::string& name);
 
-/// Options of every command; they stand before or behind it.
+/// Options of every command; they stand before or after it.
 const std::vector<Option>& commonOptions();
 
-/// Options of each command that prints data.
-const std::vector<Option>& dataOptions();
-
-/// All options that @p row takes beside the common ones.
-std::vector<Option> optionsOf(const Row& row);
+/// All options that @p row takes besides the common ones.
+inline const std::vector<Option>& optionsOf(const Row& row) {
+    return row.options;
+}
 
 /// What the exit statuses of @p row mean, in their order.
 std::vector<Exit> exitsOf(const Row& row);

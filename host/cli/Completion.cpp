@@ -9,6 +9,7 @@
 #include "cli/StoredItems.h"
 #include "client/HostOptions.h"
 #include "schemas/RequestText.h"
+#include "schemas/Sentences.h"
 #include "wire/Methods.h"
 
 const char* const Completion::Files = ":files";
@@ -88,7 +89,7 @@ Candidates columnsOf(const KnownSchemas::Entry& schema, const Completion::Items&
     Candidates found;
     for (const auto* elements : {&schema.elements, &schema.itemElements}) {
         for (const std::string& name : *elements) {
-            found.push_back({name + ending, ""});
+            found.push_back({name + ending, Sentences::ofColumn(schema, name)});
         }
     }
     if (RequestText::formOf(schema) == RequestText::Form::Settings && items) {
@@ -102,7 +103,7 @@ Candidates columnsOf(const KnownSchemas::Entry& schema, const Completion::Items&
 Candidates schemas() {
     Candidates found;
     for (const KnownSchemas::Entry& each : KnownSchemas::all()) {
-        found.push_back({each.name, "Table " + each.table});
+        found.push_back({each.name, Sentences::ofSchema(each.name)});
     }
     return found;
 }

@@ -1,6 +1,10 @@
+// One function for each form of a row: as help, and in the language of man.
+
 #include "cli/HelpText.h"
 
 #include <algorithm>
+
+#include "terminal/Quotes.h"
 
 using namespace CommandTable;
 
@@ -13,7 +17,7 @@ const Option VersionOption{"--version", "", Words::Any, "Print the version and e
 const Option CompleteOption{"--complete", "LINE", Words::Any,
                             "Print what may come next on a command line, as shells ask for it"};
 
-/// @p text broken at blanks, each line behind the first one indented.
+/// @p text broken at blanks, each line after the first one indented.
 std::string wrapped(const std::string& text, std::size_t indent) {
     std::string result;
     std::size_t column = indent;
@@ -31,6 +35,7 @@ std::string wrapped(const std::string& text, std::size_t indent) {
     return result;
 }
 
+/// A name and what it means, side by side; a long name has a line to itself.
 std::string line(const std::string& name, const std::string& text) {
     std::string result = "  " + name;
     if (result.size() >= NameWidth) {
@@ -71,17 +76,8 @@ std::string nameOf(const Argument& argument) {
 /// @p text as a paragraph of a manual page: what the language of man would take for itself is
 /// escaped.
 std::string roff(const std::string& text) {
-    std::string result = !text.empty() && (text[0] == '.' || text[0] == '\'') ? "\\&" : "";
-    for (const char character : text) {
-        if (character == '\\') {
-            result += "\\e";
-        } else if (character == '-') {
-            result += "\\-";
-        } else {
-            result += character;
-        }
-    }
-    return result;
+    const bool isCommand = !text.empty() && (text[0] == '.' || text[0] == '\'');
+    return (isCommand ? "\\&" : "") + replaced(replaced(text, '\\', "\\e"), '-', "\\-");
 }
 
 std::string roffItem(const std::string& name, const std::string& text) {
@@ -96,6 +92,7 @@ std::string roffItems(const std::vector<Option>& options) {
     return text;
 }
 
+/// The section of a command.
 std::string roffOf(const Row& row) {
     std::string text = ".SS " + roff(HelpText::usage(row)) + "\n" + roff(row.summary) + ".\n" +
                        roff(row.description) + "\n";
@@ -108,52 +105,6 @@ std::string roffOf(const Row& row) {
     }
     for (const Exit& exit : row.exits) {
         text += roffItem("Exit status " + std::to_string(exit.status), exit.text);
-    }
-    return text;
-}
-
-/// A row of a table of markdown; a bar in @p text would end its cell.
-std::string markdownRow(const std::string& name, const std::string& text) {
-    std::string row = "| " + name + " | ";
-    for (const char character : text) {
-        row += character == '|' ? std::string("\\|") : std::string(1, character);
-    }
-    return row + " |\n";
-}
-
-std::string markdownTable(const std::string& name, const std::string& rows) {
-    return rows.empty() ? rows : "\n| " + name + " | |\n|---|---|\n" + rows;
-}
-
-std::string markdownOf(const std::vector<Option>& options) {
-    std::string text;
-    for (const Option& option : options) {
-        text += markdownRow("`" + nameOf(option) + "`", option.text);
-    }
-    return text;
-}
-
-std::string markdownOf(const std::vector<Exit>& exits) {
-    std::string text;
-    for (const Exit& exit : exits) {
-        text += markdownRow(std::to_string(exit.status), exit.text);
-    }
-    return text;
-}
-
-std::string markdownOf(const Row& row) {
-    std::string text = std::string("\n## das ") + row.name + "\n\n    " + HelpText::usage(row) +
-                       "\n\n" + wrapped(std::string(row.summary) + ". " + row.description, 0) +
-                       "\n";
-    std::string arguments;
-    for (const Argument& argument : row.arguments) {
-        arguments += markdownRow(std::string("`") + argument.name + "`", argument.text);
-    }
-    text += markdownTable("Argument", arguments);
-    text += markdownTable("Option", markdownOf(optionsOf(row)));
-    text += markdownTable("Exit status", markdownOf(row.exits)) + "\nFor example:\n\n";
-    for (const Example& example : row.examples) {
-        text += std::string("    # ") + example.text + "\n    " + example.line + "\n";
     }
     return text;
 }
@@ -174,13 +125,13 @@ std::string HelpText::usage(const Row& row) {
 std::string HelpText::ofAll() {
     std::string text =
         "The host of the telephone's data access service.\n"
-        "Usage: das [OPTION...] COMMAND ...\n\nOptions, before or behind the command:\n";
+        "Usage: das [OPTION...] COMMAND ...\n\nOptions, before or after the command:\n";
     text += linesOf(commonOptions()) + linesOf({HelpOption, VersionOption, CompleteOption}) +
             "\nCommands:\n";
     for (const Row& row : rows()) {
         text += line(row.name, row.summary);
     }
-    return text + "\ndas help COMMAND tells more of each.\n";
+    return text + "\ndas help COMMAND prints more about each.\n";
 }
 
 std::string HelpText::of(const Row& row) {
@@ -218,27 +169,6 @@ std::string HelpText::manualPage() {
     text += ".SH ENVIRONMENT\n";
     for (const Variable& variable : environment()) {
         text += roffItem(variable.name, variable.text);
-    }
-    return text;
-}
-
-std::string HelpText::markdown() {
-    std::string text =
-        "# Commands\n\nEach command of `das`, as `das help --markdown` writes it from the table "
-        "that "
-        "makes the\nhelp; a test fails when this page is out of date. [das.md](das.md) tells what "
-        "they have in\ncommon. The examples work in the folder of `das demo`.\n";
-    std::string variables;
-    for (const Variable& variable : environment()) {
-        variables += markdownRow(std::string("`") + variable.name + "`", variable.text);
-    }
-    text += markdownTable(
-        "Option of every command",
-        markdownOf(commonOptions()) + markdownOf({HelpOption, VersionOption, CompleteOption}));
-    text += markdownTable("Exit status", markdownOf(exitsOf(Row())));
-    text += markdownTable("Environment", variables);
-    for (const Row& row : rows()) {
-        text += markdownOf(row);
     }
     return text;
 }

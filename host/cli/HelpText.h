@@ -5,7 +5,12 @@
 
 #include "cli/CommandTable.h"
 
-/// The texts that are made from the table of commands.
+/**
+ * The texts that are made from the table of commands.
+ *
+ * The texts are for 80 columns, whatever the terminal has: they are also read in files and through
+ * pagers. The manual page says the same in the language of man, which wraps it itself.
+ */
 namespace HelpText {
 
 /// Help of das as a whole.
@@ -16,9 +21,6 @@ std::string of(const CommandTable::Row& row);
 
 /// The manual page, in the language of man.
 std::string manualPage();
-
-/// The reference page, docs/commands.md.
-std::string markdown();
 
 /// "das read SCHEMA", the command with its arguments; those in brackets need not be there.
 std::string usage(const CommandTable::Row& row);

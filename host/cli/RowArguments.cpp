@@ -1,12 +1,17 @@
+// Names are compared with the tables of the schemas exactly as the service does. Settings take any
+// name, since the service makes an item of whatever it is sent.
+
 #include "cli/RowArguments.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <charconv>
 #include <utility>
 
+#include "ClientUtils.h"
 #include "cli/Arguments.h"
-#include "cli/ValueSource.h"
+#include "cli/CallerFile.h"
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 #include "terminal/Utf8.h"
@@ -14,6 +19,12 @@
 namespace {
 
 const char* const ValuesName = "NAME=VALUE";
+
+/// Stands for standard input in the place of a value.
+const char* const FromInput = "@-";
+
+/// No message over a socket can be larger; and a device may have no end.
+constexpr std::size_t LargestValue = 8 * 1024 * 1024;
 
 /// Parts of a name that a read of contacts may look for.
 const std::vector<std::string> Patterns = {"SurnameLike", "FirstnameLike"};
@@ -32,11 +43,6 @@ bool isNumbered(const KnownSchemas::Entry& schema) {
     }
     return RequestText::formOf(schema) == RequestText::Form::Rows && schema.key.empty() &&
            !schema.defaultRows.empty();
-}
-
-bool isNumber(const std::string& text) {
-    const std::size_t begin = text.rfind('-', 0) == 0 ? 1 : 0;
-    return text.size() > begin && text.find_first_not_of("0123456789", begin) == std::string::npos;
 }
 
 std::vector<std::string> namesOf(const KnownSchemas::Entry& schema) {
@@ -70,20 +76,49 @@ bool isElementName(const std::string& name) {
            std::all_of(name.begin(), name.end(), isOk) && Utf8::isValid(name);
 }
 
+/// Names that have a meaning of their own in a request. An item can't have them: the service would
+/// read its value as a part of the frame.
 const std::vector<std::string> FrameElements = {"Schema", "ReasonForMessage", "Context",
                                                 "ResultCols", "Entry"};
 
-/// The command that sends a reason.
+/// The commands that the reasons of @p schema are sent by.
 std::string commandsFor(const KnownSchemas::Entry& schema) {
     const std::pair<const char*, const char*> commands[] = {{"update_request", "set"},
                                                             {"write_request", "write"},
                                                             {"delete_request", "delete"},
                                                             {"read_request", "read"}};
-    std::string text;
+    std::vector<std::string> names;
     for (const auto& [reason, command] : commands) {
-        text += schema.has(reason) ? (text.empty() ? "" : ", ") + std::string(command) : "";
+        if (schema.has(reason)) {
+            names.emplace_back(command);
+        }
     }
-    return text;
+    return ClientUtils::join(names, ", ");
+}
+
+/**
+ * Replaces @p value by what it stands for: "@FILE" by the contents of a file and "@-" by standard
+ * input, less one line feed at the end, and "@@TEXT" by "@TEXT". Other values stay. So a secret
+ * need not be on the command line, where every user of the machine can see it. False when it can't
+ * be read, which has been reported.
+ */
+bool readValueOf(const std::string& name, std::string& value) {
+    if (value.rfind('@', 0) != 0) {
+        return true;
+    }
+    const std::string source = value.substr(1);
+    if (source.rfind('@', 0) == 0) {
+        value = source;
+        return true;
+    }
+    const int error = CallerFile::readLess(source, LargestValue, value);
+    if (error != 0) {
+        Complaint::reportError(name + "=@" + source, error,
+                               error == EFBIG
+                                   ? "a value has at most 8 MiB"
+                                   : "@FILE is a file, @- standard input, @@TEXT the value @TEXT");
+    }
+    return error == 0;
 }
 
 }  // namespace
@@ -91,26 +126,19 @@ std::string commandsFor(const KnownSchemas::Entry& schema) {
 const KnownSchemas::Entry* RowArguments::findSchema(const std::string& name) {
     const KnownSchemas::Entry* const schema = KnownSchemas::find(name);
     if (schema == nullptr) {
-        Complaint::tell(name + ": no such schema", NearMisses::question(name, KnownSchemas::names(),
-                                                                        "das schemas lists them"));
+        Complaint::report(
+            name + ": no such schema",
+            NearMisses::question(name, KnownSchemas::names(), "das schemas lists them"));
     }
     return schema;
-}
-
-std::string RowArguments::joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
 }
 
 bool RowArguments::checkApart(const std::string& command, const Arguments& arguments,
                               const std::vector<std::pair<const char*, const char*>>& pairs) {
     for (const auto& [one, other] : pairs) {
         if (arguments.has(one) && arguments.has(other)) {
-            Complaint::tell(command + ": " + one + " and " + other + " say different things",
-                            "leave one of them out");
+            Complaint::report(command + ": " + one + " and " + other + " exclude each other",
+                              "leave one of them out");
             return false;
         }
     }
@@ -121,9 +149,14 @@ bool RowArguments::checkUser(const std::optional<std::string>& user) {
     if (!user || *user == "base" || *user == "visitor") {
         return true;
     }
-    Complaint::tell(*user + ": no such user",
-                    NearMisses::question(*user, {"base", "visitor"}, "base or visitor"));
+    Complaint::report(*user + ": no such user",
+                      NearMisses::question(*user, {"base", "visitor"}, "base or visitor"));
     return false;
+}
+
+bool RowArguments::isNumber(const std::string& text) {
+    const std::size_t begin = text.rfind('-', 0) == 0 ? 1 : 0;
+    return text.size() > begin && text.find_first_not_of("0123456789", begin) == std::string::npos;
 }
 
 bool RowArguments::readNumber(const Arguments& arguments, const std::string& name,
@@ -137,8 +170,8 @@ bool RowArguments::readNumber(const Arguments& arguments, const std::string& nam
     const auto result = std::from_chars(text->data(), end, read);
     if (result.ec != std::errc() || result.ptr != end || read < 0) {
         const bool isTooLarge = result.ec == std::errc::result_out_of_range && (*text)[0] != '-';
-        Complaint::tell(name + " " + *text + (isTooLarge ? ": too large" : ": not a number"),
-                        isTooLarge ? "at most 2147483647" : "a whole number from 0 on");
+        Complaint::report(name + " " + *text + (isTooLarge ? ": too large" : ": not a number"),
+                          isTooLarge ? "at most 2147483647" : "a whole number from 0 on");
         return false;
     }
     number = static_cast<std::size_t>(read);
@@ -159,16 +192,17 @@ bool RowArguments::read(const Arguments& arguments, const std::string& command,
 
 bool RowArguments::readValues(const Arguments& arguments) {
     bool isInputRead = false;
+    // Checked twice: as typed, and once more after a file was read in its place.
     for (const std::string& text : arguments.all(ValuesName)) {
         if (!readPair(text, namesOf(*m_schema), m_values) || !checkRepeated(m_values)) {
             return false;
         }
         auto& [name, value] = m_values.back();
-        if (ValueSource::isStandardInput(value) && std::exchange(isInputRead, true)) {
-            Complaint::tell(name + "=@-: standard input is read already", "name a file");
+        if (value == FromInput && std::exchange(isInputRead, true)) {
+            Complaint::report(name + "=@-: standard input can be read only once", "name a file");
             return false;
         }
-        if (!ValueSource::read(name, value) || !checkValue(name, value)) {
+        if (!readValueOf(name, value) || !checkValue(name, value)) {
             return false;
         }
     }
@@ -178,7 +212,7 @@ bool RowArguments::readValues(const Arguments& arguments) {
 bool RowArguments::takesStandardInput(const Arguments& arguments) {
     const auto& texts = arguments.all(ValuesName);
     return std::any_of(texts.begin(), texts.end(), [](const std::string& text) {
-        return ValueSource::isStandardInput(text.substr(text.find('=') + 1));
+        return text.substr(text.find('=') + 1) == FromInput;
     });
 }
 
@@ -187,7 +221,7 @@ bool RowArguments::checkRepeated(const RequestText::Values& values) const {
     const bool isRepeated = std::any_of(values.begin(), values.end() - 1,
                                         [&](const auto& value) { return value.first == name; });
     if (isRepeated && !contains(m_schema->itemElements, name)) {
-        Complaint::tell(m_what + ": " + name + " is given twice", "one value for each");
+        Complaint::report(m_what + ": " + name + " is given twice", "give it one value");
         return false;
     }
     return true;
@@ -197,8 +231,8 @@ bool RowArguments::checkReason(const std::string& command, const std::string& re
     if (m_schema->has(reason)) {
         return true;
     }
-    Complaint::tell(m_what + ": " + m_schema->name + " has no " + reason,
-                    "das " + command + " does not go there; it takes " + commandsFor(*m_schema));
+    Complaint::report(m_what + ": " + m_schema->name + " has no " + reason,
+                      "das " + command + " does not go there; it takes " + commandsFor(*m_schema));
     return false;
 }
 
@@ -211,15 +245,15 @@ bool RowArguments::checkName(const std::string& name, const std::vector<std::str
         if (isElementName(name) && !contains(FrameElements, name)) {
             return true;
         }
-        Complaint::tell(name + ": no item can have this name",
-                        "letters, digits and underscores, a letter in front");
+        Complaint::report(name + ": an item can't have this name",
+                          "use letters, digits and underscores, a letter first");
         return false;
     }
     if (contains(names, name)) {
         return true;
     }
-    Complaint::tell(name + ": " + m_schema->name + " has no such column",
-                    columnAdvice(name, names));
+    Complaint::report(name + ": " + m_schema->name + " has no such column",
+                      columnAdvice(name, names));
     return false;
 }
 
@@ -236,14 +270,14 @@ std::string RowArguments::columnAdvice(const std::string& name,
     if (found != columns.end() && columns.size() == m_schema->elements.size() + 1) {
         return "it is called " + m_schema->elements[place - 1] + " here";
     }
-    return NearMisses::question(name, names, "it has " + joined(names));
+    return NearMisses::question(name, names, "it has " + ClientUtils::join(names, ", "));
 }
 
 bool RowArguments::readPair(const std::string& text, const std::vector<std::string>& names,
                             RequestText::Values& pairs) const {
     const std::size_t sign = text.find('=');
     if (sign == std::string::npos || sign == 0) {
-        Complaint::tell(text + ": not of the form NAME=VALUE");
+        Complaint::report(text + ": not of the form NAME=VALUE");
         return false;
     }
     std::string name = text.substr(0, sign);
@@ -260,8 +294,8 @@ bool RowArguments::readPair(const std::string& text, const std::vector<std::stri
 
 bool RowArguments::checkValue(const std::string& name, const std::string& value) {
     if (Utf8::forXml(value) != value) {
-        Complaint::tell(name + ": the value is no UTF-8, or has a control character",
-                        "a request can't carry it");
+        Complaint::report(name + ": the value is no UTF-8, or has a control character",
+                          "a request can't carry it");
         return false;
     }
     return true;
@@ -270,19 +304,20 @@ bool RowArguments::checkValue(const std::string& name, const std::string& value)
 bool RowArguments::readConditions(const Arguments& arguments, const std::string& reason) {
     const bool isSettings = form() == RequestText::Form::Settings;
     if (isSettings && (arguments.has("--id") || arguments.has("--where"))) {
-        Complaint::tell(m_what + ": settings have no rows, so --id and --where name nothing",
-                        "items are named by their names");
+        Complaint::report(m_what + ": settings have no rows for --id and --where",
+                          "name the items themselves");
         return false;
     }
     const auto id = arguments.value("--id");
     if (arguments.all("--id").size() > 1) {
-        Complaint::tell(m_what + ": --id is given twice", "one row at a time");
+        Complaint::report(m_what + ": --id is given twice", "name one row");
         return false;
     }
     if (id && id->empty()) {
-        Complaint::tell(m_what + ": --id is empty, which names no row");
+        Complaint::report(m_what + ": --id is empty", "name a row");
         return false;
     }
+    // The number is a condition like others, by the element that names it in this schema.
     if (id && !readCondition(RequestText::idElement(*m_schema) + "=" + *id, reason)) {
         return false;
     }
@@ -299,8 +334,8 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
     const auto names = conditionsOf(*m_schema, reason);
     const std::string column = text.substr(0, text.find('='));
     if (contains(namesOf(*m_schema), column) && !contains(names, column)) {
-        Complaint::tell(m_what + ": no row can be looked for by " + column,
-                        "by " + RowArguments::joined(names));
+        Complaint::report(m_what + ": the service does not search by " + column,
+                          "search by " + ClientUtils::join(names, ", "));
         return false;
     }
     if (!readPair(text, names, read)) {
@@ -309,19 +344,20 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
     const auto& [name, value] = read.front();
     if (std::any_of(m_conditions.begin(), m_conditions.end(),
                     [&name = name](const auto& one) { return one.first == name; })) {
-        Complaint::tell(m_what + ": " + name + " is asked for twice", "one value a column");
+        Complaint::report(m_what + ": " + name + " is named twice", "give each column one value");
         return false;
     }
     if (name == RequestText::idElement(*m_schema) && isNumbered(*m_schema) && !value.empty() &&
         !isNumber(value)) {
-        Complaint::tell(m_what + ": " + value + " is no number",
-                        "the rows of " + m_schema->name + " are numbered");
+        Complaint::report(m_what + ": " + value + " is no number",
+                          "the rows of " + m_schema->name + " are numbered");
         return false;
     }
     // The service leaves out a condition that is blank, and means every row then.
     if (value.empty() && form() == RequestText::Form::List && reason != "update_request") {
-        Complaint::tell(m_what + ": " + name + " is blank, by which no row can be looked for",
-                        "give a value");
+        Complaint::report(
+            m_what + ": " + name + " is blank, and the service ignores a blank condition",
+            "give a value");
         return false;
     }
     m_conditions.push_back(read.front());

@@ -10,8 +10,15 @@
 
 class Arguments;
 
-/// The arguments that commands on rows have in common: the schema, the user, and which rows. Each
-/// check tells what is wrong, and what may have been meant, on standard error.
+/**
+ * The arguments that commands on rows have in common: the schema, the user, and which rows. Each
+ * check reports on standard error what is wrong, and what may have been meant.
+ *
+ * The service itself is lenient: it ignores an unknown element, and leaves out a condition that is
+ * blank, so that a deletion by it reaches every row. A program has to know that; a person who
+ * mistypes a column must not lose a phone book. So everything is checked here, by the tables of the
+ * schemas, before anything is sent.
+ */
 class RowArguments {
 public:
     /// Looks at SCHEMA, --context, --id, --where, and at the values of NAME=VALUE. False when any
@@ -19,8 +26,10 @@ public:
     [[nodiscard]] bool read(const Arguments& arguments, const std::string& command,
                             const std::string& reason);
 
+    /// Valid after read(); so are all others.
     const KnownSchemas::Entry& schema() const { return *m_schema; }
     RequestText::Form form() const { return RequestText::formOf(*m_schema); }
+    /// The user of --context; none for the current user.
     const std::optional<std::string>& context() const { return m_context; }
 
     /// The conditions of --id and --where, by elements.
@@ -35,38 +44,44 @@ public:
     /// Whether a value is to be read from standard input.
     static bool takesStandardInput(const Arguments& arguments);
 
-    /// Whether @p name may be an element of a request; told when not.
+    /// Whether @p name may be an element of a request; reported when not.
     [[nodiscard]] bool checkName(const std::string& name) const;
 
     /// Checks the schema alone, and that @p user is one.
     static const KnownSchemas::Entry* findSchema(const std::string& name);
     [[nodiscard]] static bool checkUser(const std::optional<std::string>& user);
 
+    /// Whether @p text is a whole number, of any size.
+    static bool isNumber(const std::string& text);
+
     /// Reads a whole number that is not negative from the option @p name into @p number, which
-    /// stays when it was not given. False when it is none, which has been told.
+    /// stays when it was not given. False when it is no such number, which has been reported.
     [[nodiscard]] static bool readNumber(const Arguments& arguments, const std::string& name,
                                          std::size_t& number);
 
-    /// Names with commas between them, for messages.
-    static std::string joined(const std::vector<std::string>& names);
-
-    /// Whether of each of @p pairs of arguments and options one at least is missing; told when not.
+    /// Whether of each of @p pairs of arguments and options one at least is missing; reported when
+    /// not.
     static bool checkApart(const std::string& command, const Arguments& arguments,
                            const std::vector<std::pair<const char*, const char*>>& pairs);
 
 private:
+    /// Splits NAME=VALUE and checks both parts; @p names are the names that may stand there.
     bool readPair(const std::string& text, const std::vector<std::string>& names,
                   RequestText::Values& pairs) const;
     /// Looks at NAME=VALUE, and reads the values that stand in files.
     bool readValues(const Arguments& arguments);
+    /// Whether a request can carry @p value.
     static bool checkValue(const std::string& name, const std::string& value);
     /// Whether the last of @p values is the first of its name, or an element of a call.
     bool checkRepeated(const RequestText::Values& values) const;
+    /// Looks at --id and --where.
     bool readConditions(const Arguments& arguments, const std::string& reason);
+    /// Looks at one of them.
     bool readCondition(const std::string& text, const std::string& reason);
     bool checkName(const std::string& name, const std::vector<std::string>& names) const;
     /// What to try in place of the column @p name, which requests do not have.
     std::string columnAdvice(const std::string& name, const std::vector<std::string>& names) const;
+    /// Whether the schema takes requests of @p reason.
     bool checkReason(const std::string& command, const std::string& reason) const;
 
     const KnownSchemas::Entry* m_schema = nullptr;

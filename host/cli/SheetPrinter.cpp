@@ -1,30 +1,30 @@
+// A format is a function from a sheet to a text; the text is written at once, so that a reader that
+// goes away is noticed and a terminal shows whole tables.
+
 #include "cli/SheetPrinter.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "cli/Arguments.h"
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 #include "terminal/Output.h"
+#include "terminal/Quotes.h"
 #include "terminal/TableText.h"
 #include "terminal/TerminalText.h"
+#include "terminal/Utf8.h"
 
 namespace {
 
 const std::vector<std::string> FormatNames = {"raw", "json", "table", "csv"};
 
 std::string csvCell(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string cell = "\"";
-    for (const char character : text) {
-        cell += character == '"' ? "\"\"" : std::string(1, character);
-    }
-    return cell + "\"";
+    return text.find_first_of(",\"\r\n") == std::string::npos ? text : quoted(text, '"', "\"\"");
 }
 
+/// @p cellText makes of a cell what the format needs.
 template <typename CellText>
 void appendLine(std::string& text, const std::vector<std::string>& cells, char between,
                 CellText cellText) {
@@ -45,24 +45,25 @@ std::string linesOf(const Sheet& sheet, char between, CellText cellText) {
 }
 
 /// The control characters that JSON lets stand as they are: 7F, and C2 80 to C2 9F.
-std::string withoutControls(const std::string& json) {
+std::string withoutControls(std::string_view json) {
     std::string text;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        const bool isLead = json[i] == '\xc2' && i + 1 < json.size();
-        const auto next = static_cast<unsigned char>(isLead ? json[i + 1] : 0);
-        if (json[i] == '\x7f') {
-            text += "\\u007f";
-        } else if (isLead && next >= 0x80 && next < 0xa0) {
-            constexpr const char* digits = "0123456789abcdef";
-            text += std::string("\\u00") + digits[next >> 4] + digits[next & 0xf];
-            ++i;
+    while (!json.empty()) {
+        char32_t number = 0;
+        const std::string_view character = Utf8::first(json, number);
+        if (number >= 0x7f && number < 0xa0) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(number));
+            text += escape;
         } else {
-            text += json[i];
+            text += character;
         }
+        json.remove_prefix(character.size());
     }
     return text;
 }
 
+/// Cells are strings in any case: the service keeps texts, and "007" is no number. Bytes that are
+/// no UTF-8, which JSON can't carry, are replaced.
 std::string jsonOf(const Sheet& sheet) {
     auto all = nlohmann::ordered_json::array();
     for (const auto& row : sheet.rows) {
@@ -76,28 +77,17 @@ std::string jsonOf(const Sheet& sheet) {
            "\n";
 }
 
-bool mayColour() {
-    const char* const terminal = std::getenv("TERM");
-    const char* const none = std::getenv("NO_COLOR");
-    return (none == nullptr || *none == 0) && terminal != nullptr &&
-           std::string(terminal) != "dumb";
-}
-
 }  // namespace
 
 bool SheetPrinter::check(const Arguments& arguments) {
     const auto format = arguments.value("--output");
-    if (!format) {
-        return true;
+    const bool isKnown =
+        !format || std::find(FormatNames.begin(), FormatNames.end(), *format) != FormatNames.end();
+    if (!isKnown) {
+        Complaint::report("--output " + *format + ": no such format",
+                          NearMisses::question(*format, FormatNames, "raw, json, table or csv"));
     }
-    for (const std::string& name : FormatNames) {
-        if (*format == name) {
-            return true;
-        }
-    }
-    Complaint::tell("--output " + *format + ": no such format",
-                    NearMisses::question(*format, FormatNames, "raw, json, table or csv"));
-    return false;
+    return isKnown;
 }
 
 SheetPrinter::SheetPrinter(const Arguments& arguments, Output& output)
@@ -107,11 +97,10 @@ SheetPrinter::SheetPrinter(const Arguments& arguments, Output& output)
       m_output(output) {}
 
 SheetPrinter::Format SheetPrinter::formatOf(const Arguments& arguments, const Output& output) {
-    const std::string name = arguments.text("--output");
-    for (std::size_t i = 0; i < FormatNames.size(); ++i) {
-        if (name == FormatNames[i]) {
-            return static_cast<Format>(i);
-        }
+    const auto found =
+        std::find(FormatNames.begin(), FormatNames.end(), arguments.text("--output"));
+    if (found != FormatNames.end()) {
+        return static_cast<Format>(found - FormatNames.begin());
     }
     return output.isTerminal() && !arguments.has("--plain") ? Format::Terminal : Format::Plain;
 }
@@ -119,24 +108,27 @@ SheetPrinter::Format SheetPrinter::formatOf(const Arguments& arguments, const Ou
 std::string SheetPrinter::textOf(const Sheet& sheet, const std::string& raw) const {
     switch (m_format) {
         case Format::Raw:
-            return raw.empty() ? linesOf(sheet, '\t', TerminalText::visible) : raw + "\n";
+            if (!raw.empty()) {
+                return raw + "\n";
+            }
+            [[fallthrough]];
+        case Format::Plain:
+            return linesOf(sheet, '\t', TerminalText::visible);
         case Format::Json:
             return jsonOf(sheet);
         case Format::Table:
             return TableText::aligned(sheet);
         case Format::Csv:
             return linesOf(sheet, ',', csvCell);
-        case Format::Plain:
-            return linesOf(sheet, '\t', TerminalText::visible);
         case Format::Terminal:
             break;
     }
-    return TableText::fitting(sheet, m_output.columns(), mayColour());
+    return TableText::fitting(sheet, m_output.columns(), m_output.mayColour());
 }
 
 int SheetPrinter::print(const Sheet& sheet, const std::string& raw) {
     const std::string text = m_isForPeople && sheet.isTable
                                  ? textOf(TableText::forPeople(sheet), raw)
                                  : textOf(sheet, raw);
-    return m_output.write(text) ? 0 : Complaint::outputFailed();
+    return m_output.print(text);
 }

@@ -19,22 +19,25 @@ class Output;
  */
 class SheetPrinter {
 public:
-    /// Looks at the options. False when the format is none, which has been told then.
+    /// Looks at the options. False when there is no such format, which has been reported then.
     static bool check(const Arguments& arguments);
 
     /// @p output must outlive the printer.
     SheetPrinter(const Arguments& arguments, Output& output);
 
-    /// Whether a terminal is to be filled, which lets what does not fit go.
+    /// Whether a terminal is filled, where what does not fit may be left out.
     bool isForTerminal() const { return m_format == Format::Terminal; }
 
-    /// Prints @p sheet; @p raw, the words of the service, in its place when "raw" is asked for. A
-    /// blank @p raw stands for plain text. Gives the exit status; a failed write has been told.
+    /// Prints @p sheet; @p raw, the answer of the service, in its place when "raw" is asked for. A
+    /// blank @p raw stands for plain text. Returns the exit status; a failed write has been
+    /// reported.
     int print(const Sheet& sheet, const std::string& raw = "");
 
 private:
+    /// Those that have a name in --output stand first, in the order of their names.
     enum class Format { Raw, Json, Table, Csv, Plain, Terminal };
 
+    /// The format that the options ask for, else the one that fits where the output goes.
     static Format formatOf(const Arguments& arguments, const Output& output);
     std::string textOf(const Sheet& sheet, const std::string& raw) const;
 

@@ -1,8 +1,8 @@
 #include "cli/ShellWords.h"
 
-#include "cli/Command.h"
 #include "cli/CommandTable.h"
 
+// A word may be empty, by quotes, so whether one has begun is kept apart from its text.
 bool ShellWords::split(const std::string& line, std::vector<std::string>& words) {
     std::string word;
     char quote = 0;
@@ -36,9 +36,8 @@ bool ShellWords::split(const std::string& line, std::vector<std::string>& words)
 std::vector<std::string> ShellWords::commands() {
     std::vector<std::string> names;
     for (const CommandTable::Row& row : CommandTable::rows()) {
-        const auto command = row.make();
         const bool isShell = std::string(row.name) == "shell";
-        if (!isShell && dynamic_cast<SessionCommand*>(command.get()) != nullptr) {
+        if (!isShell && std::holds_alternative<CommandTable::Make>(row.action)) {
             names.emplace_back(row.name);
         }
     }

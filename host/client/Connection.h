@@ -5,13 +5,19 @@
 
 #include "Method.h"
 
-/// A conversation with the service, in this process or over the socket of a host.
+/**
+ * A conversation with the service, in this process or over the socket of a host.
+ *
+ * Commands do not know which of both they have. Calls and answers are objects on either way; only
+ * the connection over the socket writes and reads text. One thread at a time.
+ */
 class Connection {
 public:
+    /// What became of a call.
     enum class Result {
         Answered,
-        NotSent,    ///< the call is longer than a host takes
-        NoAnswer    ///< the host is gone, or said that this was no request
+        NotSent,  ///< the call is longer than a host takes
+        NoAnswer  ///< the host is gone, or said that this was no request
     };
 
     virtual ~Connection() = default;

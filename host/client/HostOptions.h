@@ -6,7 +6,7 @@
 
 #include "terminal/ExitStatus.h"
 
-/// What stands on the command line beside the command. An option that was not given leaves the
+/// What stands on the command line next to the command. An option that was not given leaves the
 /// environment as it is.
 struct HostOptions {
     std::optional<std::string> db;      ///< directory of phone.db; takes the place of DB_PATH

@@ -1,3 +1,5 @@
+// A one-way call is done when it returns, as nothing is sent.
+
 #include "client/LocalConnection.h"
 
 #include <utility>

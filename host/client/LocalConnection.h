@@ -8,13 +8,16 @@
 class Client;
 class ServiceHost;
 
-/// A conversation with the service of this process. Calls and answers are handed over as they are.
+/// A conversation with the service of this process. Calls and answers are handed over as they are,
+/// through the same dispatcher that serves clients of a socket: so a command sees the same methods,
+/// the same failures and the same order of things on both ways.
 class LocalConnection : public Connection {
 public:
     /// @p host has been started and outlives the connection.
     explicit LocalConnection(ServiceHost& host);
 
     Result exchange(Method request, Method& answer) override;
+    /// Always true: the call is done when this returns.
     bool callOneWay(Method request) override;
 
 private:

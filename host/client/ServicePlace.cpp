@@ -1,3 +1,5 @@
+// A host is looked for by connecting: the file of a socket outlives its host.
+
 #include "client/ServicePlace.h"
 
 #include <sys/stat.h>
@@ -52,11 +54,11 @@ bool ServicePlace::hasDatabase() {
         // A host that is there and forbidden is the more likely reason.
         const bool isForbidden =
             std::getenv("DB_PATH") == nullptr && stat(SocketOfInstalledHost, &status) == 0;
-        Complaint::tell("no database in " + folderOfDatabase(),
-                        isForbidden
-                            ? whyNotAnswered(SocketOfInstalledHost)
-                            : "name its folder by --db or DB_PATH, or a running host by "
-                              "--socket or DAS_SOCKET; das demo DIR makes a telephone to try");
+        Complaint::report("no database in " + folderOfDatabase(),
+                          isForbidden
+                              ? whyNotAnswered(SocketOfInstalledHost)
+                              : "name its folder by --db or DB_PATH, or a running host by "
+                                "--socket or DAS_SOCKET; das demo DIR makes a telephone to try");
     }
     return !isMissing;
 }

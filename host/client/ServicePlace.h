@@ -7,6 +7,10 @@ struct HostOptions;
  * Where a command finds the service. In this order: the socket of --socket; the folder of --db or
  * DB_PATH, in the process of the command; the socket of DAS_SOCKET; the socket of the installed
  * host, if a host answers there; the working directory.
+ *
+ * What is named explicitly wins, and what is named by an option wins over the environment. A socket
+ * that is named and does not answer is an error, never a reason to look further: a command that
+ * then worked on another database would do harm.
  */
 namespace ServicePlace {
 

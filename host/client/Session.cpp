@@ -1,3 +1,6 @@
+// Both kinds of sessions differ in where failures come from: the log of this process, which an ear
+// listens to, or the host, which is asked after a call that failed.
+
 #include "client/Session.h"
 
 #include "Method.h"
@@ -14,6 +17,7 @@
 
 namespace {
 
+/// Starts the service in this process and ends it with the session.
 class LocalSession : public Session {
 public:
     explicit LocalSession(Manner manner)
@@ -49,12 +53,13 @@ private:
     std::unique_ptr<LocalConnection> m_connection;
 };
 
+/// Talks to a host. The progress of its work is not known, only that it lasts.
 class RemoteSession : public Session {
 public:
     [[nodiscard]] bool open(const std::string& socket) {
         std::string error;
         if (!m_connection.open(socket, error)) {
-            Complaint::tell(error);
+            Complaint::report(error);
             return false;
         }
         return true;
@@ -108,16 +113,16 @@ bool Session::call(const Method& method, Method& answer) {
     const Connection::Result result = connection().exchange(method, answer);
     Progress::report({"", 0, 1, 1});
     if (result == Connection::Result::NotSent) {
-        Complaint::tell("the request is no UTF-8, or longer than a message may be");
+        Complaint::report("the request is not sent: it is no UTF-8, or longer than 8 MiB");
     } else if (result == Connection::Result::NoAnswer) {
-        Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
+        Complaint::report("the host has not answered", "it has ended, or it is no host of das");
     }
     return result == Connection::Result::Answered;
 }
 
 std::optional<std::string> Session::ask(const std::string& request) {
     if (!Utf8::isValid(request)) {
-        Complaint::tell("the request is no UTF-8, or longer than a message may be");
+        Complaint::report("the request is not sent: it is no UTF-8, or longer than 8 MiB");
         return std::nullopt;
     }
     Method answer;
@@ -126,7 +131,7 @@ std::optional<std::string> Session::ask(const std::string& request) {
         return std::nullopt;
     }
     if (!answer.getStringParameter("Response", text)) {
-        Complaint::tell("the host's answer holds no response", "it is no host of das");
+        Complaint::report("the host's answer holds no response", "it is no host of das");
         return std::nullopt;
     }
     return text;
@@ -136,23 +141,23 @@ std::optional<std::string> Session::askFor(const std::string& what, const std::s
                                            const std::string& advice) {
     auto answer = ask(request);
     if (answer && Answers::isRefusal(*answer)) {
-        Complaint::tell(what + ": not allowed", "the access rules of the host decide");
+        Complaint::report(what + ": not allowed", "the access rules of the host decide");
         return std::nullopt;
     }
     if (answer && (*answer == "failure" || Answers::isFailure(*answer))) {
-        tellFailure(what, advice);
+        reportFailure(what, advice);
         return std::nullopt;
     }
     return answer;
 }
 
-int Session::tellFailure(const std::string& what, const std::string& advice) {
+int Session::reportFailure(const std::string& what, const std::string& advice) {
     const std::string words = takeFailures().text();
     const std::string known = FailureWords::adviceFor(words);
-    Complaint::tell(what + ": the service answered a failure: " +
-                        (words.empty() ? "it gives no reason" : words),
-                    !known.empty()                     ? known
-                    : words.empty() && !advice.empty() ? advice
-                                                       : placeOfLog());
+    Complaint::report(what + ": the service answered a failure: " +
+                          (words.empty() ? "it gives no reason" : words),
+                      !known.empty()                     ? known
+                      : words.empty() && !advice.empty() ? advice
+                                                         : placeOfLog());
     return ExitFailure;
 }

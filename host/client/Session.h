@@ -12,41 +12,45 @@ class Method;
 class Output;
 struct HostOptions;
 
-/// A conversation with the service for people's commands: with that of this process, or with a
+/// A conversation with the service for people's commands: with the one of this process, or with a
 /// running host.
+///
+/// More than a connection: failures come with the reasons that the service has logged, progress is
+/// shown while an answer takes long, and everything that goes wrong is reported before the call
+/// returns.
 class Session {
 public:
     enum class Manner {
-        ForPeople,  ///< the reasons of failures are heard, and the start is silent
+        ForPeople,  ///< the reasons of failures are collected, and the start is silent
         Plain       ///< log and printed lines of the service stay as they are
     };
 
     /**
      * Starts the service, or connects to the host that @p options name.
      *
-     * @param status takes the exit status when the result is null; what went wrong has been told on
-     *               standard error then
+     * @param status takes the exit status when the result is null; what went wrong has been
+     * reported on standard error then
      */
     static std::unique_ptr<Session> open(const HostOptions& options, int& status,
                                          Manner manner = Manner::ForPeople);
 
     virtual ~Session() = default;
 
-    /// Has @p method carried out. False when there is nobody left to answer, which has been told.
+    /// Has @p method carried out. False when no host is left to answer, which has been reported.
     [[nodiscard]] bool call(const Method& method, Method& answer);
 
-    /// Has the service answer @p request; none when there is nobody left to answer, or when the
-    /// request is none that can be sent, both of which have been told.
+    /// Has the service answer @p request; none when no host is left to answer, or when the request
+    /// can't be sent, both of which have been reported.
     std::optional<std::string> ask(const std::string& request);
 
     /// Sends @p request, which is one of @p what ("read PhoneBook"). As ask(), and a failure is
-    /// told as tellFailure() does, and gives none.
+    /// reported as reportFailure() does, without a result.
     std::optional<std::string> askFor(const std::string& what, const std::string& request,
                                       const std::string& advice = "");
 
-    /// Tells that @p what failed, with the reasons that are known and what helps against them;
-    /// @p advice helps where no reason is known. Gives the exit status.
-    int tellFailure(const std::string& what, const std::string& advice = "");
+    /// Reports that @p what failed, with the reasons that are known and what helps against them;
+    /// @p advice helps where no reason is known. Returns the exit status.
+    int reportFailure(const std::string& what, const std::string& advice = "");
 
     /// What the service has logged of failures in the last call.
     virtual FailureWords takeFailures() = 0;
@@ -54,10 +58,10 @@ public:
     /// Whether the service is in this process, and the telephone's files are those of this process.
     virtual bool isLocal() const = 0;
 
-    /// Where answers are written.
+    /// Where answers are written. Owned by the session.
     virtual Output& output() = 0;
 
-    /// The conversation itself, for those who need more of it.
+    /// The conversation itself, for commands that need more of it.
     virtual Connection& connection() = 0;
 
 protected:

@@ -1,3 +1,6 @@
+// One call is under way at a time, so all calls have the same id; what comes without it is not for
+// us.
+
 #include "client/SocketConnection.h"
 
 #include <sys/socket.h>
@@ -72,6 +75,7 @@ Connection::Result SocketConnection::exchange(Method request, Method& answer) {
     if (call.size() > LineCutter::MessageLimit) {
         return Result::NotSent;
     }
+    // What a listener hears may come first.
     std::string line;
     bool isOpen = sendLine(call) && readLine(line);
     while (isOpen) {
@@ -110,8 +114,8 @@ bool SocketConnection::sendLine(const std::string& line) {
 bool SocketConnection::readLine(std::string& line) {
     std::string_view found;
     while (m_lines.next(found) != LineCutter::Found::Line) {
-        const LineCutter::Room room = m_lines.room();
-        const ssize_t count = recv(m_descriptor, room.begin, room.size, 0);
+        const auto space = m_lines.room();
+        const ssize_t count = recv(m_descriptor, space.begin, space.size, 0);
         if (count == 0 || (count < 0 && errno != EINTR)) {
             return false;
         }

@@ -6,7 +6,8 @@
 #include "client/Connection.h"
 #include "wire/LineCutter.h"
 
-/// A conversation with a running host over its socket.
+/// A conversation with a running host over its socket, in JSON-RPC. It waits as long as the host is
+/// connected: an upgrade or an import may take minutes, and a host that ends closes the socket.
 class SocketConnection : public Connection {
 public:
     SocketConnection();
@@ -18,7 +19,9 @@ public:
     /// @p error. To be called once.
     [[nodiscard]] bool open(const std::string& path, std::string& error);
 
+    /// NoAnswer also for what is no answer: the program at the socket may be no host.
     Result exchange(Method request, Method& answer) override;
+    /// Sends a further call, whose answer says that the first one is done.
     bool callOneWay(Method request) override;
 
     /// Sends @p line with a line feed after it. False when the host is gone.

@@ -1,18 +1,12 @@
 // Commands that change rows: set, write and delete.
 
-#include <memory>
-#include <string>
+#include <algorithm>
 
-#include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/RowArguments.h"
 #include "cli/SheetPrinter.h"
-#include "client/HostOptions.h"
-#include "client/Session.h"
 #include "schemas/AnswerSheet.h"
 #include "schemas/Answers.h"
-#include "schemas/RequestText.h"
-#include "terminal/Complaint.h"
 #include "terminal/Question.h"
 
 namespace {
@@ -37,7 +31,7 @@ public:
     }
 
 protected:
-    /// Whether the arguments say which rows are meant; told when not.
+    /// Whether the arguments say which rows are meant. If not, that is reported.
     virtual bool checkRows(const Arguments& arguments) = 0;
     virtual std::string body() const = 0;
 
@@ -52,23 +46,16 @@ protected:
     virtual std::string adviceOnFailure() const { return ""; }
 
     bool refuse(const std::string& why, const std::string& advice) const {
-        Complaint::tell(m_rows.what() + ": " + why, advice);
-        return false;
-    }
-
-    bool names(const RequestText::Values& values, const std::string& element) const {
-        for (const auto& [name, value] : values) {
-            if (name == element) {
-                return true;
-            }
-        }
+        Complaint::report(m_rows.what() + ": " + why, advice);
         return false;
     }
 
     /// Whether a value names the row: by the key of the table, or as Id.
     bool namesRow(const RequestText::Values& values) const {
-        return names(values, "Id") ||
-               (!m_rows.schema().key.empty() && names(values, m_rows.schema().key.back()));
+        const auto& key = m_rows.schema().key;
+        return std::any_of(values.begin(), values.end(), [&](const auto& value) {
+            return value.first == "Id" || (!key.empty() && value.first == key.back());
+        });
     }
 
     const RowArguments& rows() const { return m_rows; }
@@ -95,12 +82,13 @@ private:
                    : hasRow(session, m_rows.context(), conditions);
     }
 
-    /// Most tables answer the same whether there was a row or none.
+    /// The request is sent all the same, for its answer: most tables answer alike with and without
+    /// a row.
     int sendForNothing(Session& session) const {
         const auto answer = session.ask(
             RequestText::request(m_rows.schema().name, m_reason, m_rows.context(), body()));
-        Complaint::tell(m_rows.what() + ": there is no such row, so nothing changes",
-                        "das read " + m_rows.schema().name + " lists them");
+        Complaint::report(m_rows.what() + ": there is no such row, so nothing changes",
+                          "das read " + m_rows.schema().name + " lists the rows");
         return answer && !Answers::isFailure(*answer) ? ExitSuccess : ExitFailure;
     }
 
@@ -109,7 +97,6 @@ private:
     RowArguments m_rows;
 };
 
-/// "das set": an update.
 class SetCommand : public ChangeCommand {
 public:
     SetCommand() : ChangeCommand("set", "update_request") {}
@@ -119,7 +106,7 @@ public:
         const bool wasThere = key.empty() || hasRow(session, rows().context(), key);
         const int status = ChangeCommand::runIn(session, arguments);
         if (status == ExitSuccess && !wasThere) {
-            tellOfNew(hasRow(session, rows().context(), key));
+            reportNew(hasRow(session, rows().context(), key));
         }
         return status;
     }
@@ -131,15 +118,15 @@ protected:
                 return true;
             case Form::List:
                 return !rows().conditions().empty() ||
-                       refuse("no row is named", "by --id ID or --where COL=VALUE");
+                       refuse("no row is named", "name one by --id ID or --where COL=VALUE");
             case Form::Rows:
                 break;
         }
         if (arguments.has("--where")) {
-            return refuse("a row is set by its number or key alone", "by --id ID");
+            return refuse("a row is set by its number or key alone", "name it by --id ID");
         }
         return namesRow(rows().conditions()) || namesRow(rows().values()) ||
-               refuse("no row is named", "by --id ID");
+               refuse("no row is named", "name one by --id ID");
     }
 
     /// The element that names the row; blank when none does.
@@ -154,15 +141,15 @@ protected:
         return "";
     }
 
-    /// An update of a key that no row has makes one in some tables, and does nothing in others.
-    void tellOfNew(bool isMade) const {
+    /// An update of a key that no row has makes a row in some tables, and does nothing in others.
+    void reportNew(bool isMade) const {
         const std::string& name = rows().schema().name;
         const bool canGo = rows().schema().has("delete_request");
-        Complaint::tell(rows().what() + (isMade ? ": there was no such row, so a new one was made"
-                                                : ": there is no such row, so nothing changes"),
-                        !isMade ? "das read " + name + " lists them"
-                        : canGo ? "das delete " + name + " --id deletes it"
-                                : "no command can delete it");
+        Complaint::report(rows().what() + (isMade ? ": there was no such row, so a new one was made"
+                                                  : ": there is no such row, so nothing changes"),
+                          !isMade ? "das read " + name + " lists the rows"
+                          : canGo ? "das delete " + name + " --id deletes it"
+                                  : "no command deletes it");
     }
 
     std::string body() const override {
@@ -174,7 +161,7 @@ protected:
     }
 };
 
-/// "das write": a new row, whose number is printed.
+/// Prints the number of the new row.
 class WriteCommand : public ChangeCommand {
 public:
     WriteCommand() : ChangeCommand("write", "write_request") {}
@@ -210,7 +197,6 @@ protected:
     }
 };
 
-/// "das delete".
 class DeleteCommand : public ChangeCommand {
 public:
     DeleteCommand() : ChangeCommand("delete", "delete_request") {}
@@ -239,18 +225,18 @@ protected:
         }
         if (arguments.has("ITEM")) {
             return refuse(arguments.text("ITEM") + " is no item of settings",
-                          "rows are named by --id ID or --where COL=VALUE");
+                          "name rows by --id ID or --where COL=VALUE");
         }
         m_all = arguments.has("--all");
         if (m_all && !rows().conditions().empty()) {
-            return refuse("--all and conditions say different things", "leave one of them out");
+            return refuse("--all and conditions exclude each other", "leave one of them out");
         }
         if (m_all && rows().form() == Form::Rows) {
-            return refuse("its rows go one by one", "by --id ID");
+            return refuse("its rows are deleted one by one", "name one by --id ID");
         }
         return m_all || !rows().conditions().empty() ||
                refuse("no row is named",
-                      "by --id ID or --where COL=VALUE, or --all for all rows of the user");
+                      "name it by --id ID or --where COL=VALUE, or all rows of the user by --all");
     }
 
     std::string body() const override {
@@ -265,11 +251,10 @@ protected:
 private:
     bool checkItems(const Arguments& arguments) const {
         if (arguments.has("--all")) {
-            return refuse("items go one by one, so --all has no place here",
-                          "give the names of items");
+            return refuse("settings take no --all", "name the items");
         }
         if (!arguments.has("ITEM")) {
-            return refuse("no item is named", "give the names of items");
+            return refuse("no item is named", "name the items");
         }
         for (const std::string& item : arguments.all("ITEM")) {
             if (!rows().checkName(item)) {
@@ -279,8 +264,8 @@ private:
         return true;
     }
 
-    /// An item goes for everybody at once, but the service forgets it only for the user of the
-    /// request: without the other two a later write of it would not be stored.
+    /// One request deletes an item for all users, but clears the service's cache only for its own
+    /// user: without the other two a later write of the item would not be stored.
     bool deleteItem(Session& session, const std::string& item) const {
         const std::string body = RequestText::element("Name", item);
         return send(session, std::nullopt, body) && send(session, "base", body) &&
@@ -292,14 +277,14 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeSetCommand() {
+std::unique_ptr<SessionCommand> makeSetCommand() {
     return std::make_unique<SetCommand>();
 }
 
-std::unique_ptr<Command> makeWriteCommand() {
+std::unique_ptr<SessionCommand> makeWriteCommand() {
     return std::make_unique<WriteCommand>();
 }
 
-std::unique_ptr<Command> makeDeleteCommand() {
+std::unique_ptr<SessionCommand> makeDeleteCommand() {
     return std::make_unique<DeleteCommand>();
 }

@@ -14,13 +14,13 @@ bool DataFileArguments::read(const Arguments& arguments) {
     m_file = arguments.text("FILE");
     m_device = CallerFile::devicePath(m_file);
     if (!m_schema->hasDataFile) {
-        Complaint::tell(what() + ": this schema has no data files",
-                        "das schemas " + m_schema->name + " says so");
+        Complaint::report(what() + ": this schema has no data files",
+                          "das schemas " + m_schema->name + " says so");
         return false;
     }
     if (m_file.empty() || (m_device && m_device->rfind('/', 0) != 0)) {
-        Complaint::tell(what() + ": " + m_file + ": no path of the telephone",
-                        "device:/PATH, such as device:/tmp/rows.csv");
+        Complaint::report(what() + ": " + m_file + ": no path of the telephone",
+                          "device:/PATH, such as device:/tmp/rows.csv");
         return false;
     }
     return true;

@@ -9,8 +9,14 @@
 
 class Arguments;
 
-/// What import and export have in common: a schema, a user, and a file of the caller or of the
-/// telephone.
+/**
+ * What import and export have in common: a schema, a user, and a file of the caller or of the
+ * telephone.
+ *
+ * A file of the caller is read or written by the command, and its text travels with the call; a
+ * file of the telephone is named to the host, which opens it below the device root. So over a
+ * socket caller and host need no folder in common.
+ */
 class DataFileArguments {
 public:
     /// @p command is "import" or "export".

@@ -5,7 +5,13 @@
 #include <string>
 #include <vector>
 
-/// What a telephone to play with holds: always the same.
+/**
+ * What a telephone to play with holds.
+ *
+ * It is always the same, so that examples in the documents and tests can say what they print. Names
+ * and numbers have what real ones have: letters of several scripts, wide characters, markup, blank
+ * columns.
+ */
 namespace DemoTelephone {
 
 /// A file of the software image, by its path below the telephone's root. The texts are those of

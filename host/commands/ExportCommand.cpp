@@ -1,19 +1,12 @@
-#include <memory>
-#include <string>
+// "das export": the rows of a table as a data file.
 
-#include "cli/Arguments.h"
 #include "cli/CallerFile.h"
 #include "cli/Command.h"
-#include "client/HostOptions.h"
-#include "client/Session.h"
 #include "commands/DataFileArguments.h"
-#include "terminal/Complaint.h"
 #include "terminal/InterruptNote.h"
-#include "terminal/Output.h"
 
 namespace {
 
-/// "das export": the rows of a table as a data file.
 class ExportCommand : public SessionCommand {
 public:
     bool check(const Arguments& arguments) override { return m_arguments.read(arguments); }
@@ -29,14 +22,14 @@ public:
         (void)answer.getStringParameter("Words", words);
         (void)answer.getBoolParameter("Acknowledge", isDone);
         if (!isDone && !words.empty()) {
-            Complaint::tell(m_arguments.what() + ": " + m_arguments.file() + ": " + words);
+            Complaint::report(m_arguments.what() + ": " + m_arguments.file() + ": " + words);
             return ExitUsage;
         }
         if (!isDone) {
-            return session.tellFailure(m_arguments.what());
+            return session.reportFailure(m_arguments.what());
         }
         const int status = m_arguments.device() ? ExitSuccess : write(session, answer);
-        return status == ExitSuccess ? tellOfLost(answer) : status;
+        return status == ExitSuccess ? reportLost(answer) : status;
     }
 
 private:
@@ -44,20 +37,20 @@ private:
         std::string text;
         (void)answer.getStringParameter("Text", text);
         if (m_arguments.file() == "-") {
-            return session.output().write(text) ? ExitSuccess : Complaint::outputFailed();
+            return session.output().print(text);
         }
         const int error = CallerFile::write(m_arguments.file(), text);
         if (error != 0) {
-            Complaint::tellError(m_arguments.what() + ": " + m_arguments.file(), error);
+            Complaint::reportError(m_arguments.what() + ": " + m_arguments.file(), error);
         }
         return error == 0 ? ExitSuccess : ExitUsage;
     }
 
-    int tellOfLost(const Method& answer) const {
+    int reportLost(const Method& answer) const {
         int lost = 0;
         (void)answer.getIntParameter("Lost", lost);
         if (lost > 0) {
-            Complaint::tell(
+            Complaint::report(
                 m_arguments.what() + ": " + std::to_string(lost) + " rows can't be carried",
                 "das read " + m_arguments.schema().name + " --output csv carries all");
         }
@@ -69,6 +62,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeExportCommand() {
+std::unique_ptr<SessionCommand> makeExportCommand() {
     return std::make_unique<ExportCommand>();
 }

@@ -1,21 +1,15 @@
+// "das import": the rows of a file for a table.
+
 #include <algorithm>
 #include <cerrno>
-#include <memory>
-#include <string>
 
 #include "ClientUtils.h"
-#include "cli/Arguments.h"
 #include "cli/CallerFile.h"
 #include "cli/Command.h"
-#include "client/HostOptions.h"
-#include "client/Session.h"
 #include "client/SocketConnection.h"
 #include "commands/DataFileArguments.h"
-#include "framework/FileProbe.h"
 #include "schemas/ImportFile.h"
-#include "terminal/Complaint.h"
 #include "terminal/InterruptNote.h"
-#include "terminal/Output.h"
 #include "terminal/Question.h"
 #include "wire/LineCutter.h"
 
@@ -48,7 +42,6 @@ struct Imported {
     int added = 0;
 };
 
-/// "das import": the rows of a file for a table.
 class ImportCommand : public SessionCommand {
 public:
     int run(const HostOptions& options, const Arguments& arguments) override {
@@ -64,7 +57,7 @@ public:
         }
         const std::string refusal = ImportFile::refusalOf(m_arguments.schema(), m_arguments.user());
         if (!refusal.empty()) {
-            Complaint::tell(m_arguments.what() + ": " + refusal, "leave --context out");
+            Complaint::report(m_arguments.what() + ": " + refusal, "leave --context out");
             return false;
         }
         return m_arguments.device() || (readFile() && checkFile());
@@ -73,7 +66,7 @@ public:
     int runIn(Session& session, const Arguments& /*arguments*/) override {
         const InterruptNote note("import", session.isLocal());
         if (m_isMissing) {
-            return tellMissing(isOnTelephone(session));
+            return reportMissing(isOnTelephone(session));
         }
         const Method method = methodFor(m_text, m_isTrial);
         if (!session.isLocal() && !fitsIntoMessage(method)) {
@@ -90,7 +83,7 @@ public:
             return ExitFailure;
         }
         const Imported result(answer);
-        return result.isDone ? print(session, result) : tellRefused(session, result);
+        return result.isDone ? print(session, result) : reportRefused(session, result);
     }
 
 private:
@@ -99,13 +92,13 @@ private:
     bool readFile() {
         const std::string& file = m_arguments.file();
         if (file == "-" && !m_mayReadInput) {
-            Complaint::tell("-: standard input has the lines of the shell", "name a file");
+            Complaint::report("-: standard input has the lines of the shell", "name a file");
             return false;
         }
         const int error = CallerFile::read(file, LargestFile, m_text);
         m_isMissing = (error == ENOENT || error == ENOTDIR) && file.front() == '/';
         if (error != 0 && !m_isMissing) {
-            Complaint::tellError(m_arguments.what() + ": " + file, error);
+            Complaint::reportError(m_arguments.what() + ": " + file, error);
         }
         return error == 0 || m_isMissing;
     }
@@ -116,7 +109,7 @@ private:
         }
         const ImportFile file(m_arguments.schema(), m_arguments.user(), m_text);
         for (const auto& refusal : file.refusals()) {
-            Complaint::tell(m_arguments.file() + ": " + refusal.text());
+            Complaint::report(m_arguments.file() + ": " + refusal.text());
         }
         m_hasNames = file.hasNames();
         m_rowCount = static_cast<int>(file.rowCount());
@@ -125,9 +118,6 @@ private:
 
     [[nodiscard]] bool isOnTelephone(Session& session) const {
         const std::string& path = m_arguments.file();
-        if (session.isLocal()) {
-            return FileProbe::of(path, false).error == 0;
-        }
         const std::size_t slash = path.rfind('/');
         Method method("readDirectory");
         method.addStringParameter("Directory", slash == 0 ? "/" : path.substr(0, slash),
@@ -141,10 +131,10 @@ private:
                tree.find("\" name=\"" + path.substr(slash + 1) + "\" />") != tree.npos;
     }
 
-    int tellMissing(bool isOnTelephone) const {
+    int reportMissing(bool isOnTelephone) const {
         const std::string& path = m_arguments.file();
-        Complaint::tellError(m_arguments.what() + ": " + path, ENOENT,
-                             isOnTelephone ? "did you mean device:" + path + "?" : "");
+        Complaint::reportError(m_arguments.what() + ": " + path, ENOENT,
+                               isOnTelephone ? "did you mean device:" + path + "?" : "");
         return ExitUsage;
     }
 
@@ -162,15 +152,15 @@ private:
         if (size <= LineCutter::MessageLimit) {
             return true;
         }
-        // Where only what JSON adds is too much, the size of the file would explain nothing.
-        const std::size_t told = m_text.size() > LineCutter::MessageLimit ? m_text.size() : size;
-        Complaint::tell(m_arguments.file() + ": " + std::to_string(told) +
-                            " bytes; at most 8 MiB over a socket",
-                        "name a file of the telephone by device:/PATH");
+        // If only what JSON adds is too much, the size of the file would explain nothing.
+        const std::size_t shown = m_text.size() > LineCutter::MessageLimit ? m_text.size() : size;
+        Complaint::report(m_arguments.file() + ": " + std::to_string(shown) +
+                              " bytes; at most 8 MiB over a socket",
+                          "name a file of the telephone by device:/PATH");
         return false;
     }
 
-    /// Asks before most of a user's rows go. ExitSuccess when the import may go on.
+    /// Asks before most of a user's rows are replaced. ExitSuccess when the import may go on.
     int askFirst(Session& session) const {
         Method answer;
         // Of a file of the telephone only the host knows how many rows it has.
@@ -179,7 +169,7 @@ private:
         }
         const Imported trial(answer);
         if (!trial.isDone) {
-            return tellRefused(session, trial);
+            return reportRefused(session, trial);
         }
         const int rows = m_arguments.device() ? trial.stored : m_rowCount;
         if (trial.hasNames || (rows > 0 && rows * 2L >= trial.before)) {
@@ -192,7 +182,7 @@ private:
         if (reply == Question::Reply::Yes) {
             return ExitSuccess;
         }
-        Complaint::tell(
+        Complaint::report(
             change + ", so nothing is changed",
             reply == Question::Reply::NoTerminal ? "--yes imports it without a question" : "");
         return ExitFailure;
@@ -215,22 +205,20 @@ private:
                                             : std::to_string(result.added) + would + " added, " +
                                                   std::to_string(result.stored - result.added) +
                                                   " replaced";
-        return session.output().writeLine(subject(result) + ": " + counts)
-                   ? ExitSuccess
-                   : Complaint::outputFailed();
+        return session.output().print(subject(result) + ": " + counts + "\n");
     }
 
-    int tellRefused(Session& session, const Imported& result) const {
+    int reportRefused(Session& session, const Imported& result) const {
         const bool isOfLines = result.words.rfind(LineWord, 0) == 0;
         if (result.isChecked && !isOfLines) {
-            return session.tellFailure(m_arguments.what(), result.words);
+            return session.reportFailure(m_arguments.what(), result.words);
         }
         const std::string words =
             result.words.empty() ? session.takeFailures().text() : result.words;
         const std::string file =
             isOfLines ? m_arguments.file() : m_arguments.what() + ": " + m_arguments.file();
         for (const std::string& line : ClientUtils::tokenizeString(words, "\n", false, false)) {
-            Complaint::tell(file + ": " + line, result.isChecked ? "nothing is changed" : "");
+            Complaint::report(file + ": " + line, result.isChecked ? "nothing is changed" : "");
         }
         return result.isChecked ? ExitFailure : ExitUsage;
     }
@@ -247,6 +235,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeImportCommand() {
+std::unique_ptr<SessionCommand> makeImportCommand() {
     return std::make_unique<ImportCommand>();
 }

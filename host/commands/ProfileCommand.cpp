@@ -1,18 +1,12 @@
-#include <memory>
-#include <string>
+// "das profile": the current user.
 
 #include "Method.h"
-#include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/RowArguments.h"
 #include "cli/SheetPrinter.h"
-#include "client/HostOptions.h"
-#include "client/Session.h"
-#include "schemas/RequestText.h"
 
 namespace {
 
-/// "das profile": the current user.
 class ProfileCommand : public SessionCommand {
 public:
     bool check(const Arguments& arguments) override {
@@ -40,12 +34,12 @@ private:
         }
         bool isDone = false;
         if (!answer.getBoolParameter("Acknowledge", isDone) || !isDone) {
-            return session.tellFailure("profile " + user);
+            return session.reportFailure("profile " + user);
         }
         return !session.isLocal() || store(session, user) ? ExitSuccess : ExitFailure;
     }
 
-    /// A change ends with its process: for the next one it is stored.
+    /// A change lasts as long as its process; the stored one is for the next.
     static bool store(Session& session, const std::string& user) {
         const std::string item = RequestText::element("MobilityCurrentUser", user);
         return session
@@ -57,6 +51,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeProfileCommand() {
+std::unique_ptr<SessionCommand> makeProfileCommand() {
     return std::make_unique<ProfileCommand>();
 }

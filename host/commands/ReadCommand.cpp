@@ -1,19 +1,13 @@
+// "das read": rows or settings of one schema.
+
 #include <algorithm>
 #include <limits>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "ClientUtils.h"
-#include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/RowArguments.h"
 #include "cli/SheetPrinter.h"
-#include "client/HostOptions.h"
-#include "client/Session.h"
 #include "schemas/AnswerSheet.h"
-#include "schemas/RequestText.h"
-#include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
 
 namespace {
@@ -22,7 +16,6 @@ using RequestText::Form;
 
 constexpr std::size_t NoLimit = std::numeric_limits<int>::max();
 
-/// "das read": rows or settings of one schema.
 class ReadCommand : public SessionCommand {
 public:
     bool check(const Arguments& arguments) override {
@@ -40,7 +33,7 @@ public:
         }
         Sheet sheet = AnswerSheet::of(m_rows.schema(), *answer, m_columns);
         if (m_rows.form() == Form::Settings) {
-            tellOfMissing(AnswerSheet::of(m_rows.schema(), *answer, {}));
+            reportMissing(AnswerSheet::of(m_rows.schema(), *answer, {}));
         }
         if (!isPaged()) {
             AnswerSheet::cut(sheet, m_offset, m_limit);
@@ -61,27 +54,27 @@ private:
                 return false;
             }
             if (std::find(m_columns.begin(), column, *column) != column) {
-                Complaint::tell(m_rows.what() + ": " + *column + " is asked for twice",
-                                "a column stands once in --cols");
+                Complaint::report(m_rows.what() + ": " + *column + " is named twice",
+                                  "name each column once");
                 return false;
             }
         }
         return true;
     }
 
-    /// Tells of items that were asked for and are not there: any name may be one, so that is no
+    /// Reports items that were asked for and are not there. Any name may be an item, so that is no
     /// failure.
-    void tellOfMissing(const Sheet& all) const {
+    void reportMissing(const Sheet& all) const {
         std::vector<std::string> names;
         for (const auto& row : all.rows) {
             names.push_back(row[1]);
         }
         for (const std::string& name : m_columns) {
             if (std::find(names.begin(), names.end(), name) == names.end()) {
-                Complaint::tell(
+                Complaint::report(
                     m_rows.what() + ": " + name + ": there is no such item",
                     NearMisses::question(name, names,
-                                         "--cols names items: " + RowArguments::joined(names)));
+                                         "--cols names items: " + ClientUtils::join(names, ", ")));
             }
         }
     }
@@ -97,11 +90,7 @@ private:
     std::string body() const {
         std::string text;
         if (m_rows.form() == Form::Rows && !m_columns.empty()) {
-            std::string words;
-            for (const std::string& column : m_columns) {
-                words += (words.empty() ? "" : " ") + column;
-            }
-            text += RequestText::element("ResultCols", words);
+            text += RequestText::element("ResultCols", ClientUtils::join(m_columns, " "));
         }
         if (isPaged()) {
             text += RequestText::element("Offset", std::to_string(m_offset)) +
@@ -123,6 +112,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeReadCommand() {
+std::unique_ptr<SessionCommand> makeReadCommand() {
     return std::make_unique<ReadCommand>();
 }

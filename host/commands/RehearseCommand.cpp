@@ -1,3 +1,5 @@
+// "das rehearse": what the next start would do to a database.
+
 #include <sqlite3.h>
 
 #include <cerrno>
@@ -5,22 +7,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <memory>
-#include <string>
 #include <system_error>
-#include <vector>
 
-#include "cli/Arguments.h"
 #include "cli/Command.h"
-#include "cli/FileCommands.h"
-#include "client/HostOptions.h"
 #include "framework/DatabaseDiff.h"
 #include "framework/DatabaseFile.h"
 #include "framework/LogEar.h"
 #include "framework/ServiceFiles.h"
 #include "framework/ServiceHost.h"
-#include "terminal/Complaint.h"
-#include "terminal/Output.h"
 
 namespace {
 
@@ -30,7 +24,7 @@ using namespace ServiceFiles;
 /// What a start reads or changes of the telephone's files.
 const char* const DeviceFiles[] = {"Aurel_Deploy", ".QuilldeskRootFileSystemImageVersion.prev.txt"};
 
-/// A private folder that goes with its object.
+/// A private folder that is removed with its object.
 class PrivateFolder {
 public:
     PrivateFolder() {
@@ -55,16 +49,13 @@ private:
     bool m_isMade = false;
 };
 
-/// "das rehearse": what the next start would do to a database.
-class RehearseCommand : public Command {
+/// The steps of a rehearsal. Each returns false after a message on standard error.
+class Rehearsal {
 public:
-    int run(const HostOptions& options, const Arguments& /*arguments*/) override {
-        if (!FileCommands::checkSocket("rehearse", options)) {
-            return ExitUsage;
-        }
+    int run() {
         if (!m_place.isMade()) {
-            Complaint::tellError("rehearse: the folder for temporary files", errno,
-                                 "name another by TMPDIR");
+            Complaint::reportError("rehearse: the folder for temporary files", errno,
+                                   "name another by TMPDIR");
             return ExitUsage;
         }
         if (!copyDatabase() || !copyDeviceFiles()) {
@@ -76,14 +67,12 @@ public:
         }
         DatabaseDiff diff;
         if (!diff.compare(in(m_before, Database), in(m_after, Database))) {
-            Complaint::tell("rehearse: the copy: " + diff.error(), "das check looks at a database");
+            Complaint::report("rehearse: the copy: " + diff.error(),
+                              "das check looks at a database");
             return ExitUsage;
         }
-        Output output;
-        if (!output.write(diff.lines())) {
-            return Complaint::outputFailed();
-        }
-        return hasFailed ? ExitFailure : ExitSuccess;
+        const int status = Output().print(diff.lines());
+        return status == ExitSuccess && hasFailed ? ExitFailure : status;
     }
 
 private:
@@ -111,8 +100,8 @@ private:
             error = copyBefore();
         }
         if (error != 0) {
-            Complaint::tellError("rehearse: the database can't be copied", error,
-                                 "see to the rights of " + source + " and the room in TMPDIR");
+            Complaint::reportError("rehearse: the database can't be copied", error,
+                                   "see to the rights of " + source + " and the space in TMPDIR");
         }
         return error == 0;
     }
@@ -163,8 +152,8 @@ private:
             }
         }
         if (error) {
-            Complaint::tellError("rehearse: the telephone's files can't be copied", error.value(),
-                                 "see to the rights below " + source.string());
+            Complaint::reportError("rehearse: the telephone's files can't be copied", error.value(),
+                                   "see to the rights below " + source.string());
         }
         return !error;
     }
@@ -197,6 +186,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeRehearseCommand() {
-    return std::make_unique<RehearseCommand>();
+int runRehearse(const HostOptions& /*options*/, const Arguments& /*arguments*/) {
+    return Rehearsal().run();
 }

@@ -1,21 +1,15 @@
+// "das restore": puts a copy in the place of database and key.
+
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "cli/Arguments.h"
 #include "cli/Command.h"
-#include "cli/FileCommands.h"
-#include "client/HostOptions.h"
 #include "framework/DatabaseExam.h"
 #include "framework/ServiceFiles.h"
-#include "terminal/Complaint.h"
-#include "terminal/Output.h"
 
 namespace {
 
@@ -34,25 +28,24 @@ std::string timeText() {
     return text;
 }
 
-/// "das restore": puts a copy in the place of database and key.
-class RestoreCommand : public Command {
+/// The steps of a restore. Each returns false after a message on standard error.
+class Restore {
 public:
-    int run(const HostOptions& options, const Arguments& arguments) override {
-        m_source = arguments.text("DIR");
-        m_folder = folder();
-        if (!FileCommands::checkSocket("restore", options) ||
-            !FileCommands::checkDatabase("restore", m_source)) {
+    explicit Restore(std::string source) : m_source(std::move(source)), m_folder(folder()) {}
+
+    int run() {
+        if (!checkDatabase("restore", m_source)) {
             return ExitUsage;
         }
         const FolderLock lock(m_folder);
         if (lock.error() == EWOULDBLOCK) {
-            Complaint::tell("restore: " + m_folder + ": a host or another command uses it",
-                            "stop it first");
+            Complaint::report("restore: " + m_folder + ": a host or another command uses it",
+                              "stop it first");
             return ExitUsage;
         }
         if (lock.error() != 0) {
-            Complaint::tellError("restore: " + m_folder, lock.error(),
-                                 "name the folder of the database by --db or DB_PATH");
+            Complaint::reportError("restore: " + m_folder, lock.error(),
+                                   "name the folder of the database by --db or DB_PATH");
             return ExitUsage;
         }
         if (!isSound()) {
@@ -64,20 +57,20 @@ public:
     }
 
 private:
-    /// Whether the copy can be trusted; what is wrong is reported.
+    /// Whether the copy can be trusted.
     bool isSound() const {
         for (const std::string& name : leftovers()) {
             if (isThere(in(m_source, name))) {
-                Complaint::tell("restore: " + in(m_source, name) +
-                                    ": the copy was made while its database was being changed",
-                                "run a start on the copy first: das profile --db " + m_source);
+                Complaint::report("restore: " + in(m_source, name) +
+                                      ": the copy was made while its database was being changed",
+                                  "run a start on the copy first: das profile --db " + m_source);
                 return false;
             }
         }
         const DatabaseExam exam(in(m_source, Database));
         for (const auto& finding : exam.findings()) {
             if (finding.verdict == DatabaseExam::Verdict::Fault) {
-                Complaint::tell(
+                Complaint::report(
                     "restore: " + m_source + ": " + finding.subject + ": " + finding.words,
                     "nothing was changed");
             }
@@ -95,7 +88,7 @@ private:
             }
             (void)::unlink(to.c_str());
             if (const int error = copy(from, to); error != 0) {
-                Complaint::tellError("restore: " + to, error, "nothing was changed");
+                Complaint::reportError("restore: " + to, error, "nothing was changed");
                 return false;
             }
             m_copied.emplace_back(name);
@@ -114,7 +107,7 @@ private:
             return false;
         }
         if (::geteuid() == 0 && ::chown(path.c_str(), owner.st_uid, owner.st_gid) != 0) {
-            Complaint::tellError("restore: " + path, errno, "nothing was changed");
+            Complaint::reportError("restore: " + path, errno, "nothing was changed");
             return false;
         }
         return true;
@@ -135,8 +128,8 @@ private:
             const int error = m_hasAside ? 0 : makeFolder(m_aside);
             m_hasAside = m_hasAside || error == 0;
             if (error != 0 || std::rename(from.c_str(), in(m_aside, name).c_str()) != 0) {
-                Complaint::tellError("restore: " + in(m_aside, name), error != 0 ? error : errno,
-                                     "what was moved is in that folder: move it back");
+                Complaint::reportError("restore: " + in(m_aside, name), error != 0 ? error : errno,
+                                       "what was moved is in that folder: move it back");
                 return false;
             }
         }
@@ -145,12 +138,13 @@ private:
         return true;
     }
 
+    /// The key first: a start in between must not find the database without its key.
     bool putInPlace() {
         for (const std::string& name : m_copied) {
             const std::string to = in(m_folder, name);
             if (std::rename((to + Ending).c_str(), to.c_str()) != 0) {
-                Complaint::tellError("restore: " + to, errno,
-                                     "what was there is in " + m_aside + ": move it back");
+                Complaint::reportError("restore: " + to, errno,
+                                       "what was there is in " + m_aside + ": move it back");
                 return false;
             }
         }
@@ -167,12 +161,11 @@ private:
     int report() const {
         std::string text = m_folder + ": restored from " + m_source;
         text += m_hasAside ? "; what was there is in " + m_aside + "\n" : "\n";
-        Output output;
-        return output.write(text) ? ExitSuccess : Complaint::outputFailed();
+        return Output().print(text);
     }
 
-    std::string m_source;
-    std::string m_folder;
+    const std::string m_source;
+    const std::string m_folder;
     std::string m_aside;
     bool m_hasAside = false;
     std::vector<std::string> m_copied;  ///< the key, if there is one, and the database
@@ -180,6 +173,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeRestoreCommand() {
-    return std::make_unique<RestoreCommand>();
+int runRestore(const HostOptions& /*options*/, const Arguments& arguments) {
+    return Restore(arguments.text("DIR")).run();
 }

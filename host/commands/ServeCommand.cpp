@@ -1,21 +1,16 @@
+// "das serve": the service for other processes, over a socket or over standard streams.
+
 #include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <iostream>
-#include <memory>
-#include <optional>
-#include <string>
-#include <system_error>
 #include <utility>
 
 #include "DataAccessServiceIfc.h"
 #include "Log.h"
 #include "OwnFiles.h"
 #include "Work.h"
-#include "cli/Arguments.h"
 #include "cli/Command.h"
-#include "client/HostOptions.h"
 #include "framework/AccessRules.h"
 #include "framework/Client.h"
 #include "framework/Dispatcher.h"
@@ -25,8 +20,6 @@
 #include "server/ListeningSocket.h"
 #include "server/ServiceNotice.h"
 #include "server/SocketServer.h"
-#include "terminal/Complaint.h"
-#include "terminal/Output.h"
 #include "wire/LineCutter.h"
 
 namespace {
@@ -84,16 +77,20 @@ public:
                     break;
             }
         }
-        return m_client->error() == 0 ? m_status : tell("standard output", m_client->error());
+        if (m_client->error() != 0) {
+            Complaint::reportError("standard output", m_client->error());
+            return ExitFailure;
+        }
+        return m_status;
     }
 
 private:
     /// False when there is no more to come.
     bool read() {
-        const LineCutter::Room room = m_lines.room();
-        const ssize_t count = waitForInput() ? ::read(STDIN_FILENO, room.begin, room.size) : 0;
+        const auto space = m_lines.room();
+        const ssize_t count = waitForInput() ? ::read(STDIN_FILENO, space.begin, space.size) : 0;
         if (count < 0 && errno != EAGAIN && errno != EINTR) {
-            tell("standard input", errno);
+            Complaint::reportError("standard input", errno);
             m_status = ExitUsage;
             return false;
         }
@@ -109,12 +106,6 @@ private:
         return !m_end.isAsked();
     }
 
-    static int tell(const std::string& subject, int error) {
-        std::cerr << "das: " << subject << ": " << std::generic_category().message(error)
-                  << std::endl;
-        return ExitFailure;
-    }
-
     Dispatcher& m_dispatcher;
     EndWatch& m_end;
     std::shared_ptr<StandardOutput> m_client;
@@ -122,110 +113,101 @@ private:
     int m_status = ExitSuccess;
 };
 
-/// "das serve": the service for other processes.
-class ServeCommand : public Command {
-public:
-    int run(const HostOptions& options, const Arguments& arguments) override {
-        const bool isStdio = arguments.has("--stdio");
-        const HandedSockets handed;
-        const bool isSocket = options.socket.has_value() || !(isStdio || handed.empty());
-        if (isStdio == isSocket) {
-            Complaint::tell(isStdio ? "serve: --stdio and --socket say different things"
-                                    : "serve: one of --socket and --stdio is required",
-                            isStdio ? "leave one of them out" : "");
-            return ExitUsage;
-        }
-        if (isStdio && arguments.has("--access")) {
-            Complaint::tell("serve: --access and --stdio say different things",
-                            "rules are for the clients of a socket");
-            return ExitUsage;
-        }
-        EndWatch end;
-        std::optional<AccessRules> rules;
-        if (const auto file = arguments.value("--access")) {
-            std::string error;
-            if (!rules.emplace().read(*file, error)) {
-                Complaint::tell("serve: --access: " + error);
-                return ExitUsage;
-            }
-        }
-        return isStdio ? serveStreams(end)
-                       : serveSocket({options.socket, std::move(rules)}, handed, end);
-    }
-
-private:
-    struct Socket {
-        std::optional<std::string> path;
-        std::optional<AccessRules> rules;
-    };
-
-    static int serveStreams(EndWatch& end) {
-        ServiceHost host;
-        if (!host.start()) {
-            return ExitNoLibrary;
-        }
-        tellPerson("serving standard input and output", "Ctrl-D ends it");
-        return StandardStreams(host, end).serve();
-    }
-
-    /// Service managers and scripts need no such line.
-    static void tellPerson(const std::string& what, const std::string& advice) {
-        if (isatty(STDERR_FILENO) != 0) {
-            Complaint::tell(what, advice);
-        }
-    }
-
-    /// The socket comes first: where another host listens, this one must not start a service. What
-    /// clients send meanwhile waits for them to be taken in.
-    static int serveSocket(Socket where, const HandedSockets& handed, EndWatch& end) {
-        ListeningSocket socket;
-        std::string error;
-        if (!listen(socket, where, handed, error)) {
-            std::cerr << "das: " << error << std::endl;
-            return ExitUsage;
-        }
-        ServiceHost host;
-        ServiceNotice notice;
-        if (!host.start()) {
-            return ExitNoLibrary;
-        }
-        if (end.isAsked()) {
-            return ExitSuccess;  // the start may have ended before its time
-        }
-        host.keepFailures();
-        if (where.rules) {
-            host.setRules(std::move(*where.rules));
-        }
-        const SocketServer server(socket.release(), host.dispatcher(), host.clients());
-        notice.ready(*where.path, [&host] {
-            (void)host.service().processRequest(SignOfLife.data(),
-                                                static_cast<int>(SignOfLife.size()));
-        });
-        tellPerson("listening at " + *where.path, "Ctrl-C ends it");
-        end.wait();
-        notice.ending();
-        host.endChanges();
-        socket.remove();
-        return ExitSuccess;
-    }
-
-    /// A path that was not given is known afterwards.
-    static bool listen(ListeningSocket& socket, Socket& where, const HandedSockets& handed,
-                       std::string& error) {
-        if (handed.empty()) {
-            return socket.open(*where.path, where.rules.has_value(), error);
-        }
-        const int descriptor = handed.take(where.path, error);
-        if (where.path) {
-            OwnFiles::add(*where.path);
-        }
-        socket.adopt(descriptor);
-        return descriptor >= 0;
-    }
+/// Where clients connect, and what they may do; without rules, all that the mode of the socket lets
+/// in.
+struct Socket {
+    std::optional<std::string> path;
+    std::optional<AccessRules> rules;
 };
+
+/// Service managers and scripts need no such line.
+void greetPerson(const std::string& what, const std::string& advice) {
+    if (isatty(STDERR_FILENO) != 0) {
+        Complaint::report(what, advice);
+    }
+}
+
+int serveStreams(EndWatch& end) {
+    ServiceHost host;
+    if (!host.start()) {
+        return ExitNoLibrary;
+    }
+    greetPerson("serving standard input and output", "Ctrl-D ends it");
+    return StandardStreams(host, end).serve();
+}
+
+/// The path of a socket that was handed over is known afterwards.
+bool listen(ListeningSocket& socket, Socket& where, const HandedSockets& handed,
+            std::string& error) {
+    if (handed.empty()) {
+        return socket.open(*where.path, where.rules.has_value(), error);
+    }
+    const int descriptor = handed.take(where.path, error);
+    if (where.path) {
+        OwnFiles::add(*where.path);
+    }
+    socket.adopt(descriptor);
+    return descriptor >= 0;
+}
+
+/// The socket comes first: where another host listens, this one must not start a service. Messages
+/// that clients send meanwhile wait until the server reads them.
+int serveSocket(Socket where, const HandedSockets& handed, EndWatch& end) {
+    ListeningSocket socket;
+    std::string error;
+    if (!listen(socket, where, handed, error)) {
+        Complaint::report(error);
+        return ExitUsage;
+    }
+    ServiceHost host;
+    ServiceNotice notice;
+    if (!host.start()) {
+        return ExitNoLibrary;
+    }
+    if (end.isAsked()) {
+        return ExitSuccess;  // the start may have ended before its time
+    }
+    host.keepFailures();
+    if (where.rules) {
+        host.setRules(std::move(*where.rules));
+    }
+    const SocketServer server(socket.release(), host.dispatcher(), host.clients());
+    notice.ready(*where.path, [&host] {
+        (void)host.service().processRequest(SignOfLife.data(), static_cast<int>(SignOfLife.size()));
+    });
+    greetPerson("listening at " + *where.path, "Ctrl-C ends it");
+    end.wait();
+    notice.ending();
+    host.endChanges();
+    socket.remove();
+    return ExitSuccess;
+}
 
 }  // namespace
 
-std::unique_ptr<Command> makeServeCommand() {
-    return std::make_unique<ServeCommand>();
+int runServe(const HostOptions& options, const Arguments& arguments) {
+    const bool isStdio = arguments.has("--stdio");
+    const HandedSockets handed;
+    const bool isSocket = options.socket.has_value() || !(isStdio || handed.empty());
+    if (isStdio == isSocket) {
+        Complaint::report(isStdio ? "serve: --stdio and --socket exclude each other"
+                                  : "serve: neither --socket nor --stdio is given",
+                          isStdio ? "leave one of them out" : "name one of them");
+        return ExitUsage;
+    }
+    if (isStdio && arguments.has("--access")) {
+        Complaint::report("serve: --access and --stdio exclude each other",
+                          "rules are for the clients of a socket");
+        return ExitUsage;
+    }
+    EndWatch end;
+    Socket where{options.socket, std::nullopt};
+    if (const auto file = arguments.value("--access")) {
+        std::string error;
+        if (!where.rules.emplace().read(*file, error)) {
+            Complaint::report("serve: --access: " + error);
+            return ExitUsage;
+        }
+    }
+    return isStdio ? serveStreams(end) : serveSocket(std::move(where), handed, end);
 }

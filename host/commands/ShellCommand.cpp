@@ -1,9 +1,8 @@
-#include <algorithm>
-#include <memory>
-#include <string>
-#include <vector>
+// "das shell": commands on one session, line by line.
 
-#include "cli/Arguments.h"
+#include <algorithm>
+
+#include "ClientUtils.h"
 #include "cli/Command.h"
 #include "cli/CommandLine.h"
 #include "cli/HelpText.h"
@@ -11,20 +10,15 @@
 #include "cli/SheetPrinter.h"
 #include "cli/ShellWords.h"
 #include "cli/StoredItems.h"
-#include "client/HostOptions.h"
-#include "client/Session.h"
 #include "schemas/Answers.h"
-#include "terminal/Complaint.h"
 #include "terminal/LineSource.h"
 #include "terminal/NearMisses.h"
-#include "terminal/Output.h"
 #include "terminal/TerminalText.h"
 
 namespace {
 
 const char* const ServiceWords[] = {"getCurrentUser", "getDefaultKeyData", "saveContactsToCSV"};
 
-/// "das shell": commands on one session, line by line.
 class ShellCommand : public SessionCommand {
 public:
     bool check(const Arguments& arguments) override { return SheetPrinter::check(arguments); }
@@ -47,7 +41,7 @@ public:
         if (lines.isEdited() && !m_isOver) {
             (void)session.output().write("\n");  // Ctrl-D leaves the prompt without one
         }
-        // A person has seen what failed; a script is told by the status.
+        // A person has seen what failed; a script needs the status.
         return lines.isEdited() && !m_isOutputGone ? ExitSuccess : status;
     }
 
@@ -64,7 +58,7 @@ private:
         }
         std::vector<std::string> words;
         if (!ShellWords::split(line, words)) {
-            Complaint::tell("a quote is not closed");
+            Complaint::report("a quote is not closed");
             return ExitUsage;
         }
         return words.empty() ? ExitSuccess : runWords(std::move(words));
@@ -80,8 +74,8 @@ private:
         }
         const auto known = ShellWords::commands();
         if (std::find(known.begin(), known.end(), words.front()) == known.end()) {
-            Complaint::tell(words.front() + ": no command of the shell",
-                            NearMisses::question(words.front(), known, "help lists them"));
+            Complaint::report(words.front() + ": no command of the shell",
+                              NearMisses::question(words.front(), known, "help lists them"));
             return ExitUsage;
         }
         return runCommand(words);
@@ -96,35 +90,32 @@ private:
         }
         const HostOptions& options = parsed.options();
         if (options.db || options.root || options.socket) {
-            Complaint::tell("--db, --root and --socket stand behind das shell, not here");
+            Complaint::report("--db, --root and --socket stand after das shell, not here");
             return ExitUsage;
         }
         if (RowArguments::takesStandardInput(parsed.arguments())) {
-            Complaint::tell("NAME=@-: standard input has the lines of the shell", "name a file");
+            Complaint::report("NAME=@-: standard input has the lines of the shell", "name a file");
             return ExitUsage;
         }
-        const auto command = parsed.command().make();
-        auto* const inSession = dynamic_cast<SessionCommand*>(command.get());
-        return inSession != nullptr && inSession->check(parsed.arguments())
-                   ? inSession->runIn(*m_session, parsed.arguments())
-                   : ExitUsage;
+        const auto command = std::get<CommandTable::Make>(parsed.command().action)();
+        return command->check(parsed.arguments()) ? command->runIn(*m_session, parsed.arguments())
+                                                  : ExitUsage;
     }
 
     /// The format of the shell is that of each command which does not name its own.
     void addFormat(std::vector<std::string>& words) const {
-        const auto* const row = CommandTable::find(words.front());
-        if (row == nullptr || !row->printsData) {
-            return;
-        }
-        const auto isNamed = [&](const std::string& option) {
-            return std::any_of(words.begin(), words.end(),
-                               [&](const std::string& word) { return word.rfind(option, 0) == 0; });
-        };
-        if (m_arguments->has("--output") && !isNamed("--output")) {
-            words.insert(words.begin() + 1, {"--output", m_arguments->text("--output")});
-        }
-        if (m_arguments->has("--plain") && !isNamed("--plain")) {
-            words.insert(words.begin() + 1, "--plain");
+        const auto& options = CommandTable::optionsOf(*CommandTable::find(words.front()));
+        for (const std::string name : {"--output", "--plain"}) {
+            const bool isTaken =
+                std::any_of(options.begin(), options.end(),
+                            [&](const CommandTable::Option& each) { return each.name == name; });
+            const bool isNamed =
+                std::any_of(words.begin(), words.end(),
+                            [&](const std::string& word) { return word.rfind(name, 0) == 0; });
+            if (m_arguments->has(name) && isTaken && !isNamed) {
+                const std::string value = m_arguments->text(name);
+                words.insert(words.begin() + 1, value.empty() ? name : name + "=" + value);
+            }
         }
     }
 
@@ -133,13 +124,9 @@ private:
         if (row != nullptr) {
             return print(HelpText::of(*row));
         }
-        std::string text = "Commands:";
-        for (const std::string& name : ShellWords::commands()) {
-            text += " " + name;
-        }
-        return print(text +
-                     "\nA line that begins with < is sent as a request. help COMMAND tells "
-                     "more.\n");
+        return print("Commands: " + ClientUtils::join(ShellWords::commands(), " ") +
+                     "\nA line that begins with < is sent as a request. help COMMAND prints more "
+                     "about a command.\n");
     }
 
     int ask(const std::string& message) {
@@ -147,18 +134,17 @@ private:
         if (!answer) {
             return ExitFailure;
         }
-        // Stored texts stand in it, and nothing of them may command the terminal.
+        // It holds stored texts, whose control characters a terminal would obey.
         const bool isShown = m_session->output().isTerminal() && !m_arguments->has("--output");
         const int status = print((isShown ? TerminalText::visible(*answer) : *answer) + "\n");
         return status == ExitSuccess && Answers::isFailure(*answer) ? ExitFailure : status;
     }
 
     int print(const std::string& text) {
-        if (m_session->output().write(text)) {
-            return ExitSuccess;
-        }
-        m_isOver = m_isOutputGone = true;
-        return Complaint::outputFailed();
+        const int status = m_session->output().print(text);
+        m_isOutputGone = status != ExitSuccess;
+        m_isOver = m_isOver || m_isOutputGone;
+        return status;
     }
 
     Session* m_session = nullptr;            // not owned; while it runs
@@ -169,6 +155,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Command> makeShellCommand() {
+std::unique_ptr<SessionCommand> makeShellCommand() {
     return std::make_unique<ShellCommand>();
 }

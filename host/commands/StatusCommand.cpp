@@ -1,22 +1,20 @@
+// "das status": what a running host has done.
+
 #include <algorithm>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <utility>
 
-#include "Method.h"
-#include "cli/Arguments.h"
 #include "cli/Command.h"
+#include "cli/HostCommands.h"
 #include "cli/SheetPrinter.h"
-#include "client/HostOptions.h"
 #include "client/SocketConnection.h"
-#include "terminal/Complaint.h"
-#include "terminal/Output.h"
 #include "terminal/Sheet.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+const char* const Prometheus = "prometheus";
 
 /// What is counted for each call, in the text for Prometheus.
 const std::pair<const char*, const char*> CallFigures[] = {
@@ -37,6 +35,8 @@ void addRows(Sheet& sheet, const std::string& path, const Json& value) {
     }
 }
 
+/// What Prometheus wants before the values of a figure: its help and its type, which the name
+/// shows.
 std::string headOf(const std::string& name, const std::string& help) {
     const bool isCounter = name.size() > 6 && name.compare(name.size() - 6, 6, "_total") == 0;
     return "# HELP " + name + " " + help + "\n# TYPE " + name +
@@ -83,63 +83,38 @@ std::string prometheusOf(const Json& figures) {
     return text;
 }
 
-/// "das status": what a running host has done.
-class StatusCommand : public Command {
-public:
-    int run(const HostOptions& options, const Arguments& arguments) override {
-        m_isForPrometheus = arguments.value("--output").value_or("") == "prometheus";
-        if (!m_isForPrometheus && !SheetPrinter::check(arguments)) {
-            return ExitUsage;
-        }
-        if (!options.socket) {
-            Complaint::tell("status: no host is given", "--socket names the socket of one");
-            return ExitUsage;
-        }
-        SocketConnection connection;
-        std::string error;
-        if (!connection.open(*options.socket, error)) {
-            Complaint::tell(error);
-            return ExitUsage;
-        }
-        return ask(connection, arguments);
+int print(const Json& figures, const std::string& text, const Arguments& arguments) {
+    Output output;
+    const std::string format = arguments.text("--output");
+    if (format == Prometheus || format == "json") {
+        return output.print(format == "json" ? figures.dump(2) + "\n" : prometheusOf(figures));
     }
-
-private:
-    int ask(SocketConnection& connection, const Arguments& arguments) const {
-        Method answer;
-        std::string text;
-        if (!connection.call(Method("Statistics"), answer)) {
-            Complaint::tell("the host has not answered", "it has ended, or it is no host of das");
-            return ExitFailure;
-        }
-        const bool isAnswered = answer.getStringParameter("Statistics", text);
-        const Json figures = Json::parse(text, nullptr, false);
-        if (!isAnswered || !figures.is_object()) {
-            Complaint::tell("status: the host does not allow it",
-                            "its access rules must give the right listen for *");
-            return ExitFailure;
-        }
-        return print(figures, text, arguments);
-    }
-
-    int print(const Json& figures, const std::string& text, const Arguments& arguments) const {
-        Output output;
-        const std::string format = arguments.value("--output").value_or("");
-        if (m_isForPrometheus || format == "json") {
-            const std::string shown =
-                m_isForPrometheus ? prometheusOf(figures) : figures.dump(2) + "\n";
-            return output.write(shown) ? ExitSuccess : Complaint::outputFailed();
-        }
-        Sheet sheet{{"Figure", "Value"}, {}};
-        addRows(sheet, "", figures);
-        return SheetPrinter(arguments, output).print(sheet, text);
-    }
-
-    bool m_isForPrometheus = false;
-};
+    Sheet sheet{{"Figure", "Value"}, {}};
+    addRows(sheet, "", figures);
+    return SheetPrinter(arguments, output).print(sheet, text);
+}
 
 }  // namespace
 
-std::unique_ptr<Command> makeStatusCommand() {
-    return std::make_unique<StatusCommand>();
+int runStatus(const HostOptions& options, const Arguments& arguments) {
+    if (arguments.text("--output") != Prometheus && !SheetPrinter::check(arguments)) {
+        return ExitUsage;
+    }
+    SocketConnection connection;
+    if (const int status = HostCommands::open("status", options, connection)) {
+        return status;
+    }
+    Method answer;
+    if (!connection.call(Method("Statistics"), answer)) {
+        return HostCommands::reportSilence();
+    }
+    std::string text;
+    const bool isAnswered = answer.getStringParameter("Statistics", text);
+    const Json figures = Json::parse(text, nullptr, false);
+    if (!isAnswered || !figures.is_object()) {
+        Complaint::report("status: the host does not allow it",
+                          "its access rules must give the right listen for *");
+        return ExitFailure;
+    }
+    return print(figures, text, arguments);
 }

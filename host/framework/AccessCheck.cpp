@@ -1,3 +1,6 @@
+// Each call of a client under rules passes here, so the usual way searches and copies nothing:
+// schemas are found by a hash, and a file is read only where a mask in it could destroy a password.
+
 #include "framework/AccessCheck.h"
 
 #include <algorithm>
@@ -100,6 +103,7 @@ bool AccessCheck::allows(const Methods::Row& method) {
             break;
     }
     m_maySeeSecrets = may(Methods::Secrets, m_schema);
+    // An answer that is only true or false shows no data.
     const auto shown = method.of(Parameter::out);
     m_showsData = access.ofSchema == Methods::Read ||
                   std::any_of(shown.begin(), shown.end(), [](const Methods::Value& value) {
@@ -113,8 +117,8 @@ bool AccessCheck::allows(const Methods::Row& method) {
            (!isWrite || m_maySeeSecrets || keepsSecrets());
 }
 
-/// Whether what the call stores holds no mask where a secret may stand: a password that was exported
-/// as its mask must not come back as a password.
+/// Whether what the call stores holds no mask where a secret may stand: a password that was
+/// exported as its mask must not come back as a password.
 bool AccessCheck::keepsSecrets() const {
     if (!hasSecrets(m_schema)) {
         return true;
@@ -130,9 +134,8 @@ bool AccessCheck::keepsSecrets() const {
 bool AccessCheck::allowsList(unsigned rights, const std::string& list) const {
     const auto names = ClientUtils::tokenizeString(list, ",", true, true);
     return names.empty() ? m_rights.may(rights)
-                         : std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-                               return may(rights, name);
-                           });
+                         : std::all_of(names.begin(), names.end(),
+                                       [&](const std::string& name) { return may(rights, name); });
 }
 
 bool AccessCheck::allowsRequest(const std::string& text, int length) {
@@ -169,8 +172,8 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
            (m_maySeeSecrets || allowsSecrets(look, isOfSettings));
 }
 
-/// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items of
-/// a deletion of settings are names, and no conditions on values.
+/// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items
+/// of a deletion of settings are names, and no conditions on values.
 bool AccessCheck::allowsSecrets(const RequestLook& look, bool isOfSettings) const {
     if (Methods::rightOf(look.reason) == Methods::Read) {
         return !look.namesSecret;

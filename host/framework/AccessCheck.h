@@ -8,12 +8,21 @@
 
 class Method;
 
-/// What one call needs, held against the rights of its client. The table of methods says which rights
-/// a method needs, and what it names as its schema.
+/**
+ * What one call needs, held against the rights of its client. The table of methods says which
+ * rights a method needs, and what it names as its schema.
+ *
+ * A request is judged by what the service will do with it, not by how it looks: RequestLook reads
+ * the schema that chooses the table, the reason after entities and comments, and the length that
+ * counts. A request that could mean two things is refused, since a client could write one for this
+ * check and the other for the service.
+ */
 class AccessCheck {
 public:
+    /// Decides about @p call. Both arguments must outlive the object.
     AccessCheck(const Method& call, const ClientRights& rights);
 
+    /// Whether the client may make the call. A method that is unknown is allowed: it does nothing.
     bool isAllowed() const { return m_isAllowed; }
 
     /// Whether secrets must not be shown in the answer and in what the call exports.
@@ -23,12 +32,18 @@ public:
     const std::string& schema() const { return m_schema; }
 
 private:
+    /// Whether a call of @p method is allowed. Finds out the schema, and whether secrets are
+    /// hidden.
     bool allows(const Methods::Row& method);
+    /// The same for the text of a request of which the service reads @p length bytes.
     bool allowsRequest(const std::string& text, int length);
+    /// The same for a request that RequestLook has read.
     bool allowsMessage(const RequestLook& look);
     bool allowsSecrets(const RequestLook& look, bool isOfSettings) const;
+    /// Whether @p rights are there for each schema of @p list, or for all of them if it is blank.
     bool allowsList(unsigned rights, const std::string& list) const;
     bool keepsSecrets() const;
+    /// Whether the client has @p rights for @p schema, which may be unknown.
     bool may(unsigned rights, const std::string& schema) const;
 
     const Method& m_call;

@@ -1,3 +1,6 @@
+// The name of a user may come from a name service of the network. So it is asked for without the
+// mutex, and only for a line that is written.
+
 #include "framework/AccessLog.h"
 
 #include <pwd.h>

@@ -1,3 +1,6 @@
+// A file with any line that is no rule is refused whole: a rule that is skipped would be a right
+// too few, and the administrator would find out by a client that does not work.
+
 #include "framework/AccessRules.h"
 
 #include <fcntl.h>
@@ -5,7 +8,6 @@
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,11 +17,12 @@
 #include "ClientUtils.h"
 #include "Log.h"
 #include "schemas/KnownSchemas.h"
+#include "terminal/Descriptor.h"
 
 namespace {
 
 constexpr const char* LogSource = "./host/AccessRules";
-constexpr off_t LargestFile = off_t{1024} * 1024;
+constexpr std::size_t LargestFile = std::size_t{1024} * 1024;
 constexpr std::size_t WordsOfRule = 4;
 const std::string EverySchema = "*";
 
@@ -29,45 +32,15 @@ const std::pair<const char*, unsigned> RightWords[] = {
     {"secrets", Methods::Secrets}, {"all", Methods::All},
 };
 
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
-    ~Descriptor() {
-        if (m_descriptor >= 0) {
-            close(m_descriptor);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_descriptor; }
-
-private:
-    const int m_descriptor;
-};
-
 /// The words of a line up to a comment.
 std::vector<std::string> wordsOf(std::string_view line) {
-    line = line.substr(0, line.find('#'));
-    std::vector<std::string> words;
-    for (std::size_t begin = line.find_first_not_of(" \t"); begin != std::string_view::npos;) {
-        const std::size_t end = std::min(line.find_first_of(" \t", begin), line.size());
-        words.emplace_back(line.substr(begin, end - begin));
-        begin = line.find_first_not_of(" \t", end);
-    }
-    return words;
+    return ClientUtils::tokenizeString(std::string(line.substr(0, line.find('#'))), " \t", false,
+                                       false);
 }
 
 /// The parts between commas, blank ones too.
 std::vector<std::string> partsOf(const std::string& word) {
-    std::vector<std::string> parts;
-    std::size_t begin = 0;
-    for (std::size_t comma = word.find(','); comma != std::string::npos;
-         comma = word.find(',', begin)) {
-        parts.push_back(word.substr(begin, comma - begin));
-        begin = comma + 1;
-    }
-    parts.push_back(word.substr(begin));
-    return parts;
+    return ClientUtils::tokenizeString(word, ",", true, false);
 }
 
 /// The rights that @p word names. False when a part of it is no right.
@@ -101,7 +74,7 @@ std::string faultOf(const struct stat& status) {
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         return "others than its owner may write it; chmod go-w takes that right away";
     }
-    return status.st_size > LargestFile ? "it is larger than 1 MiB" : "";
+    return static_cast<std::size_t>(status.st_size) > LargestFile ? "it is larger than 1 MiB" : "";
 }
 
 }  // namespace
@@ -115,7 +88,7 @@ Peer Peer::of(int descriptor) {
         peer.user = credentials.uid;
         peer.group = credentials.gid;
     }
-    // The call returns the size that it needs.
+    // The call returns the size that it needs; the groups may grow between two calls.
     size = 0;
     int result = getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size);
     while (result != 0 && errno == ERANGE && size > 0) {
@@ -140,18 +113,14 @@ bool AccessRules::read(const std::string& path, std::string& error) {
     // Without waiting: it may be a pipe.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (file.get() < 0 || fstat(file.get(), &status) != 0) {
-        error = path + ": " + std::generic_category().message(errno);
-        return false;
+    std::string text;
+    int failure = !file.isOpen() || fstat(file.number(), &status) != 0 ? errno : 0;
+    error = failure == 0 ? faultOf(status) : "";
+    if (failure == 0 && error.empty()) {
+        failure = Descriptor::readAll(file.number(), LargestFile, text);
     }
-    error = faultOf(status);
-    std::string text(error.empty() ? static_cast<std::size_t>(status.st_size) : 0, '\0');
-    for (std::size_t size = 0; error.empty() && size < text.size();) {
-        const ssize_t count = ::read(file.get(), text.data() + size, text.size() - size);
-        if (count <= 0 && !(count < 0 && errno == EINTR)) {
-            error = count < 0 ? std::generic_category().message(errno) : "it became shorter";
-        }
-        size += count > 0 ? static_cast<std::size_t>(count) : 0;
+    if (failure != 0) {
+        error = std::generic_category().message(failure);
     }
     if (error.empty() && parse(text, idOnThisMachine, error)) {
         return true;

@@ -1,14 +1,16 @@
+// The service reports changes with its own locks held, and takes them when a listener is added or
+// removed. So the source is called without m_mutex, which changed() takes; m_startMutex orders
+// those calls.
+
 #include "framework/ChangeRelay.h"
 
 #include <algorithm>
 #include <map>
-#include <sstream>
 #include <utility>
 
 #include "ClientUtils.h"
 #include "Log.h"
 #include "Method.h"
-#include "ProtocolAdapter.h"
 #include "framework/Client.h"
 
 namespace {
@@ -19,23 +21,20 @@ constexpr auto TimeBetweenLooks = milliseconds(1000);
 constexpr auto TimeToNextTry = milliseconds(200);
 
 /// They show one table.
-const std::set<std::string> CallSchemas = {
-    "CallLog",
-    "CallLogAndPhoneBook",
-    "CallLogDialledCalls",
-    "CallLogForwardedCalls",
-    "CallLogMissedCalls",
-    "CallLogReceivedCalls"};
+const std::set<std::string> CallSchemas = {"CallLog",
+                                           "CallLogAndPhoneBook",
+                                           "CallLogDialledCalls",
+                                           "CallLogForwardedCalls",
+                                           "CallLogMissedCalls",
+                                           "CallLogReceivedCalls"};
 
-std::string lineOf(const DASChange& change, ProtocolAdapter& adapter) {
+std::string lineOfChange(const DASChange& change, ProtocolAdapter& adapter) {
     Method method("Changed");
     method.addStringParameter("Schema", change.schema, Parameter::out);
     method.addStringParameter("Context", change.context, Parameter::out);
     method.addStringParameter("Reason", change.reason, Parameter::out);
     method.addStringParameter("Id", change.id, Parameter::out);
-    std::ostringstream line;
-    adapter.encode(method, line);
-    return line.str();
+    return lineOf(method, adapter);
 }
 
 /// What is sent of one change: the line and the one that stands for several, by protocol.
@@ -46,7 +45,9 @@ public:
     void send(Client& client, ProtocolAdapter& adapter) {
         auto found = m_lines.find(&adapter);
         if (found == m_lines.end()) {
-            found = m_lines.emplace(&adapter, Pair{lineOf(m_change, adapter), lineOf({}, adapter)})
+            found = m_lines
+                        .emplace(&adapter,
+                                 Pair{lineOfChange(m_change, adapter), lineOfChange({}, adapter)})
                         .first;
         }
         client.sendChange(found->second.line, found->second.standIn);
@@ -73,13 +74,11 @@ void ChangeRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& ad
     const std::lock_guard<std::mutex> start(m_startMutex);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        const auto isSame = [&](const Listener& each) {
-            // By owner, since a client that is held here for a moment could end under the lock.
-            const bool isClient =
-                !each.client.owner_before(client) && !client.owner_before(each.client);
-            return each.client.expired() || (each.adapter == &adapter && isClient);
+        const auto isReplaced = [&](const Listener& each) {
+            return each.client.expired() ||
+                   (each.adapter == &adapter && isSame(each.client, client));
         };
-        m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(), isSame),
+        m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(), isReplaced),
                           m_listeners.end());
         m_listeners.push_back({client, &adapter, namesOf(schemas)});
         if (m_isEnding) {
@@ -175,6 +174,7 @@ bool ChangeRelay::wait(milliseconds time) {
     return !m_ended.wait_for(lock, time, [this] { return m_isEnding; });
 }
 
+/// Looks twice: a listener may be added between the first look and the lock that adding takes.
 bool ChangeRelay::stopWithoutListeners() {
     if (hasListeners()) {
         return false;

@@ -18,9 +18,15 @@ class ProtocolAdapter;
 
 /**
  * Carries committed changes to the clients that have asked for them, as the method "Changed" with
- * the strings "Schema", "Context", "Reason" and "Id". As long as there is such a client, a thread
- * asks the service once a second whether another process has committed; without one there is no
- * thread, and the service does not know of this object.
+ * the strings "Schema", "Context", "Reason" and "Id".
+ *
+ * As long as there is such a client, a thread asks the service once a second whether another
+ * process has committed; without one there is no thread, and the service does not know of this
+ * object, so that a host without listeners pays nothing.
+ *
+ * The service reports a change with the locks of its request held: that puts the change into the queues
+ * of all clients before any answer could show it. So nothing there may wait, neither for a client nor
+ * for a thread that calls the service.
  */
 class ChangeRelay : private DASChangeListenerIfc {
 public:
@@ -48,17 +54,22 @@ public:
 private:
     using Names = std::set<std::string>;
 
+    /// A client that has asked, weakly, so that it can leave.
     struct Listener {
         std::weak_ptr<Client> client;
         ProtocolAdapter* adapter;  // not owned
         Names schemas;             // none for all
     };
 
+    /// The service reports a change. Called by any thread of the service; queues and returns.
     void changed(const DASChange& change) override;
+    /// Whether a change of @p schema is for @p listener; a blank schema is for all.
     static bool hears(const Listener& listener, const std::string& schema);
     static Names namesOf(const std::string& list);
+    /// What the thread does: looks for commits of other processes.
     void work(DASChangeSourceIfc& source);
     bool wait(std::chrono::milliseconds time);
+    /// Ends the thread if no listener is left. True when it has to return.
     bool stopWithoutListeners();
     bool hasListeners();
 

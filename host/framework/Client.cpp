@@ -1,5 +1,9 @@
 #include "framework/Client.h"
 
+#include <sstream>
+
+#include "ProtocolAdapter.h"
+
 std::string Clients::add(Client& client) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::string name = std::to_string(++m_last);
@@ -28,4 +32,10 @@ std::vector<std::shared_ptr<Client>> Clients::all() const {
         }
     }
     return clients;
+}
+
+std::string lineOf(const Method& method, ProtocolAdapter& adapter) {
+    std::ostringstream line;
+    adapter.encode(method, line);
+    return line.str();
 }

@@ -13,18 +13,27 @@
 
 class Client;
 class ClientRights;
+class Method;
+class ProtocolAdapter;
 
-/// The clients that are there. Any thread may ask.
+/**
+ * The clients that are connected, by names that the service can carry.
+ *
+ * The service knows a listener by a name alone and may use it long after the client has left. So
+ * the host keeps names and weak pointers here, and a name is never given twice. Any thread may ask.
+ */
 class Clients {
 public:
     /// The client of that name; null when it has gone.
     std::shared_ptr<Client> find(const std::string& name) const;
 
+    /// All of them, held until the caller drops the result.
     std::vector<std::shared_ptr<Client>> all() const;
 
 private:
     friend class Client;
     std::string add(Client& client);
+    /// Called by the client's destructor: find() returns null from then on, and before.
     void remove(const std::string& name);
 
     mutable std::mutex m_mutex;
@@ -32,7 +41,13 @@ private:
     std::map<std::string, Client*> m_clients;  // not owned; a client takes itself out
 };
 
-/// The other end of one conversation. To be held by std::shared_ptr.
+/**
+ * The other end of one conversation: a connection at the socket, the standard streams, or this
+ * process.
+ *
+ * To be held by std::shared_ptr. Handlers hold the client while its message is in work, so that the
+ * answer has a place to go; listeners hold it weakly, so that they do not keep it.
+ */
 class Client : public std::enable_shared_from_this<Client> {
 public:
     /// Enters the client into @p clients, which must outlive it, under a name of its own.
@@ -43,7 +58,7 @@ public:
 
     const std::string& name() const { return m_name; }
 
-    /// Sends @p line with a line feed behind it. Any thread may call; what is sent to a client that
+    /// Sends @p line with a line feed after it. Any thread may call; what is sent to a client that
     /// has gone is dropped.
     virtual void sendLine(std::string line) = 0;
 
@@ -57,7 +72,7 @@ public:
     /// What the client may do; null where there are no rules.
     virtual const ClientRights* rights() const { return nullptr; }
 
-    /// The user whose client it is.
+    /// The user at the other end; the highest number where that is not known.
     virtual uid_t user() const { return static_cast<uid_t>(-1); }
 
     /// The longest answer that this client can be sent, without its line feed.
@@ -67,7 +82,8 @@ public:
     /// sent.
     virtual void end() {}
 
-    /// What the last message told of failures. For those who handle messages, one after the other.
+    /// What the service logged of failures for the last message. For whoever handles messages,
+    /// which come one after the other.
     FailureWords& lastFailures() { return m_lastFailures; }
 
 private:
@@ -75,5 +91,14 @@ private:
     const std::string m_name;
     FailureWords m_lastFailures;
 };
+
+/// Whether @p one is of the client @p other. By owner: to hold a client for a moment could end it
+/// under a lock that its end needs.
+inline bool isSame(const std::weak_ptr<Client>& one, const std::shared_ptr<Client>& other) {
+    return !one.owner_before(other) && !other.owner_before(one);
+}
+
+/// What @p adapter writes for @p method: the line that a listener is sent.
+std::string lineOf(const Method& method, ProtocolAdapter& adapter);
 
 #endif

@@ -1,3 +1,6 @@
+// Both tables are held in memory and rows are matched by key: their order may have changed by an
+// upgrade, and the tables of a telephone have some thousand rows at most.
+
 #include "framework/DatabaseDiff.h"
 
 #include <algorithm>
@@ -8,6 +11,7 @@
 
 #include "Secrets.h"
 #include "framework/DatabaseFile.h"
+#include "terminal/Quotes.h"
 #include "terminal/TerminalText.h"
 
 namespace {
@@ -19,21 +23,13 @@ bool contains(const Texts& all, const std::string& one) {
     return std::find(all.begin(), all.end(), one) != all.end();
 }
 
-std::string quoted(const std::string& name) {
-    std::string text = "\"";
-    for (const char character : name) {
-        text += character == '"' ? "\"\"" : std::string(1, character);
-    }
-    return text + "\"";
+std::string inSql(const std::string& name) {
+    return quoted(name, '"', "\"\"");
 }
 
 /// A value as it is shown.
 std::string shown(const std::string& text) {
-    std::string doubled;
-    for (const char character : text) {
-        doubled += character == '\\' ? "\\\\" : std::string(1, character);
-    }
-    return TerminalText::visible(doubled);
+    return TerminalText::visible(replaced(text, '\\', "\\\\"));
 }
 
 /// A table of one of the databases.
@@ -56,9 +52,10 @@ struct Table {
     }
 };
 
+/// The columns of a table, and those of its primary key in the order of the key.
 bool readColumns(DatabaseFile& file, const std::string& name, Table& table) {
     DatabaseFile::Rows rows;
-    if (!file.query("SELECT name, pk FROM pragma_table_info(" + quoted(name) + ") ORDER BY cid",
+    if (!file.query("SELECT name, pk FROM pragma_table_info(" + inSql(name) + ") ORDER BY cid",
                     rows)) {
         return false;
     }
@@ -95,13 +92,14 @@ Texts commonKey(const Table& older, const Table& newer) {
     return {};
 }
 
+/// Rows by key. A key that stands twice, which a damaged table may have, gets a number.
 bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Table& table) {
     if (table.columns.empty()) {
         return true;
     }
     std::vector<DatabaseFile::Cells> rows;
     const std::string order = table.key.empty() || key.empty() ? " ORDER BY rowid" : "";
-    if (!file.query("SELECT * FROM " + quoted(name) + order, rows)) {
+    if (!file.query("SELECT * FROM " + inSql(name) + order, rows)) {
         return false;
     }
     for (auto& row : rows) {
@@ -194,6 +192,7 @@ private:
     Table m_new;
 };
 
+/// SQLite's own tables differ by how a database came to be, not by what it holds.
 bool readNames(DatabaseFile& file, Texts& names) {
     DatabaseFile::Rows rows;
     const bool isRead = file.query(

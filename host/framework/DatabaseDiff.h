@@ -17,7 +17,7 @@ public:
     /// Compares two files, which are opened for reading only. False when one can't be read.
     [[nodiscard]] bool compare(const std::string& oldPath, const std::string& newPath);
 
-    /// A line for each difference; empty when there is none.
+    /// A line for each difference; empty without one.
     const std::string& lines() const { return m_lines; }
 
     /// Which file can't be read, and why.

@@ -1,8 +1,9 @@
+// A finding is for a person who may not know SQL: it says what is there, and what to do next.
+
 #include "framework/DatabaseExam.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,7 +11,10 @@
 #include <system_error>
 #include <utility>
 
+#include "ClientUtils.h"
 #include "schemas/KnownSchemas.h"
+#include "terminal/Descriptor.h"
+#include "terminal/Quotes.h"
 
 namespace {
 
@@ -27,12 +31,8 @@ std::map<std::string, const KnownSchemas::Entry*> knownTables() {
     return tables;
 }
 
-std::string quoted(const std::string& name) {
-    std::string text = "\"";
-    for (const char character : name) {
-        text += character == '"' ? "\"\"" : std::string(1, character);
-    }
-    return text + "\"";
+std::string inSql(const std::string& name) {
+    return quoted(name, '"', "\"\"");
 }
 
 bool isThere(const std::string& path) {
@@ -49,14 +49,6 @@ bool isPutAside(const std::string& table) {
         }
     }
     return false;
-}
-
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
 }
 
 }  // namespace
@@ -76,7 +68,6 @@ DatabaseExam::DatabaseExam(std::string path) : m_path(std::move(path)) {
     examineTables();
     examineColumns();
     examineUsers();
-    examineConversations();
     examineLeftovers();
     examineSizes();
 }
@@ -88,11 +79,8 @@ bool DatabaseExam::hasFault() const {
 
 bool DatabaseExam::examineFile() {
     struct stat status {};
-    const int descriptor = ::open(m_path.c_str(), O_RDONLY | O_CLOEXEC);
-    const int error = descriptor < 0 || fstat(descriptor, &status) != 0 ? errno : 0;
-    if (descriptor >= 0) {
-        ::close(descriptor);
-    }
+    const Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    const int error = !file.isOpen() || fstat(file.number(), &status) != 0 ? errno : 0;
     if (error != 0 || !S_ISREG(status.st_mode)) {
         const std::string why =
             error != 0 ? std::generic_category().message(error) : std::string("is no file");
@@ -117,7 +105,7 @@ void DatabaseExam::examineJournal() {
     m_hasJournal = isThere(m_path + "-journal");
     if (m_hasJournal) {
         add(Verdict::Note, "journal", m_path + "-journal: a commit is at work, or was cut off",
-            "leave it there: the next start takes back what is not complete");
+            "leave it there: the next start rolls back what is not complete");
     } else {
         add(Verdict::Good, "journal", "no commit is cut off");
     }
@@ -152,7 +140,7 @@ void DatabaseExam::examineTables() {
     if (missing.empty()) {
         add(Verdict::Good, "tables", "all there");
     } else {
-        add(Verdict::Note, "tables", "missing: " + joined(missing),
+        add(Verdict::Note, "tables", "missing: " + ClientUtils::join(missing, ", "),
             "the first request to each makes it with its default rows");
     }
 }
@@ -166,12 +154,13 @@ void DatabaseExam::examineColumns() {
             }
         }
         if (!missing.empty()) {
-            add(Verdict::Note, "columns", table + " lacks " + joined(missing),
+            add(Verdict::Note, "columns", table + " lacks " + ClientUtils::join(missing, ", "),
                 "an older release made it; the next start upgrades it");
         }
     }
 }
 
+// Only settings may have a blank user: those of the telephone.
 void DatabaseExam::examineUsers() {
     bool isGood = true;
     for (const auto& [table, schema] : knownTables()) {
@@ -180,7 +169,7 @@ void DatabaseExam::examineUsers() {
         }
         const std::string none = table == SettingsTable ? "" : " OR UserContext = ''";
         const std::string count = cellOf(
-            "SELECT count(*) FROM " + quoted(table) +
+            "SELECT count(*) FROM " + inSql(table) +
             " WHERE UserContext IS NULL OR UserContext NOT IN ('base', 'visitor', '')" + none);
         if (!count.empty() && count != "0") {
             isGood = false;
@@ -190,23 +179,6 @@ void DatabaseExam::examineUsers() {
     }
     if (isGood) {
         add(Verdict::Good, "users", "each row has one");
-    }
-}
-
-void DatabaseExam::examineConversations() {
-    const std::pair<const char*, const char*> links[] = {
-        {"PhonebookId NOT IN (SELECT UniqueID FROM PHONE_BOOK)", "whose contact is gone"},
-        {"CallLogId NOT IN (SELECT UniqueId FROM CALL_LOG)", "whose call is gone"}};
-    for (const auto& [condition, words] : links) {
-        if (!hasTable("CONVERSATIONS") || !hasTable("PHONE_BOOK") || !hasTable("CALL_LOG")) {
-            return;
-        }
-        const std::string count =
-            cellOf(std::string("SELECT count(*) FROM CONVERSATIONS WHERE ") + condition);
-        if (!count.empty() && count != "0") {
-            add(Verdict::Note, "conversations", count + " " + words,
-                "reads leave them out; das delete Conversations removes them");
-        }
     }
 }
 
@@ -220,7 +192,7 @@ void DatabaseExam::examineLeftovers() {
     for (const std::string& table : strange) {
         const bool isAside = isPutAside(table);
         add(isAside ? Verdict::Fault : Verdict::Note, "leftovers",
-            table + ": " + cellOf("SELECT count(*) FROM " + quoted(table)) + " rows" +
+            table + ": " + cellOf("SELECT count(*) FROM " + inSql(table)) + " rows" +
                 (isAside ? ", put aside by an upgrade that broke off" : ", a table of no schema"),
             isAside
                 ? "its rows are the only copy: keep the file, and export them before you drop it"
@@ -236,7 +208,7 @@ void DatabaseExam::examineSizes() {
     for (const std::string& table : m_tables) {
         if (known.count(table) > 0) {
             add(Verdict::Good, "size",
-                table + ": " + cellOf("SELECT count(*) FROM " + quoted(table)) + " rows");
+                table + ": " + cellOf("SELECT count(*) FROM " + inSql(table)) + " rows");
         }
     }
     const std::string free = cellOf("PRAGMA freelist_count");

@@ -6,40 +6,54 @@
 
 #include "framework/DatabaseFile.h"
 
-/// What "das check" looks at, one after the other, and what it found.
+/**
+ * Looks at the file of a database for damage and leftovers: file, journal, integrity, tables,
+ * columns, users, leftovers, sizes, in this order.
+ *
+ * It works without the service, whose start would upgrade the file and so destroy the evidence, and
+ * opens the file for reading only. What is needed for the next step is looked at first: a file that
+ * can't be opened has no tables. "das check" prints all findings, "das restore" refuses a backup
+ * with a fault.
+ */
 class DatabaseExam {
 public:
+    /// A note needs no action by itself: the next start settles it, or it is only unusual. A fault
+    /// needs a person, since data is lost or can't be reached.
     enum class Verdict { Good, Note, Fault };
 
     struct Finding {
         Verdict verdict;
-        std::string subject;
-        std::string words;
-        std::string advice;  ///< what to do next; blank for nothing
+        std::string subject;  ///< what was looked at, in a word
+        std::string words;    ///< what was found
+        std::string advice;   ///< what to do next; blank for nothing
     };
 
     /// Looks at the database at @p path. All that is wrong is among the findings.
     explicit DatabaseExam(std::string path);
 
+    /// All findings, in the order of the class.
     const std::vector<Finding>& findings() const { return m_findings; }
     bool hasFault() const;
 
 private:
     using Rows = DatabaseFile::Rows;
 
+    /// False when the rest can't be looked at; so for the integrity.
     bool examineFile();
     void examineJournal();
     bool examineIntegrity();
     void examineTables();
     void examineColumns();
     void examineUsers();
-    void examineConversations();
     void examineLeftovers();
     void examineSizes();
 
+    /// Whether the file has the table; to be called after examineTables().
     bool hasTable(const std::string& table) const;
     /// Whether the table of the file has the column, which that of an older release may lack.
     bool hasColumn(const std::string& table, const std::string& column);
+    /// The first cell of what @p sql finds; blank without one. A failure becomes a finding; so
+    /// below.
     std::string cellOf(const std::string& sql);
     Rows rowsOf(const std::string& sql);
     void add(Verdict verdict, const std::string& subject, const std::string& words,

@@ -1,3 +1,6 @@
+// The file is opened by a URI, since only a URI can say that SQLite must write nothing: opened as
+// usual, a journal that was left would be rolled back into the file that is to be looked at.
+
 #include "framework/DatabaseFile.h"
 
 #include <sqlite3.h>
@@ -76,6 +79,7 @@ bool DatabaseFile::openToRead(const std::string& path) {
 bool DatabaseFile::copyTo(const std::string& path) {
     sqlite3* target = nullptr;
     int result = sqlite3_open_v2(path.c_str(), &target, SQLITE_OPEN_READWRITE, nullptr);
+    // All pages in one step: a copy by parts would begin anew with each commit of a host.
     sqlite3_backup* const backup =
         result == SQLITE_OK ? sqlite3_backup_init(target, "main", m_database, "main") : nullptr;
     if (backup != nullptr) {

@@ -7,8 +7,8 @@
 
 struct sqlite3;
 
-/// The file of a database, opened to be looked at: nothing is written, neither into it nor beside
-/// it, and no commit that was cut off is taken back.
+/// The file of a database, opened to be looked at: nothing is written, neither into it nor next to
+/// it, and no commit that was cut off is rolled back.
 class DatabaseFile {
 public:
     using Rows = std::vector<std::vector<std::string>>;
@@ -26,7 +26,7 @@ public:
      * Opens the file. To be called once.
      *
      * @param isAlone the state of the file is taken as it is, without regard to other processes or
-     *                to a journal beside it
+     *                to a journal next to it
      * @return false with the reason in error()
      */
     [[nodiscard]] bool open(const std::string& path, bool isAlone);
@@ -35,7 +35,7 @@ public:
     /// before that are in @p rows.
     [[nodiscard]] bool query(const std::string& sql, Rows& rows);
 
-    /// The same with NULLs told apart from blank texts.
+    /// The same, with NULLs distinct from blank texts.
     [[nodiscard]] bool query(const std::string& sql, std::vector<Cells>& rows);
 
     /// Opens the file to read all of it: as the other processes see it, waiting up to five seconds

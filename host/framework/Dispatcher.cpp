@@ -1,9 +1,11 @@
+// Exceptions of the standard library, mostly for want of memory, end here: the locks of the service
+// are free again by its guards, and a client without an answer is closed.
+
 #include "framework/Dispatcher.h"
 
 #include <exception>
 #include <functional>
 #include <sstream>
-#include <utility>
 
 #include "AnswerLimit.h"
 #include "AurelProtocols.h"
@@ -60,8 +62,8 @@ bool isXml(std::string_view line) {
     return line.front() == '<';
 }
 
-/// Runs @p work. If it ends with an exception, that is logged, and its client takes no more: it must
-/// not wait for an answer that there was no memory for.
+/// Runs @p work. If it ends with an exception, that is logged, and its client takes no more: it
+/// must not wait for an answer that there was no memory for.
 template <typename Work>
 void guarded(Client& client, Work work) noexcept {
     try {
@@ -95,6 +97,7 @@ void Dispatcher::refuse(std::string_view line, Client& client) {
                                 : JsonRpc::ParseError);
 }
 
+// The turn of large answers ends with the message, after its answer was sent.
 void Dispatcher::handleJson(std::string_view line, const std::shared_ptr<Client>& client) {
     JsonMessage message(*client, m_largeAnswers);
     JsonRpc::Message read = line.front() == '{' ? JsonRpc::read(line) : JsonRpc::Message();

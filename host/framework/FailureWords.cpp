@@ -1,3 +1,5 @@
+// The words that the advice is found by are fixed: those of SQLite, and those of the service's log.
+
 #include "framework/FailureWords.h"
 
 #include <utility>
@@ -9,12 +11,12 @@ constexpr std::size_t LongestText = 400;
 
 const std::pair<const char*, const char*> Advice[] = {
     {"'no open database'", "name the folder of phone.db by --db or DB_PATH"},
-    {"file is not a database", "das check tells more"},
-    {"malformed", "das check tells more"},
-    {"disk I/O error", "see to the disk and how full it is; das check tells of the file"},
+    {"file is not a database", "das check finds out more"},
+    {"malformed", "das check finds out more"},
+    {"disk I/O error", "see to the disk and how full it is; das check looks at the file"},
     {"readonly database", "see to the rights of phone.db and of its folder"},
-    {"is full", "make room on the disk"},
-    {"Out of disk space", "make room on the disk"},
+    {"is full", "make space on the disk"},
+    {"Out of disk space", "make space on the disk"},
     {"is locked", "another process is at work on it: --socket takes the way through its host"},
     {"no such table", "the first request to a schema makes its table, as das read does"},
     {"no such column", "das check names the columns that are missing"},
@@ -23,7 +25,7 @@ const std::pair<const char*, const char*> Advice[] = {
 }  // namespace
 
 void FailureWords::add(const Log::Entry& entry) {
-    // An item that was never set is told at the level of failures, and is none.
+    // An item that was never set is logged at the level of failures, but is no failure.
     if (entry.message.find(" - results empty") != std::string::npos) {
         return;
     }
@@ -35,13 +37,13 @@ void FailureWords::add(const Log::Entry& entry) {
     }
     m_hasFailed = m_hasFailed || entry.level <= LevelOfFailures;
     std::string words = entry.message.substr(0, entry.message.find_last_not_of('\n') + 1);
-    // The same error of several statements is told with the first of them.
+    // The same error of several statements is shown with the first of them.
     const std::string error = words.substr(0, words.find("' handling request '"));
     if (m_text.find(error) != std::string::npos) {
         return;
     }
     if (m_text.empty() && words.size() >= LongestText) {
-        words = words.substr(0, LongestText - 4) + "...";  // SQLite's words stand in front
+        words = words.substr(0, LongestText - 4) + "...";  // SQLite's message stands in front
     }
     if (m_text.size() + words.size() < LongestText) {
         m_text += (m_text.empty() ? "" : "; ") + words;

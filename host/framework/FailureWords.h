@@ -5,10 +5,14 @@
 
 #include "Log.h"
 
-/// What the log has told of failures, gathered into one short text for people.
+/// What the log says of failures, gathered into one short text for people.
+///
+/// A failed request answers only "failure". The reason is in the log, often in several lines of
+/// several layers, and a person needs the one that matters: the first, without repeats, cut to a
+/// line.
 class FailureWords {
 public:
-    /// The highest level that tells of failures: those of SQL and locks stand at it.
+    /// The highest level that has failures: those of SQL and locks.
     static constexpr int HighestLevel = 3;
 
     /// Adds what @p entry says; repeated words are added once, and other levels not at all.
@@ -17,11 +21,11 @@ public:
     /// The messages, joined by semicolons.
     const std::string& text() const { return m_text; }
 
-    /// Whether the service called it a failure itself: a word of SQLite alone may be one that it
-    /// lives with, such as that of a table that is made next.
+    /// Whether the service logged a failure itself. An error of SQLite alone may be expected, such
+    /// as a missing table, which the service makes next.
     bool hasFailed() const { return m_hasFailed; }
 
-    /// What helps against a failure of which @p text tells; empty where nothing is known to.
+    /// What helps against the failure that @p text describes; empty where nothing is known to.
     static std::string adviceFor(const std::string& text);
 
 private:

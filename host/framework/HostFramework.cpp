@@ -1,7 +1,9 @@
+// What is handed to the invoker belongs to a thread: a message is carried out by one thread from
+// its reading to its answer.
+
 #include "framework/HostFramework.h"
 
 #include <set>
-#include <sstream>
 #include <utility>
 
 #include "AurelProtocols.h"
@@ -35,6 +37,7 @@ std::shared_ptr<Client> ClientRequest::client() const {
 }
 
 void ClientRequest::leadTo(const ClientRequest& other) {
+    // Both at once: two that lead to each other must not wait for each other.
     const std::scoped_lock lock(m_mutex, other.m_mutex);
     m_client = other.m_client;
     m_adapter = other.m_adapter;
@@ -52,9 +55,7 @@ void ClientRequest::send(const Method& method) {
         return;
     }
     try {
-        std::ostringstream text;
-        adapter->encode(method, text);
-        client->sendLine(text.str());
+        client->sendLine(lineOf(method, *adapter));
     } catch (const std::exception& failure) {
         logAppUni("das", "./host/HostFramework", 2, __LINE__, "Client %s does not hear %s: %s",
                   client->name().c_str(), method.getName().c_str(), failure.what());
@@ -123,6 +124,7 @@ bool HostFramework::takeOverListener(const std::string& sender) {
     if (request == nullptr || client == nullptr) {
         return true;  // it has left meanwhile
     }
+    // A proxy whose client has left can lead to this one.
     Listener* unused = nullptr;
     int calls = 0;
     for (Listener& each : m_listeners) {
@@ -152,19 +154,9 @@ void HostFramework::addStatusListener(const std::string& sender) {
     }
 }
 
-void HostFramework::addLogListener(const std::shared_ptr<Client>& client,
-                                   const std::string& protocol, int level) {
-    m_logRelay.add(client, *adapterOf(protocol), level);
-}
-
-void HostFramework::addChangeListener(const std::shared_ptr<Client>& client,
-                                      const std::string& protocol, const std::string& schemas,
-                                      DASChangeSourceIfc& source) {
-    m_changeRelay.add(client, *adapterOf(protocol), schemas, source);
-}
-
 Statistics::Listeners HostFramework::listeners() {
-    std::set<std::shared_ptr<Client>> profile;  // held until the mutex is free: each may be the last
+    std::set<std::shared_ptr<Client>>
+        profile;  // held until the mutex is free: each may be the last
     std::set<std::shared_ptr<Client>> status;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

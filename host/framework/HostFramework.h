@@ -26,8 +26,11 @@ public:
     ClientRequest(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter)
         : m_client(client), m_adapter(&adapter) {}
 
+    /// Drops @p method, with a line in the log, if there is no memory for it.
     void send(const Method& method) override;
+    /// Whether the client has left.
     bool isGone() const;
+    /// Whether it leads to @p client.
     bool isTo(const Client& client) const;
 
     /// The client, null when it has gone.
@@ -47,13 +50,25 @@ private:
  *
  * A sender is a client together with the protocol of its message, so that a listener is spoken to
  * in the protocol in which it asked. To outlive the service, which holds its listeners to the end.
+ *
+ * The service can't remove a listener. A proxy therefore stays when its client leaves, and is given
+ * to the next client that asks: otherwise clients that come and go would fill the memory.
+ *
+ * Any thread may call. The mutex of the listeners comes before that of the clients.
  */
 class HostFramework : public FrameworkContext {
 public:
     /// @p createListenerProxy makes the stand-in for a listener.
     explicit HostFramework(std::function<std::unique_ptr<Proxy>()> createListenerProxy);
 
+    /// The adapter of the protocol @p name; null for an unknown one. In a message in work, that of
+    /// the message: see Handed.
     ProtocolAdapter* findProtocolAdapter(const std::string& name) override;
+
+    /// The adapter that all messages share which are not in work; null for an unknown protocol.
+    /// The adapter that is shared by all messages that are not in work; null for an unknown
+    /// protocol.
+    ProtocolAdapter* adapterOf(const std::string& name);
 
     /// As long as it lives, this thread finds @p adapter, whatever the name: the one that carries
     /// the message in work, which was read already.
@@ -65,12 +80,12 @@ public:
         Handed& operator=(const Handed&) = delete;
     };
 
-    /// A proxy of its own for each call, since the service is told of it each time. It stays when
-    /// its client leaves: a listener can't be taken out of the service.
+    /// A proxy of its own for each call, since each call adds a listener to the service. It stays
+    /// when its client leaves: a listener can't be removed from the service.
     Proxy* findProxy(const std::string& interface, const std::string& sender) override;
 
     /// Makes @p sender a listener by a proxy whose client has left, so that clients which come and
-    /// go leave nothing behind. False when the service is to be told of a new one.
+    /// go leave nothing in the service. False when the service needs a new listener.
     [[nodiscard]] bool takeOverListener(const std::string& sender);
 
     /// The name by which findProxy knows a client that speaks @p protocol.
@@ -79,18 +94,12 @@ public:
     /// From now on @p sender hears each status item, once, as the method "Status" with the strings
     /// "item" and "value". Status listeners that have gone are forgotten.
     void addStatusListener(const std::string& sender);
+    /// Sends a status item to all of them.
     void sendStatus(const ManageableData& status);
 
-    /// From now on @p client hears the log up to @p level in @p protocol; see LogRelay.
-    void addLogListener(const std::shared_ptr<Client>& client, const std::string& protocol,
-                        int level);
-
-    /// From now on @p client hears, in @p protocol, of committed changes to @p schemas; see
-    /// ChangeRelay.
-    void addChangeListener(const std::shared_ptr<Client>& client, const std::string& protocol,
-                           const std::string& schemas, DASChangeSourceIfc& source);
-    /// Ends that. To be called before the source and the server of the clients go.
-    void endChanges() { m_changeRelay.end(); }
+    /// Carries committed changes to clients. To be ended before their source and the server of the
+    /// clients go.
+    ChangeRelay& changeRelay() { return m_changeRelay; }
 
     /// What this host has done for its clients.
     Statistics& statistics() { return m_statistics; }
@@ -98,18 +107,20 @@ public:
     /// How many connections listen.
     Statistics::Listeners listeners();
 
+    /// Clients enter themselves here.
     Clients& clients() { return m_clients; }
 
     /// Carries the log to clients.
     LogRelay& logRelay() { return m_logRelay; }
 
 private:
+    /// A listener of the service, and where its calls go now.
     struct Listener {
         std::unique_ptr<ClientRequest> request;  // first, so that it outlives the proxy
         std::unique_ptr<Proxy> proxy;
     };
 
-    ProtocolAdapter* adapterOf(const std::string& name);
+    /// The way to the client of @p sender; null when it has left.
     std::unique_ptr<ClientRequest> wayTo(const std::string& sender);
 
     const std::function<std::unique_ptr<Proxy>()> m_createListenerProxy;
@@ -117,7 +128,7 @@ private:
     XmlAdapter m_xml;
     Clients m_clients;
     Statistics m_statistics;
-    LogRelay m_logRelay;  // behind the clients that it speaks to
+    LogRelay m_logRelay;  // after the clients that it sends to
     ChangeRelay m_changeRelay;
     std::mutex m_mutex;  ///< of what follows
     std::deque<Listener> m_listeners;

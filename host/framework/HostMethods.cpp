@@ -21,7 +21,7 @@ void addStatusListener(const HostCall& call, Method& /*answer*/) {
 void addLogListener(const HostCall& call, Method& /*answer*/) {
     int level = LevelOfFailures;
     (void)call.request.getIntParameter("Level", level);  // it may be left out
-    call.framework.addLogListener(call.client, call.protocol, level);
+    call.framework.logRelay().add(call.client, *call.framework.adapterOf(call.protocol), level);
 }
 
 void addChangeListener(const HostCall& call, Method& /*answer*/) {
@@ -34,7 +34,8 @@ void addChangeListener(const HostCall& call, Method& /*answer*/) {
     }
     std::string schemas;
     (void)call.request.getStringParameter("Schemas", schemas);  // it may be left out
-    call.framework.addChangeListener(call.client, call.protocol, schemas, *source);
+    call.framework.changeRelay().add(call.client, *call.framework.adapterOf(call.protocol), schemas,
+                                     *source);
 }
 
 void tellLastFailures(const HostCall& call, Method& answer) {
@@ -43,30 +44,18 @@ void tellLastFailures(const HostCall& call, Method& answer) {
     answer.addBoolParameter("HasFailed", failures.hasFailed(), Parameter::out);
 }
 
-void importText(const HostCall& call, Method& answer) {
-    TextTransfer::importText(call.request, call.service, *call.client, answer);
-}
-
-void exportText(const HostCall& call, Method& answer) {
-    TextTransfer::exportText(call.request, call.service, *call.client, answer);
-}
-
 void tellStatistics(const HostCall& call, Method& answer) {
-    answer.addStringParameter("Statistics",
-                              call.framework.statistics().json(call.framework.listeners()),
-                              Parameter::out);
+    answer.addStringParameter(
+        "Statistics", call.framework.statistics().json(call.framework.listeners()), Parameter::out);
 }
 
 /// Carries out a call and adds the out parameters to its answer.
 using Function = void (*)(const HostCall& call, Method& answer);
 
 const std::pair<const char*, Function> Functions[] = {
-    {"AddStatusListener", addStatusListener},
-    {"AddLogListener", addLogListener},
-    {"AddChangeListener", addChangeListener},
-    {"LastFailures", tellLastFailures},
-    {"ImportText", importText},
-    {"ExportText", exportText},
+    {"AddStatusListener", addStatusListener}, {"AddLogListener", addLogListener},
+    {"AddChangeListener", addChangeListener}, {"LastFailures", tellLastFailures},
+    {"ImportText", TextTransfer::importText}, {"ExportText", TextTransfer::exportText},
     {"Statistics", tellStatistics},
 };
 

@@ -10,7 +10,6 @@
 #include "Log.h"
 #include "ManageableData.h"
 #include "Storage.h"
-#include "framework/HostContext.h"
 #include "framework/HostFramework.h"
 
 namespace {
@@ -28,6 +27,7 @@ const char* directoryOf(int type) {
     return found != std::end(FileTypes) ? found->second : nullptr;
 }
 
+/// A name that can't lead out of its directory.
 bool isPlainName(const std::string& name) {
     return !name.empty() && name != "." && name != ".." &&
            name.find_first_of(std::string("/\0", 2)) == std::string::npos;
@@ -72,14 +72,17 @@ bool MediaControl::isDistinctiveRingerInUse(const std::string& fileName) {
     return read == ClientUtils::Line::Read;
 }
 
-void HostServices::enter(HostContext& context) {
-    const char* const text = std::getenv("DAS_WITHOUT");
-    const auto without = ClientUtils::tokenizeString(text == nullptr ? "" : text, ",", false, true);
-    const std::pair<const char*, Executable*> services[] = {
-        {"LocalMgmtIfc", &m_management}, {"MediaControlServiceIfc", &m_mediaControl}};
-    for (const auto& [name, service] : services) {
-        if (std::find(without.begin(), without.end(), name) == without.end()) {
-            context.add(name, service);
-        }
+HostServices::HostServices(HostFramework& framework)
+    : m_management(framework),
+      m_services({{"LocalMgmtIfc", &m_management}, {"MediaControlServiceIfc", &m_mediaControl}}) {
+    const char* const without = std::getenv("DAS_WITHOUT");
+    for (const std::string& name :
+         ClientUtils::tokenizeString(without == nullptr ? "" : without, ",", false, true)) {
+        m_services.erase(name);
     }
+}
+
+Executable* HostServices::findService(const std::string& name) {
+    const auto found = m_services.find(name);
+    return found == m_services.end() ? nullptr : found->second;
 }

@@ -1,23 +1,31 @@
 #ifndef HOSTSERVICES_H
 #define HOSTSERVICES_H
 
+#include <map>
 #include <string>
 
+#include "Context.h"
 #include "Executable.h"
 #include "LocalMgmtIfc.h"
 #include "MediaControlServiceIfc.h"
 
-class HostContext;
 class HostFramework;
 
-/// A service of the host itself: nothing to start and nothing to stop.
+/// A service of the host itself: nothing to start and nothing to stop, since it has neither threads
+/// nor files of its own.
 class HostService : public Executable {
 public:
     void init(Context& /*context*/) override {}
     void shutdown() override {}
 };
 
-/// The management of a telephone in small: status items go to the clients that asked for them.
+/**
+ * The management of a telephone in small.
+ *
+ * On the telephone another service deletes files and passes status items on to management. Here
+ * files are deleted in the same directories, and status items go to the clients that asked for
+ * them, whichever of the two kinds of management they are for.
+ */
 class LocalManagement : public HostService, public LocalMgmtIfc {
 public:
     explicit LocalManagement(HostFramework& framework) : m_framework(framework) {}
@@ -33,23 +41,27 @@ private:
     HostFramework& m_framework;
 };
 
-/// Knows the ringers in use by the lines of "/data/distinctive-ringers.txt".
+/// Knows the ringers in use by the lines of "/data/distinctive-ringers.txt". The file is read for
+/// each question: tests and developers change it while the host runs.
 class MediaControl : public HostService, public MediaControlServiceIfc {
 public:
     bool isDistinctiveRingerInUse(const std::string& fileName) override;
 };
 
-/// The services that run beside the data access service.
-class HostServices {
+/// The services that run next to the data access service, by their names. Those that DAS_WITHOUT
+/// names are left out.
+class HostServices : public Context {
 public:
-    explicit HostServices(HostFramework& framework) : m_management(framework) {}
+    /// @p framework must outlive the object.
+    explicit HostServices(HostFramework& framework);
 
-    /// Registers each service by its name, but for those that DAS_WITHOUT names.
-    void enter(HostContext& context);
+    /// The service of that name; null for one that is left out or unknown.
+    Executable* findService(const std::string& name) override;
 
 private:
     LocalManagement m_management;
     MediaControl m_mediaControl;
+    std::map<std::string, Executable*> m_services;  // not owned
 };
 
 #endif

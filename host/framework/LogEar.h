@@ -7,19 +7,24 @@
 #include "framework/FailureWords.h"
 
 /// Listens to the log of this process for the reasons of failures, as long as it lives. What is
-/// written to standard error stays the same, but for the start, whose lines matter to nobody who
-/// has not asked for them by DAS_LOG.
+/// written to standard error stays the same, but for the lines of the start, which only
+/// those want who have set DAS_LOG.
+///
+/// The level of the log goes up to that of failures meanwhile, since the service formats no entry
+/// that no one wants. One object at a time: the log has one sink.
 class LogEar {
 public:
+    /// Begins to listen; in the start, if DAS_LOG is unset, without writing.
     LogEar();
     ~LogEar();
     LogEar(const LogEar&) = delete;
     LogEar& operator=(const LogEar&) = delete;
 
     /// What failed since the last call.
+    /// Any thread may log meanwhile.
     FailureWords take();
 
-    /// The start is over.
+    /// From now on entries up to the level of the log are written again.
     void startIsOver() { m_isStarting = false; }
 
 private:

@@ -1,12 +1,13 @@
+// The log is taken over at the first listener, not before: without one an entry costs what it costs
+// without this object.
+
 #include "framework/LogRelay.h"
 
 #include <algorithm>
 #include <exception>
-#include <sstream>
 #include <utility>
 
 #include "Method.h"
-#include "ProtocolAdapter.h"
 #include "framework/Client.h"
 #include "framework/FailureWords.h"
 
@@ -47,13 +48,9 @@ void LogRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapt
     startOnce();
     const std::lock_guard<std::mutex> lock(m_mutex);
     // A client has one level, that of its last call.
-    m_listeners.erase(
-        std::remove_if(m_listeners.begin(), m_listeners.end(),
-                       [&](const auto& each) {
-                           return !each.client.owner_before(client) &&
-                                  !client.owner_before(each.client);
-                       }),
-        m_listeners.end());
+    m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(),
+                                     [&](const auto& each) { return isSame(each.client, client); }),
+                      m_listeners.end());
     m_listeners.push_back({client, &adapter, level});
     settleLevel();
 }
@@ -80,7 +77,7 @@ LogRelay::Hearing::~Hearing() {
     s_wordsOfThread = nullptr;
 }
 
-// Not under the mutex of the listeners, which those who log take under the log's own.
+// Not under the mutex of the listeners: a thread that logs takes that one under the log's own.
 void LogRelay::startOnce() {
     const std::lock_guard<std::mutex> lock(m_startMutex);
     if (m_thread.joinable()) {
@@ -116,14 +113,16 @@ void LogRelay::work() {
     while (!m_isEnding) {
         m_changed.wait(lock, [this] { return m_isEnding || !m_waiting.empty(); });
         while (!m_waiting.empty()) {
-            tellNext(lock);
+            sendNext(lock);
         }
         settleLevel();
     }
 }
 
-/// The mutex is free while clients are spoken to.
-void LogRelay::tellNext(std::unique_lock<std::mutex>& lock) {
+/// The mutex is free while lines are sent to clients.
+void LogRelay::sendNext(std::unique_lock<std::mutex>& lock) {
+    // The size is taken off before the entry is sent: what is being sent waits for the client, not
+    // here.
     const Log::Entry entry = std::move(m_waiting.front());
     m_waiting.pop_front();
     m_waitingSize -= SizeOfEntry + entry.message.size();
@@ -134,13 +133,11 @@ void LogRelay::tellNext(std::unique_lock<std::mutex>& lock) {
         for (const Listener& listener : listeners) {
             const auto client = listener.client.lock();
             if (client != nullptr && entry.level <= listener.level) {
-                std::ostringstream line;
-                listener.adapter->encode(method, line);
-                client->sendLine(line.str());
+                client->sendLine(lineOf(method, *listener.adapter));
             }
         }
     } catch (const std::exception&) {
-        // Without memory the entry is dropped, as one for which there is no room.
+        // Without memory the entry is dropped, as if too many waited.
     }
     if (!lock.owns_lock()) {
         lock.lock();

@@ -1,3 +1,5 @@
+// The size of a reply is found before its line is built: from then on it counts twice.
+
 #include "framework/MessageInWork.h"
 
 #include <utility>
@@ -10,10 +12,7 @@
 #include "wire/JsonRpc.h"
 #include "wire/XmlAdapter.h"
 
-namespace {
-
-/// Whether an out parameter says that the call failed.
-bool isFailure(const Parameter& parameter) {
+bool saysFailure(const Parameter& parameter) {
     if (parameter.name == "Acknowledge") {
         return parameter.type == Parameter::Type::Bool ? !parameter.flag
                                                        : parameter.text.rfind("ERROR", 0) == 0;
@@ -21,8 +20,6 @@ bool isFailure(const Parameter& parameter) {
     return parameter.name == "Response" && (parameter.text == DASUtilsStrings::FailureResponse ||
                                             Answers::isFailure(parameter.text));
 }
-
-}  // namespace
 
 bool MessageInWork::decode(std::istream& /*stream*/, Method& method) {
     method = std::move(request);
@@ -37,13 +34,14 @@ void LineMessage::encode(const Method& reply, std::ostream& /*stream*/) {
     std::size_t size = 0;
     for (const Parameter& parameter : reply.parameters()) {
         size += parameter.text.size();
-        hasFailed = hasFailed || isFailure(parameter);
+        hasFailed = hasFailed || saysFailure(parameter);
     }
     if (size > LargeAnswer) {
         takeTurn();
     }
     const std::size_t limit = m_client.longestAnswer();
     m_line = toLine(reply, limit);
+    // The failure is as short as an answer can be, so it always fits.
     if (!m_line) {
         logAppUni("das", "./host/Dispatcher", 2, __LINE__,
                   "The answer to %s is a failure: it is longer than %zu bytes",

@@ -11,13 +11,23 @@
 
 class Client;
 
-/// A message that was read, on its way to the service and back: hands over its method, and takes the
-/// reply. So no message is there as text a second time.
+/// Whether an out parameter of an answer says that the call failed.
+bool saysFailure(const Parameter& parameter);
+
+/**
+ * A message that was read, on its way to the service and to its client: hands over its method, and
+ * takes the reply.
+ *
+ * The invoker of the service reads and writes messages through a protocol adapter. This one stands
+ * in for the adapter of the protocol for the time of one call, so that a message is not written as
+ * text to be parsed again, and an answer of megabytes is not copied.
+ */
 class MessageInWork : public ProtocolAdapter {
 public:
     /// An answer above this is large: one of them at a time is built.
     static constexpr std::size_t LargeAnswer = 1024 * 1024;
 
+    /// Hands over the request, which is empty afterwards. False if the line could not be read.
     bool decode(std::istream& /*stream*/, Method& method) override;
 
     /// The name of the protocol that the service sees.
@@ -30,26 +40,33 @@ public:
     virtual void sendAnswer() {}
 
     const std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
-    Method request;
+    Method request;  ///< as it was read
     bool isRead = true;
     bool hasFailed = false;  ///< the reply says so
 };
 
-/// A call of this process: the reply is kept as it is.
+/// A call of this process: the reply is kept as it is, and the caller takes it.
 class LocalMessage : public MessageInWork {
 public:
     void encode(const Method& reply, std::ostream& /*stream*/) override { answer = reply; }
 
-    std::optional<Method> answer;
+    std::optional<Method> answer;  ///< none for a one-way or unknown method
 };
 
-/// A message that came as a line: the reply becomes a line of the same protocol.
+/**
+ * A message that came as a line: the reply becomes a line of the same protocol.
+ *
+ * Large answers take turns: of those above LargeAnswer one at a time is built, since several
+ * together would exceed the memory of the host. A reply that would be longer than its client takes
+ * is replaced by a failure.
+ */
 class LineMessage : public MessageInWork {
 public:
     /// @p answers takes turns for large answers.
     LineMessage(Client& client, std::mutex& answers)
         : m_client(client), m_answers(answers, std::defer_lock) {}
 
+    /// Makes the line of the answer.
     void encode(const Method& reply, std::ostream& /*stream*/) override;
     void takeTurn() override;
     void sendAnswer() override;
@@ -57,6 +74,7 @@ public:
 protected:
     /// The line for @p reply; none if it would be longer than @p limit.
     virtual std::optional<std::string> toLine(const Method& reply, std::size_t limit) const = 0;
+    /// Whether the client expects an answer.
     virtual bool isAnswered() const { return true; }
 
 private:
@@ -65,6 +83,7 @@ private:
     std::optional<std::string> m_line;
 };
 
+/// A message of the typed protocol, JSON-RPC.
 class JsonMessage : public LineMessage {
 public:
     using LineMessage::LineMessage;
@@ -76,6 +95,7 @@ private:
     bool isAnswered() const override { return id.has_value(); }
 };
 
+/// A message in XML. It has no id, so the answers come in the order of the calls.
 class XmlMessage : public LineMessage {
 public:
     using LineMessage::LineMessage;

@@ -1,3 +1,6 @@
+// System calls in place of std::filesystem: a file must have its mode from the first moment, and
+// must be on the disk before it is renamed, which the library can't do.
+
 #include "framework/ServiceFiles.h"
 
 #include <fcntl.h>
@@ -8,32 +11,37 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <system_error>
+
+#include "framework/DatabaseFile.h"
+#include "terminal/Complaint.h"
 
 namespace {
-
-/// A descriptor that is closed with its object.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            ::close(m_number);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return m_number; }
-
-private:
-    int m_number;
-};
 
 constexpr mode_t RightsOfOwner = 0600;
 constexpr int NewFile = O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC;
 
 int errorOf(bool isDone) {
     return isDone ? 0 : errno;
+}
+
+/// The error that using @p path would meet, 0 for none. A folder is wanted, or anything but one.
+int problemOf(const std::string& path, bool wantFolder) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return errno;
+    }
+    if (S_ISDIR(status.st_mode) != wantFolder) {
+        return wantFolder ? ENOTDIR : EISDIR;
+    }
+    const int wanted = R_OK | W_OK | (wantFolder ? X_OK : 0);
+    return faccessat(AT_FDCWD, path.c_str(), wanted, AT_EACCESS) == 0 ? 0 : errno;
+}
+
+std::string toLine(const std::string& path, int error) {
+    return path + ": " + std::generic_category().message(error) +
+           (error == EACCES ? "; see to its rights"
+                            : "; name the folder of phone.db by --db or DB_PATH");
 }
 
 }  // namespace
@@ -58,28 +66,59 @@ bool ServiceFiles::isThere(const std::string& path) {
     return ::access(path.c_str(), F_OK) == 0;
 }
 
+bool ServiceFiles::checkDatabase(const std::string& command, const std::string& folder) {
+    const bool hasDatabase = isThere(in(folder, Database));
+    if (!hasDatabase) {
+        Complaint::report(command + ": no database in " + folder,
+                          "name the folder of a " + std::string(Database));
+    }
+    return hasDatabase;
+}
+
+std::vector<std::string> ServiceFiles::problems() {
+    const std::string file = DatabaseFile::pathOfService();
+    const std::string folder = ServiceFiles::folder();
+    std::vector<std::string> lines;
+    const int folderError = problemOf(folder, true);
+    if (folderError != 0) {
+        lines.push_back(toLine(folder, folderError));
+    }
+    if (folderError == ENOENT || folderError == ENOTDIR) {
+        return lines;
+    }
+    const int fileError = problemOf(file, false);
+    if (fileError != 0) {
+        const bool isNew = fileError == ENOENT && folderError == 0;
+        lines.push_back(isNew ? file + ": " + std::generic_category().message(fileError) +
+                                    " (a new database is made there)"
+                              : toLine(file, fileError));
+    }
+    return lines;
+}
+
 int ServiceFiles::makeFolder(const std::string& path) {
     return errorOf(::mkdir(path.c_str(), 0700) == 0);
 }
 
 int ServiceFiles::makeFile(const std::string& path) {
     const Descriptor file(::open(path.c_str(), NewFile, RightsOfOwner));
-    return errorOf(file.number() >= 0);
+    return errorOf(file.isOpen());
 }
 
 int ServiceFiles::copy(const std::string& from, const std::string& to) {
     const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (source.number() < 0 || ::fstat(source.number(), &status) != 0) {
+    if (!source.isOpen() || ::fstat(source.number(), &status) != 0) {
         return errno;
     }
     if (!S_ISREG(status.st_mode)) {
         return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     }
     const Descriptor target(::open(to.c_str(), NewFile, RightsOfOwner));
-    if (target.number() < 0) {
+    if (!target.isOpen()) {
         return errno;
     }
+    // Copied by the system, without a way through this process.
     constexpr std::size_t PieceSize = std::size_t{1} << 24;
     ssize_t count = 1;
     while (count > 0) {
@@ -90,16 +129,9 @@ int ServiceFiles::copy(const std::string& from, const std::string& to) {
 
 int ServiceFiles::sync(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    return errorOf(file.number() >= 0 && ::fsync(file.number()) == 0);
+    return errorOf(file.isOpen() && ::fsync(file.number()) == 0);
 }
 
 ServiceFiles::FolderLock::FolderLock(const std::string& folder)
-    : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    m_error = errorOf(m_folder >= 0 && ::flock(m_folder, LOCK_EX | LOCK_NB) == 0);
-}
-
-ServiceFiles::FolderLock::~FolderLock() {
-    if (m_folder >= 0) {
-        ::close(m_folder);
-    }
-}
+    : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      m_error(errorOf(m_folder.isOpen() && ::flock(m_folder.number(), LOCK_EX | LOCK_NB) == 0)) {}

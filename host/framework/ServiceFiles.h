@@ -4,8 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "terminal/Descriptor.h"
+
 /// The files of a service in the folder of its database, for the commands that work on the files
 /// themselves. Errors are numbers of errno, 0 for none.
+///
+/// All that is made here is for its owner alone from the first moment: the database holds passwords
+/// and the key opens them.
 namespace ServiceFiles {
 
 constexpr const char* Database = "phone.db";
@@ -20,7 +25,21 @@ std::string folder();
 /// @p name in @p folder.
 std::string in(const std::string& folder, const std::string& name);
 
+/// Whether anything has this name.
 bool isThere(const std::string& path);
+
+/// Whether the folder @p folder has a database. If not, standard error says so for @p command.
+[[nodiscard]] bool checkDatabase(const std::string& command, const std::string& folder);
+
+/**
+ * What is wrong with the place where the service will open its database. Nothing is changed.
+ *
+ * @return a line with the system's message for each, the folder and the file, that is missing, of
+ * the wrong kind, or not readable or writable. The file is left out where there is no folder; a
+ *         missing one in a good folder is reported as well, since the service makes a new one
+ * there.
+ */
+std::vector<std::string> problems();
 
 /// Makes a folder for its owner alone.
 int makeFolder(const std::string& path);
@@ -34,21 +53,18 @@ int makeFile(const std::string& path);
 /// Flushes a file, or the names in a folder.
 int sync(const std::string& path);
 
-/// Looks whether a process uses the database, as each service locks the folder while it runs.
+/// Finds out whether a process uses the database: each service locks the folder while it runs.
 class FolderLock {
 public:
     /// Tries to keep every service out of @p folder as long as the object lives.
     explicit FolderLock(const std::string& folder);
-    ~FolderLock();
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
 
     /// 0 when no service runs there; EWOULDBLOCK when one does.
     int error() const { return m_error; }
 
 private:
-    int m_folder;
-    int m_error = 0;
+    const Descriptor m_folder;
+    const int m_error;
 };
 
 }  // namespace ServiceFiles

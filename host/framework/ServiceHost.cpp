@@ -7,7 +7,7 @@
 #include "Log.h"
 #include "Proxy.h"
 #include "Service.h"
-#include "framework/DatabaseCheck.h"
+#include "framework/ServiceFiles.h"
 
 namespace {
 
@@ -21,19 +21,17 @@ bool refuse(const std::string& reason) {
 ServiceHost::ServiceHost(Output::Printed printed)
     : m_output(printed),
       m_framework([this] { return makeListenerProxy(); }),
-      m_services(m_framework) {
-    m_services.enter(m_context);
-}
+      m_services(m_framework) {}
 
 ServiceHost::~ServiceHost() {
-    m_framework.endChanges();
+    endChanges();
     if (m_interface != nullptr) {
         m_service->shutdown();
     }
 }
 
 bool ServiceHost::start() {
-    for (const std::string& problem : databaseProblems()) {
+    for (const std::string& problem : ServiceFiles::problems()) {
         std::cerr << "das: " << problem << std::endl;
     }
     std::string error;
@@ -47,7 +45,8 @@ bool ServiceHost::start() {
     if (clientsView == nullptr) {
         return refuse("what it makes is no data access service");
     }
-    m_service->init(m_context);
+    // The destructor ends the service only if this was reached.
+    m_service->init(m_services);
     m_interface = clientsView;
     return true;
 }

@@ -6,7 +6,6 @@
 
 #include "Invoker.h"
 #include "framework/Dispatcher.h"
-#include "framework/HostContext.h"
 #include "framework/HostFramework.h"
 #include "framework/HostServices.h"
 #include "framework/ServiceLibrary.h"
@@ -16,21 +15,27 @@
 class DataAccessServiceIfc;
 class Service;
 
-/// The telephone's framework in small: gives the service its platform, starts it and ends it.
+/**
+ * The telephone's framework in small: gives the service its platform, starts it and ends it.
+ *
+ * The service is loaded, not linked, and used through its interfaces alone, as on the telephone:
+ * what works here works there. The order of the members is that of their lives; the service holds
+ * pointers into the framework to its end.
+ */
 class ServiceHost {
 public:
     explicit ServiceHost(Output::Printed printed = Output::Printed::ToStandardError);
 
-    /// Ends and deletes the service, before standard output is given back.
+    /// Ends and deletes the service, before standard output is restored.
     ~ServiceHost();
     ServiceHost(const ServiceHost&) = delete;
     ServiceHost& operator=(const ServiceHost&) = delete;
 
     /**
-     * Tells on standard error what is wrong with the place of the database, loads the library and
+     * Reports on standard error what is wrong with the place of the database, loads the library and
      * starts the service, whatever the database is like.
      *
-     * @return false when the library can't be used, which has been told on standard error then
+     * @return false when the library can't be used, which has been reported on standard error then
      */
     [[nodiscard]] bool start();
 
@@ -47,7 +52,7 @@ public:
     void keepFailures() { m_framework.logRelay().hearFailures(); }
 
     /// From now on no client hears of changes; before the server of the clients goes.
-    void endChanges() { m_framework.endChanges(); }
+    void endChanges() { m_framework.changeRelay().end(); }
 
     /// From now on clients may do what @p rules allow them. To be called before there are any.
     void setRules(AccessRules rules) { m_dispatcher->setRules(std::move(rules)); }
@@ -56,16 +61,17 @@ public:
     Output& output() { return m_output; }
 
 private:
+    /// Makes the invoker and the dispatcher. False with the reason in @p error.
     bool makeInvoker(std::string& error);
+    /// Null when the library makes none, which is logged.
     std::unique_ptr<Proxy> makeListenerProxy() const;
 
-    // In an order in which each outlives those behind it.
+    // In an order in which each outlives those after it.
     ProgressLine m_progress;
     Output m_output;
     ServiceLibrary m_library;
     HostFramework m_framework;
     HostServices m_services;
-    HostContext m_context;
     std::unique_ptr<Service> m_service;
     std::unique_ptr<Invoker> m_invoker;
     std::unique_ptr<Dispatcher> m_dispatcher;

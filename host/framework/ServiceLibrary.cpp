@@ -1,3 +1,6 @@
+// All symbols are looked up when the library is loaded: one that is missing ends the start with a
+// message, not a call in its middle.
+
 #include "framework/ServiceLibrary.h"
 
 #include <dlfcn.h>
@@ -10,7 +13,7 @@ const char* const LibraryName = "libDataAccessService.so";
 /// What the loader finds where the files for developers are not installed.
 const char* const VersionedName = "libDataAccessService.so.0";
 
-std::filesystem::path besideThisProgram() {
+std::filesystem::path placeNextToProgram() {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
     return program.parent_path() / ".." / "lib" / LibraryName;
@@ -21,13 +24,13 @@ std::string loaderError() {
     return text == nullptr ? "unknown error" : text;
 }
 
-/// The handle of the library, or null with the reason in @p error. A library beside this program
-/// that is there but broken is the one to tell about.
+/// The handle of the library, or null with the reason in @p error. If the library next to this
+/// program is there but broken, the reason is about that one.
 void* openLibrary(std::string& error) {
-    const std::filesystem::path beside = besideThisProgram();
+    const std::filesystem::path own = placeNextToProgram();
     std::error_code ignored;
-    if (std::filesystem::exists(beside, ignored)) {
-        if (void* const library = dlopen(beside.c_str(), RTLD_NOW)) {
+    if (std::filesystem::exists(own, ignored)) {
+        if (void* const library = dlopen(own.c_str(), RTLD_NOW)) {
             return library;
         }
         error = loaderError();

@@ -35,6 +35,7 @@ public:
     }
 
 private:
+    /// The symbol @p name of the library; null with the reason in @p error.
     void* find(const char* name, std::string& error) const;
 
     void* m_handle = nullptr;

@@ -1,3 +1,5 @@
+// Maps are filled once and only read afterwards, so that any thread may search them without a lock.
+
 #include "framework/Statistics.h"
 
 #include <sys/stat.h>
@@ -32,12 +34,13 @@ auto& placeOf(Map& map, const std::string& name) {
     return (found != map.end() ? found : map.find(OtherName))->second;
 }
 
-/// The place of the reason of @p request as it stands there; that after all others for one that is not
-/// known, or is written in another way.
+/// The place of the reason of @p request as it stands there; that after all others for one that is
+/// not known, or is written in another way.
 std::size_t reasonOf(const std::string& request) {
     const auto& reasons = Methods::reasons();
     const std::size_t start = request.find(ReasonStart);
-    const std::size_t begin = start == std::string::npos ? request.size() : start + ReasonStart.size();
+    const std::size_t begin =
+        start == std::string::npos ? request.size() : start + ReasonStart.size();
     const std::string_view reason(request.data() + begin,
                                   std::min(request.find('<', begin), request.size()) - begin);
     const auto found = std::find_if(reasons.begin(), reasons.end(),
@@ -136,34 +139,34 @@ nlohmann::ordered_json Statistics::methodsAsJson() const {
     return methods;
 }
 
+// The order is that of the documented text, which people read as it is.
 std::string Statistics::json(const Listeners& listeners) const {
     const auto age = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - m_begin);
-    return Json{{"seconds", age.count()},
-                {"requests", requestsAsJson()},
-                {"methods", methodsAsJson()},
-                {"refused", refused.load()},
-                {"clients",
-                 {{"now", m_clients.load()},
-                  {"most", m_mostClients.load()},
-                  {"total", m_allClients.load()},
-                  {"closed", closed.load()}}},
-                {"listeners",
-                 {{"profile", listeners.profile},
-                  {"status", listeners.status},
-                  {"log", listeners.log},
-                  {"changes", listeners.changes}}},
-                {"bytes",
-                 {{"in", bytesIn.load()},
-                  {"out", bytesOut.load()},
-                  {"waiting", bytesWaiting.load()}}},
-                {"commits", Tally::of(Tally::Commits)},
-                {"statements",
-                 {{"hits", Tally::of(Tally::StatementHits)},
-                  {"misses", Tally::of(Tally::StatementMisses)}}},
-                {"database_bytes", sizeOfDatabase()},
-                {"upgrade",
-                 {{"ran", Tally::of(Tally::UpgradeChanges) > 0},
-                  {"ms", Tally::of(Tally::UpgradeTime)},
-                  {"failures", Tally::of(Tally::UpgradeFailures)}}}}
+    return Json{
+        {"seconds", age.count()},
+        {"requests", requestsAsJson()},
+        {"methods", methodsAsJson()},
+        {"refused", refused.load()},
+        {"clients",
+         {{"now", m_clients.load()},
+          {"most", m_mostClients.load()},
+          {"total", m_allClients.load()},
+          {"closed", closed.load()}}},
+        {"listeners",
+         {{"profile", listeners.profile},
+          {"status", listeners.status},
+          {"log", listeners.log},
+          {"changes", listeners.changes}}},
+        {"bytes",
+         {{"in", bytesIn.load()}, {"out", bytesOut.load()}, {"waiting", bytesWaiting.load()}}},
+        {"commits", Tally::of(Tally::Commits)},
+        {"statements",
+         {{"hits", Tally::of(Tally::StatementHits)},
+          {"misses", Tally::of(Tally::StatementMisses)}}},
+        {"database_bytes", sizeOfDatabase()},
+        {"upgrade",
+         {{"ran", Tally::of(Tally::UpgradeChanges) > 0},
+          {"ms", Tally::of(Tally::UpgradeTime)},
+          {"failures", Tally::of(Tally::UpgradeFailures)}}}}
         .dump();
 }

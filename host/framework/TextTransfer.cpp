@@ -1,3 +1,6 @@
+// "Checked" in the answer distinguishes input that was refused before the service was asked, the
+// caller's mistake, from a failure of the service.
+
 #include "framework/TextTransfer.h"
 
 #include <cerrno>
@@ -10,8 +13,9 @@
 #include "DeviceFile.h"
 #include "Executable.h"
 #include "Method.h"
+#include "Storage.h"
 #include "framework/Client.h"
-#include "framework/FileProbe.h"
+#include "framework/HostMethods.h"
 #include "framework/LogRelay.h"
 #include "schemas/ImportFile.h"
 
@@ -35,19 +39,22 @@ std::string wrongWith(const Method& request, const KnownSchemas::Entry* schema) 
     return ImportFile::refusalOf(*schema, user);
 }
 
-/// Why a file of the telephone can't be opened; blank when it can.
+/// Why a file of the telephone can't be opened; blank when it can. The service itself acknowledges
+/// an import and an export in any case.
 std::string wrongWithFile(const std::string& path, bool forWriting) {
-    const FileProbe probe = FileProbe::of(path, forWriting);
-    if (probe.error == 0) {
+    const bool isPath = path.find('\0') == std::string::npos;
+    const std::string place = isPath ? Storage::devicePath(path) : "";
+    const int error = !isPath ? EINVAL : place.empty() ? EPERM : Storage::errorOf(path, forWriting);
+    if (error == 0) {
         return "";
     }
-    return std::generic_category().message(probe.error) +
-           (probe.place.empty() ? "; it leads out of the telephone's root"
-                                : "; it stands below --root, at " + probe.place);
+    return std::generic_category().message(error) + (place.empty()
+                                                         ? "; it leads out of the telephone's root"
+                                                         : "; it stands below --root, at " + place);
 }
 
 /// Reads the file of the telephone @p path. False with the reason in @p wrong, which is blank when
-/// the log has it.
+/// it is in the log.
 bool readFile(const std::string& path, std::string& text, std::string& wrong) {
     wrong = wrongWithFile(path, false);
     if (!wrong.empty()) {
@@ -89,6 +96,7 @@ void addRefused(const std::string& words, Method& answer) {
     addImported({}, {false, false}, words, answer);
 }
 
+/// Rows by name or the text as it is, as the file says. A library that is older has neither.
 void importFile(const ImportFile& file, const DASImport& what, Executable& service,
                 Method& answer) {
     auto* const tables = dynamic_cast<DASTextIfc*>(&service);
@@ -99,6 +107,7 @@ void importFile(const ImportFile& file, const DASImport& what, Executable& servi
     } else {
         result.refusal = "the service library is older and imports no texts";
     }
+    // A refusal of one row is shown with the line of the file that holds it.
     const bool isOneRow = result.refusedRow < file.rows().size();
     addImported(result, {true, file.hasNames()},
                 isOneRow
@@ -126,10 +135,10 @@ std::string writeFile(const std::string& path, DASExported& result) {
 
 }  // namespace
 
-void TextTransfer::importText(const Method& request, Executable& service, Client& client,
-                              Method& answer) {
-    client.lastFailures() = {};
-    const LogRelay::Hearing hearing(client.lastFailures());
+void TextTransfer::importText(const HostCall& call, Method& answer) {
+    const Method& request = call.request;
+    call.client->lastFailures() = {};
+    const LogRelay::Hearing hearing(call.client->lastFailures());
     const auto* const schema = KnownSchemas::find(textOf(request, "Schema"));
     const std::string path = textOf(request, "File");
     std::string text;
@@ -143,18 +152,18 @@ void TextTransfer::importText(const Method& request, Executable& service, Client
     (void)request.getBoolParameter("DryRun", what.isTrial);
     const ImportFile file(*schema, what.user, text);
     if (file.refusals().empty()) {
-        importFile(file, what, service, answer);
+        importFile(file, what, call.service, answer);
     } else {
         addRefused(joined(file.refusals()), answer);
     }
 }
 
-void TextTransfer::exportText(const Method& request, Executable& service, Client& client,
-                              Method& answer) {
-    client.lastFailures() = {};
-    const LogRelay::Hearing hearing(client.lastFailures());
+void TextTransfer::exportText(const HostCall& call, Method& answer) {
+    const Method& request = call.request;
+    call.client->lastFailures() = {};
+    const LogRelay::Hearing hearing(call.client->lastFailures());
     const auto* const schema = KnownSchemas::find(textOf(request, "Schema"));
-    auto* const tables = dynamic_cast<DASTextIfc*>(&service);
+    auto* const tables = dynamic_cast<DASTextIfc*>(&call.service);
     const std::string path = textOf(request, "File");
     const std::string user = textOf(request, "User");
     std::string wrong = tables == nullptr ? "the service library is older and exports no texts"
@@ -164,7 +173,7 @@ void TextTransfer::exportText(const Method& request, Executable& service, Client
     DASExported result;
     if (wrong.empty()) {
         // A file may be larger than an answer.
-        const std::size_t largest = path.empty() ? client.longestAnswer() : std::string::npos;
+        const std::size_t largest = path.empty() ? call.client->longestAnswer() : std::string::npos;
         const AnswerLimit limit(largest, largest, {});
         result = tables->exportText(schema->name, user);
     }

@@ -1,23 +1,22 @@
 #ifndef TEXTTRANSFER_H
 #define TEXTTRANSFER_H
 
-class Client;
-class Executable;
 class Method;
+struct HostCall;
 
 /**
  * The host's methods ImportText and ExportText: tables as text, for callers whose files the host
  * does not see. What they take and answer stands in the table of methods.
  *
- * Any thread may call. What the service logs of failures is kept for @p client.
+ * Any thread may call. What the service logs of failures is kept for the client of the call.
  */
 namespace TextTransfer {
 
-/// Checks the text of @p request and imports it into @p service as one transaction.
-void importText(const Method& request, Executable& service, Client& client, Method& answer);
+/// Checks the text of @p call and imports it into the service as one transaction.
+void importText(const HostCall& call, Method& answer);
 
 /// Exports the rows of a schema.
-void exportText(const Method& request, Executable& service, Client& client, Method& answer);
+void exportText(const HostCall& call, Method& answer);
 
 }  // namespace TextTransfer
 

@@ -35,7 +35,7 @@ Texts inRanges(const Texts& ids) {
     return ranges;
 }
 
-/// Takes the log for as long as it lives, and looks for what a class tells of its reasons there.
+/// Takes the log for as long as it lives, and looks there for the reasons that a class names.
 class ReasonsEar {
 public:
     ReasonsEar() : m_level(Log::level()) {
@@ -66,7 +66,7 @@ private:
     std::string m_heard;
 };
 
-/// The reasons of a class, which it tells when it is asked for one that nobody serves.
+/// The reasons of a class. It logs them when a request has a reason that it does not serve.
 Texts reasonsOf(DataAccessObject& object, const std::string& schema, ReasonsEar& ear) {
     const std::string request = "<Schema name=\"" + schema +
                                 "\"><ReasonForMessage>unknown_request</ReasonForMessage></Schema>";

@@ -43,7 +43,7 @@ struct SchemaFacts {
  * Makes the tables in the database of @p adapter, writes to the telephone's "/tmp", and takes the
  * log for itself meanwhile: for a place made for the purpose.
  *
- * @return the facts in the order of the schemas; a schema that nobody serves tells no reasons
+ * @return the facts in the order of the schemas; one that is not served has no reasons
  */
 std::vector<SchemaFacts> collectFacts(const std::vector<std::string>& schemas, DAOFactory& factory,
                                       DatabaseAdapter& adapter);

@@ -71,7 +71,7 @@ Cells copied(const AnswerRecords::Cells& cells) {
     return Cells(cells.begin(), cells.end());
 }
 
-/// The forms that a row may have; a row of calls tells by its category which it is.
+/// The forms that a row may have; the category of a row of calls decides which.
 std::vector<AnswerRecords::Columns> columnsOf(const Forms& forms) {
     std::vector<AnswerRecords::Columns> all;
     for (const auto& form : forms) {

@@ -13,7 +13,7 @@ bool isFailure(const std::string& answer);
 /// The reason that @p message names; blank for none.
 std::string reasonOf(const std::string& message);
 /// The schema by which the service chooses the table for @p message: the first quoted text after the
-/// first "Schema", wherever it stands. Blank if there is none.
+/// first "Schema", wherever it stands. Blank without one.
 std::string schemaOf(const std::string& message);
 
 /// Whether @p answer says that its request was not allowed.

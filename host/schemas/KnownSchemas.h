@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-/// The schemas as a client sees them. The table behind is written at build time, by the objects of
-/// the service themselves: nothing here is told twice.
+/// The schemas as a client sees them. The objects of the service write the table at build time, so
+/// that nothing has to be kept equal by hand.
 namespace KnownSchemas {
 
 struct Column {

@@ -14,7 +14,7 @@ public:
     explicit QuotedCsv(std::string_view text) : m_rest(text) {}
 
     /// Reads the next record that is no empty line. A record has at most @p most fields; those
-    /// beyond are counted alone. False at the end of the text and for a record that is none.
+    /// beyond are counted alone. False at the end of the text and for a record that is not one.
     bool next(std::size_t most, std::vector<std::string>& fields);
 
     /// What is wrong with the record that was read last; blank for nothing.

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "schemas/RequestText.h"
+#include "schemas/Sentences.h"
 
 namespace {
 
@@ -33,6 +35,15 @@ public:
         }
         return *this;
     }
+    /// Says in the document what the element that has just been opened means; nothing if @p
+    /// sentence is blank.
+    Lines& explain(const std::string& sentence) {
+        if (!sentence.empty()) {
+            add("<xs:annotation><xs:documentation>" + ClientUtils::escapeXMLString(sentence) +
+                "</xs:documentation></xs:annotation>");
+        }
+        return *this;
+    }
     const std::string& text() const { return m_text; }
 
 private:
@@ -43,15 +54,22 @@ private:
 
 const char* const Any = "minOccurs=\"0\" maxOccurs=\"unbounded\"";
 const char* const Optional = "minOccurs=\"0\"";
+const char* const ListElement = "LogList";  ///< the list of a row's calls
 
 std::string named(const std::string& name, const std::string& more = {}) {
     return "name=\"" + name + "\"" + (more.empty() ? "" : " " + more);
 }
 
+/// An element of every schema's messages.
 void addTyped(Lines& lines, const std::string& name, const std::string& type,
               const std::string& more = {}) {
-    lines.add("<xs:element " +
-              named(name, "type=\"" + type + "\"" + (more.empty() ? "" : " ") + more) + "/>");
+    lines.open("element", named(name, "type=\"" + type + "\"" + (more.empty() ? "" : " ") + more));
+    lines.explain(Sentences::ofElement(name)).close();
+}
+
+/// A cell of a row, or a setting.
+void addText(Lines& lines, const std::string& name, const std::string& sentence) {
+    lines.open("element", named(name, "type=\"xs:string\"")).explain(sentence).close();
 }
 
 void addWords(Lines& lines, const Texts& words) {
@@ -62,7 +80,7 @@ void addWords(Lines& lines, const Texts& words) {
     lines.close(2);
 }
 
-// ---- What the tables tell
+// ---- What the tables say
 
 bool isOfLists(const Entry& schema) {
     return RequestText::formOf(schema) == RequestText::Form::List;
@@ -125,7 +143,7 @@ Texts rowElements(const Entry& schema, Side side) {
         addNames(names, KnownSchemas::find("CallLog")->elements);
     }
     if (side == Side::Answer && !itemElements(schema, side).empty()) {
-        addNames(names, {"Category"});  // the answer tells it, the name of the schema settles it
+        addNames(names, {"Category"});  // not in requests, where the schema's name decides it
     }
     if (side == Side::Answer && schema.name == "CallLogAndPhoneBook") {
         addNames(names, {DASUtilsStrings::UserContextTagName});  // of the contact
@@ -137,6 +155,7 @@ Texts rowElements(const Entry& schema, Side side) {
 
 void addReason(Lines& lines, const Texts& reasons) {
     lines.open("element", named("ReasonForMessage"));
+    lines.explain(Sentences::ofElement("ReasonForMessage"));
     addWords(lines, reasons);
     lines.close();
 }
@@ -164,14 +183,16 @@ void addResultColsType(Lines& lines) {
 void addRowTypes(Lines& lines, const Entry& schema, Side side) {
     lines.open("group", named("Row")).open("choice");
     for (const std::string& name : rowElements(schema, side)) {
-        addTyped(lines, name, "xs:string");
+        addText(lines, name, Sentences::ofColumn(schema, name));
     }
     const Texts items = itemElements(schema, side);
     if (!items.empty()) {
-        lines.open("element", named("LogList")).open("complexType").open("sequence");
-        lines.open("element", named("Item", Any)).open("complexType").open("choice", Any);
+        lines.open("element", named(ListElement));
+        lines.explain(Sentences::ofColumn(schema, ListElement));
+        lines.open("complexType").open("sequence").open("element", named("Item", Any));
+        lines.explain(Sentences::ofElement("Item")).open("complexType").open("choice", Any);
         for (const std::string& name : items) {
-            addTyped(lines, name, "xs:string");
+            addText(lines, name, Sentences::ofColumn(schema, name));
         }
         lines.close(6);
     }
@@ -180,7 +201,7 @@ void addRowTypes(Lines& lines, const Entry& schema, Side side) {
     lines.add("<xs:group ref=\"Row\" " + std::string(Any) + "/>").close();
 }
 
-/// What stands behind the reason, and in a context.
+/// What follows the reason, outside of a context and inside.
 void addRequestBody(Lines& lines, const Entry& schema) {
     lines.open("group", named("Body"));
     if (isOfLists(schema)) {
@@ -212,12 +233,14 @@ void addAnswerBody(Lines& lines, const Entry& schema) {
 }
 
 void addTableMessage(Lines& lines, const Entry& schema, Side side) {
-    lines.open("element", named("Schema")).open("complexType").open("sequence");
+    lines.open("element", named("Schema")).explain(Sentences::ofSchema(schema.name));
+    lines.open("complexType").open("sequence");
     addReason(lines, side == Side::Request ? schema.reasons : answersOf(schema));
     if (side == Side::Answer) {
         addTyped(lines, "FailureMessage", "xs:string", Optional);
     }
-    lines.open("element", named("Context", Optional)).open("complexType");
+    lines.open("element", named("Context", Optional)).explain(Sentences::ofElement("Context"));
+    lines.open("complexType");
     lines.add("<xs:group ref=\"Body\"/>");
     addUserAttribute(lines);
     lines.close(2).add("<xs:group ref=\"Body\"/>").close();
@@ -232,22 +255,54 @@ void addTableMessage(Lines& lines, const Entry& schema, Side side) {
     addRowTypes(lines, schema, side);
 }
 
-/// Items have any name, so those elements that mean something else are checked by their name.
+/// Items have any name, so those elements that mean something else are checked by their name. The
+/// settings that are known stand there as well, for what they mean.
 void addSettingsMessage(Lines& lines, const Entry& schema, Side side) {
     const std::string items =
         "<xs:any namespace=\"##local\" processContents=\"lax\" " + std::string(Any) + "/>";
-    lines.open("element", named("Schema")).open("complexType").open("sequence");
+    lines.open("element", named("Schema")).explain(Sentences::ofSchema(schema.name));
+    lines.open("complexType").open("sequence");
     addReason(lines, side == Side::Request ? schema.reasons : answersOf(schema));
     lines.add(items).close();
     addNameAttribute(lines, schema);
     lines.close(2);
-    lines.open("element", named("Context")).open("complexType").open("sequence").add(items).close();
+    lines.open("element", named("Context")).explain(Sentences::ofElement("Context"));
+    lines.open("complexType").open("sequence").add(items).close();
     addUserAttribute(lines);
     lines.close(2);
+    for (const Sentences::Setting& setting : Sentences::settingsOf(schema.name)) {
+        addText(lines, setting.name, setting.text);
+    }
     if (side == Side::Request) {
         addTyped(lines, "ResultCols", "Columns");
         addResultColsType(lines);
     }
+}
+
+// ---- JSON
+
+using Json = nlohmann::ordered_json;
+
+Json described(const char* type, const std::string& sentence) {
+    return {{"type", type}, {"description", sentence}};
+}
+
+/// The columns that a setting is printed with. Any name is allowed: the known ones are examples
+/// with what they mean.
+Json settingProperties(const Entry& schema) {
+    Json properties = Json::object();
+    properties["Context"] = described("string", Sentences::ofColumn(schema, "UserContext"));
+    properties["Name"] = described("string", Sentences::ofColumn(schema, "Name"));
+    properties["Value"] = described("string", Sentences::ofColumn(schema, "Value"));
+    Json known = Json::array();
+    for (const Sentences::Setting& setting : Sentences::settingsOf(schema.name)) {
+        known.push_back({{"const", setting.name}, {"description", setting.text}});
+    }
+    if (!known.empty()) {
+        known.push_back({{"type", "string"}});
+        properties["Name"]["anyOf"] = known;
+    }
+    return properties;
 }
 
 }  // namespace
@@ -256,7 +311,7 @@ std::string SchemaContract::xsd(const Entry& schema, Side side) {
     Lines lines;
     lines.add("<?xml version=\"1.0\" encoding=\"utf-8\"?>");
     lines.add(std::string("<!-- ") + (side == Side::Request ? "Requests to " : "Answers of ") +
-              schema.name + ", written by das schema from the tables of the service. -->");
+              schema.name + ", written from the tables of the service. -->");
     lines.open("schema", "xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"");
     if (RequestText::formOf(schema) == RequestText::Form::Settings) {
         addSettingsMessage(lines, schema, side);
@@ -266,22 +321,37 @@ std::string SchemaContract::xsd(const Entry& schema, Side side) {
     return lines.close().text();
 }
 
-std::string SchemaContract::rowsJson(const Entry& schema) {
-    using Json = nlohmann::ordered_json;
-    const Json text = {{"type", "string"}};
-    Texts names = rowElements(schema, Side::Answer);
-    addNames(names, itemElements(schema, Side::Answer));
-    if (RequestText::formOf(schema) == RequestText::Form::Settings) {
-        names = {"Context", "Name", "Value"};
+std::vector<std::string> SchemaContract::namesOf(const Entry& schema) {
+    Texts names;
+    for (const KnownSchemas::Column& column : schema.columns) {
+        addNames(names, {column.name});
     }
+    for (const Side side : {Side::Request, Side::Answer}) {
+        addNames(names, rowElements(schema, side));
+        addNames(names, itemElements(schema, side));
+    }
+    if (!schema.itemElements.empty()) {
+        addNames(names, {ListElement});
+    }
+    return names;
+}
+
+std::string SchemaContract::rowsJson(const Entry& schema) {
     Json properties = Json::object();
-    for (const std::string& name : names) {
-        properties[name] = text;
+    if (RequestText::formOf(schema) == RequestText::Form::Settings) {
+        properties = settingProperties(schema);
+    } else {
+        Texts names = rowElements(schema, Side::Answer);
+        addNames(names, itemElements(schema, Side::Answer));
+        for (const std::string& name : names) {
+            properties[name] = described("string", Sentences::ofColumn(schema, name));
+        }
     }
     const Json row = {
         {"type", "object"}, {"properties", properties}, {"additionalProperties", false}};
     const Json all = {{"$schema", "https://json-schema.org/draft/2020-12/schema"},
                       {"title", "Rows of " + schema.name + ", as das read prints them"},
+                      {"description", Sentences::ofSchema(schema.name)},
                       {"type", "array"},
                       {"items", row}};
     return all.dump(2) + "\n";

@@ -2,6 +2,7 @@
 #define SCHEMACONTRACT_H
 
 #include <string>
+#include <vector>
 
 #include "schemas/KnownSchemas.h"
 
@@ -15,12 +16,15 @@ enum class Side { Request, Answer };
 /**
  * An XML Schema 1.0 of one side of @p schema's messages.
  *
- * It is as narrow as a careful client: elements that the service would ignore are none of it, and
- * the order is the one that the documentation tells. Values are texts, since the tables keep them
+ * It is as narrow as a careful client: it has no elements that the service would ignore, and the
+ * order is that of the documentation. Values are texts, since the tables keep them
  * as they come. Cells of an answer are not escaped, so an answer whose cells hold markup may be no
  * XML at all.
  */
 std::string xsd(const KnownSchemas::Entry& schema, Side side);
+
+/// Every name of a column, and of an element in requests and answers, that @p schema has.
+std::vector<std::string> namesOf(const KnownSchemas::Entry& schema);
 
 /// A JSON schema of what "das read SCHEMA --output json" prints.
 std::string rowsJson(const KnownSchemas::Entry& schema);

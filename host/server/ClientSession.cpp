@@ -1,13 +1,11 @@
 #include "server/ClientSession.h"
 
 #include <malloc.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <chrono>
-#include <ctime>
 #include <map>
 #include <utility>
 
@@ -28,40 +26,11 @@ constexpr auto LingerTime = std::chrono::seconds(5);
 /// Short answers are queued together up to this, so that each takes the room of its text alone.
 constexpr std::size_t SizeOfPiece = std::size_t{64} * 1024;
 
-/// On a busy machine a message takes longer than its processor time; what is beyond this is a wait.
-constexpr int MostSlowness = 4;
-
-std::chrono::nanoseconds processorTime() {
-    timespec time{};
-    (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-}
-
-/// Ends the turn of a message with what it cost: how long it took without what it waited for.
-class ShareInUse {
-public:
-    using Clock = std::chrono::steady_clock;
-
-    ShareInUse(FairShare& share, FairShare::Turn& turn) : m_share(share), m_turn(turn) {}
-    ~ShareInUse() {
-        m_share.end(m_turn, std::min<std::chrono::nanoseconds>(
-                                Clock::now() - m_begun, MostSlowness * (processorTime() - m_used)));
-    }
-    ShareInUse(const ShareInUse&) = delete;
-    ShareInUse& operator=(const ShareInUse&) = delete;
-
-private:
-    FairShare& m_share;
-    FairShare::Turn& m_turn;
-    const Clock::time_point m_begun = Clock::now();
-    const std::chrono::nanoseconds m_used = processorTime();
-};
-
 bool isLarge(LineCutter::Found found, std::string_view line) {
     return found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
 }
 
-/// Ends the turn of a large message, and gives back what it has left in the memory of the process.
+/// Ends the turn of a large message, and returns what it has left in the process's memory.
 class TurnOfLarge {
 public:
     explicit TurnOfLarge(Turns* turns) : m_turns(turns) {}
@@ -176,7 +145,7 @@ void ClientSession::handleInTurn(LineCutter::Found found, std::string_view line)
     const TurnOfLarge turn(isLarge(found, line) ? &m_load->largeMessages : nullptr);
     bool isOpen = false;
     {
-        const ShareInUse share(m_load->share, m_turn);
+        const FairShare::InUse share(m_load->share, m_turn);
         isOpen = beginMessage();
         if (isOpen) {
             work(found, line);
@@ -225,10 +194,17 @@ bool ClientSession::beginMessage() {
 }
 
 void ClientSession::endMessage() {
-    const Lock lock(m_mutex);
-    m_isHandling = false;
-    --m_load->inWork;
-    settle();
+    bool hasSentMuch = false;
+    {
+        const Lock lock(m_mutex);
+        m_isHandling = false;
+        --m_load->inWork;
+        hasSentMuch = std::exchange(m_hasSentMuch, false);
+        settle();
+    }
+    if (hasSentMuch) {
+        (void)malloc_trim(0);  // the rows of a large answer have left holes
+    }
 }
 
 /// Answers a message that is too long. What the client still sends of it is dropped for a while: a
@@ -271,6 +247,7 @@ void ClientSession::sendLine(std::string line) {
         if (m_stage == Stage::Lingering || m_stage == Stage::Closed || Work::isInterrupted()) {
             return;
         }
+        m_hasSentMuch = m_hasSentMuch || line.size() > ServerLoad::LargeMessage;
         queue(std::move(line));
         write();
         const std::size_t inSending = m_queue.empty() ? 0 : m_queue.front().size() - m_sent;

@@ -98,7 +98,8 @@ private:
     bool m_isWaiting = false;              ///< until the client takes more
     bool m_willWrite = false;              ///< a handler is about to
     std::size_t m_aheadOfStandIn = 0;  ///< bytes to be sent to the end of a line that stands for changes
-    bool m_isHandling = false;             ///< a message is in work
+    bool m_isHandling = false;   ///< a message is in work
+    bool m_hasSentMuch = false;  ///< the message in work has a large answer
     LineCutter m_lines;
 };
 

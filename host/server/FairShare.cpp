@@ -1,6 +1,7 @@
 #include "server/FairShare.h"
 
 #include <algorithm>
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -18,8 +19,25 @@ constexpr int PauseTimes = TimesForgiven - 1;
 /// A process that has sent nothing for so long needs nothing to be kept free.
 constexpr milliseconds ActiveTime{500};
 constexpr std::size_t MostIdleProcesses = 1000;
+/// On a busy machine a message takes longer than its processor time; what is beyond this is a wait.
+constexpr int MostSlowness = 4;
+
+std::chrono::nanoseconds processorTime() {
+    timespec time{};
+    (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
 
 }  // namespace
+
+FairShare::InUse::InUse(FairShare& share, Turn& turn)
+    : m_share(share), m_turn(turn), m_begun(Clock::now()), m_used(processorTime()) {}
+
+FairShare::InUse::~InUse() {
+    m_share.end(m_turn,
+                std::min<std::chrono::nanoseconds>(Clock::now() - m_begun,
+                                                   MostSlowness * (processorTime() - m_used)));
+}
 
 bool FairShare::begin(pid_t process, Turn& turn, std::function<void()> again) {
     const Lock lock(m_mutex);

@@ -37,6 +37,22 @@ public:
     /// The message of @p turn has been handled and took @p cost. Without a message nothing happens.
     void end(Turn& turn, std::chrono::nanoseconds cost);
 
+    /// Ends the turn of a message, with the object, by what it cost: how long it took without what
+    /// it waited for.
+    class InUse {
+    public:
+        InUse(FairShare& share, Turn& turn);
+        ~InUse();
+        InUse(const InUse&) = delete;
+        InUse& operator=(const InUse&) = delete;
+
+    private:
+        FairShare& m_share;
+        Turn& m_turn;
+        const std::chrono::steady_clock::time_point m_begun;
+        const std::chrono::nanoseconds m_used;  ///< processor time of the thread by then
+    };
+
     /// Forgets those that wait, and ends the pause.
     void clear();
 

@@ -117,7 +117,7 @@ void ServiceNotice::send(const std::string& state) {
     const std::lock_guard<std::mutex> lock(m_sendMutex);
     if (isAsked() && !m_manager.send(state) && !m_isComplainedOf) {
         m_isComplainedOf = true;
-        Complaint::tellError(
+        Complaint::reportError(
             m_manager.name(), errno,
             "the service manager was not told: " + state.substr(0, state.find('\n')));
     }

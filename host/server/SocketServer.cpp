@@ -73,6 +73,7 @@ public:
           m_mostClients(mostClients()) {
         (void)mallopt(M_MMAP_THRESHOLD, LargeBlock);
         (void)mallopt(M_ARENA_MAX, Arenas);
+        (void)malloc_trim(0);  // what the start has left
         accept();
         startThreads();
     }

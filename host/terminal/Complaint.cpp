@@ -7,19 +7,19 @@
 #include "terminal/ExitStatus.h"
 #include "terminal/TerminalText.h"
 
-void Complaint::tell(const std::string& what, const std::string& advice) {
+void Complaint::report(const std::string& what, const std::string& advice) {
     const std::string words = advice.empty() ? what : what + "; " + advice;
     std::cerr << "das: " + TerminalText::visible(words) << std::endl;
 }
 
-void Complaint::tellError(const std::string& subject, int error, const std::string& advice) {
-    tell(subject + ": " + std::generic_category().message(error), advice);
+void Complaint::reportError(const std::string& subject, int error, const std::string& advice) {
+    report(subject + ": " + std::generic_category().message(error), advice);
 }
 
 int Complaint::outputFailed() {
     if (errno == EPIPE) {
-        return ExitBrokenPipe;  // whoever reads has seen enough
+        return ExitBrokenPipe;  // the reader has seen enough
     }
-    tellError("standard output", errno);
+    reportError("standard output", errno);
     return ExitFailure;
 }

@@ -4,11 +4,11 @@
 /// Exit statuses that callers rely on.
 enum ExitStatus : int {
     ExitSuccess = 0,
-    ExitFailure = 1,       ///< an answer said "failure", or an answer could not be written
-    ExitUsage = 2,         ///< wrong usage, or input that can't be read
-    ExitNoLibrary = 3,     ///< the service library can't be loaded
-    ExitInterrupted = 130,  ///< Ctrl-C, as shells tell it
-    ExitBrokenPipe = 141    ///< the reader of the answers has gone, as shells tell it of SIGPIPE
+    ExitFailure = 1,        ///< an answer said "failure", or an answer could not be written
+    ExitUsage = 2,          ///< wrong usage, or input that can't be read
+    ExitNoLibrary = 3,      ///< the service library can't be loaded
+    ExitInterrupted = 130,  ///< Ctrl-C, as in shells
+    ExitBrokenPipe = 141    ///< the reader of the answers has gone: SIGPIPE, as in shells
 };
 
 #endif

@@ -15,7 +15,7 @@ char s_line[200];  // made before the handler may run, which can't make texts
 std::size_t s_length = 0;
 
 void endProcess(int /*signal*/) {
-    // There is nobody left to tell that this line could not be written.
+    // If this line can't be written, there is no place left to report that.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, s_line, s_length);
     _exit(ExitInterrupted);
 }
@@ -25,7 +25,7 @@ void endProcess(int /*signal*/) {
 InterruptNote::InterruptNote(const char* work, bool isLocal) {
     const std::string line =
         "\ndas: " + std::string(work) + ": interrupted; " +
-        (isLocal ? "what was not complete is taken back\n" : "what the host has begun goes on\n");
+        (isLocal ? "what was not complete is rolled back\n" : "what the host has begun goes on\n");
     s_length = std::min(line.size(), sizeof s_line);
     std::memcpy(s_line, line.data(), s_length);
     struct sigaction action {};

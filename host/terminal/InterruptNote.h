@@ -4,8 +4,8 @@
 #include <csignal>
 
 /// As long as it lives, Ctrl-C ends the process at once with a line that says what became of the
-/// work, and the exit status for it. A transaction that is open then is taken back by the next
-/// start.
+/// work, and the exit status for it. A transaction that is open then is rolled back by the
+/// next start.
 class InterruptNote {
 public:
     /// @p isLocal: the work is done by this process, and ends with it; else a host goes on with it.
@@ -15,6 +15,7 @@ public:
     InterruptNote& operator=(const InterruptNote&) = delete;
 
 private:
+    /// What Ctrl-C did before, and does again afterwards.
     struct sigaction m_before {};
 };
 

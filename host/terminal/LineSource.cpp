@@ -1,3 +1,6 @@
+// The library for editing is used through the interface of readline, which other systems have as
+// well.
+
 #include "terminal/LineSource.h"
 
 #include <editline/readline.h>

@@ -11,6 +11,9 @@ class Output;
 
 /// Lines of standard input: edited, with a prompt, a history and completion, when a person types
 /// them on a terminal. The history lasts as long as the object, since lines may hold passwords.
+///
+/// The library for editing keeps its state in globals and calls plain functions, which is why there
+/// is one object at a time.
 class LineSource {
 public:
     /// Gives the words that may complete the last word of a line up to the cursor: @p line is what
@@ -23,6 +26,7 @@ public:
     LineSource(const LineSource&) = delete;
     LineSource& operator=(const LineSource&) = delete;
 
+    /// Whether a person types. Otherwise lines are read as they come, without prompt or echo.
     bool isEdited() const { return m_isEdited; }
 
     /// Waits for a line, without its line feed. False when there are no more.
@@ -30,6 +34,7 @@ public:
 
 private:
     const bool m_isEdited;
+    /// Where the editor draws: standard output leads elsewhere while a session lasts.
     std::FILE* m_screen = nullptr;
 };
 

@@ -1,3 +1,5 @@
+// Words are few and short, so the plain algorithm does: a table of distances row by row.
+
 #include "terminal/NearMisses.h"
 
 #include <algorithm>

@@ -4,7 +4,12 @@
 #include <string>
 #include <vector>
 
-/// Words that somebody may have meant who wrote another one.
+/**
+ * Words that a person may have meant who wrote another one.
+ *
+ * The distance counts letters to change, add, drop or swap, as typing errors are. How far a word
+ * may be off grows with its length: in a short word two wrong letters make another word.
+ */
 namespace NearMisses {
 
 /// At most three of @p candidates that @p word is near to: by few letters, by case, or by being the

@@ -1,3 +1,6 @@
+// The descriptor is moved, not the stream: the service prints through descriptor 1 whatever it
+// uses.
+
 #include "terminal/Output.h"
 
 #include <fcntl.h>
@@ -9,6 +12,10 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "terminal/Complaint.h"
+#include "terminal/Descriptor.h"
+#include "terminal/ExitStatus.h"
+
 namespace {
 
 constexpr std::size_t UsualColumns = 80;
@@ -18,34 +25,18 @@ void flushPrinted() {
     std::fflush(stdout);
 }
 
-bool writeAll(int descriptor, const char* text, std::size_t length) {
-    while (length > 0) {
-        const ssize_t written = ::write(descriptor, text, length);
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        if (written > 0) {
-            text += written;
-            length -= static_cast<std::size_t>(written);
-        }
-    }
-    return true;
-}
-
 /// Leads descriptor 1 elsewhere. What the service prints is not worth a failure of its own.
 void lead(Output::Printed printed) {
-    const int nowhere =
-        printed == Output::Printed::Nowhere ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
-    dup2(nowhere >= 0 ? nowhere : STDERR_FILENO, STDOUT_FILENO);
-    if (nowhere >= 0) {
-        close(nowhere);
-    }
+    const Descriptor nowhere(
+        printed == Output::Printed::Nowhere ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1);
+    dup2(nowhere.isOpen() ? nowhere.number() : STDERR_FILENO, STDOUT_FILENO);
 }
 
 }  // namespace
 
 Output::Output(Printed printed) : m_answers(-1) {
     flushPrinted();
+    // Above the standard descriptors, so that the service finds those as it expects them.
     m_answers = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (m_answers >= 0) {
         lead(printed);
@@ -64,20 +55,32 @@ Output::~Output() {
 }
 
 bool Output::writeLine(const std::string& text) {
-    return writeAll(m_answers, text.data(), text.size()) && writeAll(m_answers, "\n", 1);
+    return write(text) && write("\n");
 }
 
 bool Output::write(const std::string& text) {
-    return writeAll(m_answers, text.data(), text.size());
+    errno = Descriptor::writeAll(m_answers, text);
+    return errno == 0;
+}
+
+int Output::print(const std::string& text) {
+    return write(text) ? ExitSuccess : Complaint::outputFailed();
+}
+
+bool Output::mayColour() const {
+    const char* const terminal = std::getenv("TERM");
+    const char* const none = std::getenv("NO_COLOR");
+    return isTerminal() && (none == nullptr || *none == 0) && terminal != nullptr &&
+           std::string_view(terminal) != "dumb";
 }
 
 bool Output::isTerminal() const {
     return isatty(m_answers) != 0;
 }
 
-std::size_t Output::columns() const {
+std::size_t Output::columnsOf(int descriptor) {
     winsize size{};
-    if (ioctl(m_answers, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+    if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
         return size.ws_col;
     }
     const char* const text = std::getenv("COLUMNS");

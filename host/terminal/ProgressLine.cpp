@@ -1,30 +1,24 @@
+// The line is drawn over itself by a carriage return, which every terminal knows.
+
 #include "terminal/ProgressLine.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
+#include "terminal/Output.h"
 #include "terminal/TerminalText.h"
 
 namespace {
 
 constexpr long UsualDelay = 1000;
-constexpr std::size_t UsualColumns = 80;
 constexpr std::chrono::milliseconds TimeBetweenTicks(200);
 
 std::chrono::milliseconds delay() {
     const char* const text = std::getenv("DAS_PROGRESS_AFTER");
     return std::chrono::milliseconds(text == nullptr ? UsualDelay : std::strtol(text, nullptr, 10));
-}
-
-/// One less than the columns of the terminal: the last one would begin the next line.
-std::size_t columns() {
-    winsize size{};
-    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-    return (isKnown ? size.ws_col : UsualColumns) - 1;
 }
 
 /// "import, 300 rows, 20 %". Nothing is said of a share that is not known yet.
@@ -66,6 +60,7 @@ void ProgressLine::take(const Progress::Report& report) {
         draw("");
         return;
     }
+    // A report begins the work only if none is under way: its steps are reported one by one.
     m_begin = m_isAtWork ? m_begin : now;
     m_isAtWork = true;
     m_text = textOf(report);
@@ -84,7 +79,8 @@ void ProgressLine::tick() {
 }
 
 void ProgressLine::draw(const std::string& text) {
-    const std::string shown = TerminalText::cut(text, columns());
+    // The last column would begin the next line.
+    const std::string shown = TerminalText::cut(text, Output::columnsOf(STDERR_FILENO) - 1);
     if (shown == m_drawn) {
         return;
     }

@@ -14,6 +14,9 @@
  * at a start, and the import of a data file. Work of less than a second shows nothing, and so does
  * all work when standard error is no terminal. "DAS_PROGRESS_AFTER" of the environment is another
  * time, in milliseconds.
+ *
+ * The thread that works reports its steps, and a thread of this object draws between them: one step
+ * of an upgrade may take longer than a person waits without a sign.
  */
 class ProgressLine {
 public:
@@ -24,10 +27,14 @@ public:
     ProgressLine& operator=(const ProgressLine&) = delete;
 
 private:
+    // Reports come from any thread, and the clock must not jump.
     using Clock = std::chrono::steady_clock;
 
+    /// A report of the thread that works; ends the line when all is done.
     void take(const Progress::Report& report);
+    /// Draws until the object ends.
     void tick();
+    /// Replaces what stands on the line; with the mutex held, or when no thread is left.
     void draw(const std::string& text);
 
     const std::chrono::milliseconds m_delay;

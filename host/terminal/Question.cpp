@@ -30,7 +30,7 @@ Question::Reply Question::ask(const std::string& question) {
 bool Question::mayGoOn(const std::string& question) {
     const bool isRefused = isatty(STDIN_FILENO) != 0 && ask(question + " [y/N] ") == Reply::No;
     if (isRefused) {
-        Complaint::tell("nothing was changed");
+        Complaint::report("nothing was changed");
     }
     return !isRefused;
 }

@@ -3,9 +3,11 @@
 
 #include <string>
 
-/// Questions to the person at the controlling terminal, wherever the standard streams lead.
+/// Questions to the person at the controlling terminal, wherever the standard streams lead: also
+/// when standard input is the file that is imported.
 namespace Question {
 
+/// No terminal: a service or a script, which can't be asked.
 enum class Reply { Yes, No, NoTerminal };
 
 /// Shows @p question, which ends with "?", and waits for a line. Only "y" and "yes" mean yes.

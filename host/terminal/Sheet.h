@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-/// Data as people see it: named columns, and rows with a text for each of them.
+/// Data as people see it: named columns, and rows with a text for each of them. What a cell means
+/// is known to the command that makes it; what it looks like is decided when it is printed.
 struct Sheet {
     std::vector<std::string> columns;
     std::vector<std::vector<std::string>> rows;

@@ -1,3 +1,6 @@
+// Widths are counted in columns of a terminal, not in bytes or characters. Columns are narrowed
+// from the widest down, so that short ones stay readable, and never below what a number needs.
+
 #include "terminal/TableText.h"
 
 #include <algorithm>
@@ -12,7 +15,7 @@ using Widths = std::vector<std::size_t>;
 constexpr std::size_t Gap = 2;        ///< blanks between columns
 constexpr std::size_t Narrowest = 6;  ///< a column that is cut further can't be read
 constexpr std::size_t NarrowestProse = 20;
-constexpr std::size_t NarrowestTerminal = 10;  ///< below, nothing would be left of names and values
+constexpr std::size_t NarrowestTerminal = 20;  ///< tables for narrower ones are made for this one
 constexpr const char* Bold = "\x1b[1m";
 constexpr const char* Normal = "\x1b[0m";
 
@@ -66,6 +69,7 @@ bool fit(Widths& widths, const Widths& floors, std::size_t width) {
     return true;
 }
 
+/// Blanks are written before the next cell that has text, so that no line ends with them.
 std::string lineOf(const std::vector<std::string>& cells, const Widths& widths) {
     std::string line;
     std::size_t blanks = 0;
@@ -133,12 +137,17 @@ bool isBlank(const Sheet& sheet, std::size_t column) {
                        [column](const auto& row) { return row[column].empty(); });
 }
 
-/// The columns at @p places.
-Sheet onlyColumns(const Sheet& sheet, const std::vector<std::size_t>& places) {
-    Sheet rest{{}, {}, sheet.isProse, sheet.isTable};
-    rest.rows.resize(sheet.rows.size());
-    for (const std::size_t place : places) {
-        rest.columns.push_back(sheet.columns[place]);
+/// Those of the columns @p names in which any row has something, in that order.
+Sheet filled(const Sheet& sheet, const std::vector<std::string>& names) {
+    Sheet rest{
+        {}, std::vector<std::vector<std::string>>(sheet.rows.size()), sheet.isProse, sheet.isTable};
+    for (const std::string& name : names) {
+        const auto found = std::find(sheet.columns.begin(), sheet.columns.end(), name);
+        const auto place = static_cast<std::size_t>(found - sheet.columns.begin());
+        if (found == sheet.columns.end() || (!sheet.rows.empty() && isBlank(sheet, place))) {
+            continue;
+        }
+        rest.columns.push_back(name);
         for (std::size_t row = 0; row < sheet.rows.size(); ++row) {
             rest.rows[row].push_back(sheet.rows[row][place]);
         }
@@ -146,17 +155,7 @@ Sheet onlyColumns(const Sheet& sheet, const std::vector<std::size_t>& places) {
     return rest;
 }
 
-/// The columns in which any row has something.
-Sheet withoutBlankColumns(const Sheet& sheet) {
-    std::vector<std::size_t> places;
-    for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
-        if (!isBlank(sheet, i)) {
-            places.push_back(i);
-        }
-    }
-    return onlyColumns(sheet, places);
-}
-
+/// Where columns are too narrow for sentences: each cell on lines of its own.
 std::string proseRecordOf(const std::vector<std::string>& row, std::size_t width) {
     std::string text;
     for (const std::string& cell : row) {
@@ -167,7 +166,7 @@ std::string proseRecordOf(const std::vector<std::string>& row, std::size_t width
     return text;
 }
 
-/// A line a value, a blank line between rows, the values aligned. A number that does not fit behind
+/// A line a value, a blank line between rows, the values aligned. A number that does not fit after
 /// its name has a line to itself.
 std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
     std::size_t names = 0;
@@ -183,14 +182,15 @@ std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
         }
         for (std::size_t i = 0; i < sheet.columns.size(); ++i) {
             const std::string name = TerminalText::cut(sheet.columns[i], names);
-            const std::size_t room = width - std::min(names + 1, width);
-            const std::string value = isNumber(row[i]) ? row[i] : TerminalText::cut(row[i], room);
-            const std::string blanks(names - TerminalText::width(name) + 1, ' ');
-            text += (isBold ? Bold + name + Normal : name) +
-                    (value.empty()                            ? ""
-                     : value.size() > room && isNumber(value) ? "\n"
-                                                              : blanks) +
-                    value + "\n";
+            const std::size_t space = width - names - 1;
+            const std::string value = isNumber(row[i]) ? row[i] : TerminalText::cut(row[i], space);
+            text += isBold ? Bold + name + Normal : name;
+            if (value.size() > space && isNumber(value)) {
+                text += "\n";
+            } else if (!value.empty()) {
+                text += std::string(names - TerminalText::width(name) + 1, ' ');
+            }
+            text += value + "\n";
         }
     }
     return text;
@@ -203,22 +203,7 @@ std::string TableText::aligned(const Sheet& sheet) {
 }
 
 Sheet TableText::forPeople(const Sheet& sheet) {
-    std::vector<std::size_t> places;
-    const auto add = [&](std::size_t place) {
-        if (sheet.rows.empty() || !isBlank(sheet, place)) {
-            places.push_back(place);
-        }
-    };
-    for (std::size_t i = 0; sheet.chosen.empty() && i < sheet.columns.size(); ++i) {
-        add(i);
-    }
-    for (const std::string& column : sheet.chosen) {
-        const auto found = std::find(sheet.columns.begin(), sheet.columns.end(), column);
-        if (found != sheet.columns.end()) {
-            add(static_cast<std::size_t>(found - sheet.columns.begin()));
-        }
-    }
-    return onlyColumns(sheet, places);
+    return filled(sheet, sheet.chosen.empty() ? sheet.columns : sheet.chosen);
 }
 
 std::string TableText::fitting(const Sheet& sheet, std::size_t terminal, bool isBold) {
@@ -233,7 +218,7 @@ std::string TableText::fitting(const Sheet& sheet, std::size_t terminal, bool is
     if (sheet.rows.empty()) {
         return "no rows\n";
     }
-    const Sheet rest = withoutBlankColumns(sheet);
+    const Sheet rest = filled(sheet, sheet.columns);
     widths = widthsOf(rest);
     return fit(widths, floorsOf(rest), width) ? tableOf(rest, widths, isBold)
                                               : recordsOf(rest, width, isBold);

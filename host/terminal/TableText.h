@@ -6,7 +6,13 @@
 
 #include "terminal/Sheet.h"
 
-/// Sheets as text with aligned columns. Control characters of cells are made visible.
+/**
+ * Sheets as text with aligned columns. Control characters of cells are made visible.
+ *
+ * A table that is asked for by name is the same everywhere and cuts nothing. What a terminal gets
+ * without being asked may leave out and cut, but never a number: a cut telephone number is another
+ * one.
+ */
 namespace TableText {
 
 /// What people look for in @p sheet: its chosen columns, without those that are blank in all rows.

@@ -1,3 +1,6 @@
+// What is escaped is decided by character, after decoding: a control character of the second range
+// has two bytes in UTF-8, and bytes that are no UTF-8 could be anything to a terminal.
+
 #include "terminal/TerminalText.h"
 
 #include <utf8proc.h>
@@ -30,35 +33,13 @@ bool turnsDirection(char32_t character) {
                        });
 }
 
-/// Bytes of the character that begins @p text, 0 when it is no UTF-8.
-std::size_t sizeOfFirst(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text.front());
-    const std::size_t size = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-    return size <= text.size() && Utf8::isValid(text.substr(0, size)) ? size : 0;
-}
-
-/// The number of a character in UTF-8.
-char32_t numberOf(std::string_view bytes) {
-    constexpr unsigned char masks[] = {0x7f, 0x1f, 0x0f, 0x07};
-    char32_t number = static_cast<unsigned char>(bytes.front()) & masks[bytes.size() - 1];
-    for (const char byte : bytes.substr(1)) {
-        number = (number << 6) | (static_cast<unsigned char>(byte) & 0x3f);
-    }
-    return number;
-}
-
 bool isControl(char32_t character) {
     return character < 0x20 || (character >= 0x7f && character < 0xa0);
 }
 
 std::string escaped(char32_t character) {
-    switch (character) {
-        case '\n':
-            return "\\n";
-        case '\t':
-            return "\\t";
-        default:
-            break;
+    if (character == '\n' || character == '\t') {
+        return character == '\n' ? "\\n" : "\\t";
     }
     char text[16];
     std::snprintf(text, sizeof text, isControl(character) ? "\\x%02x" : "\\u{%04x}",
@@ -73,15 +54,16 @@ std::size_t widthOf(char32_t character) {
 }
 
 /// Calls @p take with each character of a text that was made visible, as bytes, and its width; as
-/// long as it gives true.
+/// long as it returns true.
 template <typename Take>
 void forEachCharacter(std::string_view text, Take take) {
     while (!text.empty()) {
-        const std::size_t size = std::max<std::size_t>(sizeOfFirst(text), 1);
-        if (!take(text.substr(0, size), widthOf(numberOf(text.substr(0, size))))) {
+        char32_t number = 0;
+        const std::string_view character = Utf8::first(text, number);
+        if (!take(character, widthOf(number))) {
             return;
         }
-        text.remove_prefix(size);
+        text.remove_prefix(character.size());
     }
 }
 
@@ -99,16 +81,16 @@ std::size_t widthOfVisible(std::string_view text) {
 std::string TerminalText::visible(const std::string& text) {
     std::string shown;
     for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t size = sizeOfFirst(rest);
-        const char32_t character = size > 0 ? numberOf(rest.substr(0, size)) : 0;
-        if (size == 0) {
+        char32_t number = 0;
+        const std::string_view character = Utf8::first(rest, number);
+        if (character.empty()) {
             shown += ReplacementMark;
-        } else if (isControl(character) || turnsDirection(character)) {
-            shown += escaped(character);
+        } else if (isControl(number) || turnsDirection(number)) {
+            shown += escaped(number);
         } else {
-            shown += rest.substr(0, size);
+            shown += character;
         }
-        rest.remove_prefix(std::max<std::size_t>(size, 1));
+        rest.remove_prefix(std::max<std::size_t>(character.size(), 1));
     }
     return shown;
 }

@@ -4,7 +4,13 @@
 #include <cstddef>
 #include <string>
 
-/// Texts of unknown origin as a terminal may be given them.
+/**
+ * Texts of unknown origin as a terminal may be given them.
+ *
+ * Names come from whoever calls or sends a contact. A terminal obeys control characters: a name
+ * could hide a line, change colours or answer for the user. So no stored text reaches a terminal as
+ * it is.
+ */
 namespace TerminalText {
 
 /// @p text without anything that a terminal would obey: control characters, of both ranges, as

@@ -1,4 +1,9 @@
+// A table says where a character ends, since the library does not say how much of a broken one
+// belongs together; the number of a character comes from the library.
+
 #include "terminal/Utf8.h"
+
+#include <utf8proc.h>
 
 #include <algorithm>
 
@@ -20,38 +25,49 @@ constexpr Lead Leads[] = {
     {0xf0, 0xf0, 3, 0x90, 0xbf}, {0xf1, 0xf3, 3, 0x80, 0xbf}, {0xf4, 0xf4, 3, 0x80, 0x8f},
 };
 
-/// The number of bytes of the character at the front of @p text, which is not empty; 0 for none.
-std::size_t lengthOfFirst(std::string_view text) {
-    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-    const auto* const lead = std::find_if(
-        std::begin(Leads), std::end(Leads),
-        [&](const Lead& each) { return each.first <= byte(0) && byte(0) <= each.last; });
-    if (lead == std::end(Leads) || text.size() <= lead->following) {
-        return 0;
-    }
-    for (std::size_t at = 1; at <= lead->following; ++at) {
-        const bool isSecond = at == 1;
-        if (byte(at) < (isSecond ? lead->secondFirst : 0x80) ||
-            byte(at) > (isSecond ? lead->secondLast : 0xbf)) {
-            return 0;
-        }
-    }
-    return lead->following + 1;
-}
-
-bool isCarriedByXml(std::string_view character) {
-    if (character.size() == 1) {
-        const auto byte = static_cast<unsigned char>(character[0]);
-        return byte >= 0x20 || byte == '\t' || byte == '\n' || byte == '\r';
-    }
-    return character != "\xEF\xBF\xBE" && character != "\xEF\xBF\xBF";
+bool isCarriedByXml(char32_t character) {
+    return character >= 0x20 ? character != 0xfffe && character != 0xffff
+                             : character == '\t' || character == '\n' || character == '\r';
 }
 
 }  // namespace
 
+std::string_view Utf8::first(std::string_view text, char32_t& character) {
+    if (const auto byte = static_cast<unsigned char>(text.front()); byte < 0x80) {
+        character = byte;  // most texts have no others
+        return text.substr(0, 1);
+    }
+    const Front found = front(text);
+    utf8proc_int32_t number = 0;
+    (void)utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                           static_cast<utf8proc_ssize_t>(found.size), &number);
+    character = static_cast<char32_t>(number);
+    return text.substr(0, found.isCharacter ? found.size : 0);
+}
+
+Utf8::Front Utf8::front(std::string_view text) {
+    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+    const auto* const lead = std::find_if(
+        std::begin(Leads), std::end(Leads),
+        [&](const Lead& each) { return each.first <= byte(0) && byte(0) <= each.last; });
+    if (lead == std::end(Leads)) {
+        return {1, false};
+    }
+    std::size_t size = 1;
+    for (; size <= lead->following && size < text.size(); ++size) {
+        const bool isSecond = size == 1;
+        if (byte(size) < (isSecond ? lead->secondFirst : 0x80) ||
+            byte(size) > (isSecond ? lead->secondLast : 0xbf)) {
+            break;
+        }
+    }
+    return {size, size == lead->following + 1};
+}
+
 bool Utf8::isValid(std::string_view text) {
+    char32_t ignored = 0;
     while (!text.empty()) {
-        const std::size_t length = lengthOfFirst(text);
+        const std::size_t length = first(text, ignored).size();
         if (length == 0) {
             return false;
         }
@@ -71,7 +87,7 @@ std::size_t Utf8::endOfPiece(std::string_view text, std::size_t length) {
     for (int back = 0; back < 3 && continues(end); ++back) {
         --end;
     }
-    // Behind four bytes that only continue a character none is open: it has three of them at most.
+    // A character has at most three bytes that continue it, so after four of them none is open.
     return continues(end) ? length : end;
 }
 
@@ -79,10 +95,10 @@ std::string Utf8::forXml(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
-        const std::size_t length = lengthOfFirst(text);
-        const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
-        result.append(length > 0 && isCarriedByXml(character) ? character : Replacement);
-        text.remove_prefix(character.size());
+        char32_t number = 0;
+        const std::string_view character = first(text, number);
+        result.append(!character.empty() && isCarriedByXml(number) ? character : Replacement);
+        text.remove_prefix(std::max<std::size_t>(character.size(), 1));
     }
     return result;
 }

@@ -5,8 +5,24 @@
 #include <string>
 #include <string_view>
 
-/// UTF-8 as messages carry it: no overlong forms, no surrogates, nothing above U+10FFFF.
+/// UTF-8 as messages carry it: no overlong forms, no surrogates, nothing above U+10FFFF. Stored
+/// texts may be anything, since the service keeps bytes; what the host writes into JSON or XML must
+/// be UTF-8.
 namespace Utf8 {
+
+/// The bytes of the character that begins @p text, which is not empty, and its number in
+/// @p character. Empty when @p text does not begin with UTF-8.
+std::string_view first(std::string_view text, char32_t& character);
+
+/// The front of a text. Where no character stands there, the bytes that begin one and do not end
+/// it, or one byte: one replacement stands for all of them, as writers of JSON have it.
+struct Front {
+    std::size_t size;
+    bool isCharacter;
+};
+
+/// What stands at the front of @p text, which is not empty.
+Front front(std::string_view text);
 
 /// Whether all of @p text is UTF-8.
 bool isValid(std::string_view text);

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "terminal/Utf8.h"
+#include "wire/JsonText.h"
 #include "wire/ParameterText.h"
 
 using nlohmann::json;
@@ -15,41 +15,24 @@ namespace {
 const std::string Start = R"({"jsonrpc":"2.0",)";
 const std::string MethodMember = R"("method":)";
 const std::string ParametersMember = R"(,"params":)";
+/// Of an answer or a parameter: at least what stands around the texts.
+constexpr std::size_t SizeOfFrame = 32;
 
 std::string errorAnswer(int code, const std::string& words) {
     return Start + R"("id":null,"error":{"code":)" + std::to_string(code) + R"(,"message":")" +
            words + R"("}})";
 }
 
-std::string toJson(const std::string& text) {
-    return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
-/// Appends @p text in pieces, so that a long one is never there twice. False when @p out would be
-/// longer than @p limit.
-bool appendJson(std::string& out, std::string_view text, std::size_t limit) {
-    constexpr std::size_t piece = 64 * 1024;
-    out += '"';
-    while (!text.empty() && out.size() <= limit) {
-        const std::size_t length = Utf8::endOfPiece(text, piece);
-        const std::string quoted = toJson(std::string(text.substr(0, length)));
-        out.append(quoted, 1, quoted.size() - 2);
-        text.remove_prefix(length);
-    }
-    out += '"';
-    return out.size() <= limit;
-}
-
 bool appendParameters(std::string& out, const Method& method, std::size_t limit) {
     const char* separator = "{";
     for (const Parameter& parameter : method.parameters()) {
-        out.append(separator).append(toJson(parameter.name)).append(":");
+        out.append(separator).append(JsonText::quoted(parameter.name)).append(":");
         const bool isText =
             parameter.type == Parameter::Type::String || parameter.type == Parameter::Type::Xml;
-        if (isText && !appendJson(out, parameter.text, limit)) {
+        if (isText && !JsonText::append(out, parameter.text, limit)) {
             return false;
         }
-        out += isText ? std::string() : textOf(parameter, toJson);
+        out += isText ? std::string() : textOf(parameter, JsonText::quoted);
         separator = ",";
     }
     out += method.parameters().empty() ? "{}" : "}";
@@ -102,7 +85,7 @@ public:
         if (m_inParameters && m_depth == 2) {
             m_message.method.addStringParameter(m_name, std::move(text), m_direction);
         } else if (isMember("id")) {
-            setId(toJson(text));
+            setId(JsonText::quoted(text));
         } else if (isMember("method")) {
             m_message.hasMethod = true;
             m_message.method.setName(text);
@@ -213,7 +196,7 @@ JsonRpc::Message JsonRpc::read(std::string_view line) {
 }
 
 std::string JsonRpc::notification(const Method& method) {
-    std::string text = Start + MethodMember + toJson(method.getName());
+    std::string text = Start + MethodMember + JsonText::quoted(method.getName());
     if (!method.parameters().empty()) {
         text += ParametersMember;
         (void)appendParameters(text, method, std::string::npos);
@@ -227,14 +210,18 @@ std::string JsonRpc::toCall(const std::string& notification, const std::string& 
 
 std::optional<std::string> JsonRpc::answer(const Method& reply, const std::string& id,
                                            std::size_t limit) {
-    std::string text = Start + "\"id\":" + id + ",\"result\":";
-    std::size_t size = text.size() + text.size();
+    std::string text;
+    // Room for the line feed too, which the answer gets on its way: a long one is never there twice.
+    std::size_t size = Start.size() + id.size() + SizeOfFrame;
     for (const Parameter& parameter : reply.parameters()) {
-        size += parameter.text.size() + parameter.text.size() / 16;
+        size += SizeOfFrame + parameter.name.size() + parameter.text.size() +
+                parameter.text.size() / 16;
     }
     text.reserve(std::min(size, limit));
+    text.append(Start).append("\"id\":").append(id).append(",\"result\":");
     if (!appendParameters(text, reply, limit - std::min(limit, std::size_t{1}))) {
         return std::nullopt;
     }
-    return text += "}";
+    text += "}";
+    return text;
 }

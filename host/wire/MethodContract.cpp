@@ -52,11 +52,11 @@ Json describedTypeOf(const Value& value) {
     return type;
 }
 
-/// An object with the parameters of one direction.
-Json objectOf(const Row& method, Parameter::directions direction) {
+/// An object with @p values.
+Json objectOf(const std::vector<Value>& values) {
     Json properties = Json::object();
     Json required = Json::array();
-    for (const Value& value : method.of(direction)) {
+    for (const Value& value : values) {
         properties[value.name] = describedTypeOf(value);
         if (value.isAlways) {
             required.push_back(value.name);
@@ -95,8 +95,20 @@ Json xmlFormOf(const Row& method) {
     return {{"in", in}, {"out", out}};
 }
 
+/// A call as OpenRPC describes it, without its result.
+Json describedCallOf(const char* name, const char* text, const std::vector<Value>& values) {
+    Json params = Json::array();
+    for (const Value& value : values) {
+        params.push_back({{"name", value.name},
+                          {"description", value.text},
+                          {"required", value.isAlways},
+                          {"schema", typeOf(value.type)}});
+    }
+    return {{"name", name}, {"summary", text}, {"paramStructure", "by-name"}, {"params", params}};
+}
+
 Json callOf(const Row& method) {
-    const Json params = objectOf(method, Parameter::in);
+    const Json params = objectOf(method.of(Parameter::in));
     const Json properties = {{"jsonrpc", {{"const", "2.0"}}},
                              {"id", Json::object()},
                              {"method", {{"const", method.name}}},
@@ -107,15 +119,15 @@ Json callOf(const Row& method) {
     }
     Json call = objectOf(properties, required);
     call["description"] = method.text;
-    call["x-xml"] = xmlFormOf(method);
     return call;
 }
 
 Json resultOf(const Row& method) {
     const Json failed = objectOf({{"Response", {{"const", "failure"}}}}, Json::array({"Response"}));
-    Json any = Json::array({objectOf(method, Parameter::out), failed});
+    Json any = Json::array({objectOf(method.of(Parameter::out)), failed});
     if (isAcknowledgedAsRefused(method)) {
-        any.push_back(objectOf({{"Acknowledge", {{"const", false}}}}, Json::array({"Acknowledge"})));
+        any.push_back(
+            objectOf({{"Acknowledge", {{"const", false}}}}, Json::array({"Acknowledge"})));
     }
     return {{"anyOf", any}};
 }
@@ -128,32 +140,22 @@ Json answerOf(const std::string& method) {
                     {"jsonrpc", "id", "result"});
 }
 
-Json eventOf(const char* name, const Json& params) {
-    Json properties = {{"jsonrpc", {{"const", "2.0"}}}, {"method", {{"const", name}}}};
-    if (!params.is_null()) {
-        properties["params"] = params;
+Json eventOf(const Methods::Event& event) {
+    Json properties = {{"jsonrpc", {{"const", "2.0"}}}, {"method", {{"const", event.name}}}};
+    if (!event.values.empty()) {
+        properties["params"] = objectOf(event.values);
     }
-    return objectOf(properties, {"jsonrpc", "method"});
-}
-
-Json logEntry() {
-    const Json text = typeOf(Parameter::Type::String);
-    const Json number = typeOf(Parameter::Type::Int);
-    return objectOf({{"level", number},
-                     {"component", text},
-                     {"source", text},
-                     {"line", number},
-                     {"message", text}},
-                    {"level", "component", "source", "line", "message"});
+    Json whole = objectOf(properties, {"jsonrpc", "method"});
+    whole["description"] = event.text;
+    return whole;
 }
 
 Json events() {
-    const Json text = typeOf(Parameter::Type::String);
-    return {{"ProfileChangedToBase", eventOf("ProfileChangedToBase", {})},
-            {"ProfileChangedToVisitor", eventOf("ProfileChangedToVisitor", {})},
-            {"Log", eventOf("Log", logEntry())},
-            {"Status",
-             eventOf("Status", objectOf({{"item", text}, {"value", text}}, {"item", "value"}))}};
+    Json all = Json::object();
+    for (const Methods::Event& event : Methods::events()) {
+        all[event.name] = eventOf(event);
+    }
+    return all;
 }
 
 /// The answer to what is no call, which has no id to go by.
@@ -164,6 +166,13 @@ Json errorOf(int code, const char* text) {
         {{"jsonrpc", {{"const", "2.0"}}}, {"id", {{"const", nullptr}}}, {"error", error}},
         {"jsonrpc", "id", "error"});
 }
+
+/// The two answers to what is no call, by their names.
+const struct {
+    const char* name;
+    int code;
+    const char* text;
+} Errors[] = {{"ParseError", -32700, "Parse error"}, {"InvalidRequest", -32600, "Invalid Request"}};
 
 /// References to all members of @p group, of which a message is one.
 void addReferences(Json& references, const std::string& group, const Json& members) {
@@ -178,15 +187,19 @@ std::string MethodContract::json() {
     Json calls = Json::object();
     Json results = Json::object();
     Json answers = Json::object();
+    Json xml = Json::object();
     for (const Row& method : Methods::all()) {
         calls[method.name] = callOf(method);
+        xml[method.name] = xmlFormOf(method);
         if (method.kind != Methods::Kind::OneWay) {
             results[method.name] = resultOf(method);
             answers[method.name] = answerOf(method.name);
         }
     }
-    const Json errors = {{"ParseError", errorOf(-32700, "Parse error")},
-                         {"InvalidRequest", errorOf(-32600, "Invalid Request")}};
+    Json errors = Json::object();
+    for (const auto& error : Errors) {
+        errors[error.name] = errorOf(error.code, error.text);
+    }
     Json references = Json::array();
     addReferences(references, "calls", calls);
     addReferences(references, "answers", answers);
@@ -200,6 +213,37 @@ std::string MethodContract::json() {
                         {"results", results},
                         {"answers", answers},
                         {"events", events()},
-                        {"errors", errors}}}};
+                        {"errors", errors},
+                        {"xml", xml}}}};
+    return all.dump(2) + "\n";
+}
+
+std::string MethodContract::openRpc() {
+    Json methods = Json::array();
+    for (const Row& method : Methods::all()) {
+        methods.push_back(describedCallOf(method.name, method.text, method.of(Parameter::in)));
+        if (method.kind != Methods::Kind::OneWay) {
+            methods.back()["result"] = {{"name", "result"}, {"schema", resultOf(method)}};
+        }
+    }
+    Json heard = Json::array();
+    for (const Methods::Event& event : Methods::events()) {
+        heard.push_back(describedCallOf(event.name, event.text, event.values));
+    }
+    Json errors = Json::object();
+    for (const auto& error : Errors) {
+        errors[error.name] = {{"code", error.code}, {"message", error.text}};
+    }
+    const Json all = {{"openrpc", "1.3.2"},
+                      {"info",
+                       {{"title", "Remote methods of the data access service"},
+                        {"description",
+                         "Each message is one line. A method without a result is never answered, "
+                         "and neither is one "
+                         "that is not known. x-notifications are what a listener hears."},
+                        {"version", DAS_VERSION}}},
+                      {"methods", methods},
+                      {"components", {{"errors", errors}}},
+                      {"x-notifications", heard}};
     return all.dump(2) + "\n";
 }

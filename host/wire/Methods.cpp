@@ -182,6 +182,30 @@ const std::vector<Row> Rows = {
      Kind::Host},
 };
 
+const std::vector<Event> Events = {
+    {"ProfileChangedToBase", "Base has become the current user.", {}},
+    {"ProfileChangedToVisitor", "The visitor has become the current user.", {}},
+    {"Log",
+     "The host has written an entry of its log.",
+     {{"level", Out, Type::Int, "The level: 2 for failures, up to 6 for details."},
+      {"component", Out, Type::String, "The part of the program that wrote it."},
+      {"source", Out, Type::String, "The source file."},
+      {"line", Out, Type::Int, "The line in it."},
+      {"message", Out, Type::String, "The message."}}},
+    {"Status",
+     "The service has reported an item to management.",
+     {{"item", Out, Type::String, "The name of the item."},
+      {"value", Out, Type::String, "Its value."}}},
+    {"Changed",
+     "A change to a schema was committed. All blank: more changes than the client could take.",
+     {{"Schema", Out, Type::String, "The schema; blank for several."},
+      {"Context", Out, Type::String,
+       "base or visitor; blank for the telephone's rows, for several users and for all."},
+      {"Reason", Out, Type::String,
+       "The reason of the request or the name of the method; blank for another process."},
+      {"Id", Out, Type::String, "The key of the row, or the name of the setting; blank for several."}}},
+};
+
 const std::vector<Reason> Reasons = {
     {"read_request", Read},
     {"readall_request", Read},
@@ -212,6 +236,10 @@ std::vector<Value> Row::of(Parameter::directions direction) const {
     std::copy_if(values.begin(), values.end(), std::back_inserter(found),
                  [direction](const Value& each) { return each.direction == direction; });
     return found;
+}
+
+const std::vector<Event>& Methods::events() {
+    return Events;
 }
 
 const std::vector<Reason>& Methods::reasons() {

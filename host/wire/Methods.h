@@ -74,6 +74,16 @@ struct Row {
     std::vector<Value> of(Parameter::directions direction) const;
 };
 
+/// What a listener hears: a call by the host that gets no answer. Its values all go out.
+struct Event {
+    const char* name;
+    const char* text;  ///< when a listener hears it, in one sentence
+    std::vector<Value> values;
+};
+
+/// All of them.
+const std::vector<Event>& events();
+
 /// A reason of requests, and the right that it needs for its schema.
 struct Reason {
     const char* name;

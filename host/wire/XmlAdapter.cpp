@@ -141,6 +141,16 @@ bool appendEscaped(std::string& out, std::string_view text, std::size_t limit) {
     return out.size() <= limit;
 }
 
+/// How long the escaped @p text becomes, about: a long answer that grows on its way is there twice.
+std::size_t escapedSize(const std::string& text) {
+    constexpr std::pair<char, int> longer[] = {{'&', 4}, {'<', 3}, {'>', 3}, {'"', 5}, {'\'', 5}};
+    auto size = text.size();
+    for (const auto& [character, more] : longer) {
+        size += static_cast<std::size_t>(more * std::count(text.begin(), text.end(), character));
+    }
+    return size;
+}
+
 const char* elementOf(const Parameter& parameter) {
     return std::find_if(std::begin(TypeNames), std::end(TypeNames),
                         [&parameter](const TypeName& each) { return each.type == parameter.type; })
@@ -173,7 +183,14 @@ void XmlAdapter::encode(const Method& method, std::ostream& stream) {
 }
 
 std::optional<std::string> XmlAdapter::write(const Method& method, std::size_t limit) {
-    std::string line = "<Method name=\"" + escaped(method.getName()) + "\">";
+    constexpr std::size_t sizeOfFrame = 64;  // of the message and of each parameter, at least
+    std::size_t size = sizeOfFrame;
+    for (const Parameter& parameter : method.parameters()) {
+        size += sizeOfFrame + escapedSize(parameter.text);
+    }
+    std::string line;
+    line.reserve(std::min(size, limit));
+    line.append("<Method name=\"").append(escaped(method.getName())).append("\">");
     for (const Parameter& parameter : method.parameters()) {
         const std::string element = elementOf(parameter);
         line += "<" + element + " name=\"" + escaped(parameter.name) + "\">";

@@ -35,12 +35,13 @@ AdapterLock::~AdapterLock() {
     m_adapter.give_sema4();
 }
 
-RowDrain::RowDrain(DatabaseAdapter& adapter, Take take) : m_lock(adapter), m_adapter(adapter) {
-    m_adapter.drainRows(std::move(take));
+RowDrain::RowDrain(DatabaseAdapter& adapter, const Take& take)
+    : m_lock(adapter), m_adapter(adapter) {
+    m_adapter.drainRows(&take);
 }
 
 RowDrain::~RowDrain() {
-    m_adapter.drainRows({});
+    m_adapter.drainRows(nullptr);
 }
 
 int readInPieces(DatabaseAdapter& adapter, Rows& rows, const std::function<int()>& read,

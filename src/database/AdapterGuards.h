@@ -21,10 +21,10 @@ private:
 };
 
 /**
- * A transaction for a scope. It begins at construction and is ended once: by end(), by rollBack(),
- * or by the destructor, which ends it and never rolls back. Since beginning takes the adapter's
- * lock even when SQLite refuses, ending is due also when the begin failed. Transactions do not
- * nest, but in runWholeWithInner().
+ * A transaction for a scope. It begins at construction and is ended once: committed, rolled back,
+ * or ended by the destructor, which never rolls back. Since beginning takes the adapter's lock even
+ * when SQLite refuses, ending is due also when the begin failed. Transactions do not nest, but where
+ * a whole one says that it has inner ones.
  */
 class TransactionGuard {
 public:
@@ -69,9 +69,10 @@ public:
     /// Gets the rows that were read so far and empties the list. False ends the read, which fails.
     using Take = std::function<bool(Rows& rows)>;
 
-    /// What was read last stays with the caller of the read. @p adapter must outlive this object;
-    /// not owned.
-    RowDrain(DatabaseAdapter& adapter, Take take);
+    /// What was read last stays with the caller of the read. @p adapter and @p take must outlive
+    /// this object; not owned.
+    RowDrain(DatabaseAdapter& adapter, const Take& take);
+    RowDrain(DatabaseAdapter& adapter, Take&& take) = delete;
     ~RowDrain();
     RowDrain(const RowDrain&) = delete;
     RowDrain& operator=(const RowDrain&) = delete;

@@ -4,10 +4,12 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cassert>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -131,9 +133,9 @@ public:
      */
     bool lookForOthers(ChangeListeners& listeners);
 
-    /// Has rows handed over to @p take while they are read; empty for all of them at the end. Call
-    /// with the lock held; for RowDrain.
-    void drainRows(std::function<bool(Rows&)> take) { m_drain = std::move(take); }
+    /// Has rows handed over to @p take, which is not copied, while they are read; null for all of
+    /// them at the end. Call with the lock held; for RowDrain.
+    void drainRows(const std::function<bool(Rows&)>* take) { m_drain = take; }
 
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
     int freeError();
@@ -224,6 +226,9 @@ public:
     std::string concatWhereCondition(PairList& andList, PairList& orList);
     std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
 
+    /// Frees what SQLite keeps of the file's pages and needs no longer, for this connection alone.
+    void releaseMemory();
+
     /// The prepared statements that are kept. For statistics and tests, with the lock held.
     [[nodiscard]] StatementCache& statementCache() { return m_statements; }
 
@@ -235,13 +240,25 @@ protected:
     int m_type;  ///< kind of database; anything but SqliteAdapterType serves nothing
 
 private:
+    static constexpr const char* LogComponent = "DataAccessService";
+    static constexpr const char* LogSource = "./src/DatabaseAdapter";
     static constexpr int SqliteAdapterType = 1;
     /// Room for a usual statement, so that its text does not grow, and move, on its way.
     static constexpr std::size_t StatementSize = 256;
 
     explicit DatabaseAdapter(int type);
     void constructorActions();
+    static void makeMissingFileForOwnerAlone(const std::string& path);
+    /// Has statements of @p db end when the work of their thread is interrupted.
+    static void endWhenInterrupted(sqlite3* db);
     void openDatabase();
+    /// The connection, null when it is not open. It was opened without SQLite's own mutex, so each
+    /// way into SQLite comes through here: builds with assertions end where the lock is not held.
+    [[nodiscard]] sqlite3* connection() const {
+        assert(m_owner == std::this_thread::get_id());
+        return m_db;
+    }
+    void noteLocked();
     /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
     int closeDatabase(const char* failureFormat);
     bool isInTransaction() const;
@@ -259,6 +276,8 @@ private:
     bool compareDataVersion(ChangeListeners& listeners);
     bool hasFileMoved() const;
     const char* errorText() const;
+    /// Whether @p statement is prepared; if not, logs why.
+    [[nodiscard]] bool isReady(const Statement& statement, const std::string& sql);
     void logStatementError(const std::string& sql);
     /// Logs that @p sql failed with @p error, and once at the level of failures that the file is
     /// damaged, when the failure was that.
@@ -283,13 +302,15 @@ private:
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
+    std::atomic<std::thread::id> m_owner{};  ///< who has the mutex
+    int m_depth = 0;                         ///< how often
     /// A table and its rows, as a deletion of this transaction has left it.
     struct Counted {
         std::string table;
         int rows = 0;  ///< 0 when they are not known
     };
 
-    std::function<bool(Rows&)> m_drain;  ///< under the lock
+    const std::function<bool(Rows&)>* m_drain = nullptr;  ///< under the lock; not owned
     Counted m_counted;                   ///< under the lock; forgotten by each other statement
     bool m_isCommitHeld = false;         ///< under the lock
     bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock

@@ -42,11 +42,12 @@ private:
 
 int DatabaseAdapter::changes() const {
     // SQLite counts the rows of a deletion without conditions, but not those of a dropped table.
-    return (m_db != nullptr ? sqlite3_total_changes(m_db) : 0) + m_droppedTables;
+    sqlite3* const db = connection();
+    return (db != nullptr ? sqlite3_total_changes(db) : 0) + m_droppedTables;
 }
 
 void DatabaseAdapter::beginWatched(ChangeScope& scope) {
-    if (m_db != nullptr && !isInTransaction()) {
+    if (connection() != nullptr && !isInTransaction()) {
         (void)compareDataVersion(scope.listeners());
         m_changesBefore = changes();
         scope.begin(*this);
@@ -62,14 +63,15 @@ void DatabaseAdapter::endWatched(ChangeScope& scope, const std::string& sql) {
 
 bool DatabaseAdapter::hasFileMoved() const {
     int hasMoved = 0;
-    return sqlite3_file_control(m_db, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) == SQLITE_OK &&
+    return sqlite3_file_control(connection(), "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) ==
+               SQLITE_OK &&
            hasMoved != 0;
 }
 
 bool DatabaseAdapter::compareDataVersion(ChangeListeners& listeners) {
     int code = SQLITE_OK;
     if (m_dataVersionQuery == nullptr) {
-        code = sqlite3_prepare_v2(m_db, DataVersionQuery, -1, &m_dataVersionQuery, nullptr);
+        code = sqlite3_prepare_v2(connection(), DataVersionQuery, -1, &m_dataVersionQuery, nullptr);
     }
     if (code == SQLITE_OK) {
         code = sqlite3_step(m_dataVersionQuery);
@@ -95,10 +97,11 @@ bool DatabaseAdapter::lookForOthers(ChangeListeners& listeners) {
     if (pthread_mutex_trylock(&m_mutex) != 0) {
         return false;
     }
+    noteLocked();
     bool isDone = true;
     // Within a transaction of this thread no other process can have committed.
-    if (m_db != nullptr && !isInTransaction()) {
-        const NoWait noWait(m_db);
+    if (connection() != nullptr && !isInTransaction()) {
+        const NoWait noWait(connection());
         isDone = compareDataVersion(listeners);
         if (!isDone && !m_dataVersion) {
             m_dataVersion = NeverSeen;  // the first look has failed: the next one reports

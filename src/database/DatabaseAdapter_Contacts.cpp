@@ -10,9 +10,6 @@
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
-
 const char* const contactsQuery =
     "select Surname, Firstname, Office, Office2, Mobile, Private, Company, Address, Address2, "
     "JobFunction, Email, DefaultNumber from PHONE_BOOK;";

@@ -8,17 +8,18 @@
 #include "database/MaskedStatement.h"
 #include "database/Statement.h"
 
-namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
-
-}  // namespace
-
 std::atomic<bool> DatabaseAdapter::m_isRequestContentShowableOnTheAurelTrace{true};
 
 const char* DatabaseAdapter::errorText() const {
-    return m_db != nullptr ? sqlite3_errmsg(m_db) : "no open database";
+    sqlite3* const db = connection();
+    return db != nullptr ? sqlite3_errmsg(db) : "no open database";
+}
+
+bool DatabaseAdapter::isReady(const Statement& statement, const std::string& sql) {
+    if (!statement.isPrepared()) {
+        logStatementError(sql);
+    }
+    return statement.isPrepared();
 }
 
 void DatabaseAdapter::logStatementError(const std::string& sql) {
@@ -26,7 +27,8 @@ void DatabaseAdapter::logStatementError(const std::string& sql) {
 }
 
 void DatabaseAdapter::tellFailure(const char* error, const std::string& sql) {
-    const int code = m_db != nullptr ? sqlite3_errcode(m_db) : SQLITE_OK;
+    sqlite3* const db = connection();
+    const int code = db != nullptr ? sqlite3_errcode(db) : SQLITE_OK;
     const bool isNewDamage = !m_damageIsTold && (code == SQLITE_CORRUPT || code == SQLITE_NOTADB);
     if (!isNewDamage && !loggingOnAppUni(LogComponent, 3)) {
         return;
@@ -55,7 +57,7 @@ MaskedStatement::ColumnsOf DatabaseAdapter::columnsInOrder() {
     return [this](const std::string& table) {
         const std::string sql = "SELECT * FROM " + table + ";";
         AdapterLock lock(*this);
-        return Statement(m_db, sql).columnNames();
+        return Statement(connection(), sql).columnNames();
     };
 }
 

@@ -7,15 +7,15 @@
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
+#include "database/SqlText.h"
 #include "database/Statement.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
-
 /// Bytes of rows that are handed over at once where they are.
 constexpr std::size_t SizeOfPiece = std::size_t{256} * 1024;
+/// A read of so many pieces goes through more pages than SQLite keeps: they serve no later one.
+constexpr int PiecesOfLargeRead = 4;
 
 using Pair = PairList::value_type;
 
@@ -27,25 +27,12 @@ bool startsWith(const std::string& text, const char* start) {
     return text.rfind(start, 0) == 0;
 }
 
-/// Writes the pieces of @p list, made by @p write, with @p separator between them.
-template <typename List, typename Write>
-void appendJoined(std::string& sql, const List& list, const char* separator, Write write) {
-    bool first = true;
-    for (const auto& element : list) {
-        if (!first) {
-            sql += separator;
-        }
-        first = false;
-        write(element);
-    }
-}
-
 void appendColumns(std::string& sql, const std::vector<std::string>& columns) {
     if (columns.empty()) {
         sql += "* ";
         return;
     }
-    appendJoined(sql, columns, ", ", [&sql](const std::string& column) { sql += column; });
+    SqlText::appendJoined(sql, columns, ", ");
     sql += ' ';
 }
 
@@ -83,7 +70,7 @@ void appendGroupBy(std::string& sql, std::vector<std::string>& groupBy) {
         return;
     }
     sql += " GROUP BY ";
-    appendJoined(sql, groupBy, ", ", [&sql](const std::string& column) { sql += column; });
+    SqlText::appendJoined(sql, groupBy, ", ");
     groupBy.clear();
 }
 
@@ -92,7 +79,7 @@ void appendOrderBy(std::string& sql, PairList& orderBy, bool blankBehindEachName
         return;
     }
     sql += " ORDER BY ";
-    appendJoined(sql, orderBy, ", ", [&](const Pair& pair) {
+    SqlText::appendJoined(sql, orderBy, ", ", [&](const Pair& pair) {
         sql += pair.first;
         if (blankBehindEachName || !pair.second.empty()) {
             sql += ' ';
@@ -132,14 +119,15 @@ std::string DatabaseAdapter::concatWhereCondition(PairList& andList, PairList& o
     }
     if (!orList.empty()) {
         sql += " ( ";
-        appendJoined(sql, orList, " OR ",
-                     [&sql](const Pair& pair) { appendComparison(sql, pair, " = "); });
+        SqlText::appendJoined(sql, orList, " OR ",
+                              [&sql](const Pair& pair) { appendComparison(sql, pair, " = "); });
         sql += " ) ";
         if (!notList.empty()) {
             sql += " AND ";
         }
     }
-    appendJoined(sql, notList, " AND ", [&sql](const Pair& pair) { appendNot(sql, pair); });
+    SqlText::appendJoined(sql, notList, " AND ",
+                          [&sql](const Pair& pair) { appendNot(sql, pair); });
     andList.clear();
     orList.clear();
     notList.clear();
@@ -250,16 +238,14 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
                                  const char* countFormat) {
     rows.clear();
     AdapterLock lock(*this);
-    Statement statement(m_statements, m_db, sql);
-    if (!statement.isPrepared()) {
-        logStatementError(sql);
-        if (stopAtFailedPrepare) {
-            return 1;
-        }
+    Statement statement(m_statements, connection(), sql);
+    if (!isReady(statement, sql) && stopAtFailedPrepare) {
+        return 1;
     }
     int code = statement.step();
     int count = 0;
     std::size_t size = 0;
+    int pieces = 0;
     for (const int columns = statement.columnCount(); code == SQLITE_ROW; code = statement.step()) {
         std::vector<std::string>& row = rows.emplace_back();
         row.reserve(static_cast<std::size_t>(columns));
@@ -268,24 +254,27 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
             size += sizeof(std::string) + row.back().size();
         }
         ++count;
-        if (m_drain && size > SizeOfPiece) {
+        if (m_drain != nullptr && size > SizeOfPiece) {
             size = 0;
-            if (!m_drain(rows)) {
+            ++pieces;
+            if (!(*m_drain)(rows)) {
                 return 1;  // who takes the rows logs why
             }
         }
     }
     DAS_LOG(5, countFormat, count);
     logFailedStep(statement, code, sql);
+    if (pieces >= PiecesOfLargeRead) {
+        releaseMemory();
+    }
     return code == SQLITE_DONE ? 0 : 1;
 }
 
 int DatabaseAdapter::forEachRow(const std::string& sql,
                                 const std::function<void(const std::vector<std::string>&)>& visit) {
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
-    if (!statement.isPrepared()) {
-        logStatementError(sql);
+    Statement statement(connection(), sql);
+    if (!isReady(statement, sql)) {
         return 1;
     }
     std::vector<std::string> row(static_cast<std::size_t>(statement.columnCount()));
@@ -302,28 +291,23 @@ int DatabaseAdapter::forEachRow(const std::string& sql,
 
 int DatabaseAdapter::getColumnCount(const std::string& sql) {
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
-    if (!statement.isPrepared()) {
-        logStatementError(sql);
-    }
+    Statement statement(connection(), sql);
+    (void)isReady(statement, sql);
     return statement.columnCount();
 }
 
 std::string DatabaseAdapter::getColumnName(const std::string& sql, int index) {
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
-    if (!statement.isPrepared()) {
-        logStatementError(sql);
-    }
+    Statement statement(connection(), sql);
+    (void)isReady(statement, sql);
     return statement.columnName(index);
 }
 
 int DatabaseAdapter::getColumnNames(const std::string& table, std::vector<std::string>& names) {
     const std::string sql = "SELECT * FROM " + table + ";";
     AdapterLock lock(*this);
-    Statement statement(m_db, sql);
-    if (!statement.isPrepared()) {
-        logStatementError(sql);
+    Statement statement(connection(), sql);
+    if (!isReady(statement, sql)) {
         return 0;
     }
     for (std::string& name : statement.columnNames()) {
@@ -343,13 +327,58 @@ bool DatabaseAdapter::readColumnNames(const std::string& table, std::vector<std:
 bool DatabaseAdapter::isTableThere(const std::string& table) {
     {
         AdapterLock lock(*this);
-        if (m_db != nullptr &&
-            sqlite3_table_column_metadata(m_db, "main", table.c_str(), nullptr, nullptr, nullptr,
-                                          nullptr, nullptr, nullptr) == SQLITE_OK) {
+        sqlite3* const db = connection();
+        if (db != nullptr && sqlite3_table_column_metadata(db, "main", table.c_str(), nullptr,
+                                                           nullptr, nullptr, nullptr, nullptr,
+                                                           nullptr) == SQLITE_OK) {
             return true;
         }
     }
     // A view counts too, and the log shows why a table that is there can't be read.
     std::vector<std::string> names;
     return getColumnNames(table, names) != 0;
+}
+
+std::string DatabaseAdapter::countStatement(const std::string& table, PairList& andList) {
+    std::string sql = "SELECT COUNT(*) FROM " + table;
+    sql += concatWhereCondition(andList);
+    DAS_LOG(6, "%s", forLog(sql).c_str());
+    return sql;
+}
+
+int DatabaseAdapter::getRowCount(std::string table, PairList& andList, std::string& count) {
+    return getRowCount(countStatement(table, andList), count);
+}
+
+int DatabaseAdapter::getRowCount(const std::string& sql, std::string& count) {
+    // Success in every case, kept on purpose: a table that is missing counts as empty and is made.
+    (void)readRowCount(sql, count);
+    return 0;
+}
+
+int DatabaseAdapter::countRows(const std::string& table, PairList& andList, std::string& count) {
+    return readRowCount(countStatement(table, andList), count) ? 0 : 1;
+}
+
+bool DatabaseAdapter::isKnownToBeEmpty(const std::string& table) {
+    PairList all;
+    std::string count;
+    return countRows(table, all, count) == 0 && count == "0";
+}
+
+bool DatabaseAdapter::readRowCount(const std::string& sql, std::string& count) {
+    count = "0";
+    AdapterLock lock(*this);
+    Statement statement(m_statements, connection(), sql);
+    (void)isReady(statement, sql);
+    const int code = statement.step();
+    if (code != SQLITE_ROW) {
+        logFailedStep(statement, code, sql);
+        return false;
+    }
+    if (!statement.isNull(0)) {
+        count = statement.text(0);
+        DAS_LOG(6, "row count:%s", count.c_str());
+    }
+    return true;
 }

@@ -9,11 +9,9 @@
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
+#include "database/SqlText.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
 
 std::size_t joinedSize(const std::vector<std::string>& texts) {
     std::size_t size = 2 * texts.size();
@@ -21,17 +19,6 @@ std::size_t joinedSize(const std::vector<std::string>& texts) {
         size += text.size();
     }
     return size;
-}
-
-void appendList(std::string& sql, const std::vector<std::string>& texts) {
-    bool first = true;
-    for (const std::string& text : texts) {
-        if (!first) {
-            sql += ", ";
-        }
-        first = false;
-        sql += text;
-    }
 }
 
 }  // namespace
@@ -44,19 +31,19 @@ int DatabaseAdapter::insertShared(const std::string& table, const std::vector<st
     sql += table;
     if (!columns.empty()) {
         sql += " (";
-        appendList(sql, columns);
+        SqlText::appendJoined(sql, columns, ", ");
         sql += ')';
     }
     sql += " VALUES (";
-    appendList(sql, values);
+    SqlText::appendJoined(sql, values, ", ");
     sql += ");";
     if (m_isRequestContentShowableOnTheAurelTrace) {
         DAS_LOG(5, "SQL %s", forLog(sql).c_str());
     }
     AdapterLock lock(*this);
     const int code = executeNonQuery(sql);
-    if (code == SQLITE_OK && rowId != nullptr && m_db != nullptr) {
-        *rowId = sqlite3_last_insert_rowid(m_db);
+    if (code == SQLITE_OK && rowId != nullptr && connection() != nullptr) {
+        *rowId = sqlite3_last_insert_rowid(connection());
     }
     return code;
 }
@@ -116,16 +103,9 @@ int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orLi
     sql += "UPDATE ";
     sql += table;
     sql += " SET ";
-    bool first = true;
-    for (const auto& [name, value] : newValues) {
-        if (!first) {
-            sql += ", ";
-        }
-        first = false;
-        sql += name;
-        sql += " = ";
-        sql += value;
-    }
+    SqlText::appendJoined(sql, newValues, ", ", [&sql](const auto& pair) {
+        sql.append(pair.first).append(" = ").append(pair.second);
+    });
     newValues.clear();
     sql += concatWhereCondition(andList, orList, notList);
     sql += ';';
@@ -161,7 +141,7 @@ int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList, Pair
     const Counted before = m_counted;
     const int code = executeNonQuery(sql);
     if (code == SQLITE_OK) {
-        m_counted = {table, before.rows - sqlite3_changes(m_db)};
+        m_counted = {table, before.rows - sqlite3_changes(connection())};
     }
     return code;
 }

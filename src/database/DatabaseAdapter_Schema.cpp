@@ -6,28 +6,13 @@
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "database/Logging.h"
-
-namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
-
-}  // namespace
+#include "database/SqlText.h"
 
 int DatabaseAdapter::createTable(const std::string& table, PairList& columns) {
     std::string sql = "CREATE TABLE " + table + " (";
-    bool first = true;
-    for (const auto& [name, type] : columns) {
-        if (!first) {
-            sql += ", ";
-        }
-        first = false;
-        sql += name;
-        if (!type.empty()) {
-            sql += ' ';
-            sql += type;
-        }
-    }
+    SqlText::appendJoined(sql, columns, ", ", [&sql](const auto& column) {
+        sql.append(column.first).append(column.second.empty() ? "" : " ").append(column.second);
+    });
     columns.clear();
     sql += ");";
     DAS_LOG(5, "%s", sql.c_str());

@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
-
 struct Finalizer {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
@@ -55,7 +52,8 @@ int DatabaseAdapter::executeWithValues(const std::string& sql,
     if (scope != nullptr) {
         beginWatched(*scope);
     }
-    const int code = m_db != nullptr ? runWithValues(m_db, sql, values) : SQLITE_MISUSE;
+    sqlite3* const db = connection();
+    const int code = db != nullptr ? runWithValues(db, sql, values) : SQLITE_MISUSE;
     if (code == SQLITE_DONE) {
         if (scope != nullptr) {
             endWatched(*scope, sql);

@@ -8,7 +8,7 @@
 #include "Tally.h"
 
 sqlite3_stmt* StatementCache::take(sqlite3* db, const std::string& key) {
-    if (m_capacity == 0) {
+    if (!m_isUsed) {
         return nullptr;
     }
     const auto found = m_places.find(key);
@@ -42,7 +42,7 @@ void StatementCache::keep(const std::string& key, sqlite3_stmt* statement) {
             m_kept.pop_front();
         }
     }
-    for (auto last = m_kept.end(); m_kept.size() > m_capacity && last != m_kept.begin();) {
+    for (auto last = m_kept.end(); m_kept.size() > Capacity && last != m_kept.begin();) {
         --last;
         last = last->isInUse ? last : drop(last);
     }
@@ -69,9 +69,4 @@ void StatementCache::clear() noexcept {
     for (auto place = m_kept.begin(); place != m_kept.end();) {
         place = place->isInUse ? std::next(place) : drop(place);
     }
-}
-
-void StatementCache::setCapacity(std::size_t capacity) noexcept {
-    m_capacity = capacity;
-    clear();
 }

@@ -32,9 +32,12 @@ public:
     /// changed, so that a statement about a missing table fails as early as without the cache.
     void clear() noexcept;
 
-    /// How many statements are kept; with 0 none is, and take() returns null.
-    void setCapacity(std::size_t capacity) noexcept;
-    static constexpr std::size_t UsualCapacity = 64;
+    /// How many statements are kept.
+    static constexpr std::size_t Capacity = 64;
+
+    /// Without use take() returns null, and what is kept stays. Nothing but a comparison of answers
+    /// with those without the cache sets it.
+    void setUsed(bool isUsed) { m_isUsed = isUsed; }
 
     [[nodiscard]] std::size_t size() const { return m_kept.size(); }
     /// How often a kept statement was found, and how often one was prepared.
@@ -54,7 +57,7 @@ private:
 
     std::list<Kept> m_kept;                                // the one used last comes first
     std::unordered_map<std::string_view, Place> m_places;  // by the keys of m_kept
-    std::size_t m_capacity = UsualCapacity;
+    bool m_isUsed = true;
     long long m_hits = 0;
     long long m_misses = 0;
 };

@@ -135,6 +135,9 @@ void DataAccessService::init(Context& context) {
     m_acmsTagMapper = std::make_unique<ACMSTagMapper>();
     m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
     m_mobilityMigratorInUse = m_mobilityMigrator.get();
+    if (DatabaseAdapter* const adapter = m_dbAdapter) {
+        adapter->releaseMemory();  // the looks of the upgrade have gone through all tables
+    }
     m_initialised = true;
 }
 

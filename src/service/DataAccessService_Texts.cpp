@@ -190,7 +190,7 @@ DASExported DataAccessService::exportText(const std::string& schema, const std::
     const OneWait wait;
     const bool escapesAreUndone = undoesEscapes(dao->tableName());
     const SecretCells secrets(*adapter, dao->tableName());
-    const auto append = [&](Rows& rows) {
+    const RowDrain::Take append = [&](Rows& rows) {
         for (auto& row : rows) {
             secrets.hide(row);
             std::string line;

@@ -187,7 +187,7 @@ class Rules(AccessTest):
                 if name == "AddChangeListener":
                     params["Schemas"] = "PhoneBook, CallLog"
                 self.assertEqual(self.ask(wire, call(name, **params)), REFUSED)
-                form = parts["calls"][name]["x-xml"]
+                form = parts["xml"][name]
                 elements = [f'<{tag} name="{key}">{params.get(key, "PhoneBook") if tag == "String" else 0}</{tag}>'
                             for key, tag in form["in"].items()]
                 kind = "String" if "DirectoryTree" in form["out"] or "FileSelection" in form["in"] \

@@ -200,11 +200,6 @@ class Pages(unittest.TestCase):
                     with self.subTest(page=page.name, link=link):
                         self.assertTrue((page.parent / link).exists())
 
-    def test_the_reference_of_the_commands_is_that_of_the_program(self):
-        text = subprocess.run([DAS, "help", "--markdown"], check=True, capture_output=True).stdout
-        self.assertTrue((SOURCES / "docs/commands.md").read_bytes() == text,
-                        "docs/commands.md is out of date: das help --markdown > docs/commands.md")
-
 
 class Guarantees(unittest.TestCase):
     """Each promise, a row of a table, is one sentence and names tests that exist."""

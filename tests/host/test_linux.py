@@ -193,7 +193,7 @@ class Manager(SystemTest):
                 run = subprocess.run(["bash", "-c", f'{words} exec "$0" serve', DAS], check=False,
                                      capture_output=True, text=True, env=self.environment())
                 self.assertEqual(run.returncode, 2)
-                self.assertIn("one of --socket and --stdio", run.stderr)
+                self.assertIn("neither --socket nor --stdio", run.stderr)
 
 
 @unittest.skipIf(SANITIZED or not shutil.which("strace"), "strace is needed, which sanitizers refuse")
@@ -367,6 +367,7 @@ class Installed(SystemTest):
     def test_pages_and_units_are_where_the_system_looks(self):
         for path in ("share/man/man1/das.1", "share/man/man1/das-contacts.1", "bin/das-report",
                      "share/bash-completion/completions/das", "lib/systemd/system/das.socket",
+                     "share/dataaccessservice/contracts/openrpc.json",
                      "lib/sysusers.d/das.conf", "etc/das/access", "etc/das/access.strict"):
             self.assertGreater((self.prefix / Path(path)).stat().st_size, 0, path)
 

@@ -3,8 +3,10 @@
 #include <iostream>
 #include <set>
 
+#include "TableFacts.h"
 #include "TableTest.h"
 #include "XmlHandler.h"
+#include "schemas/DAOFactory.h"
 #include "tables/PlainTables.h"
 
 namespace {
@@ -61,9 +63,39 @@ protected:
 
 }  // namespace
 
+TEST_F(SchemasTest, TheirTablesAreTheDocumentedOnes) {
+    const auto joined = [](const std::vector<std::string>& texts, const std::string& quote) {
+        std::string text;
+        for (const std::string& each : texts) {
+            text += (text.empty() ? "" : ", ") + (each.empty() ? "" : quote + each + quote);
+        }
+        return text;
+    };
+    const std::string page = readFile(DAS_SOURCE_DIR "/docs/tables.md");
+    for (const SchemaFacts& facts :
+         collectFacts(DAOFactory::schemas(), *service().getDAOFactory(), *service().getAdapter())) {
+        const std::size_t begin = page.find("\n## " + facts.table + "\n");
+        ASSERT_NE(begin, std::string::npos) << facts.table;
+        const std::string section = page.substr(begin, page.find("\n## ", begin + 1) - begin);
+        std::string lines =
+            "\n- Reasons: " + joined(facts.reasons, "`") + "\n- Rows of: " + facts.users;
+        EXPECT_NE(section.find(lines), std::string::npos) << lines;
+        lines = facts.defaultRows.empty() ? "none" : joined(facts.defaultRows, "");
+        lines =
+            "\n- Default rows: " + lines + "\n- Data file: " + (facts.hasDataFile ? "yes" : "no");
+        EXPECT_NE(section.find(lines), std::string::npos) << lines;
+        for (const ColumnFacts& column : facts.columns) {
+            lines = "\n| " + column.name + " | " + column.type + " | " +
+                    joined(column.defaults, "`") + " | ";
+            EXPECT_NE(section.find(lines), std::string::npos) << facts.table << lines;
+        }
+    }
+}
+
 TEST_F(SchemasTest, EachAnswersAReadFromATableThatIsMadeAsItsObjectTells) {
     const auto all = allSchemas();
     EXPECT_EQ(all.size(), 84U);
+    EXPECT_EQ(DAOFactory::schemas().size(), all.size());
     for (const std::string& schema : all) {
         SCOPED_TRACE(schema);
         const std::string answer = send(schema, "read_request");

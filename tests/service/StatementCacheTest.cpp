@@ -27,25 +27,14 @@ protected:
         m_adapter.executeNonQuery("CREATE TABLE T (A TEXT, N INTEGER PRIMARY KEY, \"it's\" TEXT);");
     }
 
-    /// The result of each statement and the rows of T after it, and what was logged.
-    std::vector<std::string> run(const std::vector<std::string>& statements) {
-        std::vector<std::string> seen;
+    /// Of each statement: its results, its rows, and all rows of T after it.
+    std::vector<std::tuple<int, int, Rows, Rows>> run(const std::vector<std::string>& statements) {
+        std::vector<std::tuple<int, int, Rows, Rows>> seen;
         for (const std::string& sql : statements) {
-            const int code = m_adapter.executeNonQuery(sql);
-            Rows rows;
-            const int read = m_adapter.executeSQLQuery(sql, rows);
-            Rows all;
+            auto& [code, read, rows, all] = seen.emplace_back();
+            code = m_adapter.executeNonQuery(sql);
+            read = m_adapter.executeSQLQuery(sql, rows);
             (void)m_adapter.executeSQLQuery("SELECT *, typeof(A), typeof(N) FROM T;", all);
-            std::string line = std::to_string(code) + " " + std::to_string(read) + ":";
-            for (const Rows* part : {&rows, &all}) {
-                for (const auto& row : *part) {
-                    for (const std::string& cell : row) {
-                        line += cell + "|";
-                    }
-                    line += "/";
-                }
-            }
-            seen.push_back(line);
         }
         (void)m_adapter.executeNonQuery("DELETE FROM T;");
         return seen;
@@ -120,7 +109,7 @@ TEST_F(StatementCacheTest, AnswersRowsAndLogAreThoseWithoutIt) {
     const auto logOfKept = linesOfLog();
     EXPECT_GT(m_adapter.statementCache().hits(), 100);
     m_log.clear();
-    m_adapter.statementCache().setCapacity(0);
+    m_adapter.statementCache().setUsed(false);
     EXPECT_EQ(run(statements), kept);
     EXPECT_EQ(linesOfLog(), logOfKept);
 }
@@ -145,14 +134,14 @@ TEST_F(StatementCacheTest, TheOneUsedLongestAgoGoesAndOneInUseIsNotShared) {
         Rows rows;
         (void)m_adapter.executeSQLQuery("SELECT " + std::to_string(column) + " FROM T;", rows);
     };
-    for (std::size_t i = 0; i < 2 * StatementCache::UsualCapacity; ++i) {
+    for (std::size_t i = 0; i < 2 * StatementCache::Capacity; ++i) {
         read(i);
     }
-    EXPECT_EQ(cache.size(), StatementCache::UsualCapacity);
+    EXPECT_EQ(cache.size(), StatementCache::Capacity);
     const auto hits = cache.hits();
     read(0);
     EXPECT_EQ(cache.hits(), hits);
-    read(2 * StatementCache::UsualCapacity - 1);
+    read(2 * StatementCache::Capacity - 1);
     EXPECT_EQ(cache.hits(), hits + 1);
 
     sqlite3* db = nullptr;

@@ -17,7 +17,7 @@ DAYS = ("Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun")
 #: How long a call took: below how many seconds, with the words for it.
 LENGTHS = ((1, "0"), (10, "<10s"), (60, "<1m"), (300, "<5m"), (900, "<15m"), (3600, "<1h"), (None, "1h+"))
 CATEGORIES = ("Dialled", "Forwarded", "Missed", "Received")
-#: Readers who see few colours can tell these apart, too.
+#: Readers who see few colours can distinguish these, too.
 COLOURS = ("#0072b2", "#e69f00", "#d55e00", "#009e73")
 
 Series = Dict[str, List[int]]

@@ -1,0 +1,57 @@
+// Calls are sent all at once, before any answer is read: from the first of them on nothing that the
+// host says is missed.
+
+#include "cli/HostCommands.h"
+
+#include <iostream>
+
+#include "client/HostOptions.h"
+#include "client/SocketConnection.h"
+#include "terminal/Complaint.h"
+#include "terminal/Output.h"
+#include "wire/JsonRpc.h"
+
+int HostCommands::open(const std::string& command, const HostOptions& options,
+                       SocketConnection& connection) {
+    if (!options.socket) {
+        Complaint::report(command + ": no host is named",
+                          "name the socket of one by --socket or DAS_SOCKET");
+        return ExitUsage;
+    }
+    std::string error;
+    if (!connection.open(*options.socket, error)) {
+        Complaint::report(error);
+        return ExitUsage;
+    }
+    return ExitSuccess;
+}
+
+int HostCommands::reportSilence() {
+    Complaint::report("the host has not answered", "it has ended, or it is no host of das");
+    return ExitFailure;
+}
+
+int HostCommands::listen(SocketConnection& connection, const std::vector<Method>& calls,
+                         const char* word, Output& output, const LineOf& lineOf) {
+    for (const Method& call : calls) {
+        // A host that has ended is noticed when no answer comes.
+        (void)connection.sendLine(SocketConnection::toCall(call));
+    }
+    std::size_t answers = 0;
+    std::string line;
+    while (connection.readLine(line)) {
+        const JsonRpc::Message message = JsonRpc::read(line);
+        // Answers and what a listener hears come mixed: the host sends each as soon as it can.
+        if (message.id) {
+            if (++answers == calls.size()) {
+                std::cerr << word << std::endl;
+            }
+            continue;
+        }
+        const auto text = message.isRequest() ? lineOf(message.method) : std::nullopt;
+        if (text && !output.writeLine(*text)) {
+            return Complaint::outputFailed();
+        }
+    }
+    return answers < calls.size() ? reportSilence() : ExitSuccess;
+}
