@@ -408,10 +408,11 @@ bool DataAccessService::importData(std::string schema, eUserCategory category,
 bool DataAccessService::importTable(const char* method, const std::string& schema,
                                     const std::string& context,
                                     const std::function<int(DataAccessObject&)>& work) {
-    const ChangeScope scope(m_changes, [&](DASChange& change) {
+    const auto describe = [&](DASChange& change) {
         const bool isOtherUser = !context.empty() && !change.context.empty();
         change = {schema, isOtherUser ? change.context : context, method, {}};
-    });
+    };
+    const ChangeScope scope(m_changes, std::cref(describe));
     return onTable(method, schema, work);
 }
 

@@ -101,15 +101,6 @@ TEST_F(DatabaseAdapterTest, ALockedTableIsNotTakenForAnEmptyOne) {
     EXPECT_TRUE(lockIsFree(m_adapter));
 }
 
-TEST_F(DatabaseAdapterTest, ATableThatAnotherConnectionChangedIsReadAnew) {
-    sql("CREATE TABLE T (A, B); INSERT INTO T VALUES (1, 2);");
-    Rows rows;
-    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 0);
-    sql("ALTER TABLE T ADD COLUMN C DEFAULT 3; ALTER TABLE T DROP COLUMN A;");
-    EXPECT_EQ(m_adapter.executeSQLQuery("SELECT * FROM T;", rows), 0);
-    EXPECT_EQ(rows, (Rows{{"2", "3"}}));
-}
-
 TEST_F(DatabaseAdapterTest, ARefusedBeginHoldsTheLockUntilItsEnd) {
     std::atomic<bool> started{false};
     std::atomic<bool> ended{false};
