@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "DASListenerIfc.h"
-#include "RecordingAdapter.h"
-#include "RecordingManagement.h"
+#include "testkit/RecordingAdapter.h"
+#include "testkit/RecordingManagement.h"
 #include "schemas/DAOFactory.h"
 
 namespace {
