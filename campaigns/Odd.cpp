@@ -1,6 +1,7 @@
 // Three starts over databases that no release made, each in a process of its own. What they hold of
 // the telephone's owner must be there afterwards, but for what a step is there to change.
 
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -289,12 +289,12 @@ Method make(const Remote& remote, Random& random) {
 }
 
 bool isWellFormed(const std::string& answer) {
-    if (answer.rfind(Header, 0) != 0) {
+    if (answer.rfind(xml::Header, 0) != 0) {
         return answer == "base" || answer == "visitor" ||
                answer == "endOfSaveContactsToCSVRequest" || answer.find(':') != std::string::npos;
     }
     const std::string end = "</Schema>";
-    return answer.rfind(Header + "<Schema name=\"", 0) == 0 &&
+    return answer.rfind(std::string(xml::Header) + "<Schema name=\"", 0) == 0 &&
            answer.find("</ReasonForMessage>") != std::string::npos &&
            answer.rfind(end) == answer.size() - end.size();
 }

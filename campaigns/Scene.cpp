@@ -151,7 +151,7 @@ Outcome Scene::call(const Method& method) {
     m_framework->request = &method;
     m_framework->reply = Method();
     try {
-        DataAccessServiceIfc* const service = m_phone.isRunning() ? &m_phone.service() : nullptr;
+        DataAccessService* const service = m_phone.isRunning() ? &m_phone.service() : nullptr;
         m_framework->invoker.handleMessage(service, "m", 1,
                                            new SceneResponse(outcome.replied));
     } catch (const std::exception&) {
