@@ -32,9 +32,6 @@ class UpgradeCopyTest : public ServiceTest {
 protected:
     void SetUp() override { m_context.services["LocalMgmtIfc"] = &m_management; }
 
-    void load(const std::string& name) {
-        sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / (name + ".sql")));
-    }
     void start(Intercept intercept) {
         m_phone.start(new InterceptedFactory(std::move(intercept)));
     }
