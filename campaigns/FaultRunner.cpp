@@ -9,11 +9,11 @@
 #include <random>
 #include <sstream>
 
-#include "FaultMemory.h"
 #include "FaultFiles.h"
+#include "FaultMemory.h"
 #include "SceneRequests.h"
-#include "testkit/Schemas.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "testkit/Schemas.h"
 
 using namespace SceneRequests;
 using FaultScenarios::method;

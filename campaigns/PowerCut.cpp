@@ -18,12 +18,12 @@
 #include <sstream>
 
 #include "Campaign.h"
-#include "testkit/Decryption.h"
-#include "testkit/Sql.h"
-#include "testkit/SqliteVfs.h"
 #include "PowerCutDisk.h"
 #include "PowerCutScenarios.h"
 #include "PowerCutVfs.h"
+#include "testkit/Decryption.h"
+#include "testkit/Sql.h"
+#include "testkit/SqliteVfs.h"
 
 namespace fs = std::filesystem;
 
@@ -359,9 +359,8 @@ private:
         if (!isKept && !fs::exists(m_copy.database())) {
             return {};
         }
-        const auto lines =
-            linesOf(Sql(isKept ? kept : m_copy.database(), SqliteVfs::PlainName),
-                    "PRAGMA integrity_check");
+        const auto lines = linesOf(Sql(isKept ? kept : m_copy.database(), SqliteVfs::PlainName),
+                                   "PRAGMA integrity_check");
         return lines == std::vector<std::string>{"ok|"} ? "" : "the database is " + lines.front();
     }
 

@@ -17,14 +17,14 @@
 #include "GPALSleep.h"
 #include "LocalMgmtIfc.h"
 #include "Log.h"
+#include "Proxy.h"
+#include "RemoteCaller.h"
+#include "ServiceModel.h"
 #include "testkit/Messages.h"
 #include "testkit/Phone.h"
 #include "testkit/Place.h"
-#include "Proxy.h"
 #include "testkit/QuietOutput.h"
 #include "testkit/Sql.h"
-#include "RemoteCaller.h"
-#include "ServiceModel.h"
 
 #if defined(__SANITIZE_THREAD__)
 // A report ends the process with a status of its own.
@@ -417,8 +417,8 @@ private:
         }
         m_campaign.check(m_service->invokeACMSFactoryReset(true), "no reset at the end");
         m_campaign.check(m_service->setProfile("base"), "no profile at the end");
-        (void)m_service->processRequest(xml::message("PhoneBook", "write_request",
-                                                     "<Entry><Surname>last</Surname></Entry>"));
+        (void)m_service->processRequest(
+            xml::message("PhoneBook", "write_request", "<Entry><Surname>last</Surname></Entry>"));
         const std::string answer =
             m_service->processRequest(xml::message("PhoneBook", "read_request"));
         m_campaign.check(answer.find("<Surname>last</Surname>") != std::string::npos,

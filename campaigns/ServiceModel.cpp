@@ -30,9 +30,9 @@ std::string inContext(const std::string& context, const std::string& data) {
 std::string message(const std::string& schema, const std::string& reason,
                     const std::string& context, const std::string& columns,
                     const std::string& body) {
-    return xml::message(schema, reason,
-                        (columns.empty() ? "" : element("ResultCols", columns)) +
-                            inContext(context, body));
+    return xml::message(
+        schema, reason,
+        (columns.empty() ? "" : element("ResultCols", columns)) + inContext(context, body));
 }
 
 std::string answer(const std::string& schema, const std::string& reason,

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "DbFactoryIfc.h"
-#include "testkit/ServiceTest.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/ServiceTest.h"
 
 /// An adapter that keeps the statements it is given, and may answer some of them by itself. Counts
 /// that go by countRows are not seen.

@@ -9,11 +9,11 @@
 #include "ClientUtils.h"
 #include "FakeService.h"
 #include "FrameworkContext.h"
-#include "testkit/LogCapture.h"
 #include "Method.h"
 #include "ProtocolAdapter.h"
 #include "ProxyRequest.h"
 #include "service/DASListenerProxy.h"
+#include "testkit/LogCapture.h"
 
 namespace {
 

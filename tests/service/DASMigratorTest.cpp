@@ -3,10 +3,10 @@
 #include "upgrade/DASMigrator.h"
 
 #include "DASUtilsStrings.h"
-#include "testkit/RecordingAdapter.h"
-#include "testkit/RecordingManagement.h"
 #include "dao/DataAccessObject.h"
 #include "schemas/DAOFactory.h"
+#include "testkit/RecordingAdapter.h"
+#include "testkit/RecordingManagement.h"
 #include "upgrade/V1R1ToV1R2Migrator.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include "AnswerLimit.h"
 #include "Progress.h"
-#include "testkit/RecordingAdapter.h"
 #include "Work.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 
