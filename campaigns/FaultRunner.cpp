@@ -9,11 +9,11 @@
 #include <random>
 #include <sstream>
 
+#include "FaultFiles.h"
 #include "FaultMemory.h"
-#include "FaultVfs.h"
 #include "SceneRequests.h"
-#include "Schemas.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "testkit/Schemas.h"
 
 using namespace SceneRequests;
 using FaultScenarios::method;
@@ -24,14 +24,14 @@ namespace FaultRunner {
 struct Family {
     const char* name;
     bool isMemory;
-    FaultVfs::Fault fault;
+    FaultFiles::Fault fault;
     FaultMemory::Owner owner;
 };
 
 static const Family Families[] = {
-    {"io-error", false, FaultVfs::Fault::IoError, {}},
-    {"full", false, FaultVfs::Fault::Full, {}},
-    {"cannot-open", false, FaultVfs::Fault::CannotOpen, {}},
+    {"io-error", false, FaultFiles::Fault::IoError, {}},
+    {"full", false, FaultFiles::Fault::Full, {}},
+    {"cannot-open", false, FaultFiles::Fault::CannotOpen, {}},
     {"memory-of-code", true, {}, FaultMemory::Owner::Code},
     {"memory-of-sqlite", true, {}, FaultMemory::Owner::Sqlite},
     {"memory-of-libraries", true, {}, FaultMemory::Owner::Library},
@@ -42,7 +42,7 @@ static void arm(const Family& family, long place, bool forever) {
     if (family.isMemory) {
         FaultMemory::arm(family.owner, place, forever);
     } else {
-        FaultVfs::arm(family.fault, place, forever);
+        FaultFiles::arm(family.fault, place, forever);
     }
 }
 
@@ -51,8 +51,8 @@ static long disarm(const Family& family) {
         FaultMemory::disarm();
         return FaultMemory::counted();
     }
-    FaultVfs::disarm();
-    return FaultVfs::counted();
+    FaultFiles::disarm();
+    return FaultFiles::counted();
 }
 
 // ---- Which places
@@ -129,7 +129,7 @@ void Runner::prepare() {
             (void)m_scene.call(method("setProfile", {{"NewProfile", "visitor"}}));
         }
     }
-    m_database = readText(m_scene.database());
+    m_database = readFile(m_scene.database());
     m_expected.before = m_scene.contents();
 }
 
@@ -147,9 +147,9 @@ void Runner::begin() {
     for (const char* const name : {"/data/in2.csv", "/tmp/VX_contacts.csv"}) {
         fs::remove(m_scene.onDevice(name));
     }
-    writeText(m_scene.onDevice("/data/in.csv"), contactsFile(6, "Imported", 20));
+    writeFile(m_scene.onDevice("/data/in.csv"), contactsFile(6, "Imported", 20));
     if (!m_scenario.file.empty()) {
-        writeText(m_scene.onDevice(m_scenario.file), "older\n");
+        writeFile(m_scene.onDevice(m_scenario.file), "older\n");
     }
     if (m_scenario.isDestructive && !m_scenario.isStart()) {
         m_scene.start();
@@ -229,7 +229,7 @@ void Runner::judgeAnswer(const Answer& answer, const Tell& tell) const {
 
 void Runner::judgeFile(const Tell& tell) const {
     const std::string text =
-        m_scenario.file.empty() ? "" : readText(m_scene.onDevice(m_scenario.file));
+        m_scenario.file.empty() ? "" : readFile(m_scene.onDevice(m_scenario.file));
     if (!m_scenario.file.empty() && text != "older\n" && text != m_expected.file) {
         tell("F the file is neither the older nor the new one: '" + text.substr(0, 200) + "'");
     }
@@ -356,7 +356,7 @@ void Runner::learn(const Tell& tell) {
     const Report report = isolated([&](const Tell& up) {
         begin();
         const Answer answer(perform());
-        writeText(folder + "/response", answer.response);
+        writeFile(folder + "/response", answer.response);
         up("A " + std::to_string(answer.replied) + std::to_string(answer.acknowledged));
         if (m_scenario.isStart()) {
             restart();
@@ -368,10 +368,10 @@ void Runner::learn(const Tell& tell) {
             m_expected.answer.acknowledged = line[3] == '1';
         }
     }
-    m_expected.answer.response = readText(folder + "/response");
+    m_expected.answer.response = readFile(folder + "/response");
     m_expected.answer.reason = Answer::reasonIn(m_expected.answer.response);
     m_expected.after = m_scene.contents();
-    m_expected.file = m_scenario.file.empty() ? "" : readText(m_scene.onDevice(m_scenario.file));
+    m_expected.file = m_scenario.file.empty() ? "" : readFile(m_scene.onDevice(m_scenario.file));
     if (!report.end.empty()) {
         tell("F " + m_scenario.name + " without a fault: " + report.end);
     }

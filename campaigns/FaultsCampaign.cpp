@@ -10,9 +10,9 @@
 #include <random>
 
 #include "Campaign.h"
+#include "FaultFiles.h"
 #include "FaultMemory.h"
 #include "FaultRunner.h"
-#include "FaultVfs.h"
 #include "Log.h"
 #include "SceneRequests.h"
 
@@ -51,7 +51,7 @@ private:
 int main(int argc, char** argv) {
     Campaign campaign("faults", "places, three of eight on files", 16000, argc, argv);
     FaultMemory::install();
-    FaultVfs::install();
+    campaign.check(FaultFiles::install(), "SQLite does not take the layer");
     Log::setLevel(3);
     if (!OnePlace::isGiven()) {
         Log::setSink([](const Log::Entry&) {});
@@ -62,10 +62,9 @@ int main(int argc, char** argv) {
             _exit(134);
         });
     }
-    const fs::path parent = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
     const std::vector<Scenario> scenarios = FaultScenarios::all();
     campaign.figure("scenarios", static_cast<long long>(scenarios.size()));
-    Scene filled(parent);
+    Scene filled;
     Collector collector(campaign);
     collector.take(isolated([&](const Tell&) {
                        filled.start();
@@ -82,7 +81,7 @@ int main(int argc, char** argv) {
         if (!OnePlace::isGiven() || scenario.name == one.scenario) {
             const Report report = isolated(
                 [&](const Tell& tell) {
-                    Runner runner(scenario, parent, filled.database());
+                    Runner runner(scenario, filled.database());
                     runner.run(budget, seed, tell);
                 },
                 WholeRun);

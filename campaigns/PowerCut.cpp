@@ -5,7 +5,6 @@
 // POWERCUT_LOG what the cut processes write is seen.
 
 #include <fcntl.h>
-#include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,10 +18,12 @@
 #include <sstream>
 
 #include "Campaign.h"
-#include "Decryption.h"
 #include "PowerCutDisk.h"
 #include "PowerCutScenarios.h"
 #include "PowerCutVfs.h"
+#include "testkit/Decryption.h"
+#include "testkit/Sql.h"
+#include "testkit/SqliteVfs.h"
 
 namespace fs = std::filesystem;
 
@@ -46,7 +47,7 @@ struct Cut {
 /// What an undisturbed run has shown.
 struct Known {
     PowerCutScenario scenario;
-    PowerCutPlace prepared;
+    PhonePlace prepared;
     std::vector<std::string> states;  ///< the dump of a start after so many steps
     long operations = 0;
     long operationsOfNextStart = 0;
@@ -54,62 +55,34 @@ struct Known {
 
 // Databases --------------------------------------------------------------------------------------
 
-/// A connection that reads; what SQLite says of a statement stands among its rows.
-class Reader {
-public:
-    explicit Reader(const fs::path& path) {
-        m_code = sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE, "unix");
-    }
-    ~Reader() { sqlite3_close(m_db); }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-
-    /// The rows, each a line, in an order of their own.
-    std::vector<std::string> lines(const std::string& sql, const fs::path& key) {
-        std::vector<std::string> all;
-        sqlite3_stmt* statement = nullptr;
-        int code = m_code != SQLITE_OK
-                       ? m_code
-                       : sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr);
-        while (code == SQLITE_OK && (code = sqlite3_step(statement)) == SQLITE_ROW) {
-            all.push_back(lineOf(statement, key));
-            code = SQLITE_OK;
-        }
-        if (code != SQLITE_DONE) {
-            all.push_back(sql + ": " + sqlite3_errmsg(m_db));
-        }
-        sqlite3_finalize(statement);
-        std::sort(all.begin(), all.end());
-        return all;
-    }
-
-private:
-    static std::string lineOf(sqlite3_stmt* statement, const fs::path& key) {
-        std::string line;
-        for (int i = 0; i < sqlite3_column_count(statement); ++i) {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
-            std::string cell = text != nullptr ? text : "NULL";
+/// The rows that a query gives, each a line, in an order of their own; what SQLite says of a query
+/// that fails stands among them.
+std::vector<std::string> linesOf(const Sql& db, const std::string& sql, const fs::path& key = {}) {
+    std::vector<std::string> all;
+    std::string error;
+    for (const auto& row : db.rows(sql, &error, "NULL")) {
+        std::string& line = all.emplace_back();
+        for (const std::string& cell : row) {
             // The same password never looks the same twice.
-            if (cell.rfind("das1:", 0) == 0) {
-                cell = "password " + decrypted(cell, key);
-            }
-            line += cell + "|";
+            const bool isSecret = cell.rfind("das1:", 0) == 0;
+            line += (isSecret ? "password " + decrypted(cell, key) : cell) + "|";
         }
-        return line;
     }
-
-    sqlite3* m_db = nullptr;
-    int m_code;
-};
+    if (!error.empty()) {
+        all.push_back(sql + ": " + error);
+    }
+    std::sort(all.begin(), all.end());
+    return all;
+}
 
 /// All that a place holds: its database, and the names of its files.
-std::string dump(const PowerCutPlace& place) {
-    Reader reader(place.database());
-    auto lines = reader.lines("SELECT type, name, tbl_name, sql FROM sqlite_master", {});
+std::string dump(const PhonePlace& place) {
+    const Sql db(place.database(), SqliteVfs::PlainName);
+    auto lines = linesOf(db, "SELECT type, name, tbl_name, sql FROM sqlite_master");
     for (const std::string& table :
-         reader.lines("SELECT name FROM sqlite_master WHERE type = 'table'", {})) {
+         linesOf(db, "SELECT name FROM sqlite_master WHERE type = 'table'")) {
         const std::string name = table.substr(0, table.size() - 1);
-        for (const std::string& row : reader.lines("SELECT * FROM \"" + name + "\"", place.key())) {
+        for (const std::string& row : linesOf(db, "SELECT * FROM \"" + name + "\"", place.key())) {
             lines.push_back(name + ": " + row);
         }
     }
@@ -132,7 +105,7 @@ std::string dump(const PowerCutPlace& place) {
 
 /// The first lines that one of the two has alone.
 std::string difference(const std::string& wanted, const std::string& found) {
-    const auto linesOf = [](const std::string& text) {
+    const auto sortedLines = [](const std::string& text) {
         std::vector<std::string> lines;
         std::istringstream stream(text);
         for (std::string line; std::getline(stream, line);) {
@@ -141,8 +114,8 @@ std::string difference(const std::string& wanted, const std::string& found) {
         std::sort(lines.begin(), lines.end());
         return lines;
     };
-    const auto ours = linesOf(wanted);
-    const auto theirs = linesOf(found);
+    const auto ours = sortedLines(wanted);
+    const auto theirs = sortedLines(found);
     std::vector<std::string> missing;
     std::vector<std::string> added;
     std::set_difference(ours.begin(), ours.end(), theirs.begin(), theirs.end(),
@@ -160,7 +133,7 @@ std::string difference(const std::string& wanted, const std::string& found) {
 /// What a child does: whether the start is cut, which of the steps it takes, and where it ends.
 struct Run {
     const PowerCutScenario& scenario;
-    const PowerCutPlace& place;
+    const PhonePlace& place;
     std::size_t steps;
     long cutAt;  ///< Never for the whole run
     std::uint32_t seed;
@@ -270,7 +243,7 @@ public:
         : m_folder(std::move(folder)), m_work(m_folder / "preparation") {}
 
     Known prepare(const PowerCutScenario& scenario) {
-        Known known{scenario, PowerCutPlace(m_folder / ("prepared " + scenario.name)), {}};
+        Known known{scenario, PhonePlace(m_folder / ("prepared " + scenario.name)), {}};
         m_known = &known;
         known.prepared.make();
         prepareInChild();
@@ -314,7 +287,7 @@ private:
     }
 
     const fs::path m_folder;
-    const PowerCutPlace m_work;
+    const PhonePlace m_work;
     Children m_children;
     Known* m_known = nullptr;
 };
@@ -386,8 +359,8 @@ private:
         if (!isKept && !fs::exists(m_copy.database())) {
             return {};
         }
-        const auto lines =
-            Reader(isKept ? kept : m_copy.database()).lines("PRAGMA integrity_check", {});
+        const auto lines = linesOf(Sql(isKept ? kept : m_copy.database(), SqliteVfs::PlainName),
+                                   "PRAGMA integrity_check");
         return lines == std::vector<std::string>{"ok|"} ? "" : "the database is " + lines.front();
     }
 
@@ -416,8 +389,8 @@ private:
     }
 
     const std::vector<Known>& m_all;
-    const PowerCutPlace m_place;
-    const PowerCutPlace m_copy;
+    const PhonePlace m_place;
+    const PhonePlace m_copy;
     Children m_children;
 };
 
@@ -487,27 +460,11 @@ void tellFigures(Campaign& campaign, const std::vector<Known>& all, const std::v
                     }));
 }
 
-class Scratch {
-public:
-    Scratch() {
-        std::string name = "/dev/shm/das-powercut-XXXXXX";
-        m_folder = ::mkdtemp(name.data());
-    }
-    ~Scratch() { fs::remove_all(m_folder); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    const fs::path& folder() const { return m_folder; }
-
-private:
-    fs::path m_folder;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
     Campaign campaign("powercut", "cuts; 0 for one during each operation", 0, argc, argv);
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const char* const only = std::getenv("POWERCUT_ONLY");
     std::vector<Known> all;
     try {

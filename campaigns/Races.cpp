@@ -1,8 +1,6 @@
 // All remote methods from many threads at once, among them changes of profile, resets and listeners
 // that call back; then random histories of one client, each answer held against a plain model.
 
-#include <sqlite3.h>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -14,17 +12,19 @@
 #include <thread>
 
 #include "Campaign.h"
-#include "Context.h"
 #include "DASChangeListenerIfc.h"
 #include "DASListenerIfc.h"
 #include "GPALSleep.h"
 #include "LocalMgmtIfc.h"
 #include "Log.h"
-#include "Place.h"
 #include "Proxy.h"
-#include "QuietOutput.h"
 #include "RemoteCaller.h"
 #include "ServiceModel.h"
+#include "testkit/Messages.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
+#include "testkit/QuietOutput.h"
+#include "testkit/Sql.h"
 
 #if defined(__SANITIZE_THREAD__)
 // A report ends the process with a status of its own.
@@ -44,7 +44,6 @@ constexpr std::chrono::seconds LongestCall{120};
 /// does not know; such a read is answered "failure" until the next reset.
 const std::string OlderPhoneBook = "(which is 19) >= this->size() (which is 19)";
 std::atomic<long> readsOfOlder{0};
-const std::string Header = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
 
 class Management : public Executable, public LocalMgmtIfc {
 public:
@@ -56,15 +55,6 @@ public:
     void factoryReset(const std::string&, int) override { ++told; }
 
     std::atomic<long> told{0};
-};
-
-class Services : public Context {
-public:
-    Executable* findService(const std::string& name) override {
-        return name == "LocalMgmtIfc" ? &management : nullptr;
-    }
-
-    Management management;
 };
 
 /// Hears of each change of profile; calls what a listener may at once, and sends a request from a
@@ -114,9 +104,7 @@ private:
             lock.unlock();
             (void)m_service.processRequest("getCurrentUser");
             (void)m_service.processRequest(
-                Header +
-                "<Schema name=\"FeatureKeys\"><ReasonForMessage>read_request"
-                "</ReasonForMessage><Id>100</Id></Schema>");
+                xml::message("FeatureKeys", "read_request", "<Id>100</Id>"));
             ++sent;
             lock.lock();
         }
@@ -188,10 +176,9 @@ std::string messageOf(Random& random) {
     }
     const std::size_t second = body.find(' ', first + 1);
     const std::string context = anyOf(random, contexts);
-    return Header + "<Schema name=\"" + body.substr(0, first) + "\"><ReasonForMessage>" +
-           body.substr(first + 1, second - first - 1) + "</ReasonForMessage>" +
-           (context.empty() ? "" : "<Context currentUser=\"" + context + "\">") +
-           body.substr(second + 1) + (context.empty() ? "" : "</Context>") + "</Schema>";
+    const std::string rest = body.substr(second + 1);
+    return xml::message(body.substr(0, first), body.substr(first + 1, second - first - 1),
+                        context.empty() ? rest : xml::context(context, rest));
 }
 
 /// A remote method: its name and how often it comes; parameters as "s Name=value", where "|" parts
@@ -302,28 +289,14 @@ Method make(const Remote& remote, Random& random) {
 }
 
 bool isWellFormed(const std::string& answer) {
-    if (answer.rfind(Header, 0) != 0) {
+    if (answer.rfind(xml::Header, 0) != 0) {
         return answer == "base" || answer == "visitor" ||
                answer == "endOfSaveContactsToCSVRequest" || answer.find(':') != std::string::npos;
     }
     const std::string end = "</Schema>";
-    return answer.rfind(Header + "<Schema name=\"", 0) == 0 &&
+    return answer.rfind(std::string(xml::Header) + "<Schema name=\"", 0) == 0 &&
            answer.find("</ReasonForMessage>") != std::string::npos &&
            answer.rfind(end) == answer.size() - end.size();
-}
-
-std::string integrityOf(const std::string& database) {
-    sqlite3* db = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    std::string text = "no answer";
-    if (sqlite3_open_v2(database.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-        sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW) {
-        text = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-    }
-    sqlite3_finalize(statement);
-    sqlite3_close(db);
-    return text;
 }
 
 /// Ends the process when nothing moves: a hang has no other end.
@@ -362,10 +335,11 @@ private:
 class Races {
 public:
     Races(Campaign& campaign, Watchdog& watchdog) : m_campaign(campaign), m_watchdog(watchdog) {
-        std::filesystem::copy(DAS_DEPLOY_DIR, m_place.path("root/Aurel_Deploy"),
+        std::filesystem::copy(DAS_DEPLOY_DIR, m_place.onDevice("/Aurel_Deploy"),
                               std::filesystem::copy_options::recursive);
+        m_context.services["LocalMgmtIfc"] = &m_management;
         m_service = std::make_unique<DataAccessService>();
-        m_service->init(m_services);
+        m_service->init(m_context);
         m_caller = std::make_unique<RemoteCaller>(*m_service);
         m_listener = std::make_unique<Listener>(*m_service);
         m_caller->listener = m_listener.get();
@@ -436,27 +410,26 @@ private:
 
     void checkEnd() {
         m_campaign.check(m_failures <= readsOfOlder, "a failure of its own");
-        const std::string database = m_place.path("phone.db");
+        const std::string database = m_place.database();
         if (std::filesystem::exists(database)) {
-            const std::string integrity = integrityOf(database);
+            const std::string integrity = Sql(database).cell("PRAGMA integrity_check");
             m_campaign.check(integrity == "ok", "the database: " + integrity);
         }
         m_campaign.check(m_service->invokeACMSFactoryReset(true), "no reset at the end");
         m_campaign.check(m_service->setProfile("base"), "no profile at the end");
-        const std::string start = Header + "<Schema name=\"PhoneBook\"><ReasonForMessage>";
         (void)m_service->processRequest(
-            start +
-            "write_request</ReasonForMessage><Entry><Surname>last</Surname></Entry></Schema>");
+            xml::message("PhoneBook", "write_request", "<Entry><Surname>last</Surname></Entry>"));
         const std::string answer =
-            m_service->processRequest(start + "read_request</ReasonForMessage></Schema>");
+            m_service->processRequest(xml::message("PhoneBook", "read_request"));
         m_campaign.check(answer.find("<Surname>last</Surname>") != std::string::npos,
                          "not usable at the end: " + answer);
     }
 
     Campaign& m_campaign;
     Watchdog& m_watchdog;
-    Bench::Place m_place{"/dev/shm"};
-    Services m_services;
+    const ScratchPlace m_place;
+    Management m_management;
+    TestContext m_context;
     ChangeListener m_changes;
     std::unique_ptr<DataAccessService> m_service;
     std::unique_ptr<RemoteCaller> m_caller;
@@ -492,8 +465,10 @@ std::string runCall(DataAccessService& service, const ServiceModel::Operation& o
 
 /// One random history; gives how many operations were answered as the model says.
 long runHistory(Campaign& campaign, Watchdog& watchdog, std::uint32_t seed) {
-    const Bench::Place place("/dev/shm");
-    Services services;
+    const ScratchPlace place;
+    Management management;
+    TestContext services;
+    services.services["LocalMgmtIfc"] = &management;
     DataAccessService service;
     service.init(services);
     for (const std::string& message : ServiceModel::beginning()) {

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 
+#include "testkit/Messages.h"
+
 namespace {
 
+using xml::element;
 using Texts = std::vector<std::string>;
 
 const Texts Users = {"base", "visitor"};
@@ -18,35 +21,27 @@ const Texts CallFields = {"EntryId", "Surname", "Firstname"};
 const Texts CallSchemas = {"CallLogMissedCalls", "CallLogDialledCalls", "CallLogReceivedCalls"};
 const Texts KeyColumns = {"Function", "Locked", "Label", "Local"};
 const Texts KeyDefaults = {"0", "false", "", "false"};
-const std::string Header = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
 
-std::string element(const std::string& name, const std::string& content) {
-    return "<" + name + ">" + content + "</" + name + ">";
+/// @p data in the context that was sent.
+std::string inContext(const std::string& context, const std::string& data) {
+    return context.empty() ? data : xml::context(context, data);
 }
 
 std::string message(const std::string& schema, const std::string& reason,
                     const std::string& context, const std::string& columns,
                     const std::string& body) {
-    const std::string inside =
-        context.empty() ? body : "<Context currentUser=\"" + context + "\">" + body + "</Context>";
-    return Header + "<Schema name=\"" + schema + "\">" + element("ReasonForMessage", reason) +
-           (columns.empty() ? "" : element("ResultCols", columns)) + inside + "</Schema>";
+    return xml::message(
+        schema, reason,
+        (columns.empty() ? "" : element("ResultCols", columns)) + inContext(context, body));
 }
 
 std::string answer(const std::string& schema, const std::string& reason,
                    const std::string& data = {}) {
-    return ServiceModel::canonical(Header + "<Schema name=\"" + schema + "\">" +
-                                   element("ReasonForMessage", reason) + data + "</Schema>");
+    return ServiceModel::canonical(xml::message(schema, reason, data));
 }
 
 std::string failure(const std::string& schema) {
     return answer(schema, "failure");
-}
-
-/// The entries of a read, in the context that was sent.
-std::string inContext(const std::string& context, const std::string& data) {
-    return context.empty() ? data
-                           : "<Context currentUser=\"" + context + "\">" + data + "</Context>";
 }
 
 bool hasLoneApostrophe(const std::string& text) {

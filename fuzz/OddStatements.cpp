@@ -1,11 +1,8 @@
 #include "OddStatements.h"
 
-#include <memory>
 #include <vector>
 
-#include "FullDatabase.h"
-
-#include <sqlite3.h>
+#include "testkit/Sql.h"
 
 namespace {
 
@@ -43,18 +40,19 @@ const std::vector<std::string> ColumnChanges = {
     "CREATE UNIQUE INDEX I_%T ON %T (rowid % 2)",
     "DELETE FROM %T"};
 
-const std::vector<std::string> CellChanges = {"UPDATE %T SET %C = NULL",
-                                   "UPDATE %T SET %C = zeroblob(3)",
-                                   "UPDATE %T SET %C = x'00ff41fe00'",
-                                   "UPDATE %T SET %C = 9223372036854775807",
-                                   "UPDATE %T SET %C = -1.5e300",
-                                   "UPDATE %T SET %C = ''",
-                                   "UPDATE %T SET %C = '2014-99-99T99:99:99+99:99'",
-                                   "UPDATE %T SET %C = '''; DROP TABLE PHONE_BOOK; --'",
-                                   "UPDATE %T SET %C = printf('%.*c', 300000, 'x') WHERE rowid = 1",
-                                   "UPDATE %T SET UserContext = 'nobody'",
-                                   "UPDATE sqlite_sequence SET seq = 9223372036854775807",
-                                   "INSERT INTO %T SELECT * FROM %T"};
+const std::vector<std::string> CellChanges = {
+    "UPDATE %T SET %C = NULL",
+    "UPDATE %T SET %C = zeroblob(3)",
+    "UPDATE %T SET %C = x'00ff41fe00'",
+    "UPDATE %T SET %C = 9223372036854775807",
+    "UPDATE %T SET %C = -1.5e300",
+    "UPDATE %T SET %C = ''",
+    "UPDATE %T SET %C = '2014-99-99T99:99:99+99:99'",
+    "UPDATE %T SET %C = '''; DROP TABLE PHONE_BOOK; --'",
+    "UPDATE %T SET %C = printf('%.*c', 300000, 'x') WHERE rowid = 1",
+    "UPDATE %T SET UserContext = 'nobody'",
+    "UPDATE sqlite_sequence SET seq = 9223372036854775807",
+    "INSERT INTO %T SELECT * FROM %T"};
 
 const std::vector<std::string>* const Statements[OddStatement::Kinds] = {
     &SchemaEdits, &ColumnChanges, &CellChanges};
@@ -70,21 +68,18 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 }  // namespace
 
 void OddStatement::apply(const std::string& file) const {
-    sqlite3* opened = nullptr;
-    sqlite3_open(file.c_str(), &opened);
-    const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> db(opened, sqlite3_close);
-    const auto tables = FullDatabase::texts(db.get(), Tables);
+    const Sql db(file);
+    const auto tables = db.texts(Tables);
     if (tables.empty()) {
         return;
     }
     const std::string& table = tables[place % tables.size()];
-    const auto columns =
-        FullDatabase::texts(db.get(), "SELECT name FROM pragma_table_info('" + table + "')");
+    const auto columns = db.texts("SELECT name FROM pragma_table_info('" + table + "')");
     const auto& statements = *Statements[kind];
     std::string sql = replaced(statements[value % statements.size()], "%T", table);
     if (!columns.empty()) {
         sql = replaced(sql, "%C", columns[place / tables.size() % columns.size()]);
     }
     const std::string permission = "PRAGMA synchronous=OFF; PRAGMA writable_schema=ON;";
-    sqlite3_exec(db.get(), (permission + sql).c_str(), nullptr, nullptr, nullptr);
+    (void)db.run(permission + sql);
 }

@@ -1,7 +1,7 @@
 #include <stdexcept>
 
-#include "RecordingAdapter.h"
 #include "dao/DataAccessObject.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 

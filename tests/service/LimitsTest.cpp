@@ -2,8 +2,8 @@
 
 #include "AnswerLimit.h"
 #include "Progress.h"
-#include "RecordingAdapter.h"
 #include "Work.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 
@@ -280,7 +280,7 @@ TEST_F(LimitsTest, AnUpgradeEndsBetweenTwoStepsAndTheNextStartBeginsAgain) {
     stop();
     const auto load = [&] {
         std::filesystem::remove(database());
-        sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / "settings_3.sql"));
+        load("settings_3");
     };
     load();
     start();

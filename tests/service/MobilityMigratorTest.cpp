@@ -1,8 +1,8 @@
 #include <thread>
 
-#include "CpuTime.h"
-#include "ServiceTest.h"
 #include "service/ACMSTagMapper.h"
+#include "testkit/CpuTime.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
-#include "Schemas.h"
+#include "testkit/Schemas.h"
 
 #include <iostream>
 #include <set>
 
 #include "TableFacts.h"
-#include "TableTest.h"
 #include "XmlHandler.h"
 #include "schemas/DAOFactory.h"
 #include "tables/PlainTables.h"
+#include "testkit/TableTest.h"
 
 namespace {
 

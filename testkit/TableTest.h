@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "ServiceTest.h"
 #include "database/DatabaseAdapter.h"
 #include "schemas/DAOFactory.h"
+#include "testkit/ServiceTest.h"
 
 /// A test of tables through requests, with their rows as texts. The tables that the start made are
 /// gone, but for the settings: the first request to each makes it.
