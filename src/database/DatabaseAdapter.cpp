@@ -11,6 +11,7 @@
 #include <exception>
 
 #include "GPALSleep.h"
+#include "Log.h"
 #include "OwnFiles.h"
 #include "Progress.h"
 #include "Storage.h"
@@ -19,13 +20,9 @@
 #include "database/AdapterGuards.h"
 #include "database/ChangeNotice.h"
 #include "database/ChangeScope.h"
-#include "database/Logging.h"
 #include "database/Statement.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
 
 constexpr int AdapterSuccess = 0;
 constexpr int AdapterFailure = 1;
@@ -147,6 +144,12 @@ DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
     // The object is made by now: an exception from here on still closes the connection.
     AdapterLock lock(*this);
     openDatabase();
+}
+
+DatabaseAdapter& DatabaseAdapter::none() {
+    // Never destroyed: what outlives the end of the process may still hold it.
+    static DatabaseAdapter* const adapter = new DatabaseAdapter(SqliteAdapterType);
+    return *adapter;
 }
 
 DatabaseAdapter::DatabaseAdapter(int type)

@@ -2,18 +2,11 @@
 
 #include <sqlite3.h>
 
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/MaskedStatement.h"
 #include "database/Statement.h"
-
-namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
-
-}  // namespace
 
 std::atomic<bool> DatabaseAdapter::m_isRequestContentShowableOnTheAurelTrace{true};
 
@@ -28,7 +21,7 @@ void DatabaseAdapter::logStatementError(const std::string& sql) {
 void DatabaseAdapter::tellFailure(const char* error, const std::string& sql) {
     const int code = m_db != nullptr ? sqlite3_errcode(m_db) : SQLITE_OK;
     const bool isNewDamage = !m_damageIsTold && (code == SQLITE_CORRUPT || code == SQLITE_NOTADB);
-    if (!isNewDamage && !loggingOnAppUni(LogComponent, 3)) {
+    if (!isNewDamage && !loggingOnAppUni("DataAccessService", 3)) {
         return;
     }
     const std::string words = error;  // of SQLite, which forgets them when the columns are read

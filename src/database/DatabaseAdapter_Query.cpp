@@ -4,15 +4,12 @@
 
 #include <utility>
 
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/Statement.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
 
 /// Bytes of rows that are handed over at once where they are.
 constexpr std::size_t SizeOfPiece = std::size_t{256} * 1024;

@@ -6,14 +6,11 @@
 #include <stdexcept>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
 
 std::size_t joinedSize(const std::vector<std::string>& texts) {
     std::size_t size = 2 * texts.size();

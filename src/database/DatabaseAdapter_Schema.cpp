@@ -3,16 +3,9 @@
 #include <algorithm>
 
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
-
-namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
-
-}  // namespace
 
 int DatabaseAdapter::createTable(const std::string& table, PairList& columns) {
     std::string sql = "CREATE TABLE " + table + " (";

@@ -4,15 +4,12 @@
 
 #include <memory>
 
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DatabaseAdapter";
 
 struct Finalizer {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }

@@ -9,21 +9,18 @@
 #include "ClientUtils.h"
 #include "CriticalSection.h"
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "Secrets.h"
 #include "Work.h"
 #include "XmlHandler.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/LoggedText.h"
-#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/ACMSTagMapper.h"
 #include "service/DataAccessService.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/MobilityMigrator";
 
 const std::string xmlDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
 const std::string schemaStart = "<Schema name=\"";
@@ -128,7 +125,8 @@ MobilityMigrator::MobilityMigrator(DataAccessService* service)
 
 void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    // For all tags: the first change keeps the adapter's lock, which another request would wait for.
+    // For all tags: the first change keeps the adapter's lock, which another request would wait
+    // for.
     std::optional<CriticalSection> turn;
     if (m_service != nullptr) {
         turn.emplace(m_service->requestTurn());
