@@ -60,7 +60,7 @@ public:
                                DirectoryList* directories, DirectoryList* files) = 0;
 
     /**
-     * Changes the telephone's user to "base" or "visitor" and tells the listeners. Opens the
+     * Changes the telephone's user to "base" or "visitor" and notifies the listeners. Opens the
      * service for requests, also after a reset. False when @p profile is another text.
      */
     virtual bool setProfile(std::string profile) = 0;
@@ -106,12 +106,12 @@ public:
      * Resets the telephone's data.
      *
      * @param enableCreateDb true: the database is made anew at once, result true; false: the
-     *                       management service is told as well, the service stays closed, result
+     *                       management service is notified too, the service stays closed, result
      *                       false. False also when there is no management service.
      */
     virtual bool invokeACMSFactoryReset(bool enableCreateDb) = 0;
 
-    /// Adds a listener behind those that are there; not owned, must outlive the service. A null one
+    /// Adds a listener after those that are there; not owned, must outlive the service. A null one
     /// is kept and never called. There is no way to remove one.
     virtual void addListener(DASListenerIfc* listener) = 0;
 

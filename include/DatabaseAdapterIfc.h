@@ -22,17 +22,17 @@ public:
     /// Creates @p table; pairs of column name and SQL type. Empties @p columns.
     virtual int createTable(const std::string& table, PairList& columns) = 0;
 
-    /// Makes for each column an index named after it with "_INDEX" behind, unless there is one.
+    /// Makes for each column an index named after it with "_INDEX" at its end, unless there is one.
     virtual void createIndicesForTable(const std::string& table,
                                        const std::vector<std::string>& columns) = 0;
 
-    /// The kind of database behind this adapter; 1 is SQLite.
+    /// The kind of database under this adapter; 1 is SQLite.
     virtual int getAdapterType() = 0;
 
     /// Number of columns that the complete statement @p sql gives; 0 when it can't be prepared.
     virtual int getColumnCount(const std::string& sql) = 0;
 
-    /// Name of column @p index of the complete statement @p sql; empty when there is none.
+    /// Name of column @p index of the complete statement @p sql; empty when there is no such column.
     virtual std::string getColumnName(const std::string& sql, int index) = 0;
 
     /// Appends the column names of @p table to @p names. Gives 1 on success and 0 on failure.
@@ -53,7 +53,7 @@ public:
 
     /**
      * Inserts a row by column names, replacing a row of the same key; result as above. A name that
-     * is no column of the table raises std::out_of_range, and nothing is written.
+     * is no column of the table throws std::out_of_range, and nothing is written.
      */
     virtual int insert(const std::string& table, const PairList& values, long long* rowId) = 0;
 
@@ -70,7 +70,7 @@ public:
     /// must follow on the same thread. Transactions do not nest.
     virtual int beginTransaction() = 0;
     /// Commits, and releases the lock that beginTransaction took, whatever the result. What could
-    /// not be committed is taken back.
+    /// not be committed is rolled back.
     virtual int endTransaction() = 0;
 
     /// Runs a statement and puts its rows into @p rows, emptied first. Gives 0 or 1.
@@ -105,7 +105,7 @@ public:
     /**
      * The phone number search: rows that match the first pair of @p where and any one of the
      * others. A value that holds "LIKE " carries its own operator. The text before @p limit is
-     * ignored. An empty @p where raises std::out_of_range; a single pair finds nothing and fails.
+     * ignored. An empty @p where throws std::out_of_range; a single pair finds nothing and fails.
      */
     virtual int actualSearchQuery(const std::string& table, const std::vector<std::string>& columns,
                                   const PairList& where, PairList& orderBy, Rows& rows,

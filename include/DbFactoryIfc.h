@@ -17,7 +17,7 @@ public:
      */
     virtual DatabaseAdapterIfc* createDatabase() = 0;
 
-    /// Deletes all adapters that this factory has made. Does nothing when there is none.
+    /// Deletes all adapters that this factory has made. Does nothing when there are no adapters.
     virtual void destroyDatabase() = 0;
 };
 

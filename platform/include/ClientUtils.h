@@ -13,7 +13,7 @@ public:
     static std::string itos(int value);
     static std::string int64tos(long long value);
 
-    /// The number at the front of @p text, base 10, clamped to an int; 0 when there is none.
+    /// The number at the front of @p text, base 10, clamped to an int; 0 without a number.
     static int stoi(const std::string& text);
 
     /// True for "1" and for "true" in any case.

@@ -6,7 +6,7 @@
 /**
  * Encryption of stored passwords with the telephone's own key.
  *
- * The key is the file "dascrypt.key" beside the database: in the directory that "DB_PATH" of the
+ * The key is the file "dascrypt.key" next to the database: in the directory that "DB_PATH" of the
  * environment names, or in the working directory when that is unset. It holds 32 random bytes, its
  * owner alone may read it, and the first use makes it. A key file that is there is never replaced:
  * what it encrypted would be lost.

@@ -20,12 +20,30 @@ bool loggingOnAppUni(const char* component, int level);
  * Writes one entry, if its level is not above the level that is set.
  *
  * @param component  who writes, such as "DataAccessService"
- * @param sourceFile source unit, such as "./src/DatabaseAdapter"
+ * @param sourceFile source unit, such as "./src/DatabaseAdapter"; the path of a ".cpp" file of the
+ *                   service stands for its unit, so "src/database/DatabaseAdapter_Rows.cpp" as well
  * @param line       line in that unit
  * @param format     printf format; line feeds at the message's end are dropped
  */
 void logAppUni(const char* component, const char* sourceFile, int level, int line,
                const char* format, ...) __attribute__((format(printf, 5, 6)));
+
+// What entries of a file are written under. A file that readers of the log know by another name
+// defines that before its first include.
+#ifndef DAS_LOG_COMPONENT
+#define DAS_LOG_COMPONENT "DataAccessService"
+#endif
+#ifndef DAS_LOG_SOURCE
+#define DAS_LOG_SOURCE __FILE__
+#endif
+
+/// Writes a log entry whose arguments are only made when the entry is written.
+#define DAS_LOG(level, ...)                                                               \
+    do {                                                                                  \
+        if (loggingOnAppUni(DAS_LOG_COMPONENT, (level))) {                                \
+            logAppUni(DAS_LOG_COMPONENT, DAS_LOG_SOURCE, (level), __LINE__, __VA_ARGS__); \
+        }                                                                                 \
+    } while (false)
 
 namespace Log {
 

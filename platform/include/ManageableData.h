@@ -3,7 +3,7 @@
 
 #include <string>
 
-/// One named value that management is told of, such as the item "contacts-status" with "4".
+/// One named value that management is sent, such as the item "contacts-status" with "4".
 class ManageableData {
 public:
     /**

@@ -24,7 +24,7 @@ void setSink(Sink sink);
 /// Whether there is a sink. Guards the making of a report.
 bool isWatched();
 
-/// Tells the sink, if there is one.
+/// Notifies the sink, if there is one.
 void report(const Report& report);
 
 /// Says that work goes on: a statement, a row, a line, a directory is done. Costs next to nothing.

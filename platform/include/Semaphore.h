@@ -23,7 +23,7 @@ public:
     /// Waits until the count is above 0 and lowers it by one.
     void take();
 
-    /// Raises the count by one and wakes who waits.
+    /// Increments the count and wakes who waits.
     void give();
 
 private:

@@ -29,7 +29,7 @@ public:
     static bool exists(const std::string& path);
 
     /// Fills @p list, emptied first, with the full paths of the directories in @p directory, sorted
-    /// by bytes. A link to a directory is none. Nothing for a directory that can't be read.
+    /// by bytes. A link to a directory is not one. Nothing for a directory that can't be read.
     static void getListOfDirectoriesByDirectoryWithPath(const std::string& directory,
                                                         std::list<std::string>& list);
 

@@ -1,3 +1,6 @@
+// The limit holds for a thread and a scope: whoever answers over a socket sets it around the call,
+// and an answer that grows beyond it is given up while it is made, before it takes the memory.
+
 #include "AnswerLimit.h"
 
 #include <utility>

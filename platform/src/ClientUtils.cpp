@@ -1,3 +1,6 @@
+// Texts and numbers as the telephone has always read them: what is no number counts as 0, and a
+// line that is too long is passed over, since files and stored values may hold anything.
+
 #include "ClientUtils.h"
 
 #include <strings.h>
@@ -20,12 +23,12 @@ struct Entity {
     std::string_view text;
 };
 
-constexpr Entity entities[] = {
+constexpr Entity Entities[] = {
     {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&apos;"},
 };
 
-constexpr std::string_view versionTag = "#$VERSION=";
-constexpr std::string_view columnsTag = "#$COLUMNS=";
+constexpr std::string_view VersionTag = "#$VERSION=";
+constexpr std::string_view ColumnsTag = "#$COLUMNS=";
 
 bool startsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
@@ -43,9 +46,9 @@ std::string_view withoutBlanks(std::string_view text) {
 const Entity* entityAt(std::string_view text, std::size_t place) {
     const std::string_view rest = text.substr(place);
     const Entity* const found =
-        std::find_if(std::begin(entities), std::end(entities),
+        std::find_if(std::begin(Entities), std::end(Entities),
                      [rest](const Entity& entity) { return startsWith(rest, entity.text); });
-    return found != std::end(entities) ? found : nullptr;
+    return found != std::end(Entities) ? found : nullptr;
 }
 
 std::vector<std::string> cutLine(std::string_view line) {
@@ -69,7 +72,7 @@ std::vector<std::string> cutLine(std::string_view line) {
     return fields;
 }
 
-/// Reads a header line and leaves in @p rest what stands behind @p tag.
+/// Reads a header line and leaves in @p rest what follows @p tag.
 bool readHeader(std::istream& stream, std::string_view tag, std::string& rest) {
     if (ClientUtils::readLine(stream, rest) != ClientUtils::Line::Read || !startsWith(rest, tag)) {
         return false;
@@ -136,7 +139,7 @@ std::string ClientUtils::escapeXMLString(const std::string& text) {
     std::size_t begin = 0;
     for (std::size_t at; (at = text.find_first_of("&<>\"'", begin)) != std::string::npos;) {
         const Entity* const entity =
-            std::find_if(std::begin(entities), std::end(entities),
+            std::find_if(std::begin(Entities), std::end(Entities),
                          [&](const Entity& each) { return each.character == text[at]; });
         escaped.append(text, begin, at - begin).append(entity->text);
         begin = at + 1;
@@ -191,8 +194,7 @@ bool ClientUtils::readLineFromCsvFileAndParse(std::istream& stream,
     std::string line;
     const Line read = readLine(stream, line);
     if (read == Line::TooLong) {
-        logAppUni("DataAccessService", "./platform/src/ClientUtils", 2, __LINE__,
-                  "A line of more than %zu bytes is passed over", LongestLine);
+        DAS_LOG(2, "A line of more than %zu bytes is passed over", LongestLine);
     }
     splitString(line, fields);
     return read != Line::End;
@@ -200,7 +202,7 @@ bool ClientUtils::readLineFromCsvFileAndParse(std::istream& stream,
 
 bool ClientUtils::getVersion(std::istream& stream, int& version) {
     std::string number;
-    if (!readHeader(stream, versionTag, number) || number.empty() || number[0] < '0' ||
+    if (!readHeader(stream, VersionTag, number) || number.empty() || number[0] < '0' ||
         number[0] > '9') {
         return false;
     }
@@ -212,7 +214,7 @@ bool ClientUtils::getColumnPositions(std::istream& stream, const std::vector<std
                                      std::vector<int>& positions) {
     positions.clear();
     std::string rest;
-    if (!readHeader(stream, columnsTag, rest)) {
+    if (!readHeader(stream, ColumnsTag, rest)) {
         return false;
     }
     const std::vector<std::string> columns = cutLine(rest);

@@ -1,3 +1,9 @@
+// The key is made once, by whichever process needs it first, and read by the others: it is written
+// in full under another name and linked to its own, so that no process sees a part of it and no two
+// have different ones.
+
+#define DAS_LOG_COMPONENT "DasCrypt"
+
 #include "DasCrypt.h"
 
 #include <fcntl.h>
@@ -15,9 +21,6 @@
 #include "Storage.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DasCrypt";
-constexpr const char* LogSource = "./platform/src/DasCrypt";
 
 const std::string Version = "das1:";
 const std::string KeyFile = "dascrypt.key";
@@ -56,7 +59,7 @@ private:
 };
 
 void logFailure(const char* action, const std::string& path, const char* reason) {
-    logAppUni(LogComponent, LogSource, 2, __LINE__, "%s %s: %s", action, path.c_str(), reason);
+    DAS_LOG(2, "%s %s: %s", action, path.c_str(), reason);
 }
 
 std::string folderOfDatabase() {

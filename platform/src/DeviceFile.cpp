@@ -1,3 +1,6 @@
+// A stream over a descriptor that is already open: the path is resolved once, so that nothing can
+// change between the look at the file and its reading.
+
 #include "DeviceFile.h"
 
 #include <fcntl.h>

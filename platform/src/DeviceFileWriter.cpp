@@ -1,3 +1,6 @@
+// A file is written next to its place and renamed over it: a reader, and the next start after a
+// power cut, finds the older file or the whole new one.
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -19,9 +22,6 @@
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./platform/src/DeviceFileWriter";
-
 /// What gathers in memory before it is written.
 constexpr std::size_t BufferSize = 65536;
 
@@ -33,7 +33,8 @@ std::atomic<unsigned> temporaryNames{0};
 /// A name next to @p name that no other writer has, and that no one can have taken in advance.
 std::string temporaryNameFor(const std::string& name) {
     unsigned long long random = 0;
-    // Without random bytes a name that is taken makes the write fail; the file is opened with O_EXCL.
+    // Without random bytes a name that is taken makes the write fail; the file is opened with
+    // O_EXCL.
     [[maybe_unused]] const ssize_t taken = ::getrandom(&random, sizeof(random), GRND_NONBLOCK);
     char end[64];
     (void)std::snprintf(end, sizeof(end), "%s%d-%u-%llx", TemporaryMark, ::getpid(),
@@ -181,7 +182,6 @@ bool DeviceFileWriter::replaceTarget(mode_t mode) {
 }
 
 void DeviceFileWriter::fail(const char* action) {
-    logAppUni(LogComponent, LogSource, 2, __LINE__, "Cannot %s %s: %s", action, m_path.c_str(),
-              std::strerror(errno));
+    DAS_LOG(2, "Cannot %s %s: %s", action, m_path.c_str(), std::strerror(errno));
     m_good = false;
 }

@@ -1,3 +1,7 @@
+// The one place in which a path of the telephone meets the system. Links are followed as the
+// telephone sees them, below the directory that stands for its root, and never out of it: by the
+// kernel where it can, else part by part.
+
 #include "DevicePlace.h"
 
 #include <fcntl.h>
@@ -15,17 +19,12 @@
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./platform/src/DevicePlace";
-
 constexpr int MostLinks = 40;  // as the kernel
 const std::string Parent = "..";
 
 /// @p format takes the path.
 bool refuse(int error, const char* format, const std::string& path) {
-    if (loggingOnAppUni(LogComponent, 2)) {
-        logAppUni(LogComponent, LogSource, 2, __LINE__, format, path.c_str());
-    }
+    DAS_LOG(2, format, path.c_str());
     errno = error;
     return false;
 }

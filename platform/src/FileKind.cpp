@@ -1,3 +1,6 @@
+// Only regular files are read and written: a pipe or a device under a path that a client names
+// would make a request wait for ever.
+
 #include "FileKind.h"
 
 #include <sys/stat.h>
@@ -8,9 +11,6 @@
 #include "OwnFiles.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./platform/src/FileKind";
 
 const char* kindOf(mode_t mode) {
     switch (mode & S_IFMT) {
@@ -26,8 +26,7 @@ const char* kindOf(mode_t mode) {
 }
 
 void log(const char* action, const std::string& path, const char* kind, const char* advice) {
-    logAppUni(LogComponent, LogSource, 2, __LINE__, "Cannot %s %s: it is %s; %s", action,
-              path.c_str(), kind, advice);
+    DAS_LOG(2, "Cannot %s %s: it is %s; %s", action, path.c_str(), kind, advice);
 }
 
 }  // namespace

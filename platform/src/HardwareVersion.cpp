@@ -1,3 +1,6 @@
+// What the telephone is, is read from the environment each time: tests and the host set it, and a
+// start asks only a few times.
+
 #include "HardwareVersion.h"
 
 #include <algorithm>
@@ -19,7 +22,7 @@ bool hasWord(const char* word) {
     return std::find(all.begin(), all.end(), word) != all.end();
 }
 
-int numberBehind(const std::string& prefix) {
+int numberAfter(const std::string& prefix) {
     for (const std::string& word : words()) {
         if (word.compare(0, prefix.size(), prefix) == 0) {
             return ClientUtils::stoi(word.substr(prefix.size()));
@@ -31,11 +34,11 @@ int numberBehind(const std::string& prefix) {
 }  // namespace
 
 int HardwareVersion::getHWSubVariant() {
-    return numberBehind("subvariant=");
+    return numberAfter("subvariant=");
 }
 
 int HardwareVersion::getHWSubPlatformVariant() {
-    return numberBehind("subplatform=");
+    return numberAfter("subplatform=");
 }
 
 bool HardwareVersion::is_VX100_any() {

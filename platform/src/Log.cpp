@@ -1,3 +1,6 @@
+// Entries are written whole and in order whatever happens: without memory the beginning of the line
+// goes out, and a reader of standard error that has stopped is waited for once, not for each line.
+
 #include "Log.h"
 
 #include "Tally.h"
@@ -18,20 +21,21 @@
 #include <exception>
 #include <iterator>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 namespace {
 
-constexpr int defaultLevel = 2;
-constexpr int levelUnread = INT_MIN;
+constexpr int DefaultLevel = 2;
+constexpr int LevelUnread = INT_MIN;
 constexpr int LongestWaitForReader = 2000;  // in milliseconds
 
 /// Failures are logged at these levels without anybody's wish for detail, and may hold what a
 /// client has sent: no client fills the log by it.
-constexpr int highestFailureLevel = 3;
-constexpr std::size_t longestFailure = 8192;
+constexpr int HighestFailureLevel = 3;
+constexpr std::size_t LongestFailure = 8192;
 
-std::atomic<int> currentLevel{levelUnread};
+std::atomic<int> currentLevel{LevelUnread};
 
 struct Destination {
     std::mutex mutex;  ///< held while an entry is handed over, so that no two lines mingle
@@ -47,15 +51,15 @@ Destination& output() {
 int levelOfEnvironment() {
     const char* text = std::getenv("DAS_LOG");
     if (text == nullptr) {
-        return defaultLevel;
+        return DefaultLevel;
     }
     char* end = nullptr;
     const long number = std::strtol(text, &end, 10);
-    return end == text ? defaultLevel : static_cast<int>(std::clamp<long>(number, 0, INT_MAX));
+    return end == text ? DefaultLevel : static_cast<int>(std::clamp<long>(number, 0, INT_MAX));
 }
 
 int readLevel() {
-    int expected = levelUnread;
+    int expected = LevelUnread;
     const int fromEnvironment = levelOfEnvironment();
     // Another thread may have set a level meanwhile: that one holds.
     return currentLevel.compare_exchange_strong(expected, fromEnvironment) ? fromEnvironment
@@ -70,7 +74,7 @@ std::string formatted(const char* format, va_list arguments) {
     const int length = std::vsnprintf(small, sizeof small, format, arguments);
     std::string message;
     if (length < 0) {
-        message = format;  // not to be formatted: its format still tells what it was about
+        message = format;  // not to be formatted: its format still says what it was about
     } else if (static_cast<std::size_t>(length) < sizeof small) {
         message.assign(small, static_cast<std::size_t>(length));
     } else {
@@ -83,10 +87,10 @@ std::string formatted(const char* format, va_list arguments) {
 
 /// Cuts what is too long for a failure, not within a character of UTF-8, and notes how much it was.
 void cutFailure(std::string& message) {
-    if (message.size() <= longestFailure) {
+    if (message.size() <= LongestFailure) {
         return;
     }
-    std::size_t size = longestFailure;
+    std::size_t size = LongestFailure;
     for (int i = 0; i < 3 && (static_cast<unsigned char>(message[size]) & 0xc0) == 0x80; ++i) {
         --size;
     }
@@ -119,7 +123,7 @@ void writeWhole(std::string line) {
         if (written > 0) {
             done += static_cast<std::size_t>(written);
         } else if (written == 0 || errno != EINTR) {
-            return;  // nowhere to tell it
+            return;  // nowhere to log it
         }
         isCut = done < line.size();
     }
@@ -176,12 +180,40 @@ std::string& appendVisible(std::string& line, const std::string& message) {
     return line;
 }
 
-/// What can be told without memory: the beginning of the line.
-void writeBare(const char* component, const char* source, int level, int line, const char* format,
-               va_list arguments) noexcept {
+/// Where an entry comes from. A source file stands for its unit: "src/upgrade/DASMigrator_Keys.cpp"
+/// is "./src/DASMigrator". Takes no memory.
+struct Origin {
+    Origin(const char* writer, const char* file, int lineOfFile)
+        : component(writer != nullptr ? writer : ""),
+          source(file != nullptr ? file : ""),
+          line(lineOfFile) {
+        constexpr std::string_view ending = ".cpp";
+        std::string_view path = source;
+        if (path.size() < ending.size() || path.substr(path.size() - ending.size()) != ending) {
+            return;
+        }
+        const bool isOfPlatform = path.find("platform/src/") != std::string_view::npos;
+        path.remove_prefix(path.rfind('/') + 1);
+        path = path.substr(0, path.find_first_of("_."));
+        (void)std::snprintf(unit, sizeof unit, "%s%.*s",
+                            isOfPlatform ? "./platform/src/" : "./src/",
+                            static_cast<int>(path.size()), path.data());
+        source = unit;
+    }
+    Origin(const Origin&) = delete;
+    Origin& operator=(const Origin&) = delete;
+
+    const char* component;
+    const char* source;
+    int line;
+    char unit[64] = "";
+};
+
+/// What can be written without memory: the beginning of the line.
+void writeBare(const Origin& origin, int level, const char* format, va_list arguments) noexcept {
     char text[512];
-    const int head =
-        std::snprintf(text, sizeof text / 2, "%d %s %s:%d ", level, component, source, line);
+    const int head = std::snprintf(text, sizeof text / 2, "%d %s %s:%d ", level, origin.component,
+                                   origin.source, origin.line);
     char* const message = text + std::clamp(head, 0, static_cast<int>(sizeof text / 2) - 1);
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it
     (void)std::vsnprintf(message, static_cast<std::size_t>(std::end(text) - message), format,
@@ -204,25 +236,24 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
     if (level > Log::level() || format == nullptr) {
         return;
     }
-    if (level <= highestFailureLevel) {
+    if (level <= HighestFailureLevel) {
         Tally::add(Tally::LoggedFailures);
     }
     const int errorBefore = errno;  // who logs a failure may look at errno afterwards
-    component = component != nullptr ? component : "";
-    sourceFile = sourceFile != nullptr ? sourceFile : "";
+    const Origin origin(component, sourceFile, line);
     va_list arguments;
     va_start(arguments, format);
     va_list again;
     va_copy(again, arguments);
     try {
         std::string message = formatted(format, arguments);
-        if (level <= highestFailureLevel) {
+        if (level <= HighestFailureLevel) {
             cutFailure(message);
         }
-        handOver({level, component, sourceFile, line, std::move(message)});
+        handOver({level, origin.component, origin.source, line, std::move(message)});
     } catch (const std::exception&) {
         // Those who log in the middle of a failure must come to its end.
-        writeBare(component, sourceFile, level, line, format, again);
+        writeBare(origin, level, format, again);
     }
     va_end(again);
     va_end(arguments);
@@ -233,7 +264,7 @@ namespace Log {
 
 int level() {
     const int known = currentLevel.load(std::memory_order_relaxed);
-    return known != levelUnread ? known : readLevel();
+    return known != LevelUnread ? known : readLevel();
 }
 
 void setLevel(int level) {

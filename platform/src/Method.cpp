@@ -1,3 +1,6 @@
+// Parameters keep their order, which is that of the message, and are found by a walk: a method has
+// a handful.
+
 #include "Method.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Files are recognised by device and inode, and one that is missing by its name in its folder, so
+// that no link and no other spelling of a path leads a client to the database or its key.
+
 #include "OwnFiles.h"
 
 #include <fcntl.h>
@@ -14,9 +17,6 @@
 #include "Log.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./platform/src/OwnFiles";
 
 constexpr mode_t RightsOfOwner = 0600;
 constexpr mode_t RightsOfOthers = 0077;
@@ -83,9 +83,8 @@ void OwnFiles::claim(const std::string& place) {
         return;
     }
     if (::chmod(place.c_str(), RightsOfOwner) != 0) {
-        logAppUni(LogComponent, LogSource, 2, __LINE__,
-                  "Others may open %s, and its mode can't be changed: %s", place.c_str(),
-                  std::strerror(errno));
+        DAS_LOG(2, "Others may open %s, and its mode can't be changed: %s", place.c_str(),
+                std::strerror(errno));
     }
 }
 

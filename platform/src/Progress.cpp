@@ -1,3 +1,6 @@
+// The beat is a counter without a lock: statements and lines of files count all the time, and it
+// is read once in a while.
+
 #include "Progress.h"
 
 #include <atomic>

@@ -1,3 +1,6 @@
+// A name decides, since the value does not show what it is: the known passwords, and each other
+// name that holds a word for one.
+
 #include "Secrets.h"
 
 #include <algorithm>
@@ -7,7 +10,7 @@
 namespace {
 
 /// Sorted by bytes.
-constexpr std::string_view passwordNames[] = {
+constexpr std::string_view PasswordNames[] = {
     "BcaSipPassword",  "DssSipPassword",    "FtpPassword",
     "LdapPassword",    "LineSipPassword",   "PIN",
     "QcuCommunity",    "SIPpassword",       "SendUrlPasswd",
@@ -15,10 +18,10 @@ constexpr std::string_view passwordNames[] = {
     "UserMD5Hash",     "UserPassword",      "WSIPassword",
 };
 
-constexpr std::string_view encryptedSuffix = "Enc";
+constexpr std::string_view EncryptedSuffix = "Enc";
 
 /// In lower case, and each begins with the same letter.
-constexpr std::string_view secretParts[] = {"password", "passwd", "pwd"};
+constexpr std::string_view SecretParts[] = {"password", "passwd", "pwd"};
 
 /// Letters of names alone; the locale of the process must not decide what is a secret.
 constexpr char lowered(char letter) {
@@ -51,18 +54,18 @@ bool Secrets::isHidden(std::string_view name, std::string_view value) {
 }
 
 bool Secrets::isKnownPassword(std::string_view name) {
-    if (name.size() > encryptedSuffix.size() &&
-        name.substr(name.size() - encryptedSuffix.size()) == encryptedSuffix) {
-        name.remove_suffix(encryptedSuffix.size());
+    if (name.size() > EncryptedSuffix.size() &&
+        name.substr(name.size() - EncryptedSuffix.size()) == EncryptedSuffix) {
+        name.remove_suffix(EncryptedSuffix.size());
     }
-    return std::binary_search(std::begin(passwordNames), std::end(passwordNames), name);
+    return std::binary_search(std::begin(PasswordNames), std::end(PasswordNames), name);
 }
 
 bool Secrets::isSecret(std::string_view name) {
     for (std::size_t place = name.find_first_of("pP"); place != std::string_view::npos;
          place = name.find_first_of("pP", place + 1)) {
         const std::string_view rest = name.substr(place);
-        if (std::any_of(std::begin(secretParts), std::end(secretParts),
+        if (std::any_of(std::begin(SecretParts), std::end(SecretParts),
                         [rest](std::string_view part) { return startsWith(rest, part); })) {
             return true;
         }

@@ -1,3 +1,6 @@
+// A map of texts as a JSON object. It is read by events: a text that is deep or large makes no tree
+// in memory.
+
 #include "Serializer.h"
 
 #include <nlohmann/json.hpp>
@@ -7,7 +10,7 @@ using nlohmann::json;
 namespace {
 
 /// Takes an object of strings out of a text as it is read, and refuses anything else. A tree of
-/// values would need memory to be taken down, and end the process where there is none.
+/// values would need memory to be taken down, and end the process without memory.
 class MapReader : public json::json_sax_t {
 public:
     explicit MapReader(std::map<std::string, std::string>& values) : m_values(values) {}

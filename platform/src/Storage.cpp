@@ -1,3 +1,7 @@
+// Operations on files and directories for management. Paths are those of the telephone and go
+// through DevicePlace; the service's own files are refused, since whoever moves the database away
+// takes it from a service that runs.
+
 #include "Storage.h"
 
 #include <dirent.h>
@@ -18,9 +22,6 @@
 #include "Progress.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./platform/src/Storage";
 
 constexpr int FolderToRead = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 
@@ -66,8 +67,8 @@ bool isFree(const DevicePlace::Target& target, const std::string& path) {
         return false;
     }
     if (isFolder(target, status) && OwnFiles::areBelow(status)) {
-        logAppUni(LogComponent, LogSource, 2, __LINE__,
-                  "Cannot move or replace %s: files of the service itself are in it", path.c_str());
+        DAS_LOG(2, "Cannot move or replace %s: files of the service itself are in it",
+                path.c_str());
         errno = EPERM;
         return false;
     }

@@ -1,3 +1,7 @@
+// The parser reads what clients send. A document type is refused, since its entities could grow
+// without limit; and an exception of a callback must not pass through the parser, which is written
+// in C: it is kept and thrown again afterwards.
+
 #include "XmlHandler.h"
 
 #include <expat.h>

@@ -1,3 +1,6 @@
+// Names are made once and handed out by reference: a request of thousands of calls asks for each of
+// them by field and place.
+
 #include "calls/CallLogColumns.h"
 
 #include "ClientUtils.h"

@@ -9,13 +9,13 @@
 
 /**
  * The columns of the call log, in one place. A row stands for one number in one category and has
- * room for ten calls; each call has a field in one column a place, "Number0" to "Number9". The
- * order is the one that growth of the table left behind: later fields do not follow the earlier
+ * places for ten calls; each call has a field in one column a place, "Number0" to "Number9". The
+ * order is the one that growth of the table has left: later fields do not follow the earlier
  * ones.
  */
 namespace CallLogColumns {
 
-constexpr std::size_t Places = 10;  ///< calls that a row has room for
+constexpr std::size_t Places = 10;  ///< calls that a row can hold
 constexpr std::size_t Count = 139;  ///< columns of the table
 
 /// Columns of the row itself, by their position in it.
@@ -49,7 +49,7 @@ enum Field : std::size_t {
     FieldCount
 };
 
-/// Fields that a row holds call by call; the others stand behind, field by field.
+/// Fields that a row holds call by call; the others follow, field by field.
 constexpr std::size_t InterleavedFields = ResolvedNumber;
 
 /// Name of a column of the row.

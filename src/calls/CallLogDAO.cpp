@@ -1,64 +1,47 @@
+// The call log as clients see it: which schema shows which calls, what a request means in SQL, and
+// the files of management. What a request brings is read by CallLogEntries; the rows of an answer
+// are in CallLogDAO_Answer.cpp.
+
 #include "calls/CallLogDAO.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <utility>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "calls/ConversationsDAO.h"
 #include "contacts/PhonebookDAO.h"
-#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
-#include "database/Logging.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
-using CallLogColumns::Field;
 using CallLogColumns::RowColumn;
-using CallLogWriter::Kind;
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/CallLogDAO";
 
 /// A schema, and which calls it is about.
 struct SchemaRow {
     const std::string* schema;
-    Kind kind;
+    CallLogWriter::Kind kind;
 };
 
-const std::string dialledSchema = "CallLogDialledCalls";
-const std::string forwardedSchema = "CallLogForwardedCalls";
-const std::string missedSchema = "CallLogMissedCalls";
-const std::string receivedSchema = "CallLogReceivedCalls";
+const std::string DialledSchema = "CallLogDialledCalls";
+const std::string ForwardedSchema = "CallLogForwardedCalls";
+const std::string MissedSchema = "CallLogMissedCalls";
+const std::string ReceivedSchema = "CallLogReceivedCalls";
 
 const SchemaRow Schemas[] = {
-    {&dialledSchema, CallLogWriter::Dialled},
-    {&forwardedSchema, CallLogWriter::Forwarded},
-    {&missedSchema, CallLogWriter::Missed},
-    {&receivedSchema, CallLogWriter::Received},
+    {&DialledSchema, CallLogWriter::Dialled},
+    {&ForwardedSchema, CallLogWriter::Forwarded},
+    {&MissedSchema, CallLogWriter::Missed},
+    {&ReceivedSchema, CallLogWriter::Received},
     {&CallLogSchema, CallLogWriter::All},
     {&CallLogAndPhoneBookSchema, CallLogWriter::AllWithContacts},
 };
 
-const char* const callElement = "Item";
-const char* const listElement = "LogList";
-
-/// Elements that fill a field beside the one of its name.
-struct Alias {
-    const char* element;
-    Field field;
-};
-constexpr Alias Aliases[] = {{"DeflectNumber", CallLogColumns::AuxiliaryNumber},
-                             {"TransferType", CallLogColumns::CompletedElsewhere}};
-
-const std::string rowCountRequestReason = "rowcount_request";
-const std::string rowCountResponse = "rowcount_response";
-
 constexpr RequestParser Parser = {CallLogDAOXmlStartElement, CallLogDAOXmlEndElement,
-                                  CallLogDAOXmlCharacterDataHandler, LogComponent,
+                                  CallLogDAOXmlCharacterDataHandler, "DataAccessService",
                                   "Parsing a CallLogDAO '%s' request failed."};
 
 const AssignedNumbers::Key NumberKey = {CallLogTableName,
@@ -69,7 +52,7 @@ constexpr int TableExists = 2;  // result of createTable
 constexpr unsigned FieldsOfOlderFile = 98;
 
 // A call is matched to a contact by its newest number alone, in the same user's phone book.
-const std::string joinInFrontOfUser =
+const std::string JoinBeforeUser =
     "LEFT JOIN PHONE_BOOK ON "
     "( PHONE_BOOK.Office = CALL_LOG.Number0 "
     "        OR "
@@ -79,7 +62,7 @@ const std::string joinInFrontOfUser =
     "        OR "
     "        PHONE_BOOK.Private = CALL_LOG.Number0 )"
     "        AND PHONE_BOOK.UserContext = ";
-const std::string joinBehindUser = "        AND CALL_LOG.Number0 <> ''";
+const std::string JoinAfterUser = "        AND CALL_LOG.Number0 <> ''";
 
 /// Columns in the order of a data file that begins with the number.
 constexpr RowColumn FileColumns[] = {CallLogColumns::UniqueId,    CallLogColumns::EntryId,
@@ -105,30 +88,14 @@ std::string inCallLog(const std::string& column) {
     return CallLogTableName + "." + column;
 }
 
-/// Appends the columns of the calls at the places from @p firstPlace on, call by call.
-void appendFieldNames(std::vector<std::string>& names, std::size_t firstPlace,
-                      std::size_t behindLast) {
-    for (std::size_t place = firstPlace; place < behindLast; ++place) {
-        for (std::size_t field = 0; field < CallLogColumns::FieldCount; ++field) {
-            names.push_back(CallLogColumns::name(static_cast<Field>(field), place));
-        }
-    }
-}
-
 /// The table without its defaults: a column that a rebuild adds is blank.
 const std::shared_ptr<const TableLayout>& layout() {
     static const auto shared = [] {
-        TableLayout table;
-        table.schema = CallLogSchema;
-        table.table = CallLogTableName;
-        for (const PairList* part :
-             {&CallLogColumns::entryColumns(), &CallLogColumns::itemColumns(),
-              &CallLogColumns::extraColumns()}) {
-            for (const auto& [name, type] : *part) {
-                table.columns.emplace_back(name, type, std::string());
-            }
-        }
-        return std::make_shared<const TableLayout>(std::move(table));
+        PairList columns = CallLogColumns::entryColumns();
+        append(columns, CallLogColumns::itemColumns());
+        append(columns, CallLogColumns::extraColumns());
+        return std::make_shared<const TableLayout>(
+            TableLayout::of(CallLogSchema, CallLogTableName, columns));
     }();
     return shared;
 }
@@ -148,10 +115,7 @@ void CallLogDAOXmlCharacterDataHandler(void* dao, const char* text, int length) 
 }
 
 CallLogDAO::CallLogDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter, layout()),
-      m_request(requestElements(), m_schemaName, m_requestContext, m_reason, m_limits) {}
-
-CallLogDAO::~CallLogDAO() = default;
+    : ListDAO(adapter, layout(), CallLogEntries::elements()) {}
 
 std::vector<std::string> CallLogDAO::schemas() {
     std::vector<std::string> names;
@@ -161,28 +125,11 @@ std::vector<std::string> CallLogDAO::schemas() {
     return names;
 }
 
-const std::vector<std::string>& CallLogDAO::requestElements() {
-    static const std::vector<std::string> elements = [] {
-        std::vector<std::string> all;
-        for (const RowColumn column : EntryColumns) {
-            all.push_back(CallLogColumns::element(column));
-        }
-        for (std::size_t field = 0; field < CallLogColumns::FieldCount; ++field) {
-            all.push_back(CallLogColumns::element(static_cast<Field>(field)));
-        }
-        for (const Alias& alias : Aliases) {
-            all.emplace_back(alias.element);
-        }
-        return all;
-    }();
-    return elements;
-}
-
 void CallLogDAO::handleRequest(const char* text, int length) {
     static constexpr Operation<CallLogDAO> Operations[] = {
         {&WriteRequest, &CallLogDAO::writeWithTable, &WriteResponse},
         {&ReadRequest, &CallLogDAO::readRequest, &ReadResponse},
-        {&rowCountRequestReason, &CallLogDAO::rowCountRequest, &rowCountResponse},
+        {&RowCountRequest, &CallLogDAO::rowCountRequest, &RowCountResponse},
         {&DeleteRequest, &CallLogDAO::deleteRequest, &DeleteResponse},
     };
     DAS_LOG(5, "handleRequest:\n %s\n", LoggedText::request(text != nullptr ? text : "").c_str());
@@ -194,71 +141,19 @@ void CallLogDAO::handleRequest(const char* text, int length) {
                      [this](const SchemaRow& each) { return *each.schema == m_schemaName; });
     if (row != std::end(Schemas)) {
         m_kind = row->kind;
-        (void)dispatch(*this, Operations);  // another reason is a failure, which the answer tells
+        (void)dispatch(*this, Operations);  // another reason is answered as a failure
     }
 }
 
 void CallLogDAO::startElement(const char* name, const char** attributes) {
     m_request.startElement(name, attributes);
-    if (ListRequest::isEntry(name)) {
-        m_entry = {};
-    } else if (std::strcmp(name, callElement) == 0) {
-        m_call.clear();
-    }
-}
-
-void CallLogDAO::characters(const char* text, int length) {
-    m_request.addCharacters(text, length);
+    m_entries.startElement(name);
 }
 
 void CallLogDAO::endElement(const char* name) {
-    const int element = m_request.endElement(name);
-    if (element != ListRequest::NoField) {
-        setField(static_cast<std::size_t>(element));
-    } else if (std::strcmp(name, callElement) == 0) {
-        endCall();
-    } else if (std::strcmp(name, listElement) == 0) {
-        m_entry.namesAllPlaces = true;
-    } else if (ListRequest::isEntry(name)) {
-        m_entries.push_back(std::move(m_entry));
-    }
+    const int field = m_request.endElement(name);
+    m_entries.endElement(name, field, m_request.text());
 }
-
-void CallLogDAO::setField(std::size_t element) {
-    if (element < EntryColumnCount) {
-        m_entry.values[element] = m_request.text();
-        return;
-    }
-    const std::size_t field = element - EntryColumnCount;
-    setCallField(field < CallLogColumns::FieldCount
-                     ? static_cast<Field>(field)
-                     : Aliases[field - CallLogColumns::FieldCount].field,
-                 m_request.text());
-}
-
-void CallLogDAO::setCallField(Field field, const std::string& text) {
-    const auto same = std::find_if(m_call.begin(), m_call.end(),
-                                   [&](const CallField& each) { return each.field == field; });
-    if (same != m_call.end()) {
-        same->text = text;
-    } else {
-        m_call.push_back({text, field, 0});
-    }
-}
-
-/// Calls for which a row has no room are counted and not kept: their row fails by their number.
-void CallLogDAO::endCall() {
-    const std::size_t place = m_entry.calls++;
-    if (place < CallLogColumns::Places) {
-        for (CallField& field : m_call) {
-            field.call = place;
-            m_entry.fields.push_back(std::move(field));
-        }
-    }
-    m_call.clear();
-}
-
-// Operations --------------------------------------------------------------------------------------
 
 void CallLogDAO::addCategory(PairList& params) const {
     const std::string& category = CallLogWriter::categoryOf(m_kind);
@@ -279,11 +174,11 @@ void CallLogDAO::fillupSearchParams(PairList& params, unsigned index) const {
     if (index >= m_entries.size()) {
         return;
     }
-    for (std::size_t i = 0; i < EntryColumnCount; ++i) {
-        const std::string& value = m_entries[index].values[i];
+    for (std::size_t i = 0; i < CallLogEntries::ColumnCount; ++i) {
+        const std::string& value = m_entries.values(index)[i];
         // The grouping key is no search term: kept on purpose, rows are grouped by clients.
-        if (!value.empty() && EntryColumns[i] != CallLogColumns::JSGroupBy) {
-            add(EntryColumns[i], value);
+        if (!value.empty() && CallLogEntries::Columns[i] != CallLogColumns::JSGroupBy) {
+            add(CallLogEntries::Columns[i], value);
         }
     }
 }
@@ -311,76 +206,31 @@ int CallLogDAO::writeRequest() {
     return forEachEntry(m_entries.size(), [this](std::size_t entry) { return writeEntry(entry); });
 }
 
-const std::vector<std::string>& CallLogDAO::columnsOfFullRow() {
-    static const std::vector<std::string> columns = [] {
-        std::vector<std::string> names = {CallLogColumns::name(CallLogColumns::UserContext),
-                                          CallLogColumns::name(CallLogColumns::UniqueId),
-                                          CallLogColumns::name(CallLogColumns::Category)};
-        for (std::size_t i = 1; i < EntryColumnCount; ++i) {
-            names.push_back(CallLogColumns::name(EntryColumns[i]));
-        }
-        appendFieldNames(names, 0, CallLogColumns::Places);
-        return names;
-    }();
-    return columns;
-}
-
 int CallLogDAO::writeEntry(std::size_t index) {
     // Many would fail alike, and each failure takes long: the first one is in the log.
-    const bool hasTooManyCalls = m_entries[index].calls > CallLogColumns::Places;
+    const bool hasTooManyCalls = m_entries.hasTooManyCalls(index);
     if (hasTooManyCalls && m_resultOfTooMany != 0) {
         return m_resultOfTooMany;
     }
-    const std::vector<std::string> values = valuesOf(index);
-    if (!m_entries[index].values[0].empty() &&
-        !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, values[CallLogColumns::UniqueId])) {
+    const std::string& given = m_entries.values(index)[0];
+    const std::string number =
+        given.empty() ? m_numbers.valueOf(index) : DASUtils::convertToDBFormat(given);
+    if (!given.empty() && !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, number)) {
         return 1;
     }
-    int result = 0;
-    if (values.size() == columnsOfFullRow().size()) {
-        result = m_dbAdapter->insertRow(m_tableName, columnsOfFullRow(), values, &m_lastNumber);
-    } else {
-        std::vector<std::string> columns = columnsOfFullRow();
-        columns.resize(std::min(values.size(), columns.size()));
-        // A call too many has names that are no columns, so its row fails: kept on purpose, it is
-        // the client that chooses what falls out of a full row.
-        if (hasTooManyCalls) {
-            appendFieldNames(columns, CallLogColumns::Places, CallLogColumns::Places + 1);
-        }
-        result = m_dbAdapter->insertRow(m_tableName, columns, values, &m_lastNumber);
-        m_resultOfTooMany = hasTooManyCalls ? result : m_resultOfTooMany;
-    }
+    const std::vector<std::string> cells =
+        m_entries.cellsOf(index, m_responseUser, number, CallLogWriter::categoryOf(m_kind));
+    const std::vector<std::string>& all = CallLogEntries::columnsOfFullRow();
+    const int result =
+        cells.size() == all.size()
+            ? m_dbAdapter->insertRow(m_tableName, all, cells, &m_lastNumber)
+            : m_dbAdapter->insertRow(m_tableName, m_entries.columnsOf(index, cells.size()), cells,
+                                     &m_lastNumber);
+    m_resultOfTooMany = hasTooManyCalls ? result : m_resultOfTooMany;
     if (result == 0) {
         DAS_LOG(5, "writeRequest: written row UniqueId='%lld'\n", m_lastNumber);
-        if (m_entries[index].values[0].empty()) {
-            m_numbers.keep(index, m_lastNumber);
-        }
     }
-    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
-    return result;
-}
-
-std::vector<std::string> CallLogDAO::valuesOf(std::size_t index) const {
-    const Entry& entry = m_entries[index];
-    // Of the calls too many the first one stands for all.
-    const std::size_t places = std::max(std::min(entry.calls, CallLogColumns::Places + 1),
-                                        entry.namesAllPlaces ? CallLogColumns::Places : 0);
-    std::vector<std::string> values;
-    values.reserve(2 + EntryColumnCount + places * CallLogColumns::FieldCount);
-    values.push_back(DASUtils::convertToDBFormat(m_responseUser));
-    values.push_back(entry.values[0].empty() ? m_numbers.valueOf(index)
-                                             : DASUtils::convertToDBFormat(entry.values[0]));
-    values.push_back(DASUtils::convertToDBFormat(CallLogWriter::categoryOf(m_kind)));
-    for (std::size_t i = 1; i < EntryColumnCount; ++i) {
-        values.push_back(DASUtils::convertToDBFormat(entry.values[i]));
-    }
-    const std::size_t firstCell = values.size();
-    values.resize(firstCell + places * CallLogColumns::FieldCount, EmptyDBString);
-    for (const CallField& field : entry.fields) {
-        values[firstCell + field.call * CallLogColumns::FieldCount + field.field] =
-            DASUtils::convertToDBFormat(field.text);
-    }
-    return values;
+    return noteStored(index, given.empty(), result);
 }
 
 bool CallLogDAO::isJoined() const {
@@ -406,14 +256,8 @@ void CallLogDAO::makeTablesOfRead() {
     }
 }
 
-std::string CallLogDAO::joinWithContacts() const {
-    return joinInFrontOfUser + DASUtils::convertToDBFormat(m_responseUser) + joinBehindUser;
-}
-
 int CallLogDAO::readRequest() {
-    m_resultColumns = m_request.resultColumns();
-    if (m_dbAdapter == nullptr || !DASUtils::areResultColumns(m_resultColumns) ||
-        !m_request.hasSafePaging()) {
+    if (!takeReadWords()) {
         return 1;
     }
     makeTablesOfRead();
@@ -425,8 +269,11 @@ int CallLogDAO::readRequest() {
     PairList hidden;
     if (hidesConversations()) {
         hidden.emplace_back(number,
-                            ConversationsTable::allNamedIn(ConversationsColumns::callColumn));
+                            ConversationsTable::allNamedIn(ConversationsColumns::CallColumn));
     }
+    const std::string join =
+        isJoined() ? JoinBeforeUser + DASUtils::convertToDBFormat(m_responseUser) + JoinAfterUser
+                   : std::string();
     // A call whose number several contacts have is one row all the same.
     std::vector<std::string> groupBy(isJoined() ? 1 : 0, number);
     PairList orderBy;
@@ -435,9 +282,8 @@ int CallLogDAO::readRequest() {
     }
     const auto read = [&] {
         PairList none;
-        return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params, none, hidden,
-                                         isJoined() ? joinWithContacts() : std::string(), groupBy,
-                                         orderBy, m_resultRows, m_request.offset(),
+        return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params, none, hidden, join,
+                                         groupBy, orderBy, m_resultRows, m_request.offset(),
                                          m_request.rowLimit());
     };
     return readIntoBody(read,
@@ -445,9 +291,6 @@ int CallLogDAO::readRequest() {
 }
 
 int CallLogDAO::rowCountRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList params;
     addCategory(params);
     fillupSearchParams(params, 0);
@@ -455,27 +298,11 @@ int CallLogDAO::rowCountRequest() {
 }
 
 int CallLogDAO::deleteRequest() {
-    // One that names no number looks at all rows.
-    m_limits.checkDeletion(static_cast<std::size_t>(
-        std::count_if(m_entries.begin(), m_entries.end(),
-                      [](const auto& entry) { return entry.values[0].empty(); })));
-    if (isBeyondLimits()) {
-        return 1;
-    }
-    return forEachEntry(std::max<std::size_t>(m_entries.size(), 1), [this](std::size_t entry) {
-        PairList params;
-        fillupSearchParams(params, static_cast<unsigned>(entry));
+    return deleteEntries(m_entries.numbers(), [this](PairList& params, unsigned entry) {
+        fillupSearchParams(params, entry);
         addCategory(params);
-        const int result = m_dbAdapter->deleteRow(m_tableName, params);
-        static const std::string allRows;
-        ChangeScope::noteNumber(*m_dbAdapter,
-                                entry < m_entries.size() ? m_entries[entry].values[0] : allRows,
-                                m_responseUser);
-        return result;
     });
 }
-
-// Answers -----------------------------------------------------------------------------------------
 
 std::string CallLogDAO::responseData() {
     if (m_responseReason == WriteResponse) {
@@ -484,66 +311,10 @@ std::string CallLogDAO::responseData() {
         return ListRequest::numberAnswer(CallLogColumns::element(CallLogColumns::UniqueId),
                                          m_lastNumber);
     }
-    if (m_responseReason == rowCountResponse) {
+    if (m_responseReason == RowCountResponse) {
         return ListRequest::countAnswer(m_count);
     }
     return m_responseReason == ReadResponse ? std::exchange(m_body, {}) : std::string();
-}
-
-void CallLogDAO::appendRows(std::string& body, const Rows& rows) const {
-    const ShownCells shown = shownCells(rows.front().size());
-    for (const auto& row : rows) {
-        body += xmlEntryStartTag;
-        appendRow(body, row, shown);
-        body += xmlEntryEndTag;
-    }
-}
-
-CallLogDAO::ShownCells CallLogDAO::shownCells(std::size_t rowWidth) const {
-    const bool showsWholeRows = calculateIfReadAll(m_tableName);
-    ShownCells shown;
-    if (m_resultColumns.empty()) {
-        shown.wholeRow = 0;
-        shown.contact = isJoined() ? CallLogColumns::Count : None;
-        return shown;
-    }
-    const auto positions = DASUtils::positionsOfWords(m_resultColumns, rowWidth,
-                                                      {{m_tableName, CallLogColumns::Count}});
-    for (std::size_t i = 0; i < m_resultColumns.size(); ++i) {
-        const std::string& word = m_resultColumns[i];
-        if (word == CallLogWriter::allOfCallLog()) {
-            shown.wholeRow = std::min(shown.wholeRow, positions[i]);
-        } else if (word == CallLogWriter::allOfPhoneBook()) {
-            shown.contact =
-                isJoined() && showsWholeRows ? std::min(shown.contact, positions[i]) : None;
-        } else if (const auto column = entryColumn(word); column && !showsWholeRows) {
-            shown.cells.emplace_back(*column, positions[i]);
-        }
-    }
-    return shown;
-}
-
-void CallLogDAO::appendRow(std::string& out, const std::vector<std::string>& row,
-                           const ShownCells& shown) const {
-    if (shown.wholeRow != None) {
-        CallLogWriter::parseAllCallLogCols(out, row, shown.wholeRow, m_kind);
-    }
-    if (shown.contact != None) {
-        CallLogWriter::parseAllPhoneBookCols(out, row, shown.contact, CallLogWriter::UserOfContact);
-    }
-    for (const auto& [column, position] : shown.cells) {
-        CallLogWriter::appendCell(out, row, position, CallLogWriter::tagsOf(column));
-    }
-}
-
-std::optional<RowColumn> CallLogDAO::entryColumn(const std::string& word) {
-    static const std::string prefix = inCallLog("");
-    const std::string name =
-        word.compare(0, prefix.size(), prefix) == 0 ? word.substr(prefix.size()) : word;
-    const auto* const found =
-        std::find_if(std::begin(EntryColumns), std::end(EntryColumns),
-                     [&](RowColumn column) { return CallLogColumns::name(column) == name; });
-    return found != std::end(EntryColumns) ? std::optional(*found) : std::nullopt;
 }
 
 // The table and its users -------------------------------------------------------------------------
@@ -572,10 +343,6 @@ void CallLogDAO::buildColumnNameList(PairList& columns) {
     buildExtraItemDataList(columns);
 }
 
-int CallLogDAO::initialiseMobilityUserData(const std::string& context) {
-    return deleteContextData(context);
-}
-
 int CallLogDAO::deleteVisitorCallLog() {
     return deleteVisitorCallLog(m_tableName);
 }
@@ -596,18 +363,6 @@ int CallLogDAO::updateCallLogTableDatabase() {
     buildColumnNameList(columns);
     const int result = DASUtils::updateTableInDatabase(m_dbAdapter, m_tableName, columns);
     return result == failed ? failed : 0;
-}
-
-int CallLogDAO::exportData(PairList& conditions, std::string& location) {
-    (void)DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location,
-                                                        conditions);
-    return 0;
-}
-
-int CallLogDAO::importData(std::string& location) {
-    (void)createMissingTable();
-    std::vector<std::string> names = columnNames();
-    return importDataFromFile(m_tableName, names, location) ? 0 : 1;
 }
 
 int CallLogDAO::importDataForUser(const std::string& location, eUserCategory category) {

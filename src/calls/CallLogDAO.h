@@ -1,17 +1,16 @@
 #ifndef CALLLOGDAO_H
 #define CALLLOGDAO_H
 
-#include <array>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "calls/CallLogColumns.h"
+#include "calls/CallLogEntries.h"
 #include "calls/CallLogRecord.h"
 #include "calls/CallLogWriter.h"
-#include "dao/AssignedNumbers.h"
-#include "dao/DataAccessObject.h"
-#include "dao/ListRequest.h"
+#include "dao/ListDAO.h"
 
 // The parser callbacks of the call log; the user data is the CallLogDAO.
 void CallLogDAOXmlStartElement(void* dao, const char* name, const char** attributes);
@@ -21,19 +20,19 @@ void CallLogDAOXmlCharacterDataHandler(void* dao, const char* text, int length);
 /**
  * The call log: the calls of base user and visitor, in the table CALL_LOG.
  *
- * A row stands for one number in one category and has room for ten calls. Clients write whole rows:
- * they fold a new call into a row and choose what falls out of a full one. Six schemas look at the
- * table: four see one category each, one sees all, and one sees all with the contacts of the phone
- * book that have the number. Any other schema is a failure.
+ * A row stands for one number in one category and has places for ten calls. Clients write whole
+ * rows: they fold a new call into a row and choose what falls out of a full one. Six schemas look
+ * at the table: four see one category each, one sees all, and one sees all with the contacts of the
+ * phone book that have the number. Any other schema is a failure.
  *
  * The int results are 0 for success; 1 also when a text of the request has not the form that it
  * must have in a statement, which is not run then.
  */
-class CallLogDAO : public DataAccessObject {
+class CallLogDAO : public ListDAO {
 public:
     /// @p adapter is not owned and may be null.
     explicit CallLogDAO(DatabaseAdapter* adapter);
-    ~CallLogDAO() override;
+    ~CallLogDAO() override = default;
 
     /// The schemas of the call log: one for each category, and those of all calls.
     static std::vector<std::string> schemas();
@@ -43,14 +42,6 @@ public:
 
     /// 0 when the table was created, 2 when it is there already, 1 for any other failure.
     int createTable() override;
-    /// Deletes all calls of the user; 1 when the whole table is empty.
-    int initialiseMobilityUserData(const std::string& context) override;
-
-    /// 0 always: a file that can't be written is in the log.
-    int exportData(PairList& conditions, std::string& location) override;
-    /// Adds the rows of a file, whose fields are the columns in the order of the table; fields that
-    /// are missing at the end of a line are blank. 0 whatever it held, 1 when it did not open.
-    int importData(std::string& location) override;
     /**
      * Replaces one user's calls by those of a file. A line that begins with a number has its fields
      * in the order of getColumnNames, any other in that of the table; users and numbers of the file
@@ -103,33 +94,9 @@ public:
 
     // Parser events.
     void startElement(const char* name, const char** attributes);
-    void characters(const char* text, int length);
     void endElement(const char* name);
 
 private:
-    /// Columns of the row that a request can set.
-    static constexpr CallLogColumns::RowColumn EntryColumns[] = {
-        CallLogColumns::UniqueId,  CallLogColumns::EntryId,     CallLogColumns::Surname,
-        CallLogColumns::Firstname, CallLogColumns::PictureClip, CallLogColumns::Viewed,
-        CallLogColumns::JSGroupBy};
-    static constexpr std::size_t EntryColumnCount = std::size(EntryColumns);
-
-    /// A field of a call that was sent. Fields that were not take no room, since a request may hold
-    /// many thousand calls of few.
-    struct CallField {
-        std::string text;  ///< escaped for SQL
-        CallLogColumns::Field field;
-        std::size_t call;  ///< place of its call in the row
-    };
-
-    /// One row of a request; texts are escaped for SQL.
-    struct Entry {
-        std::array<std::string, EntryColumnCount> values;
-        std::vector<CallField> fields;  ///< of the calls that a row has room for
-        std::size_t calls = 0;          ///< all that were sent
-        bool namesAllPlaces = false;    ///< its list of calls ended, so the other places are blank
-    };
-
     static constexpr std::size_t None = static_cast<std::size_t>(-1);
 
     /// What an answer shows of each row, by the place where it begins in it.
@@ -139,23 +106,14 @@ private:
         std::vector<std::pair<CallLogColumns::RowColumn, std::size_t>> cells;
     };
 
-    static const std::vector<std::string>& requestElements();
     /// The column that a word of ResultCols names, of those that a request can set.
     static std::optional<CallLogColumns::RowColumn> entryColumn(const std::string& word);
 
-    /// Takes the text of a field that ended, by its place among requestElements.
-    void setField(std::size_t element);
-    void setCallField(CallLogColumns::Field field, const std::string& text);
-    void endCall();
-    /// Writes, and once more behind a new or wider table when the first run failed.
+    /// Writes, and once more after making a new or wider table when the first run failed.
     int writeWithTable();
     /// Stores one line of a file as a row of @p context, plain text.
     int importRow(const std::string& context, std::vector<std::string>& fields);
     int writeEntry(std::size_t index);
-    /// Those of an entry that names all places, as nearly every one does.
-    static const std::vector<std::string>& columnsOfFullRow();
-    /// The cells of an entry in database form, in the order of the columns that it names.
-    std::vector<std::string> valuesOf(std::size_t index) const;
     /// Appends the condition that the schema makes, if it is about one category.
     void addCategory(PairList& params) const;
     /// Whether contacts of the phone book are read with the calls.
@@ -164,21 +122,14 @@ private:
     bool hidesConversations() const;
     /// Makes the tables that the read names, those that are missing.
     void makeTablesOfRead();
-    std::string joinWithContacts() const;
     /// What the words of ResultCols make of rows of @p rowWidth cells.
     ShownCells shownCells(std::size_t rowWidth) const;
     void appendRows(std::string& body, const Rows& rows) const;
     void appendRow(std::string& out, const std::vector<std::string>& row,
                    const ShownCells& shown) const;
 
-    ListRequest m_request;
     CallLogWriter::Kind m_kind = CallLogWriter::All;
-    Entry m_entry;                  ///< in progress
-    std::vector<CallField> m_call;  ///< in progress; a field that is sent again has one row
-    std::vector<Entry> m_entries;
-    AssignedNumbers m_numbers;
-    std::string m_count;
-    long long m_lastNumber = 0;
+    CallLogEntries m_entries;
     int m_resultOfTooMany = 0;  ///< of the first entry in a write that has too many calls
 };
 

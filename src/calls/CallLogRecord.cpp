@@ -1,3 +1,6 @@
+// Times are compared as local times of the telephone, since calls were stored with the zone of
+// their day. A text that can't be read throws, so that the repair leaves its row as it was.
+
 #include "calls/CallLogRecord.h"
 
 #include <algorithm>
@@ -18,7 +21,7 @@ constexpr std::size_t TimeLength = 19;
 constexpr std::size_t FractionLength = 4;
 constexpr std::size_t ZoneLength = 6;
 
-/// The text of the zone; empty when there is none.
+/// The text of the zone; empty without one.
 std::string zoneText(const std::string& text) {
     const bool hasFraction = text.find('.') == TimeLength;
     const std::size_t begin = hasFraction ? TimeLength + FractionLength : TimeLength;

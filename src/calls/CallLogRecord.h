@@ -29,26 +29,26 @@ public:
     /**
      * Takes @p time to the telephone's local time by the zone at the end of the ISO 8601 @p text. A
      * text without a zone, with "Z" or with an offset of less than a minute counts as local as it
-     * stands: kept on purpose, stored calls were written so. A zone that can't be read raises an
+     * stands: kept on purpose, stored calls were written so. A zone that can't be read throws an
      * exception of the standard library or of Boost.
      */
     static void adjustLocalTimeByTimeZone(boost::posix_time::ptime& time, const std::string& text);
 
-    /// The local time of an ISO 8601 text; one that can't be read raises as above.
+    /// The local time of an ISO 8601 text; one that can't be read throws as above.
     static boost::posix_time::ptime extractLocalTimeFromISO8601TimeString(const std::string& text);
 
     /**
-     * Whether @p first goes before @p second: newest first, undated behind dated. Two undated ones
+     * Whether @p first goes before @p second: newest first, undated after dated. Two undated ones
      * go before each other in both directions, which no sort stands: sort through sortByTime. A
-     * time that can't be read raises as above.
+     * time that can't be read throws as above.
      */
     static bool compareCallLogRecordsAsTime(const CallLogRecord& first,
                                             const CallLogRecord& second);
 
     /**
-     * Sorts @p items, newest first and undated behind, where @p recordOf gives the record that
+     * Sorts @p items, newest first and undated last, where @p recordOf gives the record that
      * carries an item's time. Each time is read once, and only when there is another to compare it
-     * with; one that can't be read raises as above and leaves @p items as they were.
+     * with; one that can't be read throws as above and leaves @p items as they were.
      */
     template <typename Item, typename RecordOf>
     static void sortByTime(std::vector<Item>& items, RecordOf recordOf);

@@ -1,21 +1,21 @@
+// A row of the call log in memory, for the repair at the start, which splits rows of several
+// numbers and joins rows of one. It writes its statement itself, since a repaired row replaces the
+// stored one as a whole.
+
 #include "calls/CallLogRow.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/CallLogRow";
 
 using namespace CallLogColumns;
 

@@ -1,3 +1,6 @@
+// Which fields a client sees of a call depends on the category of its row, so the fields are lists
+// by category, walked for each call.
+
 #include "calls/CallLogWriter.h"
 
 #include "DASUtilsStrings.h"
@@ -37,9 +40,9 @@ struct Fields {
     const Field* behindLast;
 };
 
-const Tags itemTags("Item");
-const Tags logListTags("LogList");
-const Tags transferTypeTags("TransferType");
+const Tags ItemTags("Item");
+const Tags LogListTags("LogList");
+const Tags TransferTypeTags("TransferType");
 
 const Tags& tagsOfField(Field field) {
     static const std::vector<Tags> all = [] {
@@ -71,21 +74,27 @@ const std::string& categoryOfRow(const Row& row, std::size_t offset, Kind kind) 
     return isInRow ? row[offset + Category] : ofAllRows;
 }
 
+/// What is shown of each call of a row.
+struct ShownCall {
+    Fields fields;
+    bool withTransferType;
+};
+
 void appendItem(std::string& out, const Row& row, std::size_t offset, std::size_t place,
-                Fields fields, bool withTransferType) {
+                const ShownCall& shown) {
     const std::size_t time = offset + position(TimeDate, place);
     if (time >= row.size() || row[time].empty()) {
         return;
     }
-    out += itemTags.start;
-    for (const Field field : fields) {
+    out += ItemTags.start;
+    for (const Field field : shown.fields) {
         appendCell(out, row, offset + position(field, place), tagsOfField(field));
     }
-    if (withTransferType) {
+    if (shown.withTransferType) {
         // One column serves both: a missed call is never transferred.
-        appendCell(out, row, offset + position(CompletedElsewhere, place), transferTypeTags);
+        appendCell(out, row, offset + position(CompletedElsewhere, place), TransferTypeTags);
     }
-    out += itemTags.end;
+    out += ItemTags.end;
 }
 
 }  // namespace
@@ -139,14 +148,15 @@ void CallLogWriter::parseAllCallLogCols(std::string& out, const Row& row, std::s
     if (isMissed) {
         appendCell(out, row, offset + Viewed, tagsOf(Viewed));
     }
-    const Fields fields = isDialled  ? Fields(DialledFields)
-                          : isMissed ? Fields(MissedFields)
-                                     : Fields(OtherFields);
-    out += logListTags.start;
+    const ShownCall shown = {isDialled  ? Fields(DialledFields)
+                             : isMissed ? Fields(MissedFields)
+                                        : Fields(OtherFields),
+                             kind == AllWithContacts && !isMissed};
+    out += LogListTags.start;
     for (std::size_t place = 0; place < Places; ++place) {
-        appendItem(out, row, offset, place, fields, kind == AllWithContacts && !isMissed);
+        appendItem(out, row, offset, place, shown);
     }
-    out += logListTags.end;
+    out += LogListTags.end;
     appendCell(out, row, offset + JSGroupBy, tagsOf(JSGroupBy));
 }
 

@@ -1,40 +1,38 @@
+// A plain read shows the rows themselves; one with ResultCols joins the calls and the contacts that
+// they name. The joined tables are made first if they are missing: a read of an empty log is no
+// failure.
+
 #include "calls/ConversationsDAO.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "ClientUtils.h"
+#include "Log.h"
 #include "calls/CallLogDAO.h"
 #include "calls/CallLogWriter.h"
 #include "contacts/PhonebookDAO.h"
-#include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
-#include "database/Logging.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/ConversationsDAO";
-
 using namespace ConversationsColumns;
 
-const AssignedNumbers::Key NumberKey = {ConversationsTableName, numberColumn};
+const AssignedNumbers::Key NumberKey = {ConversationsTableName, NumberColumn};
 
 /// Cells of a row that an answer shows; the user is left out.
 constexpr std::size_t ShownCells[] = {0, 2, 3};
 
-const std::string joinedResponse = "read_response_with_join";
-const std::string joinOfCallsAndContacts =
+const std::string JoinedResponse = "read_response_with_join";
+const std::string JoinOfCallsAndContacts =
     "    INNER JOIN CALL_LOG"
     "        ON CONVERSATIONS.CallLogId = CALL_LOG.UniqueID"
     "    INNER JOIN PHONE_BOOK"
     "        ON CONVERSATIONS.PhonebookId = PHONE_BOOK.UniqueID";
 
 constexpr RequestParser Parser = {ConversationsDAOXmlStartElement, ConversationsDAOXmlEndElement,
-                                  ConversationsDAOXmlCharacterDataHandler, LogComponent,
+                                  ConversationsDAOXmlCharacterDataHandler, "DataAccessService",
                                   "Parsing a ConversationsDAO '%s' request failed."};
 
 ConversationsDAO& self(void* dao) {
@@ -55,16 +53,7 @@ void ConversationsDAOXmlCharacterDataHandler(void* dao, const char* text, int le
     self(dao).characters(text, length);
 }
 
-ConversationsDAO::ConversationsDAO(DatabaseAdapter* adapter)
-    : ConversationsTable(adapter),
-      m_request(fields(), m_schemaName, m_requestContext, m_reason, m_limits) {}
-
-ConversationsDAO::~ConversationsDAO() = default;
-
-const std::vector<std::string>& ConversationsDAO::fields() {
-    static const std::vector<std::string> names = {numberColumn, contactColumn, callColumn};
-    return names;
-}
+ConversationsDAO::ConversationsDAO(DatabaseAdapter* adapter) : ConversationsTable(adapter) {}
 
 void ConversationsDAO::handleRequest(const char* text, int length) {
     static constexpr Operation<ConversationsDAO> Operations[] = {
@@ -74,7 +63,7 @@ void ConversationsDAO::handleRequest(const char* text, int length) {
     };
     DAS_LOG(5, "handleRequest:[%s]\n", LoggedText::request(text != nullptr ? text : "").c_str());
     if (parseRequest(text, length, Parser) && settleUser()) {
-        (void)dispatch(*this, Operations);  // another reason is a failure, which the answer tells
+        (void)dispatch(*this, Operations);  // another reason is answered as a failure
     }
 }
 
@@ -83,10 +72,6 @@ void ConversationsDAO::startElement(const char* name, const char** attributes) {
     if (ListRequest::isEntry(name)) {
         m_entry = {};
     }
-}
-
-void ConversationsDAO::characters(const char* text, int length) {
-    m_request.addCharacters(text, length);
 }
 
 void ConversationsDAO::endElement(const char* name) {
@@ -136,19 +121,13 @@ int ConversationsDAO::writeEntry(std::size_t index) {
         number.empty() ? m_numbers.valueOf(index) : DASUtils::convertToDBFormat(number),
         DASUtils::convertToDBFormat(m_responseUser), DASUtils::convertToDBFormat(contact),
         DASUtils::convertToDBFormat(call)};
-    const int result = m_dbAdapter->insertRow(m_tableName, columnNames(), values, &m_lastNumber);
-    if (result == 0 && number.empty()) {
-        m_numbers.keep(index, m_lastNumber);
-    }
-    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
-    return result;
+    return noteStored(index, number.empty(),
+                      m_dbAdapter->insertRow(m_tableName, columnNames(), values, &m_lastNumber));
 }
 
 int ConversationsDAO::readRequest() {
     DAS_LOG(6, "readRequest");
-    m_resultColumns = m_request.resultColumns();
-    if (m_dbAdapter == nullptr || !DASUtils::areResultColumns(m_resultColumns) ||
-        !m_request.hasSafePaging()) {
+    if (!takeReadWords()) {
         return 1;
     }
     (void)createMissingTable();
@@ -176,10 +155,10 @@ int ConversationsDAO::readJoined() {
     std::vector<std::string> groupBy;
     PairList orderBy = {
         {CallLogTableName + "." + CallLogColumns::name(CallLogColumns::TimeDate, 0), "DESC"}};
-    m_responseReason = joinedResponse;
+    m_responseReason = JoinedResponse;
     const auto read = [&] {
         return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params,
-                                         joinOfCallsAndContacts, groupBy, orderBy, m_resultRows,
+                                         JoinOfCallsAndContacts, groupBy, orderBy, m_resultRows,
                                          m_request.offset(), m_request.rowLimit());
     };
     return readIntoBody(
@@ -187,22 +166,12 @@ int ConversationsDAO::readJoined() {
 }
 
 int ConversationsDAO::deleteRequest() {
-    // One that names no number looks at all rows.
-    m_limits.checkDeletion(static_cast<std::size_t>(std::count_if(
-        m_entries.begin(), m_entries.end(), [](const auto& entry) { return entry[0].empty(); })));
-    if (isBeyondLimits()) {
-        return 1;
+    std::vector<std::string> numbers;
+    for (const Entry& entry : m_entries) {
+        numbers.push_back(entry[0]);
     }
-    return forEachEntry(std::max<std::size_t>(m_entries.size(), 1), [this](std::size_t entry) {
-        PairList params;
-        fillupSearchParams(params, static_cast<unsigned>(entry));
-        const int result = m_dbAdapter->deleteRow(m_tableName, params);
-        static const std::string allRows;
-        ChangeScope::noteNumber(*m_dbAdapter,
-                                entry < m_entries.size() ? m_entries[entry][0] : allRows,
-                                m_responseUser);
-        return result;
-    });
+    return deleteEntries(
+        numbers, [this](PairList& params, unsigned entry) { fillupSearchParams(params, entry); });
 }
 
 std::string ConversationsDAO::schemaName() {
@@ -213,9 +182,9 @@ std::string ConversationsDAO::schemaName() {
 std::string ConversationsDAO::responseData() {
     DAS_LOG(6, "responseData");
     if (m_responseReason == WriteResponse) {
-        return ListRequest::numberAnswer(numberColumn, m_lastNumber);
+        return ListRequest::numberAnswer(NumberColumn, m_lastNumber);
     }
-    const bool isRead = m_responseReason == joinedResponse || m_responseReason == ReadResponse;
+    const bool isRead = m_responseReason == JoinedResponse || m_responseReason == ReadResponse;
     return isRead ? std::exchange(m_body, {}) : std::string();
 }
 
@@ -253,21 +222,17 @@ void ConversationsDAO::appendJoinedRows(std::string& body, const Rows& rows) con
 
 int ConversationsDAO::initialiseMobilityUserData(const std::string& context) {
     DAS_LOG(5, "initialiseMobilityUserData %s", context.c_str());
-    return deleteContextData(context);
+    return ListDAO::initialiseMobilityUserData(context);
 }
 
 int ConversationsDAO::exportData(PairList& conditions, std::string& location) {
     DAS_LOG(5, "exportData to %s", location.c_str());
-    (void)DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location,
-                                                        conditions);
-    return 0;
+    return ListDAO::exportData(conditions, location);
 }
 
 int ConversationsDAO::importData(std::string& location) {
     DAS_LOG(5, "importData from %s", location.c_str());
-    (void)createMissingTable();
-    std::vector<std::string> names = columnNames();
-    return importDataFromFile(m_tableName, names, location) ? 0 : 1;
+    return ListDAO::importData(location);
 }
 
 int ConversationsDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,

@@ -29,19 +29,15 @@ class ConversationsDAO : public ConversationsTable {
 public:
     /// @p adapter is not owned and may be null.
     explicit ConversationsDAO(DatabaseAdapter* adapter);
-    ~ConversationsDAO() override;
+    ~ConversationsDAO() override = default;
 
     void handleRequest(const char* text, int length) override;
     std::string schemaName() override;
     std::string responseData() override;
 
-    /// Deletes all conversations of the user; 1 when the whole table is empty.
     int initialiseMobilityUserData(const std::string& context) override;
 
-    /// 0 always: a file that can't be written is in the log.
     int exportData(PairList& conditions, std::string& location) override;
-    /// Adds the rows of a file, whose fields are the columns in order. 0 whatever it held, 1 when
-    /// it did not open.
     int importData(std::string& location) override;
 
     /**
@@ -67,7 +63,6 @@ public:
 
     // Parser events.
     void startElement(const char* name, const char** attributes);
-    void characters(const char* text, int length);
     void endElement(const char* name);
 
 private:
@@ -76,19 +71,14 @@ private:
     /// One row of a request; texts are escaped for SQL.
     using Entry = std::array<std::string, FieldCount>;
 
-    static const std::vector<std::string>& fields();
-
     int writeWithTable();
     int writeEntry(std::size_t index);
     int readJoined();
     static void appendPlainRows(std::string& body, const Rows& rows);
     void appendJoinedRows(std::string& body, const Rows& rows) const;
 
-    ListRequest m_request;
     Entry m_entry;  ///< in progress
     std::vector<Entry> m_entries;
-    AssignedNumbers m_numbers;
-    long long m_lastNumber = 0;
 };
 
 #endif

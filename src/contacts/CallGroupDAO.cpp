@@ -1,48 +1,41 @@
+// The component of the phone book: kept on purpose, both are contacts to whoever reads the log.
+#define DAS_LOG_COMPONENT "PhonebookDAO"
+
 #include "contacts/CallGroupDAO.h"
 
 #include <algorithm>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "dao/KeyIds.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
 
-// The component of the phone book: kept on purpose, both are contacts to whoever reads the log.
-constexpr const char* LogComponent = "PhonebookDAO";
-constexpr const char* LogSource = "./src/CallGroupDAO";
+const std::string NumberColumn = "CallGroup";  // the word is the table's name, too
+const std::string NameColumn = "CallGroupName";
+const std::string RingToneColumn = "RingToneID";
 
-const std::string numberColumn = "CallGroup";  // the word is the table's name, too
-const std::string nameColumn = "CallGroupName";
-const std::string ringToneColumn = "RingToneID";
+const std::string ResetRequestReason = "reset_request";
 
-const std::string resetRequestReason = "reset_request";
-const std::string rowCountRequestReason = "rowcount_request";
-const std::string rowCountResponse = "rowcount_response";
-
-/// Columns behind the user, which are the elements of requests and answers.
+/// Columns after the user, which are the elements of requests and answers.
 const std::vector<std::string>& fieldNames() {
-    static const std::vector<std::string> names = {numberColumn, nameColumn, ringToneColumn};
+    static const std::vector<std::string> names = {NumberColumn, NameColumn, RingToneColumn};
     return names;
-}
-
-std::vector<std::string> allColumns() {
-    return {UserContextTagName, numberColumn, nameColumn, ringToneColumn};
 }
 
 const std::shared_ptr<const TableLayout>& layout() {
     static const std::shared_ptr<const TableLayout> shared = [] {
-        auto made = std::make_shared<TableLayout>();
-        made->schema = CallGroupSchema;
-        made->table = CallGroupTableName;
-        for (const std::string& name : allColumns()) {
-            made->columns.emplace_back(name, columnTypeText, "");
-        }
+        auto made =
+            std::make_shared<TableLayout>(TableLayout::of(CallGroupSchema, CallGroupTableName,
+                                                          {{UserContextTagName, columnTypeText},
+                                                           {NumberColumn, columnTypeText},
+                                                           {NameColumn, columnTypeText},
+                                                           {RingToneColumn, columnTypeText}}));
         made->defaultRowIds = KeyIds::texts({{1, 16}});
         return made;
     }();
@@ -62,11 +55,11 @@ const std::vector<std::string>& groupNumbers() {
 }
 
 PairList blankValues() {
-    return {{nameColumn, EmptyDBString}, {ringToneColumn, EmptyDBString}};
+    return {{NameColumn, EmptyDBString}, {RingToneColumn, EmptyDBString}};
 }
 
 constexpr RequestParser Parser = {CallGroupDAOXmlStartElement, CallGroupDAOXmlEndElement,
-                                  CallGroupDAOXmlCharacterDataHandler, LogComponent,
+                                  CallGroupDAOXmlCharacterDataHandler, "PhonebookDAO",
                                   "Parsing a CallGroupDAO '%s' request failed."};
 
 }  // namespace
@@ -85,18 +78,14 @@ void CallGroupDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 
 CallGroupDAO::CallGroupDAO() : CallGroupDAO(nullptr) {}
 
-CallGroupDAO::CallGroupDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter, layout()),
-      m_request(fieldNames(), m_schemaName, m_requestContext, m_reason, m_limits) {}
-
-CallGroupDAO::~CallGroupDAO() = default;
+CallGroupDAO::CallGroupDAO(DatabaseAdapter* adapter) : ListDAO(adapter, layout(), fieldNames()) {}
 
 void CallGroupDAO::handleRequest(const char* text, int length) {
     static constexpr Operation<CallGroupDAO> Operations[] = {
         {&UpdateRequest, &CallGroupDAO::updateRequest, &UpdateResponse},
         {&ReadRequest, &CallGroupDAO::readRequest, &ReadResponse},
-        {&resetRequestReason, &CallGroupDAO::resetRequest, &UpdateResponse},
-        {&rowCountRequestReason, &CallGroupDAO::rowCountRequest, &rowCountResponse},
+        {&ResetRequestReason, &CallGroupDAO::resetRequest, &UpdateResponse},
+        {&RowCountRequest, &CallGroupDAO::rowCountRequest, &RowCountResponse},
     };
     if (!parseRequest(text, length, Parser)) {
         return;
@@ -111,10 +100,6 @@ void CallGroupDAO::handleRequest(const char* text, int length) {
 
 void CallGroupDAO::startElement(const char* name, const char** attributes) {
     m_request.startElement(name, attributes);
-}
-
-void CallGroupDAO::characters(const char* text, int length) {
-    m_request.addCharacters(text, length);
 }
 
 void CallGroupDAO::endElement(const char* name) {
@@ -134,9 +119,6 @@ PairList CallGroupDAO::readConditions() const {
 }
 
 int CallGroupDAO::updateRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList conditions = m_request.selectPairs();
     conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
     PairList newValues = m_request.entryPairs();
@@ -148,7 +130,7 @@ int CallGroupDAO::updateRequest() {
 /// The group that the request selects by its number alone and that it does not renumber; blank when
 /// there is no such.
 std::string CallGroupDAO::numberOfGroup() const {
-    const auto isNumber = [](const auto& pair) { return pair.first == numberColumn; };
+    const auto isNumber = [](const auto& pair) { return pair.first == NumberColumn; };
     const PairList& selected = m_request.selectPairs();
     const PairList& values = m_request.entryPairs();
     const auto found = std::find_if(selected.begin(), selected.end(), isNumber);
@@ -160,35 +142,31 @@ std::string CallGroupDAO::numberOfGroup() const {
 
 int CallGroupDAO::readRequest() {
     m_resultColumns = m_request.resultColumns();
-    if (m_dbAdapter == nullptr || !DASUtils::areResultColumns(m_resultColumns)) {
+    if (!DASUtils::areResultColumns(m_resultColumns)) {
         return 1;
     }
     const auto read = [this] {
-        PairList orderBy;
-        return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, readConditions(), orderBy,
-                                         m_resultRows, "", "");
+        return DASUtils::readRows(*m_dbAdapter, m_tableName, m_resultColumns, readConditions(),
+                                  m_resultRows);
     };
     return readEntries(read, fieldNames(), true);
 }
 
 int CallGroupDAO::rowCountRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList conditions = readConditions();
     return m_dbAdapter->getRowCount(m_tableName, conditions, m_count);
 }
 
 int CallGroupDAO::getRowCount(std::string& count) {
     count = "0";
-    return m_dbAdapter != nullptr ? DASUtils::getRowCount(*m_dbAdapter, m_tableName, count) : 0;
+    return DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
 
 int CallGroupDAO::resetRequest() {
     const std::vector<std::string>& numbers = groupNumbers();
     return forEachEntry(numbers.size(), [&](std::size_t i) {
         PairList conditions = {{UserContextTagName, DASUtils::convertToDBFormat(m_responseUser)},
-                               {numberColumn, numbers[i]}};
+                               {NumberColumn, numbers[i]}};
         PairList newValues = blankValues();
         const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
         ChangeScope::noteRow(*m_dbAdapter, {}, m_responseUser);
@@ -196,12 +174,8 @@ int CallGroupDAO::resetRequest() {
     });
 }
 
-std::string CallGroupDAO::schemaName() {
-    return m_schemaName;
-}
-
 std::string CallGroupDAO::responseData() {
-    if (m_responseReason == rowCountResponse) {
+    if (m_responseReason == RowCountResponse) {
         return ListRequest::countAnswer(m_count);
     }
     return takeEntries();
@@ -209,7 +183,7 @@ std::string CallGroupDAO::responseData() {
 
 /// The table comes with its groups or not at all: those of a user that it lacks are never added.
 bool CallGroupDAO::createMissingGroups() {
-    if (m_dbAdapter == nullptr || m_dbAdapter->isTableThere(m_tableName)) {
+    if (m_dbAdapter->isTableThere(m_tableName)) {
         return false;
     }
     const ChangeScope::Unreported unreported(*m_dbAdapter);
@@ -235,9 +209,6 @@ int CallGroupDAO::insertTogether(const std::function<int()>& insert) {
 }
 
 int CallGroupDAO::insertDefaultRows(bool onlyMissing) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     return insertTogether([&] {
         const bool isMissing = !onlyMissing || m_dbAdapter->isKnownToBeEmpty(m_tableName);
         return isMissing ? insertGroupsOf({UserContextBase, UserContextVisitor}) : 0;
@@ -257,9 +228,6 @@ int CallGroupDAO::insertGroupsOf(const std::vector<std::string>& contexts) {
 }
 
 int CallGroupDAO::insertDefaultRows(const std::string& context) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     if (createMissingGroups()) {
         return 0;
     }
@@ -268,7 +236,7 @@ int CallGroupDAO::insertDefaultRows(const std::string& context) {
         if (removed == 0) {
             return insertGroupsOf({context});
         }
-        // What a start that met a full disk left behind has no groups of anybody.
+        // A table that a start on a full disk left has no groups of any user.
         return m_dbAdapter->isKnownToBeEmpty(m_tableName)
                    ? insertGroupsOf({UserContextBase, UserContextVisitor})
                    : removed;
@@ -276,32 +244,15 @@ int CallGroupDAO::insertDefaultRows(const std::string& context) {
 }
 
 int CallGroupDAO::initialiseMobilityUserData(const std::string& context) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     (void)createMissingGroups();
     PairList conditions = {{UserContextTagName, DASUtils::escapeAndQuote(context)}};
     PairList newValues = blankValues();
     return m_dbAdapter->update(m_tableName, conditions, newValues, false);
 }
 
-int CallGroupDAO::copyBaseDataToVisitor() {
-    return copyBaseDataToVisitor(UserContextTagName, m_tableName);
-}
-
-int CallGroupDAO::deleteContextData(const std::string& context) {
-    return deleteContextData(context, UserContextTagName, m_tableName);
-}
-
-int CallGroupDAO::exportData(PairList& conditions, std::string& location) {
-    (void)DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location,
-                                                        conditions);
-    return 0;
-}
-
 int CallGroupDAO::importData(std::string& location) {
     (void)createMissingGroups();
-    std::vector<std::string> columns = allColumns();
+    std::vector<std::string> columns = columnNames();
     return importDataFromFile(m_tableName, columns, location) ? 0 : 1;
 }
 
@@ -310,7 +261,7 @@ int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory c
     const bool isVisitor =
         category == visitor && !DASUtils::isActiveMobilityModeIsBasic(m_dbAdapter);
     const std::string& context = isVisitor ? UserContextVisitor : UserContextBase;
-    std::vector<std::string> columns = allColumns();
+    std::vector<std::string> columns = columnNames();
     return importRowsOfUser(location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
         const int result = updateItemInTable(m_tableName, columns, fields);
@@ -321,13 +272,10 @@ int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory c
 
 int CallGroupDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                     std::vector<std::string>& values) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList conditions;
     PairList newValues;
     for (std::size_t i = 0; i < names.size(); ++i) {
-        const bool selects = names[i] == UserContextTagName || names[i] == numberColumn;
+        const bool selects = names[i] == UserContextTagName || names[i] == NumberColumn;
         (selects ? conditions : newValues)
             .emplace_back(names[i],
                           DASUtils::escapeAndQuote(ClientUtils::unescapeXMLString(values.at(i))));

@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "dao/DataAccessObject.h"
-#include "dao/ListRequest.h"
+#include "dao/ListDAO.h"
 
 // The parser callbacks of the call groups; the user data is the CallGroupDAO.
 void CallGroupDAOXmlStartElement(void* dao, const char* name, const char** attributes);
@@ -20,15 +19,14 @@ void CallGroupDAOXmlCharacterDataHandler(void* dao, const char* text, int length
  * Every user has all sixteen from the start. Requests change their names and ring tones alone;
  * nothing adds or removes one, so a write and a delete are refused as unknown reasons.
  */
-class CallGroupDAO : public DataAccessObject {
+class CallGroupDAO : public ListDAO {
 public:
     CallGroupDAO();
     /// @p adapter is not owned and may be null.
     explicit CallGroupDAO(DatabaseAdapter* adapter);
-    ~CallGroupDAO() override;
+    ~CallGroupDAO() override = default;
 
     void handleRequest(const char* text, int length) override;
-    std::string schemaName() override;
     std::string responseData() override;
 
     using DataAccessObject::insertDefaultRows;
@@ -45,13 +43,7 @@ public:
     int insertDefaultRows(const std::string& context) override;
     /// Blanks names and ring tones of one user; the groups stay.
     int initialiseMobilityUserData(const std::string& context) override;
-    using DataAccessObject::copyBaseDataToVisitor;
-    int copyBaseDataToVisitor() override;
-    using DataAccessObject::deleteContextData;
-    int deleteContextData(const std::string& context) override;
 
-    /// 0 always: a file that can't be written is in the log.
-    int exportData(PairList& conditions, std::string& location) override;
     /// Sets the groups that the lines of a file name: user, number, name and ring tone. 0 whatever
     /// the file held, 1 when it did not open.
     int importData(std::string& location) override;
@@ -65,7 +57,7 @@ public:
     int readRequest() override;
 
     /// Sets the group that one line of a data file names; XML escapes are undone. 0 also when there
-    /// is no such group. Fewer values than columns raise std::out_of_range.
+    /// is no such group. Fewer values than columns throw std::out_of_range.
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
 
@@ -77,7 +69,6 @@ public:
 
     // Parser events.
     void startElement(const char* name, const char** attributes);
-    void characters(const char* text, int length);
     void endElement(const char* name);
 
 private:
@@ -88,9 +79,6 @@ private:
     int insertGroup(const std::string& context, const std::string& number);
     /// Select pairs, entry pairs and the user, in this order.
     PairList readConditions() const;
-
-    ListRequest m_request;
-    std::string m_count;
 };
 
 #endif

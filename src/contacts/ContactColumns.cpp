@@ -1,12 +1,15 @@
+// Types that only some columns have stand here, not in the table of columns, so that the table
+// stays readable by rows.
+
 #include "contacts/ContactColumns.h"
 
 #include <strings.h>
 
 #include <algorithm>
 
-const std::string ContactColumns::numberType = "INTEGER PRIMARY KEY AUTOINCREMENT";
-const std::string ContactColumns::surnameType = "TEXT NOT NULL";
-const std::string ContactColumns::groupElement = "Group";
+const std::string ContactColumns::NumberType = "INTEGER PRIMARY KEY AUTOINCREMENT";
+const std::string ContactColumns::SurnameType = "TEXT NOT NULL";
+const std::string ContactColumns::GroupElement = "Group";
 
 bool ContactColumns::isColumn(const std::string& name) {
     return std::any_of(std::begin(All), std::end(All), [&](const Column& column) {

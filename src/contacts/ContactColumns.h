@@ -13,9 +13,9 @@
  */
 namespace ContactColumns {
 
-extern const std::string numberType;
-extern const std::string surnameType;
-extern const std::string groupElement;
+extern const std::string NumberType;
+extern const std::string SurnameType;
+extern const std::string GroupElement;
 
 /// A column of the table, and the element in which it travels.
 struct Column {
@@ -32,16 +32,16 @@ constexpr Column text(const std::string& name) {
 /// In the order of the table.
 inline constexpr Column All[] = {
     {&DASUtilsStrings::UserContextTagName, &DASUtilsStrings::columnTypeText, nullptr},
-    {&DASUtilsStrings::PhonebookUniqueIDTagName, &numberType,
+    {&DASUtilsStrings::PhonebookUniqueIDTagName, &NumberType,
      &DASUtilsStrings::PhonebookUniqueIDTagName},
-    {&DASUtilsStrings::PhonebookSurnameTagName, &surnameType,
+    {&DASUtilsStrings::PhonebookSurnameTagName, &SurnameType,
      &DASUtilsStrings::PhonebookSurnameTagName},
     text(DASUtilsStrings::PhonebookFirstnameTagName),
     text(DASUtilsStrings::PhonebookOfficeTagName),
     text(DASUtilsStrings::PhonebookMobileTagName),
     text(DASUtilsStrings::PhonebookPrivateTagName),
     text(DASUtilsStrings::PhonebookEmailTagName),
-    {&DASUtilsStrings::PhonebookCallGroupTagName, &DASUtilsStrings::columnTypeText, &groupElement},
+    {&DASUtilsStrings::PhonebookCallGroupTagName, &DASUtilsStrings::columnTypeText, &GroupElement},
     text(DASUtilsStrings::PhonebookDefaultNumberTagName),
     text(DASUtilsStrings::PhonebookCompanyTagName),
     text(DASUtilsStrings::PhonebookOffice2TagName),

@@ -1,41 +1,46 @@
+// The table alone, apart from its requests: the phone book needs it for what it hides, and must not
+// know the calls.
+
+#define DAS_LOG_SOURCE "./src/ConversationsDAO"
+
 #include "contacts/ConversationsTable.h"
 
 #include "DASUtilsStrings.h"
-#include "database/Logging.h"
+#include "Log.h"
 
-const std::string ConversationsColumns::numberColumn = "UniqueId";
-const std::string ConversationsColumns::contactColumn = "PhonebookId";
-const std::string ConversationsColumns::callColumn = "CallLogId";
+const std::string ConversationsColumns::NumberColumn = "UniqueId";
+const std::string ConversationsColumns::ContactColumn = "PhonebookId";
+const std::string ConversationsColumns::CallColumn = "CallLogId";
 
 namespace {
 
 using namespace DASUtilsStrings;
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/ConversationsDAO";
-
-const std::string numberType = "INTEGER PRIMARY KEY AUTOINCREMENT";
+const std::string NumberType = "INTEGER PRIMARY KEY AUTOINCREMENT";
 // "empty" is the default text of an id that is not given: kept on purpose, older tables have it.
-const std::string idType = "TEXT DEFAULT empty";
+const std::string IdType = "TEXT DEFAULT empty";
 
 const std::shared_ptr<const TableLayout>& layout() {
     static const auto shared = std::make_shared<const TableLayout>(
-        TableLayout{ConversationsSchema,
-                    ConversationsTableName,
-                    false,
-                    false,
-                    {{ConversationsColumns::numberColumn, numberType, ""},
-                     {UserContextTagName, columnTypeText, ""},
-                     {ConversationsColumns::contactColumn, idType, ""},
-                     {ConversationsColumns::callColumn, idType, ""}},
-                    {}});
+        TableLayout::of(ConversationsSchema, ConversationsTableName,
+                        {{ConversationsColumns::NumberColumn, NumberType},
+                         {UserContextTagName, columnTypeText},
+                         {ConversationsColumns::ContactColumn, IdType},
+                         {ConversationsColumns::CallColumn, IdType}}));
     return shared;
 }
 
 }  // namespace
 
 ConversationsTable::ConversationsTable(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter, layout()) {}
+    : ListDAO(adapter, layout(), fields()) {}
+
+const std::vector<std::string>& ConversationsTable::fields() {
+    static const std::vector<std::string> names = {ConversationsColumns::NumberColumn,
+                                                   ConversationsColumns::ContactColumn,
+                                                   ConversationsColumns::CallColumn};
+    return names;
+}
 
 std::string ConversationsTable::allNamedIn(const std::string& column) {
     const std::string name = ConversationsTableName + "." + column;
@@ -45,9 +50,6 @@ std::string ConversationsTable::allNamedIn(const std::string& column) {
 
 int ConversationsTable::createTable() {
     DAS_LOG(6, "createTable");
-    PairList newColumns;
-    for (const auto& column : columns()) {
-        newColumns.emplace_back(column.name, column.type);
-    }
+    PairList newColumns = namesAndTypes();
     return createTableUnlessThere(newColumns);
 }

@@ -1,72 +1,31 @@
+// The phone book as clients see it: what a request means in SQL, and the files of management. What
+// a request brings is read by ContactFields.
+
+#define DAS_LOG_COMPONENT "PhonebookDAO"
+
 #include "contacts/PhonebookDAO.h"
 
 #include <algorithm>
 #include <iterator>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "Storage.h"
 #include "contacts/ConversationsTable.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
-#include "database/Logging.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
 
-constexpr const char* LogComponent = "PhonebookDAO";
-constexpr const char* LogSource = "./src/PhonebookDAO";
+const std::string SearchNumberReason = "search_phone_number";
+const std::string SearchExternalIdReason = "search_by_external_id";
 
-/// The columns that a request may name: all but the user's.
-const ContactColumns::Column* const FieldColumns =
-    ContactColumns::All + ContactColumns::NumberPlace;
-
-/// Places of fields, one less than those of their columns.
-enum FieldPlace : std::size_t {
-    NumberField = ContactColumns::NumberPlace - 1,
-    SurnameField = ContactColumns::SurnamePlace - 1,
-    FirstnameField = ContactColumns::FirstnamePlace - 1
-};
-
-/// Elements after those of the columns: a part of a name, and the field that it searches.
-struct Pattern {
-    const char* element;
-    FieldPlace field;
-};
-constexpr Pattern Patterns[] = {{"SurnameLike", SurnameField}, {"FirstnameLike", FirstnameField}};
-
-const std::string rowCountRequestReason = "rowcount_request";
-const std::string rowCountResponse = "rowcount_response";
-const std::string searchNumberReason = "search_phone_number";
-const std::string searchExternalIdReason = "search_by_external_id";
-
-const char* const dataDirectory = "/data/";
-constexpr int highestDiskUsage = 90;
+const char* const DataDirectory = "/data/";
+constexpr int HighestDiskUsage = 90;
 const AssignedNumbers::Key NumberKey = {PhoneBookTableName, PhonebookUniqueIDTagName};
-const std::string patternWord = "LIKE";
-
-/// The elements of requests.
-const std::vector<std::string>& requestNames() {
-    static const std::vector<std::string> names = [] {
-        std::vector<std::string> all = ContactColumns::elements();
-        for (const Pattern& pattern : Patterns) {
-            all.emplace_back(pattern.element);
-        }
-        return all;
-    }();
-    return names;
-}
-
-/// The columns of a data file: the user, and those from the place @p first on.
-std::vector<std::string> fileColumns(ContactColumns::Place first) {
-    std::vector<std::string> names = {UserContextTagName};
-    for (std::size_t place = first; place < ContactColumns::Count; ++place) {
-        names.push_back(*ContactColumns::All[place].name);
-    }
-    return names;
-}
-
 /// A value of a data file in database form.
 std::string cellOfFile(DatabaseAdapter& adapter, const std::string& column,
                        const std::string& value) {
@@ -79,20 +38,19 @@ std::string cellOfFile(DatabaseAdapter& adapter, const std::string& column,
 }
 
 const std::shared_ptr<const TableLayout>& layout() {
-    static const std::shared_ptr<const TableLayout> shared = [] {
-        auto made = std::make_shared<TableLayout>();
-        made->schema = PhoneBookSchema;
-        made->table = PhoneBookTableName;
+    static const auto shared = [] {
+        PairList columns;
         for (const ContactColumns::Column& column : ContactColumns::All) {
-            made->columns.emplace_back(*column.name, *column.type, "");
+            columns.emplace_back(*column.name, *column.type);
         }
-        return made;
+        return std::make_shared<const TableLayout>(
+            TableLayout::of(PhoneBookSchema, PhoneBookTableName, columns));
     }();
     return shared;
 }
 
 constexpr RequestParser Parser = {PhonebookDAOXmlStartElement, PhonebookDAOXmlEndElement,
-                                  PhonebookDAOXmlCharacterDataHandler, LogComponent,
+                                  PhonebookDAOXmlCharacterDataHandler, "PhonebookDAO",
                                   "Parsing a PhonebookDAO request '%s' failed."};
 
 }  // namespace
@@ -112,15 +70,12 @@ void PhonebookDAOXmlCharacterDataHandler(void* dao, const char* text, int length
 PhonebookDAO::PhonebookDAO() : PhonebookDAO(nullptr) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter)
-    : DataAccessObject(adapter, layout()),
-      m_request(requestNames(), m_schemaName, m_requestContext, m_reason, m_limits) {}
+    : ListDAO(adapter, layout(), ContactFields::elements()) {}
 
 PhonebookDAO::PhonebookDAO(DatabaseAdapter* adapter, std::vector<std::string> columnsToSkip)
     : PhonebookDAO(adapter) {
     (void)createTable(std::move(columnsToSkip));  // a failure is in the log
 }
-
-PhonebookDAO::~PhonebookDAO() = default;
 
 void PhonebookDAO::handleRequest(const char* text, int length) {
     static constexpr Operation<PhonebookDAO> Operations[] = {
@@ -128,9 +83,9 @@ void PhonebookDAO::handleRequest(const char* text, int length) {
         {&UpdateRequest, &PhonebookDAO::updateRequest, &UpdateResponse},
         {&ReadRequest, &PhonebookDAO::readRequest, &ReadResponse},
         {&DeleteRequest, &PhonebookDAO::deleteRequest, &DeleteResponse},
-        {&rowCountRequestReason, &PhonebookDAO::rowCountRequest, &rowCountResponse},
-        {&searchNumberReason, &PhonebookDAO::searchPhoneNumberRequest, &ReadResponse},
-        {&searchExternalIdReason, &PhonebookDAO::searchByExternalIdRequest, &ReadResponse},
+        {&RowCountRequest, &PhonebookDAO::rowCountRequest, &RowCountResponse},
+        {&SearchNumberReason, &PhonebookDAO::searchPhoneNumberRequest, &ReadResponse},
+        {&SearchExternalIdReason, &PhonebookDAO::searchByExternalIdRequest, &ReadResponse},
     };
     DAS_LOG(5, "handleRequest: %s", LoggedText::request(text != nullptr ? text : "").c_str());
     if (!parseRequest(text, length, Parser)) {
@@ -149,78 +104,24 @@ void PhonebookDAO::handleRequest(const char* text, int length) {
 void PhonebookDAO::startElement(const char* name, const char** attributes) {
     m_request.startElement(name, attributes);
     if (ListRequest::isEntry(name)) {
-        m_entryBegin = m_fields.size();
+        m_fields.beginEntry();
     }
-}
-
-void PhonebookDAO::characters(const char* text, int length) {
-    m_request.addCharacters(text, length);
 }
 
 void PhonebookDAO::endElement(const char* name) {
     const int element = m_request.endElement(name);
     if (ListRequest::isEntry(name)) {
-        m_contacts.emplace_back(m_entryBegin, m_fields.size());
+        m_fields.endEntry();
     }
-    if (element == ListRequest::NoField) {
-        return;
+    if (element != ListRequest::NoField) {
+        m_fields.add(static_cast<std::size_t>(element), m_request.text(), m_request.isInEntry());
+        m_limits.checkValues(m_fields.selected());
     }
-    const auto place = static_cast<std::size_t>(element);
-    if (place < FieldCount) {
-        addField(place, m_request.text(), false);
-    } else {
-        addField(Patterns[place - FieldCount].field,
-                 patternWord + " " + DASUtils::convertToDBFormat("%" + m_request.text() + "%"),
-                 true);
-    }
-}
-
-void PhonebookDAO::addField(std::size_t place, std::string text, bool isPattern) {
-    m_fields.push_back(
-        {std::move(text), static_cast<unsigned char>(place), isPattern, m_request.isInEntry()});
-    m_selected += m_request.isInEntry() ? 0 : 1;
-    m_limits.checkValues(m_selected);
-}
-
-PhonebookDAO::Fields PhonebookDAO::fieldsOf(const Stretch& entry) const {
-    static const Field none;
-    Fields fields;
-    fields.fill(&none);
-    for (std::size_t i = entry.first; i < entry.second; ++i) {
-        fields[m_fields[i].place] = &m_fields[i];
-    }
-    return fields;
-}
-
-PhonebookDAO::Fields PhonebookDAO::lastFields() const {
-    return fieldsOf({m_entryBegin, m_fields.size()});
 }
 
 int PhonebookDAO::buildParams(PairList& params) const {
     params.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
-    if (m_contacts.empty()) {
-        return 0;
-    }
-    const Fields first = fieldsOf(m_contacts.front());
-    const Fields last = lastFields();
-    for (std::size_t place = 0; place < FieldCount; ++place) {
-        if (first[place]->text.empty()) {
-            continue;
-        }
-        const Field& field = *last[place];
-        const bool isNumber = place == NumberField;
-        const bool isName = place == SurnameField || place == FirstnameField;
-        // A plain name that holds the word would go into the statement as it is: refused.
-        const bool isBare =
-            isNumber || (isName && field.text.find(patternWord) != std::string::npos);
-        if (isBare && !(isNumber ? DASUtils::isIdentifier(field.text)
-                                 : field.isPattern && DASUtils::isPattern(field.text))) {
-            return 1;
-        }
-        params.emplace_back(*FieldColumns[place].name,
-                            isBare ? field.text : DASUtils::convertToDBFormat(field.text));
-    }
-    return 0;
+    return m_fields.appendConditions(params) ? 0 : 1;
 }
 
 void PhonebookDAO::extractResultColumns() {
@@ -229,7 +130,7 @@ void PhonebookDAO::extractResultColumns() {
 
 std::vector<std::string> PhonebookDAO::columnsToRead() const {
     std::vector<std::string> columns = m_resultColumns;
-    std::replace(columns.begin(), columns.end(), ContactColumns::groupElement,
+    std::replace(columns.begin(), columns.end(), ContactColumns::GroupElement,
                  PhonebookCallGroupTagName);
     return columns;
 }
@@ -243,7 +144,7 @@ int PhonebookDAO::buildReadQuery(PairList& params) {
 
 int PhonebookDAO::readRequest() {
     PairList params;
-    if (m_dbAdapter == nullptr || buildReadQuery(params) != 0) {
+    if (buildReadQuery(params) != 0) {
         return 1;
     }
     PairList hidden;
@@ -252,7 +153,7 @@ int PhonebookDAO::readRequest() {
     if (calculateIfReadAll(m_tableName) && !m_resultColumns.empty()) {
         (void)ConversationsTable(m_dbAdapter).createMissingTable();
         hidden.emplace_back("PHONE_BOOK.UniqueID",
-                            ConversationsTable::allNamedIn(ConversationsColumns::contactColumn));
+                            ConversationsTable::allNamedIn(ConversationsColumns::ContactColumn));
     }
     PairList none;
     PairList orderBy = {{"UPPER(" + PhonebookSurnameTagName + ")", ""}};
@@ -267,7 +168,7 @@ int PhonebookDAO::readRequest() {
 int PhonebookDAO::search(const char* logLine) {
     DAS_LOG(5, "%s", logLine);
     PairList params;
-    const bool isGood = m_dbAdapter != nullptr && buildReadQuery(params) == 0 &&
+    const bool isGood = buildReadQuery(params) == 0 &&
                         (m_request.rowLimit().empty() || DASUtils::isNumber(m_request.rowLimit()));
     const auto read = [&] {
         PairList orderBy;
@@ -288,7 +189,7 @@ int PhonebookDAO::searchByExternalIdRequest() {
 
 int PhonebookDAO::rowCountRequest() {
     PairList params;
-    if (m_dbAdapter == nullptr || buildParams(params) != 0) {
+    if (buildParams(params) != 0) {
         return 1;
     }
     return m_dbAdapter->getRowCount(m_tableName, params, m_count);
@@ -296,15 +197,15 @@ int PhonebookDAO::rowCountRequest() {
 
 int PhonebookDAO::deleteRequest() {
     PairList params;
-    const Fields fields = lastFields();
+    const ContactFields::Fields fields = m_fields.last();
     const bool hasPattern = std::any_of(fields.begin(), fields.end(),
-                                        [](const Field* field) { return field->isPattern; });
-    if (m_dbAdapter == nullptr || hasPattern || buildParams(params) != 0) {
+                                        [](const auto* field) { return field->isPattern; });
+    if (hasPattern || buildParams(params) != 0) {
         return 1;
     }
-    const auto selected =
-        std::find_if(params.begin(), params.end(),
-                     [](const auto& pair) { return pair.first == PhonebookUniqueIDTagName; });
+    const auto selected = std::find_if(params.begin(), params.end(), [](const auto& pair) {
+        return pair.first == PhonebookUniqueIDTagName;
+    });
     const std::string number = selected != params.end() ? selected->second : std::string();
     const int result = m_dbAdapter->deleteRow(m_tableName, params);
     ChangeScope::noteNumber(*m_dbAdapter, number, m_responseUser);
@@ -314,15 +215,15 @@ int PhonebookDAO::deleteRequest() {
 int PhonebookDAO::updateRequest() {
     PairList conditions;
     PairList newValues;
-    for (const Field& field : m_fields) {
+    for (const ContactFields::Field& field : m_fields.all()) {
         if (!field.isPattern) {
             (field.inEntry ? newValues : conditions)
-                .emplace_back(*FieldColumns[field.place].name,
+                .emplace_back(*ContactFields::Columns[field.place].name,
                               DASUtils::convertToDBFormat(field.text));
         }
     }
     // Without a condition the update would reach every contact of every user.
-    if (m_dbAdapter == nullptr || conditions.empty()) {
+    if (conditions.empty()) {
         return 1;
     }
     const bool numbersAreGood =
@@ -343,23 +244,13 @@ void PhonebookDAO::noteUpdate() {
     if (ChangeScope::heard() == nullptr) {
         return;
     }
-    std::string number;
-    bool isNumberKept = true;
-    for (const Field& field : m_fields) {
-        if (field.place == NumberField && !field.inEntry) {
-            isNumberKept = isNumberKept && number.empty();
-            number = field.text;
-        } else if (field.place == NumberField) {
-            isNumberKept = isNumberKept && field.text == number;
-        }
-    }
+    const std::string number = m_fields.updatedNumber();
     Rows rows;
-    PairList orderBy;
     const bool isKnown =
-        isNumberKept && !number.empty() &&
-        m_dbAdapter->executeQuery(m_tableName, {UserContextTagName},
-                                  {{PhonebookUniqueIDTagName, DASUtils::convertToDBFormat(number)}},
-                                  orderBy, rows, "", "") == 0 &&
+        !number.empty() &&
+        DASUtils::readRows(*m_dbAdapter, m_tableName, {UserContextTagName},
+                           {{PhonebookUniqueIDTagName, DASUtils::convertToDBFormat(number)}},
+                           rows) == 0 &&
         rows.size() == 1;
     ChangeScope::noteNumber(*m_dbAdapter, isKnown ? number : std::string(),
                             isKnown ? rows[0].at(0) : std::string());
@@ -376,13 +267,10 @@ int PhonebookDAO::writeWithTable() {
 }
 
 int PhonebookDAO::writeRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     DAS_LOG(5, "writeRequest");
     m_lastNumber = 0;
-    const int usage = Storage::checkDiskUsage(dataDirectory);
-    if (usage > highestDiskUsage) {
+    const int usage = Storage::checkDiskUsage(DataDirectory);
+    if (usage > HighestDiskUsage) {
         DAS_LOG(2, "writeRequest Out of disk space %d%% full\n", usage);
         return -1;
     }
@@ -392,46 +280,39 @@ int PhonebookDAO::writeRequest() {
 }
 
 int PhonebookDAO::insertContacts() {
-    if (m_contacts.size() > 1) {
-        return forEachEntry(m_contacts.size(),
-                            [this](std::size_t index) { return insertContact(index); });
+    const std::size_t count = m_fields.contacts();
+    if (count > 1) {
+        return forEachEntry(count, [this](std::size_t index) { return insertContact(index); });
     }
-    return m_contacts.empty() ? -1 : insertContact(0);
+    return count == 0 ? -1 : insertContact(0);
 }
 
 int PhonebookDAO::insertContact(std::size_t index) {
-    const Fields fields = fieldsOf(m_contacts[index]);
-    const std::string& number = fields[NumberField]->text;
+    const ContactFields::Fields fields = m_fields.of(index);
+    const std::string& number = fields[ContactFields::Number]->text;
     const bool isGood =
         number.empty() || (DASUtils::isIdentifier(number) &&
                            AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, number));
-    if (!isGood || fields[SurnameField]->isPattern || fields[FirstnameField]->isPattern) {
+    if (!isGood || fields[ContactFields::Surname]->isPattern ||
+        fields[ContactFields::Firstname]->isPattern) {
         return 1;
     }
     std::vector<std::string> values;
-    values.reserve(1 + FieldCount);
+    values.reserve(ContactColumns::Count);
     values.push_back(DASUtils::convertToDBFormat(m_responseUser));
     values.push_back(number.empty() ? m_numbers.valueOf(index) : number);
-    for (std::size_t field = SurnameField; field < FieldCount; ++field) {
+    for (std::size_t field = ContactFields::Surname; field < ContactFields::Count; ++field) {
         values.push_back(DASUtils::convertToDBFormat(fields[field]->text));
     }
-    const int result = m_dbAdapter->insert(m_tableName, values, &m_lastNumber);
-    if (result == 0 && number.empty()) {
-        m_numbers.keep(index, m_lastNumber);
-    }
-    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
-    return result;
-}
-
-std::string PhonebookDAO::schemaName() {
-    return m_schemaName;
+    return noteStored(index, number.empty(),
+                      m_dbAdapter->insert(m_tableName, values, &m_lastNumber));
 }
 
 std::string PhonebookDAO::responseData() {
     if (m_responseReason == WriteResponse) {
         return ListRequest::numberAnswer(PhonebookUniqueIDTagName, m_lastNumber);
     }
-    if (m_responseReason == rowCountResponse) {
+    if (m_responseReason == RowCountResponse) {
         return ListRequest::countAnswer(m_count);
     }
     return takeEntries();
@@ -447,9 +328,6 @@ int PhonebookDAO::createTable() {
 
 int PhonebookDAO::createTable(std::vector<std::string> columnsToSkip) {
     DAS_LOG(6, "createTable - columnsToSki.size[%d]", static_cast<int>(columnsToSkip.size()));
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     if (tagIsInVector(UserContextTagName, columnsToSkip)) {
         DAS_LOG(2, "createTable - UserContextTagName cannot be skipped");
     }
@@ -463,9 +341,6 @@ int PhonebookDAO::createTable(std::vector<std::string> columnsToSkip) {
 }
 
 int PhonebookDAO::createPhonenumberIndices() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     (void)createMissingTable();
     m_dbAdapter->createIndicesForTable(
         m_tableName, {PhonebookOfficeTagName, PhonebookMobileTagName, PhonebookPrivateTagName,
@@ -473,37 +348,14 @@ int PhonebookDAO::createPhonenumberIndices() {
     return 0;
 }
 
-int PhonebookDAO::initialiseMobilityUserData(const std::string& context) {
-    return deleteContextData(context);
-}
-
-int PhonebookDAO::copyBaseDataToVisitor() {
-    return copyBaseDataToVisitor(UserContextTagName, m_tableName);
-}
-
-int PhonebookDAO::deleteContextData(const std::string& context) {
-    return deleteContextData(context, UserContextTagName, m_tableName);
-}
-
 int PhonebookDAO::deleteVisitorPhonebook() {
     return deleteVisitorPhonebook(m_tableName);
 }
 
-int PhonebookDAO::exportData(PairList& conditions, std::string& location) {
-    (void)DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location,
-                                                        conditions);
-    return 0;
-}
-
-int PhonebookDAO::importData(std::string& location) {
-    (void)createMissingTable();
-    std::vector<std::string> columns = fileColumns(ContactColumns::NumberPlace);
-    return importDataFromFile(m_tableName, columns, location) ? 0 : 1;
-}
-
 int PhonebookDAO::importDataForUser(const std::string& location, eUserCategory category) {
     const std::string& context = category == visitor ? UserContextVisitor : UserContextBase;
-    std::vector<std::string> columns = fileColumns(ContactColumns::SurnamePlace);
+    std::vector<std::string> columns = columnNames();
+    columns.erase(columns.begin() + ContactColumns::NumberPlace);
     (void)createMissingTable();
     return replaceRowsOfUser(context, location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
@@ -516,9 +368,6 @@ int PhonebookDAO::importDataForUser(const std::string& location, eUserCategory c
 
 int PhonebookDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                     std::vector<std::string>& values) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     if (names.size() != values.size()) {
         DAS_LOG(3,
                 "updateItemInTable() columnNames.size()=%d does not match parseResults.size()=%d",

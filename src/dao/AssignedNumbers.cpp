@@ -1,16 +1,16 @@
+// SQLite gives a new row the number after the highest one, so a single row at the end of the range
+// would stop the table for good: numbers that a client assigns are held below.
+
 #include "dao/AssignedNumbers.h"
 
 #include <algorithm>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/AssignedNumbers";
 
 const std::string NewNumber = "NULL";
 

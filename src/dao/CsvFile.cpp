@@ -1,17 +1,17 @@
+// A line is a row: values are joined by commas, and only a comma within a value is escaped. The
+// format is older than this software, and files of all releases have to be read.
+
 #include "dao/CsvFile.h"
 
 #include <stdexcept>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "Progress.h"
 #include "Work.h"
 #include "dao/DASUtils.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/CsvFile";
 
 /// Seldom enough to cost nothing, often enough for a bar that moves.
 constexpr std::size_t LinesBetweenReports = 50;

@@ -70,7 +70,7 @@ public:
 
     /**
      * Gives the fields of each further line that has any to @p store, which may change them and
-     * returns 0 for success. A line that makes it raise std::out_of_range is logged at level 2 and
+     * returns 0 for success. A line that makes it throw std::out_of_range is logged at level 2 and
      * counts as a failure; the others go on. How much of an ordinary file is read is reported.
      *
      * @return how many lines were not stored

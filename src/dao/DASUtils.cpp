@@ -1,3 +1,6 @@
+// Texts of requests enter statements as text, so whatever is quoted is escaped first, and whatever
+// can't be quoted has a form that is tested.
+
 #include "dao/DASUtils.h"
 
 #include <strings.h>
@@ -10,10 +13,10 @@
 
 namespace {
 
-const std::string singleQuote = "'";
-const std::string startTagOpening = "<";
-const std::string endTagOpening = "</";
-const std::string tagClosing = ">";
+const std::string SingleQuote = "'";
+const std::string StartTagOpening = "<";
+const std::string EndTagOpening = "</";
+const std::string TagClosing = ">";
 
 bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
@@ -33,10 +36,8 @@ bool isSignedDigits(Iterator begin, Iterator end) {
 
 void appendTag(std::string& out, const std::string& opening, const std::string& name) {
     out.clear();
-    out.reserve(opening.size() + name.size() + tagClosing.size());
-    out += opening;
-    out += name;
-    out += tagClosing;
+    out.reserve(opening.size() + name.size() + TagClosing.size());
+    out.append(opening).append(name).append(TagClosing);
 }
 
 /// Cells of a word of ResultCols, 0 for all columns of a table that @p tables lacks. SQLite
@@ -60,13 +61,13 @@ std::string replaceAll(const std::string& text, const std::string& from, const s
     }
     std::string result;
     result.reserve(text.size());
-    std::size_t behind = 0;
-    for (; place != std::string::npos; place = text.find(from, behind)) {
-        result.append(text, behind, place - behind);
+    std::size_t next = 0;
+    for (; place != std::string::npos; place = text.find(from, next)) {
+        result.append(text, next, place - next);
         result += to;
-        behind = place + from.size();
+        next = place + from.size();
     }
-    result.append(text, behind);
+    result.append(text, next);
     return result;
 }
 
@@ -85,11 +86,11 @@ std::string DASUtils::escapeSqlReservedCharacters(const std::string& text) {
 }
 
 std::string DASUtils::unescapeSqlReservedCharacters(const std::string& text) {
-    return replaceAll(text, "''", singleQuote);
+    return replaceAll(text, "''", SingleQuote);
 }
 
 std::string DASUtils::escapeSqlReservedString(const std::string& text) {
-    return replaceAll(text, "&apos;", singleQuote);
+    return replaceAll(text, "&apos;", SingleQuote);
 }
 
 std::string DASUtils::escapeReservedCharacter(const std::string& text, char reserved, char escape) {
@@ -98,11 +99,8 @@ std::string DASUtils::escapeReservedCharacter(const std::string& text, char rese
 
 std::string DASUtils::convertToDBFormat(const std::string& value) {
     std::string quoted;
-    quoted.reserve(value.size() + 2 * singleQuote.size());
-    quoted += singleQuote;
-    quoted += value;
-    quoted += singleQuote;
-    return quoted;
+    quoted.reserve(value.size() + 2 * SingleQuote.size());
+    return quoted.append(SingleQuote).append(value).append(SingleQuote);
 }
 
 void DASUtils::convertToDBFormat(const std::string& value, std::string& out) {
@@ -119,11 +117,11 @@ bool DASUtils::isSafeBetweenQuotes(const std::string& value) {
 }
 
 void DASUtils::createXMLStartTag(const std::string& name, std::string& out) {
-    appendTag(out, startTagOpening, name);
+    appendTag(out, StartTagOpening, name);
 }
 
 void DASUtils::createXMLEndTag(const std::string& name, std::string& out) {
-    appendTag(out, endTagOpening, name);
+    appendTag(out, EndTagOpening, name);
 }
 
 bool DASUtils::isIdentifier(const std::string& text) {
@@ -144,9 +142,9 @@ bool DASUtils::isResultColumn(const std::string& word) {
     if (dot == word.end()) {
         return true;
     }
-    const std::string behind(dot + 1, word.end());
-    return behind == "*" ||
-           (!behind.empty() && std::all_of(behind.begin(), behind.end(), isNameCharacter));
+    const std::string column(dot + 1, word.end());
+    return column == "*" ||
+           (!column.empty() && std::all_of(column.begin(), column.end(), isNameCharacter));
 }
 
 bool DASUtils::areResultColumns(const std::vector<std::string>& words) {
@@ -192,6 +190,19 @@ bool DASUtils::createColumnNameListFromDbFile(DatabaseAdapter* adapter, const st
                                               std::vector<std::string>& columns) {
     columns.clear();
     return adapter != nullptr && adapter->readColumnNames(table, columns);
+}
+
+std::string DASUtils::countOf(DatabaseAdapter& adapter, const std::string& table,
+                              PairList conditions) {
+    std::string count;
+    return adapter.countRows(table, conditions, count) == 0 ? count : std::string();
+}
+
+int DASUtils::readRows(DatabaseAdapter& adapter, const std::string& table,
+                       const std::vector<std::string>& columns, const PairList& conditions,
+                       Rows& rows) {
+    PairList orderBy;
+    return adapter.executeQuery(table, columns, conditions, orderBy, rows, "", "");
 }
 
 int DASUtils::getRowCount(DatabaseAdapter& adapter, const std::string& table, std::string& count) {

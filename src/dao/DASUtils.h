@@ -41,7 +41,7 @@ public:
 
     /// Doubles each single quote.
     static std::string escapeSqlReservedCharacters(const std::string& text);
-    /// Takes back escapeSqlReservedCharacters: of each two single quotes one stays.
+    /// Undoes escapeSqlReservedCharacters: of each two single quotes one stays.
     static std::string unescapeSqlReservedCharacters(const std::string& text);
     /// Turns each "&apos;" into a single quote.
     static std::string escapeSqlReservedString(const std::string& text);
@@ -87,6 +87,13 @@ public:
     /// Replaces @p columns by the column names of @p table. False when it can't be read.
     static bool createColumnNameListFromDbFile(DatabaseAdapter* adapter, const std::string& table,
                                                std::vector<std::string>& columns);
+    /// The rows of @p table that match, as text; empty when they can't be counted.
+    static std::string countOf(DatabaseAdapter& adapter, const std::string& table,
+                               PairList conditions = {});
+    /// Reads @p columns, all for none, of the rows of @p table that match. A raw SQLite code.
+    static int readRows(DatabaseAdapter& adapter, const std::string& table,
+                        const std::vector<std::string>& columns, const PairList& conditions,
+                        Rows& rows);
     /// Rows of @p table as text. 0 always; a failure looks like "0".
     static int getRowCount(DatabaseAdapter& adapter, const std::string& table, std::string& count);
 
@@ -134,11 +141,11 @@ public:
 
     // Data files ----------------------------------------------------------------------------------
     //
-    // The format is told in docs/csv.md. A writer gives false, and leaves an older file as it was,
-    // unless the file could be opened, every row could be read, and all of it reached the disk. A
-    // line that a reader can't use is logged, and the reader goes on with the next one.
+    // The format is described in docs/csv.md. A writer gives false, and leaves an older file as it
+    // was, unless the file could be opened, every row could be read, and all of it reached the
+    // disk. A line that a reader can't use is logged, and the reader goes on with the next one.
 
-    /// Takes the version out of a header line. False, and an empty version, when it is none.
+    /// Takes the version out of a header line. False, and an empty version, for another line.
     static bool getVersion(const std::string& line, std::string& version);
     /// Takes the column names out of a header line. False, with @p columns as they were, when it is
     /// none.
@@ -210,26 +217,12 @@ public:
 
     // Request bodies ------------------------------------------------------------------------------
 
-    /// A generic object with what the frame of its request works on. The strings are fields of the
-    /// object, which the parse fills.
-    struct RequestFrame {
-        DataAccessObject& dao;
-        DatabaseAdapter& adapter;
-        const std::string& table;
-        XmlStartHandler start;
-        XmlEndHandler end;
-        XmlCharacterHandler characters;
-        const std::string& context;  ///< of the request, escaped; empty when it names none
-        const std::string& reason;
-        std::string& user;      ///< takes the context in force, escaped
-        std::string& response;  ///< takes the reason of the response
-    };
     /**
-     * The frame of a request to a generic object: parses @p text, makes the table if it counts no
-     * rows, settles the user and runs the operation of the reason. A damaged request is served as
-     * far as it was read: kept on purpose, older clients leave the end off.
+     * The frame of a request to the generic object @p dao: parses @p text, makes the table if it
+     * counts no rows, settles the user and runs the operation of the reason. A damaged request is
+     * served as far as it was read: kept on purpose, older clients leave the end off.
      */
-    static void handleRequestHelper(const char* text, int length, const RequestFrame& frame);
+    static void handleRequestHelper(const char* text, int length, DataAccessObject& dao);
 
     /// Logs at level 5 that a request had @p reason, and the reasons that are @p served there.
     static void logUnknownReason(const std::string& reason,

@@ -5,19 +5,16 @@
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "Storage.h"
 #include "dao/CsvFile.h"
 #include "dao/DASUtils.h"
-#include "dao/SecretCells.h"
 #include "dao/GenConfigDeviceDataItems.h"
+#include "dao/SecretCells.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASUtils";
 
 const std::string VersionTag = "#$VERSION=";
 const std::string ColumnsTag = "#$COLUMNS=";
@@ -72,7 +69,6 @@ bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::s
     DAS_LOG(5, "Reading table %s", table.c_str());
     Rows rows;
     Places places;
-    PairList orderBy;
     if (adapter == nullptr || !findPlaces(*adapter, table, columns, places)) {
         return false;
     }
@@ -84,9 +80,7 @@ bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::s
         return false;
     }
     int count = 0;
-    const auto read = [&] {
-        return adapter->executeQuery(table, {}, conditions, orderBy, rows, "", "");
-    };
+    const auto read = [&] { return DASUtils::readRows(*adapter, table, {}, conditions, rows); };
     const auto write = [&](Rows& piece) {
         for (auto& row : piece) {
             secrets.hide(row);
@@ -117,7 +111,7 @@ constexpr std::size_t NameCell = 1;
 constexpr std::size_t TypeCell = 2;
 constexpr std::size_t KeyCell = 5;
 
-/// The column of @p table that numbers its rows, empty when there is none. It takes no blank text.
+/// The column of @p table that numbers its rows, empty without one. It takes no blank text.
 std::string integerKeyOf(DatabaseAdapter& adapter, const std::string& table) {
     Rows columns;
     if (adapter.executeSQLQuery("PRAGMA table_info(" + table + ");", columns) != 0) {
@@ -234,13 +228,9 @@ int storeSetting(DatabaseAdapter& adapter, const std::string& table,
                     {DASUtilsStrings::UserContextTagName, DASUtils::escapeAndQuote(fields[1])},
                     {NameColumn, DASUtils::escapeAndQuote(fields[2])}};
     PairList value = {{ValueColumn, DASUtils::escapeAndQuote(fields[3])}};
-    PairList counted = key;
-    std::string count;
-    if (adapter.countRows(table, counted, count) != 0) {
-        return 1;
-    }
+    const std::string count = DASUtils::countOf(adapter, table, key);
     if (count != "0") {
-        return adapter.update(table, key, value, true);
+        return count.empty() ? 1 : adapter.update(table, key, value, true);
     }
     key.push_back(value.front());
     return adapter.insert(table, key, nullptr);

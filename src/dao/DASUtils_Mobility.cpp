@@ -1,25 +1,22 @@
-// The settings that tell whose data the telephone serves.
+// The settings that decide whose data the telephone serves.
 
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASUtils";
-
-const char* const mobilitySchema = "'MobilitySettings'";
-const char* const currentUserItem = "'MobilityCurrentUser'";
-const char* const basicModeItem = "'ActiveMobilityModeIsBasic'";
-const char* const visitorDataItem = "'VisitorUserDataValid'";
-const char* const valueColumn = "Value";
-const char* const trueText = "true";
+const char* const MobilitySchema = "'MobilitySettings'";
+const char* const CurrentUserItem = "'MobilityCurrentUser'";
+const char* const BasicModeItem = "'ActiveMobilityModeIsBasic'";
+const char* const VisitorDataItem = "'VisitorUserDataValid'";
+const char* const ValueColumn = "Value";
+const char* const TrueText = "true";
 
 /// The conditions of a device's setting in the mobility schema; @p item in database form.
 PairList mobilityItem(const char* item) {
-    return {{"Schema", mobilitySchema},
+    return {{"Schema", MobilitySchema},
             {DASUtilsStrings::UserContextTagName, DASUtilsStrings::EmptyDBString},
             {"Name", item}};
 }
@@ -34,7 +31,7 @@ Reading readItem(DatabaseAdapter* adapter, const char* item, std::string& value,
     PairList orderBy;
     const bool done =
         adapter != nullptr &&
-        adapter->executeQuery(DASUtilsStrings::GeneralConfigTableName, {valueColumn},
+        adapter->executeQuery(DASUtilsStrings::GeneralConfigTableName, {ValueColumn},
                               mobilityItem(item), orderBy, rows, "", "") == 0;
     if (isRead != nullptr) {
         *isRead = done;
@@ -64,7 +61,7 @@ bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName,
         case Reading::Done:
             break;
     }
-    return value == trueText;
+    return value == TrueText;
 }
 
 }  // namespace
@@ -72,16 +69,16 @@ bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName,
 bool DASUtils::isActiveMobilityModeIsBasic(DatabaseAdapter* adapter, bool* isRead) {
     // A table that can't be read counts as basic mode and a missing row does not: kept on purpose,
     // a damaged telephone serves its owner.
-    return readSwitch(adapter, basicModeItem, "isActiveMobilityModeIsBasic", false, isRead);
+    return readSwitch(adapter, BasicModeItem, "isActiveMobilityModeIsBasic", false, isRead);
 }
 
 bool DASUtils::isMobilityVisitorUserDataValid(DatabaseAdapter* adapter) {
-    return readSwitch(adapter, visitorDataItem, "readMobilityvisitorUserDataValid", true);
+    return readSwitch(adapter, VisitorDataItem, "readMobilityvisitorUserDataValid", true);
 }
 
 std::string DASUtils::readMobilityCurrentUserValue(DatabaseAdapter* adapter, bool* isRead) {
     std::string value;
-    switch (readItem(adapter, currentUserItem, value, isRead)) {
+    switch (readItem(adapter, CurrentUserItem, value, isRead)) {
         case Reading::Failed:
             DAS_LOG(2, "readMobilityCurrentUserValue - executeQuery error");
             return {};
@@ -101,7 +98,7 @@ std::string DASUtils::readMobilityCurrentUserValue(DatabaseAdapter* adapter, boo
 }
 
 bool DASUtils::insertMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value) {
-    std::vector<std::string> row = {mobilitySchema, DASUtilsStrings::EmptyDBString, currentUserItem,
+    std::vector<std::string> row = {MobilitySchema, DASUtilsStrings::EmptyDBString, CurrentUserItem,
                                     escapeAndQuote(value)};
     if (adapter != nullptr &&
         adapter->insert(DASUtilsStrings::GeneralConfigTableName, row, nullptr) == 0) {
@@ -112,8 +109,8 @@ bool DASUtils::insertMobilityCurrentUserValue(DatabaseAdapter* adapter, const st
 }
 
 bool DASUtils::updateMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value) {
-    PairList conditions = mobilityItem(currentUserItem);
-    PairList newValues = {{valueColumn, escapeAndQuote(value)}};
+    PairList conditions = mobilityItem(CurrentUserItem);
+    PairList newValues = {{ValueColumn, escapeAndQuote(value)}};
     if (adapter != nullptr && adapter->update(DASUtilsStrings::GeneralConfigTableName, conditions,
                                               newValues, false) == 0) {
         return true;

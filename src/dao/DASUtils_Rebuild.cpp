@@ -3,24 +3,15 @@
 #include <algorithm>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASUtils";
-
 const std::string AsideEnding = "_MIGRATION";
 const std::string ScratchFile = "/Aurel_Deploy/DasTemporaryLogValues.csv";
-
-std::string countText(DatabaseAdapter& adapter, const std::string& table) {
-    PairList all;
-    std::string count;
-    return adapter.countRows(table, all, count) == 0 ? count : std::string();
-}
 
 /// The statement that fills @p table by column name with the rows of @p aside.
 std::string copyStatement(DatabaseAdapter& adapter, const std::string& table,
@@ -51,8 +42,8 @@ bool replaceTable(DatabaseAdapter& adapter, const std::string& table,
         adapter.executeNonQuery(copyStatement(adapter, table, aside)) != 0) {
         return false;
     }
-    const std::string count = countText(adapter, aside);
-    if (count.empty() || countText(adapter, table) != count) {
+    const std::string count = DASUtils::countOf(adapter, aside);
+    if (count.empty() || DASUtils::countOf(adapter, table) != count) {
         DAS_LOG(2, "Table %s does not have its %s rows again", table.c_str(), count.c_str());
         return false;
     }

@@ -7,31 +7,15 @@
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "Work.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASUtils";
-
-/// What a generic object does for a reason.
-struct ReasonRow {
-    const std::string* reason;
-    const std::string* response;
-    int (DataAccessObject::*operation)();
-};
-
-constexpr ReasonRow GenericReasons[] = {
-    {&DASUtilsStrings::UpdateRequest, &DASUtilsStrings::UpdateResponse,
-     &DataAccessObject::updateRequest},
-    {&DASUtilsStrings::ReadRequest, &DASUtilsStrings::ReadResponse, &DataAccessObject::readRequest},
-};
 
 /// Rows in one request above this are looked for together.
 constexpr std::size_t LargeBatch = 500;
@@ -42,7 +26,7 @@ PairList rowConditions(const std::string& user, const std::string& identifier) {
 }
 
 void logNewValues(const PairList& newValues) {
-    if (!loggingOnAppUni(LogComponent, 6)) {
+    if (!loggingOnAppUni("DataAccessService", 6)) {
         return;
     }
     int index = 0;
@@ -124,7 +108,7 @@ private:
 
     static constexpr std::size_t MostDigits = 18;
 
-    /// @p identifier as SQLite writes the number; empty if it is none, or of too many digits.
+    /// @p identifier as SQLite writes the number; empty if it is no number, or of too many digits.
     static std::string plain(const std::string& identifier) {
         if (!DASUtils::isIdentifier(identifier)) {
             return {};
@@ -197,43 +181,31 @@ DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter&
     return isFilled ? TableState::Ready : TableState::NotFilled;
 }
 
-void DASUtils::handleRequestHelper(const char* text, int length, const RequestFrame& frame) {
-    XmlHandler handler(&frame.dao, frame.start, frame.end, frame.characters);
+void DASUtils::handleRequestHelper(const char* text, int length, DataAccessObject& dao) {
+    static constexpr DataAccessObject::Operation<DataAccessObject> operations[] = {
+        {&DASUtilsStrings::UpdateRequest, &DataAccessObject::updateRequest,
+         &DASUtilsStrings::UpdateResponse},
+        {&DASUtilsStrings::ReadRequest, &DataAccessObject::readRequest,
+         &DASUtilsStrings::ReadResponse}};
+    XmlHandler handler(&dao, dao.m_startHandler, dao.m_endHandler, dao.m_charHandler);
     const bool isParsed = handler.parseMessage(text, length) != 0;
-    if (frame.dao.isBeyondLimits()) {
-        frame.response = DASUtilsStrings::FailureResponse;
+    dao.m_responseReason = DASUtilsStrings::FailureResponse;
+    if (dao.isBeyondLimits()) {
         return;
     }
     if (!isParsed) {
         DAS_LOG(2, "Parsing the request failed.");
     }
-    frame.response = DASUtilsStrings::FailureResponse;
     // Before reason and user are looked at: kept on purpose, any request makes the table.
-    const TableState state = makeTableWithoutRows(frame.dao, frame.adapter, frame.table);
-    frame.user = frame.context.empty() ? escapeSqlReservedCharacters(frame.dao.currentUser())
-                                       : frame.context;
-    if (frame.user.empty() || !frame.dao.mayServe(state)) {
-        return;
+    const TableState state = makeTableWithoutRows(dao, *dao.m_dbAdapter, dao.m_tableName);
+    if (dao.settleUser() && dao.mayServe(state)) {
+        (void)DataAccessObject::dispatch(dao, operations);  // another reason is a failure
     }
-    for (const ReasonRow& row : GenericReasons) {
-        if (frame.reason == *row.reason) {
-            frame.response = *row.response;
-            if ((frame.dao.*row.operation)() != 0) {
-                frame.response = DASUtilsStrings::FailureResponse;
-            }
-            return;
-        }
-    }
-    std::vector<const std::string*> served;
-    for (const ReasonRow& row : GenericReasons) {
-        served.push_back(row.reason);
-    }
-    logUnknownReason(frame.reason, served);
 }
 
 void DASUtils::logUnknownReason(const std::string& reason,
                                 const std::vector<const std::string*>& served) {
-    if (!loggingOnAppUni(LogComponent, 5)) {
+    if (!loggingOnAppUni("DataAccessService", 5)) {
         return;
     }
     std::string list;
@@ -255,8 +227,7 @@ int DASUtils::readRequest(PairList& search, Rows& rows, std::vector<std::string>
     if (!areResultColumns(resultColumns) || !(rowId.empty() || isIdentifier(rowId))) {
         return 1;
     }
-    PairList orderBy;
-    return adapter.executeQuery(table, resultColumns, search, orderBy, rows, "", "");
+    return readRows(adapter, table, resultColumns, search, rows);
 }
 
 int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& rowId,

@@ -1,105 +1,18 @@
+// An object serves one request: it is parsed into the fields of the object, value by value, and
+// each value is escaped the moment its element ends, so that no later code sees text as it came.
+
 #include "dao/DataAccessObject.h"
 
 #include <algorithm>
-#include <cstring>
-#include <numeric>
 #include <string_view>
 #include <utility>
 
-#include "AnswerLimit.h"
 #include "DASChangeListenerIfc.h"
-#include "Secrets.h"
-#include "database/AdapterGuards.h"
+#include "Log.h"
 #include "database/DatabaseAdapter.h"
 #include "database/LoggedText.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessObject";
-
-const std::string contextStart = "<Context currentUser=\"";
-const std::string contextStartEnd = "\">";
-const std::string contextEnd = "</Context>";
-
-const std::string notEnoughMemory = "<FailureMessage>Not enough memory</FailureMessage>";
-const std::string diskError = "<FailureMessage>Disk error</FailureMessage>";
-const std::string noDetail;
-
-constexpr int StatusOutOfResources = 2;
-constexpr int StatusDiskError = 3;
-
-/// A cell of each row, by its place in the row, and the tags around it.
-struct Cell {
-    std::size_t index;
-    std::string startTag;
-    std::string endTag;
-    bool isHidden;
-
-    std::string_view shown(const std::vector<std::string>& row) const {
-        const std::string& value = row[index];
-        return isHidden && !value.empty() ? Secrets::Mask : std::string_view(value);
-    }
-};
-
-Cell makeCell(std::size_t index, const std::string& column) {
-    Cell cell{index, {}, {}, Secrets::areHidden() && Secrets::isSecret(column)};
-    DASUtils::createXMLStartTag(column, cell.startTag);
-    DASUtils::createXMLEndTag(column, cell.endTag);
-    return cell;
-}
-
-std::vector<Cell> cellsOfAllColumns(const std::vector<std::string>& columnNames,
-                                    std::size_t firstIndex) {
-    std::vector<Cell> cells;
-    cells.reserve(columnNames.size());
-    for (const std::string& name : columnNames) {
-        cells.push_back(makeCell(firstIndex + cells.size(), name));
-    }
-    return cells;
-}
-
-/// Words that are no column's own name show nothing; their cells are passed over.
-std::vector<Cell> cellsOfResultColumns(const std::vector<std::string>& resultColumns,
-                                       const std::vector<std::string>& columnNames,
-                                       std::size_t rowWidth) {
-    const auto positions = DASUtils::positionsOfWords(resultColumns, rowWidth);
-    std::vector<Cell> cells;
-    for (std::size_t i = 0; i < resultColumns.size(); ++i) {
-        if (DASUtils::columnIsInColumnList(resultColumns[i], columnNames)) {
-            cells.push_back(makeCell(positions[i], resultColumns[i]));
-        }
-    }
-    return cells;
-}
-
-std::size_t sizeOfEntries(const Rows& rows, const std::vector<Cell>& cells) {
-    std::size_t tags =
-        DASUtilsStrings::xmlEntryStartTag.size() + DASUtilsStrings::xmlEntryEndTag.size();
-    for (const Cell& cell : cells) {
-        tags += cell.startTag.size() + cell.endTag.size();
-    }
-    std::size_t size = rows.size() * tags;
-    for (const auto& row : rows) {
-        for (const Cell& cell : cells) {
-            size += row.at(cell.index).size();
-        }
-    }
-    return size;
-}
-
-void appendEntries(std::string& text, const Rows& rows, const std::vector<Cell>& cells) {
-    for (const auto& row : rows) {
-        text += DASUtilsStrings::xmlEntryStartTag;
-        for (const Cell& cell : cells) {
-            text += cell.startTag;
-            text += cell.shown(row);
-            text += cell.endTag;
-        }
-        text += DASUtilsStrings::xmlEntryEndTag;
-    }
-}
 
 const std::shared_ptr<const TableLayout>& emptyLayout() {
     static const std::shared_ptr<const TableLayout> layout = std::make_shared<TableLayout>();
@@ -107,13 +20,6 @@ const std::shared_ptr<const TableLayout>& emptyLayout() {
 }
 
 }  // namespace
-
-const char* const DataAccessObject::xmlHeaderTag = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
-const char* const DataAccessObject::xmlSchemaStart = "<Schema name=\"";
-const char* const DataAccessObject::xmlSchemaEnd = "\">";
-const char* const DataAccessObject::xmlReasonStart = "<ReasonForMessage>";
-const char* const DataAccessObject::xmlReasonEnd = "</ReasonForMessage>";
-const char* const DataAccessObject::xmlSchemaClose = "</Schema>";
 
 void XmlStartElement(void* dao, const char* name, const char** attributes) {
     static_cast<DataAccessObject*>(dao)->XmlStartElement(name, attributes);
@@ -148,7 +54,7 @@ DataAccessObject::DataAccessObject(DatabaseAdapter* adapter, const std::string& 
 
 DataAccessObject::DataAccessObject(DatabaseAdapter* adapter,
                                    std::shared_ptr<const TableLayout> layout)
-    : m_dbAdapter(adapter),
+    : m_dbAdapter(adapter != nullptr ? adapter : &DatabaseAdapter::none()),
       m_layout(std::move(layout)),
       m_tableName(m_layout->table),
       m_schemaName(m_layout->schema),
@@ -169,17 +75,19 @@ void DataAccessObject::handleRequest(const char* text, int length) {
         m_responseReason = DASUtilsStrings::FailureResponse;
         return;
     }
-    handleRequestHelper(
-        text, length,
-        {*this, *m_dbAdapter, m_tableName, m_startHandler, m_endHandler, m_charHandler,
-         m_requestContext, m_reason, m_responseUser, m_responseReason});
+    handleRequestHelper(text, length);
 }
 
 bool DataAccessObject::hasAdapter() const {
-    if (m_dbAdapter == nullptr) {
+    const bool isGiven = m_dbAdapter != &DatabaseAdapter::none();
+    if (!isGiven) {
         DAS_LOG(2, "No database adapter for schema '%s'", m_schemaName.c_str());
     }
-    return m_dbAdapter != nullptr;
+    return isGiven;
+}
+
+DatabaseAdapter* DataAccessObject::getDatabaseAdapter() {
+    return m_dbAdapter != &DatabaseAdapter::none() ? m_dbAdapter : nullptr;
 }
 
 bool DataAccessObject::parseRequest(const char* text, int length, const RequestParser& parser) {
@@ -197,7 +105,8 @@ bool DataAccessObject::parseRequest(const char* text, int length, const RequestP
     if (!isBeyondLimits() && loggingOnAppUni(parser.logComponent, 2)) {
         const std::string shown =
             LoggedText::request(text != nullptr ? text : "", LoggedText::FailureSize);
-        logAppUni(parser.logComponent, LogSource, 2, __LINE__, parser.failureFormat, shown.c_str());
+        logAppUni(parser.logComponent, DAS_LOG_SOURCE, 2, __LINE__, parser.failureFormat,
+                  shown.c_str());
     }
     return false;
 }
@@ -208,9 +117,8 @@ bool DataAccessObject::settleUser() {
     return !m_responseUser.empty();
 }
 
-void DataAccessObject::handleRequestHelper(const char* text, int length,
-                                           const DASUtils::RequestFrame& frame) {
-    DASUtils::handleRequestHelper(text, length, frame);
+void DataAccessObject::handleRequestHelper(const char* text, int length) {
+    DASUtils::handleRequestHelper(text, length, *this);
 }
 
 bool DataAccessObject::mayServe(DASUtils::TableState state) const {
@@ -279,79 +187,16 @@ int DataAccessObject::writeRequest() {
 }
 
 int DataAccessObject::updateRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     return DASUtils::updateRequestHelper(*m_dbAdapter, m_rowId, m_responseUser, m_tableName,
                                          m_newValues, m_rowsToWrite);
 }
 
 int DataAccessObject::readRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     const auto read = [this] {
         return DASUtils::readRequest(m_newValues, m_resultRows, m_resultColumns, m_resultColsText,
                                      m_responseUser, m_rowId, m_tableName, *m_dbAdapter);
     };
     return readEntries(read, shownColumns(), m_layout->skipFirstColumn);
-}
-
-std::vector<std::string> DataAccessObject::shownColumns() const {
-    std::vector<std::string> names;
-    names.reserve(columns().size());
-    for (const auto& column : columns()) {
-        if (column.name != DASUtilsStrings::UserContextTagName) {
-            names.push_back(column.name);
-        }
-    }
-    return names;
-}
-
-int DataAccessObject::readIntoBody(const std::function<int()>& read, const AppendRows& append) {
-    bool fits = true;
-    const auto take = [&](Rows& rows) {
-        append(m_body, rows);
-        rows.clear();
-        fits = AnswerLimit::allows(m_body.size());
-        return fits;
-    };
-    m_body.clear();
-    const int result = readInPieces(*m_dbAdapter, m_resultRows, read, take);
-    if (!fits) {
-        DAS_LOG(2, "The answer of schema '%s' is too large: ask for fewer columns or rows",
-                m_schemaName.c_str());
-    }
-    if (result != 0) {
-        m_body = std::string();
-    }
-    return result;
-}
-
-int DataAccessObject::readEntries(const std::function<int()>& read,
-                                  const std::vector<std::string>& names, bool skipFirstColumn) {
-    return readIntoBody(read, [&](std::string& body, const Rows& rows) {
-        std::string entries = responseDataHelper(DASUtilsStrings::ReadResponse, {}, {},
-                                                 m_resultColumns, rows, names, skipFirstColumn);
-        if (body.empty()) {
-            body = std::move(entries);  // most answers are one piece
-        } else {
-            body += entries;
-        }
-    });
-}
-
-std::string DataAccessObject::takeEntries() {
-    if (m_responseReason != DASUtilsStrings::ReadResponse) {
-        return {};
-    }
-    std::string text = std::exchange(m_body, {});
-    if (!m_requestContext.empty()) {
-        text.insert(0, contextStart + DASUtils::unescapeSqlReservedCharacters(m_requestContext) +
-                           contextStartEnd);
-        text += contextEnd;
-    }
-    return text;
 }
 
 bool DataAccessObject::calculateIfReadAll(const std::string& table) const {
@@ -366,79 +211,4 @@ void DataAccessObject::describeChange(const std::string& routedBy, DASChange& ch
 
 std::string DataAccessObject::schemaName() {
     return m_schemaName;
-}
-
-std::string DataAccessObject::responseReason() {
-    return m_responseReason;
-}
-
-const std::string& DataAccessObject::generateDetailedFailureMessage() const {
-    switch (m_status) {
-        case StatusOutOfResources:
-            return notEnoughMemory;
-        case StatusDiskError:
-            return diskError;
-        default:
-            return noDetail;
-    }
-}
-
-std::string DataAccessObject::responseHeader() {
-    std::string header;
-    header.reserve(FrameSize);
-    header += xmlHeaderTag;
-    header += xmlSchemaStart;
-    header += schemaName();
-    header += xmlSchemaEnd;
-    header += xmlReasonStart;
-    header += responseReason();
-    header += xmlReasonEnd;
-    if (getStatus() != 0) {
-        header += generateDetailedFailureMessage();
-    }
-    return header;
-}
-
-std::string DataAccessObject::getResponseMsg() {
-    const std::string header = responseHeader();
-    std::string message = responseData();
-    message.reserve(header.size() + message.size() + std::strlen(xmlSchemaClose));
-    message.insert(0, header);
-    message += xmlSchemaClose;
-    return message;
-}
-
-std::string DataAccessObject::responseData() {
-    return takeEntries();
-}
-
-std::string DataAccessObject::responseDataHelper(
-    const std::string& reason, const std::string& context, const std::string& user,
-    const std::vector<std::string>& resultColumns, const Rows& rows,
-    const std::vector<std::string>& columnNames, bool skipFirstColumn) {
-    if (reason != DASUtilsStrings::ReadResponse) {
-        return {};
-    }
-    const bool all = resultColumns.empty() ||
-                     (resultColumns.size() == 1 && resultColumns.front() == m_tableName + ".*");
-    const std::vector<Cell> cells =
-        all ? cellsOfAllColumns(columnNames, skipFirstColumn ? 1 : 0)
-            : cellsOfResultColumns(resultColumns, columnNames,
-                                   rows.empty() ? 0 : rows.front().size());
-    const bool inContext = !context.empty();
-    std::string text;
-    text.reserve(
-        FrameSize + sizeOfEntries(rows, cells) +
-        (inContext ? contextStart.size() + user.size() + contextStartEnd.size() + contextEnd.size()
-                   : 0));
-    if (inContext) {
-        text += contextStart;
-        text += user;
-        text += contextStartEnd;
-    }
-    appendEntries(text, rows, cells);
-    if (inContext) {
-        text += contextEnd;
-    }
-    return text;
 }

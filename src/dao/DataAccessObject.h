@@ -12,6 +12,7 @@
 #include "dao/AssignedNumbers.h"
 #include "dao/DASUtils.h"
 #include "dao/RequestLimits.h"
+#include "dao/TableLayout.h"
 
 class CsvReader;
 class DatabaseAdapter;
@@ -24,34 +25,13 @@ void XmlStartElement(void* dao, const char* name, const char** attributes);
 void XmlEndElement(void* dao, const char* name);
 void XmlCharacterDataHandler(void* dao, const char* text, int length);
 
-/// What a generic object knows of its table. Shared between objects, never changed.
-struct TableLayout {
-    std::string schema;
-    std::string table;
-    bool skipFirstColumn = false;        ///< the first column never reaches a client
-    bool hasDefaultRowsPerUser = false;  ///< re-initialising a user inserts his default rows anew
-    std::vector<DASUtils::ColumnInfo> columns;
-    std::vector<std::string> defaultRowIds;
-    std::string constraint = {};  ///< of the table, behind its columns; empty for none
-    bool hasDataFiles = false;    ///< its rows can be written to a file and read from one
-};
-
-/// How a class with parser callbacks of its own reads a request, and what it logs of a damaged one.
-struct RequestParser {
-    XmlStartHandler start;  ///< the user data of all three is the DataAccessObject
-    XmlEndHandler end;
-    XmlCharacterHandler characters;
-    const char* logComponent;
-    const char* failureFormat;  ///< with one %s for the text of the request
-};
-
 /**
  * The base of every data access object, and a working one for tables that a column list describes.
  *
  * An object serves one request: constructor, setCurrentUser, handleRequest, getResponseMsg,
  * destructor. It is used by one thread. The int results are 0 for success and a raw SQLite code or
  * an adapter status otherwise, unless a declaration says more; on an object without an adapter each
- * operation on the table gives 1.
+ * operation on the table fails.
  *
  * A table has the user's context as its first column and its identifier "Id" as the second. A cell
  * stands in answers as it is stored: a client that wants markup in a value sends it escaped twice.
@@ -81,7 +61,7 @@ public:
     virtual std::string schemaName();
     /// Reason of the response.
     virtual std::string responseReason();
-    /// The body of the response, XML behind the reason.
+    /// The body of the response, XML after the reason.
     virtual std::string responseData();
 
     /// Creates the table; fails when it is there.
@@ -132,8 +112,8 @@ public:
     /// and gives him those of a file, whoever they belonged to. 0 without action for rows of the
     /// telephone.
     virtual int importDataForUser(const std::string& location, eUserCategory category);
-    /// From now on the imports read @p text in place of a file, whatever they name, and count in it;
-    /// null ends that. Not owned.
+    /// From now on the imports read @p text in place of a file, whatever they name, and count in
+    /// it; null ends that. Not owned.
     void readImportsFrom(TextImport* text) { m_textImport = text; }
     /// Fills @p columns with column and type, in order.
     virtual void buildColumnNameList(PairList& columns);
@@ -149,7 +129,6 @@ public:
     virtual int deleteVisitorPhonebook(const std::string& table);
     virtual int deleteVisitorCallLog();
     virtual int deleteVisitorCallLog(const std::string& table);
-
     /// Makes the indices for a search by number. 0 without action here.
     virtual int createPhonenumberIndices();
 
@@ -161,7 +140,7 @@ public:
     /**
      * Writes one row of a data file, plain text. Here it is an update: the first two columns name
      * the row, the others are set; values are quoted, not escaped, and a row that would break its
-     * statement is refused with 1. Fewer entries than columns raise std::out_of_range.
+     * statement is refused with 1. Fewer entries than columns throw std::out_of_range.
      */
     virtual int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                   std::vector<std::string>& values);
@@ -221,14 +200,13 @@ public:
      * @param columnNames     tags of the cells
      * @param skipFirstColumn whether a row without result columns begins with a cell that is not
      *                        shown
-     * A row that is too short raises std::out_of_range.
+     * A row that is too short throws std::out_of_range.
      */
     std::string responseDataHelper(const std::string& reason, const std::string& context,
                                    const std::string& user,
                                    const std::vector<std::string>& resultColumns, const Rows& rows,
                                    const std::vector<std::string>& columnNames,
                                    bool skipFirstColumn);
-
     /// Fills in schema and reason of what the request has changed. @p routedBy is the schema by
     /// which it came here; when its element names another one, rows of both may have changed.
     void describeChange(const std::string& routedBy, DASChange& change) const;
@@ -238,12 +216,11 @@ public:
     int getStatus() const { return m_status; }
     /// The element that explains the status to a client; empty for a general failure.
     const std::string& generateDetailedFailureMessage() const;
-
     /// The context that the service serves, plain text.
     void setCurrentUser(std::string user) { m_currentUser = std::move(user); }
     const std::string& currentUser() { return m_currentUser; }
-
-    DatabaseAdapter* getDatabaseAdapter() { return m_dbAdapter; }
+    /// Null for an object that was given none.
+    DatabaseAdapter* getDatabaseAdapter();
 
     /// Whether a read gives whole rows of @p table: of the object's own without ResultCols, else of
     /// each that is named by "TABLE.*".
@@ -251,6 +228,7 @@ public:
 
     /// Columns of the table, in order; none for an object that was not given any.
     const std::vector<DASUtils::ColumnInfo>& columns() const { return m_layout->columns; }
+    std::vector<std::string> columnNames() const;
     const std::vector<std::string>& defaultRowIds() const { return m_layout->defaultRowIds; }
     /// Constraint of the table after its columns; empty for none.
     const std::string& constraint() const { return m_layout->constraint; }
@@ -259,22 +237,18 @@ public:
     /// Creates @p table; true on success, else the reason is in the log. Empties @p columns.
     bool createTable2(const std::string& table, PairList& columns);
     /// Inserts one default row. @p context is in database form, @p index the place of @p id among
-    /// the default rows. A column without a default of its own raises std::out_of_range.
+    /// the default rows. A column without a default of its own throws std::out_of_range.
     int insertDefaultRow(const std::string& id, const std::string& context, int index);
     /// Whether a row is there. @p context is in database form, @p id goes into SQL as it is.
     bool isDefaultRowPresent(const std::string& table, const std::string& context,
                              const std::string& id);
-
     /// Forwards to DASUtils::handleRequestHelper.
-    void handleRequestHelper(const char* text, int length, const DASUtils::RequestFrame& frame);
-
+    void handleRequestHelper(const char* text, int length);
     /// Whether the request may be served on a table of this state: on one whose rows could not be
     /// counted it may only read. A row that it stored would keep the default rows out for good.
     bool mayServe(DASUtils::TableState state) const;
-
-    /// The first attribute's value, escaped for SQL; empty when there is none.
+    /// The first attribute's value, escaped for SQL; empty without one.
     static std::string firstAttribute(const char** attributes);
-
     /// Whether the request holds more than it may. Nothing of it is done then.
     [[nodiscard]] bool isBeyondLimits() const { return m_limits.isExceeded(); }
 
@@ -298,16 +272,10 @@ protected:
      */
     [[nodiscard]] bool parseRequest(const char* text, int length, const RequestParser& parser);
 
-    /// One reason that a class serves, and the operation that serves it.
     template <typename Dao>
-    struct Operation {
-        const std::string* reason;
-        int (Dao::*run)();
-        const std::string* response;
-    };
-
+    using Operation = ReasonOperation<Dao>;
     /// Runs the operation of the request's reason and settles the reason of the response. False
-    /// when the reason is none of @p operations, which is a failure too.
+    /// when the reason is not one of @p operations, which is a failure too.
     template <typename Dao, std::size_t N>
     static bool dispatch(Dao& dao, const Operation<Dao> (&operations)[N]) {
         dao.m_responseReason = DASUtilsStrings::FailureResponse;
@@ -327,11 +295,6 @@ protected:
         DASUtils::logUnknownReason(dao.m_reason, served);
         return false;
     }
-
-    /// Room that a body leaves for what getResponseMsg puts around it: an answer is as large as all
-    /// of its rows, and should be in memory once.
-    static constexpr std::size_t FrameSize = 256;
-
     /// Appends rows to the body of an answer.
     using AppendRows = std::function<void(std::string& body, const Rows& rows)>;
 
@@ -349,19 +312,14 @@ protected:
     /// the response is that of a read. Hands the body on: a second call finds none.
     std::string takeEntries();
 
-    /// Names of the columns that a client sees, in order.
+    /// Names of the columns that a client sees, and of all with their types; in order.
     std::vector<std::string> shownColumns() const;
-
-    /// Column and type of each column, in order.
     PairList namesAndTypes() const;
 
     /// Runs @p operation for each of @p count entries in one transaction: the result of the last
     /// one, or the adapter status of the commit when that failed. When the transaction can't begin,
     /// its status, and no operation runs. 0 for no entries, 1 without an adapter.
     int forEachEntry(std::size_t count, const std::function<int(std::size_t)>& operation);
-
-    /// Names of columns().
-    std::vector<std::string> columnNames() const;
 
     /// Inserts one line of a data file, plain text: XML escapes are undone, and the value of the
     /// column of @p key is that of AssignedNumbers::ofFile. A raw SQLite code, 1 without an
@@ -388,12 +346,11 @@ protected:
 
     /// Whether forEachEntry could not begin its transaction: a second run would wait as long again.
     [[nodiscard]] bool couldNotBegin() const { return m_couldNotBegin; }
-
     /// Puts the context of the request in force, or the current user without one. False when there
     /// is neither.
     bool settleUser();
 
-    DatabaseAdapter* m_dbAdapter = nullptr;  ///< not owned
+    DatabaseAdapter* m_dbAdapter;  ///< never null, not owned
     std::string m_currentUser;
     int m_status = 0;
     std::shared_ptr<const TableLayout> m_layout;  ///< never null
@@ -418,6 +375,8 @@ protected:
     PairList m_newValues;  ///< column and value in database form: of the row, or search terms
 
 private:
+    friend class DASUtils;  // the frame of generic requests, which older callers know by its name
+
     bool m_couldNotBegin = false;
     TextImport* m_textImport = nullptr;
 
@@ -426,23 +385,15 @@ private:
     /// Stores the rows of @p file, and counts them for who handed over a text.
     void storeRows(CsvReader& file, const std::string& location,
                    const std::function<int(std::vector<std::string>&)>& store);
-
-    std::size_t importRows(const std::string& table, std::vector<std::string>& columns,
-                           CsvReader& file);
     bool hasColumn(const std::string& name) const;
-    /// Makes a table without rows, and takes the names of its columns. False when there is none.
+    /// Makes a table without rows, and takes the names of its columns. False without a table.
     bool prepareImport(std::vector<std::string>& names);
     bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);
     int insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing);
-    int deleteVisitorItems(const std::string& table, const std::vector<std::string>& items);
-    int copyRowsToVisitor(Rows& rows, std::size_t contextIndex, const std::string& table);
     /// The steps of copyBaseDataToVisitor, for the caller's transaction.
     int replaceByCopies(const std::string& contextColumn, const std::string& table);
-    /// False also when the database can't be asked.
-    bool isKnownToBeMissing(const std::string& table);
-    int contextColumnIndex(const std::string& table, const std::string& contextColumn);
 };
 
 #endif

@@ -2,20 +2,16 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "dao/CsvFile.h"
 #include "dao/DataAccessObject.h"
 #include "dao/SecretCells.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessObject";
 
 /// Lines for these are filled up: files of older versions have fewer columns.
 bool isFilledUp(const std::string& table) {
@@ -23,7 +19,7 @@ bool isFilledUp(const std::string& table) {
            table.find(DASUtilsStrings::CallLogTableName) != std::string::npos;
 }
 
-/// The rows that are not refused stay, and the import is none that failed.
+/// Refused rows are only logged; the import still succeeds.
 void logRefused(std::size_t rows, const std::string& path) {
     if (rows > 0) {
         DAS_LOG(2, "%s: %zu of its rows were not stored", path.c_str(), rows);
@@ -61,28 +57,22 @@ bool DataAccessObject::exportTable(const std::string& table, const std::string& 
         return false;
     }
     Rows rows;
-    PairList orderBy;
-    std::optional<SecretCells> secrets;
+    const SecretCells secrets(*m_dbAdapter, table);
     bool needsHeader = !version.empty();
-    const auto read = [&] {
-        return m_dbAdapter->executeQuery(table, {}, conditions, orderBy, rows, "", "");
-    };
+    const auto read = [&] { return DASUtils::readRows(*m_dbAdapter, table, {}, conditions, rows); };
     const auto write = [&](Rows& piece) {
         if (needsHeader && !writeHeader(*m_dbAdapter, table, version, file)) {
             return false;
         }
         needsHeader = false;
         for (auto& row : piece) {
-            secrets->hide(row);
+            secrets.hide(row);
             file.writeRow(row);
         }
         piece.clear();
         return true;
     };
-    if (m_dbAdapter != nullptr) {
-        secrets.emplace(*m_dbAdapter, table);
-    }
-    if (!secrets || !secrets->areKnown() || readInPieces(*m_dbAdapter, rows, read, write) != 0) {
+    if (!secrets.areKnown() || readInPieces(*m_dbAdapter, rows, read, write) != 0) {
         DAS_LOG(2, "Table %s is not written to %s", table.c_str(), path.c_str());
         return false;
     }
@@ -97,27 +87,19 @@ bool DataAccessObject::importTable(const std::string& table, std::vector<std::st
         DAS_LOG(5, "error opening %s", path.c_str());
         return false;
     }
-    if (m_dbAdapter == nullptr) {
-        return false;
-    }
     TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
         return false;
     }
-    (void)importRows(table, columns, file);  // a row that failed is in the log, the others stay
+    // A row that failed is in the log, the others stay.
+    (void)file.forEachRow([&](auto& fields) { return updateItemInTable(table, columns, fields); });
     return transaction.end() == 0;
-}
-
-std::size_t DataAccessObject::importRows(const std::string& table,
-                                         std::vector<std::string>& columns, CsvReader& file) {
-    return file.forEachRow([&](auto& fields) { return updateItemInTable(table, columns, fields); });
 }
 
 bool DataAccessObject::migrateTable(const std::string& table, PairList& columnDefinitions,
                                     const std::string& /*path*/) {
     const auto create = [&] { return createTable2(table, columnDefinitions); };
-    return m_dbAdapter != nullptr &&
-           DASUtils::rebuildTable(*m_dbAdapter, table, create,
+    return DASUtils::rebuildTable(*m_dbAdapter, table, create,
                                   "Cannot drop the table that is rebuilt");
 }
 
@@ -180,9 +162,6 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
         return false;
     }
     DAS_LOG(5, "Scanning file...");
-    if (m_dbAdapter == nullptr) {
-        return false;
-    }
     const int columnCount = m_dbAdapter->getColumnCount("SELECT * FROM " + table + ";");
     const std::size_t padded = isFilledUp(table) ? static_cast<std::size_t>(columnCount) : 0;
     TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
@@ -235,9 +214,6 @@ int DataAccessObject::importData(std::string& location) {
 }
 
 bool DataAccessObject::prepareImport(std::vector<std::string>& names) {
-    if (m_dbAdapter == nullptr) {
-        return false;
-    }
     if (DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName) !=
         DASUtils::TableState::Ready) {
         return false;  // the file's rows would keep the default rows out for good
@@ -283,10 +259,7 @@ int DataAccessObject::importRowsOfUser(const std::string& location,
         storeRows(file, location, store);
         return true;
     };
-    return m_dbAdapter != nullptr &&
-                   runWholeOrNot(*m_dbAdapter, import, TransactionGuard::Locks::AtOnce)
-               ? 0
-               : 1;
+    return runWholeOrNot(*m_dbAdapter, import, TransactionGuard::Locks::AtOnce) ? 0 : 1;
 }
 
 int DataAccessObject::replaceRowsOfUser(
@@ -304,9 +277,7 @@ int DataAccessObject::replaceRowsOfUser(
         }
         return true;  // kept on purpose: management empties a user's table by a missing file
     };
-    return m_dbAdapter != nullptr &&
-                   runWholeOrNot(*m_dbAdapter, replace, TransactionGuard::Locks::AtOnce) &&
-                   file.isOpen()
+    return runWholeOrNot(*m_dbAdapter, replace, TransactionGuard::Locks::AtOnce) && file.isOpen()
                ? 0
                : 1;
 }
@@ -315,9 +286,6 @@ int DataAccessObject::insertLineOfFile(const std::string& table,
                                        const std::vector<std::string>& names,
                                        const std::vector<std::string>& values,
                                        const AssignedNumbers::Key& key) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     std::vector<std::string> row;
     row.reserve(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {

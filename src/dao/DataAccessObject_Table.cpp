@@ -1,17 +1,14 @@
 // What an object does for its table: creation, default rows, and lines of files.
 
+#include "Log.h"
 #include "Work.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessObject";
-
-const char* const rowIdColumn = "Id";
+const char* const RowIdColumn = "Id";
 
 std::string quotedBase() {
     return DASUtils::convertToDBFormat(DASUtilsStrings::UserContextBase);
@@ -28,6 +25,25 @@ bool isUserOrRowColumn(const DASUtils::ColumnInfo& column) {
 
 }  // namespace
 
+TableLayout TableLayout::of(const std::string& schema, const std::string& table,
+                            const PairList& columns) {
+    TableLayout layout{schema, table, false, false, {}, {}};
+    for (const auto& [name, type] : columns) {
+        layout.columns.emplace_back(name, type, std::string());
+    }
+    return layout;
+}
+
+TableLayout TableLayout::ofKeys(const std::string& schema, const std::string& table,
+                                const std::vector<std::string>& rowIds) {
+    TableLayout layout = of(schema, table,
+                            {{DASUtilsStrings::UserContextTagName, DASUtilsStrings::columnTypeText},
+                             {DASUtilsStrings::IdTagName, DASUtilsStrings::columnTypeText}});
+    layout.skipFirstColumn = true;
+    layout.defaultRowIds = rowIds;
+    return layout;
+}
+
 PairList DataAccessObject::namesAndTypes() const {
     PairList pairs;
     pairs.reserve(columns().size());
@@ -38,9 +54,6 @@ PairList DataAccessObject::namesAndTypes() const {
 }
 
 int DataAccessObject::createTable() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList pairs = namesAndTypes();
     if (!m_layout->constraint.empty()) {
         pairs.emplace_back(m_layout->constraint, std::string());
@@ -50,9 +63,6 @@ int DataAccessObject::createTable() {
 
 int DataAccessObject::forEachEntry(std::size_t count,
                                    const std::function<int(std::size_t)>& operation) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     // At once: whoever keeps the entries from being stored is waited for once, not at each of them.
     TransactionGuard transaction(*m_dbAdapter, count > 0 ? TransactionGuard::Locks::AtOnce
                                                          : TransactionGuard::Locks::AtFirstWrite);
@@ -83,9 +93,6 @@ std::vector<std::string> DataAccessObject::columnNames() const {
 }
 
 int DataAccessObject::createTableUnlessThere(PairList& newColumns) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     AdapterLock lock(*m_dbAdapter);  // the words of a failure are those of the last statement
     if (m_dbAdapter->createTable(m_tableName, newColumns) == 0) {
         return 0;
@@ -94,13 +101,10 @@ int DataAccessObject::createTableUnlessThere(PairList& newColumns) {
 }
 
 bool DataAccessObject::createMissingTable() {
-    return m_dbAdapter != nullptr && !m_dbAdapter->isTableThere(m_tableName) && createTable() == 0;
+    return !m_dbAdapter->isTableThere(m_tableName) && createTable() == 0;
 }
 
 bool DataAccessObject::createTable2(const std::string& table, PairList& newColumns) {
-    if (m_dbAdapter == nullptr) {
-        return false;
-    }
     if (m_dbAdapter->createTable(table, newColumns) == 0) {
         return true;
     }
@@ -110,9 +114,6 @@ bool DataAccessObject::createTable2(const std::string& table, PairList& newColum
 
 int DataAccessObject::insertDefaultRow(const std::string& id, const std::string& context,
                                        int index) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     std::vector<std::string> values;
     values.reserve(columns().size());
     values.push_back(context);
@@ -128,13 +129,10 @@ int DataAccessObject::insertDefaultRow(const std::string& id, const std::string&
 
 bool DataAccessObject::isDefaultRowPresent(const std::string& table, const std::string& context,
                                            const std::string& id) {
-    if (m_dbAdapter == nullptr) {
-        return false;
-    }
-    PairList conditions = {{rowIdColumn, id}, {DASUtilsStrings::UserContextTagName, context}};
-    std::string count;
     // A row that can't be asked for counts as present: it must not be inserted a second time.
-    return m_dbAdapter->countRows(table, conditions, count) != 0 || count != "0";
+    return DASUtils::countOf(*m_dbAdapter, table,
+                             {{RowIdColumn, id}, {DASUtilsStrings::UserContextTagName, context}}) !=
+           "0";
 }
 
 int DataAccessObject::insertDefaultRows() {
@@ -156,9 +154,6 @@ int DataAccessObject::insertDefaultRowsInTransaction(bool onlyMissing) {
 
 int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts,
                                         bool onlyMissing) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     // Another process may have found the table empty, too. One without default rows stays empty,
     // and a request to it must not wait for who writes.
     const auto locks = defaultRowIds().empty() ? TransactionGuard::Locks::AtFirstWrite
@@ -178,9 +173,6 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
 }
 
 int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     // No row of an empty table needs to be asked for.
     const bool ask = onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName);
     int result = 0;
@@ -195,7 +187,7 @@ int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, boo
         for (const std::string* context : missing) {
             const int inserted = insertDefaultRow(id, *context, index);
             if (inserted != 0 && contexts.size() > 1) {
-                return inserted;  // SQLite may have taken back the others: what follows would stay
+                return inserted;  // SQLite may have rolled back the others: what follows would stay
             }
             result = result != 0 ? result : inserted;
         }
@@ -205,9 +197,6 @@ int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, boo
 }
 
 int DataAccessObject::initialiseMobilityUserData(const std::string& context) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList conditions = {
         {DASUtilsStrings::UserContextTagName, DASUtils::escapeAndQuote(context)}};
     if (m_layout->hasDefaultRowsPerUser) {
@@ -228,9 +217,6 @@ int DataAccessObject::initialiseMobilityUserData(const std::string& context) {
 int DataAccessObject::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                         std::vector<std::string>& values) {
     constexpr std::size_t keyColumns = 2;
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList conditions;
     PairList newValues;
     for (std::size_t i = 0; i < std::max(names.size(), keyColumns); ++i) {

@@ -1,19 +1,64 @@
 // What an object does for the two users of its table: copies, wipes, and the visitor's passwords.
 
+#include "Log.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessObject";
-
-const char* const itemNameColumn = "Name";
+const char* const ItemNameColumn = "Name";
 
 std::string quotedVisitor() {
     return DASUtils::convertToDBFormat(DASUtilsStrings::UserContextVisitor);
+}
+
+/// False also when the database can't be asked.
+bool isKnownToBeMissing(DatabaseAdapter& adapter, const std::string& table) {
+    return DASUtils::countOf(adapter, "sqlite_master",
+                             {{"name", DASUtils::escapeAndQuote(table)}}) == "0";
+}
+
+int contextColumnIndex(DatabaseAdapter& adapter, const std::string& table,
+                       const std::string& contextColumn) {
+    const std::string sql = "SELECT * FROM " + table + ";";
+    const int count = adapter.getColumnCount(sql);
+    for (int index = 0; index < count; ++index) {
+        if (adapter.getColumnName(sql, index) == contextColumn) {
+            return index;
+        }
+    }
+    return -1;
+}
+
+int copyRowsToVisitor(DatabaseAdapter& adapter, Rows& rows, std::size_t contextIndex,
+                      const std::string& table) {
+    for (auto& row : rows) {
+        bool isLeftOut = false;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            isLeftOut = isLeftOut || (i != contextIndex && !DASUtils::isSafeBetweenQuotes(row[i]));
+            row[i] = i == contextIndex ? quotedVisitor() : DASUtils::convertToDBFormat(row[i]);
+        }
+        const int inserted = isLeftOut ? 0 : adapter.insert(table, row, nullptr);
+        if (isLeftOut || inserted != 0) {
+            DAS_LOG(2, "Cannot create vistor data row, table = [%s]", table.c_str());
+        }
+        if (inserted != 0) {
+            return inserted;  // a guest must not get a part of his keys
+        }
+    }
+    return 0;
+}
+
+int deleteVisitorItems(DatabaseAdapter& adapter, const std::string& table,
+                       const std::vector<std::string>& items) {
+    int result = 1;
+    for (const std::string& item : items) {
+        PairList conditions = {{DASUtilsStrings::UserContextTagName, quotedVisitor()},
+                               {ItemNameColumn, item}};
+        result = adapter.deleteRow(table, conditions);
+    }
+    return result;
 }
 
 }  // namespace
@@ -22,29 +67,8 @@ int DataAccessObject::copyBaseDataToVisitor() {
     return copyBaseDataToVisitor(DASUtilsStrings::UserContextTagName, m_tableName);
 }
 
-bool DataAccessObject::isKnownToBeMissing(const std::string& table) {
-    PairList conditions = {{"name", DASUtils::escapeAndQuote(table)}};
-    std::string count;
-    return m_dbAdapter->countRows("sqlite_master", conditions, count) == 0 && count == "0";
-}
-
-int DataAccessObject::contextColumnIndex(const std::string& table,
-                                         const std::string& contextColumn) {
-    const std::string sql = "SELECT * FROM " + table + ";";
-    const int count = m_dbAdapter->getColumnCount(sql);
-    for (int index = 0; index < count; ++index) {
-        if (m_dbAdapter->getColumnName(sql, index) == contextColumn) {
-            return index;
-        }
-    }
-    return -1;
-}
-
 int DataAccessObject::copyBaseDataToVisitor(const std::string& contextColumn,
                                             const std::string& table) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     DAS_LOG(5, "Copying base data to visitor for table [%s]", table.c_str());
     bool isBegun = false;
     bool isCopied = false;
@@ -63,22 +87,19 @@ int DataAccessObject::copyBaseDataToVisitor(const std::string& contextColumn,
 }
 
 int DataAccessObject::replaceByCopies(const std::string& contextColumn, const std::string& table) {
-    PairList visitor = {{contextColumn, quotedVisitor()}};
-    std::string count;
-    const bool isCounted = m_dbAdapter->countRows(table, visitor, count) == 0;
-    if (!isCounted && isKnownToBeMissing(table)) {
+    const std::string count =
+        DASUtils::countOf(*m_dbAdapter, table, {{contextColumn, quotedVisitor()}});
+    if (count.empty() && isKnownToBeMissing(*m_dbAdapter, table)) {
         return 0;  // the first request makes it, with rows for both users
     }
-    if (!isCounted || (count != "0" && deleteContextData(DASUtilsStrings::UserContextVisitor,
-                                                         contextColumn, table) != 0)) {
+    if (count.empty() || (count != "0" && deleteContextData(DASUtilsStrings::UserContextVisitor,
+                                                            contextColumn, table) != 0)) {
         DAS_LOG(2, "Failed to delete visitor data, table = [%s].", table.c_str());
         return 1;
     }
     Rows rows;
-    PairList orderBy;
     const std::string base = DASUtils::convertToDBFormat(DASUtilsStrings::UserContextBase);
-    const int read =
-        m_dbAdapter->executeQuery(table, {}, {{contextColumn, base}}, orderBy, rows, "", "");
+    const int read = DASUtils::readRows(*m_dbAdapter, table, {}, {{contextColumn, base}}, rows);
     if (read != 0) {
         DAS_LOG(2, "Failed to read 'base' data, table = [%s].", table.c_str());
         return read;
@@ -86,31 +107,12 @@ int DataAccessObject::replaceByCopies(const std::string& contextColumn, const st
     if (rows.empty()) {
         return 0;
     }
-    const int index = contextColumnIndex(table, contextColumn);
+    const int index = contextColumnIndex(*m_dbAdapter, table, contextColumn);
     if (index < 0) {
         DAS_LOG(2, "Table [%s] does not have a mobility context column", table.c_str());
         return 1;
     }
-    return copyRowsToVisitor(rows, static_cast<std::size_t>(index), table);
-}
-
-int DataAccessObject::copyRowsToVisitor(Rows& rows, std::size_t contextIndex,
-                                        const std::string& table) {
-    for (auto& row : rows) {
-        bool isLeftOut = false;
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            isLeftOut = isLeftOut || (i != contextIndex && !DASUtils::isSafeBetweenQuotes(row[i]));
-            row[i] = i == contextIndex ? quotedVisitor() : DASUtils::convertToDBFormat(row[i]);
-        }
-        const int inserted = isLeftOut ? 0 : m_dbAdapter->insert(table, row, nullptr);
-        if (isLeftOut || inserted != 0) {
-            DAS_LOG(2, "Cannot create vistor data row, table = [%s]", table.c_str());
-        }
-        if (inserted != 0) {
-            return inserted;  // a guest must not get a part of his keys
-        }
-    }
-    return 0;
+    return copyRowsToVisitor(*m_dbAdapter, rows, static_cast<std::size_t>(index), table);
 }
 
 int DataAccessObject::deleteContextData(const std::string& context) {
@@ -120,9 +122,6 @@ int DataAccessObject::deleteContextData(const std::string& context) {
 int DataAccessObject::deleteContextData(const std::string& context,
                                         const std::string& contextColumn,
                                         const std::string& table) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     const bool isQuoted = context.size() >= 2 && context.front() == '\'' &&
                           context.back() == '\'' &&
                           DASUtils::isSafeBetweenQuotes(context.substr(1, context.size() - 2));
@@ -130,27 +129,14 @@ int DataAccessObject::deleteContextData(const std::string& context,
     return m_dbAdapter->deleteRow(table, conditions);
 }
 
-int DataAccessObject::deleteVisitorItems(const std::string& table,
-                                         const std::vector<std::string>& items) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
-    int result = 1;
-    for (const std::string& item : items) {
-        PairList conditions = {{DASUtilsStrings::UserContextTagName, quotedVisitor()},
-                               {itemNameColumn, item}};
-        result = m_dbAdapter->deleteRow(table, conditions);
-    }
-    return result;
-}
-
 int DataAccessObject::deleteVisitorUserPassword(const std::string& table) {
-    return deleteVisitorItems(table, {"'UserHashedPwd'", "'UserStatus'", "'UserChangedBy'",
-                                      "'UserMD5Hash'", "'UserPassword'"});
+    return deleteVisitorItems(
+        *m_dbAdapter, table,
+        {"'UserHashedPwd'", "'UserStatus'", "'UserChangedBy'", "'UserMD5Hash'", "'UserPassword'"});
 }
 
 int DataAccessObject::deleteUcCredentials(const std::string& table) {
-    return deleteVisitorItems(table, {"'WSIUsername'", "'WSIPassword'"});
+    return deleteVisitorItems(*m_dbAdapter, table, {"'WSIUsername'", "'WSIPassword'"});
 }
 
 int DataAccessObject::deleteVisitorPhonebook(const std::string& table) {

@@ -1,3 +1,7 @@
+// A line of the list names a schema, alone, with an item of the device or with one that is not of
+// the device. What has another form is passed over: the list is the image's, and newer ones may say
+// more.
+
 #include "dao/DeviceDataReader.h"
 
 #include "ClientUtils.h"

@@ -31,7 +31,7 @@ public:
     /// Reads one line of the open file and applies it.
     void processLine();
 
-    /// Whether the line is a comment. A line without fields raises std::out_of_range.
+    /// Whether the line is a comment. A line without fields throws std::out_of_range.
     bool isComment(const std::vector<std::string>& fields);
 
     /// Whether the line is empty or a comment.

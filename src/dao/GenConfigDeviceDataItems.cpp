@@ -1,3 +1,5 @@
+// The list is read once at the start and never changed then, so requests look at it without a lock.
+
 #include "dao/GenConfigDeviceDataItems.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Ids of keys are ranges with gaps, since each group of keys begins at a round number. The texts
+// are made once, because many tables have a row for each.
+
 #include "dao/KeyIds.h"
 
 #include "ClientUtils.h"

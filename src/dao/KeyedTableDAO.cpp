@@ -1,3 +1,6 @@
+// Tables whose rows have a key. A write replaces the row of its key, so no row is looked for
+// before; a change for listeners is noted with the row's key, since one statement is one row.
+
 #include "dao/KeyedTableDAO.h"
 
 #include <algorithm>
@@ -50,8 +53,6 @@ const DataAccessObject::Operation<KeyedTableDAO> KeyedTableDAO::Operations[4] = 
 
 KeyedTableDAO::KeyedTableDAO(DatabaseAdapter* adapter, const KeyedTable& table)
     : DataAccessObject(adapter, withoutOwner(table.layout)), m_table(&table) {}
-
-KeyedTableDAO::~KeyedTableDAO() = default;
 
 void KeyedTableDAO::useTable(const KeyedTable& table) {
     m_table = &table;
@@ -134,15 +135,15 @@ int KeyedTableDAO::forEachRow(RowOperation operation) {
 }
 
 int KeyedTableDAO::writeRequest() {
-    return m_dbAdapter != nullptr ? forEachRow(&KeyedTableDAO::writeRow) : 1;
+    return forEachRow(&KeyedTableDAO::writeRow);
 }
 
 int KeyedTableDAO::updateRequest() {
-    return m_dbAdapter != nullptr ? forEachRow(&KeyedTableDAO::updateRow) : 1;
+    return forEachRow(&KeyedTableDAO::updateRow);
 }
 
 int KeyedTableDAO::deleteRequest() {
-    return m_dbAdapter != nullptr ? forEachRow(&KeyedTableDAO::deleteRow) : 1;
+    return forEachRow(&KeyedTableDAO::deleteRow);
 }
 
 int KeyedTableDAO::writeRow(const DASUtils::RowData& row) {
@@ -204,9 +205,6 @@ int KeyedTableDAO::deleteRow(const DASUtils::RowData& row) {
 }
 
 int KeyedTableDAO::readRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList conditions = m_newValues;
     for (auto& condition : rowConditions(m_rowId)) {
         conditions.push_back(std::move(condition));
@@ -243,7 +241,7 @@ int KeyedTableDAO::readRows(const PairList& conditions) {
 }
 
 int KeyedTableDAO::getRowCount(std::string& count) {
-    return m_dbAdapter != nullptr ? DASUtils::getRowCount(*m_dbAdapter, m_tableName, count) : 1;
+    return DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
 
 // Default rows and rows of files ---------------------------------------------------------------
@@ -282,9 +280,6 @@ std::vector<std::string> KeyedTableDAO::defaultRow(std::size_t index) const {
 }
 
 int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     int result = 0;
     const auto insertAll = [&] {
         result = insertRowsFrom(first, onlyMissing);
@@ -310,9 +305,6 @@ int KeyedTableDAO::insertRowsFrom(std::size_t first, bool onlyMissing) {
 
 int KeyedTableDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                      std::vector<std::string>& values) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     std::vector<std::string> row;
     row.reserve(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {

@@ -23,7 +23,7 @@ struct KeyedTable {
 /**
  * The frame of tables whose rows have a key: the ranked media tables and the tables of the device.
  *
- * The key is the first column, or the second behind the user's context. In a request, an element of
+ * The key is the first column, or the second after the user's context. In a request, an element of
  * the key's name or "Id" names the row; both are the same, and neither ever changes a key. Keys
  * stand in statements in database form, so any text may be one. The rows of a table without a
  * context belong to the telephone: a Context in the request is shown in the answer and no more.
@@ -36,7 +36,7 @@ class KeyedTableDAO : public DataAccessObject {
 public:
     /// @p adapter is not owned and may be null; @p table must outlive the object.
     KeyedTableDAO(DatabaseAdapter* adapter, const KeyedTable& table);
-    ~KeyedTableDAO() override;
+    ~KeyedTableDAO() override = default;
 
     /// Refuses a damaged request, then checks the table and serves the reason.
     void handleRequest(const char* text, int length) override;
@@ -64,7 +64,7 @@ public:
     virtual int getRowCount(std::string& count);
 
     /// Writes a row, plain text in the order of the table, replacing that with the same key. Fewer
-    /// values than columns raise std::out_of_range.
+    /// values than columns throw std::out_of_range.
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
 

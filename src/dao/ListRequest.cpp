@@ -1,3 +1,6 @@
+// An element that is not known changes nothing, so that newer clients can send more than this
+// software understands; and a value belongs to the element that began last, whatever closes it.
+
 #include "dao/ListRequest.h"
 
 #include <string_view>
@@ -19,11 +22,7 @@ constexpr std::string_view TextElements[] = {"ReasonForMessage", "ResultCols", "
 
 ListRequest::ListRequest(const std::vector<std::string>& fields, std::string& schema,
                          std::string& context, std::string& reason, RequestLimits& limits)
-    : m_fields(fields),
-      m_schema(schema),
-      m_context(context),
-      m_reason(reason),
-      m_limits(limits) {}
+    : m_fields(fields), m_schema(schema), m_context(context), m_reason(reason), m_limits(limits) {}
 
 bool ListRequest::isEntry(const char* name) {
     return std::string_view(name) == "Entry";

@@ -55,7 +55,7 @@ public:
     const PairList& entryPairs() const { return m_entryPairs; }
 
     /**
-     * The words of ResultCols, cut at every blank; none without the element. What stands behind the
+     * The words of ResultCols, cut at every blank; none without the element. What follows the
      * last blank is a word too, so a blank at the end gives an empty one, which is no column: kept
      * on purpose, such a read has always failed.
      */

@@ -1,3 +1,6 @@
+// An object for what no class serves, so that callers need no other case: its answer is a failure,
+// and its operations do nothing.
+
 #include "dao/NULLDataAccessObject.h"
 
 NULLDataAccessObject::NULLDataAccessObject(const std::string& schema) : m_schema(schema) {

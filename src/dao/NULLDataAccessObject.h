@@ -5,7 +5,7 @@
 
 #include "dao/DataAccessObject.h"
 
-/// Answers for a schema that nobody serves, or while nothing is served: the schema's name, the
+/// Answers for a schema that no class serves, or while nothing is served: the schema's name, the
 /// reason "failure" and no data. It has no adapter and touches no table.
 class NULLDataAccessObject : public DataAccessObject {
 public:

@@ -1,3 +1,6 @@
+// Values are bound, not written into the statement: the rows are a user's own, and may hold what no
+// statement text can.
+
 #include "dao/NamedRows.h"
 
 #include <algorithm>

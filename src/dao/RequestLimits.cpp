@@ -1,16 +1,12 @@
+// The parse ends at the first element that goes beyond a limit: a request that is too large must
+// not take the memory that the limit is there to keep.
+
 #include "dao/RequestLimits.h"
 
 #include <algorithm>
 
+#include "Log.h"
 #include "XmlHandler.h"
-#include "database/Logging.h"
-
-namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/RequestLimits";
-
-}  // namespace
 
 void RequestLimits::checkColumns(const std::string& resultCols) {
     const auto blanks = std::count(resultCols.begin(), resultCols.end(), ' ');

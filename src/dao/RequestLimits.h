@@ -5,9 +5,9 @@
 #include <string>
 
 /**
- * Counts what a request holds. What goes beyond a limit ends the parse and is logged at level 2; the
- * request is a failure then, and nothing of it is stored. Each request of a client takes memory and
- * time of all others, so both must follow from what it may hold.
+ * Counts what a request holds. What goes beyond a limit ends the parse and is logged at level 2;
+ * the request is a failure then, and nothing of it is stored. Each request of a client takes memory
+ * and time of all others, so both must follow from what it may hold.
  */
 class RequestLimits {
 public:

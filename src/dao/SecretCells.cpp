@@ -1,3 +1,6 @@
+// Cells of secret columns are masked by place: the names are looked up once, not for each row of
+// an export.
+
 #include "dao/SecretCells.h"
 
 #include "Secrets.h"

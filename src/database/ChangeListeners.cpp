@@ -3,14 +3,7 @@
 #include <algorithm>
 #include <exception>
 
-#include "database/Logging.h"
-
-namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/ChangeListeners";
-
-}  // namespace
+#include "Log.h"
 
 void ChangeListeners::add(DASChangeListenerIfc* listener) {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -6,6 +6,7 @@
 #include <exception>
 
 #include "GPALSleep.h"
+#include "Log.h"
 #include "Progress.h"
 #include "Storage.h"
 #include "Tally.h"
@@ -13,7 +14,6 @@
 #include "database/AdapterGuards.h"
 #include "database/ChangeNotice.h"
 #include "database/ChangeScope.h"
-#include "database/Logging.h"
 #include "database/Statement.h"
 
 namespace {
@@ -56,6 +56,12 @@ DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
     // The object is made by now: an exception from here on still closes the connection.
     AdapterLock lock(*this);
     openDatabase();
+}
+
+DatabaseAdapter& DatabaseAdapter::none() {
+    // Never destroyed: what outlives the end of the process may still hold it.
+    static DatabaseAdapter* const adapter = new DatabaseAdapter(SqliteAdapterType);
+    return *adapter;
 }
 
 DatabaseAdapter::DatabaseAdapter(int type)

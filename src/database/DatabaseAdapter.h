@@ -45,6 +45,8 @@ public:
     /// logged and every later statement fails by itself.
     DatabaseAdapter();
     ~DatabaseAdapter() override;
+    /// One without a database, which fails each statement: for objects that were given no adapter.
+    static DatabaseAdapter& none();
     DatabaseAdapter(const DatabaseAdapter&) = delete;
     DatabaseAdapter& operator=(const DatabaseAdapter&) = delete;
 
@@ -125,9 +127,9 @@ public:
     [[nodiscard]] int changes() const;
 
     /**
-     * Reports to @p listeners, as a change with blank texts, when another process has committed since
-     * the last look or the file is not the one that was opened. The first look only remembers.
-     * Waits neither for the lock nor for other processes.
+     * Reports to @p listeners, as a change with blank texts, when another process has committed
+     * since the last look or the file is not the one that was opened. The first look only
+     * remembers. Waits neither for the lock nor for other processes.
      *
      * @return false when one of them was in the way
      */
@@ -240,8 +242,6 @@ protected:
     int m_type;  ///< kind of database; anything but SqliteAdapterType serves nothing
 
 private:
-    static constexpr const char* LogComponent = "DataAccessService";
-    static constexpr const char* LogSource = "./src/DatabaseAdapter";
     static constexpr int SqliteAdapterType = 1;
     /// Room for a usual statement, so that its text does not grow, and move, on its way.
     static constexpr std::size_t StatementSize = 256;

@@ -2,19 +2,19 @@
 
 #include "ClientUtils.h"
 #include "DeviceFile.h"
+#include "Log.h"
 #include "Storage.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/SqlText.h"
 
 namespace {
 
-const char* const contactsQuery =
+const char* const ContactsQuery =
     "select Surname, Firstname, Office, Office2, Mobile, Private, Company, Address, Address2, "
     "JobFunction, Email, DefaultNumber from PHONE_BOOK;";
 
-const char* const contactsHeader =
+const char* const ContactsHeader =
     "\"LastName\",\"FirstName\",\"Business1\",\"Business2\",\"Mobile1\",\"Private1\",\"Company1\","
     "\"Address1\",\"Address2\",\"Position\",\"Email1\",\"DefaultDial\"\n";
 
@@ -45,7 +45,7 @@ bool DatabaseAdapter::createContactsCSV(const std::string& path) {
         return false;
     }
     DAS_LOG(5, "creation of %s has begun", path.c_str());
-    file.write(contactsHeader);
+    file.write(ContactsHeader);
     Rows rows;
     const auto write = [&file](Rows& piece) {
         for (const auto& row : piece) {
@@ -54,7 +54,7 @@ bool DatabaseAdapter::createContactsCSV(const std::string& path) {
         piece.clear();
         return true;
     };
-    const auto read = [&] { return executeActualSearchQuery(contactsQuery, rows); };
+    const auto read = [&] { return executeActualSearchQuery(ContactsQuery, rows); };
     if (readInPieces(*this, rows, read, write) != 0) {
         DAS_LOG(2, "error in the query of the contacts information");
         if (Storage::exists(path)) {

@@ -11,7 +11,7 @@
 #include "OwnFiles.h"
 #include "Work.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
+#include "Log.h"
 
 namespace {
 

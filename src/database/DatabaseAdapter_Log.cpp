@@ -2,9 +2,9 @@
 
 #include <sqlite3.h>
 
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/MaskedStatement.h"
 #include "database/Statement.h"
 
@@ -30,7 +30,7 @@ void DatabaseAdapter::tellFailure(const char* error, const std::string& sql) {
     sqlite3* const db = connection();
     const int code = db != nullptr ? sqlite3_errcode(db) : SQLITE_OK;
     const bool isNewDamage = !m_damageIsTold && (code == SQLITE_CORRUPT || code == SQLITE_NOTADB);
-    if (!isNewDamage && !loggingOnAppUni(LogComponent, 3)) {
+    if (!isNewDamage && !loggingOnAppUni("DataAccessService", 3)) {
         return;
     }
     const std::string words = error;  // of SQLite, which forgets them when the columns are read

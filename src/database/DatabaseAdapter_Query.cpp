@@ -4,9 +4,9 @@
 
 #include <utility>
 
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/SqlText.h"
 #include "database/Statement.h"
 

@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/SqlText.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "database/SqlText.h"
 
 int DatabaseAdapter::createTable(const std::string& table, PairList& columns) {

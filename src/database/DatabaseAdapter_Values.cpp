@@ -4,10 +4,10 @@
 
 #include <memory>
 
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 

@@ -1,3 +1,6 @@
+// The schemas in the order in which they are tried. The order decides where the name of one
+// contains that of another; everything else about a schema is in its class.
+
 #include "schemas/DAOFactory.h"
 
 #include <algorithm>
@@ -44,7 +47,7 @@ DataAccessObject* makeForSchema(DatabaseAdapter* adapter, const std::string& sch
     return new Dao(adapter, schema);
 }
 
-/// Schemas with a class of their own, in the order in which they are tried, behind the plain
+/// Schemas with a class of their own, in the order in which they are tried, after the plain
 /// tables.
 const ClassRow ClassRows[] = {
     {&BluetoothBlacklistedSchema, Match::Equal, makeForSchema<BluetoothDAO>},

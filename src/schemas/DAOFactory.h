@@ -18,7 +18,7 @@ public:
     DAOFactory(const DAOFactory&) = delete;
     DAOFactory& operator=(const DAOFactory&) = delete;
 
-    /// A new object for @p schema, compared exactly; never null, a schema that nobody serves gets a
+    /// A new object for @p schema, compared exactly; never null, a schema that no class serves gets a
     /// NULLDataAccessObject. The caller deletes it.
     DataAccessObject* createDAOInstance(std::string schema);
 

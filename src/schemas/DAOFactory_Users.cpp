@@ -1,16 +1,15 @@
 // The walks over all schemas that hold a user's data.
 
+#define DAS_LOG_SOURCE "./src/DAOFactory_Users"
+
 #include <memory>
 
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "dao/DataAccessObject.h"
-#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DAOFactory_Users";
 
 using namespace DASUtilsStrings;
 
@@ -53,7 +52,7 @@ const std::string* walkVisitorData(DAOFactory& factory, Work work) {
 /// Calls an operation of the object of @p schema.
 void callOn(DAOFactory& factory, const std::string& schema, int (DataAccessObject::*operation)()) {
     const std::unique_ptr<DataAccessObject> dao(factory.createDAOInstance(schema));
-    (void)(dao.get()->*operation)();  // a failure is in the log, nobody waits for it
+    (void)(dao.get()->*operation)();  // a failure is in the log, no caller waits for it
 }
 
 }  // namespace

@@ -1,3 +1,8 @@
+// A file of the image maps the tags of management to schemas and items. A line that can't be used
+// is passed over: the other tags must work all the same.
+
+#define DAS_LOG_COMPONENT "DAS_ACMSTagMapper"
+
 #include "service/ACMSTagMapper.h"
 
 #include <algorithm>
@@ -5,15 +10,12 @@
 
 #include "ClientUtils.h"
 #include "DeviceFile.h"
-#include "database/Logging.h"
+#include "Log.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DAS_ACMSTagMapper";
-constexpr const char* LogSource = "./src/ACMSTagMapper";
-
-const char* const mappingFile = "/Aurel_Deploy/DasTagMappings.csv";
-constexpr std::size_t fewestFields = 3;
+const char* const MappingFile = "/Aurel_Deploy/DasTagMappings.csv";
+constexpr std::size_t FewestFields = 3;
 
 /// The columns of the file, and their places in the list of names below.
 enum Column { DasSchema, DasTag, AcmsTag };
@@ -30,11 +32,11 @@ ACMSTagMapper::ACMSTagMapper() {
 }
 
 void ACMSTagMapper::createTable() {
-    DeviceFile file(mappingFile);
+    DeviceFile file(MappingFile);
     if (!file.isOpen()) {
         return;
     }
-    DAS_LOG(5, "Opening %s", mappingFile);
+    DAS_LOG(5, "Opening %s", MappingFile);
     int version = 0;
     if (!ClientUtils::getVersion(file, version)) {
         DAS_LOG(2, "Version no. missing");
@@ -53,7 +55,7 @@ void ACMSTagMapper::createTable() {
     };
     std::vector<std::string> fields;
     while (ClientUtils::readLineFromCsvFileAndParse(file, fields)) {
-        const bool isData = fields.size() >= fewestFields && fields.size() > highest;
+        const bool isData = fields.size() >= FewestFields && fields.size() > highest;
         if (isData && !isComment(fields)) {
             m_tags[field(fields, AcmsTag)] = {field(fields, DasSchema), field(fields, DasTag)};
         }

@@ -1,14 +1,14 @@
+// Remote methods: one table says what each takes, what it calls and how it answers, and a few
+// functions walk it. A message that lacks a parameter is answered as one whose call was not done.
+
+#define DAS_LOG_COMPONENT "DASInvoker"
+
 #include "service/DASInvoker.h"
 
 #include <algorithm>
 #include <exception>
-#include <iterator>
 #include <map>
-#include <memory>
 #include <sstream>
-#include <string_view>
-#include <unordered_map>
-#include <vector>
 
 #include "AurelProtocols.h"
 #include "ClientUtils.h"
@@ -18,23 +18,19 @@
 #include "Executable.h"
 #include "FrameworkContext.h"
 #include "InvokerResponse.h"
+#include "Log.h"
 #include "Method.h"
 #include "ProtocolAdapter.h"
 #include "Proxy.h"
 #include "Secrets.h"
 #include "Serializer.h"
-#include "database/LoggedText.h"
-#include "database/Logging.h"
 #include "service/DataAccessService.h"
 #include "service/MobilityMigrator.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DASInvoker";
-constexpr const char* LogSource = "./src/DASInvoker";
-
-const char* const responseName = "Response";
-const char* const acknowledgeName = "Acknowledge";
+const char* const ResponseName = "Response";
+const char* const AcknowledgeName = "Acknowledge";
 
 /// One message on its way: where it came from, what was read of it, and what the call gave.
 struct Exchange {
@@ -44,12 +40,10 @@ struct Exchange {
     const Method& request;
     Method& reply;
     bool isXml;
-
     bool isComplete = false;           ///< whether every in parameter was there
     std::vector<std::string> texts{};  ///< in parameters, those of one type in their order
     std::vector<int> numbers{};
     std::vector<bool> flags{};
-
     std::string answer{};
     std::map<std::string, std::string> values{};
     DirectoryList directories{};
@@ -79,11 +73,9 @@ struct RemoteMethod {
     const char* name;
     std::vector<InParameter> in;
     bool (*call)(Exchange& exchange);
-    void (*answer)(Exchange& exchange, bool done);  ///< null: a one-way method
-    const XmlForm* xmlForm;                         ///< null: one form for every protocol
+    void (*answer)(Exchange& exchange, bool done) = nullptr;  ///< null: a one-way method
+    const XmlForm* xmlForm = nullptr;                         ///< null: one form for every protocol
 };
-
-// ---- Reading
 
 /// Appends the parameter @p name to @p values if @p getter finds it.
 template <typename Value, typename List>
@@ -145,24 +137,22 @@ bool readDirectorySelection(const std::string& xml, Exchange& exchange) {
            std::all_of(std::begin(flagNames), std::end(flagNames), readFlag);
 }
 
-const XmlForm fileSelection{"FileSelection", readFileSelection, "ERROR_General"};
+const XmlForm FileSelectionForm{"FileSelection", readFileSelection, "ERROR_General"};
 /// Moving reads the same parameter as renaming: kept on purpose, the two share one shape.
-const XmlForm fileRename{"FileRename", readFileRename, "ERROR_General"};
-const XmlForm directorySelection{"DirectorySelection", readDirectorySelection, "ERROR_WrongData"};
-
-// ---- Answering
+const XmlForm FileRenameForm{"FileRename", readFileRename, "ERROR_General"};
+const XmlForm DirectorySelectionForm{"DirectorySelection", readDirectorySelection,
+                                     "ERROR_WrongData"};
 
 void answerText(Exchange& exchange, bool /*done*/) {
-    exchange.reply.addStringParameter(responseName, std::move(exchange.answer), Parameter::out);
+    exchange.reply.addStringParameter(ResponseName, std::move(exchange.answer), Parameter::out);
 }
-
-void answerNothing(Exchange& /*exchange*/, bool /*done*/) {}
 
 void acknowledge(Exchange& exchange, bool done) {
-    exchange.reply.addBoolParameter(acknowledgeName, done, Parameter::out);
+    exchange.reply.addBoolParameter(AcknowledgeName, done, Parameter::out);
 }
 
-/// The values as the log shows them, with secrets masked. What a tag leads to is known to this library's service alone.
+/// The values as the log shows them, with secrets masked. What a tag leads to is known to this
+/// library's service alone.
 std::map<std::string, std::string> withoutSecrets(const Exchange& exchange) {
     const auto* const service = dynamic_cast<const DataAccessService*>(&exchange.service);
     const MobilityMigrator* const migrator =
@@ -181,8 +171,8 @@ std::map<std::string, std::string> withoutSecrets(const Exchange& exchange) {
 void acknowledgeValues(Exchange& exchange, bool done) {
     acknowledge(exchange, done);
     if (done) {
-        std::string text =
-            Serializer::serialize(Secrets::areHidden() ? withoutSecrets(exchange) : exchange.values);
+        std::string text = Serializer::serialize(Secrets::areHidden() ? withoutSecrets(exchange)
+                                                                      : exchange.values);
         DAS_LOG(5, "newValues %s", Serializer::serialize(withoutSecrets(exchange)).c_str());
         exchange.reply.addStringParameter("readValues", std::move(text), Parameter::inout);
     }
@@ -194,15 +184,15 @@ void acknowledgeFile(Exchange& exchange, const XmlForm& form, bool done) {
         return;
     }
     const char* const failed = exchange.isComplete ? "ERROR_General" : form.incompleteWord;
-    exchange.reply.addStringParameter(acknowledgeName, done ? "SUCCESS" : failed, Parameter::out);
+    exchange.reply.addStringParameter(AcknowledgeName, done ? "SUCCESS" : failed, Parameter::out);
 }
 
 void acknowledgeFileChange(Exchange& exchange, bool done) {
-    acknowledgeFile(exchange, fileSelection, done);
+    acknowledgeFile(exchange, FileSelectionForm, done);
 }
 
 void acknowledgeDirectory(Exchange& exchange, bool done) {
-    acknowledgeFile(exchange, directorySelection, done);
+    acknowledgeFile(exchange, DirectorySelectionForm, done);
     if (done) {
         exchange.reply.addXMLParameter("DirectoryTree",
                                        DASInvoker::constructDirectoryTreeResponse(
@@ -213,10 +203,6 @@ void acknowledgeDirectory(Exchange& exchange, bool done) {
 }
 
 // ---- Calling
-
-eUserCategory toCategory(int number) {
-    return static_cast<eUserCategory>(number);
-}
 
 /// A call of an operation that gives no result.
 template <void (DataAccessServiceIfc::*operation)()>
@@ -249,138 +235,100 @@ bool callAddListener(Exchange& exchange) {
     return true;
 }
 
-bool callProcessRequest(Exchange& exchange) {
-    exchange.answer =
-        exchange.service.processRequest(exchange.texts[0].c_str(), exchange.numbers[0]);
-    return true;
-}
-
-bool callExportData(Exchange& exchange) {
-    return exchange.service.exportData(exchange.texts[0], toCategory(exchange.numbers[0]),
-                                       exchange.texts[1]);
-}
-
-bool callImportData(Exchange& exchange) {
-    return exchange.service.importData(exchange.texts[0], exchange.texts[1]);
-}
-
-bool callImportDataForUser(Exchange& exchange) {
-    return exchange.service.importData(exchange.texts[0], toCategory(exchange.numbers[0]),
-                                       exchange.texts[1]);
-}
-
-bool callCreatePhonenumberIndices(Exchange& exchange) {
-    // Acknowledged whatever the service says: kept on purpose, a search works without the indices.
-    (void)exchange.service.createPhonenumberIndices();
-    return true;
-}
-
-bool callCheckDatabaseNeedsChange(Exchange& exchange) {
-    exchange.service.checkDatabaseNeedsChange(static_cast<eSwType>(exchange.numbers[0]),
-                                              static_cast<eSwType>(exchange.numbers[1]),
-                                              exchange.texts[0]);
-    return true;
-}
-
 constexpr auto String = Parameter::Type::String;
 constexpr auto Int = Parameter::Type::Int;
 constexpr auto Bool = Parameter::Type::Bool;
 using Ifc = DataAccessServiceIfc;
 
-const std::vector<InParameter> twoNames{{"OldFileName", String}, {"NewFileName", String}};
-const std::vector<InParameter> directoryFlags{
+const std::vector<InParameter> TwoNames{{"OldFileName", String}, {"NewFileName", String}};
+const std::vector<InParameter> DirectoryFlags{
     {"Directory", String}, {"DirReading", Bool}, {"FileReading", Bool}, {"SubDirReading", Bool}};
 
-const RemoteMethod remoteMethods[] = {
+const RemoteMethod RemoteMethods[] = {
     {"processRequest",
      {{"Request", String}, {"RequestLength", Int}},
-     callProcessRequest,
-     answerText,
-     nullptr},
+     [](Exchange& x) {
+         x.answer = x.service.processRequest(x.texts[0].c_str(), x.numbers[0]);
+         return true;
+     },
+     answerText},
     {"deleteFile",
      {{"directory", String}, {"name", String}},
      callFile<&Ifc::deleteFile>,
      acknowledgeFileChange,
-     &fileSelection},
-    {"renameFile", twoNames, callFile<&Ifc::renameFile>, acknowledgeFileChange, &fileRename},
-    {"moveFile", twoNames, callFile<&Ifc::moveFile>, acknowledgeFileChange, &fileRename},
-    {"readDirectoryTree", directoryFlags, callDirectory<&Ifc::readDirectoryTree>,
-     acknowledgeDirectory, &directorySelection},
-    {"readDirectory", directoryFlags, callDirectory<&Ifc::readDirectory>, acknowledgeDirectory,
-     &directorySelection},
+     &FileSelectionForm},
+    {"renameFile", TwoNames, callFile<&Ifc::renameFile>, acknowledgeFileChange, &FileRenameForm},
+    {"moveFile", TwoNames, callFile<&Ifc::moveFile>, acknowledgeFileChange, &FileRenameForm},
+    {"readDirectoryTree", DirectoryFlags, callDirectory<&Ifc::readDirectoryTree>,
+     acknowledgeDirectory, &DirectorySelectionForm},
+    {"readDirectory", DirectoryFlags, callDirectory<&Ifc::readDirectory>, acknowledgeDirectory,
+     &DirectorySelectionForm},
     {"setProfile",
      {{"NewProfile", String}},
      [](Exchange& x) { return x.service.setProfile(x.texts[0]); },
-     acknowledge,
-     nullptr},
-    {"factoryReset",
-     {},
-     [](Exchange& x) { return x.service.factoryReset(); },
-     acknowledge,
-     nullptr},
+     acknowledge},
+    {"factoryReset", {}, [](Exchange& x) { return x.service.factoryReset(); }, acknowledge},
     {"invokeACMSFactoryReset",
      {{"EnableCreateDb", Bool}},
      [](Exchange& x) { return x.service.invokeACMSFactoryReset(x.flags[0]); },
-     acknowledge,
-     nullptr},
+     acknowledge},
     {"exportData",
      {{"schemaName", String}, {"userToExportFor", Int}, {"filePathAndName", String}},
-     callExportData,
-     acknowledge,
-     nullptr},
+     [](Exchange& x) {
+         return x.service.exportData(x.texts[0], static_cast<eUserCategory>(x.numbers[0]),
+                                     x.texts[1]);
+     },
+     acknowledge},
     {"importData",
      {{"schemaName", String}, {"filePathAndName", String}},
-     callImportData,
-     acknowledge,
-     nullptr},
+     [](Exchange& x) { return x.service.importData(x.texts[0], x.texts[1]); },
+     acknowledge},
     {"importDataForUser",
      {{"schemaName", String}, {"userToImportFor", Int}, {"filePathAndName", String}},
-     callImportDataForUser,
-     acknowledge,
-     nullptr},
-    {"createPhonenumberIndices", {}, callCreatePhonenumberIndices, acknowledge, nullptr},
+     [](Exchange& x) {
+         return x.service.importData(x.texts[0], static_cast<eUserCategory>(x.numbers[0]),
+                                     x.texts[1]);
+     },
+     acknowledge},
+    {"createPhonenumberIndices",
+     {},
+     [](Exchange& x) {
+         // Acknowledged whatever the service says: kept on purpose, a search works without them.
+         (void)x.service.createPhonenumberIndices();
+         return true;
+     },
+     acknowledge},
     {"migrateUserData",
      {{"baseValues", String}},
      [](Exchange& x) { return x.service.migrateUserData(x.readValues()); },
-     acknowledge,
-     nullptr},
-    {"clearMobileUserdata", {}, callOneWay<&Ifc::clearMobileUserdata>, nullptr, nullptr},
-    {"clearMobileUserDLSdata", {}, callOneWay<&Ifc::clearMobileUserDLSdata>, nullptr, nullptr},
-    {"copyBaseDataToVisitor", {}, callOneWay<&Ifc::copyBaseDataToVisitor>, nullptr, nullptr},
-    {"deleteVisitorUserPassword",
-     {},
-     callOneWay<&Ifc::deleteVisitorUserPassword>,
-     nullptr,
-     nullptr},
-    {"deleteUcCredentials", {}, callOneWay<&Ifc::deleteUcCredentials>, nullptr, nullptr},
+     acknowledge},
+    {"clearMobileUserdata", {}, callOneWay<&Ifc::clearMobileUserdata>},
+    {"clearMobileUserDLSdata", {}, callOneWay<&Ifc::clearMobileUserDLSdata>},
+    {"copyBaseDataToVisitor", {}, callOneWay<&Ifc::copyBaseDataToVisitor>},
+    {"deleteVisitorUserPassword", {}, callOneWay<&Ifc::deleteVisitorUserPassword>},
+    {"deleteUcCredentials", {}, callOneWay<&Ifc::deleteUcCredentials>},
     {"checkDatabaseNeedsChange",
      {{"currentSwType", Int}, {"newSwType", Int}, {"newSwVersion", String}},
-     callCheckDatabaseNeedsChange,
-     acknowledge,
-     nullptr},
+     [](Exchange& x) {
+         x.service.checkDatabaseNeedsChange(static_cast<eSwType>(x.numbers[0]),
+                                            static_cast<eSwType>(x.numbers[1]), x.texts[0]);
+         return true;
+     },
+     acknowledge},
     {"exportUserData",
      {{"newValues", String}, {"isBase", Bool}},
      [](Exchange& x) { return x.service.exportUserData(x.readValues(), x.flags[0]); },
-     acknowledgeValues,
-     nullptr},
+     acknowledgeValues},
     {"importUserData",
      {{"newValues", String}, {"isBase", Bool}},
      [](Exchange& x) { return x.service.importUserData(x.readValues(), x.flags[0]); },
-     acknowledge,
-     nullptr},
-    {"AddListener", {}, callAddListener, answerNothing, nullptr},
+     acknowledge},
+    {"AddListener", {}, callAddListener, [](Exchange&, bool) {}},
 };
-
-const RemoteMethod* findRemoteMethod(const std::string& name) {
-    const auto found =
-        std::find_if(std::begin(remoteMethods), std::end(remoteMethods),
-                     [&](const RemoteMethod& method) { return method.name == name; });
-    return found != std::end(remoteMethods) ? &*found : nullptr;
-}
 
 void fail(Method& reply) {
     reply = Method(reply.getName());
-    reply.addStringParameter(responseName, DASUtilsStrings::FailureResponse, Parameter::out);
+    reply.addStringParameter(ResponseName, DASUtilsStrings::FailureResponse, Parameter::out);
 }
 
 /// Calls what @p method stands for and fills the reply. False when no reply is to be sent.
@@ -407,88 +355,16 @@ bool dispatch(Executable* executable, FrameworkContext& context, const InvokerRe
         fail(reply);
         return true;
     }
-    const RemoteMethod* const method = findRemoteMethod(request.getName());
-    if (method == nullptr) {
+    const auto* const method =
+        std::find_if(std::begin(RemoteMethods), std::end(RemoteMethods),
+                     [&](const RemoteMethod& each) { return each.name == request.getName(); });
+    if (method == std::end(RemoteMethods)) {
         DAS_LOG(2, "Unknown messageType = \"%s\"\n", request.getName().c_str());
         return false;
     }
     Exchange exchange{*service, context, response,
                       request,  reply,   response.getProtocol() == AurelProtocols::SERVICE_XML};
     return perform(*method, exchange);
-}
-
-/// Writes a listing. The places of the paths are looked up once, not for each subdirectory anew.
-class DirectoryTreeText {
-public:
-    DirectoryTreeText(const DirectoryList& directories, const DirectoryList& files)
-        : m_hasDirectories(!directories.empty()) {
-        for (const auto& entry : directories) {
-            m_directories.emplace(entry.first, &entry);  // the first one of a path counts
-        }
-        for (const auto& entry : files) {
-            m_files[entry.first].push_back(&entry);
-        }
-    }
-
-    void write(const DirectoryList::value_type* entry, const std::string& name, std::string& text) {
-        DAS_LOG(5, "constructDirectoryTreeResponse");
-        const std::string& directory = m_hasDirectories ? entry->first : name;
-        open(directory, text);
-        text += "<subdirectory>";
-        if (m_hasDirectories) {
-            writeSubdirectories(*entry, name, text);
-        }
-        text += "</subdirectory><filelist>";
-        writeFiles(directory, text);
-        text += "</filelist></directorytree>";
-    }
-
-private:
-    using Entry = DirectoryList::value_type;
-
-    static void open(const std::string& directory, std::string& text) {
-        text.append("<directorytree name=\"").append(directory).append("\">");
-    }
-
-    void writeSubdirectories(const Entry& entry, const std::string& name, std::string& text) {
-        for (const std::string& subdirectory : entry.second) {
-            const auto found = m_directories.find(subdirectory);
-            if (found != m_directories.end()) {
-                write(found->second, name, text);
-            } else {
-                open(subdirectory, text);  // never closed: kept on purpose, its readers expect it
-            }
-        }
-    }
-
-    void writeFiles(const std::string& directory, std::string& text) const {
-        const auto found = m_files.find(directory);
-        if (found == m_files.end()) {
-            return;
-        }
-        for (const Entry* const entry : found->second) {
-            for (const std::string& file : entry->second) {
-                text.append("<fileinfo directory=\"").append(directory);
-                text.append("\" name=\"").append(file).append("\" />");
-            }
-        }
-    }
-
-    const bool m_hasDirectories;
-    std::unordered_map<std::string_view, const Entry*> m_directories;
-    std::unordered_map<std::string_view, std::vector<const Entry*>> m_files;
-};
-
-/// The text between the next two double quotes from @p position on, which then stands behind them.
-bool cutQuoted(const std::string& text, std::size_t& position, std::string_view& quoted) {
-    const std::size_t open = text.find('"', position);
-    const std::size_t close = open == std::string::npos ? open : text.find('"', open + 1);
-    if (close == std::string::npos) {
-        return false;
-    }
-    quoted = std::string_view(text).substr(open + 1, close - open - 1);
-    position = close + 1;
-    return true;
 }
 
 }  // namespace
@@ -520,50 +396,4 @@ void DASInvoker::handleMessage(Executable* executable, const char* message, int 
     std::ostringstream out;
     adapter->encode(reply, out);
     response->setReply(out.str());
-}
-
-bool DASInvoker::extractParamFromXMLString(const std::string& xml, const std::string& name,
-                                           std::string& value) {
-    DAS_LOG(5, "extractParamFromXMLString");
-    std::size_t position = xml.find(name);
-    if (position == std::string::npos) {
-        DAS_LOG(5, "extractParamFromXMLString parameter:(%s) not found in: (%s).\n", name.c_str(),
-                LoggedText::request(xml).c_str());
-        return false;
-    }
-    std::string_view quoted;
-    if (!cutQuoted(xml, position, quoted)) {
-        return false;
-    }
-    value = quoted;
-    DAS_LOG(5, "extractParamFromXMLString parameter:(%s) value was: (%s).\n", name.c_str(),
-            value.c_str());
-    return true;
-}
-
-int DASInvoker::parsePathFilename(int position, const std::string& xml, std::string& path) {
-    std::size_t place = static_cast<std::size_t>(position);
-    std::string_view quoted;
-    if (position < 0 || !cutQuoted(xml, place, quoted)) {
-        return -1;
-    }
-    path = quoted;
-    if (path.empty() || path.back() != '/') {
-        path += '/';
-    }
-    if (!cutQuoted(xml, place, quoted)) {
-        return -1;
-    }
-    path += quoted;
-    return static_cast<int>(place);
-}
-
-std::string DASInvoker::constructDirectoryTreeResponse(DirectoryList::const_iterator entry,
-                                                       const DirectoryList* directories,
-                                                       const DirectoryList* files,
-                                                       const std::string& name) {
-    std::string text;
-    const auto* const first = directories->empty() ? nullptr : &*entry;
-    DirectoryTreeText(*directories, *files).write(first, name, text);
-    return text;
 }

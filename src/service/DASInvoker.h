@@ -19,7 +19,7 @@ public:
      *
      * No reply is given to a one-way method, to an unknown one and for an unknown protocol. A
      * message that can't be decoded gets a reply without a name. Without a service, or when the
-     * service raises an exception, every method with a reply gets the string "Response" with
+     * service throws an exception, every method with a reply gets the string "Response" with
      * "failure".
      */
     void handleMessage(Executable* executable, const char* message, int length,
@@ -37,9 +37,9 @@ public:
                                           std::string& value);
 
     /**
-     * Reads two quoted texts behind @p position, a directory and a file, into the one @p path.
+     * Reads two quoted texts after @p position, a directory and a file, into the one @p path.
      *
-     * @return the position behind the last quote; -1 when a quote is missing or @p position is
+     * @return the position after the last quote; -1 when a quote is missing or @p position is
      *         negative
      */
     static int parsePathFilename(int position, const std::string& xml, std::string& path);

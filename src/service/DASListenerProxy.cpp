@@ -1,15 +1,15 @@
+// The service calls a listener as an object; a remote one is a message without an answer, so a
+// client that is gone never holds the service up.
+
 #include "service/DASListenerProxy.h"
 
+#include "Log.h"
 #include "Method.h"
 #include "ProxyRequest.h"
-#include "database/Logging.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASListenerProxy";
-
-constexpr int typeWithoutAnswer = 0;
+constexpr int TypeWithoutAnswer = 0;
 
 }  // namespace
 
@@ -26,5 +26,5 @@ void DASListenerProxy::send(const char* methodName) {
         DAS_LOG(2, "No way to a listener for %s", methodName);
         return;
     }
-    m_proxyRequest->send(Method(methodName, typeWithoutAnswer));
+    m_proxyRequest->send(Method(methodName, TypeWithoutAnswer));
 }

@@ -1,4 +1,4 @@
-// The service's core: start and end, the routing of requests, and the doors to the tables.
+// The service's core: start and end, and the routing of requests.
 
 #include "service/DataAccessService.h"
 
@@ -15,6 +15,7 @@
 #include "DasCrypt.h"
 #include "Executable.h"
 #include "LocalMgmtIfc.h"
+#include "Log.h"
 #include "OwnFiles.h"
 #include "Storage.h"
 #include "Tally.h"
@@ -27,7 +28,6 @@
 #include "database/DatabaseAdapter.h"
 #include "database/DbFactory.h"
 #include "database/LoggedText.h"
-#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/ACMSTagMapper.h"
 #include "service/MobilityMigrator.h"
@@ -35,22 +35,19 @@
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessService";
+const char* const DeviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
+const char* const ManagementName = "LocalMgmtIfc";
+const char* const DataDirectory = "/data";
+constexpr unsigned DataDirectoryMode = 0770;
 
-const char* const deviceItemsFile = "/Aurel_Deploy/DasGenConfigDeviceDataItems.csv";
-const char* const managementName = "LocalMgmtIfc";
-const char* const dataDirectory = "/data";
-constexpr unsigned dataDirectoryMode = 0770;
+const char* const CurrentUserWord = "getCurrentUser";
+const char* const DefaultKeyDataWord = "getDefaultKeyData";
+const char* const SaveContactsWord = "saveContactsToCSV";
+const char* const SaveContactsAnswer = "endOfSaveContactsToCSVRequest";
+const char* const ReadTraceFlagWord = "getWhetherRequestContentShowableOnTheAurelTrace";
+const char* const SetTraceFlagWord = "setWhetherRequestContentShowableOnTheAurelTrace";
 
-const char* const currentUserWord = "getCurrentUser";
-const char* const defaultKeyDataWord = "getDefaultKeyData";
-const char* const saveContactsWord = "saveContactsToCSV";
-const char* const saveContactsAnswer = "endOfSaveContactsToCSVRequest";
-const char* const readTraceFlagWord = "getWhetherRequestContentShowableOnTheAurelTrace";
-const char* const setTraceFlagWord = "setWhetherRequestContentShowableOnTheAurelTrace";
-
-/// The text of the first pair of double quotes behind the first "Schema". Nothing is parsed here:
+/// The text of the first pair of double quotes after the first "Schema". Nothing is parsed here:
 /// the first occurrence of the word decides, wherever it stands.
 std::string cutOutSchema(const char* message) {
     const char* place = std::strstr(message, "Schema");
@@ -70,7 +67,7 @@ DataAccessService::DataAccessService()
       m_currentUser("base"),
       m_directorySema(1, 1, false),
       m_requestSema(1, 1, false) {
-    if (!Storage::setFolderMode(dataDirectory, dataDirectoryMode)) {
+    if (!Storage::setFolderMode(DataDirectory, DataDirectoryMode)) {
         DAS_LOG(2, "chmod() failed with error [%s]. \n", std::strerror(errno));
     }
 }
@@ -123,7 +120,7 @@ void DataAccessService::init(Context& context) {
     }
     constructorActions();
     registerContext(context);
-    GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(deviceItemsFile);
+    GenConfigDeviceDataItems::populateDeviceDataItemMapFromFile(DeviceItemsFile);
     migrateDatabase();
     if (Work::isEnding()) {
         return;
@@ -272,21 +269,21 @@ std::string DataAccessService::answer(const char* message, int length) {
 }
 
 bool DataAccessService::answerServiceWord(const char* message, std::string& answer) {
-    if (std::strcmp(message, currentUserWord) == 0) {
+    if (std::strcmp(message, CurrentUserWord) == 0) {
         answer = currentUser();
-    } else if (std::strcmp(message, defaultKeyDataWord) == 0) {
+    } else if (std::strcmp(message, DefaultKeyDataWord) == 0) {
         DAOFactory* factory = m_daoFactory;
         if (factory == nullptr) {
-            DAS_LOG(2, "%s: no DAO factory", defaultKeyDataWord);
+            DAS_LOG(2, "%s: no DAO factory", DefaultKeyDataWord);
         } else {
             answer = factory->getDefaultFeatureKeyData();
         }
-    } else if (std::strcmp(message, saveContactsWord) == 0) {
+    } else if (std::strcmp(message, SaveContactsWord) == 0) {
         saveContactsToCSV();
-        answer = saveContactsAnswer;
-    } else if (std::strcmp(message, readTraceFlagWord) == 0) {
+        answer = SaveContactsAnswer;
+    } else if (std::strcmp(message, ReadTraceFlagWord) == 0) {
         answer = answerTraceWord(false, message);
-    } else if (std::strncmp(message, setTraceFlagWord, std::strlen(setTraceFlagWord)) == 0) {
+    } else if (std::strncmp(message, SetTraceFlagWord, std::strlen(SetTraceFlagWord)) == 0) {
         answer = answerTraceWord(true, message);
     } else {
         return false;
@@ -306,7 +303,7 @@ std::string DataAccessService::answerTraceWord(bool set, const char* message) {
     // sends the word has always switched the contents off by it.
     DatabaseAdapter::setWhetherRequestContentShowableOnTheAurelTrace(ClientUtils::stoi(message) !=
                                                                      0);
-    return std::string(setTraceFlagWord) + " is sent";
+    return std::string(SetTraceFlagWord) + " is sent";
 }
 
 std::string DataAccessService::answerXml(const char* message, int length) {
@@ -316,8 +313,8 @@ std::string DataAccessService::answerXml(const char* message, int length) {
     if (dao == nullptr) {
         dao = std::make_unique<NULLDataAccessObject>(schema);
     }
-    const ChangeScope scope(
-        m_changes, [&](DASChange& change) { dao->describeChange(schema, change); });
+    const ChangeScope scope(m_changes,
+                            [&](DASChange& change) { dao->describeChange(schema, change); });
     dao->handleRequest(message, length);
     return dao->getResponseMsg();
 }
@@ -347,86 +344,11 @@ std::unique_ptr<DataAccessObject> DataAccessService::createDao(const std::string
 
 bool DataAccessService::findACMS() {
     Context* context = m_context;
-    Executable* found = context != nullptr ? context->findService(managementName) : nullptr;
+    Executable* found = context != nullptr ? context->findService(ManagementName) : nullptr;
     if (found == nullptr) {
         DAS_LOG(2, "No LocalMgmtIfc");
     } else {
         m_localMgmt = dynamic_cast<LocalMgmtIfc*>(found);
     }
     return m_localMgmt.load() != nullptr;
-}
-
-bool DataAccessService::createPhonenumberIndices() {
-    DAS_LOG(5, "DataAccessService::createPhonenumberIndices");
-    const OneWait wait;
-    const auto dao = createDao(DASUtilsStrings::PhoneBookSchema);
-    if (dao == nullptr) {
-        return false;
-    }
-    (void)dao->createPhonenumberIndices();  // failures are in the log, the answer is true always
-    return true;
-}
-
-bool DataAccessService::exportData(std::string schema, eUserCategory category,
-                                   std::string location) {
-    DAS_LOG(5, "export data, schema = %s, for users = %d, location to export to = %s",
-            schema.c_str(), static_cast<int>(category), location.c_str());
-    PairList conditions;
-    if (category == base || category == visitor) {
-        conditions.emplace_back(
-            DASUtilsStrings::UserContextTagName,
-            DASUtils::convertToDBFormat(category == base ? DASUtilsStrings::UserContextBase
-                                                         : DASUtilsStrings::UserContextVisitor));
-    }
-    return onTable("exportData", schema, [&](DataAccessObject& dao) {  //
-        return dao.exportData(conditions, location);
-    });
-}
-
-bool DataAccessService::importData(std::string schema, std::string location) {
-    if (m_initialised) {
-        DAS_LOG(5, "import data, schema = %s, location to import from = %s", schema.c_str(),
-                location.c_str());
-    }
-    return importTable("importData", schema, {},
-                       [&](DataAccessObject& dao) { return dao.importData(location); });
-}
-
-bool DataAccessService::importData(std::string schema, eUserCategory category,
-                                   std::string location) {
-    if (m_initialised && (category == base || category == visitor)) {
-        DAS_LOG(5, "import new %s data, schema = %s, location to import from = %s",
-                category == base ? "base" : "visitor", schema.c_str(), location.c_str());
-    }
-    const std::string& context =
-        category == visitor ? DASUtilsStrings::UserContextVisitor : DASUtilsStrings::UserContextBase;
-    return importTable("importDataForUser", schema, context, [&](DataAccessObject& dao) {
-        return dao.importDataForUser(location, category);
-    });
-}
-
-bool DataAccessService::importTable(const char* method, const std::string& schema,
-                                    const std::string& context,
-                                    const std::function<int(DataAccessObject&)>& work) {
-    const auto describe = [&](DASChange& change) {
-        const bool isOtherUser = !context.empty() && !change.context.empty();
-        change = {schema, isOtherUser ? change.context : context, method, {}};
-    };
-    const ChangeScope scope(m_changes, std::cref(describe));
-    return onTable(method, schema, work);
-}
-
-bool DataAccessService::onTable(const char* operation, const std::string& schema,
-                                const std::function<int(DataAccessObject&)>& work) {
-    const auto dao = m_initialised ? createDao(schema) : nullptr;
-    if (dao == nullptr) {
-        return false;
-    }
-    const OneWait wait;
-    const int result = work(*dao);
-    if (result != 0) {
-        // The answer is true all the same: kept on purpose, clients look at the data itself.
-        DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
-    }
-    return true;
 }

@@ -27,7 +27,7 @@ class LocalMgmtIfc;
  * The service: it owns the database and routes each request to an object that lives for it.
  *
  * All work runs on the caller's thread. One semaphore serialises requests and profile changes; the
- * adapter's lock comes behind it. Other operations rely on the adapter's lock alone, since some of
+ * adapter's lock comes after it. Other operations rely on the adapter's lock alone, since some of
  * them send requests themselves. A request before the end of init, or after a reset, is refused
  * with a well-formed answer.
  */
@@ -95,7 +95,7 @@ public:
     std::string answer(const std::string& message);
 
     /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
-    /// is allowed. The one that is held already stays. Adapters and DAO factories of before are
+    /// is allowed. The one that is held already stays. Older adapters and DAO factories are
     /// gone: requests are refused until constructorActions.
     void setDbFactory(DbFactoryIfc* factory);
 
@@ -121,7 +121,7 @@ public:
      */
     bool setCurrentUser(const std::string& profile);
 
-    /// Tells each listener, in the order of registration, which user is current.
+    /// Notifies each listener, in the order of registration, of the current user.
     void notifyListenersOfProfileChange() const;
 
     // The version gate.
@@ -141,13 +141,13 @@ public:
     // Parts of the file operations.
 
     /// Places @p position on the directory to walk next: the first that begins with @p prefix, else
-    /// the second of the list. False when there is none. The walk goes by the same rule.
+    /// the second of the list. False without one. The walk goes by the same rule.
     static bool findNextUnexploredDir(std::vector<std::string>* unexplored,
                                       std::vector<std::string>::iterator& position,
                                       std::string prefix);
     /// Whether a ringtone's file is in use as a distinctive ringer, which is why it may not move.
     bool isDistinctiveRingerFile(const std::string& path);
-    /// Tells the deployment server that a ringtone or screensaver changed; nothing for other paths.
+    /// Notifies the deployment server that a ringtone or screensaver changed; nothing for other paths.
     void notifyDLS(const std::string& path);
 
     /**
@@ -174,7 +174,7 @@ private:
     /// Last step of the start: settles the user. Without @p isUserRead nothing of the visitor is
     /// deleted.
     void initInternal(bool isUserRead);
-    /// Brings the database up to date; what it raises is in the log.
+    /// Brings the database up to date; what it throws is in the log.
     void migrateDatabase();
     /// Takes the stored user; a blank one leaves base. False when it could not be read.
     bool settleCurrentUser();
@@ -209,7 +209,7 @@ private:
     /// Held by a reset, and while factories are exchanged; no request waits for it. It comes before
     /// the adapter's lock. Recursive, since one reset is a part of the other.
     std::recursive_mutex m_resetMutex;
-    UpgradeCopy m_upgradeCopy;  ///< gives its lock back behind the database, so before it here
+    UpgradeCopy m_upgradeCopy;  ///< releases its lock after the database, so before it here
     std::unique_ptr<DbFactoryIfc> m_dbFactory;
     std::atomic<DatabaseAdapter*> m_dbAdapter{nullptr};  ///< owned by m_dbFactory
     std::atomic<DAOFactory*> m_daoFactory{nullptr};      ///< the last of m_daoFactories

@@ -11,22 +11,19 @@
 #include "DASUtilsStrings.h"
 #include "DeviceFile.h"
 #include "LocalMgmtIfc.h"
+#include "Log.h"
 #include "ManageableData.h"
 #include "MediaControlServiceIfc.h"
 #include "Storage.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "service/DataAccessService.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessService";
-
-const char* const contactsFile = "/tmp/VX_contacts.csv";
-const char* const contactsStatusItem = "contacts-status";
-const char* const contactsWritten = "4";
-const char* const contactsNotWritten = "3";
+const char* const ContactsFile = "/tmp/VX_contacts.csv";
+const char* const ContactsStatusItem = "contacts-status";
+const char* const ContactsWritten = "4";
+const char* const ContactsNotWritten = "3";
 
 constexpr int RingtoneFile = 11;
 constexpr int UnknownFile = -1;
@@ -336,14 +333,14 @@ void DataAccessService::notifyOfContacts(const std::string& path, bool isWritten
     }
     if (LocalMgmtIfc* management = managementForStatus()) {
         ManageableData status;
-        status.populate(contactsStatusItem, contactsStatusItem,
-                        isWritten ? contactsWritten : contactsNotWritten);
+        status.populate(ContactsStatusItem, ContactsStatusItem,
+                        isWritten ? ContactsWritten : ContactsNotWritten);
         management->sendStatusToWBM(status);
     }
 }
 
 void DataAccessService::saveContactsToCSV() {
-    saveContactsToCSV(contactsFile);
+    saveContactsToCSV(ContactsFile);
 }
 
 void DataAccessService::saveContactsToCSV(const std::string& path) {

@@ -3,17 +3,14 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "Log.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "service/DataAccessService.h"
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/DASMigrator.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessService";
 
 /// A kind of software, and the last versions of it that can't read what is newer.
 struct GateRule {

@@ -1,12 +1,15 @@
 // What the service does for user mobility: the user at start, profiles, and the reset.
 
+// Not the name of this file: kept on purpose, those who read traces select by it.
+#define DAS_LOG_SOURCE "./src/DataAccessService_QFA"
+
 #include "CriticalSection.h"
 #include "DASUtilsStrings.h"
 #include "LocalMgmtIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
-#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/DataAccessService.h"
 #include "service/MobilityMigrator.h"
@@ -14,10 +17,6 @@
 #include "upgrade/DASMigrator.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-// Not the name of this file: kept on purpose, those who read traces select by it.
-constexpr const char* LogSource = "./src/DataAccessService_QFA";
 
 /// The change of a method that is not one schema's.
 ChangeScope::Describe changeOf(const char* method) {

@@ -9,37 +9,34 @@
 #include "ClientUtils.h"
 #include "CriticalSection.h"
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "Secrets.h"
 #include "Work.h"
 #include "XmlHandler.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/LoggedText.h"
-#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "service/ACMSTagMapper.h"
 #include "service/DataAccessService.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/MobilityMigrator";
+const std::string XmlDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
+const std::string SchemaStart = "<Schema name=\"";
+const std::string SchemaStartEnd = "\">";
+const std::string UpdateReason = "<ReasonForMessage>update_request</ReasonForMessage>";
+const std::string ReadReason = "<ReasonForMessage>read_request</ReasonForMessage><ResultCols>";
+const std::string BaseContext = "<Context currentUser=\"base\">";
+const std::string VisitorContext = "<Context currentUser=\"visitor\">";
+const std::string ContextEnd = "</Context>";
+const std::string SchemaEnd = "</Schema>";
+const std::string ReadEnd = "</ResultCols></Schema>";
+const std::string UpdateSuccessMark = "<ReasonForMessage>update_response</ReasonForMessage>";
 
-const std::string xmlDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
-const std::string schemaStart = "<Schema name=\"";
-const std::string schemaStartEnd = "\">";
-const std::string updateReason = "<ReasonForMessage>update_request</ReasonForMessage>";
-const std::string readReason = "<ReasonForMessage>read_request</ReasonForMessage><ResultCols>";
-const std::string baseContext = "<Context currentUser=\"base\">";
-const std::string visitorContext = "<Context currentUser=\"visitor\">";
-const std::string contextEnd = "</Context>";
-const std::string schemaEnd = "</Schema>";
-const std::string readEnd = "</ResultCols></Schema>";
-const std::string updateSuccessMark = "<ReasonForMessage>update_response</ReasonForMessage>";
-
-const char* const digits = "0123456789";
-const char* const hexDigits = "0123456789abcdefABCDEF";
-const char* const entityNames[] = {"amp", "lt", "gt", "quot", "apos"};
+const char* const Digits = "0123456789";
+const char* const HexDigits = "0123456789abcdefABCDEF";
+const char* const EntityNames[] = {"amp", "lt", "gt", "quot", "apos"};
 
 std::string element(const std::string& tag, const std::string& content) {
     std::string start;
@@ -68,7 +65,7 @@ bool isXmlCharacter(unsigned long number) {
 /// Whether @p name, with @p start digits of the base @p base in it, is the number of a character.
 bool isCharacterNumber(const std::string& name, std::size_t start, int base) {
     return name.size() > start &&
-           name.find_first_not_of(base == 16 ? hexDigits : digits, start) == std::string::npos &&
+           name.find_first_not_of(base == 16 ? HexDigits : Digits, start) == std::string::npos &&
            isXmlCharacter(std::strtoul(name.c_str() + start, nullptr, base));
 }
 
@@ -80,7 +77,7 @@ bool isCharacterName(const std::string& name) {
     if (name.rfind('#', 0) == 0) {
         return isCharacterNumber(name, 1, 10);
     }
-    return std::find(std::begin(entityNames), std::end(entityNames), name) != std::end(entityNames);
+    return std::find(std::begin(EntityNames), std::end(EntityNames), name) != std::end(EntityNames);
 }
 
 bool beginsEntity(const std::string& text, std::size_t ampersand) {
@@ -128,7 +125,8 @@ MobilityMigrator::MobilityMigrator(DataAccessService* service)
 
 void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    // For all tags: the first change keeps the adapter's lock, which another request would wait for.
+    // For all tags: the first change keeps the adapter's lock, which another request would wait
+    // for.
     std::optional<CriticalSection> turn;
     if (m_service != nullptr) {
         turn.emplace(m_service->requestTurn());
@@ -215,7 +213,7 @@ bool MobilityMigrator::findKnownTarget(const std::string& key, Target& target) c
 }
 
 bool MobilityMigrator::findByDigitSuffix(const std::string& key, Target& target) const {
-    const std::size_t last = key.find_last_not_of(digits);
+    const std::size_t last = key.find_last_not_of(Digits);
     if (last == std::string::npos ||
         !m_mapper->findDASTags(key.substr(0, last + 1), target.schema, target.tag)) {
         return false;
@@ -265,16 +263,16 @@ std::string MobilityMigrator::inContext(const std::string& schema, const std::st
     if (GenConfigDeviceDataItems::isItemDeviceData(schema, tag)) {
         return content;
     }
-    return (m_base ? baseContext : visitorContext) + content + contextEnd;
+    return (m_base ? BaseContext : VisitorContext) + content + ContextEnd;
 }
 
 void MobilityMigrator::sendUpdate(const Target& target, const std::string& value, Send send) {
     const bool hasIndex = target.form != Target::Plain;
     const std::string cell = element(target.tag, asContent(value));
     const std::string content = hasIndex ? entry(target.index, cell) : cell;
-    const std::string request = xmlDeclaration + schemaStart + target.schema + schemaStartEnd +
-                                updateReason + inContext(target.schema, target.tag, content) +
-                                schemaEnd;
+    const std::string request = XmlDeclaration + SchemaStart + target.schema + SchemaStartEnd +
+                                UpdateReason + inContext(target.schema, target.tag, content) +
+                                SchemaEnd;
     const std::string item = "schema=[" + target.schema + "], tag=[" + target.tag + "]" +
                              (hasIndex ? ", index=[" + target.index + "]" : std::string());
     if (!isWellFormed(request)) {
@@ -287,7 +285,7 @@ void MobilityMigrator::sendUpdate(const Target& target, const std::string& value
     }
     // Only a response that begins with the mark counts as failed: kept on purpose, no response
     // does, and a management client takes each line of the log for a lost item.
-    if ((m_service->*send)(request).find(updateSuccessMark) == 0) {
+    if ((m_service->*send)(request).find(UpdateSuccessMark) == 0) {
         DAS_LOG(2, "Failed to write DAS item %s", item.c_str());
     }
 }
@@ -305,8 +303,8 @@ void MobilityMigrator::updateRequest(const std::string& schema, const std::strin
 
 void MobilityMigrator::sendRead(const std::string& schema, const std::string& tag,
                                 const std::string& content, std::string& out) {
-    const std::string request = xmlDeclaration + schemaStart + schema + schemaStartEnd +
-                                readReason + inContext(schema, tag, content) + readEnd;
+    const std::string request = XmlDeclaration + SchemaStart + schema + SchemaStartEnd +
+                                ReadReason + inContext(schema, tag, content) + ReadEnd;
     DAS_LOG(5, "READ: %s", LoggedText::request(request).c_str());
     out = m_service->processRequest(request);
     stripXml(out, tag);

@@ -27,8 +27,8 @@ public:
     /// Writes each value, plain text, to the user of the last call that named one; base at first.
     void importData(std::map<std::string, std::string>& values);
     /// Fills each value from that user's data: raw text of the item, empty when there is none. A
-    /// value that is not empty goes into the request as a filter. False when the values together are
-    /// more than an answer may have.
+    /// value that is not empty goes into the request as a filter. False when the values together
+    /// are more than an answer may have.
     [[nodiscard]] bool exportData(std::map<std::string, std::string>& values);
     /// The same for the base user or the visitor; later calls stay with him.
     void importUserData(std::map<std::string, std::string>& values, bool base);

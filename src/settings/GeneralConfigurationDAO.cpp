@@ -1,8 +1,8 @@
+// Settings are rows of one table for all schemas. A write has to know whether its item is there, so
+// the counts of items are remembered between requests: it saves a statement for each item.
+
 #include "settings/GeneralConfigurationDAO.h"
 
-#include <map>
-#include <mutex>
-#include <unordered_map>
 #include <utility>
 
 #include "ClientUtils.h"
@@ -12,6 +12,7 @@
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
+#include "settings/CountCache.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ const std::string NameColumn = "Name";
 const std::string ValueColumn = "Value";
 const std::string ContextElement = "Context";
 
-// Blanks included: a migration tells by this text whether the table has its key.
+// Blanks included: a migration sees by this text whether the table has its key.
 const std::string CreateStatement =
     "CREATE TABLE GENERAL_CONFIG (Schema TEXT, UserContext TEXT, Name TEXT, Value TEXT, "
     "PRIMARY KEY( Schema, UserContext, Name ) )";
@@ -36,15 +37,11 @@ constexpr RequestParser Parser = {
 
 const std::shared_ptr<const TableLayout>& layout() {
     static const auto shared =
-        std::make_shared<const TableLayout>(TableLayout{{},
-                                                        GeneralConfigTableName,
-                                                        false,
-                                                        false,
-                                                        {{SchemaColumn, columnTypeText, ""},
-                                                         {UserContextTagName, columnTypeText, ""},
-                                                         {NameColumn, columnTypeText, ""},
-                                                         {ValueColumn, columnTypeText, ""}},
-                                                        {}});
+        std::make_shared<const TableLayout>(TableLayout::of({}, GeneralConfigTableName,
+                                                            {{SchemaColumn, columnTypeText},
+                                                             {UserContextTagName, columnTypeText},
+                                                             {NameColumn, columnTypeText},
+                                                             {ValueColumn, columnTypeText}}));
     return shared;
 }
 
@@ -54,99 +51,20 @@ GeneralConfigurationDAO& self(void* dao) {
     return static_cast<GeneralConfigurationDAO&>(*static_cast<DataAccessObject*>(dao));
 }
 
-/// The counts that are known, by context and then by item. Texts are escaped. What they take is
-/// limited, since clients may add settings without end: beyond it everything is forgotten.
-class CountCache {
-public:
-    struct Entry {
-        std::string count;
-        int status;
-    };
-
-    bool find(const std::string& context, const std::string& key, Entry& out) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const auto entries = m_contexts.find(context);
-        if (entries == m_contexts.end()) {
-            return false;
-        }
-        const auto found = entries->second.find(key);
-        if (found == entries->second.end()) {
-            return false;
-        }
-        out = found->second;
-        return true;
-    }
-
-    void store(const std::string& context, const std::string& key, Entry entry) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const std::size_t size = context.size() + key.size() + SizeOfEntry;
-        if (m_size + size > LargestSize) {
-            forgetAll();
-        }
-        m_size += m_contexts[context].insert_or_assign(key, std::move(entry)).second ? size : 0;
-    }
-
-    void drop(const std::string& context, const std::string& key) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const auto entries = m_contexts.find(context);
-        if (entries != m_contexts.end() && entries->second.erase(key) > 0) {
-            m_size -= context.size() + key.size() + SizeOfEntry;
-        }
-    }
-
-    void clear() {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        forgetAll();
-    }
-
-private:
-    static constexpr std::size_t LargestSize = std::size_t{8} * 1024 * 1024;
-    static constexpr std::size_t SizeOfEntry = 128;  // with what holds it in its map
-
-    void forgetAll() {
-        m_contexts.clear();
-        m_size = 0;
-    }
-
-    std::mutex m_mutex;
-    std::size_t m_size = 0;  ///< in bytes, of all entries
-    std::map<std::string, std::unordered_map<std::string, Entry>> m_contexts;
-};
-
 CountCache& knownCounts() {
     static CountCache cache;
     return cache;
 }
 
-void appendContextStart(std::string& text, const std::string& context) {
-    text += "<Context currentUser=\"";
-    text += context;
-    text += "\">";
-}
-
-void appendContextEnd(std::string& text) {
-    text += "</Context>";
-}
+const char* const ContextEnd = "</Context>";
 
 void appendItem(std::string& text, const std::string& name, const std::string& value) {
-    text += '<';
-    text += name;
-    text += '>';
+    text.append("<").append(name).append(">");
     text += Secrets::isHidden(name, value) ? Secrets::Mask : std::string_view(value);
-    text += "</";
-    text += name;
-    text += '>';
+    text.append("</").append(name).append(">");
 }
 
 }  // namespace
-
-const DataAccessObject::Operation<GeneralConfigurationDAO> GeneralConfigurationDAO::Operations[] = {
-    {&WriteRequest, &GeneralConfigurationDAO::writeRequest, &WriteResponse},
-    {&UpdateRequest, &GeneralConfigurationDAO::updateRequest, &UpdateResponse},
-    {&ReadRequest, &GeneralConfigurationDAO::readRequest, &ReadResponse},
-    {&ReadAllRequest, &GeneralConfigurationDAO::readAllRequest, &ReadAllResponse},
-    {&DeleteRequest, &GeneralConfigurationDAO::deleteRequest, &DeleteResponse},
-};
 
 void GeneralConfigurationDAOXmlStartElement(void* dao, const char* name, const char** attributes) {
     self(dao).startElement(name, attributes);
@@ -163,13 +81,18 @@ void GeneralConfigurationDAOXmlCharacterDataHandler(void* dao, const char* text,
 GeneralConfigurationDAO::GeneralConfigurationDAO(DatabaseAdapter* adapter)
     : DataAccessObject(adapter, layout()) {}
 
-GeneralConfigurationDAO::~GeneralConfigurationDAO() = default;
-
 void GeneralConfigurationDAO::clearStaticCaches() {
     knownCounts().clear();
 }
 
 void GeneralConfigurationDAO::handleRequest(const char* text, int length) {
+    static constexpr Operation<GeneralConfigurationDAO> Operations[] = {
+        {&WriteRequest, &GeneralConfigurationDAO::writeRequest, &WriteResponse},
+        {&UpdateRequest, &GeneralConfigurationDAO::updateRequest, &UpdateResponse},
+        {&ReadRequest, &GeneralConfigurationDAO::readRequest, &ReadResponse},
+        {&ReadAllRequest, &GeneralConfigurationDAO::readAllRequest, &ReadAllResponse},
+        {&DeleteRequest, &GeneralConfigurationDAO::deleteRequest, &DeleteResponse},
+    };
     m_items.clear();
     if (parseRequest(text, length, Parser)) {
         dispatch(*this, Operations);
@@ -236,26 +159,19 @@ std::string GeneralConfigurationDAO::cacheKey(const std::string& name) const {
 
 PairList GeneralConfigurationDAO::itemConditions(const std::string& name,
                                                  const std::string& context) const {
-    PairList conditions;
-    conditions.reserve(3);
-    conditions.emplace_back(SchemaColumn, DASUtils::convertToDBFormat(m_schema));
-    conditions.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(context));
-    conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
-    return conditions;
+    return {{SchemaColumn, DASUtils::convertToDBFormat(m_schema)},
+            {UserContextTagName, DASUtils::convertToDBFormat(context)},
+            {NameColumn, DASUtils::convertToDBFormat(name)}};
 }
 
 int GeneralConfigurationDAO::getRowCount(std::string& count) {
-    count = "0";
-    return m_dbAdapter != nullptr ? DASUtils::getRowCount(*m_dbAdapter, m_tableName, count) : 1;
+    return DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
 
 int GeneralConfigurationDAO::getRowCountForItemWithContextInSchema(const std::string& name,
                                                                    const std::string& context,
                                                                    std::string& count) {
     count.clear();
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     AdapterLock lock(*m_dbAdapter);
     const std::string key = cacheKey(name);
     CountCache::Entry entry;
@@ -283,9 +199,6 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
     if (m_items.empty()) {
         return 0;
     }
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     // At once: whoever keeps the items from being stored is waited for once, not at each of them.
     TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
@@ -301,12 +214,12 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
             result = result != 0 ? result : stored;
         }
     } catch (...) {
-        clearStaticCaches();  // while the lock is held: nobody looks at how the commit ends
+        clearStaticCaches();  // while the lock is held: how the commit ends is not known
         throw;
     }
     const int ended = transaction.end();
     if (ended != 0) {
-        clearStaticCaches();  // nobody knows what of the batch is there
+        clearStaticCaches();  // what of the batch is there is not known
     }
     return result != 0 ? result : ended;
 }
@@ -314,7 +227,7 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
 int GeneralConfigurationDAO::storeItem(const Item& item, bool overwrite) {
     const std::string context = contextOf(item, item.name);
     std::string count;
-    // The count alone tells: the status of a row that a read brought is 1, kept on purpose.
+    // The count alone decides: the status of a row that a read brought is 1, kept on purpose.
     (void)getRowCountForItemWithContextInSchema(item.name, context, count);
     int result = 1;
     if (count == "0") {
@@ -341,8 +254,7 @@ int GeneralConfigurationDAO::insertItem(const Item& item, const std::string& con
 
 int GeneralConfigurationDAO::updateItem(const Item& item, const std::string& context) {
     PairList conditions = itemConditions(item.name, context);
-    PairList newValues;
-    newValues.emplace_back(ValueColumn, DASUtils::convertToDBFormat(item.value));
+    PairList newValues = {{ValueColumn, DASUtils::convertToDBFormat(item.value)}};
     return m_dbAdapter->update(m_tableName, conditions, newValues, true);
 }
 
@@ -372,14 +284,9 @@ int GeneralConfigurationDAO::readAllRequest() {
 
 int GeneralConfigurationDAO::readItems(const std::vector<std::string>& columns,
                                        const PairList& conditions, bool fillCache) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     m_openContext.clear();
     const auto read = [&] {
-        PairList orderBy;
-        return m_dbAdapter->executeQuery(m_tableName, columns, conditions, orderBy, m_resultRows,
-                                         "", "");
+        return DASUtils::readRows(*m_dbAdapter, m_tableName, columns, conditions, m_resultRows);
     };
     AdapterLock lock(*m_dbAdapter);
     return readIntoBody(read, [&](std::string& body, const Rows& rows) {
@@ -410,11 +317,11 @@ void GeneralConfigurationDAO::appendRows(std::string& body, const Rows& rows) {
         }
         const std::string& context = row[0];
         if (!m_openContext.empty() && (isReadAll || context != m_openContext)) {
-            appendContextEnd(body);
+            body += ContextEnd;
             m_openContext.clear();
         }
         if (context != m_openContext) {
-            appendContextStart(body, context);
+            body.append("<Context currentUser=\"").append(context).append("\">");
             m_openContext = context;
         }
         appendItem(body, row[1], row[2]);
@@ -423,7 +330,7 @@ void GeneralConfigurationDAO::appendRows(std::string& body, const Rows& rows) {
 
 int GeneralConfigurationDAO::deleteRequest() {
     m_limits.checkDeletion(m_items.size());
-    if (m_items.empty() || m_dbAdapter == nullptr || isBeyondLimits()) {
+    if (m_items.empty() || isBeyondLimits()) {
         return 1;
     }
     AdapterLock lock(*m_dbAdapter);
@@ -454,20 +361,15 @@ std::string GeneralConfigurationDAO::responseData() {
         return takeEntries();
     }
     if (!m_openContext.empty()) {
-        appendContextEnd(m_body);
+        m_body += ContextEnd;
     }
     return std::exchange(m_body, {});
 }
 
-// Tables and users --------------------------------------------------------------------------------
-
-/// Runs what changes rows without a look at single items. Nobody files a count while the lock is
-/// held, so the cache is right behind it, also when the change is left by an exception.
+/// Runs what changes rows without a look at single items. No count is filed while the lock is
+/// held, so the cache is right afterwards, also when the change is left by an exception.
 template <typename Change>
 int GeneralConfigurationDAO::changeTable(Change change) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     AdapterLock lock(*m_dbAdapter);
     clearStaticCaches();
     return change();

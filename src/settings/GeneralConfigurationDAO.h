@@ -31,7 +31,7 @@ class GeneralConfigurationDAO : public DataAccessObject {
 public:
     /// @p adapter is not owned and may be null.
     explicit GeneralConfigurationDAO(DatabaseAdapter* adapter);
-    ~GeneralConfigurationDAO() override;
+    ~GeneralConfigurationDAO() override = default;
 
     void handleRequest(const char* text, int length) override;
 
@@ -122,8 +122,6 @@ private:
     void appendRows(std::string& body, const Rows& rows);
     template <typename Change>
     int changeTable(Change change);
-
-    static const Operation<GeneralConfigurationDAO> Operations[5];
 
     ParseState m_parseState = ParseState::None;
     std::shared_ptr<const std::string> m_itemContext;  ///< of the open Context, escaped

@@ -1,3 +1,6 @@
+// Two tables of one class. The schema of the request chooses between them once, by its root
+// element: elements further down may have the same name.
+
 #include "tables/CertificateMgmtDAO.h"
 
 namespace {
@@ -43,8 +46,6 @@ CertificateMgmtDAO::CertificateMgmtDAO(DatabaseAdapter* adapter)
 CertificateMgmtDAO::CertificateMgmtDAO(DatabaseAdapter* adapter, const std::string& schema)
     : KeyedTableDAO(adapter, tableOf(schema)) {}
 
-CertificateMgmtDAO::~CertificateMgmtDAO() = default;
-
 void CertificateMgmtDAO::startElement(const char* name, const char** attributes) {
     // The first is the root, by which the request was routed here; one further down names nothing.
     if (name == SchemaElement && !m_isTableNamed) {
@@ -63,7 +64,7 @@ void CertificateMgmtDAO::serve() {
 }
 
 int CertificateMgmtDAO::readAllRequest() {
-    return m_dbAdapter != nullptr ? readRows({}) : 1;
+    return readRows({});
 }
 
 std::string CertificateMgmtDAO::responseData() {

@@ -17,7 +17,7 @@ public:
     explicit CertificateMgmtDAO(DatabaseAdapter* adapter);
     /// Works on the table of @p schema from the start, for operations without a request.
     CertificateMgmtDAO(DatabaseAdapter* adapter, const std::string& schema);
-    ~CertificateMgmtDAO() override;
+    ~CertificateMgmtDAO() override = default;
 
     std::string responseData() override;
     /// Reads all rows, whatever the request names.

@@ -1,16 +1,16 @@
+// The table of codecs grew by one row, and a stored table is brought to four rows by the next
+// request, not by the upgrade: it is also made anew when it holds more than it can.
+
 #include "tables/CodecSettingsDAO.h"
 
 #include "ClientUtils.h"
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/CodecSettingsDAO";
 
 using Defaults = std::vector<std::string>;
 
@@ -30,7 +30,7 @@ const KeyedTable CodecTable = {
       {"CodecPacketSize", columnTypeText, "2"}},
      {"0", "1", "2", OpusType}},
     {CodecSettingsDAOXmlStartElement, CodecSettingsDAOXmlEndElement,
-     CodecSettingsDAOXmlCharacterDataHandler, LogComponent,
+     CodecSettingsDAOXmlCharacterDataHandler, "DataAccessService",
      "Parsing a CodecSettingsDAO '%s' request failed."},
     {&WriteRequest, &UpdateRequest, &ReadRequest, &DeleteRequest},
     RankColumn};
@@ -56,16 +56,11 @@ void CodecSettingsDAOXmlCharacterDataHandler(void* dao, const char* text, int le
 
 CodecSettingsDAO::CodecSettingsDAO(DatabaseAdapter* adapter) : KeyedTableDAO(adapter, CodecTable) {}
 
-CodecSettingsDAO::~CodecSettingsDAO() = default;
-
 int CodecSettingsDAO::insertDefaultRows(unsigned int first) {
     return insertDefaultRowsFrom(first, false);
 }
 
 int CodecSettingsDAO::increaseAllOtherRanks(unsigned int count) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     TransactionGuard transaction(*m_dbAdapter);
     const int result = moveRanks(count);
     const int ended = transaction.end();
@@ -104,12 +99,9 @@ DASUtils::TableState CodecSettingsDAO::checkTable() {
 }
 
 bool CodecSettingsDAO::lacksOpus() {
-    PairList all;
-    PairList opus = {{columns().front().name, DASUtils::convertToDBFormat(OpusType)}};
-    std::string count;
-    return m_dbAdapter->countRows(m_tableName, all, count) == 0 &&
-           ClientUtils::stoi(count) == RowsBeforeOpus &&
-           m_dbAdapter->countRows(m_tableName, opus, count) == 0 && count == "0";
+    const std::string opus = DASUtils::convertToDBFormat(OpusType);
+    return ClientUtils::stoi(DASUtils::countOf(*m_dbAdapter, m_tableName)) == RowsBeforeOpus &&
+           DASUtils::countOf(*m_dbAdapter, m_tableName, {{columns().front().name, opus}}) == "0";
 }
 
 void CodecSettingsDAO::addOpus() {

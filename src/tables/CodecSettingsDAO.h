@@ -22,11 +22,11 @@ class CodecSettingsDAO : public KeyedTableDAO {
 public:
     /// @p adapter is not owned and may be null.
     explicit CodecSettingsDAO(DatabaseAdapter* adapter);
-    ~CodecSettingsDAO() override;
+    ~CodecSettingsDAO() override = default;
 
     using KeyedTableDAO::insertDefaultRows;
     /// Inserts the default rows from the place @p first on, in place of those that are there; from
-    /// 4 on there are none. 0, or the status of the first insert that failed.
+    /// 4 on there are no more. 0, or the status of the first insert that failed.
     virtual int insertDefaultRows(unsigned int first);
     /// Moves the ranks 1 to @p count down by one, so that rank 1 is free. Raw SQLite code of the
     /// first statement that failed, or 0.

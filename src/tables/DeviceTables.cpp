@@ -1,3 +1,5 @@
+// Tables of the telephone and their default rows, as data. Their classes differ in nothing else.
+
 #include "tables/DeviceTables.h"
 
 #include "dao/KeyIds.h"
@@ -10,7 +12,6 @@ using Reasons = std::vector<const std::string*>;
 
 const std::string TextKey = "TEXT PRIMARY KEY NOT NULL";
 const std::string RankColumn = "Rank";
-constexpr bool HasDataFiles = true;
 
 const Reasons AllReasons = {&WriteRequest, &UpdateRequest, &ReadRequest, &DeleteRequest};
 
@@ -23,6 +24,13 @@ ColumnInfo text(const std::string& name, const std::string& defaultText = {}) {
     return {name, columnTypeText, defaultText};
 }
 
+/// A table of the telephone; its rows can be written to files and read from them.
+TableLayout device(const std::string& schema, const std::string& table,
+                   const std::vector<ColumnInfo>& columns,
+                   const std::vector<std::string>& rowIds = {}) {
+    return {schema, table, false, false, columns, rowIds, {}, true};
+}
+
 KeyedTable bluetoothTable(const std::string& schema, const std::string& table) {
     return {{schema,
              table,
@@ -31,7 +39,7 @@ KeyedTable bluetoothTable(const std::string& schema, const std::string& table) {
              {text(UserContextTagName), text(IdTagName), text("DeviceName"), text("DeviceClass")},
              {},
              "PRIMARY KEY (" + UserContextTagName + ", " + IdTagName + ")",
-             HasDataFiles},
+             true},
             parser("Parsing a BluetoothDAO '%s' request failed."),
             AllReasons};
 }
@@ -40,37 +48,26 @@ const KeyedTable TrustedDevices = bluetoothTable(BluetoothTrustedSchema, Bluetoo
 const KeyedTable BlacklistedDevices =
     bluetoothTable(BluetoothBlacklistedSchema, BluetoothBlacklistedTableName);
 
-const KeyedTable DialPlan = {{DialPlanEntriesSchema,
-                              DialPlanEntriesTableName,
-                              false,
-                              false,
-                              {{IdTagName, "INTEGER PRIMARY KEY AUTOINCREMENT", ""},
-                               text("DigitString"),
-                               text("Action"),
-                               text("MinimumLength"),
-                               text("MaximumLength"),
-                               text("Timeout"),
-                               text("Comment")},
-                              {},
-                              {},
-                              HasDataFiles},
+const KeyedTable DialPlan = {device(DialPlanEntriesSchema, DialPlanEntriesTableName,
+                                    {{IdTagName, "INTEGER PRIMARY KEY AUTOINCREMENT", ""},
+                                     text("DigitString"),
+                                     text("Action"),
+                                     text("MinimumLength"),
+                                     text("MaximumLength"),
+                                     text("Timeout"),
+                                     text("Comment")}),
                              parser("Parsing a DialPlanEntriesDAO '%s' request failed."),
                              {&WriteRequest, &ReadRequest, &DeleteRequest},
                              {},
                              true};
 
-const KeyedTable Ringers = {{DistinctiveRingingSchema,
-                             DistinctiveRingingTableName,
-                             false,
-                             false,
-                             {{IdTagName, TextKey, ""},
-                              text("Name"),
-                              text("RingerType", "0"),
-                              text("RingerFile"),
-                              text("RingerDuration", "60")},
-                             KeyIds::texts({{1, 16}}),
-                             {},
-                             HasDataFiles},
+const KeyedTable Ringers = {device(DistinctiveRingingSchema, DistinctiveRingingTableName,
+                                   {{IdTagName, TextKey, ""},
+                                    text("Name"),
+                                    text("RingerType", "0"),
+                                    text("RingerFile"),
+                                    text("RingerDuration", "60")},
+                                   KeyIds::texts({{1, 16}})),
                             parser("Parsing a DistinctiveRingingDAO '%s' request failed."),
                             {&UpdateRequest, &ReadRequest}};
 
@@ -86,26 +83,21 @@ ColumnInfo useDefaults() {
     return info;
 }
 
-const KeyedTable Downloads = {{FileDownloadSettingsSchema,
-                               FileDownloadSettingsEncTableName,
-                               false,
-                               false,
-                               {{"FileType", TextKey, ""},
-                                useDefaults(),
-                                download("DownloadMethod", "0"),
-                                download("ServerAddress"),
-                                download("ServerPort", "21"),
-                                download("FtpAccount"),
-                                download("FtpUsername"),
-                                download("FtpPassword"),
-                                download("FtpPath"),
-                                download("Filename"),
-                                download("HttpsBaseUrl"),
-                                download("LastDownload"),
-                                download("LastStatus", "0")},
-                               KeyIds::texts({{0, 7}, {9, 9}}),
-                               {},
-                               HasDataFiles},
+const KeyedTable Downloads = {device(FileDownloadSettingsSchema, FileDownloadSettingsEncTableName,
+                                     {{"FileType", TextKey, ""},
+                                      useDefaults(),
+                                      download("DownloadMethod", "0"),
+                                      download("ServerAddress"),
+                                      download("ServerPort", "21"),
+                                      download("FtpAccount"),
+                                      download("FtpUsername"),
+                                      download("FtpPassword"),
+                                      download("FtpPath"),
+                                      download("Filename"),
+                                      download("HttpsBaseUrl"),
+                                      download("LastDownload"),
+                                      download("LastStatus", "0")},
+                                     KeyIds::texts({{0, 7}, {9, 9}})),
                               parser("Parsing a FileDownloadSettingsDAO '%s' request failed."),
                               {&UpdateRequest, &ReadRequest}};
 

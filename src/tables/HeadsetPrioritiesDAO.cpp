@@ -1,14 +1,14 @@
+// Headsets and their ranks. The frame is that of all keyed tables; only what the log says of a
+// table that can't be made is its own, since readers of the log look for it.
+
 #include "tables/HeadsetPrioritiesDAO.h"
 
+#include "Log.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/HeadsetPrioritiesDAO";
 
 const std::string RankColumn = "Rank";
 
@@ -22,7 +22,7 @@ const KeyedTable HeadsetTable = {
       {"Allowed", columnTypeText, "true"}},
      {"0", "1", "2"}},
     {KeyedTableDAOXmlStartElement, KeyedTableDAOXmlEndElement, KeyedTableDAOXmlCharacterDataHandler,
-     LogComponent, "Parsing a HeadsetPrioritiesDAO '%s' request failed."},
+     "DataAccessService", "Parsing a HeadsetPrioritiesDAO '%s' request failed."},
     {&WriteRequest, &UpdateRequest, &ReadRequest, &DeleteRequest},
     RankColumn};
 
@@ -30,8 +30,6 @@ const KeyedTable HeadsetTable = {
 
 HeadsetPrioritiesDAO::HeadsetPrioritiesDAO(DatabaseAdapter* adapter)
     : KeyedTableDAO(adapter, HeadsetTable) {}
-
-HeadsetPrioritiesDAO::~HeadsetPrioritiesDAO() = default;
 
 DASUtils::TableState HeadsetPrioritiesDAO::checkTable() {
     const DASUtils::TableState state = KeyedTableDAO::checkTable();

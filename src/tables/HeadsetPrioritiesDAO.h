@@ -9,7 +9,7 @@ class HeadsetPrioritiesDAO : public KeyedTableDAO {
 public:
     /// @p adapter is not owned and may be null.
     explicit HeadsetPrioritiesDAO(DatabaseAdapter* adapter);
-    ~HeadsetPrioritiesDAO() override;
+    ~HeadsetPrioritiesDAO() override = default;
 
 protected:
     DASUtils::TableState checkTable() override;

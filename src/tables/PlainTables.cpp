@@ -1,3 +1,6 @@
+// The tables of keys as rows of data, and the default keys of the models, which depend on the
+// hardware.
+
 #include "tables/PlainTables.h"
 
 #include <algorithm>
@@ -32,16 +35,16 @@ const KeyFunction ForwardMenu = {64, "FwdMenu"};
 const KeyFunction RedialWithoutLabel = {3, ""};
 
 // Ascending by key, as the keys are walked.
-const DefaultKeys defaultKeys3 = {{"100", CallLog}, {"101", Directory}, {"102", ForwardMenu}};
-const DefaultKeys defaultKeysRow3 = {
+const DefaultKeys DefaultKeys3 = {{"100", CallLog}, {"101", Directory}, {"102", ForwardMenu}};
+const DefaultKeys DefaultKeysRow3 = {
     {"100", CallForward}, {"101", GroupPickup}, {"102", DoNotDisturb}};
-const DefaultKeys defaultKeys7 = {{"100", Shift},       {"101", Phonebook},    {"102", GroupPickup},
+const DefaultKeys DefaultKeys7 = {{"100", Shift},       {"101", Phonebook},    {"102", GroupPickup},
                                   {"103", CallForward}, {"104", DoNotDisturb}, {"105", ShowPhone},
                                   {"200", Shift}};
-const DefaultKeys defaultKeys4 = {
+const DefaultKeys DefaultKeys4 = {
     {"100", CallLog}, {"101", Directory}, {"102", ForwardMenu}, {"103", Redial}};
-const DefaultKeys defaultKeys2 = {{"100", Shift}, {"200", Shift}};
-const DefaultKeys defaultKeys1 = {{"32", RedialWithoutLabel}};
+const DefaultKeys DefaultKeys2 = {{"100", Shift}, {"200", Shift}};
+const DefaultKeys DefaultKeys1 = {{"32", RedialWithoutLabel}};
 const DefaultKeys noDefaultKeys;
 
 const std::vector<std::string> FixedKeyIds = {"30", "31", "32", "38", "39"};
@@ -60,15 +63,15 @@ struct KeyRule {
 };
 
 const KeyRule KeyRules[] = {
-    {[](const KeyHardware& hw) { return hw.subVariant2; }, &defaultKeys7, &FourFixedFunctions},
+    {[](const KeyHardware& hw) { return hw.subVariant2; }, &DefaultKeys7, &FourFixedFunctions},
     {[](const KeyHardware& hw) { return (hw.subVariant3 || hw.subPlatform1) && hw.isVX100Any; },
-     &defaultKeys3, &FourFixedFunctions},
-    {[](const KeyHardware& hw) { return hw.subPlatform1 && !hw.isVX100Any; }, &defaultKeys4,
+     &DefaultKeys3, &FourFixedFunctions},
+    {[](const KeyHardware& hw) { return hw.subPlatform1 && !hw.isVX100Any; }, &DefaultKeys4,
      &FourFixedFunctions},
-    {[](const KeyHardware& hw) { return hw.subVariant3 && !hw.isVX100Any; }, &defaultKeysRow3,
+    {[](const KeyHardware& hw) { return hw.subVariant3 && !hw.isVX100Any; }, &DefaultKeysRow3,
      &FourFixedFunctions},
-    {[](const KeyHardware& hw) { return hw.isVX100Any; }, &defaultKeys3, &FourFixedFunctions},
-    {[](const KeyHardware& hw) { return hw.subVariant4; }, &defaultKeys2, &FiveFixedFunctions},
+    {[](const KeyHardware& hw) { return hw.isVX100Any; }, &DefaultKeys3, &FourFixedFunctions},
+    {[](const KeyHardware& hw) { return hw.subVariant4; }, &DefaultKeys2, &FiveFixedFunctions},
 };
 
 const KeyRule* keyRule(const KeyHardware& hardware) {
@@ -101,7 +104,7 @@ struct PlainTable {
     const std::string* table;
     RowIds rowIds;
     KeyIds::Range range;               ///< for RowIds::Range
-    std::vector<PlainColumn> columns;  ///< behind UserContext and Id
+    std::vector<PlainColumn> columns;  ///< after UserContext and Id
     bool hasDefaultRowsPerUser = false;
 };
 
@@ -272,18 +275,13 @@ std::vector<std::string> defaultsOf(const PlainColumn& column, const KeyHardware
 
 std::shared_ptr<const TableLayout> makeLayout(const PlainTable& table, const KeyHardware& hardware,
                                               const DefaultKeys& keys) {
-    auto layout = std::make_shared<TableLayout>();
-    layout->schema = *table.schema;
-    layout->table = *table.table;
-    layout->skipFirstColumn = true;
+    auto layout = std::make_shared<TableLayout>(
+        TableLayout::ofKeys(*table.schema, *table.table, rowIdsOf(table, hardware)));
     layout->hasDefaultRowsPerUser = table.hasDefaultRowsPerUser;
-    layout->columns = {{UserContextTagName, columnTypeText, std::string()},
-                       {IdTagName, columnTypeText, std::string()}};
     for (const PlainColumn& column : table.columns) {
         layout->columns.emplace_back(*column.name, columnTypeText,
                                      defaultsOf(column, hardware, keys));
     }
-    layout->defaultRowIds = rowIdsOf(table, hardware);
     return layout;
 }
 
@@ -319,7 +317,7 @@ const DefaultKeys& PlainTables::defaultFeatureKeys(const KeyHardware& hardware) 
         return *rule->featureKeys;
     }
     const bool isVX700 = HardwareVersion::is_VX700() || HardwareVersion::is_VX700X();
-    return isVX700 ? defaultKeys1 : noDefaultKeys;
+    return isVX700 ? DefaultKeys1 : noDefaultKeys;
 }
 
 std::shared_ptr<const TableLayout> PlainTables::layoutOf(const std::string& schema,

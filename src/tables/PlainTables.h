@@ -39,11 +39,11 @@ using KeyIds::allKeys;
 using KeyIds::normalKeys;
 
 /// The keys that have a function in the default rows of the feature keys; none for most models.
-/// Asks HardwareVersion for the models that @p hardware does not tell.
+/// Asks HardwareVersion for the models that @p hardware does not name.
 const DefaultKeys& defaultFeatureKeys(const KeyHardware& hardware);
 
 /**
- * The description of the table of @p schema, null when it is none of the fifteen. Descriptions are
+ * The description of the table of @p schema, null when it is not one of the fifteen. Descriptions are
  * made once for each combination of @p hardware that they depend on, and shared from then on. Any
  * thread may call.
  */

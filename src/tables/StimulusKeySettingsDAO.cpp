@@ -1,3 +1,6 @@
+// The keys that send something. Rows are only ever changed: the table has all of its keys from the
+// start, and a row that is not there belongs to no key.
+
 #include "tables/StimulusKeySettingsDAO.h"
 
 #include "dao/KeyIds.h"
@@ -65,15 +68,11 @@ void StimulusKeySettingsDAOXmlCharacterDataHandler(void* dao, const char* text, 
 
 const std::shared_ptr<const TableLayout>& StimulusKeySettingsDAO::layoutOfTable() {
     static const auto layout = [] {
-        auto made = std::make_shared<TableLayout>();
-        made->schema = StimulusKeySettingsSchema;
-        made->table = StimulusKeySettingsTableName;
-        made->skipFirstColumn = true;
-        made->columns = {{UserContextTagName, columnTypeText, ""}, {IdTagName, columnTypeText, ""}};
+        auto made = std::make_shared<TableLayout>(TableLayout::ofKeys(
+            StimulusKeySettingsSchema, StimulusKeySettingsTableName, KeyIds::texts(KeyRanges)));
         for (const Column& column : Columns) {
             made->columns.emplace_back(column.name, *column.type, column.defaultText);
         }
-        made->defaultRowIds = KeyIds::texts(KeyRanges);
         return std::shared_ptr<const TableLayout>(made);
     }();
     return layout;
@@ -83,8 +82,6 @@ StimulusKeySettingsDAO::StimulusKeySettingsDAO() : StimulusKeySettingsDAO(nullpt
 
 StimulusKeySettingsDAO::StimulusKeySettingsDAO(DatabaseAdapter* adapter)
     : DataAccessObject(adapter, layoutOfTable()) {}
-
-StimulusKeySettingsDAO::~StimulusKeySettingsDAO() = default;
 
 void StimulusKeySettingsDAO::handleRequest(const char* text, int length) {
     static constexpr Operation<StimulusKeySettingsDAO> operations[] = {
@@ -109,9 +106,6 @@ int StimulusKeySettingsDAO::createTable() {
 }
 
 int StimulusKeySettingsDAO::initialiseMobilityUserData(const std::string& context) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList conditions = {{UserContextTagName, DASUtils::escapeAndQuote(context)}};
     PairList newValues;
     for (const Column& column : Columns) {
@@ -121,9 +115,6 @@ int StimulusKeySettingsDAO::initialiseMobilityUserData(const std::string& contex
 }
 
 int StimulusKeySettingsDAO::updateRequest() {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     if (m_rowsToWrite.empty()) {
         const bool isEmpty = m_rowId.empty() && m_newValues.empty();
         return isEmpty ? 0 : updateRow({m_rowId, m_newValues});
@@ -151,5 +142,5 @@ int StimulusKeySettingsDAO::updateRow(const DASUtils::RowData& row) {
 }
 
 int StimulusKeySettingsDAO::getRowCount(std::string& count) {
-    return m_dbAdapter != nullptr ? DASUtils::getRowCount(*m_dbAdapter, m_tableName, count) : 1;
+    return DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }

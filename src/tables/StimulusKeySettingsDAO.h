@@ -18,7 +18,7 @@ void StimulusKeySettingsDAOXmlCharacterDataHandler(void* dao, const char* text, 
  */
 class StimulusKeySettingsDAO : public DataAccessObject {
 public:
-    /// A column behind the context and the id of the key.
+    /// A column after the context and the id of the key.
     struct Column {
         const char* name;
         const std::string* type;
@@ -30,7 +30,7 @@ public:
     StimulusKeySettingsDAO();
     /// @p adapter is not owned and may be null.
     explicit StimulusKeySettingsDAO(DatabaseAdapter* adapter);
-    ~StimulusKeySettingsDAO() override;
+    ~StimulusKeySettingsDAO() override = default;
 
     /// Refuses a damaged request, makes a table that has no rows, and serves the reason.
     void handleRequest(const char* text, int length) override;

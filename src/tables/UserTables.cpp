@@ -1,3 +1,6 @@
+// Tables of keys that a user has, and which need more than a plain table: their rows are written
+// from data files too, also new ones.
+
 #include "tables/UserTables.h"
 
 #include "dao/KeyIds.h"
@@ -13,15 +16,10 @@ using Column = std::pair<std::string, std::string>;
 
 Layout makeLayout(const std::string& schema, const std::string& table,
                   const std::vector<std::string>& rowIds, const std::vector<Column>& columns) {
-    auto layout = std::make_shared<TableLayout>();
-    layout->schema = schema;
-    layout->table = table;
-    layout->skipFirstColumn = true;
-    layout->columns = {{UserContextTagName, columnTypeText, ""}, {IdTagName, columnTypeText, ""}};
+    auto layout = std::make_shared<TableLayout>(TableLayout::ofKeys(schema, table, rowIds));
     for (const auto& [name, defaultText] : columns) {
         layout->columns.emplace_back(name, columnTypeText, defaultText);
     }
-    layout->defaultRowIds = rowIds;
     layout->hasDataFiles = true;
     return layout;
 }
@@ -62,9 +60,6 @@ UserTableDAO::UserTableDAO(DatabaseAdapter* adapter, std::shared_ptr<const Table
 
 int UserTableDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                     std::vector<std::string>& values) {
-    if (m_dbAdapter == nullptr) {
-        return 1;
-    }
     PairList newValues;
     for (std::size_t i = 2; i < names.size(); ++i) {
         newValues.emplace_back(names[i], DASUtils::escapeAndQuote(values.at(i)));

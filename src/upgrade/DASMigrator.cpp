@@ -6,11 +6,11 @@
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "Progress.h"
 #include "Work.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/RowNumbers.h"
@@ -19,9 +19,6 @@
 #include "upgrade/V1R1ToV1R2Migrator.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 using StepHelpers::rowsOf;
@@ -39,8 +36,8 @@ struct Step {
     const char* subject;  ///< for people who wait for it
     bool (*test)(const Run&);
     void (*action)(const Run&);
-    const char* wordsWhenRun;
-    const char* wordsWhenNot;
+    const char* wordsWhenRun = nullptr;
+    const char* wordsWhenNot = nullptr;
 };
 
 using M = DASMigrator;
@@ -55,8 +52,8 @@ bool hasRow(const Run& run, const std::string& table, const std::string& id) {
 
 // Tests ------------------------------------------------------------------------------------------
 
-const char* const allStimulusKeys = "SELECT * FROM STIMULUS_KEY_SETTINGS;";
-const char* const allContacts = "SELECT * FROM PHONE_BOOK;";
+const char* const AllStimulusKeys = "SELECT * FROM STIMULUS_KEY_SETTINGS;";
+const char* const AllContacts = "SELECT * FROM PHONE_BOOK;";
 
 bool isBeforeMobility(const Run& run) {
     if (M::dbIsPreMobility(run.service)) {
@@ -128,12 +125,11 @@ bool srtpTableMayLackMethods(const Run& run) {
     return rows >= 1 && rows <= 4;
 }
 
-// Actions of more than a call
-// ----------------------------------------------------------------------
+// Actions of more than a call --------------------------------------------------------------------
 
 void migrateStimulusKeys(const Run& run) {
     M::migrateStimulusKeySettingsTable(
-        run.service, columnsOf(run, allStimulusKeys),
+        run.service, columnsOf(run, AllStimulusKeys),
         static_cast<int>(rowsOf(run.service, StimulusKeySettingsTableName)));
 }
 
@@ -201,31 +197,28 @@ void call(const Run& run) {
     Operation(run.service);
 }
 
-// The steps
-// ----------------------------------------------------------------------------------------
+// The steps --------------------------------------------------------------------------------------
 
 // The order is binding: later steps expect the columns, names and contexts that earlier ones make.
 const Step Steps[] = {
     {1, "users of the telephone", isBeforeMobility, call<M::migrateToMobilityDatabase>,
      "checkAndMigrateDatabase - migrating database for Mobility additions",
      "checkAndMigrateDatabase - no migration required for Mobility"},
-    {2, "protocol of the software", nullptr, call<M::checkAndMigrateQFADatabase>, nullptr, nullptr},
-    {3, "update values", nullptr, call<M::applyUpdateValuesFile>, nullptr, nullptr},
-    {4, "moved settings", nullptr, call<M::migrateMovedItems>, nullptr, nullptr},
+    {2, "protocol of the software", nullptr, call<M::checkAndMigrateQFADatabase>},
+    {3, "update values", nullptr, call<M::applyUpdateValuesFile>},
+    {4, "moved settings", nullptr, call<M::migrateMovedItems>},
     {5, "door openers", nullptr,
-     [](const Run& run) { M::dbMigrateDoorOpenerSettings(run.service, true); }, nullptr, nullptr},
-    {6, "settings", nullptr, call<M::normalizeGeneralConfigTable>, nullptr, nullptr},
-    {7, "device items", nullptr, call<M::validateDeviceItems>, nullptr, nullptr},
+     [](const Run& run) { M::dbMigrateDoorOpenerSettings(run.service, true); }},
+    {6, "settings", nullptr, call<M::normalizeGeneralConfigTable>},
+    {7, "device items", nullptr, call<M::validateDeviceItems>},
     {8, "line keys", lineKeysAreOld, call<M::migrateLineKeySettingsTable>,
      "Migrating database for LINE_KEY_SETTINGS",
      "No database migration required for LINE_KEY_SETTINGS"},
     {9, "BCA settings", bcaSettingsAreOld, call<M::migrateBcaSettingsTable>,
      "Migrating database for BCA_SETTINGS", "No database migration required for BCA_SETTINGS"},
-    {10, "defaults of line keys", nullptr, call<M::dbCheckAndMigrateLineKeySettingsDefaults>,
-     nullptr, nullptr},
-    {11, "contacts", nullptr, migrateContacts, "Checking database for Phonebook additions",
-     nullptr},
-    {12, "columns of contacts", nullptr, call<M::checkValidityOfPhoneBookTable>, nullptr, nullptr},
+    {10, "defaults of line keys", nullptr, call<M::dbCheckAndMigrateLineKeySettingsDefaults>},
+    {11, "contacts", nullptr, migrateContacts, "Checking database for Phonebook additions"},
+    {12, "columns of contacts", nullptr, call<M::checkValidityOfPhoneBookTable>},
     {13, "DSS keys", dssKeysAreOld, call<M::migrateDSSKeySettingsTable>,
      "Migrating database for DSS Key Settings",
      "No database migration required for DSS Key Settings"},
@@ -236,13 +229,13 @@ const Step Steps[] = {
     {15, "stimulus keys", stimulusKeysAreOld, migrateStimulusKeys,
      "Migrating database for Stimulus Key Settings",
      "No database migration required for Stimulus Key Settings"},
-    {16, "users of contacts", [](const Run& run) { return columnsOf(run, allContacts) == 17; },
+    {16, "users of contacts", [](const Run& run) { return columnsOf(run, AllContacts) == 17; },
      [](const Run& run) {
          M::migrateTableForMobility(run.service, "PHONE_BOOK", "PhoneBook", false, 18);
      },
      "Migrating database for Phonebook mobility",
      "No database migration required for Phonebook mobility"},
-    {17, "call log", nullptr, compareCallLog, nullptr, nullptr},
+    {17, "call log", nullptr, compareCallLog},
     // These words name another table than the step's: kept on purpose, log readers look for them.
     {18, "users of call groups", callGroupsAreOld,
      [](const Run& run) {
@@ -251,45 +244,39 @@ const Step Steps[] = {
      "Migrating database for CallLog mobility",
      "No database migration required for CallLog mobility"},
     {19, "feature keys", [](const Run& run) { return hasRow(run, FeatureKeysTableName, "'31'"); },
-     call<M::migrateFeatureKeysTable>, nullptr, nullptr},
-    {20, "fixed keys", fixedKeysAreOld, call<M::migrateFixedKeysTable>, nullptr, nullptr},
+     call<M::migrateFeatureKeysTable>},
+    {20, "fixed keys", fixedKeysAreOld, call<M::migrateFixedKeysTable>},
     {21, "start applications",
      [](const Run& run) { return hasRow(run, StartApplicationTableName, "'30'"); },
-     call<M::migrateStartAppKeysTable>, nullptr, nullptr},
-    {22, "transport settings", nullptr, call<M::checkTransportSettingsOrder>, nullptr, nullptr},
-    {23, "default rows", nullptr, call<M::addDefaultRowsToExistingTablesWhereMissing>, nullptr,
-     nullptr},
-    {24, "callback items", nullptr, call<M::deleteCallbackItems>, nullptr, nullptr},
+     call<M::migrateStartAppKeysTable>},
+    {22, "transport settings", nullptr, call<M::checkTransportSettingsOrder>},
+    {23, "default rows", nullptr, call<M::addDefaultRowsToExistingTablesWhereMissing>},
+    {24, "callback items", nullptr, call<M::deleteCallbackItems>},
     {25, "emergency number", nullptr,
-     [](const Run& run) { M::migrateWrongEmergencyNumber(run.service, &run.settingsColumns); },
-     nullptr, nullptr},
-    {26, "default feature keys", nullptr, call<M::migrateFeatureKeysTableForDefaultRows>, nullptr,
-     nullptr},
-    {27, "columns of keys", nullptr, call<M::migrateFixedAndFeatureKeysTableForDefaultColumns>,
-     nullptr, nullptr},
-    {28, "network access settings", nullptr, call<M::migrateDot1xSettings>, nullptr, nullptr},
-    {29, "WLAN settings", nullptr, call<M::migrateWlanSettings>, nullptr, nullptr},
-    {30, "encrypted settings", nullptr, encryptSettings, nullptr, nullptr},
-    {31, "encrypted file transfer", nullptr, call<M::migrateToEncryptedFTPPass>, nullptr, nullptr},
-    {32, "encrypted line keys", nullptr, encryptLineKeys, nullptr, nullptr},
-    {33, "encrypted DSS keys", nullptr, encryptDssKeys, nullptr, nullptr},
-    {34, "encrypted stimulus keys", nullptr, encryptStimulusKeys, nullptr, nullptr},
-    {35, "Bluetooth devices", nullptr, call<M::migrateBluetoothTrustedDevices>, nullptr, nullptr},
-    {36, "negotiation of secure calls", nullptr, call<M::upgradeFromV3ToWebRTC>, nullptr, nullptr},
-    {37, "V1R1 to V1R2", nullptr, runV1R1ToV1R2, nullptr, nullptr},
-    {38, "columns of stimulus keys", nullptr, addStimulusColumns, nullptr, nullptr},
+     [](const Run& run) { M::migrateWrongEmergencyNumber(run.service, &run.settingsColumns); }},
+    {26, "default feature keys", nullptr, call<M::migrateFeatureKeysTableForDefaultRows>},
+    {27, "columns of keys", nullptr, call<M::migrateFixedAndFeatureKeysTableForDefaultColumns>},
+    {28, "network access settings", nullptr, call<M::migrateDot1xSettings>},
+    {29, "WLAN settings", nullptr, call<M::migrateWlanSettings>},
+    {30, "encrypted settings", nullptr, encryptSettings},
+    {31, "encrypted file transfer", nullptr, call<M::migrateToEncryptedFTPPass>},
+    {32, "encrypted line keys", nullptr, encryptLineKeys},
+    {33, "encrypted DSS keys", nullptr, encryptDssKeys},
+    {34, "encrypted stimulus keys", nullptr, encryptStimulusKeys},
+    {35, "Bluetooth devices", nullptr, call<M::migrateBluetoothTrustedDevices>},
+    {36, "negotiation of secure calls", nullptr, call<M::upgradeFromV3ToWebRTC>},
+    {37, "V1R1 to V1R2", nullptr, runV1R1ToV1R2},
+    {38, "columns of stimulus keys", nullptr, addStimulusColumns},
     {39, "calls and doubled contacts", nullptr,
-     [](const Run& run) { (void)M::callLogTableChecker(run.service); }, nullptr, nullptr},
-    {40, "conversations", nullptr, call<M::conversationsTableCleanup>, nullptr, nullptr},
+     [](const Run& run) { (void)M::callLogTableChecker(run.service); }},
+    {40, "conversations", nullptr, call<M::conversationsTableCleanup>},
     {41, "landing screen", nullptr,
-     [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "LandingScreen"); }, nullptr,
-     nullptr},
-    {42, "numbers of contacts", nullptr, call<M::phonebookTableCleanup>, nullptr, nullptr},
+     [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "LandingScreen"); }},
+    {42, "numbers of contacts", nullptr, call<M::phonebookTableCleanup>},
     {43, "shown digits", nullptr,
-     [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "DisplayDTMFDigits"); },
-     nullptr, nullptr},
-    {44, "distinctive ringers", nullptr, call<M::distinctiveRingerTableCleanup>, nullptr, nullptr},
-    {45, "media encryption", srtpTableMayLackMethods, addEncryptionMethods, nullptr, nullptr},
+     [](const Run& run) { M::migrateFeatureToCurrentUser(run.service, "DisplayDTMFDigits"); }},
+    {44, "distinctive ringers", nullptr, call<M::distinctiveRingerTableCleanup>},
+    {45, "media encryption", srtpTableMayLackMethods, addEncryptionMethods},
 };
 
 void logWords(const char* words) {

@@ -40,6 +40,8 @@ public:
     static void checkAndMigrateQFADatabase(DataAccessServiceIfc* service);
     /// Whether the database is older than user mobility.
     static bool dbIsPreMobility(DataAccessServiceIfc* service);
+    /// Brings a database from before user mobility up to it: keys, downloads and settings get
+    /// users. The mark that it is done is set last, so that a start which is cut off tries again.
     static void migrateToMobilityDatabase(DataAccessServiceIfc* service);
 
     // What the steps share ------------------------------------------------------------------------
@@ -107,6 +109,8 @@ public:
 
     // Tables --------------------------------------------------------------------------------------
 
+    /// Gives @p table a user context. With @p visitorRows the visitor gets default rows if it has
+    /// no rows; @p columns is how many columns the table has when that is done.
     static void migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
                                         const std::string& schema, bool visitorRows, int columns);
     static void migratePhoneBookTable(DataAccessServiceIfc* service);
@@ -114,34 +118,47 @@ public:
     static void migrateBcaSettingsTable(DataAccessServiceIfc* service);
     static void migrateDSSKeySettingsTable(DataAccessServiceIfc* service);
     static void migrateDSSKeySettingsTableForMonitorOnly(DataAccessServiceIfc* service);
+    /// Brings the table into its columns and adds the keys that it lacks. The counts serve the log.
     static void migrateStimulusKeySettingsTable(DataAccessServiceIfc* service, int columnCount,
                                                 int rowCount);
+    /// Moves fixed keys, which older releases had among the programmable ones, to their own table.
     static void migrateFeatureKeysTable(DataAccessServiceIfc* service);
+    /// Adds fixed keys that are missing, and gives those without a function that of the hardware.
     static void migrateFixedKeysTable(DataAccessServiceIfc* service);
+    /// Moves the applications of fixed keys to their own table.
     static void migrateStartAppKeysTable(DataAccessServiceIfc* service);
     /// Move destinations of keys away from ids that default rows need, and insert these.
     static void moveBusyLamps(DataAccessServiceIfc* service);
     static void moveKey32(DataAccessServiceIfc* service);
     static void migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service);
     static void migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessServiceIfc* service);
+    /// Gives devices without a user to base.
     static void migrateBluetoothTrustedDevices(DataAccessServiceIfc* service);
+    /// Sets cells that are NULL to the default of their column; blank ones are a choice and stay.
     static void dbCheckAndMigrateLineKeySettingsDefaults(DataAccessServiceIfc* service);
+    /// Adds the default rows of keys that came with later hardware.
     static void addDefaultRowsToExistingTablesWhereMissing(DataAccessServiceIfc* service);
 
     // Settings ------------------------------------------------------------------------------------
 
+    /// Copies a setting to another name or context. If the new one is there, it stays unless
+    /// @p copyOverExisting says otherwise. The old row goes, if it may, when the new one is there.
     static void dbMigrate(DataAccessServiceIfc* service, const std::string& schema,
                           const std::string& oldItemName, const std::string& newItemName,
                           const std::string& oldUserContext, const std::string& newUserContext,
                           bool copyOverExisting, bool deleteOldRow);
+    /// The same from the device to the base user, without overwriting.
     static void dbMigrateDeviceToUser(DataAccessServiceIfc* service, const std::string& schema,
                                       const std::string& oldItemName,
                                       const std::string& newItemName, bool deleteOldRow);
+    /// The same from the base user to the device; the old row stays, other software reads it.
     static void dbMigrateUserToDevice(DataAccessServiceIfc* service, std::string schema,
                                       std::string oldItemName, std::string newItemName);
     /// Moves all items of the item move table.
     static void migrateMovedItems(DataAccessServiceIfc* service);
+    /// Renames the items of the door openers to their names of today, or back to the older ones.
     static void dbMigrateDoorOpenerSettings(DataAccessServiceIfc* service, bool upgrade);
+    /// Renames them back, for older software that is about to be installed.
     static void downgradeDoorOpenerSettings(DataAccessServiceIfc* service);
     /// Makes the table of settings. An empty one of an older form is dropped and made anew.
     static void createGeneralConfigTable(DataAccessServiceIfc* service);
@@ -149,17 +166,25 @@ public:
     /// failure left it as it was, so that the next start has to try again.
     static bool migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                           const std::vector<std::string>& columns);
+    /// Gives the table of settings its key, if it lacks it: doubled rows go, NULLs become blank.
     static void normalizeGeneralConfigTable(DataAccessServiceIfc* service);
     /// The same for a table whose columns stand in another order, and only for such a one: settings
     /// are inserted by position from the first step on. The table must be there.
     static void orderGeneralConfigColumns(DataAccessServiceIfc* service);
+    /// Gives each setting of the device the blank context; rows that are then doubled go.
     static void validateDeviceItems(DataAccessServiceIfc* service);
+    /// Logs the items in their order and changes nothing: their key fixes the order.
     static void checkTransportSettingsOrder(DataAccessServiceIfc* service);
+    /// Deletes settings that no release uses any more.
     static void deleteCallbackItems(DataAccessServiceIfc* service);
+    /// Inserts the settings of network access, both or none; only where the schema has no row.
     static void migrateDot1xSettings(DataAccessServiceIfc* service);
     static bool checkDot1xSettings(DataAccessServiceIfc* service);
+    /// Inserts the policy of WLAN certificates on hardware that has WLAN.
     static void migrateWlanSettings(DataAccessServiceIfc* service);
+    /// Gives a setting of the device to the current user.
     static void migrateFeatureToCurrentUser(DataAccessServiceIfc* service, std::string name);
+    /// Cuts emergency numbers at the last character that can't be dialled.
     static void migrateWrongEmergencyNumber(DataAccessServiceIfc* service,
                                             const std::vector<std::string>* columns);
     /// Applies the file of values that an image brings, once, and removes it.
@@ -204,12 +229,18 @@ public:
     static void commitConsolidatedRowData(DataAccessServiceIfc* service, DuplicateRows& duplicates);
     static void removeRows(DataAccessServiceIfc* service, const std::vector<std::string>& ids);
     static void printDuplicateRowData(DuplicateRows& duplicates);
+    /// Drops the table, which refers to rows that a repair has changed; the next read makes it.
     static void dropConversationsTable(DataAccessServiceIfc* service);
+    /// Whether contacts are doubled: more than 0 when there is a group of them.
     static int readPhoneBookDuplicateRows(DataAccessServiceIfc* service);
     static void deleteDuplicateItemsFromPhoneBook(DataAccessServiceIfc* service);
+    /// Deletes conversations whose contact or call is gone, or whose call is of another log.
     static void conversationsTableCleanup(DataAccessServiceIfc* service);
+    /// Removes the "+" from numbers that have no digit.
     static void phonebookTableCleanup(DataAccessServiceIfc* service);
+    /// Empties the table if the software before was of the older protocol, whose ringers differ.
     static void distinctiveRingerTableCleanup(DataAccessServiceIfc* service);
+    /// Brings a phone book with columns that this release does not know into those of today.
     static void checkValidityOfPhoneBookTable(DataAccessServiceIfc* service);
     /// Makes the phone book anew with its rows, but without the columns named in @p leftOut. One
     /// transaction: when a row can't be copied, the book stays as it was, and the log says so.
@@ -220,6 +251,7 @@ public:
 
     // Protocol and passwords ----------------------------------------------------------------------
 
+    /// Derives the modes of secure calls from the settings that older software used for them.
     static void upgradeFromV3ToWebRTC(DataAccessServiceIfc* service);
     static void addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* service, int rowCount);
     static bool addAesRow(DataAccessServiceIfc* service, const std::string& method,

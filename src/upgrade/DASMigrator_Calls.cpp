@@ -6,24 +6,21 @@
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "calls/CallLogRow.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/TableRebuild.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
-
 using namespace DASUtilsStrings;
 
 // The second line lacks a value, so SQLite refuses the statement and no row is joined: kept on
 // purpose, telephones in the field keep the rows that they have.
-const char* const doubledCalls =
+const char* const DoubledCalls =
     "SELECT CALL_LOG.* FROM CALL_LOG"
     " INNER JOIN ( SELECT * FROM CALL_LOG WHERE Number0 <>  GROUP BY Number0, GroupNumber0, "
     "Category HAVING COUNT(Category) > 1  ) b"
@@ -219,7 +216,7 @@ void DASMigrator::fixDuplicateNumbersFoundInARow(DataAccessServiceIfc* service,
 void DASMigrator::readCallLogRowsWithDuplicateRowsPerCategory(DataAccessServiceIfc* service,
                                                               DuplicateRows& duplicates) {
     Rows rows;
-    (void)service->getAdapter()->executeSQLQuery(doubledCalls, rows);
+    (void)service->getAdapter()->executeSQLQuery(DoubledCalls, rows);
     for (auto cells = rows.cbegin(); cells != rows.cend(); ++cells) {
         CallLogRow row(cells);
         if (!isOfOtherLog(row)) {

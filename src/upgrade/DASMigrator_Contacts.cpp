@@ -1,38 +1,35 @@
 // The repair of the phone book: doubled contacts, stray signs, a table of other columns; and the
 // book of an older release.
 
-#include <algorithm>
-
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "contacts/ContactColumns.h"
 #include "contacts/PhonebookDAO.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
+#include "upgrade/StepHelpers.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
-
 using namespace DASUtilsStrings;
+using StepHelpers::execute;
 
-const char* const oldPhoneBook = "PHONE_BOOK_OLD";
+const char* const OldPhoneBook = "PHONE_BOOK_OLD";
 
 // Finds by other columns than the deletion below groups by: kept on purpose, a contact that differs
 // in its second number is not deleted. Numbers that only one contact has are sorted out first,
 // which is cheap; a join of the contacts with their groups would take time by the square of their
 // number.
-const char* const doubledContacts =
+const char* const DoubledContacts =
     "SELECT 1 FROM PHONE_BOOK WHERE Office IN ( SELECT Office FROM PHONE_BOOK WHERE Office IN ("
     " SELECT Office FROM PHONE_BOOK GROUP BY Office HAVING COUNT(Office) > 1 )"
     " GROUP BY Surname, Firstname, Office, Office, Mobile, Picture, Private"
     " HAVING COUNT(Office) > 1 )";
 
-const char* const deleteDoubledContacts =
+const char* const DeleteDoubledContacts =
     " DELETE FROM PHONE_BOOK"
     " WHERE UniqueID NOT IN (  SELECT MAX(UniqueID) FROM PHONE_BOOK GROUP BY Surname,Firstname , "
     "Office, Office2, Mobile, Private, Picture )";
@@ -41,22 +38,16 @@ const char* const deleteDoubledContacts =
 const std::string* const NumberColumns[] = {&PhonebookOfficeTagName, &PhonebookOffice2TagName,
                                             &PhonebookMobileTagName, &PhonebookPrivateTagName};
 
-/// Runs a statement whose failure is only logged.
-void execute(DataAccessServiceIfc* service, const std::string& sql) {
-    Rows none;
-    (void)service->getAdapter()->executeSQLQuery(sql, none);
-}
-
 }  // namespace
 
 int DASMigrator::readPhoneBookDuplicateRows(DataAccessServiceIfc* service) {
     Rows rows;
-    (void)service->getAdapter()->executeSQLQuery(doubledContacts, rows);  // none when it fails
+    (void)service->getAdapter()->executeSQLQuery(DoubledContacts, rows);  // none when it fails
     return static_cast<int>(rows.size());
 }
 
 void DASMigrator::deleteDuplicateItemsFromPhoneBook(DataAccessServiceIfc* service) {
-    execute(service, deleteDoubledContacts);
+    execute(service, DeleteDoubledContacts);
 }
 
 namespace {
@@ -127,14 +118,6 @@ bool hasIndices(DatabaseAdapter& adapter) {
     return !rows.empty();
 }
 
-bool haveEqualCounts(DatabaseAdapter& adapter) {
-    PairList all;
-    std::string before;
-    std::string after;
-    return adapter.countRows(oldPhoneBook, all, before) == 0 &&
-           adapter.countRows(PhoneBookTableName, all, after) == 0 && before == after;
-}
-
 /// Makes the book anew, for the caller's transaction, which is rolled back when the result is
 /// false.
 bool renewBook(DatabaseAdapter& adapter, const std::vector<std::string>& leftOut) {
@@ -145,17 +128,17 @@ bool renewBook(DatabaseAdapter& adapter, const std::vector<std::string>& leftOut
         PhonebookDAO dao(&adapter, leftOut);
         return true;
     }
-    if (adapter.alterTableName(PhoneBookTableName, oldPhoneBook) != 0) {
+    if (adapter.alterTableName(PhoneBookTableName, OldPhoneBook) != 0) {
         return false;
     }
     PhonebookDAO dao(&adapter, leftOut);
-    if (adapter.copyDataOfTableToAnother(oldPhoneBook, PhoneBookTableName, leftOut) != 0 ||
-        !haveEqualCounts(adapter)) {
+    if (adapter.copyDataOfTableToAnother(OldPhoneBook, PhoneBookTableName, leftOut) != 0 ||
+        !StepHelpers::haveEqualCounts(adapter, OldPhoneBook, PhoneBookTableName)) {
         DAS_LOG(2, "The contacts can't be copied, the table %s stays as it was",
                 PhoneBookTableName.c_str());
         return false;
     }
-    return adapter.executeNonQuery(std::string("DROP TABLE ") + oldPhoneBook + ";") == 0;
+    return adapter.executeNonQuery(std::string("DROP TABLE ") + OldPhoneBook + ";") == 0;
 }
 
 }  // namespace

@@ -4,19 +4,16 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
 #include "upgrade/TableRebuild.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 using namespace StepHelpers;
@@ -133,10 +130,10 @@ constexpr std::size_t LinePassword = 5;
 constexpr std::size_t LinePath = 6;
 constexpr std::size_t LineFile = 13;
 
-const char* const oldestTable = "FTP_SETTINGS";
+const char* const OldestTable = "FTP_SETTINGS";
 constexpr long RowsWithoutTheLast = 8;
 
-const char* const storeDownload =
+const char* const StoreDownload =
     "INSERT OR REPLACE INTO FILEDOWNLOAD_SETTINGS_ENC (FileType, UseDefaults, ServerAddress, "
     "FtpUsername, FtpPassword, FtpPath, Filename) VALUES (?, ?, ?, ?, ?, ?, ?);";
 
@@ -166,23 +163,20 @@ bool moveOldest(DatabaseAdapter& adapter) {
         std::string encrypted;
         if (isTakenOver(row) &&
             (!encrypt(row.at(LinePassword), encrypted) ||
-             adapter.executeWithValues(storeDownload, asDownloadRow(row, encrypted)) != 0)) {
+             adapter.executeWithValues(StoreDownload, asDownloadRow(row, encrypted)) != 0)) {
             return false;
         }
     }
-    return adapter.dropTable(oldestTable) == 0;
+    return adapter.dropTable(OldestTable) == 0;
 }
 
 /// A row for a type that came later than the older table.
 void addLastType(DatabaseAdapter& adapter, const DataAccessObject& dao) {
-    std::vector<std::string> names;
-    for (const DASUtils::ColumnInfo& column : dao.columns()) {
-        names.push_back(column.name);
-    }
     std::vector<std::string> row = {"'9'", "'false'", "'0'", EmptyDBString, "'21'"};
     row.insert(row.end(), 7, EmptyDBString);
     row.emplace_back("'0'");
-    (void)adapter.insertRow(FileDownloadSettingsTableName, names, row, nullptr);  // logged
+    (void)adapter.insertRow(FileDownloadSettingsTableName, dao.columnNames(), row,
+                            nullptr);  // logged
 }
 
 }  // namespace
@@ -191,17 +185,17 @@ void DASMigrator::migrateFtpSettingsTable(DataAccessServiceIfc* service) {
     DatabaseAdapter& adapter = *service->getAdapter();
     const std::string& newTable = FileDownloadSettingsTableName;
     const long newRows = rowsOf(service, newTable);
-    if (rowsOf(service, oldestTable) == 0) {
-        DAS_LOG(5, "%s does not exist - not migrated", oldestTable);
+    if (rowsOf(service, OldestTable) == 0) {
+        DAS_LOG(5, "%s does not exist - not migrated", OldestTable);
     } else if (newRows == 0) {
-        DAS_LOG(5, "migrating %s table", oldestTable);
+        DAS_LOG(5, "migrating %s table", OldestTable);
         createTableAndDefaultRows(service, FileDownloadSettingsSchema);
         if (runWholeOrNot(adapter, [&] { return moveOldest(adapter); })) {
-            DAS_LOG(5, "%s data migrated to %s", oldestTable, newTable.c_str());
-            DAS_LOG(5, "%s table dropped", oldestTable);
+            DAS_LOG(5, "%s data migrated to %s", OldestTable, newTable.c_str());
+            DAS_LOG(5, "%s table dropped", OldestTable);
             removeMigrationFiles();
         } else {
-            DAS_LOG(2, "%s is left as it was", oldestTable);
+            DAS_LOG(2, "%s is left as it was", OldestTable);
         }
     }
     if (newRows == RowsWithoutTheLast) {

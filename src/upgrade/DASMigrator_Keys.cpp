@@ -7,20 +7,17 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/KeyRowMove.h"
 #include "upgrade/StepHelpers.h"
 #include "upgrade/TableRebuild.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 
@@ -100,7 +97,7 @@ void DASMigrator::migrateFixedKeysTable(DataAccessServiceIfc* service) {
 
 namespace {
 
-const char* const destinationsTable = "FORWARDING_KEY_DESTINATIONS";
+const char* const DestinationsTable = "FORWARDING_KEY_DESTINATIONS";
 constexpr int NumberOfNewIds = 144;  ///< that came in between, below the ids of the busy lamps
 
 /// Cells of a row of destinations.
@@ -153,11 +150,11 @@ bool forEachRow(DatabaseAdapter& adapter, const std::vector<Destination>& rows, 
 /// kept on purpose, no release made such a table.
 void bringCellsIntoOrder(DataAccessServiceIfc* service) {
     const TableForm form =
-        DASMigrator::formOf(service, ForwardingKeyDestinationsSchema, destinationsTable);
+        DASMigrator::formOf(service, ForwardingKeyDestinationsSchema, DestinationsTable);
     const bool lacksCellsAtEnd = form.inPlace == form.columns && form.columns <= TypeCell;
     if (!lacksCellsAtEnd) {
         (void)DASMigrator::rebuildIntoDaoColumns(service, ForwardingKeyDestinationsSchema,
-                                                 destinationsTable);
+                                                 DestinationsTable);
     }
 }
 
@@ -184,7 +181,7 @@ void renumberDestinations(DataAccessServiceIfc* service, const char* selection) 
                forEachRow(adapter, destinations, storeUnderNewId);
     });
     if (!stored) {
-        DAS_LOG(2, "The rows of %s keep their ids", destinationsTable);
+        DAS_LOG(2, "The rows of %s keep their ids", DestinationsTable);
     }
 }
 

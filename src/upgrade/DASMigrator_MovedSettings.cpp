@@ -3,16 +3,13 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 using namespace StepHelpers;
@@ -24,53 +21,45 @@ struct MovedItem {
     const char* schema;
     const char* oldName;
     const char* newName;
-    bool deleteOld;  ///< for Move::DeviceToUser; the other way the old row always stays
+    bool deleteOld = false;  ///< for Move::DeviceToUser; the other way the old row always stays
 };
 
 const MovedItem MovedItems[] = {
     {Move::DeviceToUser, "AcmsSettings", "WbmAllowed", "WbmAllowed", true},
-    {Move::DeviceToUser, "SipBaseSettings", "SIPtransport", "SIPtransportUser", false},
-    {Move::DeviceToUser, "SipBaseSettings", "SIPoutboundProxy", "SIPoutboundProxyUser", false},
+    {Move::DeviceToUser, "SipBaseSettings", "SIPtransport", "SIPtransportUser"},
+    {Move::DeviceToUser, "SipBaseSettings", "SIPoutboundProxy", "SIPoutboundProxyUser"},
     {Move::DeviceToUser, "SipBaseSettings", "SIPintermediateProxyAddress",
-     "SIPintermediateProxyAddressUser", false},
+     "SIPintermediateProxyAddressUser"},
     {Move::DeviceToUser, "SipBaseSettings", "SIPintermediateProxyPort",
-     "SIPintermediateProxyPortUser", false},
-    {Move::UserToDevice, "SipBaseSettings", "BackupSIPserverAddress", "BackupSIPServerAddress",
-     false},
-    {Move::UserToDevice, "SipBaseSettings", "BackupSIPserverPort", "BackupSIPServerPort", false},
-    {Move::UserToDevice, "SipBaseSettings", "TransactionTimer", "TransactionTimer", false},
-    {Move::UserToDevice, "SipBaseSettings", "TransactionTimerF", "TransactionTimerF", false},
-    {Move::UserToDevice, "SipBaseSettings", "RegistrationBackoffTimer", "RegistrationBackoffTimer",
-     false},
+     "SIPintermediateProxyPortUser"},
+    {Move::UserToDevice, "SipBaseSettings", "BackupSIPserverAddress", "BackupSIPServerAddress"},
+    {Move::UserToDevice, "SipBaseSettings", "BackupSIPserverPort", "BackupSIPServerPort"},
+    {Move::UserToDevice, "SipBaseSettings", "TransactionTimer", "TransactionTimer"},
+    {Move::UserToDevice, "SipBaseSettings", "TransactionTimerF", "TransactionTimerF"},
+    {Move::UserToDevice, "SipBaseSettings", "RegistrationBackoffTimer", "RegistrationBackoffTimer"},
     {Move::UserToDevice, "ClockSettings", "AutoDaylightSavingEnabled",
-     "AutoDaylightSavingEnabledDevice", false},
-    {Move::UserToDevice, "ClockSettings", "DaylightSavingZoneID", "DaylightSavingZoneIDDevice",
-     false},
-    {Move::UserToDevice, "DlsSettings", "DLSmodeSecure", "DLSmodeSecureDevice", false},
-    {Move::UserToDevice, "DlsSettings", "DLSsecurePort", "DLSsecurePortDevice", false},
-    {Move::UserToDevice, "DlsSettings", "DLScontactInterval", "DLScontactIntervalDevice", false},
-    {Move::UserToDevice, "DisplaySettings", "MwiLED", "MessageWaitLED", false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGMaxLines", "SLOGMaxLinesDevice", false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGArchiveToDLS", "SLOGArchiveToDLSDevice", false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGDateLastArchived", "SLOGDateLastArchivedDevice",
-     false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGArchiveOnPerc", "SLOGArchiveOnPercDevice", false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGFaultReportFlag", "SLOGFaultReportFlagDevice",
-     false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGFaultReportTime", "SLOGFaultReportTimeDevice",
-     false},
+     "AutoDaylightSavingEnabledDevice"},
+    {Move::UserToDevice, "ClockSettings", "DaylightSavingZoneID", "DaylightSavingZoneIDDevice"},
+    {Move::UserToDevice, "DlsSettings", "DLSmodeSecure", "DLSmodeSecureDevice"},
+    {Move::UserToDevice, "DlsSettings", "DLSsecurePort", "DLSsecurePortDevice"},
+    {Move::UserToDevice, "DlsSettings", "DLScontactInterval", "DLScontactIntervalDevice"},
+    {Move::UserToDevice, "DisplaySettings", "MwiLED", "MessageWaitLED"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGMaxLines", "SLOGMaxLinesDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGArchiveToDLS", "SLOGArchiveToDLSDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGDateLastArchived", "SLOGDateLastArchivedDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGArchiveOnPerc", "SLOGArchiveOnPercDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGFaultReportFlag", "SLOGFaultReportFlagDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGFaultReportTime", "SLOGFaultReportTimeDevice"},
     {Move::UserToDevice, "SecuritySettings", "SLOGFaultOCSRConnectFlag",
-     "SLOGFaultOCSRConnectFlagDevice", false},
+     "SLOGFaultOCSRConnectFlagDevice"},
     {Move::UserToDevice, "SecuritySettings", "SLOGFaultOCSRConnectTime",
-     "SLOGFaultOCSRConnectTimeDevice", false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGFaultAdminPwdFlag", "SLOGFaultAdminPwdFlagDevice",
-     false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGFaultAdminPwdTime", "SLOGFaultAdminPwdTimeDevice",
-     false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGFaultUserPwdFlag", "SLOGFaultUserPwdFlagDevice",
-     false},
-    {Move::UserToDevice, "SecuritySettings", "SLOGFaultUserPwdTime", "SLOGFaultUserPwdTimeDevice",
-     false},
+     "SLOGFaultOCSRConnectTimeDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGFaultAdminPwdFlag",
+     "SLOGFaultAdminPwdFlagDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGFaultAdminPwdTime",
+     "SLOGFaultAdminPwdTimeDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGFaultUserPwdFlag", "SLOGFaultUserPwdFlagDevice"},
+    {Move::UserToDevice, "SecuritySettings", "SLOGFaultUserPwdTime", "SLOGFaultUserPwdTimeDevice"},
 };
 
 /// Endings of the door opener items, after "DoorOpener" and a number from 1 to 4.
@@ -84,10 +73,6 @@ const DoorOpenerName DoorOpenerNames[] = {{"Phonenumber", "PhoneNumber"},
                                           {"Directvideo", "DirectVideo"},
                                           {"Fpkconfirmation", "FPKConfirmation"}};
 constexpr int DoorOpeners = 4;
-
-const char* yesNo(bool value) {
-    return value ? "true" : "false";
-}
 
 }  // namespace
 

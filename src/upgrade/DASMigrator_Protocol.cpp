@@ -2,16 +2,13 @@
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 

@@ -2,32 +2,24 @@
 // the older protocol.
 
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "calls/CallLogRow.h"
-#include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
+using StepHelpers::execute;
 
-const char* const conversationsWithoutContact =
+const char* const ConversationsWithoutContact =
     "DELETE FROM CONVERSATIONS WHERE NOT EXISTS( SELECT NULL FROM PHONE_BOOK pb WHERE pb.UniqueID "
     "= PhonebookId )";
-const char* const conversationsWithoutCall =
+const char* const ConversationsWithoutCall =
     "DELETE FROM CONVERSATIONS WHERE NOT EXISTS( SELECT NULL FROM CALL_LOG cl WHERE cl.UniqueId = "
     "CallLogId )";
-const char* const conversationsOfOtherLogs =
+const char* const ConversationsOfOtherLogs =
     "DELETE FROM CONVERSATIONS WHERE EXISTS( SELECT NULL FROM CALL_LOG cl WHERE cl.EntryId LIKE "
     "'UC_%' AND cl.UniqueID = CallLogId )";
-
-/// Runs a statement whose failure is only logged.
-void execute(DataAccessServiceIfc* service, const std::string& sql) {
-    Rows none;
-    (void)service->getAdapter()->executeSQLQuery(sql, none);
-}
 
 }  // namespace
 
@@ -64,10 +56,10 @@ void DASMigrator::dropConversationsTable(DataAccessServiceIfc* service) {
 
 void DASMigrator::conversationsTableCleanup(DataAccessServiceIfc* service) {
     DAS_LOG(6, "conversationsTableCleanup() removing old records from conversation table");
-    execute(service, conversationsWithoutContact);
-    execute(service, conversationsWithoutCall);
+    execute(service, ConversationsWithoutContact);
+    execute(service, ConversationsWithoutCall);
     DAS_LOG(6, "conversationsTableCleanup() cleanup of UC call log records");
-    execute(service, conversationsOfOtherLogs);
+    execute(service, ConversationsOfOtherLogs);
 }
 
 void DASMigrator::distinctiveRingerTableCleanup(DataAccessServiceIfc* service) {

@@ -7,24 +7,21 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 using StepHelpers::encrypt;
 using StepHelpers::insertSetting;
 using StepHelpers::settingConditions;
 
-const std::string encryptedSuffix = "Enc";
+const std::string EncryptedSuffix = "Enc";
 
 /// A setting whose value is stored encrypted, under the same name with "Enc" after it.
 struct EncryptedSetting {
@@ -113,11 +110,8 @@ std::vector<SrtpMethod> missingMethods(DatabaseAdapter& adapter, std::size_t cou
     std::vector<SrtpMethod> missing;
     std::copy_if(std::end(SrtpMethods) - count, std::end(SrtpMethods), std::back_inserter(missing),
                  [&](const SrtpMethod& method) {
-                     PairList conditions = {{"Method", method.first}};
-                     std::string rows;
-                     return adapter.countRows(SrtpEncryptionSettingsTableName, conditions, rows) ==
-                                0 &&
-                            rows == "0";
+                     return DASUtils::countOf(adapter, SrtpEncryptionSettingsTableName,
+                                              {{"Method", method.first}}) == "0";
                  });
     return missing;
 }
@@ -182,16 +176,16 @@ std::vector<std::string> DASMigrator::constructColumns(const std::string& schema
 
 namespace {
 
-const std::string contextStart = "<Context currentUser=\"";
-const std::string contextEnd = "</Context>";
+const std::string ContextStart = "<Context currentUser=\"";
+const std::string ContextEnd = "</Context>";
 
 /// The user of the Context that is open at the end of @p text; empty when none is.
 std::string openContext(const std::string& text) {
-    const std::size_t start = text.rfind(contextStart);
-    if (start == std::string::npos || text.find(contextEnd, start) != std::string::npos) {
+    const std::size_t start = text.rfind(ContextStart);
+    if (start == std::string::npos || text.find(ContextEnd, start) != std::string::npos) {
         return {};
     }
-    const std::size_t begin = start + contextStart.size();
+    const std::size_t begin = start + ContextStart.size();
     return text.substr(begin, text.find('"', begin) - begin);
 }
 
@@ -214,7 +208,7 @@ bool DASMigrator::getValueFromReply(std::string& reply, const std::string& item,
     context = openContext(reply.substr(0, start));
     reply.erase(0, end + endTag.size());
     if (!context.empty()) {
-        reply.insert(0, contextStart + context + "\">");  // it is open for what follows
+        reply.insert(0, ContextStart + context + "\">");  // it is open for what follows
     }
     return true;
 }
@@ -224,17 +218,14 @@ namespace {
 /// Stores a setting in encrypted form; the plain row goes when that stands.
 void encryptSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
                     const std::string& item, const std::string& value) {
-    const std::string encryptedItem = item + encryptedSuffix;
+    const std::string encryptedItem = item + EncryptedSuffix;
     std::string encrypted;
-    std::string present = "0";
     // A blank row, as older software makes it by default, must not wipe a password.
-    if (value.empty()) {
-        PairList key = settingConditions(schema, context, encryptedItem);
-        if (adapter.countRows(GeneralConfigTableName, key, present) != 0) {
-            return;
-        }
-    }
-    if (encrypt(value, encrypted) &&
+    const std::string present =
+        value.empty() ? DASUtils::countOf(adapter, GeneralConfigTableName,
+                                          settingConditions(schema, context, encryptedItem))
+                      : "0";
+    if (!present.empty() && encrypt(value, encrypted) &&
         (present != "0" ||
          insertSetting(adapter, schema, context, encryptedItem, encrypted) == 0)) {
         PairList plainRow = settingConditions(schema, context, item);
@@ -257,10 +248,9 @@ void DASMigrator::replaceExistingRowWithEncrypted(DatabaseAdapter* adapter,
     // Markup in a value hides where it ends and whose it is. The table has both.
     const PairList conditions = {{"Schema", DASUtils::escapeAndQuote(schema)},
                                  {"Name", DASUtils::escapeAndQuote(item)}};
-    PairList orderBy;
     Rows rows;
-    (void)adapter->executeQuery(GeneralConfigTableName, {UserContextTagName, "Value"}, conditions,
-                                orderBy, rows, "", "");  // a failure is in the log
+    (void)DASUtils::readRows(*adapter, GeneralConfigTableName, {UserContextTagName, "Value"},
+                             conditions, rows);  // a failure is in the log
     for (const auto& row : rows) {
         encryptSetting(*adapter, schema, row.at(0), item, row.at(1));
     }

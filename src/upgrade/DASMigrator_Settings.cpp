@@ -5,11 +5,11 @@
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
 #include "HardwareVersion.h"
+#include "Log.h"
 #include "Storage.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
@@ -17,16 +17,12 @@
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
-
 using namespace DASUtilsStrings;
 using namespace StepHelpers;
 
-const char* const schemaColumn = "Schema";
-const char* const nameColumn = "Name";
-const char* const valueColumn = "Value";
-constexpr const char* updateValuesFile = UpgradeCopy::updateValuesFile;
+const char* const SchemaColumn = "Schema";
+const char* const NameColumn = "Name";
+const char* const ValueColumn = "Value";
 
 /// Items that no release uses any more; their rows go, in all schemas and contexts.
 const char* const ObsoleteItems[] = {"'CallbackBusyAllowed'", "'CallbackRingAllowed'",
@@ -35,31 +31,31 @@ const char* const ObsoleteItems[] = {"'CallbackBusyAllowed'", "'CallbackRingAllo
 }  // namespace
 
 void DASMigrator::applyUpdateValuesFile(DataAccessServiceIfc* service) {
-    if (!Storage::exists(updateValuesFile)) {
+    if (!Storage::exists(UpgradeCopy::UpdateValuesFile)) {
         return;
     }
-    updateGeneralConfigTable(service, settingsColumns(), updateValuesFile);
+    updateGeneralConfigTable(service, settingsColumns(), UpgradeCopy::UpdateValuesFile);
     if (UpgradeCopy::removeUsedFile() != 0) {
-        DAS_LOG(2, "Error deleting file: %s", updateValuesFile);
+        DAS_LOG(2, "Error deleting file: %s", UpgradeCopy::UpdateValuesFile);
     }
 }
 
 void DASMigrator::deleteCallbackItems(DataAccessServiceIfc* service) {
     for (const char* item : ObsoleteItems) {
-        if (isRowPresent(service, GeneralConfigTableName, nameColumn, item)) {
-            PairList conditions = {{nameColumn, item}};
+        if (isRowPresent(service, GeneralConfigTableName, NameColumn, item)) {
+            PairList conditions = {{NameColumn, item}};
             (void)service->getAdapter()->deleteRow(GeneralConfigTableName, conditions);
         }
     }
 }
 
 void DASMigrator::checkTransportSettingsOrder(DataAccessServiceIfc* service) {
-    if (!loggingOnAppUni(LogComponent, 6)) {
+    if (!loggingOnAppUni("DataAccessService", 6)) {
         return;
     }
     Rows rows;
-    (void)readSettings(service, {nameColumn},
-                       {{schemaColumn, DASUtils::escapeAndQuote(TransportSettingsSchema)}}, rows);
+    (void)readSettings(service, {NameColumn},
+                       {{SchemaColumn, DASUtils::escapeAndQuote(TransportSettingsSchema)}}, rows);
     for (const auto& row : rows) {
         DAS_LOG(6, "checkTransportSettingsOrder: %s", row.at(0).c_str());
     }
@@ -68,7 +64,7 @@ void DASMigrator::checkTransportSettingsOrder(DataAccessServiceIfc* service) {
 // Single items -----------------------------------------------------------------------------------
 
 bool DASMigrator::checkDot1xSettings(DataAccessServiceIfc* service) {
-    return maySettingBePresent(service, {{schemaColumn, "'Dot1xSettings'"}});
+    return maySettingBePresent(service, {{SchemaColumn, "'Dot1xSettings'"}});
 }
 
 void DASMigrator::migrateDot1xSettings(DataAccessServiceIfc* service) {
@@ -143,11 +139,11 @@ std::string upToLastBadCharacter(const std::string& number) {
 
 void DASMigrator::migrateWrongEmergencyNumber(DataAccessServiceIfc* service,
                                               const std::vector<std::string>* columns) {
-    if (!isRowPresent(service, GeneralConfigTableName, nameColumn, "'EmergencyNumber'")) {
+    if (!isRowPresent(service, GeneralConfigTableName, NameColumn, "'EmergencyNumber'")) {
         return;
     }
     Rows rows;
-    (void)readSettings(service, *columns, {{nameColumn, "'EmergencyNumber'"}}, rows);
+    (void)readSettings(service, *columns, {{NameColumn, "'EmergencyNumber'"}}, rows);
     for (const auto& row : rows) {
         const std::string number = upToLastBadCharacter(row.at(ValueCell));
         if (number == row.at(ValueCell)) {
@@ -155,7 +151,7 @@ void DASMigrator::migrateWrongEmergencyNumber(DataAccessServiceIfc* service,
         }
         PairList conditions =
             settingConditions(row.at(SchemaCell), row.at(ContextCell), row.at(NameCell));
-        PairList newValues = {{valueColumn, DASUtils::escapeAndQuote(number)}};
+        PairList newValues = {{ValueColumn, DASUtils::escapeAndQuote(number)}};
         (void)service->getAdapter()->update(GeneralConfigTableName, conditions, newValues, false);
     }
 }
@@ -165,7 +161,7 @@ void DASMigrator::migrateWrongEmergencyNumber(DataAccessServiceIfc* service,
 namespace {
 
 PairList byName(const std::string& name, const std::string& context) {
-    return {{nameColumn, DASUtils::escapeAndQuote(name)},
+    return {{NameColumn, DASUtils::escapeAndQuote(name)},
             {UserContextTagName, DASUtils::escapeAndQuote(context)}};
 }
 

@@ -7,30 +7,27 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
-
 using namespace DASUtilsStrings;
 using namespace StepHelpers;
 
-const std::string keyText = "PRIMARY KEY( Schema, UserContext, Name )";
-const std::string tableForm =
-    " (Schema TEXT, UserContext TEXT, Name TEXT, Value TEXT, " + keyText + " )";
+const std::string KeyText = "PRIMARY KEY( Schema, UserContext, Name )";
+const std::string FormOfTable =
+    " (Schema TEXT, UserContext TEXT, Name TEXT, Value TEXT, " + KeyText + " )";
 
-const std::string noRows = "0";  ///< as a condition
+const std::string NoRows = "0";  ///< as a condition
 
-const char* const dropTable = "DROP TABLE GENERAL_CONFIG";
-const std::string makeTable = "CREATE TABLE GENERAL_CONFIG" + tableForm;
+const char* const DropTable = "DROP TABLE GENERAL_CONFIG";
+const std::string MakeTable = "CREATE TABLE GENERAL_CONFIG" + FormOfTable;
 
 /// Whether the table has the columns of settings in their order, and no other: a row of settings
 /// has a value for each column.
@@ -44,11 +41,11 @@ bool isInOrder(DatabaseAdapter& adapter) {
     (void)adapter.executeSQLQuery("SELECT sql FROM sqlite_master WHERE name = 'GENERAL_CONFIG'",
                                   rows);
     return rows.empty() ||
-           (rows.front().at(0).find(keyText) != std::string::npos && areColumnsInOrder(adapter));
+           (rows.front().at(0).find(KeyText) != std::string::npos && areColumnsInOrder(adapter));
 }
 
 /// Whether all columns of settings are among these, in any order. Without a context it is a table
-/// of before user mobility.
+/// from before user mobility.
 bool haveSettingsColumns(const std::vector<std::string>& names, bool withContext) {
     const std::vector<std::string>& all = settingsColumns();
     return std::all_of(all.begin(), all.end(), [&](const std::string& column) {
@@ -63,13 +60,13 @@ void logGivenUp(DatabaseAdapter& adapter, const std::vector<std::string>& names)
 /// Fills GENERAL_CONFIG_COPY, a new table of today's form.
 bool fillCopy(DatabaseAdapter& adapter, const std::string& rows) {
     return runAll(adapter, {"DROP TABLE IF EXISTS GENERAL_CONFIG_COPY",
-                            "CREATE TABLE GENERAL_CONFIG_COPY" + tableForm,
+                            "CREATE TABLE GENERAL_CONFIG_COPY" + FormOfTable,
                             "INSERT OR REPLACE INTO GENERAL_CONFIG_COPY " + rows});
 }
 
 /// Makes GENERAL_CONFIG anew, with the rows of its copy, which goes.
 bool replaceByCopy(DatabaseAdapter& adapter) {
-    return runAll(adapter, {dropTable, makeTable,
+    return runAll(adapter, {DropTable, MakeTable,
                             "INSERT INTO GENERAL_CONFIG SELECT * FROM GENERAL_CONFIG_COPY",
                             "DROP TABLE GENERAL_CONFIG_COPY"});
 }
@@ -86,7 +83,7 @@ bool findDeviceRows(DatabaseAdapter& adapter, const std::string& condition, std:
             ids.push_back(row.at(0));
         }
     }
-    found = ids.empty() ? noRows : "rowid IN (" + ClientUtils::join(ids, ", ") + ")";
+    found = ids.empty() ? NoRows : "rowid IN (" + ClientUtils::join(ids, ", ") + ")";
     return read == 0;
 }
 
@@ -97,7 +94,7 @@ bool settleNullContexts(DatabaseAdapter& adapter) {
     if (!findDeviceRows(adapter, "UserContext IS NULL", rows)) {
         return false;
     }
-    return rows == noRows ||
+    return rows == NoRows ||
            runAll(adapter, {"DELETE FROM GENERAL_CONFIG WHERE " + rows +
                                 " AND (Schema, Name) IN (SELECT Schema, Name FROM GENERAL_CONFIG "
                                 "WHERE UserContext IN ('', 'base'))",
@@ -117,21 +114,15 @@ bool fillNulls(DatabaseAdapter& adapter) {
                             "DELETE FROM GENERAL_CONFIG WHERE Name IS NULL",
                             "UPDATE GENERAL_CONFIG SET Value = '' WHERE Value IS NULL"}) &&
            settleNullContexts(adapter) &&
-           runAll(adapter,
-                  {"DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND (Schema, Name) IN "
-                   "(SELECT Schema, Name FROM GENERAL_CONFIG WHERE UserContext = '')",
-                   // A key lets rows that differ in nothing but a NULL stand twice: the last one stays.
-                   "DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND rowid NOT IN (SELECT "
-                   "MAX(rowid) FROM GENERAL_CONFIG WHERE UserContext IS NULL GROUP BY Schema, Name)",
-                   "UPDATE GENERAL_CONFIG SET UserContext = '' WHERE UserContext IS NULL"});
-}
-
-bool copyHasAllRows(DatabaseAdapter& adapter) {
-    PairList all;
-    std::string rows;
-    std::string copied;
-    return adapter.countRows("GENERAL_CONFIG", all, rows) == 0 &&
-           adapter.countRows("GENERAL_CONFIG_COPY", all, copied) == 0 && rows == copied;
+           runAll(
+               adapter,
+               {"DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND (Schema, Name) IN "
+                "(SELECT Schema, Name FROM GENERAL_CONFIG WHERE UserContext = '')",
+                // A key lets rows that differ in nothing but a NULL stand twice: the last one
+                // stays.
+                "DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND rowid NOT IN (SELECT "
+                "MAX(rowid) FROM GENERAL_CONFIG WHERE UserContext IS NULL GROUP BY Schema, Name)",
+                "UPDATE GENERAL_CONFIG SET UserContext = '' WHERE UserContext IS NULL"});
 }
 
 /// Of rows with the same key the one that SQLite gives for their group stays.
@@ -140,14 +131,15 @@ bool addKey(DatabaseAdapter& adapter) {
            runAll(adapter, {"DELETE FROM GENERAL_CONFIG WHERE rowid NOT IN (SELECT rowid FROM "
                             "GENERAL_CONFIG GROUP BY Schema, UserContext, Name)"}) &&
            fillCopy(adapter, "SELECT Schema, UserContext, Name, Value FROM GENERAL_CONFIG") &&
-           copyHasAllRows(adapter) && replaceByCopy(adapter);
+           haveEqualCounts(adapter, "GENERAL_CONFIG", "GENERAL_CONFIG_COPY") &&
+           replaceByCopy(adapter);
 }
 
 /// An empty table of an older form has nothing to keep, and would take no setting.
 bool renewIfEmpty(DatabaseAdapter& adapter) {
     return !isInOrder(adapter) && adapter.isKnownToBeEmpty(GeneralConfigTableName) &&
            runWholeOrNot(adapter, [&] {
-               return runAll(adapter, {dropTable, makeTable});
+               return runAll(adapter, {DropTable, MakeTable});
            });
 }
 
@@ -232,10 +224,6 @@ bool DASMigrator::migrateGeneralConfigTable(DataAccessServiceIfc* service,
 // Device items -----------------------------------------------------------------------------------
 
 namespace {
-
-const char* yesNo(bool value) {
-    return value ? "true" : "false";
-}
 
 struct DeviceRowDecision {
     bool update;

@@ -7,11 +7,11 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "dao/NULLDataAccessObject.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "schemas/DAOFactory.h"
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/DASMigrator.h"
@@ -19,9 +19,6 @@
 #include "upgrade/TableRebuild.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 

@@ -7,19 +7,16 @@
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
 #include "upgrade/TableRebuild.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
 
 using namespace DASUtilsStrings;
 
@@ -33,8 +30,7 @@ bool isThere(DataAccessServiceIfc* service, const std::string& table) {
 
 /// Whether the count of the rows that match is known and is 0.
 bool isKnownToHaveNo(DataAccessServiceIfc* service, const std::string& table, PairList conditions) {
-    std::string count;
-    return service->getAdapter()->countRows(table, conditions, count) == 0 && count == "0";
+    return DASUtils::countOf(*service->getAdapter(), table, std::move(conditions)) == "0";
 }
 
 bool makeTable(DataAccessObject& dao, const std::string& table) {
@@ -99,27 +95,27 @@ struct GrownTable {
     const std::string* table;
     const char* id;
     const std::string* schema;
-    void (*special)(DataAccessServiceIfc*);  ///< in place of adding the rows; may be null
+    void (*special)(DataAccessServiceIfc*) = nullptr;  ///< in place of adding the rows; may be null
 };
 
 const GrownTable GrownTables[] = {
-    {&BCASettingsTableName, "'10'", &BCASettingsSchema, nullptr},
-    {&DeflectKeyDestinationsTableName, "'1017'", &DeflectKeyDestinationsSchema, nullptr},
-    {&DssKeySettingsTableName, "'109'", &DssKeySettingsSchema, nullptr},
-    {&FeatureKeysTableName, "'1017'", &FeatureKeysSchema, nullptr},
-    {&FeatureToggleKeySettingsTableName, "'109'", &FeatureToggleKeySettingsSchema, nullptr},
+    {&BCASettingsTableName, "'10'", &BCASettingsSchema},
+    {&DeflectKeyDestinationsTableName, "'1017'", &DeflectKeyDestinationsSchema},
+    {&DssKeySettingsTableName, "'109'", &DssKeySettingsSchema},
+    {&FeatureKeysTableName, "'1017'", &FeatureKeysSchema},
+    {&FeatureToggleKeySettingsTableName, "'109'", &FeatureToggleKeySettingsSchema},
     {&ForwardingKeyDestinationsTableName, "'109'", &ForwardingKeyDestinationsSchema,
      DASMigrator::moveBusyLamps},
     {&ForwardingKeyDestinationsTableName, "'32'", &ForwardingKeyDestinationsSchema,
      DASMigrator::moveKey32},
-    {&LineKeySettingsTableName, "'109'", &LineKeySettingsSchema, nullptr},
-    {&RepertoryDiallingTableName, "'1017'", &RepertoryDiallingSchema, nullptr},
-    {&SelectedDiallingTableName, "'1017'", &SelectedDiallingSchema, nullptr},
-    {&StartApplicationTableName, "'1017'", &StartApplicationSchema, nullptr},
-    {&StimulusKeySettingsTableName, "'200'", &StimulusKeySettingsSchema, nullptr},
-    {&LineKeySettingsTableName, "'200'", &LineKeySettingsSchema, nullptr},
-    {&DssKeySettingsTableName, "'200'", &DssKeySettingsSchema, nullptr},
-    {&FeatureToggleKeySettingsTableName, "'200'", &FeatureToggleKeySettingsSchema, nullptr},
+    {&LineKeySettingsTableName, "'109'", &LineKeySettingsSchema},
+    {&RepertoryDiallingTableName, "'1017'", &RepertoryDiallingSchema},
+    {&SelectedDiallingTableName, "'1017'", &SelectedDiallingSchema},
+    {&StartApplicationTableName, "'1017'", &StartApplicationSchema},
+    {&StimulusKeySettingsTableName, "'200'", &StimulusKeySettingsSchema},
+    {&LineKeySettingsTableName, "'200'", &LineKeySettingsSchema},
+    {&DssKeySettingsTableName, "'200'", &DssKeySettingsSchema},
+    {&FeatureToggleKeySettingsTableName, "'200'", &FeatureToggleKeySettingsSchema},
 };
 
 /// Tables of these whose columns no other step looks at.
@@ -197,11 +193,10 @@ void DASMigrator::migrateStimulusKeySettingsTable(DataAccessServiceIfc* service,
 
 void DASMigrator::migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service) {
     constexpr int keysOfUser = 177;
-    PairList conditions = {{UserContextTagName, DASUtils::convertToDBFormat(UserContextBase)}};
-    std::string count;
-    const bool isKnown =
-        service->getAdapter()->countRows(FeatureKeysTableName, conditions, count) == 0;
-    if (isKnown && ClientUtils::stoi(count) < keysOfUser) {
+    const std::string count =
+        DASUtils::countOf(*service->getAdapter(), FeatureKeysTableName,
+                          {{UserContextTagName, DASUtils::convertToDBFormat(UserContextBase)}});
+    if (!count.empty() && ClientUtils::stoi(count) < keysOfUser) {
         addMissingRows(service, FeatureKeysSchema, FeatureKeysTableName);
     }
 }

@@ -1,3 +1,6 @@
+// Rows move inside the database, by statements over both tables: no value passes through the text
+// of a statement, so none can stop the move.
+
 #include "upgrade/KeyRowMove.h"
 
 #include "ClientUtils.h"

@@ -1,3 +1,6 @@
+// Only rows above the limit are touched, and their numbers are taken from the free ones: a number
+// that others refer to keeps its row. The conversations follow in the same transaction.
+
 #include "upgrade/RowNumbers.h"
 
 #include <algorithm>
@@ -7,20 +10,17 @@
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "calls/CallLogColumns.h"
 #include "contacts/ConversationsTable.h"
 #include "dao/AssignedNumbers.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/RowNumbers";
 
 const std::string Highest = ClientUtils::int64tos(AssignedNumbers::Highest);
 const std::string SequenceTable = "sqlite_sequence";
@@ -191,10 +191,10 @@ bool Renumbering::resetSequence() {
 
 void RowNumbers::limit(DatabaseAdapter& adapter) {
     const NumberedTable tables[] = {
-        {PhoneBookTableName, PhonebookUniqueIDTagName, &ConversationsColumns::contactColumn},
+        {PhoneBookTableName, PhonebookUniqueIDTagName, &ConversationsColumns::ContactColumn},
         {CallLogTableName, CallLogColumns::name(CallLogColumns::UniqueId),
-         &ConversationsColumns::callColumn},
-        {ConversationsTableName, ConversationsColumns::numberColumn, nullptr},
+         &ConversationsColumns::CallColumn},
+        {ConversationsTableName, ConversationsColumns::NumberColumn, nullptr},
         {DialPlanEntriesTableName, IdTagName, nullptr}};
     for (const NumberedTable& table : tables) {
         Renumbering renumbering(adapter, table);

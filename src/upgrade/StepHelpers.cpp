@@ -1,3 +1,8 @@
+// What several steps need. The steps are one class to whoever reads the log, so this logs under its
+// name.
+
+#define DAS_LOG_SOURCE "./src/DASMigrator"
+
 #include "upgrade/StepHelpers.h"
 
 #include <strings.h>
@@ -11,26 +16,22 @@
 #include "DasCrypt.h"
 #include "DataAccessServiceIfc.h"
 #include "DeviceFile.h"
-#include "Storage.h"
+#include "Log.h"
 #include "dao/DASUtils.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DASMigrator";
-
 using namespace DASUtilsStrings;
 
-const char* const previousVersionFile = "/.QuilldeskRootFileSystemImageVersion.prev.txt";
-const char* const olderProtocol = "SIP";
+const char* const PreviousVersionFile = "/.QuilldeskRootFileSystemImageVersion.prev.txt";
+const char* const OlderProtocol = "SIP";
 
 const char* const MigrationFiles[] = {"/Aurel_Deploy/DasMigrationValues.csv",
                                       "/Aurel_Deploy/DasMigrationValues.csv.out",
                                       "/Aurel_Deploy/DasMigrationValues.csv.ftp"};
 
-const std::string insertSettingStatement =
+const std::string InsertSettingStatement =
     "INSERT OR REPLACE INTO GENERAL_CONFIG (Schema, UserContext, Name, Value) "
     "VALUES (?, ?, ?, ?);";
 
@@ -56,22 +57,30 @@ PairList StepHelpers::settingConditions(const std::string& schema, const std::st
 int StepHelpers::readSettings(DataAccessServiceIfc* service,
                               const std::vector<std::string>& columns, const PairList& conditions,
                               Rows& rows) {
-    PairList orderBy;
-    return service->getAdapter()->executeQuery(GeneralConfigTableName, columns, conditions, orderBy,
-                                               rows, "", "");
+    return DASUtils::readRows(*service->getAdapter(), GeneralConfigTableName, columns, conditions,
+                              rows);
 }
 
 bool StepHelpers::maySettingBePresent(DataAccessServiceIfc* service, PairList conditions) {
-    std::string count;
-    return service->getAdapter()->countRows(GeneralConfigTableName, conditions, count) != 0 ||
-           count != "0";
+    return DASUtils::countOf(*service->getAdapter(), GeneralConfigTableName, conditions) != "0";
+}
+
+bool StepHelpers::haveEqualCounts(DatabaseAdapter& adapter, const std::string& one,
+                                  const std::string& other) {
+    const std::string count = DASUtils::countOf(adapter, one);
+    return !count.empty() && count == DASUtils::countOf(adapter, other);
+}
+
+void StepHelpers::execute(DataAccessServiceIfc* service, const std::string& sql) {
+    Rows none;
+    (void)service->getAdapter()->executeSQLQuery(sql, none);
 }
 
 int StepHelpers::insertSetting(DatabaseAdapter& adapter, const std::string& schema,
                                const std::string& context, const std::string& name,
                                const std::string& value) {
     return adapter.convertSQLiteStatusToAdapterStatus(
-        adapter.executeWithValues(insertSettingStatement, {schema, context, name, value}));
+        adapter.executeWithValues(InsertSettingStatement, {schema, context, name, value}));
 }
 
 long StepHelpers::rowsOf(DataAccessServiceIfc* service, const std::string& table) {
@@ -125,9 +134,9 @@ bool StepHelpers::encrypt(const std::string& plain, std::string& encrypted) {
 bool StepHelpers::olderProtocolRan() {
     // The file is the image's: whatever it holds, no more than a line of a sane length is read.
     std::array<char, 4096> line{};
-    DeviceFile file(previousVersionFile);
+    DeviceFile file(PreviousVersionFile);
     file.getline(line.data(), line.size());  // leaves blank text when it can't be read
-    return std::strstr(line.data(), olderProtocol) != nullptr;
+    return std::strstr(line.data(), OlderProtocol) != nullptr;
 }
 
 void StepHelpers::removeMigrationFiles() {

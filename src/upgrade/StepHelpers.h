@@ -36,8 +36,20 @@ bool maySettingBePresent(DataAccessServiceIfc* service, PairList conditions);
 int insertSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
                   const std::string& name, const std::string& value);
 
+/// The word for @p value in log lines.
+constexpr const char* yesNo(bool value) {
+    return value ? "true" : "false";
+}
+
 /// Rows of @p table; 0 also when they can't be counted.
 long rowsOf(DataAccessServiceIfc* service, const std::string& table);
+
+/// Whether two tables can be counted and have as many rows.
+[[nodiscard]] bool haveEqualCounts(DatabaseAdapter& adapter, const std::string& one,
+                                   const std::string& other);
+
+/// Runs a statement whose failure is only logged.
+void execute(DataAccessServiceIfc* service, const std::string& sql);
 
 /// Columns of @p table, in their order; none for a missing table.
 std::vector<std::string> columnsOf(DatabaseAdapter& adapter, const std::string& table);

@@ -1,3 +1,7 @@
+// SQLite can't change the order or the key of columns, so a table is set aside, made anew and
+// filled by name. It all is one transaction, since a power cut between two of these steps would
+// lose the rows.
+
 #include "upgrade/TableRebuild.h"
 
 #include <strings.h>
@@ -6,18 +10,15 @@
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "dao/DataAccessObject.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/StepHelpers.h"
 
 namespace {
 
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/TableRebuild";
-
-const char* const asideEnding = "_MIGRATION";
+const char* const AsideEnding = "_MIGRATION";
 
 bool isSameName(const std::string& one, const std::string& other) {
     return ::strcasecmp(one.c_str(), other.c_str()) == 0;
@@ -100,11 +101,7 @@ bool TableRebuild::wasThere(const std::string& column) const {
 }
 
 void TableRebuild::logDroppedColumns(const std::string& table) const {
-    std::vector<std::string> kept;
-    for (const Column& column : m_dao.columns()) {
-        kept.push_back(column.name);
-    }
-    StepHelpers::logGivenUpColumns(m_adapter, table, m_oldColumns, kept);
+    StepHelpers::logGivenUpColumns(m_adapter, table, m_oldColumns, m_dao.columnNames());
 }
 
 /// The condition that a row is the default row at a place: its id, and each cell by which the
@@ -198,7 +195,7 @@ bool TableRebuild::replaceTable(DefaultRows rows) {
 
 /// A table of the usual name that something else has left keeps it.
 bool TableRebuild::renameAside() {
-    m_aside = m_adapter.freeTableName(m_table + asideEnding);
+    m_aside = m_adapter.freeTableName(m_table + AsideEnding);
     return !m_aside.empty() && m_adapter.renameTable(m_table, m_aside) == 0;
 }
 
@@ -218,11 +215,9 @@ bool TableRebuild::readIndices() {
 
 /// Whether each row is there again, doubled ones of a key once.
 bool TableRebuild::keepsAllRows() {
-    PairList all;
-    std::string before;
-    std::string after;
-    if (m_adapter.countRows(m_aside, all, before) != 0 ||
-        m_adapter.countRows(m_table, all, after) != 0) {
+    const std::string before = DASUtils::countOf(m_adapter, m_aside);
+    const std::string after = before.empty() ? before : DASUtils::countOf(m_adapter, m_table);
+    if (after.empty()) {
         return false;
     }
     if (before == after || keyColumns().empty()) {

@@ -1,3 +1,7 @@
+// The copy is either whole under its name or not there: it is written next to it, synced, renamed,
+// and its folder synced, before the first change of the database. Each step that follows relies on
+// that order.
+
 #include "upgrade/UpgradeCopy.h"
 
 #include <fcntl.h>
@@ -11,17 +15,14 @@
 #include <cstdio>
 #include <cstring>
 
+#include "Log.h"
 #include "OwnFiles.h"
 #include "Storage.h"
 #include "Tally.h"
 #include "Work.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/UpgradeCopy";
 
 constexpr std::chrono::seconds Patience{30};
 constexpr int MillisecondsBetweenTries = 10;
@@ -38,7 +39,7 @@ std::string partPath() {
 
 /// A path of the telephone.
 std::string usedFile() {
-    return std::string(UpgradeCopy::updateValuesFile) + ".used";
+    return std::string(UpgradeCopy::UpdateValuesFile) + ".used";
 }
 
 std::string folderPath() {
@@ -96,8 +97,8 @@ bool folderSynced() {
 /// the one can open the other.
 void handOverRights(const struct stat& from, const std::string& to) {
     struct stat now {};
-    // Where nothing is to be changed nobody is asked: a hardened service may not change owners at
-    // all.
+    // Nothing is asked for where nothing is to be changed: a hardened service may not change owners
+    // at all.
     const bool isOwned =
         ::stat(to.c_str(), &now) == 0 && now.st_uid == from.st_uid && now.st_gid == from.st_gid;
     if (isOwned || succeeded(::chown(to.c_str(), from.st_uid, from.st_gid), "chown", to)) {
@@ -135,8 +136,8 @@ bool UpgradeCopy::lock(int operation) const {
     return ::flock(m_folder, operation | LOCK_NB) == 0;
 }
 
-/// Whether this process has the database for itself. One that waits for it in vain goes on without
-/// a lock: no put-back may hit what it writes then, so a copy goes.
+/// Whether this process has the database for itself. If the lock is not free in time, the start
+/// goes on without it and deletes the copy, so that a later restore cannot overwrite its changes.
 bool UpgradeCopy::lockWithPatience() {
     const auto end = std::chrono::steady_clock::now() + Patience;
     while (std::chrono::steady_clock::now() < end && !Work::isEnding()) {
@@ -147,7 +148,7 @@ bool UpgradeCopy::lockWithPatience() {
             DAS_LOG(2, "No lock on '%s': [%s]", folderPath().c_str(), std::strerror(errno));
             return false;
         }
-        // A copy beside a shared lock is of a start that has just been cut off; one of those that
+        // A copy with a shared lock is of a start that has just been cut off; one of those that
         // wait gets the lock alone.
         if (lock(LOCK_SH)) {
             if (!hasContents(copyPath())) {
@@ -180,7 +181,7 @@ void UpgradeCopy::begin() {
     m_isUnderWay = m_isTried || hasContents(DatabaseAdapter::databasePath());
 }
 
-/// A power cut behind any of the steps leaves the copy, or all that it held, under the right name.
+/// A power cut after any of the steps leaves the copy, or all that it held, under the right name.
 void UpgradeCopy::putBack() {
     const std::string copy = copyPath();
     const std::string database = DatabaseAdapter::databasePath();
@@ -191,8 +192,8 @@ void UpgradeCopy::putBack() {
     }
     struct stat before {};
     const bool wasThere = ::stat(database.c_str(), &before) == 0;
-    if (Storage::exists(usedFile()) && !Storage::exists(updateValuesFile)) {
-        const bool isRenamed = Storage::renameFile(usedFile(), updateValuesFile);
+    if (Storage::exists(usedFile()) && !Storage::exists(UpdateValuesFile)) {
+        const bool isRenamed = Storage::renameFile(usedFile(), UpdateValuesFile);
         (void)succeeded(isRenamed ? 0 : -1, "renaming", usedFile());
     }
     const bool isWorse = !DatabaseAdapter::isSound(copy) && hasContents(database) &&
@@ -266,7 +267,7 @@ void UpgradeCopy::prepareForReset() {
 
 void UpgradeCopy::end() {
     if (m_isUnderWay && ::access(copyPath().c_str(), F_OK) == 0) {
-        // The last journal is gone for good before the copy is: a database that it takes back a
+        // The last journal is gone for good before the copy is: a database that it rolls back a
         // step would be neither of the two.
         (void)folderSynced();
         remove();
@@ -282,7 +283,7 @@ void UpgradeCopy::end() {
 }
 
 int UpgradeCopy::removeUsedFile() {
-    const bool isGone = hasContents(copyPath()) ? Storage::renameFile(updateValuesFile, usedFile())
-                                                : Storage::removeFile(updateValuesFile) == 0;
+    const bool isGone = hasContents(copyPath()) ? Storage::renameFile(UpdateValuesFile, usedFile())
+                                                : Storage::removeFile(UpdateValuesFile) == 0;
     return isGone ? 0 : -1;
 }

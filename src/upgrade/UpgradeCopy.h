@@ -7,15 +7,15 @@
 class DatabaseAdapter;
 
 /**
- * Makes an upgrade all or nothing: the database as it was is kept beside it while a start changes
+ * Makes an upgrade all or nothing: the database as it was is kept next to it while a start changes
  * it, as "phone.db.before-upgrade" with rights for its owner alone, and is put back by the next
- * start when that one did not come to its end. That the copy is there is all that tells of an
+ * start when that one did not come to its end. That the copy is there is the only sign of an
  * upgrade that was cut off.
  *
  * The order of a start: begin(), open the database, watch() its adapter, upgrade, end(). A lock on
- * the folder of the database tells the starts of several processes from each other: a start that
+ * the folder of the database separates the starts of several processes: a start that
  * may change the database holds it alone, a service that runs shares it. What another process wrote
- * must not be taken back, so beside one that runs there is neither a copy nor a put-back. The lock
+ * must not be rolled back, so next to one that runs there is neither a copy nor a put-back. The lock
  * goes with its process, however that ends.
  *
  * Failures are in the log at level 2; the start goes on, without a copy when none could be made.
@@ -23,7 +23,7 @@ class DatabaseAdapter;
 class UpgradeCopy {
 public:
     /// List of settings that a step applies once and takes away; a path of the telephone.
-    static constexpr const char* updateValuesFile = "/Aurel_Deploy/DasUpdateValues.csv";
+    static constexpr const char* UpdateValuesFile = "/Aurel_Deploy/DasUpdateValues.csv";
 
     UpgradeCopy() = default;
     /// Gives the lock back; the database should be closed by then.
@@ -47,7 +47,7 @@ public:
     /// The upgrade has come to its end: removes the copy, and shares the lock from now on.
     void end();
 
-    /// Takes away updateValuesFile, which a step has used up. While there is a copy it is only set
+    /// Takes away UpdateValuesFile, which a step has used up. While there is a copy it is only set
     /// aside, since a database that is put back needs it again. 0, or -1 as std::remove.
     static int removeUsedFile();
 

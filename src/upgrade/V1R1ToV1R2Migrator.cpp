@@ -1,15 +1,15 @@
+// Fixed keys that an earlier release left among the programmable ones. Only keys with a function
+// move: a blank one would take the place of a default.
+
 #include "upgrade/V1R1ToV1R2Migrator.h"
 
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "upgrade/KeyRowMove.h"
 
 namespace {
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/V1R1ToV1R2Migrator";
 
 using namespace DASUtilsStrings;
 

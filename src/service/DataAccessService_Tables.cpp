@@ -1,10 +1,11 @@
-// Tables as text, in and out, for callers whose files the service does not see.
+// Tables in and out: as data files, and as text for callers whose files the service does not see.
 
 #include <algorithm>
 
 #include "AnswerLimit.h"
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
+#include "Log.h"
 #include "Progress.h"
 #include "Work.h"
 #include "dao/CsvFile.h"
@@ -15,15 +16,11 @@
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
-#include "database/Logging.h"
 #include "service/DataAccessService.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
-
-constexpr const char* LogComponent = "DataAccessService";
-constexpr const char* LogSource = "./src/DataAccessService";
 
 /// What stands for the path of the file that there is not.
 const std::string TextName = "text of a client";
@@ -45,11 +42,10 @@ PairList rowsOf(const DataAccessObject& dao, const std::string& user) {
 /// The rows of @p user, all for a blank one; 0 also for a table that is not there.
 std::size_t countRows(DatabaseAdapter& adapter, const DataAccessObject& dao,
                       const std::string& user) {
-    PairList conditions = rowsOf(dao, user);
-    std::string count;
-    const bool isCounted = adapter.isTableThere(dao.tableName()) &&
-                           adapter.countRows(dao.tableName(), conditions, count) == 0;
-    return isCounted ? static_cast<std::size_t>(ClientUtils::stoi(count)) : 0;
+    const std::string count = adapter.isTableThere(dao.tableName())
+                                  ? DASUtils::countOf(adapter, dao.tableName(), rowsOf(dao, user))
+                                  : std::string();
+    return static_cast<std::size_t>(ClientUtils::stoi(count));
 }
 
 /// The imports of these tables undo XML escapes.
@@ -110,6 +106,80 @@ bool storeAll(NamedRows& table, const Rows& rows, DASImported& result) {
 }
 
 }  // namespace
+
+bool DataAccessService::createPhonenumberIndices() {
+    DAS_LOG(5, "DataAccessService::createPhonenumberIndices");
+    const OneWait wait;
+    const auto dao = createDao(DASUtilsStrings::PhoneBookSchema);
+    if (dao == nullptr) {
+        return false;
+    }
+    (void)dao->createPhonenumberIndices();  // failures are in the log, the answer is true always
+    return true;
+}
+
+bool DataAccessService::exportData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    DAS_LOG(5, "export data, schema = %s, for users = %d, location to export to = %s",
+            schema.c_str(), static_cast<int>(category), location.c_str());
+    PairList conditions;
+    if (category == base || category == visitor) {
+        conditions.emplace_back(
+            DASUtilsStrings::UserContextTagName,
+            DASUtils::convertToDBFormat(category == base ? DASUtilsStrings::UserContextBase
+                                                         : DASUtilsStrings::UserContextVisitor));
+    }
+    return onTable("exportData", schema, [&](DataAccessObject& dao) {  //
+        return dao.exportData(conditions, location);
+    });
+}
+
+bool DataAccessService::importData(std::string schema, std::string location) {
+    if (m_initialised) {
+        DAS_LOG(5, "import data, schema = %s, location to import from = %s", schema.c_str(),
+                location.c_str());
+    }
+    return importTable("importData", schema, {},
+                       [&](DataAccessObject& dao) { return dao.importData(location); });
+}
+
+bool DataAccessService::importData(std::string schema, eUserCategory category,
+                                   std::string location) {
+    if (m_initialised && (category == base || category == visitor)) {
+        DAS_LOG(5, "import new %s data, schema = %s, location to import from = %s",
+                category == base ? "base" : "visitor", schema.c_str(), location.c_str());
+    }
+    const std::string& context = category == visitor ? DASUtilsStrings::UserContextVisitor
+                                                     : DASUtilsStrings::UserContextBase;
+    return importTable("importDataForUser", schema, context, [&](DataAccessObject& dao) {
+        return dao.importDataForUser(location, category);
+    });
+}
+
+bool DataAccessService::importTable(const char* method, const std::string& schema,
+                                    const std::string& context,
+                                    const std::function<int(DataAccessObject&)>& work) {
+    const ChangeScope scope(m_changes, [&](DASChange& change) {
+        const bool isOtherUser = !context.empty() && !change.context.empty();
+        change = {schema, isOtherUser ? change.context : context, method, {}};
+    });
+    return onTable(method, schema, work);
+}
+
+bool DataAccessService::onTable(const char* operation, const std::string& schema,
+                                const std::function<int(DataAccessObject&)>& work) {
+    const auto dao = m_initialised ? createDao(schema) : nullptr;
+    if (dao == nullptr) {
+        return false;
+    }
+    const OneWait wait;
+    const int result = work(*dao);
+    if (result != 0) {
+        // The answer is true all the same: kept on purpose, clients look at the data itself.
+        DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
+    }
+    return true;
+}
 
 DASImported DataAccessService::importAsOne(
     const DASImport& what,
@@ -203,12 +273,10 @@ DASExported DataAccessService::exportText(const std::string& schema, const std::
         return AnswerLimit::allows(result.text.size());
     };
     Rows rows;
-    PairList orderBy;
     bool isRead = false;
     if (secrets.areKnown()) {
         const RowDrain drain(*adapter, append);
-        isRead = adapter->executeQuery(dao->tableName(), {}, rowsOf(*dao, user), orderBy, rows, "",
-                                       "") == 0;
+        isRead = DASUtils::readRows(*adapter, dao->tableName(), {}, rowsOf(*dao, user), rows) == 0;
     }
     result.isDone = isRead && append(rows);
     if (!result.isDone) {

@@ -1,0 +1,63 @@
+// What is common to contacts, call groups, calls and conversations. Their differences are in what
+// an entry means, so an entry's conditions and cells come from the class.
+
+#include "dao/ListDAO.h"
+
+#include <algorithm>
+
+#include "database/ChangeScope.h"
+#include "database/DatabaseAdapter.h"
+
+const std::string ListDAO::RowCountRequest = "rowcount_request";
+const std::string ListDAO::RowCountResponse = "rowcount_response";
+
+ListDAO::ListDAO(DatabaseAdapter* adapter, std::shared_ptr<const TableLayout> layout,
+                 const std::vector<std::string>& fields)
+    : DataAccessObject(adapter, std::move(layout)),
+      m_request(fields, m_schemaName, m_requestContext, m_reason, m_limits) {}
+
+int ListDAO::initialiseMobilityUserData(const std::string& context) {
+    return deleteContextData(context);
+}
+
+int ListDAO::exportData(PairList& conditions, std::string& location) {
+    (void)DASUtils::readAllItemsFromTableAndWriteToFile(m_dbAdapter, m_tableName, location,
+                                                        conditions);
+    return 0;
+}
+
+int ListDAO::importData(std::string& location) {
+    (void)createMissingTable();
+    std::vector<std::string> names = columnNames();
+    return importDataFromFile(m_tableName, names, location) ? 0 : 1;
+}
+
+bool ListDAO::takeReadWords() {
+    m_resultColumns = m_request.resultColumns();
+    return DASUtils::areResultColumns(m_resultColumns) && m_request.hasSafePaging();
+}
+
+int ListDAO::noteStored(std::size_t entry, bool isAssigned, int result) {
+    if (result == 0 && isAssigned) {
+        m_numbers.keep(entry, m_lastNumber);
+    }
+    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
+    return result;
+}
+
+int ListDAO::deleteEntries(const std::vector<std::string>& numbers,
+                           const std::function<void(PairList&, unsigned)>& conditions) {
+    m_limits.checkDeletion(
+        static_cast<std::size_t>(std::count(numbers.begin(), numbers.end(), std::string())));
+    if (isBeyondLimits()) {
+        return 1;
+    }
+    return forEachEntry(std::max<std::size_t>(numbers.size(), 1), [&](std::size_t entry) {
+        PairList params;
+        conditions(params, static_cast<unsigned>(entry));
+        const int result = m_dbAdapter->deleteRow(m_tableName, params);
+        ChangeScope::noteNumber(
+            *m_dbAdapter, entry < numbers.size() ? numbers[entry] : std::string(), m_responseUser);
+        return result;
+    });
+}

@@ -1,0 +1,51 @@
+#ifndef TABLELAYOUT_H
+#define TABLELAYOUT_H
+
+#include <string>
+#include <vector>
+
+#include "DASTypes.h"
+#include "XmlHandler.h"
+#include "dao/DASUtils.h"
+
+/**
+ * What a generic object knows of its table, as data. It is made once for a schema and shared by all
+ * objects that serve it, since an object lives for one request only; it never changes then.
+ */
+struct TableLayout {
+    std::string schema;                  ///< the name in requests and answers
+    std::string table;                   ///< the name in SQL
+    bool skipFirstColumn = false;        ///< the first column never reaches a client
+    bool hasDefaultRowsPerUser = false;  ///< re-initialising a user inserts his default rows anew
+    std::vector<DASUtils::ColumnInfo> columns;
+    std::vector<std::string> defaultRowIds;  ///< of the rows that the table has from the start
+    std::string constraint = {};             ///< of the table, after its columns; empty for none
+    bool hasDataFiles = false;  ///< its rows can be written to a file and read from one
+
+    /// One of columns without defaults: their names and types.
+    static TableLayout of(const std::string& schema, const std::string& table,
+                          const PairList& columns);
+    /// One of keys of a user: with the columns of user and row, to which the others are added.
+    static TableLayout ofKeys(const std::string& schema, const std::string& table,
+                              const std::vector<std::string>& rowIds);
+};
+
+/// How a class with parser callbacks of its own reads a request, and what it logs of a damaged one.
+struct RequestParser {
+    XmlStartHandler start;  ///< the user data of all three is the DataAccessObject
+    XmlEndHandler end;
+    XmlCharacterHandler characters;
+    const char* logComponent;
+    const char* failureFormat;  ///< with one %s for the text of the request
+};
+
+/// One reason that a class serves, and the operation that serves it. A class lists its reasons in
+/// such rows, and DataAccessObject::dispatch runs the one that a request asks for.
+template <typename Dao>
+struct ReasonOperation {
+    const std::string* reason;
+    int (Dao::*run)();            ///< 0 for success; anything else is answered as a failure
+    const std::string* response;  ///< the reason of the answer
+};
+
+#endif
