@@ -7,6 +7,11 @@
 
 namespace Bench {
 
+/// The programs stand next to each other, and the disk that they stand on is measured.
+inline std::filesystem::path folderOfProgram() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
 /// A folder with what a service needs, which goes with the object. The environment names the last
 /// one that was made.
 class Place {
