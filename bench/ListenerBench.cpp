@@ -16,16 +16,21 @@ namespace Bench {
 namespace {
 
 constexpr int Listeners = 64;
-constexpr int FirstKey = 100;
-constexpr int Keys = 70;
+constexpr int Items = 70;
 
 const std::vector<std::string> HostCommand{"das", "serve", "--socket"};
 
-/// Another label in each round.
-std::string updateOf(int key, int round) {
-    return message("FeatureKeys", "update_request",
-                   "<Id>" + std::to_string(FirstKey + key) + "</Id><Label>" +
-                       std::to_string(1000000 + round) + "</Label>");
+std::string itemOf(int round) {
+    return "Item" + std::to_string(round % Items);
+}
+
+std::string elementOf(const std::string& item, int value) {
+    return "<" + item + ">" + std::to_string(1000000 + value) + "</" + item + ">";
+}
+
+/// Another value in each round.
+std::string updateOf(int round) {
+    return message("AudioSettings", "update_request", elementOf(itemOf(round), round));
 }
 
 std::unique_ptr<SocketConnection> listen(const HostProcess& host) {
@@ -35,14 +40,18 @@ std::unique_ptr<SocketConnection> listen(const HostProcess& host) {
     return connection;
 }
 
-/// A host whose table of keys is there.
+/// A host that has the items.
 std::unique_ptr<HostProcess> startHost(const std::string& socket) {
     auto host = std::make_unique<HostProcess>(HostCommand, socket);
-    (void)ask(*host->connect(), message("FeatureKeys", "read_request", ""));
+    std::string items;
+    for (int item = 0; item < Items; ++item) {
+        items += elementOf(itemOf(item), -1);
+    }
+    (void)ask(*host->connect(), message("AudioSettings", "write_request", items));
     return host;
 }
 
-/// A writer, and listeners each with a thread that counts its messages.
+/// A writer, and listeners that are heard by one thread.
 class Audience {
 public:
     Audience(const std::string& socket, int listeners)
@@ -50,20 +59,11 @@ public:
         for (int count = 0; count < listeners; ++count) {
             m_listeners.push_back(listen(*m_host));
         }
-        for (const auto& listener : m_listeners) {
-            m_threads.emplace_back([this, &listener] {
-                std::string line;
-                while (listener->readLine(line)) {
-                    ++m_heard;
-                }
-            });
-        }
+        m_ear = std::thread([this] { hear(); });
     }
     ~Audience() {
         m_host.reset();  // the listeners' lines end with it
-        for (std::thread& thread : m_threads) {
-            thread.join();
-        }
+        m_ear.join();
     }
     Audience(const Audience&) = delete;
     Audience& operator=(const Audience&) = delete;
@@ -74,19 +74,31 @@ public:
         const double begin = now();
         for (int count = 0; count < updates; ++count) {
             ++m_round;
-            exchangeLines(*m_writer, lineOf(updateOf(m_round % Keys, m_round)), answer);
+            exchangeLines(*m_writer, lineOf(updateOf(m_round)), answer);
         }
         return (now() - begin) / updates;
     }
 
+    double processorTime() const { return m_host->processorTime() / m_round; }
     int written() const { return m_round; }
     int heard() const { return m_heard; }
 
 private:
+    /// Each change is one line to each: their order is known, and no thread waits for each.
+    void hear() {
+        std::string line;
+        for (bool isOpen = !m_listeners.empty(); isOpen;) {
+            for (const auto& listener : m_listeners) {
+                isOpen = isOpen && listener->readLine(line);
+                m_heard += isOpen ? 1 : 0;
+            }
+        }
+    }
+
     std::unique_ptr<HostProcess> m_host;
     std::unique_ptr<SocketConnection> m_writer;
     std::vector<std::unique_ptr<SocketConnection>> m_listeners;
-    std::vector<std::thread> m_threads;
+    std::thread m_ear;
     std::atomic<int> m_heard{0};
     int m_round = 0;
 };
@@ -102,8 +114,7 @@ std::string parameterOf(const std::string& line, const char* name) {
 double sendAndHear(SocketConnection& writer, SocketConnection& listener, int first, int count) {
     std::vector<std::string> lines;
     for (int round = first; round < first + count; ++round) {
-        lines.push_back(
-            JsonRpc::notification(Connection::requestOf(updateOf(round % Keys, round))));
+        lines.push_back(JsonRpc::notification(Connection::requestOf(updateOf(round))));
     }
     const double begin = now();
     std::thread sender([&] {
@@ -121,8 +132,7 @@ double sendAndHear(SocketConnection& writer, SocketConnection& listener, int fir
     const double time = now() - begin;
     sender.join();
     for (int i = 0; i < count; ++i) {
-        const std::string id = std::to_string(FirstKey + (first + i) % Keys);
-        wrong += parameterOf(heard[static_cast<std::size_t>(i)], "Id") == id ? 0 : 1;
+        wrong += parameterOf(heard[static_cast<std::size_t>(i)], "Id") == itemOf(first + i) ? 0 : 1;
     }
     return wrong == 0 ? time : (fail(std::to_string(wrong) + " changes were lost"), 0);
 }
@@ -143,7 +153,7 @@ void measureWayOfChange(const LoadOptions& options, Figures& figures) {
             heard = listener->readLine(line) ? now() : 0;
         });
         std::string answer;
-        exchangeLines(*writer, lineOf(updateOf(round % Keys, round)), answer);
+        exchangeLines(*writer, lineOf(updateOf(round)), answer);
         const double answered = now();
         ear.join();
         times.push_back(std::max(heard - answered, 0.0));
@@ -159,9 +169,9 @@ void measureCostOfListeners(const LoadOptions& options, Figures& figures) {
     Audience all(place.path("s"), Listeners);
     std::vector<double> without;
     std::vector<double> with;
-    for (int turn = 0; turn < std::max(200 / options.parts, 40); ++turn) {
-        without.push_back(none.write(5));
-        with.push_back(all.write(5));
+    for (int turn = 0; turn < std::max(1000 / options.parts, 300); ++turn) {
+        without.push_back(none.write(1));
+        with.push_back(all.write(1));
     }
     for (int wait = 0; wait < 2000 && all.heard() < all.written() * Listeners; ++wait) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -175,6 +185,8 @@ void measureCostOfListeners(const LoadOptions& options, Figures& figures) {
     figures.add("Changes/DurableWritesWith64Listeners", 1e6 / bestWith, "a second");
     figures.add("Changes/CostOf64Listeners", bestWith / best, "times, smallest of all turns");
     figures.add("Changes/MedianCostOf64Listeners", median(with) / median(without), "times");
+    figures.add("Changes/ProcessorsOfWriteInHost", none.processorTime(), "us");
+    figures.add("Changes/ProcessorsOfWriteWith64Listeners", all.processorTime(), "us");
 }
 
 /// In memory: on a disk the syncs of a commit allow no such rate.
