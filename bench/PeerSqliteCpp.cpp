@@ -1,5 +1,5 @@
-// What a program does that keeps settings and contacts by SQLiteCpp, in its own process. Built and run
-// by peers.py with the name of a database; prints a line for each time: name and microseconds.
+// What a program does that keeps settings and contacts by SQLiteCpp, in its own process. Built and
+// run by peers.py with the name of a database; prints a line for each time: name and microseconds.
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
@@ -24,9 +24,9 @@ void measure(const char* name, Work work) {
     for (int round = 0; round < Rounds; ++round) {
         const auto begin = std::chrono::steady_clock::now();
         work(round);
-        times.push_back(std::chrono::duration<double, std::micro>(
-                            std::chrono::steady_clock::now() - begin)
-                            .count());
+        times.push_back(
+            std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin)
+                .count());
     }
     std::cout << name << ' ' << *std::min_element(times.begin(), times.end()) << '\n';
 }
