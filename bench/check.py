@@ -136,13 +136,13 @@ class Check:
                              limit[row["place"]], 1)
 
     def starts(self, rows):
-        """The smallest times of a start, in parts of a program that reads each row once."""
+        """The smallest processor times of a start, in parts of a program that reads each row once."""
         for operation, limit in self.limits["starts"].items():
             found = [row for row in rows if row["operation"] == operation]
             self.require(found, operation)
             for row in found:
                 self.compare(f"{operation} over its reads, {row['place']}",
-                             row["smallest_us"] / row["reads_us"], limit, 1)
+                             row["processors_us"] / row["processors_of_reads_us"], limit, 1)
 
     def figures(self, rows):
         values = {row["name"]: row["value"] for row in rows}
