@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "FloorDatabase.h"
+#include "RequestFields.h"
 #include "service/DataAccessService.h"
 
 /**
@@ -43,12 +44,18 @@ struct Operation {
     std::function<std::string(int round)> request;
     /// What `floor` gets: the texts that the service will run, in order.
     std::function<Texts(int round)> statements;
+    /// The same, made from the request alone. An operation that has this in place of `statements`
+    /// is also measured over pipes, by das_pipe_bench.
+    std::function<Texts(const RequestFields& request)> statementsOf;
     std::function<std::string(FloorDatabase&, const Texts& statements)> floor;
     /// Reads the rows that a round has written, for its memory is compared with theirs; empty when
     /// the rows are those that `floor` reads.
     std::string written;
     /// The measured operation; a request when empty.
     std::function<std::string(DataAccessService&, const std::string& request)> service;
+    /// With `service`: the remote call that does the same, as a line of JSON-RPC, and its answer.
+    std::string call;
+    std::string answerToCall;
 };
 
 /// Keeps operations for the run of the program; one object at namespace scope in each file.

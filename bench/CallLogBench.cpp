@@ -1,6 +1,8 @@
 // The call log: rows of missed calls whose ten places are filled, and the contacts of their
 // numbers, which the number search has its indices for.
 
+#include <algorithm>
+
 #include "Bench.h"
 
 namespace {
@@ -16,30 +18,30 @@ constexpr std::size_t rowWidth = 139;
 
 /// A field of a call, with the cells of its first and its second place.
 struct Field {
-    Tags tags;
+    const char* element;
     const char* stem;
     std::size_t firstCell;
     std::size_t secondCell;
+    Tags tags{element};
 };
+
+/// In front of it stands the duration, which an answer does not show.
+const char* const completed = "CompletedElsewhere";
 
 /// What an answer shows of a missed call.
 const std::vector<Field> shownFields = {
-    {Tags("MornetTStimeFormat"), "MornetTStimeFormat", 8, 17},
-    {Tags("Number"), "Number", 9, 18},
-    {Tags("NumberType"), "NumberType", 10, 19},
-    {Tags("ConnectedNumber"), "AuxiliaryNumber", 11, 20},
-    {Tags("ConnectedNumberType"), "AuxiliaryNumberType", 12, 21},
-    {Tags("ConnectedSurname"), "AuxSurname", 13, 22},
-    {Tags("ConnectedFirstName"), "AuxFirstName", 14, 23},
-    {Tags("TimeDate"), "TimeDate", 15, 24},
-    {Tags("CompletedElsewhere"), "CompletedElsewhere", 109, 110},
-    {Tags("GroupName"), "GroupName", 119, 120},
-    {Tags("GroupNumber"), "GroupNumber", 129, 130},
+    {"MornetTStimeFormat", "MornetTStimeFormat", 8, 17},
+    {"Number", "Number", 9, 18},
+    {"NumberType", "NumberType", 10, 19},
+    {"ConnectedNumber", "AuxiliaryNumber", 11, 20},
+    {"ConnectedNumberType", "AuxiliaryNumberType", 12, 21},
+    {"ConnectedSurname", "AuxSurname", 13, 22},
+    {"ConnectedFirstName", "AuxFirstName", 14, 23},
+    {"TimeDate", "TimeDate", 15, 24},
+    {completed, completed, 109, 110},
+    {"GroupName", "GroupName", 119, 120},
+    {"GroupNumber", "GroupNumber", 129, 130},
 };
-/// Those that it does not show stand between these in a statement.
-const char* const duration = "Duration";
-const char* const resolvedNumber = "ResolvedNumber";
-constexpr std::size_t fieldsInFrontOfDuration = 8;
 
 const std::vector<Tags> rowTags =
     tagsOf({"UniqueId", "Category", "EntryId", "Surname", "Firstname", "Picture", "Viewed"});
@@ -80,34 +82,64 @@ std::string entryOf(int row) {
         const Texts call = callOf(row, place);
         entry += "<Item>";
         for (std::size_t i = 0; i < call.size(); ++i) {
+            entry += shownFields[i].element == completed ? "<Duration>0</Duration>" : "";
             entry += shownFields[i].tags.start + call[i] + shownFields[i].tags.end;
         }
-        entry += "<Duration>0</Duration></Item>";
+        entry += "</Item>";
     }
     return entry + "</LogList></Entry>";
 }
 
-std::string insertOf(int row) {
-    std::string names =
-        "UserContext, UniqueId, Category, EntryId, Surname, Firstname, PictureClip, Viewed, "
-        "JSGroupBy";
-    std::string values = "'base', NULL, 'Missed', 'E" + std::to_string(row) +
-                         "', 'Surname', 'First', '', 'false', ''";
-    for (std::size_t place = 0; place < places; ++place) {
-        const Texts call = callOf(row, place);
-        const auto add = [&](const std::string& stem, const std::string& value) {
-            names += ", " + stem + std::to_string(place);
-            values += ", '" + value + "'";
-        };
-        for (std::size_t i = 0; i < call.size(); ++i) {
-            if (i == fieldsInFrontOfDuration) {
-                add(duration, "0");
-                add(resolvedNumber, "");
+/// An INSERT of a call, made from the elements of an entry in their order.
+class Insert {
+public:
+    void take(const std::string& element, const std::string& value) {
+        const auto field = std::find_if(shownFields.begin(), shownFields.end(),
+                                        [&](const Field& each) { return each.element == element; });
+        if (field != shownFields.end()) {
+            add(field->stem + m_place, value);
+            m_place[0] = static_cast<char>(m_place[0] + (field + 1 == shownFields.end() ? 1 : 0));
+        } else if (element == "Duration") {
+            add(element + m_place, value);
+            add("ResolvedNumber" + m_place, "");
+        } else {
+            add(element, value);
+            if (element == "Firstname") {
+                add("PictureClip", "");
+            } else if (element == "Viewed") {
+                add("JSGroupBy", "");
             }
-            add(shownFields[i].stem, call[i]);
         }
     }
-    return "INSERT OR REPLACE INTO CALL_LOG (" + names + ") VALUES (" + values + ");";
+
+    std::string text() const { return m_names + ") VALUES (" + m_values + ");"; }
+
+private:
+    void add(const std::string& name, const std::string& value) {
+        m_names.append(", ").append(name);
+        m_values.append(", ").append(quoted(value));
+    }
+
+    std::string m_place = "0";
+    std::string m_names = "INSERT OR REPLACE INTO CALL_LOG (UserContext, UniqueId, Category";
+    std::string m_values = "'base', NULL, 'Missed'";
+};
+
+/// One transaction.
+Texts insertStatements(const RequestFields& request) {
+    std::vector<Insert> inserts;
+    for (const auto& [element, value] : request.leaves) {
+        if (element == "EntryId") {
+            inserts.emplace_back();
+        }
+        inserts.back().take(element, value);
+    }
+    Texts sql = {"BEGIN IMMEDIATE TRANSACTION;"};
+    for (const Insert& insert : inserts) {
+        sql.push_back(insert.text());
+    }
+    sql.emplace_back("END TRANSACTION;");
+    return sql;
 }
 
 std::string allEntries(int count, std::string (*entry)(int)) {
@@ -202,14 +234,7 @@ Operation write(int rows, const std::string& name) {
         }
         return message(missedSchema, "write_request", entries);
     };
-    operation.statements = [rows](int round) {
-        Texts sql = {"BEGIN IMMEDIATE TRANSACTION;"};
-        for (int row = 0; row < rows; ++row) {
-            sql.push_back(insertOf(100 + round + row));
-        }
-        sql.emplace_back("END TRANSACTION;");
-        return sql;
-    };
+    operation.statementsOf = insertStatements;
     operation.written = "SELECT * FROM CALL_LOG WHERE UniqueId > 100;";
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         for (const std::string& statement : sql) {
@@ -238,7 +263,7 @@ Operation readMissedCalls() {
 Operation readJoined(int contacts, const std::string& name) {
     Operation operation = operationOn(contacts, name);
     operation.request = [](int) { return message(joinedSchema, "read_request", ""); };
-    operation.statements = [](int) {
+    operation.statementsOf = [](const RequestFields&) {
         return Texts{
             "SELECT * FROM CALL_LOG LEFT JOIN PHONE_BOOK ON ( PHONE_BOOK.Office = CALL_LOG.Number0 "
             "        OR         PHONE_BOOK.Office2 = CALL_LOG.Number0         OR         "

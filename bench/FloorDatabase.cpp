@@ -90,6 +90,9 @@ Rows FloorDatabase::rows(const std::string& sql) {
 
 std::string FloorDatabase::count(const std::string& sql) {
     std::string count = "0";
+    if (m_leavesOutCounts) {
+        return count;
+    }
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
         sqlite3_step(statement) == SQLITE_ROW) {

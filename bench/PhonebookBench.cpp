@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 
 #include "Bench.h"
 
@@ -59,16 +60,16 @@ std::string entries(int count) {
     return all;
 }
 
-std::string quoted(const Texts& values) {
+std::string listed(const Texts& values) {
     std::string list;
     for (const std::string& value : values) {
-        list += ", '" + value + "'";
+        list += ", " + quoted(value);
     }
     return list;
 }
 
 std::string insertOf(const Texts& values) {
-    return "INSERT OR REPLACE INTO PHONE_BOOK VALUES ('base', NULL" + quoted(values) + ");";
+    return "INSERT OR REPLACE INTO PHONE_BOOK VALUES ('base', NULL" + listed(values) + ");";
 }
 
 std::string numberAnswer(const std::string& number) {
@@ -86,13 +87,13 @@ Operation operationOn(int contacts, const std::string& name) {
     return operation;
 }
 
-/// A read whose rows the statement gives that @p select makes for a round.
+/// A read whose rows the statement returns that @p select makes of a request.
 Operation read(int contacts, const std::string& name, const char* reason,
                const std::function<std::string(int)>& body,
-               const std::function<std::string(int)>& select) {
+               const std::function<std::string(const RequestFields&)>& select) {
     Operation operation = operationOn(contacts, name);
     operation.request = [=](int round) { return message(schema, reason, body(round)); };
-    operation.statements = [=](int round) { return Texts{select(round)}; };
+    operation.statementsOf = [=](const RequestFields& request) { return Texts{select(request)}; };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         return readAnswer(schema, db.rows(sql[0]), contactTags, 1);
     };
@@ -112,13 +113,13 @@ Operation search(int contacts, const std::string& name) {
             }
             return "<Entry>" + fields + "</Entry>";
         },
-        [=](int round) {
+        [](const RequestFields& request) {
             std::string sql;
             // In the order of the table, in which Office2 is the last.
-            for (const std::string& column : columns) {
+            for (const auto& [column, number] : request.leaves) {
                 sql += sql.empty() ? "SELECT " : "UNION SELECT ";
-                sql += "* FROM PHONE_BOOK WHERE UserContext = 'base' AND " + column + " = '" +
-                       numberOf(round) + "' ";
+                sql += "* FROM PHONE_BOOK WHERE UserContext = 'base' AND " + column + " = " +
+                       quoted(number) + " ";
             }
             return sql + " ;";
         });
@@ -127,7 +128,7 @@ Operation search(int contacts, const std::string& name) {
 Operation readAll(int contacts, const std::string& name) {
     return read(
         contacts, name, "read_request", [](int) { return ""; },
-        [](int) {
+        [](const RequestFields&) {
             return "SELECT * FROM PHONE_BOOK WHERE UserContext = 'base' ORDER BY UPPER(Surname);";
         });
 }
@@ -138,10 +139,10 @@ Operation readPage() {
         [](int round) {
             return "<Offset>" + std::to_string(round % 900) + "</Offset><RowLimit>20</RowLimit>";
         },
-        [](int round) {
+        [](const RequestFields& request) {
             return "SELECT * FROM PHONE_BOOK WHERE UserContext = 'base' ORDER BY UPPER(Surname) "
-                   "LIMIT 20 OFFSET " +
-                   std::to_string(round % 900) + ";";
+                   "LIMIT " +
+                   request.value("RowLimit") + " OFFSET " + request.value("Offset") + ";";
         });
 }
 
@@ -166,9 +167,9 @@ Operation updateOne(int contacts, const std::string& name) {
                        "<Select><UniqueID>50</UniqueID></Select><Entry><Mobile>" +
                            std::to_string(1000000 + round) + "</Mobile></Entry>");
     };
-    operation.statements = [](int round) {
-        return Texts{countAll, "UPDATE PHONE_BOOK SET Mobile = '" +
-                                   std::to_string(1000000 + round) + "' WHERE UniqueID = '50';"};
+    operation.statementsOf = [](const RequestFields& request) {
+        return Texts{countAll, "UPDATE PHONE_BOOK SET Mobile = " + quoted(request.value("Mobile")) +
+                                   " WHERE UniqueID = " + quoted(request.value("UniqueID")) + ";"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         (void)db.count(sql[0]);
@@ -201,6 +202,30 @@ Operation write1000() {
     return operation;
 }
 
+/// A statement for each line of the file, in whose values are no commas.
+Texts importStatements(const RequestFields&) {
+    static const std::string columns =
+        "INSERT OR REPLACE INTO PHONE_BOOK (UserContext, Surname, Firstname, Office, Mobile, "
+        "Private, Email, CallGroup, DefaultNumber, Company, Office2, Address, Address2, "
+        "JobFunction, VoiceDial, Picture, ExternalID, ContactSource, SpeedDialID) VALUES "
+        "('base'";
+    Texts sql = {"BEGIN IMMEDIATE TRANSACTION;", countAll,
+                 "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';"};
+    std::ifstream file(std::getenv("DAS_ROOT") + std::string(fileOnDevice));
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream cells(line);
+        Texts values;
+        for (std::string cell; std::getline(cells, cell, ',');) {
+            values.push_back(cell);
+        }
+        values.resize(valuesOf(0).size() + 2);
+        values.erase(values.begin(), values.begin() + 2);  // the user and the number
+        sql.push_back(columns + listed(values) + ");");
+    }
+    sql.emplace_back("END TRANSACTION;");
+    return sql;
+}
+
 /// The same from a file, in place of the contacts of the round before.
 Operation import1000() {
     Operation operation = operationOn(1000, "Import1000Contacts");
@@ -216,20 +241,7 @@ Operation import1000() {
         }
     };
     operation.request = [](int) { return std::string(); };
-    operation.statements = [](int) {
-        static const std::string columns =
-            "INSERT OR REPLACE INTO PHONE_BOOK (UserContext, Surname, Firstname, Office, Mobile, "
-            "Private, Email, CallGroup, DefaultNumber, Company, Office2, Address, Address2, "
-            "JobFunction, VoiceDial, Picture, ExternalID, ContactSource, SpeedDialID) VALUES "
-            "('base'";
-        Texts sql = {"BEGIN IMMEDIATE TRANSACTION;", countAll,
-                     "DELETE FROM PHONE_BOOK  WHERE UserContext = 'base';"};
-        for (int contact = 0; contact < 1000; ++contact) {
-            sql.push_back(columns + quoted(valuesOf(contact)) + ");");
-        }
-        sql.emplace_back("END TRANSACTION;");
-        return sql;
-    };
+    operation.statementsOf = importStatements;
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         db.run(sql[0]);
         (void)db.count(sql[1]);
@@ -241,6 +253,11 @@ Operation import1000() {
     operation.service = [](DataAccessService& service, const std::string&) {
         return service.importData(schema, base, fileOnDevice) ? "true" : "false";
     };
+    operation.call =
+        "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"importDataForUser\",\"params\":{\"schemaName\":"
+        "\"PhoneBook\","
+        "\"userToImportFor\":0,\"filePathAndName\":\"/tmp/contacts.csv\"}}";
+    operation.answerToCall = "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{\"Acknowledge\":true}}";
     return operation;
 }
 

@@ -43,13 +43,19 @@ void makeItems(DataAccessService& service) {
     (void)service.processRequest(message(schema, "write_request", allItems(0)));
 }
 
-std::string updateStatement(int item, int round) {
-    return "UPDATE GENERAL_CONFIG SET Value = '" + valueOf(item, round) +
-           "' WHERE Schema = 'AudioSettings' AND UserContext = 'base' AND Name = '" +
-           itemName(item) + "';";
+/// A transaction with one statement for each item.
+Texts updateStatements(const RequestFields& request) {
+    Texts sql = {"BEGIN IMMEDIATE TRANSACTION;"};
+    for (const auto& [item, value] : request.leaves) {
+        sql.push_back("UPDATE GENERAL_CONFIG SET Value = " + quoted(value) +
+                      " WHERE Schema = " + quoted(request.schema) +
+                      " AND UserContext = 'base' AND Name = " + quoted(item) + ";");
+    }
+    sql.emplace_back("END TRANSACTION;");
+    return sql;
 }
 
-/// An update of the items from @p first on: a transaction with one statement for each.
+/// An update of the items from @p first on.
 Operation update(const char* name, int first, int count) {
     Operation operation;
     operation.name = name;
@@ -61,14 +67,7 @@ Operation update(const char* name, int first, int count) {
         }
         return message(schema, "update_request", items);
     };
-    operation.statements = [first, count](int round) {
-        Texts sql = {"BEGIN IMMEDIATE TRANSACTION;"};
-        for (int item = first; item < first + count; ++item) {
-            sql.push_back(updateStatement(item, round));
-        }
-        sql.emplace_back("END TRANSACTION;");
-        return sql;
-    };
+    operation.statementsOf = updateStatements;
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         for (const std::string& statement : sql) {
             db.run(statement);
@@ -78,15 +77,17 @@ Operation update(const char* name, int first, int count) {
     return operation;
 }
 
-/// A read of one item with @p body in the request: @p select is the statement, and @p valueCell the
-/// place of the value in its row.
+/// A read of one item with @p body in the request: @p select is the statement up to the item's
+/// name, and @p valueCell the place of the value in its row.
 Operation readOneItem(const char* name, const char* body, const char* select,
                       std::size_t valueCell) {
     Operation operation;
     operation.name = name;
     operation.prepare = makeItems;
     operation.request = [body](int) { return message(schema, "read_request", body); };
-    operation.statements = [select](int) { return Texts{select}; };
+    operation.statementsOf = [select](const RequestFields& request) {
+        return Texts{select + quoted(request.value("ResultCols")) + ";"};
+    };
     operation.floor = [valueCell](FloorDatabase& db, const Texts& sql) {
         std::string items = "<Context currentUser=\"base\">";
         for (const auto& row : db.rows(sql[0])) {
@@ -176,12 +177,12 @@ const Registration registration({
     update("Settings/UpdateOneItem", 50, 1),
     readOneItem("Settings/ReadOneItem", "<ResultCols>Item50</ResultCols>",
                 "SELECT UserContext, Name, Value FROM GENERAL_CONFIG WHERE Schema = "
-                "'AudioSettings' AND Name = 'Item50';",
+                "'AudioSettings' AND Name = ",
                 2),
     readOneItem("Settings/ReadOneItemOfUser",
                 "<Context currentUser=\"base\"></Context><ResultCols>Item50</ResultCols>",
                 "SELECT Name, Value FROM GENERAL_CONFIG WHERE Schema = 'AudioSettings' AND "
-                "UserContext = 'base' AND Name = 'Item50';",
+                "UserContext = 'base' AND Name = ",
                 1),
 });
 

@@ -72,7 +72,8 @@ void Stage::begin() {
         }
     }
     m_request = m_operation.request(m_round);
-    m_statements = m_operation.statements(m_round);
+    m_statements = m_operation.statementsOf ? m_operation.statementsOf(RequestFields::of(m_request))
+                                            : m_operation.statements(m_round);
     m_serviceAnswer = std::string();
     m_floorAnswer = std::string();
 }

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <CLI/CLI.hpp>
@@ -14,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
@@ -22,11 +24,11 @@
 #include "Bench.h"
 #include "FloorDatabase.h"
 #include "Log.h"
+#include "Place.h"
 #include "StatementRecord.h"
 #include "service/DataAccessService.h"
 #include "terminal/Output.h"
 #include "testkit/Phone.h"
-#include "testkit/Place.h"
 
 namespace fs = std::filesystem;
 using namespace Bench;
@@ -34,6 +36,10 @@ using namespace Bench;
 namespace {
 
 const char* const Question = "getCurrentUser\n";
+/// A second floor, which stays the same when a start runs other statements: each row is read once.
+const std::vector<std::string> ReadsOfAll = {
+    "SELECT COUNT(DISTINCT Office), SUM(LENGTH(SpeedDialID)) FROM PHONE_BOOK;",
+    "SELECT COUNT(DISTINCT Number0), SUM(LENGTH(GroupNumber9)) FROM CALL_LOG;"};
 const char* const SchemasOfAllTables[] = {"AbbreviatedDialling",
                                           "Analytics",
                                           "BluetoothBlacklisted",
@@ -88,7 +94,7 @@ void require(bool condition, const std::string& words) {
 }
 
 /// Makes all tables and the rows of the case. Leaves the database as a start left it.
-void makeDatabase(const Case& each, const ScratchPlace& place) {
+void makeDatabase(const Case& each, const Place& place) {
     TestContext context;
     {
         DataAccessService service;
@@ -122,22 +128,35 @@ void makeDatabase(const Case& each, const ScratchPlace& place) {
 }
 
 /// Runs a start in this process and writes down the statements of the floor.
-void recordStatements(const Case& each, const ScratchPlace& place) {
+void recordStatements(const Case& each, const Place& place) {
     TestContext context;
     DataAccessService service;
-    std::ofstream file((place.folder() / "statements").string(), std::ios::binary);
+    std::ofstream file(place.path("statements"), std::ios::binary);
     const auto lines = StatementRecord::ofNextConnection([&] { service.init(context); });
     for (const std::string& line : lines) {
         const std::string start = "run ";
-        if (line.rfind(start, 0) == 0 && each.counts(line.substr(start.size()))) {
+        const bool isRun = line.rfind(start, 0) == 0;
+        // What SQLite runs within another statement is traced as a comment.
+        if (isRun && line.compare(start.size(), 2, "--") != 0 &&
+            each.counts(line.substr(start.size()))) {
             file << line.substr(start.size()) << '\0';
         }
     }
     require(file.flush().good(), "the statements can't be written");
 }
 
-/// Microseconds until a program that gets the question has written its answer and has ended.
-double run(const std::vector<std::string>& command, const ScratchPlace& place) {
+/// Microseconds of a program.
+struct Times {
+    double all;         ///< until it has written its answer and has ended
+    double processors;  ///< of its threads alone: what else the machine does counts little
+};
+
+double microseconds(const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
+}
+
+/// Runs a program that gets the question.
+Times run(const std::vector<std::string>& command, const Place& place) {
     std::vector<char*> arguments;
     for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -145,13 +164,11 @@ double run(const std::vector<std::string>& command, const ScratchPlace& place) {
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO,
-                                     (place.folder() / "question").string().c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO,
-                                     (place.folder() / "answer").string().c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, place.path("question").c_str(),
+                                     O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, place.path("answer").c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO,
-                                     (place.folder() / "log").string().c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, place.path("log").c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
     pid_t process = 0;
     int status = -1;
@@ -159,13 +176,16 @@ double run(const std::vector<std::string>& command, const ScratchPlace& place) {
     const int error =
         posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
-    require(error == 0 && waitpid(process, &status, 0) == process, command[0] + " does not run");
+    rusage usage{};
+    require(error == 0 && wait4(process, &status, 0, &usage) == process,
+            command[0] + " does not run");
     const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - begin;
     std::string answer;
-    std::getline(std::ifstream((place.folder() / "answer").string()), answer);
+    std::getline(std::ifstream(place.path("answer")), answer);
+    std::ifstream log(place.path("log"));
     require(status == 0 && answer == "base",
-            command[0] + " fails, its log is " + (place.folder() / "log").string());
-    return time.count();
+            command[0] + " fails: " + std::string(std::istreambuf_iterator<char>(log), {}));
+    return {time.count(), microseconds(usage.ru_utime) + microseconds(usage.ru_stime)};
 }
 
 double median(std::vector<double> values) {
@@ -175,26 +195,42 @@ double median(std::vector<double> values) {
 
 /// Both programs in turn, each on a copy of the same database.
 nlohmann::json measure(const Case& each, const fs::path& folder, int rounds, Output& output) {
-    const ScratchPlace place(folder);
+    const Place place(folder);
     const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
     const bool isFirstStart = each.contacts < 0;
-    writeFile(place.folder() / "question", Question);
+    std::ofstream(place.path("question")) << Question;
     if (!isFirstStart) {
         makeDatabase(each, place);
-        fs::copy(place.database(), (place.folder() / "floor.db").string());
+        fs::copy(place.database(), place.path("floor.db"));
     }
     recordStatements(each, place);
+    {
+        std::ofstream file(place.path("reads"), std::ios::binary);
+        for (const std::string& sql : ReadsOfAll) {
+            file << sql << '\0';
+        }
+    }
     std::vector<double> service;
     std::vector<double> floor;
+    double processors = 1e12;
+    double ofReads = 1e12;
     for (int round = 0; round < rounds; ++round) {
         if (isFirstStart) {
             fs::remove(place.database());
-            fs::remove((place.folder() / "floor.db").string());
+            fs::remove(place.path("floor.db"));
         }
-        service.push_back(run({programs / "das", "request"}, place));
-        floor.push_back(run({programs / "das_start_floor", (place.folder() / "floor.db").string(),
-                             (place.folder() / "statements").string()},
-                            place));
+        const Times times = run({programs / "das", "request"}, place);
+        service.push_back(times.all);
+        processors = std::min(processors, times.processors);
+        floor.push_back(
+            run({programs / "das_start_floor", place.path("floor.db"), place.path("statements")},
+                place)
+                .all);
+        if (!isFirstStart) {
+            const Times reads = run(
+                {programs / "das_start_floor", place.path("floor.db"), place.path("reads")}, place);
+            ofReads = std::min(ofReads, reads.processors);
+        }
     }
     const char* const where = folder == "/dev/shm" ? "memory" : "disk";
     const double ratio = median(service) / median(floor);
@@ -202,8 +238,14 @@ nlohmann::json measure(const Case& each, const fs::path& folder, int rounds, Out
     std::snprintf(line.data(), line.size(), "%-26s %-8s %9.0f us  floor %9.0f us  ratio %.2f",
                   each.name, where, median(service), median(floor), ratio);
     require(output.writeLine(line.data()), "standard output is closed");
-    return {{"operation", each.name},    {"place", where}, {"service_us", median(service)},
-            {"floor_us", median(floor)}, {"ratio", ratio}, {"rounds", rounds}};
+    return {{"operation", each.name},
+            {"place", where},
+            {"service_us", median(service)},
+            {"floor_us", median(floor)},
+            {"ratio", ratio},
+            {"processors_us", processors},
+            {"processors_of_reads_us", ofReads},
+            {"rounds", rounds}};
 }
 
 }  // namespace

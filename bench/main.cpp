@@ -16,6 +16,7 @@
 
 #include "Bench.h"
 #include "Log.h"
+#include "Place.h"
 #include "Report.h"
 #include "Stage.h"
 #include "StatementRecord.h"
@@ -29,7 +30,7 @@ constexpr int MeasuringLogLevel = 2;
 constexpr double SecondsOfService = 1.0;
 constexpr double QuickSecondsOfService = 0.1;
 
-struct Place {
+struct FileSystem {
     std::string name;
     std::filesystem::path folder;
     bool isDisk;
@@ -56,7 +57,7 @@ double median(std::vector<double> values) {
 /// the same stage.
 class Measurement {
 public:
-    Measurement(const Operation& operation, const Place& place, Report& report)
+    Measurement(const Operation& operation, const FileSystem& place, Report& report)
         : m_operation(operation), m_place(place), m_report(report) {}
 
     void operator()(benchmark::State& state) {
@@ -96,7 +97,7 @@ private:
     inline static std::unique_ptr<Stage> s_stage;
 
     const Operation& m_operation;
-    const Place m_place;
+    const FileSystem m_place;
     Report& m_report;
     std::string m_failure;
 };
@@ -107,10 +108,10 @@ bool isMemoryFileSystem(const std::filesystem::path& folder) {
 }
 
 /// The places that are there, a memory file system last. Complains of what is not as it should be.
-std::vector<Place> places(const Options& options) {
-    std::vector<Place> all;
-    for (const Place& place :
-         {Place{"disk", options.diskFolder, true}, Place{"memory", options.memoryFolder, false}}) {
+std::vector<FileSystem> places(const Options& options) {
+    std::vector<FileSystem> all;
+    for (const FileSystem& place : {FileSystem{"disk", options.diskFolder, true},
+                                    FileSystem{"memory", options.memoryFolder, false}}) {
         if (place.folder.empty()) {
             continue;
         }
@@ -127,11 +128,11 @@ std::vector<Place> places(const Options& options) {
     return all;
 }
 
-bool measureAll(const Options& options, const std::vector<Place>& all, Output& output) {
+bool measureAll(const Options& options, const std::vector<FileSystem>& all, Output& output) {
     Report report(output);
     std::vector<std::unique_ptr<Measurement>> measurements;
     for (const Operation& operation : operations()) {
-        for (const Place& place : all) {
+        for (const FileSystem& place : all) {
             measurements.push_back(std::make_unique<Measurement>(operation, place, report));
             Measurement& measurement = *measurements.back();
             benchmark::RegisterBenchmark((operation.name + "/" + place.name).c_str(),
@@ -150,7 +151,7 @@ bool measureAll(const Options& options, const std::vector<Place>& all, Output& o
 
 /// Visits the operations that match, each on a stage of its own.
 template <typename Visit>
-bool forEachOperation(const Options& options, const Place& place, Visit visit) {
+bool forEachOperation(const Options& options, const FileSystem& place, Visit visit) {
     const std::regex filter(options.filter);
     bool good = true;
     for (const Operation& operation : operations()) {
@@ -162,7 +163,7 @@ bool forEachOperation(const Options& options, const Place& place, Visit visit) {
     return good;
 }
 
-bool showStatements(const Options& options, const Place& place, Output& output) {
+bool showStatements(const Options& options, const FileSystem& place, Output& output) {
     return forEachOperation(options, place, [&](const Operation& operation, Stage& stage) {
         bool good = output.writeLine(operation.name);
         for (const std::string& line : stage.recordService()) {
@@ -172,7 +173,7 @@ bool showStatements(const Options& options, const Place& place, Output& output) 
     });
 }
 
-bool checkFloors(const Options& options, const Place& place, Output& output) {
+bool checkFloors(const Options& options, const FileSystem& place, Output& output) {
     return forEachOperation(options, place, [&](const Operation& operation, Stage& stage) {
         const std::string difference = stage.compare();
         const std::string text = difference.empty() ? "service and floor do the same" : difference;
@@ -186,7 +187,7 @@ nlohmann::json toJson(const Counts& counts) {
             {"syncs", counts.syncs}};
 }
 
-bool countAll(const Options& options, const Place& place, Output& output) {
+bool countAll(const Options& options, const FileSystem& place, Output& output) {
     nlohmann::json rows = nlohmann::json::array();
     bool good = forEachOperation(options, place, [&](const Operation& operation, Stage& stage) {
         const CountedPair pair = stage.count();
@@ -215,7 +216,7 @@ bool countAll(const Options& options, const Place& place, Output& output) {
 }
 
 bool run(const Options& options, Output& output) {
-    const std::vector<Place> all = places(options);
+    const std::vector<FileSystem> all = places(options);
     if (all.empty()) {
         return output.writeLine("there is no folder to work in") && false;
     }
@@ -227,10 +228,6 @@ bool run(const Options& options, Output& output) {
     }
     return options.compare ? checkFloors(options, all.back(), output)
                            : measureAll(options, all, output);
-}
-
-std::string folderOfProgram() {
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
 }  // namespace

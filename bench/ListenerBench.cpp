@@ -1,0 +1,210 @@
+// Changes as they happen: how soon, how many, and what the listeners cost a writer.
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include "Bench.h"
+#include "Figures.h"
+#include "HostProcess.h"
+#include "Method.h"
+#include "Place.h"
+#include "wire/JsonRpc.h"
+
+namespace Bench {
+
+namespace {
+
+constexpr int Listeners = 64;
+constexpr int Items = 70;
+
+const std::vector<std::string> HostCommand{"das", "serve", "--socket"};
+
+std::string itemOf(int round) {
+    return "Item" + std::to_string(round % Items);
+}
+
+std::string elementOf(const std::string& item, int value) {
+    return "<" + item + ">" + std::to_string(1000000 + value) + "</" + item + ">";
+}
+
+/// Another value in each round.
+std::string updateOf(int round) {
+    return message("AudioSettings", "update_request", elementOf(itemOf(round), round));
+}
+
+std::unique_ptr<SocketConnection> listen(const HostProcess& host) {
+    auto connection = host.connect();
+    std::string answer;
+    exchangeLines(*connection, SocketConnection::toCall(Method("AddChangeListener")), answer);
+    return connection;
+}
+
+/// A host that has the items.
+std::unique_ptr<HostProcess> startHost(const std::string& socket) {
+    auto host = std::make_unique<HostProcess>(HostCommand, socket);
+    std::string items;
+    for (int item = 0; item < Items; ++item) {
+        items += elementOf(itemOf(item), -1);
+    }
+    (void)ask(*host->connect(), message("AudioSettings", "write_request", items));
+    return host;
+}
+
+/// A writer, and listeners that are heard by one thread.
+class Audience {
+public:
+    Audience(const std::string& socket, int listeners)
+        : m_host(startHost(socket)), m_writer(m_host->connect()) {
+        for (int count = 0; count < listeners; ++count) {
+            m_listeners.push_back(listen(*m_host));
+        }
+        m_ear = std::thread([this] { hear(); });
+    }
+    ~Audience() {
+        m_host.reset();  // the listeners' lines end with it
+        m_ear.join();
+    }
+    Audience(const Audience&) = delete;
+    Audience& operator=(const Audience&) = delete;
+
+    /// Microseconds of an update, by its writer.
+    double write(int updates) {
+        std::string answer;
+        const double begin = now();
+        for (int count = 0; count < updates; ++count) {
+            ++m_round;
+            exchangeLines(*m_writer, lineOf(updateOf(m_round)), answer);
+        }
+        return (now() - begin) / updates;
+    }
+
+    double processorTime() const { return m_host->processorTime() / m_round; }
+    int written() const { return m_round; }
+    int heard() const { return m_heard; }
+
+private:
+    /// Each change is one line to each: their order is known, and no thread waits for each.
+    void hear() {
+        std::string line;
+        for (bool isOpen = !m_listeners.empty(); isOpen;) {
+            for (const auto& listener : m_listeners) {
+                isOpen = isOpen && listener->readLine(line);
+                m_heard += isOpen ? 1 : 0;
+            }
+        }
+    }
+
+    std::unique_ptr<HostProcess> m_host;
+    std::unique_ptr<SocketConnection> m_writer;
+    std::vector<std::unique_ptr<SocketConnection>> m_listeners;
+    std::thread m_ear;
+    std::atomic<int> m_heard{0};
+    int m_round = 0;
+};
+
+std::string parameterOf(const std::string& line, const char* name) {
+    std::string text;
+    (void)JsonRpc::read(line).method.getStringParameter(name, text);
+    return text;
+}
+
+/// Sends @p count updates one after the other without waiting for answers; microseconds until the
+/// listener has heard of the last. Fails when one is missing or out of its order.
+double sendAndHear(SocketConnection& writer, SocketConnection& listener, int first, int count) {
+    std::vector<std::string> lines;
+    for (int round = first; round < first + count; ++round) {
+        lines.push_back(JsonRpc::notification(Connection::requestOf(updateOf(round))));
+    }
+    const double begin = now();
+    std::thread sender([&] {
+        for (const std::string& line : lines) {
+            if (!writer.sendLine(line)) {
+                return;
+            }
+        }
+    });
+    int wrong = 0;
+    std::vector<std::string> heard(static_cast<std::size_t>(count));
+    for (std::string& line : heard) {
+        wrong += listener.readLine(line) ? 0 : 1;
+    }
+    const double time = now() - begin;
+    sender.join();
+    for (int i = 0; i < count; ++i) {
+        wrong += parameterOf(heard[static_cast<std::size_t>(i)], "Id") == itemOf(first + i) ? 0 : 1;
+    }
+    return wrong == 0 ? time : (fail(std::to_string(wrong) + " changes were lost"), 0);
+}
+
+}  // namespace
+
+/// From the writer's answer to the listener's line, as the clients see both.
+void measureWayOfChange(const LoadOptions& options, Figures& figures) {
+    const Place place(options.folder);
+    const auto host = startHost(place.path("s"));
+    const auto listener = listen(*host);
+    const auto writer = host->connect();
+    std::vector<double> times;
+    for (int round = 0; round < 2000 / options.parts; ++round) {
+        double heard = 0;
+        std::thread ear([&] {
+            std::string line;
+            heard = listener->readLine(line) ? now() : 0;
+        });
+        std::string answer;
+        exchangeLines(*writer, lineOf(updateOf(round)), answer);
+        const double answered = now();
+        ear.join();
+        times.push_back(std::max(heard - answered, 0.0));
+    }
+    figures.add("Changes/MedianWayAfterAnswer", median(times) / 1000, "ms");
+}
+
+/// Durable writes with and without listeners, in turn.
+void measureCostOfListeners(const LoadOptions& options, Figures& figures) {
+    const Place alone(options.folder);
+    Audience none(alone.path("s"), 0);
+    const Place place(options.folder);
+    Audience all(place.path("s"), Listeners);
+    std::vector<double> without;
+    std::vector<double> with;
+    for (int turn = 0; turn < std::max(1000 / options.parts, 300); ++turn) {
+        without.push_back(none.write(1));
+        with.push_back(all.write(1));
+    }
+    for (int wait = 0; wait < 2000 && all.heard() < all.written() * Listeners; ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (all.heard() != all.written() * Listeners) {
+        fail("listeners have missed changes");
+    }
+    const double best = *std::min_element(without.begin(), without.end());
+    const double bestWith = *std::min_element(with.begin(), with.end());
+    figures.add("Changes/DurableWrites", 1e6 / best, "a second");
+    figures.add("Changes/DurableWritesWith64Listeners", 1e6 / bestWith, "a second");
+    figures.add("Changes/CostOf64Listeners", bestWith / best, "times, smallest of all turns");
+    figures.add("Changes/MedianCostOf64Listeners", median(with) / median(without), "times");
+    figures.add("Changes/ProcessorsOfWriteInHost", none.processorTime(), "us");
+    figures.add("Changes/ProcessorsOfWriteWith64Listeners", all.processorTime(), "us");
+}
+
+/// In memory: on a disk the syncs of a commit allow no such rate.
+void measureRateOfChanges(const LoadOptions& options, Figures& figures) {
+    constexpr int changes = 1000;
+    const Place place("/dev/shm");
+    const auto host = startHost(place.path("s"));
+    const auto listener = listen(*host);
+    const auto writer = host->connect();
+    double best = 1e12;
+    double processors = 1e12;
+    for (int turn = 0; turn < std::max(50 / options.parts, 10); ++turn) {
+        const double before = host->processorTime();
+        best = std::min(best, sendAndHear(*writer, *listener, turn * changes, changes) / changes);
+        processors = std::min(processors, (host->processorTime() - before) / changes);
+    }
+    figures.add("Changes/HeardInOrder", 1e6 / best, "a second");
+    figures.add("Changes/ProcessorsOfChangeInHost", processors, "us");
+}
+
+}  // namespace Bench
