@@ -397,8 +397,8 @@ class Help(DemoTest):
                     if command == "serve":
                         self.wait_for(self.place / "other.sock", process)
                         process.terminate()
-                    elif command == "watch":
-                        self.assertEqual(process.stderr.readline(), b"watching\n")
+                    elif command in ("watch", "trace"):
+                        self.assertIn(process.stderr.readline(), (b"watching\n", b"tracing\n"))
                         self.end_host()
                         self.serve()
                     _, errors = process.communicate(timeout=PATIENCE)
