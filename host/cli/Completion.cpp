@@ -83,7 +83,7 @@ Candidates commandsOf(const Names& names) {
     return found;
 }
 
-/// Columns of a schema, or items of settings that are stored, each with @p ending.
+/// Columns of a schema, or items of settings that are known or stored, each with @p ending.
 Candidates columnsOf(const KnownSchemas::Entry& schema, const Completion::Items& items,
                      const std::string& ending) {
     Candidates found;
@@ -92,8 +92,16 @@ Candidates columnsOf(const KnownSchemas::Entry& schema, const Completion::Items&
             found.push_back({name + ending, Sentences::ofColumn(schema, name)});
         }
     }
-    if (RequestText::formOf(schema) == RequestText::Form::Settings && items) {
-        for (const std::string& name : items(schema)) {
+    if (RequestText::formOf(schema) != RequestText::Form::Settings) {
+        return found;
+    }
+    Names known;
+    for (const Sentences::Setting& each : Sentences::settingsOf(schema.name)) {
+        known.push_back(each.name);
+        found.push_back({each.name + ending, each.text});
+    }
+    for (const std::string& name : items(schema)) {
+        if (std::find(known.begin(), known.end(), name) == known.end()) {
             found.push_back({name + ending, "An item that is stored"});
         }
     }

@@ -357,7 +357,7 @@ class Help(DemoTest):
               "fish": ("--no-config", "-C", f"source {COMPLETION / 'rc.fish'}")}
 
     def test_shells_complete(self):
-        self.good("set", "Locale", "Language=de")
+        self.good("set", "Locale", "OwnItem=de")
         lines = [line.split("\t") for line in (COMPLETION / "lines.txt").read_text().splitlines()
                  if not line.startswith("#")]
         typed = [f"\x15{line}\t\x14" for line, _ in lines] + ["\x15exit\n"]

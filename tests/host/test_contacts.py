@@ -140,6 +140,7 @@ class Import(ContactsTest):
             (card + "END:VCARD\nN:C;;;;\n", "line 5: no vCard begins here"),
             ("a,b\n1,2\n", "line 1: not the columns of a file from Google, Outlook or Thunderbird"),
             ("Given Name,Family Name\n1,2,3\n", "line 2: 3 fields under 2 columns"),
+            ("Surname,Office\n1,2\n", "das import PhoneBook FILE reads the telephone's own columns"),
             ("\n", "f: the file is empty; nothing was changed"),
             (b"Given Name,Family Name\n\x81,2\n", "neither UTF-8 nor Windows-1252"),
         ]

@@ -83,8 +83,9 @@ def _form_of(header: List[str], name: str) -> str:
     known = {form: sum(1 for column in header if column in columns) for form, columns in FORMS.items()}
     best = max(known, key=lambda form: known[form])
     if known[best] < 2:
-        raise Wrong(f"{name}: line 1: not the columns of a file from Google, Outlook or Thunderbird; "
-                    "export the contacts there in English, or as vCard")
+        advice = ("das import PhoneBook FILE reads the telephone's own columns" if {"UniqueID", "Surname"} & {*header}
+                  else "export the contacts there in English, or as vCard")
+        raise Wrong(f"{name}: line 1: not the columns of a file from Google, Outlook or Thunderbird; {advice}")
     return best
 
 
