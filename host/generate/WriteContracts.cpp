@@ -144,19 +144,26 @@ bool writeFile(const std::filesystem::path& path, const std::string& text) {
     return file.good();
 }
 
+/// The three forms of a schema: in XML its requests and answers, in JSON its rows as das read
+/// prints them.
+bool writeSchema(const std::filesystem::path& folder, const KnownSchemas::Entry& schema) {
+    const std::string name = (folder / "xsd" / schema.name).string();
+    return writeFile(name + ".request.xsd", SchemaContract::xsd(schema, Side::Request)) &&
+           writeFile(name + ".answer.xsd", SchemaContract::xsd(schema, Side::Answer)) &&
+           writeFile(folder / "rows" / (schema.name + ".schema.json"),
+                     SchemaContract::rowsJson(schema));
+}
+
 bool writeAll(const std::filesystem::path& folder, const std::string& page) {
     std::error_code error;
-    std::filesystem::remove_all(folder / "xsd", error);  // a schema that is gone leaves no file
-    std::filesystem::create_directories(folder / "xsd", error);
-    bool isWritten = true;
-    for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
-        const auto path = folder / "xsd" / schema.name;
-        isWritten =
-            isWritten &&
-            writeFile(path.string() + ".request.xsd", SchemaContract::xsd(schema, Side::Request)) &&
-            writeFile(path.string() + ".answer.xsd", SchemaContract::xsd(schema, Side::Answer));
+    for (const char* name : {"xsd", "rows"}) {
+        std::filesystem::remove_all(folder / name, error);  // a schema that is gone leaves no file
+        std::filesystem::create_directories(folder / name, error);
     }
-    return isWritten && writeFile(folder / "tables.md", TablesPage::of(readFile(page))) &&
+    const auto& schemas = KnownSchemas::all();
+    return std::all_of(schemas.begin(), schemas.end(),
+                       [&](const auto& schema) { return writeSchema(folder, schema); }) &&
+           writeFile(folder / "tables.md", TablesPage::of(readFile(page))) &&
            writeFile(folder / "answers.json", SchemaContract::answersJson()) &&
            writeFile(folder / "methods.schema.json", MethodContract::json()) &&
            writeFile(folder / "openrpc.json", MethodContract::openRpc());

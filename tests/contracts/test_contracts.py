@@ -34,10 +34,10 @@ REQUESTS = {
     "ConversationsDAOTest.RequestsThatCannotBeServedChangeNothing": "damaged, and what is refused",
     "DataAccessObjectTest.AnyRequestMakesTheTableOnce": REFUSED,
     "DataAccessObjectTest.ReadsAnswerWhatWasAskedFor":
-        "what is refused or ignored, and users that nobody is",
-    "ChangesTest.EachRequestIsHeardAsWhatItHasChanged": "a user that nobody is",
+        "what is refused or ignored, and users that do not exist",
+    "ChangesTest.EachRequestIsHeardAsWhatItHasChanged": "a user that does not exist",
     "DataAccessObjectTest.UpdatesWriteTheRowsThatAreNamed":
-        "elements that are ignored, and a user that nobody is",
+        "elements that are ignored, and a user that does not exist",
     "DataAccessServiceTest.BadMessagesAreAnsweredAndTheNextIsServed": "damaged",
     "DataAccessServiceTest.TheFirstWordSchemaDecides": "no messages of any schema",
     "FurtherTablesTest.ASchemaInsideOfARequestReachesNoOtherTable": "a second root",
@@ -59,12 +59,12 @@ REQUESTS = {
 
 # The same for answers, which are as their contract says whatever was asked, but for these.
 ANSWERS = {
-    "DataAccessObjectTest.ReadsAnswerWhatWasAskedFor": "users that nobody is come back as sent",
+    "DataAccessObjectTest.ReadsAnswerWhatWasAskedFor": "users that do not exist come back as sent",
     "DataAccessServiceTest.TheFirstWordSchemaDecides": "a name that was cut from a strange place",
     "LimitsTest.AnInterruptedRequestIsRolledBackAndWaitsForNoLock": "its parse ended before the name",
 }
 
-# The one test that sends calls which are damaged, incomplete or to nobody; the answers are none.
+# The one test that sends calls which are damaged, incomplete or unknown; they get no answers.
 BROKEN_CALLS = "Messages.test_each_message_is_answered_on_both_ways"
 
 
