@@ -127,7 +127,10 @@ private:
         method.addBoolParameter("SubDirReading", false, Parameter::in);
         Method answer;
         std::string tree;
-        return session.call(method, answer) && answer.getStringParameter("DirectoryTree", tree) &&
+        // It is XML, which JSON has as a string.
+        return session.call(method, answer) &&
+               (answer.getXMLParameter("DirectoryTree", tree) ||
+                answer.getStringParameter("DirectoryTree", tree)) &&
                tree.find("\" name=\"" + path.substr(slash + 1) + "\" />") != tree.npos;
     }
 

@@ -97,9 +97,11 @@ public:
     /// Sends a status item to all of them.
     void sendStatus(const ManageableData& status);
 
-    /// Carries committed changes to clients. To be ended before their source and the server of the
-    /// clients go.
+    /// Carries committed changes to clients.
     ChangeRelay& changeRelay() { return m_changeRelay; }
+
+    /// Ends that. To be called before the source of the changes and the server of the clients go.
+    void endChanges() { m_changeRelay.end(); }
 
     /// What this host has done for its clients.
     Statistics& statistics() { return m_statistics; }

@@ -52,7 +52,7 @@ public:
     void keepFailures() { m_framework.logRelay().hearFailures(); }
 
     /// From now on no client hears of changes; before the server of the clients goes.
-    void endChanges() { m_framework.changeRelay().end(); }
+    void endChanges() { m_framework.endChanges(); }
 
     /// From now on clients may do what @p rules allow them. To be called before there are any.
     void setRules(AccessRules rules) { m_dispatcher->setRules(std::move(rules)); }

@@ -33,6 +33,11 @@ std::size_t placeOf(const KnownSchemas::Entry& schema, const std::string& column
     return found == columns.end() ? NoPlace : static_cast<std::size_t>(found - columns.begin());
 }
 
+/// No line of names has more fields; one more shows that a line has too many.
+std::size_t mostNamesOf(const KnownSchemas::Entry& schema) {
+    return schema.elements.size() + schema.itemElements.size() + 1;
+}
+
 /// The column that names a row: the first one but the user's.
 std::size_t keyPlaceOf(const KnownSchemas::Entry& schema) {
     return placeOf(schema, UserColumn) == 0 ? 1 : 0;
@@ -122,15 +127,13 @@ ImportFile::ImportFile(const KnownSchemas::Entry& schema, const std::string& use
     if (text.substr(0, ByteOrderMark.size()) == ByteOrderMark) {
         text.remove_prefix(ByteOrderMark.size());
     }
-    if (isOfOtherProgram(text)) {
+    if (isOfOtherProgram(text) || hasOtherSeparator(text)) {
         return;
     }
     checkEncoding(text);
     QuotedCsv first(text);
     std::vector<std::string> names;
-    const bool isRead =
-        first.next(m_schema.elements.size() + m_schema.itemElements.size() + 1, names);
-    if (isRead && hasNameInFront(names)) {
+    if (first.next(mostNamesOf(m_schema), names) && hasNameInFront(names)) {
         takeNames(names);
         readNamedRows(text);
     } else {
@@ -155,6 +158,21 @@ bool ImportFile::isOfOtherProgram(std::string_view text) {
     const std::string word(text.substr(place, begin.size()));
     if (::strcasecmp(word.c_str(), begin.data()) == 0) {
         refuse(1, std::string("this is a vCard; ") + OtherProgram);
+    }
+    return !m_refusals.empty();
+}
+
+bool ImportFile::hasOtherSeparator(std::string_view text) {
+    // Spreadsheets save so where the comma stands in front of decimals.
+    std::string line(text.substr(0, text.find_first_of("\r\n")));
+    if (line.find(',') != std::string::npos || line.find_first_of(";\t") == std::string::npos) {
+        return false;
+    }
+    std::replace_if(
+        line.begin(), line.end(), [](char each) { return each == ';' || each == '\t'; }, ',');
+    std::vector<std::string> names;
+    if (QuotedCsv(line).next(mostNamesOf(m_schema), names) && hasNameInFront(names)) {
+        refuse(1, "semicolons or tabs separate its columns; save it with commas between them");
     }
     return !m_refusals.empty();
 }

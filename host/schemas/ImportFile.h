@@ -51,6 +51,8 @@ private:
 
     [[nodiscard]] bool isOfOtherProgram(std::string_view text);
     void checkEncoding(std::string_view text);
+    /// Refuses a file whose columns have names, and semicolons or tabs between them.
+    [[nodiscard]] bool hasOtherSeparator(std::string_view text);
     [[nodiscard]] bool hasNameInFront(const std::vector<std::string>& fields) const;
     void takeNames(const std::vector<std::string>& names);
     void readNamedRows(std::string_view text);

@@ -156,7 +156,7 @@ class Tables(DemoTest):
 
     def test_what_was_made_is_named(self):
         for arguments, words in (
-                (["FeatureKeys", "--id", "99999", "Label=x"], "a new one was made; no command can delete it"),
+                (["FeatureKeys", "--id", "99999", "Label=x"], "a new one was made; no command deletes it"),
                 (["CodecSettings", "--id", "77", "CodecRank=1"], "there is no such row, so nothing")):
             run = self.das("set", *arguments)
             self.assertEqual(run.returncode, 0)

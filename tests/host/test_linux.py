@@ -366,7 +366,8 @@ class Installed(SystemTest):
 
     def test_pages_and_units_are_where_the_system_looks(self):
         for path in ("share/man/man1/das.1", "share/man/man1/das-contacts.1", "bin/das-report",
-                     "share/bash-completion/completions/das", "lib/systemd/system/das.socket",
+                     "share/bash-completion/completions/das", "share/fish/vendor_completions.d/das.fish",
+                     "share/zsh/site-functions/_das-report", "lib/systemd/system/das.socket",
                      "share/dataaccessservice/contracts/openrpc.json",
                      "lib/sysusers.d/das.conf", "etc/das/access", "etc/das/access.strict"):
             self.assertGreater((self.prefix / Path(path)).stat().st_size, 0, path)
