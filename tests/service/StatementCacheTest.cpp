@@ -1,5 +1,7 @@
 #include "database/StatementCache.h"
 
+#include <tuple>
+
 #include "RecordingAdapter.h"
 #include "database/Statement.h"
 #include "database/StatementText.h"
