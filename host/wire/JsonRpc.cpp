@@ -211,7 +211,7 @@ std::string JsonRpc::toCall(const std::string& notification, const std::string& 
 std::optional<std::string> JsonRpc::answer(const Method& reply, const std::string& id,
                                            std::size_t limit) {
     std::string text;
-    // Room for the line feed too, which the answer gets on its way: a long one is never there twice.
+    // Room for the line feed too, which the answer gets on its way: no long one is there twice.
     std::size_t size = Start.size() + id.size() + SizeOfFrame;
     for (const Parameter& parameter : reply.parameters()) {
         size += SizeOfFrame + parameter.name.size() + parameter.text.size() +

@@ -23,8 +23,8 @@ private:
 /**
  * A transaction for a scope. It begins at construction and is ended once: committed, rolled back,
  * or ended by the destructor, which never rolls back. Since beginning takes the adapter's lock even
- * when SQLite refuses, ending is due also when the begin failed. Transactions do not nest, but where
- * a whole one says that it has inner ones.
+ * when SQLite refuses, ending is due also when the begin failed. Transactions do not nest, but in
+ * a whole one that says so.
  */
 class TransactionGuard {
 public:

@@ -11,15 +11,12 @@
 
 namespace {
 
-struct Finalizer {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-
 /// SQLITE_DONE when the whole statement ran, else the raw SQLite code of what failed.
 int runWithValues(sqlite3* db, const std::string& sql, const std::vector<std::string>& values) {
     sqlite3_stmt* prepared = nullptr;
     int code = sqlite3_prepare_v2(db, sql.c_str(), -1, &prepared, nullptr);
-    const std::unique_ptr<sqlite3_stmt, Finalizer> statement(prepared);
+    const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> owner(prepared,
+                                                                           sqlite3_finalize);
     int place = 0;
     for (const std::string& value : values) {
         if (code == SQLITE_OK) {

@@ -1,5 +1,7 @@
 #include "database/StatementCache.h"
 
+#include <tuple>
+
 #include "database/Statement.h"
 #include "database/StatementText.h"
 #include "testkit/RecordingAdapter.h"
