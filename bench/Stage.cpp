@@ -73,7 +73,7 @@ Stage::Stage(const Operation& operation, const std::filesystem::path& place)
 Stage::~Stage() {
     m_floor.reset();
     m_service.reset();
-    std::error_code ignored;  // what is left behind does no harm to the next stage
+    std::error_code ignored;  // what stays does no harm to the next stage
     std::filesystem::remove_all(m_folder, ignored);
 }
 
