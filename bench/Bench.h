@@ -67,7 +67,7 @@ public:
 /// All operations that were registered.
 const std::vector<Operation>& operations();
 
-/// A request text: header, schema, reason, and @p body behind them.
+/// A request text: header, schema, reason, and @p body after them.
 std::string message(const std::string& schema, const std::string& reason, const std::string& body);
 
 }  // namespace Bench
