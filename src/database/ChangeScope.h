@@ -13,10 +13,10 @@ class DatabaseAdapter;
 /**
  * One request or method, whose commits on this thread are one change for the listeners.
  *
- * The adapter reports each commit. From the first one on the scope keeps the adapter's lock, so
- * that no thread reads what has changed before the listeners know, and they hear of changes in the
- * order of the commits. The destructor reports the change and releases the lock. A scope within
- * another is a part of it. Without a listener a scope does nothing.
+ * The adapter reports each commit. From the first one on the scope keeps the adapter's lock, so that
+ * no thread reads what has changed before the listeners know, and they hear of changes in the order of
+ * the commits. The destructor reports the change and releases the lock. A scope within another is a
+ * part of it. Without a listener a scope does nothing.
  */
 class ChangeScope {
 public:
@@ -91,7 +91,7 @@ private:
     bool m_isChanged = false;
     int m_unreported = 0;
 
-    int m_notedAt = 0;       ///< the adapter's count of changes when rows were noted last
+    int m_notedAt = 0;      ///< the adapter's count of changes when rows were noted last
     bool m_isNoted = false;  ///< m_id and m_context hold those of all rows so far
     bool m_reachesOtherSchemas = false;
     std::string m_id;

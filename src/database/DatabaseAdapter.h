@@ -127,9 +127,9 @@ public:
     [[nodiscard]] int changes() const;
 
     /**
-     * Reports to @p listeners, as a change with blank texts, when another process has committed
-     * since the last look or the file is not the one that was opened. The first look only
-     * remembers. Waits neither for the lock nor for other processes.
+     * Reports to @p listeners, as a change with blank texts, when another process has committed since
+     * the last look or the file is not the one that was opened. The first look only remembers.
+     * Waits neither for the lock nor for other processes.
      *
      * @return false when one of them was in the way
      */

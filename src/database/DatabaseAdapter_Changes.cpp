@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* DataVersionQuery = "PRAGMA data_version;";
 constexpr const char* DropStatement = "DROP TABLE ";
-constexpr int NeverSeen = -1;    // SQLite counts from 1
+constexpr int NeverSeen = -1;  // SQLite counts from 1
 constexpr int UsualWait = 5000;  // in milliseconds, as the open sets it
 
 /// Whether a failure says something of the file, and not of the moment.
