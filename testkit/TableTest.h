@@ -25,7 +25,7 @@ protected:
                          const std::string& body = {}) {
         return xml::reasonOf(send(schema, reason, body));
     }
-    /// What the answer to a read has behind its reason.
+    /// What the answer to a read has after its reason.
     std::string dataOf(const std::string& schema, const std::string& body = {}) {
         return xml::dataOf(send(schema, "read_request", body));
     }

@@ -43,7 +43,7 @@ TEST_F(RebuildTest, CellsGoByNameIntoTheColumnsOfTheObject) {
     } rows[] = {
         {"another order", "(Surname, UniqueID INTEGER PRIMARY KEY, Firstname, UserContext)",
          "('O''Neil', 7, NULL, NULL)", "base|7|O'Neil||"},
-        {"columns that nobody knows", "(x, Surname, y, UniqueID, z)",
+        {"unknown columns", "(x, Surname, y, UniqueID, z)",
          "('1', 'O''Neil', '2', '7', '3')", "base|7|O'Neil||"},
         {"names in other letters", "(SURNAME, uniqueid)", "('O''Neil', 7)", "base|7|O'Neil||"},
         {"no number", "(Firstname, Surname)", "('Pat', 'O''Neil')", "base|1|O'Neil|Pat|"},
@@ -63,7 +63,7 @@ TEST_F(RebuildTest, CellsGoByNameIntoTheColumnsOfTheObject) {
     }
 }
 
-// Nothing in between may be left behind by a disk that fails.
+// A disk that fails may leave no state in between.
 TEST_F(RebuildTest, AFailureOfAnyStatementLeavesTheTableAsItWas) {
     sql("DROP TABLE PHONE_BOOK;"
         "CREATE TABLE PHONE_BOOK (UniqueID INTEGER PRIMARY KEY AUTOINCREMENT, Surname TEXT);"
