@@ -24,9 +24,9 @@ class ProtocolAdapter;
  * process has committed; without one there is no thread, and the service does not know of this
  * object, so that a host without listeners pays nothing.
  *
- * The service reports a change with the locks of its request held: that puts the change into the queues
- * of all clients before any answer could show it. So nothing there may wait, neither for a client nor
- * for a thread that calls the service.
+ * The service reports a change with the locks of its request held: that puts the change into the
+ * queues of all clients before any answer could show it. So nothing there may wait, neither for a
+ * client nor for a thread that calls the service.
  */
 class ChangeRelay : private DASChangeListenerIfc {
 public:
