@@ -32,7 +32,8 @@ public:
     /// Number of columns that the complete statement @p sql gives; 0 when it can't be prepared.
     virtual int getColumnCount(const std::string& sql) = 0;
 
-    /// Name of column @p index of the complete statement @p sql; empty when there is no such column.
+    /// Name of column @p index of the complete statement @p sql; empty when there is no such
+    /// column.
     virtual std::string getColumnName(const std::string& sql, int index) = 0;
 
     /// Appends the column names of @p table to @p names. Gives 1 on success and 0 on failure.

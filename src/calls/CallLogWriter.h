@@ -8,8 +8,9 @@
 
 /**
  * The rows of calls and contacts in answers, for the call log and for conversations. A row may hold
- * both tables side by side, so each function is given the place where its columns begin. Cells stand as they
- * are stored, and only as far as the row reaches: a cell that it does not have gets no tag.
+ * both tables side by side, so each function is given the place where its columns begin. Cells
+ * stand as they are stored, and only as far as the row reaches: a cell that it does not have gets
+ * no tag.
  */
 namespace CallLogWriter {
 

@@ -18,8 +18,8 @@ public:
     DAOFactory(const DAOFactory&) = delete;
     DAOFactory& operator=(const DAOFactory&) = delete;
 
-    /// A new object for @p schema, compared exactly; never null, a schema that no class serves gets a
-    /// NULLDataAccessObject. The caller deletes it.
+    /// A new object for @p schema, compared exactly; never null, a schema that no class serves gets
+    /// a NULLDataAccessObject. The caller deletes it.
     DataAccessObject* createDAOInstance(std::string schema);
 
     /// Whether @p schema is one of those that are rows of the general configuration table.

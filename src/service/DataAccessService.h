@@ -147,7 +147,8 @@ public:
                                       std::string prefix);
     /// Whether a ringtone's file is in use as a distinctive ringer, which is why it may not move.
     bool isDistinctiveRingerFile(const std::string& path);
-    /// Notifies the deployment server that a ringtone or screensaver changed; nothing for other paths.
+    /// Notifies the deployment server that a ringtone or screensaver changed; nothing for other
+    /// paths.
     void notifyDLS(const std::string& path);
 
     /**

@@ -43,9 +43,9 @@ using KeyIds::normalKeys;
 const DefaultKeys& defaultFeatureKeys(const KeyHardware& hardware);
 
 /**
- * The description of the table of @p schema, null when it is not one of the fifteen. Descriptions are
- * made once for each combination of @p hardware that they depend on, and shared from then on. Any
- * thread may call.
+ * The description of the table of @p schema, null when it is not one of the fifteen. Descriptions
+ * are made once for each combination of @p hardware that they depend on, and shared from then on.
+ * Any thread may call.
  */
 std::shared_ptr<const TableLayout> layoutOf(const std::string& schema, const KeyHardware& hardware);
 

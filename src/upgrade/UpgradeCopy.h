@@ -15,8 +15,8 @@ class DatabaseAdapter;
  * The order of a start: begin(), open the database, watch() its adapter, upgrade, end(). A lock on
  * the folder of the database separates the starts of several processes: a start that
  * may change the database holds it alone, a service that runs shares it. What another process wrote
- * must not be rolled back, so next to one that runs there is neither a copy nor a put-back. The lock
- * goes with its process, however that ends.
+ * must not be rolled back, so next to one that runs there is neither a copy nor a put-back. The
+ * lock goes with its process, however that ends.
  *
  * Failures are in the log at level 2; the start goes on, without a copy when none could be made.
  */
