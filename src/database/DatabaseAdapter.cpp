@@ -60,7 +60,7 @@ DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
 
 DatabaseAdapter& DatabaseAdapter::none() {
     // Never destroyed: what outlives the end of the process may still hold it.
-    static DatabaseAdapter* const adapter = new DatabaseAdapter(SqliteAdapterType);
+    static DatabaseAdapter* const adapter = new DatabaseAdapter(NoAdapterType);
     return *adapter;
 }
 
@@ -192,7 +192,7 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
     if (m_lastError != nullptr) {
         freeError();
     }
-    int code = SQLITE_MISUSE;
+    int code = m_type == SqliteAdapterType ? SQLITE_MISUSE : 1;
     if (connection() == nullptr) {
         m_lastError = sqlite3_mprintf("%s", errorText());
     } else {

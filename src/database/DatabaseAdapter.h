@@ -242,6 +242,7 @@ protected:
     int m_type;  ///< kind of database; anything but SqliteAdapterType serves nothing
 
 private:
+    static constexpr int NoAdapterType = 0;
     static constexpr int SqliteAdapterType = 1;
     /// Room for a usual statement, so that its text does not grow, and move, on its way.
     static constexpr std::size_t StatementSize = 256;
