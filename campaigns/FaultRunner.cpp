@@ -9,6 +9,7 @@
 #include <random>
 #include <sstream>
 
+#include "Calls.h"
 #include "FaultMemory.h"
 #include "FaultVfs.h"
 #include "SceneRequests.h"
@@ -16,7 +17,7 @@
 #include "settings/GeneralConfigurationDAO.h"
 
 using namespace SceneRequests;
-using FaultScenarios::method;
+using Calls::method;
 
 namespace FaultRunner {
 

@@ -33,9 +33,6 @@ struct Scenario {
     bool isStart() const { return method.getName().empty(); }
 };
 
-/// A message of the method @p name. "true" and "false" become bools, whole numbers ints.
-Method method(const std::string& name, const std::vector<std::pair<std::string, std::string>>& in);
-
 /// Requests of each kind, remote methods, and starts over older databases.
 std::vector<Scenario> all();
 

@@ -1,7 +1,11 @@
 #include "FaultVfs.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <new>
 
@@ -19,7 +23,7 @@ State state;
 sqlite3_vfs* plain = nullptr;  ///< the file system below
 sqlite3_vfs layer;
 
-/// A file of the layer: SQLite's part, and behind it that of the file system below.
+/// A file of the layer: SQLite's part, followed by that of the file system below.
 struct LayerFile {
     sqlite3_file base;
     sqlite3_file* below;
@@ -115,7 +119,7 @@ int characteristics(sqlite3_file* file) {
     return below->pMethods->xDeviceCharacteristics(below);
 }
 
-/// Version 1: without shared memory and maps, whose accesses nobody could refuse.
+/// Version 1: without shared memory and maps, whose accesses no layer could refuse.
 const sqlite3_io_methods methods = {
     1,        closeFile,  readFile,          writeFile,   truncateFile, syncFile,        sizeOfFile,
     lockFile, unlockFile, checkReservedLock, controlFile, sectorSize,   characteristics, nullptr,
@@ -151,6 +155,20 @@ int fullName(sqlite3_vfs*, const char* name, int size, char* out) {
 }
 
 }  // namespace
+
+/// Stands in for the C library's: data files are written by it, and SQLite's by other calls. A refused
+/// write leaves half of its bytes, as a disk that becomes full does.
+extern "C" ssize_t write(int descriptor, const void* data, size_t size) {
+    struct stat status {};
+    const bool isRefused = state.isArmed && ::fstat(descriptor, &status) == 0 &&
+                           S_ISREG(status.st_mode) && isHit(FaultVfs::Fault::Full);
+    const ssize_t written = ::syscall(SYS_write, descriptor, data, isRefused ? size / 2 : size);
+    if (!isRefused) {
+        return written;
+    }
+    errno = ENOSPC;
+    return -1;
+}
 
 const char* const FaultVfs::PlainName = "unix";
 

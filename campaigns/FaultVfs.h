@@ -2,8 +2,9 @@
 #define FAULTVFS_H
 
 /**
- * A layer between SQLite and the file system of this machine that refuses operations. Nothing in
- * the service knows of it. Use it from one thread.
+ * A layer between SQLite and the file system of this machine that refuses operations, and a stand-in
+ * for the C library's write(), by which data files are written. Nothing in the service knows of it.
+ * Use it from one thread.
  */
 namespace FaultVfs {
 
@@ -21,7 +22,7 @@ extern const char* const PlainName;
 void install();
 
 /// From now on counts the operations that @p fault can hit, and refuses the @p place-th, the first
-/// being 1. With @p forever it refuses those behind it too. Place 0 refuses none.
+/// being 1. With @p forever it refuses the following ones too. Place 0 refuses none.
 void arm(Fault fault, long place, bool forever);
 /// How many operations have been counted since arm().
 long counted();

@@ -1,8 +1,7 @@
 // Cuts the power during each operation on the disk of a start, an upgrade or a change, and looks
 // whether the next start finds what it must.
 //
-// POWERCUT_ONLY in the environment takes those scenarios alone whose names contain it, and with
-// POWERCUT_LOG what the cut processes write is seen.
+// With POWERCUT_LOG in the environment the cut processes write their log to standard error.
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -119,7 +118,11 @@ std::string dump(const PowerCutPlace& place) {
         // left over: a second name of the key, or a data file that was not whole.
         if (name != "phone.db-journal" && name.rfind("dascrypt.key.", 0) != 0 &&
             name.find(".new-") == std::string::npos) {
-            lines.push_back("file " + entry.path().lexically_relative(place.folder()).string());
+            const std::string path = entry.path().lexically_relative(place.folder());
+            lines.push_back("file " + path);
+            if (entry.is_regular_file() && path.rfind("root/", 0) == 0) {
+                lines.back() += ": " + textOfFile(entry.path());
+            }
         }
     }
     std::sort(lines.begin(), lines.end());
@@ -508,12 +511,11 @@ private:
 int main(int argc, char** argv) {
     Campaign campaign("powercut", "cuts; 0 for one during each operation", 0, argc, argv);
     const Scratch scratch;
-    const char* const only = std::getenv("POWERCUT_ONLY");
     std::vector<Known> all;
     try {
         Preparation preparation(scratch.folder());
         for (const PowerCutScenario& scenario : powerCutScenarios()) {
-            if (only == nullptr || scenario.name.find(only) != std::string::npos) {
+            if (campaign.takes(scenario.name)) {
                 all.push_back(preparation.prepare(scenario));
             }
         }

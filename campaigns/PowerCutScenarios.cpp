@@ -109,11 +109,6 @@ private:
     sqlite3* m_db = nullptr;
 };
 
-std::string textOfFile(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// Rows of a table of an earlier release: how many, and the keys from which on.
 struct OldRows {
     const char* table;
@@ -246,6 +241,14 @@ std::vector<PowerCutScenario> writes() {
     const auto importContacts = [](PowerCutSession& session) {
         return session.service().importData("PhoneBook", base, FileToImport);
     };
+    const auto exportTo = [](const std::string& schema, const std::string& path) {
+        return [=](PowerCutSession& session) {
+            return session.service().exportData(schema, base, path);
+        };
+    };
+    const auto renameFile = [](PowerCutSession& session) {
+        return session.service().renameFile("/data/out.csv", "/data/contacts.csv");
+    };
     const auto reset = [](PowerCutSession& session) {
         return session.service().invokeACMSFactoryReset(true);
     };
@@ -267,6 +270,12 @@ std::vector<PowerCutScenario> writes() {
           request("AudioSettings", "update", settings("new")),
           request("FeatureKeys", "update", labels("newer"))}},
         {"import", prepareInUse, false, {importContacts}},
+        // The first one takes the place of the file in which an import found its rows.
+        {"data files",
+         prepareInUse,
+         false,
+         {exportTo("PhoneBook", FileToImport), exportTo("PhoneBook", "/data/out.csv"), renameFile,
+          exportTo("FeatureKeys", "/data/out.csv")}},
         {"profile change", prepareInUse, false, {profile("visitor"), profile("base")}},
         {"profile change with a stored user",
          prepareInUse,
@@ -281,6 +290,11 @@ std::vector<PowerCutScenario> writes() {
 }
 
 }  // namespace
+
+std::string textOfFile(const fs::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 void PowerCutPlace::make() const {
     fs::remove_all(m_folder);

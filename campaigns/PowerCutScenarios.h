@@ -66,11 +66,13 @@ struct PowerCutScenario {
 
     std::string name;
     std::function<void(const PowerCutPlace&)> prepare;  ///< for an empty place
-    bool startIsCut;                                    ///< else the steps behind the start alone
+    bool startIsCut;                                    ///< else the steps after the start alone
     /// Each is one change that is there whole or not at all, and true when it is acknowledged.
     std::vector<Step> steps;
 };
 
 std::vector<PowerCutScenario> powerCutScenarios();
+
+std::string textOfFile(const std::filesystem::path& path);
 
 #endif

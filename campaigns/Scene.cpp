@@ -13,6 +13,7 @@
 #include <regex>
 
 #include "AurelProtocols.h"
+#include "Calls.h"
 #include "Context.h"
 #include "FaultVfs.h"
 #include "FrameworkContext.h"
@@ -145,9 +146,7 @@ struct ReasonReader {
 }  // namespace
 
 std::string Outcome::response() const {
-    std::string text;
-    (void)reply.getStringParameter("Response", text);
-    return text;
+    return Calls::responseIn(reply);
 }
 
 bool Outcome::acknowledged() const {
@@ -180,15 +179,8 @@ void Scene::stop() {
     m_service.reset();
 }
 
-Method Scene::messageOf(const std::string& request) {
-    Method method("processRequest");
-    method.addStringParameter("Request", request, Parameter::in);
-    method.addIntParameter("RequestLength", static_cast<int>(request.size()), Parameter::in);
-    return method;
-}
-
 Outcome Scene::call(const std::string& request) {
-    return call(messageOf(request));
+    return call(Calls::request(request));
 }
 
 Outcome Scene::call(const Method& method) {

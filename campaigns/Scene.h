@@ -50,8 +50,6 @@ public:
 
     Outcome call(const Method& method);
     Outcome call(const std::string& request);
-    /// The message of a request.
-    static Method messageOf(const std::string& request);
 
     std::filesystem::path database() const { return m_place.path("phone.db"); }
     std::string onDevice(const std::string& path) const { return m_place.path("root") + path; }
