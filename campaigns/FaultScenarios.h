@@ -17,7 +17,7 @@ enum class Rule {
     Batch,   ///< success: the last entry is done, earlier ones may be missing
     Tables,  ///< success: all is done; in any case each table is as before or as without a fault
     Whole,   ///< nothing, but each table is as before or as without a fault
-    Open,    ///< nothing: the answer is the same in every case, or there is none
+    Open,    ///< nothing: the answer is the same in every case, or missing
     Rewrite  ///< nothing, and rows that stay go and come back on the way
 };
 

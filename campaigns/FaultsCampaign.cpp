@@ -24,7 +24,7 @@ namespace {
 
 constexpr unsigned WholeRun = 3600;  // seconds that the places of a scenario may take
 
-/// Tells lines of a process to the campaign.
+/// Reports lines of a process to the campaign.
 class Collector {
 public:
     explicit Collector(Campaign& campaign) : m_campaign(campaign) {}
@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
     campaign.figure("scenarios", static_cast<long long>(scenarios.size()));
     Scene filled(parent);
     Collector collector(campaign);
-    collector.take(isolated([&](const Tell&) {
+    collector.take(isolated([&](const Sink&) {
                        filled.start();
                        fill(filled);
                        filled.stop();
@@ -85,9 +85,9 @@ int main(int argc, char** argv) {
     for (const Scenario& scenario : scenarios) {
         const auto seed = static_cast<std::uint32_t>(random());
         const Report report = isolated(
-            [&](const Tell& tell) {
+            [&](const Sink& out) {
                 Runner runner(scenario, parent, filled.database());
-                runner.run(budget, seed, tell);
+                runner.run(budget, seed, out);
             },
             WholeRun);
         collector.take(report, scenario.name);

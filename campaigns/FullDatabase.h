@@ -14,7 +14,7 @@ namespace FullDatabase {
 /// The messages of examples/, in their order: service words and requests of each kind.
 std::vector<std::string> examples();
 
-/// A message in XML; @p body stands behind the reason.
+/// A message in XML; @p body follows the reason.
 std::string message(const std::string& schema, const std::string& reason,
                     const std::string& body = {});
 
@@ -35,13 +35,13 @@ std::vector<std::string> forms();
 void makeTables(sqlite3* db, const std::string& form);
 
 /// Makes the database @p file in the form @p form, with rows of both users in every table that its
-/// text leaves empty. Raises std::runtime_error when that fails.
+/// text leaves empty. Throws std::runtime_error when that fails.
 void makeForm(const std::filesystem::path& file, const std::string& form);
 
 /// The first cell of each row that @p query gives; none when it fails.
 std::vector<std::string> texts(sqlite3* db, const std::string& query);
 
-/// Raises std::runtime_error with SQLite's words when a statement of @p sql fails.
+/// Throws std::runtime_error with the message of SQLite when a statement of @p sql fails.
 void execute(sqlite3* db, const std::string& sql);
 
 }  // namespace FullDatabase

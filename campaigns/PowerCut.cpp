@@ -4,7 +4,6 @@
 // With POWERCUT_LOG in the environment the cut processes write their log to standard error.
 
 #include <fcntl.h>
-#include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,12 +14,12 @@
 #include <cstring>
 #include <iostream>
 #include <random>
-#include <sstream>
 
 #include "Campaign.h"
-#include "Decryption.h"
+#include "Place.h"
 #include "PowerCutDisk.h"
 #include "PowerCutScenarios.h"
+#include "PowerCutState.h"
 #include "PowerCutVfs.h"
 
 namespace fs = std::filesystem;
@@ -50,113 +49,6 @@ struct Known {
     long operations = 0;
     long operationsOfNextStart = 0;
 };
-
-// Databases --------------------------------------------------------------------------------------
-
-/// A connection that reads; what SQLite says of a statement stands among its rows.
-class Reader {
-public:
-    explicit Reader(const fs::path& path) {
-        m_code = sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE, "unix");
-    }
-    ~Reader() { sqlite3_close(m_db); }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-
-    /// The rows, each a line, in an order of their own.
-    std::vector<std::string> lines(const std::string& sql, const fs::path& key) {
-        std::vector<std::string> all;
-        sqlite3_stmt* statement = nullptr;
-        int code = m_code != SQLITE_OK
-                       ? m_code
-                       : sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr);
-        while (code == SQLITE_OK && (code = sqlite3_step(statement)) == SQLITE_ROW) {
-            all.push_back(lineOf(statement, key));
-            code = SQLITE_OK;
-        }
-        if (code != SQLITE_DONE) {
-            all.push_back(sql + ": " + sqlite3_errmsg(m_db));
-        }
-        sqlite3_finalize(statement);
-        std::sort(all.begin(), all.end());
-        return all;
-    }
-
-private:
-    static std::string lineOf(sqlite3_stmt* statement, const fs::path& key) {
-        std::string line;
-        for (int i = 0; i < sqlite3_column_count(statement); ++i) {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
-            std::string cell = text != nullptr ? text : "NULL";
-            // The same password never looks the same twice.
-            if (cell.rfind("das1:", 0) == 0) {
-                cell = "password " + decrypted(cell, key);
-            }
-            line += cell + "|";
-        }
-        return line;
-    }
-
-    sqlite3* m_db = nullptr;
-    int m_code;
-};
-
-/// All that a place holds: its database, and the names of its files.
-std::string dump(const PowerCutPlace& place) {
-    Reader reader(place.database());
-    auto lines = reader.lines("SELECT type, name, tbl_name, sql FROM sqlite_master", {});
-    for (const std::string& table :
-         reader.lines("SELECT name FROM sqlite_master WHERE type = 'table'", {})) {
-        const std::string name = table.substr(0, table.size() - 1);
-        for (const std::string& row : reader.lines("SELECT * FROM \"" + name + "\"", place.key())) {
-            lines.push_back(name + ": " + row);
-        }
-    }
-    for (const auto& entry : fs::recursive_directory_iterator(place.folder())) {
-        const std::string name = entry.path().filename();
-        // Without a header a journal says nothing. What was being written under another name may be
-        // left over: a second name of the key, or a data file that was not whole.
-        if (name != "phone.db-journal" && name.rfind("dascrypt.key.", 0) != 0 &&
-            name.find(".new-") == std::string::npos) {
-            const std::string path = entry.path().lexically_relative(place.folder());
-            lines.push_back("file " + path);
-            if (entry.is_regular_file() && path.rfind("root/", 0) == 0) {
-                lines.back() += ": " + textOfFile(entry.path());
-            }
-        }
-    }
-    std::sort(lines.begin(), lines.end());
-    std::string text;
-    for (const std::string& line : lines) {
-        text += line + "\n";
-    }
-    return text;
-}
-
-/// The first lines that one of the two has alone.
-std::string difference(const std::string& wanted, const std::string& found) {
-    const auto linesOf = [](const std::string& text) {
-        std::vector<std::string> lines;
-        std::istringstream stream(text);
-        for (std::string line; std::getline(stream, line);) {
-            lines.push_back(line);
-        }
-        std::sort(lines.begin(), lines.end());
-        return lines;
-    };
-    const auto ours = linesOf(wanted);
-    const auto theirs = linesOf(found);
-    std::vector<std::string> missing;
-    std::vector<std::string> added;
-    std::set_difference(ours.begin(), ours.end(), theirs.begin(), theirs.end(),
-                        std::back_inserter(missing));
-    std::set_difference(theirs.begin(), theirs.end(), ours.begin(), ours.end(),
-                        std::back_inserter(added));
-    return std::to_string(missing.size()) + " lines missing" +
-           (missing.empty() ? "" : " as '" + missing.front().substr(0, 200) + "'") + ", " +
-           std::to_string(added.size()) + " too many" +
-           (added.empty() ? "" : " as '" + added.front().substr(0, 200) + "'");
-}
 
 // Children ---------------------------------------------------------------------------------------
 
@@ -264,8 +156,7 @@ private:
 const PowerCutScenario OnlyStart = {
     "start", nullptr, true, {[](PowerCutSession& session) { return session.start(); }}};
 
-// What is known before anything is cut
-// -------------------------------------------------------------
+// What is known before anything is cut ------------------------------------------------------------
 
 class Preparation {
 public:
@@ -283,7 +174,7 @@ public:
                 must({scenario, m_work, steps, Never, 0});
             }
             must({OnlyStart, m_work, 1, Never, 0});
-            known.states.push_back(dump(m_work));
+            known.states.push_back(PowerCutState::dump(m_work));
         }
         known.operations = countOf(scenario);
         known.operationsOfNextStart = countOf(OnlyStart);
@@ -324,7 +215,7 @@ private:
 
 // Cuts -------------------------------------------------------------------------------------------
 
-/// Every operation of each scenario in turn, in an order that the seed gives, and the moment behind
+/// Every operation of each scenario in turn, in an order that the seed gives, and the moment after
 /// the last; then from the start again.
 std::vector<Cut> chooseCuts(const std::vector<Known>& all, long rounds, std::uint32_t seed) {
     std::mt19937 random(seed);
@@ -389,9 +280,7 @@ private:
         if (!isKept && !fs::exists(m_copy.database())) {
             return {};
         }
-        const auto lines =
-            Reader(isKept ? kept : m_copy.database()).lines("PRAGMA integrity_check", {});
-        return lines == std::vector<std::string>{"ok|"} ? "" : "the database is " + lines.front();
+        return PowerCutState::integrity(isKept ? kept : m_copy.database());
     }
 
     std::string cutNextStart(const Known& known, std::uint32_t seed) {
@@ -406,7 +295,7 @@ private:
         if (!wrong.empty()) {
             return "the next start " + wrong;
         }
-        const std::string found = dump(m_place);
+        const std::string found = PowerCutState::dump(m_place);
         const std::size_t last = std::min(acknowledged + 1, known.states.size() - 1);
         for (std::size_t state = acknowledged; state <= last; ++state) {
             if (known.states[state] == found) {
@@ -414,8 +303,10 @@ private:
             }
         }
         return std::to_string(acknowledged) + " steps were acknowledged; after the next start " +
-               difference(known.states[acknowledged], found) +
-               (last == acknowledged ? "" : "; or " + difference(known.states[last], found));
+               PowerCutState::difference(known.states[acknowledged], found) +
+               (last == acknowledged
+                    ? ""
+                    : "; or " + PowerCutState::difference(known.states[last], found));
     }
 
     const std::vector<Known>& m_all;
@@ -472,7 +363,8 @@ void runWorkers(Campaign& campaign, const fs::path& folder, const std::vector<Kn
     }
 }
 
-void tellFigures(Campaign& campaign, const std::vector<Known>& all, const std::vector<Cut>& cuts) {
+void reportFigures(Campaign& campaign, const std::vector<Known>& all,
+                   const std::vector<Cut>& cuts) {
     long operations = 0;
     for (std::size_t i = 0; i < all.size(); ++i) {
         const auto count = std::count_if(cuts.begin(), cuts.end(),
@@ -490,38 +382,23 @@ void tellFigures(Campaign& campaign, const std::vector<Known>& all, const std::v
                     }));
 }
 
-class Scratch {
-public:
-    Scratch() {
-        std::string name = "/dev/shm/das-powercut-XXXXXX";
-        m_folder = ::mkdtemp(name.data());
-    }
-    ~Scratch() { fs::remove_all(m_folder); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    const fs::path& folder() const { return m_folder; }
-
-private:
-    fs::path m_folder;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
     Campaign campaign("powercut", "cuts; 0 for one during each operation", 0, argc, argv);
-    const Scratch scratch;
+    const Bench::Place scratch("/dev/shm");
+    const fs::path folder = scratch.path("");
     std::vector<Known> all;
     try {
-        Preparation preparation(scratch.folder());
+        Preparation preparation(folder);
         for (const PowerCutScenario& scenario : powerCutScenarios()) {
             if (campaign.takes(scenario.name)) {
                 all.push_back(preparation.prepare(scenario));
             }
         }
         const auto cuts = chooseCuts(all, campaign.rounds(), campaign.seed());
-        runWorkers(campaign, scratch.folder(), all, cuts);
-        tellFigures(campaign, all, cuts);
+        runWorkers(campaign, folder, all, cuts);
+        reportFigures(campaign, all, cuts);
     } catch (const std::exception& error) {
         campaign.found(error.what());
     }

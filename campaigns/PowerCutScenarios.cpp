@@ -30,7 +30,7 @@ std::string message(const std::string& schema, const std::string& reason,
            element("ReasonForMessage", reason) + body + "</Schema>";
 }
 
-/// @p count rows, each as @p row tells it.
+/// @p count rows, each as @p row makes it.
 std::string rows(int count, const std::function<std::string(int)>& row) {
     std::string all;
     for (int i = 0; i < count; ++i) {

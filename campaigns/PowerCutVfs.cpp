@@ -20,7 +20,7 @@ struct Busy {
     Busy& operator=(const Busy&) = delete;
 };
 
-/// An open file; that of the system's VFS stands behind it in memory.
+/// An open file; that of the system's VFS follows it in memory.
 struct CutFile {
     sqlite3_file base;
     std::optional<PowerCutDisk::Id> id;  ///< none for files that do not outlive the process
@@ -169,7 +169,7 @@ int deleteFile(sqlite3_vfs* vfs, const char* name, int syncFolder) {
             disk->syncsFolder(folder);
         }
         // SQLite ends a transaction by the removal of its journal, and does not sync the folder
-        // behind it: a file system for it brings that removal down by itself.
+        // after it: a file system for it brings that removal down by itself.
         disk->syncedFolder(folder);
     }
     return code;

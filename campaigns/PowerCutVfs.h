@@ -3,8 +3,8 @@
 
 /**
  * SQLite's way to the disk, so that the power can go there: a VFS over that of the system which
- * tells PowerCutDisk of each open, write, truncate, sync and delete. Whatever else the process does
- * to its files is told by the calls to the system that PowerCutFiles.cpp stands in for.
+ * reports to PowerCutDisk each open, write, truncate, sync and delete. Whatever else the process does
+ * to its files is reported by the calls to the system that PowerCutFiles.cpp stands in for.
  */
 namespace PowerCutVfs {
 

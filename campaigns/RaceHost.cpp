@@ -3,7 +3,6 @@
 #include <stdexcept>
 
 #include "Calls.h"
-#include "server/ListeningSocket.h"
 #include "service/DASListenerProxy.h"
 
 namespace {
@@ -48,16 +47,16 @@ RaceHost::RaceHost(DataAccessService& service, const std::string& folder)
     std::string error;
     for (const RaceCalls::Role& role : RaceCalls::roles()) {
         Door& door = *m_doors.emplace_back(std::make_unique<Door>());
-        door.path = folder + "/socket" + std::to_string(m_doors.size());
-        ListeningSocket socket;
+        door.path = folder + "socket" + std::to_string(m_doors.size());
         const auto none = [](bool, const std::string&) { return std::optional<id_t>(); };
-        if (!door.rules.parse(role.rules(), none, error) || !socket.open(door.path, true, error)) {
+        if (!door.rules.parse(role.rules(), none, error) ||
+            !door.socket.open(door.path, true, error)) {
             throw std::runtime_error(error);
         }
         door.invoker.initInvoker(&m_framework);
         door.dispatcher = std::make_unique<Dispatcher>(service, door.invoker, m_framework);
         door.dispatcher->setRules(door.rules);
-        door.server = std::make_unique<SocketServer>(socket.release(), *door.dispatcher,
+        door.server = std::make_unique<SocketServer>(door.socket.release(), *door.dispatcher,
                                                      m_framework.clients());
     }
 }

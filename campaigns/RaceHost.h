@@ -13,6 +13,7 @@
 #include "framework/Client.h"
 #include "framework/Dispatcher.h"
 #include "framework/HostFramework.h"
+#include "server/ListeningSocket.h"
 #include "server/SocketServer.h"
 #include "service/DASInvoker.h"
 #include "service/DataAccessService.h"
@@ -53,7 +54,7 @@ private:
  */
 class RaceHost {
 public:
-    /// @p folder is where the sockets are made.
+    /// @p folder, which ends with a slash, is where the sockets are made.
     RaceHost(DataAccessService& service, const std::string& folder);
     /// The service must not have been ended yet.
     ~RaceHost();
@@ -84,6 +85,7 @@ private:
         CountingInvoker invoker;
         std::unique_ptr<Dispatcher> dispatcher;
         std::string path;
+        ListeningSocket socket;  ///< its file goes with it
         std::unique_ptr<SocketServer> server;
     };
 

@@ -16,7 +16,6 @@ namespace {
 constexpr int LongestPause = 100;     // in milliseconds
 constexpr int LongestAnswer = 60000;  // until a client gives up
 constexpr std::size_t Megabyte = 1000000;
-constexpr std::size_t MostThatWaits = std::size_t{8} << 20U;
 constexpr int RowsOfARequest = 5;  // of a megabyte each: a message may have eight
 
 std::string lineOf(const Method& method) {
@@ -42,14 +41,19 @@ int connectTo(const std::string& path) {
 
 }  // namespace
 
-RaceListener::RaceListener(const RaceHost& host, const Kind& kind, unsigned seed)
+RaceListener::RaceListener(const RaceHost& host, const Kind& kind,
+                           const std::atomic<bool>& isEnding)
     : m_kind(kind),
       m_read(request("PhoneBook", "read_request",
                      std::string("<Context currentUser=\"") + kind.user + "\"></Context>")),
-      m_random(seed),
-      m_socket(connectTo(host.socketOf(kind.role))) {
+      m_random(kind.seed),
+      m_socket(connectTo(host.socketOf(kind.role))),
+      m_isEnding(isEnding) {
     exchange(lineOf(Calls::method("AddChangeListener", {{"Schemas", "PhoneBook"}})));
     m_allowed = 0;  // that was a method of the host's own
+    if (kind.isSlow) {
+        fallBehind();
+    }
     m_thread = std::thread([this] { follow(); });
 }
 
@@ -59,7 +63,6 @@ RaceListener::~RaceListener() {
 }
 
 void RaceListener::end() {
-    m_isEnding = true;
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -67,11 +70,15 @@ void RaceListener::end() {
 
 void RaceListener::follow() {
     try {
+        if (m_kind.isSlow) {
+            ::usleep(LongestPause * 1000);
+            (void)receiveAnswer();
+        }
         while (!m_isEnding) {
             if (m_isOutdated) {
                 lookAtContacts();
+                tryForbidden();
             }
-            m_kind.isSlow ? fallBehind() : tryForbidden();
             ::usleep(static_cast<unsigned>(m_random() % LongestPause * 1000));
             while (hasLine()) {
                 take(receive());
@@ -92,13 +99,8 @@ void RaceListener::lookAtContacts() {
     m_picture = exchange(m_read);
 }
 
-/// The first time the rows that fill the queue are not there, nor are they after a reset.
+/// Asks for more than may wait for a client with changes, and leaves the answer in its queue.
 void RaceListener::fallBehind() {
-    send(request("Certificates", "read_request", "<ResultCols>Issuer</ResultCols>"));
-    ::usleep(LongestPause * 1000);
-    if (receiveAnswer().size() > MostThatWaits) {
-        return;
-    }
     for (int first = 0; first < 2 * RowsOfARequest; first += RowsOfARequest) {
         std::string rows;
         for (int row = first; row < first + RowsOfARequest; ++row) {
@@ -107,6 +109,9 @@ void RaceListener::fallBehind() {
         }
         exchange(request("Certificates", "write_request", rows));
     }
+    send(request("Certificates", "read_request", "<ResultCols>Issuer</ResultCols>"));
+    pollfd readable{m_socket, POLLIN, 0};
+    (void)::poll(&readable, 1, LongestAnswer);
 }
 
 void RaceListener::tryForbidden() {

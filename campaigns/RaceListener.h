@@ -20,10 +20,11 @@ public:
         std::size_t role;
         bool isSlow;
         const char* user;  ///< whose contacts it reads
+        unsigned seed;
     };
 
-    /// Connects, and listens from now on. Throws std::runtime_error when that fails.
-    RaceListener(const RaceHost& host, const Kind& kind, unsigned seed);
+    /// Connects, and listens until @p isEnding. Throws std::runtime_error when that fails.
+    RaceListener(const RaceHost& host, const Kind& kind, const std::atomic<bool>& isEnding);
     ~RaceListener();
     RaceListener(const RaceListener&) = delete;
     RaceListener& operator=(const RaceListener&) = delete;
@@ -68,7 +69,7 @@ private:
     long m_standIns = 0;
     long m_refusals = 0;
     long m_allowed = 0;  ///< calls that may reach the service
-    std::atomic<bool> m_isEnding{false};
+    const std::atomic<bool>& m_isEnding;
     std::thread m_thread;
 };
 

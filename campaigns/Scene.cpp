@@ -289,15 +289,15 @@ Report isolated(const std::function<void(const std::function<void(const std::str
         close(ends[0]);
         alarm(seconds);
         (void)!std::freopen("/dev/null", "w", stdout);  // a start writes there
-        const auto tell = [&](const std::string& line) {
+        const auto out = [&](const std::string& line) {
             const std::string text = line + "\n";
             (void)!write(ends[1], text.data(), text.size());
         };
         try {
-            work(tell);
+            work(out);
             _exit(0);
         } catch (const std::exception& error) {
-            tell(std::string("F an exception outside of the service: ") + error.what());
+            out(std::string("F an exception outside of the service: ") + error.what());
         }
         _exit(3);
     }

@@ -84,9 +84,9 @@ struct Report {
     std::string end;  ///< "": it came to its end; else how it was ended
 };
 
-/// Runs @p work in a process of its own; @p tell sends a line. It is killed after some seconds.
+/// Runs @p work in a process of its own; @p out sends a line. It is killed after some seconds.
 Report isolated(
-    const std::function<void(const std::function<void(const std::string&)>& tell)>& work,
+    const std::function<void(const std::function<void(const std::string&)>& out)>& work,
     unsigned seconds = 30);
 
 #endif
