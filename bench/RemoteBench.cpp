@@ -19,7 +19,6 @@
 #include <thread>
 #include <vector>
 
-#include "Context.h"
 #include "EchoServer.h"
 #include "Log.h"
 #include "Method.h"
@@ -27,6 +26,9 @@
 #include "server/SocketServer.h"
 #include "service/DataAccessService.h"
 #include "terminal/Output.h"
+#include "testkit/Messages.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
 
 namespace fs = std::filesystem;
 using namespace Bench;
@@ -56,27 +58,6 @@ struct Options {
 [[noreturn]] void fail(const std::string& words) {
     throw std::runtime_error(words);
 }
-
-/// A folder with what a service needs, which goes with the object. The environment names the last
-/// one that was made.
-class Place {
-public:
-    explicit Place(const fs::path& parent) {
-        std::string name = (parent / "das-remote-XXXXXX").string();
-        m_folder = mkdtemp(name.data());
-        fs::create_directories(m_folder / "root" / "data");
-        setenv("DB_PATH", m_folder.c_str(), 1);
-        setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
-    }
-    ~Place() { fs::remove_all(m_folder); }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
-
-    std::string path(const char* name) const { return m_folder / name; }
-
-private:
-    fs::path m_folder;
-};
 
 fs::path folderOfProgram() {
     return fs::read_symlink("/proc/self/exe").parent_path();
@@ -149,10 +130,7 @@ private:
 };
 
 std::string keyMessage(const char* reason, const std::string& body) {
-    return std::string(
-               "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"FeatureKeys\">"
-               "<ReasonForMessage>") +
-           reason + "</ReasonForMessage>" + body + "</Schema>";
+    return xml::message("FeatureKeys", reason, body);
 }
 
 /// The requests of one client, each with the answer that it must get: four reads of the client's
@@ -194,11 +172,6 @@ double seconds(Function function) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-class NoServices : public Context {
-public:
-    Executable* findService(const std::string&) override { return nullptr; }
-};
-
 /// One caller in this process, who does the work of all clients.
 class Caller {
 public:
@@ -223,8 +196,8 @@ public:
     }
 
 private:
-    const Place m_place;
-    NoServices m_context;
+    const ScratchPlace m_place;
+    TestContext m_context;
     DataAccessService m_service;
     std::vector<Work> m_works;
 };
@@ -234,7 +207,7 @@ class Crowd {
 public:
     explicit Crowd(const Options& options)
         : m_place(options.folder),
-          m_host(HostCommand, m_place.path("s")),
+          m_host(HostCommand, m_place.folder() / "s"),
           m_works(static_cast<std::size_t>(options.clients)) {
         (void)ask(*m_host.connect(), keyMessage("read_request", ""));
         for (int client = 0; client < options.clients; ++client) {
@@ -268,7 +241,7 @@ private:
         return wrong;
     }
 
-    const Place m_place;
+    const ScratchPlace m_place;
     const ServerProcess m_host;
     std::vector<std::unique_ptr<SocketConnection>> m_connections;
     std::vector<Work> m_works;
@@ -304,9 +277,9 @@ void print(Output& output, const char* format, Arguments... arguments) {
 }
 
 void measureRoundTrips(const Options& options, Output& output) {
-    const Place place(options.folder);
-    const ServerProcess host(HostCommand, place.path("s"));
-    const ServerProcess server(EchoCommand, place.path("echo"));
+    const ScratchPlace place(options.folder);
+    const ServerProcess host(HostCommand, place.folder() / "s");
+    const ServerProcess server(EchoCommand, place.folder() / "echo");
     const std::string line = SocketConnection::toCall(Connection::requestOf("getCurrentUser"));
     const auto service = host.connect();
     const auto echo = server.connect();
@@ -351,8 +324,8 @@ void visit(const ServerProcess& host, int requests, int connections) {
 }
 
 void measureMemory(const Options& options, Output& output) {
-    const Place place(options.folder);
-    const ServerProcess host(HostCommand, place.path("s"));
+    const ScratchPlace place(options.folder);
+    const ServerProcess host(HostCommand, place.folder() / "s");
     visit(host, options.memoryRequests / 10, options.memoryConnections / 10);
     const long before = host.residentKilobytes();
     visit(host, options.memoryRequests, options.memoryConnections);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 
 #include "StatementRecord.h"
 #include "database/DatabaseAdapter.h"
@@ -10,15 +9,6 @@
 namespace Bench {
 
 namespace {
-
-std::filesystem::path makeFolder(const std::filesystem::path& place) {
-    std::string name = (place / "das_bench-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        throw std::filesystem::filesystem_error("mkdtemp", name,
-                                                std::error_code(errno, std::generic_category()));
-    }
-    return name;
-}
 
 double microseconds(const std::function<void()>& work) {
     const auto begin = std::chrono::steady_clock::now();
@@ -54,27 +44,21 @@ Texts withoutPrepares(Texts record) {
 }  // namespace
 
 Stage::Stage(const Operation& operation, const std::filesystem::path& place)
-    : m_operation(operation), m_folder(makeFolder(place)) {
-    for (const char* folder : {"service", "floor", "root/data", "root/tmp", "root/Aurel_Deploy"}) {
-        std::filesystem::create_directories(m_folder / folder);
-    }
-    ::setenv("DB_PATH", (m_folder / "service").c_str(), 1);
-    ::setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
-    ::unsetenv("DAS_HARDWARE");
+    : m_operation(operation), m_place(place) {
     m_service = std::make_unique<DataAccessService>();
     m_service->init(m_context);
     m_serviceHandle = StatementRecord::lastOpened();
     m_operation.prepare(*m_service);
     // Between requests no transaction is open: the file is whole.
-    std::filesystem::copy(m_folder / "service" / "phone.db", m_folder / "floor" / "phone.db");
-    m_floor = std::make_unique<FloorDatabase>(m_folder / "floor" / "phone.db");
+    const std::filesystem::path copy = m_place.folder() / "floor" / "phone.db";
+    std::filesystem::create_directory(copy.parent_path());
+    std::filesystem::copy(m_place.database(), copy);
+    m_floor = std::make_unique<FloorDatabase>(copy);
 }
 
 Stage::~Stage() {
     m_floor.reset();
     m_service.reset();
-    std::error_code ignored;  // what is left behind does no harm to the next stage
-    std::filesystem::remove_all(m_folder, ignored);
 }
 
 void Stage::begin() {

@@ -6,8 +6,9 @@
 #include <string>
 
 #include "Bench.h"
-#include "Context.h"
 #include "Counters.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
 
 namespace Bench {
 
@@ -54,18 +55,14 @@ public:
     const std::string& failure() const { return m_failure; }
 
 private:
-    struct NoServices : Context {
-        Executable* findService(const std::string&) override { return nullptr; }
-    };
-
     void begin();
     void runService();
     void runFloor();
     void checkAnswers();
 
     const Operation& m_operation;
-    const std::filesystem::path m_folder;
-    NoServices m_context;
+    const ScratchPlace m_place;
+    TestContext m_context;
     std::unique_ptr<DataAccessService> m_service;
     sqlite3* m_serviceHandle = nullptr;  ///< not owned
     std::unique_ptr<FloorDatabase> m_floor;

@@ -20,10 +20,10 @@
 #include <vector>
 
 #include "Bench.h"
-#include "Context.h"
 #include "FloorDatabase.h"
 #include "Log.h"
-#include "Place.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
 #include "StatementRecord.h"
 #include "service/DataAccessService.h"
 #include "terminal/Output.h"
@@ -81,10 +81,6 @@ const Case Cases[] = {{"Start/First", -1, 0, isCreateOrInsert},
                       {"Start/Over10000Contacts", 10000, 100, isAny},
                       {"Start/Over10000Calls", 0, 10000, isAny}};
 
-struct NoServices : Context {
-    Executable* findService(const std::string&) override { return nullptr; }
-};
-
 void require(bool condition, const std::string& words) {
     if (!condition) {
         throw std::runtime_error(words);
@@ -92,8 +88,8 @@ void require(bool condition, const std::string& words) {
 }
 
 /// Makes all tables and the rows of the case. Leaves the database as a start left it.
-void makeDatabase(const Case& each, const Place& place) {
-    NoServices context;
+void makeDatabase(const Case& each, const ScratchPlace& place) {
+    TestContext context;
     {
         DataAccessService service;
         service.init(context);
@@ -102,7 +98,7 @@ void makeDatabase(const Case& each, const Place& place) {
                 message(schema, "read_request", "<ResultCols>UserContext</ResultCols>"));
         }
     }
-    FloorDatabase database(place.path("phone.db"));
+    FloorDatabase database(place.database());
     database.run("BEGIN;");
     for (int i = 0; i < each.contacts; ++i) {
         const std::string number = std::to_string(700000 + i);
@@ -126,10 +122,10 @@ void makeDatabase(const Case& each, const Place& place) {
 }
 
 /// Runs a start in this process and writes down the statements of the floor.
-void recordStatements(const Case& each, const Place& place) {
-    NoServices context;
+void recordStatements(const Case& each, const ScratchPlace& place) {
+    TestContext context;
     DataAccessService service;
-    std::ofstream file(place.path("statements"), std::ios::binary);
+    std::ofstream file((place.folder() / "statements").string(), std::ios::binary);
     const auto lines = StatementRecord::ofNextConnection([&] { service.init(context); });
     for (const std::string& line : lines) {
         const std::string start = "run ";
@@ -141,7 +137,7 @@ void recordStatements(const Case& each, const Place& place) {
 }
 
 /// Microseconds until a program that gets the question has written its answer and has ended.
-double run(const std::vector<std::string>& command, const Place& place) {
+double run(const std::vector<std::string>& command, const ScratchPlace& place) {
     std::vector<char*> arguments;
     for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -149,11 +145,11 @@ double run(const std::vector<std::string>& command, const Place& place) {
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, place.path("question").c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, (place.folder() / "question").string().c_str(),
                                      O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, place.path("answer").c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, (place.folder() / "answer").string().c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, place.path("log").c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (place.folder() / "log").string().c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
     pid_t process = 0;
     int status = -1;
@@ -164,9 +160,9 @@ double run(const std::vector<std::string>& command, const Place& place) {
     require(error == 0 && waitpid(process, &status, 0) == process, command[0] + " does not run");
     const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - begin;
     std::string answer;
-    std::getline(std::ifstream(place.path("answer")), answer);
+    std::getline(std::ifstream((place.folder() / "answer").string()), answer);
     require(status == 0 && answer == "base",
-            command[0] + " fails, its log is " + place.path("log"));
+            command[0] + " fails, its log is " + (place.folder() / "log").string());
     return time.count();
 }
 
@@ -177,25 +173,25 @@ double median(std::vector<double> values) {
 
 /// Both programs in turn, each on a copy of the same database.
 nlohmann::json measure(const Case& each, const fs::path& folder, int rounds, Output& output) {
-    const Place place(folder);
+    const ScratchPlace place(folder);
     const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
     const bool isFirstStart = each.contacts < 0;
-    std::ofstream(place.path("question")) << Question;
+    writeFile(place.folder() / "question", Question);
     if (!isFirstStart) {
         makeDatabase(each, place);
-        fs::copy(place.path("phone.db"), place.path("floor.db"));
+        fs::copy(place.database(), (place.folder() / "floor.db").string());
     }
     recordStatements(each, place);
     std::vector<double> service;
     std::vector<double> floor;
     for (int round = 0; round < rounds; ++round) {
         if (isFirstStart) {
-            fs::remove(place.path("phone.db"));
-            fs::remove(place.path("floor.db"));
+            fs::remove(place.database());
+            fs::remove((place.folder() / "floor.db").string());
         }
         service.push_back(run({programs / "das", "request"}, place));
         floor.push_back(
-            run({programs / "das_start_floor", place.path("floor.db"), place.path("statements")},
+            run({programs / "das_start_floor", (place.folder() / "floor.db").string(), (place.folder() / "statements").string()},
                 place));
     }
     const char* const where = folder == "/dev/shm" ? "memory" : "disk";

@@ -8,9 +8,9 @@
 namespace FaultRunner {
 
 const std::vector<Family> Families = {
-    {"io-error", false, FaultVfs::Fault::IoError, {}},
-    {"full", false, FaultVfs::Fault::Full, {}},
-    {"cannot-open", false, FaultVfs::Fault::CannotOpen, {}},
+    {"io-error", false, FaultFiles::Fault::IoError, {}},
+    {"full", false, FaultFiles::Fault::Full, {}},
+    {"cannot-open", false, FaultFiles::Fault::CannotOpen, {}},
     {"memory-of-code", true, {}, FaultMemory::Owner::Code},
     {"memory-of-sqlite", true, {}, FaultMemory::Owner::Sqlite},
     {"memory-of-libraries", true, {}, FaultMemory::Owner::Library},
@@ -19,7 +19,7 @@ void Family::arm(long place, bool forever) const {
     if (isMemory) {
         FaultMemory::arm(owner, place, forever);
     } else {
-        FaultVfs::arm(fault, place, forever);
+        FaultFiles::arm(fault, place, forever);
     }
 }
 
@@ -28,8 +28,8 @@ long Family::disarm() const {
         FaultMemory::disarm();
         return FaultMemory::counted();
     }
-    FaultVfs::disarm();
-    return FaultVfs::counted();
+    FaultFiles::disarm();
+    return FaultFiles::counted();
 }
 
 void share(std::vector<Places>& all, bool isMemory, long budget, std::mt19937& random) {

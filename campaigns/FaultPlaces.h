@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "FaultMemory.h"
-#include "FaultVfs.h"
+#include "FaultFiles.h"
 
 /// Which operations of a scenario are refused, and how.
 namespace FaultRunner {
@@ -16,7 +16,7 @@ namespace FaultRunner {
 struct Family {
     const char* name;
     bool isMemory;
-    FaultVfs::Fault fault;
+    FaultFiles::Fault fault;
     FaultMemory::Owner owner;
 
     /// Refuses the operation @p place from now on, 0 for none; @p forever the following ones too.

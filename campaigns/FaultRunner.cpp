@@ -9,7 +9,7 @@
 
 #include "Calls.h"
 #include "SceneRequests.h"
-#include "Schemas.h"
+#include "testkit/Schemas.h"
 #include "settings/GeneralConfigurationDAO.h"
 
 using namespace SceneRequests;
@@ -38,7 +38,7 @@ void Runner::prepare() {
             (void)m_scene.call(method("setProfile", {{"NewProfile", "visitor"}}));
         }
     }
-    m_database = readText(m_scene.database());
+    m_database = readFile(m_scene.database());
     m_expected.before = m_scene.contents();
 }
 
@@ -56,9 +56,9 @@ void Runner::begin() {
     for (const char* const name : {"/data/in2.csv", "/tmp/VX_contacts.csv"}) {
         fs::remove(m_scene.onDevice(name));
     }
-    writeText(m_scene.onDevice("/data/in.csv"), contactsFile(6, "Imported", 20));
+    writeFile(m_scene.onDevice("/data/in.csv"), contactsFile(6, "Imported", 20));
     if (!m_scenario.file.empty()) {
-        writeText(m_scene.onDevice(m_scenario.file), "older\n");
+        writeFile(m_scene.onDevice(m_scenario.file), "older\n");
     }
     if (m_scenario.isDestructive && !m_scenario.isStart()) {
         m_scene.start();
@@ -138,7 +138,7 @@ void Runner::judgeAnswer(const Answer& answer, const Sink& out) const {
 
 void Runner::judgeFile(const Sink& out) const {
     const std::string text =
-        m_scenario.file.empty() ? "" : readText(m_scene.onDevice(m_scenario.file));
+        m_scenario.file.empty() ? "" : readFile(m_scene.onDevice(m_scenario.file));
     if (!m_scenario.file.empty() && text != "older\n" && text != m_expected.file) {
         out("F the file is neither the older nor the new one: '" + text.substr(0, 200) + "'");
     }
@@ -265,7 +265,7 @@ void Runner::learn(const Sink& out) {
     const Report report = isolated([&](const Sink& up) {
         begin();
         const Answer answer(perform());
-        writeText(folder + "/response", answer.response);
+        writeFile(folder + "/response", answer.response);
         up("A " + std::to_string(answer.replied) + std::to_string(answer.acknowledged));
         if (m_scenario.isStart()) {
             restart();
@@ -277,10 +277,10 @@ void Runner::learn(const Sink& out) {
             m_expected.answer.acknowledged = line[3] == '1';
         }
     }
-    m_expected.answer.response = readText(folder + "/response");
+    m_expected.answer.response = readFile(folder + "/response");
     m_expected.answer.reason = Answer::reasonIn(m_expected.answer.response);
     m_expected.after = m_scene.contents();
-    m_expected.file = m_scenario.file.empty() ? "" : readText(m_scene.onDevice(m_scenario.file));
+    m_expected.file = m_scenario.file.empty() ? "" : readFile(m_scene.onDevice(m_scenario.file));
     if (!report.end.empty()) {
         out("F " + m_scenario.name + " without a fault: " + report.end);
     }

@@ -59,8 +59,8 @@ struct Expected {
 class Runner {
 public:
     /// @p filled is the database that a request begins with.
-    Runner(const Scenario& scenario, const fs::path& parent, fs::path filled)
-        : m_scenario(scenario), m_scene(parent), m_filled(std::move(filled)) {}
+    Runner(const Scenario& scenario, fs::path filled)
+        : m_scenario(scenario), m_filled(std::move(filled)) {}
 
     /// Tries its part of the places and reports findings, "F TEXT", and figures, "+ NAME".
     void run(const Budget& budget, std::uint32_t seed, const Sink& out);

@@ -13,7 +13,7 @@
 #include "Campaign.h"
 #include "FaultMemory.h"
 #include "FaultRunner.h"
-#include "FaultVfs.h"
+#include "FaultFiles.h"
 #include "Log.h"
 #include "SceneRequests.h"
 
@@ -52,7 +52,7 @@ private:
 int main(int argc, char** argv) {
     Campaign campaign("faults", "places, three of eight on files", 16000, argc, argv);
     FaultMemory::install();
-    FaultVfs::install();
+    campaign.check(FaultFiles::install(), "SQLite does not take the layer");
     Log::setLevel(3);
     if (!OnePlace::isGiven()) {
         Log::setSink([](const Log::Entry&) {});
@@ -63,7 +63,6 @@ int main(int argc, char** argv) {
             _exit(134);
         });
     }
-    const fs::path parent = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
     std::vector<Scenario> scenarios = FaultScenarios::all();
     const OnePlace one = OnePlace::read();
     const auto isLeftOut = [&](const Scenario& each) {
@@ -71,7 +70,7 @@ int main(int argc, char** argv) {
     };
     scenarios.erase(std::remove_if(scenarios.begin(), scenarios.end(), isLeftOut), scenarios.end());
     campaign.figure("scenarios", static_cast<long long>(scenarios.size()));
-    Scene filled(parent);
+    Scene filled;
     Collector collector(campaign);
     collector.take(isolated([&](const Sink&) {
                        filled.start();
@@ -86,7 +85,7 @@ int main(int argc, char** argv) {
         const auto seed = static_cast<std::uint32_t>(random());
         const Report report = isolated(
             [&](const Sink& out) {
-                Runner runner(scenario, parent, filled.database());
+                Runner runner(scenario, filled.database());
                 runner.run(budget, seed, out);
             },
             WholeRun);

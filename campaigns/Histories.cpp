@@ -2,9 +2,9 @@
 
 #include "Campaign.h"
 #include "ModelTexts.h"
-#include "Place.h"
 #include "RaceHost.h"
 #include "ServiceModel.h"
+#include "testkit/Place.h"
 #include "service/DataAccessService.h"
 
 namespace {
@@ -37,7 +37,7 @@ std::string runCall(DataAccessService& service, const ServiceModel::Operation& o
 }  // namespace
 
 void runHistory(Campaign& campaign, std::uint32_t seed, const std::function<void()>& moved) {
-    const Bench::Place place("/dev/shm");
+    const ScratchPlace place;
     RaceManagement services;
     DataAccessService service;
     service.init(services);

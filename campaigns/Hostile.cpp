@@ -14,13 +14,13 @@
 
 #include "Campaign.h"
 #include "ClientUtils.h"
-#include "Context.h"
 #include "DASTypes.h"
 #include "HostileFiles.h"
 #include "HostilePlace.h"
 #include "HostileTexts.h"
-#include "QuietOutput.h"
-#include "Schemas.h"
+#include "testkit/Messages.h"
+#include "testkit/QuietOutput.h"
+#include "testkit/Schemas.h"
 #include "SqlJudge.h"
 #include "TableDocument.h"
 #include "service/DataAccessService.h"
@@ -28,6 +28,7 @@
 
 namespace {
 
+using xml::element;
 using Texts = std::vector<std::string>;
 
 enum class Where { Key, Value, Column, Offset, Limit, Pattern, User, SchemaName, Reason, Element };
@@ -80,10 +81,6 @@ bool exists(const Subject& subject, const std::string& reason, Where where) {
     }
 }
 
-std::string element(const std::string& name, const std::string& content) {
-    return "<" + name + ">" + content + "</" + name + ">";
-}
-
 /// The rows of the request: the victim's key and a column, or what stands in their place.
 std::string rowOf(const Request& request, const std::string& text) {
     const Subject& subject = *request.subject;
@@ -127,11 +124,9 @@ std::string messageOf(const Request& request) {
     const auto at = [&](Where where, const std::string& usual) {
         return request.where == where ? text : usual;
     };
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" +
-           at(Where::SchemaName, request.subject->schema) + "\">" +
-           element("ReasonForMessage", at(Where::Reason, *request.reason)) +
-           frameOf(request, text) + "<Context currentUser=\"" + at(Where::User, "base") + "\">" +
-           rowOf(request, text) + "</Context></Schema>";
+    return xml::message(
+        at(Where::SchemaName, request.subject->schema), at(Where::Reason, *request.reason),
+        frameOf(request, text) + xml::context(at(Where::User, "base"), rowOf(request, text)));
 }
 
 /// The campaign's requests against one service.
@@ -220,13 +215,12 @@ private:
         if (subject.schema == "CallLogAndPhoneBook") {
             return true;
         }
+        const std::string row =
+            subject.isSettings()
+                ? ""
+                : element("Entry", element(subject.key, HostilePlace::victimKey(subject)));
         const std::string message =
-            "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" + subject.schema + "\">" +
-            element("ReasonForMessage", reading) + "<Context currentUser=\"base\">" +
-            (subject.isSettings()
-                 ? ""
-                 : element("Entry", element(subject.key, HostilePlace::victimKey(subject)))) +
-            "</Context></Schema>";
+            xml::message(subject.schema, reading, xml::context("base", row));
         const std::string name = HostilePlace::valueElement(subject);
         return m_place.service().processRequest(message).find(element(name, *request.text)) !=
                std::string::npos;

@@ -19,10 +19,6 @@ const std::string canaryLine = "base,,SECRET,SECRET,1,2,3,,,,,,,,,,,,,\n";
 /// Neither base nor visitor: an import or export for all.
 constexpr int Everybody = 2;
 
-void writeFile(const fs::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 std::string cellOfFile(const std::string& text) {
     std::string cell;
     for (const char c : text) {
@@ -68,10 +64,9 @@ std::string fileWith(const Subject& subject, const std::string& text, long round
 std::string treeOf(const fs::path& folder) {
     Texts lines;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        std::ifstream file(entry.path(), std::ios::binary);
         const bool isFile = fs::is_regular_file(entry.symlink_status());
         lines.push_back(entry.path().string() + "=" +
-                        (isFile ? std::string(std::istreambuf_iterator<char>(file), {}) : ""));
+                        (isFile ? readFile(entry.path()) : ""));
     }
     std::sort(lines.begin(), lines.end());
     std::string tree;

@@ -6,6 +6,7 @@
 
 #include "Log.h"
 #include "SqlJudge.h"
+#include "testkit/Messages.h"
 #include "settings/GeneralConfigurationDAO.h"
 
 namespace {
@@ -75,15 +76,10 @@ const std::string& HostilePlace::victimKey(const Subject& subject) {
         return known->second;
     }
     const std::string where = subject.isOfUsers ? " WHERE UserContext='base'" : "";
-    sqlite3_stmt* statement = nullptr;
-    const std::string sql = "SELECT " + (subject.isSettings() ? std::string("Name") : subject.key) +
-                            " FROM " + subject.table + where + " ORDER BY rowid LIMIT 1";
-    sqlite3_prepare_v2(SqlJudge::connection(), sql.c_str(), -1, &statement, nullptr);
-    std::string key;
-    if (sqlite3_step(statement) == SQLITE_ROW) {
-        key = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-    }
-    sqlite3_finalize(statement);
+    const std::string column = subject.isSettings() ? std::string("Name") : subject.key;
+    const std::string key = Sql(SqlJudge::connection())
+                                .cell("SELECT " + column + " FROM " + subject.table + where +
+                                      " ORDER BY rowid LIMIT 1");
     return keys[subject.table] = key;
 }
 
@@ -119,41 +115,29 @@ std::string HostilePlace::asContent(const std::string& text) {
     return content;
 }
 
-HostilePlace::HostilePlace(const std::vector<Subject>& subjects) {
+HostilePlace::HostilePlace(const std::vector<Subject>& subjects) : m_untouched(":memory:") {
     Log::setLevel(0);
     std::filesystem::copy(DAS_DEPLOY_DIR, root() / "Aurel_Deploy",
                           std::filesystem::copy_options::recursive);
-    m_service = std::make_unique<DataAccessService>();
-    m_service->init(m_context);
-    m_db = SqlJudge::connection();
+    m_phone.start();
+    m_db = Sql(SqlJudge::connection());
     for (const Subject& subject : subjects) {
         fill(subject);
     }
     for (const Subject& subject : subjects) {
         pristine(subject.table);
     }
-    sqlite3_open(":memory:", &m_untouched);
-    sqlite3_backup* const backup = sqlite3_backup_init(m_untouched, "main", m_db, "main");
-    sqlite3_backup_step(backup, -1);
-    sqlite3_backup_finish(backup);
+    (void)m_untouched.copyFrom(m_db);
     GeneralConfigurationDAO::clearStaticCaches();
-}
-
-HostilePlace::~HostilePlace() {
-    m_service.reset();
-    sqlite3_close(m_untouched);
 }
 
 /// Makes the table of @p subject by a request, and rows with canaries in it.
 void HostilePlace::fill(const Subject& subject) {
-    const std::string read = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" +
-                             subject.schema +
-                             "\"><ReasonForMessage>read_request</ReasonForMessage></Schema>";
-    (void)m_service->processRequest(read);
+    (void)service().processRequest(xml::message(subject.schema, "read_request"));
     if (subject.isSettings()) {
         for (const char* user : {"base", "visitor", ""}) {
             for (const char* item : {"Hostage", "Other"}) {
-                run("INSERT OR REPLACE INTO GENERAL_CONFIG VALUES('" + subject.schema + "','" +
+                m_db.mustRun("INSERT OR REPLACE INTO GENERAL_CONFIG VALUES('" + subject.schema + "','" +
                     user + "','" + item + "','" + canaryOf(subject, user) + "')");
             }
         }
@@ -167,11 +151,11 @@ void HostilePlace::fill(const Subject& subject) {
     }
     const std::string column = valueColumnOf(subject);
     if (!subject.isOfUsers) {
-        run("UPDATE " + subject.table + " SET " + column + "='" + canaryOf(subject, "base") + "'");
+        m_db.mustRun("UPDATE " + subject.table + " SET " + column + "='" + canaryOf(subject, "base") + "'");
         return;
     }
     for (const char* user : {"base", "visitor"}) {
-        run("UPDATE " + subject.table + " SET " + column + "='" + canaryOf(subject, user) +
+        m_db.mustRun("UPDATE " + subject.table + " SET " + column + "='" + canaryOf(subject, user) +
             "' WHERE UserContext='" + user + "'");
     }
 }
@@ -193,7 +177,7 @@ void HostilePlace::insertRows(const Subject& subject, const std::string& user) {
         }
         values += (values.empty() ? "" : ",") + value;
     }
-    run("INSERT INTO " + subject.table + " VALUES(" + values + ")");
+    m_db.mustRun("INSERT INTO " + subject.table + " VALUES(" + values + ")");
 }
 
 std::string HostilePlace::canaryOf(const Subject& subject, const std::string& user) const {
@@ -266,50 +250,23 @@ std::string HostilePlace::storedValue(const Subject& subject) const {
 }
 
 void HostilePlace::restore() {
-    sqlite3_backup* const backup = sqlite3_backup_init(m_db, "main", m_untouched, "main");
-    sqlite3_backup_step(backup, -1);
-    sqlite3_backup_finish(backup);
+    (void)m_db.copyFrom(m_untouched);
     GeneralConfigurationDAO::clearStaticCaches();
 }
 
 HostilePlace::RowTexts HostilePlace::rowsOf(const std::string& table) const {
     RowTexts rows;
-    sqlite3_stmt* statement = nullptr;
-    const std::string sql = "SELECT rowid,* FROM " + table;
-    sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr);
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-        std::string& text = rows[sqlite3_column_int64(statement, 0)];
+    for (const auto& cells : m_db.rows("SELECT rowid,* FROM " + table, nullptr, "(null)")) {
+        std::string& text = rows[std::stoll(cells.front())];
         text = "|";
-        for (int i = 1; i < sqlite3_column_count(statement); ++i) {
-            const auto* cell = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
-            text.append(cell != nullptr ? cell : "(null)").append("|");
+        for (std::size_t i = 1; i < cells.size(); ++i) {
+            text += cells[i] + "|";
         }
     }
-    sqlite3_finalize(statement);
     return rows;
 }
 
 const HostilePlace::RowTexts& HostilePlace::pristine(const std::string& table) {
     const auto known = m_pristine.find(table);
     return known != m_pristine.end() ? known->second : m_pristine[table] = rowsOf(table);
-}
-
-std::string HostilePlace::cell(const std::string& sql) const {
-    sqlite3_stmt* statement = nullptr;
-    std::string text = "(none)";
-    sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr);
-    if (sqlite3_step(statement) == SQLITE_ROW) {
-        const auto* cell = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-        text.assign(cell != nullptr ? cell : "",
-                    static_cast<std::size_t>(sqlite3_column_bytes(statement, 0)));
-    }
-    sqlite3_finalize(statement);
-    return text;
-}
-
-void HostilePlace::run(const std::string& sql) const {
-    char* error = nullptr;
-    if (sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
-        throw std::runtime_error(sql + ": " + error);
-    }
 }

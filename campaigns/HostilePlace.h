@@ -3,18 +3,15 @@
 
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "Campaign.h"
-#include "Context.h"
-#include "Place.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
+#include "testkit/Sql.h"
 #include "TableDocument.h"
-#include "service/DataAccessService.h"
-
-struct sqlite3;
 
 /**
  * A service whose tables are full of canaries: cells that say whose they are. In each table one
@@ -23,13 +20,12 @@ struct sqlite3;
 class HostilePlace {
 public:
     explicit HostilePlace(const std::vector<Subject>& subjects);
-    ~HostilePlace();
     HostilePlace(const HostilePlace&) = delete;
     HostilePlace& operator=(const HostilePlace&) = delete;
 
-    DataAccessService& service() { return *m_service; }
-    std::filesystem::path root() const { return m_place.path("root"); }
-    std::filesystem::path outside() const { return m_place.path("outside"); }
+    DataAccessService& service() { return m_phone.service(); }
+    std::filesystem::path root() const { return m_place.root(); }
+    std::filesystem::path outside() const { return m_place.folder() / "outside"; }
 
     /// The tables that a request to @p subject may touch.
     static std::set<std::string> tablesOf(const Subject& subject);
@@ -56,23 +52,17 @@ public:
     using RowTexts = std::map<long long, std::string>;
     RowTexts rowsOf(const std::string& table) const;
     const RowTexts& pristine(const std::string& table);
-    std::string cell(const std::string& sql) const;
+    std::string cell(const std::string& sql) const { return m_db.cell(sql); }
 
 private:
-    struct NoServices : Context {
-        Executable* findService(const std::string&) override { return nullptr; }
-    };
-
     void fill(const Subject& subject);
     void insertRows(const Subject& subject, const std::string& user);
-    void run(const std::string& sql) const;
     std::string canaryOf(const Subject& subject, const std::string& user) const;
 
-    Bench::Place m_place{"/dev/shm"};
-    NoServices m_context;
-    std::unique_ptr<DataAccessService> m_service;
-    sqlite3* m_db = nullptr;         ///< the service's own
-    sqlite3* m_untouched = nullptr;  ///< a copy in memory
+    const ScratchPlace m_place;
+    Phone m_phone;
+    Sql m_db{nullptr};      ///< the service's own
+    const Sql m_untouched;  ///< a copy in memory
     std::map<std::string, RowTexts> m_pristine;
     std::map<std::string, long long> m_victims;  ///< row ids by table; by schema for settings
     long long m_nextRow = 1;

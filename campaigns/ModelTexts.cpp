@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <numeric>
 
+#include "testkit/Messages.h"
+
 namespace {
 
 using ModelTexts::Texts;
-
-const std::string Header = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
 
 /// Cuts @p text at each @p start and sorts the pieces.
 std::string sortedPieces(const std::string& text, const std::string& start) {
@@ -47,17 +47,16 @@ std::string sortedItems(const std::string& data) {
 
 namespace ModelTexts {
 
-std::string element(const std::string& name, const std::string& content) {
-    return "<" + name + ">" + content + "</" + name + ">";
+std::string inContext(const std::string& context, const std::string& data) {
+    return context.empty() ? data : xml::context(context, data);
 }
 
 std::string message(const std::string& schema, const std::string& reason,
                     const std::string& context, const std::string& columns,
                     const std::string& body) {
-    const std::string inside =
-        context.empty() ? body : "<Context currentUser=\"" + context + "\">" + body + "</Context>";
-    return Header + "<Schema name=\"" + schema + "\">" + element("ReasonForMessage", reason) +
-           (columns.empty() ? "" : element("ResultCols", columns)) + inside + "</Schema>";
+    return xml::message(schema, reason,
+                        (columns.empty() ? "" : xml::element("ResultCols", columns)) +
+                            inContext(context, body));
 }
 
 std::string canonical(const std::string& text) {
@@ -84,17 +83,11 @@ std::string canonical(const std::string& text) {
 }
 
 std::string answer(const std::string& schema, const std::string& reason, const std::string& data) {
-    return canonical(Header + "<Schema name=\"" + schema + "\">" +
-                     element("ReasonForMessage", reason) + data + "</Schema>");
+    return canonical(xml::message(schema, reason, data));
 }
 
 std::string failure(const std::string& schema) {
     return answer(schema, "failure", "");
-}
-
-std::string inContext(const std::string& context, const std::string& data) {
-    return context.empty() ? data
-                           : "<Context currentUser=\"" + context + "\">" + data + "</Context>";
 }
 
 std::string entryOf(long number, const std::string& key,
@@ -102,11 +95,11 @@ std::string entryOf(long number, const std::string& key,
     std::string cells;
     for (const std::string& column : columns) {
         const auto cell = row.find(column);
-        cells += element(column, column == key       ? std::to_string(number)
+        cells += xml::element(column, column == key       ? std::to_string(number)
                                  : cell != row.end() ? cell->second
                                                      : "");
     }
-    return element("Entry", cells);
+    return xml::element("Entry", cells);
 }
 
 }  // namespace ModelTexts

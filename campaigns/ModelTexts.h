@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "testkit/Messages.h"
+
 /// Messages and answers as the model of the service writes them.
 namespace ModelTexts {
 
+using xml::element;
 using Texts = std::vector<std::string>;
-
-std::string element(const std::string& name, const std::string& content);
 
 /// A message. Without @p context the elements of @p body stand in none.
 std::string message(const std::string& schema, const std::string& reason,

@@ -1,6 +1,7 @@
 // Three starts over databases that no release made, each in a process of its own. What they hold of
 // the telephone's owner must be there afterwards, but for what a step is there to change.
 
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,18 +14,18 @@
 #include <map>
 
 #include "Campaign.h"
-#include "FullDatabase.h"
-#include "LogCapture.h"
+#include "testkit/FullDatabase.h"
+#include "testkit/LogCapture.h"
 #include "OddDatabase.h"
 #include "PowerCutScenarios.h"
-#include "QuietOutput.h"
+#include "testkit/Messages.h"
+#include "testkit/QuietOutput.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using FullDatabase::message;
-using FullDatabase::texts;
+using xml::message;
 using Names = std::vector<std::string>;
 
 constexpr unsigned SecondsUntilHang = 120;
@@ -144,8 +145,8 @@ const char* const Rebuilt[] = {
 /// One database, and all that is found with it.
 class Case {
 public:
-    Case(const PowerCutPlace& place, const PowerCutPlace& today, std::seed_seq& seeds)
-        : m_place(place), m_today(openDatabase(today.database())), m_random(seeds) {}
+    Case(const PhonePlace& place, const PhonePlace& today, std::seed_seq& seeds)
+        : m_place(place), m_today(today.database()), m_random(seeds) {}
 
     void run() {
         prepare();
@@ -153,7 +154,7 @@ public:
         session.start();
         (void)session.answers(message("FileDownloadSettings", "read_request"), {});
         session.start();
-        m_db = openDatabase(m_place.database());
+        m_db = Sql(m_place.database());
         compare();
         const LogCapture all(m_isAlone ? 6 : 5);
         session.start();
@@ -175,7 +176,7 @@ private:
             found.push_back(what);
         }
     }
-    Names ask(const std::string& query) const { return texts(m_db.get(), query); }
+    Names ask(const std::string& query) const { return m_db.texts(query); }
     std::string old() const { return m_place.folder() / "old.db"; }
 
     /// What a case that is tried alone leaves in its folder.
@@ -195,8 +196,8 @@ private:
         if (m_random() % 8 > 0) {
             fs::copy(DAS_DEPLOY_DIR, m_place.onDevice("/Aurel_Deploy"));
         }
-        const Names today = texts(m_today.get(), "SELECT sql FROM sqlite_master ORDER BY name");
-        story = makeOddDatabase(openDatabase(old()).get(), today, m_random);
+        const Names today = m_today.texts("SELECT sql FROM sqlite_master ORDER BY name");
+        story = makeOddDatabase(Sql(old()), today, m_random);
         fs::copy(old(), m_place.database());
         std::ofstream(m_place.onDevice("/.QuilldeskRootFileSystemImageVersion.prev.txt"))
             << "V1 R2.3.4 " << (story.find("other_protocol") == 0 ? "SIP" : "QFA") << "\n";
@@ -204,10 +205,10 @@ private:
 
     /// Compares what is there with the database before the starts, which becomes "old".
     void compare() {
-        FullDatabase::execute(m_db.get(), "ATTACH '" + old() + "' AS old");
+        m_db.mustRun("ATTACH '" + old() + "' AS old");
         for (const std::string table : Rebuilt) {
-            const Names now = columnsOf(m_db.get(), table);
-            check(now.empty() || now == columnsOf(m_today.get(), table),
+            const Names now = columnsOf(m_db, table);
+            check(now.empty() || now == columnsOf(m_today, table),
                   table + " does not have the columns of today");
         }
         if (!ask("SELECT 1 FROM GENERAL_CONFIG WHERE Schema = 'QfaBaseSettings'").empty()) {
@@ -218,7 +219,7 @@ private:
         for (const std::string& table :
              ask("SELECT name FROM old.sqlite_master WHERE type = 'table' AND name NOT LIKE "
                  "'sqlite%' UNION SELECT 'sqlite_master'")) {
-            compareTable(table, columnsOf(m_db.get(), table, "old"));
+            compareTable(table, columnsOf(m_db, table, "old"));
         }
     }
 
@@ -254,7 +255,7 @@ private:
         }
         std::string kept = "(" + join(mayChange, ") AND (") + ")";
         for (const std::string& place : places) {
-            const Names now = columnsOf(m_db.get(), place);
+            const Names now = columnsOf(m_db, place);
             Names same;
             for (std::size_t i = 0; i < columns.size(); ++i) {
                 same.push_back(mayChange[i] + " OR " + isIn(now, table, columns[i]));
@@ -312,7 +313,7 @@ private:
 
     std::string areAlike() const {
         std::string all;
-        for (const std::string& column : columnsOf(m_db.get(), "PHONE_BOOK", "old")) {
+        for (const std::string& column : columnsOf(m_db, "PHONE_BOOK", "old")) {
             const bool counts = std::find(std::begin(OfContact), std::end(OfContact), column) !=
                                 std::end(OfContact);
             all += counts ? " AND coalesce(o." + column + ", '') = coalesce(t." + column + ", '')"
@@ -329,15 +330,15 @@ private:
         return all;
     }
 
-    const PowerCutPlace& m_place;
-    const OddConnection m_today;
+    const PhonePlace& m_place;
+    const Sql m_today;
     std::mt19937 m_random;
-    OddConnection m_db{nullptr, sqlite3_close};  ///< after the starts
+    Sql m_db{nullptr};  ///< after the starts
     const bool m_isAlone = std::getenv(OneCase) != nullptr;
     LogCapture m_log{m_isAlone ? 6 : 2};
 };
 
-[[noreturn]] void runCase(const PowerCutPlace& place, const PowerCutPlace& today,
+[[noreturn]] void runCase(const PhonePlace& place, const PhonePlace& today,
                           std::seed_seq seeds) {
     ::alarm(SecondsUntilHang);
     Case odd(place, today, seeds);
@@ -359,10 +360,8 @@ private:
 
 int main(int argc, char** argv) {
     Campaign campaign("odd", "databases", 20000, argc, argv);
-    const bool hasMemory = ::access("/dev/shm", W_OK) == 0;
-    const fs::path folder = (hasMemory ? fs::path("/dev/shm") : fs::temp_directory_path()) /
-                            ("das-odd-" + std::to_string(::getpid()));
-    const PowerCutPlace today(folder / "today");
+    const fs::path folder = ScratchFolder::memory() / ("das-odd-" + std::to_string(::getpid()));
+    const PhonePlace today(folder / "today");
     today.make();
     today.enter();
     FullDatabase::makeToday();
@@ -381,7 +380,7 @@ int main(int argc, char** argv) {
         if (running.size() >= AtOnce) {
             waitForOne();
         }
-        const PowerCutPlace place(folder / std::to_string(i));
+        const PhonePlace place(folder / std::to_string(i));
         const pid_t process = ::fork();
         if (process == 0) {
             runCase(place, today, {static_cast<long>(campaign.seed()), i});

@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "FullDatabase.h"
+#include "testkit/FullDatabase.h"
 
 namespace {
-
-using FullDatabase::execute;
-using FullDatabase::texts;
 
 /// Cells that steps read, by the beginning of the column's name; "*" is a value of its own.
 const struct {
@@ -36,11 +33,11 @@ class Maker {
     }
 
 public:
-    Maker(sqlite3* db, std::mt19937& random) : m_db(db), m_random(random) {}
+    Maker(const Sql& db, std::mt19937& random) : m_db(db), m_random(random) {}
 
     std::string make(const std::vector<std::string>& today) {
-        execute(m_db,
-                "PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF; PRAGMA legacy_alter_table=ON");
+        m_db.mustRun(
+            "PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF; PRAGMA legacy_alter_table=ON");
         makeTables(today);
         for (const std::string& table : tables()) {
             if (below(5) == 0) {
@@ -53,7 +50,7 @@ public:
             "CREATE TABLE " + table + "_MIGRATION (Stale TEXT)",
             "CREATE TABLE ODD (UserContext TEXT, Id TEXT, Value BLOB)"};
         const std::string neighbour = oneOf(neighbours);
-        execute(m_db, neighbour);
+        m_db.mustRun(neighbour);
         for (const std::string& each : tables()) {
             fill(each);
         }
@@ -62,20 +59,18 @@ public:
 
 private:
     std::vector<std::string> tables() {
-        return texts(m_db,
-                     "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
+        return m_db.texts(
+            "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
                      "'sqlite%' ORDER BY name");
     }
     /// Runs what SQLite may refuse: a table that is there, a row that its key admits no more.
-    void tryTo(const std::string& sql) {
-        (void)sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
-    }
+    void tryTo(const std::string& sql) { (void)m_db.run(sql); }
 
     void makeTables(const std::vector<std::string>& today) {
         m_story = oneOf(FullDatabase::forms());
         FullDatabase::makeTables(m_db, m_story);
-        execute(m_db,
-                "DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND "
+        m_db.mustRun(
+            "DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND "
                 "length(Name) % " +
                     std::to_string(2 + below(6)) + " = 0");
         for (const std::string& statement : today) {
@@ -106,18 +101,18 @@ private:
         std::string shared = "rowid";
         const std::string information = " FROM pragma_table_info('" + table + "') WHERE ";
         for (const std::string& column : columns) {
-            const auto type = texts(m_db, "SELECT type" + information + "name = '" + column + "'");
+            const auto type = m_db.texts("SELECT type" + information + "name = '" + column + "'");
             const std::string others[] = {"INTEGER", "NUMERIC", "BLOB", ""};
             all += (all.empty() ? "" : ", ") + column + " " +
                    (type.empty() || below(12) == 0 ? oneOf(others) : type.front());
             shared += type.empty() ? "" : ", " + column;
         }
-        const auto key = texts(m_db, "SELECT group_concat(name, ', ')" + information + "pk");
-        execute(m_db, "ALTER TABLE " + table + " RENAME TO ODD_OLD");
+        const auto key = m_db.texts("SELECT group_concat(name, ', ')" + information + "pk");
+        m_db.mustRun("ALTER TABLE " + table + " RENAME TO ODD_OLD");
         tryTo("CREATE TABLE " + table + " (" + all + ", PRIMARY KEY( " +
               (below(2) == 0 ? key.front() : "") + " ))");
         tryTo("CREATE TABLE " + table + " (" + all + ")");
-        execute(m_db, "INSERT INTO " + table + " (" + shared + ") SELECT " + shared +
+        m_db.mustRun("INSERT INTO " + table + " (" + shared + ") SELECT " + shared +
                           " FROM ODD_OLD; DROP TABLE ODD_OLD");
         m_story += "; " + table + " (" + all.substr(0, 200) + ")";
     }
@@ -159,7 +154,7 @@ private:
         return quoted(below(3) > 0 ? plain : odd[below(std::size(odd) - (isCall ? 2 : 0))]);
     }
 
-    sqlite3* m_db;
+    const Sql& m_db;
     std::mt19937& m_random;
     std::string m_story;
     long m_values = 0;
@@ -167,19 +162,12 @@ private:
 
 }  // namespace
 
-OddConnection openDatabase(const std::string& file) {
-    sqlite3* db = nullptr;
-    sqlite3_open(file.c_str(), &db);
-    return {db, sqlite3_close};
-}
-
-std::vector<std::string> columnsOf(sqlite3* db, const std::string& table,
+std::vector<std::string> columnsOf(const Sql& db, const std::string& table,
                                    const std::string& schema) {
-    return FullDatabase::texts(
-        db, "SELECT name FROM pragma_table_info('" + table + "', '" + schema + "')");
+    return db.texts("SELECT name FROM pragma_table_info('" + table + "', '" + schema + "')");
 }
 
-std::string makeOddDatabase(sqlite3* db, const std::vector<std::string>& today,
+std::string makeOddDatabase(const Sql& db, const std::vector<std::string>& today,
                             std::mt19937& random) {
     return Maker(db, random).make(today);
 }

@@ -1,18 +1,14 @@
 #ifndef ODDDATABASE_H
 #define ODDDATABASE_H
 
-#include <sqlite3.h>
-
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-using OddConnection = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
-OddConnection openDatabase(const std::string& file);
+#include "testkit/Sql.h"
 
 /// The columns of a table of the schema; none if there is no such table.
-std::vector<std::string> columnsOf(sqlite3* db, const std::string& table,
+std::vector<std::string> columnsOf(const Sql& db, const std::string& table,
                                    const std::string& schema = "main");
 
 /**
@@ -22,7 +18,7 @@ std::vector<std::string> columnsOf(sqlite3* db, const std::string& table,
  *
  * @return what was made. Throws std::runtime_error if that fails.
  */
-std::string makeOddDatabase(sqlite3* db, const std::vector<std::string>& today,
+std::string makeOddDatabase(const Sql& db, const std::vector<std::string>& today,
                             std::mt19937& random);
 
 #endif

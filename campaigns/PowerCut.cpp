@@ -16,11 +16,11 @@
 #include <random>
 
 #include "Campaign.h"
-#include "Place.h"
 #include "PowerCutDisk.h"
 #include "PowerCutScenarios.h"
 #include "PowerCutState.h"
 #include "PowerCutVfs.h"
+#include "testkit/Place.h"
 
 namespace fs = std::filesystem;
 
@@ -44,7 +44,7 @@ struct Cut {
 /// What an undisturbed run has shown.
 struct Known {
     PowerCutScenario scenario;
-    PowerCutPlace prepared;
+    PhonePlace prepared;
     std::vector<std::string> states;  ///< the dump of a start after so many steps
     long operations = 0;
     long operationsOfNextStart = 0;
@@ -55,7 +55,7 @@ struct Known {
 /// What a child does: whether the start is cut, which of the steps it takes, and where it ends.
 struct Run {
     const PowerCutScenario& scenario;
-    const PowerCutPlace& place;
+    const PhonePlace& place;
     std::size_t steps;
     long cutAt;  ///< Never for the whole run
     std::uint32_t seed;
@@ -164,7 +164,7 @@ public:
         : m_folder(std::move(folder)), m_work(m_folder / "preparation") {}
 
     Known prepare(const PowerCutScenario& scenario) {
-        Known known{scenario, PowerCutPlace(m_folder / ("prepared " + scenario.name)), {}};
+        Known known{scenario, PhonePlace(m_folder / ("prepared " + scenario.name)), {}};
         m_known = &known;
         known.prepared.make();
         prepareInChild();
@@ -208,7 +208,7 @@ private:
     }
 
     const fs::path m_folder;
-    const PowerCutPlace m_work;
+    const PhonePlace m_work;
     Children m_children;
     Known* m_known = nullptr;
 };
@@ -310,8 +310,8 @@ private:
     }
 
     const std::vector<Known>& m_all;
-    const PowerCutPlace m_place;
-    const PowerCutPlace m_copy;
+    const PhonePlace m_place;
+    const PhonePlace m_copy;
     Children m_children;
 };
 
@@ -386,18 +386,17 @@ void reportFigures(Campaign& campaign, const std::vector<Known>& all,
 
 int main(int argc, char** argv) {
     Campaign campaign("powercut", "cuts; 0 for one during each operation", 0, argc, argv);
-    const Bench::Place scratch("/dev/shm");
-    const fs::path folder = scratch.path("");
+    const ScratchFolder scratch;
     std::vector<Known> all;
     try {
-        Preparation preparation(folder);
+        Preparation preparation(scratch.folder());
         for (const PowerCutScenario& scenario : powerCutScenarios()) {
             if (campaign.takes(scenario.name)) {
                 all.push_back(preparation.prepare(scenario));
             }
         }
         const auto cuts = chooseCuts(all, campaign.rounds(), campaign.seed());
-        runWorkers(campaign, folder, all, cuts);
+        runWorkers(campaign, scratch.folder(), all, cuts);
         reportFigures(campaign, all, cuts);
     } catch (const std::exception& error) {
         campaign.found(error.what());

@@ -13,13 +13,13 @@
 #include <string>
 
 #include "PowerCutDisk.h"
-#include "PowerCutVfs.h"
+#include "testkit/SqliteVfs.h"
 
 namespace {
 
 /// The disk, for what SQLite does not do.
 PowerCutDisk* disk() {
-    return PowerCutVfs::isBusy() ? nullptr : PowerCutDisk::current();
+    return SqliteVfs::isWithin() ? nullptr : PowerCutDisk::current();
 }
 
 bool isThere(const char* path) {

@@ -1,34 +1,25 @@
 #include "PowerCutScenarios.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <stdexcept>
+
+#include "testkit/Messages.h"
+#include "testkit/Sql.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
 using Step = PowerCutScenario::Step;
+using xml::element;
+using xml::message;
 
 const std::string FileToImport = "/tmp/in.csv";
 constexpr int ContactsThatAreThere = 100;
 
 // Requests ---------------------------------------------------------------------------------------
-
-std::string element(const std::string& name, const std::string& content) {
-    return "<" + name + ">" + content + "</" + name + ">";
-}
-
-std::string message(const std::string& schema, const std::string& reason,
-                    const std::string& body = {}) {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" + schema + "\">" +
-           element("ReasonForMessage", reason) + body + "</Schema>";
-}
 
 /// @p count rows, each as @p row makes it.
 std::string rows(int count, const std::function<std::string(int)>& row) {
@@ -71,43 +62,11 @@ Step profile(const std::string& user) {
 
 // Places -----------------------------------------------------------------------------------------
 
-void copyDeployed(const PowerCutPlace& place) {
+void copyDeployed(const PhonePlace& place) {
     for (const char* file : {"DasGenConfigDeviceDataItems.csv", "DasTagMappings.csv"}) {
         fs::copy_file(fs::path(DAS_DEPLOY_DIR) / file, place.onDevice("/Aurel_Deploy/") / file);
     }
 }
-
-class Database {
-public:
-    explicit Database(const fs::path& path) {
-        if (sqlite3_open(path.c_str(), &m_db) != SQLITE_OK) {
-            throw std::runtime_error("can't open " + path.string());
-        }
-    }
-    ~Database() { sqlite3_close(m_db); }
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
-
-    void run(const std::string& sql) {
-        if (sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
-            throw std::runtime_error(sql + ": " + sqlite3_errmsg(m_db));
-        }
-    }
-    /// Names of columns, with their types.
-    std::vector<std::pair<std::string, std::string>> columns(const std::string& table) {
-        std::vector<std::pair<std::string, std::string>> all;
-        const auto collect = [](void* out, int, char** cells, char**) {
-            static_cast<decltype(all)*>(out)->emplace_back(cells[0], cells[1]);
-            return 0;
-        };
-        const std::string sql = "SELECT name, type FROM pragma_table_info('" + table + "')";
-        sqlite3_exec(m_db, sql.c_str(), collect, &all, nullptr);
-        return all;
-    }
-
-private:
-    sqlite3* m_db = nullptr;
-};
 
 /// Rows of a table of an earlier release: how many, and the keys from which on.
 struct OldRows {
@@ -139,10 +98,12 @@ const std::multimap<std::string, OldRows> RowsOfTexts = {
     {"stimulus_keys_7", {"STIMULUS_KEY_SETTINGS", "Id", 300, 18}},
 };
 
-void fill(Database& database, const OldRows& old) {
+void fill(const Sql& database, const OldRows& old) {
     for (int row = 0; row < old.count; ++row) {
         std::string cells;
-        for (const auto& [column, type] : database.columns(old.table)) {
+        for (const auto& cell : database.rows("SELECT name, type FROM pragma_table_info('" +
+                                              std::string(old.table) + "')")) {
+            const std::string& column = cell[0];
             const std::string number = std::to_string(old.first + row);
             cells += cells.empty() ? "" : ", ";
             if (column == old.key) {
@@ -150,41 +111,41 @@ void fill(Database& database, const OldRows& old) {
             } else if (column == "UserContext") {
                 cells += "'base'";
             } else {
-                cells += type == "INTEGER" ? std::to_string(row)
+                cells += cell[1] == "INTEGER" ? std::to_string(row)
                                            : "'" + column + " O''Neil, \\ " + number + "'";
             }
         }
-        database.run("INSERT INTO " + std::string(old.table) + " VALUES (" + cells + ")");
+        database.mustRun("INSERT INTO " + std::string(old.table) + " VALUES (" + cells + ")");
     }
 }
 
-void prepareUpgrade(const PowerCutPlace& place, const std::string& text) {
+void prepareUpgrade(const PhonePlace& place, const std::string& text) {
     const fs::path texts = DAS_DATABASES_DIR;
     copyDeployed(place);
     std::ofstream(place.onDevice("/.QuilldeskRootFileSystemImageVersion.prev.txt"))
         << (text == "other_protocol" ? "V1 R2.3.4 SIP 200101\n" : "V1 R2.3.4 QFA 200101\n");
-    Database database(place.database());
-    database.run("BEGIN");
+    const Sql database(place.database());
+    database.mustRun("BEGIN");
     const auto [first, last] = RowsOfTexts.equal_range(text);
     if (first != last) {
-        database.run(textOfFile(texts / "settings_of_today.sql"));
+        database.mustRun(readFile(texts / "settings_of_today.sql"));
     }
-    database.run(textOfFile(texts / (text + ".sql")));
+    database.mustRun(readFile(texts / (text + ".sql")));
     for (auto old = first; old != last; ++old) {
         fill(database, old->second);
     }
-    database.run("END");
+    database.mustRun("END");
 }
 
 /// A list of values counts once: what is changed afterwards stays.
-void prepareUpgradeWithValues(const PowerCutPlace& place) {
+void prepareUpgradeWithValues(const PhonePlace& place) {
     prepareUpgrade(place, "settings_of_today");
     std::ofstream(place.onDevice("/Aurel_Deploy/DasUpdateValues.csv"))
         << "AudioSettings,visitor,RingerMelody,listed\nAudioSettings,base,Volume,7\n";
 }
 
 /// A telephone in use: each table that the steps change is there, with rows.
-void prepareInUse(const PowerCutPlace& place) {
+void prepareInUse(const PhonePlace& place) {
     copyDeployed(place);
     place.enter();
     PowerCutSession session(place);
@@ -220,7 +181,7 @@ std::vector<PowerCutScenario> upgrades() {
     std::vector<PowerCutScenario> all;
     for (const std::string& text : texts) {
         all.push_back({"upgrade of " + text,
-                       [=](const PowerCutPlace& place) { prepareUpgrade(place, text); },
+                       [=](const PhonePlace& place) { prepareUpgrade(place, text); },
                        true,
                        {start}});
     }
@@ -291,36 +252,13 @@ std::vector<PowerCutScenario> writes() {
 
 }  // namespace
 
-std::string textOfFile(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void PowerCutPlace::make() const {
-    fs::remove_all(m_folder);
-    for (const char* folder : {"db", "root/data", "root/tmp", "root/Aurel_Deploy"}) {
-        fs::create_directories(m_folder / folder);
-    }
-}
-
-void PowerCutPlace::copyFrom(const PowerCutPlace& other) const {
-    fs::remove_all(m_folder);
-    fs::copy(other.m_folder, m_folder, fs::copy_options::recursive);
-}
-
-void PowerCutPlace::enter() const {
-    ::setenv("DB_PATH", (m_folder / "db").c_str(), 1);
-    ::setenv("DAS_ROOT", (m_folder / "root").c_str(), 1);
-}
-
 bool PowerCutSession::start() {
-    m_service = std::make_unique<DataAccessService>();
-    m_service->init(m_services);
+    m_phone.start();
     return true;
 }
 
 bool PowerCutSession::answers(const std::string& text, const std::string& reason) {
-    return m_service->processRequest(text).find(element("ReasonForMessage", reason)) !=
+    return service().processRequest(text).find(element("ReasonForMessage", reason)) !=
            std::string::npos;
 }
 

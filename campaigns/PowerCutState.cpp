@@ -1,13 +1,14 @@
 #include "PowerCutState.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <iterator>
 #include <sstream>
 #include <vector>
 
-#include "Decryption.h"
+#include "testkit/Decryption.h"
+#include "testkit/Place.h"
+#include "testkit/Sql.h"
+#include "testkit/SqliteVfs.h"
 
 namespace fs = std::filesystem;
 
@@ -15,53 +16,25 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// A connection that reads; what SQLite says of a statement stands among its rows.
-class Reader {
-public:
-    explicit Reader(const fs::path& path) {
-        m_code = sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE, "unix");
-    }
-    ~Reader() { sqlite3_close(m_db); }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-
-    /// The rows, each a line, in an order of their own.
-    Lines lines(const std::string& sql, const fs::path& key) {
-        Lines all;
-        sqlite3_stmt* statement = nullptr;
-        int code = m_code != SQLITE_OK
-                       ? m_code
-                       : sqlite3_prepare_v2(m_db, sql.c_str(), -1, &statement, nullptr);
-        while (code == SQLITE_OK && (code = sqlite3_step(statement)) == SQLITE_ROW) {
-            all.push_back(lineOf(statement, key));
-            code = SQLITE_OK;
-        }
-        if (code != SQLITE_DONE) {
-            all.push_back(sql + ": " + sqlite3_errmsg(m_db));
-        }
-        sqlite3_finalize(statement);
-        std::sort(all.begin(), all.end());
-        return all;
-    }
-
-private:
-    static std::string lineOf(sqlite3_stmt* statement, const fs::path& key) {
-        std::string line;
-        for (int i = 0; i < sqlite3_column_count(statement); ++i) {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
-            std::string cell = text != nullptr ? text : "NULL";
+/// The rows that a query gives, each a line, sorted; what SQLite says of a query that fails is one of
+/// them.
+Lines rowsOf(const Sql& db, const std::string& sql, const fs::path& key = {}) {
+    Lines all;
+    std::string error;
+    for (const auto& row : db.rows(sql, &error, "NULL")) {
+        std::string& line = all.emplace_back();
+        for (const std::string& cell : row) {
             // The same password never looks the same twice.
-            if (cell.rfind("das1:", 0) == 0) {
-                cell = "password " + decrypted(cell, key);
-            }
-            line += cell + "|";
+            const bool isSecret = cell.rfind("das1:", 0) == 0;
+            line += (isSecret ? "password " + decrypted(cell, key) : cell) + "|";
         }
-        return line;
     }
-
-    sqlite3* m_db = nullptr;
-    int m_code;
-};
+    if (!error.empty()) {
+        all.push_back(sql + ": " + error);
+    }
+    std::sort(all.begin(), all.end());
+    return all;
+}
 
 /// The lines that @p all has and @p known has not.
 Lines linesBeyond(const Lines& all, const Lines& known) {
@@ -88,13 +61,13 @@ std::string countOf(const Lines& lines, const std::string& what) {
 
 }  // namespace
 
-std::string PowerCutState::dump(const PowerCutPlace& place) {
-    Reader reader(place.database());
-    auto lines = reader.lines("SELECT type, name, tbl_name, sql FROM sqlite_master", {});
+std::string PowerCutState::dump(const PhonePlace& place) {
+    const Sql db(place.database(), SqliteVfs::PlainName);
+    auto lines = rowsOf(db, "SELECT type, name, tbl_name, sql FROM sqlite_master");
     for (const std::string& table :
-         reader.lines("SELECT name FROM sqlite_master WHERE type = 'table'", {})) {
+         rowsOf(db, "SELECT name FROM sqlite_master WHERE type = 'table'")) {
         const std::string name = table.substr(0, table.size() - 1);
-        for (const std::string& row : reader.lines("SELECT * FROM \"" + name + "\"", place.key())) {
+        for (const std::string& row : rowsOf(db, "SELECT * FROM \"" + name + "\"", place.key())) {
             lines.push_back(name + ": " + row);
         }
     }
@@ -107,7 +80,7 @@ std::string PowerCutState::dump(const PowerCutPlace& place) {
             const std::string path = entry.path().lexically_relative(place.folder());
             lines.push_back("file " + path);
             if (entry.is_regular_file() && path.rfind("root/", 0) == 0) {
-                lines.back() += ": " + textOfFile(entry.path());
+                lines.back() += ": " + readFile(entry.path());
             }
         }
     }
@@ -127,6 +100,6 @@ std::string PowerCutState::difference(const std::string& wanted, const std::stri
 }
 
 std::string PowerCutState::integrity(const fs::path& database) {
-    const Lines lines = Reader(database).lines("PRAGMA integrity_check", {});
+    const Lines lines = rowsOf(Sql(database, SqliteVfs::PlainName), "PRAGMA integrity_check");
     return lines == Lines{"ok|"} ? "" : "the database is " + lines.front();
 }

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "Calls.h"
+#include "testkit/Messages.h"
 
 namespace {
 
@@ -122,11 +123,8 @@ Call requestCall(Random& random) {
     const std::string reason = line.substr(first + 1, second - first - 1);
     const std::string context = anyOf(random, contexts);
     const std::string body = line.substr(second + 1);
-    const std::string inside =
-        context.empty() ? body : "<Context currentUser=\"" + context + "\">" + body + "</Context>";
-    return {Calls::request("<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" + schema +
-                           "\"><ReasonForMessage>" + reason + "</ReasonForMessage>" + inside +
-                           "</Schema>"),
+    return {Calls::request(xml::message(
+                schema, reason, context.empty() ? body : xml::context(context, body))),
             false, Reads.count(reason) > 0 ? "read" : "write", schema};
 }
 

@@ -40,14 +40,14 @@ void CountingInvoker::handleMessage(Executable* service, const char* message, in
     m_invoker.handleMessage(service, message, length, response);
 }
 
-RaceHost::RaceHost(DataAccessService& service, const std::string& folder)
+RaceHost::RaceHost(DataAccessService& service, const std::filesystem::path& folder)
     : m_framework([] { return std::make_unique<DASListenerProxy>(); }),
       m_dispatcher(service, m_invoker, m_framework) {
     m_invoker.initInvoker(&m_framework);
     std::string error;
     for (const RaceCalls::Role& role : RaceCalls::roles()) {
         Door& door = *m_doors.emplace_back(std::make_unique<Door>());
-        door.path = folder + "socket" + std::to_string(m_doors.size());
+        door.path = folder / ("socket" + std::to_string(m_doors.size()));
         const auto none = [](bool, const std::string&) { return std::optional<id_t>(); };
         if (!door.rules.parse(role.rules(), none, error) ||
             !door.socket.open(door.path, true, error)) {

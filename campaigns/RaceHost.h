@@ -2,6 +2,7 @@
 #define RACEHOST_H
 
 #include <atomic>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,8 +55,8 @@ private:
  */
 class RaceHost {
 public:
-    /// @p folder, which ends with a slash, is where the sockets are made.
-    RaceHost(DataAccessService& service, const std::string& folder);
+    /// @p folder is where the sockets are made.
+    RaceHost(DataAccessService& service, const std::filesystem::path& folder);
     /// The service must not have been ended yet.
     ~RaceHost();
     RaceHost(const RaceHost&) = delete;

@@ -9,22 +9,20 @@
 
 #include "Calls.h"
 #include "RaceHost.h"
+#include "testkit/Messages.h"
 #include "wire/JsonRpc.h"
 
 namespace {
 
 constexpr int LongestPause = 100;     // in milliseconds
 constexpr int LongestAnswer = 60000;  // until a client gives up
-constexpr std::size_t Megabyte = 1000000;
-constexpr int RowsOfARequest = 5;  // of a megabyte each: a message may have eight
 
 std::string lineOf(const Method& method) {
     return JsonRpc::toCall(JsonRpc::notification(method), "1") + "\n";
 }
 
 std::string request(const std::string& schema, const std::string& reason, const std::string& body) {
-    return lineOf(Calls::request("<Schema name=\"" + schema + "\"><ReasonForMessage>" + reason +
-                                 "</ReasonForMessage>" + body + "</Schema>"));
+    return lineOf(Calls::request(xml::message(schema, reason, body)));
 }
 
 int connectTo(const std::string& path) {
@@ -99,16 +97,8 @@ void RaceListener::lookAtContacts() {
     m_picture = exchange(m_read);
 }
 
-/// Asks for more than may wait for a client with changes, and leaves the answer in its queue.
+/// Asks for the large rows, and leaves the answer in its queue.
 void RaceListener::fallBehind() {
-    for (int first = 0; first < 2 * RowsOfARequest; first += RowsOfARequest) {
-        std::string rows;
-        for (int row = first; row < first + RowsOfARequest; ++row) {
-            rows += "<Entry><Id>large" + std::to_string(row) + "</Id><Issuer>" +
-                    std::string(Megabyte, 'x') + "</Issuer></Entry>";
-        }
-        exchange(request("Certificates", "write_request", rows));
-    }
     send(request("Certificates", "read_request", "<ResultCols>Issuer</ResultCols>"));
     pollfd readable{m_socket, POLLIN, 0};
     (void)::poll(&readable, 1, LongestAnswer);

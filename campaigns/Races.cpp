@@ -2,8 +2,6 @@
 // of profile and resets, with listeners of each kind; then random histories of one client, each
 // answer held against a plain model.
 
-#include <sqlite3.h>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -19,11 +17,13 @@
 #include "GPALSleep.h"
 #include "Histories.h"
 #include "Log.h"
-#include "Place.h"
-#include "QuietOutput.h"
 #include "RaceCalls.h"
 #include "RaceHost.h"
 #include "RaceListener.h"
+#include "testkit/Messages.h"
+#include "testkit/Place.h"
+#include "testkit/QuietOutput.h"
+#include "testkit/Sql.h"
 
 #if defined(__SANITIZE_THREAD__)
 // A report ends the process with a status of its own.
@@ -37,14 +37,13 @@ namespace {
 
 constexpr int Clients = 16;
 constexpr unsigned Listeners = 64;
-constexpr unsigned OneInHowManyIsSlow = 32;
+constexpr unsigned OneInHowManyIsSlow = 64;
 constexpr long CallsOfPhase = 4000;
 constexpr std::chrono::seconds LongestCall{120};
 /// What a read of contacts throws when the version gate has removed the column that older software
 /// does not know; such a read is answered "failure" until the next reset.
 const std::string OlderPhoneBook = "(which is 19) >= this->size() (which is 19)";
 std::atomic<long> readsOfOlder{0};
-const std::string Header = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
 
 /// Hears of each change of profile; calls what a listener may at once, and sends a request from a
 /// thread of its own, since the change that it hears of is not over.
@@ -93,9 +92,7 @@ private:
             lock.unlock();
             (void)m_service.processRequest("getCurrentUser");
             (void)m_service.processRequest(
-                Header +
-                "<Schema name=\"FeatureKeys\"><ReasonForMessage>read_request"
-                "</ReasonForMessage><Id>100</Id></Schema>");
+                xml::message("FeatureKeys", "read_request", "<Id>100</Id>"));
             ++sent;
             lock.lock();
         }
@@ -118,28 +115,14 @@ public:
 };
 
 bool isWellFormed(const std::string& answer) {
-    if (answer.rfind(Header, 0) != 0) {
+    if (answer.rfind(xml::Header, 0) != 0) {
         return answer == "base" || answer == "visitor" ||
                answer == "endOfSaveContactsToCSVRequest" || answer.find(':') != std::string::npos;
     }
     const std::string end = "</Schema>";
-    return answer.rfind(Header + "<Schema name=\"", 0) == 0 &&
+    return answer.rfind(std::string(xml::Header) + "<Schema name=\"", 0) == 0 &&
            answer.find("</ReasonForMessage>") != std::string::npos &&
            answer.rfind(end) == answer.size() - end.size();
-}
-
-std::string integrityOf(const std::string& database) {
-    sqlite3* db = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    std::string text = "no answer";
-    if (sqlite3_open_v2(database.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-        sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW) {
-        text = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-    }
-    sqlite3_finalize(statement);
-    sqlite3_close(db);
-    return text;
 }
 
 /// Ends the process when nothing moves: a hang has no other end.
@@ -178,10 +161,10 @@ private:
 class Races {
 public:
     Races(Campaign& campaign, Watchdog& watchdog) : m_campaign(campaign), m_watchdog(watchdog) {
-        std::filesystem::copy(DAS_DEPLOY_DIR, m_place.path("root/Aurel_Deploy"),
+        std::filesystem::copy(DAS_DEPLOY_DIR, m_place.onDevice("/Aurel_Deploy"),
                               std::filesystem::copy_options::recursive);
         m_service.init(m_management);
-        m_host.emplace(m_service, m_place.path(""));
+        m_host.emplace(m_service, m_place.folder());
         m_service.addListener(&m_listener);
         m_service.addChangeListener(&m_changes);
     }
@@ -193,6 +176,7 @@ public:
 
     /// @p calls from all clients while listeners follow, then a look at what is left.
     void phase(long calls, unsigned seed) {
+        writeLargeRows();
         std::atomic<bool> isEnding{false};
         std::vector<std::unique_ptr<RaceListener>> listeners;
         for (unsigned i = 0; i < Listeners; ++i) {
@@ -240,6 +224,18 @@ public:
     }
 
 private:
+    /// More than may wait for a client with changes: 8 MiB. Another connection writes them, which the
+    /// service must hear of before there are listeners.
+    void writeLargeRows() {
+        (void)m_service.processRequest(xml::message("Certificates", "read_request"));
+        const std::string wrong = Sql(m_place.database())
+                                      .run("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 "
+                                           "FROM n WHERE i < 10) INSERT OR REPLACE INTO CERTIFICATES (Id, Issuer) "
+                                           "SELECT 'large' || i, hex(zeroblob(500000)) FROM n;");
+        m_campaign.check(wrong.empty(), wrong);
+        m_campaign.check(m_service.lookForOthers(), "no look for others");
+    }
+
     /// One client.
     void work(std::size_t role, long calls, unsigned seed) {
         std::mt19937 random(seed);
@@ -295,26 +291,24 @@ private:
                                  " messages of listeners reached the service, " +
                                  std::to_string(m_allowed[role]) + " are allowed");
         }
-        const std::string database = m_place.path("phone.db");
+        const std::string database = m_place.database();
         if (std::filesystem::exists(database)) {
-            const std::string integrity = integrityOf(database);
+            const std::string integrity = Sql(database).cell("PRAGMA integrity_check");
             m_campaign.check(integrity == "ok", "the database: " + integrity);
         }
         m_campaign.check(m_service.invokeACMSFactoryReset(true), "no reset at the end");
         m_campaign.check(m_service.setProfile("base"), "no profile at the end");
-        const std::string start = Header + "<Schema name=\"PhoneBook\"><ReasonForMessage>";
-        (void)m_service.processRequest(
-            start +
-            "write_request</ReasonForMessage><Entry><Surname>last</Surname></Entry></Schema>");
+        (void)m_service.processRequest(xml::message("PhoneBook", "write_request",
+                                                    "<Entry><Surname>last</Surname></Entry>"));
         const std::string answer =
-            m_service.processRequest(start + "read_request</ReasonForMessage></Schema>");
+            m_service.processRequest(xml::message("PhoneBook", "read_request"));
         m_campaign.check(answer.find("<Surname>last</Surname>") != std::string::npos,
                          "not usable at the end: " + answer);
     }
 
     Campaign& m_campaign;
     Watchdog& m_watchdog;
-    Bench::Place m_place{"/dev/shm"};
+    const ScratchPlace m_place;
     RaceManagement m_management;
     ChangeListener m_changes;
     DataAccessService m_service;

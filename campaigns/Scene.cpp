@@ -1,6 +1,5 @@
 #include "Scene.h"
 
-#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,24 +7,21 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <future>
 #include <regex>
 
 #include "AurelProtocols.h"
 #include "Calls.h"
-#include "Context.h"
-#include "FaultVfs.h"
 #include "FrameworkContext.h"
 #include "InvokerResponse.h"
 #include "Parameter.h"
 #include "ProtocolAdapter.h"
-#include "RecordingManagement.h"
 #include "XmlHandler.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "service/DASInvoker.h"
-#include "service/DataAccessService.h"
+#include "testkit/SqliteVfs.h"
+#include "testkit/Sql.h"
 
 /// Carries methods as they are: what is tried is the service, not a protocol.
 class SceneFramework : public FrameworkContext, private ProtocolAdapter {
@@ -46,16 +42,6 @@ private:
     void encode(const Method& method, std::ostream&) override { reply = method; }
 };
 
-class SceneContext : public Context {
-public:
-    Executable* findService(const std::string& name) override {
-        return name == "LocalMgmtIfc" ? &m_management : nullptr;
-    }
-
-private:
-    RecordingManagement m_management;
-};
-
 namespace {
 
 class SceneResponse : public InvokerResponse {
@@ -70,56 +56,28 @@ private:
 };
 
 /// A connection to the file that no fault reaches.
-class Connection {
-public:
-    explicit Connection(const std::string& path) {
-        sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                        FaultVfs::PlainName);
-        sqlite3_busy_timeout(m_db, 2000);
-    }
-    ~Connection() { sqlite3_close(m_db); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
+Sql connect(const std::filesystem::path& path) {
+    return Sql(path, SqliteVfs::PlainName);
+}
 
-    /// The cells of each row go to @p use. The words of a failure; empty for none.
-    std::string run(const std::string& statements,
-                    const std::function<void(int, char**)>& use = {}) {
-        char* error = nullptr;
-        const auto row = [](void* out, int count, char** cells, char**) {
-            const auto& function = *static_cast<const std::function<void(int, char**)>*>(out);
-            if (function) {
-                function(count, cells);
-            }
-            return 0;
-        };
-        sqlite3_exec(m_db, statements.c_str(), row,
-                     const_cast<std::function<void(int, char**)>*>(&use), &error);
-        const std::string words = error != nullptr ? error : "";
-        sqlite3_free(error);
-        return words;
+/// The first cells of the rows; what fails stands among them.
+std::vector<std::string> cells(const Sql& db, const std::string& query) {
+    std::string error;
+    std::vector<std::string> found;
+    for (auto& row : db.rows(query, &error, "NULL")) {
+        found.push_back(std::move(row.front()));
     }
-    std::vector<std::string> cells(const std::string& query) {
-        std::vector<std::string> found;
-        const std::string error = run(query, [&](int count, char** row) {
-            for (int i = 0; i < count; ++i) {
-                found.emplace_back(row[i] != nullptr ? row[i] : "NULL");
-            }
-        });
-        if (!error.empty()) {
-            found.push_back("cannot read: " + error);
-        }
-        return found;
+    if (!error.empty()) {
+        found.push_back("cannot read: " + error);
     }
-
-private:
-    sqlite3* m_db = nullptr;
-};
+    return found;
+}
 
 /// An expression that gives a row of @p table as one text.
-std::string rowExpression(Connection& db, const std::string& table) {
+std::string rowExpression(const Sql& db, const std::string& table) {
     std::string expression;
     for (const std::string& column :
-         db.cells("SELECT name FROM pragma_table_info('" + table + "')")) {
+         cells(db, "SELECT name FROM pragma_table_info('" + table + "')")) {
         expression += expression.empty() ? "" : "||','||";
         expression += "quote(\"" + column + "\")";
     }
@@ -162,21 +120,18 @@ std::string Outcome::reason() const {
                                                                                   : std::string();
 }
 
-Scene::Scene(const std::filesystem::path& parent)
-    : m_place(parent),
-      m_context(std::make_unique<SceneContext>()),
-      m_framework(std::make_unique<SceneFramework>()) {}
+Scene::Scene() : m_framework(std::make_unique<SceneFramework>()) {
+    m_phone.context.services["LocalMgmtIfc"] = &m_management;
+}
 
 Scene::~Scene() = default;
 
 void Scene::start() {
-    stop();
-    m_service = std::make_unique<DataAccessService>();
-    m_service->init(*m_context);
+    m_phone.start();
 }
 
 void Scene::stop() {
-    m_service.reset();
+    m_phone.stop();
 }
 
 Outcome Scene::call(const std::string& request) {
@@ -188,7 +143,8 @@ Outcome Scene::call(const Method& method) {
     m_framework->request = &method;
     m_framework->reply = Method();
     try {
-        m_framework->invoker.handleMessage(m_service.get(), "m", 1,
+        DataAccessService* const service = m_phone.isRunning() ? &m_phone.service() : nullptr;
+        m_framework->invoker.handleMessage(service, "m", 1,
                                            new SceneResponse(outcome.replied));
     } catch (const std::exception&) {
         outcome.threw = true;
@@ -199,20 +155,21 @@ Outcome Scene::call(const Method& method) {
 }
 
 std::string Scene::sql(const std::string& statements) const {
-    return Connection(database()).run(statements);
+    return connect(database()).run(statements);
 }
 
 Contents Scene::contents() const {
-    Connection db(database());
+    const Sql db = connect(database());
     Contents all;
     for (const std::string& table :
-         db.cells("SELECT name FROM sqlite_master WHERE type = 'table' AND name <> "
-                  "'sqlite_sequence'")) {
+         cells(db,
+               "SELECT name FROM sqlite_master WHERE type = 'table' AND name <> "
+               "'sqlite_sequence'")) {
         // Encrypted text differs each time that the same password is encrypted.
         static const std::regex encrypted("das1:[^']*");
         auto& rows = all[table];
         for (const std::string& row :
-             db.cells("SELECT " + rowExpression(db, table) + " FROM \"" + table + "\"")) {
+             cells(db, "SELECT " + rowExpression(db, table) + " FROM \"" + table + "\"")) {
             rows.insert(std::regex_replace(row, encrypted, "das1:"));
         }
     }
@@ -220,12 +177,12 @@ Contents Scene::contents() const {
 }
 
 std::string Scene::integrity() const {
-    const auto cells = Connection(database()).cells("PRAGMA integrity_check");
-    return cells.empty() ? "nothing" : cells.front();
+    const auto lines = cells(connect(database()), "PRAGMA integrity_check");
+    return lines.empty() ? "nothing" : lines.front();
 }
 
 std::string Scene::whatIsHeld() {
-    DatabaseAdapter* const adapter = m_service->getAdapter();
+    DatabaseAdapter* const adapter = m_phone.service().getAdapter();
     if (adapter == nullptr) {
         return {};
     }
@@ -234,7 +191,7 @@ std::string Scene::whatIsHeld() {
         adapter->give_sema4();
         return "the lock of the adapter";
     }
-    Connection db(database());
+    const Sql db = connect(database());
     if (!db.run("BEGIN EXCLUSIVE; ROLLBACK;").empty()) {
         return "the database";
     }
@@ -266,15 +223,6 @@ std::string sample(const Contents& rows) {
                 "; ";
     }
     return text;
-}
-
-std::string readText(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void writeText(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
 }
 
 Report isolated(const std::function<void(const std::function<void(const std::string&)>&)>& work,

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "Method.h"
-#include "Place.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
+#include "testkit/RecordingManagement.h"
 
-class DataAccessService;
 class SceneFramework;
-class SceneContext;
 
 /// What came back for one message.
 struct Outcome {
@@ -38,7 +38,7 @@ using Contents = std::map<std::string, std::multiset<std::string>>;
  */
 class Scene {
 public:
-    explicit Scene(const std::filesystem::path& parent);
+    Scene();
     ~Scene();
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
@@ -46,13 +46,13 @@ public:
     /// Starts a service on what is there. An exception of the start passes through.
     void start();
     void stop();
-    bool hasService() const { return m_service != nullptr; }
+    bool hasService() const { return m_phone.isRunning(); }
 
     Outcome call(const Method& method);
     Outcome call(const std::string& request);
 
-    std::filesystem::path database() const { return m_place.path("phone.db"); }
-    std::string onDevice(const std::string& path) const { return m_place.path("root") + path; }
+    std::filesystem::path database() const { return m_place.database(); }
+    std::string onDevice(const std::string& path) const { return m_place.onDevice(path); }
 
     /// Runs statements over a connection of its own. The words of a failure; empty for none.
     std::string sql(const std::string& statements) const;
@@ -64,19 +64,16 @@ public:
     std::string whatIsHeld();
 
 private:
-    Bench::Place m_place;
-    std::unique_ptr<SceneContext> m_context;
+    const ScratchPlace m_place;
+    RecordingManagement m_management;
+    Phone m_phone;
     std::unique_ptr<SceneFramework> m_framework;
-    std::unique_ptr<DataAccessService> m_service;
 };
 
 /// Rows of @p whole that @p part does not have.
 Contents without(const Contents& whole, const Contents& part);
 /// The first few rows of @p rows, for a finding.
 std::string sample(const Contents& rows);
-
-std::string readText(const std::string& path);
-void writeText(const std::string& path, const std::string& text);
 
 /// What a piece of work in a process of its own told, and how the process ended.
 struct Report {

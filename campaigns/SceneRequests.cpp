@@ -1,20 +1,11 @@
 #include "SceneRequests.h"
 
-#include "Schemas.h"
+#include "testkit/Schemas.h"
 
 namespace SceneRequests {
 
-std::string element(const std::string& name, const std::string& text) {
-    return "<" + name + ">" + text + "</" + name + ">";
-}
-
 std::string entry(const std::string& content) {
     return element("Entry", content);
-}
-
-std::string message(const std::string& schema, const std::string& reason, const std::string& body) {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" + schema + "\">" +
-           element("ReasonForMessage", reason) + body + "</Schema>";
 }
 
 std::string contact(const std::string& number, const std::string& surname) {
@@ -75,7 +66,7 @@ void fill(Scene& scene) {
 }
 
 std::string oldDatabase(const std::string& name) {
-    return readText(std::string(DAS_DATABASES_DIR "/") + name + ".sql");
+    return readFile(std::string(DAS_DATABASES_DIR "/") + name + ".sql");
 }
 
 std::string oldestDatabase(int contacts) {

@@ -5,14 +5,15 @@
 #include <vector>
 
 #include "Scene.h"
+#include "testkit/Messages.h"
 
 /// Requests and contents that the campaigns on faults have in common.
 namespace SceneRequests {
 
-std::string element(const std::string& name, const std::string& text);
+using xml::element;
+using xml::message;
+
 std::string entry(const std::string& content);
-std::string message(const std::string& schema, const std::string& reason,
-                    const std::string& body = {});
 
 /// An entry of a contact. A number makes it that contact; "" a new one.
 std::string contact(const std::string& number, const std::string& surname);

@@ -150,7 +150,7 @@ def older_database(place, calls_in_it=5000):
 
 def lock_start(place):
     """Another user's lock on the file next to the socket."""
-    place.lock = open(place.path / f".{place.socket.name}.das-start", "w", encoding="ascii")
+    place.lock = open(place.place / f".{place.path.name}.das-start", "w", encoding="ascii")
     fcntl.flock(place.lock, fcntl.LOCK_EX)
 
 
@@ -171,7 +171,7 @@ def check_starts(campaign):
     for prepare in (older_database, lock_start, lock_folder, make_lists_pipes):
         with Place(campaign) as place:
             prepare(place)
-            host = place.popen("serve", "--socket", place.socket)
+            host = place.popen("serve", "--socket", place.path)
             time.sleep(campaign.random.uniform(0.3, 1))
             check_end(campaign, host, f"a start: {prepare.__name__}")
             campaign.count("starts that were ended")

@@ -50,7 +50,7 @@ class HonestClients:
 
     def __init__(self, place):
         self.pipe, other = multiprocessing.Pipe()
-        self.process = multiprocessing.Process(target=be_honest, args=(place.socket, other))
+        self.process = multiprocessing.Process(target=be_honest, args=(place.path, other))
         self.process.start()
 
     def waits(self):
@@ -135,7 +135,7 @@ def be_broken(_, wire, is_over):
 
 def come_and_go(place, _, is_over):
     for number in iter(is_over.is_set, True):
-        wire = Wire(place.socket)
+        wire = Wire(place.path)
         wire.exchange(call("AddListener"))
         wire.exchange(call("AddLogListener", Level=6))
         wire.close()

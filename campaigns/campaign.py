@@ -55,19 +55,3 @@ class Campaign:
         for name, value in self.figures.items():
             print(f"{self.name}: {name} {value}")
         return 0 if self.findings == 0 else 1
-
-
-class Place:
-    """A database folder and a device root, emptied by make()."""
-
-    def __init__(self, folder):
-        self.folder, self.db, self.root = folder, folder / "db", folder / "root"
-        self.database = self.db / "phone.db"
-        clean = {name: value for name, value in os.environ.items() if not name.startswith("DAS_")}
-        self.environment = {**clean, "DB_PATH": str(self.db), "DAS_ROOT": str(self.root)}
-
-    def make(self):
-        shutil.rmtree(self.folder, ignore_errors=True)
-        for folder in (self.db, self.root / "data", self.root / "tmp", self.root / "Aurel_Deploy"):
-            folder.mkdir(parents=True)
-        shutil.copy(SOURCES / "deploy/DasGenConfigDeviceDataItems.csv", self.root / "Aurel_Deploy")

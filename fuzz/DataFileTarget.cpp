@@ -117,7 +117,7 @@ void takeDataFile(std::string_view input) {
     const std::string text(input.substr(1));
     try {
         if (chosen < std::size(Readers)) {
-            FuzzPlace::get().write(FuzzPlace::get().onDevice(File), text);
+            writeFile(FuzzPlace::get().onDevice(File), text);
             Readers[chosen]();
         } else {
             cutLines(text);

@@ -6,14 +6,13 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "Damage.h"
-#include "FullDatabase.h"
-#include "LogCapture.h"
+#include "testkit/FullDatabase.h"
+#include "testkit/LogCapture.h"
+#include "testkit/Messages.h"
 #include "OddStatements.h"
 #include "Stage.h"
 #include "Target.h"
@@ -53,40 +52,33 @@ std::string copyPath() {
     return databasePath() + ".before-upgrade";
 }
 
-std::string bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::size_t byteAt(std::string_view input, std::size_t place) {
     return static_cast<unsigned char>(input[place]);
 }
 
 /// A cache of a few pages: they leave it, and the journal in front of them, before the end.
 std::string journalOf(const std::string& path) {
-    sqlite3* db = nullptr;
-    sqlite3_open(path.c_str(), &db);
-    FullDatabase::execute(db, "PRAGMA cache_size = 2; BEGIN");
-    for (const std::string& table : FullDatabase::texts(
-             db, "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sq%'")) {
-        FullDatabase::execute(db, "DELETE FROM " + table);
+    const Sql db(path);
+    db.mustRun("PRAGMA cache_size = 2; BEGIN");
+    for (const std::string& table : db.texts(
+             "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sq%'")) {
+        db.mustRun("DELETE FROM " + table);
     }
-    std::string left = bytesOf(path + "-journal");
-    FullDatabase::execute(db, "ROLLBACK");
-    sqlite3_close(db);
+    std::string left = readFile(path + "-journal");
+    db.mustRun("ROLLBACK");
     return left;
 }
 
 void keepBase() {
-    std::string bytes = bytesOf(databasePath());
+    std::string bytes = readFile(databasePath());
     bases.push_back({std::move(bytes), journalOf(databasePath())});
 }
 
 void placeBeside(std::size_t kind, std::size_t place) {
     if (kind == Journal) {
-        FuzzPlace::get().write(journalPath(), bases[place % bases.size()].journal);
+        writeFile(journalPath(), bases[place % bases.size()].journal);
     } else {
-        FuzzPlace::get().write(copyPath(), bytesOf(databasePath()));
+        writeFile(copyPath(), readFile(databasePath()));
     }
 }
 
@@ -95,9 +87,9 @@ void change(std::string_view input) {
     const std::size_t place = byteAt(input, 1) << 16U | byteAt(input, 2) << 8U | byteAt(input, 3);
     const auto value = static_cast<std::uint8_t>(byteAt(input, 4));
     if (kind < FirstStatement) {
-        std::string bytes = bytesOf(databasePath());
+        std::string bytes = readFile(databasePath());
         Damage{static_cast<Damage::Kind>(kind), place, value}.apply(bytes);
-        FuzzPlace::get().write(databasePath(), bytes);
+        writeFile(databasePath(), bytes);
     } else if (kind < FirstBeside) {
         OddStatement{static_cast<OddStatement::Kind>(kind - FirstStatement), place, value}.apply(
             databasePath());
@@ -109,7 +101,7 @@ void change(std::string_view input) {
 void makeFiles(std::string_view input) {
     const std::size_t chosen = input.empty() ? 0 : byteAt(input, 0) % (bases.size() + 1);
     input.remove_prefix(std::min<std::size_t>(1, input.size()));
-    FuzzPlace::get().write(databasePath(),
+    writeFile(databasePath(),
                            chosen == 0 ? input : std::string_view(bases[chosen - 1].bytes));
     for (std::size_t i = 0; chosen > 0 && i < MostChanges && input.size() >= ChangeSize; ++i) {
         change(input);
@@ -125,14 +117,11 @@ bool isWhole(const std::string& request, const std::string& answer) {
 }
 
 void startAndAsk() {
-    struct : Context {
-        Executable* findService(const std::string&) override { return nullptr; }
-    } context;
-    DataAccessService service;
-    service.init(context);
+    Phone phone;
+    phone.start();
     for (const std::string& request : requests) {
         try {
-            require(isWhole(request, service.processRequest(request)), "the answer is not whole");
+            require(isWhole(request, phone.service().processRequest(request)), "the answer is not whole");
         } catch (const std::exception&) {
             // As of any request: all is released, and the next one is served.
         }
@@ -158,9 +147,9 @@ void beginDatabase() {
     }
     for (const char* schema : {"PhoneBook", "CallLogMissedCalls", "CallLogAndPhoneBook",
                                "FeatureKeys", "StimulusKeySettings", "AudioSettings"}) {
-        requests.push_back(FullDatabase::message(schema, "read_request"));
+        requests.push_back(xml::message(schema, "read_request"));
     }
-    requests.push_back(FullDatabase::message("PhoneBook", "write_request",
+    requests.push_back(xml::message("PhoneBook", "write_request",
                                              "<Entry><Surname>New</Surname></Entry>"));
     requests.emplace_back("saveContactsToCSV");
 }

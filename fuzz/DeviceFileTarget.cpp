@@ -101,7 +101,7 @@ void takeDeviceFile(std::string_view input) {
         if (reader.file == nullptr) {
             reader.readText(std::string(input.substr(1)));
         } else {
-            FuzzPlace::get().write(FuzzPlace::get().onDevice(reader.file), input.substr(1));
+            writeFile(FuzzPlace::get().onDevice(reader.file), input.substr(1));
             reader.read();
         }
     } catch (const std::exception&) {

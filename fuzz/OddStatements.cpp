@@ -1,11 +1,8 @@
 #include "OddStatements.h"
 
-#include <memory>
 #include <vector>
 
-#include "FullDatabase.h"
-
-#include <sqlite3.h>
+#include "testkit/Sql.h"
 
 namespace {
 
@@ -70,21 +67,18 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 }  // namespace
 
 void OddStatement::apply(const std::string& file) const {
-    sqlite3* opened = nullptr;
-    sqlite3_open(file.c_str(), &opened);
-    const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> db(opened, sqlite3_close);
-    const auto tables = FullDatabase::texts(db.get(), Tables);
+    const Sql db(file);
+    const auto tables = db.texts(Tables);
     if (tables.empty()) {
         return;
     }
     const std::string& table = tables[place % tables.size()];
-    const auto columns =
-        FullDatabase::texts(db.get(), "SELECT name FROM pragma_table_info('" + table + "')");
+    const auto columns = db.texts("SELECT name FROM pragma_table_info('" + table + "')");
     const auto& statements = *Statements[kind];
     std::string sql = replaced(statements[value % statements.size()], "%T", table);
     if (!columns.empty()) {
         sql = replaced(sql, "%C", columns[place / tables.size() % columns.size()]);
     }
     const std::string permission = "PRAGMA synchronous=OFF; PRAGMA writable_schema=ON;";
-    sqlite3_exec(db.get(), (permission + sql).c_str(), nullptr, nullptr, nullptr);
+    (void)db.run(permission + sql);
 }

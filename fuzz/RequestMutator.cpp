@@ -1,9 +1,7 @@
 #include "RequestMutator.h"
 
-#include <sqlite3.h>
-
-#include "FullDatabase.h"
-#include "Schemas.h"
+#include "testkit/FullDatabase.h"
+#include "testkit/Schemas.h"
 #include "Stage.h"
 
 namespace {
@@ -60,17 +58,10 @@ const char* const Values[] = {"",
 
 std::vector<std::string> columnNames() {
     std::vector<std::string> names(std::begin(Structure), std::end(Structure));
-    sqlite3* db = nullptr;
-    sqlite3_open(FuzzPlace::get().database().c_str(), &db);
-    const auto collect = [](void* out, int, char** cells, char**) {
-        static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0]);
-        return 0;
-    };
-    sqlite3_exec(db,
-                 "SELECT DISTINCT c.name FROM sqlite_master m, pragma_table_info(m.name) c "
-                 "WHERE m.type = 'table'",
-                 collect, &names, nullptr);
-    sqlite3_close(db);
+    const auto columns = Sql(FuzzPlace::get().database())
+                             .texts("SELECT DISTINCT c.name FROM sqlite_master m, "
+                                    "pragma_table_info(m.name) c WHERE m.type = 'table'");
+    names.insert(names.end(), columns.begin(), columns.end());
     return names;
 }
 

@@ -1,11 +1,8 @@
 #include "Stage.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <fstream>
-
-#include "FullDatabase.h"
+#include "testkit/FullDatabase.h"
 #include "Log.h"
 #include "Target.h"
 #include "database/DatabaseAdapter.h"
@@ -24,17 +21,11 @@ const char* const Folders[] = {"/",    "/data",         "/data/ringtones",   "/d
 
 fs::path parent() {
     const char* const given = std::getenv("DAS_FUZZ_PLACE");
-    if (given != nullptr) {
-        return given;
-    }
-    const char* const memory = "/dev/shm";
-    return ::access(memory, W_OK) == 0 ? fs::path(memory) : fs::temp_directory_path();
+    return given != nullptr ? given : ScratchFolder::memory();
 }
 
-void copy(sqlite3* to, sqlite3* from) {
-    sqlite3_backup* const backup = sqlite3_backup_init(to, "main", from, "main");
-    require(sqlite3_backup_step(backup, -1) == SQLITE_DONE, "the database can't be put back");
-    sqlite3_backup_finish(backup);
+void copy(const Sql& to, const Sql& from) {
+    require(to.copyFrom(from), "the database can't be put back");
 }
 
 unsigned long inodeOf(const std::string& path) {
@@ -50,7 +41,6 @@ FuzzPlace& FuzzPlace::get() {
 }
 
 FuzzPlace::FuzzPlace() : m_place(parent()) {
-    ::unsetenv("DAS_HARDWARE");
     // All levels, so that the making of each entry is tried too.
     Log::setLevel(6);
     Log::setSink([](const Log::Entry&) {});
@@ -73,10 +63,6 @@ FuzzPlace::Times FuzzPlace::times() const {
     return times;
 }
 
-void FuzzPlace::write(const std::string& path, std::string_view bytes) const {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
 void FuzzPlace::tidy() {
     if (times() == m_times) {
         return;
@@ -88,51 +74,43 @@ void FuzzPlace::tidy() {
     m_times = times();
 }
 
-Stage::Stage() : m_whole(nullptr, sqlite3_close) {
+Stage::Stage() {
     (void)FuzzPlace::get();
     start();
-    FullDatabase::fill(*m_service);
-    m_file.reset();
+    FullDatabase::fill(service());
     watch();
-    sqlite3* memory = nullptr;
-    sqlite3_open(":memory:", &memory);
-    m_whole.reset(memory);
-    copy(memory, m_file.get());
+    copy(m_whole, m_file);
     putBack();
 }
 
 Stage::~Stage() = default;
 
 void Stage::setContext(Context& context) {
-    m_context = &context;
+    m_phone.given = &context;
     startAnew();
 }
 
 void Stage::start() {
-    m_service.reset();
-    m_service = std::make_unique<DataAccessService>();
-    m_service->init(*m_context);
-    (void)m_service->getAdapter()->executeNonQuery("PRAGMA synchronous=OFF;");
+    m_phone.start();
+    (void)service().getAdapter()->executeNonQuery("PRAGMA synchronous=OFF;");
     m_inputs = 0;
 }
 
 void Stage::watch() {
-    sqlite3* file = nullptr;
-    sqlite3_open(FuzzPlace::get().database().c_str(), &file);
-    m_file.reset(file);
-    FullDatabase::execute(file, "PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF;");
+    m_file = Sql(FuzzPlace::get().database());
+    m_file.mustRun("PRAGMA synchronous=OFF; PRAGMA journal_mode=OFF;");
     m_inode = inodeOf(FuzzPlace::get().database());
 }
 
 void Stage::makeFile() {
-    m_file.reset();
+    m_file = Sql(nullptr);
     (void)fs::remove(FuzzPlace::get().database());
     watch();
-    copy(m_file.get(), m_whole.get());
+    copy(m_file, m_whole);
 }
 
 void Stage::startAnew() {
-    m_service.reset();
+    m_phone.stop();
     makeFile();
     start();
     putBack();
@@ -140,9 +118,9 @@ void Stage::startAnew() {
 
 void Stage::reopen() {
     makeFile();
-    m_service->constructorActions();
-    (void)m_service->setProfile("base");  // opens the service again
-    (void)m_service->getAdapter()->executeNonQuery("PRAGMA synchronous=OFF;");
+    service().constructorActions();
+    (void)service().setProfile("base");  // opens the service again
+    (void)service().getAdapter()->executeNonQuery("PRAGMA synchronous=OFF;");
     putBack();
     m_inputs += InputsOfAReset;
 }
@@ -152,17 +130,11 @@ bool Stage::isSameFile() const {
 }
 
 long long Stage::version() const {
-    long long version = 0;
-    const auto take = [](void* out, int, char** cells, char**) {
-        *static_cast<long long*>(out) = std::strtoll(cells[0], nullptr, 10);
-        return 0;
-    };
-    sqlite3_exec(m_file.get(), "PRAGMA data_version", take, &version, nullptr);
-    return version;
+    return std::strtoll(m_file.cell("PRAGMA data_version").c_str(), nullptr, 10);
 }
 
 void Stage::putBack() {
-    copy(m_file.get(), m_whole.get());
+    copy(m_file, m_whole);
     GeneralConfigurationDAO::clearStaticCaches();
     m_version = version();
 }
@@ -177,9 +149,9 @@ void Stage::restore(int weight) {
     } else if (version() != m_version) {
         putBack();
     }
-    DatabaseAdapter& adapter = *m_service->getAdapter();
+    DatabaseAdapter& adapter = *service().getAdapter();
     require(adapter.beginTransaction() == 0 && adapter.endTransaction() == 0,
             "a transaction was left open");
     DatabaseAdapter::setWhetherRequestContentShowableOnTheAurelTrace(true);
-    (void)m_service->setCurrentUser("base");
+    (void)service().setCurrentUser("base");
 }

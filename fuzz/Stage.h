@@ -1,17 +1,14 @@
 #ifndef STAGE_H
 #define STAGE_H
 
-#include <sqlite3.h>
-
 #include <array>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "Context.h"
-#include "Place.h"
-#include "service/DataAccessService.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
+#include "testkit/Sql.h"
 
 /// The folder of a process: database and device root, in memory where that can be had. It goes at
 /// the end of the process.
@@ -19,11 +16,9 @@ class FuzzPlace {
 public:
     static FuzzPlace& get();
 
-    std::string database() const { return m_place.path("phone.db"); }
+    std::string database() const { return m_place.database(); }
     /// Where the path @p path of the telephone stands.
-    std::string onDevice(const std::string& path) const { return m_place.path("root") + path; }
-
-    void write(const std::string& path, std::string_view bytes) const;
+    std::string onDevice(const std::string& path) const { return m_place.onDevice(path); }
 
     /// Removes what was written below the device root, if anything was.
     void tidy();
@@ -35,7 +30,7 @@ private:
     Times times() const;
     void makeFolders() const;
 
-    Bench::Place m_place;
+    ScratchPlace m_place;
     Times m_times;
 };
 
@@ -47,8 +42,8 @@ public:
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
 
-    DataAccessService& service() { return *m_service; }
-    /// Stands for the services beside this one in every later start; not owned.
+    DataAccessService& service() { return m_phone.service(); }
+    /// Stands for the services next to this one in every later start; not owned.
     void setContext(Context& context);
 
     /// Puts database, files, user and caches back, and tells by require() when the last input left
@@ -57,11 +52,6 @@ public:
     void restore(int weight = 1);
 
 private:
-    struct NoServices : Context {
-        Executable* findService(const std::string&) override { return nullptr; }
-    };
-    using Database = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
-
     void start();
     void startAnew();
     void reopen();
@@ -71,11 +61,9 @@ private:
     long long version() const;
     void putBack();
 
-    NoServices m_noServices;
-    Context* m_context = &m_noServices;
-    Database m_whole;  ///< in memory: how the database is to be
-    Database m_file{nullptr, sqlite3_close};
-    std::unique_ptr<DataAccessService> m_service;
+    const Sql m_whole{":memory:"};  ///< how the database is to be
+    Sql m_file{nullptr};
+    Phone m_phone;
     long long m_version = 0;
     unsigned long m_inode = 0;
     int m_inputs = 0;  ///< since the last start

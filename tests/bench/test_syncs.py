@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "host"))
-from test_das import DAS, READ_ALL, UPDATED, HostTest, update  # noqa: E402
+from host_test import DAS, HostTest, READ_ALL, UPDATED, update  # noqa: E402
 
 COUNT = "SELECT COUNT(*) FROM FEATURE_KEYS"
 ROW = " WHERE UserContext = 'base' AND Id = 100"

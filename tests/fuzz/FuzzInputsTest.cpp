@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 
 #include "Target.h"
+#include "testkit/Place.h"
 
 namespace {
 
@@ -30,9 +30,8 @@ TEST_P(FuzzInputsTest, EveryInputIsTaken) {
         const auto folder = std::filesystem::path(DAS_SOURCE_DIR) / "fuzz" / kind / GetParam();
         std::error_code noFolder;  // a target without findings has none
         for (const auto& each : std::filesystem::directory_iterator(folder, noFolder)) {
-            std::ifstream file(each.path(), std::ios::binary);
             SCOPED_TRACE(each.path());
-            target->take(std::string(std::istreambuf_iterator<char>(file), {}));
+            target->take(readFile(each.path()));
             ++inputs;
         }
     }

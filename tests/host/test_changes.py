@@ -14,12 +14,10 @@ import time
 import unittest
 from pathlib import Path
 
-from test_das import SANITIZED, SOURCES, request
-from test_remote import PATIENCE, RemoteTest, answered, asked, call, xml_call
+from host_test import (PATIENCE, RemoteTest, SANITIZED, SOURCES, answered, asked, call, request,
+                       xml_call)
 
-sys.path.insert(0, str(SOURCES / "clients" / "python"))
-
-from dasclient import Changed, Client  # noqa: E402
+from dasclient import Changed, Client
 
 ANYTHING = ("", "", "", "")
 EXAMPLES = SOURCES / "examples" / "clients"

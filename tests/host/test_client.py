@@ -10,13 +10,10 @@ import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from test_das import DAS, SOURCES
-from test_remote import RemoteTest
+from host_test import DAS, PATIENCE, SOURCES, RemoteTest, asked, label_answer, read_label, request
 
-sys.path.insert(0, str(SOURCES / "clients" / "python"))
-
-import dasclient  # noqa: E402
-from dasclient import (Client, ConnectionLost, DasError, ProfileChanged, Reconnected,  # noqa: E402
+import dasclient
+from dasclient import (Client, ConnectionLost, DasError, ProfileChanged, Reconnected,
                        Refused, StatusChanged)
 
 ODD = "O'Brien & Sons <b>\"x\"</b> \\, \u00e4\u6f22\U0001f600 %_ \t--"
@@ -213,6 +210,46 @@ class Example(ClientTest):
         self.assertEqual(run.returncode, 0, run.stdout)
         shown = [block.split("```")[0] for block in text.split("```text\n")[1:]]
         self.assertEqual(run.stdout, "".join(shown))
+
+
+class Clients(RemoteTest):
+    EXAMPLES = SOURCES / "examples" / "clients"
+
+    def test_the_example_clients_talk_to_one_host_beside_das_call(self):
+        self.serve()
+        label = "Zo\u00eb's & co"
+        run = self.das(self.path, "100", label, program=self.EXAMPLES / "label.py")
+        self.assertEqual((run.returncode, run.answers), (0, ["base", label]), run.errors)
+        again = self.remote("call", "processRequest", f"Request={read_label()}",
+                            "RequestLength=999")
+        self.assertEqual(again.answers, ["Response=" + label_answer(label.replace("&", "&amp;"))],
+                         "markup is stored escaped")
+        self.assertEqual(self.das(self.path, "9999999999x", label,
+                                  program=self.EXAMPLES / "label.py").returncode, 1)
+
+    def test_the_listening_client_tells_each_change_until_the_host_ends(self):
+        self.serve()
+        client = subprocess.Popen([DAS.parent / "das_example_contacts", self.path],
+                                  stdout=subprocess.PIPE, text=True)
+        self.addCleanup(client.stdout.close)
+        self.addCleanup(client.wait)
+        self.addCleanup(client.kill)
+        self.assertEqual(client.stdout.readline(), "base has 0 contacts\n")
+        entry = "<Entry><Surname>A</Surname></Entry>"
+        wire = self.wire()
+        wire.exchange(call("setProfile", NewProfile="visitor"))
+        self.assertEqual(client.stdout.readline(), "visitor has 0 contacts\n")
+        wire.exchange(asked(request("write_request", entry, schema="PhoneBook")))
+        self.assertEqual(client.stdout.readline(), "visitor has 1 contacts\n")
+        for user, count in (("base", 0), ("visitor", 1)):
+            wire.exchange(call("setProfile", NewProfile=user))
+            self.assertEqual(client.stdout.readline(), f"{user} has {count} contacts\n")
+        self.end_host()
+        self.assertEqual((client.wait(PATIENCE), client.stdout.read()), (1, ""))
+
+    def test_the_shell_client_serves_itself(self):
+        run = self.das(DAS, program=self.EXAMPLES / "user.sh")
+        self.assertEqual((run.returncode, run.answers), (0, ["user: base", "keys: 177"]), run.errors)
 
 
 if __name__ == "__main__":

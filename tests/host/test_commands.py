@@ -3,102 +3,25 @@
 Usage: test_commands.py DAS sanitizers=NAMES [unittest arguments]
 """
 import csv
-import fcntl
 import io
 import json
 import os
-import pty
 import re
-import resource
-import select
 import shlex
 import shutil
-import signal
-import socket
-import sqlite3
-import struct
 import subprocess
-import tempfile
-import termios
+import time
 import unicodedata
 import unittest
-from contextlib import ExitStack, closing
 from pathlib import Path
 
-from test_das import DAS, NOBODY, PLATFORM, SANITIZED, SERVICE, SOURCES, HostTest, request
-from test_remote import PATIENCE, RemoteTest, Wire, answered, asked, call, xml_call
-
-BOOK = "base,,Name,,089\n"
+from host_test import DAS, PATIENCE, SOURCES, DemoTest, request
 
 
 def columns_of(text):
     """Columns that a line takes on a terminal."""
     return sum(0 if unicodedata.combining(c) else 2 if unicodedata.east_asian_width(c) in "WF" else 1
                for c in text)
-
-
-class DemoTest(RemoteTest):
-    """Each test plays with a telephone of its own, a copy of one that was made once."""
-
-    @classmethod
-    def setUpClass(cls):
-        super().setUpClass()
-        cls.master = Path(tempfile.mkdtemp(prefix="das-demo-"))
-        cls.addClassCleanup(shutil.rmtree, cls.master)
-        subprocess.run([DAS, "demo", cls.master / "telephone"], check=True, capture_output=True)
-
-    def setUp(self):
-        super().setUp()
-        for folder in (self.db, self.root):
-            shutil.rmtree(folder)
-        shutil.copytree(self.master / "telephone", self.place, dirs_exist_ok=True)
-        self.path = self.place / "das.sock"
-
-    def good(self, *arguments, **more):
-        run = self.das(*arguments, **more)
-        self.assertEqual((run.returncode, run.errors), (0, ""), arguments)
-        return run.stdout.decode()
-
-    def rows(self, *arguments):
-        return json.loads(self.good(*arguments, "--output", "json"))
-
-    def sql(self, *statements):
-        with closing(sqlite3.connect(self.db / "phone.db")) as database, database:
-            return [database.execute(statement).fetchall() for statement in statements][-1]
-
-    def on_terminal(self, *arguments, columns=80, typed=(), env=None, edits=True):
-        """What a terminal of that width shows; each text typed waits for the words before it, and for
-        the editor where lines are edited."""
-        screen, terminal = pty.openpty()
-        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
-        environment = self.environment(TERM="xterm", LC_ALL="C.UTF-8", **env or {})
-        shown = b""
-        with subprocess.Popen([DAS, *arguments], env=environment, cwd=self.place, stdin=terminal,
-                              stdout=terminal, stderr=terminal, start_new_session=True,
-                              preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0)) as process:
-            os.close(terminal)
-            waiting = list(typed)
-            seen = 0
-            while True:
-                if waiting and waiting[0][0].encode() in shown[seen:]:
-                    seen = len(shown)
-                    while edits and process.poll() is None and termios.tcgetattr(screen)[3] & termios.ICANON:
-                        pass  # the editor is about to take over
-                    os.write(screen, waiting.pop(0)[1].encode())
-                if not select.select([screen], [], [], PATIENCE)[0]:
-                    process.kill()
-                    self.fail(f"nothing comes any more, {waiting}: {shown.decode()}")
-                try:
-                    piece = os.read(screen, 65536)
-                except OSError:
-                    break
-                if not piece:
-                    break
-                shown += piece
-            self.assertFalse(waiting, f"never came: {waiting}\n{shown.decode()}")
-            os.close(screen)
-            process.wait(PATIENCE)
-        return process.returncode, shown.decode()
 
 
 class Data(DemoTest):
@@ -377,13 +300,6 @@ class Help(DemoTest):
                     capture_output=True, check=True, text=True)
                 self.assertEqual((run.stdout.split(), run.stderr), ([expected], ""))
 
-    def wait_for(self, path, process):
-        while True:
-            with socket.socket(socket.AF_UNIX) as client:
-                if client.connect_ex(str(path)) == 0:
-                    return
-            self.assertIsNone(process.poll())
-
     @staticmethod
     def examples(text):
         part = text.split("\nExamples")[1].split("\nExit status")[0]
@@ -401,7 +317,7 @@ class Help(DemoTest):
                         env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                         stderr=subprocess.PIPE) as process:
                     if command == "serve":
-                        self.wait_for(self.place / "other.sock", process)
+                        self.wait_for(process, self.place / "other.sock")
                         process.terminate()
                     elif command == "watch":
                         self.assertEqual(process.stderr.readline(), b"watching\n")
@@ -459,143 +375,6 @@ class Shell(DemoTest):
                     run = self.das("shell", *over, lines=lines)
                     self.assertEqual((run.returncode, run.stdout.decode()), (status, answers),
                                      run.errors)
-
-
-class Ends(DemoTest):
-    COMMANDS = [["read", "PhoneBook"], ["schemas"], ["check"], ["help"], ["profile"],
-                ["search", "1"], ["shell"], ["trace"]]
-
-    def test_a_reader_that_is_gone_ends_each_command(self):
-        for command in self.COMMANDS:
-            with self.subTest(command=command):
-                reader, writer = os.pipe()
-                os.close(reader)
-                with open(writer, "wb") as pipe:
-                    run = self.das(*command, stdout=pipe, lines=["profile"])
-                self.assertEqual((run.returncode, run.errors),
-                                 (141, ""))
-
-    def test_an_import_that_is_interrupted_leaves_the_rows_as_they_were(self):
-        before = self.rows("read", "PhoneBook", "--cols", "Surname,Office")
-        (self.root / "data/book.csv").write_text(BOOK * 400000)
-        screen, terminal = pty.openpty()
-        with subprocess.Popen([DAS, "import", "PhoneBook", "device:/data/book.csv", "--context", "base"],
-                              env=self.environment(DAS_PROGRESS_AFTER="0"), stdin=terminal,
-                              stdout=terminal, stderr=terminal, start_new_session=True) as process:
-            os.close(terminal)
-            shown = b""
-            while not re.search(rb"import, [1-9]\d* rows, \d+ %", shown):
-                shown += os.read(screen, 4096)
-            process.send_signal(signal.SIGINT)
-            while b"taken back" not in shown:
-                shown += os.read(screen, 4096)
-            self.assertEqual(process.wait(PATIENCE), 130)
-            os.close(screen)
-        self.assertEqual(self.rows("read", "PhoneBook", "--cols", "Surname,Office"), before)
-
-    def test_a_host_that_is_silent_is_waited_for_and_its_end_is_told(self):
-        with socket.socket(socket.AF_UNIX) as silent:
-            silent.bind(str(self.path))
-            silent.listen()
-            screen, terminal = pty.openpty()
-            with subprocess.Popen([DAS, "profile", "--socket", self.path], stdin=terminal,
-                                  env=self.environment(), stdout=subprocess.DEVNULL,
-                                  stderr=terminal) as process:
-                os.close(terminal)
-                client, _ = silent.accept()
-                with client:
-                    shown = os.read(screen, 4096)
-                    self.assertEqual(shown, b"\rwaiting for the host")
-                self.assertEqual(process.wait(PATIENCE), 1)
-                self.assertIn(b"the host has not answered", os.read(screen, 4096))
-                os.close(screen)
-
-    def test_failures_are_told_to_the_client_whose_call_failed(self):
-        self.serve()
-        with closing(Wire(self.path)) as one, closing(Wire(self.path)) as other:
-            failures = lambda wire: json.loads(wire.exchange(call("LastFailures")))["result"]
-            acknowledged = one.exchange(call("exportData", schemaName="Certificates",
-                                             userToExportFor=2, filePathAndName="/tmp/x.csv"))
-            self.assertEqual(acknowledged, answered(Acknowledge=True))
-            self.assertEqual(failures(other), {"Words": "", "HasFailed": False})
-            for _ in range(2):
-                self.assertIn("no such table: CERTIFICATES", failures(one)["Words"])
-                self.assertTrue(failures(one)["HasFailed"])
-            for good in (asked("getCurrentUser"), xml_call("readDirectory")):
-                one.exchange(call("exportData", schemaName="Certificates", userToExportFor=2,
-                                  filePathAndName="/tmp/x.csv"))
-                self.assertTrue(failures(one)["HasFailed"])
-                one.exchange(good)
-                self.assertEqual(failures(one), {"Words": "", "HasFailed": False}, good)
-
-    def test_what_answers_as_no_host_does_is_told(self):
-        lines = {"nothing": b"", "another protocol": b"HTTP/1.1 400 Bad Request\r\n",
-                 "no response": b'{"jsonrpc":"2.0","id":"1","result":{"Response":7}}\n'}
-        with socket.socket(socket.AF_UNIX) as other:
-            other.bind(str(self.path))
-            other.listen()
-            for name, line in lines.items():
-                for command in (["profile"], ["read", "Locale"], ["watch"], ["call", "factoryReset"],
-                                ["trace"])[:2 if name == "no response" else 5]:
-                    with self.subTest(name, command=command), subprocess.Popen(
-                            [DAS, *command, "--socket", self.path], env=self.environment(),
-                            stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
-                        client, _ = other.accept()
-                        client.recv(4096)
-                        client.sendall(line)
-                        client.close()
-                        answers, errors = process.communicate(timeout=PATIENCE)
-                        self.assertEqual((process.returncode, answers), (1, b""), errors)
-                        self.assertRegex(errors, rb"\Adas: the host[^\n]*; [^\n]*no host of das\n\Z")
-
-    def test_an_import_that_the_disk_refuses_leaves_the_rows_as_they_were(self):
-        before = self.rows("read", "PhoneBook")
-        (self.root / "data/book.csv").write_text(BOOK * 20000)
-        room = os.path.getsize(self.db / "phone.db") + 4096
-        run = self.das("import", "PhoneBook", "device:/data/book.csv", "--context", "base",
-                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (room, room)))
-        self.assertEqual(run.returncode, 1, run.errors)
-        self.assertRegex(run.errors, r"das: import PhoneBook: .*disk.*; (see to|make room on) the disk")
-        self.assertEqual(self.rows("read", "PhoneBook"), before)
-
-    @unittest.skipUnless(os.getuid() == 0, "another user is needed")
-    def test_files_that_only_others_may_use_are_told(self):
-        for path in (self.place, self.db, self.root / "data", self.db / "phone.db"):
-            os.chown(path, NOBODY, NOBODY)
-        before = self.rows("read", "PhoneBook")
-        secret = self.root / "data/secret.csv"
-        secret.write_text(BOOK)
-        secret.chmod(0o600)
-        program = self.copy_of_tree(SERVICE, PLATFORM)
-        other = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
-        with subprocess.Popen([program, "serve", "--socket", self.path], env=self.environment(),
-                              stderr=subprocess.DEVNULL, **other) as host, ExitStack() as ended:
-            ended.callback(host.kill)
-            while not self.path.exists():
-                self.assertIsNone(host.poll())
-            for over in ([], ["--socket", self.path]):
-                for command, folder in (("import", "data"), ("export", "data"), ("export", "tmp")):
-                    name = f"device:/{folder}/secret.csv"
-                    run = self.das(command, "PhoneBook", name, "--context", "base", *over,
-                                   program=program, **other)
-                    self.assertEqual(run.returncode, 2,
-                                     run.errors)
-                    self.assertRegex(run.errors, f"das: {command} PhoneBook: .*{name}"
-                                     + ": Permission denied" if not over else f"das: {command} PhoneBook: ")
-            host.terminate()
-        self.assertEqual(self.rows("read", "PhoneBook"), before)
-        (self.db / "phone.db").chmod(0o400)
-        os.chown(self.root / "data/demo.csv", NOBODY, NOBODY)
-        run = self.das("import", "PhoneBook", "device:/data/demo.csv", "--context", "base",
-                       program=program, **other)
-        self.assertEqual(run.returncode, 1, run.errors)
-        self.assertIn("readonly database", run.errors)
-
-    def test_an_upgrade_shows_its_steps_on_a_terminal(self):
-        status, shown = self.on_terminal("profile", env={"DAS_PROGRESS_AFTER": "0"})
-        self.assertEqual(status, 0)
-        self.assertRegex(shown, r"\rupgrade, step [1-9]\d* of \d+: [\w ]+, \d+ %")
-        self.assertNotIn("upgrade", self.good("profile"))
 
 
 if __name__ == "__main__":

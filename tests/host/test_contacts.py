@@ -9,13 +9,10 @@ import sys
 import unittest
 from pathlib import Path
 
-from test_das import SOURCES
-from test_remote import RemoteTest
+from host_test import RemoteTest, SOURCES
 
-sys.path.insert(0, str(SOURCES / "clients" / "python"))
-
-from dasclient import Client, Refused  # noqa: E402
-from dasclient._book import Book  # noqa: E402
+from dasclient import Client, Refused
+from dasclient._book import Book
 
 FILES = SOURCES / "tests" / "host" / "contacts"
 #: The programs need packages of Debian, which another interpreter may not see.

@@ -8,102 +8,11 @@ import re
 import shutil
 import sqlite3
 import subprocess
-import sys
-import tempfile
 import unittest
 from pathlib import Path
 
-SOURCES = Path(__file__).resolve().parents[2]
-DAS = Path(sys.argv.pop(1) if len(sys.argv) > 1 else SOURCES / "build/bin/das").resolve()
-SANITIZED = len(sys.argv) > 1 and sys.argv.pop(1) != "sanitizers="
-LIBRARIES = DAS.parent.parent / "lib"
-SERVICE = "libDataAccessService.so"
-PLATFORM = "libdasplatform.so"
-NOBODY = 65534
-
-HEAD = '<?xml version="1.0" encoding="utf-8"?>'
-
-
-def request(reason, content="", schema="FeatureKeys"):
-    return (f'{HEAD}<Schema name="{schema}"><ReasonForMessage>{reason}</ReasonForMessage>'
-            f"{content}</Schema>")
-
-
-def update(label, key=100):
-    escaped = label.replace("&", "&amp;").replace("<", "&lt;")
-    return request("update_request", f"<Id>{key}</Id><Label>{escaped}</Label>")
-
-
-def read_label(key=100):
-    return request("read_request", f"<ResultCols>Label</ResultCols><Id>{key}</Id>")
-
-
-def label_answer(label):
-    return request("read_response", f"<Entry><Label>{label}</Label></Entry>")
-
-
-def failure(schema="FeatureKeys"):
-    return request("failure", schema=schema)
-
-
-READ_ALL = request("read_request")
-UPDATED = request("update_response")
-
-
-class HostTest(unittest.TestCase):
-    """Gives each test a database folder and a device root of its own."""
-
-    maxDiff = 2000
-
-    def setUp(self):
-        self.place = Path(tempfile.mkdtemp(prefix="das-"))
-        self.addCleanup(shutil.rmtree, self.place)
-        self.place.chmod(0o755)
-        self.db = self.place / "db"
-        self.root = self.place / "root"
-        for folder in (self.db, self.root / "data", self.root / "Aurel_Deploy"):
-            folder.mkdir(parents=True)
-
-    def environment(self, **changes):
-        clean = {name: value for name, value in os.environ.items() if not name.startswith("DAS_")}
-        return {**clean, "DB_PATH": str(self.db), "DAS_ROOT": str(self.root), **changes}
-
-    def das(self, *arguments, lines=(), program=DAS, env=None, **more):
-        """Runs das, with lines on its standard input unless that is given otherwise."""
-        if "stdin" not in more:
-            more["input"] = "".join(f"{line}\n" for line in lines).encode()
-        run = subprocess.run([str(program), *map(str, arguments)], env=self.environment(**env or {}),
-                             stdout=more.pop("stdout", subprocess.PIPE), stderr=subprocess.PIPE,
-                             cwd=self.place, check=False, timeout=240, **more)
-        run.errors = run.stderr.decode("utf-8", "replace")
-        run.answers = (run.stdout or b"").decode("utf-8", "replace").split("\n")
-        if run.stdout:
-            self.assertEqual(run.answers.pop(), "", "the last answer has its line feed")
-        return run
-
-    def file(self, name, content):
-        path = self.place / name
-        path.write_bytes(content if isinstance(content, bytes) else content.encode())
-        return path
-
-    def copy_of_tree(self, *libraries):
-        """A copy of the program in another place, with these libraries beside it."""
-        tree = self.place / "tree"
-        (tree / "bin").mkdir(parents=True)
-        (tree / "lib").mkdir()
-        shutil.copy(DAS, tree / "bin")
-        for library in libraries:
-            for part in LIBRARIES.glob(library + "*"):
-                shutil.copy(part, tree / "lib", follow_symlinks=False)
-        return tree / "bin" / DAS.name
-
-    def run_unprivileged(self, lines, **more):
-        """Runs a copy of das that any user can reach as one who has no special rights."""
-        program = self.copy_of_tree(SERVICE, PLATFORM)
-        if os.getuid() == 0:
-            more.update(user=NOBODY, group=NOBODY, extra_groups=[])
-        return self.das("request", lines=lines, program=program, **more)
-
+from host_test import (DAS, HEAD, LIBRARIES, PLATFORM, READ_ALL, SANITIZED, SERVICE, SOURCES,
+                       UPDATED, HostTest, failure, label_answer, read_label, request, update)
 
 class CommandLine(HostTest):
     def test_exit_status_and_output(self):
@@ -205,17 +114,6 @@ class Messages(HostTest):
                 self.assertEqual(answers, [expected, "base"])
         self.assertEqual(run.answers[-1], label_answer(""), "nothing was changed")
         self.assertEqual(run.returncode, 1)
-
-    def test_an_exception_in_the_service_is_answered_as_failure(self):
-        with sqlite3.connect(self.db / "phone.db") as database:
-            database.execute("CREATE TABLE CANONICAL_LOOK_UP (UserContext TEXT, Id TEXT)")
-            database.execute("INSERT INTO CANONICAL_LOOK_UP VALUES ('base', '0')")
-        database.close()
-        run = self.das("request", lines=[request("read_request", schema="CanonicalLookUp"),
-                                         update("next"), read_label()])
-        self.assertEqual(run.answers, [failure("CanonicalLookUp"), UPDATED, label_answer("next")])
-        self.assertEqual(run.returncode, 1)
-        self.assertRegex(run.errors, r"(?m)^2 DASInvoker \S+:\d+ .*exception")
 
 
 class Streams(HostTest):

@@ -4,22 +4,20 @@ Usage: test_data.py DAS sanitizers=NAMES [unittest arguments]
 """
 import json
 import os
-import re
 import shutil
 import sqlite3
 import stat
-import sys
 import time
 import unittest
 from contextlib import closing
 
-from test_commands import DemoTest, columns_of
-from test_das import SANITIZED, SOURCES
+from host_test import DemoTest, SANITIZED
 
-sys.path.insert(0, str(SOURCES / "clients" / "python"))
+from test_commands import columns_of
 
-from dasclient import Client  # noqa: E402
-from dasclient._answers import FORMS  # noqa: E402
+
+from dasclient import Client
+from dasclient._answers import FORMS
 
 CONTACT = FORMS["PhoneBook"][0]["columns"]
 

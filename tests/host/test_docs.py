@@ -24,7 +24,7 @@ import time
 import unittest
 from pathlib import Path
 
-from test_das import DAS, SOURCES
+from host_test import DAS, SOURCES
 
 PAGES = [SOURCES / "README.md", SOURCES / "SECURITY.md", *sorted((SOURCES / "docs").glob("*.md"))]
 BLOCK = re.compile(r"^```(\w*)\n(.*?)^```$", re.M | re.S)

@@ -7,8 +7,7 @@ import shlex
 import socket
 import unittest
 
-from test_commands import DemoTest
-from test_das import NOBODY, SOURCES
+from host_test import DemoTest, NOBODY, SOURCES
 
 ROWS = SOURCES / "tests" / "host" / "failures.txt"
 

@@ -12,9 +12,7 @@ import subprocess
 import termios
 import unittest
 
-from test_commands import DemoTest
-from test_das import DAS, SOURCES
-from test_remote import PATIENCE
+from host_test import DAS, DemoTest, PATIENCE, SOURCES
 
 CONTACTS = ["base,1,One", "base,2,Two", "base,3,Three", "base,4,Four", "visitor,5,Guest"]
 NAME = f"import-{os.getpid()}.csv"

@@ -16,8 +16,8 @@ import unittest
 from contextlib import closing, contextmanager
 from pathlib import Path
 
-from test_das import DAS, LIBRARIES, PLATFORM, SANITIZED, SERVICE, SOURCES, request, update
-from test_remote import PATIENCE, WORD, RemoteTest, answered, asked
+from host_test import (DAS, LIBRARIES, PATIENCE, PLATFORM, RemoteTest, SANITIZED, SERVICE,
+                       SOURCES, WORD, answered, asked, request, update)
 
 BUILD = DAS.parent.parent
 PINNED = SOURCES / "tests" / "interface"

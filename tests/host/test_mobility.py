@@ -13,8 +13,8 @@ import unittest
 from concurrent.futures import ThreadPoolExecutor
 from contextlib import closing
 
-from test_das import READ_ALL, SANITIZED, SOURCES, request, update
-from test_remote import PATIENCE, WORD, RemoteTest, Wire, answered, asked, call
+from host_test import (PATIENCE, READ_ALL, RemoteTest, SANITIZED, SOURCES, WORD, Wire, answered,
+                       asked, call, request, update)
 
 ACKNOWLEDGED = answered(Acknowledge=True)
 MISSED_CALL = ("<Entry><EntryId>{0}</EntryId><Viewed>false</Viewed><LogList><Item>"

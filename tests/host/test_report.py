@@ -9,6 +9,7 @@ import sqlite3
 import unittest
 from html.parser import HTMLParser
 
+
 from test_contacts import ProgramTest
 
 from dasclient._schemas import SETTINGS, is_secret

@@ -6,7 +6,7 @@ import json
 import re
 import unittest
 
-from test_das import HostTest, request
+from host_test import HostTest, request
 
 TAGS = """#$VERSION=1
 #$COLUMNS=<ACMStag>,<DASschema>,<DAStag>

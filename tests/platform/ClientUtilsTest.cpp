@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "LogCapture.h"
+#include "testkit/LogCapture.h"
 
 namespace {
 

@@ -6,9 +6,10 @@
 #include <set>
 #include <thread>
 
-#include "Decryption.h"
-#include "Environment.h"
-#include "LogCapture.h"
+#include "testkit/Decryption.h"
+#include "testkit/Environment.h"
+#include "testkit/LogCapture.h"
+#include "testkit/Place.h"
 
 namespace {
 
@@ -17,26 +18,19 @@ namespace fs = std::filesystem;
 class DasCryptTest : public ::testing::Test {
 protected:
     DasCryptTest() {
-        std::string name = (fs::temp_directory_path() / "das-XXXXXX").string();
-        m_folder = ::mkdtemp(name.data());
         setEnvironment("DB_PATH", m_folder.c_str());
     }
-    ~DasCryptTest() override {
-        setEnvironment("DB_PATH", nullptr);
-        fs::remove_all(m_folder);
-    }
+    ~DasCryptTest() override { setEnvironment("DB_PATH", nullptr); }
 
     fs::path keyFile() const { return m_folder / "dascrypt.key"; }
-    std::string key() const {
-        std::ifstream file(keyFile(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string key() const { return readFile(keyFile()); }
     std::size_t filesInFolder() const {
         return static_cast<std::size_t>(
             std::distance(fs::directory_iterator(m_folder), fs::directory_iterator()));
     }
 
-    fs::path m_folder;
+    const ScratchFolder m_scratch{fs::temp_directory_path()};
+    const fs::path m_folder = m_scratch.folder();
     LogCapture m_log;
 };
 

@@ -17,8 +17,9 @@
 #include <fstream>
 #include <functional>
 
-#include "Environment.h"
-#include "LogCapture.h"
+#include "testkit/Environment.h"
+#include "testkit/LogCapture.h"
+#include "testkit/Place.h"
 #include "OwnFiles.h"
 #include "Storage.h"
 
@@ -42,18 +43,13 @@ bool takeOpenat2Away() {
 class DeviceFileTest : public ::testing::Test {
 protected:
     DeviceFileTest() {
-        std::string name = (fs::temp_directory_path() / "das-XXXXXX").string();
-        m_place = ::mkdtemp(name.data());
         fs::create_directories(m_place / "root/data/deep");
         setEnvironment("DAS_ROOT", (m_place / "root").c_str());
         for (const char* file : {"outside", "root/top", "root/data/file", "root/data/deep/file"}) {
-            write(m_place / file, file);
+            writeFile(m_place / file, file);
         }
     }
-    ~DeviceFileTest() override {
-        setEnvironment("DAS_ROOT", nullptr);
-        fs::remove_all(m_place);
-    }
+    ~DeviceFileTest() override { setEnvironment("DAS_ROOT", nullptr); }
 
     /// Runs @p check, and once more in a process without openat2.
     static void inBothWays(const std::function<void()>& check) {
@@ -72,13 +68,6 @@ protected:
     void link(const char* target, const char* path) { fs::create_symlink(target, on(path)); }
     fs::path on(const std::string& path) const { return m_place / "root" / path.substr(1); }
 
-    static void write(const fs::path& place, const std::string& text) {
-        std::ofstream(place) << text;
-    }
-    static std::string contents(const fs::path& place) {
-        std::ifstream file(place);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
     /// The text of a file of the telephone, or "-" when it does not open.
     static std::string read(const std::string& path) {
         DeviceFile file(path);
@@ -94,7 +83,8 @@ protected:
             std::distance(fs::directory_iterator(on(path).parent_path()), {}));
     }
 
-    fs::path m_place;
+    const ScratchFolder m_scratch{fs::temp_directory_path()};
+    const fs::path m_place = m_scratch.folder();
     LogCapture m_log;
 };
 
@@ -140,7 +130,7 @@ TEST_F(DeviceFileTest, LinksAreFollowedAsTheTelephoneSeesThem) {
         EXPECT_FALSE(DeviceFile("/data/loop").isMissing());
         EXPECT_FALSE(replace("/data/folder-out/new", "x"));
         EXPECT_TRUE(replace("/data/absolute/new", "new"));
-        EXPECT_EQ(contents(on("/data/deep/new")), "new");
+        EXPECT_EQ(readFile(on("/data/deep/new")), "new");
     });
     EXPECT_EQ(std::distance(fs::directory_iterator(m_place), {}), 2);
 }
@@ -175,20 +165,20 @@ TEST_F(DeviceFileTest, AFileIsReplacedWholeForItsOwnerAlone) {
     const mode_t mask = ::umask(0);
     link("/data/file", "/data/link");
     for (const char* path : {"/data/file", "/data/link", "/data/new"}) {
-        const std::string before = contents(on(path));
+        const std::string before = readFile(on(path));
         const std::size_t files = filesNextTo(path);
         {
             DeviceFileWriter file(path);
             file.write("half");
-            EXPECT_EQ(contents(on(path)), before);
+            EXPECT_EQ(readFile(on(path)), before);
         }
-        EXPECT_EQ(contents(on(path)), before);
+        EXPECT_EQ(readFile(on(path)), before);
         EXPECT_EQ(filesNextTo(path), files);
         EXPECT_TRUE(replace(path, "whole"));
-        EXPECT_EQ(contents(on(path)), "whole");
+        EXPECT_EQ(readFile(on(path)), "whole");
         EXPECT_EQ(fs::status(on(path)).permissions(), fs::perms(0600));
         EXPECT_FALSE(fs::is_symlink(on(path)));
-        write(on("/data/file"), "older");
+        writeFile(on("/data/file"), "older");
     }
     ::umask(mask);
 }
@@ -213,8 +203,8 @@ TEST_F(DeviceFileTest, FilesOfTheServiceAreOutOfReachUnderEveryName) {
     EXPECT_TRUE(m_log.has(2, "files of the service itself are in it"));
     EXPECT_TRUE(Storage::renameFile("/data/deep", "/elsewhere"));
     EXPECT_TRUE(replace("/data/link", "x")) << "a link of this kind is replaced";
-    EXPECT_EQ(contents(on("/data/file")), "root/data/file");
-    EXPECT_EQ(contents(on("/top")), "root/top");
+    EXPECT_EQ(readFile(on("/data/file")), "root/data/file");
+    EXPECT_EQ(readFile(on("/top")), "root/top");
 }
 
 TEST_F(DeviceFileTest, AFileOfTheServiceIsClosedToOthers) {

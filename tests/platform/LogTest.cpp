@@ -8,8 +8,8 @@
 #include <string>
 #include <utility>
 
-#include "Environment.h"
-#include "LogCapture.h"
+#include "testkit/Environment.h"
+#include "testkit/LogCapture.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Environment.h"
+#include "testkit/Environment.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
 
 namespace {

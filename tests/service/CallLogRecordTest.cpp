@@ -8,7 +8,7 @@
 #include <numeric>
 #include <random>
 
-#include "TimeZone.h"
+#include "testkit/TimeZone.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "DASListenerIfc.h"
-#include "RecordingAdapter.h"
-#include "RecordingManagement.h"
+#include "testkit/RecordingAdapter.h"
+#include "testkit/RecordingManagement.h"
 #include "schemas/DAOFactory.h"
 
 namespace {
@@ -47,8 +47,8 @@ template <typename Base>
 class ListeningTest : public Base {
 protected:
     void SetUp() override {
-        this->writeFile(this->onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"), "TransportSettings\n");
-        this->writeFile(this->onDevice("/Aurel_Deploy/DasTagMappings.csv"),
+        writeFile(this->onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"), "TransportSettings\n");
+        writeFile(this->onDevice("/Aurel_Deploy/DasTagMappings.csv"),
                   "#$VERSION=3\n#$COLUMNS=<DAStag>,<ACMStag>,<DASschema>\n"
                   "Melody,melody,AudioSettings\nLabel,key-,FeatureKeys\n");
         this->m_context.services["LocalMgmtIfc"] = &m_management;

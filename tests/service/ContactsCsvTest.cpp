@@ -1,8 +1,8 @@
 // The contacts as a file for web management.
 
-#include "DataFiles.h"
-#include "RecordingManagement.h"
-#include "ServiceTest.h"
+#include "testkit/DataFiles.h"
+#include "testkit/RecordingManagement.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "calls/ConversationsDAO.h"
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
 
 namespace {

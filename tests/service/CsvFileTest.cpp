@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include "DataFiles.h"
-#include "ServiceTest.h"
+#include "testkit/DataFiles.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

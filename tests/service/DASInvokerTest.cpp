@@ -12,7 +12,7 @@
 #include "Executable.h"
 #include "FrameworkContext.h"
 #include "InvokerResponse.h"
-#include "LogCapture.h"
+#include "testkit/LogCapture.h"
 #include "Method.h"
 #include "ProtocolAdapter.h"
 #include "ProxyRequest.h"

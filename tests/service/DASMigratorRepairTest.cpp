@@ -1,6 +1,6 @@
 #include <ctime>
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "calls/CallLogRow.h"
 #include "database/DatabaseAdapter.h"
 #include "upgrade/DASMigrator.h"

@@ -2,8 +2,8 @@
 #include <iostream>
 
 #include "ClientUtils.h"
-#include "Decryption.h"
-#include "ServiceTest.h"
+#include "testkit/Decryption.h"
+#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
 #include "upgrade/DASMigrator.h"
 

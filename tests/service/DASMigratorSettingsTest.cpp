@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/DatabaseAdapter.h"
 #include "settings/GeneralConfigurationDAO.h"

@@ -3,8 +3,8 @@
 #include "upgrade/DASMigrator.h"
 
 #include "DASUtilsStrings.h"
-#include "RecordingAdapter.h"
-#include "RecordingManagement.h"
+#include "testkit/RecordingAdapter.h"
+#include "testkit/RecordingManagement.h"
 #include "dao/DataAccessObject.h"
 #include "schemas/DAOFactory.h"
 #include "upgrade/V1R1ToV1R2Migrator.h"
@@ -50,7 +50,7 @@ protected:
 class RebuildTest : public RecordedServiceTest {
 protected:
     bool rebuild(const char* schema, const char* table) {
-        return DASMigrator::rebuildIntoDaoColumns(m_service.get(), schema, table);
+        return DASMigrator::rebuildIntoDaoColumns(&service(), schema, table);
     }
     std::string columns(const std::string& table) {
         return cell("SELECT group_concat(name) FROM pragma_table_info('" + table + "')");
@@ -361,7 +361,7 @@ TEST_F(DASMigratorTest, DevicesWithoutAUserAreTheOwners) {
     (void)send("BluetoothTrusted", "read_request");
     sql("INSERT INTO BLUETOOTH_TRUSTED VALUES ('', 'A', 'twice', ''), ('base', 'A', 'own', ''), "
         "('', 'B', 'only', ''), ('visitor', 'A', 'guest', '');");
-    DASMigrator::migrateBluetoothTrustedDevices(m_service.get());
+    DASMigrator::migrateBluetoothTrustedDevices(&service());
     EXPECT_EQ(joined("SELECT UserContext, Id, DeviceName FROM BLUETOOTH_TRUSTED ORDER BY 1, 2"),
               "base|A|own|base|B|only|visitor|A|guest|");
 }
@@ -381,7 +381,7 @@ TEST_F(DASMigratorTest, OnlyARenamedColumnMakesTheCallLogDifferent) {
     (void)send("CallLog", "write_request", xml::entry({{"Surname", "A"}}));
     const auto compare = [&] {
         service().constructorActions();  // a connection that knows the columns
-        return DASMigrator::DAOCompatibilityWithDb(m_service.get(), "CallLog", "CALL_LOG");
+        return DASMigrator::DAOCompatibilityWithDb(&service(), "CallLog", "CALL_LOG");
     };
     EXPECT_EQ(compare(), 1);
     sql("ALTER TABLE CALL_LOG RENAME COLUMN GroupNumber9 TO Other");
@@ -402,7 +402,7 @@ TEST_F(DASMigratorTest, OnlyARenamedColumnMakesTheCallLogDifferent) {
 
 TEST_F(DASMigratorTest, SharedOperationsTellWhatTheyFind) {
     start();
-    DataAccessServiceIfc* const svc = m_service.get();
+    DataAccessServiceIfc* const svc = &service();
     EXPECT_TRUE(DASMigrator::columnExists(svc, "FIXED_KEYS", "Label"));
     EXPECT_TRUE(m_log.has(5, "columnExists(FIXED_KEYS, Label): rv=Y"));
     EXPECT_FALSE(DASMigrator::columnExists(svc, "NO_SUCH_TABLE", "Label"));
@@ -484,10 +484,10 @@ TEST_F(RebuildTest, CallsOfAnotherOrderAreOnlyReadOnceTheyAreInOrder) {
     service().constructorActions();  // a connection that knows the columns
     const Rows before = sql("SELECT * FROM CALL_LOG");
     m_adapter->intercept = failing("ALTER TABLE", 1, SQLITE_FULL);
-    EXPECT_EQ(DASMigrator::callLogTableChecker(m_service.get()), 0);
+    EXPECT_EQ(DASMigrator::callLogTableChecker(&service()), 0);
     EXPECT_TRUE(m_log.has(2, "The calls are not checked: CALL_LOG has other columns"));
     EXPECT_EQ(sql("SELECT * FROM CALL_LOG"), before);
-    EXPECT_EQ(DASMigrator::callLogTableChecker(m_service.get()), 1);
+    EXPECT_EQ(DASMigrator::callLogTableChecker(&service()), 1);
     EXPECT_EQ(joined("SELECT Number0, Number1 FROM CALL_LOG ORDER BY UniqueId"), "2||1||");
 }
 
@@ -499,7 +499,7 @@ TEST_F(RebuildTest, LampsThatCannotBeMovedKeepTheirIds) {
         sql("DELETE FROM FORWARDING_KEY_DESTINATIONS;"
             "INSERT INTO FORWARDING_KEY_DESTINATIONS VALUES ('base', '618', '1', '2');");
         m_adapter->intercept = failing(statement, 1, SQLITE_IOERR);
-        DASMigrator::addDefaultRowsToExistingTablesWhereMissing(m_service.get());
+        DASMigrator::addDefaultRowsToExistingTablesWhereMissing(&service());
         m_adapter->intercept = {};
         EXPECT_EQ(sql("SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE ForwardingType = '2'"),
                   before);

@@ -1,4 +1,4 @@
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "settings/GeneralConfigurationDAO.h"
 #include "upgrade/DASMigrator.h"

@@ -1,6 +1,6 @@
 #include "dao/DASUtils.h"
 
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "ClientUtils.h"
-#include "DataFiles.h"
-#include "RecordingAdapter.h"
+#include "testkit/DataFiles.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 

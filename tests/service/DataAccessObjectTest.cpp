@@ -1,6 +1,6 @@
 #include "dao/DataAccessObject.h"
 
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 #include "dao/NULLDataAccessObject.h"
 
 namespace {

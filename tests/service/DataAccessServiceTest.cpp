@@ -1,6 +1,6 @@
 #include "service/DataAccessService.h"
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
 
 using ::testing::internal::CaptureStdout;

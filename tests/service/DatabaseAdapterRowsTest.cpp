@@ -1,6 +1,6 @@
 #include <stdexcept>
 
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 
 using ::testing::IsEmpty;
 

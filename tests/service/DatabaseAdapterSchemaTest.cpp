@@ -1,4 +1,4 @@
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 
 using ::testing::ElementsAre;
 

@@ -2,7 +2,7 @@
 #include <thread>
 
 #include "GPALSleep.h"
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 
 using ::testing::ElementsAre;
 

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

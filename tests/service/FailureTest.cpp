@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 #include "upgrade/DASMigrator.h"
 
 namespace {

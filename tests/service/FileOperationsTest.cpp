@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <random>
 
-#include "CpuTime.h"
-#include "RecordingManagement.h"
-#include "ServiceTest.h"
+#include "testkit/CpuTime.h"
+#include "testkit/RecordingManagement.h"
+#include "testkit/ServiceTest.h"
 #include "Storage.h"
 
 namespace {
@@ -88,8 +88,8 @@ TEST_F(FileOperationsTest, AFileMovesAcrossTheBorderOfAFileSystem) {
     if (::stat(another.c_str(), &there) != 0 || here.st_dev == there.st_dev) {
         GTEST_SKIP() << "one file system only";
     }
-    std::string name = (another / "das-XXXXXX").string();
-    const fs::path other = ::mkdtemp(name.data());
+    const ScratchFolder scratch(another);
+    const fs::path other = scratch.folder();
     ::setenv("DAS_ROOT", "", 1);
     writeFile(place() / "a", "text");
     fs::permissions(place() / "a", fs::perms(0640));

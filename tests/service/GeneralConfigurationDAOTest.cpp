@@ -3,7 +3,7 @@
 #include <functional>
 #include <thread>
 
-#include "TableTest.h"
+#include "testkit/TableTest.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "AnswerLimit.h"
 #include "Progress.h"
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 #include "Work.h"
 
 namespace {

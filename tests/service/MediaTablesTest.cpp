@@ -1,4 +1,4 @@
-#include "TableTest.h"
+#include "testkit/TableTest.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <thread>
 
-#include "CpuTime.h"
-#include "ServiceTest.h"
+#include "testkit/CpuTime.h"
+#include "testkit/ServiceTest.h"
 #include "service/ACMSTagMapper.h"
 
 namespace {

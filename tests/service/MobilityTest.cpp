@@ -3,8 +3,8 @@
 #include <thread>
 
 #include "DASListenerIfc.h"
-#include "RecordingAdapter.h"
-#include "RecordingManagement.h"
+#include "testkit/RecordingAdapter.h"
+#include "testkit/RecordingManagement.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/DatabaseAdapter.h"

@@ -1,4 +1,4 @@
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

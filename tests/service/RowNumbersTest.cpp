@@ -1,6 +1,6 @@
 // The numbers that clients and data files give rows, and those that the database goes on with.
 
-#include "TableTest.h"
+#include "testkit/TableTest.h"
 
 namespace {
 

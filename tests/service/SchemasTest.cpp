@@ -1,9 +1,9 @@
-#include "Schemas.h"
+#include "testkit/Schemas.h"
 
 #include <iostream>
 #include <set>
 
-#include "TableTest.h"
+#include "testkit/TableTest.h"
 #include "XmlHandler.h"
 #include "tables/PlainTables.h"
 

@@ -1,6 +1,6 @@
 #include "database/StatementCache.h"
 
-#include "RecordingAdapter.h"
+#include "testkit/RecordingAdapter.h"
 #include "database/Statement.h"
 #include "database/StatementText.h"
 

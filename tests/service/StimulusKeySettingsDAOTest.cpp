@@ -1,6 +1,6 @@
 #include "tables/StimulusKeySettingsDAO.h"
 
-#include "TableTest.h"
+#include "testkit/TableTest.h"
 
 namespace {
 

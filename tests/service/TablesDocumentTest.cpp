@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "Schemas.h"
+#include "testkit/Schemas.h"
 #include "TableFacts.h"
-#include "TableTest.h"
+#include "testkit/TableTest.h"
 
 namespace {
 

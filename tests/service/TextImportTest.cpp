@@ -1,6 +1,6 @@
 // Imports of texts: what stands in one transaction, and what a trial leaves behind.
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 

@@ -5,8 +5,8 @@
 
 #include <stdexcept>
 
-#include "RecordingAdapter.h"
-#include "RecordingManagement.h"
+#include "testkit/RecordingAdapter.h"
+#include "testkit/RecordingManagement.h"
 
 namespace {
 
@@ -36,10 +36,7 @@ protected:
         sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / (name + ".sql")));
     }
     void start(Intercept intercept) {
-        m_service.reset();
-        m_service = std::make_unique<DataAccessService>();
-        m_service->setDbFactory(new InterceptedFactory(std::move(intercept)));
-        m_service->init(m_context);
+        m_phone.start(new InterceptedFactory(std::move(intercept)));
     }
     using ServiceTest::start;
     /// Runs @p work, which ends its process with 9, in a process of its own.
@@ -189,11 +186,8 @@ TEST_F(UpgradeCopyTest, AStaleJournalGoesBeforeTheCopyIsPutBack) {
     sql("CREATE TABLE T AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i "
         "< 999) SELECT i, hex(zeroblob(99)) FROM n");
     dying([this] {
-        sqlite3* db = nullptr;
-        sqlite3_open(database().c_str(), &db);
-        sqlite3_exec(db,
-                     "PRAGMA cache_size=1; BEGIN; UPDATE T SET i = 0; DROP TABLE GENERAL_CONFIG",
-                     nullptr, nullptr, nullptr);
+        const Sql db(database());
+        (void)db.run("PRAGMA cache_size=1; BEGIN; UPDATE T SET i = 0; DROP TABLE GENERAL_CONFIG");
         ::_exit(9);
     });
     EXPECT_GT(std::filesystem::file_size(database().string() + "-journal"), 512U);

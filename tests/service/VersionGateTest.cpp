@@ -1,6 +1,6 @@
 // The gate to other software versions: what an older release finds, and what comes back after it.
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

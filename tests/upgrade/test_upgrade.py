@@ -14,7 +14,7 @@ from pathlib import Path
 
 TESTS = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(TESTS / "host"))
-from test_das import HostTest, request  # noqa: E402
+from host_test import HostTest, request  # noqa: E402
 
 # Text that a database, a file or an answer may trip over; None is NULL.
 HOSTILE = ["Müller-Lüdenscheidt 'Äpfel' %", None, "O'Neil''s", "Q&A <b> &amp; &apos;", "a,b\\,c;\\",
@@ -446,7 +446,6 @@ class Places(UpgradeTest):
                 self.assertIn("database disk image is malformed", run.errors)
                 self.assertEqual(run.answers[0], request("failure", schema="PhoneBook"))
                 self.assertIn(run.answers[1], ["base", "visitor"])
-
 
 
 class Rehearsal(UpgradeTest):

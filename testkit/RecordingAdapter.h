@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "DbFactoryIfc.h"
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 
@@ -92,16 +92,13 @@ inline void waitForNobody(DatabaseAdapter& adapter) {
 /// says less.
 class Blocker {
 public:
-    explicit Blocker(const std::filesystem::path& database, const char* begin = "BEGIN EXCLUSIVE") {
-        EXPECT_EQ(sqlite3_open(database.c_str(), &m_db), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(m_db, begin, nullptr, nullptr, nullptr), SQLITE_OK);
+    explicit Blocker(const std::filesystem::path& database, const char* begin = "BEGIN EXCLUSIVE")
+        : m_db(database) {
+        EXPECT_EQ(m_db.run(begin), "");
     }
-    ~Blocker() { sqlite3_close(m_db); }
-    Blocker(const Blocker&) = delete;
-    Blocker& operator=(const Blocker&) = delete;
 
 private:
-    sqlite3* m_db = nullptr;
+    const Sql m_db;
 };
 
 /// A test of an adapter on an empty database.

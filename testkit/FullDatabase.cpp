@@ -1,37 +1,30 @@
-#include "FullDatabase.h"
+#include "testkit/FullDatabase.h"
 
-#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <stdexcept>
 
-#include "Context.h"
-#include "LogCapture.h"
-#include "Schemas.h"
-#include "service/DataAccessService.h"
+#include "testkit/LogCapture.h"
+#include "testkit/Messages.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
+#include "testkit/Schemas.h"
+#include "testkit/Sql.h"
 
 namespace FullDatabase {
 
 namespace {
 
 namespace fs = std::filesystem;
+using xml::message;
 
 constexpr int Contacts = 60;
 constexpr int RowsOfUser = 40;
 
 /// Settings that an older form has in front of its own tables, unless it brings them itself.
 const char* const SettingsOfToday = "settings_of_today";
-
-std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::vector<fs::path> filesOf(const fs::path& folder) {
     std::vector<fs::path> files;
@@ -59,14 +52,6 @@ std::string call(int number) {
            "</Duration></Item></LogList></Entry>";
 }
 
-using Database = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
-
-Database open(const fs::path& file) {
-    sqlite3* db = nullptr;
-    sqlite3_open(file.c_str(), &db);
-    return {db, sqlite3_close};
-}
-
 /// What a row of a user holds in a column: its number where rows are named, else some text.
 std::string cellOf(const std::string& column, const std::string& user, int row) {
     if (column == "UserContext") {
@@ -80,45 +65,20 @@ std::string cellOf(const std::string& column, const std::string& user, int row) 
     return "'" + column + std::to_string(row) + " O''Neil'";
 }
 
-void fillTable(sqlite3* db, const std::string& table) {
-    const auto columns = texts(db, "SELECT name FROM pragma_table_info('" + table + "')");
+void fillTable(const Sql& db, const std::string& table) {
+    const auto columns = db.texts("SELECT name FROM pragma_table_info('" + table + "')");
     for (const char* user : {"base", "visitor"}) {
         for (int row = 1; row <= RowsOfUser; ++row) {
             std::string values;
             for (const std::string& column : columns) {
                 values += (values.empty() ? "" : ", ") + cellOf(column, user, row);
             }
-            execute(db, "INSERT OR REPLACE INTO " + table + " VALUES (" + values + ")");
+            db.mustRun("INSERT OR REPLACE INTO " + table + " VALUES (" + values + ")");
         }
     }
 }
 
 }  // namespace
-
-std::vector<std::string> texts(sqlite3* db, const std::string& query) {
-    std::vector<std::string> found;
-    const auto collect = [](void* out, int, char** cells, char**) {
-        static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0] != nullptr ? cells[0]
-                                                                                      : "");
-        return 0;
-    };
-    sqlite3_exec(db, query.c_str(), collect, &found, nullptr);
-    return found;
-}
-
-void execute(sqlite3* db, const std::string& sql) {
-    char* error = nullptr;
-    if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
-        const std::string words = error != nullptr ? error : "no open database";
-        sqlite3_free(error);
-        throw std::runtime_error(words + ": " + sql);
-    }
-}
-
-std::string message(const std::string& schema, const std::string& reason, const std::string& body) {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Schema name=\"" + schema +
-           "\"><ReasonForMessage>" + reason + "</ReasonForMessage>" + body + "</Schema>";
-}
 
 std::vector<std::string> examples() {
     std::vector<std::string> messages;
@@ -158,15 +118,11 @@ void fill(DataAccessService& service) {
 }
 
 void makeToday() {
-    struct NoServices : Context {
-        Executable* findService(const std::string&) override { return nullptr; }
-    };
     if (::fork() == 0) {
         const LogCapture quiet(0);
-        DataAccessService service;
-        NoServices context;
-        service.init(context);
-        fill(service);
+        Phone phone;
+        phone.start();
+        fill(phone.service());
         std::_Exit(0);
     }
     ::wait(nullptr);
@@ -180,28 +136,27 @@ std::vector<std::string> forms() {
     return names;
 }
 
-void makeTables(sqlite3* db, const std::string& form) {
+void makeTables(const Sql& db, const std::string& form) {
     const fs::path folder = DAS_DATABASES_DIR;
     const std::string text = readFile(folder / (form + ".sql"));
     if (text.find("GENERAL_CONFIG") == std::string::npos) {
-        execute(db, readFile(folder / (std::string(SettingsOfToday) + ".sql")));
+        db.mustRun(readFile(folder / (std::string(SettingsOfToday) + ".sql")));
     }
-    execute(db, text);
+    db.mustRun(text);
 }
 
 void makeForm(const fs::path& file, const std::string& form) {
-    const Database db = open(file);
-    execute(db.get(), "PRAGMA synchronous=OFF; BEGIN;");
-    makeTables(db.get(), form);
+    const Sql db(file);
+    db.mustRun("PRAGMA synchronous=OFF; BEGIN;");
+    makeTables(db, form);
     for (const std::string& table :
-         texts(db.get(),
-               "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
-               "'sqlite%'")) {
-        if (texts(db.get(), "SELECT count(*) FROM " + table) == std::vector<std::string>{"0"}) {
-            fillTable(db.get(), table);
+         db.texts("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
+                  "'sqlite%'")) {
+        if (db.cell("SELECT count(*) FROM " + table) == "0") {
+            fillTable(db, table);
         }
     }
-    execute(db.get(), "END;");
+    db.mustRun("END;");
 }
 
 }  // namespace FullDatabase

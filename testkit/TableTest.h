@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "ServiceTest.h"
+#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
 #include "schemas/DAOFactory.h"
 

@@ -6,17 +6,13 @@
 #include <vector>
 
 class DataAccessService;
-struct sqlite3;
+class Sql;
 
 /// Databases in which every table has rows, and requests that go to each of them.
 namespace FullDatabase {
 
 /// The messages of examples/, in their order: service words and requests of each kind.
 std::vector<std::string> examples();
-
-/// A message in XML; @p body follows the reason.
-std::string message(const std::string& schema, const std::string& reason,
-                    const std::string& body = {});
 
 /// A read and a row count of every schema.
 std::vector<std::string> reads();
@@ -32,17 +28,11 @@ void makeToday();
 std::vector<std::string> forms();
 
 /// Makes the tables of the form @p form, and those of settings if it has none.
-void makeTables(sqlite3* db, const std::string& form);
+void makeTables(const Sql& db, const std::string& form);
 
 /// Makes the database @p file in the form @p form, with rows of both users in every table that its
 /// text leaves empty. Throws std::runtime_error when that fails.
 void makeForm(const std::filesystem::path& file, const std::string& form);
-
-/// The first cell of each row that @p query gives; none when it fails.
-std::vector<std::string> texts(sqlite3* db, const std::string& query);
-
-/// Throws std::runtime_error with the message of SQLite when a statement of @p sql fails.
-void execute(sqlite3* db, const std::string& sql);
 
 }  // namespace FullDatabase
 

@@ -4,10 +4,10 @@
 #include <sodium.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "testkit/Place.h"
 
 /// Opens what DasCrypt made, by its documented form and the key file @p key. Any other text gives
 /// "not encrypted: " and itself.
@@ -18,8 +18,7 @@ inline std::string decrypted(const std::string& text, const std::filesystem::pat
     const auto bytesOf = [](const std::string& s) {
         return reinterpret_cast<const unsigned char*>(s.data());
     };
-    std::ifstream file(key, std::ios::binary);
-    const std::string keyBytes{std::istreambuf_iterator<char>(file), {}};
+    const std::string keyBytes = readFile(key);
     std::vector<unsigned char> sealed(text.size());
     std::size_t size = 0;
     if (text.rfind(version, 0) != 0 ||

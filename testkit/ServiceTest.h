@@ -1,0 +1,71 @@
+#ifndef SERVICETEST_H
+#define SERVICETEST_H
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "DASTypes.h"
+#include "testkit/LogCapture.h"
+#include "testkit/MessageRecord.h"
+#include "testkit/Messages.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
+#include "testkit/Sql.h"
+
+/// A test with a database folder and a device root of its own, and a log that is kept.
+class PlaceTest : public ::testing::Test {
+protected:
+    std::filesystem::path place() const { return m_place.folder(); }
+    std::filesystem::path database() const { return m_place.database(); }
+    std::filesystem::path onDevice(const std::string& path) const { return m_place.onDevice(path); }
+
+    /// Runs a statement over a connection of its own; a failure fails the test.
+    Rows sql(const std::string& statement) const {
+        std::string error;
+        const Rows rows = Sql(database()).rows(statement, &error);
+        EXPECT_EQ(error, "") << statement;
+        return rows;
+    }
+    /// The one cell of a statement that gives one.
+    std::string cell(const std::string& statement) const {
+        const Rows rows = sql(statement);
+        return rows.size() == 1 && rows[0].size() == 1 ? rows[0][0] : "not one cell";
+    }
+
+    LogCapture m_log;
+
+private:
+    const ScratchPlace m_place;
+};
+
+/// A test with a service that has been started.
+class ServiceTest : public PlaceTest {
+protected:
+    void SetUp() override { start(); }
+
+    /// Ends the service, if there is one, and starts another on the same database.
+    void start() { m_phone.start(); }
+    void stop() { m_phone.stop(); }
+
+    DataAccessService& service() { return m_phone.service(); }
+
+    std::string send(const std::string& message) {
+        std::string answer = service().processRequest(message);
+        recordMessage(message, answer);
+        return answer;
+    }
+    std::string send(const std::string& schema, const std::string& reason,
+                     const std::string& body = {}) {
+        return send(xml::message(schema, reason, body));
+    }
+
+    Phone m_phone;
+    TestContext& m_context = m_phone.context;
+};
+
+#endif
