@@ -123,8 +123,8 @@ Call requestCall(Random& random) {
     const std::string reason = line.substr(first + 1, second - first - 1);
     const std::string context = anyOf(random, contexts);
     const std::string body = line.substr(second + 1);
-    return {Calls::request(xml::message(
-                schema, reason, context.empty() ? body : xml::context(context, body))),
+    return {Calls::request(
+                xml::message(schema, reason, context.empty() ? body : xml::context(context, body))),
             false, Reads.count(reason) > 0 ? "read" : "write", schema};
 }
 

@@ -41,7 +41,6 @@ public:
     std::string truth() { return exchange(m_read); }
     [[nodiscard]] const std::string& wrong() const { return m_wrong; }
     [[nodiscard]] long changes() const { return m_changes; }
-    [[nodiscard]] long standIns() const { return m_standIns; }
     [[nodiscard]] long refusals() const { return m_refusals; }
     [[nodiscard]] long allowed() const { return m_allowed; }
 
@@ -66,7 +65,6 @@ private:
     std::string m_wrong;
     bool m_isOutdated = true;
     long m_changes = 0;
-    long m_standIns = 0;
     long m_refusals = 0;
     long m_allowed = 0;  ///< calls that may reach the service
     const std::atomic<bool>& m_isEnding;
