@@ -22,11 +22,11 @@
 #include "Bench.h"
 #include "FloorDatabase.h"
 #include "Log.h"
-#include "testkit/Phone.h"
-#include "testkit/Place.h"
 #include "StatementRecord.h"
 #include "service/DataAccessService.h"
 #include "terminal/Output.h"
+#include "testkit/Phone.h"
+#include "testkit/Place.h"
 
 namespace fs = std::filesystem;
 using namespace Bench;
@@ -145,11 +145,13 @@ double run(const std::vector<std::string>& command, const ScratchPlace& place) {
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, (place.folder() / "question").string().c_str(),
-                                     O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, (place.folder() / "answer").string().c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO,
+                                     (place.folder() / "question").string().c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO,
+                                     (place.folder() / "answer").string().c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (place.folder() / "log").string().c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO,
+                                     (place.folder() / "log").string().c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
     pid_t process = 0;
     int status = -1;
@@ -190,9 +192,9 @@ nlohmann::json measure(const Case& each, const fs::path& folder, int rounds, Out
             fs::remove((place.folder() / "floor.db").string());
         }
         service.push_back(run({programs / "das", "request"}, place));
-        floor.push_back(
-            run({programs / "das_start_floor", (place.folder() / "floor.db").string(), (place.folder() / "statements").string()},
-                place));
+        floor.push_back(run({programs / "das_start_floor", (place.folder() / "floor.db").string(),
+                             (place.folder() / "statements").string()},
+                            place));
     }
     const char* const where = folder == "/dev/shm" ? "memory" : "disk";
     const double ratio = median(service) / median(floor);

@@ -15,11 +15,11 @@ using FaultFiles::Fault;
 using SqliteVfs::Kind;
 
 /// What an I/O error of each kind of operation is called, in the order of the kinds.
-const int IoErrors[] = {SQLITE_IOERR_READ,  SQLITE_IOERR_WRITE,  SQLITE_IOERR_TRUNCATE,
-                        SQLITE_IOERR_FSYNC, SQLITE_IOERR_FSTAT,  SQLITE_IOERR_LOCK,
-                        SQLITE_IOERR_UNLOCK, SQLITE_IOERR_CHECKRESERVEDLOCK,
-                        SQLITE_IOERR_CLOSE, SQLITE_CANTOPEN,     SQLITE_IOERR_DELETE,
-                        SQLITE_IOERR_ACCESS, SQLITE_OK};
+const int IoErrors[] = {
+    SQLITE_IOERR_READ,  SQLITE_IOERR_WRITE, SQLITE_IOERR_TRUNCATE, SQLITE_IOERR_FSYNC,
+    SQLITE_IOERR_FSTAT, SQLITE_IOERR_LOCK,  SQLITE_IOERR_UNLOCK,   SQLITE_IOERR_CHECKRESERVEDLOCK,
+    SQLITE_IOERR_CLOSE, SQLITE_CANTOPEN,    SQLITE_IOERR_DELETE,   SQLITE_IOERR_ACCESS,
+    SQLITE_OK};
 
 class Refuser : public SqliteVfs::Watcher {
 public:

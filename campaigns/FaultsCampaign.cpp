@@ -11,9 +11,9 @@
 #include <random>
 
 #include "Campaign.h"
+#include "FaultFiles.h"
 #include "FaultMemory.h"
 #include "FaultRunner.h"
-#include "FaultFiles.h"
 #include "Log.h"
 #include "SceneRequests.h"
 

@@ -18,13 +18,13 @@
 #include "HostileFiles.h"
 #include "HostilePlace.h"
 #include "HostileTexts.h"
-#include "testkit/Messages.h"
-#include "testkit/QuietOutput.h"
-#include "testkit/Schemas.h"
 #include "SqlJudge.h"
 #include "TableDocument.h"
 #include "service/DataAccessService.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "testkit/Messages.h"
+#include "testkit/QuietOutput.h"
+#include "testkit/Schemas.h"
 
 namespace {
 

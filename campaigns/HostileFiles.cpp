@@ -65,8 +65,7 @@ std::string treeOf(const fs::path& folder) {
     Texts lines;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         const bool isFile = fs::is_regular_file(entry.symlink_status());
-        lines.push_back(entry.path().string() + "=" +
-                        (isFile ? readFile(entry.path()) : ""));
+        lines.push_back(entry.path().string() + "=" + (isFile ? readFile(entry.path()) : ""));
     }
     std::sort(lines.begin(), lines.end());
     std::string tree;

@@ -6,8 +6,8 @@
 
 #include "Log.h"
 #include "SqlJudge.h"
-#include "testkit/Messages.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "testkit/Messages.h"
 
 namespace {
 
@@ -137,8 +137,8 @@ void HostilePlace::fill(const Subject& subject) {
     if (subject.isSettings()) {
         for (const char* user : {"base", "visitor", ""}) {
             for (const char* item : {"Hostage", "Other"}) {
-                m_db.mustRun("INSERT OR REPLACE INTO GENERAL_CONFIG VALUES('" + subject.schema + "','" +
-                    user + "','" + item + "','" + canaryOf(subject, user) + "')");
+                m_db.mustRun("INSERT OR REPLACE INTO GENERAL_CONFIG VALUES('" + subject.schema +
+                             "','" + user + "','" + item + "','" + canaryOf(subject, user) + "')");
             }
         }
         return;
@@ -151,12 +151,13 @@ void HostilePlace::fill(const Subject& subject) {
     }
     const std::string column = valueColumnOf(subject);
     if (!subject.isOfUsers) {
-        m_db.mustRun("UPDATE " + subject.table + " SET " + column + "='" + canaryOf(subject, "base") + "'");
+        m_db.mustRun("UPDATE " + subject.table + " SET " + column + "='" +
+                     canaryOf(subject, "base") + "'");
         return;
     }
     for (const char* user : {"base", "visitor"}) {
         m_db.mustRun("UPDATE " + subject.table + " SET " + column + "='" + canaryOf(subject, user) +
-            "' WHERE UserContext='" + user + "'");
+                     "' WHERE UserContext='" + user + "'");
     }
 }
 

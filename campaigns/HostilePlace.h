@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "Campaign.h"
+#include "TableDocument.h"
 #include "testkit/Phone.h"
 #include "testkit/Place.h"
 #include "testkit/Sql.h"
-#include "TableDocument.h"
 
 /**
  * A service whose tables are full of canaries: cells that say whose they are. In each table one

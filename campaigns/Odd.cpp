@@ -14,10 +14,10 @@
 #include <map>
 
 #include "Campaign.h"
-#include "testkit/FullDatabase.h"
-#include "testkit/LogCapture.h"
 #include "OddDatabase.h"
 #include "PowerCutScenarios.h"
+#include "testkit/FullDatabase.h"
+#include "testkit/LogCapture.h"
 #include "testkit/Messages.h"
 #include "testkit/QuietOutput.h"
 
@@ -338,8 +338,7 @@ private:
     LogCapture m_log{m_isAlone ? 6 : 2};
 };
 
-[[noreturn]] void runCase(const PhonePlace& place, const PhonePlace& today,
-                          std::seed_seq seeds) {
+[[noreturn]] void runCase(const PhonePlace& place, const PhonePlace& today, std::seed_seq seeds) {
     ::alarm(SecondsUntilHang);
     Case odd(place, today, seeds);
     try {

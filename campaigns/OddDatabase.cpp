@@ -61,7 +61,7 @@ private:
     std::vector<std::string> tables() {
         return m_db.texts(
             "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
-                     "'sqlite%' ORDER BY name");
+            "'sqlite%' ORDER BY name");
     }
     /// Runs what SQLite may refuse: a table that is there, a row that its key admits no more.
     void tryTo(const std::string& sql) { (void)m_db.run(sql); }
@@ -71,8 +71,8 @@ private:
         FullDatabase::makeTables(m_db, m_story);
         m_db.mustRun(
             "DELETE FROM GENERAL_CONFIG WHERE Schema = 'TransportSettings' AND "
-                "length(Name) % " +
-                    std::to_string(2 + below(6)) + " = 0");
+            "length(Name) % " +
+            std::to_string(2 + below(6)) + " = 0");
         for (const std::string& statement : today) {
             tryTo(below(6) > 0 ? statement : "");
         }
@@ -113,7 +113,7 @@ private:
               (below(2) == 0 ? key.front() : "") + " ))");
         tryTo("CREATE TABLE " + table + " (" + all + ")");
         m_db.mustRun("INSERT INTO " + table + " (" + shared + ") SELECT " + shared +
-                          " FROM ODD_OLD; DROP TABLE ODD_OLD");
+                     " FROM ODD_OLD; DROP TABLE ODD_OLD");
         m_story += "; " + table + " (" + all.substr(0, 200) + ")";
     }
 

@@ -112,7 +112,7 @@ void fill(const Sql& database, const OldRows& old) {
                 cells += "'base'";
             } else {
                 cells += cell[1] == "INTEGER" ? std::to_string(row)
-                                           : "'" + column + " O''Neil, \\ " + number + "'";
+                                              : "'" + column + " O''Neil, \\ " + number + "'";
             }
         }
         database.mustRun("INSERT INTO " + std::string(old.table) + " VALUES (" + cells + ")");

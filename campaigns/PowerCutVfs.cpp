@@ -54,7 +54,7 @@ public:
 private:
     PowerCutDisk::Id idOf(const Operation& operation) const { return {m_device, *operation.tag}; }
 
-    /// A file that does not outlive the process is none of the disk's.
+    /// A file that does not outlive the process does not belong to the disk.
     void opened(PowerCutDisk& disk, const Operation& operation) {
         if (operation.name == nullptr || (operation.flags & SQLITE_OPEN_DELETEONCLOSE) != 0) {
             return;

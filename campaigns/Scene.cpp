@@ -20,8 +20,8 @@
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "service/DASInvoker.h"
-#include "testkit/SqliteVfs.h"
 #include "testkit/Sql.h"
+#include "testkit/SqliteVfs.h"
 
 /// Carries methods as they are: what is tried is the service, not a protocol.
 class SceneFramework : public FrameworkContext, private ProtocolAdapter {
@@ -144,8 +144,7 @@ Outcome Scene::call(const Method& method) {
     m_framework->reply = Method();
     try {
         DataAccessService* const service = m_phone.isRunning() ? &m_phone.service() : nullptr;
-        m_framework->invoker.handleMessage(service, "m", 1,
-                                           new SceneResponse(outcome.replied));
+        m_framework->invoker.handleMessage(service, "m", 1, new SceneResponse(outcome.replied));
     } catch (const std::exception&) {
         outcome.threw = true;
         outcome.replied = false;

@@ -3,7 +3,7 @@
 # sources of our own.
 option(DAS_PRECOMPILE "Compile large headers once for all sources of a target" ON)
 
-# The compiler cache takes no precompiled header unless it is told to; elsewhere this has no effect.
+# The compiler cache keeps what uses a precompiled header only with these settings.
 if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache$")
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
         CCACHE_SLOPPINESS=pch_defines,time_macros ${CMAKE_CXX_COMPILER_LAUNCHER})

@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "Damage.h"
-#include "testkit/FullDatabase.h"
-#include "testkit/LogCapture.h"
-#include "testkit/Messages.h"
 #include "OddStatements.h"
 #include "Stage.h"
 #include "Target.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/FullDatabase.h"
+#include "testkit/LogCapture.h"
+#include "testkit/Messages.h"
 
 namespace {
 
@@ -60,8 +60,8 @@ std::size_t byteAt(std::string_view input, std::size_t place) {
 std::string journalOf(const std::string& path) {
     const Sql db(path);
     db.mustRun("PRAGMA cache_size = 2; BEGIN");
-    for (const std::string& table : db.texts(
-             "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sq%'")) {
+    for (const std::string& table :
+         db.texts("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sq%'")) {
         db.mustRun("DELETE FROM " + table);
     }
     std::string left = readFile(path + "-journal");
@@ -101,8 +101,7 @@ void change(std::string_view input) {
 void makeFiles(std::string_view input) {
     const std::size_t chosen = input.empty() ? 0 : byteAt(input, 0) % (bases.size() + 1);
     input.remove_prefix(std::min<std::size_t>(1, input.size()));
-    writeFile(databasePath(),
-                           chosen == 0 ? input : std::string_view(bases[chosen - 1].bytes));
+    writeFile(databasePath(), chosen == 0 ? input : std::string_view(bases[chosen - 1].bytes));
     for (std::size_t i = 0; chosen > 0 && i < MostChanges && input.size() >= ChangeSize; ++i) {
         change(input);
         input.remove_prefix(ChangeSize);
@@ -121,7 +120,8 @@ void startAndAsk() {
     phone.start();
     for (const std::string& request : requests) {
         try {
-            require(isWhole(request, phone.service().processRequest(request)), "the answer is not whole");
+            require(isWhole(request, phone.service().processRequest(request)),
+                    "the answer is not whole");
         } catch (const std::exception&) {
             // As of any request: all is released, and the next one is served.
         }
@@ -149,8 +149,8 @@ void beginDatabase() {
                                "FeatureKeys", "StimulusKeySettings", "AudioSettings"}) {
         requests.push_back(xml::message(schema, "read_request"));
     }
-    requests.push_back(xml::message("PhoneBook", "write_request",
-                                             "<Entry><Surname>New</Surname></Entry>"));
+    requests.push_back(
+        xml::message("PhoneBook", "write_request", "<Entry><Surname>New</Surname></Entry>"));
     requests.emplace_back("saveContactsToCSV");
 }
 

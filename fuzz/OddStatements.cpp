@@ -40,18 +40,19 @@ const std::vector<std::string> ColumnChanges = {
     "CREATE UNIQUE INDEX I_%T ON %T (rowid % 2)",
     "DELETE FROM %T"};
 
-const std::vector<std::string> CellChanges = {"UPDATE %T SET %C = NULL",
-                                   "UPDATE %T SET %C = zeroblob(3)",
-                                   "UPDATE %T SET %C = x'00ff41fe00'",
-                                   "UPDATE %T SET %C = 9223372036854775807",
-                                   "UPDATE %T SET %C = -1.5e300",
-                                   "UPDATE %T SET %C = ''",
-                                   "UPDATE %T SET %C = '2014-99-99T99:99:99+99:99'",
-                                   "UPDATE %T SET %C = '''; DROP TABLE PHONE_BOOK; --'",
-                                   "UPDATE %T SET %C = printf('%.*c', 300000, 'x') WHERE rowid = 1",
-                                   "UPDATE %T SET UserContext = 'nobody'",
-                                   "UPDATE sqlite_sequence SET seq = 9223372036854775807",
-                                   "INSERT INTO %T SELECT * FROM %T"};
+const std::vector<std::string> CellChanges = {
+    "UPDATE %T SET %C = NULL",
+    "UPDATE %T SET %C = zeroblob(3)",
+    "UPDATE %T SET %C = x'00ff41fe00'",
+    "UPDATE %T SET %C = 9223372036854775807",
+    "UPDATE %T SET %C = -1.5e300",
+    "UPDATE %T SET %C = ''",
+    "UPDATE %T SET %C = '2014-99-99T99:99:99+99:99'",
+    "UPDATE %T SET %C = '''; DROP TABLE PHONE_BOOK; --'",
+    "UPDATE %T SET %C = printf('%.*c', 300000, 'x') WHERE rowid = 1",
+    "UPDATE %T SET UserContext = 'nobody'",
+    "UPDATE sqlite_sequence SET seq = 9223372036854775807",
+    "INSERT INTO %T SELECT * FROM %T"};
 
 const std::vector<std::string>* const Statements[OddStatement::Kinds] = {
     &SchemaEdits, &ColumnChanges, &CellChanges};

@@ -1,8 +1,8 @@
 #include "RequestMutator.h"
 
+#include "Stage.h"
 #include "testkit/FullDatabase.h"
 #include "testkit/Schemas.h"
-#include "Stage.h"
 
 namespace {
 
@@ -59,8 +59,9 @@ const char* const Values[] = {"",
 std::vector<std::string> columnNames() {
     std::vector<std::string> names(std::begin(Structure), std::end(Structure));
     const auto columns = Sql(FuzzPlace::get().database())
-                             .texts("SELECT DISTINCT c.name FROM sqlite_master m, "
-                                    "pragma_table_info(m.name) c WHERE m.type = 'table'");
+                             .texts(
+                                 "SELECT DISTINCT c.name FROM sqlite_master m, "
+                                 "pragma_table_info(m.name) c WHERE m.type = 'table'");
     names.insert(names.end(), columns.begin(), columns.end());
     return names;
 }

@@ -2,11 +2,11 @@
 
 #include <sys/stat.h>
 
-#include "testkit/FullDatabase.h"
 #include "Log.h"
 #include "Target.h"
 #include "database/DatabaseAdapter.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "testkit/FullDatabase.h"
 
 namespace fs = std::filesystem;
 

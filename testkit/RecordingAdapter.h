@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "DbFactoryIfc.h"
-#include "testkit/ServiceTest.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/ServiceTest.h"
 
 /// An adapter that keeps the statements it is given, and may answer some of them by itself. Counts
 /// that go by countRows are not seen.
@@ -73,7 +73,7 @@ inline std::function<int(const std::string&)> failing(std::string part, int nth,
 }
 
 /// Whether another thread gets the adapter's lock, which the calling thread must not hold. A lock
-/// that this thread left behind is given back, so that the test can go on.
+/// that this thread kept is released, so that the test can go on.
 inline bool lockIsFree(DatabaseAdapter& adapter) {
     auto other = std::async(std::launch::async, [&adapter] { AdapterLock lock(adapter); });
     const bool free = other.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
@@ -88,7 +88,7 @@ inline void waitForNobody(DatabaseAdapter& adapter) {
     EXPECT_EQ(adapter.executeNonQuery("PRAGMA busy_timeout=0;"), 0);
 }
 
-/// Holds the database of a test like another process: nobody else can read or write, or @p begin
+/// Holds the database of a test like another process: no one else can read or write, or @p begin
 /// says less.
 class Blocker {
 public:

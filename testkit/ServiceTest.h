@@ -37,6 +37,21 @@ protected:
         return rows.size() == 1 && rows[0].size() == 1 ? rows[0][0] : "not one cell";
     }
 
+    /// All cells that a statement gives, with a bar after each.
+    std::string joined(const std::string& statement) const {
+        std::string text;
+        for (const auto& row : sql(statement)) {
+            for (const std::string& each : row) {
+                text += each + "|";
+            }
+        }
+        return text;
+    }
+    /// Runs a text of tests/databases/.
+    void load(const std::string& name) const {
+        sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / (name + ".sql")));
+    }
+
     LogCapture m_log;
 
 private:

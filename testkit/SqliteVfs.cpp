@@ -128,15 +128,13 @@ int deleteName(sqlite3_vfs*, const char* name, int syncFolder) {
 }
 
 int accessName(sqlite3_vfs*, const char* name, int flags, int* result) {
-    return watched({Kind::Access, nullptr, name}, [&](const Operation&) {
-        return plain->xAccess(plain, name, flags, result);
-    });
+    return watched({Kind::Access, nullptr, name},
+                   [&](const Operation&) { return plain->xAccess(plain, name, flags, result); });
 }
 
 int fullName(sqlite3_vfs*, const char* name, int size, char* out) {
-    return watched({Kind::FullName, nullptr, name}, [&](const Operation&) {
-        return plain->xFullPathname(plain, name, size, out);
-    });
+    return watched({Kind::FullName, nullptr, name},
+                   [&](const Operation&) { return plain->xFullPathname(plain, name, size, out); });
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 /**
  * A layer between SQLite and the file system of this machine. A watcher is asked before each
- * operation, may refuse it, and is told how it went. Nothing in the service knows of it.
+ * operation, may refuse it, and gets its result. Nothing in the service knows of it.
  */
 namespace SqliteVfs {
 

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
 #include "schemas/DAOFactory.h"
+#include "testkit/ServiceTest.h"
 
 /// A test of tables through requests, with their rows as texts. The tables that the start made are
 /// gone, but for the settings: the first request to each makes it.
@@ -25,7 +25,7 @@ protected:
                          const std::string& body = {}) {
         return xml::reasonOf(send(schema, reason, body));
     }
-    /// What the answer to a read has behind its reason.
+    /// What the answer to a read has after its reason.
     std::string dataOf(const std::string& schema, const std::string& body = {}) {
         return xml::dataOf(send(schema, "read_request", body));
     }

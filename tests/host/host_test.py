@@ -77,7 +77,7 @@ class HostTest(unittest.TestCase, Phone):
         return path
 
     def copy_of_tree(self, *libraries):
-        """A copy of the program in another place, with these libraries beside it."""
+        """A copy of the program in another place, with these libraries next to it."""
         tree = self.place / "tree"
         (tree / "bin").mkdir(parents=True)
         (tree / "lib").mkdir()

@@ -10,7 +10,8 @@ import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from host_test import DAS, PATIENCE, SOURCES, RemoteTest, asked, label_answer, read_label, request
+from host_test import (DAS, PATIENCE, SOURCES, RemoteTest, asked, call, label_answer, read_label,
+                       request)
 
 import dasclient
 from dasclient import (Client, ConnectionLost, DasError, ProfileChanged, Reconnected,

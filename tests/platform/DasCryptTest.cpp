@@ -17,9 +17,7 @@ namespace fs = std::filesystem;
 
 class DasCryptTest : public ::testing::Test {
 protected:
-    DasCryptTest() {
-        setEnvironment("DB_PATH", m_folder.c_str());
-    }
+    DasCryptTest() { setEnvironment("DB_PATH", m_folder.c_str()); }
     ~DasCryptTest() override { setEnvironment("DB_PATH", nullptr); }
 
     fs::path keyFile() const { return m_folder / "dascrypt.key"; }

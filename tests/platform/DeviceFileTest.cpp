@@ -17,11 +17,11 @@
 #include <fstream>
 #include <functional>
 
+#include "OwnFiles.h"
+#include "Storage.h"
 #include "testkit/Environment.h"
 #include "testkit/LogCapture.h"
 #include "testkit/Place.h"
-#include "OwnFiles.h"
-#include "Storage.h"
 
 namespace {
 

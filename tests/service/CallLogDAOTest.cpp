@@ -1,71 +1,9 @@
 #include "calls/CallLogDAO.h"
 
-#include <sstream>
-
-#include "testkit/ServiceTest.h"
-#include "database/DatabaseAdapter.h"
+#include "CallLogTest.h"
 
 namespace {
 
-using xml::element;
-using xml::elements;
-using xml::entry;
-using xml::message;
-using xml::reasonOf;
-using xml::valuesOf;
-
-const char* const Missed = "CallLogMissedCalls";
-const char* const Dialled = "CallLogDialledCalls";
-const char* const All = "CallLog";
-const char* const Joined = "CallLogAndPhoneBook";
-
-/// Fields of an element each, named in @p words; the value is the name and @p suffix.
-xml::Fields named(const std::string& words, const std::string& suffix = {}) {
-    xml::Fields fields;
-    std::istringstream stream(words);
-    for (std::string word; stream >> word;) {
-        fields.emplace_back(word, word + suffix);
-    }
-    return fields;
-}
-
-std::string item(const xml::Fields& fields) {
-    return element("Item", elements(fields));
-}
-
-/// One row: its own elements, then its calls.
-std::string row(const xml::Fields& fields, const std::string& items = {}) {
-    return element("Entry", elements(fields) + element("LogList", items));
-}
-
-std::string call(const std::string& number, const std::string& time) {
-    return item({{"Number", number}, {"TimeDate", time}});
-}
-
-std::string columns(const std::string& words) {
-    return element("ResultCols", words);
-}
-
-class CallLogDAOTest : public ServiceTest {
-protected:
-    std::string write(const char* schema, const std::string& rows,
-                      const std::string& user = "base") {
-        return send(schema, "write_request", xml::context(user, rows));
-    }
-    std::string count(const std::string& where = "1") {
-        return cell("SELECT COUNT(*) FROM CALL_LOG WHERE " + where);
-    }
-    CallLogDAO dao() { return CallLogDAO(service().getAdapter()); }
-    void converse(const char* call, const char* contact) {
-        send("Conversations", "write_request",
-             entry({{"PhonebookId", contact}, {"CallLogId", call}}));
-    }
-};
-
-const char* const RowElements = "EntryId Surname Firstname Picture Viewed JSGroupBy";
-const char* const ItemElements =
-    "MornetTStimeFormat Number NumberType ConnectedNumber ConnectedNumberType ConnectedSurname "
-    "ConnectedFirstName TimeDate Duration ResolvedNumber CompletedElsewhere GroupName GroupNumber";
 const char* const ContactElements =
     "UserContext UniqueID Surname Firstname Office Mobile Private Email Group DefaultNumber "
     "Company "
@@ -324,35 +262,6 @@ TEST_F(CallLogDAOTest, TextsComeBackAsTheyWereSent) {
     EXPECT_EQ(count("UserContext = 'O''Neil'"), "1");
 }
 
-TEST_F(CallLogDAOTest, AnOlderTableGetsItsColumnsAndEachEntryIsStoredOnce) {
-    std::string older;
-    PairList all;
-    dao().buildColumnNameList(all);
-    for (std::size_t i = 0; i < 98; ++i) {
-        older += (i > 0 ? ", " : "") + all[i].first + " " + all[i].second;
-    }
-    sql("CREATE TABLE CALL_LOG (" + older + ")");
-    sql("INSERT INTO CALL_LOG (UserContext, Category, Surname, Number0, TimeDate0) VALUES ('base', "
-        "'Missed', 'O''Brien, Ann', '1', 't')");
-    const std::string plain = element("Entry", element("EntryId", "plain"));
-    const std::string full = row({{"EntryId", "full"}}, item(named(ItemElements)));
-    // The first run stores neither for lack of JSGroupBy, the second both.
-    EXPECT_EQ(valuesOf(write(Missed, plain + full), "UniqueId"), "3");
-    EXPECT_EQ(sql("SELECT UniqueId, Surname, EntryId, GroupNumber0 FROM CALL_LOG"),
-              (Rows{{"1", "O'Brien, Ann", "", ""},
-                    {"2", "", "plain", ""},
-                    {"3", "", "full", "GroupNumber"}}));
-    EXPECT_EQ(sql("PRAGMA table_info(CALL_LOG)").size(), 139U);
-    EXPECT_EQ(dao().updateCallLogTableDatabase(), 0);
-    // The first run stores the first two, and the second has to find them.
-    std::string eleven;
-    for (int i = 0; i < 11; ++i) {
-        eleven += call("1", "t");
-    }
-    write(Missed, plain + full + row({}, eleven));
-    EXPECT_EQ(count(), "5");
-}
-
 TEST_F(CallLogDAOTest, DeletesReachTheCategoryOfTheUser) {
     EXPECT_EQ(reasonOf(send(All, "delete_request")), "failure");
     const auto fill = [&] {
@@ -393,53 +302,4 @@ TEST_F(CallLogDAOTest, DeletesReachTheCategoryOfTheUser) {
     EXPECT_EQ(entriesOf("base") + entriesOf("visitor"), "m1|m2|d1");
     EXPECT_EQ(dao().deleteVisitorCallLog(), 0);
     EXPECT_EQ(count(), "0");
-}
-
-TEST_F(CallLogDAOTest, FilesBringTheRowsOfOneUserInEitherOrder) {
-    write(Missed, row({{"Surname", "A, B &amp; 'C'"}}, item(named(ItemElements))));
-    write(Missed, row({{"Surname", "stays"}}), "other");
-    write(Missed, row({{"Surname", "goes"}}), "visitor");
-    std::string path = "/tmp/calls.csv";
-    PairList baseRows = {{"UserContext", "'base'"}};
-    EXPECT_EQ(dao().exportData(baseRows, path), 0);
-    EXPECT_EQ(dao().importDataForUser(path, visitor), 0);
-    const auto surnamesOf = [&](const std::string& user) {
-        return cell("SELECT group_concat(Surname, '|') FROM CALL_LOG WHERE UserContext = '" + user +
-                    "'");
-    };
-    EXPECT_EQ(surnamesOf("visitor"), "A, B & 'C'");
-    EXPECT_EQ(count("GroupNumber0 = 'GroupNumber' AND UniqueId > 3"), "1");
-
-    std::vector<std::string> names;
-    dao().getColumnNames(98, names);
-    ASSERT_EQ(names.size(), 98U);
-    EXPECT_EQ(names[0] + names[4] + names[6] + names[8],
-              "UniqueIdUserContextSurnameMornetTStimeFormat0");
-    EXPECT_EQ(names.back(), "Duration9");
-    const std::string rest(91, ',');
-    writeFile(onDevice(path), "7,e,f,p,base,Missed,S &amp; T,v,m0,n0" + rest.substr(3) +
-                                  "\nbase,7,Dialled,e2,short\n8,e3" + std::string(200, ',') + "\n");
-    EXPECT_EQ(dao().importDataForUser(path, visitor), 0);
-    EXPECT_EQ(surnamesOf("visitor"), "S & T|short");
-    EXPECT_EQ(sql("SELECT Category, Number0, Duration9 FROM CALL_LOG WHERE Surname = 'S & T'"),
-              (Rows{{"Missed", "n0", ""}}));
-    EXPECT_TRUE(m_log.has(2, "updateItemInTablemIn = insert failed"));
-
-    EXPECT_EQ(service().getAdapter()->dropTable("CALL_LOG"), 0);
-    writeFile(onDevice(path), "base,12,Missed,e,all\nvisitor,,Missed,e,blank\n");
-    EXPECT_EQ(dao().importData(path), 0);
-    EXPECT_EQ(sql("SELECT UserContext, UniqueId, Surname, GroupNumber9 FROM CALL_LOG"),
-              (Rows{{"base", "12", "all", ""}, {"visitor", "13", "blank", ""}}));
-    path = "/tmp/missing.csv";
-    EXPECT_EQ(dao().importData(path), 1);
-    m_log.clear();
-    EXPECT_EQ(dao().importDataForUser(path, visitor), 1);
-    EXPECT_EQ(count("UserContext = 'visitor'"), "0");
-    std::string steps;
-    for (const Log::Entry& entry : m_log.entries()) {
-        const std::string word = entry.message.substr(0, entry.message.find(' '));
-        steps += entry.level == 5 && word != "SELECT" ? word + " " : "";
-    }
-    EXPECT_EQ(steps, "DELETE Opening error ")
-        << "the old rows are gone before the file is asked for";
 }

@@ -6,9 +6,9 @@
 #include <thread>
 
 #include "DASListenerIfc.h"
+#include "schemas/DAOFactory.h"
 #include "testkit/RecordingAdapter.h"
 #include "testkit/RecordingManagement.h"
-#include "schemas/DAOFactory.h"
 
 namespace {
 
@@ -47,7 +47,8 @@ template <typename Base>
 class ListeningTest : public Base {
 protected:
     void SetUp() override {
-        writeFile(this->onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"), "TransportSettings\n");
+        writeFile(this->onDevice("/Aurel_Deploy/DasGenConfigDeviceDataItems.csv"),
+                  "TransportSettings\n");
         writeFile(this->onDevice("/Aurel_Deploy/DasTagMappings.csv"),
                   "#$VERSION=3\n#$COLUMNS=<DAStag>,<ACMStag>,<DASschema>\n"
                   "Melody,melody,AudioSettings\nLabel,key-,FeatureKeys\n");
@@ -86,7 +87,8 @@ TEST_F(ChangesTest, EachRequestIsHeardAsWhatItHasChanged) {
         // Contacts; the first request makes the table.
         {"PhoneBook", "read_request", none, none},
         {"PhoneBook", "write_request", contact("a"), "PhoneBook|base|write_request|1"},
-        {"PhoneBook", "write_request", contact("b") + contact("c"), "PhoneBook|base|write_request|"},
+        {"PhoneBook", "write_request", contact("b") + contact("c"),
+         "PhoneBook|base|write_request|"},
         {"PhoneBook", "write_request", context("visitor", contact("d")),
          "PhoneBook|visitor|write_request|4"},
         {"PhoneBook", "write_request", context("somebody", contact("e")),
@@ -124,13 +126,13 @@ TEST_F(ChangesTest, EachRequestIsHeardAsWhatItHasChanged) {
         {"FeatureKeys", "update_request", "<Id> 100 </Id><Label>a</Label>",
          "FeatureKeys|base|update_request|100"},
         {"FeatureKeys", "update_request",
-         context("visitor", entry({{"Id", "100"}, {"Label", "b"}}) +
-                                entry({{"Id", "101"}, {"Label", "c"}})),
+         context("visitor",
+                 entry({{"Id", "100"}, {"Label", "b"}}) + entry({{"Id", "101"}, {"Label", "c"}})),
          "FeatureKeys|visitor|update_request|"},
         {"FeatureKeys", "update_request", entry({{"Id", "100"}, {"Nope", "b"}}), none},
         {"FeatureKeys", "write_request", entry({{"Id", "100"}, {"Label", "b"}}), none},
-        {"StimulusKeySettings", "update_request",
-         entry({{"Id", "100"}, {"SendUrlPort", "1"}}), "StimulusKeySettings|base|update_request|100"},
+        {"StimulusKeySettings", "update_request", entry({{"Id", "100"}, {"SendUrlPort", "1"}}),
+         "StimulusKeySettings|base|update_request|100"},
         // Settings: the item, and whose it is.
         {"AudioSettings", "write_request", "<Melody>a</Melody>",
          "AudioSettings|base|write_request|Melody"},
@@ -166,7 +168,8 @@ TEST_F(ChangesTest, EachRequestIsHeardAsWhatItHasChanged) {
     for (const auto& row : rows) {
         const std::string answer = send(row.schema, row.reason, row.body);
         EXPECT_EQ(m_hearing.take(), row.heard.empty() ? Heard() : Heard{row.heard})
-            << row.schema << " " << row.body << "\n" << answer;
+            << row.schema << " " << row.body << "\n"
+            << answer;
     }
     (void)send("<!-- Schema=\"AudioSettings\" --><Schema name=\"ClockSettings\">" +
                xml::element("ReasonForMessage", "write_request") + "<Zone>1</Zone></Schema>");
@@ -190,8 +193,7 @@ TEST_F(ChangesTest, EverySchemaOfKeysIsHeardByItsName) {
         service().constructorActions();
         (void)send(schema, "read_request");
         EXPECT_EQ(m_hearing.take(), Heard{}) << "a read of " << schema << " makes the table";
-        (void)send(schema, "update_request",
-                   entry({{key, id}, {columns[2].name, "1"}}));
+        (void)send(schema, "update_request", entry({{key, id}, {columns[2].name, "1"}}));
         EXPECT_EQ(m_hearing.take(),
                   Heard{schema + "|" + (isOfUser ? "base" : "") + "|update_request|" + id});
     }
@@ -247,8 +249,8 @@ TEST_F(ChangesOfManyTest, EachMethodIsHeardOnceAsAWhole) {
 TEST_F(ChangesTest, WhatIsRolledBackIsNotHeard) {
     (void)send("FeatureKeys", "read_request");
     (void)send("PhoneBook", "read_request");
-    const std::string two = entry({{"Id", "100"}, {"Label", "a"}}) +
-                            entry({{"Id", "101"}, {"Label", "b"}});
+    const std::string two =
+        entry({{"Id", "100"}, {"Label", "a"}}) + entry({{"Id", "101"}, {"Label", "b"}});
     m_adapter->intercept = failing("END", 1, SQLITE_FULL);
     (void)send("FeatureKeys", "update_request", two);
     EXPECT_EQ(m_hearing.take(), Heard{}) << "a commit that failed";

@@ -38,7 +38,8 @@ TEST_F(ContactsCsvTest, AnOlderFileOutlivesAFullDisk) {
     writeFile(onDevice(File), "older");
     {
         FileSizeLimit limit(40);  // of the file that a run for the contracts writes, too
-        EXPECT_EQ(service().processRequest(std::string("saveContactsToCSV")), "endOfSaveContactsToCSVRequest");
+        EXPECT_EQ(service().processRequest(std::string("saveContactsToCSV")),
+                  "endOfSaveContactsToCSVRequest");
     }
     sql("DROP TABLE PHONE_BOOK");
     send("saveContactsToCSV");

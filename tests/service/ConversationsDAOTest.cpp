@@ -1,7 +1,7 @@
 #include "calls/ConversationsDAO.h"
 
-#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

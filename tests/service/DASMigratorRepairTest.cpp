@@ -1,8 +1,8 @@
 #include <ctime>
 
-#include "testkit/ServiceTest.h"
 #include "calls/CallLogRow.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/ServiceTest.h"
 #include "upgrade/DASMigrator.h"
 
 namespace {

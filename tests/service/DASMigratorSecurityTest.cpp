@@ -2,9 +2,9 @@
 #include <iostream>
 
 #include "ClientUtils.h"
+#include "database/DatabaseAdapter.h"
 #include "testkit/Decryption.h"
 #include "testkit/ServiceTest.h"
-#include "database/DatabaseAdapter.h"
 #include "upgrade/DASMigrator.h"
 
 namespace {

@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "testkit/ServiceTest.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "database/DatabaseAdapter.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "testkit/ServiceTest.h"
 #include "upgrade/DASMigrator.h"
 
 namespace {

@@ -1,6 +1,6 @@
-#include "testkit/RecordingAdapter.h"
 #include "dao/GenConfigDeviceDataItems.h"
 #include "settings/GeneralConfigurationDAO.h"
+#include "testkit/RecordingAdapter.h"
 #include "upgrade/DASMigrator.h"
 
 namespace {

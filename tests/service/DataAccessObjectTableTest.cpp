@@ -1,7 +1,7 @@
 #include <stdexcept>
 
-#include "testkit/RecordingAdapter.h"
 #include "dao/DataAccessObject.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 

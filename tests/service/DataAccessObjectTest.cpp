@@ -1,7 +1,7 @@
 #include "dao/DataAccessObject.h"
 
-#include "testkit/RecordingAdapter.h"
 #include "dao/NULLDataAccessObject.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 

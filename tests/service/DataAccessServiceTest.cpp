@@ -1,7 +1,7 @@
 #include "service/DataAccessService.h"
 
-#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/ServiceTest.h"
 
 using ::testing::internal::CaptureStdout;
 using ::testing::internal::GetCapturedStdout;

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <random>
 
+#include "Storage.h"
 #include "testkit/CpuTime.h"
 #include "testkit/RecordingManagement.h"
 #include "testkit/ServiceTest.h"
-#include "Storage.h"
 
 namespace {
 

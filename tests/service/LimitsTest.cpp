@@ -2,8 +2,8 @@
 
 #include "AnswerLimit.h"
 #include "Progress.h"
-#include "testkit/RecordingAdapter.h"
 #include "Work.h"
+#include "testkit/RecordingAdapter.h"
 
 namespace {
 
@@ -278,16 +278,16 @@ TEST_F(LimitsTest, AnInterruptedRequestIsRolledBackAndWaitsForNoLock) {
 // SIGTERM during a long upgrade had no effect.
 TEST_F(LimitsTest, AnUpgradeEndsBetweenTwoStepsAndTheNextStartBeginsAgain) {
     stop();
-    const auto load = [&] {
+    const auto loadAnew = [&] {
         std::filesystem::remove(database());
-        sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / "settings_3.sql"));
+        load("settings_3");
     };
-    load();
+    loadAnew();
     start();
     const auto all = [&] { return sql("SELECT * FROM GENERAL_CONFIG ORDER BY 1, 2, 3, 4"); };
     const Rows upgraded = all();
     stop();
-    load();
+    loadAnew();
     Progress::setSink([](const Progress::Report& report) {
         if (report.done == 20) {
             Work::set(Work::State::Ends);

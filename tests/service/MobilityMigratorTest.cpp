@@ -1,8 +1,8 @@
 #include <thread>
 
+#include "service/ACMSTagMapper.h"
 #include "testkit/CpuTime.h"
 #include "testkit/ServiceTest.h"
-#include "service/ACMSTagMapper.h"
 
 namespace {
 

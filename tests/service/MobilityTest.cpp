@@ -3,13 +3,13 @@
 #include <thread>
 
 #include "DASListenerIfc.h"
-#include "testkit/RecordingAdapter.h"
-#include "testkit/RecordingManagement.h"
 #include "dao/DASUtils.h"
 #include "dao/DataAccessObject.h"
 #include "database/DatabaseAdapter.h"
 #include "database/DbFactory.h"
 #include "schemas/DAOFactory.h"
+#include "testkit/RecordingAdapter.h"
+#include "testkit/RecordingManagement.h"
 
 namespace {
 

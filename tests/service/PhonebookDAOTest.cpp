@@ -1,7 +1,7 @@
 #include "contacts/PhonebookDAO.h"
 
-#include "testkit/ServiceTest.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

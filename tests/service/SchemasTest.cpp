@@ -3,9 +3,9 @@
 #include <iostream>
 #include <set>
 
-#include "testkit/TableTest.h"
 #include "XmlHandler.h"
 #include "tables/PlainTables.h"
+#include "testkit/TableTest.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "database/StatementCache.h"
 
-#include "testkit/RecordingAdapter.h"
 #include "database/Statement.h"
 #include "database/StatementText.h"
+#include "testkit/RecordingAdapter.h"
 
 using ::testing::ElementsAre;
 

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "testkit/Schemas.h"
 #include "TableFacts.h"
+#include "testkit/Schemas.h"
 #include "testkit/TableTest.h"
 
 namespace {

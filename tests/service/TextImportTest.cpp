@@ -1,8 +1,8 @@
 // Imports of texts: what stands in one transaction, and what a trial leaves behind.
 
-#include "testkit/ServiceTest.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
+#include "testkit/ServiceTest.h"
 
 namespace {
 

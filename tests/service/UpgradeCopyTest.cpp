@@ -32,12 +32,7 @@ class UpgradeCopyTest : public ServiceTest {
 protected:
     void SetUp() override { m_context.services["LocalMgmtIfc"] = &m_management; }
 
-    void load(const std::string& name) {
-        sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / (name + ".sql")));
-    }
-    void start(Intercept intercept) {
-        m_phone.start(new InterceptedFactory(std::move(intercept)));
-    }
+    void start(Intercept intercept) { m_phone.start(new InterceptedFactory(std::move(intercept))); }
     using ServiceTest::start;
     /// Runs @p work, which ends its process with 9, in a process of its own.
     static void dying(const std::function<void()>& work) {
