@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <functional>
 #include <stdexcept>
 
 #include "Calls.h"
@@ -180,5 +181,6 @@ void RaceListener::take(const std::string& line) {
         m_wrong = "a listener to contacts is sent " + line.substr(0, 200);
     }
     m_isOutdated = true;
+    m_order = m_order * 31 + std::hash<std::string>()(line);
     ++m_changes;
 }

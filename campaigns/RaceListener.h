@@ -40,6 +40,8 @@ public:
     /// What it would read now.
     std::string truth() { return exchange(m_read); }
     [[nodiscard]] const std::string& wrong() const { return m_wrong; }
+    /// The same for all that were sent the same changes in the same order.
+    [[nodiscard]] std::size_t order() const { return m_order; }
     [[nodiscard]] long changes() const { return m_changes; }
     [[nodiscard]] long refusals() const { return m_refusals; }
     [[nodiscard]] long allowed() const { return m_allowed; }
@@ -65,6 +67,7 @@ private:
     std::string m_wrong;
     bool m_isOutdated = true;
     long m_changes = 0;
+    std::size_t m_order = 0;
     long m_refusals = 0;
     long m_allowed = 0;  ///< calls that may reach the service
     const std::atomic<bool>& m_isEnding;

@@ -203,6 +203,9 @@ public:
         }
         for (const auto& listener : listeners) {
             checkListener(*listener);
+            m_campaign.check(
+                listener == listeners.back() || listener->order() == listeners.front()->order(),
+                "two listeners were sent changes in different orders");
         }
         m_missed += listeners.front()->changes() - listeners.back()->changes();
         checkEnd();
