@@ -212,8 +212,6 @@ private:
     Known* m_known = nullptr;
 };
 
-// Cuts -------------------------------------------------------------------------------------------
-
 /// Every operation of each scenario in turn, in an order that the seed gives, and the moment after
 /// the last; then from the start again.
 std::vector<Cut> chooseCuts(const std::vector<Known>& all, long rounds, std::uint32_t seed) {
