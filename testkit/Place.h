@@ -62,7 +62,7 @@ public:
     std::filesystem::path root() const { return m_folder / "root"; }
     /// Where a path of the telephone stands.
     std::filesystem::path onDevice(const std::string& path) const {
-        return root() / path.substr(1);
+        return root() / std::filesystem::path(path).relative_path();
     }
 
     /// Empties it and makes its folders.
