@@ -20,6 +20,7 @@ Campaign::Campaign(std::string name, const std::string& meaning, long rounds, in
     CLI::App app("The campaign \"" + m_name + "\"");
     app.add_option("--rounds", m_rounds, "how many " + meaning)->check(CLI::NonNegativeNumber);
     app.add_option("--seed", m_seed, "where its random numbers begin");
+    app.add_option("--only", m_only, "part of the names of the scenarios that are to run");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -30,10 +31,10 @@ Campaign::Campaign(std::string name, const std::string& meaning, long rounds, in
 
 void Campaign::figure(const std::string& name, const std::string& value) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto told = std::find_if(m_figures.begin(), m_figures.end(),
+    const auto known = std::find_if(m_figures.begin(), m_figures.end(),
                                    [&](const auto& pair) { return pair.first == name; });
-    if (told != m_figures.end()) {
-        told->second = value;
+    if (known != m_figures.end()) {
+        known->second = value;
     } else {
         m_figures.emplace_back(name, value);
     }

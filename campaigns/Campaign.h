@@ -8,8 +8,8 @@
 #include <vector>
 
 /**
- * What the programs of the campaigns have in common: their two options, their figures and their
- * findings. Figures and findings may be told by any thread.
+ * What the programs of the campaigns have in common: their options, their figures and their
+ * findings. Any thread may report figures and findings.
  */
 class Campaign {
 public:
@@ -23,24 +23,27 @@ public:
     /// What all random numbers of the run follow from; the clock's when the command line names
     /// none.
     std::uint32_t seed() const { return m_seed; }
+    /// Whether the scenario @p name is to run: the command line may ask for some alone.
+    bool takes(const std::string& name) const { return name.find(m_only) != std::string::npos; }
 
-    /// A number for the table, in the order of the calls; a name told again is replaced.
+    /// A number for the table, in the order of the calls. A second value of a name replaces the first.
     void figure(const std::string& name, const std::string& value);
     void figure(const std::string& name, long long value) { figure(name, std::to_string(value)); }
 
     /// Something that must not be, with what is needed to see it again. Written at once.
     void found(const std::string& what);
-    /// Tells @p what as a finding unless @p holds. Gives @p holds.
+    /// Reports @p what as a finding unless @p holds. Returns @p holds.
     bool check(bool holds, const std::string& what);
     long long findings() const;
 
-    /// Prints the figures, a line each, and gives the exit status: 1 when anything was found.
+    /// Prints the figures, a line each, and returns the exit status: 1 when anything was found.
     int end();
 
 private:
     const std::string m_name;
     long m_rounds;
     std::uint32_t m_seed = 0;
+    std::string m_only;
     mutable std::mutex m_mutex;
     std::vector<std::pair<std::string, std::string>> m_figures;
     long long m_findings = 0;

@@ -1,6 +1,11 @@
 #include "FaultFiles.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "testkit/SqliteVfs.h"
 
@@ -20,12 +25,16 @@ class Refuser : public SqliteVfs::Watcher {
 public:
     int before(SqliteVfs::Operation& operation) override {
         const int code = codeOf(operation.kind);
-        if (!isArmed || code == SQLITE_OK) {
-            return SQLITE_OK;
+        return code != SQLITE_OK && isHit() ? code : SQLITE_OK;
+    }
+
+    /// Whether an operation that the fault can hit is refused.
+    bool isHit() {
+        if (!isArmed) {
+            return false;
         }
         const long number = ++counted;
-        const bool isHit = number == place || (forever && number > place);
-        return place > 0 && isHit ? code : SQLITE_OK;
+        return place > 0 && (number == place || (forever && number > place));
     }
 
     bool isArmed = false;
@@ -51,6 +60,21 @@ private:
 Refuser refuser;
 
 }  // namespace
+
+/// Stands in for the C library's: data files are written by it, and SQLite's by other calls. A refused
+/// write leaves half of its bytes, as a disk that becomes full does.
+extern "C" ssize_t write(int descriptor, const void* data, size_t size) {
+    struct stat status {};
+    const bool isRefused = refuser.isArmed && refuser.fault == Fault::Full &&
+                           ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+                           refuser.isHit();
+    const ssize_t written = ::syscall(SYS_write, descriptor, data, isRefused ? size / 2 : size);
+    if (!isRefused) {
+        return written;
+    }
+    errno = ENOSPC;
+    return -1;
+}
 
 bool FaultFiles::install() {
     return SqliteVfs::install(refuser);

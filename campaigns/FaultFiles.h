@@ -1,7 +1,7 @@
 #ifndef FAULTFILES_H
 #define FAULTFILES_H
 
-/// Refuses operations of SQLite on files. Use it from one thread.
+/// Refuses operations of SQLite on files, and writes to data files. Use it from one thread.
 namespace FaultFiles {
 
 /// What is refused, and with which words.

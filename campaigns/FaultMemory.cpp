@@ -21,7 +21,7 @@ struct State {
     long place;
     bool forever;
     long counted;
-    int within;  ///< how many of the doors below are open: malloc behind them is not asked again
+    int within;  ///< how many of the functions below run: their own calls of malloc do not count
 };
 
 // Plain data of the thread, so that it can be reached while the program is being loaded.
@@ -38,7 +38,7 @@ bool isHit(Owner owner) {
 }
 
 #ifdef DAS_OWN_MALLOC
-/// What malloc gives when it has nothing: callers tell by the number why they failed.
+/// What malloc gives when it has nothing: by the number callers know why they failed.
 void* refused() {
     errno = ENOMEM;
     return nullptr;

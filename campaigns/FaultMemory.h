@@ -18,14 +18,14 @@ enum class Owner {
 void install();
 
 /// From now on counts the allocations of @p owner by this thread, and refuses the @p place-th, the
-/// first being 1. With @p forever it refuses those behind it too. Place 0 refuses none.
+/// first being 1. With @p forever it refuses the following ones too. Place 0 refuses none.
 void arm(Owner owner, long place, bool forever);
 /// How many allocations have been counted since arm().
 long counted();
 /// Refuses nothing any more.
 void disarm();
 
-/// Blocks of operator new, and of SQLite, that have not been given back, of all threads.
+/// Blocks of operator new, and of SQLite, that have not been freed, of all threads.
 long blocksOfCode();
 long blocksOfSqlite();
 

@@ -4,109 +4,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <iterator>
 #include <random>
 #include <sstream>
 
-#include "FaultFiles.h"
-#include "FaultMemory.h"
+#include "Calls.h"
 #include "SceneRequests.h"
-#include "settings/GeneralConfigurationDAO.h"
 #include "testkit/Schemas.h"
+#include "settings/GeneralConfigurationDAO.h"
 
 using namespace SceneRequests;
-using FaultScenarios::method;
+using Calls::method;
 
 namespace FaultRunner {
-
-/// A way to refuse something.
-struct Family {
-    const char* name;
-    bool isMemory;
-    FaultFiles::Fault fault;
-    FaultMemory::Owner owner;
-};
-
-static const Family Families[] = {
-    {"io-error", false, FaultFiles::Fault::IoError, {}},
-    {"full", false, FaultFiles::Fault::Full, {}},
-    {"cannot-open", false, FaultFiles::Fault::CannotOpen, {}},
-    {"memory-of-code", true, {}, FaultMemory::Owner::Code},
-    {"memory-of-sqlite", true, {}, FaultMemory::Owner::Sqlite},
-    {"memory-of-libraries", true, {}, FaultMemory::Owner::Library},
-};
-constexpr std::size_t FamilyCount = std::size(Families);
-
-static void arm(const Family& family, long place, bool forever) {
-    if (family.isMemory) {
-        FaultMemory::arm(family.owner, place, forever);
-    } else {
-        FaultFiles::arm(family.fault, place, forever);
-    }
-}
-
-static long disarm(const Family& family) {
-    if (family.isMemory) {
-        FaultMemory::disarm();
-        return FaultMemory::counted();
-    }
-    FaultFiles::disarm();
-    return FaultFiles::counted();
-}
-
-// ---- Which places
-
-/// Gives each of the groups that @p isMemory names a number of places, together @p budget of them
-/// unless there are fewer. No group gets more than another unless that has no more.
-static void share(std::vector<Places>& all, bool isMemory, long budget, std::mt19937& random) {
-    std::vector<Places*> open;
-    for (Places& each : all) {
-        if (Families[each.family].isMemory == isMemory && each.operations > 0) {
-            open.push_back(&each);
-        }
-    }
-    std::shuffle(open.begin(), open.end(), random);
-    while (budget > 0 && !open.empty()) {
-        for (std::size_t i = 0; i < open.size() && budget > 0; ++i, --budget) {
-            ++open[i]->count;
-        }
-        open.erase(
-            std::remove_if(open.begin(), open.end(),
-                           [](const Places* each) { return each->count == each->operations; }),
-            open.end());
-    }
-}
-
-/// One place in each stretch of equal length.
-static void choose(Places& places, std::mt19937& random) {
-    for (long i = 0; i < places.count; ++i) {
-        const long first = places.operations * i / places.count + 1;
-        const long last = places.operations * (i + 1) / places.count;
-        places.chosen.push_back(std::uniform_int_distribution<long>(first, last)(random));
-    }
-}
-
-bool OnePlace::isGiven() {
-    return std::getenv("DAS_FAULT") != nullptr;
-}
-
-OnePlace OnePlace::read() {
-    OnePlace one;
-    std::istringstream in(isGiven() ? std::getenv("DAS_FAULT") : "");
-    for (std::string* const part : {&one.scenario, &one.family, &one.place, &one.mode}) {
-        std::getline(in, *part, ';');
-    }
-    return one;
-}
-
-void OnePlace::choose(std::vector<Places>& all) const {
-    for (Places& each : all) {
-        if (Families[each.family].name == family && each.forever == (mode == "ever")) {
-            each.chosen.push_back(std::stol(place));
-        }
-    }
-}
 
 bool Runner::isSuccess(const Answer& answer) const {
     const std::string& good = m_expected.answer.reason;
@@ -179,68 +88,68 @@ void Runner::restart() {
     m_scene.stop();
 }
 
-void Runner::attempt(const Family& family, long place, bool forever, const Tell& tell) {
-    arm(family, place, forever);
+void Runner::attempt(const Family& family, long place, bool forever, const Sink& out) {
+    family.arm(place, forever);
     Outcome outcome = perform();
-    (void)disarm(family);
+    (void)family.disarm();
     if (m_scenario.isStart()) {
-        judgeStart(tell);
+        judgeStart(out);
         return;
     }
     const Answer answer(outcome);
     outcome = Outcome();
     const std::string held = m_scene.whatIsHeld();
     if (!held.empty()) {
-        tell("F is still held: " + held);
+        out("F is still held: " + held);
     }
-    judgeAnswer(answer, tell);
-    judgeContents(answer, tell);
-    judgeFile(tell);
-    judgeAfterwards(tell);
+    judgeAnswer(answer, out);
+    judgeContents(answer, out);
+    judgeFile(out);
+    judgeAfterwards(out);
 }
 
-void Runner::judgeAnswer(const Answer& answer, const Tell& tell) const {
+void Runner::judgeAnswer(const Answer& answer, const Sink& out) const {
     const Answer& good = m_expected.answer;
     if (answer.threw) {
-        tell("+ exceptions");
+        out("+ exceptions");
         return;
     }
     if (answer.replied != good.replied) {
-        tell("F no reply");
+        out("F no reply");
         return;
     }
     const bool isFailure = answer.response == "failure" || answer.reason == "failure";
     if (!good.reason.empty() && !isFailure && answer.reason != good.reason) {
-        tell("F the answer is '" + answer.response + "'");
+        out("F the answer is '" + answer.response + "'");
     }
-    tell(isSuccess(answer) ? "+ successes" : "+ failures");
+    out(isSuccess(answer) ? "+ successes" : "+ failures");
     if (m_scenario.rule == Rule::Read && isSuccess(answer) && answer.response != good.response) {
         if (answer.reason == "rowcount_response") {
-            tell("+ counts that failed and are reported as 0");
+            out("+ counts that failed and are reported as 0");
             return;
         }
         if (!m_scenario.arrange.empty() && answer.response.find("<Entry>") == std::string::npos) {
-            tell("+ first reads of a table that could not be filled");
+            out("+ first reads of a table that could not be filled");
             return;
         }
-        tell("F a read that succeeds gives '" + answer.response.substr(0, 600) + "'");
+        out("F a read that succeeds gives '" + answer.response.substr(0, 600) + "'");
     }
 }
 
-void Runner::judgeFile(const Tell& tell) const {
+void Runner::judgeFile(const Sink& out) const {
     const std::string text =
         m_scenario.file.empty() ? "" : readFile(m_scene.onDevice(m_scenario.file));
     if (!m_scenario.file.empty() && text != "older\n" && text != m_expected.file) {
-        tell("F the file is neither the older nor the new one: '" + text.substr(0, 200) + "'");
+        out("F the file is neither the older nor the new one: '" + text.substr(0, 200) + "'");
     }
 }
 
-void Runner::judgeBatch(const Contents& missing, const Tell& tell) const {
-    tell("+ batches acknowledged without an earlier entry");
+void Runner::judgeBatch(const Contents& missing, const Sink& out) const {
+    out("+ batches acknowledged without an earlier entry");
     for (const auto& table : missing) {
         for (const std::string& row : table.second) {
             if (row.find("Last") != std::string::npos) {
-                tell("F the last entry is acknowledged and not there: " + row);
+                out("F the last entry is acknowledged and not there: " + row);
             }
         }
     }
@@ -256,64 +165,64 @@ bool hasRows(const Contents& contents, const std::string& table,
 
 }  // namespace
 
-void Runner::judgeContents(const Answer& answer, const Tell& tell) const {
+void Runner::judgeContents(const Answer& answer, const Sink& out) const {
     const Contents now = m_scene.contents();
     const Contents& before = m_expected.before;
     const Contents& after = m_expected.after;
     const Contents missing = without(after, now);
     if (answer.replied && isSuccess(answer) && !missing.empty()) {
         if (m_scenario.rule == Rule::Done || m_scenario.rule == Rule::Tables) {
-            tell("F acknowledged and not there: " + sample(missing));
+            out("F acknowledged and not there: " + sample(missing));
         } else if (m_scenario.rule == Rule::Batch) {
-            judgeBatch(missing, tell);
+            judgeBatch(missing, out);
         }
     }
     const bool isWhole = m_scenario.rule == Rule::Tables || m_scenario.rule == Rule::Whole;
     for (const auto& [table, rows] : now) {
         if (isWhole && !hasRows(before, table, rows) && !hasRows(after, table, rows)) {
-            tell("F half a table: " + table);
+            out("F half a table: " + table);
         }
     }
     const Contents strange = without(without(now, after), before);
     const Contents lost = without(without(before, without(before, after)), now);
     if (m_scenario.rule != Rule::Rewrite && !(strange.empty() && lost.empty())) {
-        tell("F rows that no request wrote: " + sample(strange) + " or removed: " + sample(lost));
+        out("F rows that no request wrote: " + sample(strange) + " or removed: " + sample(lost));
     }
     if (!m_scenario.isDestructive && m_scene.integrity() != "ok") {
-        tell("F integrity: " + m_scene.integrity());
+        out("F integrity: " + m_scene.integrity());
     }
 }
 
 /// Whether the service goes on as if nothing had been.
-void Runner::judgeAfterwards(const Tell& tell) {
+void Runner::judgeAfterwards(const Sink& out) {
     if (m_scenario.isDestructive) {
         m_scene.start();  // after a reset a service refuses until it is started anew
     }
     const std::string wrong = probe(m_scene);
     if (!wrong.empty()) {
-        tell("F " + wrong);
+        out("F " + wrong);
     }
     const bool isOfProbe = m_scenario.name.find("FeatureKeys") != std::string::npos ||
                            m_scenario.arrange.find("FEATURE_KEYS") != std::string::npos;
     if (m_scenario.rule == Rule::Read && !isOfProbe) {
         const Answer again(m_scene.call(m_scenario.method));
         if (again.response != m_expected.answer.response) {
-            tell("F the same read gives '" + again.response.substr(0, 600) + "' afterwards");
+            out("F the same read gives '" + again.response.substr(0, 600) + "' afterwards");
         }
     }
 }
 
 /// A start that met a fault answers, and the next start ends where one without a fault does.
-void Runner::judgeStart(const Tell& tell) {
+void Runner::judgeStart(const Sink& out) {
     if (m_scene.hasService()) {
         const Answer answer(m_scene.call(message("FeatureKeys", "read_request")));
         if (answer.reason != "read_response" && answer.reason != "failure" &&
             answer.response != "failure") {
-            tell("F after the start the answer is '" + answer.response + "'");
+            out("F after the start the answer is '" + answer.response + "'");
         }
         const std::string held = m_scene.whatIsHeld();
         if (!held.empty()) {
-            tell("F is still held: " + held);
+            out("F is still held: " + held);
         }
     }
     m_scene.stop();
@@ -322,28 +231,28 @@ void Runner::judgeStart(const Tell& tell) {
     const Contents missing = without(m_expected.after, now);
     const Contents strange = without(now, m_expected.after);
     if (!missing.empty() || !strange.empty()) {
-        tell("F the next start ends elsewhere: missing " + sample(missing) + " strange " +
+        out("F the next start ends elsewhere: missing " + sample(missing) + " strange " +
              sample(strange));
     }
     if (m_scene.integrity() != "ok") {
-        tell("F integrity: " + m_scene.integrity());
+        out("F integrity: " + m_scene.integrity());
     }
 }
 
-std::vector<Places> Runner::count(const Tell& tell) {
+std::vector<Places> Runner::count(const Sink& out) {
     std::vector<Places> all;
-    for (std::size_t i = 0; i < FamilyCount; ++i) {
+    for (std::size_t i = 0; i < Families.size(); ++i) {
         long operations = 0;
-        const Report report = isolated([&](const Tell& up) {
+        const Report report = isolated([&](const Sink& up) {
             begin();
-            arm(Families[i], 0, false);
+            Families[i].arm(0, false);
             (void)perform();
-            up(std::to_string(disarm(Families[i])));
+            up(std::to_string(Families[i].disarm()));
         });
         if (report.end.empty() && !report.lines.empty()) {
             operations = std::stol(report.lines.back());
         } else {
-            tell("F " + m_scenario.name + " without a fault: " + report.end);
+            out("F " + m_scenario.name + " without a fault: " + report.end);
         }
         all.push_back({i, false, operations});
         all.push_back({i, true, operations});
@@ -351,9 +260,9 @@ std::vector<Places> Runner::count(const Tell& tell) {
     return all;
 }
 
-void Runner::learn(const Tell& tell) {
+void Runner::learn(const Sink& out) {
     const std::string folder = m_scene.database().parent_path();
-    const Report report = isolated([&](const Tell& up) {
+    const Report report = isolated([&](const Sink& up) {
         begin();
         const Answer answer(perform());
         writeFile(folder + "/response", answer.response);
@@ -373,7 +282,7 @@ void Runner::learn(const Tell& tell) {
     m_expected.after = m_scene.contents();
     m_expected.file = m_scenario.file.empty() ? "" : readFile(m_scene.onDevice(m_scenario.file));
     if (!report.end.empty()) {
-        tell("F " + m_scenario.name + " without a fault: " + report.end);
+        out("F " + m_scenario.name + " without a fault: " + report.end);
     }
 }
 
@@ -387,14 +296,14 @@ std::pair<long, long> Runner::keptBy(const std::function<void()>& work) {
     return {FaultMemory::blocksOfCode() - code, FaultMemory::blocksOfSqlite() - sqlite};
 }
 
-void Runner::whole(const Family& family, long place, bool forever, const Tell& up) {
-    const auto work = [&](const Tell& tell) {
-        return [&, tell] {
+void Runner::whole(const Family& family, long place, bool forever, const Sink& up) {
+    const auto work = [&](const Sink& out) {
+        return [&, out] {
             begin();
             if (!m_scene.hasService() && !m_scenario.isStart()) {
                 m_scene.start();
             }
-            attempt(family, place, forever, tell);
+            attempt(family, place, forever, out);
         };
     };
     const auto [code, sqlite] = keptBy(work(up));
@@ -410,25 +319,25 @@ void Runner::whole(const Family& family, long place, bool forever, const Tell& u
     }
 }
 
-void Runner::pass(const Report& report, const std::string& where, const Tell& tell) {
+void Runner::pass(const Report& report, const std::string& where, const Sink& out) {
     for (const std::string& line : report.lines) {
         if (line[0] == 'B') {
             std::istringstream(line.substr(2)) >> m_codeBlocks >> m_sqliteBlocks;
         } else {
-            tell(line[0] == 'F' ? "F " + where + line.substr(2) : line);
+            out(line[0] == 'F' ? "F " + where + line.substr(2) : line);
         }
     }
     if (!report.end.empty()) {
-        tell("F " + where + report.end);
+        out("F " + where + report.end);
     }
 }
 
-void Runner::run(const Budget& budget, std::uint32_t seed, const Tell& tell) {
+void Runner::run(const Budget& budget, std::uint32_t seed, const Sink& out) {
     prepare();
-    learn(tell);
-    pass(isolated([&](const Tell& up) { whole(Families[0], 0, false, up); }),
-         m_scenario.name + " without a fault: ", tell);
-    std::vector<Places> all = count(tell);
+    learn(out);
+    pass(isolated([&](const Sink& up) { whole(Families[0], 0, false, up); }),
+         m_scenario.name + " without a fault: ", out);
+    std::vector<Places> all = count(out);
     if (OnePlace::isGiven()) {
         OnePlace::read().choose(all);
     } else {
@@ -440,20 +349,20 @@ void Runner::run(const Budget& budget, std::uint32_t seed, const Tell& tell) {
         }
     }
     for (const Places& each : all) {
-        tryPlaces(each, tell);
+        tryPlaces(each, out);
     }
 }
 
-void Runner::tryPlaces(const Places& places, const Tell& tell) {
+void Runner::tryPlaces(const Places& places, const Sink& out) {
     const Family& family = Families[places.family];
     for (const long place : places.chosen) {
         const Report report =
-            isolated([&](const Tell& up) { whole(family, place, places.forever, up); });
+            isolated([&](const Sink& up) { whole(family, place, places.forever, up); });
         pass(report,
              m_scenario.name + ", " + family.name + " " + std::to_string(place) + " of " +
                  std::to_string(places.operations) + (places.forever ? " for ever: " : " once: "),
-             tell);
-        tell(family.isMemory ? "+ places of memory" : "+ places of files");
+             out);
+        out(family.isMemory ? "+ places of memory" : "+ places of files");
     }
 }
 

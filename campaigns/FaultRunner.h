@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "FaultPlaces.h"
 #include "FaultScenarios.h"
 #include "Scene.h"
 
@@ -15,31 +16,7 @@ namespace FaultRunner {
 namespace fs = std::filesystem;
 using FaultScenarios::Rule;
 using FaultScenarios::Scenario;
-using Tell = std::function<void(const std::string&)>;
-
-struct Family;
-
-/// The places of one family in one scenario, for one of the two modes.
-struct Places {
-    std::size_t family;
-    bool forever;
-    long operations;  ///< without a fault
-    long count = 0;   ///< how many are to be tried
-    std::vector<long> chosen{};
-};
-
-/// One place that DAS_FAULT="SCENARIO;FAMILY;PLACE;once|ever" of the environment names, in place of
-/// all others.
-struct OnePlace {
-    std::string scenario;
-    std::string family;
-    std::string place;
-    std::string mode;
-
-    static bool isGiven();
-    static OnePlace read();
-    void choose(std::vector<Places>& all) const;
-};
+using Sink = std::function<void(const std::string&)>;
 
 /// How many places are still to be tried, and in how many scenarios.
 struct Budget {
@@ -85,13 +62,13 @@ public:
     Runner(const Scenario& scenario, fs::path filled)
         : m_scenario(scenario), m_filled(std::move(filled)) {}
 
-    /// Tries its part of the places and tells findings, "F TEXT", and figures, "+ NAME".
-    void run(const Budget& budget, std::uint32_t seed, const Tell& tell);
+    /// Tries its part of the places and reports findings, "F TEXT", and figures, "+ NAME".
+    void run(const Budget& budget, std::uint32_t seed, const Sink& out);
 
 private:
     /// How many operations each family has here.
-    std::vector<Places> count(const Tell& tell);
-    void tryPlaces(const Places& places, const Tell& tell);
+    std::vector<Places> count(const Sink& out);
+    void tryPlaces(const Places& places, const Sink& out);
     /// Makes what the scenario begins with.
     void prepare();
     /// Takes the scene back to it, in a process that tries one place.
@@ -100,19 +77,19 @@ private:
     Outcome perform();
     void restart();
     /// Finds out what happens without a fault.
-    void learn(const Tell& tell);
+    void learn(const Sink& out);
     /// One place with all that follows.
-    void whole(const Family& family, long place, bool forever, const Tell& up);
+    void whole(const Family& family, long place, bool forever, const Sink& up);
     std::pair<long, long> keptBy(const std::function<void()>& work);
-    void attempt(const Family& family, long place, bool forever, const Tell& tell);
-    void judgeAnswer(const Answer& answer, const Tell& tell) const;
-    void judgeContents(const Answer& answer, const Tell& tell) const;
-    void judgeBatch(const Contents& missing, const Tell& tell) const;
-    void judgeFile(const Tell& tell) const;
-    void judgeAfterwards(const Tell& tell);
-    void judgeStart(const Tell& tell);
+    void attempt(const Family& family, long place, bool forever, const Sink& out);
+    void judgeAnswer(const Answer& answer, const Sink& out) const;
+    void judgeContents(const Answer& answer, const Sink& out) const;
+    void judgeBatch(const Contents& missing, const Sink& out) const;
+    void judgeFile(const Sink& out) const;
+    void judgeAfterwards(const Sink& out);
+    void judgeStart(const Sink& out);
     bool isSuccess(const Answer& answer) const;
-    void pass(const Report& report, const std::string& where, const Tell& tell);
+    void pass(const Report& report, const std::string& where, const Sink& out);
 
     const Scenario& m_scenario;
     Scene m_scene;

@@ -4,10 +4,11 @@
 #include <filesystem>
 #include <set>
 
-#include "Scene.h"
+#include "Calls.h"
 #include "SceneRequests.h"
 
 using namespace FaultScenarios;
+using Calls::method;
 using namespace SceneRequests;
 
 namespace {
@@ -17,7 +18,7 @@ namespace fs = std::filesystem;
 Scenario request(const std::string& schema, const std::string& reason, Rule rule,
                  const std::string& body = {}) {
     return {schema + " " + reason + (rule == Rule::Batch ? " batch" : ""),
-            Scene::messageOf(message(schema, reason, body)), rule};
+            Calls::request(message(schema, reason, body)), rule};
 }
 
 /// More than SQLite's cache holds: pages go to the file before the end of the transaction.
@@ -94,28 +95,28 @@ std::vector<Scenario> requestScenarios() {
                 entry(element("Id", "7") + element("DigitString", "99"))),
         request("Nothing", "read_request", Rule::Read),
         {"the first request to a table of keys",
-         Scene::messageOf(message("FeatureKeys", "read_request", element("Id", "100"))),
+         Calls::request(message("FeatureKeys", "read_request", element("Id", "100"))),
          Rule::Read,
          {},
          false,
          {},
          "DROP TABLE FEATURE_KEYS"},
         {"the first request to call groups",
-         Scene::messageOf(message("CallGroup", "read_request")),
+         Calls::request(message("CallGroup", "read_request")),
          Rule::Read,
          {},
          false,
          {},
          "DROP TABLE CallGroup"},
         {"the first request to a table of the telephone",
-         Scene::messageOf(message("CodecSettings", "read_request")),
+         Calls::request(message("CodecSettings", "read_request")),
          Rule::Read,
          {},
          false,
          {},
          "DROP TABLE CODEC_SETTINGS"},
-        {"default keys", Scene::messageOf("getDefaultKeyData"), Rule::Open},
-        {"contacts to a file", Scene::messageOf("saveContactsToCSV"), Rule::Open,
+        {"default keys", Calls::request("getDefaultKeyData"), Rule::Open},
+        {"contacts to a file", Calls::request("saveContactsToCSV"), Rule::Open,
          "/tmp/VX_contacts.csv"},
     };
 }
@@ -195,20 +196,6 @@ std::vector<Scenario> startScenarios() {
 }
 
 }  // namespace
-
-Method FaultScenarios::method(const std::string& name, const std::vector<std::pair<std::string, std::string>>& in) {
-    Method made(name);
-    for (const auto& [parameter, value] : in) {
-        if (value == "true" || value == "false") {
-            made.addBoolParameter(parameter, value == "true", Parameter::in);
-        } else if (!value.empty() && value.find_first_not_of("-0123456789") == std::string::npos) {
-            made.addIntParameter(parameter, std::stoi(value), Parameter::in);
-        } else {
-            made.addStringParameter(parameter, value, Parameter::in);
-        }
-    }
-    return made;
-}
 
 std::vector<Scenario> FaultScenarios::all() {
     std::vector<Scenario> scenarios = requestScenarios();

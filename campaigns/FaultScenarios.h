@@ -17,7 +17,7 @@ enum class Rule {
     Batch,   ///< success: the last entry is done, earlier ones may be missing
     Tables,  ///< success: all is done; in any case each table is as before or as without a fault
     Whole,   ///< nothing, but each table is as before or as without a fault
-    Open,    ///< nothing: the answer is the same in every case, or there is none
+    Open,    ///< nothing: the answer is the same in every case, or missing
     Rewrite  ///< nothing, and rows that stay go and come back on the way
 };
 
@@ -32,9 +32,6 @@ struct Scenario {
 
     bool isStart() const { return method.getName().empty(); }
 };
-
-/// A message of the method @p name. "true" and "false" become bools, whole numbers ints.
-Method method(const std::string& name, const std::vector<std::pair<std::string, std::string>>& in);
 
 /// Requests of each kind, remote methods, and starts over older databases.
 std::vector<Scenario> all();

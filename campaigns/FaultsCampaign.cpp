@@ -5,6 +5,7 @@
 #include <execinfo.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <map>
 #include <random>
@@ -23,7 +24,7 @@ namespace {
 
 constexpr unsigned WholeRun = 3600;  // seconds that the places of a scenario may take
 
-/// Tells lines of a process to the campaign.
+/// Reports lines of a process to the campaign.
 class Collector {
 public:
     explicit Collector(Campaign& campaign) : m_campaign(campaign) {}
@@ -62,11 +63,16 @@ int main(int argc, char** argv) {
             _exit(134);
         });
     }
-    const std::vector<Scenario> scenarios = FaultScenarios::all();
+    std::vector<Scenario> scenarios = FaultScenarios::all();
+    const OnePlace one = OnePlace::read();
+    const auto isLeftOut = [&](const Scenario& each) {
+        return OnePlace::isGiven() ? each.name != one.scenario : !campaign.takes(each.name);
+    };
+    scenarios.erase(std::remove_if(scenarios.begin(), scenarios.end(), isLeftOut), scenarios.end());
     campaign.figure("scenarios", static_cast<long long>(scenarios.size()));
     Scene filled;
     Collector collector(campaign);
-    collector.take(isolated([&](const Tell&) {
+    collector.take(isolated([&](const Sink&) {
                        filled.start();
                        fill(filled);
                        filled.stop();
@@ -75,18 +81,15 @@ int main(int argc, char** argv) {
     Budget budget{campaign.rounds() * 3 / 8, 0, static_cast<long>(scenarios.size())};
     budget.memory = campaign.rounds() - budget.files;
     std::mt19937 random(campaign.seed());
-    const OnePlace one = OnePlace::read();
     for (const Scenario& scenario : scenarios) {
         const auto seed = static_cast<std::uint32_t>(random());
-        if (!OnePlace::isGiven() || scenario.name == one.scenario) {
-            const Report report = isolated(
-                [&](const Tell& tell) {
-                    Runner runner(scenario, filled.database());
-                    runner.run(budget, seed, tell);
-                },
-                WholeRun);
-            collector.take(report, scenario.name);
-        }
+        const Report report = isolated(
+            [&](const Sink& out) {
+                Runner runner(scenario, filled.database());
+                runner.run(budget, seed, out);
+            },
+            WholeRun);
+        collector.take(report, scenario.name);
         budget.files = campaign.rounds() * 3 / 8 - collector.value("places of files");
         budget.memory =
             campaign.rounds() - campaign.rounds() * 3 / 8 - collector.value("places of memory");

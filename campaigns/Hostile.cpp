@@ -261,7 +261,7 @@ int main(int argc, char** argv) {
     HostilePlace place(subjects);
     const Texts schemas = allSchemas();
     campaign.check(subjects.size() == schemas.size(),
-                   std::to_string(subjects.size()) + " schemas are told of");
+                   std::to_string(subjects.size()) + " schemas are documented");
     std::vector<Request> walk = frames(subjects);
     std::mt19937 random(campaign.seed());
     std::shuffle(walk.begin(), walk.end(), random);

@@ -172,7 +172,7 @@ void HostileFiles::passMap(const std::string& key, const std::string& value) {
     m_place.checkActs(m_campaign, {"GENERAL_CONFIG", "FEATURE_KEYS"});
     for (const std::string& table : SqlJudge::changedTables()) {
         // The change to base takes the visitor's password, and the campaign has stored none.
-        const std::string wrong = m_place.changeBeyond(table, "nobody");
+        const std::string wrong = m_place.changeBeyond(table, "no user");
         m_campaign.check(wrong.empty(), wrong);
     }
     if (key == "ringer-melody" && isCarriedByXml(value) && !hasEntity(value) &&

@@ -13,7 +13,7 @@ namespace {
 
 const std::string canaryStart = "CANARY-";
 
-/// What may be done beside the work on tables. Making a table that is there is tried by some, and
+/// What may be done besides the work on tables. Making a table that is there is tried by some, and
 /// SQLite asks before it looks.
 bool isHarmless(const SqlJudge::Act& act, const std::set<std::string>& tables) {
     const auto& [action, name] = act;

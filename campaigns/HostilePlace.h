@@ -14,7 +14,7 @@
 #include "testkit/Sql.h"
 
 /**
- * A service whose tables are full of canaries: cells that tell whose they are. In each table one
+ * A service whose tables are full of canaries: cells that say whose they are. In each table one
  * row of base, or of the telephone, is the victim that requests name; no other row may change.
  */
 class HostilePlace {
@@ -35,7 +35,7 @@ public:
     /// @p text as XML carries it between tags and in attributes.
     static std::string asContent(const std::string& text);
 
-    /// Tells as findings what SqlJudge saw beyond @p tables, and texts that are no one statement.
+    /// Reports as findings what SqlJudge saw beyond @p tables, and texts that are no one statement.
     void checkActs(Campaign& campaign, const std::set<std::string>& tables) const;
     /// What changed in @p table and should not; empty when nothing did.
     /// @param isWide base's rows may all go

@@ -72,7 +72,7 @@ Texts makeTexts() {
     return texts;
 }
 
-/// The length of the character that begins at @p place; 0 when there is none that XML carries.
+/// The length of the character that begins at @p place; 0 without one that XML can carry.
 std::size_t characterLength(const std::string& text, std::size_t place) {
     const auto byte = [&](std::size_t i) -> unsigned {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;

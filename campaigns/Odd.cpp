@@ -122,7 +122,7 @@ const struct {
      "t.UserContext = 'other' AND t.Schema IN ('TransportSettings', 'AcmsSettings')",
      "settings of the telephone have no user"},
     {"GENERAL_CONFIG", "UserContext", "1", "settings move between telephone and user"},
-    {"GENERAL_CONFIG", "Value", "t.Name = 'EmergencyNumber'", "is cut at a character that is none"},
+    {"GENERAL_CONFIG", "Value", "t.Name = 'EmergencyNumber'", "is cut at a character that is not valid"},
 };
 
 /// What the repair of contacts compares.

@@ -1,8 +1,7 @@
 // Cuts the power during each operation on the disk of a start, an upgrade or a change, and looks
 // whether the next start finds what it must.
 //
-// POWERCUT_ONLY in the environment takes those scenarios alone whose names contain it, and with
-// POWERCUT_LOG what the cut processes write is seen.
+// With POWERCUT_LOG in the environment the cut processes write their log to standard error.
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -15,15 +14,13 @@
 #include <cstring>
 #include <iostream>
 #include <random>
-#include <sstream>
 
 #include "Campaign.h"
 #include "PowerCutDisk.h"
 #include "PowerCutScenarios.h"
+#include "PowerCutState.h"
 #include "PowerCutVfs.h"
-#include "testkit/Decryption.h"
-#include "testkit/Sql.h"
-#include "testkit/SqliteVfs.h"
+#include "testkit/Place.h"
 
 namespace fs = std::filesystem;
 
@@ -33,6 +30,7 @@ using Progress = PowerCutDisk::Progress;
 
 constexpr int Workers = 2;
 constexpr int OneInHowManyIsCutTwice = 4;
+constexpr long OperationsOfAPutBack = 12;
 constexpr unsigned SecondsOfAChild = 60;
 constexpr int FailureStatus = 3;
 constexpr long Never = 0;
@@ -52,81 +50,6 @@ struct Known {
     long operations = 0;
     long operationsOfNextStart = 0;
 };
-
-// Databases --------------------------------------------------------------------------------------
-
-/// The rows that a query gives, each a line, in an order of their own; what SQLite says of a query
-/// that fails stands among them.
-std::vector<std::string> linesOf(const Sql& db, const std::string& sql, const fs::path& key = {}) {
-    std::vector<std::string> all;
-    std::string error;
-    for (const auto& row : db.rows(sql, &error, "NULL")) {
-        std::string& line = all.emplace_back();
-        for (const std::string& cell : row) {
-            // The same password never looks the same twice.
-            const bool isSecret = cell.rfind("das1:", 0) == 0;
-            line += (isSecret ? "password " + decrypted(cell, key) : cell) + "|";
-        }
-    }
-    if (!error.empty()) {
-        all.push_back(sql + ": " + error);
-    }
-    std::sort(all.begin(), all.end());
-    return all;
-}
-
-/// All that a place holds: its database, and the names of its files.
-std::string dump(const PhonePlace& place) {
-    const Sql db(place.database(), SqliteVfs::PlainName);
-    auto lines = linesOf(db, "SELECT type, name, tbl_name, sql FROM sqlite_master");
-    for (const std::string& table :
-         linesOf(db, "SELECT name FROM sqlite_master WHERE type = 'table'")) {
-        const std::string name = table.substr(0, table.size() - 1);
-        for (const std::string& row : linesOf(db, "SELECT * FROM \"" + name + "\"", place.key())) {
-            lines.push_back(name + ": " + row);
-        }
-    }
-    for (const auto& entry : fs::recursive_directory_iterator(place.folder())) {
-        const std::string name = entry.path().filename();
-        // Without a header a journal says nothing. What was being written under another name may be
-        // left over: a second name of the key, or a data file that was not whole.
-        if (name != "phone.db-journal" && name.rfind("dascrypt.key.", 0) != 0 &&
-            name.find(".new-") == std::string::npos) {
-            lines.push_back("file " + entry.path().lexically_relative(place.folder()).string());
-        }
-    }
-    std::sort(lines.begin(), lines.end());
-    std::string text;
-    for (const std::string& line : lines) {
-        text += line + "\n";
-    }
-    return text;
-}
-
-/// The first lines that one of the two has alone.
-std::string difference(const std::string& wanted, const std::string& found) {
-    const auto sortedLines = [](const std::string& text) {
-        std::vector<std::string> lines;
-        std::istringstream stream(text);
-        for (std::string line; std::getline(stream, line);) {
-            lines.push_back(line);
-        }
-        std::sort(lines.begin(), lines.end());
-        return lines;
-    };
-    const auto ours = sortedLines(wanted);
-    const auto theirs = sortedLines(found);
-    std::vector<std::string> missing;
-    std::vector<std::string> added;
-    std::set_difference(ours.begin(), ours.end(), theirs.begin(), theirs.end(),
-                        std::back_inserter(missing));
-    std::set_difference(theirs.begin(), theirs.end(), ours.begin(), ours.end(),
-                        std::back_inserter(added));
-    return std::to_string(missing.size()) + " lines missing" +
-           (missing.empty() ? "" : " as '" + missing.front().substr(0, 200) + "'") + ", " +
-           std::to_string(added.size()) + " too many" +
-           (added.empty() ? "" : " as '" + added.front().substr(0, 200) + "'");
-}
 
 // Children ---------------------------------------------------------------------------------------
 
@@ -191,10 +114,8 @@ bool takeSteps(const Run& run, Progress& progress) {
 }
 
 std::string textOfStatus(int status) {
-    if (WIFSIGNALED(status)) {
-        return "ended by signal " + std::to_string(WTERMSIG(status));
-    }
-    return "ended with status " + std::to_string(WEXITSTATUS(status));
+    return WIFSIGNALED(status) ? "ended by signal " + std::to_string(WTERMSIG(status))
+                               : "ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
 /// Runs children and sees what they did through memory that they share.
@@ -234,8 +155,7 @@ private:
 const PowerCutScenario OnlyStart = {
     "start", nullptr, true, {[](PowerCutSession& session) { return session.start(); }}};
 
-// What is known before anything is cut
-// -------------------------------------------------------------
+// What is known before anything is cut ------------------------------------------------------------
 
 class Preparation {
 public:
@@ -253,7 +173,7 @@ public:
                 must({scenario, m_work, steps, Never, 0});
             }
             must({OnlyStart, m_work, 1, Never, 0});
-            known.states.push_back(dump(m_work));
+            known.states.push_back(PowerCutState::dump(m_work));
         }
         known.operations = countOf(scenario);
         known.operationsOfNextStart = countOf(OnlyStart);
@@ -292,9 +212,7 @@ private:
     Known* m_known = nullptr;
 };
 
-// Cuts -------------------------------------------------------------------------------------------
-
-/// Every operation of each scenario in turn, in an order that the seed gives, and the moment behind
+/// Every operation of each scenario in turn, in an order that the seed gives, and the moment after
 /// the last; then from the start again.
 std::vector<Cut> chooseCuts(const std::vector<Known>& all, long rounds, std::uint32_t seed) {
     std::mt19937 random(seed);
@@ -359,14 +277,14 @@ private:
         if (!isKept && !fs::exists(m_copy.database())) {
             return {};
         }
-        const auto lines = linesOf(Sql(isKept ? kept : m_copy.database(), SqliteVfs::PlainName),
-                                   "PRAGMA integrity_check");
-        return lines == std::vector<std::string>{"ok|"} ? "" : "the database is " + lines.front();
+        return PowerCutState::integrity(isKept ? kept : m_copy.database());
     }
 
     std::string cutNextStart(const Known& known, std::uint32_t seed) {
-        const long operation = 1 + static_cast<long>(seed / OneInHowManyIsCutTwice) %
-                                       (known.operationsOfNextStart + 1);
+        // A start begins with what the first cut has left: half of the cuts fall there.
+        const std::uint32_t drawn = seed / OneInHowManyIsCutTwice;
+        const long last = drawn % 2 == 0 ? OperationsOfAPutBack : known.operationsOfNextStart + 1;
+        const long operation = 1 + static_cast<long>(drawn / 2) % last;
         const std::string wrong = m_children.run({OnlyStart, m_place, 1, operation, seed});
         return wrong.empty() ? checkIntegrity() : "second cut: " + wrong;
     }
@@ -376,7 +294,7 @@ private:
         if (!wrong.empty()) {
             return "the next start " + wrong;
         }
-        const std::string found = dump(m_place);
+        const std::string found = PowerCutState::dump(m_place);
         const std::size_t last = std::min(acknowledged + 1, known.states.size() - 1);
         for (std::size_t state = acknowledged; state <= last; ++state) {
             if (known.states[state] == found) {
@@ -384,8 +302,10 @@ private:
             }
         }
         return std::to_string(acknowledged) + " steps were acknowledged; after the next start " +
-               difference(known.states[acknowledged], found) +
-               (last == acknowledged ? "" : "; or " + difference(known.states[last], found));
+               PowerCutState::difference(known.states[acknowledged], found) +
+               (last == acknowledged
+                    ? ""
+                    : "; or " + PowerCutState::difference(known.states[last], found));
     }
 
     const std::vector<Known>& m_all;
@@ -442,16 +362,13 @@ void runWorkers(Campaign& campaign, const fs::path& folder, const std::vector<Kn
     }
 }
 
-void tellFigures(Campaign& campaign, const std::vector<Known>& all, const std::vector<Cut>& cuts) {
+void reportFigures(Campaign& campaign, const std::vector<Known>& all,
+                   const std::vector<Cut>& cuts) {
     long operations = 0;
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        const auto count = std::count_if(cuts.begin(), cuts.end(),
-                                         [&](const Cut& cut) { return cut.scenario == i; });
-        campaign.figure(all[i].scenario.name, std::to_string(count) + " cuts at " +
-                                                  std::to_string(all[i].operations) +
-                                                  " operations");
-        operations += all[i].operations;
+    for (const Known& known : all) {
+        operations += known.operations;
     }
+    campaign.figure("scenarios", static_cast<long long>(all.size()));
     campaign.figure("operations", operations);
     campaign.figure("cuts", static_cast<long long>(cuts.size()));
     campaign.figure("of these with a second one in the next start",
@@ -465,18 +382,17 @@ void tellFigures(Campaign& campaign, const std::vector<Known>& all, const std::v
 int main(int argc, char** argv) {
     Campaign campaign("powercut", "cuts; 0 for one during each operation", 0, argc, argv);
     const ScratchFolder scratch;
-    const char* const only = std::getenv("POWERCUT_ONLY");
     std::vector<Known> all;
     try {
         Preparation preparation(scratch.folder());
         for (const PowerCutScenario& scenario : powerCutScenarios()) {
-            if (only == nullptr || scenario.name.find(only) != std::string::npos) {
+            if (campaign.takes(scenario.name)) {
                 all.push_back(preparation.prepare(scenario));
             }
         }
         const auto cuts = chooseCuts(all, campaign.rounds(), campaign.seed());
         runWorkers(campaign, scratch.folder(), all, cuts);
-        tellFigures(campaign, all, cuts);
+        reportFigures(campaign, all, cuts);
     } catch (const std::exception& error) {
         campaign.found(error.what());
     }

@@ -19,8 +19,8 @@
  * the power goes they become what a disk may hold then, and the process ends:
  *
  * - All that was synced is there.
- * - Of the changes of a file since its last sync there are none, all, those up to one of them, or
- *   some; of the one where that stops, some sectors. Bytes beside a write are never harmed, which
+ * - Of the changes of a file since its last sync nothing is there, all of them, those up to one, or
+ *   some; of the one where that stops, some sectors. Bytes next to a write are never harmed, which
  *   is what SQLite takes for granted on this system (powersafe overwrite). Where a file has grown
  *   over what has not arrived there are zeros or any bytes.
  * - Of the changes of names there are those up to one of them, or some; those of the same name stay
@@ -45,7 +45,7 @@ public:
     PowerCutDisk(const PowerCutDisk&) = delete;
     PowerCutDisk& operator=(const PowerCutDisk&) = delete;
 
-    /// The disk of this process; null when there is none or its power is gone.
+    /// The disk of this process; null without one, and when its power is gone.
     static PowerCutDisk* current();
 
     /// Counts from here on, and cuts during the operation of this number, from 1; never for 0.

@@ -1,6 +1,6 @@
 // Stands in for the calls to the system by which the service writes files of its own, as the file
 // of its key and those that a table goes through: the program's functions are found before those
-// of the C library. PowerCutDisk is told, and the work goes to the system as ever.
+// of the C library. PowerCutDisk is notified, and the system does the work as usual.
 
 #include <fcntl.h>
 #include <stdarg.h>
@@ -61,7 +61,7 @@ bool isFolder(int descriptor) {
     return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// A folder is told also when SQLite syncs it: its VFS knows of files alone.
+/// A folder is reported also when SQLite syncs it: its VFS knows of files alone.
 int syncTold(int descriptor, long call) {
     PowerCutDisk* const any = PowerCutDisk::current();
     if (any != nullptr && isFolder(descriptor)) {

@@ -21,7 +21,7 @@ constexpr int ContactsThatAreThere = 100;
 
 // Requests ---------------------------------------------------------------------------------------
 
-/// @p count rows, each as @p row tells it.
+/// @p count rows, each as @p row makes it.
 std::string rows(int count, const std::function<std::string(int)>& row) {
     std::string all;
     for (int i = 0; i < count; ++i) {
@@ -202,6 +202,14 @@ std::vector<PowerCutScenario> writes() {
     const auto importContacts = [](PowerCutSession& session) {
         return session.service().importData("PhoneBook", base, FileToImport);
     };
+    const auto exportTo = [](const std::string& schema, const std::string& path) {
+        return [=](PowerCutSession& session) {
+            return session.service().exportData(schema, base, path);
+        };
+    };
+    const auto renameFile = [](PowerCutSession& session) {
+        return session.service().renameFile("/data/out.csv", "/data/contacts.csv");
+    };
     const auto reset = [](PowerCutSession& session) {
         return session.service().invokeACMSFactoryReset(true);
     };
@@ -223,6 +231,12 @@ std::vector<PowerCutScenario> writes() {
           request("AudioSettings", "update", settings("new")),
           request("FeatureKeys", "update", labels("newer"))}},
         {"import", prepareInUse, false, {importContacts}},
+        // The first one takes the place of the file in which an import found its rows.
+        {"data files",
+         prepareInUse,
+         false,
+         {exportTo("PhoneBook", FileToImport), exportTo("PhoneBook", "/data/out.csv"), renameFile,
+          exportTo("FeatureKeys", "/data/out.csv")}},
         {"profile change", prepareInUse, false, {profile("visitor"), profile("base")}},
         {"profile change with a stored user",
          prepareInUse,

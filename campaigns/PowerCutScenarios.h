@@ -36,7 +36,7 @@ struct PowerCutScenario {
 
     std::string name;
     std::function<void(const PhonePlace&)> prepare;  ///< for an empty place
-    bool startIsCut;                                 ///< else the steps behind the start alone
+    bool startIsCut;                                 ///< else the steps after the start alone
     /// Each is one change that is there whole or not at all, and true when it is acknowledged.
     std::vector<Step> steps;
 };

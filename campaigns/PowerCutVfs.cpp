@@ -11,7 +11,7 @@ namespace {
 using SqliteVfs::Kind;
 using SqliteVfs::Operation;
 
-/// What SQLite does, as its layer tells it.
+/// What SQLite does, as its layer reports it.
 class OfSqlite : public SqliteVfs::Watcher {
 public:
     int before(Operation& operation) override {
@@ -21,7 +21,7 @@ public:
             m_syncsFolder = operation.kind == Kind::Delete && operation.flags != 0;
         }
         if (operation.kind == Kind::Delete) {
-            operation.flags = 0;  // the folder is synced after the name has been told
+            operation.flags = 0;  // the folder is synced after the name has been reported
         }
         if (disk == nullptr || operation.tag == nullptr || *operation.tag == 0) {
             return SQLITE_OK;

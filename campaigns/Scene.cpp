@@ -11,6 +11,7 @@
 #include <regex>
 
 #include "AurelProtocols.h"
+#include "Calls.h"
 #include "FrameworkContext.h"
 #include "InvokerResponse.h"
 #include "Parameter.h"
@@ -103,9 +104,7 @@ struct ReasonReader {
 }  // namespace
 
 std::string Outcome::response() const {
-    std::string text;
-    (void)reply.getStringParameter("Response", text);
-    return text;
+    return Calls::responseIn(reply);
 }
 
 bool Outcome::acknowledged() const {
@@ -135,15 +134,8 @@ void Scene::stop() {
     m_phone.stop();
 }
 
-Method Scene::messageOf(const std::string& request) {
-    Method method("processRequest");
-    method.addStringParameter("Request", request, Parameter::in);
-    method.addIntParameter("RequestLength", static_cast<int>(request.size()), Parameter::in);
-    return method;
-}
-
 Outcome Scene::call(const std::string& request) {
-    return call(messageOf(request));
+    return call(Calls::request(request));
 }
 
 Outcome Scene::call(const Method& method) {
@@ -244,15 +236,15 @@ Report isolated(const std::function<void(const std::function<void(const std::str
         close(ends[0]);
         alarm(seconds);
         (void)!std::freopen("/dev/null", "w", stdout);  // a start writes there
-        const auto tell = [&](const std::string& line) {
+        const auto out = [&](const std::string& line) {
             const std::string text = line + "\n";
             (void)!write(ends[1], text.data(), text.size());
         };
         try {
-            work(tell);
+            work(out);
             _exit(0);
         } catch (const std::exception& error) {
-            tell(std::string("F an exception outside of the service: ") + error.what());
+            out(std::string("F an exception outside of the service: ") + error.what());
         }
         _exit(3);
     }

@@ -50,8 +50,6 @@ public:
 
     Outcome call(const Method& method);
     Outcome call(const std::string& request);
-    /// The message of a request.
-    static Method messageOf(const std::string& request);
 
     std::filesystem::path database() const { return m_place.database(); }
     std::string onDevice(const std::string& path) const { return m_place.onDevice(path); }
@@ -83,9 +81,9 @@ struct Report {
     std::string end;  ///< "": it came to its end; else how it was ended
 };
 
-/// Runs @p work in a process of its own; @p tell sends a line. It is killed after some seconds.
+/// Runs @p work in a process of its own; @p out sends a line. It is killed after some seconds.
 Report isolated(
-    const std::function<void(const std::function<void(const std::string&)>& tell)>& work,
+    const std::function<void(const std::function<void(const std::string&)>& out)>& work,
     unsigned seconds = 30);
 
 #endif

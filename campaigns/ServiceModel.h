@@ -23,12 +23,9 @@ public:
         std::string message;
         std::string call;
         std::string argument;
-        std::string answer;  ///< as canonical() gives it; for calls "true", "false" or ""
+        std::string answer;  ///< as ModelTexts::canonical() returns it; for calls "true", "false" or ""
     };
     Operation next();
-
-    /// An answer with its entries and items sorted where their order is the database's.
-    static std::string canonical(const std::string& answer);
 
     /// The messages that bring a fresh service to where the model begins.
     static std::vector<std::string> beginning();

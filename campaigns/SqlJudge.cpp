@@ -28,7 +28,7 @@ int onPrepare(void*, int action, const char* first, const char* second, const ch
         const char* const name = isInSecondDetail(action) ? second : first;
         seen.acts.emplace(action, name != nullptr ? name : "");
         if (action == SQLITE_DELETE && name != nullptr) {
-            // A delete of all rows is told by no other means: SQLite does it in one go.
+            // A delete of all rows is reported by no other means: SQLite does it in one go.
             seen.changed.insert(name);
         }
     }
@@ -36,7 +36,7 @@ int onPrepare(void*, int action, const char* first, const char* second, const ch
 }
 
 int onRun(unsigned, void*, void*, void* text) {
-    // The statements inside of a trigger are told as comments.
+    // The statements inside of a trigger are reported as comments.
     if (std::strncmp(static_cast<const char*>(text), "--", 2) != 0) {
         ++seen.run;
     }
@@ -57,7 +57,7 @@ int onOpen(sqlite3* db, char**, const sqlite3_api_routines*) {
     return SQLITE_OK;
 }
 
-const char* behindQuoted(const char* at, char quote) {
+const char* afterQuoted(const char* at, char quote) {
     const char* const close = std::strchr(at + 1, quote);
     return close != nullptr ? close + 1 : nullptr;
 }
@@ -73,7 +73,7 @@ bool isOneStatement(const char* sql) {
         }
         hasEnded = hasEnded || *at == ';';
         if (std::strchr("'\"`", *at) != nullptr) {
-            at = behindQuoted(at, *at);
+            at = afterQuoted(at, *at);
             if (at == nullptr) {
                 return false;
             }

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// A schema as docs/tables.md tells it, which a test holds equal to the code.
+/// A schema as docs/tables.md describes it, which a test holds equal to the code.
 struct Subject {
     std::string schema;
     std::string table;

@@ -148,8 +148,8 @@ def check_database(campaign, place, writes, where):
 
 
 def check_writes(campaign, with_host):
-    """Eight at once beside a host, on a database that is there or that they have to make."""
-    where = "beside a host" if with_host else "without a host"
+    """Eight at once, next to a host, on a database that is there or that they have to make."""
+    where = "next to a host" if with_host else "without a host"
     with Place(campaign) as place, ThreadPoolExecutor(WORKERS + 2) as pool:
         writes = Writes(campaign)
         if with_host:

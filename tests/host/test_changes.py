@@ -3,7 +3,6 @@
 Usage: test_changes.py DAS sanitizers=NAMES [unittest arguments]
 """
 import json
-import random
 import select
 import sqlite3
 import statistics
@@ -170,70 +169,6 @@ class Slow(ChangesTest):
         self.assertEqual(heard_of(slow.receive()), ("PhoneBook", "base", "write_request", "51"))
         status = Path(f"/proc/{self.host.pid}/status").read_text()
         self.assertTrue(SANITIZED or int(status.split("VmHWM:")[1].split()[0]) < 256 * 1024)
-
-    def test_a_picture_that_is_read_again_where_told_equals_the_database(self):
-        """Random writers, another process among them, and listeners that pause."""
-        chance = random.Random(4)
-        self.wire().exchange(contact("first"))
-        stop = threading.Event()
-        pictures = [self.follow(stop, chance.random() / 20) for _ in range(6)]
-        writers = [threading.Thread(target=self.write, args=(random.Random(n), 60)) for n in range(4)]
-        for writer in writers:
-            writer.start()
-        for number in range(10):
-            other = sqlite3.connect(self.db / "phone.db", timeout=60)
-            with other:
-                other.execute("UPDATE PHONE_BOOK SET Company = ? WHERE UniqueID % 3 = 0", (number,))
-            other.close()
-            time.sleep(0.05)
-        for writer in writers:
-            writer.join(PATIENCE)
-        time.sleep(2.5)  # the time within which another process's commit is heard
-        for schemas in ("PhoneBook", "AudioSettings"):
-            truth = sorted(map(str, self.reader().read(schemas)))
-            for picture, _ in pictures:
-                self.assertEqual(sorted(map(str, picture[schemas])), truth)
-        stop.set()
-        self.wire().exchange(contact("last"))
-        for _, thread in pictures:
-            thread.join(PATIENCE)
-
-    def reader(self):
-        client = Client(self.path)
-        self.addCleanup(client.close)
-        return client
-
-    def follow(self, stop, pause):
-        """Keeps a picture of two schemas, which it reads again only where a change says so."""
-        picture, changes, reads = {}, self.reader().changes(), self.reader()
-        ready = threading.Event()
-
-        def run():
-            for change in changes:
-                for schema in ("PhoneBook", "AudioSettings"):
-                    if change.schema in ("", schema):
-                        picture[schema] = reads.read(schema)
-                ready.set()
-                if stop.is_set():
-                    return
-                time.sleep(pause)
-        thread = threading.Thread(target=run)
-        thread.start()
-        self.assertTrue(ready.wait(PATIENCE))
-        return picture, thread
-
-    def write(self, chance, count):
-        wire = self.wire()
-        for _ in range(count):
-            number = chance.randrange(1, 40)
-            wire.exchange(chance.choice((
-                contact(f"S{number}"), setting(number),
-                asked(request("delete_request", f"<Entry><UniqueID>{number}</UniqueID></Entry>",
-                              "PhoneBook")),
-                asked(request("update_request", f"<Select><UniqueID>{number}</UniqueID></Select>"
-                              f"<Entry><Surname>U{number}</Surname></Entry>", "PhoneBook")),
-                asked(request("write_request", "<Entry><UniqueID>x</UniqueID></Entry>", "PhoneBook")),
-                call("importUserData", newValues="{}", isBase=True))))
 
 
 class Programs(ChangesTest):
