@@ -13,7 +13,7 @@ namespace Bench {
 struct RequestFields {
     static RequestFields of(const std::string& request);
 
-    /// The text of the first element @p name; blank if there is none.
+    /// The text of the first element @p name; blank without one.
     const std::string& value(const char* name) const;
 
     std::string schema;

@@ -1,5 +1,5 @@
 // The times of calls, in rows as the database has them. Each line of an input is a call: the time,
-// and behind a blank the number.
+// and after a blank the number.
 
 #include <algorithm>
 #include <exception>
@@ -74,7 +74,7 @@ void takeCallTimes(std::string_view input) {
         try {
             work();
         } catch (const std::exception&) {
-            // A time that can't be read raises; the caller is told so by its declaration.
+            // A time that can't be read throws, as its declaration says.
         }
     };
     attempt([&] { sortBothWays(row); });

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-/// One way in which a file is damaged, with the two numbers that tell where and how.
+/// One way in which a file is damaged, with the two numbers for where and how.
 struct Damage {
     enum Kind : std::uint8_t {
         Bit,      ///< flips bit @p value of the byte at @p place

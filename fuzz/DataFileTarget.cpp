@@ -123,7 +123,7 @@ void takeDataFile(std::string_view input) {
             cutLines(text);
         }
     } catch (const std::exception&) {
-        // An import may raise what the standard library raises, with everything released.
+        // An import may throw what the standard library throws, with everything released.
     }
     stage->restore();
 }

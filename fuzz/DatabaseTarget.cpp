@@ -27,10 +27,10 @@ constexpr std::size_t MostChanges = 40;
 constexpr int FailureLevel = 2;
 
 /// The kinds of changes follow each other: damage of bytes, statements, and what stands next to it.
-enum Beside : std::uint8_t { Journal, Copy, BesideKinds };
+enum Companion : std::uint8_t { Journal, Copy, CompanionKinds };
 constexpr std::size_t FirstStatement = Damage::Kinds;
-constexpr std::size_t FirstBeside = FirstStatement + OddStatement::Kinds;
-constexpr std::size_t ChangeKinds = FirstBeside + BesideKinds;
+constexpr std::size_t FirstCompanion = FirstStatement + OddStatement::Kinds;
+constexpr std::size_t ChangeKinds = FirstCompanion + CompanionKinds;
 
 struct Base {
     std::string bytes;
@@ -74,7 +74,7 @@ void keepBase() {
     bases.push_back({std::move(bytes), journalOf(databasePath())});
 }
 
-void placeBeside(std::size_t kind, std::size_t place) {
+void placeCompanion(std::size_t kind, std::size_t place) {
     if (kind == Journal) {
         writeFile(journalPath(), bases[place % bases.size()].journal);
     } else {
@@ -90,11 +90,11 @@ void change(std::string_view input) {
         std::string bytes = readFile(databasePath());
         Damage{static_cast<Damage::Kind>(kind), place, value}.apply(bytes);
         writeFile(databasePath(), bytes);
-    } else if (kind < FirstBeside) {
+    } else if (kind < FirstCompanion) {
         OddStatement{static_cast<OddStatement::Kind>(kind - FirstStatement), place, value}.apply(
             databasePath());
     } else {
-        placeBeside(kind - FirstBeside, place);
+        placeCompanion(kind - FirstCompanion, place);
     }
 }
 

@@ -105,7 +105,7 @@ void takeDeviceFile(std::string_view input) {
             reader.read();
         }
     } catch (const std::exception&) {
-        // A start goes on behind what the standard library raises.
+        // A start goes on after what the standard library throws.
     }
     stage->restore();
 }

@@ -50,7 +50,7 @@ const std::vector<std::string> CellChanges = {
     "UPDATE %T SET %C = '2014-99-99T99:99:99+99:99'",
     "UPDATE %T SET %C = '''; DROP TABLE PHONE_BOOK; --'",
     "UPDATE %T SET %C = printf('%.*c', 300000, 'x') WHERE rowid = 1",
-    "UPDATE %T SET UserContext = 'nobody'",
+    "UPDATE %T SET UserContext = 'no-one'",
     "UPDATE sqlite_sequence SET seq = 9223372036854775807",
     "INSERT INTO %T SELECT * FROM %T"};
 

@@ -20,7 +20,7 @@ std::string outcome(const std::string& message, bool keepsStatements) {
     try {
         answer = stage->service().processRequest(message);
     } catch (const std::exception&) {
-        // The caller of the process gets what the standard library raises; others get a failure.
+        // The caller of the process gets what the standard library throws; others get a failure.
     }
     require(!answer.empty(), "a request is not answered");
     cache.setUsed(true);

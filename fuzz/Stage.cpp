@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int InputsOfAService = 2000;
-/// A service does not give back the adapters that it had in front of a reset.
+/// A service does not release the adapters that it had before a reset.
 constexpr int InputsOfAReset = 50;
 
 const char* const Folders[] = {"/",    "/data",         "/data/ringtones",   "/data/images",

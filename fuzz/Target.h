@@ -5,7 +5,7 @@
 
 /**
  * A door through which data from outside enters, for a fuzzer and for the tests that repeat what it
- * found. An input must leave everything as it found it, so that the next one tells the same alone.
+ * found. An input must leave everything as it found it, so that the next one finds the same alone.
  */
 struct Target {
     const char* name;

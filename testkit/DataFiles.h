@@ -31,7 +31,7 @@ private:
 };
 
 /// An object that inserts the rows of a data file, as those of phone book and call log do. Columns
-/// that a line lacks raise the range error.
+/// that a line lacks throw the range error.
 class InsertingObject : public DataAccessObject {
 public:
     using DataAccessObject::DataAccessObject;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr timeval Patience{2, 0};
 
-/// False when @p name is none that a socket can have.
+/// False if a socket cannot have @p name.
 bool setAddress(const std::string& name, sockaddr_un& address) {
     if (name.empty() || (name[0] != '/' && name[0] != '@') ||
         name.size() > sizeof address.sun_path) {
@@ -39,7 +39,7 @@ bool Datagram::send(const std::string& text) {
         return false;
     }
     (void)setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &Patience, sizeof Patience);
-    // The length counts: what stands behind the name would be part of an abstract one.
+    // The length counts: what comes after the name would be part of an abstract one.
     const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + m_name.size());
     const ssize_t sent = sendto(descriptor, text.data(), text.size(),
                                 MSG_NOSIGNAL | (m_isWaitedFor ? 0 : MSG_DONTWAIT),

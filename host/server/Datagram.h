@@ -5,7 +5,7 @@
 #include <utility>
 
 /**
- * Sends datagrams to a socket of the system: a path, or a name of the abstract name space behind an
+ * Sends datagrams to a socket of the system: a path, or a name of the abstract name space after an
  * "@". Not for several threads at once.
  *
  * A receiver that does not read holds up the sender for a moment, once: from then on nothing is
@@ -17,7 +17,7 @@ public:
 
     const std::string& name() const { return m_name; }
 
-    /// False when @p text did not arrive; errno tells why.
+    /// False when @p text did not arrive; errno says why.
     [[nodiscard]] bool send(const std::string& text);
 
 private:

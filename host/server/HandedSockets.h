@@ -23,7 +23,7 @@ public:
      *
      * @param path  gets the path of the socket when it was not given
      * @param error takes one line when the result is -1
-     * @return a descriptor that listens, which belongs to the caller; -1 when there is none such
+     * @return a descriptor that listens, which belongs to the caller; -1 without such a socket
      */
     [[nodiscard]] int take(std::optional<std::string>& path, std::string& error) const;
 

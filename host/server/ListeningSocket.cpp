@@ -110,7 +110,7 @@ private:
     bool m_isHeld = false;
 };
 
-bool tell(const std::string& path, int code, std::string& error) {
+bool report(const std::string& path, int code, std::string& error) {
     error = path + ": " + std::generic_category().message(code);
     return false;
 }
@@ -146,7 +146,7 @@ bool ListeningSocket::open(const std::string& path, bool isForAll, std::string& 
     // remove what the first has just made: one at a time looks and binds.
     const PathLock lock(path);
     if (!lock.isSettled()) {
-        return tell(path, errno, error);
+        return report(path, errno, error);
     }
     return replaceStale(error) && bindAndListen(error);
 }
@@ -160,26 +160,26 @@ int ListeningSocket::release() {
     return std::exchange(m_descriptor, -1);
 }
 
-/// Removes the socket at the path if nobody listens there. False when something else is there.
+/// Removes the socket at the path if no process listens there. False when something else is there.
 bool ListeningSocket::replaceStale(std::string& error) const {
     struct stat status {};
     if (lstat(m_path.c_str(), &status) != 0) {
-        return errno == ENOENT || tell(m_path, errno, error);
+        return errno == ENOENT || report(m_path, errno, error);
     }
     if (!S_ISSOCK(status.st_mode)) {
-        return S_ISDIR(status.st_mode) ? tell(m_path, EISDIR, error) : tell(m_path, EEXIST, error);
+        return S_ISDIR(status.st_mode) ? report(m_path, EISDIR, error) : report(m_path, EEXIST, error);
     }
     const Descriptor probe(makeSocket());
     SocketAddress address;
     if (probe.get() < 0 || !address.set(m_path, error) ||
         fcntl(probe.get(), F_SETFL, O_NONBLOCK) != 0) {
-        return tell(m_path, errno, error);
+        return report(m_path, errno, error);
     }
     if (connect(probe.get(), address.get(), SocketAddress::size()) == 0 || errno == EAGAIN) {
         error = m_path + ": another host listens there";
         return false;
     }
-    return (errno == ECONNREFUSED && unlink(m_path.c_str()) == 0) || tell(m_path, errno, error);
+    return (errno == ECONNREFUSED && unlink(m_path.c_str()) == 0) || report(m_path, errno, error);
 }
 
 bool ListeningSocket::bindAndListen(std::string& error) {
@@ -189,12 +189,12 @@ bool ListeningSocket::bindAndListen(std::string& error) {
     // open to others, and gets back afterwards what the umask took.
     if (m_descriptor < 0 || !address.set(m_path, error) || fchmod(m_descriptor, m_mode) != 0 ||
         bind(m_descriptor, address.get(), SocketAddress::size()) != 0) {
-        return tell(m_path, errno, error);
+        return report(m_path, errno, error);
     }
     struct stat status {};
     m_isBound = lstat(m_path.c_str(), &status) == 0;
     m_device = status.st_dev;
     m_inode = status.st_ino;
     return (chmod(m_path.c_str(), m_mode) == 0 && listen(m_descriptor, SOMAXCONN) == 0) ||
-           tell(m_path, errno, error);
+           report(m_path, errno, error);
 }

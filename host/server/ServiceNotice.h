@@ -12,7 +12,7 @@
 #include "server/Datagram.h"
 
 /**
- * Tells the service manager how the service is: the upgrade step in work at the start, that it is
+ * Reports to the service manager how the service is: the upgrade step in work at the start, that it is
  * ready, that it goes on, that it ends. Without "NOTIFY_SOCKET" in the environment nothing is sent.
  * If sending fails, standard error says so once, and the service runs.
  *
@@ -50,7 +50,7 @@ private:
     void stop(std::atomic<bool>& goesOn);
 
     std::mutex m_sendMutex;
-    Datagram m_manager;  ///< of an empty name for nobody
+    Datagram m_manager;  ///< of an empty name for no manager
     bool m_isComplainedOf = false;
 
     std::mutex m_mutex;

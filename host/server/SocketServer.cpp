@@ -44,7 +44,7 @@ constexpr int LargeBlock = 256 * 1024;
 /// Each arena keeps memory that others could use.
 constexpr int Arenas = 2;
 constexpr rlim_t ClientLimit = 2000;
-/// Left to the service: without a journal it could answer nobody.
+/// Left to the service: without a journal it could answer no client.
 constexpr rlim_t ReservedDescriptors = 64;
 
 /// How many clients may be in at once, as far as the system gives descriptors.
@@ -169,7 +169,7 @@ private:
         accept();
     }
 
-    /// Under the mutex, so that no client comes in behind the last one that end() sees.
+    /// Under the mutex, so that no client comes in after the last one that end() sees.
     void enter(Protocol::socket socket) {
         const Lock lock(m_mutex);
         if (!m_acceptor.is_open()) {

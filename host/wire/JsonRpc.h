@@ -39,7 +39,7 @@ constexpr std::size_t ParameterLimit = 1000;
 /// Reads one line, without its line feed.
 Message read(std::string_view line);
 
-/// @p method as a message without an id; the parameters are left out when there are none. Bytes
+/// @p method as a message without an id; without parameters their member is left out. Bytes
 /// that are no UTF-8 are replaced.
 std::string notification(const Method& method);
 

@@ -20,7 +20,7 @@ public:
     void setLimit(std::size_t limit) { m_limit = limit; }
     std::size_t limit() const { return m_limit; }
 
-    /// Bytes that lines are gathered in, also while there are none.
+    /// Bytes that lines are gathered in, also while none has begun.
     std::size_t memory() const { return m_size; }
 
     /// Where the next bytes are to be put; moves what is kept, so that lines given before are gone.

@@ -125,7 +125,7 @@ public:
      * base, here and in the table: the one case in which this reading writes.
      *
      * @param isRead false when the table could not be read; may be null
-     * @return the stored text, empty when there is none or it can't be read
+     * @return the stored text, empty without one or when it can't be read
      */
     static std::string readMobilityCurrentUserValue(DatabaseAdapter* adapter,
                                                     bool* isRead = nullptr);

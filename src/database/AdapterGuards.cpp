@@ -62,7 +62,7 @@ TransactionGuard::TransactionGuard(DatabaseAdapter& adapter, Locks locks)
                                              : adapter.beginTransaction()) {}
 
 TransactionGuard::~TransactionGuard() {
-    // A failed commit has been logged by the adapter; a destructor has no caller to tell.
+    // A failed commit has been logged by the adapter; a destructor has no caller to report to.
     (void)end();
 }
 

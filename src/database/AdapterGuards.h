@@ -46,7 +46,7 @@ public:
     /// transaction back by itself, and what follows would be stored alone.
     void holdCommits();
 
-    /// Commits and releases the lock; what can't be committed is taken back. Raw SQLite code; 0
+    /// Commits and releases the lock; what can't be committed is rolled back. Raw SQLite code; 0
     /// without action when already ended.
     int end();
 
@@ -106,8 +106,8 @@ private:
     const bool m_isOutermost;
 };
 
-/// Runs @p work in a transaction of its own. It is committed when @p work gives true; it is taken
-/// back whole when it gives false, raises, or can't be committed. For rebuilds of tables. False
+/// Runs @p work in a transaction of its own. It is committed when @p work returns true; it is rolled
+/// back whole when it returns false, throws, or can't be committed. For rebuilds of tables. False
 /// unless it was committed.
 [[nodiscard]] bool runWholeOrNot(
     DatabaseAdapter& adapter, const std::function<bool()>& work,

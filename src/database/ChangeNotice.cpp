@@ -74,7 +74,7 @@ int ChangeNotice::open(sqlite3_vfs* layer, const char* path, sqlite3_file* file,
         try {
             notice->callBefore();
         } catch (...) {
-            // Nothing may be raised through SQLite; who is called tells its failures itself.
+            // Nothing may be thrown through SQLite; the callee logs its failures itself.
         }
     }
     return notice->m_below->xOpen(notice->m_below, path, file, flags, flagsOut);

@@ -7,12 +7,12 @@
 #include <string>
 
 /**
- * Tells when a connection is about to change its database: a layer of file operations over SQLite's
- * own, which hands all of them on. For the adapter alone.
+ * Reports when a connection is about to change its database: a layer of file operations over
+ * SQLite's own, which hands all of them on. For the adapter alone.
  *
  * SQLite makes its journal before it changes the first page of a transaction, and at no other time:
  * a statement that finds nothing to change makes none, unlike what its hooks and its authorizer
- * tell, which either see a statement and not what it does, or miss tables made and rows replaced.
+ * report, which either see a statement and not what it does, or miss tables made and rows replaced.
  * At that moment the file is as the last commit left it, other connections may still read it, and
  * none may write.
  */
@@ -31,7 +31,7 @@ public:
     /// The operations that it stands over.
     [[nodiscard]] sqlite3_vfs* below() const { return m_below; }
 
-    /// Called before each transaction that changes something; may be empty. What it raises is
+    /// Called before each transaction that changes something; may be empty. What it throws is
     /// dropped. Call with the adapter's lock held.
     std::function<void()> callBefore;
 

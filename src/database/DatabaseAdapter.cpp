@@ -30,8 +30,8 @@ const std::string BeginWriteStatement = "BEGIN IMMEDIATE TRANSACTION;";
 const std::string EndStatement = "END TRANSACTION;";
 const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
 
-/// Whether another program has set the file to take changes by way of a log beside it (WAL): a
-/// reset would leave that second file, and no journal would tell that a change begins. Read through
+/// Whether another program has set the file to take changes by way of a log next to it (WAL): a
+/// reset would leave that second file, and no journal would say that a change begins. Read through
 /// SQLite's own descriptor, since closing another would end the locks of the process.
 bool hasWriteAheadLog(sqlite3* db) {
     constexpr sqlite3_int64 placeOfForm = 18;

@@ -110,15 +110,15 @@ public:
     void give_sema4();
 
     /**
-     * Takes back what is not committed, under the lock, which stays taken; for TransactionGuard. A
+     * Rolls back what is not committed, under the lock, which stays taken; for TransactionGuard. A
      * refusal is logged: SQLite may have done it by itself. What stays open, as for lack of memory,
-     * is taken back when the lock is taken next.
+     * is rolled back when the lock is taken next.
      */
     void rollBack() noexcept;
     /// Begins a transaction that waits for other processes at once, so that what it reads stays
     /// true until it writes. Takes the lock as beginTransaction() does; for TransactionGuard.
     int beginWriteTransaction();
-    /// While @p held each commit fails, and takes back what it would store. Call with the lock
+    /// While @p held each commit fails, and rolls back what it would store. Call with the lock
     /// held; for TransactionGuard.
     void holdCommits(bool held) { m_isCommitHeld = held; }
 
@@ -173,11 +173,11 @@ public:
     [[nodiscard]] static bool copyDatabase(const std::string& path);
 
     /// Whether the file @p path is a database that can be read from its first page to its last.
-    /// Takes back what an unfinished transaction left there. An empty file is sound.
+    /// Rolls back what an unfinished transaction left there. An empty file is sound.
     [[nodiscard]] static bool isSound(const std::string& path);
 
     /**
-     * Counts the rows of @p table that match, as getRowCount does, but tells a count that failed:
+     * Counts the rows of @p table that match, as getRowCount does, but reports a count that failed:
      * 0 when @p count is true, 1 when it is not known. For whoever decides an insert by it.
      */
     [[nodiscard]] int countRows(const std::string& table, PairList& andList, std::string& count);
@@ -284,7 +284,7 @@ private:
     /// damaged, when the failure was that.
     void tellFailure(const char* error, const std::string& sql);
     std::string failureForLog(const std::string& words, const std::string& sql);
-    /// Logs the failure that the step result @p code tells, if any. Ends the run of @p statement.
+    /// Logs the failure that the step result @p code reports, if any. Ends the run of @p statement.
     void logFailedStep(Statement& statement, int code, const std::string& sql);
 
     int insertShared(const std::string& table, const std::vector<std::string>& columns,

@@ -74,7 +74,7 @@ public:
     /// Number of columns of the result; 0 when nothing is prepared.
     [[nodiscard]] int columnCount() const { return sqlite3_column_count(m_handle); }
 
-    /// Name of a column; empty when there is none.
+    /// Name of a column; empty without one.
     [[nodiscard]] std::string columnName(int column) const {
         if (column < 0 || column >= columnCount()) {
             return {};

@@ -89,7 +89,7 @@ bool beginsEntity(const std::string& text, std::size_t ampersand) {
 }
 
 /// A value as the content of an element: escaped are "<", an "&" that begins no entity, and the ">"
-/// behind "]]", which XML does not allow there.
+/// after "]]", which XML does not allow there.
 std::string asContent(const std::string& value) {
     std::string text;
     text.reserve(value.size());

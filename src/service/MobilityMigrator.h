@@ -26,7 +26,7 @@ public:
 
     /// Writes each value, plain text, to the user of the last call that named one; base at first.
     void importData(std::map<std::string, std::string>& values);
-    /// Fills each value from that user's data: raw text of the item, empty when there is none. A
+    /// Fills each value from that user's data: raw text of the item, empty without one. A
     /// value that is not empty goes into the request as a filter. False when the values together
     /// are more than an answer may have.
     [[nodiscard]] bool exportData(std::map<std::string, std::string>& values);
@@ -53,7 +53,7 @@ public:
     void readRequest2(const std::string& schema, const std::string& tag, const std::string& index,
                       std::string& out);
 
-    /// Reduces a response to the text behind the first element @p tag, up to the next "<".
+    /// Reduces a response to the text after the first element @p tag, up to the next "<".
     void stripXml(std::string& text, std::string tag);
 
 private:

@@ -92,7 +92,7 @@ class Requests(ClientTest):
             das.call("fly")
         self.assertEqual(das.current_user(), "base", "the connection goes on")
         with self.assertRaises(ConnectionLost):
-            Client(self.place / "nobody")
+            Client(self.place / "no-host")
 
 
 class Methods(ClientTest):

@@ -139,7 +139,7 @@ class Check(DemoTest):
     def test_faults_are_found_and_the_file_is_left_alone(self):
         rows = [
             ("good", [], 0, "good", "integrity", "ok"),
-            ("row of no user", ["UPDATE FEATURE_KEYS SET UserContext = 'nobody' WHERE Id = '100'"],
+            ("row of no user", ["UPDATE FEATURE_KEYS SET UserContext = 'no-one' WHERE Id = '100'"],
              1, "fault", "users", "FEATURE_KEYS: 1 rows of no user"),
             ("leftover", ["CREATE TABLE PHONE_BOOK_OLD(x)"], 1, "fault", "leftovers",
              "PHONE_BOOK_OLD: 0 rows, put aside by an upgrade that broke off"),

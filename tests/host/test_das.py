@@ -60,7 +60,7 @@ class CommandLine(HostTest):
 
     def test_options_stand_before_or_behind_the_command(self):
         for name, place in (("before", lambda options: [*options, "request"]),
-                            ("behind", lambda options: ["request", *options])):
+                            ("after", lambda options: ["request", *options])):
             with self.subTest(name):
                 db, root = self.place / f"{name}-db", self.place / f"{name}-root"
                 db.mkdir()
@@ -154,7 +154,7 @@ class Streams(HostTest):
             run = self.das("request", lines=["getCurrentUser", update("late")], stdout=pipe)
         self.assertEqual((run.returncode, run.errors.count("Broken")), (141, 0))
         self.assertEqual(self.das("request", lines=[read_label()]).answers, [label_answer("")],
-                         "what stood behind the lost answer was not sent")
+                         "what came after the lost answer was not sent")
 
     def test_a_full_device_is_told(self):
         with open("/dev/full", "wb") as full:

@@ -4,7 +4,7 @@ the page shows; the reference page must be that of the program.
 Usage: test_docs.py DAS sanitizers=NAMES [unittest arguments]
 
 A block begins with ```console. Its lines that begin with "$ " are typed, a line that ends with a
-backslash or stands behind "> " goes on with the one before, the others are what a terminal of 100
+backslash or stands after "> " goes on with the one before, the others are what a terminal of 100
 columns shows then; "..." alone stands for any lines, within a line for any text. The blocks of a page are one
 conversation, which begins in a fresh clone that is already built; ```console2 is a second terminal, where a
 program may go on. "[1] ..." are lines of an interactive shell about its jobs, which this one does not print.

@@ -109,9 +109,9 @@ class Ends(DemoTest):
     def test_an_import_that_the_disk_refuses_leaves_the_rows_as_they_were(self):
         before = self.rows("read", "PhoneBook")
         (self.root / "data/book.csv").write_text(BOOK * 20000)
-        room = os.path.getsize(self.db / "phone.db") + 4096
+        space = os.path.getsize(self.db / "phone.db") + 4096
         run = self.das("import", "PhoneBook", "device:/data/book.csv", "--context", "base",
-                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (room, room)))
+                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (space, space)))
         self.assertEqual(run.returncode, 1, run.errors)
         self.assertRegex(run.errors, r"das: import PhoneBook: .*disk.*; (see to|make space on) the disk")
         self.assertEqual(self.rows("read", "PhoneBook"), before)

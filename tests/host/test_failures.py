@@ -1,4 +1,4 @@
-"""Uses das wrongly, in as many ways as people do: each failure is told, and nothing is half done.
+"""Uses das wrongly, in as many ways as people do: each failure is reported, and nothing is half done.
 
 Usage: test_failures.py DAS sanitizers=NAMES [unittest arguments]
 """

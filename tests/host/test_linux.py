@@ -160,7 +160,7 @@ class Manager(SystemTest):
         for arguments in (["serve"], ["serve", "--socket", self.path]):
             with self.subTest(arguments):
                 wire = self.wire()
-                wire.send(asked(WORD))  # nobody runs yet
+                wire.send(asked(WORD))  # no service runs yet
                 host = self.start_with(*arguments, sockets=[listening], names="das.socket")
                 self.assertEqual(wire.receive(), answered(Response="base"))
                 self.end(host)
@@ -219,7 +219,7 @@ class Journal(SystemTest):
                                JOURNAL_STREAM=stream or f"{status.st_dev}:{status.st_ino}")
         while not self.path.exists():
             self.assertIsNone(host.poll(), self.logged())
-        self.wire().exchange(asked(WORD))  # a start that is told to end before its end logs less
+        self.wire().exchange(asked(WORD))  # a start that must end before its end logs less
         self.wire().exchange(asked(request("update_request", "<Id>100</Id><Label>a\n<0>b</Label>")))
         self.end(host)
 

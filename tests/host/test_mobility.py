@@ -50,7 +50,7 @@ class MobilityTest(RemoteTest):
         self.serve()
 
     def rows(self, user):
-        """The rows of a user by table, of all tables that tell users apart."""
+        """The rows of a user by table, of all tables with rows of users."""
         with closing(sqlite3.connect(self.db / "phone.db")) as database:
             tables = [name for name, in database.execute(
                 "SELECT m.name FROM sqlite_master m, pragma_table_info(m.name) c WHERE "

@@ -34,7 +34,7 @@ TEST(LogTest, ErrnoStaysAsItWas) {
     EXPECT_EQ(ENOENT, errno);
 }
 
-// An entry of a failure that could not be told raised another, which ended the process.
+// An entry of a failure that could not be written threw another, which ended the process.
 TEST(LogTest, WithoutMemoryALineIsTold) {
     const LogCapture log;
     Log::setSink([](const Log::Entry&) { throw std::bad_alloc(); });

@@ -65,7 +65,7 @@ TEST(SemaphoreOrderTest, WaitingThreadsAreServedInTheOrderOfTheirComing) {
         awaitSleepOf(id);
     }
     semaphore.give();
-    semaphore.take();  // behind all who wait, though it asks at once
+    semaphore.take();  // after all who wait, though it asks at once
     EXPECT_EQ((std::vector<int>{0, 1, 2, 3, 4}), served);
     semaphore.give();
     join(threads);

@@ -8,7 +8,7 @@ namespace {
 
 using namespace CallLogColumns;
 
-/// Records from a text: of each word the number, "-" for none, and behind a colon the second of the
+/// Records from a text: of each word the number, "-" for none, and after a colon the second of the
 /// call, nothing for an undated one.
 std::vector<CallLogRecord> records(const std::string& words) {
     std::vector<CallLogRecord> result;
@@ -128,7 +128,7 @@ TEST(CallLogRowTest, CallsOfOtherNumbersLeaveTheRow) {
         {"no number at all", "-:01 -: -:03", "-:03 -:01 -:", {}},
         {"another between", "A:03 B:02 A:01", "A:03 A:01", {{"B", "B:02"}}},
         {"no number between", "A:01 -:02 A:03", "A:03 -:02 A:01", {}},
-        {"no number behind is lost", "A:02 -:01 -:", "A:02", {}},
+        {"no later number is lost", "A:02 -:01 -:", "A:02", {}},
         {"the oldest number stays",
          "A:01 B:03 C:02 B:04",
          "A:01",

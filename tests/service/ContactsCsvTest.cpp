@@ -52,7 +52,7 @@ TEST_F(ContactsCsvTest, AnOlderFileOutlivesAFullDisk) {
 TEST_F(ContactsCsvTest, StatusTellsWhetherAFileIsThere) {
     sql("DROP TABLE PHONE_BOOK");
     EXPECT_EQ(send("saveContactsToCSV"), "endOfSaveContactsToCSVRequest");
-    EXPECT_EQ(readFile(onDevice(File)), Header);  // there is no table, which the log tells
+    EXPECT_EQ(readFile(onDevice(File)), Header);  // there is no table, which the log says
     EXPECT_TRUE(m_log.has(2, "error in the query of the contacts information"));
     EXPECT_TRUE(m_log.has(2, "No LocalMgmtIfc"));
     EXPECT_TRUE(m_log.has(5, "DataAccessService ERROR  Failed to find ACMS"));

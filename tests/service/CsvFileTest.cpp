@@ -32,10 +32,10 @@ TEST_F(CsvFileTest, AFileThatIsNotFinishedOrNotWholeIsNotPutInPlaceOfAnOlderOne)
     EXPECT_EQ(written(Path), "older\n");
     EXPECT_EQ(m_log.count("Cannot write /tmp/file.csv: File too large"), 1);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(place() / "root/tmp"), {}), 1)
-        << "no part of a file is left beside it";
+        << "no part of a file is left next to it";
 }
 
-// It may hold settings, and nobody else would ever remove it.
+// It may hold settings, and nothing else would ever remove it.
 TEST_F(CsvFileTest, WhatAKilledWriterLeftBesideAFileGoesWithTheNextWrite) {
     const std::string killed = Path + ".new-999999999-0";
     const std::string busy = Path + ".new-999999999-1";
@@ -66,7 +66,7 @@ TEST_F(CsvFileTest, ALineThatIsTooLongIsAFailureOfThatLine) {
     EXPECT_TRUE(m_log.has(2, Path + ": line 2 is not stored: it has more than 1048576 bytes"));
 }
 
-// A stream takes it for the end: settings that stood behind it were lost in a rebuild.
+// A stream takes it for the end: settings that came after it were lost in a rebuild.
 TEST_F(CsvFileTest, AFileThatCannotBeReadToItsEndHasAFailure) {
     ::unsetenv("DAS_ROOT");
     CsvReader file("/proc/self/mem");

@@ -121,7 +121,7 @@ TEST_F(SettingsMigrationTest, ACountThatFailsLeadsToNoDefault) {
     sql("CREATE VIEW GENERAL_CONFIG AS SELECT abs(-9223372036854775807 - Value) AS Schema, "
         "UserContext, Name, 1 AS Value FROM (SELECT '' AS UserContext, 'MobilityCurrentUser' AS "
         "Name, 1 AS Value)");
-    EXPECT_FALSE(DASMigrator::dbIsPreMobility(&service())) << "nobody can tell";
+    EXPECT_FALSE(DASMigrator::dbIsPreMobility(&service())) << "it is not known";
     EXPECT_TRUE(DASMigrator::checkDot1xSettings(&service()));
 }
 

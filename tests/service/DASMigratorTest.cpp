@@ -43,14 +43,14 @@ TEST_F(DASMigratorTest, ADamagedCopyIsPutBackOnlyOverADatabaseThatIsNoBetter) {
     const std::string whole = readFile(database());
     const std::string damaged = whole.substr(0, whole.size() / 2);
     const std::filesystem::path copy = database().string() + ".before-upgrade";
-    for (const auto& [inPlace, beside, sound] : {std::tuple{whole, damaged, true},
+    for (const auto& [inPlace, companion, sound] : {std::tuple{whole, damaged, true},
                                                  {damaged, whole, true},
                                                  {whole, std::string("x"), true},
                                                  {std::string(), damaged, false},
                                                  {damaged, damaged, false}}) {
-        SCOPED_TRACE(std::to_string(inPlace.size()) + ", " + std::to_string(beside.size()));
+        SCOPED_TRACE(std::to_string(inPlace.size()) + ", " + std::to_string(companion.size()));
         writeFile(database(), inPlace);
-        writeFile(copy, beside);
+        writeFile(copy, companion);
         start();
         stop();
         EXPECT_EQ(DatabaseAdapter::isSound(database()), sound);

@@ -32,7 +32,7 @@ protected:
             sql("INSERT INTO T VALUES " + values);
         }
     }
-    /// The cells of a row behind one another, rows in the order of their insertion.
+    /// The cells of a row one after the other, rows in the order of their insertion.
     std::string contents() {
         return cell("SELECT ifnull(group_concat(UserContext || Id || A || B, ' '), '') FROM T");
     }

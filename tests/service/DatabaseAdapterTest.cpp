@@ -54,7 +54,7 @@ TEST_F(DatabaseAdapterTest, AConnectionInUseStaysOpenButItsFileGoes) {
     EXPECT_EQ(m_adapter.executeNonQuery("SELECT 1;"), 0);
 }
 
-// A damaged file was told at a level alone that is not written by default.
+// A damaged file was logged only at a level that is not written by default.
 TEST_F(DatabaseAdapterTest, ADamagedFileIsToldOnceWithoutValues) {
     EXPECT_EQ(m_adapter.executeNonQuery("CREATE TABLE T (A); INSERT INTO T VALUES (1);"), 0);
     std::string bytes = readFile(database());
@@ -164,8 +164,8 @@ TEST_F(DatabaseAdapterTest, WorkIsDoneWholeOrNotAtAll) {
         {"begin", "BEGIN", yes, false},
         {"end", "END", yes, false},
         {"the work fails", "none", [] { return false; }, false},
-        {"the work raises", "none", []() -> bool { throw 1; }, false},
-        {"nor can it be taken back", "ROLLBACK", [] { return false; }, false},
+        {"the work throws", "none", []() -> bool { throw 1; }, false},
+        {"nor can it be rolled back", "ROLLBACK", [] { return false; }, false},
         {"SQLite takes it back, as on a full disk", "none",
          [this] { return m_adapter.executeNonQuery("ROLLBACK;") == 0; }, false},
     };

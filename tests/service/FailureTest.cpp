@@ -179,7 +179,7 @@ TEST_F(FailureTest, NobodySeesHalfOfWhatBelongsTogether) {
     }
 }
 
-// The transaction stayed open: the next write was told as done and was not on the disk.
+// The transaction stayed open: the next write was answered as done and was not on the disk.
 TEST_F(FailureTest, WhatCannotBeCommittedIsTakenBack) {
     waitForNobody(*m_adapter);
     sqlite3* reader = nullptr;
@@ -197,7 +197,7 @@ TEST_F(FailureTest, WhatCannotBeCommittedIsTakenBack) {
     EXPECT_EQ(sqlite3_close(reader), SQLITE_OK);
 }
 
-// The lock stayed taken, or the transaction open: later writes were told as done and were lost.
+// The lock stayed taken, or the transaction open: later writes were answered as done and were lost.
 TEST_F(FailureTest, TransactionsEndWhereMemoryIsShort) {
     struct {
         const char* statement;
@@ -227,7 +227,7 @@ TEST_F(FailureTest, TransactionsEndWhereMemoryIsShort) {
     }
 }
 
-// What a full disk makes SQLite take back is the batch so far; the entries behind it are stored.
+// What a full disk makes SQLite roll back is the batch so far; the entries after it are stored.
 TEST_F(FailureTest, ABatchThatMeetsAFullDiskFailsAndKeepsItsLastEntries) {
     arm("PRAGMA max_page_count=1;");
     EXPECT_EQ(send("FeatureKeys", "update_request",
@@ -266,7 +266,7 @@ TEST_F(FailureTest, ATableGetsItsDefaultRowsTogetherOrByTheNextRequest) {
     }
 }
 
-// A user lacked groups for good, and a user's import stood beside the rows that it replaces.
+// A user lacked groups for good, and a user's import stood next to the rows that it replaces.
 TEST_F(FailureTest, WhatIsReplacedStaysWholeWhenItsSuccessorCannotBeStored) {
     const std::string tables = "SELECT COUNT(*) FROM sqlite_master WHERE name = 'CallGroup'";
     arm("DROP TABLE CallGroup;");
@@ -296,19 +296,19 @@ TEST_F(FailureTest, AnExceptionLeavesNothingTaken) {
         EXPECT_EQ(m_adapter->endTransaction(), 0);
         EXPECT_EQ(send("getCurrentUser"), "base");
     }
-    // What was done before is ended, not taken back.
+    // What was done before is ended, not rolled back.
     EXPECT_EQ(sql("SELECT * FROM CANONICAL_LOOK_UP"), (Rows{{"base", "0", "kept"}}));
 }
 
 // What is remembered of the rows would make the next write change one that is not there.
 TEST_F(FailureTest, SettingsThatAreNotCommittedAreNotRemembered) {
-    for (const bool raises : {false, true}) {
-        const std::string case_ = raises ? "Raised" : "Told";
+    for (const bool throws : {false, true}) {
+        const std::string case_ = throws ? "Thrown" : "Failed";
         const std::string settings = xml::elements({{case_ + "One", "1"}, {case_ + "Two", "2"}});
         const std::string stored =
             "SELECT Value FROM GENERAL_CONFIG WHERE Name LIKE '" + case_ + "%' ORDER BY 1";
-        m_adapter->intercept = [raises](const std::string& statement) {
-            if (raises && statement.find("'RaisedTwo'") != std::string::npos) {
+        m_adapter->intercept = [throws](const std::string& statement) {
+            if (throws && statement.find("'ThrownTwo'") != std::string::npos) {
                 throw std::bad_alloc();
             }
             return statement.find("END") == 0 ? SQLITE_FULL : SQLITE_OK;
@@ -319,7 +319,7 @@ TEST_F(FailureTest, SettingsThatAreNotCommittedAreNotRemembered) {
         } catch (const std::bad_alloc&) {
         }
         m_adapter->intercept = {};
-        EXPECT_EQ(answer, raises ? "none" : xml::message("TransportSettings", "failure"));
+        EXPECT_EQ(answer, throws ? "none" : xml::message("TransportSettings", "failure"));
         EXPECT_EQ(sql(stored), Rows());
         (void)send("TransportSettings", "update_request", settings);
         EXPECT_EQ(sql(stored), (Rows{{"1"}, {"2"}}));

@@ -241,7 +241,7 @@ TEST_F(FileOperationsTest, ATreeIsListedWithItsDoublesAndWithoutWhatIsSkipped) {
     EXPECT_EQ(sorted(m_directories[0].second), (std::vector<std::string>{"/data/device1", odd}));
     EXPECT_EQ(m_directories[1], (std::pair<std::string, Names>(odd, {odd + "/sys"})));
     EXPECT_EQ(m_directories[2], (std::pair<std::string, Names>(odd + "/sys", {})));
-    fs::create_directories(onDevice(odd + "/beside"));
+    fs::create_directories(onDevice(odd + "/sister"));
     read();
     EXPECT_EQ(m_directories.size(), 3U) << "one of two branches is left";
 }

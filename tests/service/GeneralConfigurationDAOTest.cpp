@@ -85,7 +85,7 @@ TEST_F(GeneralConfigurationDAOTest, AnswersStandInTheContextOfTheirRows) {
         {Read, "<ResultCols>Volume</ResultCols>", xml::context("base", volume) + visitor},
         {Read, "<ResultCols>RoomCharacter Tone</ResultCols>", room + xml::context("base", tone)},
         {Read, "<ResultCols>Volume</ResultCols>" + xml::context("visitor", ""), visitor},
-        {Read, xml::context("it's nobody", ""), ""},
+        {Read, xml::context("it's no one", ""), ""},
         {ReadAll, "", all},
         {ReadAll, xml::context("visitor", "") + "<ResultCols>Tone</ResultCols>", all},
     };
@@ -141,7 +141,7 @@ TEST_F(GeneralConfigurationDAOTest, StaleCountsLastUntilTheCacheIsEmptied) {
     EXPECT_EQ(table(), "AudioSettings|base|Volume|4;AudioSettings|visitor|Volume|5;");
     sql("DELETE FROM GENERAL_CONFIG");
     start();
-    EXPECT_EQ(reasonOf(Write, item("6")), "write_response") << "a start knows nothing of before";
+    EXPECT_EQ(reasonOf(Write, item("6")), "write_response") << "a start remembers nothing";
 }
 
 TEST_F(GeneralConfigurationDAOTest, DeletedDeviceItemIsForgottenUnderItsOwnContext) {
@@ -207,7 +207,7 @@ TEST_F(GeneralConfigurationDAOTest, FailedInsertIsNotRememberedAsAMissingRow) {
     sql("CREATE TRIGGER NO_TONE BEFORE INSERT ON GENERAL_CONFIG WHEN NEW.Name = 'Tone' "
         "BEGIN SELECT RAISE(ABORT, 'no'); END");
     EXPECT_EQ(reasonOf(Write, item("1", "Tone") + item("2")), "failure");
-    EXPECT_EQ(table(), "AudioSettings|base|Volume|2;") << "the items behind it are written";
+    EXPECT_EQ(table(), "AudioSettings|base|Volume|2;") << "the items after it are written";
     sql("DROP TRIGGER NO_TONE");
     sql("INSERT INTO GENERAL_CONFIG VALUES ('AudioSettings', 'base', 'Tone', 'mine')");
     EXPECT_EQ(reasonOf(Write, item("3", "Tone")), "failure");

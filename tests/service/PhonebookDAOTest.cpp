@@ -100,7 +100,7 @@ TEST_F(PhonebookDAOTest, RequestsFindWhatTheyDescribe) {
         {"quote in a pattern", read, entry({{"SurnameLike", "o'h"}}), "O'Hara"},
         {"SQL in a pattern", read, entry({{"SurnameLike", "' OR '%'='"}}), ""},
         {"columns", read, element("ResultCols", "Firstname Group Surname"), all},
-        {"blank behind columns", read, element("ResultCols", "Surname "), "failure"},
+        {"blank after columns", read, element("ResultCols", "Surname "), "failure"},
         {"SQL as column", read, element("ResultCols", "1;DROP/**/TABLE/**/PHONE_BOOK"), "failure"},
         {"page", read, page("1", "2"), "berg|O'Hara"},
         {"huge offset", read, page("99999999999999999999", "2"), ""},
@@ -222,7 +222,7 @@ TEST_F(PhonebookDAOTest, ImportsTakeWhatLinesHold) {
         {"no last line feed, carriage returns", "base,,a\r\nbase,,b", "a|b", "a|b"},
         {"escapes, comma, quote, SQL", "base,,O'H &amp;\\, &quot;x&quot;'); DROP TABLE x;--\n",
          "O'H &, \"x\"'); DROP TABLE x;--", "O'H &, \"x\"'); DROP TABLE x;--"},
-        {"number that is none", "base,1 OR 1,a\nbase,,b\n", "b", "a|b"},
+        {"number that is no number", "base,1 OR 1,a\nbase,,b\n", "b", "a|b"},
     };
     for (const auto& row : rows) {
         writeFile(onDevice("/tmp/in.csv"), row.text);

@@ -28,7 +28,7 @@ TEST_F(PlainTablesTest, EachModelHasItsDefaultKeys) {
         "100:18:Shift;101:68:Phonebook;102:29:Group pickup;"
         "103:64:Call forward;104:25:DND;105:33:Show phone;200:18:Shift;";
     const struct {
-        const char* hardware;  ///< as the environment tells it
+        const char* hardware;  ///< as the environment says
         std::string fixedKeys;
         std::string featureKeys;
         std::string text;  ///< that "getDefaultKeyData" gives

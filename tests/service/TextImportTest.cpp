@@ -1,4 +1,4 @@
-// Imports of texts: what stands in one transaction, and what a trial leaves behind.
+// Imports of texts: what stands in one transaction, and what a trial leaves.
 
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"

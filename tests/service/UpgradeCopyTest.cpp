@@ -12,7 +12,7 @@ namespace {
 
 using Intercept = std::function<int(const std::string&)>;
 
-/// Adapters that are intercepted from their first statement on, also behind a reset.
+/// Adapters that are intercepted from their first statement on, also after a reset.
 class InterceptedFactory : public DbFactoryIfc {
 public:
     explicit InterceptedFactory(Intercept intercept) : m_intercept(std::move(intercept)) {}
@@ -82,7 +82,7 @@ TEST_F(UpgradeCopyTest, AStartThatWasCutOffIsTakenBack) {
     } rows[] = {
         {"the old database is gone", "other_protocol", "CREATE TABLE GENERAL_CONFIG", 1},
         {"in a transaction", "settings_3", "INSERT OR REPLACE INTO GENERAL_CONFIG", 3},
-        {"behind the list of values", "settings_4", "CREATE TABLE", 5},
+        {"after the list of values", "settings_4", "CREATE TABLE", 5},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -139,7 +139,7 @@ TEST_F(UpgradeCopyTest, ADatabaseBehindALinkIsPutBackWhereTheLinkLeads) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(database().parent_path()), {}), 1);
 }
 
-// In that mode nothing is told before a change, so an upgrade had no copy.
+// In that mode nothing is reported before a change, so an upgrade had no copy.
 TEST_F(UpgradeCopyTest, ADatabaseInWalModeIsCopiedToo) {
     load("settings_4");
     sql("PRAGMA journal_mode=WAL; INSERT INTO GENERAL_CONFIG VALUES ('S', '', 'last', '1')");

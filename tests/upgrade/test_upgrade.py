@@ -72,7 +72,7 @@ class UpgradeTest(HostTest):
             self.fail(f"{where} {column}: {found[column]!r} in place of {expected!r}")
 
     def check_table(self, new, old, upgraded, table):
-        """The table has the columns of this release, and each row of before is there."""
+        """The table has the columns of this release, and each older row is there."""
         self.assertEqual(schema_of(upgraded, table.name), schema_of(new, table.name))
         places, defaults = {}, {}
         for (user, key), row in rows_of(old, table.name, table.key).items():
