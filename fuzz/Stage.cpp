@@ -138,17 +138,13 @@ std::string Stage::change() const {
     if (version() == m_version) {
         return rows;
     }
-    const auto append = [](void* out, int columns, char** cells, char**) {
-        for (int i = 0; i < columns; ++i) {
-            *static_cast<std::string*>(out) += cells[i] != nullptr ? cells[i] : "-";
-            *static_cast<std::string*>(out) += '\n';
-        }
-        return 0;
-    };
     for (const std::string& name :
-         FullDatabase::texts(m_file.get(), "SELECT name FROM sqlite_master WHERE type = 'table'")) {
-        const std::string all = "SELECT * FROM \"" + name + "\"";
-        sqlite3_exec(m_file.get(), all.c_str(), append, &rows, nullptr);
+         m_file.texts("SELECT name FROM sqlite_master WHERE type = 'table'")) {
+        for (const auto& row : m_file.rows("SELECT * FROM \"" + name + "\"", nullptr, "-")) {
+            for (const std::string& cell : row) {
+                rows += cell + '\n';
+            }
+        }
     }
     return rows;
 }

@@ -118,9 +118,7 @@ protected:
 
     /// Starts another service on the same database, whose statements @p intercept sees from the first.
     void restart(std::function<int(const std::string&)> intercept) {
-        m_service = std::make_unique<DataAccessService>();
-        service().setDbFactory(new Factory(m_adapter, std::move(intercept)));
-        service().init(m_context);
+        m_phone.start(new Factory(m_adapter, std::move(intercept)));
     }
 
     RecordingAdapter* m_adapter = nullptr;  ///< the service's, as long as it runs

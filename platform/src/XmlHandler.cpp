@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -37,18 +38,68 @@ struct ParserMemory {
 };
 thread_local ParserMemory s_memory;
 
+/// The first blocks of a thread's parser, one after the other, which end together with the parse: a
+/// parser asks for dozens of small ones at each message. What does not fit comes from the system.
+struct ParserBlocks {
+    static constexpr std::size_t Unit = alignof(std::max_align_t);
+    static constexpr std::size_t Units = 1536;
+
+    struct alignas(Unit) Header {
+        std::size_t size;
+    };
+    static_assert(sizeof(Header) == Unit);
+
+    Header headers[Units];  ///< each header is followed by its block
+    std::size_t used;       ///< in units
+
+    bool holds(const void* block) const {
+        return std::greater_equal<>()(block, static_cast<const void*>(headers)) &&
+               std::less<>()(block, static_cast<const void*>(headers + Units));
+    }
+    void* take(std::size_t size) {
+        if (size > (Units - used) * Unit) {
+            return nullptr;
+        }
+        const std::size_t units = 1 + (size + Unit - 1) / Unit;
+        if (units > Units - used) {
+            return nullptr;
+        }
+        Header* const header = headers + std::exchange(used, used + units);
+        header->size = size;
+        return header + 1;
+    }
+    static std::size_t sizeOf(const void* block) {
+        return (static_cast<const Header*>(block) - 1)->size;
+    }
+};
+thread_local ParserBlocks s_blocks;
+
 void* allocate(std::size_t size) {
+    void* const kept = s_blocks.take(size);
+    if (kept != nullptr) {
+        return kept;
+    }
     void* const block = s_memory.takes(size) ? std::malloc(size) : nullptr;
     s_memory.used += malloc_usable_size(block);
     return block;
 }
 
 void release(void* block) {
-    s_memory.used -= malloc_usable_size(block);
-    std::free(block);
+    if (!s_blocks.holds(block)) {
+        s_memory.used -= malloc_usable_size(block);
+        std::free(block);
+    }
 }
 
 void* reallocate(void* block, std::size_t size) {
+    if (s_blocks.holds(block)) {
+        const std::size_t before = ParserBlocks::sizeOf(block);
+        void* const moved = size > before ? allocate(size) : block;
+        if (moved != nullptr && moved != block) {
+            std::memcpy(moved, block, before);
+        }
+        return moved;
+    }
     const std::size_t before = malloc_usable_size(block);
     if (size > before && !s_memory.takes(size - before)) {
         return nullptr;
@@ -101,13 +152,17 @@ thread_local Parse* s_current = nullptr;
 class CountingScope {
 public:
     explicit CountingScope(std::size_t limit)
-        : m_outer(std::exchange(s_memory, {0, limit, false})) {}
-    ~CountingScope() { s_memory = m_outer; }
+        : m_outer(std::exchange(s_memory, {0, limit, false})), m_blocksBefore(s_blocks.used) {}
+    ~CountingScope() {
+        s_memory = m_outer;
+        s_blocks.used = m_blocksBefore;
+    }
     CountingScope(const CountingScope&) = delete;
     CountingScope& operator=(const CountingScope&) = delete;
 
 private:
     const ParserMemory m_outer;
+    const std::size_t m_blocksBefore;
 };
 
 void XMLCALL onStart(void* parse, const XML_Char* name, const XML_Char** attributes) {

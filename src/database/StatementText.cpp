@@ -12,8 +12,8 @@ bool isNameCharacter(char c) {
 }
 
 bool hasKnownVerb(const std::string& sql) {
-    static constexpr std::array<const char*, 4> verbs = {"SELECT ", "INSERT ", "UPDATE ",
-                                                         "DELETE "};
+    static constexpr std::array<const char*, 7> verbs = {
+        "SELECT ", "INSERT ", "UPDATE ", "DELETE ", "BEGIN ", "END ", "ROLLBACK "};
     return std::any_of(verbs.begin(), verbs.end(),
                        [&sql](const char* verb) { return sql.rfind(verb, 0) == 0; });
 }
