@@ -294,7 +294,8 @@ int CallLogDAO::rowCountRequest() {
     PairList params;
     addCategory(params);
     fillupSearchParams(params, 0);
-    return m_dbAdapter->getRowCount(m_tableName, params, m_count);
+    return getDatabaseAdapter() == nullptr ? 1
+                                           : m_dbAdapter->getRowCount(m_tableName, params, m_count);
 }
 
 int CallLogDAO::deleteRequest() {

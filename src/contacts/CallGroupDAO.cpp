@@ -153,6 +153,9 @@ int CallGroupDAO::readRequest() {
 }
 
 int CallGroupDAO::rowCountRequest() {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     PairList conditions = readConditions();
     return m_dbAdapter->getRowCount(m_tableName, conditions, m_count);
 }
@@ -272,6 +275,9 @@ int CallGroupDAO::importDataForUser(const std::string& location, eUserCategory c
 
 int CallGroupDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                     std::vector<std::string>& values) {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     PairList conditions;
     PairList newValues;
     for (std::size_t i = 0; i < names.size(); ++i) {

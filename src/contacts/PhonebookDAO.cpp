@@ -188,6 +188,9 @@ int PhonebookDAO::searchByExternalIdRequest() {
 }
 
 int PhonebookDAO::rowCountRequest() {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     PairList params;
     if (buildParams(params) != 0) {
         return 1;
@@ -341,6 +344,9 @@ int PhonebookDAO::createTable(std::vector<std::string> columnsToSkip) {
 }
 
 int PhonebookDAO::createPhonenumberIndices() {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     (void)createMissingTable();
     m_dbAdapter->createIndicesForTable(
         m_tableName, {PhonebookOfficeTagName, PhonebookMobileTagName, PhonebookPrivateTagName,

@@ -130,9 +130,10 @@ int DataAccessObject::insertDefaultRow(const std::string& id, const std::string&
 bool DataAccessObject::isDefaultRowPresent(const std::string& table, const std::string& context,
                                            const std::string& id) {
     // A row that can't be asked for counts as present: it must not be inserted a second time.
-    return DASUtils::countOf(*m_dbAdapter, table,
+    return hasAdapter() &&
+           DASUtils::countOf(*m_dbAdapter, table,
                              {{RowIdColumn, id}, {DASUtilsStrings::UserContextTagName, context}}) !=
-           "0";
+               "0";
 }
 
 int DataAccessObject::insertDefaultRows() {
@@ -154,6 +155,9 @@ int DataAccessObject::insertDefaultRowsInTransaction(bool onlyMissing) {
 
 int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts,
                                         bool onlyMissing) {
+    if (!hasAdapter()) {
+        return 1;
+    }
     // Another process may have found the table empty, too. One without default rows stays empty,
     // and a request to it must not wait for who writes.
     const auto locks = defaultRowIds().empty() ? TransactionGuard::Locks::AtFirstWrite
@@ -173,6 +177,9 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
 }
 
 int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing) {
+    if (!hasAdapter()) {
+        return 1;
+    }
     // No row of an empty table needs to be asked for.
     const bool ask = onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName);
     int result = 0;
@@ -216,6 +223,9 @@ int DataAccessObject::initialiseMobilityUserData(const std::string& context) {
 
 int DataAccessObject::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                         std::vector<std::string>& values) {
+    if (!hasAdapter()) {
+        return 1;
+    }
     constexpr std::size_t keyColumns = 2;
     PairList conditions;
     PairList newValues;

@@ -241,6 +241,9 @@ int KeyedTableDAO::readRows(const PairList& conditions) {
 }
 
 int KeyedTableDAO::getRowCount(std::string& count) {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     return DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
 
@@ -305,6 +308,9 @@ int KeyedTableDAO::insertRowsFrom(std::size_t first, bool onlyMissing) {
 
 int KeyedTableDAO::updateItemInTable(const std::string& table, std::vector<std::string>& names,
                                      std::vector<std::string>& values) {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     std::vector<std::string> row;
     row.reserve(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {

@@ -189,10 +189,13 @@ int DatabaseAdapter::executeNonQuery(const std::string& sql) {
 int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
                                                   int (*callback)(void*, int, char**, char**),
                                                   void* argument) {
+    if (m_type != SqliteAdapterType) {
+        return 1;  // the object that was given no adapter has said so
+    }
     if (m_lastError != nullptr) {
         freeError();
     }
-    int code = m_type == SqliteAdapterType ? SQLITE_MISUSE : 1;
+    int code = SQLITE_MISUSE;
     if (connection() == nullptr) {
         m_lastError = sqlite3_mprintf("%s", errorText());
     } else {

@@ -165,7 +165,9 @@ PairList GeneralConfigurationDAO::itemConditions(const std::string& name,
 }
 
 int GeneralConfigurationDAO::getRowCount(std::string& count) {
-    return DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
+    return getDatabaseAdapter() == nullptr
+               ? 1
+               : DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
 
 int GeneralConfigurationDAO::getRowCountForItemWithContextInSchema(const std::string& name,
@@ -197,7 +199,7 @@ int GeneralConfigurationDAO::updateRequest() {
 
 int GeneralConfigurationDAO::storeItems(bool overwrite) {
     if (m_items.empty()) {
-        return 0;
+        return getDatabaseAdapter() == nullptr ? 1 : 0;
     }
     // At once: whoever keeps the items from being stored is waited for once, not at each of them.
     TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);

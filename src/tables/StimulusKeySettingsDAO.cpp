@@ -115,6 +115,9 @@ int StimulusKeySettingsDAO::initialiseMobilityUserData(const std::string& contex
 }
 
 int StimulusKeySettingsDAO::updateRequest() {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     if (m_rowsToWrite.empty()) {
         const bool isEmpty = m_rowId.empty() && m_newValues.empty();
         return isEmpty ? 0 : updateRow({m_rowId, m_newValues});
@@ -142,5 +145,8 @@ int StimulusKeySettingsDAO::updateRow(const DASUtils::RowData& row) {
 }
 
 int StimulusKeySettingsDAO::getRowCount(std::string& count) {
+    if (getDatabaseAdapter() == nullptr) {
+        return 1;
+    }
     return DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
