@@ -31,6 +31,21 @@ int HostCommands::reportSilence() {
     return ExitFailure;
 }
 
+namespace {
+
+/// Whether the host's access rules refuse @p call, whose answer is @p answer; says so then.
+bool isRefused(const Method& call, const Method& answer) {
+    bool isDone = true;
+    (void)answer.getBoolParameter("Acknowledge", isDone);
+    if (!isDone) {
+        Complaint::report(call.getName() + ": not allowed",
+                          "it needs the right listen by the access rules of the host");
+    }
+    return !isDone;
+}
+
+}  // namespace
+
 int HostCommands::listen(SocketConnection& connection, const std::vector<Method>& calls,
                          const char* word, Output& output, const LineOf& lineOf) {
     for (const Method& call : calls) {
@@ -38,12 +53,18 @@ int HostCommands::listen(SocketConnection& connection, const std::vector<Method>
         (void)connection.sendLine(SocketConnection::toCall(call));
     }
     std::size_t answers = 0;
+    std::size_t refused = 0;
     std::string line;
     while (connection.readLine(line)) {
         const JsonRpc::Message message = JsonRpc::read(line);
         // Answers and what a listener hears come mixed: the host sends each as soon as it can.
         if (message.id) {
-            if (++answers == calls.size()) {
+            refused += answers < calls.size() && isRefused(calls[answers], message.method) ? 1 : 0;
+            ++answers;
+            if (refused == calls.size()) {
+                return ExitFailure;
+            }
+            if (answers == calls.size()) {
                 std::cerr << word << std::endl;
             }
             continue;

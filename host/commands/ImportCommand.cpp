@@ -218,6 +218,11 @@ private:
         }
         const std::string words =
             result.words.empty() ? session.takeFailures().text() : result.words;
+        if (!result.isChecked && words.empty()) {
+            Complaint::report(m_arguments.what() + ": not allowed",
+                              "the access rules of the host decide");
+            return ExitFailure;
+        }
         const std::string file =
             isOfLines ? m_arguments.file() : m_arguments.what() + ": " + m_arguments.file();
         for (const std::string& line : ClientUtils::tokenizeString(words, "\n", false, false)) {

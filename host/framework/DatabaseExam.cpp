@@ -79,7 +79,7 @@ bool DatabaseExam::hasFault() const {
 
 bool DatabaseExam::examineFile() {
     struct stat status {};
-    const Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     const int error = !file.isOpen() || fstat(file.number(), &status) != 0 ? errno : 0;
     if (error != 0 || !S_ISREG(status.st_mode)) {
         const std::string why =

@@ -4,6 +4,7 @@
 #include "framework/DatabaseFile.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -37,6 +38,11 @@ std::string DatabaseFile::pathOfService() {
 }
 
 bool DatabaseFile::open(const std::string& path, bool isAlone) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        m_error = "is no file";  // SQLite would wait for who writes into a pipe
+        return false;
+    }
     const std::string uri = "file:" + inUri(path) + (isAlone ? "?immutable=1" : "?mode=ro");
     const int result =
         sqlite3_open_v2(uri.c_str(), &m_database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);

@@ -33,6 +33,26 @@ class Ends(DemoTest):
                 self.assertEqual((run.returncode, run.errors),
                                  (141, ""))
 
+    def test_what_the_rules_refuse_ends_with_a_sentence(self):
+        self.serve("--access", self.file("access", "allow any read PhoneBook\n"))
+        book = self.file("book.csv", BOOK)
+        for command, words in ((["watch"], "AddListener"), (["trace"], "AddLogListener"),
+                               (["watch", "--changes", "PhoneBook"], "AddChangeListener"),
+                               (["import", "PhoneBook", book, "--context", "base"], "import PhoneBook")):
+            with self.subTest(command):
+                run = self.das(*command, "--socket", self.path)
+                self.assertEqual((run.returncode, run.stdout), (1, b""), run.errors)
+                self.assertIn(words + ": not allowed; ", run.errors)
+
+    def test_a_pipe_in_place_of_the_database_is_not_waited_for(self):
+        (self.place / "other").mkdir()
+        os.mkfifo(self.place / "other/phone.db")
+        for command in (["check"], ["backup", "copy.db"]):
+            with self.subTest(command):
+                run = self.das(*command, "--db", self.place / "other")
+                self.assertIn(run.returncode, (1, 2))
+                self.assertIn("is no file", run.errors + run.stdout.decode())
+
     def test_an_import_that_is_interrupted_leaves_the_rows_as_they_were(self):
         before = self.rows("read", "PhoneBook", "--cols", "Surname,Office")
         (self.root / "data/book.csv").write_text(BOOK * 400000)
