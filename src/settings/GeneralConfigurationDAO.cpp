@@ -36,12 +36,12 @@ constexpr RequestParser Parser = {
     "Parsing a GeneralConfigurationDAO request '%s' failed."};
 
 const std::shared_ptr<const TableLayout>& layout() {
-    static const auto shared =
-        std::make_shared<const TableLayout>(TableLayout::of({}, GeneralConfigTableName,
-                                                            {{SchemaColumn, columnTypeText},
-                                                             {UserContextTagName, columnTypeText},
-                                                             {NameColumn, columnTypeText},
-                                                             {ValueColumn, columnTypeText}}));
+    static const auto shared = std::make_shared<const TableLayout>(
+        TableLayout::of({}, GeneralConfigTableName,
+                        {{SchemaColumn, columnTypeText},
+                         {UserContextTagName, columnTypeText},
+                         {NameColumn, columnTypeText},
+                         {ValueColumn, columnTypeText}}));
     return shared;
 }
 
@@ -165,9 +165,7 @@ PairList GeneralConfigurationDAO::itemConditions(const std::string& name,
 }
 
 int GeneralConfigurationDAO::getRowCount(std::string& count) {
-    return getDatabaseAdapter() == nullptr
-               ? 1
-               : DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
+    return getDatabaseAdapter() == nullptr ? 1 : DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
 
 int GeneralConfigurationDAO::getRowCountForItemWithContextInSchema(const std::string& name,
