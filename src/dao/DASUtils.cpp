@@ -100,7 +100,8 @@ std::string DASUtils::escapeReservedCharacter(const std::string& text, char rese
 std::string DASUtils::convertToDBFormat(const std::string& value) {
     std::string quoted;
     quoted.reserve(value.size() + 2 * SingleQuote.size());
-    return quoted.append(SingleQuote).append(value).append(SingleQuote);
+    quoted.append(SingleQuote).append(value).append(SingleQuote);
+    return quoted;  // what append() returns would be copied
 }
 
 void DASUtils::convertToDBFormat(const std::string& value, std::string& out) {
