@@ -144,7 +144,8 @@ std::string ClientUtils::escapeXMLString(const std::string& text) {
         escaped.append(text, begin, at - begin).append(entity->text);
         begin = at + 1;
     }
-    return escaped.append(text, begin);
+    escaped.append(text, begin);
+    return escaped;
 }
 
 // One pass gives what five replacements with "&amp;" last would: no other one makes an "&".
@@ -157,7 +158,8 @@ std::string ClientUtils::unescapeXMLString(const std::string& text) {
         plain.append(text, begin, at - begin) += entity != nullptr ? entity->character : '&';
         begin = at + (entity != nullptr ? entity->text.size() : 1);
     }
-    return plain.append(text, begin);
+    plain.append(text, begin);
+    return plain;
 }
 
 void ClientUtils::splitString(const std::string& line, std::vector<std::string>& fields) {
