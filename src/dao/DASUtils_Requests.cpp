@@ -132,6 +132,8 @@ int storeRow(DatabaseAdapter& adapter, const std::string& user, const std::strin
     PairList conditions = rowConditions(user, row.identifier);
     PairList counted = conditions;
     std::string count;
+    // A row that another thread stores after the count would be there twice.
+    const AdapterLock lock(adapter);
     const int result = adapter.countRows(table, counted, count);
     if (result != 0) {
         DAS_LOG(2,
