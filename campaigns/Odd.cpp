@@ -36,6 +36,11 @@ const char* const DoubledFixedKey =
     "t.Id IN ('30', '31', '38', '39') AND EXISTS (SELECT 1 FROM old.# o WHERE o.Id IS t.Id AND "
     "coalesce(o.UserContext, 'base') = coalesce(t.UserContext, 'base') AND o.rowid <> t.rowid)";
 
+const char* const DoubledBeforeUsers =
+    "t.Id IN ('30', '31', '38', '39') AND EXISTS (SELECT 1 FROM old.# o WHERE o.Id IS t.Id AND "
+    "o.rowid <> t.rowid) AND NOT EXISTS (SELECT 1 FROM pragma_table_info('#', 'old') WHERE name = "
+    "'UserContext')";
+
 /// What steps are there to change: cells of columns that begin so, in the rows "t" for which the
 /// condition held in the database "old" before the first start. "%" is the column's last character,
 /// "#" the table, "@" that the rows "o" and "t" are alike for the repair of contacts.
@@ -71,6 +76,8 @@ const struct {
      "a fixed key of that id wins"},
     {"FEATURE_KEYS", "", DoubledFixedKey, "one of them counts where it moves"},
     {"START_APPLICATION", "", DoubledFixedKey, "one of them counts where it moves"},
+    {"FEATURE_KEYS", "", DoubledBeforeUsers, "the same before there were users"},
+    {"START_APPLICATION", "", DoubledBeforeUsers, "the same before there were users"},
     {"START_APPLICATION_FIXED_KEYS", "", "t.Id IN (SELECT Id FROM old.START_APPLICATION)",
      "the other key replaces it"},
     {"FORWARDING_KEY_DESTINATIONS", "Id", "CAST(t.Id AS INT) > 617", "is renumbered"},

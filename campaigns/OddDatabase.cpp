@@ -47,7 +47,7 @@ public:
         const std::string table = oneOf(tables());
         const std::string neighbours[] = {
             "CREATE VIEW ODD AS SELECT * FROM " + table, "CREATE VIEW ODD AS SELECT * FROM NOWHERE",
-            "CREATE TABLE " + table + "_MIGRATION (Stale TEXT)",
+            "CREATE TABLE IF NOT EXISTS " + table + "_MIGRATION (Stale TEXT)",
             "CREATE TABLE ODD (UserContext TEXT, Id TEXT, Value BLOB)"};
         const std::string neighbour = oneOf(neighbours);
         m_db.mustRun(neighbour);

@@ -182,6 +182,10 @@ public:
      */
     [[nodiscard]] int countRows(const std::string& table, PairList& andList, std::string& count);
 
+    /// Whether the column stores some texts as other ones: as a column of numbers it makes 49 of
+    /// "0049". False also when it can't be asked for.
+    [[nodiscard]] bool changesTexts(const std::string& table, const std::string& column);
+
     /// Appends the columns of @p table to @p names. False when it can't be read.
     [[nodiscard]] bool readColumnNames(const std::string& table, std::vector<std::string>& names);
 

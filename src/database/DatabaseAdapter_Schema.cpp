@@ -1,6 +1,9 @@
 // Statements that change the shape of the database, and copies between tables.
 
+#include <sqlite3.h>
+
 #include <algorithm>
+#include <array>
 
 #include "DASUtilsStrings.h"
 #include "Log.h"
@@ -39,6 +42,22 @@ int DatabaseAdapter::addColumn(const std::string& table, const std::string& colu
         sql += type == DASUtilsStrings::columnTypeInteger ? " DEFAULT '0'" : " DEFAULT ''";
     }
     return executeNonQuery(sql);
+}
+
+bool DatabaseAdapter::changesTexts(const std::string& table, const std::string& column) {
+    AdapterLock lock(*this);
+    sqlite3* const db = connection();
+    const char* type = nullptr;
+    if (db == nullptr ||
+        sqlite3_table_column_metadata(db, "main", table.c_str(), column.c_str(), &type, nullptr,
+                                      nullptr, nullptr, nullptr) != SQLITE_OK ||
+        type == nullptr || *type == '\0') {
+        return false;
+    }
+    const auto has = [type](const char* pattern) { return sqlite3_strlike(pattern, type, 0) == 0; };
+    // SQLite's own rules: of several words in a type the first of these counts.
+    constexpr std::array<const char*, 4> keepTexts = {"%CHAR%", "%CLOB%", "%TEXT%", "%BLOB%"};
+    return has("%INT%") || std::none_of(keepTexts.begin(), keepTexts.end(), has);
 }
 
 bool DatabaseAdapter::indexExists(std::string, std::string index) {

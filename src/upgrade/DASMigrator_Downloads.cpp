@@ -92,8 +92,10 @@ bool move(DatabaseAdapter& adapter, DataAccessObject& dao, const std::string& ol
     const bool isReady = newRows == NewRows::None
                              ? dao.createTable() == 0
                              : adapter.executeNonQuery("DELETE FROM " + dao.tableName() + ";") == 0;
+    const std::vector<std::string> columns = columnsOf(adapter, oldTable);
+    logGivenUpColumns(adapter, oldTable, columns, dao.columnNames());
     return isReady && removeDoubles(adapter, oldTable) &&
-           TableRebuild(adapter, dao, columnsOf(adapter, oldTable)).copyFrom(oldTable) &&
+           TableRebuild(adapter, dao, columns).copyFrom(oldTable) &&
            encryptPasswords(adapter, dao.tableName()) &&
            adapter.executeNonQuery("DROP TABLE " + oldTable + ";") == 0;
 }
@@ -108,9 +110,13 @@ void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
     }
     const auto dao = createDao(service, FileDownloadSettingsSchema);
     const NewRows newRows = look(adapter, *dao);
+    // Rows without a type have no place in the new table. Nothing is tried that each start would
+    // take back.
+    const bool mayMove =
+        newRows != NewRows::Unknown && hasColumn(columnsOf(adapter, oldTable), "FileType");
     const bool isGone = newRows == NewRows::Own
                             ? adapter.dropTable(oldTable) == 0
-                            : newRows != NewRows::Unknown && runWholeOrNot(adapter, [&] {
+                            : mayMove && runWholeOrNot(adapter, [&] {
                                   return move(adapter, *dao, oldTable, newRows);
                               });
     if (isGone) {

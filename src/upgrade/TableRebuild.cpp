@@ -38,6 +38,15 @@ bool isNumbered(const DASUtils::ColumnInfo& column) {
     return column.type.find("AUTOINCREMENT") != std::string::npos;
 }
 
+/// Whether each column of texts stores them as they are. A table made with other types may not.
+bool keepsTexts(DatabaseAdapter& adapter, const DataAccessObject& dao) {
+    return std::none_of(dao.columns().begin(), dao.columns().end(),
+                        [&](const DASUtils::ColumnInfo& column) {
+                            return column.type.find(DASUtilsStrings::columnTypeText) == 0 &&
+                                   adapter.changesTexts(dao.tableName(), column.name);
+                        });
+}
+
 /// Whether the database numbers the rows of the table, if those of the object have numbers. Without
 /// its key each write of a row adds one. True also when this can't be read.
 bool numbersRows(DatabaseAdapter& adapter, const DataAccessObject& dao) {
@@ -64,7 +73,7 @@ TableForm::TableForm(DatabaseAdapter& adapter, const DataAccessObject& dao,
            isSameName(dao.columns()[inPlace].name, names[inPlace])) {
         ++inPlace;
     }
-    m_numbersRows = inPlace < wanted || numbersRows(adapter, dao);
+    m_isOfToday = inPlace < wanted || (numbersRows(adapter, dao) && keepsTexts(adapter, dao));
 }
 
 TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
@@ -75,12 +84,11 @@ TableRebuild::TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
       m_table(dao.tableName()) {}
 
 bool TableRebuild::isDone() const {
-    const TableForm form(m_adapter, m_dao, m_oldColumns);
-    return form.columns == form.wanted && form.isInOrder();
+    return TableForm(m_adapter, m_dao, m_oldColumns).isInOrder();
 }
 
 bool TableRebuild::run(DefaultRows rows) {
-    logDroppedColumns(m_table);
+    StepHelpers::logGivenUpColumns(m_adapter, m_table, m_oldColumns, m_dao.columnNames());
     if (!runWholeOrNot(m_adapter, [&] { return replaceTable(rows); })) {
         DAS_LOG(2, "The table %s could not be rebuilt and stays as it was", m_table.c_str());
         return false;
@@ -92,16 +100,11 @@ bool TableRebuild::run(DefaultRows rows) {
 
 bool TableRebuild::copyFrom(const std::string& table) {
     m_aside = table;
-    logDroppedColumns(table);
     return copyRows() && keepsAllRows();
 }
 
 bool TableRebuild::wasThere(const std::string& column) const {
     return StepHelpers::hasColumn(m_oldColumns, column);
-}
-
-void TableRebuild::logDroppedColumns(const std::string& table) const {
-    StepHelpers::logGivenUpColumns(m_adapter, table, m_oldColumns, m_dao.columnNames());
 }
 
 /// The condition that a row is the default row at a place: its id, and each cell by which the

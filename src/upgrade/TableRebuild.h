@@ -14,11 +14,12 @@ struct TableForm {
     TableForm(DatabaseAdapter& adapter, const DataAccessObject& dao,
               const std::vector<std::string>& names);
 
-    /// Whether cells can be read by their position: the object's columns are the first ones of the
-    /// table, in the object's order. A column that numbers the rows is the key. True for a missing
-    /// table.
+    /// Whether rows can be read and written by position: the table has the object's columns in the
+    /// object's order, and no other, since a row that is written has a value for each. A column
+    /// that numbers the rows is the key, and one of texts stores them as they are. True for a
+    /// missing table.
     [[nodiscard]] bool isInOrder() const {
-        return columns == 0 || (inPlace == wanted && m_numbersRows);
+        return columns == 0 || (inPlace == wanted && columns == wanted && m_isOfToday);
     }
 
     std::size_t columns;      ///< of the table; 0 for a missing one
@@ -26,7 +27,7 @@ struct TableForm {
     std::size_t wanted;       ///< of the object
 
 private:
-    bool m_numbersRows;
+    bool m_isOfToday;  ///< in keys and types; not asked when columns are missing
 };
 
 /**
@@ -59,7 +60,8 @@ public:
     bool run(DefaultRows rows);
 
     /// Fills the object's table, which has no rows, with those of @p table, which has the old
-    /// columns and stays. Call with a transaction, to be rolled back when the result is false.
+    /// columns and stays. Call with a transaction, to be rolled back when the result is false. The
+    /// caller logs what is given up, before it removes any of the rows.
     [[nodiscard]] bool copyFrom(const std::string& table);
 
 private:
@@ -75,7 +77,6 @@ private:
     bool copyRows();
     std::vector<const Column*> keyColumns() const;
     std::string keyValues() const;
-    void logDroppedColumns(const std::string& table) const;
     bool readIndices();
     bool renameAside();
     bool replaceTable(DefaultRows rows);
