@@ -32,14 +32,18 @@ constexpr unsigned SecondsUntilHang = 120;
 constexpr std::size_t AtOnce = 2;
 const char* const OneCase = "DAS_ODD_CASE";
 
-const char* const DoubledFixedKey =
-    "t.Id IN ('30', '31', '38', '39') AND EXISTS (SELECT 1 FROM old.# o WHERE o.Id IS t.Id AND "
-    "coalesce(o.UserContext, 'base') = coalesce(t.UserContext, 'base') AND o.rowid <> t.rowid)";
+/// That the table had no such column.
+std::string lacks(const std::string& column) {
+    return "NOT EXISTS (SELECT 1 FROM pragma_table_info('#', 'old') WHERE name = '" + column + "')";
+}
 
-const char* const DoubledBeforeUsers =
+const std::string DoubledId =
     "t.Id IN ('30', '31', '38', '39') AND EXISTS (SELECT 1 FROM old.# o WHERE o.Id IS t.Id AND "
-    "o.rowid <> t.rowid) AND NOT EXISTS (SELECT 1 FROM pragma_table_info('#', 'old') WHERE name = "
-    "'UserContext')";
+    "o.rowid <> t.rowid";
+const std::string DoubledFixedKey =
+    DoubledId + " AND coalesce(o.UserContext, 'base') = coalesce(t.UserContext, 'base'))";
+
+const std::string DoubledBeforeUsers = DoubledId + ") AND " + lacks("UserContext");
 
 /// What steps are there to change: cells of columns that begin so, in the rows "t" for which the
 /// condition held in the database "old" before the first start. "%" is the column's last character,
@@ -68,9 +72,7 @@ const struct {
     {"FEATURE_KEYS", "",
      "coalesce(t.Function, '') IN ('', '0') AND t.Id IN ('30', '31', '38', '39')",
      "a fixed key of that id wins"},
-    {"FEATURE_KEYS", "",
-     "t.Id IN ('30', '31', '38', '39') AND NOT EXISTS (SELECT 1 FROM "
-     "pragma_table_info('FEATURE_KEYS', 'old') WHERE name = 'Function')",
+    {"FEATURE_KEYS", "", "t.Id IN ('30', '31', '38', '39') AND " + lacks("Function"),
      "so does one without a column for the function"},
     {"START_APPLICATION", "", "t.ApplicationName IS NULL AND t.Id IN ('30', '31', '38', '39')",
      "a fixed key of that id wins"},
@@ -90,18 +92,14 @@ const struct {
      "of contacts that are alike the newest stays"},
     {"CALL_LOG", "UniqueId", "1", "one that is doubled or no number gets a new one"},
     {"CALL_LOG", "", "coalesce(t.Number%, '') = ''", "a call without a number leaves a mixed row"},
-    {"CALL_LOG", "",
-     "'%' BETWEEN '0' AND '9' AND NOT EXISTS (SELECT 1 FROM pragma_table_info('CALL_LOG', 'old') "
-     "WHERE name = 'Number%')",
+    {"CALL_LOG", "", "'%' BETWEEN '0' AND '9' AND " + lacks("Number%"),
      "so does one without a column for it"},
     {"CONVERSATIONS", "", "1", "goes where contacts or calls change"},
     {"BLUETOOTH_TRUSTED", "UserContext", "t.UserContext = ''", "becomes the owner's"},
     {"BLUETOOTH_TRUSTED", "",
      "EXISTS (SELECT 1 FROM old.BLUETOOTH_TRUSTED o WHERE o.Id IS t.Id AND o.rowid <> t.rowid)",
      "of a doubled device one row stays"},
-    {"BLUETOOTH_TRUSTED", "",
-     "NOT EXISTS (SELECT 1 FROM pragma_table_info('BLUETOOTH_TRUSTED', 'old') WHERE name = 'Id')",
-     "devices without an address are one"},
+    {"BLUETOOTH_TRUSTED", "", lacks("Id"), "devices without an address are one"},
     {"FILEDOWNLOAD_SETTINGS_ENC", "",
      "coalesce(t.ServerAddress, '') = '' AND EXISTS (SELECT 1 FROM old.FILEDOWNLOAD_SETTINGS)",
      "default rows give way to the older table"},
@@ -110,10 +108,7 @@ const struct {
      "EXISTS (SELECT 1 FROM old.SRTP_ENCRYPTION_SETTINGS o WHERE CAST(coalesce(o.Method, '') AS "
      "TEXT) = CAST(coalesce(t.Method, '') AS TEXT) AND o.rowid > t.rowid)",
      "of a doubled method the last row stays"},
-    {"SRTP_ENCRYPTION_SETTINGS", "",
-     "NOT EXISTS (SELECT 1 FROM pragma_table_info('SRTP_ENCRYPTION_SETTINGS', 'old') WHERE name = "
-     "'Method')",
-     "methods without a name are one"},
+    {"SRTP_ENCRYPTION_SETTINGS", "", lacks("Method"), "methods without a name are one"},
     {"DISTINCTIVE_RINGING", "", "1", "goes with the protocol"},
     {"GENERAL_CONFIG", "",
      "EXISTS (SELECT 1 FROM old.GENERAL_CONFIG o WHERE o.Schema IS t.Schema AND o.Name IS t.Name "
@@ -122,14 +117,15 @@ const struct {
      "of a doubled setting one row stays, but none without a context"},
     {"GENERAL_CONFIG", "",
      "EXISTS (SELECT 1 FROM old.GENERAL_CONFIG o WHERE o.Schema IS t.Schema AND o.Name IS t.Name "
-     "AND o.rowid <> t.rowid) AND NOT EXISTS (SELECT 1 FROM pragma_table_info('GENERAL_CONFIG', "
-     "'old') WHERE name = 'UserContext')",
+     "AND o.rowid <> t.rowid) AND " +
+         lacks("UserContext"),
      "the same before there were contexts"},
     {"GENERAL_CONFIG", "",
      "t.UserContext = 'other' AND t.Schema IN ('TransportSettings', 'AcmsSettings')",
      "settings of the telephone have no user"},
     {"GENERAL_CONFIG", "UserContext", "1", "settings move between telephone and user"},
-    {"GENERAL_CONFIG", "Value", "t.Name = 'EmergencyNumber'", "is cut at a character that is not valid"},
+    {"GENERAL_CONFIG", "Value", "t.Name = 'EmergencyNumber'",
+     "is cut at a character that is not valid"},
 };
 
 /// What the repair of contacts compares.
@@ -145,9 +141,10 @@ const std::map<std::string, std::string> Moves = {
 
 /// Tables that a step brings into the columns of today.
 const char* const Rebuilt[] = {
-    "PHONE_BOOK",        "CALL_LOG",          "CallGroup",     "STIMULUS_KEY_SETTINGS",
-    "DSS_KEY_SETTINGS",  "BCA_SETTINGS",      "FEATURE_KEYS",  "FIXED_KEYS",
-    "LINE_KEY_SETTINGS", "BLUETOOTH_TRUSTED", "GENERAL_CONFIG"};
+    "PHONE_BOOK",        "CALL_LOG",          "CallGroup",      "STIMULUS_KEY_SETTINGS",
+    "DSS_KEY_SETTINGS",  "BCA_SETTINGS",      "FEATURE_KEYS",   "FIXED_KEYS",
+    "LINE_KEY_SETTINGS", "BLUETOOTH_TRUSTED", "GENERAL_CONFIG", "CONVERSATIONS",
+    "DIAL_PLAN_ENTRIES"};
 
 /// One database, and all that is found with it.
 class Case {

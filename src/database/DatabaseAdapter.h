@@ -182,6 +182,10 @@ public:
      */
     [[nodiscard]] int countRows(const std::string& table, PairList& andList, std::string& count);
 
+    /// Whether there is a table of this name, which may be missing: unlike the others, this logs
+    /// nothing then.
+    [[nodiscard]] bool isTableKnown(const std::string& table);
+
     /// Whether the column stores some texts as other ones: as a column of numbers it makes 49 of
     /// "0049". False also when it can't be asked for.
     [[nodiscard]] bool changesTexts(const std::string& table, const std::string& column);

@@ -324,15 +324,17 @@ bool DatabaseAdapter::readColumnNames(const std::string& table, std::vector<std:
     return isRead && !names.empty();
 }
 
+bool DatabaseAdapter::isTableKnown(const std::string& table) {
+    AdapterLock lock(*this);
+    sqlite3* const db = connection();
+    return db != nullptr &&
+           sqlite3_table_column_metadata(db, "main", table.c_str(), nullptr, nullptr, nullptr,
+                                         nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
 bool DatabaseAdapter::isTableThere(const std::string& table) {
-    {
-        AdapterLock lock(*this);
-        sqlite3* const db = connection();
-        if (db != nullptr && sqlite3_table_column_metadata(db, "main", table.c_str(), nullptr,
-                                                           nullptr, nullptr, nullptr, nullptr,
-                                                           nullptr) == SQLITE_OK) {
-            return true;
-        }
+    if (isTableKnown(table)) {
+        return true;
     }
     // A view counts too, and the log shows why a table that is there can't be read.
     std::vector<std::string> names;

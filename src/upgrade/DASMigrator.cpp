@@ -133,7 +133,19 @@ void migrateStimulusKeys(const Run& run) {
         static_cast<int>(rowsOf(run.service, StimulusKeySettingsTableName)));
 }
 
+/// Tables of the rows that the database numbers and that no other step looks at. A read of the
+/// contacts asks for the conversations, and fails without their columns.
+const std::pair<const std::string*, const std::string*> NumberedTables[] = {
+    {&ConversationsSchema, &ConversationsTableName},
+    {&DialPlanEntriesSchema, &DialPlanEntriesTableName}};
+
 void migrateContacts(const Run& run) {
+    for (const auto& [schema, table] : NumberedTables) {
+        if (run.service->getAdapter()->isTableKnown(*table) &&
+            !M::formOf(run.service, *schema, *table).isInOrder()) {
+            (void)M::rebuildIntoDaoColumns(run.service, *schema, *table);
+        }
+    }
     // Before any step that adds a row: the database may have no higher number for it.
     RowNumbers::limit(*run.service->getAdapter());
     M::migratePhoneBookTable(run.service);

@@ -11,6 +11,7 @@
 #include "database/DatabaseAdapter.h"
 #include "upgrade/DASMigrator.h"
 #include "upgrade/StepHelpers.h"
+#include "upgrade/TableRebuild.h"
 
 namespace {
 
@@ -111,10 +112,12 @@ void carryNumbering(DatabaseAdapter& adapter, const std::string& numbering) {
                                   numbering + ");");
 }
 
-bool hasIndices(DatabaseAdapter& adapter) {
+bool hasIndices(DatabaseAdapter& adapter, const std::string& table) {
     Rows rows;
     (void)adapter.executeSQLQuery(
-        "SELECT name FROM sqlite_master WHERE type = 'index' AND tbl_name = 'PHONE_BOOK'", rows);
+        "SELECT name FROM sqlite_master WHERE type = 'index' AND tbl_name = " +
+            DASUtils::convertToDBFormat(table),
+        rows);
     return !rows.empty();
 }
 
@@ -148,7 +151,7 @@ bool DASMigrator::rebuildPhoneBook(DataAccessServiceIfc* service,
     DatabaseAdapter& adapter = *service->getAdapter();
     return runWholeOrNot(adapter, [&] {
         const std::string numbering = numberingOf(adapter);
-        const bool indexed = hasIndices(adapter);
+        const bool indexed = hasIndices(adapter, PhoneBookTableName);
         if (!renewBook(adapter, leftOut)) {
             return false;
         }
@@ -160,6 +163,41 @@ bool DASMigrator::rebuildPhoneBook(DataAccessServiceIfc* service,
     });
 }
 
+namespace {
+
+/// Brings the contacts back into the book; for the caller's transaction.
+bool takeBack(DatabaseAdapter& adapter, DataAccessObject& dao) {
+    const std::vector<std::string> columns = StepHelpers::columnsOf(adapter, OldPhoneBook);
+    StepHelpers::logGivenUpColumns(adapter, OldPhoneBook, columns, dao.columnNames());
+    TableRebuild book(adapter, dao, columns);
+    const bool isTaken = adapter.isKnownToBeEmpty(PhoneBookTableName) ? book.copyFrom(OldPhoneBook)
+                                                                      : book.addFrom(OldPhoneBook);
+    return isTaken && adapter.executeNonQuery(std::string("DROP TABLE ") + OldPhoneBook + ";") == 0;
+}
+
+/// Earlier software that could not copy a row left all contacts under the other name and the book
+/// empty. No release reads them there, and the name stays taken.
+void takeBackOldBook(DataAccessServiceIfc* service) {
+    DatabaseAdapter& adapter = *service->getAdapter();
+    const bool isDue =
+        adapter.isTableKnown(OldPhoneBook) &&
+        StepHelpers::hasColumn(StepHelpers::columnsOf(adapter, OldPhoneBook),
+                               PhonebookSurnameTagName) &&
+        DASMigrator::formOf(service, PhoneBookSchema, PhoneBookTableName).isInOrder();
+    if (!isDue) {
+        return;
+    }
+    const auto dao = DASMigrator::createDao(service, PhoneBookSchema);
+    const bool indexed = hasIndices(adapter, OldPhoneBook);
+    if (!runWholeOrNot(adapter, [&] { return takeBack(adapter, *dao); })) {
+        DAS_LOG(2, "The contacts of %s can't be brought back, they stay there", OldPhoneBook);
+    } else if (indexed) {
+        PhonebookDAO(&adapter).createPhonenumberIndices();
+    }
+}
+
+}  // namespace
+
 void DASMigrator::migratePhoneBookTable(DataAccessServiceIfc* service) {
     constexpr std::size_t columnsBeforeMobility = 17;
     std::vector<std::string> names;
@@ -169,6 +207,7 @@ void DASMigrator::migratePhoneBookTable(DataAccessServiceIfc* service) {
     if (names.size() <= ContactColumns::Count && !isBeforeMobility) {
         (void)rebuildIntoDaoColumns(service, PhoneBookSchema, PhoneBookTableName);
     }
+    takeBackOldBook(service);
 }
 
 void DASMigrator::checkValidityOfPhoneBookTable(DataAccessServiceIfc* service) {

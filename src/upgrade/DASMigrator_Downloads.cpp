@@ -100,12 +100,29 @@ bool move(DatabaseAdapter& adapter, DataAccessObject& dao, const std::string& ol
            adapter.executeNonQuery("DROP TABLE " + oldTable + ";") == 0;
 }
 
+const char* const OldestTable = "FTP_SETTINGS";
+
+/// The oldest table moves with the step of the users, which runs once. What failed there is tried
+/// again as long as no client has changed the rows in its place.
+void moveWhatStayed(DataAccessServiceIfc* service) {
+    DatabaseAdapter& adapter = *service->getAdapter();
+    if (!adapter.isTableKnown(OldestTable)) {
+        return;
+    }
+    const NewRows newRows =
+        look(adapter, *DASMigrator::createDao(service, FileDownloadSettingsSchema));
+    if (newRows == NewRows::None || newRows == NewRows::Defaults) {
+        DASMigrator::migrateFtpSettingsTable(service);
+    }
+}
+
 }  // namespace
 
 void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
     DatabaseAdapter& adapter = *service->getAdapter();
     const std::string& oldTable = FileDownloadSettingsTableName;
     if (rowsOf(service, oldTable) == 0) {
+        moveWhatStayed(service);
         return;
     }
     const auto dao = createDao(service, FileDownloadSettingsSchema);
@@ -114,11 +131,10 @@ void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
     // take back.
     const bool mayMove =
         newRows != NewRows::Unknown && hasColumn(columnsOf(adapter, oldTable), "FileType");
-    const bool isGone = newRows == NewRows::Own
-                            ? adapter.dropTable(oldTable) == 0
-                            : mayMove && runWholeOrNot(adapter, [&] {
-                                  return move(adapter, *dao, oldTable, newRows);
-                              });
+    const bool isGone = newRows == NewRows::Own ? adapter.dropTable(oldTable) == 0
+                                                : mayMove && runWholeOrNot(adapter, [&] {
+                                                      return move(adapter, *dao, oldTable, newRows);
+                                                  });
     if (isGone) {
         removeMigrationFiles();
     } else {
@@ -136,7 +152,6 @@ constexpr std::size_t LinePassword = 5;
 constexpr std::size_t LinePath = 6;
 constexpr std::size_t LineFile = 13;
 
-const char* const OldestTable = "FTP_SETTINGS";
 constexpr long RowsWithoutTheLast = 8;
 
 const char* const StoreDownload =

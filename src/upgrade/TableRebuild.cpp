@@ -103,6 +103,16 @@ bool TableRebuild::copyFrom(const std::string& table) {
     return copyRows() && keepsAllRows();
 }
 
+bool TableRebuild::addFrom(const std::string& table) {
+    m_aside = table;
+    const std::string before = DASUtils::countOf(m_adapter, m_table);
+    const std::string added = DASUtils::countOf(m_adapter, m_aside);
+    return !before.empty() && !added.empty() && carryNumbering() &&
+           execute(copyStatement(Numbers::New, "")) &&
+           ClientUtils::stoi(DASUtils::countOf(m_adapter, m_table)) ==
+               ClientUtils::stoi(before) + ClientUtils::stoi(added);
+}
+
 bool TableRebuild::wasThere(const std::string& column) const {
     return StepHelpers::hasColumn(m_oldColumns, column);
 }

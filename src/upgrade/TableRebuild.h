@@ -63,6 +63,8 @@ public:
     /// columns and stays. Call with a transaction, to be rolled back when the result is false. The
     /// caller logs what is given up, before it removes any of the rows.
     [[nodiscard]] bool copyFrom(const std::string& table);
+    /// The same for a table that has rows, which stay: the added ones get new numbers.
+    [[nodiscard]] bool addFrom(const std::string& table);
 
 private:
     using Column = DASUtils::ColumnInfo;

@@ -218,6 +218,17 @@ TEST_F(RepairTest, SignsWithoutADigitGoAndNumbersKeepTheirs) {
               0U);
 }
 
+// Earlier software left them there when it could not copy them, and new ones came to the book.
+TEST_F(RepairTest, ContactsUnderTheOtherNameJoinThoseOfTheBook) {
+    sql("CREATE TABLE PHONE_BOOK_OLD AS SELECT * FROM PHONE_BOOK; UPDATE PHONE_BOOK_OLD SET "
+        "Surname = 'older'; INSERT INTO PHONE_BOOK_OLD (Surname, Office) VALUES (NULL, '7')");
+    service().constructorActions();  // a connection that knows the table
+    DASMigrator::migratePhoneBookTable(&service());
+    EXPECT_EQ(cell("SELECT group_concat(UniqueID || Surname || UserContext) FROM PHONE_BOOK"),
+              "1keeperbase,2olderbase,3base");
+    EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'PHONE_BOOK_OLD'"), "0");
+}
+
 TEST_F(RepairTest, ABookOfMoreColumnsIsMadeAnewAndOneOfFewerStays) {
     ASSERT_TRUE(service().createPhonenumberIndices());
     sql("UPDATE sqlite_sequence SET seq = 40 WHERE name = 'PHONE_BOOK'");

@@ -180,10 +180,11 @@ TEST_F(SecurityTest, FileDownloadsGoToTheTableOfEncryptedPasswords) {
         change("DROP TABLE FILEDOWNLOAD_SETTINGS_ENC");
         (void)send("FileDownloadSettings", isChanged ? "update_request" : "read_request",
                    "<FileType>1</FileType><Filename>own</Filename>");
-        change("CREATE TABLE FILEDOWNLOAD_SETTINGS (LastStatus, FtpPassword, FileType, Filename)");
+        change("CREATE TABLE FILEDOWNLOAD_SETTINGS (LastStatus, FtpPassword, FileType, Filename, "
+               "More)");
         change(
-            "INSERT INTO FILEDOWNLOAD_SETTINGS VALUES (7, 'older', 1, 'first'), (8, 'older', "
-            "'1', 'last\\')");
+            "INSERT INTO FILEDOWNLOAD_SETTINGS VALUES (7, 'older', 1, 'first', 1), (8, 'older', "
+            "'1', 'last\\', 2)");
         writeFile(place() / "db" / "dascrypt.key", "short");
         DASMigrator::migrateToEncryptedFTPPass(&service());
         EXPECT_EQ(m_log.has(2, "FILEDOWNLOAD_SETTINGS is left as it was"), !isChanged);
@@ -196,6 +197,8 @@ TEST_F(SecurityTest, FileDownloadsGoToTheTableOfEncryptedPasswords) {
                   isChanged ? "owntrue210" : "last\\true218");
     }
     EXPECT_TRUE(m_log.has(2, "1 rows of FILEDOWNLOAD_SETTINGS are given up"));
+    EXPECT_TRUE(m_log.has(
+        2, "The column More of FILEDOWNLOAD_SETTINGS is given up with its values: 2"));
     // The last row came later than the table.
     change("CREATE TABLE FILEDOWNLOAD_SETTINGS " + columns);
     for (const char* added : {"(1),(2),(3),(4),(5),(6),(7)", "(8)"}) {
@@ -218,7 +221,7 @@ TEST_F(SecurityTest, TheOldestFileDownloadsAreTakenOver) {
     EXPECT_EQ(cell("SELECT COUNT(*) FROM FTP_SETTINGS"), "3") << "without a key";
     std::filesystem::remove(place() / "db" / "dascrypt.key");
     std::filesystem::remove_all(onDevice("/Aurel_Deploy"));
-    DASMigrator::migrateFtpSettingsTable(&service());
+    DASMigrator::migrateToEncryptedFTPPass(&service());  // every start tries the rest again
     EXPECT_EQ(cell("SELECT UseDefaults || ServerAddress || FtpUsername || FtpPath || Filename || "
                    "ServerPort FROM FILEDOWNLOAD_SETTINGS_ENC WHERE FileType = '0'"),
               "falsesrvuser/pfile21");

@@ -3,7 +3,7 @@ import sqlite3
 
 # Text that a database, a file or an answer may trip over; None is NULL.
 HOSTILE = ["Müller-Lüdenscheidt 'Äpfel' %", None, "O'Neil''s", "Q&A <b> &amp; &apos;", "a,b\\,c;\\",
-           "'; DROP TABLE PHONE_BOOK; --", 'say "hi"', "", "two\nlines\r\n\ttab", "x" * 5000, "zero\0byte"]
+           "0049", "'; DROP TABLE PHONE_BOOK; --", 'say "hi"', "", "two\nlines\r\n\ttab", "x" * 5000, "zero\0byte"]
 
 
 class Table:
@@ -50,6 +50,9 @@ STIMULUS_KEYS = Table("STIMULUS_KEY_SETTINGS", "StimulusKeySettings", FIXED + PR
 
 DEVICES = Table("BLUETOOTH_TRUSTED", "BluetoothTrusted", [f"00:1B:{n}" for n in range(10, 60)])
 
+FEATURE_KEYS = Table("FEATURE_KEYS", "FeatureKeys", ["30", "31"] + PROGRAMMABLE,
+                     moved=fixed_keys("FIXED_KEYS"), full=["Function"])
+
 # A text of tests/databases/, and its tables.
 FORMS = {
     "phone_book_17": [PHONE_BOOK],
@@ -82,8 +85,7 @@ FORMS = {
     "stimulus_keys_66_rows": [
         Table("STIMULUS_KEY_SETTINGS", "StimulusKeySettings", FIXED + PROGRAMMABLE, rows=33)],
     "keys_of_earlier_release": [
-        Table("FEATURE_KEYS", "FeatureKeys", ["30", "31"] + PROGRAMMABLE,
-              moved=fixed_keys("FIXED_KEYS"), full=["Function"]),
+        FEATURE_KEYS,
         Table("FIXED_KEYS", "FixedKeys", ["38", "39"], full=["Function"]),
         Table("START_APPLICATION", "StartApplication", FIXED + PROGRAMMABLE,
               moved=fixed_keys("START_APPLICATION_FIXED_KEYS"), full=["ApplicationName"])],
@@ -94,6 +96,14 @@ FORMS = {
         Table("REPERTORY_DIALLING", "RepertoryDialling", ["1017"] + PROGRAMMABLE)],
     "bluetooth_devices_3": [DEVICES],
     "bluetooth_devices_doubled": [DEVICES],
+    "columns_of_later_release": [CALL_GROUPS],
+    "columns_of_numbers": [FEATURE_KEYS],
+    "phone_book_old": [
+        Table("PHONE_BOOK_OLD", "PhoneBook", CONTACTS, "UniqueID", full=["Surname"],
+              moved=lambda key: ("PHONE_BOOK", key))],
+    "lists_without_key": [
+        Table("CONVERSATIONS", "Conversations", []),
+        Table("DIAL_PLAN_ENTRIES", "DialPlanEntries", NAMES, "Comment", numbers="Id")],
 }
 # A text of tests/databases/ with settings of an earlier form, and the contexts under which each
 # setting stands in it; without contexts it has no column for them.
@@ -121,7 +131,7 @@ MOVED_SETTINGS = {
     ("LocalSettings", "base", "EmergencyNumber"): "11",
 }
 SCHEMAS = ["BluetoothTrusted", "FileDownloadSettings", "StartApplicationFixedKeys", "PhoneBook",
-           "CallLog"]
+           "CallLog", "Conversations", "DialPlanEntries"]
 
 
 def plain(column, row):
