@@ -11,6 +11,7 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <map>
 
 #include "Campaign.h"
@@ -37,13 +38,14 @@ std::string lacks(const std::string& column) {
     return "NOT EXISTS (SELECT 1 FROM pragma_table_info('#', 'old') WHERE name = '" + column + "')";
 }
 
+const std::string IsFixed = "t.Id IN ('30', '31', '38', '39')";
 const std::string DoubledId =
-    "t.Id IN ('30', '31', '38', '39') AND EXISTS (SELECT 1 FROM old.# o WHERE o.Id IS t.Id AND "
-    "o.rowid <> t.rowid";
+    IsFixed + " AND EXISTS (SELECT 1 FROM old.# o WHERE o.Id IS t.Id AND o.rowid <> t.rowid";
 const std::string DoubledFixedKey =
     DoubledId + " AND coalesce(o.UserContext, 'base') = coalesce(t.UserContext, 'base'))";
-
 const std::string DoubledBeforeUsers = DoubledId + ") AND " + lacks("UserContext");
+
+const char* const AlikeContact = "EXISTS (SELECT 1 FROM old.# o WHERE o.rowid <> t.rowid@)";
 
 /// What steps are there to change: cells of columns that begin so, in the rows "t" for which the
 /// condition held in the database "old" before the first start. "%" is the column's last character,
@@ -69,13 +71,11 @@ const struct {
     {"FIXED_KEYS", "", "t.Id IN (SELECT Id FROM old.FEATURE_KEYS)", "the other key replaces it"},
     {"FIXED_KEYS", "Function", "t.Function = '0'", "takes that of the hardware"},
     {"FEATURE_KEYS", "Function", "t.Function = '0'", "takes that of the hardware where it moves"},
-    {"FEATURE_KEYS", "",
-     "coalesce(t.Function, '') IN ('', '0') AND t.Id IN ('30', '31', '38', '39')",
+    {"FEATURE_KEYS", "", "coalesce(t.Function, '') IN ('', '0') AND " + IsFixed,
      "a fixed key of that id wins"},
-    {"FEATURE_KEYS", "", "t.Id IN ('30', '31', '38', '39') AND " + lacks("Function"),
+    {"FEATURE_KEYS", "", IsFixed + " AND " + lacks("Function"),
      "so does one without a column for the function"},
-    {"START_APPLICATION", "", "t.ApplicationName IS NULL AND t.Id IN ('30', '31', '38', '39')",
-     "a fixed key of that id wins"},
+    {"START_APPLICATION", "", "t.ApplicationName IS NULL AND " + IsFixed, "as of feature keys"},
     {"FEATURE_KEYS", "", DoubledFixedKey, "one of them counts where it moves"},
     {"START_APPLICATION", "", DoubledFixedKey, "one of them counts where it moves"},
     {"FEATURE_KEYS", "", DoubledBeforeUsers, "the same before there were users"},
@@ -88,8 +88,9 @@ const struct {
      "o.Id IS t.Id AND o.rowid <> t.rowid)",
      "of a renumbered lamp the last row counts for all users"},
     {"PHONE_BOOK", "UniqueID", "1", "one that is doubled or no number gets a new one"},
-    {"PHONE_BOOK", "", "EXISTS (SELECT 1 FROM old.PHONE_BOOK o WHERE o.rowid <> t.rowid@)",
-     "of contacts that are alike the newest stays"},
+    {"PHONE_BOOK", "", AlikeContact, "of contacts that are alike the newest stays"},
+    {"PHONE_BOOK_OLD", "", AlikeContact, "the same"},
+    {"PHONE_BOOK_OLD", "UniqueID", "1", "one of the book's gets a new one"},
     {"CALL_LOG", "UniqueId", "1", "one that is doubled or no number gets a new one"},
     {"CALL_LOG", "", "coalesce(t.Number%, '') = ''", "a call without a number leaves a mixed row"},
     {"CALL_LOG", "", "'%' BETWEEN '0' AND '9' AND " + lacks("Number%"),
@@ -137,6 +138,7 @@ const std::map<std::string, std::string> Moves = {
     {"FEATURE_KEYS", "FIXED_KEYS"},
     {"START_APPLICATION", "START_APPLICATION_FIXED_KEYS"},
     {"FILEDOWNLOAD_SETTINGS", "FILEDOWNLOAD_SETTINGS_ENC"},
+    {"PHONE_BOOK_OLD", "PHONE_BOOK"},
 };
 
 /// Tables that a step brings into the columns of today.
@@ -235,8 +237,9 @@ private:
         for (const std::string& column : columns) {
             lost += keeps(table, {column}) ? "" : " " + column;
         }
-        const bool mayPart = table == "CALL_LOG";  // into rows of a number each
-        check(mayPart && lost.empty(), table + " loses" + (lost.empty() ? " rows" : lost));
+        // Calls may part, into rows of a number each.
+        check(table == "CALL_LOG" && lost.empty(),
+              table + " loses" + (lost.empty() ? " rows" : lost));
     }
 
     bool isValid(const std::string& sql) const {
@@ -254,9 +257,8 @@ private:
             places.push_back(moved->second);
         }
         Names mayChange;
-        for (const std::string& column : columns) {
-            mayChange.push_back(mayChangeIf(table, column));
-        }
+        std::transform(columns.begin(), columns.end(), std::back_inserter(mayChange),
+                       [&](const std::string& column) { return mayChangeIf(table, column); });
         std::string kept = "(" + join(mayChange, ") AND (") + ")";
         for (const std::string& place : places) {
             const Names now = columnsOf(m_db, place);
@@ -305,7 +307,7 @@ private:
             for (const char c : may.condition) {
                 condition += c == '%'   ? column.substr(column.size() - 1)
                              : c == '#' ? table
-                             : c == '@' ? areAlike()
+                             : c == '@' ? areAlike(table)
                                         : std::string(1, c);
             }
             if (isValid("SELECT " + condition + " FROM old." + table + " t")) {
@@ -315,9 +317,9 @@ private:
         return any;
     }
 
-    std::string areAlike() const {
+    std::string areAlike(const std::string& table) const {
         std::string all;
-        for (const std::string& column : columnsOf(m_db, "PHONE_BOOK", "old")) {
+        for (const std::string& column : columnsOf(m_db, table, "old")) {
             const bool counts = std::find(std::begin(OfContact), std::end(OfContact), column) !=
                                 std::end(OfContact);
             all += counts ? " AND coalesce(o." + column + ", '') = coalesce(t." + column + ", '')"

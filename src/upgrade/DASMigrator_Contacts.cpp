@@ -1,11 +1,13 @@
 // The repair of the phone book: doubled contacts, stray signs, a table of other columns; and the
 // book of an older release.
 
+#include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
 #include "Log.h"
 #include "contacts/ContactColumns.h"
 #include "contacts/PhonebookDAO.h"
+#include "dao/AssignedNumbers.h"
 #include "dao/DASUtils.h"
 #include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
@@ -165,13 +167,23 @@ bool DASMigrator::rebuildPhoneBook(DataAccessServiceIfc* service,
 
 namespace {
 
+/// Whether the contacts can have the numbers that they had. One above the highest would end the
+/// book for new ones.
+bool mayKeepNumbers(DatabaseAdapter& adapter) {
+    std::string high = "0";
+    adapter.getRowCount("SELECT COUNT(*) FROM PHONE_BOOK_OLD WHERE CAST(UniqueID AS NUMERIC) > " +
+                            ClientUtils::int64tos(AssignedNumbers::Highest) + ";",
+                        high);
+    return high == "0" && adapter.isKnownToBeEmpty(PhoneBookTableName);
+}
+
 /// Brings the contacts back into the book; for the caller's transaction.
 bool takeBack(DatabaseAdapter& adapter, DataAccessObject& dao) {
     const std::vector<std::string> columns = StepHelpers::columnsOf(adapter, OldPhoneBook);
     StepHelpers::logGivenUpColumns(adapter, OldPhoneBook, columns, dao.columnNames());
     TableRebuild book(adapter, dao, columns);
-    const bool isTaken = adapter.isKnownToBeEmpty(PhoneBookTableName) ? book.copyFrom(OldPhoneBook)
-                                                                      : book.addFrom(OldPhoneBook);
+    const bool isTaken =
+        mayKeepNumbers(adapter) ? book.copyFrom(OldPhoneBook) : book.addFrom(OldPhoneBook);
     return isTaken && adapter.executeNonQuery(std::string("DROP TABLE ") + OldPhoneBook + ";") == 0;
 }
 

@@ -107,8 +107,7 @@ bool TableRebuild::addFrom(const std::string& table) {
     m_aside = table;
     const std::string before = DASUtils::countOf(m_adapter, m_table);
     const std::string added = DASUtils::countOf(m_adapter, m_aside);
-    return !before.empty() && !added.empty() && carryNumbering() &&
-           execute(copyStatement(Numbers::New, "")) &&
+    return !before.empty() && !added.empty() && execute(copyStatement(Numbers::New, "")) &&
            ClientUtils::stoi(DASUtils::countOf(m_adapter, m_table)) ==
                ClientUtils::stoi(before) + ClientUtils::stoi(added);
 }
