@@ -92,6 +92,7 @@ const struct {
     {"PHONE_BOOK_OLD", "", AlikeContact, "the same"},
     {"PHONE_BOOK_OLD", "UniqueID", "1", "one of the book's gets a new one"},
     {"CALL_LOG", "UniqueId", "1", "one that is doubled or no number gets a new one"},
+    {"DIAL_PLAN_ENTRIES", "Id", "1", "one that is doubled or no number gets a new one"},
     {"CALL_LOG", "", "coalesce(t.Number%, '') = ''", "a call without a number leaves a mixed row"},
     {"CALL_LOG", "", "'%' BETWEEN '0' AND '9' AND " + lacks("Number%"),
      "so does one without a column for it"},
@@ -237,8 +238,7 @@ private:
         for (const std::string& column : columns) {
             lost += keeps(table, {column}) ? "" : " " + column;
         }
-        // Calls may part, into rows of a number each.
-        check(table == "CALL_LOG" && lost.empty(),
+        check(table == "CALL_LOG" && lost.empty(),  // calls may part, into rows of a number each
               table + " loses" + (lost.empty() ? " rows" : lost));
     }
 
