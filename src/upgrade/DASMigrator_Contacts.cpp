@@ -178,18 +178,18 @@ bool mayKeepNumbers(DatabaseAdapter& adapter) {
 }
 
 /// Brings the contacts back into the book; for the caller's transaction.
-bool takeBack(DatabaseAdapter& adapter, DataAccessObject& dao) {
+bool bringBack(DatabaseAdapter& adapter, DataAccessObject& dao) {
     const std::vector<std::string> columns = StepHelpers::columnsOf(adapter, OldPhoneBook);
     StepHelpers::logGivenUpColumns(adapter, OldPhoneBook, columns, dao.columnNames());
     TableRebuild book(adapter, dao, columns);
-    const bool isTaken =
+    const bool isBack =
         mayKeepNumbers(adapter) ? book.copyFrom(OldPhoneBook) : book.addFrom(OldPhoneBook);
-    return isTaken && adapter.executeNonQuery(std::string("DROP TABLE ") + OldPhoneBook + ";") == 0;
+    return isBack && adapter.executeNonQuery(std::string("DROP TABLE ") + OldPhoneBook + ";") == 0;
 }
 
 /// Earlier software that could not copy a row left all contacts under the other name and the book
 /// empty. No release reads them there, and the name stays taken.
-void takeBackOldBook(DataAccessServiceIfc* service) {
+void bringBackOldBook(DataAccessServiceIfc* service) {
     DatabaseAdapter& adapter = *service->getAdapter();
     const bool isDue =
         adapter.isTableKnown(OldPhoneBook) &&
@@ -201,7 +201,7 @@ void takeBackOldBook(DataAccessServiceIfc* service) {
     }
     const auto dao = DASMigrator::createDao(service, PhoneBookSchema);
     const bool indexed = hasIndices(adapter, OldPhoneBook);
-    if (!runWholeOrNot(adapter, [&] { return takeBack(adapter, *dao); })) {
+    if (!runWholeOrNot(adapter, [&] { return bringBack(adapter, *dao); })) {
         DAS_LOG(2, "The contacts of %s can't be brought back, they stay there", OldPhoneBook);
     } else if (indexed) {
         PhonebookDAO(&adapter).createPhonenumberIndices();
@@ -219,7 +219,7 @@ void DASMigrator::migratePhoneBookTable(DataAccessServiceIfc* service) {
     if (names.size() <= ContactColumns::Count && !isBeforeMobility) {
         (void)rebuildIntoDaoColumns(service, PhoneBookSchema, PhoneBookTableName);
     }
-    takeBackOldBook(service);
+    bringBackOldBook(service);
 }
 
 void DASMigrator::checkValidityOfPhoneBookTable(DataAccessServiceIfc* service) {

@@ -128,7 +128,7 @@ void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
     const auto dao = createDao(service, FileDownloadSettingsSchema);
     const NewRows newRows = look(adapter, *dao);
     // Rows without a type have no place in the new table. Nothing is tried that each start would
-    // take back.
+    // roll back.
     const bool mayMove =
         newRows != NewRows::Unknown && hasColumn(columnsOf(adapter, oldTable), "FileType");
     const bool isGone = newRows == NewRows::Own ? adapter.dropTable(oldTable) == 0
