@@ -177,9 +177,6 @@ void ChangeRelay::changed(const DASChange& change) {
     bool mustWake = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_isEnding) {
-            return;
-        }
         try {
             addToViews(change);
         } catch (const std::exception&) {
@@ -234,7 +231,6 @@ void ChangeRelay::work(DASChangeSourceIfc& source) {
             nextLook = now + (source.lookForOthers() ? TimeBetweenLooks : TimeToNextTry);
         }
     }
-    (void)send();  // what came before the end
 }
 
 /// Changes need not wake the thread before @p from: it looks for them then.

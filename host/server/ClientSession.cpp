@@ -276,11 +276,10 @@ void ClientSession::sendChanges() {
 
 void ClientSession::queueChanges() {
     std::string lines = takeChanges();
-    const bool isStoodFor = m_aheadOfStandIn > 0;
-    if (lines.empty() || isStoodFor) {
-        return;
+    if (lines.empty() || m_aheadOfStandIn > 0) {
+        return;  // the line that stands for others stands for these too
     }
-    if (hasRoomForChanges()) {
+    if (hasRoomForChanges(lines.size())) {
         queue(std::move(lines));
     } else {
         queue(standInOfChanges());
@@ -288,10 +287,11 @@ void ClientSession::queueChanges() {
     }
 }
 
-/// Changes that wait must not have clients closed.
-bool ClientSession::hasRoomForChanges() const {
-    return m_unread <= ServerLoad::MostUnreadWithChanges &&
-           m_load->unread <= ServerLoad::MostUnread / 2;
+/// Changes that wait must not have clients closed, nor those who read miss any by those who do not.
+bool ClientSession::hasRoomForChanges(std::size_t size) const {
+    return m_unread + size <= ServerLoad::UnreadForEach ||
+           (m_unread <= ServerLoad::MostUnreadWithChanges &&
+            m_load->unread <= ServerLoad::MostUnread / 2);
 }
 
 /// Makes room for the answers of others: the largest client goes first, of the user whose clients

@@ -75,7 +75,7 @@ private:
     // To be called with the mutex held.
     void queue(std::string lines);
     void queueChanges();
-    bool hasRoomForChanges() const;
+    bool hasRoomForChanges(std::size_t size) const;
     void count(std::size_t unread);
     void write();
     void settle();
