@@ -20,9 +20,11 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// How long changes that come fast are gathered: a client hears of one after half of it in the
-/// median, and is sent as many fewer writes.
-constexpr auto GatherTime = milliseconds(2);
+/// How long changes are gathered after a sending: by what it cost, so that a writer keeps most of
+/// the time, and no longer than a change may be late.
+constexpr auto GatherTimeForEach = std::chrono::microseconds(30);
+constexpr auto LeastGatherTime = std::chrono::microseconds(200);
+constexpr auto LongestGatherTime = std::chrono::microseconds(2000);
 /// What may wait in all views for the thread; only one that gets no processor lets so much come.
 constexpr std::size_t MostWaiting = std::size_t{8} * 1024 * 1024;
 constexpr auto TimeBetweenLooks = milliseconds(1000);
@@ -221,8 +223,9 @@ void ChangeRelay::work(DASChangeSourceIfc& source) {
     auto nextLook = nextSending + TimeBetweenLooks;
     while (wait(nextSending, nextLook)) {
         const auto now = Clock::now();
-        if (send()) {
-            nextSending = now + GatherTime;
+        if (const int clients = send()) {
+            nextSending = now + std::clamp(clients * GatherTimeForEach, LeastGatherTime,
+                                           LongestGatherTime);
         }
         if (now >= nextLook) {
             if (stopWithoutListeners()) {
@@ -243,10 +246,11 @@ bool ChangeRelay::wait(Clock::time_point from, Clock::time_point to) {
     return !m_isEnding;
 }
 
-bool ChangeRelay::send() {
+int ChangeRelay::send() {
+    int clients = 0;
     try {
-        const std::vector<Sending> sendings = takeSendings();
-        for (const Sending& sending : sendings) {
+        for (const Sending& sending : takeSendings()) {
+            clients += static_cast<int>(sending.clients.size());
             if (send(sending)) {
                 sending.view->forget(sending.end);
             } else {
@@ -257,10 +261,10 @@ bool ChangeRelay::send() {
                 m_hasNew = true;
             }
         }
-        return !sendings.empty();
     } catch (const std::exception&) {
-        return true;  // no memory: what waits is sent next time
+        ++clients;  // no memory: what waits is sent next time
     }
+    return clients;
 }
 
 std::vector<ChangeRelay::Sending> ChangeRelay::takeSendings() {

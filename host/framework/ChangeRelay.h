@@ -93,8 +93,8 @@ private:
     void work(DASChangeSourceIfc& source);
     /// Waits for changes, from @p from until @p to at most. False when the end has come.
     bool wait(Clock::time_point from, Clock::time_point to);
-    /// Sends what waits. False when there was nothing.
-    bool send();
+    /// Sends what waits. To how many clients.
+    int send();
     std::vector<Sending> takeSendings();
     static bool send(const Sending& sending);
     /// Ends the thread if no listener is left. True when it has to return.

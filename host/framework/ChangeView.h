@@ -67,14 +67,14 @@ private:
     std::uint64_t m_begin = 0;  ///< the position of the first line that is kept
 };
 
-/// How far one client has taken the lines of its view. Without a view there are none.
+/// How far one client has taken the lines of its view. Without a view there are no lines.
 class ChangePlace {
 public:
     ChangePlace() = default;
     /// From the present end of @p view on.
     explicit ChangePlace(std::shared_ptr<ChangeView> view);
 
-    /// The lines since the last call, with line feeds; blank if there are none.
+    /// The lines since the last call, with line feeds; blank without any.
     [[nodiscard]] std::string take();
 
     /// See ChangeView.

@@ -5,7 +5,6 @@ import os
 import pwd
 import re
 import stat
-import subprocess
 import unittest
 
 from host_test import SOURCES, DemoTest, asked, call, failure, request, xml_call
@@ -148,21 +147,6 @@ class Rules(AccessTest):
                 '"Request"', f'"Request": {first}, "Request"', 1)
             self.assertIn(NOT_ALLOWED, self.ask(wire, line)["Response"])
         self.assertEqual(self.rows("read", "PhoneBook"), before)
-
-    def test_a_listener_needs_rights_for_what_it_will_hear(self):
-        self.serve_with("allow any listen,write PhoneBook\n")
-        wire = self.wire_of("daemon")
-        for schemas, allowed in (("PhoneBook", True), (" PhoneBook ,,", True), (",", False),
-                                 ("PhoneBook,NoSchema", False), ("PhoneBook,Locale", False)):
-            self.assertEqual(self.ask(wire, call("AddChangeListener", Schemas=schemas)),
-                             {} if allowed else REFUSED, schemas)
-        watch = self.start("watch", "--socket", self.path, "--changes", "PhoneBook",
-                           stdout=subprocess.PIPE)
-        while "watching\n" not in self.logged():
-            self.assertIsNone(watch.poll(), self.logged())
-        wire.exchange(asked(request("write_request", "<Entry><Surname>A</Surname></Entry>", "PhoneBook")))
-        self.assertRegex(watch.stdout.readline(), rb"^Changed\tPhoneBook\tbase\twrite_request\t\d+\n")
-        self.assertNotIn("Listener: not allowed", self.logged())
 
     def test_each_method_needs_its_right_in_both_protocols(self):
         self.serve_with("allow user:daemon read,write,listen PhoneBook\nallow user:games all *\n"

@@ -174,6 +174,25 @@ class Slow(ChangesTest):
         self.assertTrue(SANITIZED or int(status.split("VmHWM:")[1].split()[0]) < 256 * 1024)
 
 
+class Judged(RemoteTest):
+    def test_a_listener_needs_the_right_to_what_it_will_hear(self):
+        rules = self.file("access", "allow any listen,write PhoneBook\n")
+        rules.chmod(0o600)
+        self.serve("--access", rules)
+        wire = self.wire()
+        for schemas, allowed in (("PhoneBook", True), (" PhoneBook ,,", True), (",", False),
+                                 ("PhoneBook,NoSchema", False), ("PhoneBook,Locale", False)):
+            self.assertEqual(wire.exchange(call("AddChangeListener", Schemas=schemas)),
+                             answered() if allowed else answered(Acknowledge=False), schemas)
+        watch = self.start("watch", "--socket", self.path, "--changes", "PhoneBook",
+                           stdout=subprocess.PIPE)
+        while "watching\n" not in self.logged():
+            self.assertIsNone(watch.poll(), self.logged())
+        self.wire().exchange(contact("A"))
+        self.assertEqual(watch.stdout.readline(), b"Changed\tPhoneBook\tbase\twrite_request\t1\n")
+        self.assertNotIn("Listener: not allowed", self.logged())
+
+
 class Programs(ChangesTest):
     def start_lines(self, *command, **more):
         process = subprocess.Popen([str(part) for part in command], stdout=subprocess.PIPE, text=True,
