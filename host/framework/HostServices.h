@@ -59,6 +59,7 @@ public:
     Executable* findService(const std::string& name) override;
 
 private:
+    /// They live as long as this object; the service asks for them by name and does not own them.
     LocalManagement m_management;
     MediaControl m_mediaControl;
     std::map<std::string, Executable*> m_services;  // not owned

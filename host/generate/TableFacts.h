@@ -9,6 +9,8 @@ class DatabaseAdapter;
 
 /// What a column is called, its type in SQL, and its value in the default rows: one text for all of
 /// them, or one for each in their order.
+/// These are the same facts as those of KnownSchemas, on the other side of the build: a program
+/// that is linked with the service writes them, and das reads what was written.
 struct ColumnFacts {
     std::string name;
     std::string type;
