@@ -68,6 +68,7 @@ private:
     static Names namesOf(const std::string& list);
     /// What the thread does: looks for commits of other processes.
     void work(DASChangeSourceIfc& source);
+    /// False when the object ends before @p time is over.
     bool wait(std::chrono::milliseconds time);
     /// Ends the thread if no listener is left. True when it has to return.
     bool stopWithoutListeners();

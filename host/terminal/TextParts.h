@@ -9,6 +9,7 @@
 /// Questions about texts that C++17 has no words for. Texts are compared byte by byte.
 namespace TextParts {
 
+/// True for an empty @p part; the same holds for endsWith().
 inline bool startsWith(std::string_view text, std::string_view part) {
     return text.substr(0, part.size()) == part;
 }

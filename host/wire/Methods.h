@@ -90,6 +90,8 @@ struct Event {
 const std::vector<Event>& events();
 
 /// A reason of requests, and the right that it needs for its schema.
+/// Which reasons a schema serves is up to the schema; what a client must be allowed to do follows
+/// from the reason alone.
 struct Reason {
     const char* name;
     Right right;
