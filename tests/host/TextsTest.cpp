@@ -39,8 +39,10 @@ TEST(ImportFileTest, WhatIsWrongIsSaidWithItsLine) {
         ASSERT_TRUE(std::getline(rows, text, '\t') && std::getline(rows, refusals)) << schema;
         const auto* const known = KnownSchemas::find(schema);
         ASSERT_NE(known, nullptr) << schema;
+        const std::string file = decoded(text);
+        const ImportFile import(*known, "", file);
         std::string found;
-        for (const auto& refusal : ImportFile(*known, "", decoded(text)).refusals()) {
+        for (const auto& refusal : import.refusals()) {
             found += (found.empty() ? "" : "; ") + refusal.text();
         }
         EXPECT_EQ(found, refusals) << text;
