@@ -47,9 +47,9 @@ public:
     /// client whose queue grows above MostUnreadOfClient is closed; if all queues together grow
     /// above MostUnread, the largest ones are. Nothing is sent once work was interrupted.
     void sendLine(std::string line) override;
-    /// Queues @p line, which another thread sends. If too much waits already, @p standIn takes its
-    /// place, and further changes are dropped until that has been sent: it stands for them too.
-    void sendChange(const std::string& line, const std::string& standIn) override;
+    /// Queues and sends the changes that wait for the client. If too much waits already, a line that
+    /// stands for all of them takes their place; further ones are dropped until it has been sent.
+    void sendChanges() override;
     /// Null where there are no access rules: everything is allowed then.
     const ClientRights* rights() const override { return m_rights ? &*m_rights : nullptr; }
     uid_t user() const override { return m_peer.user; }
@@ -103,12 +103,12 @@ private:
     void drop(const std::string& reason);
 
     // To be called with the mutex held.
-    /// Appends @p line with a line feed; nothing is sent yet.
-    void queue(std::string line);
-    /// Whether a change may wait for this client without one more answer closing it.
-    bool hasRoomForChange() const;
-    /// Has another thread write, unless one is about to or the socket is full.
-    void writeLater();
+    /// Appends whole lines; nothing is sent yet.
+    void queue(std::string lines);
+    /// Takes the changes that wait into the queue, or the line that stands for them.
+    void queueChanges();
+    /// Whether @p size bytes of changes may wait for this client without an answer closing it.
+    bool hasRoomForChanges(std::size_t size) const;
     /// Sets how many bytes wait for the client, here, in the load and in the statistics.
     void count(std::size_t unread);
     /// Sends from the queue until it is empty or the socket is full; then a handler goes on.
@@ -133,7 +133,6 @@ private:
     std::size_t m_sent = 0;                ///< bytes of the first text of the queue
     std::atomic<std::size_t> m_unread{0};  ///< bytes of the queue that are not sent
     bool m_isWaiting = false;              ///< until the client takes more
-    bool m_willWrite = false;              ///< a handler is about to
     std::size_t m_aheadOfStandIn = 0;  ///< bytes to be sent to the end of a line that stands for changes
     bool m_isHandling = false;   ///< a message is in work
     bool m_hasSentMuch = false;  ///< the message in work has a large answer
