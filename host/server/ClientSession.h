@@ -47,8 +47,8 @@ public:
     /// client whose queue grows above MostUnreadOfClient is closed; if all queues together grow
     /// above MostUnread, the largest ones are. Nothing is sent once work was interrupted.
     void sendLine(std::string line) override;
-    /// Queues and sends the changes that wait for the client. If too much waits already, a line that
-    /// stands for all of them takes their place; further ones are dropped until it has been sent.
+    /// Queues and sends the changes that wait for the client. If too much waits already, a line
+    /// that stands for all of them takes their place, and further ones are dropped until it is sent.
     void sendChanges() override;
     /// Null where there are no access rules: everything is allowed then.
     const ClientRights* rights() const override { return m_rights ? &*m_rights : nullptr; }
