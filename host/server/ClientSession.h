@@ -48,7 +48,7 @@ public:
     /// above MostUnread, the largest ones are. Nothing is sent once work was interrupted.
     void sendLine(std::string line) override;
     /// Queues and sends the changes that wait for the client. If too much waits already, a line
-    /// that stands for all of them takes their place, and further ones are dropped until it is sent.
+    /// that stands for all of them takes their place, and further ones are dropped until then.
     void sendChanges() override;
     /// Null where there are no access rules: everything is allowed then.
     const ClientRights* rights() const override { return m_rights ? &*m_rights : nullptr; }
