@@ -41,11 +41,9 @@ void release(void* pointer) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
+// The library's own for arrays call these.
 
-void* operator new[](std::size_t size) {
+void* operator new(std::size_t size) {
     return allocate(size);
 }
 
@@ -53,15 +51,7 @@ void operator delete(void* pointer) noexcept {
     release(pointer);
 }
 
-void operator delete[](void* pointer) noexcept {
-    release(pointer);
-}
-
 void operator delete(void* pointer, std::size_t) noexcept {
-    release(pointer);
-}
-
-void operator delete[](void* pointer, std::size_t) noexcept {
     release(pointer);
 }
 

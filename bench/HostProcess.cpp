@@ -1,21 +1,16 @@
 #include "HostProcess.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 #include <thread>
 
 #include "Method.h"
 #include "Place.h"
+#include "terminal/Descriptor.h"
 
 namespace Bench {
 
@@ -23,21 +18,8 @@ HostProcess::HostProcess(std::vector<std::string> arguments, const std::string& 
     : m_socket(socket) {
     arguments[0] = folderOfProgram() / arguments[0];
     arguments.push_back(socket);
-    std::vector<char*> pointers;
-    for (const std::string& argument : arguments) {
-        pointers.push_back(const_cast<char*>(argument.c_str()));
-    }
-    pointers.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (m_socket + ".log").c_str(),
-                                     O_WRONLY | O_CREAT, 0600);
-    const int error =
-        posix_spawn(&m_process, pointers[0], &actions, nullptr, pointers.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-        fail(arguments[0] + " can't be started");
-    }
+    const Descriptor errors(openOutput(m_socket + ".log"));
+    m_process = startProgram(arguments, {-1, -1, errors.number()});
     while (!std::filesystem::exists(socket)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
@@ -93,31 +75,6 @@ void exchangeLines(SocketConnection& connection, const std::string& line, std::s
 
 std::string lineOf(const std::string& message) {
     return SocketConnection::toCall(Connection::requestOf(message));
-}
-
-double processorTimeOf(pid_t process) {
-    clockid_t clock{};
-    timespec time{};
-    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0) {
-        fail("no processor time of process " + std::to_string(process));
-    }
-    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) * 1e-3;
-}
-
-double now() {
-    return std::chrono::duration<double, std::micro>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-void fail(const std::string& words) {
-    throw std::runtime_error(words);
 }
 
 }  // namespace Bench

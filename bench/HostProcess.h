@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Program.h"
 #include "client/SocketConnection.h"
 
 namespace Bench {
@@ -43,16 +44,6 @@ void exchangeLines(SocketConnection& connection, const std::string& line, std::s
 
 /// The line that asks the service for an answer to @p message.
 std::string lineOf(const std::string& message);
-
-/// Microseconds that the process @p process has run so far; 0 is this one.
-double processorTimeOf(pid_t process);
-
-/// Microseconds of a clock that only goes on.
-double now();
-
-double median(std::vector<double> values);
-
-[[noreturn]] void fail(const std::string& words);
 
 }  // namespace Bench
 

@@ -20,6 +20,7 @@
 #include "Log.h"
 #include "PipeProcess.h"
 #include "Place.h"
+#include "Program.h"
 #include "service/DataAccessService.h"
 #include "terminal/Output.h"
 #include "testkit/Phone.h"
@@ -99,8 +100,8 @@ public:
         (void)exchange(m_floor, m_best[1], 1);
         const int batch = std::clamp(static_cast<int>(BatchMicroseconds / usual), 1, 20);
         m_best[0] = m_best[1] = Best();
-        const double end = PipeProcess::now() + seconds * 1e6;
-        for (m_rounds = 0; m_rounds < LeastRounds || PipeProcess::now() < end; ++m_rounds) {
+        const double end = now() + seconds * 1e6;
+        for (m_rounds = 0; m_rounds < LeastRounds || now() < end; ++m_rounds) {
             const std::size_t begins = m_rounds % 2;
             measure(begins, batch);
             measure(1 - begins, batch);
@@ -162,11 +163,11 @@ private:
                 (m_operation.call.empty() ? m_operation.request(round) : m_operation.call) + "\n");
         }
         std::string& answer = &best == &m_best[0] ? m_answer[0] : m_answer[1];
-        const double begin = PipeProcess::now();
+        const double begin = now();
         for (const std::string& line : lines) {
             program.exchange(line, answer);
         }
-        return (PipeProcess::now() - begin) / batch;
+        return (now() - begin) / batch;
     }
 
     void compareAnswers() const {

@@ -1,25 +1,17 @@
 #include "PipeProcess.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <ctime>
-#include <stdexcept>
+#include "Program.h"
+#include "terminal/Descriptor.h"
 
 namespace Bench {
 
 namespace {
 
 constexpr std::size_t PieceSize = 64 * 1024;
-
-void require(bool condition, const std::string& words) {
-    if (!condition) {
-        throw std::runtime_error(words);
-    }
-}
 
 }  // namespace
 
@@ -28,25 +20,14 @@ PipeProcess::PipeProcess(const std::vector<std::string>& command, const std::str
     int input[2];
     int output[2];
     require(pipe2(input, O_CLOEXEC) == 0 && pipe2(output, O_CLOEXEC) == 0, "no pipe can be made");
-    std::vector<char*> arguments;
-    for (const std::string& argument : command) {
-        arguments.push_back(const_cast<char*>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, log.c_str(), O_WRONLY | O_CREAT,
-                                     0600);
-    const int error =
-        posix_spawn(&m_process, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(input[0]);
-    close(output[1]);
+    // The program's ends are closed here: only then does each side see that the other one has
+    // ended.
+    const Descriptor inputOfProgram(input[0]);
+    const Descriptor outputOfProgram(output[1]);
+    const Descriptor errors(openOutput(log));
+    m_process = startProgram(command, {input[0], output[1], errors.number()});
     m_input = input[1];
     m_output = output[0];
-    require(error == 0, m_name + " can't be started");
 }
 
 PipeProcess::~PipeProcess() {
@@ -72,17 +53,7 @@ void PipeProcess::exchange(const std::string& line, std::string& answer) {
 }
 
 double PipeProcess::processorTime() const {
-    clockid_t clock{};
-    timespec time{};
-    require(clock_getcpuclockid(m_process, &clock) == 0 && clock_gettime(clock, &time) == 0,
-            "no processor time of " + m_name);
-    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) * 1e-3;
-}
-
-double PipeProcess::now() {
-    return std::chrono::duration<double, std::micro>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
+    return processorTimeOf(m_process);
 }
 
 }  // namespace Bench

@@ -24,9 +24,6 @@ public:
     /// Microseconds that all threads of the program have run so far.
     double processorTime() const;
 
-    /// Microseconds of a clock that only goes on.
-    static double now();
-
 private:
     const std::string m_name;
     pid_t m_process = 0;

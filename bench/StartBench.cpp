@@ -2,14 +2,12 @@
 // against a program that runs nothing but the SQL statements of that start.
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -17,7 +15,6 @@
 #include <functional>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,8 +22,10 @@
 #include "FloorDatabase.h"
 #include "Log.h"
 #include "Place.h"
+#include "Program.h"
 #include "StatementRecord.h"
 #include "service/DataAccessService.h"
+#include "terminal/Descriptor.h"
 #include "terminal/Output.h"
 #include "testkit/Phone.h"
 
@@ -86,12 +85,6 @@ const Case Cases[] = {{"Start/First", -1, 0, isCreateOrInsert},
                       {"Start/Over1000Contacts", 1000, 100, isAny},
                       {"Start/Over10000Contacts", 10000, 100, isAny},
                       {"Start/Over10000Calls", 0, 10000, isAny}};
-
-void require(bool condition, const std::string& words) {
-    if (!condition) {
-        throw std::runtime_error(words);
-    }
-}
 
 /// Makes all tables and the rows of the case. Leaves the database as a start left it.
 void makeDatabase(const Case& each, const Place& place) {
@@ -157,46 +150,28 @@ double microseconds(const timeval& time) {
 
 /// Runs a program that gets the question.
 Times run(const std::vector<std::string>& command, const Place& place) {
-    std::vector<char*> arguments;
-    for (const std::string& argument : command) {
-        arguments.push_back(const_cast<char*>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, place.path("question").c_str(),
-                                     O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, place.path("answer").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, place.path("log").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    pid_t process = 0;
+    const Descriptor question(open(place.path("question").c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor output(openOutput(place.path("answer")));
+    const Descriptor errors(openOutput(place.path("log")));
     int status = -1;
-    const auto begin = std::chrono::steady_clock::now();
-    const int error =
-        posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
+    const double begin = now();
+    const pid_t process =
+        startProgram(command, {question.number(), output.number(), errors.number()});
     rusage usage{};
-    require(error == 0 && wait4(process, &status, 0, &usage) == process,
-            command[0] + " does not run");
-    const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - begin;
+    require(wait4(process, &status, 0, &usage) == process, command[0] + " does not run");
+    const double time = now() - begin;
     std::string answer;
     std::getline(std::ifstream(place.path("answer")), answer);
     std::ifstream log(place.path("log"));
     require(status == 0 && answer == "base",
             command[0] + " fails: " + std::string(std::istreambuf_iterator<char>(log), {}));
-    return {time.count(), microseconds(usage.ru_utime) + microseconds(usage.ru_stime)};
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+    return {time, microseconds(usage.ru_utime) + microseconds(usage.ru_stime)};
 }
 
 /// Both programs in turn, each on a copy of the same database.
 nlohmann::json measure(const Case& each, const fs::path& folder, int rounds, Output& output) {
     const Place place(folder);
-    const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
+    const fs::path programs = folderOfProgram();
     const bool isFirstStart = each.contacts < 0;
     std::ofstream(place.path("question")) << Question;
     if (!isFirstStart) {
@@ -254,8 +229,7 @@ int main(int argc, char** argv) {
     int rounds = 40;
     bool quick = false;
     std::string jsonFile;
-    std::vector<std::string> folders = {fs::read_symlink("/proc/self/exe").parent_path(),
-                                        "/dev/shm"};
+    std::vector<std::string> folders = {folderOfProgram(), "/dev/shm"};
     CLI::App app("Measures starts of the service, in pairs with the statements that they run.");
     app.add_option("--rounds", rounds, "Starts of each kind")->capture_default_str();
     app.add_option("--folder", folders, "Where the databases are made")->capture_default_str();

@@ -4,7 +4,6 @@
 #include <sys/vfs.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -17,6 +16,7 @@
 #include "Bench.h"
 #include "Log.h"
 #include "Place.h"
+#include "Program.h"
 #include "Report.h"
 #include "Stage.h"
 #include "StatementRecord.h"
@@ -46,12 +46,6 @@ struct Options {
     bool counts = false;
     bool statements = false;
 };
-
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// One operation in one place. The library runs it several times with more and more rounds, all on
 /// the same stage.

@@ -167,54 +167,30 @@ long FaultMemory::blocksOfSqlite() {
     return sqliteBlocks;
 }
 
-// ---- In place of the library's own
+// ---- In place of the library's own. Those for arrays stay: they call these.
 
 void* operator new(std::size_t size) {
-    return newBlockOrThrow(size);
-}
-void* operator new[](std::size_t size) {
     return newBlockOrThrow(size);
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return newBlockOrThrow(size, static_cast<std::size_t>(alignment));
 }
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-    return newBlockOrThrow(size, static_cast<std::size_t>(alignment));
-}
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return newBlock(size, 0);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return newBlock(size, 0);
 }
 void operator delete(void* block) noexcept {
     deleteBlock(block);
 }
-void operator delete[](void* block) noexcept {
-    deleteBlock(block);
-}
 void operator delete(void* block, std::size_t) noexcept {
-    deleteBlock(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
     deleteBlock(block);
 }
 void operator delete(void* block, std::align_val_t) noexcept {
     deleteBlock(block);
 }
-void operator delete[](void* block, std::align_val_t) noexcept {
-    deleteBlock(block);
-}
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
     deleteBlock(block);
 }
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept {
-    deleteBlock(block);
-}
 void operator delete(void* block, const std::nothrow_t&) noexcept {
-    deleteBlock(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept {
     deleteBlock(block);
 }
 

@@ -2,6 +2,8 @@
 #define DASLISTENERIFC_H
 
 /// Hears of each change of the telephone's user. Registered with DataAccessServiceIfc::addListener.
+/// The service does not own it: it must outlive the service, since there is no way to remove one.
+/// The slots are a contract between separately built libraries and keep their order.
 class DASListenerIfc {
 public:
     virtual ~DASListenerIfc() = default;

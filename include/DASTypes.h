@@ -7,6 +7,8 @@
 #include <vector>
 
 /// Name first, value second. Values are in database form wherever an SQL builder takes them.
+/// The same type serves columns with their types, conditions, and new values; each declaration says
+/// which. Most builders empty the lists that they take.
 using PairList = std::vector<std::pair<std::string, std::string>>;
 
 /// Rows of a query: one inner vector a row, one text a cell, in the order of the columns asked for.

@@ -1,3 +1,6 @@
+// What is wrong with the words of a command line is found before a session begins: opening one may
+// upgrade a database.
+
 #include "cli/Command.h"
 
 int SessionCommand::run(const HostOptions& options, const Arguments& arguments) {

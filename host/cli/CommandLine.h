@@ -39,6 +39,7 @@ private:
     /// required: it would report that before an unknown option.
     std::optional<int> checkRequired() const;
 
+    /// A row of the table; null until a command was found.
     const CommandTable::Row* m_row = nullptr;
     Arguments m_arguments;
     HostOptions m_options;

@@ -1,3 +1,7 @@
+// What may come next depends on the words before the cursor, in three steps: which command it is,
+// which of its places the cursor stands in, and which words fit that place. The rows of the command
+// table decide the first two; only the third is code, one function for each kind of word.
+
 #include "cli/Completion.h"
 
 #include <algorithm>

@@ -14,9 +14,12 @@
 #include "cli/CallerFile.h"
 #include "terminal/Complaint.h"
 #include "terminal/NearMisses.h"
+#include "terminal/TextParts.h"
 #include "terminal/Utf8.h"
 
 namespace {
+
+using TextParts::contains;
 
 const char* const ValuesName = "NAME=VALUE";
 
@@ -28,10 +31,6 @@ constexpr std::size_t LargestValue = 8 * 1024 * 1024;
 
 /// Parts of a name that a read of contacts may look for.
 const std::vector<std::string> Patterns = {"SurnameLike", "FirstnameLike"};
-
-bool contains(const std::vector<std::string>& all, const std::string& one) {
-    return std::find(all.begin(), all.end(), one) != all.end();
-}
 
 /// Whether the rows of @p schema are numbered: by the table itself, or as the keys of a telephone.
 bool isNumbered(const KnownSchemas::Entry& schema) {

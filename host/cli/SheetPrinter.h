@@ -39,6 +39,7 @@ private:
 
     /// The format that the options ask for, else the one that fits where the output goes.
     static Format formatOf(const Arguments& arguments, const Output& output);
+    /// @p sheet in the settled format, with its line feeds; @p raw as it is for "raw".
     std::string textOf(const Sheet& sheet, const std::string& raw) const;
 
     Format m_format;

@@ -11,6 +11,7 @@ struct HostOptions;
 
 /// The names of the items that a schema of settings has at the moment, for completion. What can't
 /// be read has none: a person who types is not interrupted by a complaint.
+/// Only settings need this: the columns of all other schemas are known from the tables.
 namespace StoredItems {
 
 /// Asks the service at the other end of @p connection.

@@ -1,3 +1,6 @@
+// The versions of the two libraries that parse what others write are part of it: a report of a
+// fault is of little use without them.
+
 #include "cli/Version.h"
 
 #include <expat.h>

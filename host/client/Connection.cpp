@@ -1,3 +1,5 @@
+// What all connections share, whether the service is in this process or at a socket.
+
 #include "client/Connection.h"
 
 #include <utility>

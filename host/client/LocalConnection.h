@@ -16,6 +16,7 @@ public:
     /// @p host has been started and outlives the connection.
     explicit LocalConnection(ServiceHost& host);
 
+    /// Runs the call on this thread, to its end. NoAnswer for a one-way or unknown method.
     Result exchange(Method request, Method& answer) override;
     /// Always true: the call is done when this returns.
     bool callOneWay(Method request) override;

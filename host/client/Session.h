@@ -37,6 +37,7 @@ public:
     virtual ~Session() = default;
 
     /// Has @p method carried out. False when no host is left to answer, which has been reported.
+    /// An answer that says that the call failed is an answer too: the caller reports it.
     [[nodiscard]] bool call(const Method& method, Method& answer);
 
     /// Has the service answer @p request; none when no host is left to answer, or when the request

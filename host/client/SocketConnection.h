@@ -11,6 +11,7 @@
 class SocketConnection : public Connection {
 public:
     SocketConnection();
+    /// Closes the socket: what the host has begun goes on there.
     ~SocketConnection() override;
     SocketConnection(const SocketConnection&) = delete;
     SocketConnection& operator=(const SocketConnection&) = delete;
@@ -34,6 +35,7 @@ public:
     static std::string toCall(const Method& request);
 
 private:
+    /// Below 0 until open() has succeeded; each call fails then.
     int m_descriptor = -1;
     LineCutter m_lines;
 };

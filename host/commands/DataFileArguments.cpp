@@ -1,3 +1,7 @@
+// Export and import take the same words and refuse them for the same reasons, so both read them
+// here. Everything that can be wrong is found before a service is asked: a command line that is
+// refused changes nothing.
+
 #include "commands/DataFileArguments.h"
 
 #include "cli/Arguments.h"

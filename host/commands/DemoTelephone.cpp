@@ -1,3 +1,7 @@
+// The rows of the demonstration: enough of each kind that tables, searches and pages have something
+// to show, with names that need UTF-8 and escaping. They are the same in each run, so that the
+// tutorial can print its answers.
+
 #include "commands/DemoTelephone.h"
 
 #include <cstdio>

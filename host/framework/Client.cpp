@@ -1,3 +1,6 @@
+// Clients are found by name and not by pointer: a reply may come when its client has gone. The list
+// does not keep a client alive; whoever finds one holds it for as long as it is used.
+
 #include "framework/Client.h"
 
 #include <sstream>

@@ -13,15 +13,13 @@
 #include "framework/DatabaseFile.h"
 #include "terminal/Quotes.h"
 #include "terminal/TerminalText.h"
+#include "terminal/TextParts.h"
 
 namespace {
 
+using TextParts::contains;
 using Texts = std::vector<std::string>;
 using Cell = std::optional<std::string>;
-
-bool contains(const Texts& all, const std::string& one) {
-    return std::find(all.begin(), all.end(), one) != all.end();
-}
 
 std::string inSql(const std::string& name) {
     return quoted(name, '"', "\"\"");

@@ -24,6 +24,7 @@ public:
     const std::string& error() const { return m_error; }
 
 private:
+    /// Gathered as a whole: whoever prints half of a comparison has to say that it is half.
     std::string m_lines;
     std::string m_error;
 };

@@ -40,12 +40,20 @@ private:
 
     /// False when the rest can't be looked at; so for the integrity.
     bool examineFile();
+    /// A journal next to the file: a commit that a crash has cut short, which the next start
+    /// undoes.
     void examineJournal();
+    /// What SQLite itself finds wrong with the pages and the indices of the file.
     bool examineIntegrity();
+    /// Tables that are missing, or that no schema knows. Fills m_tables, for what follows.
     void examineTables();
+    /// Columns that a table of an older release lacks.
     void examineColumns();
+    /// Rows whose user is neither base nor visitor: no request reaches them.
     void examineUsers();
+    /// Tables of no schema: those that an upgrade has put aside hold rows that are nowhere else.
     void examineLeftovers();
+    /// How many rows each table has, and how many pages the file has and could spare.
     void examineSizes();
 
     /// Whether the file has the table; to be called after examineTables().

@@ -49,6 +49,7 @@ public:
     const std::string& error() const { return m_error; }
 
 private:
+    /// Null until one of the open functions has succeeded; a query fails then.
     sqlite3* m_database = nullptr;
     std::string m_error;
 };

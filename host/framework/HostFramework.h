@@ -65,7 +65,6 @@ public:
     /// the message: see Handed.
     ProtocolAdapter* findProtocolAdapter(const std::string& name) override;
 
-    /// The adapter that all messages share which are not in work; null for an unknown protocol.
     /// The adapter that is shared by all messages that are not in work; null for an unknown
     /// protocol.
     ProtocolAdapter* adapterOf(const std::string& name);

@@ -1,3 +1,7 @@
+// Methods that the host answers itself, since the service knows neither its clients nor its log. A
+// method is a row in wire/Methods.cpp, by which access rules have judged the call already, and a
+// function here.
+
 #include "framework/HostMethods.h"
 
 #include <algorithm>

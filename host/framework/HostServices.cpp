@@ -1,3 +1,7 @@
+// The services of the telephone that the data access service asks for, as far as a Linux machine
+// can have them. Management may delete files of three kinds, each in its own directory: a name from
+// outside must not lead out of it, which is why a name with a slash is refused and not cleaned.
+
 #include "framework/HostServices.h"
 
 #include <algorithm>

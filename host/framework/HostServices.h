@@ -59,8 +59,11 @@ public:
     Executable* findService(const std::string& name) override;
 
 private:
+    /// They live as long as this object; the service asks for them by name and does not own them.
     LocalManagement m_management;
     MediaControl m_mediaControl;
+    /// By the names under which a telephone has them. Tests leave some out by DAS_WITHOUT, since a
+    /// telephone may lack them too.
     std::map<std::string, Executable*> m_services;  // not owned
 };
 

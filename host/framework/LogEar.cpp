@@ -1,3 +1,6 @@
+// An entry that is not made can't be heard. So the level of the log is that of failures as long as
+// the object lives, and the sink leaves out what the former level would have left out.
+
 #include "framework/LogEar.h"
 
 #include <algorithm>

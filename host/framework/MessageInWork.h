@@ -46,6 +46,7 @@ public:
 };
 
 /// A call of this process: the reply is kept as it is, and the caller takes it.
+/// Nothing is written and nothing parsed, so a text of megabytes is only moved.
 class LocalMessage : public MessageInWork {
 public:
     void encode(const Method& reply, std::ostream& /*stream*/) override { answer = reply; }

@@ -1,3 +1,6 @@
+// The order of a start: library, service, invoker, and init last, since init may upgrade the
+// database for minutes and a library that lacks a function must be refused before that.
+
 #include "framework/ServiceHost.h"
 
 #include <iostream>

@@ -24,6 +24,8 @@ class Service;
  */
 class ServiceHost {
 public:
+    /// Nothing is loaded yet; standard output is kept for answers from here on. @p printed says
+    /// where lines go that the service prints of its own.
     explicit ServiceHost(Output::Printed printed = Output::Printed::ToStandardError);
 
     /// Ends and deletes the service, before standard output is restored.

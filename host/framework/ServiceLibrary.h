@@ -38,6 +38,7 @@ private:
     /// The symbol @p name of the library; null with the reason in @p error.
     void* find(const char* name, std::string& error) const;
 
+    /// Null until open() has succeeded. Never closed, as the class says.
     void* m_handle = nullptr;
 };
 

@@ -50,6 +50,8 @@ public:
     };
 
     /// Makes the places of all names that the tables of the program hold.
+    /// Nothing is added to the maps afterwards: that is what makes reading them safe without a
+    /// lock.
     Statistics();
 
     /// Where a call of @p method counts. @p request is the text of a request, null for none.

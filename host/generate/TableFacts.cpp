@@ -107,8 +107,8 @@ bool hasDataFile(DataAccessObject& object) {
     return std::filesystem::remove(Storage::devicePath(path));
 }
 
-std::vector<ColumnFacts> columnsOf(const DataAccessObject& object) {
-    std::vector<ColumnFacts> columns;
+std::vector<KnownSchemas::Column> columnsOf(const DataAccessObject& object) {
+    std::vector<KnownSchemas::Column> columns;
     for (const auto& column : object.columns()) {
         const auto& all = column.defaults;
         const bool areEqual = std::all_of(
@@ -168,11 +168,11 @@ void addElementsOf(const std::string& written, Texts& columns, Texts& item) {
 
 /// Calls stand in one of two forms: missed ones have a column more, and the items of all others are
 /// of two kinds.
-std::vector<AnswerFormFacts> callForms(bool withContact) {
-    std::vector<AnswerFormFacts> forms(2);
+std::vector<KnownSchemas::AnswerForm> callForms(bool withContact) {
+    std::vector<KnownSchemas::AnswerForm> forms(2);
     for (const auto kind :
          {CallLogWriter::Missed, CallLogWriter::Dialled, CallLogWriter::Received}) {
-        AnswerFormFacts& form = forms[kind == CallLogWriter::Missed ? 0 : 1];
+        KnownSchemas::AnswerForm& form = forms[kind == CallLogWriter::Missed ? 0 : 1];
         form.columns.clear();
         form.itemForms.emplace_back();
         addElementsOf(writtenCall(CallLogWriter::categoryOf(kind), withContact), form.columns,
@@ -181,14 +181,14 @@ std::vector<AnswerFormFacts> callForms(bool withContact) {
     return forms;
 }
 
-void addElements(SchemaFacts& facts) {
+void addElements(KnownSchemas::Entry& facts) {
     if (facts.table == DASUtilsStrings::PhoneBookTableName) {
         facts.elements = ContactColumns::elements();
     } else if (facts.table == DASUtilsStrings::CallLogTableName) {
         facts.elements = callElements();
         facts.itemElements = callItemElements();
     } else if (facts.table != DASUtilsStrings::GeneralConfigTableName) {
-        for (const ColumnFacts& column : facts.columns) {
+        for (const KnownSchemas::Column& column : facts.columns) {
             if (column.name != DASUtilsStrings::UserContextTagName) {
                 facts.elements.push_back(column.name);
             }
@@ -196,7 +196,7 @@ void addElements(SchemaFacts& facts) {
     }
 }
 
-void addAnswerForms(SchemaFacts& facts) {
+void addAnswerForms(KnownSchemas::Entry& facts) {
     if (facts.table == DASUtilsStrings::CallLogTableName) {
         facts.answerForms = callForms(facts.name == DASUtilsStrings::CallLogAndPhoneBookSchema);
     } else if (!facts.elements.empty()) {
@@ -206,13 +206,13 @@ void addAnswerForms(SchemaFacts& facts) {
 
 }  // namespace
 
-std::vector<SchemaFacts> collectFacts(const std::vector<std::string>& schemas, DAOFactory& factory,
-                                      DatabaseAdapter& adapter) {
+std::vector<KnownSchemas::Entry> collectFacts(const std::vector<std::string>& schemas,
+                                              DAOFactory& factory, DatabaseAdapter& adapter) {
     ReasonsEar ear;
-    std::vector<SchemaFacts> all;
+    std::vector<KnownSchemas::Entry> all;
     for (const std::string& schema : schemas) {
         const std::unique_ptr<DataAccessObject> object(factory.createDAOInstance(schema));
-        SchemaFacts facts;
+        KnownSchemas::Entry facts;
         facts.name = schema;
         facts.table = object->tableName();
         (void)object->createTable();  // one that is there stays

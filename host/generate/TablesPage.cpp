@@ -1,3 +1,6 @@
+// The page about tables is made from the same facts as the schemas of das, so that a column which
+// is added to a table is also one in the documentation, with its type, defaults and meaning.
+
 #include "TablesPage.h"
 
 #include <cctype>

@@ -7,23 +7,18 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "TableFacts.h"
 #include "schemas/DAOFactory.h"
+#include "schemas/SchemaJson.h"
 #include "service/DataAccessService.h"
-
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ColumnFacts, name, type, defaults)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(AnswerFormFacts, columns, itemForms)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SchemaFacts, name, table, reasons, users, key, defaultRows,
-                                   hasDataFile, columns, elements, itemElements, answerForms)
 
 namespace {
 
 /// The facts as JSON in the text of a source: a compiler takes much longer over as many initialisers.
-bool writeAll(const std::string& file, const std::vector<SchemaFacts>& all) {
+bool writeAll(const std::string& file, const std::vector<KnownSchemas::Entry>& all) {
     std::ofstream out(file);
     out << "// Written by das_write_schemas from the tables of the service: not to be edited.\n"
            "extern const char* const SchemasAsJson;\n"

@@ -1,3 +1,7 @@
+// Reads an answer from the outside in: schema, contexts, rows, the list of a row. At each step the
+// text is cut at its known frame only, and everything inside is left to the columns, since a value
+// may look like any tag.
+
 #include "schemas/AnswerReader.h"
 
 #include <algorithm>

@@ -1,18 +1,19 @@
+// Cells of an answer are not escaped, so no XML parser can cut it, and a tag inside a value looks
+// like any other. The one thing that is known of a record is the order of its columns: a record is
+// what shows all its columns in that order, and what stands between two such records belongs to the
+// one before it.
+
 #include "schemas/AnswerRecords.h"
 
 #include <algorithm>
 
+#include "terminal/TextParts.h"
+
 namespace {
 
 using std::string_view;
-
-bool startsWith(string_view text, string_view part) {
-    return text.substr(0, part.size()) == part;
-}
-
-bool endsWith(string_view text, string_view part) {
-    return text.size() >= part.size() && text.substr(text.size() - part.size()) == part;
-}
+using TextParts::endsWith;
+using TextParts::startsWith;
 
 /// The text from the begin of @p first to the end of @p last, which both point into one text.
 string_view joined(string_view first, string_view last) {

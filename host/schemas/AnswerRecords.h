@@ -33,6 +33,8 @@ public:
     [[nodiscard]] bool read(std::string_view text, std::vector<Record>& records) const;
 
 private:
+    /// How the end of each column is found in the text: by the tag that ends it together with the
+    /// one that begins the next, which a value seldom holds.
     struct Form {
         Columns columns;
         std::vector<std::string> ends;  ///< of each column but the last, with the next one's begin
@@ -40,8 +42,12 @@ private:
     };
     using Progress = std::vector<std::size_t>;  ///< for each form, how many ends were found
 
+    /// Counts in @p progress how far @p piece takes each form. Whether one of them is complete now.
     bool advance(std::string_view piece, Progress& progress) const;
+    /// The text cut wherever a record could end and another begin; a value can make such places
+    /// too.
     std::vector<std::string_view> piecesOf(std::string_view text) const;
+    /// Takes a whole record apart by the first form that fits. False when none does.
     bool cut(std::string_view text, Record& record) const;
     static bool cut(std::string_view text, const Form& form, Cells& cells);
 

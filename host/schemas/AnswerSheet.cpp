@@ -1,18 +1,20 @@
+// An answer has what the service stores; a sheet has what a person or a script reads. The order of
+// its columns is that of the table and not that of the answer, so that two answers of one schema
+// can be compared line by line.
+
 #include "schemas/AnswerSheet.h"
 
 #include <algorithm>
 
 #include "schemas/AnswerReader.h"
 #include "schemas/RequestText.h"
+#include "terminal/TextParts.h"
 
 namespace {
 
 using AnswerReader::Cells;
 using AnswerReader::Row;
-
-bool contains(const std::vector<std::string>& all, const std::string& one) {
-    return std::find(all.begin(), all.end(), one) != all.end();
-}
+using TextParts::contains;
 
 void addMissing(std::vector<std::string>& columns, const Cells& cells) {
     for (const auto& [name, value] : cells) {

@@ -1,3 +1,6 @@
+// An answer is looked at by its first bytes alone. The values in it are not escaped, so a search
+// for the word "failure" anywhere would find it in a contact's name.
+
 #include "schemas/Answers.h"
 
 #include "DASUtilsStrings.h"

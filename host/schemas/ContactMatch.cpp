@@ -1,18 +1,23 @@
+// People type numbers with blanks, brackets and with or without the code of the country; contacts
+// hold them in all these forms. Both sides are reduced to bare digits, and the end decides, since
+// that is the part that all forms share.
+
 #include "schemas/ContactMatch.h"
 
 #include <utf8proc.h>
 
 #include <algorithm>
 
+#include "terminal/TextParts.h"
+
 namespace {
+
+using TextParts::contains;
+using TextParts::endsWith;
 
 constexpr std::size_t FewestDigits = 4;
 const std::vector<std::string> Texts = {"Surname", "Firstname", "Company", "Email"};
 const std::vector<std::string> Numbers = {"Office", "Office2", "Mobile", "Private"};
-
-bool contains(const std::vector<std::string>& all, const std::string& one) {
-    return std::find(all.begin(), all.end(), one) != all.end();
-}
 
 /// Unicode's simple case folding, one character for one. Where the library knows only the full
 /// folding to several characters, the simple one is that to lower case.
@@ -69,11 +74,6 @@ std::string bareNumber(const std::string& text) {
         }
     }
     return number;
-}
-
-bool endsWith(const std::string& text, const std::string& end) {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 }  // namespace

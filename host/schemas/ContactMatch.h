@@ -7,6 +7,8 @@
 /// A text that contacts are searched for, as people type it.
 class ContactMatch {
 public:
+    /// Any text will do. From four digits on, marks between them left out, it is a number too;
+    /// shorter ones would find half of all contacts.
     explicit ContactMatch(const std::string& text);
 
     /// Whether a value of the column @p column is a match: a name, company or e-mail that holds the

@@ -1,3 +1,8 @@
+// A file is checked as a whole before the service gets any of it, and the first lines that are
+// wrong are reported together: a person who mends a file wants to see more than one fault at a
+// time. The service would store what it can and log the rest, which is right for a data file of
+// management and wrong for a file that a person has typed.
+
 #include "schemas/ImportFile.h"
 
 #include <strings.h>

@@ -9,6 +9,9 @@
 #include "schemas/KnownSchemas.h"
 
 /// A text that is to be imported into the table of a schema, checked as a whole.
+/// There are two forms. A text whose first line names columns is read by those names, in any order,
+/// and its rows are handed over by name. A text without names has the columns of the table in their
+/// order, as exports write them, and is handed over as it is.
 class ImportFile {
 public:
     static constexpr std::size_t MostRows = 10000;  ///< of a text with column names
@@ -49,17 +52,29 @@ private:
     /// What the lines of the form of docs/csv.md are to be like.
     struct LineForm;
 
+    /// Refuses a list of contacts of other programs, by what it begins with. Whether it did.
     [[nodiscard]] bool isOfOtherProgram(std::string_view text);
+    /// Refuses each line that is not UTF-8: the service would store bytes that no answer can carry.
     void checkEncoding(std::string_view text);
     /// Refuses a file whose columns have names, and semicolons or tabs between them.
     [[nodiscard]] bool hasOtherSeparator(std::string_view text);
+    /// Whether @p fields, of the first line, are names of columns and no row.
     [[nodiscard]] bool hasNameInFront(const std::vector<std::string>& fields) const;
+    /// Settles the columns of the rows by @p names; refuses names that the schema does not have or
+    /// that stand twice, and the schemas of calls and keys altogether.
     void takeNames(const std::vector<std::string>& names);
+    /// Takes the rows after the line of names, up to MostRows and to the limit of refusals.
     void readNamedRows(std::string_view text);
+    /// What is wrong with a row of @p count fields, of which @p cells are those that were kept;
+    /// blank for nothing.
     [[nodiscard]] std::string wrongWithNamed(const std::vector<std::string>& cells,
                                              std::size_t count) const;
+    /// Checks a text without names, line by line, and keeps its rows as text. With @p isForUser
+    /// calls may have the form of older software.
     void readLines(std::string_view text, bool isForUser);
+    /// What is wrong with one line, as a reason; blank for nothing.
     [[nodiscard]] std::string wrongWithLine(const std::string& line, const LineForm& form) const;
+    /// Keeps the first reason for @p line; later ones mostly follow from it.
     void refuse(std::size_t line, const std::string& reason);
 
     const KnownSchemas::Entry& m_schema;

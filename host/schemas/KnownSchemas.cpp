@@ -1,19 +1,11 @@
 #include "schemas/KnownSchemas.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+
+#include "schemas/SchemaJson.h"
 
 /// Made at build time.
 extern const char* const SchemasAsJson;
-
-namespace KnownSchemas {
-
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Column, name, type, defaults)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(AnswerForm, columns, itemForms)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Entry, name, table, reasons, users, key, defaultRows, hasDataFile,
-                                   columns, elements, itemElements, answerForms)
-
-}  // namespace KnownSchemas
 
 const std::vector<KnownSchemas::Entry>& KnownSchemas::all() {
     static const auto entries = nlohmann::json::parse(SchemasAsJson).get<std::vector<Entry>>();

@@ -6,8 +6,11 @@
 
 /// The schemas as a client sees them. The objects of the service write the table at build time, so
 /// that nothing has to be kept equal by hand.
+/// Commands, completion, the contracts and the reading of answers go by it. So das needs no service
+/// to know a schema, and a command line is checked before one is started.
 namespace KnownSchemas {
 
+/// A column of the table. Defaults are plain text, as a client sends them.
 struct Column {
     std::string name;
     std::string type;                   ///< in SQL
@@ -20,6 +23,7 @@ struct AnswerForm {
     std::vector<std::vector<std::string>> itemForms;  ///< those that an item of the list may have
 };
 
+/// One schema. Several may share a table: each then has the rows that it shows.
 struct Entry {
     std::string name;
     std::string table;

@@ -1,3 +1,7 @@
+// A field in quotes may hold line ends, so a file is not cut into lines first: the reader goes
+// through the text once and counts lines on its way, for a person has to find the line that is
+// refused.
+
 #include "schemas/QuotedCsv.h"
 
 #include <algorithm>

@@ -25,10 +25,14 @@ public:
     [[nodiscard]] std::size_t line() const { return m_line; }
 
 private:
+    /// Takes the next field off the text, whatever its form. False, with error(), for one in quotes
+    /// that is not closed or that text follows.
     bool takeField(std::string& field);
     bool takeQuoted(std::string& field);
+    /// Takes a field up to its comma or line end. A quote inside it is a character like any other.
     void takePlain(std::string& field);
     [[nodiscard]] bool isAtLineEnd() const;
+    /// Goes to the begin of the next line and counts it.
     void skipLineEnd();
 
     std::string_view m_rest;

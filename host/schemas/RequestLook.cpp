@@ -1,3 +1,8 @@
+// Access rules look at each request before the service does, so a look must cost less than the
+// request. The form that clients usually send is read without a parser; whatever is unusual goes to
+// the parser that the service uses, so that both see the same request. A difference between the two
+// would let a request through that the rules refuse.
+
 #include "schemas/RequestLook.h"
 
 #include <algorithm>

@@ -11,6 +11,7 @@ struct RequestLook {
     /// What of() finds by the parser for each text; of() spares it for short messages in the usual form.
     static RequestLook parsed(const std::string& text, int length);
 
+    /// For the fuzz target, which holds the two ways of reading against each other.
     bool operator==(const RequestLook& other) const;
 
     /// What the text of a request is.

@@ -1,13 +1,17 @@
+// The service takes requests as text alone, so commands put them together here and nowhere else.
+// Only what a parser would change or stop at is escaped. What XML can't carry at all stays as it
+// is: the service then refuses the request with an answer, and nothing is lost silently.
+
 #include "schemas/RequestText.h"
 
 #include <algorithm>
 #include <set>
 
+#include "terminal/TextParts.h"
+
 namespace {
 
-bool contains(const std::vector<std::string>& all, const std::string& one) {
-    return std::find(all.begin(), all.end(), one) != all.end();
-}
+using TextParts::contains;
 
 const std::vector<std::string> TablesOfLists = {"PHONE_BOOK", "CallGroup", "CALL_LOG",
                                                 "CONVERSATIONS"};

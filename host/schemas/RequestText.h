@@ -8,6 +8,8 @@
 
 #include "schemas/KnownSchemas.h"
 
+/// Names of schemas, reasons and elements are taken as they are: callers have them from the tables.
+/// Only values, which come from people and files, are escaped.
 /// Requests to the service, as text.
 namespace RequestText {
 

@@ -1,3 +1,6 @@
+// Two rules keep a client from harming others: it is not read while a message of it is in work, so
+// it can't fill the memory with requests, and what it leaves unread is limited.
+
 #include "server/ClientSession.h"
 
 #include <malloc.h>
@@ -115,7 +118,6 @@ void ClientSession::onRead(const error_code& error, std::size_t count) {
     handleNext();
 }
 
-/// Goes on with what has been read.
 void ClientSession::handleNext() {
     std::string_view line;
     const LineCutter::Found found = m_lines.next(line);
@@ -185,7 +187,6 @@ bool ClientSession::isLingering() {
     return m_stage == Stage::Lingering;
 }
 
-/// False when no more messages are handled.
 bool ClientSession::beginMessage() {
     const Lock lock(m_mutex);
     m_isHandling = m_stage == Stage::Open;
@@ -219,7 +220,6 @@ void ClientSession::refuse(std::string_view line) {
     endMessage();
 }
 
-/// Takes no more messages; closes at once if nothing is left to be done.
 void ClientSession::finish(Stage stage) {
     const Lock lock(m_mutex);
     if (m_stage == Stage::Open) {

@@ -1,3 +1,7 @@
+// The service manager may be slow or gone. The first message that meets a full queue waits two
+// seconds; from then on none waits until one has got through, so that a manager that does not read
+// can't stop the service.
+
 #include "server/Datagram.h"
 
 #include <sys/socket.h>

@@ -1,3 +1,7 @@
+// Signals are blocked in all threads and taken by one that waits for them. A handler could call
+// next to nothing safely, while this thread may lock and count the time that is left. The two times
+// add up to less than the five seconds that the header promises.
+
 #include "server/EndWatch.h"
 
 #include <poll.h>

@@ -34,9 +34,14 @@ public:
     [[nodiscard]] int descriptor();
 
 private:
+    /// The function of the thread: watch() of the object @p self.
     static void* run(void* self);
+    /// Waits for a signal, then for the end of the process, interrupts the work, and in the end
+    /// ends the process. Returns early as soon as the process ends by itself.
     void watch();
+    /// Wakes those who wait() and those who poll the descriptor.
     void ask();
+    /// Waits at most @p time for the destructor. Whether it has begun.
     bool isOverWithin(std::chrono::milliseconds time);
 
     sigset_t m_signals{};

@@ -66,11 +66,17 @@ private:
     };
 
     // To be called with the mutex held.
+    /// What @p process has used of its part by @p now: less as time passes, 0 for one that is not
+    /// known.
     std::chrono::nanoseconds useOf(pid_t process, Clock::time_point now) const;
+    /// Whether no other process has begun a message lately, so that nothing is to be shared.
     bool isAlone(pid_t process, Clock::time_point now) const;
+    /// Notes that @p process begins a message, for isAlone() of the others.
     void noteActivity(pid_t process, Clock::time_point now);
+    /// Forgets processes whose use is forgiven: a machine has any number of them over time.
     void forgetIdle(Clock::time_point now);
 
+    /// Lets all that wait for the lane ask again.
     void freeLane();
 
     std::mutex m_mutex;           ///< of what follows

@@ -1,3 +1,7 @@
+// Sockets of the service manager: with them a socket exists before the service runs, and clients
+// that connect early wait instead of failing. The variables are removed afterwards, since they mean
+// this process alone and not the programs that it may start.
+
 #include "server/HandedSockets.h"
 
 #include <fcntl.h>

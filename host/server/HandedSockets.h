@@ -34,8 +34,12 @@ private:
         std::string path;  ///< empty when it is no listening Unix domain socket for streams
     };
 
+    /// Path and name of each, for messages: a person has to see which sockets there are to choose
+    /// from.
     std::string list() const;
 
+    /// All of them, also those that are of no use here: a message that leaves them out would
+    /// mislead.
     std::vector<Handed> m_sockets;
 };
 

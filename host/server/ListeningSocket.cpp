@@ -1,3 +1,7 @@
+// A socket file that a killed host has left must not keep the next one from starting, and a running
+// host must not lose its socket to a second one. Whether a process listens is found out by
+// connecting; the look and the bind together are one step under a lock.
+
 #include "server/ListeningSocket.h"
 
 #include <fcntl.h>
@@ -15,28 +19,13 @@
 
 #include "Log.h"
 #include "OwnFiles.h"
+#include "terminal/Descriptor.h"
 #include "wire/SocketAddress.h"
 
 namespace {
 
 constexpr mode_t ModeForGroup = 0660;
 constexpr mode_t ModeForAll = 0666;
-
-class Descriptor {
-public:
-    explicit Descriptor(int value) : m_value(value) {}
-    ~Descriptor() {
-        if (m_value >= 0) {
-            close(m_value);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_value; }
-
-private:
-    const int m_value;
-};
 
 std::string lockFileOf(const std::string& path) {
     const std::filesystem::path socket(path);
@@ -56,7 +45,7 @@ public:
             m_descriptor.emplace(::open(m_file.c_str(),
                                         O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
                                         S_IRUSR | S_IWUSR));
-            m_isHeld = m_descriptor->get() >= 0 && isLocked(end);
+            m_isHeld = m_descriptor->isOpen() && isLocked(end);
         } while (m_isHeld && !isStillThere());
     }
     ~PathLock() {
@@ -75,10 +64,10 @@ private:
     static constexpr int MillisecondsBetweenTries = 10;
 
     bool isLocked(std::chrono::steady_clock::time_point end) const {
-        bool isHeld = flock(m_descriptor->get(), LOCK_EX | LOCK_NB) == 0;
+        bool isHeld = flock(m_descriptor->number(), LOCK_EX | LOCK_NB) == 0;
         while (!isHeld && errno == EWOULDBLOCK && std::chrono::steady_clock::now() < end) {
             (void)poll(nullptr, 0, MillisecondsBetweenTries);
-            isHeld = flock(m_descriptor->get(), LOCK_EX | LOCK_NB) == 0;
+            isHeld = flock(m_descriptor->number(), LOCK_EX | LOCK_NB) == 0;
         }
         return isHeld;
     }
@@ -87,7 +76,7 @@ private:
     bool isStillThere() const {
         struct stat own {};
         struct stat there {};
-        return fstat(m_descriptor->get(), &own) == 0 && lstat(m_file.c_str(), &there) == 0 &&
+        return fstat(m_descriptor->number(), &own) == 0 && lstat(m_file.c_str(), &there) == 0 &&
                own.st_dev == there.st_dev && own.st_ino == there.st_ino;
     }
 
@@ -96,7 +85,7 @@ private:
         struct stat there {};
         const bool isForeign = lstat(m_file.c_str(), &there) == 0 && there.st_uid != geteuid();
         errno = error;
-        if (m_descriptor->get() < 0 ? !isForeign : errno != EWOULDBLOCK) {
+        if (!m_descriptor->isOpen() ? !isForeign : errno != EWOULDBLOCK) {
             return false;
         }
         logAppUni("das", "./host/ListeningSocket", 2, __LINE__,
@@ -171,11 +160,11 @@ bool ListeningSocket::replaceStale(std::string& error) const {
     }
     const Descriptor probe(makeSocket());
     SocketAddress address;
-    if (probe.get() < 0 || !address.set(m_path, error) ||
-        fcntl(probe.get(), F_SETFL, O_NONBLOCK) != 0) {
+    if (!probe.isOpen() || !address.set(m_path, error) ||
+        fcntl(probe.number(), F_SETFL, O_NONBLOCK) != 0) {
         return report(m_path, errno, error);
     }
-    if (connect(probe.get(), address.get(), SocketAddress::size()) == 0 || errno == EAGAIN) {
+    if (connect(probe.number(), address.get(), SocketAddress::size()) == 0 || errno == EAGAIN) {
         error = m_path + ": another host listens there";
         return false;
     }

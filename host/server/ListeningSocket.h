@@ -36,12 +36,15 @@ public:
     int release();
 
 private:
+    /// Both under the lock of the path. False with the reason in @p error; a socket file of another
+    /// host, and whatever else stands at the path, is left as it is then.
     bool replaceStale(std::string& error) const;
     bool bindAndListen(std::string& error);
 
     std::string m_path;
     int m_descriptor = -1;
     mode_t m_mode = 0;  ///< of the socket file
+    /// Whether the socket file at the path is this one's to remove; one that was adopted is not.
     bool m_isBound = false;
     dev_t m_device = 0;  ///< of the socket file, to know it again
     ino_t m_inode = 0;

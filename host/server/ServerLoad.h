@@ -27,6 +27,8 @@ struct ServerLoad {
     /// A message above this is handled while no other such message is.
     static constexpr std::size_t LargeMessage = std::size_t{1024} * 1024;
 
+    /// What there is now. The sum of the figures of all sessions: each session adds and takes away
+    /// its own part, so no one has to walk over all clients to know.
     std::atomic<std::size_t> clients{0};
     std::atomic<std::size_t> inWork{0};  ///< messages
     std::atomic<std::size_t> lineMemory{0};

@@ -40,13 +40,18 @@ public:
 private:
     using Time = std::chrono::microseconds;
 
+    /// Whether there is a manager to notify.
     bool isAsked() const { return !m_manager.name().empty(); }
+    /// Sends one message of the manager's protocol, such as "READY=1". The first failure is
+    /// reported, later ones are not.
     void send(const std::string& state);
     /// Sends @p state after each @p interval in which work went on, until this is no longer so.
     void tellWhile(const std::atomic<bool>& goesOn, Time interval, const std::string& state);
+    /// Calls @p ask after each @p interval until the end, so that a service that hangs is noticed.
     void askAgain(const std::function<void()>& ask, Time interval);
     /// False when @p goesOn has ended before @p time was over.
     bool pause(const std::atomic<bool>& goesOn, Time time);
+    /// Ends the threads that go by @p goesOn. They may still be in a call: join them afterwards.
     void stop(std::atomic<bool>& goesOn);
 
     std::mutex m_sendMutex;

@@ -1,3 +1,7 @@
+// A few threads serve any number of clients. What is limited here is what the system shares among
+// all: descriptors, of which the database needs some for its journals, and memory, of which the
+// allocator would keep for itself whatever a large message has once taken.
+
 #include "server/SocketServer.h"
 
 #include <malloc.h>

@@ -34,6 +34,8 @@ public:
     SocketServer& operator=(const SocketServer&) = delete;
 
 private:
+    /// Hides the library for sockets, which takes long to compile, from those who only start and
+    /// end a server.
     class Implementation;
     std::unique_ptr<Implementation> m_implementation;
 };

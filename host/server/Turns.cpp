@@ -1,3 +1,7 @@
+// No thread waits: a server has few threads, and each one that waits is missing to all clients. Who
+// is due is therefore called, and the call is made without the mutex, since what is called may ask
+// for a turn again.
+
 #include "server/Turns.h"
 
 #include <utility>

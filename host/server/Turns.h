@@ -17,9 +17,11 @@ public:
     void end();
 
     /// Forgets those who wait.
+    /// Whoever waits is not called any more, which also frees what the functions hold.
     void clear();
 
 private:
+    /// Of what follows. Never held while something is called.
     std::mutex m_mutex;
     bool m_isTaken = false;
     std::deque<std::function<void()>> m_waiting;

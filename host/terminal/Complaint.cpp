@@ -1,3 +1,6 @@
+// Everything that das says to a person about a failure has one form, in one line on standard error,
+// and what it quotes can't move the cursor or change the colour of a terminal.
+
 #include "terminal/Complaint.h"
 
 #include <cerrno>

@@ -14,10 +14,12 @@ public:
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
 
+    /// The number stays the property of the object; whoever needs a longer life duplicates it.
     [[nodiscard]] bool isOpen() const { return m_number >= 0; }
     [[nodiscard]] int number() const { return m_number; }
 
     /// Closes it early, for those who have to know whether that works.
+    /// A file system over the network may report only here that a write failed.
     int close();
 
     /// Reads all that is left of @p number into @p text. EFBIG when that is more than @p most

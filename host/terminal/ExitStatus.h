@@ -2,6 +2,9 @@
 #define EXITSTATUS_H
 
 /// Exit statuses that callers rely on.
+/// Scripts branch on them and the manual lists them, so a number never gets another meaning. A
+/// command that is stopped ends as shells and their users know it: 128 and the number of the
+/// signal.
 enum ExitStatus : int {
     ExitSuccess = 0,
     ExitFailure = 1,        ///< an answer said "failure", or an answer could not be written

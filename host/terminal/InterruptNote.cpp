@@ -1,3 +1,7 @@
+// Ctrl-C ends the process from a signal handler, which may neither allocate nor lock. So its line
+// is made beforehand, and no cleaning up is tried: the database rolls back by its journal at the
+// next start.
+
 #include "terminal/InterruptNote.h"
 
 #include <unistd.h>

@@ -9,7 +9,9 @@
 class InterruptNote {
 public:
     /// @p isLocal: the work is done by this process, and ends with it; else a host goes on with it.
+    /// @p work names the command for the line. One object at a time: a signal has one handler.
     InterruptNote(const char* work, bool isLocal);
+    /// Gives the signal back to whoever had it.
     ~InterruptNote();
     InterruptNote(const InterruptNote&) = delete;
     InterruptNote& operator=(const InterruptNote&) = delete;

@@ -52,6 +52,7 @@ public:
     static std::size_t columnsOf(int descriptor);
 
 private:
+    /// A descriptor of its own, which programs that are started from here do not inherit.
     int m_answers;  ///< where answers go; -1 when there was no descriptor left for it
 };
 

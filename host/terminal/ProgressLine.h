@@ -20,6 +20,7 @@
  */
 class ProgressLine {
 public:
+    /// Takes the reports of Progress from here on; of two objects the later one has them.
     ProgressLine();
     /// Takes the line away, if it is there.
     ~ProgressLine();

@@ -1,3 +1,6 @@
+// A question goes to the terminal itself, not to the standard streams: those may be a file of rows
+// and a pipe, and an answer must come from a person.
+
 #include "terminal/Question.h"
 
 #include <unistd.h>

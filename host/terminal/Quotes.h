@@ -4,6 +4,8 @@
 #include <string>
 
 /// @p text with @p other for each @p character.
+/// Bytes are compared, so @p character must be one of ASCII: then no part of a character of UTF-8
+/// can be hit.
 inline std::string replaced(const std::string& text, char character, const char* other) {
     std::string result;
     for (const char each : text) {

@@ -6,6 +6,8 @@
 
 /// Data as people see it: named columns, and rows with a text for each of them. What a cell means
 /// is known to the command that makes it; what it looks like is decided when it is printed.
+/// Each row has as many texts as there are columns. The texts are raw: who prints them makes
+/// control characters visible, or quotes them for the format.
 struct Sheet {
     std::vector<std::string> columns;
     std::vector<std::vector<std::string>> rows;

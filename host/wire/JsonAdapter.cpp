@@ -1,3 +1,6 @@
+// The invoker of the service speaks to adapters through streams. The host itself reads and writes
+// lines by JsonRpc, without this copy.
+
 #include "wire/JsonAdapter.h"
 
 #include <sstream>

@@ -1,3 +1,7 @@
+// A message is read by events and never becomes a tree of JSON: a tree takes many times the bytes
+// of its text, and a client decides how long that is. Answers are written as text for the same
+// reason, into a string that is as large as it will become.
+
 #include "wire/JsonRpc.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Lines are handed out as views of the bytes that were received, and each byte is searched for a
+// line feed once. So a message that comes in many small pieces costs no more than one that comes at
+// once.
+
 #include "wire/LineCutter.h"
 
 #include <algorithm>

@@ -12,6 +12,7 @@ public:
     /// The longest line that a host takes, without its line feed.
     static constexpr std::size_t MessageLimit = 8 * 1024 * 1024;
 
+    /// What next() has found. Nothing: more bytes have to come first.
     enum class Found { Line, Nothing, TooLong };
 
     explicit LineCutter(std::size_t limit) : m_limit(limit) {}
@@ -46,6 +47,8 @@ public:
     Found next(std::string_view& line);
 
 private:
+    /// Takes a block of @p size bytes in place of the present one, with its bytes. std::bad_alloc
+    /// if the system has no such block; the present one stays then.
     void resize(std::size_t size);
 
     struct Free {

@@ -1,3 +1,7 @@
+// Both documents are made from the table of methods, so that a client that checks its messages by
+// them checks what the host really takes. Failures and refusals by access rules have the form of
+// answers too and stand next to each result.
+
 #include "wire/MethodContract.h"
 
 #include <limits>

@@ -1,3 +1,7 @@
+// A method is one row, so that adding one touches no code: dispatch, contracts, completion, help
+// and the tables of the clients all walk these rows. The order is that of the documents; the names,
+// types and directions are a promise to clients and do not change.
+
 #include "wire/Methods.h"
 
 #include <algorithm>

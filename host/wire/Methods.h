@@ -16,6 +16,8 @@
 namespace Methods {
 
 /// What a client may be allowed to do, as bits.
+/// They are the words of the file of access rules: a row there names users and rights. A right that
+/// is added here needs its word there and in docs/remote.md.
 enum Right : unsigned {
     None = 0,
     Read = 1,
@@ -38,6 +40,8 @@ enum class Place {
 };
 
 /// What a client must be allowed to do for a call.
+/// Access rules go by this row alone and never by the name of a method, so a new method is judged
+/// by what its row says.
 struct Access {
     unsigned everywhere;  ///< rights that are needed for all schemas
     unsigned ofSchema = None;
@@ -60,6 +64,7 @@ enum class Kind {
     Host      ///< the host answers it itself
 };
 
+/// The strings live as long as the process.
 struct Row {
     const char* name;
     const char* text;  ///< what the method does, in one sentence
@@ -85,6 +90,8 @@ struct Event {
 const std::vector<Event>& events();
 
 /// A reason of requests, and the right that it needs for its schema.
+/// Which reasons a schema serves is up to the schema; what a client must be allowed to do follows
+/// from the reason alone.
 struct Reason {
     const char* name;
     Right right;

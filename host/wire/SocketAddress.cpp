@@ -1,3 +1,6 @@
+// The system cuts nothing off: a path that is too long would silently name another socket, so it is
+// refused with its limit.
+
 #include "wire/SocketAddress.h"
 
 bool SocketAddress::set(const std::string& path, std::string& error) {

@@ -1,3 +1,7 @@
+// The older protocol, which web management speaks. A message is one line, so line ends inside a
+// value travel as references. Unlike answers of the service, values are escaped here, and a parser
+// of XML reads them back as they were.
+
 #include "wire/XmlAdapter.h"
 
 #include <algorithm>

@@ -25,6 +25,8 @@ public:
     static constexpr std::size_t ParameterLimit = 1000;
 
     /// Decodes one line, without its line feed.
+    /// False for what is no document, no UTF-8, holds another element, or has more than
+    /// ParameterLimit parameters; @p method is untouched then.
     static bool read(std::string_view line, Method& method);
 
     /// @p method as a line. None when it would be longer than @p limit.

@@ -23,6 +23,8 @@ public:
     [[nodiscard]] static bool allows(std::size_t bytes);
 
 private:
+    /// Limits of one thread stand in a chain, the innermost first: each object puts itself in front
+    /// and takes itself off again.
     const std::size_t m_largest;
     const std::size_t m_large;
     std::function<void()> m_beforeLarge;

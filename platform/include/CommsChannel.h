@@ -4,6 +4,7 @@
 #include <string>
 
 /// The channel over which a raw message reached a service.
+/// Owned by the framework and valid during the call that hands it over.
 class CommsChannelIfc {
 public:
     virtual ~CommsChannelIfc();

@@ -12,25 +12,34 @@
 namespace DASUtilsStrings {
 
 // User contexts, and texts in database form
+/// The owner of the telephone, and a user who has logged on to it for a while. EmptyDBString is a
+/// blank value as it stands in a statement: two quotes.
 extern const std::string UserContextBase;
 extern const std::string UserContextVisitor;
 extern const std::string EmptyDBString;
 
 // Columns that most tables share
+/// The user of a row, and the identifier of a row among those of its user. In most
+/// tables of users they are the first two columns.
 extern const std::string UserContextTagName;
 extern const std::string IdTagName;
 
 // Types of columns
+/// Nearly all columns are texts: the service stores what clients send and never counts with it.
 extern const std::string columnTypeText;
 extern const std::string columnTypeInteger;
 
 // Reasons of requests
+/// What a client wants. Reasons are compared exactly; which of them a schema serves is up to the
+/// class of its table. Counting rows is a reason of lists alone (ListDAO).
 extern const std::string ReadRequest;
 extern const std::string WriteRequest;
 extern const std::string UpdateRequest;
 extern const std::string DeleteRequest;
 
 // Reasons of responses
+/// A success is answered by the response of the same word. FailureResponse is the answer to
+/// everything else, whatever the reason was.
 extern const std::string ReadResponse;
 extern const std::string WriteResponse;
 extern const std::string UpdateResponse;
@@ -38,10 +47,13 @@ extern const std::string DeleteResponse;
 extern const std::string FailureResponse;
 
 // Tags of a row in requests and responses
+/// A request for lists or keyed rows may hold several of them.
 extern const std::string xmlEntryStartTag;
 extern const std::string xmlEntryEndTag;
 
 // Schemas of the plain tables
+/// Each has a table of its own, which a generic DataAccessObject serves by its description in
+/// src/tables/PlainTables.cpp.
 extern const std::string AbbreviatedDiallingSchema;
 extern const std::string BCASettingsSchema;
 extern const std::string CanonicalLookUpSchema;
@@ -59,6 +71,8 @@ extern const std::string StartApplicationFixedKeysSchema;
 extern const std::string FixedKeysSchema;
 
 // Schemas with a class of their own
+/// Their tables follow rules that no description has words for, so each goes to a class. Two or
+/// more schemas may look at one table, as those of the call log do.
 extern const std::string BluetoothBlacklistedSchema;
 extern const std::string BluetoothTrustedSchema;
 extern const std::string CallGroupSchema;
@@ -81,6 +95,8 @@ extern const std::string CertificatesSchema;
 extern const std::string ConversationsSchema;
 
 // Schemas in the general configuration table
+/// All share one table, whose rows are (schema, user, name, value): a new setting needs no column.
+/// Which settings there are is up to the clients.
 extern const std::string AudioSettingsSchema;
 extern const std::string BluetoothSettingsSchema;
 extern const std::string CanonicalDialSchema;
@@ -128,6 +144,8 @@ extern const std::string RingCentralSettingsSchema;
 extern const std::string SCEPSettingsSchema;
 
 // Tables
+/// The names stand in databases in the field and never change; a
+/// table that gets a new form is upgraded under its name.
 extern const std::string AbbreviatedDiallingTableName;
 extern const std::string BCASettingsTableName;
 extern const std::string CanonicalLookUpTableName;
@@ -165,6 +183,7 @@ extern const std::string FileDownloadSettingsEncTableName;
 extern const std::string GeneralConfigTableName;
 
 // Columns of the plain tables
+/// They are elements of requests and answers as well, under the same name.
 extern const std::string DialUriTagName;
 extern const std::string DialDescriptionTagName;
 extern const std::string BcaLabelTagName;
@@ -215,6 +234,7 @@ extern const std::string SelectedDialNumberTagName;
 extern const std::string ApplicationNameTagName;
 
 // Columns of the DSS key table
+/// The password stands in two columns: the plain one is from before passwords were encrypted.
 extern const std::string DssSipUriTagName;
 extern const std::string DssSipRealmTagName;
 extern const std::string DssSipUserIdTagName;
@@ -226,6 +246,7 @@ extern const std::string DssMonitorOnlyTagName;
 extern const std::string DssSipPasswordEncTagName;
 
 // Columns of the phone book
+/// In the order of the table. What travels under which name is settled by ContactColumns.
 extern const std::string PhonebookUniqueIDTagName;
 extern const std::string PhonebookSurnameTagName;
 extern const std::string PhonebookFirstnameTagName;

@@ -37,6 +37,8 @@ public:
     [[nodiscard]] std::size_t position() const { return m_buffer.position(); }
 
 private:
+    /// The bytes of the file, read in blocks as the stream asks for them. A block is all that is
+    /// ever in memory of a file.
     class Buffer : public std::streambuf {
     public:
         explicit Buffer(DeviceFile& owner) : m_owner(owner) {}
@@ -59,6 +61,7 @@ private:
     };
 
     Buffer m_buffer;
+    /// Both are settled by the constructor.
     int m_error = 0;
     std::size_t m_size = 0;
 };
@@ -92,8 +95,12 @@ public:
 private:
     struct Place;
 
+    /// Writes what was gathered to the new file, which has a name of its own until finish().
     bool flush();
+    /// Syncs the new file, gives it @p mode and the name of the target, and syncs the folder: in
+    /// any other order a power cut could leave half a file under that name.
     bool replaceTarget(mode_t mode);
+    /// Logs the failure of @p action with the reason that errno has, and drops what follows.
     void fail(const char* action);
 
     const std::string m_path;

@@ -4,6 +4,7 @@
 #include <functional>
 
 /// Sleeping, in one place so that a test need not wait.
+/// All operations may be called by any thread; the sleeper is one for the process.
 class GPALSleep {
 public:
     /// Puts the calling thread to sleep for @p seconds, less when the process is about to end.

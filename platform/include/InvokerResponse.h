@@ -16,6 +16,7 @@ public:
     virtual std::string getSender() const = 0;
 
     /// Takes the reply, encoded in the protocol of the message, at most once.
+    /// Does not wait for the sender; a reply to one that has gone is dropped.
     virtual void setReply(const std::string& reply) = 0;
 };
 

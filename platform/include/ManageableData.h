@@ -4,6 +4,8 @@
 #include <string>
 
 /// One named value that management is sent, such as the item "contacts-status" with "4".
+/// Two kinds of management take it: the deployment server hears of files, web management of
+/// contacts.
 class ManageableData {
 public:
     /**

@@ -5,6 +5,8 @@
 
 /// The media control service, registered as "MediaControlServiceIfc". Any thread may call; it sends
 /// no request to the data access service.
+/// The data access service asks it before it moves a ringtone: one that is in use must stay where
+/// it is. Owned by the framework.
 class MediaControlServiceIfc {
 public:
     virtual ~MediaControlServiceIfc();

@@ -15,6 +15,8 @@
 class Method {
 public:
     /// @p type is the kind of message that a framework distinguishes; 0 expects no answer.
+    /// Without parameters. A copy has copies of all texts, which may be megabytes: hand methods
+    /// over by moving them.
     explicit Method(std::string name = "", int type = 0);
 
     const std::string& getName() const { return m_name; }
@@ -28,6 +30,8 @@ public:
     [[nodiscard]] bool getBoolParameter(const std::string& name, bool& value) const;
     [[nodiscard]] bool getXMLParameter(const std::string& name, std::string& value) const;
 
+    /// Each of these appends one parameter, also when there is one of that name. @p direction says
+    /// whose value it is; a call has those that go in, a reply those that come out.
     void addStringParameter(const std::string& name, const std::string& value,
                             Parameter::directions direction);
     void addStringParameter(const std::string& name, std::string&& value,

@@ -13,6 +13,7 @@ struct Parameter {
     /// Who gives the value: the caller, the service, or both. The numbers are part of the contract.
     enum directions { in = 0, out = 1, inout = 2 };
 
+    /// Xml differs from String in its name alone: a client is to read it as a document.
     enum class Type { String, Int, Bool, Xml };
 
     std::string name;

@@ -7,6 +7,8 @@
 #include <string>
 
 /// How far a long piece of work has come, for whoever shows it to people. Any thread may report.
+/// The work knows nothing of who watches: a line on a terminal, the service manager, or no one. One
+/// sink for the process.
 namespace Progress {
 
 struct Report {
@@ -25,6 +27,7 @@ void setSink(Sink sink);
 bool isWatched();
 
 /// Notifies the sink, if there is one.
+/// Called on the thread that works, so a sink that waits holds up the work.
 void report(const Report& report);
 
 /// Says that work goes on: a statement, a row, a line, a directory is done. Costs next to nothing.

@@ -6,6 +6,8 @@
 class ProxyRequest;
 
 /// Stands in this process for an object of another one.
+/// A subclass also implements the interface of the object, and turns each call of it into a method
+/// that goes to the peer. What the peer answers, if anything, is lost.
 class Proxy : public Executable {
 public:
     void init(Context& context) override;  ///< does nothing

@@ -4,6 +4,7 @@
 class Method;
 
 /// The way from a proxy to its peer.
+/// Owned by the framework. Any thread may send; the methods of one thread arrive in order.
 class ProxyRequest {
 public:
     virtual ~ProxyRequest();

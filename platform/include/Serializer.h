@@ -6,6 +6,8 @@
 
 /// The text form of a map of strings, as parameters carry it: a JSON object whose values are all
 /// strings, such as {"PhoneNumber":"4711"}.
+/// Maps of tags and values go through remote methods in this form, since a method has no parameter
+/// of many values.
 class Serializer {
 public:
     /// The text of @p values, in the order of the keys. Bytes that are no UTF-8 are replaced.

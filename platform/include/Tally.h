@@ -6,6 +6,7 @@
 
 /// What the service has done since the process began, counted for whoever asks. Any thread may count
 /// and ask; a count costs next to nothing.
+/// The database, the log and the upgrade count; the host shows the figures in its statistics.
 namespace Tally {
 
 enum Kind : std::size_t {
@@ -19,8 +20,12 @@ enum Kind : std::size_t {
     KindCount
 };
 
+/// Adds one to @p kind, or sets it to @p value: the former for what happens again and again, the
+/// latter for what the last upgrade has done.
 void add(Kind kind);
 void set(Kind kind, std::uint64_t value);
+/// The figure at this moment. Figures that are asked for one after the other may be of different
+/// moments.
 std::uint64_t of(Kind kind);
 
 }  // namespace Tally

@@ -2,6 +2,8 @@
 #define THREADABLE_H
 
 /// What the framework can give a thread of its own.
+/// The framework makes the thread and owns the object. The body must come to an end by itself when
+/// the service is shut down.
 class Threadable {
 public:
     virtual ~Threadable();

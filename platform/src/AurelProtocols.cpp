@@ -1,3 +1,5 @@
+// The names are part of the contract with the framework, which chooses an adapter by them.
+
 #include "AurelProtocols.h"
 
 namespace AurelProtocols {

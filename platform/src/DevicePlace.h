@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 /// An open descriptor for a scope.
+/// Unlike that of the host it can be moved: a place is looked up in steps, and the descriptor of
+/// the last folder is the result.
 class Descriptor {
 public:
     Descriptor() = default;

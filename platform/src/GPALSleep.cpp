@@ -1,3 +1,7 @@
+// The service sleeps after a close of the database that failed, so that whoever still uses it can
+// come to an end. Neither a test nor the end of the process may wait as long, so all sleeping goes
+// through here.
+
 #include "GPALSleep.h"
 
 #include <chrono>

@@ -1,3 +1,6 @@
+// Made of a mutex and a condition, since the semaphore of the C library promises no order: under
+// load a request could wait without end while later ones pass. Tickets give the order.
+
 #include "Semaphore.h"
 
 #include "CriticalSection.h"

@@ -1,3 +1,6 @@
+// One variable for the process: long loops ask it between two rows, so asking must cost no more
+// than a read of memory. A loop that sees the change one row later is no worse.
+
 #include "Work.h"
 
 #include <atomic>

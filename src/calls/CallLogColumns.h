@@ -19,6 +19,7 @@ constexpr std::size_t Places = 10;  ///< calls that a row can hold
 constexpr std::size_t Count = 139;  ///< columns of the table
 
 /// Columns of the row itself, by their position in it.
+/// The gap before JSGroupBy is that of the fields of calls, which stand between.
 enum RowColumn : std::size_t {
     UserContext = 0,
     UniqueId = 1,
@@ -53,6 +54,8 @@ enum Field : std::size_t {
 constexpr std::size_t InterleavedFields = ResolvedNumber;
 
 /// Name of a column of the row.
+/// All of these are made once, before the first request, and live as long as the process: a request
+/// to the call log asks for hundreds of names.
 const std::string& name(RowColumn column);
 /// Name that a field's columns share, without the digit of the place.
 const std::string& stem(Field field);

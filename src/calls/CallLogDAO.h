@@ -113,6 +113,8 @@ private:
     int writeWithTable();
     /// Stores one line of a file as a row of @p context, plain text.
     int importRow(const std::string& context, std::vector<std::string>& fields);
+    /// Stores one entry of the request as a row. The result of the insert; 1 for a number that may
+    /// not be stored.
     int writeEntry(std::size_t index);
     /// Appends the condition that the schema makes, if it is about one category.
     void addCategory(PairList& params) const;
@@ -124,6 +126,8 @@ private:
     void makeTablesOfRead();
     /// What the words of ResultCols make of rows of @p rowWidth cells.
     ShownCells shownCells(std::size_t rowWidth) const;
+    /// Appends rows, of which the columns were asked for, to the body of an answer; escapes
+    /// nothing, as all answers.
     void appendRows(std::string& body, const Rows& rows) const;
     void appendRow(std::string& out, const std::vector<std::string>& row,
                    const ShownCells& shown) const;

@@ -69,7 +69,10 @@ private:
         bool namesAllPlaces = false;    ///< its list of calls ended, so the other places are blank
     };
 
+    /// Sets a field of the call in progress; of one that is sent twice the later text counts.
     void setCallField(CallLogColumns::Field field, const std::string& text);
+    /// Gives the call in progress the next place of its row. Beyond the last place it is only
+    /// counted.
     void endCall();
 
     Entry m_entry;                  ///< in progress

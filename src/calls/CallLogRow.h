@@ -76,6 +76,8 @@ public:
 private:
     /// Pointers to the nine texts, in the order of the class.
     std::vector<const std::string*> texts() const;
+    /// Hands @p record to the row of its number in @p rowsByNumber. A row that is made for it is of
+    /// the same user and category as this one.
     void moveToRowOfItsNumber(CallLogRecord&& record,
                               std::map<std::string, CallLogRow>& rowsByNumber) const;
 };

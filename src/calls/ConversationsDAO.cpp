@@ -83,6 +83,7 @@ void ConversationsDAO::endElement(const char* name) {
     }
 }
 
+/// A blank field is no condition: a delete by number sends the other two blank.
 void ConversationsDAO::fillupSearchParams(PairList& params, unsigned index) const {
     params.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
     if (index >= m_entries.size()) {
@@ -144,6 +145,8 @@ int ConversationsDAO::readRequest() {
     return readIntoBody(read, appendPlainRows);
 }
 
+/// A join with a table that is missing fails as a whole, while one with an empty table has no rows:
+/// so calls and contacts get their tables first.
 int ConversationsDAO::readJoined() {
     (void)CallLogDAO(m_dbAdapter).createMissingTable();
     (void)PhonebookDAO(m_dbAdapter).createMissingTable();
@@ -155,6 +158,7 @@ int ConversationsDAO::readJoined() {
     std::vector<std::string> groupBy;
     PairList orderBy = {
         {CallLogTableName + "." + CallLogColumns::name(CallLogColumns::TimeDate, 0), "DESC"}};
+    // By it clients know which of the two forms the rows have.
     m_responseReason = JoinedResponse;
     const auto read = [&] {
         return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params,

@@ -73,7 +73,11 @@ private:
 
     int writeWithTable();
     int writeEntry(std::size_t index);
+    /// Reads conversations together with their calls and contacts; their tables are made when they
+    /// are missing, since a join with none would fail.
     int readJoined();
+    /// A plain answer shows the columns of the table but the user; a joined one the words of
+    /// ResultCols.
     static void appendPlainRows(std::string& body, const Rows& rows);
     void appendJoinedRows(std::string& body, const Rows& rows) const;
 

@@ -72,9 +72,13 @@ public:
     void endElement(const char* name);
 
 private:
+    /// Makes a missing table with the groups of both users, together or not at all. True when it
+    /// was made just now.
     bool createMissingGroups();
+    /// The number of the group that the request names; blank for none.
     std::string numberOfGroup() const;
     int insertTogether(const std::function<int()>& insert);
+    /// Inserts all groups of the users, which are in database form. The first failure ends it.
     int insertGroupsOf(const std::vector<std::string>& contexts);
     int insertGroup(const std::string& context, const std::string& number);
     /// Select pairs, entry pairs and the user, in this order.

@@ -13,11 +13,16 @@
  */
 namespace ContactColumns {
 
+/// Types of the two columns that are not plain texts, and the element of the call group, whose
+/// column has another name. A number is given once and never again, also after its contact has
+/// gone.
 extern const std::string NumberType;
 extern const std::string SurnameType;
 extern const std::string GroupElement;
 
 /// A column of the table, and the element in which it travels.
+/// The strings live as long as the process; only their addresses stand here, so that the list needs
+/// no start-up code.
 struct Column {
     const std::string* name;
     const std::string* type;     ///< in SQL

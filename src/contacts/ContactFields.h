@@ -42,6 +42,8 @@ public:
 
     /// The element at @p element of elements() ended, with @p text.
     void add(std::size_t element, const std::string& text, bool inEntry);
+    /// The events of a contact. What is added outside of both belongs to the conditions of the
+    /// request.
     void beginEntry() { m_entryBegin = m_fields.size(); }
     void endEntry() { m_contacts.emplace_back(m_entryBegin, m_fields.size()); }
 
@@ -69,6 +71,7 @@ private:
     /// Where the fields of an entry begin and end.
     using Stretch = std::pair<std::size_t, std::size_t>;
 
+    /// Later fields of the same place take the place of earlier ones.
     Fields fieldsOf(const Stretch& entry) const;
 
     std::deque<Field> m_fields;

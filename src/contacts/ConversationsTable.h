@@ -7,6 +7,7 @@
 #include "dao/ListDAO.h"
 
 /// Columns of CONVERSATIONS that statements name.
+/// They join a conversation to its contact and to its calls: each holds the number of a row there.
 namespace ConversationsColumns {
 extern const std::string NumberColumn;
 extern const std::string ContactColumn;

@@ -130,6 +130,7 @@ void PhonebookDAO::extractResultColumns() {
 
 std::vector<std::string> PhonebookDAO::columnsToRead() const {
     std::vector<std::string> columns = m_resultColumns;
+    // The only element whose column has another name.
     std::replace(columns.begin(), columns.end(), ContactColumns::GroupElement,
                  PhonebookCallGroupTagName);
     return columns;
@@ -272,6 +273,8 @@ int PhonebookDAO::writeWithTable() {
 int PhonebookDAO::writeRequest() {
     DAS_LOG(5, "writeRequest");
     m_lastNumber = 0;
+    // A phone book grows by what users type: what is left of the disk is for the journals of all
+    // other writes, without which nothing could even be deleted.
     const int usage = Storage::checkDiskUsage(DataDirectory);
     if (usage > HighestDiskUsage) {
         DAS_LOG(2, "writeRequest Out of disk space %d%% full\n", usage);

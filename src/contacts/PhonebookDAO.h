@@ -82,14 +82,24 @@ public:
     void endElement(const char* name);
 
 private:
+    /// Writes, and once more after making a missing table when the first run failed; not when its
+    /// transaction could not begin, since a second run would wait as long again.
     int writeWithTable();
+    /// Stores all contacts of the request, in one transaction from two on. -1 without any.
     int insertContacts();
+    /// Stores one contact; 1 for one that searches by a pattern, or whose number may not be stored.
     int insertContact(std::size_t index);
+    /// What both searches do; they differ in their names and in the line that the log has of them.
     int search(const char* logLine);
     /// Conditions from user and entries.
     int buildParams(PairList& params) const;
+    /// Notes for listeners what an update has changed: the one contact that it names, or nothing.
     void noteUpdate();
+    /// Settles columns, paging and conditions of a read. 1 when one of them may not enter a
+    /// statement.
     int buildReadQuery(PairList& params);
+    /// Takes the words of ResultCols as they were sent; columnsToRead() has them as columns, of
+    /// which one has another name.
     void extractResultColumns();
     std::vector<std::string> columnsToRead() const;
 

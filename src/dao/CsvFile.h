@@ -96,7 +96,9 @@ private:
         }
     };
 
+    /// Reads the next line that is not too long, whatever it holds. False at the end.
     bool next(std::string& line);
+    /// Reports how many bytes of the file have been read; nothing for a text.
     void reportProgress();
 
     const std::string m_path;

@@ -112,6 +112,9 @@ std::string DASUtils::escapeAndQuote(const std::string& text) {
     return convertToDBFormat(escapeSqlReservedCharacters(text));
 }
 
+/// Doubled quotes stay as they are and single ones would end the literal: a text that comes through
+/// both steps unchanged has no single one. SQLite stops reading at a zero byte, so the rest of the
+/// statement would be cut off.
 bool DASUtils::isSafeBetweenQuotes(const std::string& value) {
     return value.find('\0') == std::string::npos &&
            escapeSqlReservedCharacters(unescapeSqlReservedCharacters(value)) == value;
@@ -135,6 +138,8 @@ bool DASUtils::isNumber(const std::string& text) {
     return isSignedDigits(text.begin(), text.end());
 }
 
+/// Words of ResultCols enter the statement without quotes, so nothing but a name, a name with a
+/// table in front, or all of a table may pass.
 bool DASUtils::isResultColumn(const std::string& word) {
     const auto dot = std::find(word.begin(), word.end(), '.');
     if (dot == word.begin() || !std::all_of(word.begin(), dot, isNameCharacter)) {
@@ -152,6 +157,8 @@ bool DASUtils::areResultColumns(const std::vector<std::string>& words) {
     return std::all_of(words.begin(), words.end(), isResultColumn);
 }
 
+/// A word such as "TABLE.*" stands for as many cells as that table has now, which may be one of an
+/// older form: what the known words leave of a row is shared among the others.
 std::vector<std::size_t> DASUtils::positionsOfWords(const std::vector<std::string>& words,
                                                     std::size_t rowWidth,
                                                     const std::vector<TableWidth>& tables) {

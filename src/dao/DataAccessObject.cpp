@@ -132,6 +132,8 @@ std::string DataAccessObject::firstAttribute(const char** attributes) {
     return hasValue ? DASUtils::escapeSqlReservedCharacters(attributes[1]) : std::string();
 }
 
+/// The user is no field of a row in a request: it comes from the Context, and a row must not name
+/// another one.
 const DASUtils::ColumnInfo* DataAccessObject::requestColumn(const char* name) const {
     const auto& all = columns();
     const auto found = std::find_if(all.begin(), all.end(), [name](const auto& column) {

@@ -390,6 +390,7 @@ private:
     bool prepareImport(std::vector<std::string>& names);
     bool hasAdapter() const;  ///< a missing one is logged
     const DASUtils::ColumnInfo* requestColumn(const char* name) const;
+    /// The default rows of @p contexts, in database form: of several users all or none.
     int forEachDefaultRow(const std::vector<std::string>& contexts, bool onlyMissing);
     int insertRowsOf(const std::vector<std::string>& contexts, bool onlyMissing);
     /// The steps of copyBaseDataToVisitor, for the caller's transaction.

@@ -73,6 +73,8 @@ std::vector<Cell> cellsOfResultColumns(const std::vector<std::string>& resultCol
     return cells;
 }
 
+/// Counted first, so that the text is allocated once: one that grows is in memory twice for a
+/// moment.
 std::size_t sizeOfEntries(const Rows& rows, const std::vector<Cell>& cells) {
     std::size_t tags =
         DASUtilsStrings::xmlEntryStartTag.size() + DASUtilsStrings::xmlEntryEndTag.size();

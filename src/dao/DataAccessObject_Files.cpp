@@ -60,6 +60,8 @@ bool DataAccessObject::exportTable(const std::string& table, const std::string& 
     const SecretCells secrets(*m_dbAdapter, table);
     bool needsHeader = !version.empty();
     const auto read = [&] { return DASUtils::readRows(*m_dbAdapter, table, {}, conditions, rows); };
+    // The header comes with the first rows: a table without rows leaves an empty file, which an
+    // import takes for no rows, while a header alone would be taken for a row.
     const auto write = [&](Rows& piece) {
         if (needsHeader && !writeHeader(*m_dbAdapter, table, version, file)) {
             return false;
@@ -162,6 +164,7 @@ bool DataAccessObject::importDataFromFile(std::string table, std::vector<std::st
         return false;
     }
     DAS_LOG(5, "Scanning file...");
+    // Files of older software have fewer columns, and new ones were always added at the end.
     const int columnCount = m_dbAdapter->getColumnCount("SELECT * FROM " + table + ";");
     const std::size_t padded = isFilledUp(table) ? static_cast<std::size_t>(columnCount) : 0;
     TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
@@ -198,6 +201,8 @@ int DataAccessObject::exportData(PairList& conditions, std::string& location) {
         return 0;
     }
     PairList known;
+    // The condition is usually the user; a table of the telephone has no such column and no rows
+    // that belong to another.
     std::copy_if(conditions.begin(), conditions.end(), std::back_inserter(known),
                  [this](const auto& condition) { return hasColumn(condition.first); });
     const bool written =

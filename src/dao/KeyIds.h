@@ -5,6 +5,7 @@
 #include <vector>
 
 /// Ids of rows as ranges of numbers, and of the telephone's programmable keys among them.
+/// Among the ids of keys, the even hundreds from 200 on are those of the shifted levels.
 namespace KeyIds {
 
 /// Numbers from first to last, both included; none when last is below first.

@@ -20,6 +20,7 @@ KeyedTableDAO& self(void* dao) {
     return static_cast<KeyedTableDAO&>(*static_cast<DataAccessObject*>(dao));
 }
 
+/// The tables of these classes live as long as the process, so nothing is counted for each request.
 std::shared_ptr<const TableLayout> withoutOwner(const TableLayout& layout) {
     return {std::shared_ptr<const TableLayout>(), &layout};
 }
@@ -123,6 +124,8 @@ PairList KeyedTableDAO::rowConditions(const std::string& identifier) const {
     return conditions;
 }
 
+/// What stands outside of entries is a row too. One row needs no transaction: SQLite makes one for
+/// a statement by itself.
 int KeyedTableDAO::forEachRow(RowOperation operation) {
     if (m_rowsToWrite.empty()) {
         return (this->*operation)({m_rowId, m_newValues});

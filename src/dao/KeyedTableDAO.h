@@ -90,14 +90,20 @@ protected:
 private:
     using RowOperation = int (KeyedTableDAO::*)(const DASUtils::RowData&);
 
+    /// What the columns of the table say about its rows: which column is the key, whether rows
+    /// belong to users, and whether the database gives a key that a client left out.
     const DASUtils::ColumnInfo& keyColumn() const;
     bool isOfUser() const;
     bool makesKeys() const;
+    /// Runs @p operation for each row of the request, from two on in one transaction. The result of
+    /// the last one.
     int forEachRow(RowOperation operation);
     int writeRow(const DASUtils::RowData& row);
     int updateRow(const DASUtils::RowData& row);
     int deleteRow(const DASUtils::RowData& row);
+    /// The user whose rows the request is about, escaped; blank where rows belong to the telephone.
     const std::string& userOfRows() const;
+    /// The cells of a default row in database form, in the order of the table.
     std::vector<std::string> defaultRow(std::size_t index) const;
     /// 0 when @p isThere is known.
     int findRow(const std::string& key, bool& isThere);

@@ -46,6 +46,7 @@ protected:
     int deleteEntries(const std::vector<std::string>& numbers,
                       const std::function<void(PairList&, unsigned)>& conditions);
 
+    /// A reason of lists alone, and that of its answer.
     static const std::string RowCountRequest;
     static const std::string RowCountResponse;
 

@@ -76,6 +76,7 @@ int ListRequest::endElement(const char*) {
     if (state == Idle) {
         return NoField;
     }
+    // Most texts have no quote, and a request may have thousands of them.
     if (m_text.find('\'') != std::string::npos) {
         m_text = DASUtils::escapeSqlReservedCharacters(m_text);
     }
@@ -100,6 +101,7 @@ std::vector<std::string> ListRequest::resultColumns() const {
     return ClientUtils::tokenizeString(m_resultCols, " ", true, false);
 }
 
+/// A page is both of them; one alone, or one that is no page, counts as none.
 void ListRequest::settlePaging() {
     if (m_offset.empty() || m_rowLimit.empty()) {
         return;

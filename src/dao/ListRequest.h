@@ -77,6 +77,7 @@ public:
     static std::string numberAnswer(const std::string& tag, long long number);
 
 private:
+    /// Parts of the object that is served: this class fills them in while the request is parsed.
     const std::vector<std::string>& m_fields;
     std::string& m_schema;
     std::string& m_context;

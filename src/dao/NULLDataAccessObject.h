@@ -7,8 +7,10 @@
 
 /// Answers for a schema that no class serves, or while nothing is served: the schema's name, the
 /// reason "failure" and no data. It has no adapter and touches no table.
+/// With it the service has an object for every request, and no caller needs a case for none.
 class NULLDataAccessObject : public DataAccessObject {
 public:
+    /// @p schema is shown in the answer as it is.
     explicit NULLDataAccessObject(const std::string& schema);
     ~NULLDataAccessObject() override;
 

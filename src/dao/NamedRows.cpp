@@ -46,6 +46,8 @@ NamedRows::Outcome NamedRows::store(const std::vector<std::string>& cells) {
     }
 }
 
+/// Asked before each row and not once for all: an earlier row of the same text may have taken the
+/// key.
 NamedRows::Owner NamedRows::ownerOf(const std::string& key) const {
     Rows rows;
     const std::string sql = "SELECT " + (m_hasUser ? UserContextTagName : "''") + " FROM " +
@@ -57,6 +59,8 @@ NamedRows::Owner NamedRows::ownerOf(const std::string& key) const {
     const bool isOfUser = std::any_of(rows.begin(), rows.end(), [this](const auto& row) {
         return !m_hasUser || row.at(0) == m_user;
     });
+    // Where clients give the keys, each user may have a row of the same key; numbers are given over
+    // all users.
     const bool isOfOther = !rows.empty() && m_isNumbered;
     return isOfUser ? Owner::User : isOfOther ? Owner::OtherUser : Owner::None;
 }

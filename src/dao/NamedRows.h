@@ -38,8 +38,13 @@ private:
     static constexpr std::size_t NoPlace = static_cast<std::size_t>(-1);
     enum class Owner { None, User, OtherUser, Unknown };
 
+    /// Whose row has the key: no one's, the user's, another user's. Unknown when the table could
+    /// not be asked; nothing may be stored then.
     [[nodiscard]] Owner ownerOf(const std::string& key) const;
+    /// Sets the named cells of the user's row; its other cells stay. False, and a log line, on
+    /// failure.
     [[nodiscard]] bool change(const std::vector<std::string>& cells);
+    /// Inserts a row; columns without a name get their defaults. False, and a log line, on failure.
     [[nodiscard]] bool add(const std::vector<std::string>& cells);
 
     DatabaseAdapter& m_adapter;

@@ -19,6 +19,8 @@ public:
     /// Bytes of a schema or context, which enter the statement of each row.
     static constexpr std::size_t NameBytes = 4096;
 
+    /// Each of these counts one thing more, or looks at how many there are. They return nothing:
+    /// the parse goes on to its next event and asks isExceeded() once at its end.
     void addEntry() { check(++m_entries, Entries, "Entry elements"); }
     void checkItems(std::size_t count) { check(count, Items, "items of settings"); }
     void checkValues(std::size_t count) { check(count, Names, "values in one row"); }

@@ -31,6 +31,8 @@ struct TableLayout {
 };
 
 /// How a class with parser callbacks of its own reads a request, and what it logs of a damaged one.
+/// They are plain functions, as a parser in C calls them: each class has three of its own, which
+/// forward to the object.
 struct RequestParser {
     XmlStartHandler start;  ///< the user data of all three is the DataAccessObject
     XmlEndHandler end;

@@ -1,3 +1,7 @@
+// What a thread is in the middle of, an outer transaction or the one wait of a request, is a
+// thread-local variable: the code between, which calls interfaces of fixed signatures, has no
+// parameter for it.
+
 #include "database/AdapterGuards.h"
 
 #include <sqlite3.h>

@@ -1,3 +1,6 @@
+// A listener is called under the mutex, so that remove() can promise that none is called
+// afterwards. That is safe because a listener only queues and never calls back.
+
 #include "database/ChangeListeners.h"
 
 #include <algorithm>

@@ -1,3 +1,10 @@
+// The connection, its lock, and the way of a statement without rows. Queries, rows, values, files
+// and changes have units of their own; all of them reach SQLite through connection(), which checks
+// that the caller holds the lock.
+//
+// Nothing here throws on the way out of a transaction: where memory is short, a transaction must
+// still end and the lock be released.
+
 #include "database/DatabaseAdapter.h"
 
 #include <sqlite3.h>

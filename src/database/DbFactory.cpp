@@ -1,3 +1,7 @@
+// A reset replaces the adapter while other threads may still be inside the old one. An adapter that
+// was replaced is therefore kept until destroyDatabase(); there is one for each reset, so they stay
+// few.
+
 #include "database/DbFactory.h"
 
 DbFactory::DbFactory() = default;

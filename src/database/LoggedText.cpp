@@ -1,3 +1,7 @@
+// A request is masked by a reader of its own and not by the XML parser: the requests that are
+// logged are above all those that the parser refused. When in doubt it masks more: a tag that is
+// not closed hides the rest of the request.
+
 #include "database/LoggedText.h"
 
 #include <algorithm>

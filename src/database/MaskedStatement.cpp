@@ -1,3 +1,7 @@
+// A statement is read token by token, as far as it takes to know which column each value belongs
+// to. The log must never hold a password, and it must stay readable, so neither all values nor none
+// can be masked. What the reader does not understand it masks.
+
 #include "database/MaskedStatement.h"
 
 #include <algorithm>

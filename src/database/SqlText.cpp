@@ -1,3 +1,7 @@
+// One loop doubles quotes for SQL and puts backslashes before commas for data files. Most texts
+// have nothing to escape and are returned as they are, which is why the characters are counted
+// first.
+
 #include "database/SqlText.h"
 
 #include <algorithm>

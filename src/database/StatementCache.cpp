@@ -1,3 +1,7 @@
+// Preparing a statement costs more than running it, as most statements touch one row. The list
+// keeps the statement used last in front, so that the least used goes first; the map finds a
+// statement by its text. The map's keys are views of the texts in the list, whose nodes never move.
+
 #include "database/StatementCache.h"
 
 #include <sqlite3.h>

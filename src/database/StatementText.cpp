@@ -1,3 +1,7 @@
+// This is no parser: it finds string literals and gives up on everything that could make one look
+// like something else (comments, other quotes, parameters, a second statement). To give up costs
+// one prepare; a wrong guess would bind a value to the wrong place.
+
 #include "database/StatementText.h"
 
 #include <algorithm>

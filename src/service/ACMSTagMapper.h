@@ -12,6 +12,8 @@
  */
 class ACMSTagMapper {
 public:
+    /// Reads the file. A line that can't be used is passed over: the other tags must work all the
+    /// same.
     ACMSTagMapper();
 
     /// Reads the file into the table. A later line of the same tag replaces an earlier one.

@@ -6,6 +6,8 @@
 
 /// A listener in another process: each change of the user is sent there as a method of that name,
 /// without parameters and without an answer. Before initProxy nothing is sent.
+/// The service calls it like any listener; that its listener is another process, which may be slow
+/// or gone, is the matter of ProxyRequest, which never waits.
 class DASListenerProxy : public Proxy, public DASListenerIfc {
 public:
     void initProxy(ProxyRequest& request) override { m_proxyRequest = &request; }
@@ -13,6 +15,7 @@ public:
     void profileChangedToVisitor() override;
 
 private:
+    /// Makes the method and hands it over. Nothing without a request.
     void send(const char* methodName);
 
     ProxyRequest* m_proxyRequest = nullptr;  // not owned

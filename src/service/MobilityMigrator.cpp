@@ -1,3 +1,8 @@
+// Management names values by tags of its own, of three forms: a plain tag, one that ends with the
+// number of a row, and one with the number in brackets. Each becomes an ordinary request to its
+// schema: so limits, defaults and listeners are those of every other request, and a tag needs no
+// code.
+
 #include "service/MobilityMigrator.h"
 
 #include <algorithm>

@@ -65,18 +65,28 @@ private:
         std::string index;
     };
 
+    /// Looks a tag up in its three forms, in the order of the class. False leaves @p target as it
+    /// was found last and of no use.
     bool findTarget(const std::string& key, Target& target) const;
     /// Logs a tag that leads nowhere.
     bool findKnownTarget(const std::string& key, Target& target) const;
+    /// "tag12" is row 12 of "tag"; "tag[12]" is row 12 of "tag[]".
     bool findByDigitSuffix(const std::string& key, Target& target) const;
     bool findByBrackets(const std::string& key, Target& target) const;
+    /// Both turn one item into one request. A failure of one is in the log, and the others go on.
     void importItem(const Target& target, const std::string& value);
     void exportItem(const Target& target, std::string& value);
+    /// @p content in the element of the user that the call is for; without one for data of the
+    /// telephone.
     std::string inContext(const std::string& schema, const std::string& tag,
                           const std::string& content) const;
     /// How a request is sent: answer() when the turn of requests is held.
     using Send = std::string (DataAccessService::*)(const std::string&);
+    /// Writes @p value, plain text, by @p send. A value that XML can't carry is left out and
+    /// logged.
     void sendUpdate(const Target& target, const std::string& value, Send send);
+    /// Reads with the elements of @p content as filter; @p out takes the text of the first element
+    /// @p tag of the answer.
     void sendRead(const std::string& schema, const std::string& tag, const std::string& content,
                   std::string& out);
 

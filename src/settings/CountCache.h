@@ -15,6 +15,8 @@
  * forgotten. The mutex keeps the maps whole; that the counts are true is up to the caller, who
  * holds the adapter's lock from the look at the table to the entry here.
  */
+/// An entry is true until a row of its item comes or goes, so whoever adds or removes rows drops
+/// the item, or clears all when the rows are not known one by one.
 class CountCache {
 public:
     /// How many rows an item has, as text, and the status that a reader gets with the count.
@@ -24,6 +26,7 @@ public:
     };
 
     /// Takes the entry of an item to @p out. False, with @p out as it was, when it is not known.
+    /// A copy is taken: the entry itself may be gone as soon as the lock is free.
     bool find(const std::string& context, const std::string& key, Entry& out) {
         std::lock_guard<std::mutex> lock(m_mutex);
         const auto entries = m_contexts.find(context);

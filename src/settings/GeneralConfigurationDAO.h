@@ -109,15 +109,21 @@ private:
         std::string value;
     };
 
+    /// The user whose row an item is about, escaped: that of the Context around it. Without one,
+    /// blank for data of the telephone, and the current user for all other items.
     std::string contextOf(const Item& item, const std::string& name);
+    /// Schema and item together, as the cache of counts knows a row.
     std::string cacheKey(const std::string& name) const;
     PairList itemConditions(const std::string& name, const std::string& context) const;
+    /// Stores all items of the request in one transaction. With @p overwrite false, an item that
+    /// has a row fails.
     int storeItems(bool overwrite);
     int storeItem(const Item& item, bool overwrite);
     int insertItem(const Item& item, const std::string& context);
     int updateItem(const Item& item, const std::string& context);
     int readItems(const std::vector<std::string>& columns, const PairList& conditions,
                   bool fillCache);
+    /// Remembers for each row that was read that it is there, so that a later write need not ask.
     void fileCounts(const Rows& rows) const;
     void appendRows(std::string& body, const Rows& rows);
     template <typename Change>

@@ -19,10 +19,13 @@ public:
     CertificateMgmtDAO(DatabaseAdapter* adapter, const std::string& schema);
     ~CertificateMgmtDAO() override = default;
 
+    /// The rows of a read of all stand in the answer as those of any read.
     std::string responseData() override;
     /// Reads all rows, whatever the request names.
     int readAllRequest();
 
+    /// Goes over to the table that the root element names; further elements of that name count for
+    /// nothing.
     void startElement(const char* name, const char** attributes) override;
 
 protected:

@@ -37,6 +37,7 @@ protected:
 
 private:
     int moveRanks(unsigned int count);
+    /// Moves the ranks and inserts OPUS, together or not at all; a failure is in the log.
     void addOpus();
     /// Whether the table has the three codecs from before OPUS.
     bool lacksOpus();

@@ -12,6 +12,7 @@ public:
     ~HeadsetPrioritiesDAO() override = default;
 
 protected:
+    /// As in the frame; what could not be made or filled is logged under the name of this table.
     DASUtils::TableState checkTable() override;
 };
 

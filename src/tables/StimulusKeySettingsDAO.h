@@ -52,6 +52,7 @@ public:
 
 private:
     static const std::shared_ptr<const TableLayout>& layoutOfTable();
+    /// Changes one key of the user in force. A raw SQLite code; 1 for an entry without an "Id".
     int updateRow(const DASUtils::RowData& row);
 };
 

@@ -181,7 +181,6 @@ class Commands(RemoteTest):
             ("a failure answer", ["processRequest", f"Request={refused}", "RequestLength=99"], 1,
              "Response=" + failure("Nope"), ""),
             ("a one-way method", ["clearMobileUserDLSdata"], 0, "", ""),
-            ("no parameters", ["setProfile"], 2, "", "missing: NewProfile=STRING"),
             ("true is a bool", ["setProfile", "NewProfile=true"], 1, "Acknowledge=false",
              "NewProfile=STRING"),
             ("a text that looks like a bool", ["setProfile", "NewProfile:=true"], 1,
@@ -191,8 +190,6 @@ class Commands(RemoteTest):
             ("more than 32 bits", [*word[:2], "RequestLength=99999999999"], 2, "", "32 bits"),
             ("an equals sign in a value", ["setProfile", "NewProfile=a=:=b"], 1, "Acknowledge=false",
              ""),
-            ("an unknown method", ["fly"], 2, "", "fly: unknown method"),
-            ("no parameter", ["setProfile", "visitor"], 2, "", "NAME=VALUE"),
             ("no name", ["setProfile", ":=visitor"], 2, "", "NAME=VALUE"),
             ("no method", [], 2, "", "METHOD"),
         ]

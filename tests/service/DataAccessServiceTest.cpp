@@ -83,8 +83,16 @@ TEST_F(DataAccessServiceTest, BadMessagesAreAnsweredAndTheNextIsServed) {
     for (int i = 0; i < 10000; ++i) {
         deep = "<a>" + deep + "</a>";
     }
+    std::string entities = "<!ENTITY a0 'aaaaaaaaaa'>";
+    for (char level = '1'; level <= '9'; ++level) {
+        const std::string below = std::string("&a") + static_cast<char>(level - 1) + ";";
+        entities += std::string("<!ENTITY a") + level + " '" + below + below + below + below + "'>";
+    }
     const auto update = [](const std::string& body) {
         return xml::message("FeatureKeys", "update_request", body);
+    };
+    const auto read = [](const std::string& body) {
+        return xml::message("FeatureKeys", "read_request", body);
     };
     struct {
         const char* name;
@@ -98,6 +106,21 @@ TEST_F(DataAccessServiceTest, BadMessagesAreAnsweredAndTheNextIsServed) {
         {"two reasons", update(label("r") + "<ReasonForMessage>none</ReasonForMessage>"), "failure",
          ""},
         {"a million quotes", update(label(million)), "update_response", million},
+        {"SQL as a value", update(label("x'); DROP TABLE FEATURE_KEYS; --")), "update_response",
+         "x'); DROP TABLE FEATURE_KEYS; --"},
+        {"no reason", "<Schema name=\"FeatureKeys\"/>", "failure", ""},
+        {"unknown reason", xml::message("FeatureKeys", "delete_request", label("")), "failure", ""},
+        {"cut off in the reason", read("").substr(0, read("").find("_request")), "failure", ""},
+        {"cut off in a value", update(label("cut")).substr(0, update(label("cut")).find("t</L")),
+         "failure", ""},
+        {"no row", update(xml::element("Label", "x")), "failure", ""},
+        {"SQL as a row", read("<Id>1; DROP TABLE FEATURE_KEYS</Id>"), "failure", ""},
+        {"SQL as a column", read("<ResultCols>Id;--</ResultCols>"), "failure", ""},
+        {"not UTF-8", update(label("\xff\xfe")), "failure", ""},
+        {"entities in entities",
+         "<!DOCTYPE b [" + entities + "]>" +
+             update(label("&a9;")).substr(std::string(xml::Header).size()),
+         "failure", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

@@ -72,7 +72,7 @@ TEST_F(SchemasTest, TheirTablesAreTheDocumentedOnes) {
         return text;
     };
     const std::string page = readFile(DAS_SOURCE_DIR "/docs/tables.md");
-    for (const SchemaFacts& facts :
+    for (const auto& facts :
          collectFacts(DAOFactory::schemas(), *service().getDAOFactory(), *service().getAdapter())) {
         const std::size_t begin = page.find("\n## " + facts.table + "\n");
         ASSERT_NE(begin, std::string::npos) << facts.table;
@@ -84,7 +84,7 @@ TEST_F(SchemasTest, TheirTablesAreTheDocumentedOnes) {
         lines =
             "\n- Default rows: " + lines + "\n- Data file: " + (facts.hasDataFile ? "yes" : "no");
         EXPECT_NE(section.find(lines), std::string::npos) << lines;
-        for (const ColumnFacts& column : facts.columns) {
+        for (const auto& column : facts.columns) {
             lines = "\n| " + column.name + " | " + column.type + " | " +
                     joined(column.defaults, "`") + " | ";
             EXPECT_NE(section.find(lines), std::string::npos) << facts.table << lines;
