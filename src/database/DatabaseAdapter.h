@@ -194,6 +194,12 @@ public:
     /// logged.
     [[nodiscard]] bool isTableThere(const std::string& table);
 
+    /**
+     * Whether @p table has no rows, for whoever needs no more of their count: 0 when @p isEmpty is
+     * true or false, 1 when it is not known, and @p isEmpty is true then. Logs what countRows() does.
+     */
+    [[nodiscard]] int lookForRows(const std::string& table, bool& isEmpty);
+
     /// Whether @p table can be counted and has no rows.
     [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
 
@@ -290,7 +296,8 @@ private:
     int insertShared(const std::string& table, const std::vector<std::string>& columns,
                      const std::vector<std::string>& values, long long* rowId);
     std::string countStatement(const std::string& table, PairList& andList);
-    bool readRowCount(const std::string& sql, std::string& count);
+    /// Runs @p sql, which is @p shown in the log if it fails.
+    bool readRowCount(const std::string& sql, const std::string& shown, std::string& count);
     int collectRows(const std::string& sql, Rows& rows, bool stopAtFailedPrepare,
                     const char* countFormat);
     /// @p sql as it may stand in the log. Call it only when the level is logged.

@@ -89,12 +89,11 @@ int DatabaseAdapter::update(std::string table, PairList& andList, PairList& newV
 int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orList,
                             PairList& notList, PairList& newValues, bool skipEmptyCheck) {
     if (!skipEmptyCheck) {
-        PairList all;
-        std::string count;
-        if (countRows(table, all, count) != 0) {
+        bool isEmpty = false;
+        if (lookForRows(table, isEmpty) != 0) {
             return 1;
         }
-        if (count == "0") {
+        if (isEmpty) {
             return 0;
         }
     }

@@ -3,12 +3,30 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <string_view>
 
 namespace {
 
 bool isNameCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '$' ||
            static_cast<unsigned char>(c) >= 0x80;
+}
+
+/// What ends a stretch of plain text. Besides literals, names and the end of the statement these are
+/// parameters, comments and other quotes, which make a text that is not kept.
+constexpr std::string_view SpecialCharacters = "'\";?:@#`[/-";
+
+constexpr std::array<bool, 256> placesOf(std::string_view characters) {
+    std::array<bool, 256> isThere{};
+    for (const char c : characters) {
+        isThere[static_cast<unsigned char>(c)] = true;
+    }
+    return isThere;
+}
+
+bool isSpecial(char c) {
+    static constexpr std::array<bool, 256> isThere = placesOf(SpecialCharacters);
+    return isThere[static_cast<unsigned char>(c)];
 }
 
 bool hasKnownVerb(const std::string& sql) {
@@ -21,12 +39,23 @@ bool hasKnownVerb(const std::string& sql) {
 }  // namespace
 
 StatementText::StatementText(const std::string& sql)
-    : m_sql(sql), m_isCacheable(sql.size() <= MaximumSize && hasKnownVerb(sql) && takeApart()) {}
+    : m_sql(sql),
+      // At a NUL SQLite would stop reading.
+      m_isCacheable(sql.size() <= MaximumSize && hasKnownVerb(sql) &&
+                    sql.find('\0') == std::string::npos && takeApart()) {}
 
 bool StatementText::takeApart() {
     m_key.reserve(m_sql.size());
     m_literals.reserve(static_cast<std::size_t>(std::count(m_sql.begin(), m_sql.end(), '\'')) / 2);
     for (std::size_t place = 0; place < m_sql.size();) {
+        const std::size_t begin = place;
+        while (place < m_sql.size() && !isSpecial(m_sql[place])) {
+            ++place;
+        }
+        m_key.append(m_sql, begin, place - begin);
+        if (place == m_sql.size()) {
+            break;
+        }
         const char c = m_sql[place];
         switch (c) {
             case '\'':
@@ -42,15 +71,6 @@ bool StatementText::takeApart() {
             case ';':
                 // A second statement after the first would not be run.
                 return m_sql.find_first_not_of(" ;", place) == std::string::npos;
-            // Parameters of its own, comments, other quotes, and a NUL, where SQLite stops reading.
-            case '?':
-            case ':':
-            case '@':
-            case '#':
-            case '`':
-            case '[':
-            case '\0':
-                return false;
             case '/':
             case '-':
                 if (place + 1 < m_sql.size() &&
@@ -61,8 +81,7 @@ bool StatementText::takeApart() {
                 ++place;
                 break;
             default:
-                m_key += c;
-                ++place;
+                return false;
         }
     }
     return true;
@@ -79,7 +98,7 @@ bool StatementText::takeLiteral(std::size_t& place) {
         literal.hasDoubledQuotes = true;
         end = m_sql.find('\'', end + 2);
     }
-    if (end == std::string::npos || m_sql.find('\0', literal.begin) < end) {
+    if (end == std::string::npos) {
         return false;
     }
     literal.length = end - literal.begin;
@@ -91,7 +110,7 @@ bool StatementText::takeLiteral(std::size_t& place) {
 
 bool StatementText::takeName(std::size_t& place, char end) {
     const std::size_t last = m_sql.find(end, place + 1);
-    if (last == std::string::npos || m_sql.find('\0', place) < last) {
+    if (last == std::string::npos) {
         return false;
     }
     m_key.append(m_sql, place, last + 1 - place);

@@ -367,6 +367,15 @@ bool dispatch(Executable* executable, FrameworkContext& context, const InvokerRe
     return perform(*method, exchange);
 }
 
+/// The stream of this thread for what an adapter reads or writes, with @p text in it. To make two
+/// for each message takes half as long as to parse a short one. Adapters leave its format alone.
+std::stringstream& streamWith(const std::string& text) {
+    thread_local std::stringstream stream;
+    stream.clear();
+    stream.str(text);
+    return stream;
+}
+
 }  // namespace
 
 void DASInvoker::handleMessage(Executable* executable, const char* message, int length,
@@ -386,14 +395,15 @@ void DASInvoker::handleMessage(Executable* executable, const char* message, int 
     Method request;
     Method reply;
     const std::size_t size = message != nullptr && length > 0 ? static_cast<unsigned>(length) : 0;
-    std::istringstream in(size > 0 ? std::string(message, size) : std::string());
-    if (adapter->decode(in, request)) {
+    if (adapter->decode(streamWith(size > 0 ? std::string(message, size) : std::string()),
+                        request)) {
         reply.setName(request.getName());
         if (!dispatch(executable, *m_frameworkContext, *response, request, reply)) {
             return;
         }
     }
-    std::ostringstream out;
+    std::stringstream& out = streamWith({});
     adapter->encode(reply, out);
     response->setReply(out.str());
+    (void)streamWith({});  // a large answer is not kept
 }
