@@ -12,6 +12,9 @@ bool isNameCharacter(char c) {
            static_cast<unsigned char>(c) >= 0x80;
 }
 
+/// Characters from a literal to the next, for the room of their list.
+constexpr std::size_t UsualDistance = 16;
+
 /// What ends a stretch of plain text. Besides literals, names and the end of the statement these are
 /// parameters, comments and other quotes, which make a text that is not kept.
 constexpr std::string_view SpecialCharacters = "'\";?:@#`[/-";
@@ -46,17 +49,15 @@ StatementText::StatementText(const std::string& sql)
 
 bool StatementText::takeApart() {
     m_key.reserve(m_sql.size());
-    m_literals.reserve(static_cast<std::size_t>(std::count(m_sql.begin(), m_sql.end(), '\'')) / 2);
     for (std::size_t place = 0; place < m_sql.size();) {
-        const std::size_t begin = place;
-        while (place < m_sql.size() && !isSpecial(m_sql[place])) {
-            ++place;
-        }
-        m_key.append(m_sql, begin, place - begin);
-        if (place == m_sql.size()) {
+        const auto begin = m_sql.begin() + static_cast<std::ptrdiff_t>(place);
+        const auto special = std::find_if(begin, m_sql.end(), isSpecial);
+        m_key.append(begin, special);
+        if (special == m_sql.end()) {
             break;
         }
-        const char c = m_sql[place];
+        place = static_cast<std::size_t>(special - m_sql.begin());
+        const char c = *special;
         switch (c) {
             case '\'':
                 if (!takeLiteral(place)) {
@@ -102,6 +103,9 @@ bool StatementText::takeLiteral(std::size_t& place) {
         return false;
     }
     literal.length = end - literal.begin;
+    if (m_literals.empty()) {
+        m_literals.reserve(1 + (m_sql.size() - end) / UsualDistance);
+    }
     m_literals.push_back(literal);
     m_key += '?';
     place = end + 1;
