@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <exception>
 #include <map>
-#include <sstream>
 
 #include "AurelProtocols.h"
 #include "ClientUtils.h"
@@ -26,6 +25,7 @@
 #include "Serializer.h"
 #include "service/DataAccessService.h"
 #include "service/MobilityMigrator.h"
+#include "service/ThreadStream.h"
 
 namespace {
 
@@ -367,15 +367,6 @@ bool dispatch(Executable* executable, FrameworkContext& context, const InvokerRe
     return perform(*method, exchange);
 }
 
-/// The stream of this thread for what an adapter reads or writes, with @p text in it. To make two
-/// for each message takes half as long as to parse a short one. Adapters leave its format alone.
-std::stringstream& streamWith(const std::string& text) {
-    thread_local std::stringstream stream;
-    stream.clear();
-    stream.str(text);
-    return stream;
-}
-
 }  // namespace
 
 void DASInvoker::handleMessage(Executable* executable, const char* message, int length,
@@ -395,15 +386,15 @@ void DASInvoker::handleMessage(Executable* executable, const char* message, int 
     Method request;
     Method reply;
     const std::size_t size = message != nullptr && length > 0 ? static_cast<unsigned>(length) : 0;
-    if (adapter->decode(streamWith(size > 0 ? std::string(message, size) : std::string()),
+    if (adapter->decode(threadStream(size > 0 ? std::string(message, size) : std::string()),
                         request)) {
         reply.setName(request.getName());
         if (!dispatch(executable, *m_frameworkContext, *response, request, reply)) {
             return;
         }
     }
-    std::stringstream& out = streamWith({});
+    std::stringstream& out = threadStream({});
     adapter->encode(reply, out);
     response->setReply(out.str());
-    (void)streamWith({});  // a large answer is not kept
+    (void)threadStream({});  // a large answer is not kept
 }
