@@ -22,8 +22,8 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SchemaFacts, name, table, reasons, users, key
 
 namespace {
 
-/// The facts as JSON in the text of a source: a compiler takes much longer over as many initialisers.
-/// The names stand by themselves too, for whoever needs no more.
+/// The facts as JSON in the text of a source: a compiler takes much longer over as many
+/// initialisers. The names stand by themselves too, for whoever needs no more.
 bool writeAll(const std::string& file, const std::vector<SchemaFacts>& all) {
     std::ofstream out(file);
     out << "// Written by das_write_schemas from the tables of the service: not to be edited.\n"

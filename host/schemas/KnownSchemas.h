@@ -36,8 +36,8 @@ struct Entry {
     bool has(const std::string& reason) const;
 };
 
-/// Every schema, in the order in which the service tries them. The first call reads the table, which
-/// takes milliseconds and some hundred kilobytes.
+/// Every schema, in the order in which the service tries them. The first call reads the table,
+/// which takes milliseconds and some hundred kilobytes.
 const std::vector<Entry>& all();
 
 /// The schema of that name, compared exactly, or null.

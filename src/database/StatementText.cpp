@@ -15,8 +15,8 @@ bool isNameCharacter(char c) {
 /// Characters from a literal to the next, for the room of their list.
 constexpr std::size_t UsualDistance = 16;
 
-/// What ends a stretch of plain text. Besides literals, names and the end of the statement these are
-/// parameters, comments and other quotes, which make a text that is not kept.
+/// What ends a stretch of plain text. Besides literals, names and the end of the statement these
+/// are parameters, comments and other quotes, which make a text that is not kept.
 constexpr std::string_view SpecialCharacters = "'\";?:@#`[/-";
 
 constexpr std::array<bool, 256> placesOf(std::string_view characters) {

@@ -119,7 +119,8 @@ TEST_F(DatabaseAdapterRowsTest, AnUnknownColumnRaisesAndWritesNothing) {
 
 TEST_F(DatabaseAdapterRowsTest, EmptyTablesAreSuccessForAnUpdateAndFailureForADelete) {
     sql("CREATE TABLE T (A)");
-    for (const int level : {6, 5}) {  // below 6 the log shows no counts, and not every update counts
+    // Below 6 the log shows no counts, and not every update looks for rows.
+    for (const int level : {6, 5}) {
         const LogCapture log(level);
         m_adapter.statements.clear();
         PairList all;
