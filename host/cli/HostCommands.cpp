@@ -33,12 +33,13 @@ int HostCommands::reportSilence() {
 
 namespace {
 
-/// Whether the host's access rules refuse @p call, whose answer is @p answer; says so then.
-bool isRefused(const Method& call, const Method& answer) {
+/// Whether the host's access rules refuse @p call, whose answer is @p answer; says so then, unless
+/// the command can do without.
+bool isRefused(const HostCommands::ListenCall& call, const Method& answer) {
     bool isDone = true;
     (void)answer.getBoolParameter("Acknowledge", isDone);
-    if (!isDone) {
-        Complaint::report(call.getName() + ": not allowed",
+    if (!isDone && !call.isWish) {
+        Complaint::report(call.method.getName() + ": not allowed",
                           "it needs the right listen by the access rules of the host");
     }
     return !isDone;
@@ -46,11 +47,11 @@ bool isRefused(const Method& call, const Method& answer) {
 
 }  // namespace
 
-int HostCommands::listen(SocketConnection& connection, const std::vector<Method>& calls,
+int HostCommands::listen(SocketConnection& connection, const std::vector<ListenCall>& calls,
                          const char* word, Output& output, const LineOf& lineOf) {
-    for (const Method& call : calls) {
+    for (const ListenCall& call : calls) {
         // A host that has ended is noticed when no answer comes.
-        (void)connection.sendLine(SocketConnection::toCall(call));
+        (void)connection.sendLine(SocketConnection::toCall(call.method));
     }
     std::size_t answers = 0;
     std::size_t refused = 0;

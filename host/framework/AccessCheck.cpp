@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DeviceFile.h"
 #include "Method.h"
 #include "Secrets.h"
+#include "framework/ChangeRelay.h"
 #include "schemas/KnownSchemas.h"
 
 namespace {
@@ -132,7 +132,7 @@ bool AccessCheck::keepsSecrets() const {
 }
 
 bool AccessCheck::allowsList(unsigned rights, const std::string& list) const {
-    const auto names = ClientUtils::tokenizeString(list, ",", true, true);
+    const auto names = ChangeRelay::namesOf(list);  // as it will be heard
     return names.empty() ? m_rights.may(rights)
                          : std::all_of(names.begin(), names.end(),
                                        [&](const std::string& name) { return may(rights, name); });
