@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <iostream>
 #include <utility>
 
 #include "ClientUtils.h"
@@ -15,6 +14,7 @@
 #include "cli/RowArguments.h"
 #include "client/Connection.h"
 #include "schemas/Answers.h"
+#include "terminal/StandardInput.h"
 #include "terminal/Utf8.h"
 
 namespace {
@@ -44,19 +44,19 @@ public:
 private:
     /// False when the host has gone.
     bool ask(const std::string& message, std::string& answer) {
-        answer = Answers::failureFor(message);
         Method reply;
         const auto result =
             m_session.isLocal() || Utf8::isValid(message)
                 ? m_session.connection().exchange(Connection::requestOf(message), reply)
                 : Connection::Result::NotSent;
-        std::string text;
         if (result == Connection::Result::NotSent) {
             Complaint::report(
                 "request: a message is not sent: it is no UTF-8, or longer than 8 MiB");
-        } else if (reply.getStringParameter("Response", text) &&
-                   text != DASUtilsStrings::FailureResponse) {
-            answer = std::move(text);  // an exception in the service is answered without the schema
+        }
+        if (!reply.getStringParameter("Response", answer) ||
+            answer == DASUtilsStrings::FailureResponse) {
+            // An exception in the service is answered without the schema.
+            answer = Answers::failureFor(message);
         }
         return m_session.isLocal() || result != Connection::Result::NoAnswer;
     }
@@ -95,18 +95,17 @@ private:
     }
 
     bool sendLines() {
+        StandardInput input;
         std::string line;
-        errno = 0;
-        while (std::getline(std::cin, line)) {
+        while (input.next(line)) {
             if (line.size() > LongestMessage) {
                 return stop("standard input", EFBIG, ExitUsage);
             }
             if (!line.empty() && !sendMessage(line)) {
                 return false;
             }
-            errno = 0;
         }
-        return std::ferror(stdin) == 0 || stop("standard input", errno, ExitUsage);
+        return input.error() == 0 || stop("standard input", input.error(), ExitUsage);
     }
 
     bool stop(const std::string& subject, int error, int exitStatus) {

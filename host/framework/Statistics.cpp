@@ -72,8 +72,8 @@ void Statistics::Calls::add(bool hasFailed, std::uint64_t microseconds) {
 
 Statistics::Statistics() {
     const std::size_t reasons = Methods::reasons().size() + 1;
-    for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
-        m_requests.emplace(schema.name, reasons);
+    for (const std::string& schema : KnownSchemas::names()) {
+        m_requests.emplace(schema, reasons);
     }
     m_requests.emplace(OtherName, reasons);
     for (const Methods::Row& method : Methods::all()) {
@@ -116,8 +116,8 @@ nlohmann::ordered_json Statistics::requestsAsJson() const {
             }
         }
     };
-    for (const KnownSchemas::Entry& schema : KnownSchemas::all()) {
-        add(schema.name);
+    for (const std::string& schema : KnownSchemas::names()) {
+        add(schema);
     }
     add(OtherName);
     return requests;

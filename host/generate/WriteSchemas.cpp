@@ -17,13 +17,21 @@
 
 namespace {
 
-/// The facts as JSON in the text of a source: a compiler takes much longer over as many initialisers.
+/// The facts as JSON in the text of a source: a compiler takes much longer over as many
+/// initialisers. The names stand by themselves too, for whoever needs no more.
 bool writeAll(const std::string& file, const std::vector<KnownSchemas::Entry>& all) {
     std::ofstream out(file);
     out << "// Written by das_write_schemas from the tables of the service: not to be edited.\n"
            "extern const char* const SchemasAsJson;\n"
            "const char* const SchemasAsJson = R\"json("
-        << nlohmann::json(all).dump(1) << ")json\";\n";
+        << nlohmann::json(all).dump(1)
+        << ")json\";\n"
+           "extern const char* const SchemaNames[];\n"
+           "const char* const SchemaNames[] = {";
+    for (const SchemaFacts& schema : all) {
+        out << '"' << schema.name << "\", ";
+    }
+    out << "nullptr};\n";
     out.close();
     return out.good();
 }

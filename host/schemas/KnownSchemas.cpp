@@ -6,6 +6,7 @@
 
 /// Made at build time.
 extern const char* const SchemasAsJson;
+extern const char* const SchemaNames[];  ///< the last one is null
 
 const std::vector<KnownSchemas::Entry>& KnownSchemas::all() {
     static const auto entries = nlohmann::json::parse(SchemasAsJson).get<std::vector<Entry>>();
@@ -24,8 +25,8 @@ const KnownSchemas::Entry* KnownSchemas::find(const std::string& name) {
 
 std::vector<std::string> KnownSchemas::names() {
     std::vector<std::string> all;
-    for (const Entry& entry : KnownSchemas::all()) {
-        all.push_back(entry.name);
+    for (const char* const* name = SchemaNames; *name != nullptr; ++name) {
+        all.emplace_back(*name);
     }
     return all;
 }

@@ -10,7 +10,6 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <utility>
 
 #include "terminal/Output.h"
@@ -101,7 +100,7 @@ LineSource::~LineSource() {
 
 bool LineSource::next(std::string& line) {
     if (!m_isEdited) {
-        return static_cast<bool>(std::getline(std::cin, line));
+        return m_input.next(line);
     }
     s_isCancelled = false;
     const CtrlCKey key;

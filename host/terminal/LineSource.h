@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "terminal/StandardInput.h"
+
 class Output;
 
 /// Lines of standard input: edited, with a prompt, a history and completion, when a person types
@@ -34,6 +36,7 @@ public:
 
 private:
     const bool m_isEdited;
+    StandardInput m_input;  ///< used unless it is edited
     /// Where the editor draws: standard output leads elsewhere while a session lasts.
     std::FILE* m_screen = nullptr;
 };

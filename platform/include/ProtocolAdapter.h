@@ -5,7 +5,8 @@
 
 class Method;
 
-/// Codes methods in one protocol. Any thread may call; an adapter keeps no state between calls.
+/// Codes methods in one protocol. Any thread may call; an adapter keeps no state between calls, and
+/// leaves the format flags and the locale of a stream as they were.
 class ProtocolAdapter {
 public:
     virtual ~ProtocolAdapter();

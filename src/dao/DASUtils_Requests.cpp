@@ -161,10 +161,9 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
 
 DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
                                                     const std::string& table) {
-    PairList all;
-    std::string count;
-    const bool isCounted = adapter.countRows(table, all, count) == 0;
-    return count != "0" ? TableState::Ready : makeTable(dao, adapter, table, isCounted);
+    bool isEmpty = false;
+    const bool isCounted = adapter.lookForRows(table, isEmpty) == 0;
+    return isEmpty ? makeTable(dao, adapter, table, isCounted) : TableState::Ready;
 }
 
 DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
@@ -176,10 +175,9 @@ DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter&
     // Those that are missing: another process may have been faster.
     (void)dao.insertDefaultRows(true);
     // They are stored together or not at all, so one row is proof.
-    PairList all;
-    std::string count;
+    bool isEmpty = false;
     const bool isFilled =
-        dao.defaultRowIds().empty() || (adapter.countRows(table, all, count) == 0 && count != "0");
+        dao.defaultRowIds().empty() || (adapter.lookForRows(table, isEmpty) == 0 && !isEmpty);
     return isFilled ? TableState::Ready : TableState::NotFilled;
 }
 

@@ -9,8 +9,10 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iterator>
 
 #include "GPALSleep.h"
 #include "Log.h"
@@ -36,6 +38,13 @@ const std::string BeginStatement = "BEGIN TRANSACTION;";
 const std::string BeginWriteStatement = "BEGIN IMMEDIATE TRANSACTION;";
 const std::string EndStatement = "END TRANSACTION;";
 const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
+
+/// Whether a table that had rows has some after @p sql for certain.
+bool keepsRows(const std::string& sql) {
+    static constexpr const char* verbs[] = {"UPDATE ", "INSERT ", "BEGIN ", "END "};
+    return std::any_of(std::begin(verbs), std::end(verbs),
+                       [&sql](const char* verb) { return sql.rfind(verb, 0) == 0; });
+}
 
 /// Whether another program has set the file to take changes by way of a log next to it (WAL): a
 /// reset would leave that second file, and no journal would say that a change begins. Read through
@@ -144,6 +153,7 @@ int DatabaseAdapter::closeDatabase(const char* failureFormat) {
 
 void DatabaseAdapter::releaseMemory() {
     const AdapterLock lock(*this);
+    m_statements.clear();
     if (sqlite3* const db = connection()) {
         (void)sqlite3_db_release_memory(db);
     }
@@ -201,6 +211,9 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
     }
     if (m_lastError != nullptr) {
         freeError();
+    }
+    if (!keepsRows(sql)) {
+        m_tablesWithRows.clear();
     }
     int code = SQLITE_MISUSE;
     if (connection() == nullptr) {
@@ -283,6 +296,7 @@ void DatabaseAdapter::takeBackWhatIsLeftOpen() noexcept {
     if (isInTransaction()) {
         (void)sqlite3_exec(connection(), RollBackStatement.c_str(), nullptr, nullptr, nullptr);
         m_statements.clear();
+        m_tablesWithRows.clear();
     }
     m_isLeftOpen = isInTransaction();
 }

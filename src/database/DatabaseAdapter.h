@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -202,6 +203,12 @@ public:
     /// logged.
     [[nodiscard]] bool isTableThere(const std::string& table);
 
+    /**
+     * Whether @p table has no rows, for whoever needs no more of their count: 0 when @p isEmpty is
+     * true or false, 1 when it is not known, and @p isEmpty is true then. Logs what countRows() does.
+     */
+    [[nodiscard]] int lookForRows(const std::string& table, bool& isEmpty);
+
     /// Whether @p table can be counted and has no rows.
     [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
 
@@ -236,7 +243,8 @@ public:
     std::string concatWhereCondition(PairList& andList, PairList& orList);
     std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
 
-    /// Frees what SQLite keeps of the file's pages and needs no longer, for this connection alone.
+    /// Frees what is kept of the file's pages and of statements and is not in use, for this connection
+    /// alone.
     void releaseMemory();
 
     /// The prepared statements that are kept. For statistics and tests, with the lock held.
@@ -297,8 +305,12 @@ private:
 
     int insertShared(const std::string& table, const std::vector<std::string>& columns,
                      const std::vector<std::string>& values, long long* rowId);
+    /// As lookForRows(), for an update: what another process has removed since the last one counts
+    /// as there, since an update that finds no row has the same result.
+    int lookBeforeUpdate(const std::string& table, bool& isEmpty);
     std::string countStatement(const std::string& table, PairList& andList);
-    bool readRowCount(const std::string& sql, std::string& count);
+    /// Runs @p sql, which is @p shown in the log if it fails.
+    bool readRowCount(const std::string& sql, const std::string& shown, std::string& count);
     int collectRows(const std::string& sql, Rows& rows, bool stopAtFailedPrepare,
                     const char* countFormat);
     /// @p sql as it may stand in the log. Call it only when the level is logged.
@@ -321,6 +333,9 @@ private:
 
     const std::function<bool(Rows&)>* m_drain = nullptr;  ///< under the lock; not owned
     Counted m_counted;                   ///< under the lock; forgotten by each other statement
+    /// Those that an update has found rows in, until a statement that may remove some; under the
+    /// lock.
+    std::set<std::string> m_tablesWithRows;
     bool m_isCommitHeld = false;         ///< under the lock
     bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError

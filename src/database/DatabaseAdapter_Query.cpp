@@ -354,28 +354,41 @@ int DatabaseAdapter::getRowCount(std::string table, PairList& andList, std::stri
 
 int DatabaseAdapter::getRowCount(const std::string& sql, std::string& count) {
     // Success in every case, kept on purpose: a table that is missing counts as empty and is made.
-    (void)readRowCount(sql, count);
+    (void)readRowCount(sql, sql, count);
     return 0;
 }
 
 int DatabaseAdapter::countRows(const std::string& table, PairList& andList, std::string& count) {
-    return readRowCount(countStatement(table, andList), count) ? 0 : 1;
+    const std::string sql = countStatement(table, andList);
+    return readRowCount(sql, sql, count) ? 0 : 1;
+}
+
+int DatabaseAdapter::lookForRows(const std::string& table, bool& isEmpty) {
+    PairList all;
+    const std::string whole = countStatement(table, all);
+    // A count reads the whole table. Where the log does not show it, the first row answers.
+    const std::string first = "SELECT COUNT(*) FROM (SELECT 1 FROM " + table + " LIMIT 1);";
+    std::string count;
+    const bool isCounted =
+        readRowCount(loggingOnAppUni("DataAccessService", 6) ? whole : first, whole, count);
+    isEmpty = count == "0";
+    return isCounted ? 0 : 1;
 }
 
 bool DatabaseAdapter::isKnownToBeEmpty(const std::string& table) {
-    PairList all;
-    std::string count;
-    return countRows(table, all, count) == 0 && count == "0";
+    bool isEmpty = false;
+    return lookForRows(table, isEmpty) == 0 && isEmpty;
 }
 
-bool DatabaseAdapter::readRowCount(const std::string& sql, std::string& count) {
+bool DatabaseAdapter::readRowCount(const std::string& sql, const std::string& shown,
+                                   std::string& count) {
     count = "0";
     AdapterLock lock(*this);
     Statement statement(m_statements, connection(), sql);
-    (void)isReady(statement, sql);
+    (void)isReady(statement, shown);
     const int code = statement.step();
     if (code != SQLITE_ROW) {
-        logFailedStep(statement, code, sql);
+        logFailedStep(statement, code, shown);
         return false;
     }
     if (!statement.isNull(0)) {

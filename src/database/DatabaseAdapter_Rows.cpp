@@ -79,6 +79,20 @@ int DatabaseAdapter::insert(const std::string& table, const PairList& values, lo
     return convertSQLiteStatusToAdapterStatus(insertRow(table, columns, texts, rowId));
 }
 
+int DatabaseAdapter::lookBeforeUpdate(const std::string& table, bool& isEmpty) {
+    const AdapterLock lock(*this);
+    // At level 6 the log shows each count.
+    if (m_tablesWithRows.count(table) != 0 && !loggingOnAppUni("DataAccessService", 6)) {
+        isEmpty = false;
+        return 0;
+    }
+    const int result = lookForRows(table, isEmpty);
+    if (!isEmpty) {
+        m_tablesWithRows.insert(table);
+    }
+    return result;
+}
+
 int DatabaseAdapter::update(std::string table, PairList& andList, PairList& newValues,
                             bool skipEmptyCheck) {
     PairList orList;
@@ -89,12 +103,11 @@ int DatabaseAdapter::update(std::string table, PairList& andList, PairList& newV
 int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orList,
                             PairList& notList, PairList& newValues, bool skipEmptyCheck) {
     if (!skipEmptyCheck) {
-        PairList all;
-        std::string count;
-        if (countRows(table, all, count) != 0) {
+        bool isEmpty = false;
+        if (lookBeforeUpdate(table, isEmpty) != 0) {
             return 1;
         }
-        if (count == "0") {
+        if (isEmpty) {
             return 0;
         }
     }

@@ -45,6 +45,7 @@ int DatabaseAdapter::executeWithValues(const std::string& sql,
     if (m_lastError != nullptr) {
         freeError();
     }
+    m_tablesWithRows.clear();
     ChangeScope* const scope = ChangeScope::heard();
     if (scope != nullptr) {
         beginWatched(*scope);

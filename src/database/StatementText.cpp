@@ -7,12 +7,33 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <string_view>
 
 namespace {
 
 bool isNameCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '$' ||
            static_cast<unsigned char>(c) >= 0x80;
+}
+
+/// Characters from a literal to the next, for the room of their list.
+constexpr std::size_t UsualDistance = 16;
+
+/// What ends a stretch of plain text. Besides literals, names and the end of the statement these
+/// are parameters, comments and other quotes, which make a text that is not kept.
+constexpr std::string_view SpecialCharacters = "'\";?:@#`[/-";
+
+constexpr std::array<bool, 256> placesOf(std::string_view characters) {
+    std::array<bool, 256> isThere{};
+    for (const char c : characters) {
+        isThere[static_cast<unsigned char>(c)] = true;
+    }
+    return isThere;
+}
+
+bool isSpecial(char c) {
+    static constexpr std::array<bool, 256> isThere = placesOf(SpecialCharacters);
+    return isThere[static_cast<unsigned char>(c)];
 }
 
 bool hasKnownVerb(const std::string& sql) {
@@ -25,13 +46,22 @@ bool hasKnownVerb(const std::string& sql) {
 }  // namespace
 
 StatementText::StatementText(const std::string& sql)
-    : m_sql(sql), m_isCacheable(sql.size() <= MaximumSize && hasKnownVerb(sql) && takeApart()) {}
+    : m_sql(sql),
+      // At a NUL SQLite would stop reading.
+      m_isCacheable(sql.size() <= MaximumSize && hasKnownVerb(sql) &&
+                    sql.find('\0') == std::string::npos && takeApart()) {}
 
 bool StatementText::takeApart() {
     m_key.reserve(m_sql.size());
-    m_literals.reserve(static_cast<std::size_t>(std::count(m_sql.begin(), m_sql.end(), '\'')) / 2);
     for (std::size_t place = 0; place < m_sql.size();) {
-        const char c = m_sql[place];
+        const auto begin = m_sql.begin() + static_cast<std::ptrdiff_t>(place);
+        const auto special = std::find_if(begin, m_sql.end(), isSpecial);
+        m_key.append(begin, special);
+        if (special == m_sql.end()) {
+            break;
+        }
+        place = static_cast<std::size_t>(special - m_sql.begin());
+        const char c = *special;
         switch (c) {
             case '\'':
                 if (!takeLiteral(place)) {
@@ -46,15 +76,6 @@ bool StatementText::takeApart() {
             case ';':
                 // A second statement after the first would not be run.
                 return m_sql.find_first_not_of(" ;", place) == std::string::npos;
-            // Parameters of its own, comments, other quotes, and a NUL, where SQLite stops reading.
-            case '?':
-            case ':':
-            case '@':
-            case '#':
-            case '`':
-            case '[':
-            case '\0':
-                return false;
             case '/':
             case '-':
                 if (place + 1 < m_sql.size() &&
@@ -65,8 +86,7 @@ bool StatementText::takeApart() {
                 ++place;
                 break;
             default:
-                m_key += c;
-                ++place;
+                return false;
         }
     }
     return true;
@@ -83,10 +103,13 @@ bool StatementText::takeLiteral(std::size_t& place) {
         literal.hasDoubledQuotes = true;
         end = m_sql.find('\'', end + 2);
     }
-    if (end == std::string::npos || m_sql.find('\0', literal.begin) < end) {
+    if (end == std::string::npos) {
         return false;
     }
     literal.length = end - literal.begin;
+    if (m_literals.empty()) {
+        m_literals.reserve(1 + (m_sql.size() - end) / UsualDistance);
+    }
     m_literals.push_back(literal);
     m_key += '?';
     place = end + 1;
@@ -95,7 +118,7 @@ bool StatementText::takeLiteral(std::size_t& place) {
 
 bool StatementText::takeName(std::size_t& place, char end) {
     const std::size_t last = m_sql.find(end, place + 1);
-    if (last == std::string::npos || m_sql.find('\0', place) < last) {
+    if (last == std::string::npos) {
         return false;
     }
     m_key.append(m_sql, place, last + 1 - place);

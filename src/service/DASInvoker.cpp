@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <exception>
 #include <map>
-#include <sstream>
 
 #include "AurelProtocols.h"
 #include "ClientUtils.h"
@@ -26,6 +25,7 @@
 #include "Serializer.h"
 #include "service/DataAccessService.h"
 #include "service/MobilityMigrator.h"
+#include "service/ThreadStream.h"
 
 namespace {
 
@@ -386,14 +386,15 @@ void DASInvoker::handleMessage(Executable* executable, const char* message, int 
     Method request;
     Method reply;
     const std::size_t size = message != nullptr && length > 0 ? static_cast<unsigned>(length) : 0;
-    std::istringstream in(size > 0 ? std::string(message, size) : std::string());
-    if (adapter->decode(in, request)) {
+    if (adapter->decode(threadStream(size > 0 ? std::string(message, size) : std::string()),
+                        request)) {
         reply.setName(request.getName());
         if (!dispatch(executable, *m_frameworkContext, *response, request, reply)) {
             return;
         }
     }
-    std::ostringstream out;
+    std::stringstream& out = threadStream({});
     adapter->encode(reply, out);
     response->setReply(out.str());
+    (void)threadStream({});  // a large answer is not kept
 }

@@ -133,7 +133,7 @@ void DataAccessService::init(Context& context) {
     m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
     m_mobilityMigratorInUse = m_mobilityMigrator.get();
     if (DatabaseAdapter* const adapter = m_dbAdapter) {
-        adapter->releaseMemory();  // the looks of the upgrade have gone through all tables
+        adapter->releaseMemory();  // the looks of the upgrade go through all tables and come once
     }
     m_initialised = true;
 }
