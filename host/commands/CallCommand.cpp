@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <set>
 
 #include "cli/Command.h"
 #include "cli/HostCommands.h"
@@ -50,6 +51,17 @@ bool addParameter(Method& method, const std::string& text) {
         addTyped(method, name, value);
     }
     return true;
+}
+
+/// A parameter that stands twice, of which the service would take the first; blank for none.
+std::string doubledName(const Method& method) {
+    std::set<std::string> names;
+    for (const Parameter& parameter : method.parameters()) {
+        if (!names.insert(parameter.name).second) {
+            return parameter.name;
+        }
+    }
+    return "";
 }
 
 /// Reports parameters that the method does not take. The call is made nevertheless, since the
@@ -124,6 +136,11 @@ public:
                 return false;
             }
         }
+        if (const std::string twice = doubledName(m_method); !twice.empty()) {
+            Complaint::report("call " + name + ": " + twice + " is given twice",
+                              "give each parameter one value");
+            return false;
+        }
         reportStrangers(*m_known, m_method);
         return checkMissing(*m_known, m_method);
     }
@@ -135,22 +152,26 @@ public:
             !Question::mayGoOn("Remove all data of the telephone?")) {
             return ExitFailure;
         }
-        return call(session.connection(), session.output());
+        return call(session);
     }
 
 protected:
     Session::Manner manner() const override { return Session::Manner::Plain; }
 
 private:
-    int call(Connection& connection, Output& output) const {
+    int call(Session& session) const {
         Method answer;
+        Connection& connection = session.connection();
         const bool isOneWay = m_known->kind == Methods::Kind::OneWay;
         const bool isDone =
             isOneWay ? connection.callOneWay(m_method) : connection.call(m_method, answer);
         if (!isDone) {
             return HostCommands::reportSilence();
         }
-        return print(isOneWay ? Method() : answer, output);
+        const int status = isOneWay ? ExitSuccess : print(answer, session.output());
+        const bool mayBeRefused = isOneWay || status == ExitFailure;
+        return mayBeRefused && session.reportRefusal("call " + m_method.getName()) ? ExitFailure
+                                                                                   : status;
     }
 
     const Methods::Row* m_known = nullptr;

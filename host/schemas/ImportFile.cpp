@@ -172,7 +172,10 @@ bool ImportFile::hasOtherSeparator(std::string_view text) {
         line.begin(), line.end(), [](char each) { return each == ';' || each == '\t'; }, ',');
     std::vector<std::string> names;
     if (QuotedCsv(line).next(mostNamesOf(m_schema), names) && hasNameInFront(names)) {
-        refuse(1, "semicolons or tabs separate its columns; save it with commas between them");
+        refuse(1,
+               std::string("semicolons or tabs separate its columns; save it with commas between "
+                           "them") +
+                   (m_schema.table == Contacts ? std::string(", or: ") + OtherProgram : ""));
     }
     return !m_refusals.empty();
 }
