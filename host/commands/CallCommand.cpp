@@ -17,6 +17,16 @@
 
 namespace {
 
+/// The parameters that @p method takes, in words.
+std::string takenBy(const Methods::Row& method) {
+    const std::vector<Methods::Value> taken = method.of(Parameter::in);
+    std::string words = std::string(method.name) + " takes" + (taken.empty() ? " none" : "");
+    for (const Methods::Value& in : taken) {
+        words += " " + Methods::toText(in);
+    }
+    return words;
+}
+
 /// Adds a parameter of the type that @p value looks like.
 void addTyped(Method& method, const std::string& name, const std::string& value) {
     if (value == "true" || value == "false") {
@@ -68,10 +78,9 @@ std::string doubledName(const Method& method) {
 /// service decides.
 void reportStrangers(const Methods::Row& known, const Method& method) {
     const std::vector<Methods::Value> taken = known.of(Parameter::in);
-    std::string words = std::string(known.name) + " takes" + (taken.empty() ? " none" : "");
+    const std::string words = takenBy(known);
     std::vector<std::string> names;
     for (const Methods::Value& in : taken) {
-        words += " " + Methods::toText(in);
         names.emplace_back(in.name);
     }
     for (const Parameter& parameter : method.parameters()) {
@@ -132,7 +141,7 @@ public:
         m_method.setName(name);
         for (const std::string& parameter : arguments.all("NAME=VALUE")) {
             if (!addParameter(m_method, parameter)) {
-                Complaint::report(parameter + ": not of the form NAME=VALUE");
+                Complaint::report(parameter + ": not of the form NAME=VALUE", takenBy(*m_known));
                 return false;
             }
         }
