@@ -39,21 +39,28 @@ void exportToEnvironment(const HostOptions& options) {
     }
 }
 
+/// What becomes of the data by the arguments that the command got.
+CommandTable::Data dataOf(const CommandLine& line) {
+    using CommandTable::Data;
+    const Data data = line.command().data;
+    const bool isRead =
+        data == Data::Either && !line.arguments().has(line.command().arguments.front().name);
+    return isRead || line.arguments().has("--dry-run") ? Data::Read : data;
+}
+
 /// Finds the service for a command. False, after a message, when the command can't run there.
 bool findService(const CommandLine& line, HostOptions& options) {
     using CommandTable::Data;
-    const bool isTrial = line.arguments().has("--dry-run");
-    const Data data = isTrial ? Data::Read : line.command().data;
+    const Data data = dataOf(line);
     if (data == Data::Apart) {
         return true;
     }
     if (data != Data::OfFile && data != Data::OfFiles) {
-        ServicePlace::find(options, data == Data::OfHost ? ServicePlace::Needs::Host
-                                                         : ServicePlace::Needs::Service);
+        ServicePlace::find(options);
     }
     if ((data == Data::OfFile || data == Data::OfFiles) && options.socket) {
         Complaint::report(std::string(line.command().name) + ": the command takes no --socket",
-                        "it works on the files themselves: name their folder by --db");
+                          "it works on the files themselves: name their folder by --db");
         return false;
     }
     const bool needsDatabase = data == Data::OfFile || (data == Data::Read && !options.socket);

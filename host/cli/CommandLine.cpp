@@ -100,6 +100,16 @@ std::string nameOf(const Row* row) {
     return row == nullptr ? "das" : std::string("das ") + row->name;
 }
 
+/// The option that @p word, which has no place of its own, may be the value of; blank for none.
+std::string optionFor(const std::string& word, const Row& row) {
+    const bool isPair = word.find('=') != std::string::npos;
+    const bool isNumber = word.find_first_not_of("0123456789") == std::string::npos;
+    const std::string name = isPair ? "--where" : isNumber ? "--id" : "";
+    const bool isTaken = std::any_of(row.options.begin(), row.options.end(),
+                                     [&](const auto& option) { return option.name == name; });
+    return isTaken ? name + " " + word : "";
+}
+
 /// Reports @p word, which is neither an option nor an argument of the command.
 void tellOfStranger(const std::string& word, const Row* row) {
     if (!word.empty() && word[0] == '-') {
@@ -113,7 +123,10 @@ void tellOfStranger(const std::string& word, const Row* row) {
         Complaint::report(word + ": no such command",
                           NearMisses::question(word, CommandTable::names(), "das help lists them"));
     } else {
-        Complaint::report(word + ": unexpected argument", "the usage is " + HelpText::usage(*row));
+        const std::string meant = optionFor(word, *row);
+        Complaint::report(word + ": unexpected argument",
+                          meant.empty() ? "the usage is " + HelpText::usage(*row)
+                                        : "did you mean " + meant + "?");
     }
 }
 

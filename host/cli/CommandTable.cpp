@@ -235,7 +235,7 @@ const std::vector<Row> Rows = {
      {{"das profile", "prints the current user"}, {"das profile base", "changes it"}},
      {},
      makeProfileCommand,
-     Data::Changed},
+     Data::Either},
     {"shell",
      "Talk to the service line by line",
      "Takes the commands that work on data, service words and requests in XML, with history and "

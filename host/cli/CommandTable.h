@@ -68,6 +68,7 @@ struct Exit {
 enum class Data {
     Changed,  ///< with the service, which is looked for and makes a missing database
     Read,     ///< with the service, which is looked for; a missing database is an error
+    Either,   ///< changed if the command has an argument, else read
     OfFile,   ///< in the database's file, without a host; a missing database is an error
     OfFiles,  ///< in files that the command itself looks for, without a host
     OfHost,   ///< with a running host, which is looked for

@@ -3,10 +3,13 @@
 
 #include "cli/HostCommands.h"
 
+#include <cstdlib>
 #include <iostream>
 
 #include "client/HostOptions.h"
 #include "client/SocketConnection.h"
+#include "framework/AccessRules.h"
+#include "framework/FailureWords.h"
 #include "terminal/Complaint.h"
 #include "terminal/Output.h"
 #include "wire/JsonRpc.h"
@@ -14,8 +17,12 @@
 int HostCommands::open(const std::string& command, const HostOptions& options,
                        SocketConnection& connection) {
     if (!options.socket) {
-        Complaint::report(command + ": no host is named",
-                          "name the socket of one by --socket or DAS_SOCKET");
+        const bool isFolderNamed = std::getenv("DB_PATH") != nullptr;
+        Complaint::report(
+            command + (isFolderNamed
+                           ? ": --db or DB_PATH names a folder, and the command needs a host"
+                           : ": no host is named"),
+            std::string("name its socket by --socket") + (isFolderNamed ? "" : " or DAS_SOCKET"));
         return ExitUsage;
     }
     std::string error;
@@ -39,8 +46,13 @@ bool isRefused(const HostCommands::ListenCall& call, const Method& answer) {
     bool isDone = true;
     (void)answer.getBoolParameter("Acknowledge", isDone);
     if (!isDone && !call.isWish) {
-        Complaint::report(call.method.getName() + ": not allowed",
-                          "it needs the right listen by the access rules of the host");
+        const Methods::Access& needed = Methods::find(call.method.getName())->access;
+        const std::string rights = AccessRules::wordsFor(needed.everywhere | needed.ofSchema);
+        std::string schemas;
+        (void)call.method.getStringParameter("Schemas", schemas);
+        Complaint::report(
+            call.method.getName() + ": " +
+            FailureWords::ofRefusal(rights + " for " + (schemas.empty() ? "*" : schemas)).text());
     }
     return !isDone;
 }

@@ -276,7 +276,8 @@ bool RowArguments::readPair(const std::string& text, const std::vector<std::stri
                             RequestText::Values& pairs) const {
     const std::size_t sign = text.find('=');
     if (sign == std::string::npos || sign == 0) {
-        Complaint::report(text + ": not of the form NAME=VALUE");
+        Complaint::report(text + ": not of the form NAME=VALUE",
+                          isNumber(text) ? "name a row by --id " + text : "");
         return false;
     }
     std::string name = text.substr(0, sign);

@@ -68,7 +68,7 @@ std::vector<std::string> StoredItems::ask(Connection& connection,
 }
 
 std::vector<std::string> StoredItems::find(HostOptions options, const KnownSchemas::Entry& schema) {
-    ServicePlace::find(options, ServicePlace::Needs::Service);
+    ServicePlace::find(options);
     if (!options.socket) {
         return inFile(schema);
     }

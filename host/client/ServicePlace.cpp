@@ -33,9 +33,8 @@ std::string folderOfDatabase() {
 
 }  // namespace
 
-void ServicePlace::find(HostOptions& options, Needs needs) {
-    const bool isFolderNamed = std::getenv("DB_PATH") != nullptr;
-    if (options.socket || (isFolderNamed && needs == Needs::Service)) {
+void ServicePlace::find(HostOptions& options) {
+    if (options.socket || std::getenv("DB_PATH") != nullptr) {
         return;
     }
     const char* const named = std::getenv("DAS_SOCKET");

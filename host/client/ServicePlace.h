@@ -14,15 +14,10 @@ struct HostOptions;
  */
 namespace ServicePlace {
 
-/// What a command needs of the service.
-enum class Needs {
-    Service,  ///< a host, or the service in its own process
-    Host      ///< a host: folders do not count
-};
-
 /// Stores in @p options the socket that the order leads to. None when the service is to be started
-/// in this process. To be called after --db went to the environment.
-void find(HostOptions& options, Needs needs);
+/// in this process; a command that needs a host has none then. To be called after --db went to the
+/// environment.
+void find(HostOptions& options);
 
 /// Whether there is a database for a service in this process. If not, standard error says so, with
 /// what to do.

@@ -140,10 +140,6 @@ std::optional<std::string> Session::ask(const std::string& request) {
 std::optional<std::string> Session::askFor(const std::string& what, const std::string& request,
                                            const std::string& advice) {
     auto answer = ask(request);
-    if (answer && Answers::isRefusal(*answer)) {
-        Complaint::report(what + ": not allowed", "the access rules of the host decide");
-        return std::nullopt;
-    }
     if (answer && (*answer == "failure" || Answers::isFailure(*answer))) {
         reportFailure(what, advice);
         return std::nullopt;
@@ -151,7 +147,18 @@ std::optional<std::string> Session::askFor(const std::string& what, const std::s
     return answer;
 }
 
+bool Session::reportRefusal(const std::string& what) {
+    const FailureWords words = isLocal() ? FailureWords() : takeFailures();
+    if (words.isRefusal()) {
+        Complaint::report(what + ": " + words.text());
+    }
+    return words.isRefusal();
+}
+
 int Session::reportFailure(const std::string& what, const std::string& advice) {
+    if (reportRefusal(what)) {
+        return ExitFailure;
+    }
     const std::string words = takeFailures().text();
     const std::string known = FailureWords::adviceFor(words);
     Complaint::report(what + ": the service answered a failure: " +

@@ -53,6 +53,10 @@ public:
     /// @p advice helps where no reason is known. Returns the exit status.
     int reportFailure(const std::string& what, const std::string& advice = "");
 
+    /// Reports that the host's access rules do not allow @p what, which was the last call, with the
+    /// right that is missing. False, without a report, if they do.
+    bool reportRefusal(const std::string& what);
+
     /// What the service has logged of failures in the last call.
     virtual FailureWords takeFailures() = 0;
 

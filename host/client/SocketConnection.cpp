@@ -93,9 +93,10 @@ Connection::Result SocketConnection::exchange(Method request, Method& answer) {
 }
 
 bool SocketConnection::callOneWay(Method request) {
-    // Messages are handled in order: by the answer to the second one the first is done.
+    // Messages are handled in order: by the answer to the second one the first is done. This one
+    // keeps what the host knows of the failures of the first.
     Method ignored;
-    return sendLine(JsonRpc::notification(request)) && call(requestOf("getCurrentUser"), ignored);
+    return sendLine(JsonRpc::notification(request)) && call(Method("LastFailures"), ignored);
 }
 
 bool SocketConnection::sendLine(const std::string& line) {

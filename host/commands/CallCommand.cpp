@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <set>
 
 #include "cli/Command.h"
 #include "cli/HostCommands.h"
@@ -15,6 +16,16 @@
 #include "wire/ParameterText.h"
 
 namespace {
+
+/// The parameters that @p method takes, in words.
+std::string takenBy(const Methods::Row& method) {
+    const std::vector<Methods::Value> taken = method.of(Parameter::in);
+    std::string words = std::string(method.name) + " takes" + (taken.empty() ? " none" : "");
+    for (const Methods::Value& in : taken) {
+        words += " " + Methods::toText(in);
+    }
+    return words;
+}
 
 /// Adds a parameter of the type that @p value looks like.
 void addTyped(Method& method, const std::string& name, const std::string& value) {
@@ -52,14 +63,24 @@ bool addParameter(Method& method, const std::string& text) {
     return true;
 }
 
+/// A parameter that stands twice, of which the service would take the first; blank for none.
+std::string doubledName(const Method& method) {
+    std::set<std::string> names;
+    for (const Parameter& parameter : method.parameters()) {
+        if (!names.insert(parameter.name).second) {
+            return parameter.name;
+        }
+    }
+    return "";
+}
+
 /// Reports parameters that the method does not take. The call is made nevertheless, since the
 /// service decides.
 void reportStrangers(const Methods::Row& known, const Method& method) {
     const std::vector<Methods::Value> taken = known.of(Parameter::in);
-    std::string words = std::string(known.name) + " takes" + (taken.empty() ? " none" : "");
+    const std::string words = takenBy(known);
     std::vector<std::string> names;
     for (const Methods::Value& in : taken) {
-        words += " " + Methods::toText(in);
         names.emplace_back(in.name);
     }
     for (const Parameter& parameter : method.parameters()) {
@@ -120,9 +141,14 @@ public:
         m_method.setName(name);
         for (const std::string& parameter : arguments.all("NAME=VALUE")) {
             if (!addParameter(m_method, parameter)) {
-                Complaint::report(parameter + ": not of the form NAME=VALUE");
+                Complaint::report(parameter + ": not of the form NAME=VALUE", takenBy(*m_known));
                 return false;
             }
+        }
+        if (const std::string twice = doubledName(m_method); !twice.empty()) {
+            Complaint::report("call " + name + ": " + twice + " is given twice",
+                              "give each parameter one value");
+            return false;
         }
         reportStrangers(*m_known, m_method);
         return checkMissing(*m_known, m_method);
@@ -135,22 +161,26 @@ public:
             !Question::mayGoOn("Remove all data of the telephone?")) {
             return ExitFailure;
         }
-        return call(session.connection(), session.output());
+        return call(session);
     }
 
 protected:
     Session::Manner manner() const override { return Session::Manner::Plain; }
 
 private:
-    int call(Connection& connection, Output& output) const {
+    int call(Session& session) const {
         Method answer;
+        Connection& connection = session.connection();
         const bool isOneWay = m_known->kind == Methods::Kind::OneWay;
         const bool isDone =
             isOneWay ? connection.callOneWay(m_method) : connection.call(m_method, answer);
         if (!isDone) {
             return HostCommands::reportSilence();
         }
-        return print(isOneWay ? Method() : answer, output);
+        const int status = isOneWay ? ExitSuccess : print(answer, session.output());
+        const bool mayBeRefused = isOneWay || status == ExitFailure;
+        return mayBeRefused && session.reportRefusal("call " + m_method.getName()) ? ExitFailure
+                                                                                   : status;
     }
 
     const Methods::Row* m_known = nullptr;

@@ -102,11 +102,12 @@ public:
     SetCommand() : ChangeCommand("set", "update_request") {}
 
     int runIn(Session& session, const Arguments& arguments) override {
-        const std::string key = rows().form() == Form::Rows ? keyElement() : "";
-        const bool wasThere = key.empty() || hasRow(session, rows().context(), key);
+        const auto named = rows().form() == Form::Rows ? key() : std::nullopt;
+        const std::string condition = named ? RequestText::elements({*named}) : "";
+        const bool wasThere = !named || hasRow(session, rows().context(), condition);
         const int status = ChangeCommand::runIn(session, arguments);
         if (status == ExitSuccess && !wasThere) {
-            reportNew(hasRow(session, rows().context(), key));
+            reportNew(named->second, hasRow(session, rows().context(), condition));
         }
         return status;
     }
@@ -129,27 +130,30 @@ protected:
                refuse("no row is named", "name one by --id ID");
     }
 
-    /// The element that names the row; blank when none does.
-    std::string keyElement() const {
+    /// The name and value that name the row; none when no argument does.
+    std::optional<RequestText::Values::value_type> key() const {
         for (const auto* const values : {&rows().conditions(), &rows().values()}) {
             for (const auto& value : *values) {
                 if (namesRow({value})) {
-                    return RequestText::element(value.first, value.second);
+                    return value;
                 }
             }
         }
-        return "";
+        return std::nullopt;
     }
 
     /// An update of a key that no row has makes a row in some tables, and does nothing in others.
-    void reportNew(bool isMade) const {
+    void reportNew(const std::string& id, bool isMade) const {
         const std::string& name = rows().schema().name;
         const bool canGo = rows().schema().has("delete_request");
-        Complaint::report(rows().what() + (isMade ? ": there was no such row, so a new one was made"
-                                                  : ": there is no such row, so nothing changes"),
-                          !isMade ? "das read " + name + " lists the rows"
-                          : canGo ? "das delete " + name + " --id deletes it"
-                                  : "no command deletes it");
+        const auto& user = rows().context();
+        Complaint::report(
+            rows().what() + (isMade ? ": there was no row " + id + (user ? " of " + *user : "") +
+                                          ", so a new one was made"
+                                    : ": there is no such row, so nothing changes"),
+            !isMade ? "das read " + name + " lists the rows"
+            : canGo ? "das delete " + name + " --id " + id + " deletes it"
+                    : "no command deletes it");
     }
 
     std::string body() const override {

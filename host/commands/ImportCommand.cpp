@@ -216,13 +216,11 @@ private:
         if (result.isChecked && !isOfLines) {
             return session.reportFailure(m_arguments.what(), result.words);
         }
-        const std::string words =
-            result.words.empty() ? session.takeFailures().text() : result.words;
-        if (!result.isChecked && words.empty()) {
-            Complaint::report(m_arguments.what() + ": not allowed",
-                              "the access rules of the host decide");
+        if (result.words.empty() && session.reportRefusal(m_arguments.what())) {
             return ExitFailure;
         }
+        const std::string words =
+            result.words.empty() ? session.takeFailures().text() : result.words;
         const std::string file =
             isOfLines ? m_arguments.file() : m_arguments.what() + ": " + m_arguments.file();
         for (const std::string& line : ClientUtils::tokenizeString(words, "\n", false, false)) {

@@ -139,12 +139,19 @@ private:
         const char* const root = std::getenv("DAS_ROOT");
         const fs::path source = root == nullptr || *root == 0 ? "/" : root;
         std::error_code error;
+        if (!fs::is_directory(source, error)) {
+            const int reason = error ? error.value() : ENOTDIR;
+            Complaint::reportError("rehearse: " + source.string(), reason,
+                                   "name the telephone's root by --root or DAS_ROOT");
+            return false;
+        }
+        // A computer may lack them. The start would log that as a failure, but the upgrade has not
+        // failed.
         for (const char* const made : {"data", "tmp"}) {
-            if (!error && fs::is_directory(source / made)) {
+            if (!error) {
                 fs::create_directories(fs::path(m_root) / made, error);
             }
         }
-        fs::create_directories(m_root, error);
         for (const char* const name : DeviceFiles) {
             if (!error && fs::exists(source / name)) {
                 fs::copy(source / name, fs::path(m_root) / name, fs::copy_options::recursive,

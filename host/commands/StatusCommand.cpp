@@ -112,8 +112,7 @@ int runStatus(const HostOptions& options, const Arguments& arguments) {
     const bool isAnswered = answer.getStringParameter("Statistics", text);
     const Json figures = Json::parse(text, nullptr, false);
     if (!isAnswered || !figures.is_object()) {
-        Complaint::report("status: the host does not allow it",
-                          "its access rules must give the right listen for *");
+        Complaint::report("status: " + FailureWords::ofRefusal("listen for *").text());
         return ExitFailure;
     }
     return print(figures, text, arguments);

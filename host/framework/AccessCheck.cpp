@@ -18,6 +18,8 @@ namespace {
 using namespace DASUtilsStrings;
 using Methods::Place;
 
+const std::string EverySchema = "*";
+
 /// The schemas by their names: a request must not wait for a walk over all of them.
 const KnownSchemas::Entry* findSchema(const std::string& name) {
     static const auto all = [] {
@@ -81,6 +83,20 @@ bool AccessCheck::may(unsigned rights, const std::string& schema) const {
     return findSchema(schema) != nullptr ? m_rights.may(rights, schema) : m_rights.may(rights);
 }
 
+bool AccessCheck::has(unsigned rights, const std::string& schema) {
+    return may(rights, schema) || lacks(rights, schema);
+}
+
+bool AccessCheck::lacks(unsigned rights, const std::string& schema) {
+    unsigned missing = 0;
+    for (unsigned right = 1; right <= rights; right <<= 1U) {
+        missing |= may(right, schema) ? 0 : right & rights;
+    }
+    const bool isKnown = findSchema(schema) != nullptr;
+    m_missing = AccessRules::wordsFor(missing) + " for " + (isKnown ? schema : EverySchema);
+    return false;
+}
+
 bool AccessCheck::allows(const Methods::Row& method) {
     const Methods::Access& access = method.access;
     std::string text;
@@ -92,7 +108,7 @@ bool AccessCheck::allows(const Methods::Row& method) {
                    allowsRequest(text, length);
         case Place::List:
             (void)m_call.getStringParameter(access.name, m_schema);
-            return m_rights.may(access.everywhere) && allowsList(access.ofSchema, m_schema);
+            return has(access.everywhere, EverySchema) && allowsList(access.ofSchema, m_schema);
         case Place::Parameter:
             (void)m_call.getStringParameter(access.name, m_schema);
             break;
@@ -112,9 +128,9 @@ bool AccessCheck::allows(const Methods::Row& method) {
     const bool isWrite = ((access.everywhere | access.ofSchema) & Methods::Write) != 0;
     // In place of a text these methods take the path of a file of the telephone.
     const bool namesFile = m_call.getStringParameter("File", text) && !text.empty();
-    return m_rights.may(access.everywhere | (namesFile ? Methods::Files : Methods::None)) &&
-           (access.ofSchema == Methods::None || may(access.ofSchema, m_schema)) &&
-           (!isWrite || m_maySeeSecrets || keepsSecrets());
+    return has(access.everywhere | (namesFile ? Methods::Files : Methods::None), EverySchema) &&
+           has(access.ofSchema, m_schema) &&
+           (!isWrite || m_maySeeSecrets || keepsSecrets() || lacks(Methods::Secrets, m_schema));
 }
 
 /// Whether what the call stores holds no mask where a secret may stand: a password that was
@@ -131,11 +147,11 @@ bool AccessCheck::keepsSecrets() const {
            (!m_call.getStringParameter("File", path) || path.empty() || !fileHoldsMask(path));
 }
 
-bool AccessCheck::allowsList(unsigned rights, const std::string& list) const {
+bool AccessCheck::allowsList(unsigned rights, const std::string& list) {
     const auto names = ChangeRelay::namesOf(list);  // as it will be heard
-    return names.empty() ? m_rights.may(rights)
+    return names.empty() ? has(rights, EverySchema)
                          : std::all_of(names.begin(), names.end(),
-                                       [&](const std::string& name) { return may(rights, name); });
+                                       [&](const std::string& name) { return has(rights, name); });
 }
 
 bool AccessCheck::allowsRequest(const std::string& text, int length) {
@@ -145,9 +161,10 @@ bool AccessCheck::allowsRequest(const std::string& text, int length) {
         case RequestLook::Kind::Harmless:
             return true;
         case RequestLook::Kind::SaveContacts:
-            return m_rights.may(Methods::Files) && may(Methods::Read, PhoneBookSchema);
+            return has(Methods::Files, EverySchema) && has(Methods::Read, PhoneBookSchema);
         case RequestLook::Kind::TraceSwitch:
-            return false;  // for those who may do all, who were let through before
+            // Those who may do all were let through before.
+            return lacks(Methods::All, EverySchema);
         default:
             return allowsMessage(look);
     }
@@ -161,15 +178,14 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
     const bool hasMany = (look.reason == ReadRequest && look.hasManyColumns) ||
                          (look.reason == DeleteRequest && look.hasManyItems);
     const bool isOfOne = known != nullptr && look.isParsed && !(isOfSettings && hasMany);
-    const auto isGiven = [&](unsigned rights) {
-        return isOfOne ? m_rights.may(rights, look.schema) : m_rights.may(rights);
-    };
-    m_maySeeSecrets = isGiven(Methods::Secrets);
+    const std::string& schema = isOfOne ? look.schema : EverySchema;
+    m_maySeeSecrets = may(Methods::Secrets, schema);
     m_showsData = right == Methods::Read;
-    return look.isClear && isGiven(right) &&
+    return (look.isClear || lacks(Methods::All, EverySchema)) && has(right, schema) &&
            (right != Methods::Read || !showsCallsAndContacts(look) ||
-            (m_rights.may(right, CallLogSchema) && m_rights.may(right, PhoneBookSchema))) &&
-           (m_maySeeSecrets || allowsSecrets(look, isOfSettings));
+            (has(right, CallLogSchema) && has(right, PhoneBookSchema))) &&
+           (m_maySeeSecrets || allowsSecrets(look, isOfSettings) ||
+            lacks(Methods::Secrets, schema));
 }
 
 /// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items

@@ -31,6 +31,9 @@ public:
     /// The schema that the call is about; blank for none.
     const std::string& schema() const { return m_schema; }
 
+    /// The rights that are missing for the call, with their schema, as a rule names them.
+    const std::string& missing() const { return m_missing; }
+
 private:
     /// Whether a call of @p method is allowed. Finds out the schema, and whether secrets are
     /// hidden.
@@ -41,14 +44,19 @@ private:
     bool allowsMessage(const RequestLook& look);
     bool allowsSecrets(const RequestLook& look, bool isOfSettings) const;
     /// Whether @p rights are there for each schema of @p list, or for all of them if it is blank.
-    bool allowsList(unsigned rights, const std::string& list) const;
+    bool allowsList(unsigned rights, const std::string& list);
     bool keepsSecrets() const;
-    /// Whether the client has @p rights for @p schema, which may be unknown.
+    /// Whether the client has @p rights for @p schema, which may be unknown or "*".
     bool may(unsigned rights, const std::string& schema) const;
+    /// The same for a right without which the call is refused: notes those that are missing.
+    bool has(unsigned rights, const std::string& schema);
+    /// Notes that @p rights are missing for @p schema. Always false.
+    bool lacks(unsigned rights, const std::string& schema);
 
     const Method& m_call;
     const ClientRights& m_rights;
     std::string m_schema;
+    std::string m_missing;
     bool m_showsData = false;  ///< others must not be disturbed: what they read may be stored
     bool m_maySeeSecrets = true;
     bool m_isAllowed = false;

@@ -79,6 +79,19 @@ std::string faultOf(const struct stat& status) {
 
 }  // namespace
 
+std::string AccessRules::wordsFor(unsigned rights) {
+    std::string words;
+    for (const auto& [word, right] : RightWords) {
+        if (right == rights) {
+            return word;
+        }
+        if ((rights & right) == right) {
+            words += (words.empty() ? "" : ",") + std::string(word);
+        }
+    }
+    return words;
+}
+
 Peer Peer::of(int descriptor) {
     Peer peer;
     ucred credentials{};

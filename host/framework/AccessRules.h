@@ -65,6 +65,9 @@ public:
     /// Reads the text of such a file. False as above.
     [[nodiscard]] bool parse(std::string_view text, const Resolve& resolve, std::string& error);
 
+    /// @p rights as a rule names them: "read,write".
+    static std::string wordsFor(unsigned rights);
+
     /// What the client of @p peer may do: the sum of all lines that match.
     ClientRights rightsOf(const Peer& peer) const;
 

@@ -62,6 +62,15 @@ bool isXml(std::string_view line) {
     return line.front() == '<';
 }
 
+/// Whether the database is closed after @p call; none for a call that leaves it as it is.
+std::optional<bool> closesDatabase(const Method& call) {
+    bool isMadeAgain = false;
+    (void)call.getBoolParameter("EnableCreateDb", isMadeAgain);
+    const bool isReset =
+        call.getName() == "factoryReset" || call.getName() == "invokeACMSFactoryReset";
+    return isReset ? std::optional(!isMadeAgain) : std::nullopt;
+}
+
 /// Runs @p work. If it ends with an exception, that is logged, and its client takes no more: it
 /// must not wait for an answer that there was no memory for.
 template <typename Work>
@@ -126,7 +135,7 @@ void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>&
             const Secrets::Hidden hidden(check.hidesSecrets());
             carryOutAllowed(message, client);
         } else {
-            refuseCall(message, check.schema(), *client);
+            refuseCall(message, check, *client);
         }
     } else {
         carryOutAllowed(message, client);
@@ -145,12 +154,12 @@ void Dispatcher::carryOutAllowed(MessageInWork& message, const std::shared_ptr<C
 }
 
 /// Answers a call that its client is not allowed to make. Nothing of it reaches the service.
-void Dispatcher::refuseCall(MessageInWork& message, const std::string& schema,
-                            const Client& client) {
+void Dispatcher::refuseCall(MessageInWork& message, const AccessCheck& check, Client& client) {
     const std::string& name = message.request.getName();
     const Methods::Row* const method = Methods::find(name);
     ++statistics().refused;
-    m_accessLog.refused(client.user(), name, schema);
+    m_accessLog.refused(client.user(), name, check.schema());
+    client.lastFailures() = FailureWords::ofRefusal(check.missing());
     if (method == nullptr || method->kind == Methods::Kind::OneWay) {
         message.hasFailed = true;
         return;
@@ -202,6 +211,13 @@ void Dispatcher::ask(MessageInWork& message, Client& client) {
     }
     const AnswerLimit limit(client.longestAnswer(), MessageInWork::LargeAnswer,
                             std::move(beforeLarge));
+    const std::optional<bool> closes = closesDatabase(message.request);
     m_invoker.handleMessage(&m_service, "", 0,
                             std::make_unique<ClientResponse>(client, message).release());
+    // The service itself gives no reason then, or one that is of no use to a client.
+    if (closes) {
+        m_isDatabaseClosed = *closes;
+    } else if (m_isDatabaseClosed && message.hasFailed) {
+        client.lastFailures().setClosed();
+    }
 }

@@ -1,6 +1,7 @@
 #ifndef DISPATCHER_H
 #define DISPATCHER_H
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "framework/AccessLog.h"
 #include "framework/AccessRules.h"
 
+class AccessCheck;
 class Client;
 class Executable;
 class HostFramework;
@@ -66,7 +68,7 @@ private:
     /// The same for a message that is allowed.
     void carryOutAllowed(MessageInWork& message, const std::shared_ptr<Client>& client);
     /// Answers a call that the rules do not allow, and logs it.
-    void refuseCall(MessageInWork& message, const std::string& schema, const Client& client);
+    void refuseCall(MessageInWork& message, const AccessCheck& check, Client& client);
     std::optional<Method> answerOfHost(const MessageInWork& message,
                                        const std::shared_ptr<Client>& client);
     /// Hands the message to the service. The answer is sent by then.
@@ -77,6 +79,7 @@ private:
     HostFramework& m_framework;
     std::optional<AccessRules> m_rules;
     AccessLog m_accessLog;
+    std::atomic<bool> m_isDatabaseClosed = false;  ///< by a reset, until the host is restarted
     std::mutex m_largeAnswers;  ///< held from the moment an answer is large until it is sent
 };
 

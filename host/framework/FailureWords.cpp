@@ -9,8 +9,14 @@ namespace {
 constexpr int LevelOfFailures = 2;
 constexpr std::size_t LongestText = 400;
 
+const std::string Refusal = "not allowed; the access rules of the host must give the right ";
+
+const char* const NoDatabase = "'no open database'";
+const char* const Closed = "the telephone was reset, and its database is closed";
+
 const std::pair<const char*, const char*> Advice[] = {
-    {"'no open database'", "name the folder of phone.db by --db or DB_PATH"},
+    {NoDatabase, "start the service with the folder of phone.db, by --db or DB_PATH"},
+    {Closed, "restart the host"},
     {"file is not a database", "das check finds out more"},
     {"malformed", "das check finds out more"},
     {"disk I/O error", "see to the disk and how full it is; das check looks at the file"},
@@ -23,6 +29,24 @@ const std::pair<const char*, const char*> Advice[] = {
 };
 
 }  // namespace
+
+FailureWords FailureWords::ofRefusal(const std::string& rights) {
+    FailureWords words;
+    words.m_text = Refusal + rights;
+    words.m_hasFailed = true;
+    return words;
+}
+
+bool FailureWords::isRefusal() const {
+    return m_text.rfind(Refusal, 0) == 0;
+}
+
+void FailureWords::setClosed() {
+    if (m_text.empty() || m_text.find(NoDatabase) != std::string::npos) {
+        m_text = Closed;
+        m_hasFailed = true;
+    }
+}
 
 void FailureWords::add(const Log::Entry& entry) {
     // An item that was never set is logged at the level of failures, but is no failure.

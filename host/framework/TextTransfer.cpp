@@ -30,6 +30,9 @@ std::string textOf(const Method& request, const char* name) {
 /// What is wrong with schema and user of @p request, as a sentence; blank for nothing.
 std::string wrongWith(const Method& request, const KnownSchemas::Entry* schema) {
     const std::string user = textOf(request, "User");
+    if (textOf(request, "Schema").empty()) {
+        return "the string Schema is missing; it names the schema";
+    }
     if (schema == nullptr) {
         return "there is no schema " + textOf(request, "Schema");
     }
@@ -142,8 +145,11 @@ void TextTransfer::importText(const HostCall& call, Method& answer) {
     const auto* const schema = KnownSchemas::find(textOf(request, "Schema"));
     const std::string path = textOf(request, "File");
     std::string text;
-    (void)request.getStringParameter("Text", text);
     std::string wrong = wrongWith(request, schema);
+    // Without this an import for a user would remove all of the user's rows.
+    if (wrong.empty() && path.empty() && !request.getStringParameter("Text", text)) {
+        wrong = "the string Text is missing; a blank one has no rows";
+    }
     if (!wrong.empty() || (!path.empty() && !readFile(path, text, wrong))) {
         addRefused(wrong, answer);
         return;

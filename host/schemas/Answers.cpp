@@ -53,10 +53,6 @@ std::string Answers::failureFor(const std::string& message) {
     return answerOf(message, "");
 }
 
-bool Answers::isRefusal(const std::string& answer) {
-    return isFailure(answer) && answer.find(NotAllowed) != std::string::npos;
-}
-
 std::string Answers::refusalFor(const std::string& message) {
     return answerOf(message, NotAllowed);
 }

@@ -12,12 +12,9 @@ bool isFailure(const std::string& answer);
 
 /// The reason that @p message names; blank for none.
 std::string reasonOf(const std::string& message);
-/// The schema by which the service chooses the table for @p message: the first quoted text after the
-/// first "Schema", wherever it stands. Blank without one.
+/// The schema by which the service chooses the table for @p message: the first quoted text after
+/// the first "Schema", wherever it stands. Blank without one.
 std::string schemaOf(const std::string& message);
-
-/// Whether @p answer says that its request was not allowed.
-bool isRefusal(const std::string& answer);
 
 /// The answer to a request that its sender is not allowed to make.
 std::string refusalFor(const std::string& message);

@@ -177,7 +177,12 @@ bool ImportFile::hasOtherSeparator(std::string_view text) {
         line.begin(), line.end(), [](char each) { return each == ';' || each == '\t'; }, ',');
     std::vector<std::string> names;
     if (QuotedCsv(line).next(mostNamesOf(m_schema), names) && hasNameInFront(names)) {
-        refuse(1, "semicolons or tabs separate its columns; save it with commas between them");
+        const bool isOwn = std::all_of(names.begin(), names.end(), [this](const auto& name) {
+            return elementOf(m_schema, name) != NoPlace;
+        });
+        refuse(1, std::string("semicolons or tabs separate its columns; ") +
+                      (isOwn || m_schema.table != Contacts ? "save it with commas between them"
+                                                           : OtherProgram));
     }
     return !m_refusals.empty();
 }

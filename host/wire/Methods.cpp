@@ -95,7 +95,12 @@ const std::vector<Row> Rows = {
      "Makes the visitor the current user, and stores values of management as the data of base.",
      {{"baseValues", In, Type::String, "A map of tags and values."}, Done},
      {Profile | Write}},
-    {"clearMobileUserdata", "Removes the visitor's rows.", {}, {Profile}, Kind::OneWay},
+    {"clearMobileUserdata",
+     "Removes the visitor's rows but contacts, calls, conversations, start applications and trusted "
+     "Bluetooth devices; call groups become the default ones.",
+     {},
+     {Profile},
+     Kind::OneWay},
     {"clearMobileUserDLSdata", "Removes the visitor's contacts and calls.", {}, {Profile}, Kind::OneWay},
     {"copyBaseDataToVisitor", "Copies the data of base to the visitor.", {}, {Profile}, Kind::OneWay},
     {"deleteVisitorUserPassword", "Removes the password that the visitor has set, and the login state.", {}, {Profile}, Kind::OneWay},
@@ -139,7 +144,8 @@ const std::vector<Row> Rows = {
      {None, Listen, Place::List, "Schemas"},
      Kind::Host},
     {"LastFailures",
-     "Says what was logged of failures in the call before it on the same connection.",
+     "Says why the call before it on the same connection failed: what was logged, or which right is "
+     "missing.",
      {{"Words", Out, Type::String, "The messages, with those of SQLite."},
       {"HasFailed", Out, Type::Bool, "Whether the service itself called it a failure."}},
      {None},

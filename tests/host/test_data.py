@@ -139,7 +139,8 @@ class Tables(DemoTest):
 
     def test_what_was_made_is_named(self):
         for arguments, words in (
-                (["FeatureKeys", "--id", "99999", "Label=x"], "a new one was made; no command deletes it"),
+                (["FeatureKeys", "--id", "99999", "Label=x"],
+                 "there was no row 99999, so a new one was made; no command deletes it"),
                 (["CodecSettings", "--id", "77", "CodecRank=1"], "there is no such row, so nothing")):
             run = self.das("set", *arguments)
             self.assertEqual(run.returncode, 0)
@@ -258,6 +259,7 @@ class Copies(DemoTest):
                          {"PHONE_BOOK", "NEW", "LINE_KEY_SETTINGS", "GENERAL_CONFIG"})
 
     def test_a_rehearsal_opens_the_originals_for_reading_only(self):
+        (self.root / "data").rename(self.place / "data")  # as below the root of a computer
         self.serve()
         self.rows("read", "CallLog", "--socket", self.path)  # its start is over
         before = {path: path.stat().st_mtime_ns for path in (*self.db.rglob("*"), *self.root.rglob("*"))}

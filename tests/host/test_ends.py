@@ -14,7 +14,8 @@ import unittest
 from contextlib import closing, ExitStack
 
 from host_test import (DAS, NOBODY, PATIENCE, PLATFORM, SERVICE, DemoTest, Wire, answered, asked,
-                       call, xml_call)
+                       call, request, xml_call)
+from dasclient import Client, Refused
 
 BOOK = "base,,Name,,089\n"
 
@@ -36,13 +37,38 @@ class Ends(DemoTest):
     def test_what_the_rules_refuse_ends_with_a_sentence(self):
         self.serve("--access", self.file("access", "allow any read PhoneBook\n"))
         book = self.file("book.csv", BOOK)
-        for command, words in ((["watch"], "AddListener"), (["trace"], "AddLogListener"),
-                               (["watch", "--changes", "PhoneBook"], "AddChangeListener"),
-                               (["import", "PhoneBook", book, "--context", "base"], "import PhoneBook")):
+        for command, words, right in (
+                (["watch"], "AddListener", "listen for *"), (["trace"], "AddLogListener", "read,listen for *"),
+                (["watch", "--changes", "PhoneBook"], "AddChangeListener", "listen for PhoneBook"),
+                (["import", "PhoneBook", book, "--context", "base"], "import PhoneBook", "write for PhoneBook"),
+                (["profile", "visitor"], "profile visitor", "profile for *"),
+                (["call", "clearMobileUserdata"], "call clearMobileUserdata", "profile for *"),
+                (["call", "factoryReset", "--yes"], "call factoryReset", "reset for *"),
+                (["call", "processRequest", "Request=saveContactsToCSV", "RequestLength=17"],
+                 "call processRequest", "files for *"),
+                (["delete", "Locale", "Language"], "delete Locale", "write for Locale")):
             with self.subTest(command):
                 run = self.das(*command, "--socket", self.path)
-                self.assertEqual((run.returncode, run.stdout), (1, b""), run.errors)
-                self.assertIn(words + ": not allowed; ", run.errors)
+                self.assertEqual(run.returncode, 1, run.errors)
+                if command[0] != "call":
+                    self.assertEqual(run.stdout, b"")
+                self.assertRegex(run.errors, re.escape(
+                    f"das: {words}: not allowed; the access rules of the host must give the right {right}\n"))
+        with Client(self.path) as das, self.assertRaises(Refused) as told:
+            das.write("PhoneBook", [{"Surname": "A"}])
+        self.assertIn("not allowed; the access rules of the host must give the right write for PhoneBook",
+                      str(told.exception))
+
+    def test_what_a_reset_closed_needs_a_restart(self):
+        self.serve()
+        self.good("call", "factoryReset", "--yes", "--socket", self.path)
+        for _ in range(2):  # closed at once, and without a database once requests are taken again
+            for command in (["read", "PhoneBook"], ["request"]):
+                run = self.remote(*command, lines=[request("read_request", schema="PhoneBook")])
+                self.assertRegex(run.errors, "its database is closed; restart the host\n")
+            self.good("call", "setProfile", "NewProfile=base", "--socket", self.path)
+        self.good("call", "invokeACMSFactoryReset", "EnableCreateDb=true", "--yes", "--socket", self.path)
+        self.assertNotIn("closed", self.remote("read", "LineKeySettings", "--where", "Id=x").errors)
 
     def test_a_pipe_in_place_of_the_database_is_not_waited_for(self):
         (self.place / "other").mkdir()

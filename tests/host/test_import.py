@@ -144,6 +144,15 @@ class Imports(DemoTest):
             self.assertEqual(self.book() == before, status == 1)
 
 
+    def test_a_parameter_that_is_missing_changes_nothing(self):
+        before = self.book()
+        for parameters, name in ((["Schema:=", "Text=x"], "Schema"), (["Schema=PhoneBook"], "Text"),
+                                 (["Schema=PhoneBook", "Text=5"], "Text")):
+            run = self.das("call", "ImportText", "User=base", *parameters)
+            self.assertIn(f"Words=the string {name} is missing", run.stdout.decode())
+        self.assertEqual(self.book(), before)
+
+
 class Places(DemoTest):
     def test_the_service_is_found_in_order(self):
         self.serve()
@@ -157,11 +166,15 @@ class Places(DemoTest):
             ("nor by a search", {}, ["search", "1"], 2, "no database in"),
             ("nor by an export", {}, ["export", "PhoneBook", "x"], 2, "no database in"),
             ("nor by a check", {}, ["check"], 2, "no database in"),
+            ("nor by a look at the user", {}, ["profile"], 2, "no database in"),
             ("nor by a trial", {}, ["import", "PhoneBook", "-", "--dry-run"], 2, "no database in"),
             ("the variable", {"DAS_SOCKET": str(self.path)}, ["read", "PhoneBook"], 0, r"\A\Z"),
             ("no answer there", {"DAS_SOCKET": f"{self.place}/none"}, ["read", "PhoneBook"], 2, missing),
             ("a folder before it", {"DAS_SOCKET": f"{self.place}/none"}, ["read", "PhoneBook", "--db", self.db],
              0, r"\A\Z"),
+            ("a host at the variable", {"DAS_SOCKET": str(self.path)}, ["status"], 0, r"\A\Z"),
+            ("a folder before it, where only a host will do", {"DAS_SOCKET": str(self.path)},
+             ["status", "--db", self.db], 2, "das: status: --db or DB_PATH names a folder"),
             ("the option before all", {"DB_PATH": str(self.db)},
              ["read", "PhoneBook", "--socket", f"{self.place}/none"], 2, missing),
             ("a write makes one", {}, ["write", "PhoneBook", "Surname=A"], 0, "a new database is made there"),

@@ -49,7 +49,7 @@ class Client(Connection):
     def _ask(self, schema: str, reason: str, body: str, context: Optional[str]) -> str:
         answer = self.request(message(schema, reason, body, context))
         if reason_of(answer) in ("failure", ""):
-            raise Refused(f"{reason} to {schema}", answer)
+            raise self.refusal(f"{reason} to {schema}", answer)
         return answer
 
     def current_user(self) -> str:
@@ -197,7 +197,8 @@ class Client(Connection):
     # One-way methods return nothing. The next call is answered when they are done.
 
     def clear_mobile_userdata(self) -> None:
-        """Deletes the visitor's data and sets the visitor's call groups to their defaults."""
+        """Deletes the visitor's data but contacts, calls, conversations, start applications and trusted
+        Bluetooth devices, and sets the visitor's call groups to their defaults."""
         self.call("clearMobileUserdata")
 
     def clear_mobile_user_dls_data(self) -> None:

@@ -144,7 +144,7 @@ class Book:
     def _ask(self, reason: str, body: str, context: str = "") -> None:
         answer = self._das.request(message(SCHEMA, reason, body, context or self._context))
         if reason_of(answer) in ("failure", ""):
-            raise Refused(f"{reason} to {SCHEMA}", answer)
+            raise self._das.refusal(f"{reason} to {SCHEMA}", answer)
 
     def _remove(self, rows: Iterable[Row]) -> None:
         """In two transactions, the first of which empties the place in the book. The surname keeps

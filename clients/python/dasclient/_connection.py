@@ -30,12 +30,13 @@ class ConnectionLost(DasError, ConnectionError):
 
 
 class Refused(DasError):
-    """The service answered a failure; ``answer`` is its text."""
+    """The service answered a failure; ``answer`` is its text. ``words`` are those of the host when its
+    access rules do not allow the call, with the right that is missing; blank for other failures."""
 
-    def __init__(self, what: str, answer: str) -> None:
-        super().__init__(f"{what} was answered with a failure")
+    def __init__(self, what: str, answer: str, words: str = "") -> None:
+        super().__init__(f"{what}: {words}" if words else f"{what} was answered with a failure")
         self.answer = answer
-
+        self.words = words
 
 
 class Connection:
@@ -180,6 +181,12 @@ class Connection:
         if "Response" in result and method != "processRequest":
             raise Refused(method, str(result["Response"]))
         return result
+
+    def refusal(self, what: str, answer: str) -> Refused:
+        """The exception for ``answer``, which came last and is a failure of ``what``."""
+        is_forbidden = "<FailureMessage>not allowed</FailureMessage>" in answer
+        words = self.call("LastFailures").get("Words") if is_forbidden else ""
+        return Refused(what, answer, str(words))
 
     def _acknowledged(self, method: str, **params: Any) -> bool:
         return self.call(method, **params).get("Acknowledge") is True

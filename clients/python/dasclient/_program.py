@@ -117,7 +117,7 @@ def run(program: str, work: Callable[[], int]) -> int:
         status, text = WRONG, (f"{error}; the Debian packages python3-vobject, python3-jinja2 and "
                                "python3-pygal have what the programs need")
     except Refused as error:
-        status, text = REFUSED, f"{error}; the host's log says why"
+        status, text = REFUSED, str(error) if error.words else f"{error}; the host's log says why"
     except ConnectionLost as error:
         status, text = WRONG, f"the host has gone: {error}; look at what it has stored, and try again"
     except DasError as error:
