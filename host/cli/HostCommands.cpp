@@ -40,17 +40,18 @@ int HostCommands::reportSilence() {
 
 namespace {
 
-/// Whether the host's access rules refuse @p call, whose answer is @p answer; says so then.
-bool isRefused(const Method& call, const Method& answer) {
+/// Whether the host's access rules refuse @p call, whose answer is @p answer; says so then, unless
+/// the command can do without.
+bool isRefused(const HostCommands::ListenCall& call, const Method& answer) {
     bool isDone = true;
     (void)answer.getBoolParameter("Acknowledge", isDone);
-    if (!isDone) {
-        const Methods::Access& needed = Methods::find(call.getName())->access;
+    if (!isDone && !call.isWish) {
+        const Methods::Access& needed = Methods::find(call.method.getName())->access;
         const std::string rights = AccessRules::wordsFor(needed.everywhere | needed.ofSchema);
         std::string schemas;
-        (void)call.getStringParameter("Schemas", schemas);
+        (void)call.method.getStringParameter("Schemas", schemas);
         Complaint::report(
-            call.getName() + ": " +
+            call.method.getName() + ": " +
             FailureWords::ofRefusal(rights + " for " + (schemas.empty() ? "*" : schemas)).text());
     }
     return !isDone;
@@ -58,11 +59,11 @@ bool isRefused(const Method& call, const Method& answer) {
 
 }  // namespace
 
-int HostCommands::listen(SocketConnection& connection, const std::vector<Method>& calls,
+int HostCommands::listen(SocketConnection& connection, const std::vector<ListenCall>& calls,
                          const char* word, Output& output, const LineOf& lineOf) {
-    for (const Method& call : calls) {
+    for (const ListenCall& call : calls) {
         // A host that has ended is noticed when no answer comes.
-        (void)connection.sendLine(SocketConnection::toCall(call));
+        (void)connection.sendLine(SocketConnection::toCall(call.method));
     }
     std::size_t answers = 0;
     std::size_t refused = 0;

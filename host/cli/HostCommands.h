@@ -29,13 +29,19 @@ int reportSilence();
 /// The line that is printed for a method that a listener hears; none for no line.
 using LineOf = std::function<std::optional<std::string>(const Method& heard)>;
 
+/// A call that makes a listener.
+struct ListenCall {
+    Method method;
+    bool isWish = false;  ///< if the access rules refuse it, the command goes on without a word
+};
+
 /**
  * Makes a listener by @p calls and prints what it hears until the host ends.
  *
  * Once the host has answered all calls, @p word is written to standard error: from then on nothing
  * is missed, and a script may go on.
  */
-int listen(SocketConnection& connection, const std::vector<Method>& calls, const char* word,
+int listen(SocketConnection& connection, const std::vector<ListenCall>& calls, const char* word,
            Output& output, const LineOf& lineOf);
 
 }  // namespace HostCommands

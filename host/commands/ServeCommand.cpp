@@ -3,7 +3,9 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <mutex>
 #include <utility>
 
 #include "DataAccessServiceIfc.h"
@@ -36,8 +38,18 @@ public:
 
     void sendLine(std::string line) override {
         // What was interrupted may or may not be done, so it is not answered.
-        if (m_error == 0 && !Work::isInterrupted() && !m_output.writeLine(line)) {
-            m_error = errno;
+        if (!Work::isInterrupted()) {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            write(takeChanges() + std::move(line));
+        }
+    }
+
+    void sendChanges() override {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::string lines = takeChanges();
+        if (!lines.empty()) {
+            lines.pop_back();  // the last line feed
+            write(lines);
         }
     }
 
@@ -47,8 +59,15 @@ public:
     int error() const { return m_error; }
 
 private:
+    void write(const std::string& lines) {
+        if (m_error == 0 && !m_output.writeLine(lines)) {
+            m_error = errno;
+        }
+    }
+
     Output& m_output;
-    int m_error = 0;
+    std::mutex m_mutex;  ///< of the output: no answer overtakes a change that it could show
+    std::atomic<int> m_error{0};
 };
 
 /// The conversation over standard input and output.
@@ -77,6 +96,7 @@ public:
                     break;
             }
         }
+        m_client->sendChanges();  // those that one-way calls have made last
         if (m_client->error() != 0) {
             Complaint::reportError("standard output", m_client->error());
             return ExitFailure;

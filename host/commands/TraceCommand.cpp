@@ -59,6 +59,6 @@ int runTrace(const HostOptions& options, const Arguments& arguments) {
     request.addIntParameter("Level", static_cast<int>(level), Parameter::in);
     const bool isColoured = output.mayColour() && !arguments.has("--plain");
     return HostCommands::listen(
-        connection, {request}, "tracing", output,
+        connection, {{request}}, "tracing", output,
         [isColoured](const Method& heard) { return lineOf(heard, isColoured); });
 }

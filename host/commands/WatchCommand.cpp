@@ -1,5 +1,7 @@
 // "das watch": what changes in a running host.
 
+#include <utility>
+
 #include "ClientUtils.h"
 #include "cli/Command.h"
 #include "cli/HostCommands.h"
@@ -36,7 +38,11 @@ std::string lineOf(const Method& heard) {
 }
 
 /// Adds the call for changes of data to @p calls. False for arguments that can't be used.
-bool addChanges(const Arguments& arguments, std::vector<Method>& calls) {
+///
+/// For named schemas a client needs the right to listen to these alone, for the user and the status
+/// items the right to listen to all: who has only the first hears of the schemas, which is what was
+/// asked for.
+bool addChanges(const Arguments& arguments, std::vector<HostCommands::ListenCall>& calls) {
     const std::vector<std::string>& schemas = arguments.all("SCHEMA");
     if (!arguments.has("--changes")) {
         if (!schemas.empty()) {
@@ -50,15 +56,20 @@ bool addChanges(const Arguments& arguments, std::vector<Method>& calls) {
             return false;
         }
     }
-    calls.emplace_back("AddChangeListener");
-    calls.back().addStringParameter("Schemas", ClientUtils::join(schemas, ","), Parameter::in);
+    for (HostCommands::ListenCall& call : calls) {
+        call.isWish = !schemas.empty();
+    }
+    Method changes("AddChangeListener");
+    changes.addStringParameter("Schemas", ClientUtils::join(schemas, ","), Parameter::in);
+    calls.push_back({std::move(changes)});
     return true;
 }
 
 }  // namespace
 
 int runWatch(const HostOptions& options, const Arguments& arguments) {
-    std::vector<Method> calls = {Method("AddListener"), Method("AddStatusListener")};
+    std::vector<HostCommands::ListenCall> calls = {{Method("AddListener")},
+                                                   {Method("AddStatusListener")}};
     if (!addChanges(arguments, calls)) {
         return ExitUsage;
     }

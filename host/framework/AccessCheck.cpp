@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "ClientUtils.h"
 #include "DASUtilsStrings.h"
 #include "DeviceFile.h"
 #include "Method.h"
 #include "Secrets.h"
+#include "framework/ChangeRelay.h"
 #include "schemas/KnownSchemas.h"
 
 namespace {
@@ -148,7 +148,7 @@ bool AccessCheck::keepsSecrets() const {
 }
 
 bool AccessCheck::allowsList(unsigned rights, const std::string& list) {
-    const auto names = ClientUtils::tokenizeString(list, ",", true, true);
+    const auto names = ChangeRelay::namesOf(list);  // as it will be heard
     return names.empty() ? has(rights, EverySchema)
                          : std::all_of(names.begin(), names.end(),
                                        [&](const std::string& name) { return has(rights, name); });

@@ -5,20 +5,33 @@
 #include "framework/ChangeRelay.h"
 
 #include <algorithm>
+#include <exception>
+#include <functional>
+#include <iterator>
 #include <map>
+#include <set>
 #include <utility>
 
-#include "ClientUtils.h"
 #include "Log.h"
-#include "Method.h"
 #include "framework/Client.h"
+#include "schemas/KnownSchemas.h"
 
 namespace {
 
 using std::chrono::milliseconds;
 
+/// How long changes are gathered after a sending: by what it cost, so that a writer keeps most of
+/// the time, and no longer than a change may be late.
+constexpr auto GatherTimeForEach = std::chrono::microseconds(30);
+constexpr auto LeastGatherTime = std::chrono::microseconds(200);
+constexpr auto LongestGatherTime = std::chrono::microseconds(2000);
+/// What may wait in all views for the thread; only one that gets no processor lets so much come.
+constexpr std::size_t MostWaiting = std::size_t{8} * 1024 * 1024;
 constexpr auto TimeBetweenLooks = milliseconds(1000);
 constexpr auto TimeToNextTry = milliseconds(200);
+
+/// In place of names that no schema has: no change but one with a blank schema is for them.
+constexpr std::string_view UnknownSchema;
 
 /// They show one table.
 const std::set<std::string> CallSchemas = {"CallLog",
@@ -28,39 +41,27 @@ const std::set<std::string> CallSchemas = {"CallLog",
                                            "CallLogMissedCalls",
                                            "CallLogReceivedCalls"};
 
-std::string lineOfChange(const DASChange& change, ProtocolAdapter& adapter) {
-    Method method("Changed");
-    method.addStringParameter("Schema", change.schema, Parameter::out);
-    method.addStringParameter("Context", change.context, Parameter::out);
-    method.addStringParameter("Reason", change.reason, Parameter::out);
-    method.addStringParameter("Id", change.id, Parameter::out);
-    return lineOf(method, adapter);
+std::string_view withoutBlanks(std::string_view text) {
+    const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
+    return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
 }
 
-/// What is sent of one change: the line and the one that stands for several, by protocol.
+/// The line of one change, made once for each protocol.
 class Lines {
 public:
     explicit Lines(const DASChange& change) : m_change(change) {}
 
-    void send(Client& client, ProtocolAdapter& adapter) {
-        auto found = m_lines.find(&adapter);
-        if (found == m_lines.end()) {
-            found = m_lines
-                        .emplace(&adapter,
-                                 Pair{lineOfChange(m_change, adapter), lineOfChange({}, adapter)})
-                        .first;
+    const std::string& in(ProtocolAdapter& adapter) {
+        std::string& line = m_lines[&adapter];
+        if (line.empty()) {
+            line = lineOfChange(m_change, adapter);
         }
-        client.sendChange(found->second.line, found->second.standIn);
+        return line;
     }
 
 private:
-    struct Pair {
-        std::string line;
-        std::string standIn;
-    };
-
     const DASChange& m_change;
-    std::map<ProtocolAdapter*, Pair> m_lines;
+    std::map<ProtocolAdapter*, std::string> m_lines;
 };
 
 }  // namespace
@@ -74,13 +75,17 @@ void ChangeRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& ad
     const std::lock_guard<std::mutex> start(m_startMutex);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        const auto isReplaced = [&](const Listener& each) {
-            return each.client.expired() ||
-                   (each.adapter == &adapter && isSame(each.client, client));
-        };
-        m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(), isReplaced),
-                          m_listeners.end());
-        m_listeners.push_back({client, &adapter, namesOf(schemas)});
+        ChangeView::Asked asked = remove(client);
+        asked[&adapter] = namesOf(schemas);
+        auto audience =
+            std::find_if(m_audiences.begin(), m_audiences.end(),
+                         [&](const Audience& each) { return each.view->asked() == asked; });
+        if (audience == m_audiences.end()) {
+            m_audiences.push_back({std::make_shared<ChangeView>(std::move(asked)), {}});
+            audience = std::prev(m_audiences.end());
+        }
+        audience->clients.push_back(client);
+        client->hearChanges(audience->view);
         if (m_isEnding) {
             return;
         }
@@ -95,14 +100,30 @@ void ChangeRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& ad
     }
 }
 
-std::size_t ChangeRelay::listeners() {
-    std::set<std::shared_ptr<Client>> clients;  // outlives the lock: each may be the last holder
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    for (const Listener& each : m_listeners) {
-        clients.insert(each.client.lock());
+ChangeView::Asked ChangeRelay::remove(const std::shared_ptr<Client>& client) {
+    ChangeView::Asked asked;
+    for (Audience& audience : m_audiences) {
+        auto& clients = audience.clients;
+        const auto found =
+            std::find_if(clients.begin(), clients.end(),
+                         [&](const auto& each) { return isSame(each, client); });
+        if (found != clients.end()) {
+            asked = audience.view->asked();
+            clients.erase(found);
+        }
     }
-    clients.erase(nullptr);
-    return clients.size();
+    removeEmptyAudiences();
+    return asked;
+}
+
+std::size_t ChangeRelay::listeners() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::ptrdiff_t count = 0;
+    for (const Audience& audience : m_audiences) {
+        count += std::count_if(audience.clients.begin(), audience.clients.end(),
+                               [](const auto& each) { return !each.expired(); });
+    }
+    return static_cast<std::size_t>(count);
 }
 
 void ChangeRelay::end() {
@@ -110,7 +131,7 @@ void ChangeRelay::end() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isEnding = true;
     }
-    m_ended.notify_all();
+    m_wake.notify_all();
     std::thread thread;
     {
         const std::lock_guard<std::mutex> start(m_startMutex);
@@ -127,51 +148,164 @@ void ChangeRelay::end() {
     }
 }
 
-ChangeRelay::Names ChangeRelay::namesOf(const std::string& list) {
-    const auto names = ClientUtils::tokenizeString(list, ",", false, true);
-    return {names.begin(), names.end()};
+/// However long the list is, no more is kept of it than there are schemas.
+ChangeView::Names ChangeRelay::namesOf(std::string_view list) {
+    static const auto known = [] {
+        const std::vector<std::string> all = KnownSchemas::names();
+        return std::set<std::string, std::less<>>(all.begin(), all.end());
+    }();
+    ChangeView::Names names;
+    while (!list.empty()) {
+        const std::size_t end = std::min(list.find(','), list.size());
+        const std::string_view name = withoutBlanks(list.substr(0, end));
+        list.remove_prefix(std::min(end + 1, list.size()));
+        if (!name.empty()) {
+            names.emplace(known.count(name) > 0 ? name : UnknownSchema);
+        }
+    }
+    return names;
 }
 
-bool ChangeRelay::hears(const Listener& listener, const std::string& schema) {
-    const Names& asked = listener.schemas;
-    if (schema.empty() || asked.empty() || asked.count(schema) > 0) {
+bool ChangeRelay::hears(const ChangeView::Names& names, const std::string& schema) {
+    if (schema.empty() || names.empty() || names.count(schema) > 0) {
         return true;
     }
     return CallSchemas.count(schema) > 0 &&
            std::any_of(CallSchemas.begin(), CallSchemas.end(),
-                       [&](const std::string& each) { return asked.count(each) > 0; });
+                       [&](const std::string& each) { return names.count(each) > 0; });
 }
 
 void ChangeRelay::changed(const DASChange& change) {
-    std::vector<std::shared_ptr<Client>> clients;  // outlives the lock: each may be the last holder
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_isEnding) {
-        return;
+    bool mustWake = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        try {
+            addToViews(change);
+        } catch (const std::exception&) {
+            dropWaiting();  // no memory: nothing may be missed without a word
+        }
+        if (m_waiting > MostWaiting) {
+            dropWaiting();
+        }
+        mustWake = m_hasNew && std::exchange(m_isIdle, false);
     }
+    if (mustWake) {
+        m_wake.notify_one();
+    }
+}
+
+void ChangeRelay::addToViews(const DASChange& change) {
     Lines lines(change);
-    for (const Listener& listener : m_listeners) {
-        if (!hears(listener, change.schema)) {
-            continue;
-        }
-        const auto& client = clients.emplace_back(listener.client.lock());
-        if (client != nullptr) {
-            lines.send(*client, *listener.adapter);
+    for (Audience& audience : m_audiences) {
+        for (const auto& [adapter, names] : audience.view->asked()) {
+            if (hears(names, change.schema)) {
+                const std::string& line = lines.in(*adapter);
+                audience.view->add(line);
+                m_waiting += line.size();
+                audience.hasNew = true;
+                m_hasNew = true;
+            }
         }
     }
 }
 
-/// Runs as long as there are listeners.
+void ChangeRelay::dropWaiting() {
+    for (Audience& audience : m_audiences) {
+        audience.view->drop();
+        audience.hasNew = true;
+    }
+    m_hasNew = true;
+    m_waiting = 0;
+}
+
 void ChangeRelay::work(DASChangeSourceIfc& source) {
-    auto pause = TimeBetweenLooks;
-    while (wait(pause) && !stopWithoutListeners()) {
-        pause = source.lookForOthers() ? TimeBetweenLooks : TimeToNextTry;
+    auto nextSending = Clock::now();
+    auto nextLook = nextSending + TimeBetweenLooks;
+    while (wait(nextSending, nextLook)) {
+        const auto now = Clock::now();
+        if (const int clients = send()) {
+            nextSending = now + std::clamp(clients * GatherTimeForEach, LeastGatherTime,
+                                           LongestGatherTime);
+        }
+        if (now >= nextLook) {
+            if (stopWithoutListeners()) {
+                return;
+            }
+            nextLook = now + (source.lookForOthers() ? TimeBetweenLooks : TimeToNextTry);
+        }
     }
 }
 
-/// False when the end has come.
-bool ChangeRelay::wait(milliseconds time) {
+/// Changes need not wake the thread before @p from: it looks for them then.
+bool ChangeRelay::wait(Clock::time_point from, Clock::time_point to) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return !m_ended.wait_for(lock, time, [this] { return m_isEnding; });
+    m_wake.wait_until(lock, from, [this] { return m_isEnding; });
+    m_isIdle = !m_hasNew;
+    m_wake.wait_until(lock, to, [this] { return m_isEnding || m_hasNew; });
+    m_isIdle = false;
+    return !m_isEnding;
+}
+
+int ChangeRelay::send() {
+    int clients = 0;
+    try {
+        for (const Sending& sending : takeSendings()) {
+            clients += static_cast<int>(sending.clients.size());
+            if (send(sending)) {
+                sending.view->forget(sending.end);
+            } else {
+                const std::lock_guard<std::mutex> lock(m_mutex);
+                for (Audience& audience : m_audiences) {
+                    audience.hasNew = audience.hasNew || audience.view == sending.view;
+                }
+                m_hasNew = true;
+            }
+        }
+    } catch (const std::exception&) {
+        ++clients;  // no memory: what waits is sent next time
+    }
+    return clients;
+}
+
+std::vector<ChangeRelay::Sending> ChangeRelay::takeSendings() {
+    std::vector<Sending> sendings;  // outlives the lock: it may be the last to hold a client
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_hasNew) {
+        return sendings;
+    }
+    for (const Audience& audience : m_audiences) {
+        if (audience.hasNew) {
+            Sending& sending = sendings.emplace_back();
+            sending.view = audience.view;
+            sending.end = audience.view->end();
+            for (const auto& client : audience.clients) {
+                sending.clients.push_back(client.lock());
+            }
+        }
+    }
+    for (Audience& audience : m_audiences) {
+        audience.hasNew = false;
+    }
+    m_hasNew = false;
+    m_waiting = 0;
+    return sendings;
+}
+
+/// False when a client could not be sent all: it keeps its place in the view.
+bool ChangeRelay::send(const Sending& sending) {
+    bool isDone = true;
+    for (const auto& client : sending.clients) {
+        try {
+            if (client != nullptr) {
+                client->sendChanges();
+            }
+        } catch (const std::exception& failure) {
+            logAppUni("das", "./host/ChangeRelay", 2, __LINE__, "Changes wait for client %s: %s",
+                      client->name().c_str(), failure.what());
+            isDone = false;
+        }
+    }
+    return isDone;
 }
 
 /// Looks twice: a listener may be added between the first look and the lock that adding takes.
@@ -190,8 +324,18 @@ bool ChangeRelay::stopWithoutListeners() {
 
 bool ChangeRelay::hasListeners() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(),
-                                     [](const auto& each) { return each.client.expired(); }),
-                      m_listeners.end());
-    return !m_listeners.empty();
+    for (Audience& audience : m_audiences) {
+        auto& clients = audience.clients;
+        clients.erase(std::remove_if(clients.begin(), clients.end(),
+                                     [](const auto& each) { return each.expired(); }),
+                      clients.end());
+    }
+    removeEmptyAudiences();
+    return !m_audiences.empty();
+}
+
+void ChangeRelay::removeEmptyAudiences() {
+    m_audiences.erase(std::remove_if(m_audiences.begin(), m_audiences.end(),
+                                     [](const auto& each) { return each.clients.empty(); }),
+                      m_audiences.end());
 }

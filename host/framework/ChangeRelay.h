@@ -4,14 +4,16 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "DASChangeListenerIfc.h"
+#include "framework/ChangeView.h"
 
 class Client;
 class ProtocolAdapter;
@@ -20,13 +22,17 @@ class ProtocolAdapter;
  * Carries committed changes to the clients that have asked for them, as the method "Changed" with
  * the strings "Schema", "Context", "Reason" and "Id".
  *
- * As long as there is such a client, a thread asks the service once a second whether another
- * process has committed; without one there is no thread, and the service does not know of this
- * object, so that a host without listeners pays nothing.
+ * As long as there is such a client, a thread sends what has changed, and asks the service once a
+ * second whether another process has committed. Without one there is no thread, and the service
+ * does not know of this object, so that a host without listeners pays nothing.
  *
- * The service reports a change with the locks of its request held: that puts the change into the
- * queues of all clients before any answer could show it. So nothing there may wait, neither for a
- * client nor for a thread that calls the service.
+ * A change after a pause is sent at once. While changes come fast, they are gathered for a moment,
+ * and each client is sent all of them by one write: with 64 listeners the writes to their sockets
+ * would otherwise cost more than the change itself.
+ *
+ * The service reports a change with the locks of its request held: the change waits for all clients
+ * before any answer could show it. So nothing there may wait, neither for a client nor for a thread
+ * that calls the service, and what is done there does not grow with the number of clients.
  */
 class ChangeRelay : private DASChangeListenerIfc {
 public:
@@ -51,27 +57,50 @@ public:
     /// No client hears of changes any more, and the source is not used after this.
     void end();
 
-private:
-    using Names = std::set<std::string>;
+    /// The schemas that a list of names joined by commas asks for; none for all, as for a list without
+    /// names. A blank one stands for all names that no schema has.
+    static ChangeView::Names namesOf(std::string_view list);
 
-    /// A client that has asked, weakly, so that it can leave.
-    struct Listener {
-        std::weak_ptr<Client> client;
-        ProtocolAdapter* adapter;  // not owned
-        Names schemas;             // none for all
+private:
+    using Clock = std::chrono::steady_clock;
+
+    /// Clients that have asked for the same; weakly, so that they can leave.
+    struct Audience {
+        std::shared_ptr<ChangeView> view;
+        std::vector<std::weak_ptr<Client>> clients;
+        bool hasNew = false;  ///< since the last sending
     };
 
-    /// The service reports a change. Called by any thread of the service; queues and returns.
+    /// What is to be sent now.
+    struct Sending {
+        std::shared_ptr<ChangeView> view;
+        std::uint64_t end;  ///< of what all of the clients have when it is done
+        std::vector<std::shared_ptr<Client>> clients;
+    };
+
+    /// The service reports a change. Called by any thread of the service.
     void changed(const DASChange& change) override;
-    /// Whether a change of @p schema is for @p listener; a blank schema is for all.
-    static bool hears(const Listener& listener, const std::string& schema);
-    static Names namesOf(const std::string& list);
-    /// What the thread does: looks for commits of other processes.
+    /// Adds the lines of @p change to the views that hear it.
+    void addToViews(const DASChange& change);
+    /// In place of the changes that wait, each client hears that anything may have changed.
+    void dropWaiting();
+    /// Whether a change of @p schema is for who has asked for @p names; a blank schema is for all.
+    static bool hears(const ChangeView::Names& names, const std::string& schema);
+    /// Removes @p client from the audiences; what it had asked for.
+    ChangeView::Asked remove(const std::shared_ptr<Client>& client);
+
+    /// What the thread does, as long as there are listeners.
     void work(DASChangeSourceIfc& source);
-    bool wait(std::chrono::milliseconds time);
+    /// Waits for changes, from @p from until @p to at most. False when the end has come.
+    bool wait(Clock::time_point from, Clock::time_point to);
+    /// Sends what waits. To how many clients.
+    int send();
+    std::vector<Sending> takeSendings();
+    static bool send(const Sending& sending);
     /// Ends the thread if no listener is left. True when it has to return.
     bool stopWithoutListeners();
     bool hasListeners();
+    void removeEmptyAudiences();
 
     /// Held while the source begins or ends to report. No thread that holds a lock of
     /// the service waits for it.
@@ -80,8 +109,11 @@ private:
     std::thread m_thread;
 
     std::mutex m_mutex;  ///< of what follows; comes after all locks of the service
-    std::condition_variable m_ended;
-    std::vector<Listener> m_listeners;
+    std::condition_variable m_wake;
+    std::vector<Audience> m_audiences;
+    std::size_t m_waiting = 0;  ///< bytes that the views were given since the last sending
+    bool m_hasNew = false;      ///< some audience has
+    bool m_isIdle = false;      ///< the thread waits to be woken by a change
     bool m_isEnding = false;
 };
 

@@ -1,6 +1,7 @@
 #include "framework/Client.h"
 
 #include <sstream>
+#include <utility>
 
 #include "ProtocolAdapter.h"
 
@@ -32,6 +33,31 @@ std::vector<std::shared_ptr<Client>> Clients::all() const {
         }
     }
     return clients;
+}
+
+void Client::hearChanges(std::shared_ptr<ChangeView> view) {
+    const std::lock_guard<std::mutex> lock(m_changesMutex);
+    m_earlierChanges += m_changes.take();
+    m_changes = ChangePlace(std::move(view));
+}
+
+void Client::sendChanges() {
+    std::istringstream lines(takeChanges());
+    for (std::string line; std::getline(lines, line);) {
+        sendLine(std::move(line));
+    }
+}
+
+std::string Client::takeChanges() {
+    const std::lock_guard<std::mutex> lock(m_changesMutex);
+    std::string lines = m_changes.take();
+    return m_earlierChanges.empty() ? lines
+                                    : std::exchange(m_earlierChanges, {}) + std::move(lines);
+}
+
+std::string Client::standInOfChanges() const {
+    const std::lock_guard<std::mutex> lock(m_changesMutex);
+    return m_changes.standIn();
 }
 
 std::string lineOf(const Method& method, ProtocolAdapter& adapter) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/ChangeView.h"
 #include "framework/FailureWords.h"
 
 class Client;
@@ -62,12 +63,12 @@ public:
     /// has gone is dropped.
     virtual void sendLine(std::string line) = 0;
 
-    /// Sends the line of a change. If too much waits for the client, @p standIn takes the place of
-    /// this change and of those after it, until it is on its way. Waits for nothing.
-    virtual void sendChange(const std::string& line, const std::string& standIn) {
-        (void)standIn;
-        sendLine(line);
-    }
+    /// From now on the changes of @p view wait for the client, in place of those of its last view;
+    /// what has come of these before is sent. Any thread may call.
+    void hearChanges(std::shared_ptr<ChangeView> view);
+
+    /// Sends the changes that wait, if any. Waits for nothing. Called by the relay of the changes.
+    virtual void sendChanges();
 
     /// What the client may do; null where there are no rules.
     virtual const ClientRights* rights() const { return nullptr; }
@@ -86,10 +87,21 @@ public:
     /// which come one after the other.
     FailureWords& lastFailures() { return m_lastFailures; }
 
+protected:
+    /// The lines of the changes that wait, with line feeds, which wait no longer. A client that
+    /// listens sends them before each line that could show one of them.
+    std::string takeChanges();
+
+    /// The lines that stand for any number of changes.
+    std::string standInOfChanges() const;
+
 private:
     Clients& m_clients;
     const std::string m_name;
     FailureWords m_lastFailures;
+    mutable std::mutex m_changesMutex;  ///< of what follows; only that of the view comes after it
+    std::string m_earlierChanges;       ///< of the view before
+    ChangePlace m_changes;
 };
 
 /// Whether @p one is of the client @p other. By owner: to hold a client for a moment could end it

@@ -248,6 +248,8 @@ void ClientSession::sendLine(std::string line) {
             return;
         }
         m_hasSentMuch = m_hasSentMuch || line.size() > ServerLoad::LargeMessage;
+        queueChanges();  // the line may show them
+        line += '\n';
         queue(std::move(line));
         write();
         const std::size_t inSending = m_queue.empty() ? 0 : m_queue.front().size() - m_sent;
@@ -263,38 +265,33 @@ void ClientSession::sendLine(std::string line) {
     }
 }
 
-/// Written by another thread: who makes a change does not wait for those who hear of it.
-void ClientSession::sendChange(const std::string& line, const std::string& standIn) {
+void ClientSession::sendChanges() {
     const Lock lock(m_mutex);
-    const bool isStoodFor = m_aheadOfStandIn > 0;
-    if (m_stage == Stage::Lingering || m_stage == Stage::Closed || isStoodFor) {
-        return;
+    if (m_stage == Stage::Open || m_stage == Stage::Finishing) {
+        queueChanges();
+        write();
+        settle();
     }
-    if (hasRoomForChange()) {
-        queue(line);
+}
+
+void ClientSession::queueChanges() {
+    std::string lines = takeChanges();
+    if (lines.empty() || m_aheadOfStandIn > 0) {
+        return;  // the line that stands for others stands for these too
+    }
+    if (hasRoomForChanges(lines.size())) {
+        queue(std::move(lines));
     } else {
-        queue(standIn);
+        queue(standInOfChanges());
         m_aheadOfStandIn = m_unread;
     }
-    writeLater();
 }
 
-/// Changes that wait must not have clients closed.
-bool ClientSession::hasRoomForChange() const {
-    return m_unread <= ServerLoad::MostUnreadWithChanges &&
-           m_load->unread <= ServerLoad::MostUnread / 2;
-}
-
-void ClientSession::writeLater() {
-    if (!m_isWaiting && !m_willWrite) {
-        asio::post(m_socket.get_executor(), [session = self()] {
-            const Lock lock(session->m_mutex);
-            session->m_willWrite = false;
-            session->write();
-            session->settle();
-        });
-        m_willWrite = true;
-    }
+/// Changes that wait must not have clients closed, nor those who read miss any by those who do not.
+bool ClientSession::hasRoomForChanges(std::size_t size) const {
+    return m_unread + size <= ServerLoad::UnreadForEach ||
+           (m_unread <= ServerLoad::MostUnreadWithChanges &&
+            m_load->unread <= ServerLoad::MostUnread / 2);
 }
 
 /// Makes room for the answers of others: the largest client goes first, of the user whose clients
@@ -332,13 +329,12 @@ void ClientSession::drop(const std::string& reason) {
     close();
 }
 
-void ClientSession::queue(std::string line) {
-    line += '\n';
-    count(m_unread + line.size());
-    if (!m_queue.empty() && m_queue.back().size() + line.size() <= SizeOfPiece) {
-        m_queue.back() += line;
+void ClientSession::queue(std::string lines) {
+    count(m_unread + lines.size());
+    if (!m_queue.empty() && m_queue.back().size() + lines.size() <= SizeOfPiece) {
+        m_queue.back() += lines;
     } else {
-        m_queue.push_back(std::move(line));
+        m_queue.push_back(std::move(lines));
     }
 }
 
@@ -383,7 +379,11 @@ void ClientSession::settle() {
         return;
     }
     if (m_stage == Stage::Finishing) {
-        close();
+        queueChanges();
+        write();
+        if (m_queue.empty()) {
+            close();
+        }
     } else if (m_stage == Stage::Lingering) {
         error_code ignored;
         m_socket.shutdown(Protocol::socket::shutdown_send, ignored);

@@ -38,7 +38,7 @@ public:
 
     void start();
     void sendLine(std::string line) override;
-    void sendChange(const std::string& line, const std::string& standIn) override;
+    void sendChanges() override;
     const ClientRights* rights() const override { return m_rights ? &*m_rights : nullptr; }
     uid_t user() const override { return m_peer.user; }
     std::size_t longestAnswer() const override { return ServerLoad::MostUnreadOfClient; }
@@ -73,9 +73,9 @@ private:
     void drop(const std::string& reason);
 
     // To be called with the mutex held.
-    void queue(std::string line);
-    bool hasRoomForChange() const;
-    void writeLater();
+    void queue(std::string lines);
+    void queueChanges();
+    bool hasRoomForChanges(std::size_t size) const;
     void count(std::size_t unread);
     void write();
     void settle();
@@ -96,7 +96,6 @@ private:
     std::size_t m_sent = 0;                ///< bytes of the first text of the queue
     std::atomic<std::size_t> m_unread{0};  ///< bytes of the queue that are not sent
     bool m_isWaiting = false;              ///< until the client takes more
-    bool m_willWrite = false;              ///< a handler is about to
     std::size_t m_aheadOfStandIn = 0;  ///< bytes to be sent to the end of a line that stands for changes
     bool m_isHandling = false;   ///< a message is in work
     bool m_hasSentMuch = false;  ///< the message in work has a large answer

@@ -21,6 +21,9 @@ struct ServerLoad {
     static constexpr std::size_t MostUnreadOfClient = std::size_t{16} * 1024 * 1024;
     /// A client for which more than this waits hears of changes by one message for several.
     static constexpr std::size_t MostUnreadWithChanges = std::size_t{8} * 1024 * 1024;
+    /// As many changes may wait for each client, however much waits for all: with the most clients
+    /// that the host takes, a quarter of what may wait for all.
+    static constexpr std::size_t UnreadForEach = std::size_t{8} * 1024;
     /// A message above this is handled while no other such message is.
     static constexpr std::size_t LargeMessage = std::size_t{1024} * 1024;
 

@@ -149,15 +149,18 @@ class Listeners(ChangesTest):
 
 class Slow(ChangesTest):
     def test_one_that_does_not_read_is_told_that_anything_may_have_changed(self):
-        """An answer that waits for it fills its queue; others hear each change."""
-        writer, slow, quick = self.wire(), self.listener("PhoneBook"), self.listener("PhoneBook")
+        """An answer that waits for it fills its queue; others hear each change, however much waits
+        for all."""
+        writer, quick = self.wire(), self.listener("PhoneBook")
+        slow, *others = (self.listener("PhoneBook") for _ in range(4))
         for number in (1, 2):
             cells = "".join(f"<Entry><Id>{number}{n}</Id><Issuer>{'x' * 600000}</Issuer></Entry>"
                             for n in range(8))
             self.assertIn("write_response", writer.exchange(
                 asked(request("write_request", cells, "Certificates"))))
-        slow.send(asked(request("read_request", "<ResultCols>Issuer</ResultCols>", "Certificates")))
-        select.select([slow.socket], [], [], PATIENCE)  # the answer is in its queue
+        for wire in (slow, *others):
+            wire.send(asked(request("read_request", "<ResultCols>Issuer</ResultCols>", "Certificates")))
+            select.select([wire.socket], [], [], PATIENCE)  # the answer is in its queue
         heard = []
         for _ in range(50):
             writer.exchange(contact("A"))
@@ -169,6 +172,25 @@ class Slow(ChangesTest):
         self.assertEqual(heard_of(slow.receive()), ("PhoneBook", "base", "write_request", "51"))
         status = Path(f"/proc/{self.host.pid}/status").read_text()
         self.assertTrue(SANITIZED or int(status.split("VmHWM:")[1].split()[0]) < 256 * 1024)
+
+
+class Judged(RemoteTest):
+    def test_a_listener_needs_the_right_to_what_it_will_hear(self):
+        rules = self.file("access", "allow any listen,write PhoneBook\n")
+        rules.chmod(0o600)
+        self.serve("--access", rules)
+        wire = self.wire()
+        for schemas, allowed in (("PhoneBook", True), (" PhoneBook ,,", True), (",", False),
+                                 ("PhoneBook,NoSchema", False), ("PhoneBook,Locale", False)):
+            self.assertEqual(wire.exchange(call("AddChangeListener", Schemas=schemas)),
+                             answered() if allowed else answered(Acknowledge=False), schemas)
+        watch = self.start("watch", "--socket", self.path, "--changes", "PhoneBook",
+                           stdout=subprocess.PIPE)
+        while "watching\n" not in self.logged():
+            self.assertIsNone(watch.poll(), self.logged())
+        self.wire().exchange(contact("A"))
+        self.assertEqual(watch.stdout.readline(), b"Changed\tPhoneBook\tbase\twrite_request\t1\n")
+        self.assertNotIn("Listener: not allowed", self.logged())
 
 
 class Programs(ChangesTest):
