@@ -28,7 +28,7 @@ bool writeAll(const std::string& file, const std::vector<KnownSchemas::Entry>& a
         << ")json\";\n"
            "extern const char* const SchemaNames[];\n"
            "const char* const SchemaNames[] = {";
-    for (const SchemaFacts& schema : all) {
+    for (const KnownSchemas::Entry& schema : all) {
         out << '"' << schema.name << "\", ";
     }
     out << "nullptr};\n";
