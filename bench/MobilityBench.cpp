@@ -289,7 +289,7 @@ Operation exportTags() {
     operation.floor = [](FloorDatabase& db, const Texts& texts) {
         std::string values;
         for (std::size_t i = 0; i < texts.size(); ++i) {
-            (void)db.count("SELECT COUNT(*) FROM FEATURE_KEYS");
+            (void)db.count("SELECT COUNT(*) FROM (SELECT 1 FROM FEATURE_KEYS LIMIT 1)");
             const Rows rows = db.rows(texts[i]);
             (void)readAnswer("FeatureKeys", rows, keyTags, 1);
             values += rows.at(0).at(keyColumns[i / keyCount].cell) + "\n";

@@ -12,7 +12,8 @@ using namespace Bench;
 
 const char* const schema = "PhoneBook";
 const char* const fileOnDevice = "/tmp/contacts.csv";
-const std::string countAll = "SELECT COUNT(*) FROM PHONE_BOOK";
+const char* const countAll = "SELECT COUNT(*) FROM PHONE_BOOK";
+const char* const lookForRow = "SELECT COUNT(*) FROM (SELECT 1 FROM PHONE_BOOK LIMIT 1)";
 
 const std::vector<Tags> contactTags =
     tagsOf({"UniqueID", "Surname", "Firstname", "Office", "Mobile", "Private", "Email", "Group",
@@ -168,7 +169,7 @@ Operation updateOne(int contacts, const std::string& name) {
                            std::to_string(1000000 + round) + "</Mobile></Entry>");
     };
     operation.statementsOf = [](const RequestFields& request) {
-        return Texts{countAll, "UPDATE PHONE_BOOK SET Mobile = " + quoted(request.value("Mobile")) +
+        return Texts{lookForRow, "UPDATE PHONE_BOOK SET Mobile = " + quoted(request.value("Mobile")) +
                                    " WHERE UniqueID = " + quoted(request.value("UniqueID")) + ";"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {

@@ -10,7 +10,8 @@ using namespace Bench;
 const std::vector<Tags> keyTags = tagsOf({"Id", "Function", "Locked", "Label", "Local"});
 
 const char* const schema = "FeatureKeys";
-const char* const countAll = "SELECT COUNT(*) FROM FEATURE_KEYS";
+const std::string countAll = "SELECT COUNT(*) FROM FEATURE_KEYS";
+const char* const lookForRow = "SELECT COUNT(*) FROM (SELECT 1 FROM FEATURE_KEYS LIMIT 1)";
 const char* const readUser = "SELECT * FROM FEATURE_KEYS WHERE UserContext = 'base';";
 
 void makeTable(DataAccessService& service) {
@@ -24,7 +25,7 @@ Operation readOperation(const std::string& name, const std::string& body,
     operation.name = "PlainTables/" + name;
     operation.prepare = makeTable;
     operation.request = [=](int) { return message(schema, "read_request", body); };
-    operation.statements = [=](int) { return Texts{countAll, select}; };
+    operation.statements = [=](int) { return Texts{lookForRow, select}; };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
         (void)db.count(sql[0]);
         return readAnswer(schema, db.rows(sql[1]), keyTags, 1);
@@ -43,7 +44,7 @@ Operation updateOneRow() {
     operation.statements = [](int round) {
         const std::string row = " WHERE UserContext = 'base' AND Id = 100";
         return Texts{
-            countAll, countAll + row, countAll,
+            lookForRow, countAll + row, lookForRow,
             "UPDATE FEATURE_KEYS SET Label = 'Label " + std::to_string(round) + "'" + row + ";"};
     };
     operation.floor = [](FloorDatabase& db, const Texts& sql) {
@@ -57,17 +58,17 @@ Operation updateOneRow() {
 }
 
 Texts firstRequestStatements() {
-    Texts texts = {countAll,
+    Texts texts = {lookForRow,
                    "CREATE TABLE FEATURE_KEYS (UserContext TEXT, Id TEXT, Function TEXT, "
                    "Locked TEXT, Label TEXT, Local TEXT);",
-                   "BEGIN IMMEDIATE TRANSACTION;", countAll};
+                   "BEGIN IMMEDIATE TRANSACTION;", lookForRow};
     for (const std::string& id : PlainTables::allKeys()) {
         for (const char* user : {"'base'", "'visitor'"}) {
             texts.push_back(std::string("INSERT OR REPLACE INTO FEATURE_KEYS VALUES (") + user +
                             ", '" + id + "', '0', 'false', '', 'false');");
         }
     }
-    texts.insert(texts.end(), {"END TRANSACTION;", countAll, readUser});
+    texts.insert(texts.end(), {"END TRANSACTION;", lookForRow, readUser});
     return texts;
 }
 

@@ -9,7 +9,7 @@ namespace {
 using namespace Bench;
 
 const char* const stimulusSchema = "StimulusKeySettings";
-const char* const countStimulus = "SELECT COUNT(*) FROM STIMULUS_KEY_SETTINGS";
+const char* const lookForStimulus = "SELECT COUNT(*) FROM (SELECT 1 FROM STIMULUS_KEY_SETTINGS LIMIT 1)";
 const char* const readStimulus = "SELECT * FROM STIMULUS_KEY_SETTINGS WHERE UserContext = 'base';";
 
 const char* const codecSchema = "CodecSettings";
@@ -36,14 +36,14 @@ Texts firstRequestStatements() {
             values += ", '" + column.defaults.front() + "'";
         }
     }
-    Texts texts = {countStimulus, create + ");", "BEGIN IMMEDIATE TRANSACTION;", countStimulus};
+    Texts texts = {lookForStimulus, create + ");", "BEGIN IMMEDIATE TRANSACTION;", lookForStimulus};
     for (const std::string& id : keys.defaultRowIds()) {
         for (const char* user : {"'base'", "'visitor'"}) {
             texts.push_back(std::string("INSERT OR REPLACE INTO STIMULUS_KEY_SETTINGS VALUES (") +
                             user + ", '" + id + "'" + values + ");");
         }
     }
-    texts.insert(texts.end(), {"END TRANSACTION;", countStimulus, readStimulus});
+    texts.insert(texts.end(), {"END TRANSACTION;", lookForStimulus, readStimulus});
     return texts;
 }
 
