@@ -16,9 +16,6 @@ bool isNameCharacter(char c) {
            static_cast<unsigned char>(c) >= 0x80;
 }
 
-/// Characters from a literal to the next, for the room of their list.
-constexpr std::size_t UsualDistance = 16;
-
 /// What ends a stretch of plain text. Besides literals, names and the end of the statement these
 /// are parameters, comments and other quotes, which make a text that is not kept.
 constexpr std::string_view SpecialCharacters = "'\";?:@#`[/-";
@@ -108,7 +105,8 @@ bool StatementText::takeLiteral(std::size_t& place) {
     }
     literal.length = end - literal.begin;
     if (m_literals.empty()) {
-        m_literals.reserve(1 + (m_sql.size() - end) / UsualDistance);
+        const auto rest = m_sql.begin() + static_cast<std::ptrdiff_t>(end);
+        m_literals.reserve(1 + static_cast<std::size_t>(std::count(rest, m_sql.end(), '\'')) / 2);
     }
     m_literals.push_back(literal);
     m_key += '?';
