@@ -367,7 +367,9 @@ int DatabaseAdapter::lookForRows(const std::string& table, bool& isEmpty) {
     PairList all;
     const std::string whole = countStatement(table, all);
     // A count reads the whole table. Where the log does not show it, the first row answers.
-    const std::string first = "SELECT COUNT(*) FROM (SELECT 1 FROM " + table + " LIMIT 1);";
+    std::string first;
+    first.reserve(StatementSize);
+    first.append("SELECT COUNT(*) FROM (SELECT 1 FROM ").append(table).append(" LIMIT 1);");
     std::string count;
     const bool isCounted =
         readRowCount(loggingOnAppUni("DataAccessService", 6) ? whole : first, whole, count);
