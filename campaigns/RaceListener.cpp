@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int LongestPause = 100;     // in milliseconds
-constexpr int PausesOfASlowOne = 5;   // while others write
+constexpr int PausesOfASlowOne = 20;  // while others write
 constexpr int LongestAnswer = 60000;  // until a client gives up
 
 std::string lineOf(const Method& method) {
