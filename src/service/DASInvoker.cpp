@@ -24,8 +24,8 @@
 #include "Secrets.h"
 #include "Serializer.h"
 #include "service/DataAccessService.h"
+#include "service/MessageStreams.h"
 #include "service/MobilityMigrator.h"
-#include "service/ThreadStream.h"
 
 namespace {
 
@@ -386,15 +386,15 @@ void DASInvoker::handleMessage(Executable* executable, const char* message, int 
     Method request;
     Method reply;
     const std::size_t size = message != nullptr && length > 0 ? static_cast<unsigned>(length) : 0;
-    if (adapter->decode(threadStream(size > 0 ? std::string(message, size) : std::string()),
-                        request)) {
+    static MessageStreams streams;
+    const MessageStreams::Lent in(streams, size > 0 ? std::string(message, size) : std::string());
+    if (adapter->decode(*in, request)) {
         reply.setName(request.getName());
         if (!dispatch(executable, *m_frameworkContext, *response, request, reply)) {
             return;
         }
     }
-    std::stringstream& out = threadStream({});
-    adapter->encode(reply, out);
-    response->setReply(out.str());
-    (void)threadStream({});  // a large answer is not kept
+    const MessageStreams::Lent out(streams, {});
+    adapter->encode(reply, *out);
+    response->setReply((*out).str());
 }
