@@ -157,6 +157,11 @@ int updateOneRow(DatabaseAdapter& adapter, const std::string& user, const std::s
     return result;
 }
 
+bool hasColumnsOf(DataAccessObject& dao, DatabaseAdapter& adapter, const std::string& table) {
+    std::vector<std::string> names;
+    return adapter.getColumnNames(table, names) == 1 && names == dao.columnNames();
+}
+
 }  // namespace
 
 DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
@@ -169,11 +174,15 @@ DASUtils::TableState DASUtils::makeTableWithoutRows(DataAccessObject& dao, Datab
 DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
                                          const std::string& table, bool isCounted) {
     const ChangeScope::Unreported unreported(adapter);
-    if (dao.createTable() != 0 && !isCounted) {
+    const bool isNew = dao.createTable() == 0;
+    if (!isNew && !isCounted) {
         return TableState::Unknown;
     }
-    // Those that are missing: another process may have been faster.
-    (void)dao.insertDefaultRows(true);
+    // Rows go in by place: in a table that an upgrade could not bring into order their cells would
+    // stand in wrong columns for good.
+    if (isNew || hasColumnsOf(dao, adapter, table)) {
+        (void)dao.insertDefaultRows(true);  // those that are missing: another process may be faster
+    }
     // They are stored together or not at all, so one row is proof.
     bool isEmpty = false;
     const bool isFilled =

@@ -70,6 +70,9 @@ void addMissingRows(DataAccessServiceIfc* service, const std::string& schema,
                     const std::string& table) {
     if (isThere(service, table)) {
         (void)DASMigrator::rebuildIntoDaoColumns(service, schema, table);
+        if (!DASMigrator::formOf(service, schema, table).isInOrder()) {
+            return;  // rows go in by place, so into wrong columns
+        }
     }
     DASMigrator::migrateTableByAddingMissingDefaultLines(service, schema);
 }
@@ -124,12 +127,19 @@ const std::string* const TablesWithoutStep[] = {
     &ForwardingKeyDestinationsTableName, &RepertoryDiallingTableName,
     &SelectedDiallingTableName,          &StartApplicationTableName};
 
+void bringIntoOrder(DataAccessServiceIfc* service, const std::string& schema,
+                    const std::string& table) {
+    if (!DASMigrator::formOf(service, schema, table).isInOrder()) {
+        (void)DASMigrator::rebuildIntoDaoColumns(service, schema, table);
+    }
+}
+
 /// Brings a table that has its default rows into the columns of its object.
 void bringIntoOrder(DataAccessServiceIfc* service, const GrownTable& grown) {
     const bool isLookedAt = std::any_of(std::begin(TablesWithoutStep), std::end(TablesWithoutStep),
                                         [&](const auto* table) { return table == grown.table; });
-    if (isLookedAt && !DASMigrator::formOf(service, *grown.schema, *grown.table).isInOrder()) {
-        (void)DASMigrator::rebuildIntoDaoColumns(service, *grown.schema, *grown.table);
+    if (isLookedAt) {
+        bringIntoOrder(service, *grown.schema, *grown.table);
     }
 }
 
@@ -193,6 +203,7 @@ void DASMigrator::migrateStimulusKeySettingsTable(DataAccessServiceIfc* service,
 
 void DASMigrator::migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service) {
     constexpr int keysOfUser = 177;
+    bringIntoOrder(service, FeatureKeysSchema, FeatureKeysTableName);  // or it refuses new rows
     const std::string count =
         DASUtils::countOf(*service->getAdapter(), FeatureKeysTableName,
                           {{UserContextTagName, DASUtils::convertToDBFormat(UserContextBase)}});
@@ -205,9 +216,7 @@ void DASMigrator::migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessSer
     const std::pair<const std::string&, const std::string&> tables[] = {
         {FixedKeysSchema, FixedKeysTableName}, {FeatureKeysSchema, FeatureKeysTableName}};
     for (const auto& [schema, table] : tables) {
-        if (!formOf(service, schema, table).isInOrder()) {
-            (void)rebuildIntoDaoColumns(service, schema, table);
-        }
+        bringIntoOrder(service, schema, table);
     }
 }
 
