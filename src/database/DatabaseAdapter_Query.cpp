@@ -366,8 +366,7 @@ int DatabaseAdapter::countRows(const std::string& table, PairList& andList, std:
 int DatabaseAdapter::lookForRows(const std::string& table, bool& isEmpty) {
     PairList all;
     const std::string whole = countStatement(table, all);
-    // A count reads the whole table. Where the log does not show it, the first row answers.
-    std::string first;
+    std::string first;  // a count reads the whole table: where the log does not show it, one row
     first.reserve(StatementSize);
     first.append("SELECT COUNT(*) FROM (SELECT 1 FROM ").append(table).append(" LIMIT 1);");
     std::string count;
