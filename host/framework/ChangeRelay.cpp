@@ -22,9 +22,9 @@ using std::chrono::milliseconds;
 
 /// How long changes are gathered after a sending: by what it cost, so that a writer keeps most of
 /// the time, and no longer than a change may be late.
-constexpr auto GatherTimeForEach = std::chrono::microseconds(30);
+constexpr auto GatherTimeForEach = std::chrono::microseconds(150);
 constexpr auto LeastGatherTime = std::chrono::microseconds(200);
-constexpr auto LongestGatherTime = std::chrono::microseconds(2000);
+constexpr auto LongestGatherTime = std::chrono::microseconds(10000);
 /// What may wait in all views for the thread; only one that gets no processor lets so much come.
 constexpr std::size_t MostWaiting = std::size_t{8} * 1024 * 1024;
 constexpr auto TimeBetweenLooks = milliseconds(1000);

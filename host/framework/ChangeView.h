@@ -19,7 +19,7 @@ std::string lineOfChange(const DASChange& change, ProtocolAdapter& adapter);
  * The lines of the changes that are for all clients which have asked for the same.
  *
  * A line is made and kept once, however many clients hear it. Each client takes it when it is sent
- * something: the relay has all take their lines about once a millisecond while changes come, and a
+ * something: the relay has all take their lines every few milliseconds while changes come, and a
  * client that is about to be sent an answer takes them before. So the thread that makes a change
  * does nothing for the single client, and yet no answer overtakes a change that it could show.
  *

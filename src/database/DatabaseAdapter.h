@@ -291,6 +291,10 @@ private:
     void endWatched(ChangeScope& scope, const std::string& sql);
     /// lookForOthers() with the lock held, waiting for other processes as a statement does.
     bool compareDataVersion(ChangeListeners& listeners);
+    /// SQLite's number for what it has read of the file, which moves by one at each commit of this
+    /// connection, and when a statement finds that another process has committed. Asking it costs
+    /// nothing of the file, so it shows when the file has to be asked.
+    unsigned stateOfPages() const;
     bool hasFileMoved() const;
     const char* errorText() const;
     /// Whether @p statement is prepared; if not, logs why.
@@ -344,6 +348,7 @@ private:
     // For listeners to changes, under the lock. Not used without one.
     sqlite3_stmt* m_dataVersionQuery = nullptr;
     std::optional<int> m_dataVersion;  ///< at the last look
+    unsigned m_stateOfPages = 0;       ///< after the last look or own transaction
     bool m_isFileStrange = false;      ///< at the last look: moved away, or it can't be read
     int m_droppedTables = 0;
     int m_changesBefore = 0;  ///< when the transaction began

@@ -48,7 +48,9 @@ int DatabaseAdapter::changes() const {
 
 void DatabaseAdapter::beginWatched(ChangeScope& scope) {
     if (connection() != nullptr && !isInTransaction()) {
-        (void)compareDataVersion(scope.listeners());
+        if (stateOfPages() != m_stateOfPages) {
+            (void)compareDataVersion(scope.listeners());
+        }
         m_changesBefore = changes();
         scope.begin(*this);
     }
@@ -56,9 +58,23 @@ void DatabaseAdapter::beginWatched(ChangeScope& scope) {
 
 void DatabaseAdapter::endWatched(ChangeScope& scope, const std::string& sql) {
     m_droppedTables += sql.rfind(DropStatement, 0) == 0 ? 1 : 0;
-    if (!isInTransaction() && changes() != m_changesBefore) {
+    if (isInTransaction()) {
+        return;
+    }
+    const bool hasCommitted = changes() != m_changesBefore;
+    if (stateOfPages() != m_stateOfPages + (hasCommitted ? 1U : 0U)) {
+        (void)compareDataVersion(scope.listeners());
+    }
+    m_stateOfPages = stateOfPages();
+    if (hasCommitted) {
         scope.committed(*this);
     }
+}
+
+unsigned DatabaseAdapter::stateOfPages() const {
+    unsigned version = 0;
+    (void)sqlite3_file_control(connection(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
+    return version;
 }
 
 bool DatabaseAdapter::hasFileMoved() const {
@@ -86,6 +102,7 @@ bool DatabaseAdapter::compareDataVersion(ChangeListeners& listeners) {
     const bool isOfOthers = code == SQLITE_ROW && m_dataVersion && *m_dataVersion != version;
     if (code == SQLITE_ROW) {
         m_dataVersion = version;
+        m_stateOfPages = stateOfPages();
     }
     if (isOfOthers || (m_isFileStrange && !wasStrange)) {
         listeners.notify({});
