@@ -168,7 +168,7 @@ void measureWayOfChange(const LoadOptions& options, Figures& figures) {
     figures.add("Changes/MedianWayAfterAnswer", median(times) / 1000, "ms");
 }
 
-/// What a turn costs against the one before it: neighbours, since a disk is not as fast all the time.
+/// What a turn costs against its neighbour: a disk is not as fast all the time.
 double medianOfRatios(const std::vector<double>& with, const std::vector<double>& without) {
     std::vector<double> ratios;
     std::transform(with.begin(), with.end(), without.begin(), std::back_inserter(ratios),

@@ -61,8 +61,8 @@ Refuser refuser;
 
 }  // namespace
 
-/// Stands in for the C library's: data files are written by it, and SQLite's by other calls. A refused
-/// write leaves half of its bytes, as a disk that becomes full does.
+/// Stands in for the C library's: data files are written by it, and SQLite's by other calls. A
+/// refused write leaves half of its bytes, as a disk that becomes full does.
 extern "C" ssize_t write(int descriptor, const void* data, size_t size) {
     struct stat status {};
     const bool isRefused = refuser.isArmed && refuser.fault == Fault::Full &&

@@ -16,8 +16,8 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// The rows that a query gives, each a line, sorted; what SQLite says of a query that fails is one of
-/// them.
+/// The rows that a query gives, each a line, sorted; what SQLite says of a query that fails is one
+/// of them.
 Lines rowsOf(const Sql& db, const std::string& sql, const fs::path& key = {}) {
     Lines all;
     std::string error;

@@ -49,8 +49,8 @@ public:
     /// All rows as the last input left them; empty when it changed none.
     std::string change() const;
 
-    /// Puts database, files, user and caches back, and reports by require() when the last input left
-    /// something taken. @p weight is how many ordinary inputs this one counts for, since the
+    /// Puts database, files, user and caches back, and reports by require() when the last input
+    /// left something taken. @p weight is how many ordinary inputs this one counts for, since the
     /// service lives for so many of them.
     void restore(int weight = 1);
 

@@ -1,4 +1,4 @@
-"""A copy of the tree in which faults stand that are switched on one at a time, by their number in DAS_MUTANT.
+"""A copy of the tree in which faults stand that are switched on one at a time, by their number in MUTANT.
 
 scripts/mutants and scripts/sabotages share it, so that one build serves all faults of a run.
 """
@@ -20,7 +20,7 @@ MEMORY = 4 << 30  # a fault that collects without end is stopped here
 SWITCH = """#pragma once
 #include <cstdlib>
 inline bool dasMutant(int number) {
-    static const char* const text = std::getenv("DAS_MUTANT");
+    static const char* const text = std::getenv("MUTANT");
     static const int active = text != nullptr ? std::atoi(text) : 0;
     return number == active;
 }
@@ -59,7 +59,7 @@ def switched(text, edits):
 def build(targets):
     """Builds @p targets. The numbers of the faults that do not compile; none when the programs are there."""
     configure = ["cmake", "-S", TREE, "-B", WORK / "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                 "-DDAS_BENCH=OFF", "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -w"]  # fmt: skip
+                 "-DDAS_BENCH=OFF", "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -w"]  # fmt: skip
     subprocess.run(configure, check=True, stdout=subprocess.DEVNULL)
     command = ["cmake", "--build", WORK / "build", "-j", str(os.cpu_count()), "--target", *targets, "--", "-k", "0"]
     run = subprocess.run(command, capture_output=True, text=True)
@@ -82,7 +82,7 @@ def run_with(number, command, limit):
     try:
         run = subprocess.run(
             command, cwd=scratch, capture_output=True, text=True, errors="replace", timeout=limit,
-            env={**os.environ, "DAS_MUTANT": str(number), "TMPDIR": scratch},
+            env={**os.environ, "MUTANT": str(number), "TMPDIR": scratch},
             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))  # fmt: skip
     except subprocess.TimeoutExpired:
         return "no end"
@@ -92,5 +92,7 @@ def run_with(number, command, limit):
         return ""
     if run.returncode < 0:
         return f"signal {-run.returncode}"
-    failed = re.search(r"\[  FAILED  \] (\S+?)[ ,(]", run.stdout) or re.search(r"found with --seed \d+: (.*)", run.stderr)
+    failed = (re.search(r"\[  FAILED  \] (\S+?)[ ,(]", run.stdout)
+              or re.search(r"^(?:FAIL|ERROR): (\S+)", run.stderr, re.M)
+              or re.search(r"found with --seed \d+: (.*)", run.stderr))  # fmt: skip
     return failed[1] if failed else f"status {run.returncode}"

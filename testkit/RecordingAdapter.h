@@ -116,7 +116,8 @@ protected:
         service().constructorActions();
     }
 
-    /// Starts another service on the same database, whose statements @p intercept sees from the first.
+    /// Starts another service on the same database, whose statements @p intercept sees from the
+    /// first.
     void restart(std::function<int(const std::string&)> intercept) {
         m_phone.start(new Factory(m_adapter, std::move(intercept)));
     }

@@ -57,8 +57,8 @@ public:
     /// No client hears of changes any more, and the source is not used after this.
     void end();
 
-    /// The schemas that a list of names joined by commas asks for; none for all, as for a list without
-    /// names. A blank one stands for all names that no schema has.
+    /// The schemas that a list of names joined by commas asks for; none for all, as for a list
+    /// without names. A blank one stands for all names that no schema has.
     static ChangeView::Names namesOf(std::string_view list);
 
 private:

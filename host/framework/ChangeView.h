@@ -12,7 +12,7 @@
 
 class ProtocolAdapter;
 
-/// The line, with its line feed, by which a client hears of @p change in the protocol of @p adapter.
+/// The line, with its line feed, that tells a client of @p change in the protocol of @p adapter.
 std::string lineOfChange(const DASChange& change, ProtocolAdapter& adapter);
 
 /**
@@ -46,8 +46,8 @@ public:
     /// How many bytes were ever added: where the next line begins.
     [[nodiscard]] std::uint64_t end() const;
 
-    /// The lines from @p position to the end, with line feeds; moves @p position to the end. If some
-    /// of them are not kept any more, the stand-in takes the place of all.
+    /// The lines from @p position to the end, with line feeds; moves @p position to the end. If
+    /// some of them are not kept any more, the stand-in takes the place of all.
     [[nodiscard]] std::string take(std::uint64_t& position);
 
     /// Keeps no line before @p position: all clients have taken them.

@@ -86,8 +86,8 @@ void onCharacters(void* reader, const char* text, int length) {
     static_cast<Reader*>(reader)->text.append(text, static_cast<std::size_t>(length));
 }
 
-/// Reads messages in the form that clients usually send, without a parser. It gives up on everything
-/// else: entities, comments, declarations, more than one attribute, and what is no ASCII.
+/// Reads messages in the form that clients usually send, without a parser. It gives up on
+/// everything else: entities, comments, declarations, a second attribute, and what is no ASCII.
 class QuickScan {
 public:
     QuickScan(std::string_view text, Reader& reader) : m_rest(text), m_reader(reader) {}

@@ -4,11 +4,11 @@
 #include <string>
 
 /**
- * What a request will do, read as the service reads it: entities, comments and the number of its bytes
- * count as they do there. Nothing is carried out.
+ * What a request will do, read as the service reads it: entities, comments and the number of its
+ * bytes count as they do there. Nothing is carried out.
  */
 struct RequestLook {
-    /// What of() finds by the parser for each text; of() spares it for short messages in the usual form.
+    /// What of() finds by the parser for each text; of() spares it for short usual messages.
     static RequestLook parsed(const std::string& text, int length);
 
     /// For the fuzz target, which holds the two ways of reading against each other.

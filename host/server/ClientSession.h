@@ -133,7 +133,7 @@ private:
     std::size_t m_sent = 0;                ///< bytes of the first text of the queue
     std::atomic<std::size_t> m_unread{0};  ///< bytes of the queue that are not sent
     bool m_isWaiting = false;              ///< until the client takes more
-    std::size_t m_aheadOfStandIn = 0;  ///< bytes to be sent to the end of a line that stands for changes
+    std::size_t m_aheadOfStandIn = 0;  ///< bytes to the end of a line for changes
     bool m_isHandling = false;   ///< a message is in work
     bool m_hasSentMuch = false;  ///< the message in work has a large answer
     LineCutter m_lines;

@@ -28,7 +28,8 @@ constexpr std::size_t StackSize = std::size_t{128} * 1024;
 /// Not by the log, which may be what does not come to its end.
 void endAtOnce() {
     constexpr std::string_view words =
-        "das: the end took too long: what is in work is cut off, and rolled back by the next start\n";
+        "das: the end took too long: what is in work is cut off, and rolled back by the next "
+        "start\n";
     pollfd error{STDERR_FILENO, POLLOUT, 0};
     if (poll(&error, 1, 0) > 0) {
         (void)!write(STDERR_FILENO, words.data(), words.size());

@@ -156,7 +156,7 @@ bool ListeningSocket::replaceStale(std::string& error) const {
         return errno == ENOENT || report(m_path, errno, error);
     }
     if (!S_ISSOCK(status.st_mode)) {
-        return S_ISDIR(status.st_mode) ? report(m_path, EISDIR, error) : report(m_path, EEXIST, error);
+        return report(m_path, S_ISDIR(status.st_mode) ? EISDIR : EEXIST, error);
     }
     const Descriptor probe(makeSocket());
     SocketAddress address;

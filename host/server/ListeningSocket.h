@@ -8,9 +8,9 @@
 /**
  * A Unix domain socket that clients can connect to, for its owner and group, or for all.
  *
- * A socket that no process listens on any more is replaced; one that is in use, and anything else that
- * stands at the path, is left alone. When the object goes, its socket file goes, unless that was
- * done before.
+ * A socket that no process listens on any more is replaced; one that is in use, and anything else
+ * that stands at the path, is left alone. When the object goes, its socket file goes, unless that
+ * was done before.
  */
 class ListeningSocket {
 public:

@@ -12,9 +12,9 @@
 #include "server/Datagram.h"
 
 /**
- * Reports to the service manager how the service is: the upgrade step in work at the start, that it is
- * ready, that it goes on, that it ends. Without "NOTIFY_SOCKET" in the environment nothing is sent.
- * If sending fails, standard error says so once, and the service runs.
+ * Reports to the service manager how the service is: the upgrade step in work at the start, that it
+ * is ready, that it goes on, that it ends. Without "NOTIFY_SOCKET" in the environment nothing is
+ * sent. If sending fails, standard error says so once, and the service runs.
  *
  * Threads of its own look whether work goes on. As long as it does, they ask for more time during
  * the start. After it, when the manager watches the service ("WATCHDOG_USEC"), they send the

@@ -46,8 +46,8 @@ std::string notification(const Method& method);
 /// Makes a call out of what notification() gave. @p id is in JSON.
 std::string toCall(const std::string& notification, const std::string& id);
 
-/// The answer to the call @p id, which is in JSON: the parameters of @p reply. None when it would be
-/// longer than @p limit.
+/// The answer to the call @p id, which is in JSON: the parameters of @p reply. None when it would
+/// be longer than @p limit.
 std::optional<std::string> answer(const Method& reply, const std::string& id, std::size_t limit);
 
 extern const std::string ParseError;      ///< the answer to what is no JSON

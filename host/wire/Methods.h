@@ -10,8 +10,8 @@
  * The table of the remote methods, those of the service and those of the host itself.
  *
  * What the host answers itself, the command line with its help and completion, the JSON schema, the
- * table of the Python client and the one in docs/remote.md all follow from its rows. A method of the
- * host is a row here and a function in framework/HostMethods.cpp; then run scripts/contracts.
+ * table of the Python client and the one in docs/remote.md all follow from its rows. A method of
+ * the host is a row here and a function in framework/HostMethods.cpp; then run scripts/contracts.
  */
 namespace Methods {
 
@@ -71,8 +71,8 @@ struct Row {
     std::vector<Value> values;
     Access access;
     Kind kind = Kind::Service;
-    /// The one parameter, an XML string, that takes the place of the others in the XML protocol; null
-    /// for methods that have the same form in both.
+    /// The one parameter, an XML string, that takes the place of the others in the XML protocol;
+    /// null for methods that have the same form in both.
     const char* xmlParameter = nullptr;
 
     /// The parameters of one direction, in their order.

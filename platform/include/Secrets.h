@@ -18,8 +18,8 @@ bool isKnownPassword(std::string_view name);
 /// in any case.
 bool isSecret(std::string_view name);
 
-/// As long as it lives, what this thread answers and exports has the mask in place of secret values;
-/// blank ones stay blank. What is stored stays as it is.
+/// As long as it lives, what this thread answers and exports has the mask in place of secret
+/// values; blank ones stay blank. What is stored stays as it is.
 class Hidden {
 public:
     /// @p areHidden false changes nothing.

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the service has done since the process began, counted for whoever asks. Any thread may count
-/// and ask; a count costs next to nothing.
-/// The database, the log and the upgrade count; the host shows the figures in its statistics.
+/// What the service has done since the process began, counted for whoever asks. Any thread may
+/// count and ask; a count costs next to nothing. The database, the log and the upgrade count; the
+/// host shows the figures in its statistics.
 namespace Tally {
 
 enum Kind : std::size_t {

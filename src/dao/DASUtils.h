@@ -133,8 +133,8 @@ public:
     static bool insertMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value);
     /// Stores the current user, plain text, in the row that is there. False on failure.
     static bool updateMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value);
-    /// Whether the telephone serves its owner in every case. True when it can't be read; @p isRead is
-    /// false then, and may be null.
+    /// Whether the telephone serves its owner in every case. True when it can't be read; @p isRead
+    /// is false then, and may be null.
     static bool isActiveMobilityModeIsBasic(DatabaseAdapter* adapter, bool* isRead = nullptr);
     /// Whether the visitor's data was downloaded to the end. True unless a row says otherwise.
     static bool isMobilityVisitorUserDataValid(DatabaseAdapter* adapter);

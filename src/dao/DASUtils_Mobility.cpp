@@ -46,8 +46,8 @@ Reading readItem(DatabaseAdapter* adapter, const char* item, std::string& value,
     return Reading::Done;
 }
 
-/// A setting that is on or off. It counts as on when it can't be read, and as @p whenMissing when it
-/// has no row.
+/// A setting that is on or off. It counts as on when it can't be read, and as @p whenMissing when
+/// it has no row.
 bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName, bool whenMissing,
                 bool* isRead = nullptr) {
     std::string value;

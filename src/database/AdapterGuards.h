@@ -106,9 +106,9 @@ private:
     const bool m_isOutermost;
 };
 
-/// Runs @p work in a transaction of its own. It is committed when @p work returns true; it is rolled
-/// back whole when it returns false, throws, or can't be committed. For rebuilds of tables. False
-/// unless it was committed.
+/// Runs @p work in a transaction of its own. It is committed when @p work returns true; it is
+/// rolled back whole when it returns false, throws, or can't be committed. For rebuilds of tables.
+/// False unless it was committed.
 [[nodiscard]] bool runWholeOrNot(
     DatabaseAdapter& adapter, const std::function<bool()>& work,
     TransactionGuard::Locks locks = TransactionGuard::Locks::AtFirstWrite);

@@ -13,10 +13,10 @@ class DatabaseAdapter;
 /**
  * One request or method, whose commits on this thread are one change for the listeners.
  *
- * The adapter reports each commit. From the first one on the scope keeps the adapter's lock, so that
- * no thread reads what has changed before the listeners know, and they hear of changes in the order of
- * the commits. The destructor reports the change and releases the lock. A scope within another is a
- * part of it. Without a listener a scope does nothing.
+ * The adapter reports each commit. From the first one on the scope keeps the adapter's lock, so
+ * that no thread reads what has changed before the listeners know, and they hear of changes in the
+ * order of the commits. The destructor reports the change and releases the lock. A scope within
+ * another is a part of it. Without a listener a scope does nothing.
  */
 class ChangeScope {
 public:

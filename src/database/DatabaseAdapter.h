@@ -128,9 +128,9 @@ public:
     [[nodiscard]] int changes() const;
 
     /**
-     * Reports to @p listeners, as a change with blank texts, when another process has committed since
-     * the last look or the file is not the one that was opened. The first look only remembers.
-     * Waits neither for the lock nor for other processes.
+     * Reports to @p listeners, as a change with blank texts, when another process has committed
+     * since the last look or the file is not the one that was opened. The first look only
+     * remembers. Waits neither for the lock nor for other processes.
      *
      * @return false when one of them was in the way
      */
@@ -205,7 +205,8 @@ public:
 
     /**
      * Whether @p table has no rows, for whoever needs no more of their count: 0 when @p isEmpty is
-     * true or false, 1 when it is not known, and @p isEmpty is true then. Logs what countRows() does.
+     * true or false, 1 when it is not known, and @p isEmpty is true then. Logs what countRows()
+     * does.
      */
     [[nodiscard]] int lookForRows(const std::string& table, bool& isEmpty);
 
@@ -243,8 +244,8 @@ public:
     std::string concatWhereCondition(PairList& andList, PairList& orList);
     std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
 
-    /// Frees what is kept of the file's pages and of statements and is not in use, for this connection
-    /// alone.
+    /// Frees what is kept of the file's pages and of statements and is not in use, for this
+    /// connection alone.
     void releaseMemory();
 
     /// The prepared statements that are kept. For statistics and tests, with the lock held.

@@ -24,8 +24,9 @@ public:
     /// Takes @p sql apart; @p sql must outlive this object.
     explicit StatementText(const std::string& sql);
 
-    /// Whether the statement may be kept: one of at most MaximumSize bytes that reads or writes rows,
-    /// or that begins or ends a transaction. Others may change tables, which ends what is kept.
+    /// Whether the statement may be kept: one of at most MaximumSize bytes that reads or writes
+    /// rows, or that begins or ends a transaction. Others may change tables, which ends what is
+    /// kept.
     [[nodiscard]] bool isCacheable() const { return m_isCacheable; }
 
     /// The text with "?" for each literal; empty unless it is cacheable.

@@ -141,9 +141,8 @@ const std::pair<const std::string*, const std::string*> NumberedTables[] = {
 
 void migrateContacts(const Run& run) {
     for (const auto& [schema, table] : NumberedTables) {
-        if (run.service->getAdapter()->isTableKnown(*table) &&
-            !M::formOf(run.service, *schema, *table).isInOrder()) {
-            (void)M::rebuildIntoDaoColumns(run.service, *schema, *table);
+        if (run.service->getAdapter()->isTableKnown(*table)) {
+            M::bringIntoOrder(run.service, *schema, *table);
         }
     }
     // Before any step that adds a row: the database may have no higher number for it.

@@ -87,6 +87,10 @@ public:
     /// Orders texts by the numbers that they begin with.
     static bool compareStringsAsIntegers(std::string first, std::string second);
 
+    /// The columns of a table next to those of the object of @p schema.
+    static TableForm formOf(DataAccessServiceIfc* service, const std::string& schema,
+                            const std::string& table);
+
     /**
      * Brings a table into the columns of its object, rows kept, in one transaction that is rolled
      * back whole on any failure. A missing table is made with its default rows. Cells go by name: a
@@ -99,11 +103,12 @@ public:
     static bool rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                       const std::string& table);
 
-    /// The columns of a table next to those of the object of @p schema.
-    static TableForm formOf(DataAccessServiceIfc* service, const std::string& schema,
-                            const std::string& table);
+    /// The same for a table of other columns, or of the same in another order; any other stays as
+    /// it is.
+    static void bringIntoOrder(DataAccessServiceIfc* service, const std::string& schema,
+                               const std::string& table);
 
-    /// The same, and inserts the default rows that the table lacks.
+    /// The same for each table, and inserts the default rows that it lacks.
     static void rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
                                const std::string& table);
 

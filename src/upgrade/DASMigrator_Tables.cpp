@@ -127,19 +127,12 @@ const std::string* const TablesWithoutStep[] = {
     &ForwardingKeyDestinationsTableName, &RepertoryDiallingTableName,
     &SelectedDiallingTableName,          &StartApplicationTableName};
 
-void bringIntoOrder(DataAccessServiceIfc* service, const std::string& schema,
-                    const std::string& table) {
-    if (!DASMigrator::formOf(service, schema, table).isInOrder()) {
-        (void)DASMigrator::rebuildIntoDaoColumns(service, schema, table);
-    }
-}
-
 /// Brings a table that has its default rows into the columns of its object.
-void bringIntoOrder(DataAccessServiceIfc* service, const GrownTable& grown) {
+void bringGrownIntoOrder(DataAccessServiceIfc* service, const GrownTable& grown) {
     const bool isLookedAt = std::any_of(std::begin(TablesWithoutStep), std::end(TablesWithoutStep),
                                         [&](const auto* table) { return table == grown.table; });
     if (isLookedAt) {
-        bringIntoOrder(service, *grown.schema, *grown.table);
+        DASMigrator::bringIntoOrder(service, *grown.schema, *grown.table);
     }
 }
 
@@ -148,6 +141,13 @@ void bringIntoOrder(DataAccessServiceIfc* service, const GrownTable& grown) {
 bool DASMigrator::rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                         const std::string& table) {
     return bringIntoForm(service, schema, table, TableRebuild::DefaultRows::Leave);
+}
+
+void DASMigrator::bringIntoOrder(DataAccessServiceIfc* service, const std::string& schema,
+                                 const std::string& table) {
+    if (!formOf(service, schema, table).isInOrder()) {
+        (void)rebuildIntoDaoColumns(service, schema, table);
+    }
 }
 
 void DASMigrator::rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
@@ -252,7 +252,7 @@ void DASMigrator::dbCheckAndMigrateLineKeySettingsDefaults(DataAccessServiceIfc*
 void DASMigrator::addDefaultRowsToExistingTablesWhereMissing(DataAccessServiceIfc* service) {
     for (const GrownTable& grown : GrownTables) {
         if (isRowPresent(service, *grown.table, IdTagName, grown.id)) {
-            bringIntoOrder(service, grown);
+            bringGrownIntoOrder(service, grown);
         } else if (grown.special != nullptr) {
             grown.special(service);
         } else {

@@ -148,7 +148,9 @@ TEST_F(RepairTest, DoublesAreJoinedIntoTheNewestRow) {
     for (auto row = rows.begin(); row != rows.end(); ++row) {
         duplicates["1"]["Missed"].emplace_back(row);
     }
+    const LogCapture log;
     DASMigrator::normalizeDuplicateRowData(duplicates);
+    EXPECT_TRUE(log.has("NORMALIZING 2 duplicate rows"));
     const auto ids = DASMigrator::consolidateDuplicateRows(duplicates);
     DASMigrator::commitConsolidatedRowData(&service(), duplicates);
     DASMigrator::removeRows(&service(), ids);

@@ -272,7 +272,9 @@ TEST_F(SecurityTest, TheNegotiationOfOlderSettingsIsTakenOver) {
         sql("DELETE FROM GENERAL_CONFIG");
         setting("SipBaseSettings", "base", "SrtpKeyNegotiationMethod", row.method);
         setting("SipBaseSettings", "base", "SecureCallPayloadOptions", row.payload);
+        const LogCapture log(2);
         DASMigrator::upgradeFromV3ToWebRTC(&service());
+        EXPECT_TRUE(log.entries().empty());
         EXPECT_EQ(value("SrtpKeyNegotiationMode"), row.method);
         EXPECT_EQ(value("SdpNegotiationMode"), row.sdpMode);
         sql("UPDATE GENERAL_CONFIG SET Value = 'kept' WHERE Name LIKE '%Mode'");
