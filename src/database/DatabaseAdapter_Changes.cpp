@@ -48,7 +48,7 @@ int DatabaseAdapter::changes() const {
 
 void DatabaseAdapter::beginWatched(ChangeScope& scope) {
     if (connection() != nullptr && !isInTransaction()) {
-        if (!m_dataVersion || stateOfPages() != m_stateOfPages) {
+        if (stateOfPages() != m_stateOfPages) {
             (void)compareDataVersion(scope.listeners());
         }
         m_changesBefore = changes();

@@ -269,17 +269,11 @@ TEST_F(ChangesTest, WhatIsRolledBackIsNotHeard) {
 }
 
 TEST_F(ChangesTest, AnotherProcessIsHeardInItsPlace) {
-    const std::string own = "PhoneBook|base|write_request|";
-    for (const int number : {1, 4}) {
-        (void)send("PhoneBook", "write_request", contact("own"));
-        sql("INSERT INTO PHONE_BOOK(UserContext, Surname) VALUES('base', 'other');");
-        (void)send("PhoneBook", "write_request", contact("own"));
-        EXPECT_EQ(m_hearing.take(), (Heard{own + std::to_string(number), Anything,
-                                           own + std::to_string(number + 2)}));
-        service().removeChangeListener(&m_hearing);
-        service().constructorActions();  // a connection that has written nothing
-        service().addChangeListener(&m_hearing);
-    }
+    (void)send("PhoneBook", "write_request", contact("own"));
+    sql("INSERT INTO PHONE_BOOK(UserContext, Surname) VALUES('base', 'other');");
+    (void)send("PhoneBook", "write_request", contact("own"));
+    EXPECT_EQ(m_hearing.take(), (Heard{"PhoneBook|base|write_request|1", Anything,
+                                       "PhoneBook|base|write_request|3"}));
     EXPECT_TRUE(service().lookForOthers());
     EXPECT_EQ(m_hearing.take(), Heard{}) << "own commits are no other's";
     sql("UPDATE PHONE_BOOK SET Surname = 'new';");
