@@ -62,10 +62,12 @@ void DatabaseAdapter::endWatched(ChangeScope& scope, const std::string& sql) {
         return;
     }
     const bool hasCommitted = changes() != m_changesBefore;
-    if (stateOfPages() != m_stateOfPages + (hasCommitted ? 1U : 0U)) {
+    const unsigned ownState = m_stateOfPages + (hasCommitted ? 1U : 0U);
+    if (stateOfPages() == ownState) {
+        m_stateOfPages = ownState;
+    } else {
         (void)compareDataVersion(scope.listeners());
     }
-    m_stateOfPages = stateOfPages();
     if (hasCommitted) {
         scope.committed(*this);
     }
