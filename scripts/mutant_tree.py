@@ -79,6 +79,7 @@ def run_with(number, command, limit):
     """Runs @p command with fault @p number. How it ended, blank for well: a failed test, a finding, a
     signal, a status, or "no end" after @p limit seconds."""
     scratch = tempfile.mkdtemp(prefix="das-mutant-")
+    os.chmod(scratch, 0o755)  # some tests run as another user
     try:
         run = subprocess.run(
             command, cwd=scratch, capture_output=True, text=True, errors="replace", timeout=limit,
