@@ -159,11 +159,15 @@ bool DataAccessService::importData(std::string schema, eUserCategory category,
 bool DataAccessService::importTable(const char* method, const std::string& schema,
                                     const std::string& context,
                                     const std::function<int(DataAccessObject&)>& work) {
+    DASChange described;
     const ChangeScope scope(m_changes, [&](DASChange& change) {
         const bool isOtherUser = !context.empty() && !change.context.empty();
-        change = {schema, isOtherUser ? change.context : context, method, {}};
+        change = {described.schema, isOtherUser ? change.context : context, method, {}};
     });
-    return onTable(method, schema, work);
+    return onTable(method, schema, [&](DataAccessObject& dao) {
+        dao.describeChange(schema, described);
+        return work(dao);
+    });
 }
 
 bool DataAccessService::onTable(const char* operation, const std::string& schema,
@@ -193,7 +197,8 @@ DASImported DataAccessService::importAsOne(
         return result;
     }
     const ChangeScope scope(m_changes, [&](DASChange& change) {
-        change = {what.schema, result.user, "ImportText", {}};
+        dao->describeChange(what.schema, change);
+        change = {change.schema, result.user, "ImportText", {}};
     });
     const OneWait wait;
     bool isStored = false;

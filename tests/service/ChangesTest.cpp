@@ -215,6 +215,11 @@ TEST_F(ChangesOfManyTest, EachMethodIsHeardOnceAsAWhole) {
          {"Analytics|visitor|importDataForUser|"}},
         {[&] { service().importData("Analytics", visitor, "/tmp/none.csv"); }, {}},
         {[&] { service().importData("CodecSettings", visitor, path); }, {}},
+        {[&] {
+             (void)send("CallLogMissedCalls", "write_request", entry({{"Surname", "a"}}));
+             service().importData("XCallLogX", base, "/tmp/none.csv");
+         },
+         {"CallLogMissedCalls|base|write_request|1", "|base|importDataForUser|"}},
         {[&] { service().createPhonenumberIndices(); }, {}},
         {[&] { service().setProfile("guest"); }, {}},
         {[&] { service().setProfile("visitor"); }, {"visitor", "||setProfile|"}},
