@@ -12,7 +12,7 @@
 
 class ProtocolAdapter;
 
-/// The line, with its line feed, that tells a client of @p change in the protocol of @p adapter.
+/// The line, with its line feed, that reports @p change to a client in the protocol of @p adapter.
 std::string lineOfChange(const DASChange& change, ProtocolAdapter& adapter);
 
 /**

@@ -165,9 +165,7 @@ PairList GeneralConfigurationDAO::itemConditions(const std::string& name,
 }
 
 int GeneralConfigurationDAO::getRowCount(std::string& count) {
-    return getDatabaseAdapter() == nullptr
-               ? 1
-               : DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
+    return getDatabaseAdapter() == nullptr ? 1 : DASUtils::getRowCount(*m_dbAdapter, m_tableName, count);
 }
 
 int GeneralConfigurationDAO::getRowCountForItemWithContextInSchema(const std::string& name,
