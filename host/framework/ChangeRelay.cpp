@@ -25,6 +25,9 @@ using std::chrono::milliseconds;
 constexpr auto GatherTimeForEach = std::chrono::microseconds(150);
 constexpr auto LeastGatherTime = std::chrono::microseconds(200);
 constexpr auto LongestGatherTime = std::chrono::microseconds(10000);
+/// What is gathered for one audience at most: half of what a client may have waiting whatever waits
+/// for others, so that a client that reads misses nothing.
+constexpr std::size_t MostGathered = std::size_t{4} * 1024;
 /// What may wait in all views for the thread; only one that gets no processor lets so much come.
 constexpr std::size_t MostWaiting = std::size_t{8} * 1024 * 1024;
 constexpr auto TimeBetweenLooks = milliseconds(1000);
@@ -179,6 +182,7 @@ void ChangeRelay::changed(const DASChange& change) {
     bool mustWake = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        const bool hadMuch = m_hasMuch;
         try {
             addToViews(change);
         } catch (const std::exception&) {
@@ -187,7 +191,7 @@ void ChangeRelay::changed(const DASChange& change) {
         if (m_waiting > MostWaiting) {
             dropWaiting();
         }
-        mustWake = m_hasNew && std::exchange(m_isIdle, false);
+        mustWake = (m_hasNew && std::exchange(m_isIdle, false)) || (m_hasMuch && !hadMuch);
     }
     if (mustWake) {
         m_wake.notify_one();
@@ -201,7 +205,9 @@ void ChangeRelay::addToViews(const DASChange& change) {
             if (hears(names, change.schema)) {
                 const std::string& line = lines.in(*adapter);
                 audience.view->add(line);
+                audience.gathered += line.size();
                 m_waiting += line.size();
+                m_hasMuch = m_hasMuch || audience.gathered > MostGathered;
                 audience.hasNew = true;
                 m_hasNew = true;
             }
@@ -236,10 +242,10 @@ void ChangeRelay::work(DASChangeSourceIfc& source) {
     }
 }
 
-/// Changes need not wake the thread before @p from: it looks for them then.
+/// Changes need not wake the thread before @p from, unless they are many: it looks for them then.
 bool ChangeRelay::wait(Clock::time_point from, Clock::time_point to) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_wake.wait_until(lock, from, [this] { return m_isEnding; });
+    m_wake.wait_until(lock, from, [this] { return m_isEnding || m_hasMuch; });
     m_isIdle = !m_hasNew;
     m_wake.wait_until(lock, to, [this] { return m_isEnding || m_hasNew; });
     m_isIdle = false;
@@ -285,8 +291,10 @@ std::vector<ChangeRelay::Sending> ChangeRelay::takeSendings() {
     }
     for (Audience& audience : m_audiences) {
         audience.hasNew = false;
+        audience.gathered = 0;
     }
     m_hasNew = false;
+    m_hasMuch = false;
     m_waiting = 0;
     return sendings;
 }

@@ -68,7 +68,8 @@ private:
     struct Audience {
         std::shared_ptr<ChangeView> view;
         std::vector<std::weak_ptr<Client>> clients;
-        bool hasNew = false;  ///< since the last sending
+        bool hasNew = false;       ///< since the last sending
+        std::size_t gathered = 0;  ///< bytes since then
     };
 
     /// What is to be sent now.
@@ -113,6 +114,7 @@ private:
     std::vector<Audience> m_audiences;
     std::size_t m_waiting = 0;  ///< bytes that the views were given since the last sending
     bool m_hasNew = false;      ///< some audience has
+    bool m_hasMuch = false;     ///< some audience has so much that it is sent without delay
     bool m_isIdle = false;      ///< the thread waits to be woken by a change
     bool m_isEnding = false;
 };

@@ -66,7 +66,12 @@ void DatabaseAdapter::endWatched(ChangeScope& scope, const std::string& sql) {
     if (stateOfPages() == ownState) {
         m_stateOfPages = ownState;
     } else {
-        (void)compareDataVersion(scope.listeners());
+        // What is committed is answered without waiting for another process. If the file can't be
+        // read now, the next look reports once more what this one stands for.
+        const NoWait noWait(connection());
+        if (!compareDataVersion(scope.listeners()) && hasCommitted) {
+            scope.listeners().notify({});
+        }
     }
     if (hasCommitted) {
         scope.committed(*this);

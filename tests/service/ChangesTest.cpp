@@ -284,7 +284,7 @@ TEST_F(ChangesTest, AnotherProcessIsHeardInItsPlace) {
     sql("UPDATE PHONE_BOOK SET Surname = 'new';");
     service().clearMobileUserdata();
     EXPECT_EQ(m_hearing.take(), (Heard{Anything, "||clearMobileUserdata|"}))
-        << "each transaction looks first";
+        << "each transaction looks too";
     sql("DELETE FROM PHONE_BOOK;");
     EXPECT_TRUE(service().lookForOthers());
     EXPECT_TRUE(service().lookForOthers());
