@@ -169,6 +169,7 @@ TEST_F(SecurityTest, FileDownloadsGoToTheTableOfEncryptedPasswords) {
         "INSERT INTO FILEDOWNLOAD_SETTINGS VALUES "
         "(1,'false',0,'a,b',21,'','u','ftp''secret','/p','f','','',0), "
         "(2,'false',0,'s',21,'','u','','/p','f','','',0)");
+    writeFile(onDevice("/Aurel_Deploy/DasMigrationValues.csv"), "of an earlier release");
     DASMigrator::migrateToEncryptedFTPPass(&service());
     EXPECT_EQ(cell("SELECT COUNT(*) FROM sqlite_master WHERE name = 'FILEDOWNLOAD_SETTINGS'"), "0");
     EXPECT_EQ(cell("SELECT group_concat(ServerAddress) FROM FILEDOWNLOAD_SETTINGS_ENC"), "a,b,s");

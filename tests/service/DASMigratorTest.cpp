@@ -160,6 +160,8 @@ TEST_F(DASMigratorTest, ChangeOfProtocolNeedsNoneOfTheAddresses) {
         {"Name = 'PhoneIPaddress'",
          "DHCPenabled=false,DLSaddress=192.0.2.7,DLSport=18443,DefaultMask=255.255.255.0"},
         {"Name = 'DHCPenabled'", "DLSaddress=192.0.2.7,DLSport=18443"},
+        {"1 = 0; DELETE FROM GENERAL_CONFIG WHERE Name = 'DHCPenabled'",
+         "DLSaddress=192.0.2.7,DLSport=18443"},
         {"Schema = 'TransportSettings'", ""},
     };
     RecordingManagement management;
