@@ -126,9 +126,8 @@ void Dispatcher::handleXml(std::string_view line, const std::shared_ptr<Client>&
 }
 
 void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>& client) {
-    const std::string name = message.request.getName();
-    const std::string* const text = textOfRequest(message.request);
-    const Statistics::Subject subject = statistics().subjectOf(name, text);
+    message.subject =
+        statistics().subjectOf(message.request.getName(), textOfRequest(message.request));
     if (const ClientRights* const rights = client->rights()) {
         const AccessCheck check(message.request, *rights);
         if (check.isAllowed()) {
@@ -140,7 +139,7 @@ void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>&
     } else {
         carryOutAllowed(message, client);
     }
-    Statistics::count(subject, message.hasFailed, message.begin);
+    message.count();  // what has no answer counts here
 }
 
 void Dispatcher::carryOutAllowed(MessageInWork& message, const std::shared_ptr<Client>& client) {

@@ -26,6 +26,12 @@ bool MessageInWork::decode(std::istream& /*stream*/, Method& method) {
     return isRead;
 }
 
+void MessageInWork::count() {
+    if (subject.method != nullptr) {
+        Statistics::count(std::exchange(subject, {}), hasFailed, begin);
+    }
+}
+
 const std::string& MessageInWork::protocol() const {
     return AurelProtocols::SERVICE_JSON;
 }
@@ -60,6 +66,7 @@ void LineMessage::takeTurn() {
 }
 
 void LineMessage::sendAnswer() {
+    count();
     if (m_line && isAnswered()) {
         m_client.sendLine(std::move(*m_line));
     }

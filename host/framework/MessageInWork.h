@@ -1,13 +1,13 @@
 #ifndef MESSAGEINWORK_H
 #define MESSAGEINWORK_H
 
-#include <chrono>
 #include <mutex>
 #include <optional>
 #include <string>
 
 #include "Method.h"
 #include "ProtocolAdapter.h"
+#include "framework/Statistics.h"
 
 class Client;
 
@@ -36,11 +36,16 @@ public:
     /// Waits until no other large answer is in work; the turn ends with this object.
     virtual void takeTurn() {}
 
-    /// The reply is complete: sends it, if it is to be sent.
+    /// The reply is complete: counts the call, and sends the reply, if it is to be sent.
     virtual void sendAnswer() {}
 
-    const std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
-    Method request;  ///< as it was read
+    /// Counts the call, if it was not counted before. Whoever has an answer finds its call counted,
+    /// so this comes before the answer is on its way.
+    void count();
+
+    const Statistics::Clock::time_point begin = Statistics::Clock::now();
+    Statistics::Subject subject;  ///< where it counts; blank from then on
+    Method request;               ///< as it was read
     bool isRead = true;
     bool hasFailed = false;  ///< the reply says so
 };

@@ -45,8 +45,8 @@ public:
 
     /// Names of a call, before it is carried out.
     struct Subject {
-        Calls* method;   ///< never null
-        Calls* request;  ///< null for a method that makes none
+        Calls* method = nullptr;   ///< null for no call
+        Calls* request = nullptr;  ///< null for a method that makes none
     };
 
     /// Makes the places of all names that the tables of the program hold.
