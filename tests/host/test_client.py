@@ -248,6 +248,22 @@ class Clients(RemoteTest):
         self.end_host()
         self.assertEqual((client.wait(PATIENCE), client.stdout.read()), (1, ""))
 
+    def test_wrong_uses_of_the_cpp_client_fail_with_the_words_of_the_host(self):
+        self.serve()
+        with socket.socket(socket.AF_UNIX) as mute:
+            mute.bind(str(self.place / "mute"))
+            mute.listen()
+            run = self.das(self.path, self.place / "mute", *sorted(dasclient.ONE_WAY),
+                           program=DAS.parent / "das_client_uses")
+        too_long = "processRequest: Parse error (no UTF-8, over 8 MiB?)"
+        self.assertEqual(run.answers, ["one-way: nothing"] * len(dasclient.ONE_WAY) + [
+            'unknown: noSuch: Unknown messageType = "noSuch"', f"no UTF-8: {too_long}",
+            "no columns: name the columns to read: there are none",
+            "a wrong column: PhoneBook: read_request failed: SQLite: ERROR 'no such column: NoSuch' handling "
+            "request 'SELECT NoSuch FROM PHONE_BOOK WHERE UserContext = 'base' ORDER BY UPPER(Surname);'",
+            r'"a\u000db\u000d\u000ac"', f"mute: {self.place}/mute: no answer in time",
+            f"too long: {too_long}"], run.errors)
+
     def test_the_shell_client_serves_itself(self):
         run = self.das(DAS, program=self.EXAMPLES / "user.sh")
         self.assertEqual((run.returncode, run.answers), (0, ["user: base", "keys: 177"]), run.errors)
