@@ -258,7 +258,7 @@ class Clients(RemoteTest):
         too_long = "processRequest: Parse error (no UTF-8, over 8 MiB?)"
         self.assertEqual(run.answers, ["one-way: nothing"] * len(dasclient.ONE_WAY) + [
             'unknown: noSuch: Unknown messageType = "noSuch"', f"no UTF-8: {too_long}",
-            "no columns: name the columns to read: there are none",
+            "no columns: name the columns to read",
             "a wrong column: PhoneBook: read_request failed: SQLite: ERROR 'no such column: NoSuch' handling "
             "request 'SELECT NoSuch FROM PHONE_BOOK WHERE UserContext = 'base' ORDER BY UPPER(Surname);'",
             r'"a\u000db\u000d\u000ac"', f"mute: {self.place}/mute: no answer in time",

@@ -172,7 +172,7 @@ public:
     static std::vector<Row> rowsOf(const std::string& answer,
                                    const std::vector<std::string>& columns) {
         if (columns.empty()) {
-            throw Error("name the columns to read: there are none");
+            throw Error("name the columns to read");
         }
         const std::string begin = "<Entry><" + columns.front() + ">";
         const std::string end = "</" + columns.back() + "></Entry>";
