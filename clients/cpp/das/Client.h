@@ -79,8 +79,7 @@ public:
     explicit Client(const std::string& path = {}, int milliseconds = 60000)
         : Client(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         const char* const set = std::getenv("DAS_SOCKET");
-        const bool isSet = set != nullptr && *set != '\0';
-        m_path = !path.empty() ? path : isSet ? set : "/run/das/das.sock";
+        m_path = !path.empty() ? path : set != nullptr && *set != '\0' ? set : "/run/das/das.sock";
         const timeval limit{milliseconds / 1000, milliseconds % 1000 * 1000};
         sockaddr_un address{AF_UNIX, {}};
         errno = ENAMETOOLONG;  // of a path that fills the address
@@ -176,6 +175,7 @@ public:
         }
         const std::string begin = "<Entry><" + columns.front() + ">";
         const std::string end = "</" + columns.back() + "></Entry>";
+        const std::string first = "</" + columns.front() + "><";  // a last value may hold marks
         const std::size_t last = answer.rfind(end);
         std::vector<Row> rows;
         for (std::size_t place = answer.find(begin); place < last;) {
@@ -184,7 +184,8 @@ public:
             for (auto each = columns.begin(); each != columns.end(); ++each) {
                 const bool isLast = each + 1 == columns.end();
                 const std::string mark = isLast ? end + begin : "</" + *each + "><" + each[1] + ">";
-                const std::size_t stop = std::min(answer.find(mark, place), last);
+                const auto next = isLast ? answer.rfind(mark, answer.find(first, place)) + 1 : 0;
+                const auto stop = std::max(std::min(answer.find(mark, place), last) + 1, next) - 1;
                 rows.back()[*each] = answer.substr(place, stop - place);
                 place = std::min(stop + (isLast ? end : mark).size(), last);
             }
@@ -233,7 +234,6 @@ private:
         }
     }
 
-    /// The next message. A change is kept for wait().
     Message receive() {
         std::size_t end = 0;
         for (std::size_t looked = 0; (end = m_received.find('\n', looked)) == std::string::npos;) {
@@ -249,7 +249,7 @@ private:
         Message heard = parsed(m_received.substr(0, end));
         m_received.erase(0, end + 1);
         if (heard[""]["method"] == "Changed") {
-            m_changes.push_back(heard["params"]);
+            m_changes.push_back(heard["params"]);  // for wait()
         }
         return heard;
     }
