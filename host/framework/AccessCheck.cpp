@@ -4,12 +4,15 @@
 #include "framework/AccessCheck.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <map>
 #include <unordered_map>
 
 #include "DASUtilsStrings.h"
 #include "DeviceFile.h"
 #include "Method.h"
 #include "Secrets.h"
+#include "Serializer.h"
 #include "framework/ChangeRelay.h"
 #include "schemas/KnownSchemas.h"
 
@@ -33,6 +36,13 @@ const KnownSchemas::Entry* findSchema(const std::string& name) {
     return found != all.end() ? found->second : nullptr;
 }
 
+/// Whether a method on @p schema reaches the calls of all kinds: files and texts hold the whole
+/// table, whichever of its schemas is named.
+bool isOfCalls(const std::string& schema) {
+    const KnownSchemas::Entry* const known = findSchema(schema);
+    return known != nullptr && known->table == CallLogTableName;
+}
+
 bool hasSecrets(const std::string& schema) {
     const KnownSchemas::Entry* const known = findSchema(schema);
     return known == nullptr || known->table == GeneralConfigTableName ||
@@ -42,6 +52,33 @@ bool hasSecrets(const std::string& schema) {
 
 bool holdsMask(const std::string& text) {
     return text.find(Secrets::Mask) != std::string::npos;
+}
+
+/// @p text with plain asterisks in place of the references to them that XML knows.
+std::string withPlainAsterisks(const std::string& text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size();) {
+        char* end = nullptr;
+        const bool isHex = text.compare(i, 3, "&#x") == 0;
+        const char* const digits = text.c_str() + i + (isHex ? 3 : 2);
+        if (text.compare(i, 2, "&#") == 0 && std::strtoul(digits, &end, isHex ? 16 : 10) == '*' &&
+            *end == ';') {
+            plain += '*';
+            i = static_cast<std::size_t>(end - text.c_str()) + 1;
+        } else {
+            plain += text[i++];
+        }
+    }
+    return plain;
+}
+
+/// The same for a map of values, each of which becomes a text of XML.
+bool mapHoldsMask(const std::string& text) {
+    std::map<std::string, std::string> values;
+    return Serializer::deserialize(text, values) &&
+           std::any_of(values.begin(), values.end(), [](const auto& item) {
+               return holdsMask(withPlainAsterisks(item.second));
+           });
 }
 
 /// The same for a file of the telephone, in pieces that overlap.
@@ -130,6 +167,7 @@ bool AccessCheck::allows(const Methods::Row& method) {
     const bool namesFile = m_call.getStringParameter("File", text) && !text.empty();
     return has(access.everywhere | (namesFile ? Methods::Files : Methods::None), EverySchema) &&
            has(access.ofSchema, m_schema) &&
+           (!isOfCalls(m_schema) || has(access.ofSchema, CallLogSchema)) &&
            (!isWrite || m_maySeeSecrets || keepsSecrets() || lacks(Methods::Secrets, m_schema));
 }
 
@@ -142,7 +180,9 @@ bool AccessCheck::keepsSecrets() const {
     const auto& values = m_call.parameters();
     std::string path;
     return std::none_of(values.begin(), values.end(),
-                        [](const Parameter& value) { return holdsMask(value.text); }) &&
+                        [](const Parameter& value) {
+                            return holdsMask(value.text) || mapHoldsMask(value.text);
+                        }) &&
            (!m_call.getStringParameter("filePathAndName", path) || !fileHoldsMask(path)) &&
            (!m_call.getStringParameter("File", path) || path.empty() || !fileHoldsMask(path));
 }

@@ -38,10 +38,12 @@ struct Reader {
     int reasons = 0;
     int items = 0;
     bool isInReason = false;
+    bool isInColumns = false;
     bool isSecret = false;  ///< the element that began last
 
     void start(std::string_view name, const char* attribute) {
         look.isClear = look.isClear && !isInReason;  // elements in it could change what it is
+        look.hasColumns = look.hasColumns || isInColumns;  // their text may count as columns
         element = name;
         text.clear();
         if (element == "Schema") {
@@ -52,6 +54,8 @@ struct Reader {
             ++reasons;
             isInReason = true;
             look.isClear = look.isClear && reasons == 1;
+        } else if (element == "ResultCols") {
+            isInColumns = true;
         }
         const bool isOfFrame =
             std::find(std::begin(Frame), std::end(Frame), element) != std::end(Frame);
@@ -70,7 +74,7 @@ struct Reader {
             look.writesMask = look.writesMask || text == Secrets::Mask;
         }
         element.clear();
-        isSecret = isInReason = false;
+        isSecret = isInReason = isInColumns = false;
     }
 };
 

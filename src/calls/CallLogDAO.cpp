@@ -215,7 +215,7 @@ int CallLogDAO::writeEntry(std::size_t index) {
     const std::string& given = m_entries.values(index)[0];
     const std::string number =
         given.empty() ? m_numbers.valueOf(index) : DASUtils::convertToDBFormat(given);
-    if (!given.empty() && !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, number)) {
+    if (!given.empty() && !mayStore(NumberKey, number)) {
         return 1;
     }
     const std::vector<std::string> cells =

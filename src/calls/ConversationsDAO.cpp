@@ -114,8 +114,7 @@ int ConversationsDAO::writeRequest() {
 
 int ConversationsDAO::writeEntry(std::size_t index) {
     const auto& [number, contact, call] = m_entries[index];
-    if (!number.empty() && !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey,
-                                                         DASUtils::convertToDBFormat(number))) {
+    if (!number.empty() && !mayStore(NumberKey, DASUtils::convertToDBFormat(number))) {
         return 1;
     }
     const std::vector<std::string> values = {

@@ -297,8 +297,7 @@ int PhonebookDAO::insertContact(std::size_t index) {
     const ContactFields::Fields fields = m_fields.of(index);
     const std::string& number = fields[ContactFields::Number]->text;
     const bool isGood =
-        number.empty() || (DASUtils::isIdentifier(number) &&
-                           AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, number));
+        number.empty() || (DASUtils::isIdentifier(number) && mayStore(NumberKey, number));
     if (!isGood || fields[ContactFields::Surname]->isPattern ||
         fields[ContactFields::Firstname]->isPattern) {
         return 1;

@@ -172,7 +172,7 @@ int KeyedTableDAO::writeRow(const DASUtils::RowData& row) {
     if (row.identifier.empty()) {
         ChangeScope::noteNumber(*m_dbAdapter, number, userOfRows());
     } else {
-        ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+        noteChanged(row.identifier);
     }
     return result;
 }
@@ -182,6 +182,15 @@ const std::string& KeyedTableDAO::userOfRows() const {
     return isOfUser() ? m_responseUser : telephone;
 }
 
+/// A number is noted as it is stored, not as it was sent.
+void KeyedTableDAO::noteChanged(const std::string& identifier) {
+    if (makesKeys()) {
+        ChangeScope::noteNumber(*m_dbAdapter, identifier, userOfRows());
+    } else {
+        ChangeScope::noteRow(*m_dbAdapter, identifier, userOfRows());
+    }
+}
+
 int KeyedTableDAO::updateRow(const DASUtils::RowData& row) {
     if (row.identifier.empty()) {
         return 1;
@@ -189,7 +198,7 @@ int KeyedTableDAO::updateRow(const DASUtils::RowData& row) {
     PairList conditions = rowConditions(row.identifier);
     PairList newValues = row.newValues;
     const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
-    ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+    noteChanged(row.identifier);
     return result;
 }
 
@@ -203,7 +212,7 @@ int KeyedTableDAO::deleteRow(const DASUtils::RowData& row) {
         conditions.insert(conditions.end(), row.newValues.begin(), row.newValues.end());
     }
     const int result = m_dbAdapter->deleteRow(m_tableName, conditions);
-    ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+    noteChanged(row.identifier);
     return result;
 }
 

@@ -99,6 +99,7 @@ private:
     /// the last one.
     int forEachRow(RowOperation operation);
     int writeRow(const DASUtils::RowData& row);
+    void noteChanged(const std::string& identifier);
     int updateRow(const DASUtils::RowData& row);
     int deleteRow(const DASUtils::RowData& row);
     /// The user whose rows the request is about, escaped; blank where rows belong to the telephone.

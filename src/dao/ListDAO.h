@@ -37,6 +37,9 @@ protected:
 
     /// Takes the words of ResultCols. False when they, or the paging, may not enter a statement.
     [[nodiscard]] bool takeReadWords();
+    /// Whether an entry may be stored under @p number, which a client chose, as it stands in the
+    /// statement. Looks for listeners whose row it will replace.
+    bool mayStore(const AssignedNumbers::Key& key, const std::string& number);
     /// Notes for listeners that the entry at @p entry was stored as m_lastNumber, and keeps that
     /// number if the database gave it (@p isAssigned). Returns @p result, that of the insert.
     int noteStored(std::size_t entry, bool isAssigned, int result);
@@ -54,6 +57,9 @@ protected:
     AssignedNumbers m_numbers;
     std::string m_count;         ///< answer to a count
     long long m_lastNumber = 0;  ///< of the row that was stored last
+
+private:
+    bool m_replacesOthers = false;  ///< the row of the entry in work is another user's
 };
 
 #endif

@@ -16,6 +16,7 @@
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
+#include "schemas/DAOFactory.h"
 #include "service/DataAccessService.h"
 
 namespace {
@@ -48,6 +49,15 @@ std::size_t countRows(DatabaseAdapter& adapter, const DataAccessObject& dao,
     return static_cast<std::size_t>(ClientUtils::stoi(count));
 }
 
+/// The schema whose rows an import of @p schema changes: blank for several, as the file of the
+/// settings holds those of all schemas, and where only a part of the name led to the table.
+std::string schemaOfImport(const std::string& schema) {
+    const auto all = DAOFactory::schemas();
+    const bool isOne = !DAOFactory::holdsSettings(schema) &&
+                       std::find(all.begin(), all.end(), schema) != all.end();
+    return isOne ? schema : std::string();
+}
+
 /// The imports of these tables undo XML escapes.
 bool undoesEscapes(const std::string& table) {
     return table == PhoneBookTableName || table == CallGroupTableName ||
@@ -75,6 +85,13 @@ bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
     }
     return DASUtils::makeTableWithoutRows(dao, adapter, dao.tableName()) ==
            DASUtils::TableState::Ready;
+}
+
+/// Makes what an import makes besides the rows of its text, so that it does not count as them.
+void makeDefaultRows(DataAccessObject& dao, DatabaseAdapter& adapter) {
+    if (makeTable(dao, adapter) && hasUsers(dao) && !dao.defaultRowIds().empty()) {
+        (void)dao.insertDefaultRows(true);
+    }
 }
 
 /// Stores the rows that have a key, or the others. False when one was refused, which is in @p
@@ -165,7 +182,7 @@ bool DataAccessService::importTable(const char* method, const std::string& schem
         change = {described.schema, isOtherUser ? change.context : context, method, {}};
     });
     return onTable(method, schema, [&](DataAccessObject& dao) {
-        dao.describeChange(schema, described);
+        described.schema = schemaOfImport(schema);
         return work(dao);
     });
 }
@@ -177,6 +194,7 @@ bool DataAccessService::onTable(const char* operation, const std::string& schema
         return false;
     }
     const OneWait wait;
+    (void)lookForOthers();
     const int result = work(*dao);
     if (result != 0) {
         // The answer is true all the same: kept on purpose, clients look at the data itself.
@@ -197,10 +215,10 @@ DASImported DataAccessService::importAsOne(
         return result;
     }
     const ChangeScope scope(m_changes, [&](DASChange& change) {
-        dao->describeChange(what.schema, change);
-        change = {change.schema, result.user, "ImportText", {}};
+        change = {schemaOfImport(what.schema), result.user, "ImportText", {}};
     });
     const OneWait wait;
+    (void)lookForOthers();
     bool isStored = false;
     const int code = runWholeWithInner(*adapter, [&] {
         isStored = work(*adapter, *dao, result);
@@ -217,6 +235,7 @@ DASImported DataAccessService::importAsOne(
 DASImported DataAccessService::importText(const DASImport& what, const std::string& text) {
     return importAsOne(
         what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
+            makeDefaultRows(dao, adapter);
             const std::size_t all = countRows(adapter, dao, "");
             result.before = what.user.empty() ? all : countRows(adapter, dao, what.user);
             TextImport import{text};
@@ -263,6 +282,7 @@ DASExported DataAccessService::exportText(const std::string& schema, const std::
         return result;
     }
     const OneWait wait;
+    (void)lookForOthers();
     const bool escapesAreUndone = undoesEscapes(dao->tableName());
     const SecretCells secrets(*adapter, dao->tableName());
     const RowDrain::Take append = [&](Rows& rows) {

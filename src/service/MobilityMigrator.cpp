@@ -51,11 +51,6 @@ std::string element(const std::string& tag, const std::string& content) {
     return start + content + end;
 }
 
-std::string entry(const std::string& index, const std::string& content) {
-    return DASUtilsStrings::xmlEntryStartTag + element(DASUtilsStrings::IdTagName, index) +
-           content + DASUtilsStrings::xmlEntryEndTag;
-}
-
 /// Whether XML can carry the character of this number.
 bool isXmlCharacter(unsigned long number) {
     constexpr struct {
@@ -112,10 +107,16 @@ std::string asContent(const std::string& value) {
     return text;
 }
 
+std::string entry(const std::string& index, const std::string& content) {
+    return DASUtilsStrings::xmlEntryStartTag +
+           element(DASUtilsStrings::IdTagName, asContent(index)) + content +
+           DASUtilsStrings::xmlEntryEndTag;
+}
+
 /// The element of an item as a filter of a read; none for a blank value, which as a filter would
 /// find blank values alone.
 std::string filter(const std::string& tag, const std::string& value) {
-    return value.empty() ? std::string() : element(tag, value);
+    return value.empty() ? std::string() : element(tag, asContent(value));
 }
 
 bool isWellFormed(const std::string& request) {
@@ -149,6 +150,10 @@ void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
 
 bool MobilityMigrator::exportData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    if (Secrets::areHidden() && comparesSecrets(values)) {
+        DAS_LOG(2, "No value is read: one that is sent along would be compared with a secret");
+        return false;
+    }
     std::size_t size = 0;
     for (auto& [key, value] : values) {
         Target target;
@@ -196,6 +201,12 @@ void MobilityMigrator::migrateBaseToVisitor(std::map<std::string, std::string>& 
 bool MobilityMigrator::leadsToSecret(const std::string& key) const {
     Target target;
     return findTarget(key, target) && Secrets::isSecret(target.tag);
+}
+
+bool MobilityMigrator::comparesSecrets(const std::map<std::string, std::string>& values) const {
+    return std::any_of(values.begin(), values.end(), [this](const auto& item) {
+        return !item.second.empty() && leadsToSecret(item.first);
+    });
 }
 
 bool MobilityMigrator::findTarget(const std::string& key, Target& target) const {

@@ -41,6 +41,10 @@ public:
     /// Whether the item that the tag @p key leads to is a secret, whatever the tag is called.
     [[nodiscard]] bool leadsToSecret(const std::string& key) const;
 
+    /// Whether a read of @p values would compare one of them with a secret: what is not blank counts
+    /// as a condition.
+    [[nodiscard]] bool comparesSecrets(const std::map<std::string, std::string>& values) const;
+
     // One item. With an index the item is a cell of the row of that identifier. @p out holds what
     // goes into the request and takes the result.
     void updateRequest(const std::string& schema, const std::string& tag, const std::string& value);
