@@ -27,8 +27,8 @@ public:
     static std::string boostCompatibleISOString(const std::string& text);
 
     /**
-     * Converts @p time to the telephone's local time, by the zone at the end of the ISO 8601 @p
-     * text. A time without a zone, with "Z", or with an offset of less than a minute counts as
+     * Converts @p time to the telephone's local time, by the zone at the end of the ISO 8601
+     * @p text. A time without a zone, with "Z", or with an offset of less than a minute counts as
      * local: kept on purpose, stored calls were written so. A zone that can't be read throws an
      * exception of the standard library or of Boost.
      */

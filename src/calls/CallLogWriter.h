@@ -39,8 +39,8 @@ void appendCell(std::string& out, const std::vector<std::string>& row, std::size
                 const Tags& tags);
 
 /**
- * Appends a row of the call log to @p out. The category decides which fields are shown: that of @p
- * kind or, if the kind has all calls, that of the row. A call without a time is left out.
+ * Appends a row of the call log to @p out. The category decides which fields are shown: that of
+ * @p kind or, if the kind has all calls, that of the row. A call without a time is left out.
  */
 void parseAllCallLogCols(std::string& out, const std::vector<std::string>& row, std::size_t offset,
                          Kind kind);

@@ -162,8 +162,8 @@ public:
     /// Removes a file that was used to move a table, since it may hold passwords. A file that does
     /// not exist counts as removed; a failure is logged.
     static void removeDataFile(const std::string& path);
-    /// Writes the cells of @p columns, in that order, of the rows of @p table that match @p
-    /// conditions. The first line has the column names with commas between them, as
+    /// Writes the cells of @p columns, in that order, of the rows of @p table that match
+    /// @p conditions. The first line has the column names with commas between them, as
     /// recreateTableFromFile expects. If a name is not a column of the table, the export fails.
     static bool readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
                                                        const std::string& table,

@@ -46,8 +46,8 @@ Reading readItem(DatabaseAdapter* adapter, const char* item, std::string& value,
     return Reading::Done;
 }
 
-/// Reads a setting that is on or off. If it can't be read it counts as on; if it has no row, as @p
-/// whenMissing.
+/// Reads a setting that is on or off. If it can't be read it counts as on; if it has no row, as
+/// @p whenMissing.
 bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName, bool whenMissing,
                 bool* isRead = nullptr) {
     std::string value;

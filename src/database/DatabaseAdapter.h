@@ -27,8 +27,8 @@ struct sqlite3;
 struct sqlite3_stmt;
 
 /**
- * Row callback that finds out whether a statement returns any row: it stores 1 in the byte that @p
- * flag points to, unless @p flag is null. Always returns 0, so that SQLite continues.
+ * Row callback that finds out whether a statement returns any row: it stores 1 in the byte that
+ * @p flag points to, unless @p flag is null. Always returns 0, so that SQLite continues.
  */
 int sqliteCallBackForRows(void* flag, int columns, char** values, char** names);
 
@@ -181,9 +181,9 @@ public:
     [[nodiscard]] static bool isSound(const std::string& path);
 
     /**
-     * Counts the rows of @p table that match, like getRowCount, but reports a failed count: 0 if @p
-     * count is right, 1 if the number is not known. For callers that insert rows depending on the
-     * count.
+     * Counts the rows of @p table that match, like getRowCount, but reports a failed count: 0 if
+     * @p count is right, 1 if the number is not known. For callers that insert rows depending on
+     * the count.
      */
     [[nodiscard]] int countRows(const std::string& table, PairList& andList, std::string& count);
 
@@ -208,9 +208,9 @@ public:
     [[nodiscard]] bool isTableThere(const std::string& table);
 
     /**
-     * Whether @p table has no rows, for callers that do not need the number. Returns 0 if @p
-     * isEmpty is known; 1 if it is not known, and @p isEmpty is true then. Logs the same lines as
-     * countRows().
+     * Whether @p table has no rows, for callers that do not need the number. Returns 0 if
+     * @p isEmpty is known; 1 if it is not known, and @p isEmpty is true then. Logs the same lines
+     * as countRows().
      */
     [[nodiscard]] int lookForRows(const std::string& table, bool& isEmpty);
 
@@ -230,8 +230,8 @@ public:
     /// name. Empty if the database can't be read.
     [[nodiscard]] std::string freeTableName(const std::string& wanted);
 
-    /// Copies all rows by column name, without the columns named in @p excludedColumns. 1 if @p
-    /// from can't be read, else a raw SQLite code.
+    /// Copies all rows by column name, without the columns named in @p excludedColumns. 1 if
+    /// @p from can't be read, else a raw SQLite code.
     int copyDataOfTableToAnother(std::string from, std::string to,
                                  std::vector<std::string> excludedColumns);
 

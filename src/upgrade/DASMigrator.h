@@ -150,8 +150,8 @@ public:
 
     // Settings ------------------------------------------------------------------------------------
 
-    /// Copies a setting to another name or context. If the new setting exists, it stays unless @p
-    /// copyOverExisting is set. If the old row may be deleted, it is deleted once the new one
+    /// Copies a setting to another name or context. If the new setting exists, it stays unless
+    /// @p copyOverExisting is set. If the old row may be deleted, it is deleted once the new one
     /// exists.
     static void dbMigrate(DataAccessServiceIfc* service, const std::string& schema,
                           const std::string& oldItemName, const std::string& newItemName,

@@ -180,8 +180,8 @@ void DASMigrator::orderGeneralConfigColumns(DataAccessServiceIfc* service) {
 namespace {
 
 /// A setting without a context belongs to the device if the list of device items says so, else to
-/// the base user. If several rows get the same key, the last one stays, but a row that had a
-/// context goes before one with NULL.
+/// the base user. If several rows get the same key, the last one stays, but a row with a NULL
+/// context stays only if there is no other.
 bool renewTable(DatabaseAdapter& adapter, bool hasContext) {
     std::string deviceRows;
     if ((hasContext && !settleNullContexts(adapter)) ||
