@@ -155,7 +155,7 @@ private:
 const PowerCutScenario OnlyStart = {
     "start", nullptr, true, {[](PowerCutSession& session) { return session.start(); }}};
 
-// What is known before anything is cut ------------------------------------------------------------
+// Runs without a cut, for comparison --------------------------------------------------------------
 
 class Preparation {
 public:

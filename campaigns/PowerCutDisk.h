@@ -60,7 +60,7 @@ public:
     std::optional<Id> find(int descriptor);
 
     // What a process does. Each counts as an operation and may be the last; what is marked so must
-    // be told before it is done to the real file, the rest after it.
+    // be reported before it is done to the real file, the rest after it.
     void opened(const std::string& path, bool wasThere);
     void writes(const Id& id, std::int64_t offset, const void* data, std::size_t size);  ///< before
     void truncates(const Id& id, std::int64_t size);                                     ///< before

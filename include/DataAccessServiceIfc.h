@@ -107,9 +107,9 @@ public:
     /**
      * Resets the telephone's data.
      *
-     * @param enableCreateDb true: the database is made anew at once, result true; false: the
-     *                       management service is notified too, the service stays closed, result
-     *                       false. False also when there is no management service.
+     * @param enableCreateDb true: a new database is created at once, and the result is true. false:
+     *                       the management service is notified too, the service stays closed, and
+     *                       the result is false. Also false if there is no management service.
      */
     virtual bool invokeACMSFactoryReset(bool enableCreateDb) = 0;
 

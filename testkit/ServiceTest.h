@@ -47,7 +47,7 @@ protected:
         }
         return text;
     }
-    /// Runs a text of tests/databases/.
+    /// Runs the SQL file @p name of tests/databases/.
     void load(const std::string& name) const {
         sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / (name + ".sql")));
     }

@@ -45,7 +45,7 @@ void appendCell(std::string& out, const std::vector<std::string>& row, std::size
 void parseAllCallLogCols(std::string& out, const std::vector<std::string>& row, std::size_t offset,
                          Kind kind);
 
-/// Columns of the phone book that an answer may begin with.
+/// Positions in a contact's row: an answer shows it from one of these columns on.
 constexpr std::size_t UserOfContact = 0;
 constexpr std::size_t SurnameOfContact = 2;
 

@@ -82,8 +82,8 @@ protected:
     int readRows(const PairList& conditions);
     /// Inserts the default rows from the place @p first on, in one transaction.
     int insertDefaultRowsFrom(std::size_t first, bool onlyMissing);
-    /// The same for a caller who holds a transaction. The status of the first insert that failed,
-    /// which ends it.
+    /// The same within a transaction of the caller. The first failed insert ends it, and its status
+    /// is the result.
     int insertRowsFrom(std::size_t first, bool onlyMissing);
     /// Switches to another table of the class.
     void useTable(const KeyedTable& table);
@@ -91,8 +91,8 @@ protected:
 private:
     using RowOperation = int (KeyedTableDAO::*)(const DASUtils::RowData&);
 
-    /// Answers from the columns of the table: which column is the key, whether rows belong to
-    /// users, and whether the database assigns a missing key.
+    /// These three look at the table's columns: which one is the key, whether rows belong to users,
+    /// and whether the database assigns a missing key.
     const DASUtils::ColumnInfo& keyColumn() const;
     bool isOfUser() const;
     bool makesKeys() const;

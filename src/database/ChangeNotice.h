@@ -7,8 +7,8 @@
 #include <string>
 
 /**
- * Reports when a connection is about to change its database: a layer of file operations over
- * SQLite's own, which hands all of them on. For the adapter alone.
+ * Reports when a connection is about to change its database: a VFS layer that passes all file
+ * operations on to SQLite's own VFS. Only the adapter uses it.
  *
  * SQLite creates its journal before it changes the first page of a transaction, and at no other
  * time. So a statement that changes nothing creates no journal. SQLite's hooks and its authorizer

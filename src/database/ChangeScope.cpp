@@ -79,7 +79,7 @@ void ChangeScope::markChanged(DatabaseAdapter& adapter) {
 
 void ChangeScope::begin(const DatabaseAdapter& adapter) {
     if (!outermost().keepsLock()) {
-        m_notedAt = adapter.changes();  // changes of others up to now do not count
+        m_notedAt = adapter.changes();  // rows changed before the scope do not count
     }
 }
 

@@ -131,9 +131,9 @@ public:
     [[nodiscard]] int changes() const;
 
     /**
-     * Reports to @p listeners, as a change with blank texts, when another process has committed
-     * since the last look or the file is not the one that was opened. The first look only
-     * remembers. Waits neither for the lock nor for other processes.
+     * Reports a change with blank fields to @p listeners if another process has committed since the
+     * last call, or if the file was replaced by another one. The first call only stores the state.
+     * Does not wait for the lock or for other processes.
      *
      * @return false when the lock or another process was in the way
      */

@@ -1,7 +1,6 @@
-// This is no parser: it finds string literals and gives up on everything that could make one look
-// like something else (comments, other quotes, parameters, a second statement). Stopping costs one
-// prepare; a wrong guess would bind a value to the wrong place.
-// This is no parser: it finds string literals and stops at everything that could make a litera
+// This is no parser: it finds string literals, and stops at everything that could make something
+// else look like a literal (comments, other quotes, parameters, a second statement). Stopping costs
+// one prepare; a wrong guess would bind a value to the wrong place.
 
 #include "database/StatementText.h"
 

@@ -13,9 +13,10 @@
  * A write of a setting must know whether its row exists; with this cache the row is counted only
  * once. The size is limited, since clients may add settings without end; beyond the limit the cache
  * is emptied. The mutex protects the maps. The caller is responsible for correct counts: it holds
- * the adapter's lock from the read of the table until the entry is stored here. / /// An entry is
- * true until a row of its item comes or goes, so whoever adds or removes rows drops /// the item,
- * or clears all when the rows are not known one by one.
+ * the adapter's lock from the read of the table until the entry is stored here.
+ *
+ * An entry is right until a row of its item is added or removed. So code that adds or removes rows
+ * must drop the item, or clear everything if it does not know the single rows.
  */
 class CountCache {
 public:

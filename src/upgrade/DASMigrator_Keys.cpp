@@ -194,8 +194,9 @@ void DASMigrator::moveBusyLamps(DataAccessServiceIfc* service) {
                          "SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE CAST(Id AS INT)>617");
 }
 
-// It runs only if there is no row '32'. So it finds a row only if the id is stored in another form
-// of 32: kept on purpose, what matters are the default rows that it adds.
+// This step runs only if no row has the id '32'. So it can only find a row whose id has another
+// form, such as '032', and usually moves nothing: kept on purpose, its effect is that the default
+// rows are added.
 void DASMigrator::moveKey32(DataAccessServiceIfc* service) {
     renumberDestinations(service,
                          "SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE CAST(Id AS INT)=32");
