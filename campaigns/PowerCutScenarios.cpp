@@ -231,7 +231,7 @@ std::vector<PowerCutScenario> writes() {
           request("AudioSettings", "update", settings("new")),
           request("FeatureKeys", "update", labels("newer"))}},
         {"import", prepareInUse, false, {importContacts}},
-        // The first file replaces the file from which an import has read its rows.
+        // The first export writes over the file from which an import has read its rows.
         {"data files",
          prepareInUse,
          false,

@@ -12,8 +12,9 @@
 /**
  * A command line, parsed by the table of commands.
  *
- * The parser is a library; the table decides what it takes. Some of its messages are replaced by
- * ours, which know more: which name was probably meant, and where the options are listed.
+ * The parser is a library; the table decides which arguments it accepts. Some of its messages are
+ * replaced by ours, which know more: which name was probably meant, and where the options are
+ * listed.
  */
 class CommandLine {
 public:

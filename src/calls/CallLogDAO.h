@@ -25,8 +25,8 @@ void CallLogDAOXmlCharacterDataHandler(void* dao, const char* text, int length);
  * table: four show one category each, one shows all calls, and one shows all calls with the
  * contacts that have the number. Any other schema is a failure.
  *
- * The int results are 0 for success; 1 also when a text of the request has not the form that it
- * must have in a statement, which is not run then.
+ * The int results are 0 for success. They are also 1 if a value of the request may not become part
+ * of a statement, because it has the wrong form; the statement does not run then.
  */
 class CallLogDAO : public ListDAO {
 public:

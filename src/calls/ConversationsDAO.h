@@ -22,8 +22,8 @@ void ConversationsDAOXmlCharacterDataHandler(void* dao, const char* text, int le
  * Nothing asks whether the contact and the call exist: a row that names a missing one is stored,
  * and is left out of the joined list.
  *
- * The int results are 0 for success; 1 also when a text of the request has not the form that it
- * must have in a statement, which is not run then.
+ * The int results are 0 for success. They are also 1 if a value of the request may not become part
+ * of a statement, because it has the wrong form; the statement does not run then.
  */
 class ConversationsDAO : public ConversationsTable {
 public:

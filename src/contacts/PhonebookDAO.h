@@ -19,8 +19,8 @@ void PhonebookDAOXmlCharacterDataHandler(void* dao, const char* text, int length
  * eighteen texts. In requests and answers each column but the user is an element of its name; only
  * the call group travels as "Group". SurnameLike and FirstnameLike search for a part of a name.
  *
- * The int results are 0 for success; 1 also when a text of the request has not the form that it
- * must have in a statement, which is not run then.
+ * The int results are 0 for success. They are also 1 if a value of the request may not become part
+ * of a statement, because it has the wrong form; the statement does not run then.
  */
 class PhonebookDAO : public ListDAO {
 public:
@@ -59,8 +59,8 @@ public:
 
     /**
      * Stores one line of a data file as a new row: XML escapes are undone, a picture's path is cut
-     * to the name, columns without a value are blank, a blank number is assigned. A raw SQLite
-     * code. More values than columns throw std::out_of_range.
+     * to the name, missing values are blank, and a blank number is replaced by a new one. Returns a
+     * raw SQLite code. More values than columns throw std::out_of_range.
      */
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;

@@ -244,7 +244,7 @@ public:
      * @param resultColsText column names with blanks between them; empty for all
      * @param user           context, escaped
      * @param rowId          identifier, may be empty
-     * @return 0, or 1 when the statement failed or a text has not the form that it needs
+     * @return 0, or 1 if the statement failed or a value has the wrong form for it
      */
     [[nodiscard]] static int readRequest(PairList& search, Rows& rows,
                                          std::vector<std::string>& resultColumns,

@@ -15,11 +15,11 @@ void GeneralConfigurationDAOXmlEndElement(void* dao, const char* name);
 void GeneralConfigurationDAOXmlCharacterDataHandler(void* dao, const char* text, int length);
 
 /**
- * Settings: every schema that lives as rows of name and value in GENERAL_CONFIG.
+ * Settings: the schemas that are stored as rows of name and value in GENERAL_CONFIG.
  *
  * A row belongs to a schema and to a context: "base", "visitor", or blank for the telephone itself.
- * Where a request names no context, a device item has a blank one and any other item that of the
- * current user; a context that is named wins, also for a device item.
+ * If a request names no context, a device item gets the blank context, and any other item the
+ * context of the current user. If a request names a context, it is used, even for a device item.
  *
  * A cache for the whole process holds how many rows each context and item has. It saves a statement
  * for each written item. Reads, writes and deletes through this class keep it up to date; code that
