@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <boost/date_time/posix_time/posix_time.hpp>
-#include <chrono>
+#include <ctime>
 #include <numeric>
 #include <random>
 
@@ -48,15 +48,15 @@ std::vector<std::string> timesOf(const std::vector<CallLogRecord>& records) {
     return times;
 }
 
-/// The shortest of a few runs, so that other work on the machine does not count.
+/// The time of the processor in the shortest of a few runs, so that other work on the machine does
+/// not count.
 template <typename Work>
 double secondsOf(Work work) {
     double shortest = 1e9;
     for (int run = 0; run < 3; ++run) {
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock();
         work();
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        shortest = std::min(shortest, taken.count());
+        shortest = std::min(shortest, double(std::clock() - start) / CLOCKS_PER_SEC);
     }
     return shortest;
 }
@@ -201,5 +201,5 @@ TEST(CallLogRecordTest, SortReadsEachTimeOnce) {
     });
     const double sorting = secondsOf([&] { (void)sorted(records); });
     // A sort that read times in its comparisons would read each some twenty times.
-    EXPECT_LT(sorting, 5 * reading);
+    EXPECT_LT(sorting, 10 * reading);
 }
