@@ -1,5 +1,6 @@
-// Each call of a client under rules passes here, so the usual way searches and copies nothing:
-// schemas are found by a hash, and a file is read only where a mask in it could destroy a password.
+// Each call of a client that has access rules passes here, so an ordinary call causes no searches
+// and no copies: schemas are found by a hash, and a file is read only if a mask in it could replace
+// a password.
 
 #include "framework/AccessCheck.h"
 
@@ -23,7 +24,7 @@ using Methods::Place;
 
 const std::string EverySchema = "*";
 
-/// The schemas by their names: a request must not wait for a walk over all of them.
+/// The schemas by name, because a request must not wait for a search through all of them.
 const KnownSchemas::Entry* findSchema(const std::string& name) {
     static const auto all = [] {
         std::unordered_map<std::string, const KnownSchemas::Entry*> entries;
@@ -81,7 +82,7 @@ bool mapHoldsMask(const std::string& text) {
            });
 }
 
-/// The same for a file of the telephone, in pieces that overlap.
+/// Whether a file of the telephone contains the mask. It is read in pieces that overlap.
 bool fileHoldsMask(const std::string& path) {
     constexpr std::size_t pieceSize = 64 * 1024;
     DeviceFile file(path);
@@ -96,7 +97,7 @@ bool fileHoldsMask(const std::string& path) {
     return holdsMask(piece);
 }
 
-/// What a read of @p schema shows besides its own rows.
+/// Whether a read of @p schema also shows calls and contacts.
 bool showsCallsAndContacts(const RequestLook& look) {
     return look.schema == CallLogAndPhoneBookSchema ||
            (look.schema == ConversationsSchema && look.hasColumns);
@@ -111,11 +112,11 @@ AccessCheck::AccessCheck(const Method& call, const ClientRights& rights)
         return;
     }
     const Methods::Row* const method = Methods::find(call.getName());
-    m_isAllowed = method == nullptr || allows(*method);  // one that is unknown does nothing
+    m_isAllowed = method == nullptr || allows(*method);  // an unknown method does nothing
 }
 
-/// For a schema that no table holds a right for all schemas is needed: the service may see another
-/// name in it.
+/// For an unknown schema, a right for all schemas is needed: the service may find another name in
+/// the request.
 bool AccessCheck::may(unsigned rights, const std::string& schema) const {
     return findSchema(schema) != nullptr ? m_rights.may(rights, schema) : m_rights.may(rights);
 }
@@ -141,7 +142,8 @@ bool AccessCheck::allows(const Methods::Row& method) {
     switch (access.place) {
         case Place::Request:
             return !m_call.getStringParameter(access.name, text) ||
-                   !m_call.getIntParameter("RequestLength", length) ||  // nothing is done then
+                   // The service does nothing then.
+                   !m_call.getIntParameter("RequestLength", length) ||
                    allowsRequest(text, length);
         case Place::List:
             (void)m_call.getStringParameter(access.name, m_schema);
@@ -163,7 +165,7 @@ bool AccessCheck::allows(const Methods::Row& method) {
                       return value.type != Parameter::Type::Bool;
                   });
     const bool isWrite = ((access.everywhere | access.ofSchema) & Methods::Write) != 0;
-    // In place of a text these methods take the path of a file of the telephone.
+    // With this parameter the method uses a file of the telephone instead of a text.
     const bool namesFile = m_call.getStringParameter("File", text) && !text.empty();
     return has(access.everywhere | (namesFile ? Methods::Files : Methods::None), EverySchema) &&
            has(access.ofSchema, m_schema) &&
@@ -171,8 +173,8 @@ bool AccessCheck::allows(const Methods::Row& method) {
            (!isWrite || m_maySeeSecrets || keepsSecrets() || lacks(Methods::Secrets, m_schema));
 }
 
-/// Whether what the call stores holds no mask where a secret may stand: a password that was
-/// exported as its mask must not come back as a password.
+/// Whether the call stores no mask where a secret may be: the mask of an exported password must not
+/// be stored as a password.
 bool AccessCheck::keepsSecrets() const {
     if (!hasSecrets(m_schema)) {
         return true;
@@ -188,7 +190,7 @@ bool AccessCheck::keepsSecrets() const {
 }
 
 bool AccessCheck::allowsList(unsigned rights, const std::string& list) {
-    const auto names = ChangeRelay::namesOf(list);  // as it will be heard
+    const auto names = ChangeRelay::namesOf(list);  // the same names as the listener will use
     return names.empty() ? has(rights, EverySchema)
                          : std::all_of(names.begin(), names.end(),
                                        [&](const std::string& name) { return has(rights, name); });
@@ -203,7 +205,7 @@ bool AccessCheck::allowsRequest(const std::string& text, int length) {
         case RequestLook::Kind::SaveContacts:
             return has(Methods::Files, EverySchema) && has(Methods::Read, PhoneBookSchema);
         case RequestLook::Kind::TraceSwitch:
-            // Those who may do all were let through before.
+            // Clients that may do everything were allowed before.
             return lacks(Methods::All, EverySchema);
         default:
             return allowsMessage(look);
@@ -214,7 +216,7 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
     const unsigned right = Methods::rightOf(look.reason);
     const KnownSchemas::Entry* const known = findSchema(look.schema);
     const bool isOfSettings = known != nullptr && known->table == GeneralConfigTableName;
-    // Names of several settings lead to rows of all schemas.
+    // If several settings are named, the answer has rows of all schemas.
     const bool hasMany = (look.reason == ReadRequest && look.hasManyColumns) ||
                          (look.reason == DeleteRequest && look.hasManyItems);
     const bool isOfOne = known != nullptr && look.isParsed && !(isOfSettings && hasMany);
@@ -228,8 +230,8 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
             lacks(Methods::Secrets, schema));
 }
 
-/// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items
-/// of a deletion of settings are names, and no conditions on values.
+/// Whether no secret is changed, and no condition can reveal a secret. When settings are deleted,
+/// the items are names and not conditions on values.
 bool AccessCheck::allowsSecrets(const RequestLook& look, bool isOfSettings) const {
     if (Methods::rightOf(look.reason) == Methods::Read) {
         return !look.namesSecret;

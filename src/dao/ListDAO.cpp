@@ -1,5 +1,5 @@
-// What is common to contacts, call groups, calls and conversations. Their differences are in what
-// an entry means, so an entry's conditions and cells come from the class.
+// The common part of contacts, call groups, calls and conversations. An entry means something else
+// in each of them, so each class supplies the conditions and the cells of an entry.
 
 #include "dao/ListDAO.h"
 

@@ -1,4 +1,5 @@
-// Tables in and out: as data files, and as text for callers whose files the service does not see.
+// Export and import of tables: as data files, and as strings for callers whose files the service
+// can't open.
 
 #include <algorithm>
 
@@ -23,7 +24,7 @@ namespace {
 
 using namespace DASUtilsStrings;
 
-/// What stands for the path of the file that there is not.
+/// Used as the name of the file if there is no file.
 const std::string TextName = "text of a client";
 
 bool hasUsers(const DataAccessObject& dao) {
@@ -40,7 +41,7 @@ PairList rowsOf(const DataAccessObject& dao, const std::string& user) {
     return conditions;
 }
 
-/// The rows of @p user, all for a blank one; 0 also for a table that is not there.
+/// The rows of @p user (all rows if it is blank); 0 also if there is no such table.
 std::size_t countRows(DatabaseAdapter& adapter, const DataAccessObject& dao,
                       const std::string& user) {
     const std::string count = adapter.isTableThere(dao.tableName())
@@ -64,7 +65,7 @@ bool undoesEscapes(const std::string& table) {
            table == CallLogTableName || table == ConversationsTableName;
 }
 
-/// Whether an import of @p line stores @p row.
+/// Whether an import of the line @p line would store exactly @p row.
 bool isCarried(const std::vector<std::string>& row, const std::string& line,
                bool escapesAreUndone) {
     constexpr std::string_view endsOfLines("\n\0", 2);
@@ -77,7 +78,7 @@ bool isCarried(const std::vector<std::string>& row, const std::string& line,
            }));
 }
 
-/// Makes the table of @p dao if it is missing, with its default rows if it has some.
+/// Creates the table of @p dao if it is missing, with its default rows if it has some.
 bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
     if (dao.defaultRowIds().empty()) {
         (void)dao.createMissingTable();
@@ -87,15 +88,16 @@ bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
            DASUtils::TableState::Ready;
 }
 
-/// Makes what an import makes besides the rows of its text, so that it does not count as them.
+/// Makes the default rows that an import adds besides the rows of its text, so that they do not count
+/// as rows of the text.
 void makeDefaultRows(DataAccessObject& dao, DatabaseAdapter& adapter) {
     if (makeTable(dao, adapter) && hasUsers(dao) && !dao.defaultRowIds().empty()) {
         (void)dao.insertDefaultRows(true);
     }
 }
 
-/// Stores the rows that have a key, or the others. False when one was refused, which is in @p
-/// result.
+/// Stores either the rows that have a key or the others. False if a row was refused, which
+/// @p result then describes.
 bool storeThose(bool withKey, NamedRows& table, const Rows& rows, DASImported& result) {
     for (std::size_t row = 0; row < rows.size() && !Work::isInterrupted(); ++row) {
         if (table.hasKey(rows[row]) != withKey) {
@@ -117,7 +119,7 @@ bool storeThose(bool withKey, NamedRows& table, const Rows& rows, DASImported& r
 }
 
 bool storeAll(NamedRows& table, const Rows& rows, DASImported& result) {
-    // A new row must not be given a number that a later one has.
+    // Rows with a key come first: otherwise a new row could get a number that a later row names.
     return storeThose(true, table, rows, result) && storeThose(false, table, rows, result) &&
            result.stored == rows.size();
 }
@@ -131,7 +133,7 @@ bool DataAccessService::createPhonenumberIndices() {
     if (dao == nullptr) {
         return false;
     }
-    (void)dao->createPhonenumberIndices();  // failures are in the log, the answer is true always
+    (void)dao->createPhonenumberIndices();  // failures are logged, and the answer is always true
     return true;
 }
 
@@ -197,7 +199,7 @@ bool DataAccessService::onTable(const char* operation, const std::string& schema
     (void)lookForOthers();
     const int result = work(*dao);
     if (result != 0) {
-        // The answer is true all the same: kept on purpose, clients look at the data itself.
+        // The result is true nevertheless: kept on purpose, clients look at the data itself.
         DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
     }
     return true;
