@@ -207,6 +207,9 @@ public:
     /// so that the log shows why.
     [[nodiscard]] bool isTableThere(const std::string& table);
 
+    /// Whether the database is open, but SQLite may only read it.
+    [[nodiscard]] bool isReadOnly();
+
     /**
      * Whether @p table has no rows, for callers that do not need the number. Returns 0 if
      * @p isEmpty is known; 1 if it is not known, and @p isEmpty is true then. Logs the same lines

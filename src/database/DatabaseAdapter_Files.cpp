@@ -10,6 +10,7 @@
 
 #include "OwnFiles.h"
 #include "Work.h"
+#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "Log.h"
 
@@ -114,4 +115,9 @@ bool DatabaseAdapter::isSound(const std::string& path) {
     return sqlite3_exec(file.handle(), "PRAGMA quick_check(1);", look, &sound, nullptr) ==
                SQLITE_OK &&
            sound;
+}
+
+bool DatabaseAdapter::isReadOnly() {
+    const AdapterLock lock(*this);
+    return connection() != nullptr && sqlite3_db_readonly(connection(), "main") == 1;
 }

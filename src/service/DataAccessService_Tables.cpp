@@ -88,8 +88,8 @@ bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
            DASUtils::TableState::Ready;
 }
 
-/// Makes the default rows that an import adds besides the rows of its text, so that they do not count
-/// as rows of the text.
+/// Makes the default rows that an import adds besides the rows of its text, so that they do not
+/// count as rows of the text.
 void makeDefaultRows(DataAccessObject& dao, DatabaseAdapter& adapter) {
     if (makeTable(dao, adapter) && hasUsers(dao) && !dao.defaultRowIds().empty()) {
         (void)dao.insertDefaultRows(true);
@@ -214,6 +214,10 @@ DASImported DataAccessService::importAsOne(
     const auto dao = m_initialised && adapter != nullptr ? createDao(what.schema) : nullptr;
     if (dao == nullptr) {
         result.refusal = "the service is not ready";
+        return result;
+    }
+    if (adapter->isReadOnly()) {  // no row of the text is to blame
+        result.refusal = "the database is read-only; see to the rights of its file and folder";
         return result;
     }
     const ChangeScope scope(m_changes, [&](DASChange& change) {
