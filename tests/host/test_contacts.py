@@ -137,6 +137,8 @@ class Import(ContactsTest):
             (card + "END:VCARD\nN:C;;;;\n", "line 5: no vCard begins here"),
             ("a,b\n1,2\n", "line 1: not the columns of a file from Google, Outlook or Thunderbird"),
             ("Given Name,Family Name\n1,2,3\n", "line 2: 3 fields under 2 columns"),
+            ('First Name,Last Name\n"a\nb",B\nC,"D\nE,F\n', "line 4: a quote in the row that begins here has no end"),
+            ('First Name,Last Name\nC,"D\nE,"F"\n', "line 2: text follows a closing quote in the row that begins"),
             ("Surname,Office\n1,2\n", "das import PhoneBook FILE reads the telephone's own columns"),
             ("\n", "f: the file is empty; nothing was changed"),
             (b"Given Name,Family Name\n\x81,2\n", "neither UTF-8 nor Windows-1252"),
@@ -202,7 +204,8 @@ class Whole(ContactsTest):
 
 class RoundTrip(ContactsTest):
     SEED = 24
-    TEXT = (*"ab zß,;:\\\n\"'=nN\t&<>%#|", "\\n", "\u00e4", "\u6f22", "\U0001f600", "\u2028", "e\u0301", "x" * 30)
+    TEXT = (*"ab zß,;:\\\n\"'=nN\t&<>%#|", "\\n", "\u00e4", "\u6f22", "\U0001f600", "\u2028", "e\u0301", "x" * 30,
+            " " * 75, "quoted-printable")
 
     def contact(self, dice, number):
         """A contact with odd texts; its e-mail address keeps it apart from the others."""
@@ -210,7 +213,8 @@ class RoundTrip(ContactsTest):
             return "".join(dice.choices(self.TEXT, k=dice.choice((0, 1, 3, 12, 60))))
 
         def dialled():
-            return dice.choice(("", "", "+49 (89) ")) + "".join(dice.choices("0123456789", k=dice.randint(1, 12)))
+            return (dice.choice(("", "", "+49 (89) ", "tel:")) + "".join(dice.choices("0123456789", k=dice.randint(1, 12)))
+                    + dice.choice(("", "", "x12")))
         numbers = {name: dialled() for name in ("Office", "Office2", "Mobile", "Private") if dice.random() < 0.5}
         texts = {name: text() for name in FIELDS if name not in ("Office", "Office2", "Mobile", "Private")}
         return {**texts, **numbers, "Email": f"{number}{texts['Email']}",
