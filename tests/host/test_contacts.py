@@ -87,6 +87,7 @@ class Import(ContactsTest):
                     {"Surname": "B", "Office": "8", "Mobile": "9"}, {"Surname": "B", "Email": "other"}]
         self.assert_rows(expected)
         self.assertEqual(self.client().read("PhoneBook", where={"Company": "C"})[0]["Group"], "3")
+        book.write_bytes(book.read_bytes().decode().encode("utf-16-le"))
         self.contacts("import", book, says=[
             "0 contacts added, 6 skipped",
             "1 values differ from those of contacts that are there; they were left"])
@@ -169,7 +170,7 @@ class Import(ContactsTest):
                                            "DAS_DISK_USAGE": "95"}
         self.serve()
         good = self.file("good.vcf", "BEGIN:VCARD\nVERSION:4.0\nFN:B\nEND:VCARD\n")
-        self.assertIn("write_request to PhoneBook was answered with a failure",
+        self.assertIn("write_request to PhoneBook was answered with a failure: writeRequest Out of disk space",
                       self.contacts("import", good, status=1, says=[]).stderr)
 
 

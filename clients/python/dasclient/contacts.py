@@ -5,6 +5,7 @@ Run it as ``das-contacts``, or as ``python3 -m dasclient.contacts``.
 from __future__ import annotations
 
 import argparse
+import re
 import sys
 from collections import Counter
 from typing import Iterable, List, Sequence, Tuple
@@ -37,6 +38,9 @@ def _parser() -> argparse.ArgumentParser:
 # ---- Import
 
 
+_WIDE = ((b"\xff\xfe|\xfe\xff", "utf-16"), (b"[^\0]\0[^\0]\0", "utf-16-le"), (b"\0[^\0]\0[^\0]", "utf-16-be"))
+
+
 def _text_of(name: str) -> str:
     try:
         if name == "-":
@@ -46,12 +50,13 @@ def _text_of(name: str) -> str:
                 content = file.read()
     except OSError as error:
         raise Wrong(f"cannot read {name}: {error.strerror}") from error
-    if content.startswith((b"\xff\xfe", b"\xfe\xff")):
-        return content.decode("utf-16", "replace")
+    # The first two characters of each form are of ASCII, so UTF-16 without a mark shows by its zero bytes.
+    wide = next((code for begin, code in _WIDE if re.match(begin, content, re.DOTALL)), "")
     try:
-        return content.decode("utf-8-sig")
-    except UnicodeDecodeError:
-        pass
+        return content.decode(wide or "utf-8-sig")
+    except UnicodeDecodeError as error:
+        if wide:
+            raise Wrong(f"{name}: it begins as UTF-16, but is damaged; save it as UTF-8") from error
     try:
         text = content.decode("cp1252")
     except UnicodeDecodeError as error:
