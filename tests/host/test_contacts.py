@@ -97,6 +97,18 @@ class Import(ContactsTest):
         self.serve()
         self.assert_rows(expected)
 
+    def test_an_own_csv_file_that_is_read_again_changes_nothing(self):
+        self.client().write("PhoneBook", [
+            {"Company": "C", "Mobile": "1"}, {"Company": "C"}, {"Surname": " ", "Private": "+15x3"},
+            {"Surname": "A", "Office2": "2", "Address2": "Street", "Email": "a ::: b"}])
+        before = self.rows()
+        for form in ("google", "outlook", "thunderbird"):
+            with self.subTest(form):
+                self.contacts("export", "book.csv", "--format", form)
+                self.assertIn("0 contacts added, 4 skipped\n", self.contacts("import", "book.csv").stdout)
+                self.contacts("import", "book.csv", "--replace")
+                self.assertEqual(self.rows(), before)
+
     def test_a_contact_that_another_user_has_too_is_warned_of(self):
         self.client().write("PhoneBook", [{"Surname": "A", "Mobile": "1"}, {"Surname": "A"}])
         book = self.file("book.vcf", "BEGIN:VCARD\nVERSION:4.0\nFN:A\nTEL;TYPE=cell:1\nEND:VCARD\n")

@@ -8,7 +8,7 @@ import re
 from collections import Counter
 from typing import Dict, FrozenSet, Iterable, Iterator, List, Mapping, Tuple
 
-from dasclient._person import Lost, Person, Row, joined_address, kinds_of
+from dasclient._person import Lost, Person, Row, joined_address, kinds_of, row_of
 from dasclient._program import Wrong
 
 csv.field_size_limit(8 << 20)
@@ -127,19 +127,24 @@ def _cells(header: List[str], row: List[str]) -> Tuple[Row, "Lost[str]"]:
     return cells, lost
 
 
-def read_csv(text: str, name: str, form: str = "") -> Iterator[Person]:
+def read_csv(text: str, name: str, form: str = "") -> Tuple[str, Iterator[Person]]:
+    """The form of the file, and its contacts."""
     rows = _table(text, name)
     header = [column.strip() for column in next(rows, (0, []))[1]]
     recognised = _form_of(header, name)
-    columns = FORMS[form or recognised]
-    if not any(column in columns for column in header):
+    form = form or recognised
+    if not any(column in FORMS[form] for column in header):
         raise Wrong(f"{name}: line 1: no column of {form}; leave --format out, or name {recognised}")
+    return form, _persons(rows, header, form, name)
+
+
+def _persons(rows: Iterable[Tuple[int, List[str]]], header: List[str], form: str, name: str) -> Iterator[Person]:
     for number, row in rows:
         if len(row) > len(header) and any(row[len(header):]):
             raise Wrong(f"{name}: line {number}: {len(row)} fields under {len(header)} columns; "
                         "nothing was changed")
         cells, doubled = _cells(header, row)
-        person = _person(cells, columns)
+        person = _person(cells, FORMS[form])
         person.lost += doubled
         yield person
 
@@ -212,16 +217,22 @@ _WRITTEN: Mapping[str, Mapping[str, str]] = {
 }
 
 
+def _written_cells(row: Row, form: str) -> Row:
+    """The cells by their columns. A label is the same in each row, next to a value."""
+    return {column: name if column.endswith("Label") else row[name] for column, name in _WRITTEN[form].items()}
+
+
 def write_csv(rows: Iterable[Row], form: str) -> str:
-    columns = _WRITTEN[form]
     text = io.StringIO(newline="")
-    writer = csv.writer(text)
-    writer.writerow(columns)
-    for row in rows:
-        # A label is the same in each row, next to a value.
-        writer.writerow(name if re.search("Label$", column) else row[name]
-                        for column, name in columns.items())
+    writer = csv.DictWriter(text, _WRITTEN[form])
+    writer.writeheader()
+    writer.writerows(_written_cells(row, form) for row in rows)
     return text.getvalue()
+
+
+def read_again(row: Row, form: str) -> Row:
+    """What an import makes of a row of the book that was exported."""
+    return row_of(_person(_written_cells(row, form), FORMS[form]))[0]
 
 
 def columns_of(form: str) -> FrozenSet[str]:

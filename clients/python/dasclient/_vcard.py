@@ -14,7 +14,8 @@ from vobject.base import ContentLine, VObjectError, textLineToContentLine
 from vobject.icalendar import stringToTextValues
 from vobject.vcard import splitFields
 
-from dasclient._person import NUMBERS, Lost, Person, Row, dialled, joined_address, kinds_of, plain_number
+from dasclient._person import (NUMBERS, Lost, Person, Row, dialled, joined_address, kinds_of,
+                               plain_number)
 from dasclient._program import Wrong
 
 #: Says which column a property is, where its place or kind alone does not.
@@ -22,10 +23,9 @@ FIELD = "X-DAS-FIELD"
 
 #: Properties that are about the file and not about the person, or that others repeat.
 SILENT = frozenset(("VERSION", "FN", "PRODID", "REV", "UID", "SOURCE", "SORT-STRING", "MAILER", "LABEL",
-                    "CLIENTPIDMAP", "PROFILE", "KIND", "X-ADDRESSBOOKSERVER-KIND", "CLASS", "X-ABLABEL", "X-ABSHOWAS", "X-ABADR",
-                    "NAME"))
-#: Says of a card what it is; version 3 has no property of its own for that.
-GROUP = frozenset(("KIND", "X-ADDRESSBOOKSERVER-KIND"))
+                    "CLIENTPIDMAP", "PROFILE", "CLASS", "X-ABLABEL", "X-ABSHOWAS", "X-ABADR", "NAME"))
+#: Say what a card is of; version 3 has no property of its own for that.
+KIND = frozenset(("KIND", "X-ADDRESSBOOKSERVER-KIND"))
 LOST = {"PHOTO": "pictures", "LOGO": "pictures", "BDAY": "birthdays", "NOTE": "notes",
         "URL": "web addresses", "NICKNAME": "nicknames", "CATEGORIES": "categories",
         "IMPP": "chat addresses", "ANNIVERSARY": "anniversaries", "AGENT": "agents"}
@@ -206,7 +206,7 @@ def _read_property(line: ContentLine, person: Person) -> None:
             person.fixed[field] = address
         else:
             person.addresses.append(address)
-    elif name == "AGENT" or (name not in SILENT and line.value.strip()):
+    elif name == "AGENT" or (name not in SILENT | KIND and line.value.strip()):
         person.lost[LOST.get(name, f"{name} properties")] += 1
 
 
@@ -226,7 +226,7 @@ def read_vcards(text: str, name: str) -> Iterator[Person]:
             _read_property(line, person)
             if line.name == "LABEL":
                 labels.append(_text(line.value))
-            is_group = is_group or (line.name in GROUP and line.value.strip().lower() == "group")
+            is_group = is_group or (line.name in KIND and line.value.strip().lower() == "group")
         if is_group:
             person = Person()
             person.lost["groups"] += 1
