@@ -165,7 +165,8 @@ class Connections(ClientTest):
         das = self.client()
         for right, forbidden in (("listen", das.changes), ("listen", das.watch), ("write", das.create_phonenumber_indices),
                                  ("listen", lambda: das.call("Statistics")), ("files", lambda: das.read_directory("/")),
-                                 ("profile", lambda: das.export_user_data("e164", True))):
+                                 ("profile", lambda: das.export_user_data("e164", True)),
+                                 ("profile", das.delete_uc_credentials)):
             with self.assertRaisesRegex(Refused, f": not allowed; .* the right {right}\\b"):
                 forbidden()
         self.assertEqual(das.read("PhoneBook", columns="Surname"), [])

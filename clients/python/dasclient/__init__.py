@@ -35,7 +35,7 @@ class Client(Connection):
     Remote methods have the names that they have on the wire, in the spelling of Python, and return
     what the service acknowledges. ``read``, ``write``, ``update`` and ``delete`` make requests and
     end with ``Refused`` when the answer is a failure. So does each method that the host's access rules
-    do not allow, but for the one-way methods: these have no answer that could say it.
+    do not allow.
     """
 
     # Requests
@@ -196,7 +196,7 @@ class Client(Connection):
                            SubDirReading=below)
         return str(result["DirectoryTree"]) if result.get("Acknowledge") is True else None
 
-    # One-way methods return nothing. The next call is answered when they are done.
+    # One-way methods return nothing.
 
     def clear_mobile_userdata(self) -> None:
         """Deletes the visitor's data but contacts, calls, conversations, start applications and trusted

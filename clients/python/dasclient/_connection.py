@@ -179,8 +179,8 @@ class Connection:
             self._events.append(event)
 
     def call(self, method: str, **params: Any) -> Dict[str, Any]:
-        """The out parameters of a remote method; none for a one-way method, which the host may not have
-        finished then."""
+        """The out parameters of a remote method; none for a one-way method, which has no answer: the host is
+        asked afterwards whether it was allowed."""
         if method not in METHODS:
             raise ValueError(f"{method!r} is no remote method: the host would never answer")
         with self._turn:
@@ -189,7 +189,7 @@ class Connection:
             result = self._exchange(method, params)
             if "Response" in result and method != "processRequest":
                 raise self.refusal(method, str(result["Response"]))
-            if result.get("Acknowledge") is False:
+            if method in ONE_WAY or result.get("Acknowledge") is False:
                 refusal = self.refusal(method, "")
                 if refusal.words.startswith(_FORBIDDEN):
                     raise refusal

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import csv
 import io
-import re
 from collections import Counter
 from typing import Dict, FrozenSet, Iterable, Iterator, List, Mapping, Tuple
 

@@ -1,5 +1,6 @@
-"""Contacts as vCards. python3-vobject cuts lines, parameters and texts of every version and writes
-version 3. It knows nothing of version 4: what differs there is read and written here."""
+"""Contacts as vCards. python3-vobject cuts properties, parameters and texts of every version and writes
+version 3. It knows nothing of version 4: what differs there is read and written here. Lines are joined here
+as well, since vobject reads a whole card by the rules of version 2.1 when a value names an encoding."""
 from __future__ import annotations
 
 import logging
