@@ -79,18 +79,17 @@ def _head(line: str) -> str:
 def _logical_lines(card: str) -> Iterator[str]:
     """Lines whose parts are joined: after a fold, after a soft line break of quoted-printable, and where
     base64 is not folded. The text of a value never decides: it may hold the name of an encoding."""
-    line = head = ""
+    line = ""
     for part in card.split("\n"):
-        if line.endswith("=") and _QUOTED_PRINTABLE.search(head):
+        if line.endswith("=") and _QUOTED_PRINTABLE.search(_head(line)):
             line += f"\n{part}"
         elif part[:1] in (" ", "\t"):
             line += part[1:]
-        elif _BASE64.search(head) and _BASE64_LINE.fullmatch(part.rstrip()):
+        elif _BASE64_LINE.fullmatch(part.rstrip()) and _BASE64.search(_head(line)):
             line += part.rstrip()
         else:
             yield line
             line = part
-        head = head if line.startswith(head) and head else _head(line)
     yield line
 
 
