@@ -159,6 +159,19 @@ class Connections(ClientTest):
         watcher.set_profile("base")
         self.assertEqual(next(events), ProfileChanged("base"), "heard in front of its own answer")
 
+    def test_what_the_rules_of_the_host_forbid_is_refused_with_the_right_that_is_missing(self):
+        self.end_host()
+        self.serve("--access", self.file("rules", "allow any listen,read PhoneBook\n"))
+        das = self.client()
+        for right, forbidden in (("listen", das.changes), ("listen", das.watch), ("write", das.create_phonenumber_indices),
+                                 ("listen", lambda: das.call("Statistics")), ("files", lambda: das.read_directory("/")),
+                                 ("profile", lambda: das.export_user_data("e164", True)),
+                                 ("profile", das.delete_uc_credentials)):
+            with self.assertRaisesRegex(Refused, f": not allowed; .* the right {right}\\b"):
+                forbidden()
+        self.assertEqual(das.read("PhoneBook", columns="Surname"), [])
+        self.assertEqual(next(das.changes("PhoneBook")), dasclient.Changed())
+
     def test_a_host_that_is_mute_or_talks_nonsense_is_told_of(self):
         rows = [("timed out", b""), ("timed out", b'{"id":1'), ("no message", b"hello\n"),
                 ("no message", b'"\xff"\n'), ("no message", b"[1]\n"), ("no answer", b'{"id":1}\n'),

@@ -87,6 +87,7 @@ class Import(ContactsTest):
                     {"Surname": "B", "Office": "8", "Mobile": "9"}, {"Surname": "B", "Email": "other"}]
         self.assert_rows(expected)
         self.assertEqual(self.client().read("PhoneBook", where={"Company": "C"})[0]["Group"], "3")
+        book.write_bytes(book.read_bytes().decode().encode("utf-16-le"))
         self.contacts("import", book, says=[
             "0 contacts added, 6 skipped",
             "1 values differ from those of contacts that are there; they were left"])
@@ -95,6 +96,18 @@ class Import(ContactsTest):
         self.end_host()
         self.serve()
         self.assert_rows(expected)
+
+    def test_an_own_csv_file_that_is_read_again_changes_nothing(self):
+        self.client().write("PhoneBook", [
+            {"Company": "C", "Mobile": "1"}, {"Company": "C"}, {"Surname": " ", "Private": "+15x3"},
+            {"Surname": "A", "Office2": "2", "Address2": "Street", "Email": "a ::: b"}])
+        before = self.rows()
+        for form in ("google", "outlook", "thunderbird"):
+            with self.subTest(form):
+                self.contacts("export", "book.csv", "--format", form)
+                self.assertIn("0 contacts added, 4 skipped\n", self.contacts("import", "book.csv").stdout)
+                self.contacts("import", "book.csv", "--replace")
+                self.assertEqual(self.rows(), before)
 
     def test_a_contact_that_another_user_has_too_is_warned_of(self):
         self.client().write("PhoneBook", [{"Surname": "A", "Mobile": "1"}, {"Surname": "A"}])
@@ -137,6 +150,8 @@ class Import(ContactsTest):
             (card + "END:VCARD\nN:C;;;;\n", "line 5: no vCard begins here"),
             ("a,b\n1,2\n", "line 1: not the columns of a file from Google, Outlook or Thunderbird"),
             ("Given Name,Family Name\n1,2,3\n", "line 2: 3 fields under 2 columns"),
+            ('First Name,Last Name\n"a\nb",B\nC,"D\nE,F\n', "line 4: a quote in the row that begins here has no end"),
+            ('First Name,Last Name\nC,"D\nE,"F"\n', "line 2: text follows a closing quote in the row that begins"),
             ("Surname,Office\n1,2\n", "das import PhoneBook FILE reads the telephone's own columns"),
             ("\n", "f: the file is empty; nothing was changed"),
             (b"Given Name,Family Name\n\x81,2\n", "neither UTF-8 nor Windows-1252"),
@@ -167,7 +182,7 @@ class Import(ContactsTest):
                                            "DAS_DISK_USAGE": "95"}
         self.serve()
         good = self.file("good.vcf", "BEGIN:VCARD\nVERSION:4.0\nFN:B\nEND:VCARD\n")
-        self.assertIn("write_request to PhoneBook was answered with a failure",
+        self.assertIn("write_request to PhoneBook was answered with a failure: writeRequest Out of disk space",
                       self.contacts("import", good, status=1, says=[]).stderr)
 
 
@@ -202,7 +217,8 @@ class Whole(ContactsTest):
 
 class RoundTrip(ContactsTest):
     SEED = 24
-    TEXT = (*"ab zß,;:\\\n\"'=nN\t&<>%#|", "\\n", "\u00e4", "\u6f22", "\U0001f600", "\u2028", "e\u0301", "x" * 30)
+    TEXT = (*"ab zß,;:\\\n\"'=nN\t&<>%#|", "\\n", "\u00e4", "\u6f22", "\U0001f600", "\u2028", "e\u0301", "x" * 30,
+            " " * 75, "quoted-printable")
 
     def contact(self, dice, number):
         """A contact with odd texts; its e-mail address keeps it apart from the others."""
@@ -210,7 +226,8 @@ class RoundTrip(ContactsTest):
             return "".join(dice.choices(self.TEXT, k=dice.choice((0, 1, 3, 12, 60))))
 
         def dialled():
-            return dice.choice(("", "", "+49 (89) ")) + "".join(dice.choices("0123456789", k=dice.randint(1, 12)))
+            return (dice.choice(("", "", "+49 (89) ", "tel:")) + "".join(dice.choices("0123456789", k=dice.randint(1, 12)))
+                    + dice.choice(("", "", "x12")))
         numbers = {name: dialled() for name in ("Office", "Office2", "Mobile", "Private") if dice.random() < 0.5}
         texts = {name: text() for name in FIELDS if name not in ("Office", "Office2", "Mobile", "Private")}
         return {**texts, **numbers, "Email": f"{number}{texts['Email']}",

@@ -80,6 +80,8 @@ class Report(ProgramTest):
         for name, value in (("hours", 9), ("days", 4), ("lengths", 3)):
             chart = re.search(f'id="chart-{name}".*?</svg>', text, re.S)[0]
             heights = [float(height) for height in re.findall(r'<rect[^>]*height="([\d.]+)"[^>]*class="rect', chart)]
+            axis = chart[chart.index("axis y"):chart.index("axis x")]
+            self.assertEqual(re.findall(r"<text[^>]*>(.*?)</text>", axis), ["0", "1"])
             bars = [place % (len(heights) // 4) for place, height in enumerate(heights) if height > 1]
             self.assertEqual(bars, [value], name)
 

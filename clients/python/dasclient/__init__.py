@@ -16,12 +16,12 @@ can't be known.
 from __future__ import annotations
 
 import json
-from typing import Dict, Iterable, List, Mapping, Optional
+from typing import Dict, Iterable, List, Mapping, Optional, Union
 
 from ._connection import Connection, ConnectionLost, DasError, Refused
 from ._events import Changed, Event, ProfileChanged, Reconnected, StatusChanged
 from ._methods import METHODS, ONE_WAY  # noqa: F401
-from ._requests import LIST_SCHEMAS, Fields, element, elements, entry, escape, message
+from ._requests import LIST_SCHEMAS, Fields, element, elements, entry, escape, listed, message
 from ._rows import Row, reason_of, rows_of
 
 __all__ = ["Changed", "Client", "ConnectionLost", "DasError", "Event", "ProfileChanged", "Reconnected",
@@ -34,7 +34,8 @@ class Client(Connection):
 
     Remote methods have the names that they have on the wire, in the spelling of Python, and return
     what the service acknowledges. ``read``, ``write``, ``update`` and ``delete`` make requests and
-    end with ``Refused`` when the answer is a failure.
+    end with ``Refused`` when the answer is a failure. So does each method that the host's access rules
+    do not allow.
     """
 
     # Requests
@@ -56,11 +57,11 @@ class Client(Connection):
         """"base" or "visitor"."""
         return self.request("getCurrentUser")
 
-    def read(self, schema: str, *, where: Fields = {}, columns: Iterable[str] = (),
+    def read(self, schema: str, *, where: Fields = {}, columns: Union[str, Iterable[str]] = (),
              context: Optional[str] = None, offset: int = 0, limit: Optional[int] = None) -> List[Row]:
         """Rows that have all the values of ``where``, or all rows. For settings a row is one item,
         by its name, and ``columns`` are names of items."""
-        asked = list(columns)
+        asked = listed(columns)
         body = element("ResultCols", " ".join(asked)) if asked else ""
         if limit is not None:
             body += element("Offset", offset) + element("RowLimit", limit)
@@ -146,9 +147,10 @@ class Client(Connection):
         """Takes over values of the base user."""
         return self._acknowledged("migrateUserData", baseValues=json.dumps(dict(values)))
 
-    def export_user_data(self, names: Iterable[str], is_base: bool) -> Optional[Dict[str, str]]:
+    def export_user_data(self, names: Union[str, Iterable[str]],
+                         is_base: bool) -> Optional[Dict[str, str]]:
         """The values of a user's mobility items; None when they can't be had."""
-        asked = json.dumps(dict.fromkeys(names, ""))
+        asked = json.dumps(dict.fromkeys(listed(names), ""))
         result = self.call("exportUserData", newValues=asked, isBase=is_base)
         if result.get("Acknowledge") is not True:
             return None
@@ -194,7 +196,7 @@ class Client(Connection):
                            SubDirReading=below)
         return str(result["DirectoryTree"]) if result.get("Acknowledge") is True else None
 
-    # One-way methods return nothing. The next call is answered when they are done.
+    # One-way methods return nothing.
 
     def clear_mobile_userdata(self) -> None:
         """Deletes the visitor's data but contacts, calls, conversations, start applications and trusted

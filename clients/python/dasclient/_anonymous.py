@@ -43,7 +43,7 @@ def _folded(text: str) -> str:
 
 def _core(number: str) -> str:
     """The digits of a number without the prefix that says from where it is dialled."""
-    digits = re.sub(r"\D", "", number)
+    digits = re.sub(r"\D", "", plain_number(number))
     return re.sub("^0{1,2}", "", digits)
 
 
@@ -110,7 +110,7 @@ class Pseudonyms:
         return best
 
     def _number(self, run: str) -> str:
-        digits = re.sub(r"\D", "", run)
+        digits = re.sub(r"\D", "", plain_number(run))
         core = _core(run)
         found = self._cores.get(core) or self._endings.get(core)
         for start in range(len(digits) - 5):

@@ -4,10 +4,10 @@ from __future__ import annotations
 import json
 from collections import Counter
 from dataclasses import dataclass, field
-from typing import Dict, Iterable, Iterator, List, Set, Tuple
+from typing import Callable, Dict, FrozenSet, Iterable, Iterator, List, Set, Tuple
 
 from dasclient import Client, Refused, entry, message, reason_of
-from dasclient._person import FIELDS, NAMES, NUMBERS, Lost, Row, plain_number
+from dasclient._person import FIELDS, NAMES, NUMBERS, Lost, Row, dialled, plain_number
 
 SCHEMA = "PhoneBook"
 #: What a contact that is there already takes from a file.
@@ -23,44 +23,72 @@ PAGE = 2000
 #: batch moves all of them in one transaction, while each deletion of one contact is a request.
 LIMBO = "das-contacts"
 
-
-def _numbers(row: Row) -> Set[str]:
-    return {plain_number(row[name]) for name in NUMBERS if row[name]}
+Place = Tuple[Tuple[str, ...], str]
 
 
-def _is_there(new: Row, old: Row) -> bool:
-    """Whether each number of a contact of the same names is there. Contacts without numbers are
-    one only with each other."""
-    numbers, known = _numbers(new), _numbers(old)
-    return numbers <= known if numbers else not known
+#: What an import makes of a row of the book that was exported in the same form. A CSV file has no place
+#: for a contact without a name, or for a second number without a first.
+Reader = Callable[[Row], Row]
+
+
+def _numbers(row: Row) -> FrozenSet[str]:
+    return frozenset(dialled(row[name])[0] for name in NUMBERS if row[name])
+
+
+def _names(row: Row) -> Tuple[str, ...]:
+    return tuple(row[name] for name in NAMES)
+
+
+class Known:
+    """A contact of the book, also as an import would read it."""
+
+    def __init__(self, row: Row, reader: Reader) -> None:
+        self.row, self._reader = row, reader
+        self.numbers = _numbers(row)
+        self.read = reader(row)
+
+    def fill(self, cells: Row) -> None:
+        self.row.update(cells)
+        self.read = self._reader(self.row)
+
+    def places(self) -> Set[Place]:
+        """Where the index has it: by its names and one of its numbers, or by its names alone. A file may
+        have no column for its only number."""
+        numbers = (self.numbers or {""}) | (_numbers(self.read) or {""})
+        return {(names, number) for names in (_names(self.row), _names(self.read)) for number in numbers}
+
+    def likeness(self, new: Row) -> Tuple[bool, bool]:
+        """The contact that is wholly alike is the most like one, then that of just the same numbers."""
+        return (all(self.read[name] == new[name] for name in FIELDS), self.numbers == _numbers(new))
 
 
 class Index:
-    """Contacts by their names."""
+    """Contacts by their names and numbers."""
 
-    def __init__(self, rows: Iterable[Row] = ()) -> None:
-        self._rows: Dict[Tuple[str, ...], List[Row]] = {}
+    def __init__(self, rows: Iterable[Row] = (), reader: Reader = dict) -> None:
+        self._reader = reader
+        self._known: Dict[Place, List[Known]] = {}
         for row in rows:
-            self.add(row)
+            self.add(row, reader)
 
-    @staticmethod
-    def _key(row: Row) -> Tuple[str, ...]:
-        return tuple(row[name] for name in NAMES)
+    def add(self, row: Row, reader: Reader = dict) -> None:
+        known = Known(row, reader)
+        for place in known.places():
+            self._known.setdefault(place, []).append(known)
 
-    def add(self, row: Row) -> None:
-        self._rows.setdefault(self._key(row), []).append(row)
+    def find(self, new: Row) -> Known | None:
+        """The contact that @p new is: one of its names that has each of its numbers. Contacts without
+        numbers are one only with each other."""
+        numbers = _numbers(new)
+        found = [known for known in self._known.get((_names(new), min(numbers, default="")), ())
+                 if numbers <= known.numbers]
+        return max(found, key=lambda known: known.likeness(new), default=None)
 
-    def find(self, new: Row) -> Row | None:
-        """The contact that @p new is; rather one whose numbers are just the same."""
-        found = [old for old in self._rows.get(self._key(new), ()) if _is_there(new, old)]
-        return next((old for old in found if _numbers(old) == _numbers(new)), found[0] if found else None)
-
-    def take(self, new: Row) -> Row | None:
+    def take(self, new: Row) -> Known | None:
         """The same, once for each contact."""
         found = self.find(new)
-        if found is not None:
-            rows = self._rows[self._key(new)]
-            del rows[next(place for place, row in enumerate(rows) if row is found)]
+        for place in found.places() if found else ():
+            self._known[place].remove(found)
         return found
 
 
@@ -73,20 +101,22 @@ class Plan:
     differences: int = 0
 
 
-def plan_of(new_rows: Iterable[Row], book: Iterable[Row]) -> Plan:
+def plan_of(new_rows: Iterable[Row], book: Iterable[Row], reader: Reader = dict) -> Plan:
     """How the contacts come into the book. A contact that the file has twice is one."""
     plan = Plan()
-    index = Index(book)
+    index = Index(book, reader)
     changed: Dict[int, Row] = {}
     for new in new_rows:
-        old = index.find(new)
-        if old is None:
+        known = index.find(new)
+        if known is None:
             index.add(new)
             plan.added.append(new)
             continue
-        cells = {name: new[name] for name in FILLED if new[name] and not old[name]}
-        plan.differences += sum(1 for name in FILLED if new[name] and old[name] not in ("", new[name]))
-        old.update(cells)
+        old = known.row
+        others = [name for name in FILLED if new[name] and new[name] not in (old[name], known.read[name])]
+        plan.differences += sum(1 for name in others if old[name])
+        cells = {name: new[name] for name in others if not old[name]}
+        known.fill(cells)
         if cells and "UniqueID" in old:
             changed[id(old)] = old
         else:
@@ -95,16 +125,18 @@ def plan_of(new_rows: Iterable[Row], book: Iterable[Row]) -> Plan:
     return plan
 
 
-def replacement(new_rows: Iterable[Row], book: Iterable[Row]) -> Tuple[List[Row], List[Row]]:
+def replacement(new_rows: Iterable[Row], book: Iterable[Row],
+                reader: Reader = dict) -> Tuple[List[Row], List[Row]]:
     """The rows of the file, and the rows of the book that these replace. A contact that is there
-    keeps its number, and with it its conversations, and the columns that no file has."""
-    index = Index(book)
+    keeps its number, and with it its conversations, and what the file has no place for."""
+    index = Index(book, reader)
     rows, kept = [], set()
     for new in new_rows:
-        old = index.take(new)
-        if old is not None:
+        known = index.take(new)
+        if known is not None:
+            old = {**known.row, **{name: plain_number(known.row[name]) for name in NUMBERS}}
             kept.add(old["UniqueID"])
-            new = {**old, **new}
+            new = {**old, **{name: new[name] for name in FIELDS if new[name] != known.read[name]}}
         rows.append(new)
     return rows, [row for row in book if row["UniqueID"] not in kept]
 
@@ -114,17 +146,17 @@ class Book:
 
     def __init__(self, das: Client, context: str) -> None:
         self._das = das
-        self._context = context
+        self.context = context
         self.rows = self._read()
 
     def _read(self) -> List[Row]:
         """All rows, in parts where they are too many for one answer."""
         try:
-            return [dict(row) for row in self._das.read(SCHEMA, context=self._context)]
+            return [dict(row) for row in self._das.read(SCHEMA, context=self.context)]
         except Refused:
             rows: Dict[str, Row] = {}
             while True:
-                page = self._das.read(SCHEMA, context=self._context, offset=len(rows), limit=PAGE)
+                page = self._das.read(SCHEMA, context=self.context, offset=len(rows), limit=PAGE)
                 rows.update((row["UniqueID"], dict(row)) for row in page)
                 if len(page) < PAGE:
                     return list(rows.values())
@@ -142,7 +174,7 @@ class Book:
             raise
 
     def _ask(self, reason: str, body: str, context: str = "") -> None:
-        answer = self._das.request(message(SCHEMA, reason, body, context or self._context))
+        answer = self._das.request(message(SCHEMA, reason, body, context or self.context))
         if reason_of(answer) in ("failure", ""):
             raise self._das.refusal(f"{reason} to {SCHEMA}", answer)
 

@@ -17,8 +17,13 @@ from typing import Any, Deque, Dict, Iterable, Iterator, Mapping, Optional, Type
 
 from ._events import Changed, Event, Reconnected, event_of
 from ._methods import METHODS, ONE_WAY
+from ._requests import listed
 
 Self = TypeVar("Self", bound="Connection")
+
+
+#: How the host's words begin when its access rules do not allow a call.
+_FORBIDDEN = "not allowed"
 
 
 class DasError(Exception):
@@ -30,11 +35,12 @@ class ConnectionLost(DasError, ConnectionError):
 
 
 class Refused(DasError):
-    """The service answered a failure; ``answer`` is its text. ``words`` are those of the host when its
-    access rules do not allow the call, with the right that is missing; blank for other failures."""
+    """The service answered a failure; ``answer`` is its text. ``words`` say why: what the host logged of
+    the call, or which right is missing; blank if it logged nothing."""
 
     def __init__(self, what: str, answer: str, words: str = "") -> None:
-        super().__init__(f"{what}: {words}" if words else f"{what} was answered with a failure")
+        failure = "" if words.startswith(_FORBIDDEN) else " was answered with a failure"
+        super().__init__(f"{what}{failure}{': ' if words else ''}{words}")
         self.answer = answer
         self.words = words
 
@@ -80,7 +86,10 @@ class Connection:
             raise ConnectionLost(f"{self._path}: {error.strerror or error}") from error
         self._socket = connection
         for method, params in sorted(self._listeners.items()):
-            self._exchange(method, params)
+            if self._exchange(method, params).get("Acknowledge") is False:
+                refusal = self.refusal(method, "")
+                self._drop()  # a connection that hears only a part of what was asked for would be silent
+                raise refusal
 
     def _drop(self) -> None:
         connection, self._socket = self._socket, None
@@ -170,22 +179,29 @@ class Connection:
             self._events.append(event)
 
     def call(self, method: str, **params: Any) -> Dict[str, Any]:
-        """The out parameters of a remote method; none for a one-way method, which the host may not have
-        finished then."""
+        """The out parameters of a remote method; none for a one-way method, which has no answer: the host is
+        asked afterwards whether it was allowed."""
         if method not in METHODS:
             raise ValueError(f"{method!r} is no remote method: the host would never answer")
         with self._turn:
             if self._has_ended():
                 self._connect()
             result = self._exchange(method, params)
-        if "Response" in result and method != "processRequest":
-            raise Refused(method, str(result["Response"]))
+            if "Response" in result and method != "processRequest":
+                raise self.refusal(method, str(result["Response"]))
+            if method in ONE_WAY or result.get("Acknowledge") is False:
+                refusal = self.refusal(method, "")
+                if refusal.words.startswith(_FORBIDDEN):
+                    raise refusal
         return result
 
     def refusal(self, what: str, answer: str) -> Refused:
         """The exception for ``answer``, which came last and is a failure of ``what``."""
-        is_forbidden = "<FailureMessage>not allowed</FailureMessage>" in answer
-        words = self.call("LastFailures").get("Words") if is_forbidden else ""
+        try:
+            with self._turn:
+                words = self._exchange("LastFailures", {}).get("Words", "")
+        except DasError:
+            words = ""  # the failure is known, its reason is not
         return Refused(what, answer, str(words))
 
     def _acknowledged(self, method: str, **params: Any) -> bool:
@@ -200,21 +216,29 @@ class Connection:
         A connection that is lost is opened again, for at most ``patience`` seconds, for ever
         without; then comes ``Reconnected``, before which changes may have been missed.
         """
-        self._listeners.update({"AddListener": {}} if profile else {})
-        self._listeners.update({"AddStatusListener": {}} if status else {})
-        self._connect()
+        self._listen({**({"AddListener": {}} if profile else {}),
+                      **({"AddStatusListener": {}} if status else {})})
         return self._heard(patience)
 
-    def changes(self, schemas: Iterable[str] = (),
+    def _listen(self, methods: Dict[str, Dict[str, str]]) -> None:
+        """Ends with ``Refused`` when the host does not allow it; what was listened to before remains."""
+        before = dict(self._listeners)
+        self._listeners.update(methods)
+        try:
+            self._connect()
+        except Refused:
+            self._listeners = before
+            raise
+
+    def changes(self, schemas: Union[str, Iterable[str]] = (),
                 patience: Optional[float] = None) -> Iterator[Changed]:
-        """Yields each committed change to the schemas, or to all, for as long as it is asked.
+        """Yields each committed change to the schemas, to one, or to all, for as long as it is asked.
 
         The first one is blank: it is time to read what there is. So is one after a connection that
         was lost and is there again, since what changed in between was not heard; and one for changes
         that came faster than they were taken. Reconnects for ``patience`` seconds, or for ever.
         """
-        self._listeners["AddChangeListener"] = {"Schemas": ",".join(schemas)}
-        self._connect()
+        self._listen({"AddChangeListener": {"Schemas": ",".join(listed(schemas))}})
         return self._changes(patience)
 
     def _changes(self, patience: Optional[float]) -> Iterator[Changed]:

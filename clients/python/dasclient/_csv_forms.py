@@ -4,10 +4,10 @@ from __future__ import annotations
 
 import csv
 import io
-import re
+from collections import Counter
 from typing import Dict, FrozenSet, Iterable, Iterator, List, Mapping, Tuple
 
-from dasclient._person import Person, Row, joined_address, kinds_of
+from dasclient._person import Lost, Person, Row, joined_address, kinds_of, row_of
 from dasclient._program import Wrong
 
 csv.field_size_limit(8 << 20)
@@ -89,31 +89,63 @@ def _form_of(header: List[str], name: str) -> str:
     return best
 
 
+# What the csv module says of a row, in words that say what to do.
+_REASONS = (("unexpected end", "a quote in the row that begins here has no end"),
+            ("expected after", "text follows a closing quote in the row that begins here; "
+                               "a quote within a value is written twice"))
+
+
 def _table(text: str, name: str) -> Iterator[Tuple[int, List[str]]]:
-    """The rows with the numbers of their lines; the separator is that which cuts the header."""
+    """The rows with the numbers of their first lines; the separator is that which cuts the header. A quote
+    that is not closed would take the rows that follow into its value, so each one must stand where a
+    quote may stand."""
     header = text.partition("\n")[0]
     separator = max(",;\t", key=header.count)
-    reader = csv.reader(io.StringIO(text, newline=""), delimiter=separator)
+    reader = csv.reader(io.StringIO(text, newline=""), delimiter=separator, strict=True)
+    first = 1
     try:
         for row in reader:
             if any(row):
-                yield reader.line_num, row
+                yield first, row
+            first = reader.line_num + 1
     except csv.Error as error:
-        raise Wrong(f"{name}: line {reader.line_num}: {error}; nothing was changed") from error
+        reason = next((words for part, words in _REASONS if part in str(error)), str(error))
+        raise Wrong(f"{name}: line {first}: {reason}; nothing was changed") from error
 
 
-def read_csv(text: str, name: str, form: str = "") -> Iterator[Person]:
+def _cells(header: List[str], row: List[str]) -> Tuple[Row, "Lost[str]"]:
+    """The values by their columns. A column that stands twice has the first value that is not blank; the
+    others are lost."""
+    cells: Row = {}
+    lost: Lost[str] = Counter()
+    for column, value in zip(header, row):
+        if not cells.get(column, "").strip():
+            cells[column] = value
+        elif value.strip() and value != cells[column]:
+            lost[f'values of "{column}"'] += 1
+    return cells, lost
+
+
+def read_csv(text: str, name: str, form: str = "") -> Tuple[str, Iterator[Person]]:
+    """The form of the file, and its contacts."""
     rows = _table(text, name)
     header = [column.strip() for column in next(rows, (0, []))[1]]
     recognised = _form_of(header, name)
-    columns = FORMS[form or recognised]
-    if not any(column in columns for column in header):
+    form = form or recognised
+    if not any(column in FORMS[form] for column in header):
         raise Wrong(f"{name}: line 1: no column of {form}; leave --format out, or name {recognised}")
+    return form, _persons(rows, header, form, name)
+
+
+def _persons(rows: Iterable[Tuple[int, List[str]]], header: List[str], form: str, name: str) -> Iterator[Person]:
     for number, row in rows:
         if len(row) > len(header) and any(row[len(header):]):
             raise Wrong(f"{name}: line {number}: {len(row)} fields under {len(header)} columns; "
                         "nothing was changed")
-        yield _person(dict(zip(header, row)), columns)
+        cells, doubled = _cells(header, row)
+        person = _person(cells, FORMS[form])
+        person.lost += doubled
+        yield person
 
 
 def _values(cell: str) -> List[str]:
@@ -184,16 +216,22 @@ _WRITTEN: Mapping[str, Mapping[str, str]] = {
 }
 
 
+def _written_cells(row: Row, form: str) -> Row:
+    """The cells by their columns. A label is the same in each row, next to a value."""
+    return {column: name if column.endswith("Label") else row[name] for column, name in _WRITTEN[form].items()}
+
+
 def write_csv(rows: Iterable[Row], form: str) -> str:
-    columns = _WRITTEN[form]
     text = io.StringIO(newline="")
-    writer = csv.writer(text)
-    writer.writerow(columns)
-    for row in rows:
-        # A label is the same in each row, next to a value.
-        writer.writerow(name if re.search("Label$", column) else row[name]
-                        for column, name in columns.items())
+    writer = csv.DictWriter(text, _WRITTEN[form])
+    writer.writeheader()
+    writer.writerows(_written_cells(row, form) for row in rows)
     return text.getvalue()
+
+
+def read_again(row: Row, form: str) -> Row:
+    """What an import makes of a row of the book that was exported."""
+    return row_of(_person(_written_cells(row, form), FORMS[form]))[0]
 
 
 def columns_of(form: str) -> FrozenSet[str]:

@@ -53,18 +53,35 @@ class Person:
 MARKS = frozenset("()[]{}<>-./\\\u2010\u2011\u2012\u2013\u2014\u2015\u2212\u00b7\u2022")
 
 
+#: "(0)" directly after a country code is dialled only within that country, so it is no part of the number.
+#: Italy's numbers keep their 0.
+_TRUNK = re.compile(r"^(\+\s*(?!39\b)\d{1,3})[^\w(]*\(\s*0\s*\)")
+
+#: What a switchboard is to dial after it has answered.
+_EXTENSION = re.compile(r"(?<![^\W\d_])(?:ext|extn|extension|x)[\s.:=]{0,9}\d{1,20}[\s)]{0,9}\Z",
+                        re.IGNORECASE)
+
+
 def plain_number(text: str) -> str:
     """A number without blanks and marks, its digits those of ASCII: look-ups are exact. An address
     such as sip:a.b@c keeps its marks."""
     address = "@" in text or ":" in text
+    shown = "".join(" " if each.isspace() else each for each in unicodedata.normalize("NFKC", text)
+                    if each.isspace() or unicodedata.category(each) not in ("Cf", "Cc")).strip()
     kept = []
-    for character in unicodedata.normalize("NFKC", text):
-        if character.isspace() or unicodedata.category(character) in ("Cf", "Cc"):
-            continue
-        if address or character not in MARKS:
+    for character in shown if address else _TRUNK.sub(r"\1", shown):
+        if character != " " and (address or character not in MARKS):
             digit = unicodedata.decimal(character, None)
             kept.append(character if digit is None else str(digit))
     return "".join(kept)
+
+
+def dialled(text: str) -> Tuple[str, bool]:
+    """A number as an import stores it, and whether it had an extension, which is left out."""
+    found = None if "@" in text or re.match(r"\s*sips?:", text, re.IGNORECASE) else _EXTENSION.search(text)
+    if found is None or not re.search(r"\d", text[:found.start()]):
+        return plain_number(text), False
+    return plain_number(text[:found.start()].rstrip(" ,;(")), True
 
 
 # What XML 1.0 can't carry, so no request either.
@@ -118,11 +135,13 @@ def _place(values: Iterable[str], columns: Iterable[str], row: Row, lost: "Lost[
 def _place_numbers(person: Person, row: Row, lost: "Lost[str]") -> None:
     of_no_kind = []
     for text, kinds in person.numbers:
-        number = plain_number(text)
+        number, has_extension = dialled(text)
         allowed = [name for kind, names in PLACES if kind in kinds for name in names]
         if kinds & NEVER:
             lost["fax and pager numbers"] += 1
-        elif not allowed:
+            continue
+        lost["extensions of numbers"] += has_extension
+        if not allowed:
             of_no_kind.append(number)
         elif number not in (row[name] for name in allowed):
             _place([number], allowed, row, lost, "telephone numbers")

@@ -2,6 +2,7 @@
 screen, so that no text is made smaller."""
 from __future__ import annotations
 
+import itertools
 import re
 from collections import Counter
 from typing import Any, Dict, Iterable, List, Tuple
@@ -13,6 +14,8 @@ from pygal.style import Style
 from dasclient._person import Row
 
 WIDTH, HEIGHT, FONT = 340, 250, 13
+#: How many marks the axis of the counts has above 0, at most.
+MOST_TICKS = 6
 DAYS = ("Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun")
 #: How long a call took: below how many seconds, with the words for it.
 LENGTHS = ((1, "0"), (10, "<10s"), (60, "<1m"), (300, "<5m"), (900, "<15m"), (3600, "<1h"), (None, "1h+"))
@@ -29,11 +32,15 @@ _STYLE = Style(font_family="sans-serif", background="transparent", plot_backgrou
 
 
 def bars(name: str, labels: Iterable[str], series: Series, every: int = 1) -> Markup:
-    """Stacked bars, one colour for each series."""
+    """Stacked bars, one colour for each series; what they count is marked by whole numbers."""
+    highest = max(map(sum, zip(*series.values())), default=0)
+    step = next(size * 10 ** power for power in itertools.count() for size in (1, 2, 5)
+                if size * 10 ** power * MOST_TICKS >= highest)
     chart = pygal.StackedBar(
         width=WIDTH, height=HEIGHT, explicit_size=True, js=[], style=_STYLE, x_labels=list(labels),
         x_labels_major_every=every, show_minor_x_labels=every == 1, legend_at_bottom=True,
         legend_at_bottom_columns=2, disable_xml_declaration=True, margin=4, spacing=6,
+        y_labels=range(0, highest + step, step),
         truncate_label=-1, value_formatter=lambda value: f"{value:.0f}")
     chart.uuid = name
     for title, values in series.items():

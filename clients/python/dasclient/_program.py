@@ -127,5 +127,5 @@ def run(program: str, work: Callable[[], int]) -> int:
         return REFUSED
     except KeyboardInterrupt:
         status, text = INTERRUPTED, "interrupted"
-    print(f"{program}: {text}", file=sys.stderr)
+    print(f"{program}: {text}".replace("\n", "\\n"), file=sys.stderr)  # what was logged may hold any value
     return status

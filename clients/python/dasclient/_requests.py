@@ -2,7 +2,7 @@
 from __future__ import annotations
 
 import re
-from typing import Any, Iterable, Mapping, Optional
+from typing import Any, Iterable, List, Mapping, Optional, Union
 from xml.sax.saxutils import escape as _escape_markup
 from xml.sax.saxutils import quoteattr
 
@@ -16,6 +16,11 @@ LIST_SCHEMAS = frozenset((
 Fields = Mapping[str, Any]
 # What XML 1.0 can't carry, not even as a reference.
 _FORBIDDEN = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff]")
+
+
+def listed(names: Union[str, Iterable[str]]) -> List[str]:
+    """Names. A text is one name and not a list of its letters."""
+    return [names] if isinstance(names, str) else list(names)
 
 
 def escape(value: Any) -> str:

@@ -65,15 +65,14 @@ class Reader:
                 telephone.settings[schema] = sorted(items, key=lambda item: item[1])
         return telephone
 
-    def _failed(self, schema: str) -> None:
-        words = self._das.call("LastFailures").get("Words")
-        self._telephone.failures[schema] = str(words or "the answer was a failure")
+    def _failed(self, schema: str, refused: Refused) -> None:
+        self._telephone.failures[schema] = refused.words or "the answer was a failure"
 
     def _rows(self, schema: str, context: Optional[str]) -> List[AnswerRow]:
         try:
             rows = self._das.read(schema, context=context)
-        except Refused:
-            self._failed(schema)
+        except Refused as refused:
+            self._failed(schema, refused)
             return []
         if rows:
             self._telephone.counts[schema] = len(rows)
@@ -82,8 +81,8 @@ class Reader:
     def _contacts(self) -> List[Row]:
         try:
             contacts = Book(self._das, self._telephone.user).rows
-        except Refused:
-            self._failed("PhoneBook")
+        except Refused as refused:
+            self._failed("PhoneBook", refused)
             return []
         self._telephone.counts["PhoneBook"] = len(contacts)
         return contacts

@@ -1,20 +1,22 @@
-"""Contacts as vCards. python3-vobject cuts lines, parameters and texts of every version and writes
-version 3. It knows nothing of version 4: what differs there is read and written here."""
+"""Contacts as vCards. python3-vobject cuts properties, parameters and texts of every version and writes
+version 3. It knows nothing of version 4: what differs there is read and written here. Lines are joined here
+as well, since vobject reads a whole card by the rules of version 2.1 when a value names an encoding."""
 from __future__ import annotations
 
-import io
 import logging
 import re
 import sys
-from typing import Dict, Iterable, Iterator, List, Set, Tuple
+from collections import Counter
+from typing import Dict, Iterable, Iterator, List, Optional, Set, Tuple
 from urllib.parse import unquote
 
 import vobject
-from vobject.base import ContentLine, VObjectError, getLogicalLines, textLineToContentLine
+from vobject.base import ContentLine, VObjectError, textLineToContentLine
 from vobject.icalendar import stringToTextValues
 from vobject.vcard import splitFields
 
-from dasclient._person import Person, Row, joined_address, kinds_of, plain_number
+from dasclient._person import (NUMBERS, Lost, Person, Row, dialled, joined_address, kinds_of,
+                               plain_number)
 from dasclient._program import Wrong
 
 #: Says which column a property is, where its place or kind alone does not.
@@ -22,8 +24,9 @@ FIELD = "X-DAS-FIELD"
 
 #: Properties that are about the file and not about the person, or that others repeat.
 SILENT = frozenset(("VERSION", "FN", "PRODID", "REV", "UID", "SOURCE", "SORT-STRING", "MAILER", "LABEL",
-                    "CLIENTPIDMAP", "PROFILE", "KIND", "CLASS", "X-ABLABEL", "X-ABSHOWAS", "X-ABADR",
-                    "NAME"))
+                    "CLIENTPIDMAP", "PROFILE", "CLASS", "X-ABLABEL", "X-ABSHOWAS", "X-ABADR", "NAME"))
+#: Say what a card is of; version 3 has no property of its own for that.
+KIND = frozenset(("KIND", "X-ADDRESSBOOKSERVER-KIND"))
 LOST = {"PHOTO": "pictures", "LOGO": "pictures", "BDAY": "birthdays", "NOTE": "notes",
         "URL": "web addresses", "NICKNAME": "nicknames", "CATEGORIES": "categories",
         "IMPP": "chat addresses", "ANNIVERSARY": "anniversaries", "AGENT": "agents"}
@@ -38,6 +41,8 @@ def _cards(text: str, name: str) -> Iterator[Tuple[int, str]]:
     """Each card with the number of its first line. A card within a card (an agent) is left out."""
     depth, first, lines = 0, 0, []  # type: int, int, List[str]
     for number, line in enumerate(re.split(r"\r\n|\r|\n", text), 1):
+        # Files that were joined have a mark of the byte order in front of each.
+        line = line if depth else line.lstrip("\ufeff")
         word = line.rstrip().upper()
         if word == "BEGIN:VCARD":
             depth += 1
@@ -56,15 +61,63 @@ def _cards(text: str, name: str) -> Iterator[Tuple[int, str]]:
         raise Wrong(f"{name}: line {first}: the vCard that begins here has no end; nothing was changed")
 
 
+#: The name and the parameters of a property, up to the colon in front of its value.
+_HEAD = re.compile(r'[^":]*(?:"[^"]*"[^":]*)*:')
+#: How the parameters say that a value is encoded. These are of version 2.1, but cards of others have them.
+_QUOTED_PRINTABLE = re.compile(r";(encoding=)?quoted-printable(?=[;:])", re.IGNORECASE)
+_BASE64 = re.compile(r";(encoding=)?(base64|b)[;:]", re.IGNORECASE)
+_BASE64_LINE = re.compile("[A-Za-z0-9+/]+={0,2}")
+#: Android writes a label of one's own as a parameter that is not one.
+_CUSTOM_LABEL = re.compile(r";X-[\w-]*\([^)]*\)", re.IGNORECASE)
+
+
+def _head(line: str) -> str:
+    found = _HEAD.match(line)
+    return found[0] if found else ""
+
+
+def _logical_lines(card: str) -> Iterator[str]:
+    """Lines whose parts are joined: after a fold, after a soft line break of quoted-printable, and where
+    base64 is not folded. The text of a value never decides: it may hold the name of an encoding."""
+    line = ""
+    for part in card.split("\n"):
+        if line.endswith("=") and _QUOTED_PRINTABLE.search(_head(line)):
+            line += f"\n{part}"
+        elif part[:1] in (" ", "\t"):
+            line += part[1:]
+        elif _BASE64_LINE.fullmatch(part.rstrip()) and _BASE64.search(_head(line)):
+            line += part.rstrip()
+        else:
+            yield line
+            line = part
+    yield line
+
+
 def _properties(card: str, person: Person) -> Iterator[ContentLine]:
-    quoted_printable = "quoted-printable" in card.lower()
-    for line, _ in getLogicalLines(io.StringIO(card), quoted_printable):
+    for line in _logical_lines(card):
         if not line.strip():
             continue
-        try:
-            yield textLineToContentLine(line)
-        except (VObjectError, LookupError, ValueError):
+        found = _property(line)
+        if found is None:
             person.lost["lines that are no property of a vCard"] += 1
+        else:
+            yield found
+
+
+def _property(line: str) -> Optional[ContentLine]:
+    head = _head(line)
+    value = line[len(head):]
+    # The parser knows names of encodings in capitals alone.
+    head = _QUOTED_PRINTABLE.sub(lambda found: found[0].upper(), _CUSTOM_LABEL.sub("", head))
+    # Old programs name no character set.
+    for each in (head, head[:-1] + ";CHARSET=windows-1252:"):
+        try:
+            return textLineToContentLine(each + value)
+        except UnicodeDecodeError:
+            continue
+        except (VObjectError, LookupError, ValueError):
+            break
+    return None
 
 
 def _words(line: ContentLine) -> Set[str]:
@@ -100,13 +153,24 @@ def _read_name(line: ContentLine, person: Person) -> None:
         person.fixed.update(Surname=family, Firstname=given)
 
 
+def _without_uri(value: str) -> Tuple[str, "Lost[str]"]:
+    """The number of a value that may be a URI, and what else the URI has. A context says where the number
+    is valid; it is not a prefix of it."""
+    if not value.lower().startswith("tel:"):
+        return value, Counter()
+    number, *parameters = unquote(value[4:]).split(";")
+    return number, Counter("extensions of numbers" if each.lower().startswith("ext=") else
+                           "parameters of numbers" for each in parameters)
+
+
 def _read_number(line: ContentLine, person: Person) -> None:
-    value = _text(line.value)
-    if value.lower().startswith("tel:"):
-        value, *parameters = unquote(value[4:]).split(";")
-        person.lost["extensions of numbers"] += sum(1 for each in parameters
-                                                    if each.lower().startswith("ext="))
-    person.numbers.append((value, kinds_of(_words(line))))
+    value, field = _text(line.value), (line.params.get(FIELD) or [""])[0]
+    if field in NUMBERS:
+        person.fixed[field] = plain_number(value)
+    else:
+        number, lost = _without_uri(value)
+        person.lost += lost
+        person.numbers.append((number, kinds_of(_words(line))))
 
 
 def _read_address(line: ContentLine, person: Person) -> str:
@@ -130,8 +194,6 @@ def _read_property(line: ContentLine, person: Person) -> None:
         person.formatted = person.formatted or _text(line.value)
     elif name == "TEL":
         _read_number(line, person)
-        if field == "Office2":
-            person.fixed[field] = plain_number(person.numbers.pop()[0])
     elif name == "EMAIL":
         person.emails.append((_rank(line), _text(line.value)))
     elif name == "ORG":
@@ -144,7 +206,7 @@ def _read_property(line: ContentLine, person: Person) -> None:
             person.fixed[field] = address
         else:
             person.addresses.append(address)
-    elif name == "AGENT" or (name not in SILENT and line.value.strip()):
+    elif name == "AGENT" or (name not in SILENT | KIND and line.value.strip()):
         person.lost[LOST.get(name, f"{name} properties")] += 1
 
 
@@ -164,7 +226,7 @@ def read_vcards(text: str, name: str) -> Iterator[Person]:
             _read_property(line, person)
             if line.name == "LABEL":
                 labels.append(_text(line.value))
-            is_group = is_group or (line.name == "KIND" and line.value.strip().lower() == "group")
+            is_group = is_group or (line.name in KIND and line.value.strip().lower() == "group")
         if is_group:
             person = Person()
             person.lost["groups"] += 1
@@ -185,6 +247,13 @@ def _formatted(row: Row) -> str:
     return names or next(filter(str.strip, others), "?")
 
 
+def _is_marked(row: Row, column: str) -> bool:
+    """Whether a number must name its column, since the rules of an import would move or change it."""
+    number = plain_number(row[column])
+    read, _ = dialled(_without_uri(row[column])[0])
+    return column == "Office2" or read != number or (column == "Office" and number == plain_number(row["Office2"]))
+
+
 def _lines_of(row: Row) -> Iterator[Tuple[str, Dict[str, List[str]], List[str]]]:
     """The properties of a row: name, parameters, and value by its parts."""
     nameless = not (row["Surname"] + row["Firstname"]).strip()
@@ -192,7 +261,7 @@ def _lines_of(row: Row) -> Iterator[Tuple[str, Dict[str, List[str]], List[str]]]
     yield "N", {FIELD: ["Surname"]} if nameless else {}, [row["Surname"], row["Firstname"], "", "", ""]
     for column, kind in _TYPES.items():
         if row[column]:
-            yield ("TEL", {"TYPE": [kind], **({FIELD: [column]} if column == "Office2" else {})},
+            yield ("TEL", {"TYPE": [kind], **({FIELD: [column]} if _is_marked(row, column) else {})},
                    [row[column]])
     for name, column in (("EMAIL", "Email"), ("ORG", "Company"), ("TITLE", "JobFunction")):
         if row[column]:

@@ -5,13 +5,14 @@ Run it as ``das-contacts``, or as ``python3 -m dasclient.contacts``.
 from __future__ import annotations
 
 import argparse
+import re
 import sys
 from collections import Counter
 from typing import Iterable, List, Sequence, Tuple
 
 from dasclient import Client
-from dasclient._book import SCHEMA, Book, Plan, count_others, doubled, plan_of, replacement
-from dasclient._csv_forms import FORMS, columns_of, read_csv, write_csv
+from dasclient._book import SCHEMA, Book, Plan, Reader, count_others, doubled, plan_of, replacement
+from dasclient._csv_forms import FORMS, columns_of, read_again, read_csv, write_csv
 from dasclient._person import FIELDS, Lost, Person, Row, clean, row_of
 from dasclient._program import OK, Wrong, add_common_options, connect, parse, run, write_file
 
@@ -37,6 +38,9 @@ def _parser() -> argparse.ArgumentParser:
 # ---- Import
 
 
+_WIDE = ((b"\xff\xfe|\xfe\xff", "utf-16"), (b"[^\0]\0[^\0]\0", "utf-16-le"), (b"\0[^\0]\0[^\0]", "utf-16-be"))
+
+
 def _text_of(name: str) -> str:
     try:
         if name == "-":
@@ -46,12 +50,13 @@ def _text_of(name: str) -> str:
                 content = file.read()
     except OSError as error:
         raise Wrong(f"cannot read {name}: {error.strerror}") from error
-    if content.startswith((b"\xff\xfe", b"\xfe\xff")):
-        return content.decode("utf-16", "replace")
+    # The first two characters of each form are of ASCII, so UTF-16 without a mark shows by its zero bytes.
+    wide = next((code for begin, code in _WIDE if re.match(begin, content, re.DOTALL)), "")
     try:
-        return content.decode("utf-8-sig")
-    except UnicodeDecodeError:
-        pass
+        return content.decode(wide or "utf-8-sig")
+    except UnicodeDecodeError as error:
+        if wide:
+            raise Wrong(f"{name}: it begins as UTF-16, but is damaged; save it as UTF-8") from error
     try:
         text = content.decode("cp1252")
     except UnicodeDecodeError as error:
@@ -68,17 +73,19 @@ def _has_vcard_name(name: str) -> bool:
     return name.lower().endswith((".vcf", ".vcard"))
 
 
-def _persons(name: str, form: str) -> List[Person]:
-    """An empty file of vCards is one without contacts; an empty CSV file lacks its line of names."""
+def _persons(name: str, form: str) -> Tuple[List[Person], Reader]:
+    """The contacts, and how the file's form shows a row of the book. An empty file of vCards is one
+    without contacts; an empty CSV file lacks its line of names."""
     text = _text_of(name)
     if form.startswith("vcard") or (not form and (_is_vcard(text) or _has_vcard_name(name))):
         from dasclient._vcard import read_vcards
-        return list(read_vcards(text, name))
+        return list(read_vcards(text, name)), dict
     if _is_vcard(text):
         raise Wrong(f"{name}: this is a vCard; leave --format out")
     if not text.strip():
         raise Wrong(f"{name}: the file is empty; nothing was changed")
-    return list(read_csv(text, name, form))
+    recognised, persons = read_csv(text, name, form)
+    return list(persons), lambda row: read_again(row, recognised)
 
 
 def _rows_of(persons: Iterable[Person]) -> Tuple[List[Row], Lost[str]]:
@@ -98,7 +105,7 @@ def _say_lost(lost: Lost[str]) -> None:
 
 
 def _import(options: argparse.Namespace) -> int:
-    persons = _persons(options.file, options.format or "")
+    persons, reader = _persons(options.file, options.format or "")
     rows, lost = _rows_of(persons)
     with connect(options) as das:
         context = options.context or das.current_user()
@@ -106,9 +113,9 @@ def _import(options: argparse.Namespace) -> int:
         if not persons and not options.replace:
             print(f"{PROGRAM}: {options.file}: no contacts in it", file=sys.stderr)
         if options.replace:
-            stored = _replace(book, rows, context, options)
+            stored = _replace(book, rows, reader, options)
         else:
-            plan = plan_of(rows, book.rows)
+            plan = plan_of(rows, book.rows, reader)
             plan.skipped += len(persons) - len(rows)
             stored = _add(book, plan, options.dry_run)
         _say_lost(lost)
@@ -135,14 +142,14 @@ def _add(book: Book, plan: Plan, dry_run: bool) -> List[Row]:
     return plan.added
 
 
-def _replace(book: Book, rows: List[Row], context: str, options: argparse.Namespace) -> List[Row]:
+def _replace(book: Book, rows: List[Row], reader: Reader, options: argparse.Namespace) -> List[Row]:
     if not rows:
         raise Wrong(f"{options.file}: no contacts in it; nothing was changed")
     once = plan_of(rows, ()).added
-    stored, replaced = replacement(once, book.rows)
+    stored, replaced = replacement(once, book.rows, reader)
     if not options.dry_run:
         book.store(stored, replaced)
-    print(f"{SCHEMA} of {context}: {len(book.rows)} contacts {'would be ' if options.dry_run else ''}"
+    print(f"{SCHEMA} of {book.context}: {len(book.rows)} contacts {'would be ' if options.dry_run else ''}"
           f"replaced by {len(stored)}")
     return stored
 
