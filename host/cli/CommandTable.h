@@ -50,6 +50,7 @@ struct Option {
     const char* value;  ///< what stands for its value in help; empty for a flag
     Words words;
     const char* text;
+    bool isRepeated = false;  ///< may stand more than once; others are refused the second time
 };
 
 /// A command line that works as it stands, in the folder of "das demo DIR", and what it does.
