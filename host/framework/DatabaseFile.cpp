@@ -1,5 +1,5 @@
-// The file is opened by a URI, since only a URI can say that SQLite must write nothing: opened as
-// usual, a journal that was left would be rolled back into the file that is to be looked at.
+// The file is opened by a URI, since only a URI can forbid all writing. If it were opened in the
+// usual way, SQLite would roll a remaining journal back into the file that is to be examined.
 
 #include "framework/DatabaseFile.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// What a file name in a URI can't hold as it is.
+/// Escapes the characters of a file name that a URI can't contain.
 std::string inUri(const std::string& path) {
     std::string text;
     for (const char character : path) {
@@ -40,7 +40,7 @@ std::string DatabaseFile::pathOfService() {
 bool DatabaseFile::open(const std::string& path, bool isAlone) {
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        m_error = "is no file";  // SQLite would wait for who writes into a pipe
+        m_error = "is no file";  // SQLite would wait for a writer if this were a pipe
         return false;
     }
     const std::string uri = "file:" + inUri(path) + (isAlone ? "?immutable=1" : "?mode=ro");
@@ -67,7 +67,7 @@ bool DatabaseFile::openToRead(const std::string& path) {
     if (query("SELECT count(*) FROM sqlite_master", rows)) {
         return true;
     }
-    // A database in the mode of write-ahead logs can't be read without a file next to it.
+    // A database in WAL mode can't be read without a second file next to it.
     const std::string error = m_error;
     if (sqlite3_errcode(m_database) == SQLITE_CANTOPEN && !isThere("-journal") &&
         !isThere("-wal")) {
@@ -85,7 +85,7 @@ bool DatabaseFile::openToRead(const std::string& path) {
 bool DatabaseFile::copyTo(const std::string& path) {
     sqlite3* target = nullptr;
     int result = sqlite3_open_v2(path.c_str(), &target, SQLITE_OPEN_READWRITE, nullptr);
-    // All pages in one step: a copy by parts would begin anew with each commit of a host.
+    // All pages in one step: a copy in parts would start again at each commit of a host.
     sqlite3_backup* const backup =
         result == SQLITE_OK ? sqlite3_backup_init(target, "main", m_database, "main") : nullptr;
     if (backup != nullptr) {

@@ -7,49 +7,48 @@
 
 struct sqlite3;
 
-/// The file of a database, opened to be looked at: nothing is written, neither into it nor next to
-/// it, and no commit that was cut off is rolled back.
+/// The file of a database, opened for examination: nothing is written to it or next to it, and no
+/// interrupted commit is rolled back.
 class DatabaseFile {
 public:
     using Rows = std::vector<std::vector<std::string>>;
-    using Cells = std::vector<std::optional<std::string>>;  ///< none for a NULL
+    using Cells = std::vector<std::optional<std::string>>;  ///< no value for NULL
 
     DatabaseFile() = default;
     ~DatabaseFile();
     DatabaseFile(const DatabaseFile&) = delete;
     DatabaseFile& operator=(const DatabaseFile&) = delete;
 
-    /// The place of the service's database by DB_PATH, or in the working directory.
+    /// The path of the service's database: in DB_PATH, or in the working directory.
     static std::string pathOfService();
 
     /**
      * Opens the file. To be called once.
      *
-     * @param isAlone the state of the file is taken as it is, without regard to other processes or
-     *                to a journal next to it
+     * @param isAlone read the file as it is, and ignore other processes and a journal next to it
      * @return false with the reason in error()
      */
     [[nodiscard]] bool open(const std::string& path, bool isAlone);
 
-    /// Runs a statement that reads. False with SQLite's words in error(); rows that were found
-    /// before that are in @p rows.
+    /// Runs a statement that reads. False, with SQLite's message in error(), on failure; @p rows
+    /// then has the rows found before.
     [[nodiscard]] bool query(const std::string& sql, Rows& rows);
 
     /// The same, with NULLs distinct from blank texts.
     [[nodiscard]] bool query(const std::string& sql, std::vector<Cells>& rows);
 
-    /// Opens the file to read all of it: as the other processes see it, waiting up to five seconds
-    /// for a commit of theirs. False with the reason in error().
+    /// Opens the file to read all of it, in the state that other processes see. Waits up to five
+    /// seconds for a commit of another process. False, with the reason in error(), on failure.
     [[nodiscard]] bool openToRead(const std::string& path);
 
-    /// Writes what the database holds at one moment over the file @p path. False with the reason in
-    /// error().
+    /// Writes the contents of the database at one moment to the file @p path, which is overwritten.
+    /// False, with the reason in error(), on failure.
     [[nodiscard]] bool copyTo(const std::string& path);
 
     const std::string& error() const { return m_error; }
 
 private:
-    /// Null until one of the open functions has succeeded; a query fails then.
+    /// Null until one of the open functions has succeeded; queries fail before that.
     sqlite3* m_database = nullptr;
     std::string m_error;
 };

@@ -6,29 +6,27 @@
 
 #include "framework/FailureWords.h"
 
-/// Listens to the log of this process for the reasons of failures, as long as it lives. What is
-/// written to standard error stays the same, but for the lines of the start, which only
-/// those want who have set DAS_LOG.
+/// Collects reasons of failures from the log of this process, as long as it lives. Standard error
+/// gets the same lines as before, except those of the start, which appear only if DAS_LOG is set.
 ///
-/// The level of the log goes up to that of failures meanwhile, since the service formats no entry
-/// that no one wants. One object at a time: the log has one sink.
+/// Meanwhile the log level becomes that of failures, because the service does not format
+/// entries above the level. One object at a time, because the log has one sink.
 class LogEar {
 public:
-    /// Begins to listen; in the start, if DAS_LOG is unset, without writing.
+    /// Begins to collect. During the start nothing is written if DAS_LOG is unset.
     LogEar();
     ~LogEar();
     LogEar(const LogEar&) = delete;
     LogEar& operator=(const LogEar&) = delete;
 
-    /// What failed since the last call.
-    /// Any thread may log meanwhile.
+    /// The failures since the last call. Any thread may log meanwhile.
     FailureWords take();
 
     /// From now on entries up to the level of the log are written again.
     void startIsOver() { m_isStarting = false; }
 
 private:
-    const int m_shownLevel;  ///< highest level that goes to standard error
+    const int m_shownLevel;  ///< highest level that is written to standard error
     std::atomic<bool> m_isStarting;
     std::mutex m_mutex;
     FailureWords m_heard;
