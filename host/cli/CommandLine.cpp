@@ -1,5 +1,6 @@
-// The parser only collects. Each command checks its own arguments, and also refuses an option that
-// is given twice, so all values are kept.
+// The parser only collects. It would take the last of two values of an option, and any value of a
+// switch as "yes", so all values are kept and the words are checked again here. Each command checks
+// its own arguments.
 
 #include "cli/CommandLine.h"
 
@@ -15,6 +16,8 @@
 namespace {
 
 using CommandTable::Row;
+
+const char* const Twice = " is given twice; give it once";
 
 /// What the parser found for one command, in the order of its arguments and options in the table.
 struct Found {
@@ -112,9 +115,23 @@ std::string optionFor(const std::string& word, const Row& row) {
     return isTaken ? name + " " + word : "";
 }
 
+/// The option of @p name that is taken with @p row.
+std::optional<CommandTable::Option> findOption(const std::string& name, const Row* row) {
+    const auto options = optionsWith(row);
+    const auto found = std::find_if(options.begin(), options.end(),
+                                    [&](const auto& option) { return option.name == name; });
+    return found == options.end() ? std::nullopt : std::optional(*found);
+}
+
 /// Reports @p word, which is neither an option nor an argument of the command.
 void tellOfStranger(const std::string& word, const Row* row) {
-    if (!word.empty() && word[0] == '-') {
+    const std::string name = word.substr(0, word.find('='));
+    if (const auto option = findOption(name, row)) {
+        const std::string value = *option->value == 0 ? "" : std::string(" ") + option->value;
+        Complaint::report(
+            name + ": it stands before the command",
+            "put it after: " + nameOf(row) + " " + name + value + " (" + option->text + ")");
+    } else if (!word.empty() && word[0] == '-') {
         Complaint::report(
             word + ": " + nameOf(row) + " has no such option",
             NearMisses::question(word, optionNames(row),
@@ -132,12 +149,16 @@ void tellOfStranger(const std::string& word, const Row* row) {
     }
 }
 
-/// The parser has a message of its own for an option without its value.
+/// The parser has messages of its own for an option without its value, and for one that is given
+/// twice.
 std::string wordsOf(const CLI::ParseError& error, const Row* row) {
     const std::string words = error.what();
     for (const auto& option : optionsWith(row)) {
         if (words == std::string(option.name) + ": 1 required " + option.value + " missing") {
             return std::string(option.name) + ": " + option.value + " is missing";
+        }
+        if (words.rfind(std::string(option.name) + ": At Most 1 required", 0) == 0) {
+            return std::string(option.name) + Twice;
         }
     }
     return words;
@@ -155,6 +176,37 @@ int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row)
                           wordsOf(error, row));
     }
     return ExitUsage;
+}
+
+/// Whether no switch got a value in @p words; the first one that did is reported. To the parser
+/// "--all=no" is the same as "--all".
+bool checkSwitches(const std::vector<std::string>& words, const Row* row) {
+    for (std::size_t i = 0; i < words.size() && words[i] != "--"; ++i) {
+        const std::size_t sign = words[i].find('=');
+        const std::string name = words[i].substr(0, sign);
+        const auto option = findOption(name, row);
+        const bool isSwitch =
+            option ? *option->value == 0 : name == "--help" || name == "--version";
+        if (isSwitch && sign != std::string::npos) {
+            Complaint::report(words[i] + ": " + name + " takes no value",
+                              "leave " + words[i].substr(sign) + " out");
+            return false;
+        }
+        i += option && !isSwitch && sign == std::string::npos ? 1 : 0;  // the value
+    }
+    return true;
+}
+
+/// Whether options that stand once do; the first one that does not is reported.
+bool checkRepeated(const Found& found) {
+    const auto& options = CommandTable::optionsOf(*found.row);
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        if (found.options[i].size() > 1 && !options[i].isRepeated) {
+            Complaint::report(std::string(found.row->name) + ": " + options[i].name + Twice);
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -188,14 +240,22 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForHelp&) {
         text = row() == nullptr ? HelpText::ofAll() : HelpText::of(*row());
-        return ExitSuccess;
     } catch (const CLI::CallForVersion&) {
         text = versionText() + "\n";
-        return ExitSuccess;
     } catch (const CLI::ParseError& error) {
         return tellError(app, error, row());
     }
+    if (!checkSwitches(words, row())) {
+        text.clear();
+        return ExitUsage;
+    }
+    if (!text.empty()) {
+        return ExitSuccess;
+    }
     m_row = row();
+    if (!checkRepeated(*parsed())) {
+        return ExitUsage;
+    }
     take(*parsed(), m_arguments);
     if (m_options.db && m_options.db->empty()) {
         Complaint::report("--db: the name of the folder is empty");

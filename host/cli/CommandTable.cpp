@@ -17,7 +17,7 @@ const Option ContextOption{"--context", "USER", Words::User,
                            "Whose rows: base or visitor; the current user without it"};
 const Option IdOption{"--id", "ID", Words::Any, "The row of this number or key"};
 const Option WhereOption{"--where", "COL=VALUE", Words::Assignment,
-                         "Rows whose column has this value; may be repeated"};
+                         "Rows whose column has this value; may be repeated", true};
 const Option ContactLimit{"--limit", "N", Words::Any, "Show at most N contacts"};
 const Option OutputOption{"--output", "FORMAT", Words::Format,
                           "raw, json, table or csv: the same bytes on a terminal and in a pipe"};
@@ -64,7 +64,7 @@ const std::vector<Row> Rows = {
      {},
      {{"--stdio", "", Words::Any, "Serve standard input and output"},
       {"--access", "FILE", Words::File,
-       "Let each user do what the rules of this file allow, and nothing else"}},
+       "With --socket: let each user do what the rules of this file allow, and nothing else"}},
      {{"das serve --socket other.sock", "serves programs that connect to other.sock"}},
      {},
      runServe,

@@ -51,6 +51,7 @@ struct Option {
     const char* value;  ///< placeholder of its value in help; empty for a flag
     Words words;
     const char* text;
+    bool isRepeated = false;  ///< may stand more than once; others are refused the second time
 };
 
 /// A command line that works as it is in the folder of "das demo DIR", and its explanation.

@@ -113,10 +113,10 @@ bool readValueOf(const std::string& name, std::string& value) {
     }
     const int error = CallerFile::readLess(source, LargestValue, value);
     if (error != 0) {
-        Complaint::reportError(name + "=@" + source, error,
-                               error == EFBIG
-                                   ? "a value has at most 8 MiB"
-                                   : "@FILE is a file, @- standard input, @@TEXT the value @TEXT");
+        CallerFile::reportError(name + "=@" + source, source, error,
+                                error == EFBIG
+                                    ? "a value has at most 8 MiB"
+                                    : "@FILE is a file, @- standard input, @@TEXT the value @TEXT");
     }
     return error == 0;
 }
@@ -311,10 +311,6 @@ bool RowArguments::readConditions(const Arguments& arguments, const std::string&
         return false;
     }
     const auto id = arguments.value("--id");
-    if (arguments.all("--id").size() > 1) {
-        Complaint::report(m_what + ": --id is given twice", "name one row");
-        return false;
-    }
     if (id && id->empty()) {
         Complaint::report(m_what + ": --id is empty", "name a row");
         return false;

@@ -119,7 +119,10 @@ std::string SheetPrinter::textOf(const Sheet& sheet, const std::string& raw) con
         case Format::Table:
             return TableText::aligned(sheet);
         case Format::Csv:
-            return linesOf(sheet, ',', csvCell);
+            // A blank only cell would be an empty line, which is no row to who reads it.
+            return linesOf(sheet, ',', [&](const std::string& cell) {
+                return cell.empty() && sheet.columns.size() == 1 ? "\"\"" : csvCell(cell);
+            });
         case Format::Terminal:
             break;
     }

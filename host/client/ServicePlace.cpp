@@ -13,6 +13,7 @@
 #include "client/HostOptions.h"
 #include "client/SocketConnection.h"
 #include "framework/DatabaseFile.h"
+#include "framework/ServiceFiles.h"
 #include "terminal/Complaint.h"
 
 namespace {
@@ -27,9 +28,9 @@ std::string whyNotAnswered(const char* path) {
 }
 
 std::string folderOfDatabase() {
-    const char* const named = std::getenv("DB_PATH");
     std::error_code ignored;
-    return named != nullptr ? named : std::filesystem::current_path(ignored).string();
+    return std::getenv("DB_PATH") != nullptr ? ServiceFiles::folder()
+                                             : std::filesystem::current_path(ignored).string();
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include "commands/DataFileArguments.h"
 
+#include <cerrno>
+
 #include "cli/Arguments.h"
 #include "cli/CallerFile.h"
 #include "cli/RowArguments.h"
@@ -21,12 +23,30 @@ bool DataFileArguments::read(const Arguments& arguments) {
                           "das schemas " + m_schema->name + " says so");
         return false;
     }
-    if (m_file.empty() || (m_device && m_device->rfind('/', 0) != 0)) {
-        Complaint::report(what() + ": " + m_file + ": no path of the telephone",
-                          "device:/PATH, such as device:/tmp/rows.csv");
+    if (m_file.empty()) {
+        Complaint::report(what() + ": the name of the file is empty",
+                          "name a file, or - for the standard streams");
         return false;
     }
-    return true;
+    return m_device ? checkDevice() : checkCallers();
+}
+
+bool DataFileArguments::checkDevice() const {
+    const bool isPath = m_device->rfind('/', 0) == 0;
+    if (!isPath) {
+        Complaint::report(what() + ": " + m_file + ": no path of the telephone",
+                          "device:/PATH, such as device:/tmp/rows.csv");
+    }
+    return isPath;
+}
+
+bool DataFileArguments::checkCallers() {
+    m_isStream = m_file == "-" || CallerFile::leadsTo(m_file, m_stream);
+    const bool isRefused = !m_isStream && CallerFile::isOfService(m_file);
+    if (isRefused) {
+        CallerFile::reportError(what() + ": " + m_file, m_file, EPERM);
+    }
+    return !isRefused;
 }
 
 std::string DataFileArguments::what() const {

@@ -19,8 +19,8 @@ class Arguments;
  */
 class DataFileArguments {
 public:
-    /// @p command is "import" or "export".
-    explicit DataFileArguments(const char* command) : m_command(command) {}
+    /// @p command is "import" or "export"; @p stream is the descriptor that "-" stands for.
+    DataFileArguments(const char* command, int stream) : m_command(command), m_stream(stream) {}
 
     /// Reads the arguments. False, after a message on standard error, if they can't be used.
     [[nodiscard]] bool read(const Arguments& arguments);
@@ -28,6 +28,8 @@ public:
     [[nodiscard]] const KnownSchemas::Entry& schema() const { return *m_schema; }
     [[nodiscard]] const std::string& user() const { return m_user; }  ///< blank without one
     [[nodiscard]] const std::string& file() const { return m_file; }  ///< as the user wrote it
+    /// Whether the file is the standard stream, as "-" or under a name such as /dev/stdout.
+    [[nodiscard]] bool isStream() const { return m_isStream; }
     /// The path on the telephone; no value for a file of the caller.
     [[nodiscard]] const std::optional<std::string>& device() const { return m_device; }
 
@@ -38,10 +40,16 @@ public:
     [[nodiscard]] Method method(const char* name) const;
 
 private:
+    /// Checks the file of the telephone, or the caller's, by its name alone.
+    [[nodiscard]] bool checkDevice() const;
+    [[nodiscard]] bool checkCallers();
+
     const char* m_command;
+    int m_stream;
     const KnownSchemas::Entry* m_schema = nullptr;
     std::string m_user;
     std::string m_file;
+    bool m_isStream = false;
     std::optional<std::string> m_device;
 };
 

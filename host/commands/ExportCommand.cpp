@@ -1,8 +1,11 @@
 // "das export": the rows of a table as a data file.
 
+#include <unistd.h>
+
 #include "cli/CallerFile.h"
 #include "cli/Command.h"
 #include "commands/DataFileArguments.h"
+#include "framework/TextTransfer.h"
 #include "terminal/InterruptNote.h"
 
 namespace {
@@ -21,6 +24,10 @@ public:
         bool isDone = false;
         (void)answer.getStringParameter("Words", words);
         (void)answer.getBoolParameter("Acknowledge", isDone);
+        if (words == TextTransfer::NotWritten) {
+            const std::string heard = session.takeFailures().text();
+            words = heard.empty() ? words : heard;
+        }
         if (!isDone && !words.empty()) {
             Complaint::report(m_arguments.what() + ": " + m_arguments.file() + ": " + words);
             return ExitUsage;
@@ -36,12 +43,13 @@ private:
     int write(Session& session, const Method& answer) const {
         std::string text;
         (void)answer.getStringParameter("Text", text);
-        if (m_arguments.file() == "-") {
+        if (m_arguments.isStream()) {
             return session.output().print(text);
         }
         const int error = CallerFile::write(m_arguments.file(), text);
         if (error != 0) {
-            Complaint::reportError(m_arguments.what() + ": " + m_arguments.file(), error);
+            CallerFile::reportError(m_arguments.what() + ": " + m_arguments.file(),
+                                    m_arguments.file(), error);
         }
         return error == 0 ? ExitSuccess : ExitUsage;
     }
@@ -57,7 +65,7 @@ private:
         return lost > 0 ? ExitFailure : ExitSuccess;
     }
 
-    DataFileArguments m_arguments{"export"};
+    DataFileArguments m_arguments{"export", STDOUT_FILENO};
 };
 
 }  // namespace

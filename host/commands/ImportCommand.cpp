@@ -1,13 +1,19 @@
 // "das import": the rows of a file for a table.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 
 #include "ClientUtils.h"
+#include "Storage.h"
 #include "cli/CallerFile.h"
 #include "cli/Command.h"
+#include "client/HostOptions.h"
 #include "client/SocketConnection.h"
 #include "commands/DataFileArguments.h"
+#include "framework/LogEar.h"
+#include "framework/TextTransfer.h"
 #include "schemas/ImportFile.h"
 #include "terminal/InterruptNote.h"
 #include "terminal/Question.h"
@@ -46,6 +52,7 @@ class ImportCommand : public SessionCommand {
 public:
     int run(const HostOptions& options, const Arguments& arguments) override {
         m_mayReadInput = true;
+        m_isStart = !options.socket;
         return SessionCommand::run(options, arguments);
     }
 
@@ -60,7 +67,10 @@ public:
             Complaint::report(m_arguments.what() + ": " + refusal, "leave --context out");
             return false;
         }
-        return m_arguments.device() || (readFile() && checkFile());
+        if (m_isStart ? !readBeforeStart() : !m_arguments.device() && !readFile()) {
+            return false;
+        }
+        return m_isMissing || (m_arguments.device() && !m_isStart) || checkFile();
     }
 
     int runIn(Session& session, const Arguments& /*arguments*/) override {
@@ -87,26 +97,49 @@ public:
     }
 
 private:
+    /// Reads the file, of whichever kind, if the service is to start in this process: a start makes
+    /// a database, and a file that is refused must change nothing.
+    bool readBeforeStart() {
+        LogEar ear;
+        if (!m_arguments.device()) {
+            const bool isRead = readFile();
+            if (isRead && m_isMissing) {
+                (void)reportMissing(Storage::errorOf(m_arguments.file(), false) == 0);
+            }
+            return isRead && !m_isMissing;
+        }
+        const std::string& path = *m_arguments.device();
+        const std::string file = m_arguments.what() + ": " + m_arguments.file();
+        if (CallerFile::isOfService(Storage::devicePath(path))) {
+            CallerFile::reportError(file, Storage::devicePath(path), EPERM);
+            return false;
+        }
+        std::string wrong;
+        const bool isRead = TextTransfer::readFile(path, m_text, wrong);
+        if (!isRead) {
+            Complaint::report(file + ": " + (wrong.empty() ? ear.take().text() : wrong));
+        }
+        return isRead;
+    }
+
     /// Reads the caller's file. If it is missing here, the telephone's file may be meant, and a
     /// host can be asked about that.
     bool readFile() {
         const std::string& file = m_arguments.file();
-        if (file == "-" && !m_mayReadInput) {
-            Complaint::report("-: standard input has the lines of the shell", "name a file");
+        if (m_arguments.isStream() && !m_mayReadInput) {
+            Complaint::report(file + ": standard input has the lines of the shell", "name a file");
             return false;
         }
-        const int error = CallerFile::read(file, LargestFile, m_text);
+        const int error =
+            CallerFile::read(m_arguments.isStream() ? "-" : file, LargestFile, m_text);
         m_isMissing = (error == ENOENT || error == ENOTDIR) && file.front() == '/';
         if (error != 0 && !m_isMissing) {
-            Complaint::reportError(m_arguments.what() + ": " + file, error);
+            CallerFile::reportError(m_arguments.what() + ": " + file, file, error);
         }
         return error == 0 || m_isMissing;
     }
 
     bool checkFile() {
-        if (m_isMissing) {
-            return true;
-        }
         const ImportFile file(m_arguments.schema(), m_arguments.user(), m_text);
         for (const auto& refusal : file.refusals()) {
             Complaint::report(m_arguments.file() + ": " + refusal.text());
@@ -230,8 +263,9 @@ private:
         return result.isChecked ? ExitFailure : ExitUsage;
     }
 
-    DataFileArguments m_arguments{"import"};
+    DataFileArguments m_arguments{"import", STDIN_FILENO};
     bool m_mayReadInput = false;
+    bool m_isStart = false;  ///< whether the command starts the service; a shell and a host have it
     bool m_isTrial = false;
     bool m_isSure = false;
     bool m_isMissing = false;  ///< the file does not exist at the caller, where it was looked for

@@ -86,8 +86,10 @@ private:
         } else if (schema == nullptr) {
             (void)RowArguments::findSchema(name);
         } else if (const std::string reason = Answers::reasonOf(message); !schema->has(reason)) {
-            Complaint::report("request: " + name + " has no " + reason,
-                              "it has " + ClientUtils::join(schema->reasons, ", "));
+            const bool isNone = reason.empty();  // also of a message that ends before it
+            Complaint::report(
+                "request: " + (isNone ? "the message names no reason" : name + " has no " + reason),
+                (isNone ? name : "it") + " has " + ClientUtils::join(schema->reasons, ", "));
         } else if (!words.empty()) {
             Complaint::report("request: " + words, FailureWords::adviceFor(words));
         }
@@ -125,7 +127,7 @@ bool readSources(const std::vector<std::string>& files, std::vector<Source>& sou
             continue;
         }
         if (const int error = CallerFile::readLess(name, LongestMessage, source.emplace())) {
-            Complaint::reportError(name, error);
+            CallerFile::reportError(name, name, error);
             return false;
         }
     }

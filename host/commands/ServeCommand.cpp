@@ -218,7 +218,7 @@ int runServe(const HostOptions& options, const Arguments& arguments) {
     }
     if (isStdio && arguments.has("--access")) {
         Complaint::report("serve: --access and --stdio exclude each other",
-                          "rules are for the clients of a socket");
+                          "--access goes with --socket: rules are for its clients");
         return ExitUsage;
     }
     EndWatch end;

@@ -56,19 +56,6 @@ std::string wrongWithFile(const std::string& path, bool forWriting) {
                                                          : "; it stands below --root, at " + place);
 }
 
-/// Reads the file of the telephone @p path. False, with the reason in @p wrong, on failure; the
-/// reason is blank if it was logged.
-bool readFile(const std::string& path, std::string& text, std::string& wrong) {
-    wrong = wrongWithFile(path, false);
-    if (!wrong.empty()) {
-        return false;
-    }
-    DeviceFile file(path);
-    const bool isOpen = file.isOpen();
-    text.assign(std::istreambuf_iterator<char>(file), {});
-    return isOpen && !file.bad();
-}
-
 std::string joined(const std::vector<ImportFile::Refusal>& refusals) {
     std::string text;
     for (const auto& refusal : refusals) {
@@ -129,15 +116,27 @@ void addExported(const DASExported& result, const std::string& text, const std::
     answer.addIntParameter("Lost", static_cast<int>(result.lost), Parameter::out);
 }
 
-/// Writes the exported text to the file of the telephone @p path.
-std::string writeFile(const std::string& path, DASExported& result) {
+/// Writes the exported text to the file of the telephone @p path. A failure has its reason
+/// among @p heard.
+std::string writeFile(const std::string& path, const FailureWords& heard, DASExported& result) {
     DeviceFileWriter file(path);
     file.write(result.text);
     result.isDone = file.finish();
-    return result.isDone ? "" : "the file can't be written; the log says why";
+    return result.isDone ? "" : heard.text().empty() ? TextTransfer::NotWritten : heard.text();
 }
 
 }  // namespace
+
+bool TextTransfer::readFile(const std::string& path, std::string& text, std::string& wrong) {
+    wrong = wrongWithFile(path, false);
+    if (!wrong.empty()) {
+        return false;
+    }
+    DeviceFile file(path);
+    const bool isOpen = file.isOpen();
+    text.assign(std::istreambuf_iterator<char>(file), {});
+    return isOpen && !file.bad();
+}
 
 void TextTransfer::importText(const HostCall& call, Method& answer) {
     const Method& request = call.request;
@@ -185,7 +184,7 @@ void TextTransfer::exportText(const HostCall& call, Method& answer) {
         result = tables->exportText(schema->name, user);
     }
     if (result.isDone && !path.empty()) {
-        wrong = writeFile(path, result);
+        wrong = writeFile(path, call.client->lastFailures(), result);
         result.text.clear();
     }
     addExported(result, result.text, wrong, answer);

@@ -1,6 +1,8 @@
 #ifndef TEXTTRANSFER_H
 #define TEXTTRANSFER_H
 
+#include <string>
+
 class Method;
 struct HostCall;
 
@@ -17,6 +19,13 @@ void importText(const HostCall& call, Method& answer);
 
 /// Exports the rows of a schema.
 void exportText(const HostCall& call, Method& answer);
+
+/// What an export answers if a file can't be written and nothing is heard of why.
+constexpr const char* NotWritten = "the file can't be written";
+
+/// Reads the file of the telephone @p path. False with the reason in @p wrong, which is blank when
+/// it is in the log.
+[[nodiscard]] bool readFile(const std::string& path, std::string& text, std::string& wrong);
 
 }  // namespace TextTransfer
 

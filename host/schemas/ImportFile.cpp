@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 
 #include "ClientUtils.h"
 #include "schemas/QuotedCsv.h"
@@ -63,6 +64,11 @@ std::size_t elementOf(const KnownSchemas::Entry& schema, const std::string& name
     return found == schema.elements.end()
                ? NoPlace
                : static_cast<std::size_t>(found - schema.elements.begin());
+}
+
+/// Whether the rows are those of the telephone's keys, which are there from the start.
+bool isOfKeys(const KnownSchemas::Entry& schema) {
+    return schema.table == "DSS_KEY_SETTINGS" || schema.table == "FORWARDING_KEY_DESTINATIONS";
 }
 
 /// What is wrong with the number of a row; blank if it is valid.
@@ -132,7 +138,7 @@ ImportFile::ImportFile(const KnownSchemas::Entry& schema, const std::string& use
     if (text.substr(0, ByteOrderMark.size()) == ByteOrderMark) {
         text.remove_prefix(ByteOrderMark.size());
     }
-    if (isOfOtherProgram(text) || hasOtherSeparator(text)) {
+    if (isOfOtherProgram(text) || hasOtherLineEnds(text) || hasOtherSeparator(text)) {
         return;
     }
     checkEncoding(text);
@@ -163,6 +169,14 @@ bool ImportFile::isOfOtherProgram(std::string_view text) {
     const std::string word(text.substr(place, begin.size()));
     if (::strcasecmp(word.c_str(), begin.data()) == 0) {
         refuse(1, std::string("this is a vCard; ") + OtherProgram);
+    }
+    return !m_refusals.empty();
+}
+
+bool ImportFile::hasOtherLineEnds(std::string_view text) {
+    // A value may hold one, but a file with such a value has been written with line feeds.
+    if (text.find('\n') == text.npos && text.find('\r') < text.size() - 1) {
+        refuse(1, "its lines end with carriage returns alone; save it with line feeds");
     }
     return !m_refusals.empty();
 }
@@ -216,7 +230,7 @@ void ImportFile::takeNames(const std::vector<std::string>& names) {
     m_keyPlace = names.size();
     for (const std::string& name : names) {
         const std::size_t element = elementOf(m_schema, name);
-        if (m_schema.table == Calls || m_schema.name.find("Key") != std::string::npos) {
+        if (m_schema.table == Calls || isOfKeys(m_schema)) {
             refuse(1, "calls and keys are not imported by the names of columns");
         } else if (element == NoPlace) {
             refuse(1, name.substr(0, 40) + " is no column of " + m_schema.name + "; " +
@@ -256,8 +270,9 @@ void ImportFile::readNamedRows(std::string_view text) {
             break;
         }
         const std::string wrong = wrongWithNamed(cells, file.count());
-        if (!wrong.empty()) {
-            refuse(file.line(), wrong);
+        const std::string reason = wrong.empty() ? wrongWithRepeated(cells, file.line()) : wrong;
+        if (!reason.empty()) {
+            refuse(file.line(), reason);
         }
         m_rows.push_back(cells);
         m_lines.push_back(file.line());
@@ -276,6 +291,20 @@ std::string ImportFile::wrongWithNamed(const std::vector<std::string>& cells,
                                     : "it has no " + m_schema.columns[keyPlaceOf(m_schema)].name;
     }
     return isNumbered(m_schema) ? wrongWithNumber(key) : wrongWithFixedRow(m_schema, key);
+}
+
+std::string ImportFile::wrongWithRepeated(const std::vector<std::string>& cells, std::size_t line) {
+    std::string key = m_keyPlace < cells.size() ? cells[m_keyPlace] : "";
+    if (key.empty()) {
+        return "";
+    }
+    if (isNumbered(m_schema)) {
+        key = std::to_string(std::strtoll(key.c_str(), nullptr, 10));  // "+1" and "01" are 1
+    }
+    const auto [first, isNew] = m_lineOfKey.try_emplace(key, line);
+    return isNew ? ""
+                 : m_columns[m_keyPlace] + " " + key.substr(0, 40) + " stands on line " +
+                       std::to_string(first->second) + " too; give each row once";
 }
 
 // Texts in the form of docs/csv.md

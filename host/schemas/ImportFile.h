@@ -1,6 +1,7 @@
 #ifndef IMPORTFILE_H
 #define IMPORTFILE_H
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,6 +62,9 @@ private:
     void checkEncoding(std::string_view text);
     /// Refuses a file with column names that have semicolons or tabs between them.
     [[nodiscard]] bool hasOtherSeparator(std::string_view text);
+    /// Refuses a file of several lines, all of which end with a carriage return alone: to both
+    /// forms it would be one row.
+    [[nodiscard]] bool hasOtherLineEnds(std::string_view text);
     /// Whether @p fields, those of the first line, are column names and not a row.
     [[nodiscard]] bool hasNameInFront(const std::vector<std::string>& fields) const;
     /// Stores the columns in @p names. Refuses names that the schema does not have or that occur
@@ -72,6 +76,10 @@ private:
     /// valid.
     [[nodiscard]] std::string wrongWithNamed(const std::vector<std::string>& cells,
                                              std::size_t count) const;
+    /// What is wrong with the row of @p cells on @p line if an earlier one has its number; blank
+    /// if not. The later row would replace the earlier one.
+    [[nodiscard]] std::string wrongWithRepeated(const std::vector<std::string>& cells,
+                                                std::size_t line);
     /// Checks a text without names, line by line, and stores its rows as text. With @p isForUser,
     /// calls may have the form of older software.
     void readLines(std::string_view text, bool isForUser);
@@ -87,6 +95,7 @@ private:
                                          ///< missing
     Rows m_rows;
     std::vector<std::size_t> m_lines;
+    std::map<std::string, std::size_t> m_lineOfKey;  ///< of the rows with names
     std::size_t m_rowCount = 0;
     std::string m_text;
 };

@@ -28,6 +28,10 @@ class Errors(DemoTest):
         (self.place / "broken").mkdir()
         self.file("broken/phone.db", "x" * 5000)
         os.mkfifo(self.root / "data" / "pipe")
+        for own in (self.place / "own", self.root / "data" / "own"):
+            os.link(self.db / "phone.db", own)
+        (self.place / "link").symlink_to(self.db / "phone.db")
+        self.file("cut", '<Schema name="PhoneBook"><ReasonForMessage>')
         rows = []
         with open(ROWS, encoding="utf-8") as file:
             for row in file:

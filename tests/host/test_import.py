@@ -93,6 +93,11 @@ class Imports(DemoTest):
                 self.assertEqual(run.returncode, 1)
                 self.assertEqual(run.errors, f"das: export PhoneBook: {len(before) - len(kept)} rows can't be "
                                  "carried; das read PhoneBook --output csv carries all\n")
+                self.assertEqual(self.das("export", "PhoneBook", "/dev/stdout", *over).stdout,
+                                 (self.place / "book.csv").read_bytes())
+                blanks = self.das("read", "PhoneBook", "--cols", "Firstname", "--output", "csv", *over).answers
+                self.assertEqual(self.das("import", "PhoneBook", "-", "--dry-run", *over, lines=blanks).answers[0],
+                                 f"PhoneBook of base: {len(before)} contacts would be added, 0 replaced")
                 self.sql("DELETE FROM PHONE_BOOK")
                 self.good("import", "PhoneBook", "book.csv", *over)
                 self.assertEqual(self.book(), kept)
@@ -159,6 +164,7 @@ class Places(DemoTest):
         new = self.place / "new"
         new.mkdir()
         own = {name: value for name, value in self.environment().items() if name != "DB_PATH"}
+        (self.root / "tmp" / "wrong").write_text("x\n")
         missing = f"das: {self.place}/none: No such file or directory"
         rows = [
             # folder, variables, arguments, status, part of standard error
@@ -167,7 +173,10 @@ class Places(DemoTest):
             ("nor by an export", {}, ["export", "PhoneBook", "x"], 2, "no database in"),
             ("nor by a check", {}, ["check"], 2, "no database in"),
             ("nor by a look at the user", {}, ["profile"], 2, "no database in"),
+            ("nor by a refused import", {}, ["import", "PhoneBook", "/none.csv"], 2, "No such file"),
+            ("nor by one of the telephone", {}, ["import", "PhoneBook", "device:/tmp/wrong"], 2, "line 1: "),
             ("nor by a trial", {}, ["import", "PhoneBook", "-", "--dry-run"], 2, "no database in"),
+            ("the root", {"DB_PATH": ""}, ["read", "PhoneBook"], 2, "no database in /; "),
             ("the variable", {"DAS_SOCKET": str(self.path)}, ["read", "PhoneBook"], 0, r"\A\Z"),
             ("no answer there", {"DAS_SOCKET": f"{self.place}/none"}, ["read", "PhoneBook"], 2, missing),
             ("a folder before it", {"DAS_SOCKET": f"{self.place}/none"}, ["read", "PhoneBook", "--db", self.db],
