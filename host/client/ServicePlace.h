@@ -20,8 +20,8 @@ namespace ServicePlace {
 void find(HostOptions& options);
 
 /// Whether there is a database for a service in this process. If not, standard error says so, with
-/// what to do.
-[[nodiscard]] bool hasDatabase();
+/// what to do; @p takesHost says whether the command could use a running host as well.
+[[nodiscard]] bool hasDatabase(bool takesHost);
 
 }  // namespace ServicePlace
 
