@@ -8,12 +8,12 @@
 
 /**
  * Looks at the file of a database for damage and leftovers: file, journal, integrity, tables,
- * columns, users, leftovers, sizes, in this order.
+ * columns, users, key, leftovers, sizes, in this order.
  *
  * It works without the service, whose start would upgrade the file and so destroy the evidence, and
  * opens the file for reading only. What is needed for the next step is looked at first: a file that
  * can't be opened has no tables. "das check" prints all findings, "das restore" refuses a backup
- * with a fault.
+ * with a fault or without a table of a telephone.
  */
 class DatabaseExam {
 public:
@@ -35,6 +35,14 @@ public:
     const std::vector<Finding>& findings() const { return m_findings; }
     bool hasFault() const;
 
+    /// Whether another process held a lock on the database. The findings are not complete then, and
+    /// say nothing about the file.
+    bool isBusy() const { return m_file.isBusy(); }
+    /// Whether it has a table of a schema: those of other programs have none.
+    bool isOfTelephone() const;
+    /// Whether passwords can't be read, since no key is next to the file.
+    bool lacksKey() const { return m_lacksKey; }
+
 private:
     using Rows = DatabaseFile::Rows;
 
@@ -51,6 +59,8 @@ private:
     void examineColumns();
     /// Rows whose user is neither base nor visitor: no request reaches them.
     void examineUsers();
+    /// Encrypted passwords without the key that they were encrypted with.
+    void examineKey();
     /// Tables of no schema: those that an upgrade has put aside hold rows that are nowhere else.
     void examineLeftovers();
     /// How many rows each table has, and how many pages the file has and could spare.
@@ -69,7 +79,7 @@ private:
 
     const std::string m_path;
     DatabaseFile m_file;
-    bool m_hasJournal = false;
+    bool m_lacksKey = false;
     std::vector<std::string> m_tables;  ///< that are in the file
     std::vector<Finding> m_findings;
 };

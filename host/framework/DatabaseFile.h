@@ -1,20 +1,23 @@
 #ifndef DATABASEFILE_H
 #define DATABASEFILE_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+class PrivateFolder;
 struct sqlite3;
 
 /// The file of a database, opened to be looked at: nothing is written, neither into it nor next to
-/// it, and no commit that was cut off is rolled back.
+/// it. A commit that was cut off is rolled back in a copy, so that its file is seen as the next
+/// start will see it.
 class DatabaseFile {
 public:
     using Rows = std::vector<std::vector<std::string>>;
     using Cells = std::vector<std::optional<std::string>>;  ///< none for a NULL
 
-    DatabaseFile() = default;
+    DatabaseFile();
     ~DatabaseFile();
     DatabaseFile(const DatabaseFile&) = delete;
     DatabaseFile& operator=(const DatabaseFile&) = delete;
@@ -22,14 +25,9 @@ public:
     /// The place of the service's database by DB_PATH, or in the working directory.
     static std::string pathOfService();
 
-    /**
-     * Opens the file. To be called once.
-     *
-     * @param isAlone the state of the file is taken as it is, without regard to other processes or
-     *                to a journal next to it
-     * @return false with the reason in error()
-     */
-    [[nodiscard]] bool open(const std::string& path, bool isAlone);
+    /// Opens the file as the other processes see it, waiting up to five seconds for a commit of
+    /// theirs. To be called once. False with the reason in error().
+    [[nodiscard]] bool open(const std::string& path);
 
     /// Runs a statement that reads. False with SQLite's words in error(); rows that were found
     /// before that are in @p rows.
@@ -38,20 +36,33 @@ public:
     /// The same, with NULLs distinct from blank texts.
     [[nodiscard]] bool query(const std::string& sql, std::vector<Cells>& rows);
 
-    /// Opens the file to read all of it: as the other processes see it, waiting up to five seconds
-    /// for a commit of theirs. False with the reason in error().
-    [[nodiscard]] bool openToRead(const std::string& path);
-
     /// Writes what the database holds at one moment over the file @p path. False with the reason in
     /// error().
     [[nodiscard]] bool copyTo(const std::string& path);
 
     const std::string& error() const { return m_error; }
 
+    /// What helps against error(); blank when the file itself has to be looked at.
+    std::string advice() const;
+
+    /// Whether something failed since another process holds a lock on the database.
+    bool isBusy() const { return m_isBusy; }
+
 private:
-    /// Null until one of the open functions has succeeded; a query fails then.
+    /// Opens by a URI with @p options and reads the list of the tables.
+    bool tryOpen(const std::string& path, const char* options, int flags);
+    /// Copies the file with its journal and opens the copy, where SQLite may write.
+    bool openCopy(const std::string& path);
+    void close();
+    /// Notes an error of SQLite; returns false.
+    bool fail(int code, const std::string& words);
+
+    /// Null until open() has succeeded; a query fails then.
     sqlite3* m_database = nullptr;
+    std::unique_ptr<PrivateFolder> m_copy;  ///< none as long as the file itself can be read
     std::string m_error;
+    int m_code = 0;  ///< of SQLite, of the last error
+    bool m_isBusy = false;
 };
 
 #endif

@@ -3,6 +3,9 @@
 
 #include <atomic>
 #include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "framework/FailureWords.h"
 
@@ -20,6 +23,12 @@ public:
     LogEar(const LogEar&) = delete;
     LogEar& operator=(const LogEar&) = delete;
 
+    /// From now on @p text is written in place of @p path in entries: those of a service on a copy
+    /// name the original. To be called before another thread logs.
+    void showAs(const std::string& path, const std::string& text) {
+        m_shownAs.emplace_back(path, text);
+    }
+
     /// What failed since the last call.
     /// Any thread may log meanwhile.
     FailureWords take();
@@ -30,6 +39,7 @@ public:
 private:
     const int m_shownLevel;  ///< highest level that goes to standard error
     std::atomic<bool> m_isStarting;
+    std::vector<std::pair<std::string, std::string>> m_shownAs;
     std::mutex m_mutex;
     FailureWords m_heard;
 };

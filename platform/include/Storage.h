@@ -38,6 +38,10 @@ public:
     static void getListOfFilesAndLinksByDirectory(const std::string& directory,
                                                   std::list<std::string>& list, bool withPath);
 
+    /// Fills @p names, emptied first, with the names of all that is in @p directory, sorted by bytes.
+    /// Nothing for a directory that can't be read.
+    static void getListOfNames(const std::string& directory, std::list<std::string>& names);
+
     /// Moves a file, replacing one of the new name; over the border of a file system by a copy that
     /// takes the name when it is whole and on the disk. Links are moved and replaced, not followed.
     /// False when nothing was moved; a file of the service itself, and a folder that holds one,

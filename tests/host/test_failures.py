@@ -27,6 +27,8 @@ class Errors(DemoTest):
         self.file("full/x", "")
         (self.place / "broken").mkdir()
         self.file("broken/phone.db", "x" * 5000)
+        (self.place / "empty").mkdir()
+        self.file("empty/phone.db", "")
         os.mkfifo(self.root / "data" / "pipe")
         rows = []
         with open(ROWS, encoding="utf-8") as file:
