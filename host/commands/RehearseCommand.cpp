@@ -37,7 +37,8 @@ const std::string DeployFolder = "/Aurel_Deploy";
 const std::string DeviceFiles[] = {DeployFolder, "/.QuilldeskRootFileSystemImageVersion.prev.txt"};
 
 /// Copies what the telephone sees at a path, links followed below its root, for a start to find the
-/// same there. What is no file and no folder, such as a pipe, becomes a pipe: a start opens neither.
+/// same there. What is no file and no folder, such as a pipe, becomes a pipe: a start opens
+/// neither.
 class DeviceCopy {
 public:
     /// @p root is the folder of the copy.
@@ -161,8 +162,8 @@ private:
     int copyCommitted(const std::string& target) const {
         DatabaseFile database;
         const int error = makeFile(target);
-        const bool isCopied = error == 0 && database.open(DatabaseFile::pathOfService()) &&
-                              database.copyTo(target);
+        const bool isCopied =
+            error == 0 && database.open(DatabaseFile::pathOfService()) && database.copyTo(target);
         return error != 0 ? error : isCopied ? 0 : EIO;
     }
 
@@ -202,17 +203,21 @@ private:
                 fs::create_directories(fs::path(m_root) / made, error);
             }
         }
+        if (error) {
+            Complaint::reportError("rehearse: " + m_root, error.value(),
+                                   "see to the space in TMPDIR");
+            return false;
+        }
         DeviceCopy files(m_root);
-        int reason = error.value();
         for (const std::string& path : DeviceFiles) {
-            reason = reason == 0 ? files.copy(path) : reason;
+            if (const int reason = files.copy(path); reason != 0) {
+                Complaint::reportError("rehearse: copying " + files.failedPath() +
+                                           " of the telephone at " + m_originalRoot,
+                                       reason, "see to its rights and to the space in TMPDIR");
+                return false;
+            }
         }
-        if (reason != 0) {
-            Complaint::reportError(
-                "rehearse: the telephone's " + files.failedPath() + " can't be copied", reason,
-                "see to its rights below " + m_originalRoot + " and to the space in TMPDIR");
-        }
-        return reason == 0;
+        return true;
     }
 
     /// Starts and ends the service on the copy. False when there is no library.

@@ -90,7 +90,8 @@ Texts commonKey(const Table& older, const Table& newer) {
     return {};
 }
 
-/// Rows by key, as it is printed: the parts of two keys are alike when that is. A key that stands twice, which a damaged table may have, gets a number.
+/// Rows by key, as it is printed: the parts of two keys are alike when that is. A key that stands
+/// twice, which a damaged table may have, gets a number.
 bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Table& table) {
     if (table.columns.empty()) {
         return true;
@@ -105,9 +106,9 @@ bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Tab
         for (const std::string& column : key) {
             const Cell& cell = row[table.place(column)];
             const std::string part = cell ? shown(*cell) : "\\N";
-            text += key.size() == 1 ? part
-                                    : (column == key.front() ? "" : ",") +
-                                          replaced(part, ',', "\\x2c");
+            text += key.size() == 1
+                        ? part
+                        : (column == key.front() ? "" : ",") + replaced(part, ',', "\\x2c");
         }
         text = key.empty() ? "#" + std::to_string(table.keys.size() + 1) : text;
         std::string unique = text;

@@ -10,10 +10,10 @@ class DatabaseFile;
  *
  * A line is table, key, column, old and new value, with tabs between them. Cells are compared as
  * text. A row is known by its primary key, else by its user and Id, else by its number in the
- * table; the parts of a key are joined by commas, and a comma in a part is "\x2c" then. In a value a
- * NULL is "\N", a row or column that is not there "\-", a backslash is doubled, control characters
- * are escaped, and secrets are masked as in the log. SQLite's own tables, indices and views are left
- * out.
+ * table; the parts of a key are joined by commas, and a comma in a part is "\x2c" then. In a value
+ * a NULL is "\N", a row or column that is not there "\-", a backslash is doubled, control
+ * characters are escaped, and secrets are masked as in the log. SQLite's own tables, indices and
+ * views are left out.
  */
 class DatabaseDiff {
 public:

@@ -72,6 +72,15 @@ std::string inUri(const std::string& path) {
     return text;
 }
 
+/// By the header of the file: two bytes, at this place, say how it is read and written.
+bool isInWalMode(const std::string& path) {
+    constexpr off_t place = 18;
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    char version[2] = {};
+    return file.isOpen() && ::pread(file.number(), version, sizeof version, place) == 2 &&
+           version[0] == 2 && version[1] == 2;
+}
+
 }  // namespace
 
 DatabaseFile::DatabaseFile() = default;
@@ -92,27 +101,22 @@ bool DatabaseFile::open(const std::string& path) {
         m_error = "is no file";  // SQLite would wait for who writes into a pipe
         return false;
     }
+    // SQLite makes files next to a database in WAL mode, also to read it.
+    if (isInWalMode(path) && !isThere("-shm")) {
+        return isThere("-wal") ? openCopy(path)
+                               : tryOpen(path, "?immutable=1", SQLITE_OPEN_READONLY);
+    }
     if (tryOpen(path, "?mode=ro", SQLITE_OPEN_READONLY)) {
         return true;
     }
-    const std::string error = m_error;
     const bool isRefused = m_code == SQLITE_READONLY || m_code == SQLITE_CANTOPEN;
-    if (isRefused && (isThere("-journal") || isThere("-wal"))) {
-        return openCopy(path);
-    }
-    // A database in the mode of write-ahead logs can't be read without a file next to it.
-    if (m_code == SQLITE_CANTOPEN && tryOpen(path, "?immutable=1", SQLITE_OPEN_READONLY)) {
-        return true;
-    }
-    m_error = error;
-    return false;
+    return isRefused && (isThere("-journal") || isThere("-wal")) && openCopy(path);
 }
 
 bool DatabaseFile::tryOpen(const std::string& path, const char* options, int flags) {
     close();
     const std::string uri = "file:" + inUri(path) + options;
-    const int result =
-        sqlite3_open_v2(uri.c_str(), &m_database, flags | SQLITE_OPEN_URI, nullptr);
+    const int result = sqlite3_open_v2(uri.c_str(), &m_database, flags | SQLITE_OPEN_URI, nullptr);
     if (result != SQLITE_OK) {
         return fail(result, sqlite3_errstr(result));
     }
@@ -141,8 +145,7 @@ bool DatabaseFile::openCopy(const std::string& path) {
         }
     }
     if (error != 0) {
-        return fail(SQLITE_CANTOPEN, "a commit was cut off, and no copy to roll it back can be "
-                                     "made: " +
+        return fail(SQLITE_CANTOPEN, "its journal needs a copy of it, which can't be made: " +
                                          std::generic_category().message(error));
     }
     return tryOpen(copy, "?mode=rw", SQLITE_OPEN_READWRITE);

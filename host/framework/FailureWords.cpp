@@ -32,16 +32,16 @@ const std::pair<const char*, const char*> Advice[] = {
 
 /// What is logged at the level of failures so that people see it, although all went as it should:
 /// an item that was never set, and what an upgrade leaves out or changes by its rules.
-const char* const NoFailures[] = {" - results empty", "was in WAL mode, which ends",
+const char* const NoFailures[] = {" - results empty",
+                                  "was in WAL mode, which ends",
                                   "those of one key are doubled, and the last counts",
                                   "are given up, since a later one has their type",
                                   " is given up with its values: ",
                                   "An upgrade was cut off: the database is as it was before"};
 
 bool isNoFailure(const std::string& message) {
-    return std::any_of(std::begin(NoFailures), std::end(NoFailures), [&](const char* words) {
-        return message.find(words) != std::string::npos;
-    });
+    return std::any_of(std::begin(NoFailures), std::end(NoFailures),
+                       [&](const char* words) { return message.find(words) != std::string::npos; });
 }
 
 }  // namespace

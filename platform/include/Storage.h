@@ -38,8 +38,8 @@ public:
     static void getListOfFilesAndLinksByDirectory(const std::string& directory,
                                                   std::list<std::string>& list, bool withPath);
 
-    /// Fills @p names, emptied first, with the names of all that is in @p directory, sorted by bytes.
-    /// Nothing for a directory that can't be read.
+    /// Fills @p names, emptied first, with the names of all that is in @p directory, sorted by
+    /// bytes. Nothing for a directory that can't be read.
     static void getListOfNames(const std::string& directory, std::list<std::string>& names);
 
     /// Moves a file, replacing one of the new name; over the border of a file system by a copy that

@@ -307,7 +307,8 @@ class Copies(DemoTest):
         self.sql("CREATE TABLE BLUETOOTH_TRUSTED(Id, DeviceName, DeviceClass)",
                  "INSERT INTO BLUETOOTH_TRUSTED VALUES ('a', 'b', '1'), ('a', 'c', '2')")
         run = self.das("rehearse")
-        self.assertEqual(run.returncode, 0, run.errors)
+        self.good("diff", self.db, self.db)
+        self.assertEqual((run.returncode, os.listdir(self.db)), (0, ["phone.db"]), run.errors)
         self.assertIn("GENERAL_CONFIG\tAudioSettings,base,Volume\tValue\t5\t9\n", run.stdout.decode())
         self.assertIn("those of one key are doubled", run.errors)
         self.assertIn(f"{self.db}/phone.db was in WAL mode", run.errors)
