@@ -11,7 +11,8 @@
 
 /// Listens to the log of this process for the reasons of failures, as long as it lives. What is
 /// written to standard error stays the same, but for the lines of the start, which only
-/// those want who have set DAS_LOG.
+/// those want who have set DAS_LOG, and for a line as soon as a statement has waited for another
+/// process without success: a command may have many such statements before its own words.
 ///
 /// The level of the log goes up to that of failures meanwhile, since the service formats no entry
 /// that no one wants. One object at a time: the log has one sink.
@@ -40,6 +41,7 @@ private:
     const int m_shownLevel;  ///< highest level that goes to standard error
     std::atomic<bool> m_isStarting;
     std::vector<std::pair<std::string, std::string>> m_shownAs;
+    bool m_hasNamedHolder = false;  ///< under the log's lock
     std::mutex m_mutex;
     FailureWords m_heard;
 };

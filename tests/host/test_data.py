@@ -7,6 +7,7 @@ import os
 import shutil
 import sqlite3
 import stat
+import subprocess
 import time
 import unittest
 from contextlib import closing
@@ -232,6 +233,8 @@ class Copies(DemoTest):
         run = self.das("check")
         self.assertEqual((run.returncode, run.stdout), (2, b""))
         self.assertIn("another process is changing it", run.errors)
+        waiting = self.start("read", "PhoneBook", stderr=subprocess.PIPE)
+        self.assertIn(b"another process holds the database", waiting.stderr.readline())
 
     def test_a_commit_that_was_cut_off_is_not_seen(self):
         torn = self.place / "torn"
