@@ -36,22 +36,22 @@ using Texts = std::vector<std::string>;
 
 struct Operation {
     std::string name;
-    /// Makes the data, once for each place.
+    /// Creates the data, once for each file system.
     std::function<void(DataAccessService&)> prepare;
-    /// Statements before each round; none when empty.
+    /// Statements to run before each round; may be empty.
     std::function<Texts(int round)> reset;
-    /// What `service` gets.
+    /// The argument of `service`.
     std::function<std::string(int round)> request;
-    /// What `floor` gets: the texts that the service will run, in order.
+    /// The argument of `floor`: the SQL that the service will run, in order.
     std::function<Texts(int round)> statements;
     /// The same, made from the request alone. An operation that has this in place of `statements`
     /// is also measured over pipes, by das_pipe_bench.
     std::function<Texts(const RequestFields& request)> statementsOf;
     std::function<std::string(FloorDatabase&, const Texts& statements)> floor;
-    /// Reads the rows that a round has written, for its memory is compared with theirs; empty when
-    /// the rows are those that `floor` reads.
+    /// A query that reads the rows written in a round, because memory use is compared with their
+    /// size; empty if the rows are those that `floor` reads.
     std::string written;
-    /// The measured operation; a request when empty.
+    /// The measured operation; if empty, a request.
     std::function<std::string(DataAccessService&, const std::string& request)> service;
     /// With `service`: the remote call that does the same, as a line of JSON-RPC, and its answer.
     std::string call;

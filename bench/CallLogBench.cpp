@@ -1,5 +1,5 @@
-// The call log: rows of missed calls whose ten places are filled, and the contacts of their
-// numbers, which the number search has its indices for.
+// The call log: rows of missed calls with ten calls each, and the contacts with their numbers, for
+// which the indices of the number search are used.
 
 #include <algorithm>
 
@@ -16,7 +16,7 @@ const char* const conversationsSchema = "Conversations";
 constexpr std::size_t places = 10;
 constexpr std::size_t rowWidth = 139;
 
-/// A field of a call, with the cells of its first and its second place.
+/// A field of a call, with the cells of its first and its second call.
 struct Field {
     const char* element;
     const char* stem;
@@ -25,10 +25,10 @@ struct Field {
     Tags tags{element};
 };
 
-/// In front of it stands the duration, which an answer does not show.
+/// The duration is before it in the table, but not shown in an answer.
 const char* const completed = "CompletedElsewhere";
 
-/// What an answer shows of a missed call.
+/// The fields of a missed call that an answer shows.
 const std::vector<Field> shownFields = {
     {"MornetTStimeFormat", "MornetTStimeFormat", 8, 17},
     {"Number", "Number", 9, 18},
@@ -90,7 +90,7 @@ std::string entryOf(int row) {
     return entry + "</LogList></Entry>";
 }
 
-/// An INSERT of a call, made from the elements of an entry in their order.
+/// An INSERT for a call, built from the elements of an entry in their order.
 class Insert {
 public:
     void take(const std::string& element, const std::string& value) {
@@ -125,7 +125,7 @@ private:
     std::string m_values = "'base', NULL, 'Missed'";
 };
 
-/// One transaction.
+/// All statements run in one transaction.
 Texts insertStatements(const RequestFields& request) {
     std::vector<Insert> inserts;
     for (const auto& [element, value] : request.leaves) {
@@ -208,7 +208,7 @@ void appendContact(std::string& answer, const Texts& row, std::size_t firstColum
     }
 }
 
-/// The answer to a read whose entries @p appendRow makes.
+/// The answer to a read; @p appendRow appends the entries.
 template <typename AppendRow>
 std::string answerOf(const char* schema, const char* reason, const Rows& rows,
                      AppendRow appendRow) {

@@ -17,7 +17,7 @@ std::atomic<long long> bytes{0};
 std::atomic<long long> peak{0};
 std::atomic<long long> syncs{0};
 
-/// In front of each block stands its size; as large as it takes to keep the block aligned.
+/// The size of each block is stored before it, in a header that keeps the block aligned.
 constexpr std::size_t header = alignof(std::max_align_t);
 
 void* allocate(std::size_t size) {
@@ -41,7 +41,7 @@ void release(void* pointer) {
 
 }  // namespace
 
-// The library's own for arrays call these.
+// The library's own versions for arrays call these.
 
 void* operator new(std::size_t size) {
     return allocate(size);
@@ -55,7 +55,7 @@ void operator delete(void* pointer, std::size_t) noexcept {
     release(pointer);
 }
 
-// In place of the system library's, for all libraries of the process.
+// These replace the system library's functions in all libraries of the process.
 extern "C" {
 
 __attribute__((visibility("default"))) int fsync(int file) {

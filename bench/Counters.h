@@ -5,15 +5,16 @@
 #include <string>
 
 /**
- * What work costs, counted and not timed, so that it does not depend on what else the machine does.
- * A program that links this has its `operator new` and its syncs counted. One thread counts at a
- * time; what other threads take is counted with it.
+ * Counts the cost of work instead of timing it, so that the result does not depend on other load of
+ * the machine. In a program that links this, `operator new` and syncs are counted. Only one thread
+ * may count at a time; allocations of other threads are counted with it.
  */
 namespace Bench {
 
 struct Counts {
     long long allocations = 0;  ///< by `operator new`: SQLite's own and expat's are not among them
-    long long peakBytes = 0;    ///< most bytes of these at once, above those that were there before
+    long long peakBytes = 0;    ///< most bytes of these at the same time, above those allocated
+                                ///< before
     long long syncs = 0;        ///< fsync and fdatasync
 };
 

@@ -36,7 +36,7 @@ std::vector<std::string> columnsOf(Size size) {
     return names;
 }
 
-/// Most cells of such tables are short, many are blank, some have a comma.
+/// Most cells of such tables are short, many are blank, some contain a comma.
 std::string cellAt(int row, int column) {
     switch (column % 5) {
         case 1:
@@ -58,7 +58,7 @@ std::string insertStatement(Size size, int row) {
     return std::string("INSERT OR REPLACE INTO T (") + names + ") VALUES (" + values + ");";
 }
 
-/// An object that inserts the rows of a file, as those of phone book and call log do.
+/// A data access object that inserts the rows of a file, as the phone book and the call log do.
 class RowObject : public DataAccessObject {
 public:
     using DataAccessObject::DataAccessObject;
@@ -87,7 +87,8 @@ void makeRows(DataAccessService& service, Size size) {
     }
 }
 
-/// What is compared of a file: all of it in the first round, its size in those that are measured.
+/// The part of a file that is compared: its contents in the first round, its size in the measured
+/// rounds.
 std::string answerOf(const std::string& path, const std::string& kind) {
     std::ifstream file(Storage::devicePath(path), std::ios::binary | std::ios::ate);
     if (kind != wholeFile) {
@@ -118,7 +119,7 @@ bool writeTo(int file, const std::string& text) {
     return ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
-/// Puts the file in place of an older one, and on the disk, with one write.
+/// Replaces an existing file, and brings it to the disk, by one write.
 bool replaceFile(const Rows& rows) {
     const std::string place = Storage::devicePath(floorPath);
     const std::string other = place + ".new";

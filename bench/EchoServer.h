@@ -9,8 +9,8 @@
 
 namespace Bench {
 
-/// What an exchange of lines over a socket costs at the least: the event library that the host
-/// uses, as many threads, and nothing but the line sent back.
+/// The minimum cost of exchanging lines over a socket: the host's event library with the same
+/// number of threads, which only sends each line back.
 class EchoServer {
 public:
     EchoServer(const std::string& path, unsigned threads);

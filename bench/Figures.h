@@ -11,7 +11,7 @@
 
 namespace Bench {
 
-/// Numbers with names, printed as they come. What each may be stands in bench/limits.json.
+/// Named numbers, printed when they are added. Their limits are in bench/limits.json.
 class Figures {
 public:
     /// @p output takes the lines; not owned.
@@ -36,8 +36,8 @@ private:
     nlohmann::json m_rows = nlohmann::json::array();
 };
 
-/// What das_remote_bench measures. @p folder is where a database is made, @p parts by how much less
-/// than usual is done.
+/// The measurements of das_remote_bench. @p folder gets the database; @p parts divides the usual
+/// amount of work.
 struct LoadOptions {
     std::string folder;
     int parts = 1;

@@ -1,4 +1,4 @@
-// The first request to each table: it finds that the table is missing, makes it with its default
+// The first request to each table: it finds that the table is missing, creates it with its default
 // rows, and reads those of the base user.
 
 #include <memory>
@@ -57,14 +57,14 @@ std::string reasonOf(const std::string& answer) {
     return answer.substr(start, answer.find('<', start + 1) - start);
 }
 
-/// Runs the statements, and puts the rows of the last into an answer.
+/// Runs the statements, and builds an answer from the rows of the last one.
 std::string runAll(FloorDatabase& db, const Texts& texts, const char* schema, const char* table) {
     std::string answer;
     for (const std::string& sql : texts) {
         if (sql.rfind("SELECT", 0) != 0) {
             db.run(sql);
         } else if (sql.rfind("SELECT COUNT", 0) == 0 || &sql == &texts.front()) {
-            (void)db.count(sql);  // the first looks for the table, and fails
+            (void)db.count(sql);  // the first statement looks for the table and fails
         } else {
             const Rows rows = db.rows(sql);
             const std::size_t cells = rows.empty() ? 0 : rows.front().size();

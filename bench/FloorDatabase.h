@@ -10,8 +10,8 @@ struct sqlite3;
 
 namespace Bench {
 
-/// The bare SQLite interface over a database of its own: each statement is prepared anew, each cell
-/// is copied once.
+/// SQLite's plain interface to a separate database: each statement is prepared every time, each
+/// cell is copied once.
 class FloorDatabase {
 public:
     /// Opens @p path with the settings of the service's connection.
@@ -22,24 +22,25 @@ public:
 
     /// Runs a statement without rows.
     void run(const std::string& sql);
-    /// Prepares a statement and does not run it: the service asks for column names that way.
+    /// Prepares a statement without running it: the service reads column names in this way.
     void prepare(const std::string& sql);
     Rows rows(const std::string& sql);
-    /// The first cell of the first row; "0" for a statement that fails, as a missing table gives.
+    /// The first cell of the first row; "0" for a statement that fails, for example because the
+    /// table is missing.
     std::string count(const std::string& sql);
-    /// Has count() do nothing: the service counts to see whether a table is there, and a program
-    /// that knows its database needs no such statement.
+    /// From now on count() does nothing: the service counts to find out whether a table exists,
+    /// which a program that knows its database need not do.
     void leaveOutCounts() { m_leavesOutCounts = true; }
     /// The number of the row that was inserted last.
     std::string lastNumber() const;
 
-    /// Memory that the rows of all reads so far take: a text object for each cell, and the cells
-    /// that do not fit into it.
+    /// Memory of all rows read so far: a string object for each cell, plus the contents that do not
+    /// fit into it.
     long long rowBytes() const { return m_rowBytes; }
 
     sqlite3* handle() { return m_db; }
-    /// SQLite's words for the first statement of `run`, `prepare` or `rows` that failed; empty
-    /// while none did.
+    /// SQLite's message for the first failed statement of `run`, `prepare` or `rows`; empty if none
+    /// failed.
     const std::string& failure() const { return m_failure; }
 
 private:
@@ -65,7 +66,7 @@ std::vector<Tags> tagsOf(const std::vector<std::string>& columns);
 /// An answer without a body.
 std::string plainAnswer(const char* schema, const char* reason);
 
-/// The answer to a read: of each row the cells from @p firstCell on, one for each of @p tags.
+/// The answer to a read: for each row, the cells from @p firstCell on, one for each of @p tags.
 std::string readAnswer(const char* schema, const Rows& rows, const std::vector<Tags>& tags,
                        std::size_t firstCell);
 

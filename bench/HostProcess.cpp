@@ -37,7 +37,7 @@ std::unique_ptr<SocketConnection> HostProcess::connect() const {
         if (connection->open(m_socket, error)) {
             return connection;
         }
-        // between the making of the file and the first listen
+        // the file is created shortly before the socket listens
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     fail("no connection to " + m_socket);

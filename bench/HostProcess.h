@@ -12,12 +12,12 @@
 
 namespace Bench {
 
-/// A program that serves a socket, in the place that the environment names. It ends with the
-/// object.
+/// A program that serves a socket, with the paths that the environment names. It is stopped with
+/// the object.
 class HostProcess {
 public:
-    /// @p arguments begin with the program, which stands next to this one, and end before the
-    /// socket.
+    /// @p arguments begin with the program, which is in the same folder as this one; the socket's
+    /// path is appended.
     HostProcess(std::vector<std::string> arguments, const std::string& socket);
     ~HostProcess();
     HostProcess(const HostProcess&) = delete;
@@ -25,10 +25,10 @@ public:
 
     std::unique_ptr<SocketConnection> connect() const;
 
-    /// Microseconds that all its threads have run so far.
+    /// Microseconds of processor time of all its threads so far.
     double processorTime() const;
 
-    /// A number of /proc: "VmRSS:" for the memory now, "VmHWM:" for its largest so far.
+    /// A number of /proc: "VmRSS:" for the current memory, "VmHWM:" for its maximum.
     long kilobytes(const char* name) const;
 
 private:

@@ -1,4 +1,4 @@
-// Changes as they happen: how soon, how many, and what the listeners cost a writer.
+// Changes as they happen: their delay, their rate, and what listeners cost a writer.
 
 #include <algorithm>
 #include <atomic>
@@ -19,7 +19,8 @@ namespace {
 
 constexpr int Listeners = 64;
 constexpr int Items = 70;
-constexpr int WritesInATurn = 20;  // so that each has its share of what is sent for several
+// Enough that each listener gets its part of lines that are sent together.
+constexpr int WritesInATurn = 20;
 
 const std::vector<std::string> HostCommand{"das", "serve", "--socket"};
 
@@ -31,7 +32,7 @@ std::string elementOf(const std::string& item, int value) {
     return "<" + item + ">" + std::to_string(1000000 + value) + "</" + item + ">";
 }
 
-/// Another value in each round.
+/// A different value in each round.
 std::string updateOf(int round) {
     return message("AudioSettings", "update_request", elementOf(itemOf(round), round));
 }
@@ -43,7 +44,7 @@ std::unique_ptr<SocketConnection> listen(const HostProcess& host) {
     return connection;
 }
 
-/// A host that has the items.
+/// A host whose database has the items.
 std::unique_ptr<HostProcess> startHost(const std::string& socket) {
     auto host = std::make_unique<HostProcess>(HostCommand, socket);
     std::string items;
@@ -54,7 +55,7 @@ std::unique_ptr<HostProcess> startHost(const std::string& socket) {
     return host;
 }
 
-/// A writer, and listeners that are heard by one thread.
+/// A writer, and listeners whose messages one thread reads.
 class Audience {
 public:
     Audience(const std::string& socket, int listeners)
@@ -66,7 +67,7 @@ public:
         m_processorTimeOfStart = m_host->processorTime();
     }
     ~Audience() {
-        m_host.reset();  // the listeners' lines end with it
+        m_host.reset();  // stopping the host ends the listeners' lines
         m_ear.join();
     }
     Audience(const Audience&) = delete;
@@ -90,7 +91,7 @@ public:
     int heard() const { return m_heard; }
 
 private:
-    /// Each change is one line to each: their order is known, and no thread waits for each.
+    /// Each change is one line for each listener, in a known order, so one thread reads them all.
     void hear() {
         std::string line;
         for (bool isOpen = !m_listeners.empty(); isOpen;) {
@@ -116,8 +117,8 @@ std::string parameterOf(const std::string& line, const char* name) {
     return text;
 }
 
-/// Sends @p count updates one after the other without waiting for answers; microseconds until the
-/// listener has heard of the last. Fails when one is missing or out of its order.
+/// Sends @p count updates without waiting for answers. Returns the microseconds until the listener
+/// has got the last change. Fails if a change is missing or out of order.
 double sendAndHear(SocketConnection& writer, SocketConnection& listener, int first, int count) {
     std::vector<std::string> lines;
     for (int round = first; round < first + count; ++round) {
@@ -146,7 +147,7 @@ double sendAndHear(SocketConnection& writer, SocketConnection& listener, int fir
 
 }  // namespace
 
-/// From the writer's answer to the listener's line, as the clients see both.
+/// Time from the writer's answer to the listener's line, as the clients see both.
 void measureWayOfChange(const LoadOptions& options, Figures& figures) {
     const Place place(options.folder);
     const auto host = startHost(place.path("s"));
@@ -168,7 +169,8 @@ void measureWayOfChange(const LoadOptions& options, Figures& figures) {
     figures.add("Changes/MedianWayAfterAnswer", median(times) / 1000, "ms");
 }
 
-/// What a turn costs against its neighbour: a disk is not as fast all the time.
+/// The cost of a turn relative to the turn next to it, because the speed of a disk varies over
+/// time.
 double medianOfRatios(const std::vector<double>& with, const std::vector<double>& without) {
     std::vector<double> ratios;
     std::transform(with.begin(), with.end(), without.begin(), std::back_inserter(ratios),
@@ -201,7 +203,7 @@ void measureCostOfListeners(const LoadOptions& options, Figures& figures) {
     figures.add("Changes/ProcessorsOfWriteWith64Listeners", all.processorTime(), "us");
 }
 
-/// In memory: on a disk the syncs of a commit allow no such rate.
+/// In memory, because on a disk the syncs of commits do not allow such a rate.
 void measureRateOfChanges(const LoadOptions& options, Figures& figures) {
     constexpr int changes = 1000;
     const Place place("/dev/shm");

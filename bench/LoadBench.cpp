@@ -22,7 +22,8 @@ constexpr int Contacts = 10000;
 constexpr int ContactsOfRequest = 1000;
 
 const std::vector<std::string> HostCommand{"das", "serve", "--socket"};
-/// A process of its own, as the host is: how fast two processes meet depends on where they run.
+/// A separate process, like the host, because the time between two processes depends on where they
+/// run.
 const std::vector<std::string> EchoCommand{"das_remote_bench", "--echo"};
 
 std::string itemOf(int number) {
@@ -30,15 +31,15 @@ std::string itemOf(int number) {
     return "<" + name + ">value</" + name + ">";
 }
 
-/// What a turn of all clients took, in microseconds of a request.
+/// The result of a turn of all clients, in microseconds for each request.
 struct Turn {
     double time = 1e12;
-    double processors = 1e12;  ///< of clients and host together
+    double processors = 1e12;  ///< processor time of clients and host together
     double ofHost = 1e12;
 };
 
-/// Clients that all wait for an answer at any time. Few threads serve them: the clients' own work
-/// would take most of the machine otherwise.
+/// Clients that always wait for an answer. Only few threads run them, because otherwise the
+/// clients' own work would use most of the machine.
 class Crowd {
 public:
     Crowd(const HostProcess& host, std::string line) : m_host(host), m_line(std::move(line)) {
@@ -105,7 +106,7 @@ void fillBook(const Place& place) {
 
 }  // namespace
 
-/// Settings read by many clients at once, in turn with lines that are only sent back.
+/// Settings read by many clients at once, alternating with lines that are only sent back.
 void measureReads(const LoadOptions& options, Figures& figures) {
     const Place place(options.folder);
     const HostProcess host(HostCommand, place.path("s"));
@@ -154,7 +155,7 @@ void measureMemoryOfReads(const LoadOptions& options, Figures& figures) {
     figures.add("Host/PeakOfReading10000Contacts", mebibytes(host, "VmHWM:"), "MiB");
 }
 
-/// In this process: the check alone is so short that the way through a socket would hide it.
+/// In this process, because the check takes so little time that a socket would hide it.
 void measureAccessRules(const LoadOptions& options, Figures& figures) {
     AccessRules rules;
     std::string error;

@@ -1,4 +1,4 @@
-// Two users: the copy of all that the owner has to the visitor, its wipe, and the export by tags.
+// Two users: the copy of the owner's data to the visitor, its deletion, and the export by tags.
 
 #include <algorithm>
 #include <cstdlib>
@@ -52,7 +52,7 @@ const struct {
     {"StartApplicationFixedKeys", "START_APPLICATION_FIXED_KEYS"},
 };
 
-/// The owner's rows of a table, as the visitor gets them.
+/// The owner's rows of a table, as they are copied to the visitor.
 struct UserTable {
     std::string name;
     std::size_t contextIndex;
@@ -101,7 +101,7 @@ Texts deletion(const std::string& table, const std::string& more = "") {
     return {countStart + table, "DELETE FROM " + table + " " + ofVisitor + more + ";"};
 }
 
-/// The visitor's call groups get their defaults, whatever the owner has.
+/// The visitor's call groups get the defaults, not copies.
 Texts callGroupTexts(const UserTable& table) {
     Texts texts = {"SELECT * FROM CallGroup;", "BEGIN IMMEDIATE TRANSACTION;"};
     append(texts, deletion(table.name));
@@ -154,7 +154,7 @@ Texts wipeTexts(const UserTables& tables) {
     return texts;
 }
 
-/// The rows that a wipe took.
+/// Statements that insert the deleted rows again.
 Texts refillTexts(const UserTables& tables) {
     Texts texts = {"BEGIN TRANSACTION;"};
     for (const UserTable& table : tables) {
@@ -208,7 +208,7 @@ Operation onAllTables(const char* name, void (DataAccessService::*work)(),
     return operation;
 }
 
-/// A guest logs on and off again. The statements are those that the service was seen to run.
+/// A visitor logs on and off again. The statements were recorded from the service.
 Operation changeProfile() {
     Operation operation;
     const auto texts = std::make_shared<Texts>();

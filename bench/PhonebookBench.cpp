@@ -88,7 +88,7 @@ Operation operationOn(int contacts, const std::string& name) {
     return operation;
 }
 
-/// A read whose rows the statement returns that @p select makes of a request.
+/// A read. @p select turns a request into the statement that returns the rows.
 Operation read(int contacts, const std::string& name, const char* reason,
                const std::function<std::string(int)>& body,
                const std::function<std::string(const RequestFields&)>& select) {
@@ -116,7 +116,7 @@ Operation search(int contacts, const std::string& name) {
         },
         [](const RequestFields& request) {
             std::string sql;
-            // In the order of the table, in which Office2 is the last.
+            // The columns are in the order of the table, which has Office2 last.
             for (const auto& [column, number] : request.leaves) {
                 sql += sql.empty() ? "SELECT " : "UNION SELECT ";
                 sql += "* FROM PHONE_BOOK WHERE UserContext = 'base' AND " + column + " = " +
@@ -203,7 +203,7 @@ Operation write1000() {
     return operation;
 }
 
-/// A statement for each line of the file, in whose values are no commas.
+/// A statement for each line of the file; the values contain no commas.
 Texts importStatements(const RequestFields&) {
     static const std::string columns =
         "INSERT OR REPLACE INTO PHONE_BOOK (UserContext, Surname, Firstname, Office, Mobile, "
@@ -227,7 +227,7 @@ Texts importStatements(const RequestFields&) {
     return sql;
 }
 
-/// The same from a file, in place of the contacts of the round before.
+/// The same from a file, which replaces the contacts of the previous round.
 Operation import1000() {
     Operation operation = operationOn(1000, "Import1000Contacts");
     operation.prepare = [prepare = operation.prepare](DataAccessService& service) {

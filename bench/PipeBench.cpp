@@ -1,6 +1,6 @@
-// das_pipe_bench: what a request costs a client of das over a pipe, against a program that was
-// written by hand for that one request: it reads the same lines, runs the same statements over the
-// bare SQLite interface, prepared each time, and writes the same answers.
+// das_pipe_bench: the cost of a request for a client of das over a pipe, compared with a program
+// that was written by hand for this one request. That program reads the same lines, prepares and
+// runs the same statements by SQLite's plain interface, and writes the same answers.
 
 #include <sched.h>
 
@@ -36,14 +36,15 @@ struct Options {
     std::string jsonFile;
     std::vector<std::string> folders;
     bool anyProcessor = false;
-    std::string floor;     ///< only be the floor of this operation
+    std::string floor;     ///< run only as the floor of this operation
     std::string database;  ///< of the floor
 };
 
-/// A batch takes this long at least, so that the clock and a single wait for the disk count little.
+/// The minimum time of a batch, so that the clock's resolution and a single wait for the disk have
+/// little effect.
 constexpr double BatchMicroseconds = 400;
 constexpr int LeastRounds = 5;
-/// What else the machine writes makes most rounds there slower.
+/// Other writes on the machine make most rounds on a disk slower, so more time is used there.
 constexpr double DiskFactor = 3;
 
 const Operation& operationOf(const std::string& name) {
@@ -74,14 +75,14 @@ int serveAsFloor(const Options& options) {
     return 0;
 }
 
-/// Microseconds of one request: of the client's time, and of the program's processors. The smallest
-/// of all batches.
+/// Microseconds of one request: for the client, and of the program's processor time. The smallest
+/// value of all batches.
 struct Best {
     double time = 1e12;
     double processor = 1e12;
 };
 
-/// One operation in one place.
+/// One operation on one file system.
 class Duel {
 public:
     Duel(const Operation& operation, const fs::path& folder)
@@ -91,7 +92,7 @@ public:
           m_service(serviceCommand(), m_place.path("service.log")),
           m_floor(floorCommand(), m_place.path("floor.log")) {}
 
-    /// Both in turn, until @p seconds have passed.
+    /// Both programs in turn, until @p seconds have passed.
     void run(double seconds) {
         const double first = exchange(m_service, m_best[0], 1);
         (void)exchange(m_floor, m_best[1], 1);
@@ -153,7 +154,7 @@ private:
         m_best[which].processor = std::min(m_best[which].processor, processor);
     }
 
-    /// Microseconds of one of @p batch requests. Both programs get the same ones.
+    /// Microseconds for each of @p batch requests. Both programs get the same requests.
     double exchange(PipeProcess& program, Best& best, int batch) {
         int& round = &best == &m_best[0] ? m_round[0] : m_round[1];
         std::vector<std::string> lines;
@@ -188,9 +189,9 @@ private:
     int m_rounds = 0;
 };
 
-/// One processor for all: then neither program is ahead by where the system has put it, and a
-/// request takes the work of both sides and a change of processes, without a wake-up of another
-/// processor.
+/// One processor for all, so that the result does not depend on where the system puts the programs.
+/// A request then costs the work of both sides and a switch between processes, without waking
+/// another processor.
 void stayOnOneProcessor() {
     cpu_set_t set;
     CPU_ZERO(&set);

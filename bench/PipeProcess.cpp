@@ -20,8 +20,8 @@ PipeProcess::PipeProcess(const std::vector<std::string>& command, const std::str
     int input[2];
     int output[2];
     require(pipe2(input, O_CLOEXEC) == 0 && pipe2(output, O_CLOEXEC) == 0, "no pipe can be made");
-    // The program's ends are closed here: only then does each side see that the other one has
-    // ended.
+    // This process closes the program's ends, because only then each side notices when the other
+    // one ends.
     const Descriptor inputOfProgram(input[0]);
     const Descriptor outputOfProgram(output[1]);
     const Descriptor errors(openOutput(log));

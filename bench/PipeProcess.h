@@ -8,8 +8,8 @@
 
 namespace Bench {
 
-/// A program that answers each line of its standard input by a line of its standard output. It ends
-/// with the object.
+/// A program that answers each line of its standard input by a line on its standard output. It is
+/// stopped with the object.
 class PipeProcess {
 public:
     /// @p log gets its standard error.

@@ -8,12 +8,12 @@
 
 namespace Bench {
 
-/// The programs stand next to each other, and the disk that they stand on is measured.
+/// The folder of this program, which contains the other programs too and is on the measured disk.
 inline std::filesystem::path folderOfProgram() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
-/// A telephone's place, and the paths of the files that a measurement keeps next to it.
+/// A telephone's folders, and the paths of the files that a measurement keeps next to them.
 class Place : public ScratchPlace {
 public:
     using ScratchPlace::ScratchPlace;

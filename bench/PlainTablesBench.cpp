@@ -1,4 +1,4 @@
-// The generic tables, by the example of the feature keys: 177 keys for each of two users.
+// The generic tables; the example is the feature keys, with 177 keys for each of two users.
 
 #include "Bench.h"
 #include "tables/PlainTables.h"
@@ -18,7 +18,7 @@ void makeTable(DataAccessService& service) {
     (void)service.processRequest(message(schema, "read_request", ""));
 }
 
-/// A read whose rows @p select gives.
+/// A read whose rows are the result of @p select.
 Operation readOperation(const std::string& name, const std::string& body,
                         const std::string& select) {
     Operation operation;

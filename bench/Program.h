@@ -15,20 +15,21 @@ using Streams = std::array<int, 3>;
 /// Starts @p command, whose first word is the path of a program. The caller waits for its end.
 pid_t startProgram(const std::vector<std::string>& command, const Streams& streams);
 
-/// A descriptor of the file @p path, made empty, that no started program inherits. The caller
+/// A descriptor of the file @p path, emptied, which started programs do not inherit. The caller
 /// closes it.
 int openOutput(const std::string& path);
 
 /// Microseconds that all threads of @p process have run so far; 0 is this process.
 double processorTimeOf(pid_t process);
 
-/// Microseconds of a clock that only goes on.
+/// Microseconds of a clock that never goes back.
 double now();
 
-/// Of an even number of values the larger of the two in the middle. @p values are not empty.
+/// If the number of values is even, the larger of the two in the middle. @p values must not be
+/// empty.
 double median(std::vector<double> values);
 
-/// Throws, for a measurement that can't go on has no figure.
+/// Throws, because a measurement that can't continue has no result.
 [[noreturn]] void fail(const std::string& words);
 void require(bool condition, const std::string& words);
 

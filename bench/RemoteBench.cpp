@@ -1,4 +1,5 @@
-// das_remote_bench: what it costs to call the service over a socket, and whether the host grows.
+// das_remote_bench: the cost of calling the service over a socket, and whether the host's memory
+// grows.
 
 #include <unistd.h>
 
@@ -35,7 +36,8 @@ constexpr int RequestsToAnUpdate = 5;  ///< one update, the others reads
 constexpr int RequestsInATurn = 20;    ///< of each client
 
 const std::vector<std::string> HostCommand{"das", "serve", "--socket"};
-/// A process of its own, as the host is: how fast two processes meet depends on where they run.
+/// A separate process, like the host, because the time between two processes depends on where they
+/// run.
 const std::vector<std::string> EchoCommand{"das_remote_bench", "--echo"};
 
 struct Options {
@@ -47,8 +49,8 @@ struct Options {
     std::string folder;
 };
 
-/// The requests of one client, each with the answer that it must get: four reads of the client's
-/// own key to one update of it.
+/// The requests of one client, each with the expected answer: four reads of the client's own key
+/// for each update of it.
 struct Work {
     std::string label;
 
@@ -77,7 +79,7 @@ double seconds(Function function) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// One caller in this process, who does the work of all clients.
+/// One caller in this process that does the work of all clients.
 class Caller {
 public:
     explicit Caller(const Options& options)
@@ -86,7 +88,7 @@ public:
         (void)m_service.processRequest(message("FeatureKeys", "read_request", ""));
     }
 
-    /// Does the requests from @p first up to @p last of each client; gives the seconds.
+    /// Sends the requests from @p first to before @p last of each client; returns the seconds.
     double run(int first, int last) {
         return seconds([&] {
             for (int number = first; number < last; ++number) {
@@ -120,7 +122,7 @@ public:
         }
     }
 
-    /// As above.
+    /// As Caller::run().
     double run(int first, int last) {
         std::atomic<int> wrong{0};
         const double time = seconds([&] {
@@ -176,7 +178,7 @@ void measureRoundTrips(const Options& options, Figures& figures) {
     figures.add("Host/RoundTripToEcho", median(serviceTimes) / median(echoTimes), "times");
 }
 
-/// In turns of a few requests, so that what else the machine does counts for both.
+/// In turns of a few requests, so that other load of the machine affects both.
 void measureThroughput(const Options& options, Figures& figures) {
     Caller caller(options);
     Crowd crowd(options);

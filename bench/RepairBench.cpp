@@ -24,7 +24,7 @@ void makeCleanLog(DataAccessService& service) {
     (void)service.getAdapter()->executeNonQuery(cleanRows);
 }
 
-/// Which calls have to be split: none.
+/// Finds the calls that must be split: none.
 std::string checkLog(DataAccessService& service, const std::string&) {
     std::map<std::string, CallLogRow> rows;
     std::vector<std::string> idsToSplit;

@@ -12,7 +12,7 @@
 
 namespace Bench {
 
-/// Medians of one operation in one place.
+/// Medians of one operation on one file system.
 struct Result {
     std::string operation;
     std::string place;
@@ -23,14 +23,14 @@ struct Result {
     double ratio() const { return serviceMicroseconds / floorMicroseconds; }
 };
 
-/// Prints an aligned line for each result as soon as it is there, and keeps all of them.
+/// Prints an aligned line for each result as soon as it is known, and stores all results.
 class Report : public benchmark::BenchmarkReporter {
 public:
     /// @p output takes the lines; not owned.
     explicit Report(Output& output) : m_output(output) {}
 
     bool ReportContext(const Context& context) override;
-    /// Prints what was added since the last time, or why there is nothing.
+    /// Prints what was added since the last call, or why there is no result.
     void ReportRuns(const std::vector<Run>& runs) override;
 
     /// The result of the present run; a later one of the same run replaces it.

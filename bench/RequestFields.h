@@ -7,9 +7,9 @@
 
 namespace Bench {
 
-/// What a program written by hand takes from a request: its schema, and the elements that hold no
-/// others, in their order. It reads by expat, as the service does: the entities and the encoding of
-/// XML are part of what any answer needs.
+/// The parts of a request that a hand-written program needs: its schema, and the elements without
+/// child elements, in order. It is parsed by expat, as in the service, because any program must
+/// handle XML's entities and encoding.
 struct RequestFields {
     static RequestFields of(const std::string& request);
 
@@ -17,7 +17,8 @@ struct RequestFields {
     const std::string& value(const char* name) const;
 
     std::string schema;
-    std::vector<std::pair<std::string, std::string>> leaves;  ///< name and text; no reason
+    std::vector<std::pair<std::string, std::string>> leaves;  ///< name and content, without the
+                                                              ///< reason
 };
 
 /// @p text as a value in SQL.

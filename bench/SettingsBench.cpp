@@ -1,5 +1,5 @@
-// Settings: a schema of 100 items of one user, all of them known to the service's cache. And the
-// check that a start makes of the telephone's own.
+// Settings: a schema with 100 items of one user, all of them in the service's cache. And the check
+// of the telephone's own settings at a start.
 
 #include <map>
 
@@ -21,7 +21,7 @@ std::string itemName(int item) {
     return "Item" + std::to_string(item);
 }
 
-/// Another value in each round, and of the same length.
+/// A different value of the same length in each round.
 std::string valueOf(int item, int round) {
     return std::to_string(1000000 + round) + "-" + std::to_string(item);
 }
@@ -110,8 +110,8 @@ std::string deviceSchema(int number) {
     return "Device" + std::to_string(number);
 }
 
-/// A quarter of the settings are device items, all of them as they should be. The list of device
-/// items stays for the rest of the program: no other operation has settings of these schemas.
+/// A quarter of the settings are correct device items. The list of device items stays for the rest
+/// of the program, because no other operation uses these schemas.
 void makeDeviceItems(DataAccessService& service) {
     std::map<std::string, GenConfigDeviceDataItems::SchemaItem> items;
     for (int item = 0; item < deviceSchemas * deviceItemsOfSchema; ++item) {
@@ -129,7 +129,7 @@ void makeDeviceItems(DataAccessService& service) {
     (void)adapter.executeNonQuery("END;");
 }
 
-/// One read for each schema, and nothing else: a start over settings that are right writes nothing.
+/// Only one read for each schema: if the settings are correct, a start writes nothing.
 Texts readsOfDeviceItems() {
     std::map<std::string, std::string> reads;
     for (int schema_ = 0; schema_ < deviceSchemas; ++schema_) {

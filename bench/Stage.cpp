@@ -29,11 +29,13 @@ std::string difference(const Texts& service, const Texts& floor) {
     return {};
 }
 
-/// What was run, and what failed: the service keeps what the floor prepares each time.
+/// The statements that ran and the failures, without the prepares: the service caches statements
+/// that the floor prepares each time.
 Texts withoutPrepares(Texts record) {
     const auto isPrepare = [](const std::string& line) { return line.rfind("prepare ", 0) == 0; };
     record.erase(std::remove_if(record.begin(), record.end(), isPrepare), record.end());
-    // The service prepares what fails a second time, with its values, for the text of the failure.
+    // After a failure the service prepares the statement a second time, with its values, for the
+    // error message.
     const auto isSameError = [](const std::string& a, const std::string& b) {
         return a == b && a.rfind("error ", 0) == 0;
     };
@@ -49,7 +51,7 @@ Stage::Stage(const Operation& operation, const std::filesystem::path& place)
     m_service->init(m_context);
     m_serviceHandle = StatementRecord::lastOpened();
     m_operation.prepare(*m_service);
-    // Between requests no transaction is open: the file is whole.
+    // Between requests no transaction is open, so the file is complete.
     const std::filesystem::path copy = m_place.folder() / "floor" / "phone.db";
     std::filesystem::create_directory(copy.parent_path());
     std::filesystem::copy(m_place.database(), copy);

@@ -12,46 +12,49 @@
 
 namespace Bench {
 
-/// Microseconds of one round.
+/// Microseconds of one round, for both sides.
 struct Pair {
     double service = 0;
     double floor = 0;
 };
 
-/// What a round costs, counted.
+/// Counted costs of one round, for both sides.
 struct CountedPair {
     Counts service;
     Counts floor;
-    long long rowBytes = 0;     ///< rows read or written: 32 bytes a cell and its long text
+    long long rowBytes = 0;     ///< size of rows read or written: 32 bytes for each cell, plus long
+                                ///< strings
     long long answerBytes = 0;  ///< the service's answer
 };
 
 /**
- * One operation in one place: the service on its database and the floor on a copy of it, in a new
- * folder that goes with the stage. DB_PATH and DAS_ROOT name that folder as long as it is the last
- * stage that was made; there is one at a time.
+ * One operation on one file system: the service on its database and the floor on a copy of it, in a
+ * new folder that is removed with the stage. DB_PATH and DAS_ROOT name the folder of the stage that
+ * was created last; there is only one at a time.
  */
 class Stage {
 public:
-    /// Makes the folder below @p place and the data of @p operation, which must outlive the stage.
+    /// Creates the folder below @p place and the data of @p operation, which must outlive the
+    /// stage.
     Stage(const Operation& operation, const std::filesystem::path& place);
     ~Stage();
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
 
-    /// Runs one round with records. What differs between service and floor; empty when nothing.
+    /// Runs one round and records the statements. Returns the difference between service and floor;
+    /// empty if they agree.
     std::string compare();
 
     /// What the service does in a round, as StatementRecord shows it.
     std::vector<std::string> recordService();
 
-    /// Runs one round: both sides one after the other, each first in every second round.
+    /// Runs one round of both sides. They take turns in running first.
     Pair measure();
 
     /// Runs a round to warm up, and counts another one.
     CountedPair count();
 
-    /// Why measure() and count() give no numbers any more; empty while they do.
+    /// Why measure() and count() can't return numbers any more; empty if they can.
     const std::string& failure() const { return m_failure; }
 
 private:

@@ -1,5 +1,5 @@
-// das_start_bench: what a start of the service costs, from the start of das to its first answer,
-// against a program that runs nothing but the SQL statements of that start.
+// das_start_bench: the cost of a start, from the start of das to its first answer, compared with a
+// program that only runs the SQL statements of that start.
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -35,7 +35,7 @@ using namespace Bench;
 namespace {
 
 const char* const Question = "getCurrentUser\n";
-/// A second floor, which stays the same when a start runs other statements: each row is read once.
+/// A second floor that does not depend on the statements of a start: it reads each row once.
 const std::vector<std::string> ReadsOfAll = {
     "SELECT COUNT(DISTINCT Office), SUM(LENGTH(SpeedDialID)) FROM PHONE_BOOK;",
     "SELECT COUNT(DISTINCT Number0), SUM(LENGTH(GroupNumber9)) FROM CALL_LOG;"};
@@ -59,12 +59,12 @@ const char* const SchemasOfAllTables[] = {"AbbreviatedDialling",
                                           "SRTPEncryptionSettings",
                                           "StartApplicationFixedKeys"};
 
-/// A database to start over.
+/// A database for a start.
 struct Case {
     const char* name;
-    int contacts;  ///< below zero: there is no database yet
+    int contacts;  ///< negative: there is no database yet
     int calls;
-    /// Which statements of the start count as the floor.
+    /// Selects the statements of the start that the floor runs.
     bool (*counts)(const std::string& sql);
 };
 
@@ -86,7 +86,7 @@ const Case Cases[] = {{"Start/First", -1, 0, isCreateOrInsert},
                       {"Start/Over10000Contacts", 10000, 100, isAny},
                       {"Start/Over10000Calls", 0, 10000, isAny}};
 
-/// Makes all tables and the rows of the case. Leaves the database as a start left it.
+/// Creates all tables and the rows of the case, and leaves the database as after a start.
 void makeDatabase(const Case& each, const Place& place) {
     TestContext context;
     {
@@ -120,7 +120,7 @@ void makeDatabase(const Case& each, const Place& place) {
     service.init(context);
 }
 
-/// Runs a start in this process and writes down the statements of the floor.
+/// Runs a start in this process and writes the statements for the floor to a file.
 void recordStatements(const Case& each, const Place& place) {
     TestContext context;
     DataAccessService service;
@@ -129,7 +129,7 @@ void recordStatements(const Case& each, const Place& place) {
     for (const std::string& line : lines) {
         const std::string start = "run ";
         const bool isRun = line.rfind(start, 0) == 0;
-        // What SQLite runs within another statement is traced as a comment.
+        // A statement that SQLite runs inside another one is traced as a comment.
         if (isRun && line.compare(start.size(), 2, "--") != 0 &&
             each.counts(line.substr(start.size()))) {
             file << line.substr(start.size()) << '\0';
@@ -141,14 +141,15 @@ void recordStatements(const Case& each, const Place& place) {
 /// Microseconds of a program.
 struct Times {
     double all;         ///< until it has written its answer and has ended
-    double processors;  ///< of its threads alone: what else the machine does counts little
+    double processors;  ///< processor time of its threads, which other load of the machine changes
+                        ///< little
 };
 
 double microseconds(const timeval& time) {
     return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
 }
 
-/// Runs a program that gets the question.
+/// Runs a program with the request on its standard input.
 Times run(const std::vector<std::string>& command, const Place& place) {
     const Descriptor question(open(place.path("question").c_str(), O_RDONLY | O_CLOEXEC));
     const Descriptor output(openOutput(place.path("answer")));

@@ -7,7 +7,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 sqlite3* newest = nullptr;
-Lines* current = nullptr;  ///< where errors go; null outside of a record
+Lines* current = nullptr;  ///< receives errors; null outside of a recording
 bool nextIsRecorded = false;
 
 void onError(void*, int, const char* text) {
@@ -18,7 +18,7 @@ void onError(void*, int, const char* text) {
 }
 
 int onRun(unsigned, void* lines, void* statement, void* text) {
-    // With its values: the service binds them where the floor writes them into the text.
+    // With the values, because the service binds values that the floor writes into the SQL.
     auto* const prepared = static_cast<sqlite3_stmt*>(statement);
     char* const whole =
         sqlite3_bind_parameter_count(prepared) > 0 ? sqlite3_expanded_sql(prepared) : nullptr;

@@ -25,7 +25,7 @@ std::vector<Tags> stimulusTags() {
     return tagsOf(names);
 }
 
-/// Makes the table and its 362 rows in one transaction, as the first request does.
+/// Creates the table and its 362 rows in one transaction, as the first request does.
 Texts firstRequestStatements() {
     const StimulusKeySettingsDAO keys;
     std::string create = "CREATE TABLE STIMULUS_KEY_SETTINGS (";

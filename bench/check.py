@@ -19,9 +19,9 @@ from pathlib import Path
 
 LIMITS = Path(__file__).resolve().with_name("limits.json")
 SLACK = 1.2
-# Their rounds take seconds under callgrind, and show nothing that the smaller ones do not.
+# Their rounds take seconds under callgrind, and show nothing more than the smaller ones.
 TOO_LONG_TO_COUNT = "^(?!.*(10000|1000x139|CopyAll|Write1000|Import1000))"
-# Below this, what a request takes besides its rows counts for more than they do.
+# Below this, the fixed memory of a request is larger than that of its rows.
 LEAST_ROW_BYTES = 64 * 1024
 
 
@@ -39,7 +39,8 @@ def results_of(programs, folder, name, *options):
 
 
 def measured(limits, programs, folder):
-    """By the kinds of limits: rows of operations with microseconds, and figures with values."""
+    """The results by kind of limit: rows of operations with microseconds, and figures with values.
+    """
     operations = "|".join(limit["operation"] for limit in limits["pipe"])
     starts = results_of(programs, folder, "das_start_bench", "--rounds", 15)
     return {"pairs": results_of(programs, folder, "das_bench", "--quick") + starts,
@@ -49,7 +50,7 @@ def measured(limits, programs, folder):
 
 
 def counted(programs, folder):
-    """Of each operation: allocations, bytes and syncs of service and floor."""
+    """For each operation: allocations, bytes and syncs of service and floor."""
     file = folder / "counts.json"
     run(programs / "das_bench", "--counts", "--disk", "", "--json", file)
     return {row["operation"]: row for row in json.loads(file.read_text())}
@@ -68,7 +69,7 @@ def add_instructions(counts, programs, folder):
 
 
 def to_limits(row):
-    """What limits.json says of the counts of an operation."""
+    """Checks the counts of an operation against limits.json."""
     service, floor = row["service"], row["floor"]
     limits = {"allocations": service["allocations"], "syncs": service["syncs"]}
     if "instructions" in floor:
@@ -77,7 +78,7 @@ def to_limits(row):
 
 
 def memory_of(row):
-    """The most memory of a request, in parts of its rows, one answer aside."""
+    """The maximum memory of a request without its answer, relative to the size of its rows."""
     return (row["service"]["peak_bytes"] - row["answer_bytes"]) / row["row_bytes"]
 
 
@@ -127,7 +128,7 @@ class Check:
                          limit[row["place"]])
 
     def pipe(self, rows):
-        """The smallest times of das and of the program written by hand, over the same pipe."""
+        """The smallest times of das and of the hand-written program, over the same pipe."""
         for limit in self.limits["pipe"]:
             found = [row for row in rows if re.search(limit["operation"], row["operation"])]
             self.require(found, limit["operation"])
@@ -136,7 +137,8 @@ class Check:
                              limit[row["place"]], 1)
 
     def starts(self, rows):
-        """The smallest processor times of a start, in parts of a program that reads each row once."""
+        """The smallest processor times of a start, relative to a program that reads each row once.
+        """
         for operation, limit in self.limits["starts"].items():
             found = [row for row in rows if row["operation"] == operation]
             self.require(found, operation)

@@ -1,4 +1,4 @@
-// das_bench: what a request costs, against the bare SQLite calls that it can't do without.
+// das_bench: the cost of a request, compared with the plain SQLite calls that it needs in any case.
 
 #include <linux/magic.h>
 #include <sys/vfs.h>
@@ -47,8 +47,8 @@ struct Options {
     bool statements = false;
 };
 
-/// One operation in one place. The library runs it several times with more and more rounds, all on
-/// the same stage.
+/// One operation on one file system. The benchmark library runs it several times with more and more
+/// rounds, all on the same stage.
 class Measurement {
 public:
     Measurement(const Operation& operation, const FileSystem& place, Report& report)
@@ -80,13 +80,13 @@ private:
         if (s_owner == this) {
             return;
         }
-        s_stage.reset();  // the environment names one stage at a time
+        s_stage.reset();  // the environment can name only one stage at a time
         s_owner = this;
         s_stage = std::make_unique<Stage>(m_operation, m_place.folder);
         m_failure = s_stage->compare();
     }
 
-    // Not owned. A stage holds a database: only the one in use is there.
+    // Not owned. A stage has a database, so only the one in use exists.
     inline static const Measurement* s_owner = nullptr;
     inline static std::unique_ptr<Stage> s_stage;
 
@@ -101,7 +101,7 @@ bool isMemoryFileSystem(const std::filesystem::path& folder) {
     return ::statfs(folder.c_str(), &status) == 0 && status.f_type == TMPFS_MAGIC;
 }
 
-/// The places that are there, a memory file system last. Complains of what is not as it should be.
+/// The available file systems, a memory file system last. Reports unsuitable ones.
 std::vector<FileSystem> places(const Options& options) {
     std::vector<FileSystem> all;
     for (const FileSystem& place : {FileSystem{"disk", options.diskFolder, true},
@@ -143,7 +143,7 @@ bool measureAll(const Options& options, const std::vector<FileSystem>& all, Outp
     return report.isGood() && (options.jsonFile.empty() || report.writeJson(options.jsonFile));
 }
 
-/// Visits the operations that match, each on a stage of its own.
+/// Visits the operations that match the filter, each on a stage of its own.
 template <typename Visit>
 bool forEachOperation(const Options& options, const FileSystem& place, Visit visit) {
     const std::regex filter(options.filter);

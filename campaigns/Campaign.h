@@ -8,8 +8,8 @@
 #include <vector>
 
 /**
- * What the programs of the campaigns have in common: their options, their figures and their
- * findings. Any thread may report figures and findings.
+ * The common part of the campaigns' programs: options, figures and findings. Any thread may report
+ * figures and findings.
  */
 class Campaign {
 public:
@@ -20,23 +20,24 @@ public:
     Campaign(std::string name, const std::string& meaning, long rounds, int argc, char** argv);
 
     long rounds() const { return m_rounds; }
-    /// What all random numbers of the run follow from; the clock's when the command line names
+    /// The seed of all random numbers of the run; taken from the clock if the command line has
     /// none.
     std::uint32_t seed() const { return m_seed; }
-    /// Whether the scenario @p name is to run: the command line may ask for some alone.
+    /// Whether the scenario @p name should run: the command line may select some.
     bool takes(const std::string& name) const { return name.find(m_only) != std::string::npos; }
 
-    /// A number for the table, in the order of the calls. A second value of a name replaces the first.
+    /// Adds a number to the table, in the order of the calls. A second value with the same name
+    /// replaces the first.
     void figure(const std::string& name, const std::string& value);
     void figure(const std::string& name, long long value) { figure(name, std::to_string(value)); }
 
-    /// Something that must not be, with what is needed to see it again. Written at once.
+    /// Reports a forbidden result, with what is needed to reproduce it. It is written at once.
     void found(const std::string& what);
     /// Reports @p what as a finding unless @p holds. Returns @p holds.
     bool check(bool holds, const std::string& what);
     long long findings() const;
 
-    /// Prints the figures, a line each, and returns the exit status: 1 when anything was found.
+    /// Prints the figures, a line each, and returns the exit status: 1 if there was a finding.
     int end();
 
 private:

@@ -14,7 +14,7 @@ namespace {
 using FaultFiles::Fault;
 using SqliteVfs::Kind;
 
-/// What an I/O error of each kind of operation is called, in the order of the kinds.
+/// The code of an I/O error for each kind of operation, in the order of the kinds.
 const int IoErrors[] = {
     SQLITE_IOERR_READ,  SQLITE_IOERR_WRITE, SQLITE_IOERR_TRUNCATE, SQLITE_IOERR_FSYNC,
     SQLITE_IOERR_FSTAT, SQLITE_IOERR_LOCK,  SQLITE_IOERR_UNLOCK,   SQLITE_IOERR_CHECKRESERVEDLOCK,
@@ -44,7 +44,7 @@ public:
     long counted = 0;
 
 private:
-    /// With what the fault answers an operation of that kind; SQLITE_OK when it does not hit any.
+    /// The result of the fault for an operation of that kind; SQLITE_OK if it does not affect it.
     int codeOf(Kind kind) const {
         switch (fault) {
             case Fault::IoError:
@@ -61,8 +61,8 @@ Refuser refuser;
 
 }  // namespace
 
-/// Stands in for the C library's: data files are written by it, and SQLite's by other calls. A
-/// refused write leaves half of its bytes, as a disk that becomes full does.
+/// Replaces the C library's function, which writes data files; SQLite uses other functions. A
+/// refused write stores half of its bytes, like a disk that becomes full.
 extern "C" ssize_t write(int descriptor, const void* data, size_t size) {
     struct stat status {};
     const bool isRefused = refuser.isArmed && refuser.fault == Fault::Full &&

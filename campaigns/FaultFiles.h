@@ -4,22 +4,23 @@
 /// Refuses operations of SQLite on files, and writes to data files. Use it from one thread.
 namespace FaultFiles {
 
-/// What is refused, and with which words.
+/// Which operations are refused, and with which result.
 enum class Fault {
     IoError,    ///< any operation on a file or a name, with the code of its kind
     Full,       ///< a write: the disk is full
     CannotOpen  ///< the opening of a file
 };
 
-/// From here on each new connection may be refused something. False when SQLite does not take it.
+/// Installs the layer: operations of each new connection can be refused from now on. False if
+/// SQLite refuses the layer.
 [[nodiscard]] bool install();
 
-/// From now on counts the operations that @p fault can hit, and refuses the @p place-th, the first
-/// being 1. With @p forever it refuses those after it too. Place 0 refuses none.
+/// From now on counts the operations that @p fault applies to, and refuses number @p place, from 1
+/// on. With @p forever it refuses all later ones too. Place 0 refuses none.
 void arm(Fault fault, long place, bool forever);
 /// How many operations have been counted since arm().
 long counted();
-/// Refuses nothing any more.
+/// Stops refusing operations.
 void disarm();
 
 }  // namespace FaultFiles

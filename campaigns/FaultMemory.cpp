@@ -21,10 +21,10 @@ struct State {
     long place;
     bool forever;
     long counted;
-    int within;  ///< how many of the functions below run: their own calls of malloc do not count
+    int within;  ///< depth of nested functions below, whose own calls of malloc do not count
 };
 
-// Plain data of the thread, so that it can be reached while the program is being loaded.
+// A thread-local without a constructor, so that it works even while the program is being loaded.
 thread_local State state{false, Owner::Code, 0, false, 0, 0};
 std::atomic<long> codeBlocks{0};
 std::atomic<long> sqliteBlocks{0};
@@ -38,14 +38,14 @@ bool isHit(Owner owner) {
 }
 
 #ifdef DAS_OWN_MALLOC
-/// What malloc gives when it has nothing: by the number callers know why they failed.
+/// The result of a refused malloc; errno shows callers why it failed.
 void* refused() {
     errno = ENOMEM;
     return nullptr;
 }
 #endif
 
-/// Marks what malloc is asked for within an allocation that has been counted.
+/// Marks calls of malloc inside an allocation that was already counted.
 class Door {
 public:
     Door() { ++state.within; }
@@ -83,7 +83,7 @@ void deleteBlock(void* block) noexcept {
     }
 }
 
-// SQLite asks for the size of a block, so each has it in front.
+// SQLite asks for the size of a block, so each block stores it at its front.
 constexpr std::size_t Head = 16;
 
 void* sqliteMalloc(int size) {
@@ -139,7 +139,7 @@ void FaultMemory::install() {
     static sqlite3_mem_methods methods = {sqliteMalloc,  sqliteFree,  sqliteRealloc, sqliteSize,
                                           sqliteRoundUp, sqliteStart, sqliteStop,    nullptr};
     sqlite3_config(SQLITE_CONFIG_MALLOC, &methods);
-    // Lookaside would serve most of what a connection asks for out of one block.
+    // Lookaside memory would serve most allocations of a connection without calling the allocator.
     sqlite3_config(SQLITE_CONFIG_LOOKASIDE, 0, 0);
 }
 
@@ -167,7 +167,7 @@ long FaultMemory::blocksOfSqlite() {
     return sqliteBlocks;
 }
 
-// ---- In place of the library's own. Those for arrays stay: they call these.
+// ---- Replacements of the library's own functions. Those for arrays call these.
 
 void* operator new(std::size_t size) {
     return newBlockOrThrow(size);
@@ -198,7 +198,7 @@ void operator delete(void* block, const std::nothrow_t&) noexcept {
 
 extern "C" {
 
-// The C library keeps its own under these names for who stands in for them.
+// The C library also has its own functions under these names, for programs that replace them.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);

@@ -2,30 +2,30 @@
 #define FAULTMEMORY_H
 
 /**
- * Refuses memory to the program that this is linked into, by owner: it stands in place of operator
- * new, of SQLite's allocator, and of malloc. Only the thread that armed it is refused.
+ * Refuses memory to the program that links this, separately for each owner: it replaces operator
+ * new, SQLite's allocator, and malloc. Memory is refused only to the thread that called arm().
  */
 namespace FaultMemory {
 
-/// Who asks for memory.
+/// Who allocates memory.
 enum class Owner {
     Code,    ///< operator new; a refusal is std::bad_alloc
     Sqlite,  ///< SQLite
     Library  ///< malloc itself: the XML parser, streams, folders. Not in sanitizer builds.
 };
 
-/// Makes SQLite allocate here. Before SQLite is used for the first time.
+/// Makes SQLite allocate here. Call it before SQLite is used for the first time.
 void install();
 
-/// From now on counts the allocations of @p owner by this thread, and refuses the @p place-th, the
-/// first being 1. With @p forever it refuses the following ones too. Place 0 refuses none.
+/// From now on counts the allocations of @p owner by this thread, and refuses number @p place, from
+/// 1 on. With @p forever it refuses all later ones too. Place 0 refuses none.
 void arm(Owner owner, long place, bool forever);
 /// How many allocations have been counted since arm().
 long counted();
-/// Refuses nothing any more.
+/// Stops refusing memory.
 void disarm();
 
-/// Blocks of operator new, and of SQLite, that have not been freed, of all threads.
+/// How many blocks of operator new, and of SQLite, are not freed, in all threads.
 long blocksOfCode();
 long blocksOfSqlite();
 

@@ -12,32 +12,33 @@
 /// Which operations of a scenario are refused, and how.
 namespace FaultRunner {
 
-/// A way to refuse something.
+/// A kind of refusal.
 struct Family {
     const char* name;
     bool isMemory;
     FaultFiles::Fault fault;
     FaultMemory::Owner owner;
 
-    /// Refuses the operation @p place from now on, 0 for none; @p forever the following ones too.
+    /// Refuses the operation number @p place from now on, 0 for none; with @p forever all later
+    /// ones too.
     void arm(long place, bool forever) const;
-    /// Refuses nothing any more. How many operations there were since arm().
+    /// Stops refusing. Returns how many operations there were since arm().
     [[nodiscard]] long disarm() const;
 };
 
 extern const std::vector<Family> Families;
 
-/// The places of one family in one scenario, for one of the two modes.
+/// The operations that one family has in one scenario, for one of the two modes.
 struct Places {
     std::size_t family;
     bool forever;
-    long operations;  ///< without a fault
-    long count = 0;   ///< how many are to be tried
+    long operations;  ///< in a run without a fault
+    long count = 0;   ///< how many of them will be tried
     std::vector<long> chosen{};
 };
 
-/// One place that DAS_FAULT="SCENARIO;FAMILY;PLACE;once|ever" of the environment names, in place of
-/// all others.
+/// The single place that DAS_FAULT="SCENARIO;FAMILY;PLACE;once|ever" of the environment names; all
+/// others are then left out.
 struct OnePlace {
     std::string scenario;
     std::string family;
@@ -49,11 +50,11 @@ struct OnePlace {
     void choose(std::vector<Places>& all) const;
 };
 
-/// Gives each of the groups that @p isMemory names a number of places, together @p budget of them
-/// unless there are fewer. No group gets more than another unless that has no more.
+/// Divides @p budget places among the groups that @p isMemory selects. Each group gets the same
+/// number, unless it has fewer places.
 void share(std::vector<Places>& all, bool isMemory, long budget, std::mt19937& random);
 
-/// Chooses one place in each stretch of equal length.
+/// Chooses one place at random in each section of equal length.
 void choose(Places& places, std::mt19937& random);
 
 }  // namespace FaultRunner

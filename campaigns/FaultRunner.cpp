@@ -42,7 +42,7 @@ void Runner::prepare() {
     m_expected.before = m_scene.contents();
 }
 
-/// The file stays the same one: the service has it open.
+/// The file must remain the same file, because the service has it open.
 void Runner::begin() {
     const std::string path = m_scene.database();
     fs::remove(path + "-journal");
@@ -79,7 +79,7 @@ Outcome Runner::perform() {
     return outcome;
 }
 
-/// A start, and a request to each table: the first one fills it.
+/// A start, and a request to each table, because the first request fills a table.
 void Runner::restart() {
     m_scene.start();
     for (const std::string& schema : allSchemas()) {
@@ -193,10 +193,10 @@ void Runner::judgeContents(const Answer& answer, const Sink& out) const {
     }
 }
 
-/// Whether the service goes on as if nothing had been.
+/// Checks that the service works as if there had been no fault.
 void Runner::judgeAfterwards(const Sink& out) {
     if (m_scenario.isDestructive) {
-        m_scene.start();  // after a reset a service refuses until it is started anew
+        m_scene.start();  // after a reset, a service refuses requests until it is restarted
     }
     const std::string wrong = probe(m_scene);
     if (!wrong.empty()) {
@@ -212,7 +212,8 @@ void Runner::judgeAfterwards(const Sink& out) {
     }
 }
 
-/// A start that met a fault answers, and the next start ends where one without a fault does.
+/// Even a start with a fault must answer, and the next start must have the same result as one
+/// without a fault.
 void Runner::judgeStart(const Sink& out) {
     if (m_scene.hasService()) {
         const Answer answer(m_scene.call(message("FeatureKeys", "read_request")));
@@ -286,7 +287,7 @@ void Runner::learn(const Sink& out) {
     }
 }
 
-/// How many blocks one more go keeps, of the code and of SQLite.
+/// How many blocks of the code, and of SQLite, one more run keeps.
 std::pair<long, long> Runner::keptBy(const std::function<void()>& work) {
     const long code = FaultMemory::blocksOfCode();
     const long sqlite = FaultMemory::blocksOfSqlite();
@@ -310,7 +311,8 @@ void Runner::whole(const Family& family, long place, bool forever, const Sink& u
     if (place == 0) {
         up("B " + std::to_string(code) + " " + std::to_string(sqlite));
     } else if (code > m_codeBlocks || sqlite > m_sqliteBlocks) {
-        // What is made on first use stays for good, also that of a failure: twice is a leak.
+        // Objects made at the first use stay allocated, even those for a failure. Only if a second
+        // run allocates more, it is a leak.
         const auto again = keptBy(work([](const std::string&) {}));
         if (again.first > 0 || again.second > 0) {
             up("F leaks " + std::to_string(again.first) + " blocks of the code, " +

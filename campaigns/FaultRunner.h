@@ -18,14 +18,14 @@ using FaultScenarios::Rule;
 using FaultScenarios::Scenario;
 using Sink = std::function<void(const std::string&)>;
 
-/// How many places are still to be tried, and in how many scenarios.
+/// How many places are left to try, and in how many scenarios.
 struct Budget {
     long files;
     long memory;
     long scenarios;
 };
 
-/// What was answered, without the parts that the judgement does not need.
+/// The answer, without the parts that are not judged.
 struct Answer {
     Answer() = default;
     explicit Answer(const Outcome& outcome)
@@ -48,7 +48,7 @@ struct Answer {
     std::string reason;
 };
 
-/// What a scenario leads to without a fault.
+/// The results of a scenario without a fault.
 struct Expected {
     Contents before;
     Contents after;
@@ -58,27 +58,27 @@ struct Expected {
 
 class Runner {
 public:
-    /// @p filled is the database that a request begins with.
+    /// @p filled is the database with which a request begins.
     Runner(const Scenario& scenario, fs::path filled)
         : m_scenario(scenario), m_filled(std::move(filled)) {}
 
-    /// Tries its part of the places and reports findings, "F TEXT", and figures, "+ NAME".
+    /// Tries its part of the places. Reports findings as "F TEXT" and figures as "+ NAME".
     void run(const Budget& budget, std::uint32_t seed, const Sink& out);
 
 private:
     /// How many operations each family has here.
     std::vector<Places> count(const Sink& out);
     void tryPlaces(const Places& places, const Sink& out);
-    /// Makes what the scenario begins with.
+    /// Creates the initial state of the scenario.
     void prepare();
-    /// Takes the scene back to it, in a process that tries one place.
+    /// Restores that state, in a process that tries one place.
     void begin();
-    /// The scenario itself, which stands between arm and disarm.
+    /// Runs the scenario itself, between arm and disarm.
     Outcome perform();
     void restart();
-    /// Finds out what happens without a fault.
+    /// Finds out the results without a fault.
     void learn(const Sink& out);
-    /// One place with all that follows.
+    /// Tries one place, including all checks.
     void whole(const Family& family, long place, bool forever, const Sink& up);
     std::pair<long, long> keptBy(const std::function<void()>& work);
     void attempt(const Family& family, long place, bool forever, const Sink& out);
@@ -94,9 +94,9 @@ private:
     const Scenario& m_scenario;
     Scene m_scene;
     const fs::path m_filled;
-    std::string m_database;  ///< the bytes of the file that the scenario begins with
+    std::string m_database;  ///< bytes of the initial database file
     Expected m_expected;
-    long m_codeBlocks = 0;  ///< what stays for good without a fault
+    long m_codeBlocks = 0;  ///< blocks that stay allocated without a fault
     long m_sqliteBlocks = 0;
 };
 

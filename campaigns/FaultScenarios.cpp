@@ -21,7 +21,7 @@ Scenario request(const std::string& schema, const std::string& reason, Rule rule
             Calls::request(message(schema, reason, body)), rule};
 }
 
-/// More than SQLite's cache holds: pages go to the file before the end of the transaction.
+/// More than SQLite's cache can hold, so pages are written to the file before the transaction ends.
 Scenario longBatch() {
     const std::string street = element("Address", std::string(20000, 'x'));
     std::string entries;
@@ -182,7 +182,7 @@ std::vector<Scenario> startScenarios() {
         return Scenario{"start: " + name, Method(), Rule::Open, {}, true, statements, {}};
     };
     std::vector<Scenario> all = {start("nothing", ""), start("oldest", oldestDatabase(30))};
-    // Sorted, so that a seed gives the same run everywhere.
+    // Sorted, so that the same seed has the same run everywhere.
     std::set<fs::path> texts;
     for (const auto& file : fs::directory_iterator(DAS_DATABASES_DIR)) {
         texts.insert(file.path().stem());

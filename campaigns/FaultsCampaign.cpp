@@ -1,6 +1,6 @@
-// Faults at the n-th operation on files and at the n-th allocation, once and for ever, under each
-// kind of request, remote method and start. Each place is tried in a process of its own, which is a
-// copy of one that has everything ready.
+// Faults at the n-th file operation and at the n-th allocation, once and permanently, in each kind
+// of request, remote method and start. Each place is tried in a process of its own, forked from a
+// process that has prepared everything.
 
 #include <execinfo.h>
 #include <unistd.h>
@@ -22,9 +22,9 @@ using namespace SceneRequests;
 
 namespace {
 
-constexpr unsigned WholeRun = 3600;  // seconds that the places of a scenario may take
+constexpr unsigned WholeRun = 3600;  // seconds for all places of a scenario
 
-/// Reports lines of a process to the campaign.
+/// Reports the lines of a process to the campaign.
 class Collector {
 public:
     explicit Collector(Campaign& campaign) : m_campaign(campaign) {}

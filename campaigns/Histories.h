@@ -6,8 +6,8 @@
 
 class Campaign;
 
-/// Sends one random history to a service of its own, up to the first answer that is not the one of
-/// ServiceModel; that is a finding. Calls @p moved after each operation.
+/// Sends one random history of operations to a new service, up to the first answer that differs
+/// from ServiceModel, which is a finding. Calls @p moved after each operation.
 void runHistory(Campaign& campaign, std::uint32_t seed, const std::function<void()>& moved);
 
 #endif

@@ -1,7 +1,6 @@
-// Hostile texts at every place where text enters, with SQLite's authorizer as the judge: nothing is
-// touched but the tables of the schema that was asked, no text holds a second statement, no row
-// changes but the one that was named, no answer shows what belongs to others, and what an honest
-// form carries comes back as it was sent.
+// Hostile values in every input, with SQLite's authorizer as the judge. Only the tables of the
+// requested schema may be touched, no value may add a second statement, only the named row may
+// change, no answer may show data of others, and a valid value must be read back as it was sent.
 
 #include <sqlite3.h>
 
@@ -39,13 +38,13 @@ constexpr const char* PlaceNames[] = {"identifier", "value",   "result column", 
                                       "limit",      "pattern", "context",       "schema name",
                                       "reason",     "element"};
 
-/// A request as it is about to be made.
+/// A request before it is built.
 struct Request {
     const Subject* subject;
     const std::string* reason;
     Where where;
     const std::string* text;
-    bool isRaw;  ///< the text stands unescaped, markup and all
+    bool isRaw;  ///< the text is not escaped, so its markup counts
 };
 
 bool isAnyOf(const std::string& text, std::initializer_list<const char*> list) {
@@ -60,7 +59,7 @@ bool isList(const Subject& subject) {
     return isAnyOf(subject.table, {"PHONE_BOOK", "CALL_LOG", "CONVERSATIONS", "CallGroup"});
 }
 
-/// Whether a place exists in requests of @p reason to @p subject.
+/// Whether this input exists in requests of @p reason to @p subject.
 bool exists(const Subject& subject, const std::string& reason, Where where) {
     switch (where) {
         case Where::Column:
@@ -71,17 +70,17 @@ bool exists(const Subject& subject, const std::string& reason, Where where) {
         case Where::Pattern:
             return subject.table == "PHONE_BOOK";
         case Where::Key:
-            // The name of an item is an element in these.
+            // In these requests the name of an item is an element.
             return !subject.isSettings() || isAnyOf(reason, {"read_request", "delete_request"});
         case Where::Value:
-            // An element with a text deletes the item that is named like the element.
+            // An element with content deletes the item with the element's name.
             return !subject.isSettings() || reason != "delete_request";
         default:
             return true;
     }
 }
 
-/// The rows of the request: the victim's key and a column, or what stands in their place.
+/// The rows of the request: the victim's key and a column, or the hostile text in their place.
 std::string rowOf(const Request& request, const std::string& text) {
     const Subject& subject = *request.subject;
     const std::string& reason = *request.reason;
@@ -170,7 +169,7 @@ private:
                              answer.compare(answer.size() - end.size(), end.size(), end) == 0 &&
                              answer.find("<ReasonForMessage>") != std::string::npos,
                          "an answer out of form");
-        // Settings of everybody are what is read without a context.
+        // Without a context, a read returns settings of all users.
         const bool isOfAll = *request.reason == "readall_request" ||
                              (request.subject->isSettings() && request.where == Where::User &&
                               request.text->empty());
@@ -180,13 +179,14 @@ private:
         }
     }
 
-    /// The rows as they are now against those from before the request, which are put back.
+    /// Compares the rows with those before the request, and restores them.
     void checkRows(const Request& request, const std::string& answer) {
         if (SqlJudge::changedTables().empty()) {
             return;
         }
         const Subject& subject = *request.subject;
-        // A delete that names nothing deletes all of the user, and so does a text that XML eats.
+        // A delete without names deletes all rows of the user, and so does a text that is empty
+        // after XML parsing.
         const bool isWide = *request.reason == "reset_request" ||
                             (*request.reason == "delete_request" && request.where == Where::Key &&
                              (request.text->empty() || request.isRaw));
@@ -207,11 +207,11 @@ private:
         m_place.restore();
     }
 
-    /// Whether a read of the victim shows the value that was stored.
+    /// Whether a read of the victim returns the stored value.
     bool comesBack(const Request& request) {
         static const std::string reading = "read_request";
         const Subject& subject = *request.subject;
-        // What a conversation names is left out there.
+        // This schema leaves out calls of conversations.
         if (subject.schema == "CallLogAndPhoneBook") {
             return true;
         }
@@ -232,7 +232,7 @@ private:
     long long m_comeBack = 0;
 };
 
-/// Each place of each request of each schema, without the text.
+/// All inputs of all requests to all schemas, without the text.
 std::vector<Request> frames(const std::vector<Subject>& subjects) {
     std::vector<Request> all;
     for (const Subject& subject : subjects) {
@@ -271,7 +271,7 @@ int main(int argc, char** argv) {
     for (long round = 0; round < campaign.rounds() && campaign.findings() < 50; ++round) {
         const auto number = static_cast<std::size_t>(round);
         Request request = walk[number % walk.size()];
-        // Each text meets each place in turn; the seed says where that begins.
+        // Each text is tried in each input in turn; the seed decides where that begins.
         request.text = &texts[(number + number / walk.size() * 17 + random() % 3) % texts.size()];
         request.isRaw = request.where == Where::Element || (isMarkup(*request.text) && number % 2);
         requests.make(request);

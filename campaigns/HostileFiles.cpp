@@ -16,7 +16,7 @@ using Texts = std::vector<std::string>;
 const char* const importPath = "/tmp/hostile.csv";
 const std::string secret = "SECRET";
 const std::string canaryLine = "base,,SECRET,SECRET,1,2,3,,,,,,,,,,,,,\n";
-/// Neither base nor visitor: an import or export for all.
+/// Neither base nor visitor: an import or export for all users.
 constexpr int Everybody = 2;
 
 std::string cellOfFile(const std::string& text) {
@@ -27,7 +27,7 @@ std::string cellOfFile(const std::string& text) {
     return cell;
 }
 
-/// A line of @p subject's table that names the victim, with @p text in the column @p place.
+/// A line for @p subject's table that names the victim, with @p text in the column @p place.
 std::string lineWith(const Subject& subject, const std::string& text, std::size_t place) {
     std::string line;
     for (std::size_t i = 0; i < subject.columns.size(); ++i) {
@@ -60,7 +60,7 @@ std::string fileWith(const Subject& subject, const std::string& text, long round
     }
 }
 
-/// All that stands below @p folder, contents included; links as what they are.
+/// Everything below @p folder, with contents; links are not followed.
 std::string treeOf(const fs::path& folder) {
     Texts lines;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
@@ -83,7 +83,7 @@ bool shows(const DirectoryList& list, const char* name) {
     });
 }
 
-/// Whether XML has a name for a character in @p text: these are undone where a value is read.
+/// Whether @p text contains the name of an XML entity, which is replaced when a value is read.
 bool hasEntity(const std::string& text) {
     const std::size_t sign = text.find('&');
     return sign != std::string::npos && text.find(';', sign) != std::string::npos;
@@ -114,11 +114,11 @@ void HostileFiles::importFile(const Subject& subject, const std::string& content
     SqlJudge::end();
     std::set<std::string> tables = HostilePlace::tablesOf(subject);
     if (subject.table == "CallGroup") {
-        tables.insert("GENERAL_CONFIG");  // whether a visitor is served at all
+        tables.insert("GENERAL_CONFIG");  // it stores whether visitors are served
     }
     m_place.checkActs(m_campaign, tables);
     for (const std::string& table : SqlJudge::changedTables()) {
-        // One user's import takes the place of all that he had.
+        // An import for one user replaces all rows of that user.
         const std::string wrong = category == visitor
                                       ? m_place.changeBeyond(table, "visitor")
                                       : m_place.wrongChange(subject, table, category == base);
@@ -153,7 +153,7 @@ void HostileFiles::passMaps(const Texts& texts, long rounds) {
     }
 }
 
-/// One map through all of the methods that take one.
+/// Passes one map to all methods that have a map as a parameter.
 void HostileFiles::passMap(const std::string& key, const std::string& value) {
     const long long before = m_campaign.findings();
     std::map<std::string, std::string> unread;
@@ -171,7 +171,7 @@ void HostileFiles::passMap(const std::string& key, const std::string& value) {
     SqlJudge::end();
     m_place.checkActs(m_campaign, {"GENERAL_CONFIG", "FEATURE_KEYS"});
     for (const std::string& table : SqlJudge::changedTables()) {
-        // The change to base takes the visitor's password, and the campaign has stored none.
+        // The change to base deletes the visitor's password, but the campaign has stored none.
         const std::string wrong = m_place.changeBeyond(table, "no user");
         m_campaign.check(wrong.empty(), wrong);
     }

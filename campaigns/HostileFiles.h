@@ -8,7 +8,7 @@
 #include "Campaign.h"
 #include "HostilePlace.h"
 
-/// Hostile texts where they enter by files, by maps of the remote methods, and as paths.
+/// Hostile texts in files, in maps of the remote methods, and as paths.
 class HostileFiles {
 public:
     HostileFiles(Campaign& campaign, HostilePlace& place) : m_campaign(campaign), m_place(place) {}
@@ -19,7 +19,7 @@ public:
     void walkPaths();
 
     long long imports() const { return m_imports; }
-    /// Those that changed rows.
+    /// Imports that changed rows.
     long long takenImports() const { return m_takenImports; }
     long long maps() const { return m_maps; }
     long long paths() const { return m_paths; }

@@ -13,8 +13,8 @@ namespace {
 
 const std::string canaryStart = "CANARY-";
 
-/// What may be done besides the work on tables. Making a table that is there is tried by some, and
-/// SQLite asks before it looks.
+/// What is allowed besides access to tables. Some requests try to create an existing table, and
+/// SQLite calls the authorizer before it checks that.
 bool isHarmless(const SqlJudge::Act& act, const std::set<std::string>& tables) {
     const auto& [action, name] = act;
     static const std::set<std::string> functions = {"count", "upper", "like", "current_timestamp"};
@@ -131,7 +131,7 @@ HostilePlace::HostilePlace(const std::vector<Subject>& subjects) : m_untouched("
     GeneralConfigurationDAO::clearStaticCaches();
 }
 
-/// Makes the table of @p subject by a request, and rows with canaries in it.
+/// Creates the table of @p subject by a request, and inserts rows with canaries.
 void HostilePlace::fill(const Subject& subject) {
     (void)service().processRequest(xml::message(subject.schema, "read_request"));
     if (subject.isSettings()) {

@@ -14,8 +14,8 @@
 #include "testkit/Sql.h"
 
 /**
- * A service whose tables are full of canaries: cells that say whose they are. In each table one
- * row of base, or of the telephone, is the victim that requests name; no other row may change.
+ * A service whose tables are full of canaries: cells that name their owner. In each table one row
+ * of base, or of the telephone, is the victim that requests name; no other row may change.
  */
 class HostilePlace {
 public:
@@ -30,25 +30,27 @@ public:
     /// The tables that a request to @p subject may touch.
     static std::set<std::string> tablesOf(const Subject& subject);
     static const std::string& victimKey(const Subject& subject);
-    /// The element that holds the value of the victim which requests set.
+    /// The element for the victim's value that requests set.
     static std::string valueElement(const Subject& subject);
-    /// @p text as XML carries it between tags and in attributes.
+    /// Escapes @p text for XML content and attributes.
     static std::string asContent(const std::string& text);
 
-    /// Reports as findings what SqlJudge saw beyond @p tables, and texts that are no one statement.
+    /// Reports accesses that SqlJudge saw outside of @p tables, and strings that are not exactly
+    /// one statement.
     void checkActs(Campaign& campaign, const std::set<std::string>& tables) const;
-    /// What changed in @p table and should not; empty when nothing did.
-    /// @param isWide base's rows may all go
+    /// What changed in @p table although it must not; empty if nothing did. @param isWide all rows
+    /// of base may be deleted
     std::string wrongChange(const Subject& subject, const std::string& table, bool isWide);
-    /// What changed in @p table among the rows that are not of @p user; empty when nothing did.
+    /// What changed in @p table in rows of other users than @p user; empty if nothing did.
     std::string changeBeyond(const std::string& table, const std::string& user);
-    /// Whether @p text holds a canary of the visitor, or of a table that is not the subject's.
+    /// Whether @p text contains a canary of the visitor, or of a table that does not belong to the
+    /// subject.
     bool showsOthers(const std::string& text, const Subject& subject) const;
     std::string storedValue(const Subject& subject) const;
-    /// Puts the database back to what it was after the construction.
+    /// Restores the database to its state after the construction.
     void restore();
 
-    /// Rows with their ids, as they are now.
+    /// Rows with their current ids.
     using RowTexts = std::map<long long, std::string>;
     RowTexts rowsOf(const std::string& table) const;
     const RowTexts& pristine(const std::string& table);
@@ -61,7 +63,7 @@ private:
 
     const ScratchPlace m_place;
     Phone m_phone;
-    Sql m_db{nullptr};      ///< the service's own
+    Sql m_db{nullptr};      ///< the service's own connection
     const Sql m_untouched;  ///< a copy in memory
     std::map<std::string, RowTexts> m_pristine;
     std::map<std::string, long long> m_victims;  ///< row ids by table; by schema for settings

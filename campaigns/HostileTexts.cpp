@@ -7,9 +7,9 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Ways out of where a text stands ...
+/// Texts that may end the surrounding literal ...
 const Texts Openings = {"'", "''", "'''", "\"", "`", "]", "x'", "x')", "99991", "99991)", "%'"};
-/// ... and what could follow.
+/// ... and texts that could follow.
 const Texts Payloads = {
     " OR 1=1",
     " OR '1'='1",
@@ -25,7 +25,7 @@ const Texts Payloads = {
     "; PRAGMA writable_schema=1; --",
 };
 
-/// The bytes that a line of the file stands for.
+/// The bytes for an escaped line of the file.
 std::string bytesOf(const std::string& line) {
     static const std::map<char, char> letters = {
         {'n', '\n'}, {'r', '\r'}, {'t', '\t'}, {'\\', '\\'}};
@@ -72,7 +72,7 @@ Texts makeTexts() {
     return texts;
 }
 
-/// The length of the character that begins at @p place; 0 without one that XML can carry.
+/// The length of the character at the position @p place; 0 if XML can't carry it.
 std::size_t characterLength(const std::string& text, std::size_t place) {
     const auto byte = [&](std::size_t i) -> unsigned {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;

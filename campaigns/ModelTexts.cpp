@@ -21,7 +21,8 @@ std::string sortedPieces(const std::string& text, const std::string& start) {
     return std::accumulate(pieces.begin(), pieces.end(), text.substr(0, text.find(start)));
 }
 
-/// Items as "user/name=value;", sorted: neighbours of one user share a context or do not.
+/// Items as "user/name=value;", sorted, because neighbouring items of one user may share a context
+/// or not.
 std::string sortedItems(const std::string& data) {
     Texts lines;
     std::string user;
@@ -68,7 +69,7 @@ std::string canonical(const std::string& text) {
     const std::size_t begin = at + mark.size();
     const std::string data = text.substr(begin, text.rfind("</Schema>") - begin);
     const bool isOfSettings = text.find("Settings\"") != std::string::npos;
-    // Contacts are read in an order of their own, but for the searches.
+    // A read of contacts returns them in any order, but a search has an order.
     const bool isOrdered = text.find("\"PhoneBook\"") != std::string::npos;
     const std::string end = "</Context>";
     std::string shown = data;

@@ -1,5 +1,5 @@
-// Three starts over databases that no release made, each in a process of its own. What they hold of
-// the telephone's owner must be there afterwards, but for what a step is there to change.
+// Three starts with databases that no release created, each start in a process of its own. All data
+// of the telephone's owner must still exist afterwards, except what a step is meant to change.
 
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -33,7 +33,7 @@ constexpr unsigned SecondsUntilHang = 120;
 constexpr std::size_t AtOnce = 2;
 const char* const OneCase = "DAS_ODD_CASE";
 
-/// That the table had no such column.
+/// The condition that the table had no such column.
 std::string lacks(const std::string& column) {
     return "NOT EXISTS (SELECT 1 FROM pragma_table_info('#', 'old') WHERE name = '" + column + "')";
 }
@@ -47,9 +47,9 @@ const std::string DoubledBeforeUsers = DoubledId + ") AND " + lacks("UserContext
 
 const char* const AlikeContact = "EXISTS (SELECT 1 FROM old.# o WHERE o.rowid <> t.rowid@)";
 
-/// What steps are there to change: cells of columns that begin so, in the rows "t" for which the
-/// condition held in the database "old" before the first start. "%" is the column's last character,
-/// "#" the table, "@" that the rows "o" and "t" are alike for the repair of contacts.
+/// What steps are meant to change: cells of columns whose name begins with the first string, in the
+/// rows "t" that met the condition in the database "old". There "%" is the column's last character,
+/// "#" the table, and "@" means that the repair of contacts treats rows "o" and "t" as equal.
 const struct {
     std::string table;
     std::string columns;
@@ -130,11 +130,11 @@ const struct {
      "is cut at a character that is not valid"},
 };
 
-/// What the repair of contacts compares.
+/// The columns that the repair of contacts compares.
 const std::string OfContact[] = {"Surname", "Firstname", "Office", "Office2",
                                  "Mobile",  "Private",   "Picture"};
 
-/// Where rows of a table may move to.
+/// The tables to which rows of a table may move.
 const std::map<std::string, std::string> Moves = {
     {"FEATURE_KEYS", "FIXED_KEYS"},
     {"START_APPLICATION", "START_APPLICATION_FIXED_KEYS"},
@@ -142,14 +142,14 @@ const std::map<std::string, std::string> Moves = {
     {"PHONE_BOOK_OLD", "PHONE_BOOK"},
 };
 
-/// Tables that a step brings into the columns of today.
+/// Tables that a step rebuilds with the columns of today.
 const char* const Rebuilt[] = {
     "PHONE_BOOK",        "CALL_LOG",          "CallGroup",      "STIMULUS_KEY_SETTINGS",
     "DSS_KEY_SETTINGS",  "BCA_SETTINGS",      "FEATURE_KEYS",   "FIXED_KEYS",
     "LINE_KEY_SETTINGS", "BLUETOOTH_TRUSTED", "GENERAL_CONFIG", "CONVERSATIONS",
     "DIAL_PLAN_ENTRIES"};
 
-/// One database, and all that is found with it.
+/// One database, and everything found in its test.
 class Case {
 public:
     Case(const PhonePlace& place, const PhonePlace& today, std::seed_seq& seeds)
@@ -186,7 +186,7 @@ private:
     Names ask(const std::string& query) const { return m_db.texts(query); }
     std::string old() const { return m_place.folder() / "old.db"; }
 
-    /// What a case that is tried alone leaves in its folder.
+    /// Files for a case that is tried alone.
     void write(const LogCapture& log, const std::string& name) const {
         if (m_isAlone) {
             std::ofstream file(m_place.folder() / name);
@@ -210,7 +210,7 @@ private:
             << "V1 R2.3.4 " << (story.find("other_protocol") == 0 ? "SIP" : "QFA") << "\n";
     }
 
-    /// Compares what is there with the database before the starts, which becomes "old".
+    /// Compares the database with its state before the starts, which is attached as "old".
     void compare() {
         m_db.mustRun("ATTACH '" + old() + "' AS old");
         for (const std::string table : Rebuilt) {
@@ -221,7 +221,7 @@ private:
         if (!ask("SELECT 1 FROM GENERAL_CONFIG WHERE Schema = 'QfaBaseSettings'").empty()) {
             check(!ask("SELECT 1 FROM GENERAL_CONFIG WHERE Value = '+49 89 ''722'' 0'").empty(),
                   "the number is lost");
-            return;  // the change of protocol keeps nothing else
+            return;  // the change of protocol keeps no other rows
         }
         for (const std::string& table :
              ask("SELECT name FROM old.sqlite_master WHERE type = 'table' AND name NOT LIKE "
@@ -238,7 +238,7 @@ private:
         for (const std::string& column : columns) {
             lost += keeps(table, {column}) ? "" : " " + column;
         }
-        check(table == "CALL_LOG" && lost.empty(),  // calls may part, into rows of a number each
+        check(table == "CALL_LOG" && lost.empty(),  // calls may move to a row for each number
               table + " loses" + (lost.empty() ? " rows" : lost));
     }
 
@@ -249,7 +249,7 @@ private:
         return code == SQLITE_OK;
     }
 
-    /// Whether the cells @p columns of each old row are in one row, but for those that may change.
+    /// Whether the cells @p columns of each old row, except those that may change, are in one row.
     bool keeps(const std::string& table, const Names& columns) const {
         const auto moved = Moves.find(table);
         Names places = {table};
@@ -275,7 +275,7 @@ private:
         return isValid(query) && ask(query).empty();
     }
 
-    /// The condition that an old cell is among the columns @p now of a row.
+    /// The condition that an old cell is in one of the columns @p now of a row.
     static std::string isIn(const Names& now, const std::string& table, const std::string& column) {
         std::string same = "NULL";
         for (const std::string& each : now) {
@@ -286,7 +286,7 @@ private:
             same += each == column || isOtherCall ? ", CAST(n." + each + " AS TEXT)" : "";
         }
         const std::string equal = "coalesce(CAST(t." + column + " AS TEXT) IN (" + same + "), 0)";
-        // A column of integers rounds what is beyond 64 bits.
+        // A column of integers rounds a number beyond 64 bits.
         const bool isSame = std::find(now.begin(), now.end(), column) != now.end();
         return isSame ? equal + " OR coalesce(typeof(n." + column + ") = 'real' AND n." + column +
                             " = CAST(t." + column + " AS NUMERIC), 0)"
@@ -294,7 +294,7 @@ private:
     }
 
     std::string mayChangeIf(const std::string& table, const std::string& column) const {
-        // A column that is not of today goes, with its name and the count of its values in the log.
+        // An unknown column is dropped; the log has its name and the number of its values.
         const auto count = ask("SELECT count(nullif(" + column + ", '')) FROM old." + table);
         const bool isGivenUp = m_log.has(2, "The column " + column + " of " + table +
                                                 " is given up with its values: " + count.front());
@@ -339,7 +339,7 @@ private:
     const PhonePlace& m_place;
     const Sql m_today;
     std::mt19937 m_random;
-    Sql m_db{nullptr};  ///< after the starts
+    Sql m_db{nullptr};  ///< the database after the starts
     const bool m_isAlone = std::getenv(OneCase) != nullptr;
     LogCapture m_log{m_isAlone ? 6 : 2};
 };

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Cells that steps read, by the beginning of the column's name; "*" is a value of its own.
+/// Cells that steps read, by the beginning of the column's name; "*" stands for a unique value.
 const struct {
     const char* column;
     std::vector<const char*> values;
@@ -63,7 +63,7 @@ private:
             "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
             "'sqlite%' ORDER BY name");
     }
-    /// Runs what SQLite may refuse: a table that is there, a row that its key admits no more.
+    /// Runs a statement that SQLite may refuse: the table exists, or the key allows no more rows.
     void tryTo(const std::string& sql) { (void)m_db.run(sql); }
 
     void makeTables(const std::vector<std::string>& today) {
@@ -78,13 +78,14 @@ private:
         }
     }
 
-    /// Makes the table anew with other columns. Its rows stay.
+    /// Creates the table again with other columns. Its rows stay.
     void mutilate(const std::string& table) {
         auto columns = columnsOf(m_db, table);
         const auto somewhere = [&] {
             return columns.begin() + static_cast<long>(below(columns.size()));
         };
-        // Kept: without all columns the one ends the upgrade, and the other stays as it is.
+        // Not cut, because oddities are kept on purpose: without all its columns, the one table
+        // ends the upgrade, and the other does not change.
         const bool isCut = table != "FORWARDING_KEY_DESTINATIONS" && table != "GENERAL_CONFIG";
         const std::size_t change = isCut ? below(5) : 2 + below(2);
         if (change == 0 && columns.size() > 1) {
@@ -141,7 +142,8 @@ private:
 
     static std::string quoted(const std::string& value) { return "'" + value + "'"; }
 
-    /// Kept: a row of calls with a quote or a NUL byte may add rows at each start, so it has none.
+    /// Kept on purpose: a row of calls with a quote or a NUL byte may add rows at each start. So
+    /// calls have no such value.
     std::string ownValue(bool isCall) {
         const std::string number = std::to_string(++m_values);
         const std::string plain = "v" + number + "v";

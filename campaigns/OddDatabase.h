@@ -7,7 +7,7 @@
 
 #include "testkit/Sql.h"
 
-/// The columns of a table of the schema; none if there is no such table.
+/// The columns of a table of the schema; empty if there is no such table.
 std::vector<std::string> columnsOf(const Sql& db, const std::string& table,
                                    const std::string& schema = "main");
 

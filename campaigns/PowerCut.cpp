@@ -1,7 +1,7 @@
-// Cuts the power during each operation on the disk of a start, an upgrade or a change, and looks
-// whether the next start finds what it must.
+// Cuts the power during each disk operation of a start, an upgrade or a change, and checks what the
+// next start finds.
 //
-// With POWERCUT_LOG in the environment the cut processes write their log to standard error.
+// If POWERCUT_LOG is set in the environment, the cut processes write their log to standard error.
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -42,11 +42,11 @@ struct Cut {
     std::uint32_t seed;
 };
 
-/// What an undisturbed run has shown.
+/// The results of a run without a cut.
 struct Known {
     PowerCutScenario scenario;
     PhonePlace prepared;
-    std::vector<std::string> states;  ///< the dump of a start after so many steps
+    std::vector<std::string> states;  ///< the dump after each number of steps
     long operations = 0;
     long operationsOfNextStart = 0;
 };
@@ -58,7 +58,7 @@ struct Run {
     const PowerCutScenario& scenario;
     const PhonePlace& place;
     std::size_t steps;
-    long cutAt;  ///< Never for the whole run
+    long cutAt;  ///< Never: the power stays on
     std::uint32_t seed;
     bool countsOnly = false;
 };
@@ -71,7 +71,7 @@ void silence() {
     }
 }
 
-/// Takes the steps over a disk whose power may go; false when one is not acknowledged.
+/// Runs the steps on a disk whose power may be cut; false if one is not acknowledged.
 bool takeSteps(const Run& run, Progress& progress) {
     const bool hasDisk = run.cutAt != Never || run.countsOnly;
     if (hasDisk && !PowerCutVfs::install()) {
@@ -95,7 +95,7 @@ bool takeSteps(const Run& run, Progress& progress) {
         ++progress.acknowledged;
     }
     if (run.cutAt != Never) {
-        disk->cut();  // all is acknowledged, nothing was brought down since
+        disk->cut();  // all is acknowledged, and no sync has happened since
     }
     return true;
 }
@@ -118,7 +118,7 @@ std::string textOfStatus(int status) {
                                : "ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
-/// Runs children and sees what they did through memory that they share.
+/// Runs child processes; shared memory shows what they did.
 class Children {
 public:
     Children() {
@@ -130,7 +130,7 @@ public:
         m_progress = new (memory) Progress;
     }
 
-    /// What is wrong with the way it ended; empty when it ended by itself or by its cut.
+    /// Describes an unexpected end of the child; empty if it ended by itself or by its cut.
     std::string run(const Run& run) {
         *m_progress = Progress();
         std::cout << std::flush;
@@ -155,7 +155,7 @@ private:
 const PowerCutScenario OnlyStart = {
     "start", nullptr, true, {[](PowerCutSession& session) { return session.start(); }}};
 
-// What is known before anything is cut ------------------------------------------------------------
+// Runs without a cut, for comparison --------------------------------------------------------------
 
 class Preparation {
 public:
@@ -212,8 +212,8 @@ private:
     Known* m_known = nullptr;
 };
 
-/// Every operation of each scenario in turn, in an order that the seed gives, and the moment after
-/// the last; then from the start again.
+/// Chooses each operation of each scenario in turn, and the moment after the last one, in an order
+/// that depends on the seed; then begins again.
 std::vector<Cut> chooseCuts(const std::vector<Known>& all, long rounds, std::uint32_t seed) {
     std::mt19937 random(seed);
     std::vector<std::vector<long>> left(all.size());
@@ -242,7 +242,7 @@ std::vector<Cut> chooseCuts(const std::vector<Known>& all, long rounds, std::uin
     return cuts;
 }
 
-/// Cuts the power and looks what is left.
+/// Cuts the power and checks the result.
 class Cutter {
 public:
     Cutter(const fs::path& folder, const std::vector<Known>& all)
@@ -250,7 +250,7 @@ public:
         fs::create_directories(folder);
     }
 
-    /// What is wrong afterwards; empty when nothing is.
+    /// What is wrong afterwards; empty if nothing is.
     std::string tryCut(const Cut& cut) {
         const Known& known = m_all[cut.scenario];
         m_place.copyFrom(known.prepared);
@@ -267,9 +267,9 @@ public:
     }
 
 private:
-    /// On a copy, so that the next start is the first to see what is left. Where an upgrade has
-    /// kept the database as it was, that one counts: the next start puts it back, and a put-back
-    /// that was cut has taken the journal away from the other.
+    /// Uses a copy of the files, so that the next start is the first to open them. If an upgrade
+    /// has kept a copy of the database, that copy is checked: the next start restores it, and an
+    /// interrupted restore may have removed the journal of the other file.
     std::string checkIntegrity() {
         m_copy.copyFrom(m_place);
         const fs::path kept = m_copy.database().string() + ".before-upgrade";
@@ -281,7 +281,7 @@ private:
     }
 
     std::string cutNextStart(const Known& known, std::uint32_t seed) {
-        // A start begins with what the first cut has left: half of the cuts fall there.
+        // Half of the second cuts hit the begin of a start, which repairs the first cut.
         const std::uint32_t drawn = seed / OneInHowManyIsCutTwice;
         const long last = drawn % 2 == 0 ? OperationsOfAPutBack : known.operationsOfNextStart + 1;
         const long operation = 1 + static_cast<long>(drawn / 2) % last;
@@ -314,7 +314,7 @@ private:
     Children m_children;
 };
 
-/// Tries each cut of its share and writes a line for each finding to @p pipe.
+/// Tries its share of the cuts and writes a line for each finding to @p pipe.
 [[noreturn]] void beWorker(int number, const fs::path& folder, const std::vector<Known>& all,
                            const std::vector<Cut>& cuts, int pipe) {
     Cutter cutter(folder / ("worker " + std::to_string(number)), all);

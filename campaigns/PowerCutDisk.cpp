@@ -111,7 +111,7 @@ std::optional<PowerCutDisk::Id> PowerCutDisk::find(int descriptor) {
     return idOf(status);
 }
 
-/// Makes the file of this name one of the disk's.
+/// Adds the file with this name to the disk.
 std::optional<PowerCutDisk::Id> PowerCutDisk::take(const std::string& path) {
     const auto id = find(path);
     if (id && m_files.count(*id) == 0) {
@@ -238,11 +238,11 @@ void PowerCutDisk::fillTo(std::string& contents, std::size_t size) {
     }
 }
 
-/// The sectors of a write that arrive; those beyond the end of the file may leave it longer all the
-/// same.
+/// Applies those sectors of a write that reach the disk. Even if sectors beyond the end of the file
+/// are lost, the file may become longer.
 void PowerCutDisk::applyPart(std::string& contents, const Change& change) {
     if (change.isTruncate) {
-        return;  // there whole or not at all
+        return;  // it is on the disk completely or not at all
     }
     const std::size_t end = change.offset + change.data.size();
     if (draw(4) == 0) {
@@ -282,7 +282,8 @@ std::string PowerCutDisk::survivingContents(File& file) {
     return contents;
 }
 
-/// Whether an earlier change of one of the names is lost, so that this one can't be there.
+/// Whether an earlier change of one of the names is lost, so that this one can't be on the disk
+/// either.
 bool PowerCutDisk::followsLostChange(const NameChange& change, const std::vector<bool>& kept,
                                      std::size_t place) const {
     for (std::size_t i = 0; i < place; ++i) {

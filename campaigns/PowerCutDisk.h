@@ -31,7 +31,7 @@
  */
 class PowerCutDisk {
 public:
-    /// What the process that forks this one sees of it.
+    /// Shared with the process that has forked this one.
     struct Progress {
         long operations = 0;    ///< since arm()
         long acknowledged = 0;  ///< written by the scenario
@@ -39,32 +39,33 @@ public:
     /// Status of a process whose power went.
     static constexpr int CutStatus = 77;
 
-    /// Takes all that is below @p folder as synced. There is one disk at a time; it goes with the
-    /// process.
+    /// Everything below @p folder counts as synced. There is one disk at a time; it lives as long
+    /// as the process.
     PowerCutDisk(const std::filesystem::path& folder, Progress& progress, std::uint32_t seed);
     PowerCutDisk(const PowerCutDisk&) = delete;
     PowerCutDisk& operator=(const PowerCutDisk&) = delete;
 
-    /// The disk of this process; null without one, and when its power is gone.
+    /// The disk of this process; null without a disk or after its power was cut.
     static PowerCutDisk* current();
 
-    /// Counts from here on, and cuts during the operation of this number, from 1; never for 0.
+    /// Counts operations from here on, and cuts the power during operation number @p cutAt, from 1
+    /// on; never for 0.
     void arm(long cutAt);
-    /// The power goes now.
+    /// Cuts the power now.
     [[noreturn]] void cut();
 
     using Id = std::pair<std::uint64_t, std::uint64_t>;  ///< device and inode
-    /// The file that has this name now, when it is one of the disk's.
+    /// The file that has this name now, if it is on the disk.
     std::optional<Id> find(const std::string& path) const;
     std::optional<Id> find(int descriptor);
 
     // What a process does. Each counts as an operation and may be the last; what is marked so must
-    // be told before it is done to the real file, the rest after it.
+    // be reported before it is done to the real file, the rest after it.
     void opened(const std::string& path, bool wasThere);
     void writes(const Id& id, std::int64_t offset, const void* data, std::size_t size);  ///< before
     void truncates(const Id& id, std::int64_t size);                                     ///< before
     void syncs(const Id& id);                                                            ///< before
-    void synced(const Id& id);  ///< no operation of its own: the end of the one above
+    void synced(const Id& id);  ///< not an operation of its own: the end of the previous one
     void syncsFolder(const std::string& folder);  ///< before
     void syncedFolder(const std::string& folder);
     void removed(const std::string& path);
@@ -78,11 +79,11 @@ private:
         std::string data;
     };
     struct File {
-        int descriptor;  ///< held, so that the number stays this file's
+        int descriptor;  ///< kept open, so that the inode number stays this file's
         std::string synced;
         std::vector<Change> changes;
     };
-    /// Names that change together; a name without a file goes.
+    /// Names that change together. A name without a file is removed.
     struct NameChange {
         std::string folder;
         std::vector<std::pair<std::string, std::optional<Id>>> names;
@@ -108,7 +109,7 @@ private:
     long m_cutAt = 0;
     bool m_armed = false;
     std::map<Id, File> m_files;
-    Names m_names;  ///< the synced ones
+    Names m_names;  ///< the synced names
     std::vector<NameChange> m_nameChanges;
 };
 

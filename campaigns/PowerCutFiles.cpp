@@ -1,6 +1,6 @@
-// Stands in for the calls to the system by which the service writes files of its own, as the file
-// of its key and those that a table goes through: the program's functions are found before those
-// of the C library. PowerCutDisk is notified, and the system does the work as usual.
+// Replaces the system calls by which the service itself writes files, such as its key and data
+// files: the linker finds the program's functions before those of the C library. Each call is
+// reported to PowerCutDisk and then passed on to the system.
 
 #include <fcntl.h>
 #include <stdarg.h>
@@ -17,7 +17,7 @@
 
 namespace {
 
-/// The disk, for what SQLite does not do.
+/// The disk, for calls that do not come from SQLite.
 PowerCutDisk* disk() {
     return SqliteVfs::isWithin() ? nullptr : PowerCutDisk::current();
 }
@@ -35,7 +35,7 @@ std::string folderOfDescriptor(int descriptor) {
     return path;
 }
 
-/// The path of the name @p path in the folder of a descriptor.
+/// The path of @p path relative to the folder of a descriptor.
 std::string pathIn(int folder, const char* path) {
     return folder == AT_FDCWD || *path == '/' ? path : folderOfDescriptor(folder) + "/" + path;
 }
@@ -61,7 +61,8 @@ bool isFolder(int descriptor) {
     return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// A folder is reported also when SQLite syncs it: its VFS knows of files alone.
+/// A sync of a folder is reported even if it comes from SQLite, because SQLite's VFS reports only
+/// files.
 int syncTold(int descriptor, long call) {
     PowerCutDisk* const any = PowerCutDisk::current();
     if (any != nullptr && isFolder(descriptor)) {

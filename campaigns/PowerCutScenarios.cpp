@@ -68,7 +68,7 @@ void copyDeployed(const PhonePlace& place) {
     }
 }
 
-/// Rows of a table of an earlier release: how many, and the keys from which on.
+/// Rows of a table of an earlier release: their number, and the first key.
 struct OldRows {
     const char* table;
     const char* key;
@@ -76,7 +76,7 @@ struct OldRows {
     int count;
 };
 
-/// What stands in the tables of each text; a text that is not here has its rows in itself.
+/// The rows to insert for each dump; a dump that is not listed has its own rows.
 const std::multimap<std::string, OldRows> RowsOfTexts = {
     {"bca_11", {"BCA_SETTINGS", "Id", 1, 40}},
     {"bluetooth_devices_3", {"BLUETOOTH_TRUSTED", "Id", 1, 10}},
@@ -137,14 +137,14 @@ void prepareUpgrade(const PhonePlace& place, const std::string& text) {
     database.mustRun("END");
 }
 
-/// A list of values counts once: what is changed afterwards stays.
+/// A list of values is applied only once: later changes stay.
 void prepareUpgradeWithValues(const PhonePlace& place) {
     prepareUpgrade(place, "settings_of_today");
     std::ofstream(place.onDevice("/Aurel_Deploy/DasUpdateValues.csv"))
         << "AudioSettings,visitor,RingerMelody,listed\nAudioSettings,base,Volume,7\n";
 }
 
-/// A telephone in use: each table that the steps change is there, with rows.
+/// A telephone in use: each table that the steps change exists and has rows.
 void prepareInUse(const PhonePlace& place) {
     copyDeployed(place);
     place.enter();
@@ -192,8 +192,8 @@ std::vector<PowerCutScenario> upgrades() {
     return all;
 }
 
-/// The user that the telephone comes up with stands in a setting; whoever changes the profile
-/// stores him, before the visitor's data is there and after it.
+/// The user at a start is stored in a setting. A change of profile stores it twice: before and
+/// after the visitor's data is written.
 Step storedUser(const std::string& user) {
     return request("MobilitySettings", "update", element("MobilityCurrentUser", user));
 }
@@ -231,7 +231,7 @@ std::vector<PowerCutScenario> writes() {
           request("AudioSettings", "update", settings("new")),
           request("FeatureKeys", "update", labels("newer"))}},
         {"import", prepareInUse, false, {importContacts}},
-        // The first one takes the place of the file in which an import found its rows.
+        // The first export writes over the file from which an import has read its rows.
         {"data files",
          prepareInUse,
          false,

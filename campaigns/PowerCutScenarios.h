@@ -10,7 +10,7 @@
 #include "testkit/Place.h"
 #include "testkit/RecordingManagement.h"
 
-/// A running telephone: the service with the management that a reset asks for.
+/// A running telephone: the service, with the management service that a reset needs.
 class PowerCutSession {
 public:
     /// Nothing runs before start().
@@ -30,14 +30,15 @@ private:
     Phone m_phone;
 };
 
-/// Something during which the power may go.
+/// An operation during which the power may be cut.
 struct PowerCutScenario {
     using Step = std::function<bool(PowerCutSession&)>;
 
     std::string name;
-    std::function<void(const PhonePlace&)> prepare;  ///< for an empty place
-    bool startIsCut;                                 ///< else the steps after the start alone
-    /// Each is one change that is there whole or not at all, and true when it is acknowledged.
+    std::function<void(const PhonePlace&)> prepare;  ///< prepares an empty folder
+    bool startIsCut;                                 ///< otherwise only the steps after the start
+    /// Each step is one change, which is stored completely or not at all. It returns true if it was
+    /// acknowledged.
     std::vector<Step> steps;
 };
 

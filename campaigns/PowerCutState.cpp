@@ -16,15 +16,15 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// The rows that a query gives, each a line, sorted; what SQLite says of a query that fails is one
-/// of them.
+/// The result rows of a query, a line each, sorted. SQLite's message for a failed query is one of
+/// the lines.
 Lines rowsOf(const Sql& db, const std::string& sql, const fs::path& key = {}) {
     Lines all;
     std::string error;
     for (const auto& row : db.rows(sql, &error, "NULL")) {
         std::string& line = all.emplace_back();
         for (const std::string& cell : row) {
-            // The same password never looks the same twice.
+            // An encrypted password differs each time.
             const bool isSecret = cell.rfind("das1:", 0) == 0;
             line += (isSecret ? "password " + decrypted(cell, key) : cell) + "|";
         }
@@ -36,7 +36,7 @@ Lines rowsOf(const Sql& db, const std::string& sql, const fs::path& key = {}) {
     return all;
 }
 
-/// The lines that @p all has and @p known has not.
+/// The lines of @p all that are not in @p known.
 Lines linesBeyond(const Lines& all, const Lines& known) {
     Lines beyond;
     std::set_difference(all.begin(), all.end(), known.begin(), known.end(),
@@ -73,8 +73,8 @@ std::string PowerCutState::dump(const PhonePlace& place) {
     }
     for (const auto& entry : fs::recursive_directory_iterator(place.folder())) {
         const std::string name = entry.path().filename();
-        // Without a header a journal says nothing. What was being written under another name may be
-        // left over: a second name of the key, or a data file that was not whole.
+        // A journal without a header is ignored by SQLite. Temporary files may be left over: a
+        // second name of the key, or an incomplete data file.
         if (name != "phone.db-journal" && name.rfind("dascrypt.key.", 0) != 0 &&
             name.find(".new-") == std::string::npos) {
             const std::string path = entry.path().lexically_relative(place.folder());

@@ -6,14 +6,14 @@
 
 #include "testkit/Place.h"
 
-/// What a power cut has left, as texts that can be compared.
+/// The state after a power cut, as text that can be compared.
 namespace PowerCutState {
 
-/// All that a place holds, a line each: the schema and the rows of its database, its files, and the
-/// contents of those that are not the service's own.
+/// All contents of a telephone's folders, a line each: the schema and the rows of its database, the
+/// names of its files, and the contents of files that do not belong to the service.
 std::string dump(const PhonePlace& place);
 
-/// How many lines one of the two has alone, with the first of them.
+/// The number of lines that only one of the two has, with the first of them.
 std::string difference(const std::string& wanted, const std::string& found);
 
 /// What SQLite finds wrong with a database; blank for nothing.

@@ -11,7 +11,7 @@ namespace {
 using SqliteVfs::Kind;
 using SqliteVfs::Operation;
 
-/// What SQLite does, as its layer reports it.
+/// Reports SQLite's operations on files to the disk.
 class OfSqlite : public SqliteVfs::Watcher {
 public:
     int before(Operation& operation) override {
@@ -21,7 +21,7 @@ public:
             m_syncsFolder = operation.kind == Kind::Delete && operation.flags != 0;
         }
         if (operation.kind == Kind::Delete) {
-            operation.flags = 0;  // the folder is synced after the name has been reported
+            operation.flags = 0;  // the folder is synced after the removal has been reported
         }
         if (disk == nullptr || operation.tag == nullptr || *operation.tag == 0) {
             return SQLITE_OK;
@@ -54,7 +54,7 @@ public:
 private:
     PowerCutDisk::Id idOf(const Operation& operation) const { return {m_device, *operation.tag}; }
 
-    /// A file that does not outlive the process does not belong to the disk.
+    /// A file that does not outlive the process is not on the disk.
     void opened(PowerCutDisk& disk, const Operation& operation) {
         if (operation.name == nullptr || (operation.flags & SQLITE_OPEN_DELETEONCLOSE) != 0) {
             return;
@@ -72,12 +72,12 @@ private:
         if (m_syncsFolder) {
             disk.syncsFolder(folder);
         }
-        // SQLite ends a transaction by the removal of its journal, and does not sync the folder
-        // after it: a file system for it brings that removal down by itself.
+        // SQLite ends a transaction by removing its journal. It expects that the file system itself
+        // brings this removal to the disk, and does not sync the folder.
         disk.syncedFolder(folder);
     }
 
-    std::uint64_t m_device = 0;  ///< of all files that have a tag, which is the number of the file
+    std::uint64_t m_device = 0;  ///< the device of all files with a tag; a tag is an inode number
     bool m_wasThere = false;
     bool m_syncsFolder = false;
 };

@@ -2,13 +2,13 @@
 #define POWERCUTVFS_H
 
 /**
- * SQLite's way to the disk, so that the power can go there: reports to PowerCutDisk each open,
- * write, truncate, sync and delete. Whatever else the process does to its files is reported by the
- * calls to the system that PowerCutFiles.cpp stands in for.
+ * SQLite's access to the disk, which may be cut: reports each open, write, truncate, sync and
+ * delete to PowerCutDisk. PowerCutFiles.cpp reports the other changes that the process makes to
+ * files.
  */
 namespace PowerCutVfs {
 
-/// Makes it the one that databases are opened with from now on. False when SQLite refuses.
+/// Makes this the VFS of all databases opened from now on. False if SQLite refuses.
 [[nodiscard]] bool install();
 
 }  // namespace PowerCutVfs

@@ -11,7 +11,7 @@ namespace {
 using namespace RaceCalls;
 using Random = std::mt19937;
 
-/// Each is a word, or a schema, a reason and what follows it.
+/// Each request is a service word, or consists of a schema, a reason and a body.
 const char* const Requests[] = {
     "getCurrentUser",
     "getDefaultKeyData",
@@ -47,12 +47,12 @@ const char* const Requests[] = {
     "NoSuchSchema read_request ",
 };
 
-/// Reasons that need the right to read; the others need that to write.
+/// Reasons that need the right to read; all others need the right to write.
 const std::set<std::string> Reads = {"read_request", "readall_request", "rowcount_request",
                                      "search_phone_number"};
 
-/// A remote method and how often it comes. Parameters are "Name=value" with ";" between them; of
-/// values with "|" between them one is taken.
+/// A remote method and its share of all calls. Parameters are "Name=value" with ";" between them.
+/// If a value contains "|", one of its parts is chosen.
 struct Remote {
     const char* name;
     int weight;
@@ -176,7 +176,7 @@ Call RaceCalls::next(Random& random) {
         return requestCall(random);
     }
     std::vector<std::pair<std::string, std::string>> in;
-    // Indices are those of contacts; else a method is about the schema that it names.
+    // Indices belong to the contacts; other methods name their schema.
     std::string schema = std::string(remote.name) == "createPhonenumberIndices" ? "PhoneBook" : "";
     for (const std::string& parameter : cut(remote.parameters, ';')) {
         const std::size_t sign = parameter.find('=');

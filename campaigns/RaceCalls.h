@@ -9,28 +9,28 @@
 #include "Method.h"
 
 /**
- * What the clients of the campaign of races call, and which of them may. The rights that a call
- * needs are written after docs/remote.md, not after the host's own table, so that each checks the
+ * The calls of the clients in the campaign of races, and which clients may make them. The needed
+ * rights are written from docs/remote.md, not from the host's own table, so that each checks the
  * other.
  */
 namespace RaceCalls {
 
-/// A kind of client. Its rights count for one schema alone where that is not blank.
+/// A kind of client. If the schema is not blank, its rights count only for this schema.
 struct Role {
     std::set<std::string> rights;
     std::string schema;
 
     /// The text of an access file that gives these rights to every client.
     [[nodiscard]] std::string rules() const;
-    /// Whether it has all of @p needed, words with blanks between them, for the schema @p of; a
-    /// blank one stands for all schemas.
+    /// Whether it has all of @p needed (words with blanks between them) for the schema @p of; blank
+    /// means all schemas.
     [[nodiscard]] bool may(const std::string& needed, const std::string& of) const;
 };
 
-/// The last one may read and hear of contacts alone.
+/// The last role may only read and listen to contacts.
 const std::vector<Role>& roles();
 
-/// One call of a remote method, and what it needs.
+/// One call of a remote method, and the rights that it needs.
 struct Call {
     Method method;
     bool isOneWay;
@@ -38,7 +38,7 @@ struct Call {
     std::string schema;
 };
 
-/// A random call. Requests are by far the most, and resets the fewest.
+/// A random call. Requests are the most frequent, resets the rarest.
 Call next(std::mt19937& random);
 
 }  // namespace RaceCalls

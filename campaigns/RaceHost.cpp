@@ -9,10 +9,10 @@ namespace {
 
 const char* const NotAllowed = "<FailureMessage>not allowed</FailureMessage>";
 
-/// How many messages this thread has brought to the service.
+/// How many messages of this thread have reached the service.
 thread_local long reachedByThread = 0;
 
-/// What is sent to it goes nowhere.
+/// A client that drops what is sent to it.
 class RaceClient : public Client {
 public:
     RaceClient(Clients& clients, ClientRights rights)

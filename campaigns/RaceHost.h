@@ -19,7 +19,7 @@
 #include "service/DASInvoker.h"
 #include "service/DataAccessService.h"
 
-/// What the service asks of the telephone's management: everything is done at once.
+/// The telephone's management as the service needs it: everything succeeds at once.
 class RaceManagement : public Executable, public LocalMgmtIfc, public Context {
 public:
     void init(Context&) override {}
@@ -36,7 +36,7 @@ private:
     std::atomic<long> m_heard{0};
 };
 
-/// Hands messages to the service, and counts them.
+/// Passes messages to the service, and counts them.
 class CountingInvoker : public Invoker {
 public:
     void initInvoker(FrameworkContext* context) override { m_invoker.initInvoker(context); }
@@ -50,14 +50,14 @@ private:
 };
 
 /**
- * The parts of the host between its clients and a service, in this process: clients call a
- * dispatcher themselves, or come by a socket. Each role of RaceCalls has its rules.
+ * The host's parts between its clients and a service, in this process: clients call a dispatcher
+ * directly or use a socket. Each role of RaceCalls has its own rules.
  */
 class RaceHost {
 public:
-    /// @p folder is where the sockets are made.
+    /// @p folder gets the sockets.
     RaceHost(DataAccessService& service, const std::filesystem::path& folder);
-    /// The service must not have been ended yet.
+    /// The service must still run.
     ~RaceHost();
     RaceHost(const RaceHost&) = delete;
     RaceHost& operator=(const RaceHost&) = delete;
@@ -65,14 +65,14 @@ public:
     /// A client in this process, with the rights of a role.
     std::shared_ptr<Client> makeClient(std::size_t role);
 
-    /// Makes @p call for @p client, of the role @p role. None where there is no answer. What is
-    /// wrong with that is added to @p wrong.
+    /// Makes @p call for @p client, which has the role @p role. No value if there is no answer. A
+    /// wrong answer is described in @p wrong.
     std::optional<Method> call(const std::shared_ptr<Client>& client, std::size_t role,
                                const RaceCalls::Call& call, std::string& wrong);
 
-    /// Where clients of a role connect.
+    /// The socket for clients of a role.
     [[nodiscard]] std::string socketOf(std::size_t role) const { return m_doors[role]->path; }
-    /// How many messages of such clients reached the service.
+    /// How many messages of socket clients with that role reached the service.
     [[nodiscard]] long reachedBySocket(std::size_t role) const {
         return m_doors[role]->invoker.reached;
     }
@@ -80,13 +80,13 @@ public:
     long refused() { return static_cast<long>(m_framework.statistics().refused); }
 
 private:
-    /// The way of the clients of one role.
+    /// The dispatcher and the socket for the clients of one role.
     struct Door {
         AccessRules rules;
         CountingInvoker invoker;
         std::unique_ptr<Dispatcher> dispatcher;
         std::string path;
-        ListeningSocket socket;  ///< its file goes with it
+        ListeningSocket socket;  ///< removes its file
         std::unique_ptr<SocketServer> server;
     };
 

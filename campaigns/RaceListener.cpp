@@ -50,7 +50,7 @@ RaceListener::RaceListener(const RaceHost& host, const Kind& kind,
       m_socket(connectTo(host.socketOf(kind.role))),
       m_isEnding(isEnding) {
     exchange(lineOf(Calls::method("AddChangeListener", {{"Schemas", "PhoneBook"}})));
-    m_allowed = 0;  // that was a method of the host's own
+    m_allowed = 0;  // this was a method of the host's own
     if (kind.isSlow) {
         fallBehind();
     }
@@ -86,7 +86,8 @@ void RaceListener::follow() {
                 take(receive());
             }
         }
-        // A change is queued before the answer that could show it, so this answer comes after all.
+        // A change is queued before an answer that could show it, so this answer comes after all
+        // changes.
         exchange(lineOf(Calls::request("getCurrentUser")));
         if (m_isOutdated) {
             lookAtContacts();
@@ -97,11 +98,11 @@ void RaceListener::follow() {
 }
 
 void RaceListener::lookAtContacts() {
-    m_isOutdated = false;  // a change that comes before the answer may not be in it
+    m_isOutdated = false;  // a change that arrives before the answer may not be included in it
     m_picture = exchange(m_read);
 }
 
-/// Asks for the large rows, and leaves the answer in its queue.
+/// Sends a request for the large rows, and does not read the answer.
 void RaceListener::fallBehind() {
     send(request("Certificates", "read_request", "<ResultCols>Issuer</ResultCols>"));
     pollfd readable{m_socket, POLLIN, 0};
@@ -172,7 +173,7 @@ bool RaceListener::hasLine() {
     return m_received.find('\n') != std::string::npos || ::poll(&readable, 1, 0) == 1;
 }
 
-/// Whatever it says of contacts, they are to be read again.
+/// After any change of contacts, they must be read again.
 void RaceListener::take(const std::string& line) {
     const Method message = JsonRpc::read(line).method;
     std::string schema;

@@ -9,10 +9,10 @@
 class RaceHost;
 
 /**
- * A client of a socket that listens to changes of contacts and keeps a picture of them: it reads
- * them again only where a change says so. Between two looks it pauses. A slow one asks for more
- * than may wait for a client and reads nothing meanwhile, so that it misses changes and is sent one
- * message for all of them. One that may not write tries to, and must be refused.
+ * A client of a socket that listens to changes of contacts and keeps a copy of them, which it reads
+ * again only after a change. It pauses between two reads. A slow client requests more than may wait
+ * for it and stops reading, so that it misses changes and gets one message for all of them. A
+ * client without the right to write tries to write, and must be refused.
  */
 class RaceListener {
 public:
@@ -23,24 +23,22 @@ public:
         unsigned seed;
     };
 
-    /// Connects, and listens until @p isEnding. Throws std::runtime_error when that fails.
+    /// Connects, and listens until @p isEnding. Throws std::runtime_error on failure.
     RaceListener(const RaceHost& host, const Kind& kind, const std::atomic<bool>& isEnding);
     ~RaceListener();
     RaceListener(const RaceListener&) = delete;
     RaceListener& operator=(const RaceListener&) = delete;
 
-    /// Ends its thread, after a last look at what was sent to it. To be called when no client
-    /// writes.
+    /// Ends its thread, after reading what was sent to it. Call it when no client writes any more.
     void end();
 
     [[nodiscard]] std::size_t role() const { return m_kind.role; }
-    // To be asked after end().
-    /// What it last read.
+    // Its copy of the contacts. Call it after end().
     [[nodiscard]] const std::string& picture() const { return m_picture; }
-    /// What it would read now.
+    /// The contacts in the service now.
     std::string truth() { return exchange(m_read); }
     [[nodiscard]] const std::string& wrong() const { return m_wrong; }
-    /// The same for all that were sent the same changes in the same order.
+    /// A number that is the same for all listeners that got the same changes in the same order.
     [[nodiscard]] std::size_t order() const { return m_order; }
     [[nodiscard]] long changes() const { return m_changes; }
     [[nodiscard]] long refusals() const { return m_refusals; }

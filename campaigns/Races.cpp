@@ -1,6 +1,6 @@
-// All remote methods from many threads at once, by clients of different rights, among them changes
-// of profile and resets, with listeners of each kind; then random histories of one client, each
-// answer held against a plain model.
+// All remote methods from many threads at once, by clients with different rights, including changes
+// of profile and resets, with all kinds of listeners; then random histories of one client, in which
+// each answer is compared with a simple model.
 
 #include <atomic>
 #include <chrono>
@@ -26,7 +26,7 @@
 #include "testkit/Sql.h"
 
 #if defined(__SANITIZE_THREAD__)
-// A report ends the process with a status of its own.
+// A report of the thread sanitizer ends the process with its own exit status.
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() {
     return "detect_deadlocks=1:second_deadlock_stack=1:history_size=4";
@@ -39,19 +39,19 @@ constexpr int Clients = 16;
 constexpr unsigned Listeners = 64;
 constexpr long CallsOfPhase = 4000;
 constexpr std::chrono::seconds LongestCall{120};
-/// What a read of contacts throws when the version gate has removed the column that older software
-/// does not know; such a read is answered "failure" until the next reset.
+/// The exception of a read of contacts after the version gate has removed the column that older
+/// software does not know. Until the next reset, such a read is answered with "failure".
 const std::string OlderPhoneBook = "(which is 19) >= this->size() (which is 19)";
 std::atomic<long> readsOfOlder{0};
 
-/// Hears of each change of profile; calls what a listener may at once, and sends a request from a
-/// thread of its own, since the change that it hears of is not over.
+/// Listens to changes of profile. It calls what a listener may call at once; it sends a request
+/// from another thread, because the change is not over yet.
 class Listener : public DASListenerIfc {
 public:
     explicit Listener(DataAccessService& service) : m_service(service) {
         m_sender = std::thread([this] { send(); });
     }
-    /// Sends nothing any more.
+    /// Stops sending.
     void end() {
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
@@ -68,7 +68,7 @@ public:
 
 private:
     void hear() {
-        // Once in a while is enough.
+        // Not at every change.
         if (heard++ % 16 != 0) {
             return;
         }
@@ -105,7 +105,7 @@ private:
     std::thread m_sender;
 };
 
-/// Hears of each committed change in this process; comes and goes.
+/// Listens to committed changes in this process; is added and removed again and again.
 class ChangeListener : public DASChangeListenerIfc {
 public:
     void changed(const DASChange& change) override { heard += change.reason.empty() ? 0 : 1; }
@@ -124,7 +124,7 @@ bool isWellFormed(const std::string& answer) {
            answer.rfind(end) == answer.size() - end.size();
 }
 
-/// Ends the process when nothing moves: a hang has no other end.
+/// Ends the process if there is no progress, because a hang would never end.
 class Watchdog {
 public:
     explicit Watchdog(Campaign& campaign) : m_campaign(campaign), m_thread([this] { watch(); }) {}
@@ -173,14 +173,15 @@ public:
         m_host.reset();
     }
 
-    /// @p calls from all clients while listeners follow, then a look at what is left.
+    /// Makes @p calls from all clients while listeners run, then checks the results.
     void phase(long calls, unsigned seed) {
         writeLargeRows();
         std::atomic<bool> isEnding{false};
         std::vector<std::unique_ptr<RaceListener>> listeners;
         for (unsigned i = 0; i < Listeners; ++i) {
             static const std::size_t roles[] = {0, 1, 3, 1};
-            const bool isSlow = i == Listeners - 1;  // the last one to come: the writers begin then
+            // The last one to be ready; then the writers begin.
+            const bool isSlow = i == Listeners - 1;
             const char* const user = i % 8 < 4 ? "base" : "visitor";
             listeners.push_back(std::make_unique<RaceListener>(
                 *m_host, RaceListener::Kind{roles[i % 4], isSlow, user, seed + i}, isEnding));
@@ -229,8 +230,8 @@ public:
     }
 
 private:
-    /// More than may wait for a client with changes: 8 MiB. Another connection writes them, of
-    /// which the service must hear before there are listeners.
+    /// More than may wait for a client with changes: 8 MiB. Another connection writes the rows, and
+    /// the service must notice this before there are listeners.
     void writeLargeRows() {
         (void)m_service.processRequest(xml::message("Certificates", "read_request"));
         const std::string wrong =
@@ -243,7 +244,7 @@ private:
         m_campaign.check(m_service.lookForOthers(), "the service can't look for others' changes");
     }
 
-    /// What another process does. It may fail: a reset may have removed the table.
+    /// A write of another process. It may fail, because a reset may have removed the table.
     void writeAsAnother(long number) {
         (void)Sql(m_place.database())
             .run("UPDATE PHONE_BOOK SET Company = " + std::to_string(number) +

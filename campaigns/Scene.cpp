@@ -23,7 +23,7 @@
 #include "testkit/Sql.h"
 #include "testkit/SqliteVfs.h"
 
-/// Carries methods as they are: what is tried is the service, not a protocol.
+/// Passes methods on as objects, because the service is tested and not a protocol.
 class SceneFramework : public FrameworkContext, private ProtocolAdapter {
 public:
     SceneFramework() { invoker.initInvoker(this); }
@@ -55,12 +55,12 @@ private:
     bool& m_replied;
 };
 
-/// A connection to the file that no fault reaches.
+/// A connection to the file that is not affected by faults.
 Sql connect(const std::filesystem::path& path) {
     return Sql(path, SqliteVfs::PlainName);
 }
 
-/// The first cells of the rows; what fails stands among them.
+/// The first cells of the rows; failures are among them.
 std::vector<std::string> cells(const Sql& db, const std::string& query) {
     std::string error;
     std::vector<std::string> found;
@@ -73,7 +73,7 @@ std::vector<std::string> cells(const Sql& db, const std::string& query) {
     return found;
 }
 
-/// An expression that gives a row of @p table as one text.
+/// An expression that returns a row of @p table as one string.
 std::string rowExpression(const Sql& db, const std::string& table) {
     std::string expression;
     for (const std::string& column :

@@ -16,7 +16,7 @@
 
 class SceneFramework;
 
-/// What came back for one message.
+/// The result of one message.
 struct Outcome {
     bool threw = false;    ///< an exception left the invoker
     bool replied = false;  ///< a reply was set
@@ -25,16 +25,17 @@ struct Outcome {
     /// "Response" of the reply, the text of a request's answer. Empty without one.
     std::string response() const;
     bool acknowledged() const;
-    /// The reason in the response; empty unless the response is one whole document.
+    /// The reason in the response; empty unless the response is a complete document.
     std::string reason() const;
 };
 
-/// All that a database holds: by table, its rows as texts of SQL. Rows that are alike count singly.
+/// All contents of a database: the rows of each table as SQL text. Equal rows are counted
+/// separately.
 using Contents = std::map<std::string, std::multiset<std::string>>;
 
 /**
- * A service with its database and files, reached over its invoker as a framework does, and looked
- * at over connections of its own that no fault reaches.
+ * A service with its database and files. It is called through its invoker, as by a framework, and
+ * checked over separate connections that are not affected by faults.
  */
 class Scene {
 public:
@@ -43,7 +44,7 @@ public:
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
-    /// Starts a service on what is there. An exception of the start passes through.
+    /// Starts a service on the existing files. An exception of the start passes through.
     void start();
     void stop();
     bool hasService() const { return m_phone.isRunning(); }
@@ -54,13 +55,13 @@ public:
     std::filesystem::path database() const { return m_place.database(); }
     std::string onDevice(const std::string& path) const { return m_place.onDevice(path); }
 
-    /// Runs statements over a connection of its own. The words of a failure; empty for none.
+    /// Runs statements over a separate connection. Returns the error message; empty on success.
     std::string sql(const std::string& statements) const;
     Contents contents() const;
     /// "ok", or what SQLite says about the file.
     std::string integrity() const;
 
-    /// What is held or open though nothing runs; empty when all is free.
+    /// Which locks are held or files are open although nothing runs; empty if all are free.
     std::string whatIsHeld();
 
 private:
@@ -70,18 +71,18 @@ private:
     std::unique_ptr<SceneFramework> m_framework;
 };
 
-/// Rows of @p whole that @p part does not have.
+/// Rows of @p whole that are not in @p part.
 Contents without(const Contents& whole, const Contents& part);
 /// The first few rows of @p rows, for a finding.
 std::string sample(const Contents& rows);
 
-/// What a piece of work in a process of its own told, and how the process ended.
+/// The output of work in a separate process, and how the process ended.
 struct Report {
     std::vector<std::string> lines;
-    std::string end;  ///< "": it came to its end; else how it was ended
+    std::string end;  ///< "" if the work was completed; else how the process ended
 };
 
-/// Runs @p work in a process of its own; @p out sends a line. It is killed after some seconds.
+/// Runs @p work in a separate process; @p out sends a line. After some seconds it is killed.
 Report isolated(
     const std::function<void(const std::function<void(const std::string&)>& out)>& work,
     unsigned seconds = 30);

@@ -20,7 +20,7 @@ bool hasLoneApostrophe(const std::string& text) {
     return text.find('\'') != std::string::npos;
 }
 
-/// What is numbered from 0 with the numbers of keys.
+/// Default rows that are numbered from 0, with the ids of keys.
 Texts keyIds() {
     Texts ids = {"32"};
     const std::pair<int, int> ranges[] = {{100, 115}, {200, 215},  {300, 317}, {400, 417},
@@ -91,7 +91,7 @@ ServiceModel::Operation ServiceModel::settings() {
     return operation;
 }
 
-/// What the service takes the number of rows for: it counts once and remembers.
+/// The number of rows that the service has in its cache: it counts once and stores the result.
 int ServiceModel::countOf(const Item& item) {
     const auto known = m_known.find(item);
     return known != m_known.end() ? known->second
@@ -134,7 +134,7 @@ void ServiceModel::readItems(const std::string& schema, const std::string& conte
     std::string data;
     for (const auto& [item, text] : m_items) {
         const auto& [of, user, name] = item;
-        // All names but the first reach into every schema and to every user.
+        // All names except the first delete items in every schema and of every user.
         const bool isFurther =
             names.size() > 1 && std::find(names.begin() + 1, names.end(), name) != names.end();
         const bool isFound = of == schema && (context.empty() || user == context) &&
@@ -243,7 +243,7 @@ void ServiceModel::wipeVisitor() {
     m_known.clear();
 }
 
-/// The visitor gets what base has, but for the rows with an apostrophe, which are not copied.
+/// The visitor gets copies of base's rows, except rows with an apostrophe.
 void ServiceModel::copyToVisitor() {
     wipeVisitor();
     const auto items = m_items;

@@ -10,9 +10,9 @@
 #include <vector>
 
 /**
- * What the service promises, without a database: settings, contacts, calls, one table of keys, and
- * what changes of profile do to them. It makes random operations and says what each of them is to
- * be answered. Written after docs/, not after the code.
+ * A model of what the service promises, without a database: settings, contacts, calls, one table of
+ * keys, and the effects of changes of profile on them. It generates random operations and predicts
+ * the answer to each. It is written from docs/, not from the code.
  */
 class ServiceModel {
 public:
@@ -27,7 +27,7 @@ public:
     };
     Operation next();
 
-    /// The messages that bring a fresh service to where the model begins.
+    /// The messages that bring a new service to the model's initial state.
     static std::vector<std::string> beginning();
 
 private:
@@ -81,7 +81,7 @@ private:
     std::mt19937 m_random;
     std::string m_user = "base";
     std::map<Item, std::string> m_items;
-    std::map<Item, int> m_known;  ///< counts that the service keeps, right or not
+    std::map<Item, int> m_known;  ///< counts in the service's cache, right or not
     Numbered m_contacts;
     long m_lastContact = 0;
     Numbered m_calls;

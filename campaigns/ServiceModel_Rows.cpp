@@ -39,7 +39,7 @@ void ServiceModel::writeContacts(const std::string& context, Operation& operatio
     std::string body;
     for (int i = upTo(3); i >= 0; --i) {
         Owned contact{inForce(context), "", {}};
-        // One surname for each contact: the order among equal ones is not promised.
+        // Each contact has another surname, because the order of equal surnames is not promised.
         contact.cells["Surname"] =
             std::string(1, static_cast<char>('a' + upTo(26))) + std::to_string(++m_serial);
         std::string fields = element("Surname", contact.cells["Surname"]);
@@ -63,7 +63,7 @@ void ServiceModel::writeContacts(const std::string& context, Operation& operatio
                               element("Entry", element("UniqueID", operation.answer)));
 }
 
-/// The elements of a random condition, none at times, and what it means.
+/// The elements of a random condition, sometimes none; @p condition gets its meaning.
 std::string ServiceModel::pickCondition(const Numbered& rows, const std::string& key,
                                         const Texts& names, Condition& condition) {
     const int kind = upTo(4);
@@ -130,7 +130,7 @@ void ServiceModel::readContacts(const std::string& context, Operation& operation
         const int limit = upTo(6);
         page =
             element("Offset", std::to_string(offset)) + element("RowLimit", std::to_string(limit));
-        if (offset >= 0 && limit >= 1) {  // no page otherwise
+        if (offset >= 0 && limit >= 1) {  // otherwise there is no paging
             const auto first = std::min(numbers.size(), static_cast<std::size_t>(offset));
             const auto last = std::min(numbers.size(), first + static_cast<std::size_t>(limit));
             numbers = {numbers.begin() + static_cast<long>(first),
@@ -153,7 +153,7 @@ void ServiceModel::changeContacts(const std::string& context, Operation& operati
     Condition condition;
     const std::string select = pickCondition(m_contacts, "UniqueID", ContactFields, condition);
     if (select.empty() ? upTo(10) != 0 : upTo(3) != 0) {
-        // An update reaches the contacts of every user; without a condition it is refused.
+        // An update changes contacts of every user; without a condition it is refused.
         const std::string field = anyOf(ContactFields);
         const std::string text = value();
         if (!select.empty()) {
@@ -227,7 +227,7 @@ ServiceModel::Operation ServiceModel::calls() {
         }
         operation.message =
             message(schema, "read_request", context, "UniqueId EntryId Surname", body);
-        // Unlike all others, calls are answered without their context.
+        // Unlike all other answers, those with calls have no Context.
         operation.answer = answer(schema, "read_response", data);
     } else {
         const bool isGood = !m_calls.empty();

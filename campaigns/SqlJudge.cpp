@@ -13,11 +13,11 @@ struct Seen {
     std::set<std::string> changed;
     std::vector<std::string> bad;
     long long texts = 0;
-    int run = 0;  ///< statements that began to run since the last text was handed over
+    int run = 0;  ///< statements that began to run since the last SQL string was passed
 };
 Seen seen;
 
-/// By action code: which of the two details names what is touched.
+/// Depending on the action code, the first or the second detail is the name of the accessed object.
 bool isInSecondDetail(int action) {
     return action == SQLITE_FUNCTION || action == SQLITE_CREATE_INDEX ||
            action == SQLITE_DROP_INDEX;
@@ -28,7 +28,8 @@ int onPrepare(void*, int action, const char* first, const char* second, const ch
         const char* const name = isInSecondDetail(action) ? second : first;
         seen.acts.emplace(action, name != nullptr ? name : "");
         if (action == SQLITE_DELETE && name != nullptr) {
-            // A delete of all rows is reported by no other means: SQLite does it in one go.
+            // A delete of all rows is not reported in any other way, because SQLite removes them in
+            // one step.
             seen.changed.insert(name);
         }
     }
@@ -36,7 +37,7 @@ int onPrepare(void*, int action, const char* first, const char* second, const ch
 }
 
 int onRun(unsigned, void*, void*, void* text) {
-    // The statements inside of a trigger are reported as comments.
+    // Statements inside a trigger are reported as comments.
     if (std::strncmp(static_cast<const char*>(text), "--", 2) != 0) {
         ++seen.run;
     }
@@ -62,7 +63,7 @@ const char* afterQuoted(const char* at, char quote) {
     return close != nullptr ? close + 1 : nullptr;
 }
 
-/// Whether @p sql is one statement, by its letters alone: SQLite is not asked what it makes of it.
+/// Whether @p sql is one statement, by its characters alone, without asking SQLite.
 bool isOneStatement(const char* sql) {
     bool hasEnded = false;
     for (const char* at = sql; at != nullptr && *at != '\0';) {
@@ -96,7 +97,7 @@ void look(const char* sql) {
 
 }  // namespace
 
-// The linker gives the service's calls to these.
+// The linker redirects the service's calls to these functions.
 extern "C" {
 int __real_sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char**, char**),
                         void* argument, char** error);

@@ -4,22 +4,22 @@
 #include <string>
 #include <vector>
 
-/// A schema as docs/tables.md describes it, which a test holds equal to the code.
+/// A schema as docs/tables.md describes it. A test checks that this page agrees with the code.
 struct Subject {
     std::string schema;
     std::string table;
     std::vector<std::string> reasons;
     std::vector<std::string> columns;
-    std::string key;  ///< the element that names a row; the item's name for settings
+    std::string key;  ///< the element that identifies a row; for settings the item's name
     bool isOfUsers = false;
     bool hasDataFile = false;
 
     bool isSettings() const { return table == "GENERAL_CONFIG"; }
-    /// Whether conditions of an update stand in a Select.
+    /// Whether the conditions of an update are in a Select.
     bool hasSelect() const { return table == "PHONE_BOOK" || table == "CallGroup"; }
 };
 
-/// All schemas of the document.
+/// All schemas in the document.
 std::vector<Subject> documentedSubjects();
 
 #endif

@@ -23,24 +23,24 @@ ANSWER = '{"jsonrpc":"2.0","id":1,"result":{"Response":"base"}}'
 PARSE_ERROR = '{"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"Parse error"}}'
 NAMELESS = '<Method name=""></Method>'
 
-MEMORY = 256         # MiB that a host may have
-TIMES_LENGTH, MORE = 12, 24   # of a message, and MiB: what is built from it
+MEMORY = 256         # limit of a host's memory in MiB
+TIMES_LENGTH, MORE = 12, 24   # a message may take this many times its length, and MiB more
 END = 5              # seconds that SIGTERM may take
-LONGEST_WAIT = 2     # seconds of an honest client, where the attack is within the limits
-TIMES_USUAL = 5      # of their median
+LONGEST_WAIT = 2     # seconds of an honest client's wait, if the attack is within the limits
+TIMES_USUAL = 5      # the same as a multiple of the median
 ATTACK = 1.5         # seconds
 
 
 # Attacks -----------------------------------------------------------------------------------------
 
 def memory_of(process, what="VmHWM"):
-    """In MiB; VmHWM is the most that it ever had."""
+    """Memory of a process in MiB; VmHWM is its maximum so far."""
     with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
         return int(re.search(rf"{what}:\s+(\d+)", status.read())[1]) // 1024
 
 
 def growth_of(process, work):
-    """How many MiB more than before a process has at most while something is done."""
+    """How many MiB more than before a process uses at most during some work."""
     with open(f"/proc/{process.pid}/clear_refs", "w", encoding="ascii") as references:
         references.write("5")
     before = memory_of(process)
@@ -49,7 +49,7 @@ def growth_of(process, work):
 
 
 def slowness_of(process):
-    """How many times longer the work of a process takes since others have the processors too."""
+    """How many times slower a process is because others use the processors too."""
     used = waited = 0
     for thread in os.listdir(f"/proc/{process.pid}/task"):
         with open(f"/proc/{process.pid}/task/{thread}/schedstat", encoding="ascii") as times:
@@ -137,7 +137,7 @@ def check_attacks(campaign):
 # Starts ------------------------------------------------------------------------------------------
 
 def older_database(place, calls_in_it=5000):
-    """One that takes long to upgrade."""
+    """A database that takes long to upgrade."""
     database = sqlite3.connect(place.db / "phone.db")
     database.executescript((SOURCES / "tests/databases/settings_3.sql").read_text())
     database.execute("CREATE TABLE CALL_LOG (UserContext TEXT, UniqueId INTEGER PRIMARY KEY, "
@@ -155,7 +155,7 @@ def lock_start(place):
 
 
 def lock_folder(place):
-    """Another start, which does not end."""
+    """Another start, which never ends."""
     place.lock = os.open(place.db, os.O_RDONLY)
     fcntl.flock(place.lock, fcntl.LOCK_EX)
 
@@ -167,7 +167,7 @@ def make_lists_pipes(place):
 
 
 def check_starts(campaign):
-    """SIGTERM ends a start, and another start over the same goes well."""
+    """SIGTERM ends a start, and the next start with the same files succeeds."""
     for prepare in (older_database, lock_start, lock_folder, make_lists_pipes):
         with Place(campaign) as place:
             prepare(place)
@@ -199,7 +199,7 @@ MESSAGES = {
 
 
 def check_memory(campaign):
-    """What a message builds follows from its length."""
+    """The memory for a message is limited by its length."""
     for name, text in MESSAGES.items():
         with Place(campaign) as place:
             host, wire, message = place.serve(), place.wire(), asked(text)
@@ -211,7 +211,7 @@ def check_memory(campaign):
 
 
 def check_files(campaign):
-    """Files of any length, and folders of any number."""
+    """Files of any size, and any number of folders."""
     with Place(campaign) as place:
         with open(place.root / "data/in.csv", "w", encoding="ascii") as file:
             file.writelines(f"base,,n{n}{2 * LARGE}\n" for n in range(10000))
@@ -246,7 +246,7 @@ def check_files(campaign):
 
 
 def check_modes(campaign):
-    """Whatever the umask, no other user may use a file of a host at any time."""
+    """With any umask, no other user can ever access a file of a host."""
     with Place(campaign) as place:
         older_database(place, 5)
         (place.db / "phone.db").chmod(0o600)
@@ -281,7 +281,7 @@ def check_modes(campaign):
 # Sizes -------------------------------------------------------------------------------------------
 
 def check_sizes(campaign):
-    """Lines at the limit and above it, deep ones, and answers above it."""
+    """Lines at the limit and beyond it, deeply nested ones, and answers beyond the limit."""
     with Place(campaign) as place:
         place.serve()
         wire = place.wire()
@@ -311,7 +311,7 @@ def check_sizes(campaign):
 
 
 def check_crowd(campaign):
-    """1,200 clients at once; and a host that may open few files serves those that are in."""
+    """1,200 clients at once; a host that may open only a few files serves the connected clients."""
     for limit, crowd in ((24, 44), (64, 84), (4096, 1200)):
         with Place(campaign) as place:
             host = place.serve(preexec_fn=lambda limit=limit: resource.setrlimit(
@@ -335,7 +335,7 @@ def check_crowd(campaign):
 
 
 def check_log_reader(campaign):
-    """A reader of the log that stops keeps no client waiting for ever."""
+    """If a reader of the log stops, no client waits forever."""
     with Place(campaign) as place:
         reader, writer = os.pipe()
         host = place.serve(stderr=writer)

@@ -10,13 +10,13 @@ from host_campaign import Wire, asked, call, request
 
 MIB = 1024 * 1024
 READ = asked(request("read_request", "<ResultCols>Label</ResultCols><Id>100</Id>"))
-HONEST, RATE = 8, 1000   # clients, and their requests a second
+HONEST, RATE = 8, 1000   # number of clients, and their requests a second
 
 
 # Honest clients ----------------------------------------------------------------------------------
 
 def ask_until(path, told, is_over):
-    """One honest client: a read every few milliseconds, every tenth a write."""
+    """One honest client: a read every few milliseconds; every tenth request is a write."""
     wire, waits, number = Wire(path), [], 0
     while not is_over.is_set():
         number += 1
@@ -46,7 +46,7 @@ def be_honest(path, pipe):
 
 
 class HonestClients:
-    """Ask in a process of their own; waits() ends them."""
+    """Honest clients in a process of their own; waits() ends them."""
 
     def __init__(self, place):
         self.pipe, other = multiprocessing.Pipe()
@@ -96,7 +96,7 @@ def calls(number, items):
 
 
 def is_closed(wire):
-    """Whether the host has closed a wire that does not read."""
+    """Whether the host has closed the connection of a client that does not read."""
     try:
         wire.socket.send(b"\n")
     except BlockingIOError:
@@ -107,7 +107,7 @@ def is_closed(wire):
 
 
 def do_not_read(_, wire, is_over):
-    """Asks for much and reads nothing."""
+    """Requests large answers and reads nothing."""
     wire.exchange(call("AddListener"))
     wire.socket.setblocking(False)
     message = asked(request("read_request", schema="PhoneBook")).encode() + b"\n"
@@ -142,7 +142,7 @@ def come_and_go(place, _, is_over):
 
 
 def fill(place):
-    """A database with contacts, of which an answer has one MiB."""
+    """A database with contacts; an answer with all of them has one MiB."""
     place.serve()
     place.wire().exchange(asked(contacts(3000)))
     place.end_host()
@@ -155,7 +155,7 @@ def make_files(place):
         try:
             os.mknod(place.root / "data" / name, stat.S_IFCHR | 0o666, os.makedev(1, minor))
         except PermissionError:
-            pass  # only the superuser may; the pipes remain
+            pass  # only the superuser may do this; the pipes remain
 
 
 def use_files(_, wire, is_over):
@@ -171,7 +171,7 @@ def use_files(_, wire, is_over):
 
 
 def hold_database(place, wire, is_over):
-    """Another process has the database: a batch fails after one wait of five seconds."""
+    """Another process has locked the database: a batch fails after one wait of five seconds."""
     other = sqlite3.connect(place.db / "phone.db", isolation_level=None, check_same_thread=False)
     other.execute("BEGIN EXCLUSIVE")
     begun = time.monotonic()
@@ -179,18 +179,18 @@ def hold_database(place, wire, is_over):
     place.campaign.highest("ms of a batch under another's lock",
                            int((time.monotonic() - begun) * 1000))
     place.campaign.check(time.monotonic() - begun < 8, "a batch waits for each entry")
-    for message in (asked(contacts(5)), READ, READ, READ, READ):  # so that SIGTERM finds some
+    for message in (asked(contacts(5)), READ, READ, READ, READ):  # SIGTERM interrupts some
         place.wire().send(message)
     is_over.wait()
     other.close()
 
 
-# What honest clients may notice: nothing; that a table of theirs grows, which has no key; all.
+# What honest clients may notice: nothing; the growth of a table without a key; anything.
 WITHIN, GROWING, BEYOND = range(3)
 VALUE = "x" * 7 * MIB
 NAMES = request("read_request", "".join(f"<n{n:x}/>" for n in range(700000)))
 CALLS = calls(1, 600000)
-# Name: attackers, what they do, what is there before, and what honest clients may notice.
+# Name: number of attackers, what they do, the preparation, and what honest clients may notice.
 ATTACKS = {
     "600,000 empty calls": (4, again(asked(CALLS)), None, WITHIN),
     "more than 10,000 of each": (2, again(asked(contacts(300000)), asked(settings(200000)),

@@ -49,7 +49,7 @@ class Campaign:
         return holds
 
     def end(self):
-        """Prints the figures and gives the exit status."""
+        """Prints the figures and returns the exit status."""
         shutil.rmtree(self.place, ignore_errors=True)
         self.figures["findings"] = self.findings
         for name, value in self.figures.items():

@@ -19,12 +19,12 @@ from pathlib import Path
 SOURCES = Path(__file__).resolve().parents[1]
 TARGETS = ["request", "wire", "datafile", "devicefile", "calltimes", "database"]
 AT_ONCE = 2
-# Seconds for one input: a database that another holds is waited for 5 seconds a statement.
+# Seconds for one input: each statement waits 5 seconds for a locked database.
 LONGEST_INPUT = 25
 
 
 def corpora(target):
-    """The folders that a run begins with."""
+    """The folders with the first inputs of a run."""
     folders = [SOURCES / "fuzz" / kind / target for kind in ("corpus", "regressions")]
     if target == "request":
         folders.append(SOURCES / "examples")
@@ -32,7 +32,7 @@ def corpora(target):
 
 
 def figures_of(output):
-    """Inputs, places of the code reached, and inputs that reached new ones."""
+    """The number of inputs, of covered code positions, and of inputs that reached new ones."""
     units = re.findall(r"stat::number_of_executed_units:\s*(\d+)", output)
     covered = re.findall(r" cov: (\d+)", output)
     corpus = re.findall(r" corp: (\d+)/", output)
@@ -65,7 +65,7 @@ def run(target, options, place):
         print(f"fuzz: found with --seed {options.seed}: {target}: status {done.returncode}, "
               f"{', '.join(map(str, found))}\n{done.stderr[-4000:]}", file=sys.stderr, flush=True)
         return figures, max(len(found), 1)
-    # A fuzzer that did not run finds nothing either.
+    # A fuzzer that did not run can find nothing, so that is a failure.
     return figures, 0 if inputs > 0 and covered > 0 else 1
 
 

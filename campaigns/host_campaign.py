@@ -10,7 +10,7 @@ from phone import PATIENCE, Phone, Wire, asked, call, request  # noqa: E402,F401
 
 
 class Place(Phone):
-    """A telephone with the list of its device items, and a host that may serve it."""
+    """A telephone with its list of device items, and a host that may serve it."""
 
     def __init__(self, campaign):
         self.campaign = campaign
@@ -32,7 +32,7 @@ class Place(Phone):
         shutil.rmtree(self.place)
 
     def serve(self, **more):
-        """A host that answers."""
+        """Starts a host and waits until it answers."""
         self.host = self.popen("serve", "--socket", self.path, **more)
         self.wait_for(self.host)
         self.wire().exchange(asked("getCurrentUser"))
@@ -45,7 +45,7 @@ class Place(Phone):
         self.host = None
 
     def forget_host(self):
-        """After a host has ended in a way of its own: its connections go too."""
+        """Cleans up after a host has ended in an unusual way, including its connections."""
         self.host = None
         for wire in self.wires:
             wire.close()

@@ -14,15 +14,15 @@ from concurrent.futures import ThreadPoolExecutor
 from host_campaign import PATIENCE, Campaign, Place, asked, request
 
 WORKERS = 8
-STARTS = 3     # of "das request" that a worker makes in a round
-MESSAGES = 12  # to each
+STARTS = 3     # starts of "das request" by a worker in a round
+MESSAGES = 12  # messages to each start
 SERVED = 40    # messages of each of two clients of "das serve"
-KILLS = 50     # of hosts, in a round
-CLIENTS = 5    # of a host that is killed
-LONGEST_LIFE = 0.15  # seconds of such a host under load
+KILLS = 50     # hosts that are killed in a round
+CLIENTS = 5    # clients of a host that is killed
+LONGEST_LIFE = 0.15  # seconds that such a host runs under load
 
-# A key of its own for each row that is inserted or set, so that each acknowledged write can be told.
-# How a write looks, how often its row is to be found, and the column that names the row.
+# Each inserted or changed row has a unique key, so that each acknowledged write can be found. For
+# each kind: its request, how often its row must exist, and the column that identifies it.
 KINDS = {
     "setting": (lambda name: request("update_request", f"<{name}>{name}</{name}>", "AudioSettings"),
                 "SELECT COUNT(*) FROM GENERAL_CONFIG WHERE Schema = 'AudioSettings' AND Value = ?"),
@@ -52,7 +52,7 @@ KINDS = {
                                   "</Entry>" for more in (0, 500000)), "FeatureKeys"),
                  "SELECT COUNT(*) / 2.0 FROM FEATURE_KEYS WHERE Label = ?"),
 }
-# Tables that no key of their own keeps from holding a row twice, and the columns that name a row.
+# Tables without a key, which could store a row twice, and the columns that identify a row.
 KEYLESS = {"CallGroup": "UserContext, CallGroup",
            **{table: "UserContext, Id" for table in (
                "ABBREVIATED_DIALLING", "ANALYTICS", "BCA_SETTINGS", "CANONICAL_LOOK_UP",
@@ -70,13 +70,13 @@ def number_of(name):
 
 
 class Writes:
-    """Makes writes, and notes which were acknowledged."""
+    """Sends writes, and records which were acknowledged."""
 
     def __init__(self, campaign, last=0):
         self.random = campaign.random
         self.kinds = list(KINDS)
-        self.last = last  # the number that made the latest name
-        self.made = []  # kind, name, whether acknowledged
+        self.last = last  # the number in the latest name
+        self.made = []  # kind, name, and whether it was acknowledged
 
     def some(self, count):
         chosen = []
@@ -112,7 +112,7 @@ def run_client(place, writes):
 
 
 def write_until_the_end(wire, writes):
-    """One request after the other; the answer to the last one is blank, since the host has gone."""
+    """Sends one request after the other. If the host has ended, the last answer is blank."""
     answers = []
     for write in writes:
         try:
@@ -148,7 +148,7 @@ def check_database(campaign, place, writes, where):
 
 
 def check_writes(campaign, with_host):
-    """Eight at once, next to a host, on a database that is there or that they have to make."""
+    """Eight processes at once, with or without a host, on an existing or a new database."""
     where = "next to a host" if with_host else "without a host"
     with Place(campaign) as place, ThreadPoolExecutor(WORKERS + 2) as pool:
         writes = Writes(campaign)
@@ -169,7 +169,7 @@ def check_writes(campaign, with_host):
 
 
 def check_first_requests(campaign):
-    """The very first requests to the tables, by eight at once."""
+    """The first requests to all tables, from eight processes at once."""
     with Place(campaign) as place, ThreadPoolExecutor(WORKERS) as pool:
         place.das("request", lines=["getCurrentUser"])
         hosts = [place.popen("serve", "--stdio", stdin=subprocess.PIPE, stdout=subprocess.PIPE,
@@ -191,7 +191,7 @@ def check_first_requests(campaign):
 
 
 def check_kills(campaign):
-    """A host under several clients is killed at a random moment and started again."""
+    """Kills a host with several clients at a random moment and starts it again."""
     with Place(campaign) as place, ThreadPoolExecutor(CLIENTS) as pool:
         acknowledged = 0
         for kill in range(KILLS):

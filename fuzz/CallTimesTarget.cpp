@@ -1,5 +1,5 @@
-// The times of calls, in rows as the database has them. Each line of an input is a call: the time,
-// and after a blank the number.
+// The times of calls, in rows as in the database. Each line of an input is a call: the time, then a
+// blank and the number.
 
 #include <algorithm>
 #include <exception>
@@ -15,7 +15,7 @@ namespace {
 
 using namespace CallLogColumns;
 
-/// A row of the table with the calls of @p input, as many as it has room for.
+/// A row of the table with the calls of @p input, as many as fit.
 Rows rowOf(const std::string& input) {
     Rows rows(1, std::vector<std::string>(Count));
     std::istringstream lines(input);
@@ -43,7 +43,7 @@ void sortBothWays(CallLogRow row) {
     try {
         row.sortRecords();
     } catch (const std::exception&) {
-        // A time that can't be read; nothing may be lost by that.
+        // A time could not be read. No call may be lost because of this.
     }
     require(timesOf(row) == before, "a sort that loses calls");
     row.normalize();

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-/// One way in which a file is damaged, with the two numbers for where and how.
+/// One kind of damage to a file, with two numbers for the position and the details.
 struct Damage {
     enum Kind : std::uint8_t {
         Bit,      ///< flips bit @p value of the byte at @p place
@@ -19,10 +19,10 @@ struct Damage {
     };
 
     Kind kind;
-    std::size_t place;  ///< any number: it is taken into the file
+    std::size_t place;  ///< any number; it is reduced to the size of the file
     std::uint8_t value;
 
-    /// Changes @p file, the bytes of a database; an empty one stays so.
+    /// Damages @p file, the bytes of a database; an empty file does not change.
     void apply(std::string& file) const;
 };
 

@@ -1,4 +1,4 @@
-// Files of rows, by each of their readers. The first byte of an input chooses one.
+// Data files, read by each of their readers. The first byte of an input selects the reader.
 
 #include <exception>
 #include <fstream>
@@ -18,8 +18,8 @@ const char* const File = "/tmp/input.csv";
 
 std::unique_ptr<Stage> stage;
 
-/// A cut line and what a writer makes of its fields: cut again it is the same, unless the format
-/// does not carry the fields.
+/// Splits a line, writes its fields and splits the result. The fields must be the same, unless the
+/// format can't carry them.
 void cutLines(const std::string& text) {
     std::vector<std::string> fields;
     ClientUtils::splitString(text, fields);
@@ -123,7 +123,7 @@ void takeDataFile(std::string_view input) {
             cutLines(text);
         }
     } catch (const std::exception&) {
-        // An import may throw what the standard library throws, with everything released.
+        // An import may throw exceptions of the standard library, if everything is released.
     }
     stage->restore();
 }

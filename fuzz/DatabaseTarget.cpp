@@ -1,6 +1,7 @@
-// A database file at start. The first byte of an input chooses a database, or that the rest of the
-// input is the file; else each five bytes more are one change: its kind, three bytes of place and a
-// value. A change may also leave a journal or an upgrade's copy next to the database.
+// A database file at a start. The first byte of an input selects a database, or says that the rest
+// of the input is the file. Otherwise each further five bytes are one change: its kind, three bytes
+// of position, and a value. A change may also leave a journal or an upgrade's copy next to the
+// database.
 
 #include <sys/stat.h>
 
@@ -26,7 +27,8 @@ constexpr std::size_t ChangeSize = 5;
 constexpr std::size_t MostChanges = 40;
 constexpr int FailureLevel = 2;
 
-/// The kinds of changes follow each other: damage of bytes, statements, and what stands next to it.
+/// The numbers of the kinds of changes: first damage, then statements, then these files next to the
+/// database.
 enum Companion : std::uint8_t { Journal, Copy, CompanionKinds };
 constexpr std::size_t FirstStatement = Damage::Kinds;
 constexpr std::size_t FirstCompanion = FirstStatement + OddStatement::Kinds;
@@ -56,7 +58,8 @@ std::size_t byteAt(std::string_view input, std::size_t place) {
     return static_cast<unsigned char>(input[place]);
 }
 
-/// A cache of a few pages: they leave it, and the journal in front of them, before the end.
+/// The cache has only a few pages, so pages are written to the file, and to the journal first,
+/// before the transaction ends.
 std::string journalOf(const std::string& path) {
     const Sql db(path);
     db.mustRun("PRAGMA cache_size = 2; BEGIN");
@@ -123,7 +126,7 @@ void startAndAsk() {
             require(isWhole(request, phone.service().processRequest(request)),
                     "the answer is not whole");
         } catch (const std::exception&) {
-            // As of any request: all is released, and the next one is served.
+            // As in any request, everything is released, and the next one is served.
         }
     }
 }
@@ -154,8 +157,8 @@ void beginDatabase() {
     requests.emplace_back("saveContactsToCSV");
 }
 
-/// The file is never removed; only an upgrade's copy may take its place. Where one of the two was
-/// sound, the database is sound afterwards.
+/// The file is never removed; only an upgrade's copy may replace it. If one of the two was sound
+/// before, the database is sound afterwards.
 void takeDatabase(std::string_view input) {
     for (const std::string& path : {databasePath(), journalPath(), copyPath()}) {
         (void)fs::remove(path);

@@ -1,4 +1,5 @@
-// Files of the telephone's image, and the texts of versions. The first byte of an input chooses.
+// Files of the telephone's image, and strings with versions. The first byte of an input selects
+// one.
 
 #include <string>
 
@@ -46,7 +47,7 @@ void readRingers() {
     (void)MediaControl().isDistinctiveRingerInUse("bell.mp3");
 }
 
-/// The two steps of a start that read it.
+/// The two steps of a start that read the previous version.
 void readPreviousVersion() {
     DASMigrator::checkAndMigrateQFADatabase(&stage->service());
     DASMigrator::distinctiveRingerTableCleanup(&stage->service());
@@ -60,7 +61,7 @@ void compareVersions(const std::string& text) {
     stage->service().checkDatabaseNeedsChange(eSwType(1), eSwType(2), text);
 }
 
-/// A map of values, as parameters carry it.
+/// A map of values in the form of parameters.
 void readMap(const std::string& text) {
     std::map<std::string, std::string> values;
     if (Serializer::deserialize(text, values)) {
@@ -73,7 +74,7 @@ void readMap(const std::string& text) {
 }
 
 struct Reader {
-    const char* file;  ///< null for a text
+    const char* file;  ///< null if the input is a string and not a file
     void (*read)();
     void (*readText)(const std::string& text);
 };
@@ -105,7 +106,7 @@ void takeDeviceFile(std::string_view input) {
             reader.read();
         }
     } catch (const std::exception&) {
-        // A start goes on after what the standard library throws.
+        // A start continues after exceptions of the standard library.
     }
     stage->restore();
 }

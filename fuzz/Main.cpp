@@ -26,7 +26,7 @@ const char* nameOfTarget(int argc, char** argv) {
 
 }  // namespace
 
-/// SQLite allocates much; long stacks and a large quarantine would halve the speed.
+/// SQLite allocates often; long stack traces and a large quarantine would halve the speed.
 extern "C" const char* __asan_default_options() {
     return "malloc_context_size=4:quarantine_size_mb=8";
 }
@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
                            (*argv)[0], TargetOption, targetNames());
         std::exit(2);
     }
-    if (std::freopen("/dev/null", "w", stdout) == nullptr) {  // what a start prints
+    if (std::freopen("/dev/null", "w", stdout) == nullptr) {  // the output of a start
         std::exit(2);
     }
     target->begin();

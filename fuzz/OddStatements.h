@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-/// Changes of a database by statements that no release of the service runs.
+/// Changes to a database by statements that no release of the service runs.
 struct OddStatement {
     enum Kind : std::uint8_t {
         Schema,   ///< the text, name or page of a table in sqlite_master
@@ -14,10 +14,10 @@ struct OddStatement {
     };
 
     Kind kind;
-    std::size_t place;  ///< any number: it chooses the table and the column
-    std::uint8_t value;  ///< any number: it chooses the statement
+    std::size_t place;  ///< any number; it selects the table and the column
+    std::uint8_t value;  ///< any number; it selects the statement
 
-    /// Changes the database @p file. What SQLite refuses leaves it whole.
+    /// Changes the database @p file. If SQLite refuses, the file is still valid.
     void apply(const std::string& file) const;
 };
 

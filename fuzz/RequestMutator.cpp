@@ -74,7 +74,7 @@ RequestMutator::RequestMutator()
       m_reasons(std::begin(Reasons), std::end(Reasons)),
       m_elements(columnNames()),
       m_values(std::begin(Values), std::end(Values)) {
-    // What the settings are called stands in no column.
+    // Names of settings are no columns, so they are added here.
     for (const char* item : {"RingerMelody", "MobilityCurrentUser", "SIPpassword", "Language"}) {
         m_elements.emplace_back(item);
     }

@@ -6,15 +6,15 @@
 #include <vector>
 
 /**
- * Changes requests by their form: schema, reason, elements, their values and the context's user.
- * What it makes is mostly well formed, so that it comes further than changes of single bytes do.
+ * Changes requests by their structure: schema, reason, elements, values, and the user of the
+ * context. The result is mostly well-formed, so it gets further than a request with changed bytes.
  */
 class RequestMutator {
 public:
-    /// To be made when the service stands, since the elements are the columns of its tables.
+    /// Create it after the service was started, because the elements are the columns of its tables.
     RequestMutator();
 
-    /// @p message with one to four changes, which follow from @p seed.
+    /// @p message with one to four changes, which depend on @p seed.
     std::string mutate(std::string message, unsigned seed);
 
 private:

@@ -1,5 +1,5 @@
-// One message to the service. It must be answered, and without kept statements in the same way: the
-// answer is the same, and so is what it leaves in the database.
+// One message to the service. It must be answered. With and without the statement cache, the answer
+// and the contents of the database afterwards must be the same.
 
 #include <exception>
 #include <string>
@@ -12,7 +12,7 @@ namespace {
 
 std::unique_ptr<Stage> stage;
 
-/// The answer to @p message and the rows after it.
+/// The answer to @p message, followed by the rows of the database.
 std::string outcome(const std::string& message, bool keepsStatements) {
     std::string answer = "none";
     StatementCache& cache = stage->service().getAdapter()->statementCache();
@@ -20,7 +20,8 @@ std::string outcome(const std::string& message, bool keepsStatements) {
     try {
         answer = stage->service().processRequest(message);
     } catch (const std::exception&) {
-        // The caller of the process gets what the standard library throws; others get a failure.
+        // A caller in the process gets exceptions of the standard library; other callers get a
+        // failure.
     }
     require(!answer.empty(), "a request is not answered");
     cache.setUsed(true);

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int InputsOfAService = 2000;
-/// A service does not release the adapters that it had before a reset.
+/// A service keeps the adapters that a reset has replaced, so resets count more.
 constexpr int InputsOfAReset = 50;
 
 const char* const Folders[] = {"/",    "/data",         "/data/ringtones",   "/data/images",
@@ -41,7 +41,7 @@ FuzzPlace& FuzzPlace::get() {
 }
 
 FuzzPlace::FuzzPlace() : m_place(parent()) {
-    // All levels, so that the making of each entry is tried too.
+    // All levels, so that the formatting of each entry is tested too.
     Log::setLevel(6);
     Log::setSink([](const Log::Entry&) {});
     makeFolders();

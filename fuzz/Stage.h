@@ -10,14 +10,14 @@
 #include "testkit/Place.h"
 #include "testkit/Sql.h"
 
-/// The folder of a process: database and device root, in memory where that can be had. It goes at
-/// the end of the process.
+/// The folder of the process: database and device root, in memory if possible. It is removed at the
+/// end of the process.
 class FuzzPlace {
 public:
     static FuzzPlace& get();
 
     std::string database() const { return m_place.database(); }
-    /// Where the path @p path of the telephone stands.
+    /// The path on this machine of the telephone's path @p path.
     std::string onDevice(const std::string& path) const { return m_place.onDevice(path); }
 
     /// Removes what was written below the device root, if anything was.
@@ -34,7 +34,7 @@ private:
     Times m_times;
 };
 
-/// A service that has been started over a full database, which is as it was before each input.
+/// A service that runs on a full database, which is restored before each input.
 class Stage {
 public:
     Stage();
@@ -43,15 +43,15 @@ public:
     Stage& operator=(const Stage&) = delete;
 
     DataAccessService& service() { return m_phone.service(); }
-    /// Stands for the services next to this one in every later start; not owned.
+    /// Used as the context of each later start; not owned.
     void setContext(Context& context);
 
-    /// All rows as the last input left them; empty when it changed none.
+    /// The rows that the last input has changed; empty if it changed none.
     std::string change() const;
 
-    /// Puts database, files, user and caches back, and reports by require() when the last input
-    /// left something taken. @p weight is how many ordinary inputs this one counts for, since the
-    /// service lives for so many of them.
+    /// Restores database, files, user and caches, and reports by require() if the last input has
+    /// left a lock or a transaction. @p weight: how many ordinary inputs this one counts for,
+    /// because the service is restarted after a number of them.
     void restore(int weight = 1);
 
 private:
@@ -64,7 +64,7 @@ private:
     long long version() const;
     void putBack();
 
-    const Sql m_whole{":memory:"};  ///< how the database is to be
+    const Sql m_whole{":memory:"};  ///< the contents to restore
     Sql m_file{nullptr};
     Phone m_phone;
     long long m_version = 0;

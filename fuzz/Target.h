@@ -4,16 +4,16 @@
 #include <string_view>
 
 /**
- * A door through which data from outside enters, for a fuzzer and for the tests that repeat what it
- * found. An input must leave everything as it found it, so that the next one finds the same alone.
+ * An entry point for data from outside, for a fuzzer and for tests that repeat its findings. An
+ * input must leave no effects, so that the next one begins with the same state.
  */
 struct Target {
     const char* name;
 
-    /// Called once, in front of the inputs.
+    /// Called once, before the inputs.
     void (*begin)();
 
-    /// Takes one input. What must not be ends the process, with a line on standard error.
+    /// Handles one input. If something forbidden happens, the process ends with a message.
     void (*take)(std::string_view input);
 };
 
@@ -23,10 +23,10 @@ const Target* findTarget(std::string_view name);
 /// The names of all targets, with blanks between them.
 const char* targetNames();
 
-/// Ends the process, and says so, unless @p holds.
+/// Ends the process with the message @p what, unless @p holds.
 void require(bool holds, const char* what);
 
-// The targets, one a source.
+// The targets; each has its own source.
 void beginRequests();
 void takeRequest(std::string_view input);
 void beginWire();

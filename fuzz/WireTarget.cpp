@@ -1,4 +1,4 @@
-// What a client of the host sends: lines of either protocol.
+// Lines that a client sends to the host, in either protocol.
 
 #include <cstring>
 #include <deque>
@@ -23,10 +23,10 @@
 namespace {
 
 constexpr std::size_t LineLimit = 2048;
-constexpr std::string_view AccessMark = "#access\n";  // begins an input of another kind
+constexpr std::string_view AccessMark = "#access\n";  // begins an input with access rules
 constexpr std::size_t Chunk = 61;  // so that lines come in pieces
 
-/// A client that looks at what it is sent.
+/// A client that checks what is sent to it.
 class CheckingClient : public Client {
 public:
     using Client::Client;
@@ -80,7 +80,7 @@ void beginWire() {
     host = std::make_unique<Host>();
 }
 
-/// Rules and a request that is held against them, in place of lines of a client.
+/// The input has access rules and a request to check by them, instead of lines of a client.
 void takeAccessFile(std::string_view input) {
     const auto resolve = [](bool /*isGroup*/, const std::string& name) {
         return name == "x" ? std::optional<id_t>(1) : std::nullopt;
@@ -110,7 +110,7 @@ void takeWire(std::string_view input) {
         takeAccessFile(input.substr(AccessMark.size()));
         return;
     }
-    // Listeners can't be taken out of a service.
+    // Listeners can't be removed from a service, so each counts as this many inputs.
     constexpr int weightOfListener = 40;
     const bool hasListener = input.find("Listener") != std::string_view::npos;
     Dispatcher dispatcher(host->stage.service(), host->invoker, host->framework);

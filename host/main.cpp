@@ -18,8 +18,8 @@
 
 namespace {
 
-/// A descriptor that the caller left closed would be given to the next file that is opened. It is
-/// opened in the wrong direction, so that its use fails as before.
+/// If the caller has closed a standard descriptor, the next opened file would get its number. So
+/// each such descriptor is opened in the wrong direction, and its use fails as before.
 void occupyStandardDescriptors() {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
@@ -28,7 +28,7 @@ void occupyStandardDescriptors() {
     }
 }
 
-/// The service reads its places from the environment. Called while there is one thread.
+/// The service reads its paths from the environment. Call this while there is only one thread.
 void exportToEnvironment(const HostOptions& options) {
     const std::pair<const char*, const std::optional<std::string>&> places[] = {
         {"DB_PATH", options.db}, {"DAS_ROOT", options.root}};
@@ -39,7 +39,7 @@ void exportToEnvironment(const HostOptions& options) {
     }
 }
 
-/// What becomes of the data by the arguments that the command got.
+/// How the command uses the data, depending on its arguments.
 CommandTable::Data dataOf(const CommandLine& line) {
     using CommandTable::Data;
     const Data data = line.command().data;
@@ -48,7 +48,7 @@ CommandTable::Data dataOf(const CommandLine& line) {
     return isRead || line.arguments().has("--dry-run") ? Data::Read : data;
 }
 
-/// Finds the service for a command. False, after a message, when the command can't run there.
+/// Finds the service for a command. False, after a message, if the command can't run there.
 bool findService(const CommandLine& line, HostOptions& options) {
     using CommandTable::Data;
     const Data data = dataOf(line);
@@ -90,9 +90,10 @@ int runCommandLine(const std::vector<std::string>& words) {
 
 int main(int argc, char** argv) {
     occupyStandardDescriptors();
-    // A write to a reader that has gone fails then, and does not end the process.
+    // Without this, a write to a closed pipe or socket would end the process; now it returns an
+    // error.
     std::signal(SIGPIPE, SIG_IGN);
-    // So does a write beyond the size that a file may have here.
+    // The same for a write beyond the size limit of files.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         return runCommandLine({argv + std::min(argc, 1), argv + argc});

@@ -3,15 +3,18 @@
 
 #include <string>
 
-/// One committed change. All four are blank when anything may have changed.
+/// One committed change. All four are blank if anything may have changed.
 struct DASChange {
-    std::string schema;   ///< whose rows changed; blank for several
-    std::string context;  ///< "base" or "visitor"; blank for the telephone's rows and for several
-    std::string reason;   ///< of the request, or the name of the method; blank for another process
-    std::string id;       ///< number, key or setting of the one row; blank for several and unknown
+    std::string schema;   ///< whose rows changed; blank if there are several schemas
+    std::string context;  ///< "base" or "visitor"; blank for the telephone's rows, and if there are
+                          ///< several
+    std::string reason;   ///< of the request, or the name of the method; blank for a change of
+                          ///< another process
+    std::string id;       ///< number, key or setting of the changed row; blank if there are several
+                          ///< or it is not known
 };
 
-/// Hears of committed changes. Registered with DASChangeSourceIfc::addChangeListener.
+/// A listener to committed changes. Register it by DASChangeSourceIfc::addChangeListener.
 class DASChangeListenerIfc {
 public:
     virtual ~DASChangeListenerIfc() = default;
@@ -26,21 +29,22 @@ public:
     virtual void changed(const DASChange& change) = 0;
 };
 
-/// Where committed changes are known; found on the service by dynamic_cast. Any thread may call.
+/// Registers listeners to committed changes. The service implements it; find it by dynamic_cast.
+/// Any thread may call.
 class DASChangeSourceIfc {
 public:
     virtual ~DASChangeSourceIfc() = default;
 
-    /// Adds a listener, which hears each change that is committed from now on; not owned. Waits for
-    /// a transaction that has begun. A null one is ignored.
+    /// Adds a listener (not owned), which gets each change that is committed from now on. Waits for
+    /// the end of a current transaction. Null is ignored.
     virtual void addChangeListener(DASChangeListenerIfc* listener) = 0;
 
-    /// Removes a listener. It is not called any more when this returns.
+    /// Removes a listener. When this returns, the listener is not called any more.
     virtual void removeChangeListener(DASChangeListenerIfc* listener) = 0;
 
     /**
-     * Looks whether another process has committed since the last look, and reports that as a change
-     * with blank texts. Waits for nothing; does nothing without a listener.
+     * Checks whether another process has committed since the last call, and reports this as a
+     * change with blank fields. Never waits; does nothing without a listener.
      *
      * @return false when the database was in use, so that the look is to be repeated soon
      */

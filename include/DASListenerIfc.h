@@ -1,9 +1,9 @@
 #ifndef DASLISTENERIFC_H
 #define DASLISTENERIFC_H
 
-/// Hears of each change of the telephone's user. Registered with DataAccessServiceIfc::addListener.
-/// The service does not own it: it must outlive the service, since there is no way to remove one.
-/// The slots are a contract between separately built libraries and keep their order.
+/// A listener to changes of the telephone's user. Register it by DataAccessServiceIfc::addListener.
+/// The service does not own it. It must outlive the service, since it can't be removed. The order
+/// of the virtual functions is a contract between separately built libraries.
 class DASListenerIfc {
 public:
     virtual ~DASListenerIfc() = default;

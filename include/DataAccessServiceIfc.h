@@ -11,10 +11,10 @@ class DASListenerIfc;
 class DatabaseAdapter;
 
 /**
- * What other services may ask of the data access service.
+ * The operations that the data access service offers to other services.
  *
- * Paths are those of the telephone. A bool is true when the operation was carried out; what else it
- * means stands with the operation. Any thread may call. The order of the operations is part of the
+ * Paths are those of the telephone. A bool is true if the operation was carried out; each operation
+ * describes what else it means. Any thread may call. The order of the operations is part of the
  * binary contract.
  */
 class DataAccessServiceIfc {
@@ -26,20 +26,21 @@ public:
      * schema and a reason. One request at a time is served, others wait.
      *
      * @param message the request, ended by a zero byte
-     * @param length  how many bytes of it the XML parser is given
+     * @param length  how many bytes of it the XML parser reads
      * @return the answer of a service word, or the response in XML, in every case; cell values
      *         and contexts stand in it as they are stored. An exception of the standard
      *         library may pass through, with everything released.
      */
     virtual std::string processRequest(const char* message, int length) = 0;
 
-    /// Deletes a file from a directory of ringtones, screensavers or images; false for any other.
+    /// Deletes a file from a directory of ringtones, screensavers or images; false for any other
+    /// directory.
     virtual bool deleteFile(std::string path, std::string filename) = 0;
 
     /// Deprecated form of moveFile, which a visitor may use only towards a path with "/visitor".
     virtual bool renameFile(std::string oldName, std::string newName) = 0;
 
-    /// Moves a file. False when the move failed or the file is a ringer in use.
+    /// Moves a file. False if the move failed or the file is a ringer in use.
     virtual bool moveFile(std::string oldName, std::string newName) = 0;
 
     /// Deprecated form of readDirectory, for the base user alone.
@@ -60,8 +61,8 @@ public:
                                DirectoryList* directories, DirectoryList* files) = 0;
 
     /**
-     * Changes the telephone's user to "base" or "visitor" and notifies the listeners. Opens the
-     * service for requests, also after a reset. False when @p profile is another text.
+     * Changes the telephone's user to "base" or "visitor" and notifies the listeners. Makes the
+     * service accept requests again, also after a reset. False if @p profile is any other string.
      */
     virtual bool setProfile(std::string profile) = 0;
 
@@ -78,41 +79,42 @@ public:
     /// Replaces one user's rows in the table of @p schema by those of the file @p location.
     virtual bool importData(std::string schema, eUserCategory category, std::string location) = 0;
 
-    /// Fills the values of @p values, keyed by management tag, from base or visitor data.
+    /// Fills in the values of @p values, whose keys are management tags, from base or visitor data.
     virtual bool exportUserData(std::map<std::string, std::string>& values, bool base) = 0;
 
-    /// Writes the values of @p values, keyed by management tag, to base or visitor data.
+    /// Writes the values of @p values, whose keys are management tags, to base or visitor data.
     virtual bool importUserData(std::map<std::string, std::string>& values, bool base) = 0;
 
     /// Makes the visitor the current user, and writes @p values to base data.
     virtual bool migrateUserData(std::map<std::string, std::string>& values) = 0;
 
-    /// Wipes the visitor's rows; his call groups go back to their defaults.
+    /// Deletes the visitor's rows and resets the visitor's call groups to their defaults.
     virtual void clearMobileUserdata() = 0;
 
     /// Deletes the visitor's phone book and call log.
     virtual void clearMobileUserDLSdata() = 0;
 
-    /// Copies base rows over the visitor's, without the user password.
+    /// Replaces the visitor's rows by copies of the base rows, without the user password.
     virtual void copyBaseDataToVisitor() = 0;
 
-    /// Makes the indices that a search by number uses. Always true.
+    /// Creates the indices for a search by number. Always true.
     virtual bool createPhonenumberIndices() = 0;
 
-    /// Makes the adapter and the DAO factory; getAdapter and getDAOFactory give new objects then.
+    /// Creates the adapter and the DAO factory. After that, getAdapter and getDAOFactory return new
+    /// objects.
     virtual void constructorActions() = 0;
 
     /**
      * Resets the telephone's data.
      *
-     * @param enableCreateDb true: the database is made anew at once, result true; false: the
-     *                       management service is notified too, the service stays closed, result
-     *                       false. False also when there is no management service.
+     * @param enableCreateDb true: a new database is created at once, and the result is true. false:
+     *                       the management service is notified too, the service stays closed, and
+     *                       the result is false. Also false if there is no management service.
      */
     virtual bool invokeACMSFactoryReset(bool enableCreateDb) = 0;
 
-    /// Adds a listener after those that are there; not owned, must outlive the service. A null one
-    /// is kept and never called. There is no way to remove one.
+    /// Adds a listener at the end of the list; not owned, must outlive the service. Null is stored
+    /// but never called. Listeners can't be removed.
     virtual void addListener(DASListenerIfc* listener) = 0;
 
     /// The adapter in use; null before constructorActions. Owned by the service; a reset replaces

@@ -7,7 +7,7 @@
 #include "DASTypes.h"
 
 /**
- * The only gate to the database.
+ * The only access to the database.
  *
  * Values are in database form throughout: quoted and escaped by the caller, never here. Unless a
  * declaration says otherwise an int result is a raw SQLite code, 0 for success; the text of the
@@ -22,21 +22,21 @@ public:
     /// Creates @p table; pairs of column name and SQL type. Empties @p columns.
     virtual int createTable(const std::string& table, PairList& columns) = 0;
 
-    /// Makes for each column an index named after it with "_INDEX" at its end, unless there is one.
+    /// Creates an index for each column, with the column's name and "_INDEX" at its end, unless it
+    /// exists.
     virtual void createIndicesForTable(const std::string& table,
                                        const std::vector<std::string>& columns) = 0;
 
     /// The kind of database under this adapter; 1 is SQLite.
     virtual int getAdapterType() = 0;
 
-    /// Number of columns that the complete statement @p sql gives; 0 when it can't be prepared.
+    /// Number of columns in the result of the complete statement @p sql; 0 if it can't be prepared.
     virtual int getColumnCount(const std::string& sql) = 0;
 
-    /// Name of column @p index of the complete statement @p sql; empty when there is no such
-    /// column.
+    /// Name of column @p index of the complete statement @p sql; empty if there is no such column.
     virtual std::string getColumnName(const std::string& sql, int index) = 0;
 
-    /// Appends the column names of @p table to @p names. Gives 1 on success and 0 on failure.
+    /// Appends the column names of @p table to @p names. Returns 1 on success and 0 on failure.
     virtual int getColumnNames(const std::string& table, std::vector<std::string>& names) = 0;
 
     /// Adds a column; with @p withDefault it gets '0' for an integer type and '' for others.
@@ -46,7 +46,7 @@ public:
     /**
      * Inserts a row in table order, replacing a row of the same key. Empties @p values.
      *
-     * @param rowId takes the new row's number; may be null, untouched on failure
+     * @param rowId receives the new row's number; may be null, does not change on failure
      * @return an adapter status: 0 success, 1 failure, 2 out of resources, 3 disk error
      */
     virtual int insert(const std::string& table, std::vector<std::string>& values,
@@ -58,29 +58,30 @@ public:
      */
     virtual int insert(const std::string& table, const PairList& values, long long* rowId) = 0;
 
-    /// Inserts a row; an empty @p columns means table order. Gives the raw SQLite code.
+    /// Inserts a row; if @p columns is empty, in table order. Returns the raw SQLite code.
     virtual int insertRow(const std::string& table, const std::vector<std::string>& columns,
                           const std::vector<std::string>& values, long long* rowId) = 0;
 
-    /// Deletes the rows that match; the lists are emptied. Gives 1 on a table without rows.
+    /// Deletes the rows that match; the lists are emptied. Returns 1 for a table without rows.
     virtual int deleteRow(const std::string& table, PairList& andList) = 0;
     virtual int deleteRow(const std::string& table, PairList& andList, PairList& orList,
                           PairList& notList) = 0;
 
-    /// Begins a transaction and returns with the lock held, whatever the result: endTransaction
-    /// must follow on the same thread. Transactions do not nest.
+    /// Begins a transaction and returns with the lock held, even on failure: endTransaction must
+    /// follow on the same thread. Transactions do not nest.
     virtual int beginTransaction() = 0;
-    /// Commits, and releases the lock that beginTransaction took, whatever the result. What could
-    /// not be committed is rolled back.
+    /// Commits, and releases the lock that beginTransaction took, even on failure. If the commit
+    /// fails, the transaction is rolled back.
     virtual int endTransaction() = 0;
 
-    /// Runs a statement and puts its rows into @p rows, emptied first. Gives 0 or 1.
+    /// Runs a statement and puts its rows into @p rows, emptied first. Returns 0 or 1.
     virtual int executeSQLQuery(const std::string& sql, Rows& rows) = 0;
 
     /**
-     * The select family: builds a statement from lists of conditions and runs it; 0 or 1. Empty
-     * @p columns means all. @p orderBy holds names with an empty text or a direction. The last two
-     * texts are offset and limit, which count only together. Lists that are not const are emptied.
+     * The select family: builds a statement from lists of conditions and runs it; 0 or 1. If
+     * @p columns is empty, all columns are read. @p orderBy holds names with an empty string or a
+     * direction. The last two strings are offset and limit, which are used only together. Lists
+     * that are not const are emptied.
      */
     virtual int executeQuery(const std::string& table, const std::vector<std::string>& columns,
                              const PairList& where, PairList& orderBy, Rows& rows,
@@ -105,7 +106,7 @@ public:
 
     /**
      * The phone number search: rows that match the first pair of @p where and any one of the
-     * others. A value that holds "LIKE " carries its own operator. The text before @p limit is
+     * others. A value that contains "LIKE " has its own operator. The string before @p limit is
      * ignored. An empty @p where throws std::out_of_range; a single pair finds nothing and fails.
      */
     virtual int actualSearchQuery(const std::string& table, const std::vector<std::string>& columns,
@@ -115,8 +116,8 @@ public:
     /// Like executeSQLQuery, but a statement that can't be prepared is still stepped and finished.
     virtual int executeActualSearchQuery(const std::string& sql, Rows& rows) = 0;
 
-    /// Counts the rows that match, as text. Gives 0 always; a failure looks like "0". @p andList is
-    /// emptied.
+    /// Counts the rows that match, as a string. Always returns 0; a failure looks like "0".
+    /// @p andList is emptied.
     virtual int getRowCount(std::string table, PairList& andList, std::string& count) = 0;
 
     /**
@@ -130,21 +131,23 @@ public:
     virtual int update(std::string table, PairList& andList, PairList& orList, PairList& notList,
                        PairList& newValues, bool skipEmptyCheck) = 0;
 
-    /// Drops a table that has rows, and "CALL_LOG" in any case; another empty one stays, result 1.
+    /// Drops a table that has rows, and "CALL_LOG" in any case; any other empty table stays, and
+    /// the result is 1.
     virtual int dropTable(std::string table) = 0;
 
     /// Closes the database and removes its file. Only a new adapter can reach a database again.
     virtual void removeDbFile() = 0;
 
-    /// Text of the last failed statement, "NULL" when the last one succeeded.
+    /// Message of the last failed statement, "NULL" if the last one succeeded.
     virtual std::string getError() = 0;
 
-    /// Runs one statement; the lock must be held. @p callback may be null, @p argument goes to it.
+    /// Runs one statement; call it with the lock held. @p callback may be null; it gets
+    /// @p argument.
     virtual int actualSQLiteCommandExecution(const std::string& sql,
                                              int (*callback)(void*, int, char**, char**),
                                              void* argument) = 0;
 
-    /// Runs the counting statement @p sql, which gives one number; result and failure as above.
+    /// Runs the counting statement @p sql, which returns one number; result and failure as above.
     virtual int getRowCount(const std::string& sql, std::string& count) = 0;
 };
 

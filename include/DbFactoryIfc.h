@@ -3,7 +3,7 @@
 
 class DatabaseAdapterIfc;
 
-/// Makes and destroys the one adapter of a service, and owns it.
+/// Creates, owns and destroys the adapter of a service.
 class DbFactoryIfc {
 public:
     virtual ~DbFactoryIfc() = default;

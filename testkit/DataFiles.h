@@ -10,7 +10,8 @@
 #include "dao/DataAccessObject.h"
 #include "database/DatabaseAdapter.h"
 
-/// As long as it lives, no file of this process grows beyond a size: writes fail as on a full disk.
+/// While this object lives, no file of this process grows beyond a size: writes fail as on a full
+/// disk.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -30,8 +31,8 @@ private:
     void (*m_handler)(int);
 };
 
-/// An object that inserts the rows of a data file, as those of phone book and call log do. Columns
-/// that a line lacks throw the range error.
+/// A data access object that inserts the rows of a data file, as the phone book and the call log
+/// do. If a line has too few columns, this throws std::out_of_range.
 class InsertingObject : public DataAccessObject {
 public:
     using DataAccessObject::DataAccessObject;

@@ -9,8 +9,8 @@
 
 #include "testkit/Place.h"
 
-/// Opens what DasCrypt made, by its documented form and the key file @p key. Any other text gives
-/// "not encrypted: " and itself.
+/// Decrypts a text of DasCrypt, by its documented form and the key file @p key. Any other text
+/// becomes "not encrypted: " followed by the text.
 inline std::string decrypted(const std::string& text, const std::filesystem::path& key) {
     constexpr std::size_t nonceSize = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
     constexpr std::size_t tagSize = crypto_aead_xchacha20poly1305_ietf_ABYTES;

@@ -23,7 +23,7 @@ using xml::message;
 constexpr int Contacts = 60;
 constexpr int RowsOfUser = 40;
 
-/// Settings that an older form has in front of its own tables, unless it brings them itself.
+/// Settings for an older form of the database; used if its dump has no settings.
 const char* const SettingsOfToday = "settings_of_today";
 
 std::vector<fs::path> filesOf(const fs::path& folder) {
@@ -52,7 +52,8 @@ std::string call(int number) {
            "</Duration></Item></LogList></Entry>";
 }
 
-/// What a row of a user holds in a column: its number where rows are named, else some text.
+/// What a user's row holds in a column: a number where rows are identified by numbers, else some
+/// text.
 std::string cellOf(const std::string& column, const std::string& user, int row) {
     if (column == "UserContext") {
         return "'" + user + "'";
@@ -103,7 +104,7 @@ std::vector<std::string> reads() {
 
 void fill(DataAccessService& service) {
     for (const std::string& read : reads()) {
-        (void)service.processRequest(read);  // makes the table
+        (void)service.processRequest(read);  // creates the table
     }
     std::string contacts;
     for (int number = 0; number < Contacts; ++number) {

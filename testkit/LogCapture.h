@@ -9,9 +9,9 @@
 #include "Log.h"
 
 /**
- * Keeps the log's entries for a test, from construction to the end of the scope, when the level
- * and the place of the log are as they were before. Captures may be nested: the innermost gets the
- * entries. Threads may log and ask at any time; captures are made and destroyed by one thread.
+ * Stores the log's entries for a test until the end of the scope, and then restores the level and
+ * the sink of the log. Captures may be nested: the innermost gets the entries. Any thread may log
+ * and read entries; one thread creates and destroys captures.
  */
 class LogCapture {
 public:
@@ -62,7 +62,7 @@ public:
     }
 
 private:
-    /// The sink of @p capture; null gives standard error back.
+    /// Makes @p capture the log's sink; null restores standard error.
     static void useSinkOf(LogCapture* capture) {
         if (capture == nullptr) {
             Log::setSink({});

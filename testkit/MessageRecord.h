@@ -9,9 +9,9 @@
 #include <mutex>
 #include <string>
 
-/// Keeps a request and its answer in a file of the running test in the folder DAS_MESSAGES, if that
-/// is set, so that what the tests say to the service can be held against the published contracts.
-/// Texts have their lengths in front: they may hold any byte.
+/// If DAS_MESSAGES is set, writes a request and its answer to a file of the running test in that
+/// folder, so that the messages of all tests can be compared with the published contracts. Each
+/// text has its length in front, because it may contain any byte.
 inline void recordMessage(const std::string& request, const std::string& answer) {
     const char* const folder = std::getenv("DAS_MESSAGES");
     const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();

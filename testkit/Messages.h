@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-/// Texts of requests, and what stands in those of answers.
+/// Builds requests, and extracts values from answers.
 namespace xml {
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
@@ -16,7 +16,7 @@ inline std::string element(const std::string& name, const std::string& content) 
     return "<" + name + ">" + content + "</" + name + ">";
 }
 
-/// Elements of the fields; values as they are, so that a test can send markup.
+/// Elements for the fields. Values are not escaped, so that a test can send markup.
 inline std::string elements(const Fields& fields) {
     std::string text;
     for (const auto& [name, value] : fields) {
@@ -54,7 +54,7 @@ inline std::string reasonOf(const std::string& answer) {
     return valuesOf(answer, "ReasonForMessage");
 }
 
-/// What @p answer has after its reason.
+/// The part of @p answer after its reason.
 inline std::string dataOf(const std::string& answer) {
     const auto begin = answer.find("</ReasonForMessage>") + 19;
     return answer.substr(begin, answer.rfind("</Schema>") - begin);

@@ -9,7 +9,7 @@
 #include "DbFactoryIfc.h"
 #include "service/DataAccessService.h"
 
-/// A context with the services that a test puts in; none at first.
+/// A context with the services that a test adds; empty at first.
 class TestContext : public Context {
 public:
     Executable* findService(const std::string& name) override {
@@ -20,12 +20,12 @@ public:
     std::map<std::string, Executable*> services;  ///< not owned
 };
 
-/// The service in the place that the environment names. Nothing runs before start().
+/// The service, with the paths that the environment names. Nothing runs before start().
 class Phone {
 public:
-    /// Ends the service, if there is one, and starts another on the same database. An exception of
-    /// the start passes through, and the service that it left is there.
-    /// @param factory of its database, in place of its own; becomes the service's
+    /// Stops the service, if it runs, and starts another one on the same database. An exception of
+    /// the start passes through; the service then exists. @param factory of its database, instead
+    /// of its own; the service takes ownership
     void start(DbFactoryIfc* factory = nullptr) {
         stop();
         m_service = std::make_unique<DataAccessService>();
@@ -40,7 +40,7 @@ public:
     DataAccessService& service() { return *m_service; }
 
     TestContext context;
-    Context* given = nullptr;  ///< in place of that one; not owned
+    Context* given = nullptr;  ///< used instead of the context above; not owned
 
 private:
     std::unique_ptr<DataAccessService> m_service;

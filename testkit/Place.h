@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-/// The contents of a file; blank when it is not there.
+/// The contents of a file; blank if it does not exist.
 inline std::string readFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -22,7 +22,7 @@ inline void writeFile(const std::filesystem::path& path, std::string_view bytes)
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
-/// A folder of its own, which goes with the object.
+/// A temporary folder, which is removed with the object.
 class ScratchFolder {
 public:
     explicit ScratchFolder(const std::filesystem::path& parent = memory()) {
@@ -33,7 +33,7 @@ public:
         m_folder = name;
     }
     ~ScratchFolder() {
-        std::error_code ignored;  // what is left over does no harm to the next one
+        std::error_code ignored;  // if files are left over, the next test is not affected
         std::filesystem::remove_all(m_folder, ignored);
     }
     ScratchFolder(const ScratchFolder&) = delete;
@@ -41,7 +41,8 @@ public:
 
     const std::filesystem::path& folder() const { return m_folder; }
 
-    /// In memory where that can be had: a start makes all tables, and a disk waits for each.
+    /// In memory if that is possible, because a start creates all tables, and a disk is slow for
+    /// each.
     static std::filesystem::path memory() {
         const char* const inMemory = "/dev/shm";
         return ::access(inMemory, W_OK) == 0 ? inMemory : std::filesystem::temp_directory_path();
@@ -51,7 +52,7 @@ private:
     std::filesystem::path m_folder;
 };
 
-/// Where the files of one telephone stand: its database in "db", its root in "root".
+/// The paths of one telephone: its database is in "db", its root is "root".
 class PhonePlace {
 public:
     explicit PhonePlace(std::filesystem::path folder) : m_folder(std::move(folder)) {}
@@ -60,24 +61,24 @@ public:
     std::filesystem::path database() const { return m_folder / "db" / "phone.db"; }
     std::filesystem::path key() const { return m_folder / "db" / "dascrypt.key"; }
     std::filesystem::path root() const { return m_folder / "root"; }
-    /// Where a path of the telephone stands.
+    /// The path on this machine of a path of the telephone.
     std::filesystem::path onDevice(const std::string& path) const {
         return root() / std::filesystem::path(path).relative_path();
     }
 
-    /// Empties it and makes its folders.
+    /// Removes all contents and creates its folders.
     void make() const {
         std::filesystem::remove_all(m_folder);
         for (const char* folder : {"db", "root/data", "root/tmp", "root/Aurel_Deploy"}) {
             std::filesystem::create_directories(m_folder / folder);
         }
     }
-    /// Makes it the same as @p other.
+    /// Makes its contents the same as those of @p other.
     void copyFrom(const PhonePlace& other) const {
         std::filesystem::remove_all(m_folder);
         std::filesystem::copy(other.m_folder, m_folder, std::filesystem::copy_options::recursive);
     }
-    /// Sets the environment to it, without what the environment says of the hardware.
+    /// Sets the environment to these paths, and removes the variable for the hardware.
     void enter() const {
         ::setenv("DB_PATH", database().parent_path().c_str(), 1);
         ::setenv("DAS_ROOT", root().c_str(), 1);
@@ -90,8 +91,8 @@ private:
     std::filesystem::path m_folder;
 };
 
-/// The place of a telephone in a folder of its own, which goes with the object. The environment
-/// names the last one that was made.
+/// A telephone in a temporary folder, which is removed with the object. The environment names the
+/// one that was created last.
 class ScratchPlace : private ScratchFolder, public PhonePlace {
 public:
     explicit ScratchPlace(const std::filesystem::path& parent = memory())

@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <iostream>
 
-/// As long as it lives, standard output goes nowhere: the service prints there what a campaign asks
-/// for thousands of times.
+/// While this object lives, standard output goes nowhere: the service prints there, and a campaign
+/// makes it do so thousands of times.
 class QuietOutput {
 public:
     QuietOutput() : m_output(::dup(STDOUT_FILENO)) {

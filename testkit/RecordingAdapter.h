@@ -13,8 +13,8 @@
 #include "database/DatabaseAdapter.h"
 #include "testkit/ServiceTest.h"
 
-/// An adapter that keeps the statements it is given, and may answer some of them by itself. Counts
-/// that go by countRows are not seen.
+/// An adapter that records its statements, and can return results in their place. Counts by
+/// countRows are not recorded.
 class RecordingAdapter : public DatabaseAdapter {
 public:
     int actualSQLiteCommandExecution(const std::string& sql,
@@ -35,7 +35,7 @@ public:
         return note(sql) != 0 ? 0 : DatabaseAdapter::getRowCount(sql, count);
     }
     using DatabaseAdapter::getRowCount;
-    /// Keeps the values as well, after the statement.
+    /// Records the values as well, after the statement.
     int executeWithValues(const std::string& sql, const std::vector<std::string>& values) override {
         std::string noted = sql;
         for (const std::string& value : values) {
@@ -55,7 +55,8 @@ public:
     }
 
     std::vector<std::string> statements;
-    /// Asked before each statement: what is not 0 is its result, and it does not run.
+    /// Called before each statement. If it returns another value than 0, this becomes the result,
+    /// and the statement does not run.
     std::function<int(const std::string&)> intercept;
 
 private:
@@ -65,15 +66,15 @@ private:
     }
 };
 
-/// Answers the @p nth statement that contains @p part with @p code.
+/// Returns @p code for the @p nth statement that contains @p part.
 inline std::function<int(const std::string&)> failing(std::string part, int nth, int code) {
     return [part = std::move(part), nth, code](const std::string& sql) mutable {
         return sql.find(part) != std::string::npos && --nth == 0 ? code : 0;
     };
 }
 
-/// Whether another thread gets the adapter's lock, which the calling thread must not hold. A lock
-/// that this thread kept is released, so that the test can go on.
+/// Whether another thread can get the adapter's lock, which the calling thread must not hold. If
+/// the lock was kept by mistake, it is released, so that the test can continue.
 inline bool lockIsFree(DatabaseAdapter& adapter) {
     auto other = std::async(std::launch::async, [&adapter] { AdapterLock lock(adapter); });
     const bool free = other.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
@@ -83,13 +84,13 @@ inline bool lockIsFree(DatabaseAdapter& adapter) {
     return free;
 }
 
-/// From here on a locked database is a failure at once.
+/// From now on a locked database is an immediate failure.
 inline void waitForNobody(DatabaseAdapter& adapter) {
     EXPECT_EQ(adapter.executeNonQuery("PRAGMA busy_timeout=0;"), 0);
 }
 
-/// Holds the database of a test like another process: no one else can read or write, or @p begin
-/// says less.
+/// Locks a test's database like another process: no other connection can read or write, unless
+/// @p begin locks less.
 class Blocker {
 public:
     explicit Blocker(const std::filesystem::path& database, const char* begin = "BEGIN EXCLUSIVE")
@@ -101,13 +102,13 @@ private:
     const Sql m_db;
 };
 
-/// A test of an adapter on an empty database.
+/// A test for an adapter on an empty database.
 class AdapterTest : public PlaceTest {
 protected:
     RecordingAdapter m_adapter;
 };
 
-/// A test of a started service whose adapter records.
+/// A test for a started service whose adapter records.
 class RecordedServiceTest : public ServiceTest {
 protected:
     void SetUp() override {
@@ -116,13 +117,13 @@ protected:
         service().constructorActions();
     }
 
-    /// Starts another service on the same database, whose statements @p intercept sees from the
-    /// first.
+    /// Starts another service on the same database; @p intercept is called from its first statement
+    /// on.
     void restart(std::function<int(const std::string&)> intercept) {
         m_phone.start(new Factory(m_adapter, std::move(intercept)));
     }
 
-    RecordingAdapter* m_adapter = nullptr;  ///< the service's, as long as it runs
+    RecordingAdapter* m_adapter = nullptr;  ///< owned by the service, as long as it runs
 
 private:
     class Factory : public DbFactoryIfc {

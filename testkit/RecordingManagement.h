@@ -8,7 +8,7 @@
 #include "LocalMgmtIfc.h"
 #include "ManageableData.h"
 
-/// A management service that writes down what it is asked for.
+/// A management service that records its calls.
 class RecordingManagement : public Executable, public LocalMgmtIfc {
 public:
     void init(Context&) override {}

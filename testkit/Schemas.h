@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-/// All schemas: the constants in the order of their header, and those of the call log's categories.
-/// The constants are taken from the header itself, so that a new one is met by each walk over them:
-/// a constant's text is its name without "Schema".
+/// All schemas: the constants in the order of their header, then those of the call log's
+/// categories. The constants are read from the header itself, so that tests over all schemas
+/// include a new one: the value of a constant is its name without "Schema".
 inline std::vector<std::string> allSchemas() {
     std::ifstream header(DAS_SOURCE_DIR "/platform/include/DASUtilsStrings.h");
     const std::string opening = "extern const std::string ";

@@ -17,27 +17,27 @@
 #include "testkit/Place.h"
 #include "testkit/Sql.h"
 
-/// A test with a database folder and a device root of its own, and a log that is kept.
+/// A test with its own database folder and device root, which captures the log.
 class PlaceTest : public ::testing::Test {
 protected:
     std::filesystem::path place() const { return m_place.folder(); }
     std::filesystem::path database() const { return m_place.database(); }
     std::filesystem::path onDevice(const std::string& path) const { return m_place.onDevice(path); }
 
-    /// Runs a statement over a connection of its own; a failure fails the test.
+    /// Runs a statement over a separate connection; a failure fails the test.
     Rows sql(const std::string& statement) const {
         std::string error;
         const Rows rows = Sql(database()).rows(statement, &error);
         EXPECT_EQ(error, "") << statement;
         return rows;
     }
-    /// The one cell of a statement that gives one.
+    /// The single cell in the result of a statement.
     std::string cell(const std::string& statement) const {
         const Rows rows = sql(statement);
         return rows.size() == 1 && rows[0].size() == 1 ? rows[0][0] : "not one cell";
     }
 
-    /// All cells that a statement gives, with a bar after each.
+    /// All cells in the result of a statement, with a bar after each.
     std::string joined(const std::string& statement) const {
         std::string text;
         for (const auto& row : sql(statement)) {
@@ -47,7 +47,7 @@ protected:
         }
         return text;
     }
-    /// Runs a text of tests/databases/.
+    /// Runs the SQL file @p name of tests/databases/.
     void load(const std::string& name) const {
         sql(readFile(std::filesystem::path(DAS_DATABASES_DIR) / (name + ".sql")));
     }
@@ -63,7 +63,7 @@ class ServiceTest : public PlaceTest {
 protected:
     void SetUp() override { start(); }
 
-    /// Ends the service, if there is one, and starts another on the same database.
+    /// Stops the service, if it runs, and starts another one on the same database.
     void start() { m_phone.start(); }
     void stop() { m_phone.stop(); }
 

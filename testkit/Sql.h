@@ -8,15 +8,15 @@
 
 struct sqlite3;
 
-/// A connection of a test's own, which reads what the service wrote and writes what it shall find.
+/// A test's own connection, to read what the service wrote and to write what it should read.
 class Sql {
 public:
     using Rows = std::vector<std::vector<std::string>>;
 
-    /// Makes the file if it is missing; a failure shows at the first statement.
-    /// @param vfs the file system to go through, as SQLite knows it; null for the usual one
+    /// Creates the file if it is missing; a failure shows at the first statement. @param vfs name
+    /// of SQLite's file system layer; null for the default
     explicit Sql(const std::string& file, const char* vfs = nullptr);
-    /// Looks through @p db, which stays its owner's.
+    /// Uses @p db, which its owner still owns.
     explicit Sql(sqlite3* db) : m_db(db), m_isOwner(false) {}
     ~Sql();
     Sql(Sql&& other) noexcept
@@ -29,17 +29,17 @@ public:
 
     sqlite3* get() const { return m_db; }
 
-    /// The cells of each row of @p statements as texts, NULL as @p null. SQLite's words for a
-    /// failure go to @p error, if it is given.
+    /// The cells of each result row of @p statements as strings; NULL becomes @p null. SQLite's
+    /// message for a failure goes to @p error, if given.
     Rows rows(const std::string& statements, std::string* error = nullptr,
               const char* null = "") const;
-    /// The first cell of each row; none when the query fails.
+    /// The first cell of each row; empty if the query fails.
     std::vector<std::string> texts(const std::string& query) const;
     /// The first cell of the first row; "(none)" without one.
     std::string cell(const std::string& query) const;
-    /// Runs statements. SQLite's words when one fails; empty otherwise.
+    /// Runs statements. Returns SQLite's message if one fails, else an empty string.
     std::string run(const std::string& statements) const;
-    /// The same, and a failure throws std::runtime_error.
+    /// The same, but a failure throws std::runtime_error.
     void mustRun(const std::string& statements) const;
 
     /// Makes this database the same as @p other. False if that fails.

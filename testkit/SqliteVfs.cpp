@@ -12,7 +12,7 @@ sqlite3_vfs* plain = nullptr;  ///< the file system below
 sqlite3_vfs layer;
 thread_local int depth = 0;
 
-/// A file of the layer: SQLite's part, and after it that of the file system below.
+/// A file of the layer: SQLite's part, followed by the file of the VFS below.
 struct LayerFile {
     sqlite3_file base;
     sqlite3_file* below;
@@ -21,7 +21,7 @@ struct LayerFile {
 
 constexpr int HeadSize = (sizeof(LayerFile) + 15) / 16 * 16;
 
-/// Runs @p work between the watcher's two calls.
+/// Runs @p work between the two calls of the watcher.
 template <typename Work>
 int watched(Operation operation, const Work& work) {
     ++depth;
@@ -36,7 +36,7 @@ int watched(Operation operation, const Work& work) {
     return refused != SQLITE_OK ? refused : code;
 }
 
-/// An operation on the file below, by the function @p method of it.
+/// Calls the operation @p method of the file below.
 template <typename Method, typename... Arguments>
 int onFile(Operation operation, sqlite3_file* file, Method method, Arguments... arguments) {
     auto* const made = reinterpret_cast<LayerFile*>(file);
@@ -86,7 +86,7 @@ int checkReservedLock(sqlite3_file* file, int* result) {
     return onFile({Kind::CheckLock}, file, &Methods::xCheckReservedLock, result);
 }
 
-// The rest is that of the file below, and never refused.
+// All other operations go directly to the file below and are never refused.
 
 sqlite3_file* belowOf(sqlite3_file* file) {
     return reinterpret_cast<LayerFile*>(file)->below;
@@ -104,7 +104,8 @@ int characteristics(sqlite3_file* file) {
     return belowOf(file)->pMethods->xDeviceCharacteristics(belowOf(file));
 }
 
-/// Version 1: without shared memory and maps, whose accesses could not be refused or told.
+/// Version 1, without shared memory and memory mapping, because their accesses could not be refused
+/// or reported.
 const sqlite3_io_methods LayerMethods = {
     1,        closeFile,  readFrom,          writeTo,     truncateFile, syncFile,        sizeOfFile,
     lockFile, unlockFile, checkReservedLock, controlFile, sectorSize,   characteristics, nullptr,
@@ -151,7 +152,7 @@ bool SqliteVfs::install(Watcher& given) {
     watcher = &given;
     plain = sqlite3_vfs_find(PlainName);
     layer = *plain;
-    layer.iVersion = 2;  // without the calls to the system, which would pass by
+    layer.iVersion = 2;  // without the system-call functions, which would bypass the layer
     layer.zName = "watched";
     layer.szOsFile = HeadSize + plain->szOsFile;
     layer.pNext = nullptr;

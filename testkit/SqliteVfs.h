@@ -4,12 +4,12 @@
 #include <cstdint>
 
 /**
- * A layer between SQLite and the file system of this machine. A watcher is asked before each
- * operation, may refuse it, and gets its result. Nothing in the service knows of it.
+ * A layer between SQLite and the file system. A watcher is called before each operation, may refuse
+ * it, and gets its result. The service does not know about it.
  */
 namespace SqliteVfs {
 
-/// Operations on files and, from Open on, on names.
+/// Operations on files; from Open on, operations on names.
 enum class Kind {
     Read,
     Write,
@@ -30,33 +30,34 @@ enum class Kind {
 struct Operation {
     Kind kind;
     std::uint64_t* tag = nullptr;  ///< of the file, for the watcher's own use; 0 at first
-    const char* name = nullptr;    ///< of an operation on names; null for a file without one
+    const char* name = nullptr;    ///< of an operation on names; null for a temporary file without
+                                   ///< a name
     const void* data = nullptr;    ///< what is written
-    int size = 0;                  ///< of it
+    int size = 0;                  ///< of the data
     long long offset = 0;          ///< where it is written, or the size to truncate to
-    int flags = 0;                 ///< of an opening; of a deletion whether the folder is synced
+    int flags = 0;                 ///< for Open its flags; for Delete whether the folder is synced
 };
 
 class Watcher {
 public:
     virtual ~Watcher() = default;
 
-    /// Before an operation. Another code than SQLITE_OK is its result, and it is not done; what
-    /// closes or unlocks is done all the same, since what is tried is how the caller takes the
-    /// answer. The flags may be changed.
+    /// Called before an operation. If it returns anything but SQLITE_OK, this becomes the result,
+    /// and the operation is not done. Closing and unlocking are done nevertheless, since only the
+    /// reaction of the caller is tested. The flags may be changed.
     virtual int before(Operation& operation);
-    /// After an operation that was done.
+    /// Called after an operation that was done.
     virtual void after(const Operation& operation, int code);
 };
 
 /// The name under which SQLite knows the file system without this layer.
 extern const char* const PlainName;
 
-/// Puts the layer in between: from here on each new connection goes through it. @p watcher must
-/// outlive them all. False when SQLite refuses.
+/// Installs the layer: from here on each new connection uses it. @p watcher must outlive all
+/// connections. False if SQLite refuses.
 [[nodiscard]] bool install(Watcher& watcher);
 
-/// Whether the calling thread is within the layer: what it asks the system for has been told.
+/// Whether the calling thread is inside the layer: its system calls were already reported.
 bool isWithin();
 
 }  // namespace SqliteVfs

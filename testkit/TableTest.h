@@ -7,8 +7,8 @@
 #include "schemas/DAOFactory.h"
 #include "testkit/ServiceTest.h"
 
-/// A test of tables through requests, with their rows as texts. The tables that the start made are
-/// gone, but for the settings: the first request to each makes it.
+/// A test of tables by requests, with their rows as strings. The tables that the start has created
+/// are dropped, except the settings, so the first request to each table creates it.
 class TableTest : public ServiceTest {
 protected:
     void SetUp() override {
@@ -17,7 +17,7 @@ protected:
                                    "NOT IN ('GENERAL_CONFIG', 'sqlite_sequence')")) {
             sql("DROP TABLE " + row[0]);
         }
-        service().constructorActions();  // a connection that does not know of them
+        service().constructorActions();  // a new connection, which has not cached them
         m_log.clear();
     }
     /// The reason of the answer to a request.
@@ -25,11 +25,11 @@ protected:
                          const std::string& body = {}) {
         return xml::reasonOf(send(schema, reason, body));
     }
-    /// What the answer to a read has after its reason.
+    /// The part of the answer to a read after its reason.
     std::string dataOf(const std::string& schema, const std::string& body = {}) {
         return xml::dataOf(send(schema, "read_request", body));
     }
-    /// The rows that a query gives, each as "cell|cell;".
+    /// The rows of a query's result, each as "cell|cell;".
     std::string rowsOf(const std::string& query) const {
         std::string text;
         for (const auto& row : sql(query)) {

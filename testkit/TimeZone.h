@@ -6,7 +6,8 @@
 #include <optional>
 #include <string>
 
-/// The zone of the process for a scope. The rules stand in the text, so no zone file is needed.
+/// The time zone of the process for a scope. The rules are part of the string, so no zone file is
+/// needed.
 class TimeZone {
 public:
     static constexpr const char* Utc = "UTC0";

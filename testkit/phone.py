@@ -25,7 +25,7 @@ def asked(message, number=1):
 
 
 class Phone:
-    """A database folder and a device root of their own, and das in them."""
+    """A telephone with its own database folder and device root, and das running on them."""
 
     def make_phone(self, program):
         self.program = program
@@ -41,7 +41,7 @@ class Phone:
         return {**clean, "DB_PATH": str(self.db), "DAS_ROOT": str(self.root), **changes}
 
     def das(self, *arguments, lines=(), program=None, env=None, **more):
-        """Runs das, with lines on its standard input unless that is given otherwise."""
+        """Runs das, with lines on its standard input unless another input is given."""
         if "stdin" not in more:
             more["input"] = "".join(f"{line}\n" for line in lines).encode()
         run = subprocess.run([str(program or self.program), *map(str, arguments)],
@@ -62,7 +62,7 @@ class Phone:
                                     env=self.environment(), cwd=self.place, **more)
 
     def wait_for(self, host, path=None):
-        """Returns when the host's socket can be connected to."""
+        """Returns when the host's socket accepts connections."""
         while True:
             try:
                 return Wire(path or self.path).close()
@@ -75,7 +75,7 @@ class Phone:
 
 
 class Wire:
-    """One client of a socket, by lines."""
+    """One client of a socket, which sends and reads lines."""
 
     def __init__(self, path):
         self.lines = []
@@ -95,7 +95,7 @@ class Wire:
             self.socket.sendall(line + b"\n")
 
     def receive(self):
-        """The next line; blank when the host has closed the connection."""
+        """The next line; blank if the host has closed the connection."""
         try:
             line = self.file.readline().rstrip(b"\n")
         except ConnectionResetError:  # with messages that the host has not read
@@ -112,6 +112,6 @@ class Wire:
         self.socket.close()
 
     def keep(self, way, line):
-        """Keeps the conversation for those who hold it against the contracts, if there are any."""
+        """Records the conversation for the comparison with the contracts, if that is wanted."""
         if "DAS_MESSAGES" in os.environ:
             self.lines.append((way, line.decode(errors="replace")))

@@ -10,17 +10,17 @@
  * What was given to a command: values by the names of its arguments and options in the table of
  * commands. A flag that was given has one value, which is empty.
  *
- * Commands ask by name and get strings: what a value means is checked by the command, whose message
- * can say what it needs it for. A name that the table does not have is never there.
+ * Commands look values up by name and get strings. The command itself checks a value, so that its
+ * message can say what the value is for. A name that is not in the table has no value.
  */
 class Arguments {
 public:
-    /// Adds one value after those that are there.
+    /// Appends a value to those of @p name.
     void add(const std::string& name, std::string value) {
         m_values[name].push_back(std::move(value));
     }
 
-    /// Whether it was given at all, also without a value.
+    /// Whether it was given at all, even without a value.
     bool has(const std::string& name) const { return m_values.count(name) > 0; }
 
     /// All values of @p name, in order; none if it was not given.

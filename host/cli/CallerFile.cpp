@@ -16,20 +16,20 @@
 
 namespace {
 
-/// Writes into what can't be replaced, such as a pipe.
+/// Writes to something that can't be replaced, such as a pipe.
 int writeInto(const std::string& path, const std::string& text) {
     Descriptor file(open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     const int error = file.isOpen() ? Descriptor::writeAll(file.number(), text) : errno;
     return error != 0 ? error : file.close();
 }
 
-/// Where a link leads, so that it stays one.
+/// The target of a link, so that the link itself stays.
 std::string targetOf(const std::string& path) {
     const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
     return real == nullptr ? path : real.get();
 }
 
-/// The name of the new file is next to its place, since a rename works only within a file system.
+/// The temporary file is in the same folder, because a rename works only within a file system.
 int replace(const std::string& path, const std::string& text) {
     std::string part = path + ".XXXXXX";
     Descriptor file(mkostemp(part.data(), O_CLOEXEC));

@@ -1,5 +1,5 @@
-// What is wrong with the words of a command line is found before a session begins: opening one may
-// upgrade a database.
+// Errors in a command line are found before a session begins, because opening a session may upgrade
+// a database.
 
 #include "cli/Command.h"
 

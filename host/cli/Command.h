@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// What every command uses: what it was given, where it prints, and how it reports what is wrong.
+// What every command uses: its arguments, its output, and its error messages.
 #include "cli/Arguments.h"
 #include "client/HostOptions.h"
 #include "client/Session.h"
@@ -15,26 +15,28 @@
 /**
  * A command that talks to the service in one session, which the shell keeps for many.
  *
- * Each command lives in a file of its own and has a row in the table of commands, which says what
- * it takes. Those below that are functions have no session, or one that no other command can share.
- * All of them return the exit status, after a message on standard error if something is wrong.
+ * Each command has a file of its own and a row in the table of commands, which lists its arguments.
+ * The commands below that are plain functions have no session, or one that other commands can't
+ * share. All of them return the exit status, after a message on standard error if something is
+ * wrong.
  */
 class SessionCommand {
 public:
     virtual ~SessionCommand() = default;
 
-    /// Looks at the arguments, opens a session and runs the command in it.
+    /// Checks the arguments, opens a session and runs the command in it.
     virtual int run(const HostOptions& options, const Arguments& arguments);
 
-    /// Looks at @p arguments before anything is started. False when they can't be used, after a
-    /// message on standard error.
+    /// Checks @p arguments before anything is started. False, after a message on standard error, if
+    /// they can't be used.
     virtual bool check(const Arguments& arguments) = 0;
 
-    /// Runs the command with arguments that were looked at. Result as of run().
+    /// Runs the command with checked arguments. Returns the same as run().
     virtual int runIn(Session& session, const Arguments& arguments) = 0;
 
 protected:
-    /// How the session of run() is opened: for people, unless the command's output is a contract.
+    /// How run() opens the session: for people, unless programs rely on the exact output of the
+    /// command.
     virtual Session::Manner manner() const { return Session::Manner::ForPeople; }
 };
 

@@ -1,5 +1,5 @@
-// The parser collects; it does not judge. What an argument means is checked by its command, and an
-// option that stands twice is the command's to refuse, so all values are kept.
+// The parser only collects. Each command checks its own arguments, and also refuses an option that
+// is given twice, so all values are kept.
 
 #include "cli/CommandLine.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 using CommandTable::Row;
 
-/// What the parser found of one command, in the order of its arguments and options in the table.
+/// What the parser found for one command, in the order of its arguments and options in the table.
 struct Found {
     const Row* row;
     CLI::App* app;
@@ -47,7 +47,8 @@ void declareCommand(CLI::App& app, Found& found) {
         auto* const taken =
             found.app->add_option("argument" + std::to_string(i), found.arguments[i]);
         if (!arguments[i].isRepeated) {
-            taken->expected(1)->allow_extra_args(false);  // else "[a,b]" would be two values
+            // Otherwise the parser would split "[a,b]" into two values.
+            taken->expected(1)->allow_extra_args(false);
         }
     }
     for (std::size_t i = 0; i < options.size(); ++i) {
@@ -79,7 +80,7 @@ void take(const Found& found, Arguments& arguments) {
     }
 }
 
-/// The options that are taken with @p row, or without a command if that is null.
+/// The options that are allowed with @p row, or without a command if that is null.
 std::vector<CommandTable::Option> optionsWith(const Row* row) {
     std::vector<CommandTable::Option> options = CommandTable::commonOptions();
     if (row != nullptr) {
@@ -100,7 +101,8 @@ std::string nameOf(const Row* row) {
     return row == nullptr ? "das" : std::string("das ") + row->name;
 }
 
-/// The option that @p word, which has no place of its own, may be the value of; blank for none.
+/// The option that may have @p word, which is unexpected, as its value; blank if there is no such
+/// option.
 std::string optionFor(const std::string& word, const Row& row) {
     const bool isPair = word.find('=') != std::string::npos;
     const bool isNumber = word.find_first_not_of("0123456789") == std::string::npos;
@@ -130,7 +132,7 @@ void tellOfStranger(const std::string& word, const Row* row) {
     }
 }
 
-/// The parser reports an option without its value in a sentence of its own.
+/// The parser has a message of its own for an option without its value.
 std::string wordsOf(const CLI::ParseError& error, const Row* row) {
     const std::string words = error.what();
     for (const auto& option : optionsWith(row)) {
@@ -141,8 +143,7 @@ std::string wordsOf(const CLI::ParseError& error, const Row* row) {
     return words;
 }
 
-/// A word that the parser can't place is reported before anything else: the rest may follow from
-/// it.
+/// An unexpected word is reported before any other error, because other errors may result from it.
 int tellError(const CLI::App& app, const CLI::ParseError& error, const Row* row) {
     const auto strangers = app.remaining(true);
     if (!strangers.empty()) {
@@ -169,11 +170,11 @@ std::optional<int> CommandLine::parse(const std::vector<std::string>& words, std
     }
     CLI::App app("", "das");
     app.require_subcommand(1);
-    app.fallthrough();  // options of every command may stand after the command's own
+    app.fallthrough();  // options for every command may also follow the command's own options
     declareCommon(app, m_options);
     std::vector<Found> all;
     all.reserve(CommandTable::rows().size());
-    // Pointers into this vector go to the parser, so it must not grow.
+    // The parser gets pointers into this vector, so it must not grow.
     for (const Row& row : CommandTable::rows()) {
         all.push_back({&row, nullptr, {}, {}});
         declareCommand(app, all.back());

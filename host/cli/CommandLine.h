@@ -12,15 +12,16 @@
 /**
  * A command line, parsed by the table of commands.
  *
- * The parser is a library; the table decides what it takes. Its messages are replaced by ours where
- * a person needs more than it knows: which name was meant, and where the options are listed.
+ * The parser is a library; the table decides which arguments it accepts. Some of its messages are
+ * replaced by ours, which know more: which name was probably meant, and where the options are
+ * listed.
  */
 class CommandLine {
 public:
     /**
      * Parses @p words, which are those after "das".
      *
-     * What is wrong with them is written to standard error, with words that may have been meant.
+     * Errors are written to standard error, with suggestions for misspelled words.
      *
      * @param text receives the help or the version, if that is asked for
      * @return the exit status when there is nothing left to run
@@ -35,8 +36,9 @@ public:
     const HostOptions& options() const { return m_options; }
 
 private:
-    /// The status for a required argument that is missing. The parser does not know which are
-    /// required: it would report that before an unknown option.
+    /// Checks for a missing required argument; returns the exit status if one is missing. The
+    /// parser is not told which arguments are required, since it would report this before an
+    /// unknown option.
     std::optional<int> checkRequired() const;
 
     /// A row of the table; null until a command was found.

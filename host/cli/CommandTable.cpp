@@ -1,5 +1,5 @@
-// A row is a fact for several readers: help, manual page, completion and parser. What two rows have
-// in common stands in front of them, once.
+// Each row is used in several ways: for help, manual page, completion and parser. Parts that two
+// rows share are defined once, before the table.
 
 #include "cli/CommandTable.h"
 
@@ -393,7 +393,8 @@ const Row* CommandTable::find(const std::string& name) {
     return found != Rows.end() ? &*found : nullptr;
 }
 
-// A row replaces what differs for its command, and adds what others do not have.
+// A row replaces the common meaning of a status where its command differs, and adds its own
+// statuses.
 std::vector<Exit> CommandTable::exitsOf(const Row& row) {
     std::vector<Exit> exits = CommonExits;
     for (const Exit& exit : row.exits) {

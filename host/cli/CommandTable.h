@@ -14,18 +14,19 @@ struct HostOptions;
  * The commands of das as data: the parser with its help, the manual page and the completion of the
  * shell are all made from these rows, and from nothing else.
  *
- * So a new command is a row here and its function in commands/; a new option is a line in a row,
- * and everything that lists options has it. Texts are shown as they are, with a full stop added to
- * a summary where it stands alone.
+ * To add a command, add a row here and its function in commands/. To add an option, add a line to a
+ * row; all lists of options then show it. Texts are shown unchanged, except that a summary that is
+ * shown alone gets a full stop.
  */
 namespace CommandTable {
 
-/// What may stand in a place of the command line, for completion and for near misses.
+/// What kind of word is expected at a position of the command line, for completion and for
+/// suggestions.
 enum class Words {
     Any,
     Schema,
     Method,
-    Assignment,  ///< NAME=VALUE, the name being a column or a parameter
+    Assignment,  ///< NAME=VALUE, where NAME is a column or a parameter
     Columns,     ///< names of columns, or of items of settings, with commas between them
     Item,        ///< an item of settings
     User,
@@ -35,26 +36,26 @@ enum class Words {
     Folder
 };
 
-/// An argument without a dash, by its place.
+/// An argument without a dash, identified by its position.
 struct Argument {
     const char* name;
     Words words;
     bool isRequired;   ///< the command does not run without it
-    bool isRepeated;   ///< takes all further ones; only the last argument can
+    bool isRepeated;   ///< takes all further words; allowed only for the last argument
     const char* text;  ///< what it is, as in help
 };
 
 /// An option with two dashes.
 struct Option {
-    const char* name;   ///< with its dashes
-    const char* value;  ///< what stands for its value in help; empty for a flag
+    const char* name;   ///< including its dashes
+    const char* value;  ///< placeholder of its value in help; empty for a flag
     Words words;
     const char* text;
 };
 
-/// A command line that works as it stands, in the folder of "das demo DIR", and what it does.
+/// A command line that works as it is in the folder of "das demo DIR", and its explanation.
 struct Example {
-    const char* line;  ///< as it is typed into a shell
+    const char* line;  ///< as a user types it into a shell
     const char* text;
 };
 
@@ -64,18 +65,18 @@ struct Exit {
     const char* text;
 };
 
-/// Where the data of a command is, and what becomes of a database that is missing.
+/// Where a command finds its data, and what happens if the database is missing.
 enum class Data {
-    Changed,  ///< with the service, which is looked for and makes a missing database
-    Read,     ///< with the service, which is looked for; a missing database is an error
-    Either,   ///< changed if the command has an argument, else read
+    Changed,  ///< in a service, which is searched for; a missing database is created
+    Read,     ///< in a service, which is searched for; a missing database is an error
+    Either,   ///< like Changed if the command has an argument, else like Read
     OfFile,   ///< in the database's file, without a host; a missing database is an error
     OfFiles,  ///< in files that the command itself looks for, without a host
-    OfHost,   ///< with a running host, which is looked for
-    Apart     ///< nowhere, or where the command itself looks
+    OfHost,   ///< in a running host, which is searched for
+    Apart     ///< nowhere, or at a place that the command itself knows
 };
 
-/// What carries out a command: a function, or an object that talks to the service in one session.
+/// The code of a command: a function, or an object that talks to the service in one session.
 using Run = int (*)(const HostOptions& options, const Arguments& arguments);
 using Make = std::unique_ptr<SessionCommand> (*)();
 
@@ -83,14 +84,15 @@ using Make = std::unique_ptr<SessionCommand> (*)();
 struct Row {
     const char* name;
     const char* summary;      ///< one line, for the list of commands
-    const char* description;  ///< what is to be known beyond the summary
+    const char* description;  ///< more than the summary, for the help of the command
     std::vector<Argument> arguments;
     std::vector<Option> options;
     std::vector<Example> examples;  ///< tests run them
-    std::vector<Exit> exits;        ///< those that differ from, or add to, those of every command
+    std::vector<Exit> exits;        ///< statuses that differ from those of every command, or are
+                                    ///< added to them
     std::variant<Run, Make> action;
     Data data;
-    std::string (*more)() = nullptr;  ///< what stands at the end of the help after all that
+    std::string (*more)() = nullptr;  ///< returns text for the end of the help
 };
 
 /// All commands, in the order of the help.
@@ -109,10 +111,10 @@ inline const std::vector<Option>& optionsOf(const Row& row) {
     return row.options;
 }
 
-/// What the exit statuses of @p row mean, in their order.
+/// All exit statuses of @p row with their meanings, in order.
 std::vector<Exit> exitsOf(const Row& row);
 
-/// What is to be known of the environment: name and meaning.
+/// An environment variable: name and meaning.
 struct Variable {
     const char* name;
     const char* text;

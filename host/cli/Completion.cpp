@@ -1,6 +1,6 @@
 // What may come next depends on the words before the cursor, in three steps: which command it is,
-// which of its places the cursor stands in, and which words fit that place. The rows of the command
-// table decide the first two; only the third is code, one function for each kind of word.
+// at which of its arguments the cursor is, and which words fit there. The command table answers the
+// first two; only the third is code, one function for each kind of word.
 
 #include "cli/Completion.h"
 
@@ -36,7 +36,7 @@ const Candidates Formats = {{"raw", "The answer as the service sends it"},
                             {"table", "Aligned columns"},
                             {"csv", "Comma-separated values with a line of names"}};
 
-/// A command line up to the begun word, and what that word may be.
+/// A command line up to the unfinished word, and the kinds of words that are expected there.
 struct Line {
     const Row* row = nullptr;
     std::vector<Option> options;
@@ -87,7 +87,7 @@ Candidates commandsOf(const Names& names) {
     return found;
 }
 
-/// Columns of a schema, or items of settings that are known or stored, each with @p ending.
+/// Columns of a schema, or items of settings that are known or stored. @p ending is added to each.
 Candidates columnsOf(const KnownSchemas::Entry& schema, const Completion::Items& items,
                      const std::string& ending) {
     Candidates found;
@@ -136,7 +136,7 @@ Candidates parametersOf(const Methods::Row& method) {
     return found;
 }
 
-/// What the parameter or the column @p name may hold, where that is a matter of few words.
+/// The possible values of the parameter or the column @p name, if there are only a few.
 Candidates valuesOf(const Line& line, const std::string& name) {
     if (const auto* const method = Methods::find(line.subject())) {
         if (method->access.place == Methods::Place::Parameter && name == method->access.name) {
@@ -178,7 +178,7 @@ Candidates assignmentsOf(const Line& line, const std::string& current) {
     return method == nullptr ? Candidates() : parametersOf(*method);
 }
 
-/// Names with commas between them: the last one is completed.
+/// Names with commas between them: only the last one is completed.
 Candidates columnListOf(const Line& line, const std::string& current) {
     const auto* const schema = KnownSchemas::find(line.subject());
     return schema == nullptr ? Candidates()
@@ -245,7 +245,8 @@ Candidates optionsOf(const Line& line) {
     return found;
 }
 
-/// Options come when they are begun, or when nothing else can: a list of schemas is long enough.
+/// Options are offered if one has been begun, or if nothing else fits: a list of schemas is long
+/// enough.
 Candidates candidatesOf(const Line& line, const std::string& current) {
     if (line.open) {
         return candidatesFor(line.open->words, line, current);
@@ -277,7 +278,7 @@ Candidates complete(Line& line, const Names& words, const std::string& current) 
     return found;
 }
 
-/// The place of the data that the line names. No complaint may come of a line that is not finished.
+/// The data that the command line refers to. An unfinished line must not cause an error message.
 HostOptions placeIn(const Names& words) {
     HostOptions options;
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {

@@ -11,8 +11,8 @@
  * What may come next on a command line of das.
  *
  * The shells bash, zsh and fish ask das itself ("das --complete LINE") through small files in
- * packaging/completion, and "das shell" calls the same code. So all of them know what the tables of
- * commands, schemas and methods have, and none of them has a list of its own.
+ * packaging/completion, and "das shell" calls the same code. So all of them use the tables of
+ * commands, schemas and methods, and none needs a list of its own.
  */
 namespace Completion {
 
@@ -21,19 +21,19 @@ struct Candidate {
     std::string text;  ///< what it is, in a sentence; blank if there is nothing to say
 };
 
-/// Words that stand for the names of files or folders, which a shell completes better by itself.
+/// Placeholders for names of files or folders, which a shell completes better by itself.
 extern const char* const Files;
 extern const char* const Folders;
 
-/// The items of settings that are stored, since a schema of settings takes any name.
+/// Returns the stored items of a schema of settings, which may have any name.
 using Items = std::function<std::vector<std::string>(const KnownSchemas::Entry& schema)>;
 
-/// What may take the place of @p current, the begun word, after @p words of a shell's command line,
-/// which begin after "das".
+/// Possible completions of @p current, the unfinished word, after @p words of a shell's command
+/// line, which begin after "das".
 std::vector<Candidate> after(const std::vector<std::string>& words, const std::string& current,
                              const Items& items);
 
-/// The same for a line of "das shell", which has only the commands of @p commands and no places.
+/// The same for a line of "das shell", which has only the commands of @p commands.
 std::vector<Candidate> afterInShell(const std::vector<std::string>& words,
                                     const std::string& current, const Items& items,
                                     const std::vector<std::string>& commands);

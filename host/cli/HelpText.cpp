@@ -1,4 +1,4 @@
-// One function for each form of a row: as help, and in the language of man.
+// Each part of a row has a function for the help and one for the manual page.
 
 #include "cli/HelpText.h"
 
@@ -17,7 +17,7 @@ const Option VersionOption{"--version", "", Words::Any, "Print the version and e
 const Option CompleteOption{"--complete", "LINE", Words::Any,
                             "Print what may come next on a command line, as shells ask for it"};
 
-/// @p text broken at blanks, each line after the first one indented.
+/// @p text wrapped at blanks; each line after the first one is indented.
 std::string wrapped(const std::string& text, std::size_t indent) {
     std::string result;
     std::size_t column = indent;
@@ -35,7 +35,7 @@ std::string wrapped(const std::string& text, std::size_t indent) {
     return result;
 }
 
-/// A name and what it means, side by side; a long name has a line to itself.
+/// A name and its meaning, in two columns; a long name has a line to itself.
 std::string line(const std::string& name, const std::string& text) {
     std::string result = "  " + name;
     if (result.size() >= NameWidth) {
@@ -73,8 +73,7 @@ std::string nameOf(const Argument& argument) {
     return argument.isRequired ? name : "[" + name + "]";
 }
 
-/// @p text as a paragraph of a manual page: what the language of man would take for itself is
-/// escaped.
+/// @p text as a paragraph of a manual page, with characters escaped that roff would interpret.
 std::string roff(const std::string& text) {
     const bool isCommand = !text.empty() && (text[0] == '.' || text[0] == '\'');
     return (isCommand ? "\\&" : "") + replaced(replaced(text, '\\', "\\e"), '-', "\\-");

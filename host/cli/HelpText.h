@@ -8,8 +8,8 @@
 /**
  * The texts that are made from the table of commands.
  *
- * The texts are for 80 columns, whatever the terminal has: they are also read in files and through
- * pagers. The manual page says the same in the language of man, which wraps it itself.
+ * The texts have 80 columns, whatever the terminal has, because they are also read in files and
+ * pagers. The manual page has the same contents in roff, and man wraps its lines.
  */
 namespace HelpText {
 
@@ -22,7 +22,7 @@ std::string of(const CommandTable::Row& row);
 /// The manual page, in the language of man.
 std::string manualPage();
 
-/// "das read SCHEMA", the command with its arguments; those in brackets need not be there.
+/// "das read SCHEMA": the command with its arguments; those in brackets are optional.
 std::string usage(const CommandTable::Row& row);
 
 }  // namespace HelpText

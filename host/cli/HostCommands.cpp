@@ -1,5 +1,5 @@
-// Calls are sent all at once, before any answer is read: from the first of them on nothing that the
-// host says is missed.
+// All calls are sent before any answer is read. So after the first call, no message of the host is
+// missed.
 
 #include "cli/HostCommands.h"
 
@@ -40,8 +40,8 @@ int HostCommands::reportSilence() {
 
 namespace {
 
-/// Whether the host's access rules refuse @p call, whose answer is @p answer; says so then, unless
-/// the command can do without.
+/// Whether the host's access rules refuse @p call, whose answer is @p answer. If so, it is
+/// reported, unless the command works without this call.
 bool isRefused(const HostCommands::ListenCall& call, const Method& answer) {
     bool isDone = true;
     (void)answer.getBoolParameter("Acknowledge", isDone);
@@ -62,7 +62,7 @@ bool isRefused(const HostCommands::ListenCall& call, const Method& answer) {
 int HostCommands::listen(SocketConnection& connection, const std::vector<ListenCall>& calls,
                          const char* word, Output& output, const LineOf& lineOf) {
     for (const ListenCall& call : calls) {
-        // A host that has ended is noticed when no answer comes.
+        // If the host has ended, this is noticed when no answer comes.
         (void)connection.sendLine(SocketConnection::toCall(call.method));
     }
     std::size_t answers = 0;
@@ -70,7 +70,8 @@ int HostCommands::listen(SocketConnection& connection, const std::vector<ListenC
     std::string line;
     while (connection.readLine(line)) {
         const JsonRpc::Message message = JsonRpc::read(line);
-        // Answers and what a listener hears come mixed: the host sends each as soon as it can.
+        // Answers and messages for listeners arrive in any order, because the host sends each as
+        // soon as it can.
         if (message.id) {
             refused += answers < calls.size() && isRefused(calls[answers], message.method) ? 1 : 0;
             ++answers;

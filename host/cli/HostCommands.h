@@ -12,31 +12,32 @@ class Output;
 class SocketConnection;
 struct HostOptions;
 
-/// What the commands have in common that need a running host. They return exit statuses, after a
-/// message on standard error if something is wrong.
+/// What the commands that need a running host have in common. They return exit statuses, after a
+/// message on standard error if there is an error.
 ///
-/// They have no session: a session answers one call after the other, and these commands hear
-/// messages that no call asked for, or must not start a service of their own.
+/// They have no session: a session makes one call after the other, but these commands receive
+/// messages that are no answers, or must not start a service.
 namespace HostCommands {
 
 /// Connects @p connection to the host that @p options name.
 [[nodiscard]] int open(const std::string& command, const HostOptions& options,
                        SocketConnection& connection);
 
-/// Reports a host that can't be understood, or that has gone before its answer.
+/// Reports that a host sent an invalid answer, or ended before its answer.
 int reportSilence();
 
-/// The line that is printed for a method that a listener hears; none for no line.
+/// Makes the line to print for a method that a listener receives; no value if none is printed.
 using LineOf = std::function<std::optional<std::string>(const Method& heard)>;
 
-/// A call that makes a listener.
+/// A call that registers a listener.
 struct ListenCall {
     Method method;
-    bool isWish = false;  ///< if the access rules refuse it, the command goes on without a word
+    bool isWish = false;  ///< if the access rules refuse the call, the command continues without a
+                          ///< message
 };
 
 /**
- * Makes a listener by @p calls and prints what it hears until the host ends.
+ * Registers a listener by @p calls and prints what it receives until the host ends.
  *
  * Once the host has answered all calls, @p word is written to standard error: from then on nothing
  * is missed, and a script may go on.

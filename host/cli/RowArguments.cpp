@@ -23,16 +23,16 @@ using TextParts::contains;
 
 const char* const ValuesName = "NAME=VALUE";
 
-/// Stands for standard input in the place of a value.
+/// Used instead of a value: read it from standard input.
 const char* const FromInput = "@-";
 
-/// No message over a socket can be larger; and a device may have no end.
+/// No message over a socket can be longer, and a device file may have no end.
 constexpr std::size_t LargestValue = 8 * 1024 * 1024;
 
-/// Parts of a name that a read of contacts may look for.
+/// Elements that search contacts for a part of a name.
 const std::vector<std::string> Patterns = {"SurnameLike", "FirstnameLike"};
 
-/// Whether the rows of @p schema are numbered: by the table itself, or as the keys of a telephone.
+/// Whether the rows of @p schema have numbers, assigned by the table or as the keys of a telephone.
 bool isNumbered(const KnownSchemas::Entry& schema) {
     const std::string id = RequestText::idElement(schema);
     for (const KnownSchemas::Column& column : schema.columns) {
@@ -48,13 +48,14 @@ std::vector<std::string> namesOf(const KnownSchemas::Entry& schema) {
     std::vector<std::string> names = schema.elements;
     names.insert(names.end(), schema.itemElements.begin(), schema.itemElements.end());
     if (!schema.elements.empty() && RequestText::formOf(schema) == RequestText::Form::Rows) {
-        names.emplace_back("Id");  // names a row also where the key has a name of its own
+        names.emplace_back("Id");  // also names a row if the key column has another name
     }
     return names;
 }
 
-/// The names that a request of @p reason may look for rows by. The list of a call is searched for
-/// nothing, nor is its group: a condition on them would be left out, and every call be meant.
+/// The names that may be conditions in a request of @p reason. The list of a call and its group
+/// can't be searched: the service would ignore a condition on them, and the request would be about
+/// every call.
 std::vector<std::string> conditionsOf(const KnownSchemas::Entry& schema,
                                       const std::string& reason) {
     std::vector<std::string> names = namesOf(schema);
@@ -75,12 +76,12 @@ bool isElementName(const std::string& name) {
            std::all_of(name.begin(), name.end(), isOk) && Utf8::isValid(name);
 }
 
-/// Names that have a meaning of their own in a request. An item can't have them: the service would
-/// read its value as a part of the frame.
+/// Names with a special meaning in a request. An item can't have such a name: the service would
+/// read its value as part of the frame.
 const std::vector<std::string> FrameElements = {"Schema", "ReasonForMessage", "Context",
                                                 "ResultCols", "Entry"};
 
-/// The commands that the reasons of @p schema are sent by.
+/// The commands that send the reasons of @p schema.
 std::string commandsFor(const KnownSchemas::Entry& schema) {
     const std::pair<const char*, const char*> commands[] = {{"update_request", "set"},
                                                             {"write_request", "write"},
@@ -96,10 +97,10 @@ std::string commandsFor(const KnownSchemas::Entry& schema) {
 }
 
 /**
- * Replaces @p value by what it stands for: "@FILE" by the contents of a file and "@-" by standard
- * input, less one line feed at the end, and "@@TEXT" by "@TEXT". Other values stay. So a secret
- * need not be on the command line, where every user of the machine can see it. False when it can't
- * be read, which has been reported.
+ * Replaces @p value if it has a special form: "@FILE" becomes the contents of a file, "@-" standard
+ * input (both without one line feed at the end), and "@@TEXT" becomes "@TEXT". So a secret need not
+ * be on the command line, where every user of the machine can see it. False if the file can't be
+ * read, which has been reported.
  */
 bool readValueOf(const std::string& name, std::string& value) {
     if (value.rfind('@', 0) != 0) {
@@ -191,7 +192,7 @@ bool RowArguments::read(const Arguments& arguments, const std::string& command,
 
 bool RowArguments::readValues(const Arguments& arguments) {
     bool isInputRead = false;
-    // Checked twice: as typed, and once more after a file was read in its place.
+    // Checked twice: as it was typed, and again after it was replaced by the contents of a file.
     for (const std::string& text : arguments.all(ValuesName)) {
         if (!readPair(text, namesOf(*m_schema), m_values) || !checkRepeated(m_values)) {
             return false;
@@ -265,7 +266,8 @@ std::string RowArguments::columnAdvice(const std::string& name,
     if (name == "UserContext") {
         return "the user is named by --context";
     }
-    // The elements of contacts are the columns without the user, two of them by another name.
+    // The elements of contacts are the columns without the user; two have another name than their
+    // column.
     if (found != columns.end() && columns.size() == m_schema->elements.size() + 1) {
         return "it is called " + m_schema->elements[place - 1] + " here";
     }
@@ -317,7 +319,7 @@ bool RowArguments::readConditions(const Arguments& arguments, const std::string&
         Complaint::report(m_what + ": --id is empty", "name a row");
         return false;
     }
-    // The number is a condition like others, by the element that names it in this schema.
+    // The number is an ordinary condition, on the element that names rows of this schema.
     if (id && !readCondition(RequestText::idElement(*m_schema) + "=" + *id, reason)) {
         return false;
     }
@@ -353,7 +355,7 @@ bool RowArguments::readCondition(const std::string& text, const std::string& rea
                           "the rows of " + m_schema->name + " are numbered");
         return false;
     }
-    // The service leaves out a condition that is blank, and means every row then.
+    // The service ignores a blank condition, so the request would be about every row.
     if (value.empty() && form() == RequestText::Form::List && reason != "update_request") {
         Complaint::report(
             m_what + ": " + name + " is blank, and the service ignores a blank condition",

@@ -14,19 +14,19 @@ class Arguments;
  * The arguments that commands on rows have in common: the schema, the user, and which rows. Each
  * check reports on standard error what is wrong, and what may have been meant.
  *
- * The service itself is lenient: it ignores an unknown element, and leaves out a condition that is
- * blank, so that a deletion by it reaches every row. A program has to know that; a person who
- * mistypes a column must not lose a phone book. So everything is checked here, by the tables of the
- * schemas, before anything is sent.
+ * The service itself is tolerant: it ignores an unknown element and a blank condition, so that a
+ * deletion would delete every row. Programs must know this, but a person who mistypes a column must
+ * not lose a phone book. So everything is checked here, by the tables of the schemas, before
+ * anything is sent.
  */
 class RowArguments {
 public:
-    /// Looks at SCHEMA, --context, --id, --where, and at the values of NAME=VALUE. False when any
-    /// of them is no use for a request of @p reason by the command @p command.
+    /// Checks SCHEMA, --context, --id, --where and the values of NAME=VALUE. False if one of them
+    /// can't be used in a request of @p reason by the command @p command.
     [[nodiscard]] bool read(const Arguments& arguments, const std::string& command,
                             const std::string& reason);
 
-    /// Valid after read(); so are all others.
+    /// Valid after read(), like all functions below.
     const KnownSchemas::Entry& schema() const { return *m_schema; }
     RequestText::Form form() const { return RequestText::formOf(*m_schema); }
     /// The user of --context; none for the current user.
@@ -35,7 +35,7 @@ public:
     /// The conditions of --id and --where, by elements.
     const RequestText::Values& conditions() const { return m_conditions; }
 
-    /// The values of NAME=VALUE; of NAME=@FILE what the file has.
+    /// The values of NAME=VALUE; for NAME=@FILE the contents of the file.
     const RequestText::Values& values() const { return m_values; }
 
     /// "read PhoneBook", for messages.
@@ -44,7 +44,7 @@ public:
     /// Whether a value is to be read from standard input.
     static bool takesStandardInput(const Arguments& arguments);
 
-    /// Whether @p name may be an element of a request; reported when not.
+    /// Whether @p name may be an element of a request; if not, this is reported.
     [[nodiscard]] bool checkName(const std::string& name) const;
 
     /// Checks the schema alone, and that @p user is one.
@@ -54,13 +54,14 @@ public:
     /// Whether @p text is a whole number, of any size.
     static bool isNumber(const std::string& text);
 
-    /// Reads a whole number that is not negative from the option @p name into @p number, which
-    /// stays when it was not given. False when it is no such number, which has been reported.
+    /// Reads a whole number that is not negative from the option @p name into @p number, which does
+    /// not change if the option was not given. False if it is no such number, which has been
+    /// reported.
     [[nodiscard]] static bool readNumber(const Arguments& arguments, const std::string& name,
                                          std::size_t& number);
 
-    /// Whether of each of @p pairs of arguments and options one at least is missing; reported when
-    /// not.
+    /// Whether no two arguments of a pair in @p pairs are given together; if they are, this is
+    /// reported.
     static bool checkApart(const std::string& command, const Arguments& arguments,
                            const std::vector<std::pair<const char*, const char*>>& pairs);
 
@@ -68,18 +69,18 @@ private:
     /// Splits NAME=VALUE and checks both parts; @p names are the names that may stand there.
     bool readPair(const std::string& text, const std::vector<std::string>& names,
                   RequestText::Values& pairs) const;
-    /// Looks at NAME=VALUE, and reads the values that stand in files.
+    /// Checks NAME=VALUE, and reads the values that are in files.
     bool readValues(const Arguments& arguments);
     /// Whether a request can carry @p value.
     static bool checkValue(const std::string& name, const std::string& value);
-    /// Whether the last of @p values is the first of its name, or an element of a call.
+    /// Whether the last of @p values has a new name, or is an element of a call.
     bool checkRepeated(const RequestText::Values& values) const;
     /// Looks at --id and --where.
     bool readConditions(const Arguments& arguments, const std::string& reason);
     /// Looks at one of them.
     bool readCondition(const std::string& text, const std::string& reason);
     bool checkName(const std::string& name, const std::vector<std::string>& names) const;
-    /// What to try in place of the column @p name, which requests do not have.
+    /// A suggestion instead of the column @p name, which requests do not have.
     std::string columnAdvice(const std::string& name, const std::vector<std::string>& names) const;
     /// Whether the schema takes requests of @p reason.
     bool checkReason(const std::string& command, const std::string& reason) const;

@@ -1,5 +1,5 @@
-// A format is a function from a sheet to a text; the text is written at once, so that a reader that
-// goes away is noticed and a terminal shows whole tables.
+// A format is a function that turns a sheet into a string. The string is written at once, so that a
+// closed pipe is noticed and a terminal shows whole tables.
 
 #include "cli/SheetPrinter.h"
 
@@ -24,7 +24,7 @@ std::string csvCell(const std::string& text) {
     return text.find_first_of(",\"\r\n") == std::string::npos ? text : quoted(text, '"', "\"\"");
 }
 
-/// @p cellText makes of a cell what the format needs.
+/// @p cellText converts a cell to the form that the format needs.
 template <typename CellText>
 void appendLine(std::string& text, const std::vector<std::string>& cells, char between,
                 CellText cellText) {
@@ -44,7 +44,7 @@ std::string linesOf(const Sheet& sheet, char between, CellText cellText) {
     return text;
 }
 
-/// The control characters that JSON lets stand as they are: 7F, and C2 80 to C2 9F.
+/// The control characters that JSON allows unescaped: 7F, and C2 80 to C2 9F.
 std::string withoutControls(std::string_view json) {
     std::string text;
     while (!json.empty()) {
@@ -62,8 +62,8 @@ std::string withoutControls(std::string_view json) {
     return text;
 }
 
-/// Cells are strings in any case: the service keeps texts, and "007" is no number. Bytes that are
-/// no UTF-8, which JSON can't carry, are replaced.
+/// Cells are always strings, because the service stores text, and "007" is not a number. Bytes that
+/// are not valid UTF-8, which JSON can't carry, are replaced.
 std::string jsonOf(const Sheet& sheet) {
     auto all = nlohmann::ordered_json::array();
     for (const auto& row : sheet.rows) {

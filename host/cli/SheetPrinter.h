@@ -10,36 +10,36 @@ class Arguments;
 class Output;
 
 /**
- * Prints data as the options --output and --plain ask for it.
+ * Prints data as the options --output and --plain say.
  *
- * A format that is asked for gives the same bytes everywhere. Without one, a terminal gets an
- * aligned table that fits it, or a line a value when it is too narrow for that, and everything else
- * gets plain text: a line of names and a line a row, with tabs between the cells. Only "raw" and
- * "csv" carry control characters of stored texts; there they are data.
+ * A format that was chosen by an option prints the same bytes everywhere. Without an option, a
+ * terminal gets an aligned table that fits its width, or a line for each value if it is too narrow.
+ * Any other output gets plain text: a line of names and a line for each row, with tabs between the
+ * cells. Only "raw" and "csv" keep control characters of stored text, where they are data.
  */
 class SheetPrinter {
 public:
-    /// Looks at the options. False when there is no such format, which has been reported then.
+    /// Checks the options. False if there is no such format, which has been reported then.
     static bool check(const Arguments& arguments);
 
     /// @p output must outlive the printer.
     SheetPrinter(const Arguments& arguments, Output& output);
 
-    /// Whether a terminal is filled, where what does not fit may be left out.
+    /// Whether the output is fitted to a terminal, where columns may be left out or cut.
     bool isForTerminal() const { return m_format == Format::Terminal; }
 
-    /// Prints @p sheet; @p raw, the answer of the service, in its place when "raw" is asked for. A
-    /// blank @p raw stands for plain text. Returns the exit status; a failed write has been
+    /// Prints @p sheet; if "raw" is asked for, prints @p raw, the answer of the service, instead.
+    /// If @p raw is blank, plain text is printed. Returns the exit status; a failed write has been
     /// reported.
     int print(const Sheet& sheet, const std::string& raw = "");
 
 private:
-    /// Those that have a name in --output stand first, in the order of their names.
+    /// Formats that have a name in --output come first, in the order of their names.
     enum class Format { Raw, Json, Table, Csv, Plain, Terminal };
 
-    /// The format that the options ask for, else the one that fits where the output goes.
+    /// The format that the options select, else the one that fits the output.
     static Format formatOf(const Arguments& arguments, const Output& output);
-    /// @p sheet in the settled format, with its line feeds; @p raw as it is for "raw".
+    /// @p sheet in the selected format, with its line feeds; for "raw", @p raw unchanged.
     std::string textOf(const Sheet& sheet, const std::string& raw) const;
 
     Format m_format;

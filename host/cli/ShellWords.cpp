@@ -2,7 +2,8 @@
 
 #include "cli/CommandTable.h"
 
-// A word may be empty, by quotes, so whether one has begun is kept apart from its text.
+// With quotes a word can be empty, so a flag and not the word's length shows whether a word has
+// begun.
 bool ShellWords::split(const std::string& line, std::vector<std::string>& words) {
     std::string word;
     char quote = 0;
@@ -51,7 +52,7 @@ std::vector<std::string> ShellWords::candidates(const std::string& line,
     if (!split(line, words)) {
         return {};
     }
-    // The editor begins a word after "=" as well.
+    // The editor also begins a new word after "=".
     std::string begun;
     if (!line.empty() && line.back() != ' ' && line.back() != '\t') {
         begun = words.back();

@@ -15,10 +15,11 @@
 
 namespace {
 
-/// A host that is at work on something long must not hold up the person's shell.
+/// A host that is busy for long must not block the user's shell.
 constexpr unsigned PatienceInSeconds = 2;
 
-/// Whether a shell and a request take @p name as it is; another one was stored past the requests.
+/// Whether @p name can be used in a shell and in a request unchanged. Other names were not stored
+/// by requests.
 bool isPlain(const std::string& name) {
     return !name.empty() && std::all_of(name.begin(), name.end(), [](unsigned char each) {
         return std::isalnum(each) != 0 || each == '_' || each == '-' || each == '.' || each > 0x7f;
@@ -72,7 +73,7 @@ std::vector<std::string> StoredItems::find(HostOptions options, const KnownSchem
     if (!options.socket) {
         return inFile(schema);
     }
-    (void)alarm(PatienceInSeconds);  // ends the process, which has nothing else to do
+    (void)alarm(PatienceInSeconds);  // ends the process, which has no other work
     SocketConnection connection;
     std::string ignored;
     return connection.open(*options.socket, ignored) ? ask(connection, schema)

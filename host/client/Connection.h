@@ -8,31 +8,31 @@
 /**
  * A conversation with the service, in this process or over the socket of a host.
  *
- * Commands do not know which of both they have. Calls and answers are objects on either way; only
- * the connection over the socket writes and reads text. One thread at a time.
+ * Commands do not know which of the two they use. In both cases calls and answers are objects; only
+ * the connection over the socket converts them to text. Use it from one thread at a time.
  */
 class Connection {
 public:
-    /// What became of a call.
+    /// The result of a call.
     enum class Result {
         Answered,
-        NotSent,  ///< the call is longer than a host takes
-        NoAnswer  ///< the host is gone, or said that this was no request
+        NotSent,  ///< the call is longer than a host accepts
+        NoAnswer  ///< the host has ended, or answered that this was no valid request
     };
 
     virtual ~Connection() = default;
 
-    /// Calls @p request and waits for the out parameters of the answer; what a listener hears
-    /// meanwhile is dropped.
+    /// Calls @p request and waits for the out parameters of the answer. Messages for listeners that
+    /// arrive meanwhile are dropped.
     [[nodiscard]] virtual Result exchange(Method request, Method& answer) = 0;
 
-    /// The same. False when there is no answer.
+    /// The same. False if there is no answer.
     [[nodiscard]] bool call(Method request, Method& answer);
 
     /// Calls the one-way method @p request, and waits until it is done. False as above.
     [[nodiscard]] virtual bool callOneWay(Method request) = 0;
 
-    /// The call that has the service answer @p message.
+    /// The call that makes the service answer @p message.
     static Method requestOf(std::string message);
 };
 

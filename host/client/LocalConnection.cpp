@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The process itself as a client. What a listener hears is dropped.
+/// The process itself as a client. Messages for listeners are dropped.
 class Self : public Client {
 public:
     using Client::Client;
@@ -31,6 +31,6 @@ Connection::Result LocalConnection::exchange(Method request, Method& answer) {
 }
 
 bool LocalConnection::callOneWay(Method request) {
-    (void)m_host.dispatcher().call(std::move(request), m_client);  // it has no answer
+    (void)m_host.dispatcher().call(std::move(request), m_client);  // a one-way method has no answer
     return true;
 }

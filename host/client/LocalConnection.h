@@ -8,9 +8,9 @@
 class Client;
 class ServiceHost;
 
-/// A conversation with the service of this process. Calls and answers are handed over as they are,
-/// through the same dispatcher that serves clients of a socket: so a command sees the same methods,
-/// the same failures and the same order of things on both ways.
+/// A conversation with the service in this process. Calls and answers are passed on as objects,
+/// through the same dispatcher that serves clients of a socket. So a command sees the same methods,
+/// the same failures and the same order in both cases.
 class LocalConnection : public Connection {
 public:
     /// @p host has been started and outlives the connection.

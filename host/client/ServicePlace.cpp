@@ -1,4 +1,5 @@
-// A host is looked for by connecting: the file of a socket outlives its host.
+// Whether a host runs is found out by connecting, because the file of a socket can exist after its
+// host has ended.
 
 #include "client/ServicePlace.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 const char* const SocketOfInstalledHost = "/run/das/das.sock";
 
-/// Why a host did not answer at @p path; blank when one did.
+/// Why no host answered at @p path; blank if one did.
 std::string whyNotAnswered(const char* path) {
     SocketConnection connection;
     std::string error;
@@ -50,7 +51,7 @@ bool ServicePlace::hasDatabase(bool takesHost) {
     const bool isMissing = stat(DatabaseFile::pathOfService().c_str(), &status) != 0 &&
                            (errno == ENOENT || errno == ENOTDIR);
     if (isMissing) {
-        // A host that is there and forbidden is the more likely reason.
+        // It is more likely that a host runs but refuses access.
         const bool isForbidden = takesHost && std::getenv("DB_PATH") == nullptr &&
                                  stat(SocketOfInstalledHost, &status) == 0;
         const std::string host = takesHost ? ", or a running host by --socket or DAS_SOCKET" : "";

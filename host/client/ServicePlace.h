@@ -8,19 +8,19 @@ struct HostOptions;
  * DB_PATH, in the process of the command; the socket of DAS_SOCKET; the socket of the installed
  * host, if a host answers there; the working directory.
  *
- * What is named explicitly wins, and what is named by an option wins over the environment. A socket
- * that is named and does not answer is an error, never a reason to look further: a command that
- * then worked on another database would do harm.
+ * An explicit name wins, and an option wins over the environment. If a named socket does not
+ * answer, this is an error, and the search ends: a command that then used another database would do
+ * harm.
  */
 namespace ServicePlace {
 
-/// Stores in @p options the socket that the order leads to. None when the service is to be started
-/// in this process; a command that needs a host has none then. To be called after --db went to the
-/// environment.
+/// Finds the service in that order. If it is a socket, stores it in @p options. Otherwise
+/// @p options has no socket: the service is then started in this process, and a command that needs
+/// a host fails. Call this after --db was copied to the environment.
 void find(HostOptions& options);
 
-/// Whether there is a database for a service in this process. If not, standard error says so, with
-/// what to do; @p takesHost says whether the command could use a running host as well.
+/// Whether there is a database for a service in this process. If not, prints a message with advice
+/// on standard error; @p takesHost says whether the command could use a running host as well.
 [[nodiscard]] bool hasDatabase(bool takesHost);
 
 }  // namespace ServicePlace

@@ -1,5 +1,5 @@
-// Both kinds of sessions differ in where failures come from: the log of this process, which an ear
-// listens to, or the host, which is asked after a call that failed.
+// The two kinds of sessions get the reasons of failures from different sources: from the log of
+// this process, or from the host, which is asked after a failed call.
 
 #include "client/Session.h"
 
@@ -53,7 +53,7 @@ private:
     std::unique_ptr<LocalConnection> m_connection;
 };
 
-/// Talks to a host. The progress of its work is not known, only that it lasts.
+/// Talks to a host. It does not know how far the host's work has come, only that it has not ended.
 class RemoteSession : public Session {
 public:
     [[nodiscard]] bool open(const std::string& socket) {
@@ -83,7 +83,7 @@ public:
     }
 
 protected:
-    void forgetFailures() override {}  // each call has its own
+    void forgetFailures() override {}  // the host keeps the failures of each call apart
     std::string placeOfLog() const override { return "das trace shows the log of the host"; }
 
 private:

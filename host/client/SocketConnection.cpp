@@ -1,5 +1,5 @@
-// One call is under way at a time, so all calls have the same id; what comes without it is not for
-// us.
+// Only one call is under way at a time, so all calls have the same id. A message without this id is
+// not the answer.
 
 #include "client/SocketConnection.h"
 
@@ -20,7 +20,7 @@ namespace {
 
 const char* const CallId = "1";
 
-/// What is the matter with a socket that can't be used, and what to do.
+/// Explains why a socket can't be used, and what to do.
 std::string adviceFor(const std::string& path, int error) {
     struct stat status {};
     const bool isSocket = stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
@@ -42,7 +42,7 @@ std::string adviceFor(const std::string& path, int error) {
 
 }  // namespace
 
-// A host may answer with more than it takes.
+// A host may answer with more bytes than it accepts.
 SocketConnection::SocketConnection() : m_lines(std::numeric_limits<std::size_t>::max()) {}
 
 SocketConnection::~SocketConnection() {
@@ -75,7 +75,7 @@ Connection::Result SocketConnection::exchange(Method request, Method& answer) {
     if (call.size() > LineCutter::MessageLimit) {
         return Result::NotSent;
     }
-    // What a listener hears may come first.
+    // A message for a listener may arrive first.
     std::string line;
     bool isOpen = sendLine(call) && readLine(line);
     while (isOpen) {
@@ -93,8 +93,8 @@ Connection::Result SocketConnection::exchange(Method request, Method& answer) {
 }
 
 bool SocketConnection::callOneWay(Method request) {
-    // Messages are handled in order: by the answer to the second one the first is done. This one
-    // keeps what the host knows of the failures of the first.
+    // Messages are handled in order: when the second one is answered, the first one is done. This
+    // method is used because it keeps the host's record of the first one's failures.
     Method ignored;
     return sendLine(JsonRpc::notification(request)) && call(Method("LastFailures"), ignored);
 }

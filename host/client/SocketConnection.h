@@ -11,18 +11,19 @@
 class SocketConnection : public Connection {
 public:
     SocketConnection();
-    /// Closes the socket: what the host has begun goes on there.
+    /// Closes the socket. Work that the host has begun continues there.
     ~SocketConnection() override;
     SocketConnection(const SocketConnection&) = delete;
     SocketConnection& operator=(const SocketConnection&) = delete;
 
-    /// Connects to the host at @p path. False when that is not possible, with the reason in
-    /// @p error. To be called once.
+    /// Connects to the host at @p path. False, with the reason in @p error, if that is not
+    /// possible. Call it once.
     [[nodiscard]] bool open(const std::string& path, std::string& error);
 
-    /// NoAnswer also for what is no answer: the program at the socket may be no host.
+    /// Returns NoAnswer also for an invalid answer, because the program at the socket may not be a
+    /// host.
     Result exchange(Method request, Method& answer) override;
-    /// Sends a further call, whose answer says that the first one is done.
+    /// Sends a second call, whose answer shows that the first one is done.
     bool callOneWay(Method request) override;
 
     /// Sends @p line with a line feed after it. False when the host is gone.
@@ -31,7 +32,7 @@ public:
     /// Waits for the next line. False when the host is gone.
     [[nodiscard]] bool readLine(std::string& line);
 
-    /// The line of the call @p request.
+    /// Writes the call @p request as a line.
     static std::string toCall(const Method& request);
 
 private:

@@ -20,7 +20,8 @@ int fail(const std::string& subject, int error) {
     return ExitFailure;
 }
 
-/// The database gets its name last, so that a folder with a database has the key to its passwords.
+/// The database gets its final name last, so that a folder with a database always has the key to
+/// its passwords.
 int copyTo(const std::string& target, bool hasKey) {
     const std::string part = in(target, PartName);
     const std::string whole = in(target, Database);

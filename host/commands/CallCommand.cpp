@@ -1,5 +1,5 @@
-// "das call": one remote method, its out parameters on standard output. By itself it prints and
-// logs as a contract says, not as it suits people.
+// "das call": one remote method, with its out parameters on standard output. Programs rely on its
+// exact output and log, so both have their full form by default.
 
 #include <algorithm>
 #include <charconv>
@@ -17,7 +17,7 @@
 
 namespace {
 
-/// The parameters that @p method takes, in words.
+/// A description of the parameters of @p method.
 std::string takenBy(const Methods::Row& method) {
     const std::vector<Methods::Value> taken = method.of(Parameter::in);
     std::string words = std::string(method.name) + " takes" + (taken.empty() ? " none" : "");
@@ -27,7 +27,7 @@ std::string takenBy(const Methods::Row& method) {
     return words;
 }
 
-/// Adds a parameter of the type that @p value looks like.
+/// Adds a parameter whose type depends on the form of @p value.
 void addTyped(Method& method, const std::string& name, const std::string& value) {
     if (value == "true" || value == "false") {
         method.addBoolParameter(name, value == "true", Parameter::in);
@@ -45,7 +45,7 @@ void addTyped(Method& method, const std::string& name, const std::string& value)
     }
 }
 
-/// Adds what "NAME=VALUE" or "NAME:=VALUE" says. False when it is neither.
+/// Adds the parameter "NAME=VALUE" or "NAME:=VALUE". False if it has neither form.
 bool addParameter(Method& method, const std::string& text) {
     const std::size_t sign = text.find('=');
     const bool isString = sign != std::string::npos && sign > 0 && text[sign - 1] == ':';
@@ -63,7 +63,8 @@ bool addParameter(Method& method, const std::string& text) {
     return true;
 }
 
-/// A parameter that stands twice, of which the service would take the first; blank for none.
+/// A parameter that is given twice, of which the service would use the first one; blank if there is
+/// no such parameter.
 std::string doubledName(const Method& method) {
     std::set<std::string> names;
     for (const Parameter& parameter : method.parameters()) {
@@ -74,7 +75,7 @@ std::string doubledName(const Method& method) {
     return "";
 }
 
-/// Reports parameters that the method does not take. The call is made nevertheless, since the
+/// Reports parameters that the method does not have. The call is made nevertheless, since the
 /// service decides.
 void reportStrangers(const Methods::Row& known, const Method& method) {
     const std::vector<Methods::Value> taken = known.of(Parameter::in);
@@ -96,7 +97,7 @@ void reportStrangers(const Methods::Row& known, const Method& method) {
     }
 }
 
-/// Whether all parameters are there that the method needs; those that are missing are reported.
+/// Whether all required parameters are given; missing ones are reported.
 bool checkMissing(const Methods::Row& known, const Method& method) {
     std::string missing;
     for (const Methods::Value& in : known.of(Parameter::in)) {

@@ -13,7 +13,7 @@ namespace {
 
 using RequestText::Form;
 
-/// What they have in common: one request, and its reason.
+/// The common part: one request and its reason.
 class ChangeCommand : public SessionCommand {
 public:
     ChangeCommand(const char* name, const char* reason) : m_name(name), m_reason(reason) {}
@@ -31,7 +31,7 @@ public:
     }
 
 protected:
-    /// Whether the arguments say which rows are meant. If not, that is reported.
+    /// Whether the arguments select rows. If not, this is reported.
     virtual bool checkRows(const Arguments& arguments) = 0;
     virtual std::string body() const = 0;
 
@@ -42,7 +42,7 @@ protected:
                               adviceOnFailure());
     }
 
-    /// What to try when the service gives no reason; empty where nothing is known to help.
+    /// Advice if the service gives no reason; empty if none is known to help.
     virtual std::string adviceOnFailure() const { return ""; }
 
     bool refuse(const std::string& why, const std::string& advice) const {
@@ -50,7 +50,7 @@ protected:
         return false;
     }
 
-    /// Whether a value names the row: by the key of the table, or as Id.
+    /// Whether one of the values names the row: by the key of the table, or as Id.
     bool namesRow(const RequestText::Values& values) const {
         const auto& key = m_rows.schema().key;
         return std::any_of(values.begin(), values.end(), [&](const auto& value) {
@@ -60,8 +60,8 @@ protected:
 
     const RowArguments& rows() const { return m_rows; }
 
-    /// Whether @p context has a row that @p conditions describe; true also when that can't be
-    /// known.
+    /// Whether @p context has a row that matches @p conditions; true also if that can't be found
+    /// out.
     bool hasRow(Session& session, const std::optional<std::string>& context,
                 const std::string& conditions) const {
         const auto found = session.ask(
@@ -71,9 +71,9 @@ protected:
     }
 
 private:
-    /// Whether there is a row to change; true also when that can't be known.
+    /// Whether there is a row to change; true also if that can't be found out.
     bool isThere(Session& session) const {
-        // An update of contacts reaches those of each user, whoever is named.
+        // An update of contacts changes contacts of every user, whichever user is named.
         const bool reachesAll =
             m_rows.schema().name == "PhoneBook" && std::string(m_reason) == "update_request";
         const std::string conditions = RequestText::entry(m_rows.schema(), m_rows.conditions());
@@ -82,8 +82,8 @@ private:
                    : hasRow(session, m_rows.context(), conditions);
     }
 
-    /// The request is sent all the same, for its answer: most tables answer alike with and without
-    /// a row.
+    /// The request is sent nevertheless, for its answer: most tables answer in the same way with
+    /// and without a row.
     int sendForNothing(Session& session) const {
         const auto answer = session.ask(
             RequestText::request(m_rows.schema().name, m_reason, m_rows.context(), body()));
@@ -130,7 +130,7 @@ protected:
                refuse("no row is named", "name one by --id ID");
     }
 
-    /// The name and value that name the row; none when no argument does.
+    /// The name and value that identify the row; no value if no argument does.
     std::optional<RequestText::Values::value_type> key() const {
         for (const auto* const values : {&rows().conditions(), &rows().values()}) {
             for (const auto& value : *values) {
@@ -142,7 +142,7 @@ protected:
         return std::nullopt;
     }
 
-    /// An update of a key that no row has makes a row in some tables, and does nothing in others.
+    /// An update with an unknown key adds a row in some tables, and does nothing in others.
     void reportNew(const std::string& id, bool isMade) const {
         const std::string& name = rows().schema().name;
         const bool canGo = rows().schema().has("delete_request");
@@ -187,7 +187,7 @@ protected:
     }
 
     bool checkRows(const Arguments& arguments) override {
-        // The dial plan numbers its entries itself.
+        // The dial plan assigns the numbers of its entries itself.
         const bool needsKey = rows().form() == Form::Rows && rows().schema().key.size() > 0 &&
                               rows().schema().table != "DIAL_PLAN_ENTRIES";
         return SheetPrinter::check(arguments) &&
@@ -268,8 +268,8 @@ private:
         return true;
     }
 
-    /// One request deletes an item for all users, but clears the service's cache only for its own
-    /// user: without the other two a later write of the item would not be stored.
+    /// One request deletes an item for all users, but updates the service's cache only for its own
+    /// user. Without the requests for the other two, a later write of the item would not be stored.
     bool deleteItem(Session& session, const std::string& item) const {
         const std::string body = RequestText::element("Name", item);
         return send(session, std::nullopt, body) && send(session, "base", body) &&

@@ -1,4 +1,4 @@
-// "das check": looks at the file without the service, whose start would change it.
+// "das check": examines the file without the service, because a start would change it.
 
 #include "cli/Command.h"
 #include "cli/SheetPrinter.h"

@@ -1,4 +1,4 @@
-// Commands that look for contacts: search, by a whole number, and find, by parts.
+// Commands that find contacts: search, by a whole number, and find, by parts.
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ namespace {
 
 const char* const Schema = "PhoneBook";
 
-/// What both have in common: whose contacts, and how many of them.
+/// The common part: whose contacts, and how many of them.
 class ContactCommand : public SessionCommand {
 public:
     ContactCommand(const char* name, const char* reason) : m_name(name), m_reason(reason) {}
@@ -25,7 +25,7 @@ public:
     }
 
 protected:
-    /// The contacts that the service answers; none after a failure, which has been reported.
+    /// The contacts in the service's answer; no value after a failure, which has been reported.
     std::optional<std::string> ask(Session& session, const Arguments& arguments,
                                    const std::string& body) const {
         return session.askFor(

@@ -1,6 +1,5 @@
-// Export and import take the same words and refuse them for the same reasons, so both read them
-// here. Everything that can be wrong is found before a service is asked: a command line that is
-// refused changes nothing.
+// Export and import have the same arguments and refuse them for the same reasons, so both read them
+// here. All errors are found before a service is called, so a refused command line changes nothing.
 
 #include "commands/DataFileArguments.h"
 

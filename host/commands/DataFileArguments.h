@@ -13,22 +13,22 @@ class Arguments;
  * What import and export have in common: a schema, a user, and a file of the caller or of the
  * telephone.
  *
- * A file of the caller is read or written by the command, and its text travels with the call; a
- * file of the telephone is named to the host, which opens it below the device root. So over a
- * socket caller and host need no folder in common.
+ * The command itself reads or writes a file of the caller and sends its contents with the call. For
+ * a file of the telephone it sends only the path, and the host opens it below the device root. So
+ * caller and host need no common folder.
  */
 class DataFileArguments {
 public:
     /// @p command is "import" or "export".
     explicit DataFileArguments(const char* command) : m_command(command) {}
 
-    /// Reads the arguments. False when they are no use, which standard error says.
+    /// Reads the arguments. False, after a message on standard error, if they can't be used.
     [[nodiscard]] bool read(const Arguments& arguments);
 
     [[nodiscard]] const KnownSchemas::Entry& schema() const { return *m_schema; }
     [[nodiscard]] const std::string& user() const { return m_user; }  ///< blank without one
-    [[nodiscard]] const std::string& file() const { return m_file; }  ///< as it was named
-    /// The path on the telephone; none for a file of the caller.
+    [[nodiscard]] const std::string& file() const { return m_file; }  ///< as the user wrote it
+    /// The path on the telephone; no value for a file of the caller.
     [[nodiscard]] const std::optional<std::string>& device() const { return m_device; }
 
     /// "import PhoneBook", for messages.

@@ -1,4 +1,4 @@
-// "das demo": a telephone in a folder of its own.
+// "das demo": creates a telephone in a new folder.
 
 #include <cstdlib>
 #include <filesystem>
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 constexpr int BaseUser = 0;
 
-/// Makes the folders and files, in an empty place alone. A failure is reported.
+/// Creates the folders and files, only in an empty folder. A failure is reported.
 bool prepare(const fs::path& folder) {
     std::error_code error;
     if (fs::exists(folder, error) && (!fs::is_directory(folder) || !fs::is_empty(folder))) {
@@ -40,7 +40,7 @@ bool prepare(const fs::path& folder) {
             return false;
         }
     }
-    // With a file to fill, the start does not report a missing database.
+    // The file exists before the start, so that the start does not report a missing database.
     if (const int status = ServiceFiles::makeFile(folder / "db" / ServiceFiles::Database)) {
         Complaint::reportError((folder / "db").string(), status,
                                "name a folder that can be written");
@@ -87,7 +87,7 @@ int runDemo(const HostOptions& options, const Arguments& arguments) {
     }
     Complaint::report("demo: " + folder.string() +
                       " is a telephone with 200 contacts, calls and labelled keys");
-    // What a shell needs to go on with, to be given to eval.
+    // Prints what a shell needs next, for eval.
     const auto word = [](const fs::path& path) { return quoted(path.string(), '\'', "'\\''"); };
     return session->output().print("export DB_PATH=" + word(folder / "db") +
                                    "\nexport DAS_ROOT=" + word(folder / "root") + "\n");

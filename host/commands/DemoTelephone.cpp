@@ -24,7 +24,7 @@ const char* const Companies[] = {"Nordlicht", "Hafen & Co", "Atelier Süd", "", 
 
 struct Category {
     const char* schema;
-    const char* viewed;  ///< blank where calls are not looked at
+    const char* viewed;  ///< blank if the calls have no such mark
     int rows;
 };
 const Category Categories[] = {{"CallLogDialledCalls", "", 15},
@@ -63,7 +63,7 @@ std::string officeOf(std::size_t contact) {
     return formatted("+4989100%04u", contact);
 }
 
-/// Which columns are blank goes by the number of the contact, so that tables have all kinds of
+/// The number of the contact decides which columns are blank, so that tables have all kinds of
 /// rows.
 std::string contacts() {
     const KnownSchemas::Entry& schema = *KnownSchemas::find("PhoneBook");
@@ -83,7 +83,7 @@ std::string contacts() {
     return request("PhoneBook", "write_request", body);
 }
 
-/// The rows of a category, each of one contact with up to three calls.
+/// The rows of a category; each has one contact with up to three calls.
 std::string calls(const Category& category, std::size_t first) {
     const KnownSchemas::Entry& schema = *KnownSchemas::find(category.schema);
     std::string body;

@@ -8,13 +8,12 @@
 /**
  * What a telephone to play with holds.
  *
- * It is always the same, so that examples in the documents and tests can say what they print. Names
- * and numbers have what real ones have: letters of several scripts, wide characters, markup, blank
- * columns.
+ * It is always the same, so that examples in documents and tests know their output. Like real data
+ * it has letters of several scripts, wide characters, markup and blank columns.
  */
 namespace DemoTelephone {
 
-/// A file of the software image, by its path below the telephone's root. The texts are those of
+/// A file of the software image, by its path below the telephone's root. The contents are those of
 /// the sample in deploy/.
 struct File {
     const char* path;

@@ -15,11 +15,11 @@
 
 namespace {
 
-/// A telephone has no more; and a device may have no end.
+/// A telephone has no larger file, and a device file may have no end.
 constexpr std::size_t LargestFile = 1024UL * 1024 * 1024;
 const std::string LineWord = "line ";
 
-/// What the host answers to ImportText.
+/// The host's answer to ImportText.
 struct Imported {
     explicit Imported(const Method& answer) {
         (void)answer.getBoolParameter("Acknowledge", isDone);
@@ -87,8 +87,8 @@ public:
     }
 
 private:
-    /// Reads the caller's file. One that is missing here may be meant as one of the telephone,
-    /// which a host is to be asked about.
+    /// Reads the caller's file. If it is missing here, the telephone's file may be meant, and a
+    /// host can be asked about that.
     bool readFile() {
         const std::string& file = m_arguments.file();
         if (file == "-" && !m_mayReadInput) {
@@ -127,7 +127,7 @@ private:
         method.addBoolParameter("SubDirReading", false, Parameter::in);
         Method answer;
         std::string tree;
-        // It is XML, which JSON has as a string.
+        // The method has an XML parameter, which JSON carries as a string.
         return session.call(method, answer) &&
                (answer.getXMLParameter("DirectoryTree", tree) ||
                 answer.getStringParameter("DirectoryTree", tree)) &&
@@ -155,7 +155,8 @@ private:
         if (size <= LineCutter::MessageLimit) {
             return true;
         }
-        // If only what JSON adds is too much, the size of the file would explain nothing.
+        // If only the escapes of JSON make the message too large, the size of the file would not
+        // explain the error.
         const std::size_t shown = m_text.size() > LineCutter::MessageLimit ? m_text.size() : size;
         Complaint::report(m_arguments.file() + ": " + std::to_string(shown) +
                               " bytes; at most 8 MiB over a socket",
@@ -163,10 +164,10 @@ private:
         return false;
     }
 
-    /// Asks before most of a user's rows are replaced. ExitSuccess when the import may go on.
+    /// Asks before most of a user's rows are replaced. ExitSuccess if the import may continue.
     int askFirst(Session& session) const {
         Method answer;
-        // Of a file of the telephone only the host knows how many rows it has.
+        // Only the host knows how many rows a file of the telephone has.
         if (!session.call(methodFor("", true), answer)) {
             return ExitFailure;
         }
@@ -233,9 +234,10 @@ private:
     bool m_mayReadInput = false;
     bool m_isTrial = false;
     bool m_isSure = false;
-    bool m_isMissing = false;  ///< the file, where it was looked for first
+    bool m_isMissing = false;  ///< the file does not exist at the caller, where it was looked for
+                               ///< first
     std::string m_text;
-    bool m_hasNames = false;  ///< the text; not known of a file of the telephone
+    bool m_hasNames = false;  ///< about the text; not known for a file of the telephone
     int m_rowCount = 0;       ///< likewise
 };
 

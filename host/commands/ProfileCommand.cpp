@@ -39,7 +39,7 @@ private:
         return !session.isLocal() || store(session, user) ? ExitSuccess : ExitFailure;
     }
 
-    /// A change lasts as long as its process; the stored one is for the next.
+    /// A change lasts as long as its process, so the stored user is changed for the next one.
     static bool store(Session& session, const std::string& user) {
         const std::string item = RequestText::element("MobilityCurrentUser", user);
         return session

@@ -62,8 +62,8 @@ private:
         return true;
     }
 
-    /// Reports items that were asked for and are not there. Any name may be an item, so that is no
-    /// failure.
+    /// Reports items that were asked for but do not exist. Any name may be an item, so this is not
+    /// a failure.
     void reportMissing(const Sheet& all) const {
         std::vector<std::string> names;
         for (const auto& row : all.rows) {
@@ -79,14 +79,14 @@ private:
         }
     }
 
-    /// Whether the service itself leaves out the rows that are not asked for.
+    /// Whether the service itself leaves out rows by limit and offset.
     bool isPaged() const {
         return m_rows.schema().table == "PHONE_BOOK" && m_limit > 0 &&
                (m_offset > 0 || m_limit != NoLimit);
     }
 
-    /// Columns are not asked for by name where a request would read them otherwise: of settings it
-    /// would find the items of other schemas, of calls only what is not in the list.
+    /// In some cases the request does not name the columns, because it would then read something
+    /// else: for settings, items of other schemas; for calls, only what is not in the list.
     std::string body() const {
         std::string text;
         if (m_rows.form() == Form::Rows && !m_columns.empty()) {

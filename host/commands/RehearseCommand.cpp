@@ -33,7 +33,7 @@ using TextParts::withText;
 
 const std::string DeployFolder = "/Aurel_Deploy";
 
-/// What a start reads or changes of the telephone's files.
+/// The telephone's files that a start reads or changes.
 const std::string DeviceFiles[] = {DeployFolder, "/.QuilldeskRootFileSystemImageVersion.prev.txt"};
 
 /// Copies what the telephone sees at a path, links followed below its root, for a start to find the
@@ -129,7 +129,7 @@ public:
     }
 
 private:
-    /// All files as they are, if no service runs. Next to one that runs, the state after its last
+    /// If no service runs, copies all files unchanged. Otherwise copies the state after the last
     /// commit.
     bool copyDatabase() {
         const std::string& source = m_originalFolder;
@@ -167,8 +167,8 @@ private:
         return error != 0 ? error : isCopied ? 0 : EIO;
     }
 
-    /// What the result is compared with: the database without a commit that was cut off, which is
-    /// no work of the upgrade.
+    /// The state to compare with: the database after the rollback of an interrupted commit, which
+    /// is not part of the upgrade.
     int copyBefore() const {
         for (const char* const name : {Database, "phone.db-journal", "phone.db-wal"}) {
             const int error =
@@ -196,8 +196,8 @@ private:
                                    "name the telephone's root by --root or DAS_ROOT");
             return false;
         }
-        // A computer may lack them. The start would log that as a failure, but the upgrade has not
-        // failed.
+        // A computer may lack these folders. The start would log that as a failure, although the
+        // upgrade has not failed.
         for (const char* const made : {"data", "tmp"}) {
             if (!error) {
                 fs::create_directories(fs::path(m_root) / made, error);
@@ -220,7 +220,7 @@ private:
         return true;
     }
 
-    /// Starts and ends the service on the copy. False when there is no library.
+    /// Starts and stops the service on the copy. False if there is no library.
     bool start(bool& hasFailed) const {
         setenv("DB_PATH", m_after.c_str(), 1);
         setenv("DAS_ROOT", m_root.c_str(), 1);
@@ -228,7 +228,7 @@ private:
         LogEar ear;
         ear.showAs(m_after, m_originalFolder);
         ear.showAs(m_root, m_originalRoot);
-        ear.startIsOver();  // the failures of this start are what people want to see
+        ear.startIsOver();  // people want to see the failures of this start
         {
             ServiceHost host(Output::Printed::Nowhere);
             if (!host.start()) {

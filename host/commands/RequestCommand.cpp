@@ -1,5 +1,5 @@
-// "das request": messages from files or standard input, their answers on standard output. By itself
-// it prints and logs as a contract says, not as it suits people.
+// "das request": messages from files or standard input, with their answers on standard output.
+// Programs rely on its exact output and log, so both have their full form by default.
 
 #include <cerrno>
 #include <climits>
@@ -22,16 +22,15 @@ namespace {
 /// The service counts a message's bytes in an int.
 constexpr std::size_t LongestMessage = INT_MAX;
 
-/// One place that messages come from: the message of a file, read before the start, or standard
-/// input.
+/// A source of messages: the message of a file, which is read before the start, or standard input.
 using Source = std::optional<std::string>;
 
-/// Has messages answered and writes each answer as it comes.
+/// Sends messages and writes each answer when it comes.
 class Conversation {
 public:
     explicit Conversation(Session& session) : m_session(session) {}
 
-    /// Sends all of @p sources, or as many as there is use in sending. Returns the exit status.
+    /// Sends all of @p sources, or stops if sending is useless. Returns the exit status.
     int send(const std::vector<Source>& sources) {
         for (const Source& source : sources) {
             if (!(source ? sendMessage(*source) : sendLines())) {
@@ -42,7 +41,7 @@ public:
     }
 
 private:
-    /// False when the host has gone.
+    /// False if the host has ended.
     bool ask(const std::string& message, std::string& answer) {
         Method reply;
         const auto result =
@@ -55,7 +54,7 @@ private:
         }
         if (!reply.getStringParameter("Response", answer) ||
             answer == DASUtilsStrings::FailureResponse) {
-            // An exception in the service is answered without the schema.
+            // After an exception in the service, the answer has no schema.
             answer = Answers::failureFor(message);
         }
         return m_session.isLocal() || result != Connection::Result::NoAnswer;
@@ -77,7 +76,7 @@ private:
         return true;
     }
 
-    /// What can be known of a failure beyond the lines of the log.
+    /// Reports what is known about a failure beyond the lines of the log.
     void reportReason(const std::string& message) {
         const std::string name = Answers::schemaOf(message);
         const KnownSchemas::Entry* const schema = KnownSchemas::find(name);

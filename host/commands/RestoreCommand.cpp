@@ -1,4 +1,4 @@
-// "das restore": puts a copy in the place of database and key.
+// "das restore": replaces database and key by a backup.
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    /// Whether the copy can be trusted.
+    /// Whether the backup can be trusted.
     bool isSound() {
         for (const std::string& name : leftovers()) {
             if (isThere(in(m_source, name))) {
@@ -89,7 +89,7 @@ private:
         return !exam.hasFault() && exam.isOfTelephone();
     }
 
-    /// Copies both files into the folder under names that no service looks at.
+    /// Copies both files into the folder, under names that no service reads.
     bool copyAll() {
         for (const char* const name : {Key, Database}) {
             const std::string from = in(m_source, name);
@@ -110,7 +110,7 @@ private:
         return true;
     }
 
-    /// The files belong to whom the database belonged, else to whom the folder belongs.
+    /// The files get the owner of the old database, or else of the folder.
     bool handOver(const std::string& path) const {
         struct stat owner {};
         if (::stat(in(m_folder, Database).c_str(), &owner) != 0 &&
@@ -124,8 +124,8 @@ private:
         return true;
     }
 
-    /// The upgrade copy first and the database before its journal: whenever this is cut off, no
-    /// start puts a part of the old state into the new one.
+    /// The upgrade copy is moved first, and the database before its journal. Whenever this is
+    /// interrupted, no start can mix parts of the old state into the new one.
     bool putAside() {
         std::vector<std::string> names(leftovers().rbegin(), leftovers().rend());
         names.insert(names.begin() + 2, Database);
@@ -170,7 +170,7 @@ private:
         return true;
     }
 
-    /// The key first: a start in between must not find the database without its key.
+    /// The key first, because a start in between must not find the database without its key.
     bool putInPlace() {
         for (const std::string& name : m_copied) {
             const std::string to = in(m_folder, name);

@@ -1,5 +1,5 @@
-// "das schemas": what the tables of the service say, for people and, as contracts, for programs. By
-// itself it starts nothing.
+// "das schemas": the service's tables, for people and, as contracts, for programs. By default it
+// does not start a service.
 
 #include "ClientUtils.h"
 #include "cli/Command.h"
@@ -17,7 +17,7 @@ std::string joined(const std::vector<std::string>& names) {
     return ClientUtils::join(names, ", ");
 }
 
-/// A line a schema. A terminal gets what each one holds: the lists would fill it.
+/// A line for each schema. On a terminal the lists of names are left out, since they would fill it.
 Sheet listing(bool isShort) {
     Sheet sheet{{"Schema", "Table", "Users", "Reasons", "Columns", "Default rows", "Meaning"}, {}};
     if (isShort) {
@@ -113,7 +113,7 @@ private:
                                                  : detailsOf(*m_schema));
     }
 
-    /// Blank when none is asked for.
+    /// Blank if no contract was asked for.
     std::string contractFor(const Arguments& arguments) const {
         if (arguments.has("--openrpc")) {
             return MethodContract::openRpc();

@@ -26,7 +26,7 @@
 
 namespace {
 
-/// Takes all locks of a request and reads the database; the answer does not matter.
+/// A request that takes all locks and reads the database; its answer does not matter.
 const std::string SignOfLife =
     "<Schema name=\"MobilitySettings\"><ReasonForMessage>read_request</ReasonForMessage>"
     "<ResultCols>MobilityCurrentUser</ResultCols></Schema>";
@@ -37,7 +37,7 @@ public:
     StandardOutput(Clients& clients, Output& output) : Client(clients), m_output(output) {}
 
     void sendLine(std::string line) override {
-        // What was interrupted may or may not be done, so it is not answered.
+        // It is not known whether an interrupted message was executed, so it is not answered.
         if (!Work::isInterrupted()) {
             const std::lock_guard<std::mutex> lock(m_mutex);
             write(takeChanges() + std::move(line));
@@ -66,7 +66,8 @@ private:
     }
 
     Output& m_output;
-    std::mutex m_mutex;  ///< of the output: no answer overtakes a change that it could show
+    std::mutex m_mutex;  ///< protects the output, so that no answer comes before a change that it
+                         ///< could show
     std::atomic<int> m_error{0};
 };
 
@@ -96,7 +97,7 @@ public:
                     break;
             }
         }
-        m_client->sendChanges();  // those that one-way calls have made last
+        m_client->sendChanges();  // changes that the last one-way calls have made
         if (m_client->error() != 0) {
             Complaint::reportError("standard output", m_client->error());
             return ExitFailure;
@@ -105,7 +106,7 @@ public:
     }
 
 private:
-    /// False when there is no more to come.
+    /// False at the end of the input.
     bool read() {
         const auto space = m_lines.room();
         const ssize_t count = waitForInput() ? ::read(STDIN_FILENO, space.begin, space.size) : 0;
@@ -118,7 +119,7 @@ private:
         return count != 0;
     }
 
-    /// False when a signal has come.
+    /// False if a signal has arrived.
     bool waitForInput() {
         pollfd waiting[] = {{STDIN_FILENO, POLLIN, 0}, {m_end.descriptor(), POLLIN, 0}};
         while (poll(waiting, 2, -1) < 0 && errno == EINTR) {
@@ -133,14 +134,14 @@ private:
     int m_status = ExitSuccess;
 };
 
-/// Where clients connect, and what they may do; without rules, all that the mode of the socket lets
-/// in.
+/// Where clients connect, and what they may do. Without rules, all clients that the mode of the
+/// socket admits may do everything.
 struct Socket {
     std::optional<std::string> path;
     std::optional<AccessRules> rules;
 };
 
-/// Service managers and scripts need no such line.
+/// Only for people: service managers and scripts need no such line.
 void greetPerson(const std::string& what, const std::string& advice) {
     if (isatty(STDERR_FILENO) != 0) {
         Complaint::report(what, advice);
@@ -156,7 +157,7 @@ int serveStreams(EndWatch& end) {
     return StandardStreams(host, end).serve();
 }
 
-/// The path of a socket that was handed over is known afterwards.
+/// The path of a socket that the service manager has opened is known afterwards.
 bool listen(ListeningSocket& socket, Socket& where, const HandedSockets& handed,
             std::string& error) {
     if (handed.empty()) {
@@ -170,8 +171,8 @@ bool listen(ListeningSocket& socket, Socket& where, const HandedSockets& handed,
     return descriptor >= 0;
 }
 
-/// The socket comes first: where another host listens, this one must not start a service. Messages
-/// that clients send meanwhile wait until the server reads them.
+/// The socket comes first, because a second host at the same path must not start a service.
+/// Messages that clients send meanwhile wait until the server reads them.
 int serveSocket(Socket where, const HandedSockets& handed, EndWatch& end) {
     ListeningSocket socket;
     std::string error;
@@ -185,7 +186,7 @@ int serveSocket(Socket where, const HandedSockets& handed, EndWatch& end) {
         return ExitNoLibrary;
     }
     if (end.isAsked()) {
-        return ExitSuccess;  // the start may have ended before its time
+        return ExitSuccess;  // the start may have ended early
     }
     host.keepFailures();
     if (where.rules) {

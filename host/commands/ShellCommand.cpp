@@ -39,9 +39,9 @@ public:
             status = status == ExitSuccess ? result : status;
         }
         if (lines.isEdited() && !m_isOver) {
-            (void)session.output().write("\n");  // Ctrl-D leaves the prompt without one
+            (void)session.output().write("\n");  // Ctrl-D ends the line without a line feed
         }
-        // A person has seen what failed; a script needs the status.
+        // A person has seen the failures; a script needs the exit status.
         return lines.isEdited() && !m_isOutputGone ? ExitSuccess : status;
     }
 
@@ -102,7 +102,7 @@ private:
                                                   : ExitUsage;
     }
 
-    /// The format of the shell is that of each command which does not name its own.
+    /// Commands without a format of their own use the format of the shell.
     void addFormat(std::vector<std::string>& words) const {
         const auto& options = CommandTable::optionsOf(*CommandTable::find(words.front()));
         for (const std::string name : {"--output", "--plain"}) {
@@ -134,7 +134,7 @@ private:
         if (!answer) {
             return ExitFailure;
         }
-        // It holds stored texts, whose control characters a terminal would obey.
+        // It holds stored text, with control characters that a terminal would execute.
         const bool isShown = m_session->output().isTerminal() && !m_arguments->has("--output");
         const int status = print((isShown ? TerminalText::visible(*answer) : *answer) + "\n");
         return status == ExitSuccess && Answers::isFailure(*answer) ? ExitFailure : status;
@@ -147,7 +147,7 @@ private:
         return status;
     }
 
-    Session* m_session = nullptr;            // not owned; while it runs
+    Session* m_session = nullptr;            // not owned; set while the shell runs
     const Arguments* m_arguments = nullptr;  // as above
     bool m_isOver = false;
     bool m_isOutputGone = false;

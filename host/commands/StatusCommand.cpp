@@ -16,7 +16,7 @@ using Json = nlohmann::ordered_json;
 
 const char* const Prometheus = "prometheus";
 
-/// What is counted for each call, in the text for Prometheus.
+/// The figures for each kind of call, in the output for Prometheus.
 const std::pair<const char*, const char*> CallFigures[] = {
     {"count", "_total"},
     {"failures", "_failures_total"},
@@ -24,7 +24,7 @@ const std::pair<const char*, const char*> CallFigures[] = {
     {"us_max", "_microseconds_max"},
 };
 
-/// A row for each figure, with its path.
+/// A row for each figure, named by its path in the JSON document.
 void addRows(Sheet& sheet, const std::string& path, const Json& value) {
     if (!value.is_object()) {
         sheet.rows.push_back({path, value.dump()});
@@ -35,15 +35,15 @@ void addRows(Sheet& sheet, const std::string& path, const Json& value) {
     }
 }
 
-/// What Prometheus wants before the values of a figure: its help and its type, which the name
-/// shows.
+/// The lines that Prometheus needs before the values of a figure: its help and its type, which
+/// follows from the name.
 std::string headOf(const std::string& name, const std::string& help) {
     const bool isCounter = name.size() > 6 && name.compare(name.size() - 6, 6, "_total") == 0;
     return "# HELP " + name + " " + help + "\n# TYPE " + name +
            (isCounter ? " counter\n" : " gauge\n");
 }
 
-/// Figures of calls by their labels; @p requests have two, a schema and a reason.
+/// Figures of calls by their labels. Those of requests have two labels: schema and reason.
 std::string callsFor(const Json& calls, bool areRequests) {
     std::string text;
     for (const auto& [figure, suffix] : CallFigures) {

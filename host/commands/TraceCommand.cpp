@@ -17,7 +17,7 @@ struct Colour {
     int highestLevel;
     const char* code;
 };
-/// Failures red, SQL and lock errors yellow, information as it is, detail dim.
+/// Failures are red, SQL and lock errors yellow, information has no colour, detail is dim.
 const Colour Colours[] = {{2, "\x1b[31m"}, {3, "\x1b[33m"}, {5, ""}};
 const char* const ColourOfDetail = "\x1b[2m";
 
@@ -29,7 +29,7 @@ std::string coloured(const std::string& line, int level) {
     return *code == 0 ? line : code + line + "\x1b[0m";
 }
 
-/// The line of the entry that @p heard holds; none if it holds none.
+/// The line for the entry in @p heard; no value if it contains no entry.
 std::optional<std::string> lineOf(const Method& heard, bool isColoured) {
     Log::Entry entry;
     if (heard.getName() != "Log" || !heard.getIntParameter("level", entry.level) ||

@@ -11,10 +11,10 @@
 
 namespace {
 
-/// What is printed of a change, in this order.
+/// The parts of a change that are printed, in this order.
 const char* const ChangeParameters[] = {"Schema", "Context", "Reason", "Id"};
 
-/// The change in one line, its texts with tabs between them.
+/// The change in one line, with tabs between its parts.
 std::string lineOfChange(const Method& heard) {
     std::string line = heard.getName();
     for (const char* const name : ChangeParameters) {
@@ -37,11 +37,11 @@ std::string lineOf(const Method& heard) {
                : heard.getName();
 }
 
-/// Adds the call for changes of data to @p calls. False for arguments that can't be used.
+/// Adds the call for changes of data to @p calls. False if the arguments can't be used.
 ///
-/// For named schemas a client needs the right to listen to these alone, for the user and the status
-/// items the right to listen to all: who has only the first hears of the schemas, which is what was
-/// asked for.
+/// For named schemas a client needs only the right to listen to these. For the user and the status
+/// items it needs the right to listen to all. A client with only the first right gets the changes
+/// of the schemas, which is what was asked for.
 bool addChanges(const Arguments& arguments, std::vector<HostCommands::ListenCall>& calls) {
     const std::vector<std::string>& schemas = arguments.all("SCHEMA");
     if (!arguments.has("--changes")) {

@@ -1,15 +1,19 @@
-// Each call of a client under rules passes here, so the usual way searches and copies nothing:
-// schemas are found by a hash, and a file is read only where a mask in it could destroy a password.
+// Each call of a client that has access rules passes here, so an ordinary call causes no searches
+// and no copies: schemas are found by a hash, and a file is read only if a mask in it could replace
+// a password.
 
 #include "framework/AccessCheck.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <map>
 #include <unordered_map>
 
 #include "DASUtilsStrings.h"
 #include "DeviceFile.h"
 #include "Method.h"
 #include "Secrets.h"
+#include "Serializer.h"
 #include "framework/ChangeRelay.h"
 #include "schemas/KnownSchemas.h"
 
@@ -20,7 +24,7 @@ using Methods::Place;
 
 const std::string EverySchema = "*";
 
-/// The schemas by their names: a request must not wait for a walk over all of them.
+/// The schemas by name, because a request must not wait for a search through all of them.
 const KnownSchemas::Entry* findSchema(const std::string& name) {
     static const auto all = [] {
         std::unordered_map<std::string, const KnownSchemas::Entry*> entries;
@@ -31,6 +35,13 @@ const KnownSchemas::Entry* findSchema(const std::string& name) {
     }();
     const auto found = all.find(name);
     return found != all.end() ? found->second : nullptr;
+}
+
+/// Whether a method on @p schema reaches the calls of all kinds: files and texts hold the whole
+/// table, whichever of its schemas is named.
+bool isOfCalls(const std::string& schema) {
+    const KnownSchemas::Entry* const known = findSchema(schema);
+    return known != nullptr && known->table == CallLogTableName;
 }
 
 bool hasSecrets(const std::string& schema) {
@@ -44,7 +55,34 @@ bool holdsMask(const std::string& text) {
     return text.find(Secrets::Mask) != std::string::npos;
 }
 
-/// The same for a file of the telephone, in pieces that overlap.
+/// @p text with plain asterisks in place of the references to them that XML knows.
+std::string withPlainAsterisks(const std::string& text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size();) {
+        char* end = nullptr;
+        const bool isHex = text.compare(i, 3, "&#x") == 0;
+        const char* const digits = text.c_str() + i + (isHex ? 3 : 2);
+        if (text.compare(i, 2, "&#") == 0 && std::strtoul(digits, &end, isHex ? 16 : 10) == '*' &&
+            *end == ';') {
+            plain += '*';
+            i = static_cast<std::size_t>(end - text.c_str()) + 1;
+        } else {
+            plain += text[i++];
+        }
+    }
+    return plain;
+}
+
+/// The same for a map of values, each of which becomes a text of XML.
+bool mapHoldsMask(const std::string& text) {
+    std::map<std::string, std::string> values;
+    return Serializer::deserialize(text, values) &&
+           std::any_of(values.begin(), values.end(), [](const auto& item) {
+               return holdsMask(withPlainAsterisks(item.second));
+           });
+}
+
+/// Whether a file of the telephone contains the mask. It is read in pieces that overlap.
 bool fileHoldsMask(const std::string& path) {
     constexpr std::size_t pieceSize = 64 * 1024;
     DeviceFile file(path);
@@ -59,7 +97,7 @@ bool fileHoldsMask(const std::string& path) {
     return holdsMask(piece);
 }
 
-/// What a read of @p schema shows besides its own rows.
+/// Whether a read of @p schema also shows calls and contacts.
 bool showsCallsAndContacts(const RequestLook& look) {
     return look.schema == CallLogAndPhoneBookSchema ||
            (look.schema == ConversationsSchema && look.hasColumns);
@@ -74,11 +112,11 @@ AccessCheck::AccessCheck(const Method& call, const ClientRights& rights)
         return;
     }
     const Methods::Row* const method = Methods::find(call.getName());
-    m_isAllowed = method == nullptr || allows(*method);  // one that is unknown does nothing
+    m_isAllowed = method == nullptr || allows(*method);  // an unknown method does nothing
 }
 
-/// For a schema that no table holds a right for all schemas is needed: the service may see another
-/// name in it.
+/// For an unknown schema, a right for all schemas is needed: the service may find another name in
+/// the request.
 bool AccessCheck::may(unsigned rights, const std::string& schema) const {
     return findSchema(schema) != nullptr ? m_rights.may(rights, schema) : m_rights.may(rights);
 }
@@ -104,7 +142,8 @@ bool AccessCheck::allows(const Methods::Row& method) {
     switch (access.place) {
         case Place::Request:
             return !m_call.getStringParameter(access.name, text) ||
-                   !m_call.getIntParameter("RequestLength", length) ||  // nothing is done then
+                   // The service does nothing then.
+                   !m_call.getIntParameter("RequestLength", length) ||
                    allowsRequest(text, length);
         case Place::List:
             (void)m_call.getStringParameter(access.name, m_schema);
@@ -126,15 +165,16 @@ bool AccessCheck::allows(const Methods::Row& method) {
                       return value.type != Parameter::Type::Bool;
                   });
     const bool isWrite = ((access.everywhere | access.ofSchema) & Methods::Write) != 0;
-    // In place of a text these methods take the path of a file of the telephone.
+    // With this parameter the method uses a file of the telephone instead of a text.
     const bool namesFile = m_call.getStringParameter("File", text) && !text.empty();
     return has(access.everywhere | (namesFile ? Methods::Files : Methods::None), EverySchema) &&
            has(access.ofSchema, m_schema) &&
+           (!isOfCalls(m_schema) || has(access.ofSchema, CallLogSchema)) &&
            (!isWrite || m_maySeeSecrets || keepsSecrets() || lacks(Methods::Secrets, m_schema));
 }
 
-/// Whether what the call stores holds no mask where a secret may stand: a password that was
-/// exported as its mask must not come back as a password.
+/// Whether the call stores no mask where a secret may be: the mask of an exported password must not
+/// be stored as a password.
 bool AccessCheck::keepsSecrets() const {
     if (!hasSecrets(m_schema)) {
         return true;
@@ -142,13 +182,15 @@ bool AccessCheck::keepsSecrets() const {
     const auto& values = m_call.parameters();
     std::string path;
     return std::none_of(values.begin(), values.end(),
-                        [](const Parameter& value) { return holdsMask(value.text); }) &&
+                        [](const Parameter& value) {
+                            return holdsMask(value.text) || mapHoldsMask(value.text);
+                        }) &&
            (!m_call.getStringParameter("filePathAndName", path) || !fileHoldsMask(path)) &&
            (!m_call.getStringParameter("File", path) || path.empty() || !fileHoldsMask(path));
 }
 
 bool AccessCheck::allowsList(unsigned rights, const std::string& list) {
-    const auto names = ChangeRelay::namesOf(list);  // as it will be heard
+    const auto names = ChangeRelay::namesOf(list);  // the same names as the listener will use
     return names.empty() ? has(rights, EverySchema)
                          : std::all_of(names.begin(), names.end(),
                                        [&](const std::string& name) { return has(rights, name); });
@@ -163,7 +205,7 @@ bool AccessCheck::allowsRequest(const std::string& text, int length) {
         case RequestLook::Kind::SaveContacts:
             return has(Methods::Files, EverySchema) && has(Methods::Read, PhoneBookSchema);
         case RequestLook::Kind::TraceSwitch:
-            // Those who may do all were let through before.
+            // Clients that may do everything were allowed before.
             return lacks(Methods::All, EverySchema);
         default:
             return allowsMessage(look);
@@ -174,7 +216,7 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
     const unsigned right = Methods::rightOf(look.reason);
     const KnownSchemas::Entry* const known = findSchema(look.schema);
     const bool isOfSettings = known != nullptr && known->table == GeneralConfigTableName;
-    // Names of several settings lead to rows of all schemas.
+    // If several settings are named, the answer has rows of all schemas.
     const bool hasMany = (look.reason == ReadRequest && look.hasManyColumns) ||
                          (look.reason == DeleteRequest && look.hasManyItems);
     const bool isOfOne = known != nullptr && look.isParsed && !(isOfSettings && hasMany);
@@ -188,8 +230,8 @@ bool AccessCheck::allowsMessage(const RequestLook& look) {
             lacks(Methods::Secrets, schema));
 }
 
-/// Whether secrets stay what they are, and nothing can be learned of them by a condition. The items
-/// of a deletion of settings are names, and no conditions on values.
+/// Whether no secret is changed, and no condition can reveal a secret. When settings are deleted,
+/// the items are names and not conditions on values.
 bool AccessCheck::allowsSecrets(const RequestLook& look, bool isOfSettings) const {
     if (Methods::rightOf(look.reason) == Methods::Read) {
         return !look.namesSecret;

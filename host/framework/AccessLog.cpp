@@ -1,4 +1,4 @@
-// The name of a user may come from a name service of the network. So it is asked for without the
+// To find the name of a user may take a request over the network. So it is looked up without the
 // mutex, and only for a line that is written.
 
 #include "framework/AccessLog.h"
@@ -17,7 +17,7 @@ namespace {
 constexpr auto TimeBetweenLines = std::chrono::seconds(1);
 constexpr std::size_t LongestName = 128;
 
-/// The name of @p user with its number; the number alone for one that the machine does not know.
+/// The name of @p user with its number; only the number if the machine does not know the user.
 std::string nameOf(uid_t user) {
     constexpr std::size_t bufferSize = 4096;
     std::vector<char> buffer(bufferSize);

@@ -1,5 +1,5 @@
-// A file with any line that is no rule is refused whole: a rule that is skipped would be a right
-// too few, and the administrator would find out by a client that does not work.
+// If any line of the file is not a rule, the whole file is refused. If a wrong line were skipped, a
+// right would be missing, and the administrator would only notice when a client does not work.
 
 #include "framework/AccessRules.h"
 
@@ -32,18 +32,18 @@ const std::pair<const char*, unsigned> RightWords[] = {
     {"secrets", Methods::Secrets}, {"all", Methods::All},
 };
 
-/// The words of a line up to a comment.
+/// The words of a line, without a comment.
 std::vector<std::string> wordsOf(std::string_view line) {
     return ClientUtils::tokenizeString(std::string(line.substr(0, line.find('#'))), " \t", false,
                                        false);
 }
 
-/// The parts between commas, blank ones too.
+/// The parts between commas, including blank ones.
 std::vector<std::string> partsOf(const std::string& word) {
     return ClientUtils::tokenizeString(word, ",", true, false);
 }
 
-/// The rights that @p word names. False when a part of it is no right.
+/// Reads the rights in @p word. False if a part of it is not a right.
 bool readRights(const std::string& word, unsigned& rights) {
     for (const std::string& part : partsOf(word)) {
         const auto* const found =
@@ -66,7 +66,7 @@ std::optional<id_t> idOnThisMachine(bool isGroup, const std::string& name) {
     return found != nullptr ? std::optional<id_t>(found->pw_uid) : std::nullopt;
 }
 
-/// Why @p status is no file that rules are read from; blank for none.
+/// Why a file with @p status can't be used for rules; blank if it can.
 std::string faultOf(const struct stat& status) {
     if (!S_ISREG(status.st_mode)) {
         return "it is no regular file";
@@ -101,7 +101,7 @@ Peer Peer::of(int descriptor) {
         peer.user = credentials.uid;
         peer.group = credentials.gid;
     }
-    // The call returns the size that it needs; the groups may grow between two calls.
+    // The call sets the needed size; the list of groups may grow between two calls.
     size = 0;
     int result = getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size);
     while (result != 0 && errno == ERANGE && size > 0) {
@@ -123,7 +123,7 @@ bool ClientRights::may(unsigned rights, const std::string& schema) const {
 }
 
 bool AccessRules::read(const std::string& path, std::string& error) {
-    // Without waiting: it may be a pipe.
+    // Opened without waiting, because it may be a pipe.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     std::string text;
@@ -171,7 +171,7 @@ bool AccessRules::parse(std::string_view text, const Resolve& resolve, std::stri
     return true;
 }
 
-/// False when @p word names neither a user nor a group nor any.
+/// False if @p word is neither a user nor a group nor "any".
 bool AccessRules::readWho(const std::string& word, const Resolve& resolve, Rule& rule) {
     if (word == "any") {
         rule.who = Who::Any;

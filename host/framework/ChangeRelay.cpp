@@ -1,6 +1,6 @@
-// The service reports changes with its own locks held, and takes them when a listener is added or
-// removed. So the source is called without m_mutex, which changed() takes; m_startMutex orders
-// those calls.
+// The service reports changes while it holds its own locks, and takes the same locks when a
+// listener is added or removed. changed() takes m_mutex, so the source must be called without
+// m_mutex. m_startMutex puts those calls in order.
 
 #include "framework/ChangeRelay.h"
 
@@ -20,23 +20,24 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// How long changes are gathered after a sending: by what it cost, so that a writer keeps most of
-/// the time, and no longer than a change may be late.
+/// How long changes are collected after a sending. It depends on the cost of that sending, so that
+/// the thread that writes to the database gets most of the time, but a change must not be late.
 constexpr auto GatherTimeForEach = std::chrono::microseconds(150);
 constexpr auto LeastGatherTime = std::chrono::microseconds(200);
 constexpr auto LongestGatherTime = std::chrono::microseconds(10000);
-/// What is gathered for one audience at most: half of what a client may have waiting whatever waits
-/// for others, so that a client that reads misses nothing.
+/// At most this much is collected for one audience: half of what may always wait for a client, so
+/// that a client that reads misses nothing.
 constexpr std::size_t MostGathered = std::size_t{4} * 1024;
-/// What may wait in all views for the thread; only one that gets no processor lets so much come.
+/// At most this much may wait for the thread in all views. It is reached only if the thread gets no
+/// processor.
 constexpr std::size_t MostWaiting = std::size_t{8} * 1024 * 1024;
 constexpr auto TimeBetweenLooks = milliseconds(1000);
 constexpr auto TimeToNextTry = milliseconds(200);
 
-/// In place of names that no schema has: no change but one with a blank schema is for them.
+/// Stands for names that no schema has: only a change with a blank schema is sent for them.
 constexpr std::string_view UnknownSchema;
 
-/// They show one table.
+/// These schemas show one table.
 const std::set<std::string> CallSchemas = {"CallLog",
                                            "CallLogAndPhoneBook",
                                            "CallLogDialledCalls",
@@ -49,7 +50,7 @@ std::string_view withoutBlanks(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
 }
 
-/// The line of one change, made once for each protocol.
+/// The line of one change, built once for each protocol.
 class Lines {
 public:
     explicit Lines(const DASChange& change) : m_change(change) {}
@@ -95,9 +96,10 @@ void ChangeRelay::add(const std::shared_ptr<Client>& client, ProtocolAdapter& ad
     }
     if (m_source == nullptr) {
         if (m_thread.joinable()) {
-            m_thread.join();  // it has stopped, or is about to
+            m_thread.join();  // it has stopped, or is about to stop
         }
-        m_thread = std::thread([this, &source] { work(source); });  // may fail: no changes then
+        // If this fails, no changes are sent.
+        m_thread = std::thread([this, &source] { work(source); });
         m_source = &source;
         source.addChangeListener(this);
     }
@@ -140,7 +142,7 @@ void ChangeRelay::end() {
         const std::lock_guard<std::mutex> start(m_startMutex);
         thread = std::move(m_thread);
     }
-    // Without the lock: the thread may need it to stop.
+    // Without the lock, because the thread may need it to stop.
     if (thread.joinable()) {
         thread.join();
     }
@@ -151,7 +153,7 @@ void ChangeRelay::end() {
     }
 }
 
-/// However long the list is, no more is kept of it than there are schemas.
+/// However long the list is, at most one name for each schema is stored.
 ChangeView::Names ChangeRelay::namesOf(std::string_view list) {
     static const auto known = [] {
         const std::vector<std::string> all = KnownSchemas::names();
@@ -186,7 +188,8 @@ void ChangeRelay::changed(const DASChange& change) {
         try {
             addToViews(change);
         } catch (const std::exception&) {
-            dropWaiting();  // no memory: nothing may be missed without a word
+            // There is no memory: clients must at least learn that they missed something.
+            dropWaiting();
         }
         if (m_waiting > MostWaiting) {
             dropWaiting();
@@ -242,7 +245,7 @@ void ChangeRelay::work(DASChangeSourceIfc& source) {
     }
 }
 
-/// Changes need not wake the thread before @p from, unless they are many: it looks for them then.
+/// Before @p from a change wakes the thread only if there are many of them.
 bool ChangeRelay::wait(Clock::time_point from, Clock::time_point to) {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_wake.wait_until(lock, from, [this] { return m_isEnding || m_hasMuch; });
@@ -268,13 +271,14 @@ int ChangeRelay::send() {
             }
         }
     } catch (const std::exception&) {
-        ++clients;  // no memory: what waits is sent next time
+        ++clients;  // there is no memory: the changes are sent next time
     }
     return clients;
 }
 
 std::vector<ChangeRelay::Sending> ChangeRelay::takeSendings() {
-    std::vector<Sending> sendings;  // outlives the lock: it may be the last to hold a client
+    // Must outlive the lock, because it may hold the last reference to a client.
+    std::vector<Sending> sendings;
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_hasNew) {
         return sendings;
@@ -299,7 +303,7 @@ std::vector<ChangeRelay::Sending> ChangeRelay::takeSendings() {
     return sendings;
 }
 
-/// False when a client could not be sent all: it keeps its place in the view.
+/// False if not all could be sent to a client: it keeps its position in the view.
 bool ChangeRelay::send(const Sending& sending) {
     bool isDone = true;
     for (const auto& client : sending.clients) {
@@ -316,7 +320,7 @@ bool ChangeRelay::send(const Sending& sending) {
     return isDone;
 }
 
-/// Looks twice: a listener may be added between the first look and the lock that adding takes.
+/// Checks twice, because a listener may be added between the first check and the lock.
 bool ChangeRelay::stopWithoutListeners() {
     if (hasListeners()) {
         return false;

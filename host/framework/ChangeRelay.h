@@ -22,9 +22,9 @@ class ProtocolAdapter;
  * Carries committed changes to the clients that have asked for them, as the method "Changed" with
  * the strings "Schema", "Context", "Reason" and "Id".
  *
- * As long as there is such a client, a thread sends what has changed, and asks the service once a
- * second whether another process has committed. Without one there is no thread, and the service
- * does not know of this object, so that a host without listeners pays nothing.
+ * As long as there is such a client, a thread sends the changes, and asks the service once a second
+ * whether another process has committed. Without such a client there is no thread and the service
+ * does not know this object, so a host without listeners has no cost.
  *
  * A change after a pause is sent at once. While changes come fast, they are gathered for a moment,
  * and each client is sent all of them by one write: with 64 listeners the writes to their sockets
@@ -42,8 +42,8 @@ public:
     ChangeRelay& operator=(const ChangeRelay&) = delete;
 
     /**
-     * From now on @p client hears of changes, written by @p adapter, until it has gone. A second
-     * call of a client with the same adapter takes the place of its first.
+     * From now on @p client gets changes, written by @p adapter, until it disconnects. A second
+     * call of a client with the same adapter replaces its first.
      *
      * @param schemas names joined by commas; a blank text for all
      * @param source  where changes come from; the same at each call
@@ -51,20 +51,20 @@ public:
     void add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter,
              const std::string& schemas, DASChangeSourceIfc& source);
 
-    /// How many clients hear of changes.
+    /// How many clients get changes.
     [[nodiscard]] std::size_t listeners();
 
-    /// No client hears of changes any more, and the source is not used after this.
+    /// Stops sending changes to clients. The source is not used after this.
     void end();
 
-    /// The schemas that a list of names joined by commas asks for; none for all, as for a list
-    /// without names. A blank one stands for all names that no schema has.
+    /// The schemas in a list of names joined by commas. The result is empty for a list without
+    /// names, which means all schemas. A blank name in it stands for all names that no schema has.
     static ChangeView::Names namesOf(std::string_view list);
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    /// Clients that have asked for the same; weakly, so that they can leave.
+    /// Clients that listen to the same schemas; weak references, so that they can disconnect.
     struct Audience {
         std::shared_ptr<ChangeView> view;
         std::vector<std::weak_ptr<Client>> clients;
@@ -72,50 +72,51 @@ private:
         std::size_t gathered = 0;  ///< bytes since then
     };
 
-    /// What is to be sent now.
+    /// What must be sent now.
     struct Sending {
         std::shared_ptr<ChangeView> view;
-        std::uint64_t end;  ///< of what all of the clients have when it is done
+        std::uint64_t end;  ///< the end of the lines that all clients have after this sending
         std::vector<std::shared_ptr<Client>> clients;
     };
 
-    /// The service reports a change. Called by any thread of the service.
+    /// Called by the service, on any of its threads, when there is a change.
     void changed(const DASChange& change) override;
-    /// Adds the lines of @p change to the views that hear it.
+    /// Adds the lines of @p change to the views of the clients that listen to it.
     void addToViews(const DASChange& change);
-    /// In place of the changes that wait, each client hears that anything may have changed.
+    /// Drops the waiting changes. Each client is informed instead that anything may have changed.
     void dropWaiting();
-    /// Whether a change of @p schema is for who has asked for @p names; a blank schema is for all.
+    /// Whether a change of @p schema is for clients that listen to @p names; a blank schema is for
+    /// all.
     static bool hears(const ChangeView::Names& names, const std::string& schema);
-    /// Removes @p client from the audiences; what it had asked for.
+    /// Removes @p client from the audiences, and returns what it listened to.
     ChangeView::Asked remove(const std::shared_ptr<Client>& client);
 
-    /// What the thread does, as long as there are listeners.
+    /// The function of the thread, which runs as long as there are listeners.
     void work(DASChangeSourceIfc& source);
-    /// Waits for changes, from @p from until @p to at most. False when the end has come.
+    /// Waits for changes, from @p from until @p to at most. False if the object ends.
     bool wait(Clock::time_point from, Clock::time_point to);
-    /// Sends what waits. To how many clients.
+    /// Sends what waits. Returns to how many clients.
     int send();
     std::vector<Sending> takeSendings();
     static bool send(const Sending& sending);
-    /// Ends the thread if no listener is left. True when it has to return.
+    /// Ends the thread if no listener is left. True if the thread must return.
     bool stopWithoutListeners();
     bool hasListeners();
     void removeEmptyAudiences();
 
-    /// Held while the source begins or ends to report. No thread that holds a lock of
-    /// the service waits for it.
+    /// Held while the source starts or stops reporting. No thread that holds a lock of the service
+    /// waits for it.
     std::mutex m_startMutex;
-    DASChangeSourceIfc* m_source = nullptr;  ///< not owned; null while it does not report
+    DASChangeSourceIfc* m_source = nullptr;  ///< not owned; null while the source does not report
     std::thread m_thread;
 
-    std::mutex m_mutex;  ///< of what follows; comes after all locks of the service
+    std::mutex m_mutex;  ///< protects the members below; comes after all locks of the service
     std::condition_variable m_wake;
     std::vector<Audience> m_audiences;
-    std::size_t m_waiting = 0;  ///< bytes that the views were given since the last sending
-    bool m_hasNew = false;      ///< some audience has
-    bool m_hasMuch = false;     ///< some audience has so much that it is sent without delay
-    bool m_isIdle = false;      ///< the thread waits to be woken by a change
+    std::size_t m_waiting = 0;  ///< bytes added to the views since the last sending
+    bool m_hasNew = false;      ///< an audience has new lines
+    bool m_hasMuch = false;     ///< an audience has so many lines that they are sent without delay
+    bool m_isIdle = false;      ///< the thread waits until a change wakes it
     bool m_isEnding = false;
 };
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// What the lines of usual bursts take stays allocated for the next ones; more does not.
+/// Memory of this size, enough for usual bursts, stays allocated; more is released.
 constexpr std::size_t KeptMemory = std::size_t{64} * 1024;
 
 std::string standInFor(const ChangeView::Asked& asked) {
@@ -63,7 +63,7 @@ void ChangeView::forget(std::uint64_t position) {
 
 void ChangeView::drop() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_begin = endOfLines() + 1;  // further than any client is
+    m_begin = endOfLines() + 1;  // no client has come this far
     m_lines = {};
 }
 

@@ -16,23 +16,24 @@ class ProtocolAdapter;
 std::string lineOfChange(const DASChange& change, ProtocolAdapter& adapter);
 
 /**
- * The lines of the changes that are for all clients which have asked for the same.
+ * The lines of changes for all clients that listen to the same schemas.
  *
- * A line is made and kept once, however many clients hear it. Each client takes it when it is sent
- * something: the relay has all take their lines every few milliseconds while changes come, and a
- * client that is about to be sent an answer takes them before. So the thread that makes a change
- * does nothing for the single client, and yet no answer overtakes a change that it could show.
+ * A line is built and stored once, however many clients get it. Each client takes it when something
+ * is sent to it: while changes come, the relay makes all clients take their lines every few
+ * milliseconds, and before an answer is sent to a client, that client takes its lines. So the
+ * thread that makes a change has no work for each client, and no answer comes before a change that
+ * it could show.
  *
- * Any thread may call; the mutex is held for a copy only, and no other is taken under it.
+ * Any thread may call. The mutex is only held for a copy, and no other mutex is taken under it.
  */
 class ChangeView {
 public:
     /// Names of schemas; none for all.
     using Names = std::set<std::string>;
-    /// What a client has asked for, by the protocol in which it hears it.
+    /// The schemas that a client listens to, for each protocol.
     using Asked = std::map<ProtocolAdapter*, Names>;
 
-    /// Of clients that have asked for @p asked; the adapters are not owned.
+    /// The view of clients that listen to @p asked; the adapters are not owned.
     explicit ChangeView(Asked asked);
 
     [[nodiscard]] const Asked& asked() const { return m_asked; }
@@ -43,38 +44,38 @@ public:
     /// Adds a line with its line feed.
     void add(const std::string& line);
 
-    /// How many bytes were ever added: where the next line begins.
+    /// How many bytes were added in total: the position of the next line.
     [[nodiscard]] std::uint64_t end() const;
 
     /// The lines from @p position to the end, with line feeds; moves @p position to the end. If
-    /// some of them are not kept any more, the stand-in takes the place of all.
+    /// some of these lines were dropped, the stand-in is returned instead of all of them.
     [[nodiscard]] std::string take(std::uint64_t& position);
 
-    /// Keeps no line before @p position: all clients have taken them.
+    /// Drops the lines before @p position, which all clients have taken.
     void forget(std::uint64_t position);
 
-    /// Keeps no line that was added so far: each client that now takes lines gets the stand-in.
+    /// Drops all lines so far: each client that takes lines now gets the stand-in.
     void drop();
 
 private:
-    /// To be called with the mutex held.
+    /// Call with the mutex held.
     [[nodiscard]] std::uint64_t endOfLines() const { return m_begin + m_lines.size(); }
 
     const Asked m_asked;
     const std::string m_standIn;
-    mutable std::mutex m_mutex;  ///< of what follows
+    mutable std::mutex m_mutex;  ///< protects the members below
     std::string m_lines;
-    std::uint64_t m_begin = 0;  ///< the position of the first line that is kept
+    std::uint64_t m_begin = 0;  ///< position of the first stored line
 };
 
-/// How far one client has taken the lines of its view. Without a view there are no lines.
+/// The position of one client in its view. Without a view there are no lines.
 class ChangePlace {
 public:
     ChangePlace() = default;
-    /// From the present end of @p view on.
+    /// Begins at the current end of @p view.
     explicit ChangePlace(std::shared_ptr<ChangeView> view);
 
-    /// The lines since the last call, with line feeds; blank without any.
+    /// The lines since the last call, with line feeds; blank if there are no lines.
     [[nodiscard]] std::string take();
 
     /// See ChangeView.

@@ -1,5 +1,6 @@
-// Clients are found by name and not by pointer: a reply may come when its client has gone. The list
-// does not keep a client alive; whoever finds one holds it for as long as it is used.
+// Clients are found by name and not by pointer, because a reply may come after its client has
+// disconnected. The list does not keep a client alive; a caller of find() holds a reference as long
+// as it uses the client.
 
 #include "framework/Client.h"
 
@@ -20,7 +21,8 @@ void Clients::remove(const std::string& name) {
     m_clients.erase(name);
 }
 
-// A client that is about to go waits in remove() for the mutex; its weak pointer is empty by then.
+// A client that is being destroyed waits in remove() for the mutex; its weak pointer is empty by
+// then.
 std::shared_ptr<Client> Clients::find(const std::string& name) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_clients.find(name);

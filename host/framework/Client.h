@@ -18,40 +18,42 @@ class Method;
 class ProtocolAdapter;
 
 /**
- * The clients that are connected, by names that the service can carry.
+ * The connected clients, by names that the service can store.
  *
- * The service knows a listener by a name alone and may use it long after the client has left. So
- * the host keeps names and weak pointers here, and a name is never given twice. Any thread may ask.
+ * The service knows a listener only by its name, and may use it long after the client has
+ * disconnected. So the host keeps names and weak pointers here, and never uses a name twice. Any
+ * thread may call.
  */
 class Clients {
 public:
-    /// The client of that name; null when it has gone.
+    /// The client with that name; null if it has disconnected.
     std::shared_ptr<Client> find(const std::string& name) const;
 
-    /// All of them, held until the caller drops the result.
+    /// All clients, kept alive until the caller drops the result.
     std::vector<std::shared_ptr<Client>> all() const;
 
 private:
     friend class Client;
     std::string add(Client& client);
-    /// Called by the client's destructor: find() returns null from then on, and before.
+    /// Called by the client's destructor. find() returns null for the name from then on, and
+    /// already before.
     void remove(const std::string& name);
 
     mutable std::mutex m_mutex;
     unsigned long m_last = 0;
-    std::map<std::string, Client*> m_clients;  // not owned; a client takes itself out
+    std::map<std::string, Client*> m_clients;  // not owned; a client removes itself
 };
 
 /**
  * The other end of one conversation: a connection at the socket, the standard streams, or this
  * process.
  *
- * To be held by std::shared_ptr. Handlers hold the client while its message is in work, so that the
- * answer has a place to go; listeners hold it weakly, so that they do not keep it.
+ * It must be held by std::shared_ptr. Handlers hold the client while they handle its message, so
+ * that the answer can be sent. Listeners hold it weakly, so that they do not keep it alive.
  */
 class Client : public std::enable_shared_from_this<Client> {
 public:
-    /// Enters the client into @p clients, which must outlive it, under a name of its own.
+    /// Adds the client to @p clients, which must outlive it, under a unique name.
     explicit Client(Clients& clients) : m_clients(clients), m_name(clients.add(*this)) {}
     virtual ~Client() { m_clients.remove(m_name); }
     Client(const Client&) = delete;
@@ -59,37 +61,37 @@ public:
 
     const std::string& name() const { return m_name; }
 
-    /// Sends @p line with a line feed after it. Any thread may call; what is sent to a client that
-    /// has gone is dropped.
+    /// Sends @p line with a line feed after it. Any thread may call. If the client has
+    /// disconnected, the line is dropped.
     virtual void sendLine(std::string line) = 0;
 
-    /// From now on the changes of @p view wait for the client, in place of those of its last view;
-    /// what has come of these before is sent. Any thread may call.
+    /// From now on the client gets the changes of @p view instead of those of its last view;
+    /// waiting changes of that one are still sent. Any thread may call.
     void hearChanges(std::shared_ptr<ChangeView> view);
 
-    /// Sends the changes that wait, if any. Waits for nothing. Called by the relay of the changes.
+    /// Sends the waiting changes, if any. Never waits. Called by the relay of the changes.
     virtual void sendChanges();
 
-    /// What the client may do; null where there are no rules.
+    /// What the client may do; null if there are no access rules.
     virtual const ClientRights* rights() const { return nullptr; }
 
-    /// The user at the other end; the highest number where that is not known.
+    /// The user at the other end; the highest number if it is not known.
     virtual uid_t user() const { return static_cast<uid_t>(-1); }
 
-    /// The longest answer that this client can be sent, without its line feed.
+    /// The longest answer that can be sent to this client, without its line feed.
     virtual std::size_t longestAnswer() const { return std::string::npos; }
 
-    /// The host ends, or has no answer: takes no more messages, and leaves once the last answer is
-    /// sent.
+    /// The host is about to end, or has no answer: the client takes no more messages, and
+    /// disconnects after the last answer.
     virtual void end() {}
 
-    /// What the service logged of failures for the last message. For whoever handles messages,
-    /// which come one after the other.
+    /// The failures that the service logged during the last message. Only for the handlers of
+    /// messages, which run one after the other.
     FailureWords& lastFailures() { return m_lastFailures; }
 
 protected:
-    /// The lines of the changes that wait, with line feeds, which wait no longer. A client that
-    /// listens sends them before each line that could show one of them.
+    /// Returns the waiting changes as lines with line feeds, and removes them from the queue. A
+    /// client that listens sends them before each line that could show one of them.
     std::string takeChanges();
 
     /// The lines that stand for any number of changes.
@@ -99,18 +101,19 @@ private:
     Clients& m_clients;
     const std::string m_name;
     FailureWords m_lastFailures;
-    mutable std::mutex m_changesMutex;  ///< of what follows; only that of the view comes after it
-    std::string m_earlierChanges;       ///< of the view before
+    mutable std::mutex m_changesMutex;  ///< protects the members below; only the mutex of the view
+                                        ///< comes after it
+    std::string m_earlierChanges;       ///< changes of the previous view
     ChangePlace m_changes;
 };
 
-/// Whether @p one is of the client @p other. By owner: to hold a client for a moment could end it
-/// under a lock that its end needs.
+/// Whether @p one refers to the client @p other. Compared by owner: a temporary reference could be
+/// the last one and destroy the client under a lock that its destructor needs.
 inline bool isSame(const std::weak_ptr<Client>& one, const std::shared_ptr<Client>& other) {
     return !one.owner_before(other) && !other.owner_before(one);
 }
 
-/// What @p adapter writes for @p method: the line that a listener is sent.
+/// What @p adapter writes for @p method: the line for a listener.
 std::string lineOf(const Method& method, ProtocolAdapter& adapter);
 
 #endif

@@ -1,5 +1,5 @@
-// Both tables are held in memory and rows are matched by key: their order may have changed by an
-// upgrade, and the tables of a telephone have some thousand rows at most.
+// Both tables are held in memory and rows are matched by key, because an upgrade may have changed
+// their order. A telephone's tables have at most some thousand rows.
 
 #include "framework/DatabaseDiff.h"
 
@@ -25,7 +25,7 @@ std::string inSql(const std::string& name) {
     return quoted(name, '"', "\"\"");
 }
 
-/// A value as it is shown.
+/// A value in its printed form.
 std::string shown(const std::string& text) {
     return TerminalText::visible(replaced(text, '\\', "\\\\"));
 }
@@ -42,7 +42,7 @@ struct Table {
                                         columns.begin());
     }
 
-    /// The cell, or null where the row or the column is not there.
+    /// The cell; null if the row or the column does not exist.
     const Cell* cell(const std::string& rowKey, const std::string& column) const {
         const auto row = rows.find(rowKey);
         const std::size_t at = place(column);
@@ -70,7 +70,7 @@ bool readColumns(DatabaseFile& file, const std::string& name, Table& table) {
     return true;
 }
 
-/// The columns that name a row in both tables; none where rows have only their place.
+/// The columns that identify a row in both tables; empty if rows only have a position.
 Texts commonKey(const Table& older, const Table& newer) {
     const auto isInBoth = [&](const std::string& column) {
         return (older.columns.empty() || contains(older.columns, column)) &&
@@ -90,8 +90,8 @@ Texts commonKey(const Table& older, const Table& newer) {
     return {};
 }
 
-/// Rows by key, as it is printed: the parts of two keys are alike when that is. A key that stands
-/// twice, which a damaged table may have, gets a number.
+/// The rows by their printed key, which is different for different keys. If a key occurs twice,
+/// which is possible in a damaged table, a number is added to it.
 bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Table& table) {
     if (table.columns.empty()) {
         return true;
@@ -121,7 +121,7 @@ bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Tab
     return true;
 }
 
-/// Two tables of one name, of which one may be missing.
+/// Two tables of the same name, one of which may be missing.
 class TableDiff {
 public:
     explicit TableDiff(std::string name) : m_name(std::move(name)) {}
@@ -164,7 +164,7 @@ private:
         }
     }
 
-    /// By the column, or by the name of a setting.
+    /// Decided by the column, or by the name of a setting.
     bool holdsSecret(const std::string& key, const std::string& column) const {
         if (Secrets::isSecret(column)) {
             return true;
@@ -193,7 +193,7 @@ private:
     Table m_new;
 };
 
-/// SQLite's own tables differ by how a database came to be, not by what it holds.
+/// SQLite's own tables depend on the history of a database, not on its contents.
 bool readNames(DatabaseFile& file, Texts& names) {
     DatabaseFile::Rows rows;
     const bool isRead = file.query(

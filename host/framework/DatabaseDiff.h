@@ -8,8 +8,8 @@ class DatabaseFile;
 /**
  * What differs between two databases, cell by cell.
  *
- * A line is table, key, column, old and new value, with tabs between them. Cells are compared as
- * text. A row is known by its primary key, else by its user and Id, else by its number in the
+ * A line has table, key, column, old and new value, with tabs between them. Cells are compared as
+ * text. A row is identified by its primary key, else by its user and Id, else by its number in the
  * table; the parts of a key are joined by commas, and a comma in a part is "\x2c" then. In a value
  * a NULL is "\N", a row or column that is not there "\-", a backslash is doubled, control
  * characters are escaped, and secrets are masked as in the log. SQLite's own tables, indices and
@@ -17,7 +17,7 @@ class DatabaseFile;
  */
 class DatabaseDiff {
 public:
-    /// Compares two files, which are opened for reading only. False when one can't be read.
+    /// Compares two files, which are opened only for reading. False if one can't be read.
     [[nodiscard]] bool compare(const std::string& oldPath, const std::string& newPath);
 
     /// A line for each difference; empty without one.
@@ -33,7 +33,7 @@ private:
     /// Notes what went wrong with @p file, which @p subject names; returns false.
     bool fail(const std::string& subject, const DatabaseFile& file);
 
-    /// Gathered as a whole: whoever prints half of a comparison has to say that it is half.
+    /// All lines: if a comparison fails half way, its caller must not print only half of it.
     std::string m_lines;
     std::string m_error;
     std::string m_advice;

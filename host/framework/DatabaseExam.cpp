@@ -1,4 +1,4 @@
-// A finding is for a person who may not know SQL: it says what is there, and what to do next.
+// A finding is for a person who may not know SQL: it says what was found, and what to do next.
 
 #include "framework/DatabaseExam.h"
 
@@ -48,7 +48,7 @@ bool isEncrypted(const std::string& column) {
     return TextParts::endsWith(column, "Enc") && Secrets::isSecret(column);
 }
 
-/// Whether an upgrade gives such names to tables that it puts aside.
+/// Whether an upgrade gives tables that it keeps aside a name of this form.
 bool isPutAside(const std::string& table) {
     for (const std::string ending : {"_OLD", "_MIGRATION"}) {
         if (table.size() > ending.size() &&

@@ -10,25 +10,25 @@
  * Looks at the file of a database for damage and leftovers: file, journal, integrity, tables,
  * columns, users, key, leftovers, sizes, in this order.
  *
- * It works without the service, whose start would upgrade the file and so destroy the evidence, and
- * opens the file for reading only. What is needed for the next step is looked at first: a file that
- * can't be opened has no tables. "das check" prints all findings, "das restore" refuses a backup
- * with a fault or without a table of a telephone.
+ * It works without the service, because a start would upgrade the file and so destroy the evidence.
+ * It opens the file only for reading. Each step depends on the previous ones: for example, a file
+ * that can't be opened has no tables. "das check" prints all findings, "das restore" refuses a
+ * backup with a fault, and one without a table of a telephone.
  */
 class DatabaseExam {
 public:
-    /// A note needs no action by itself: the next start settles it, or it is only unusual. A fault
-    /// needs a person, since data is lost or can't be reached.
+    /// A note needs no action: the next start handles it, or it is only unusual. A fault needs a
+    /// person, since data is lost or can't be reached.
     enum class Verdict { Good, Note, Fault };
 
     struct Finding {
         Verdict verdict;
-        std::string subject;  ///< what was looked at, in a word
+        std::string subject;  ///< what was examined, in a word
         std::string words;    ///< what was found
-        std::string advice;   ///< what to do next; blank for nothing
+        std::string advice;   ///< what to do next; blank if nothing
     };
 
-    /// Looks at the database at @p path. All that is wrong is among the findings.
+    /// Examines the database at @p path. All problems are among the findings.
     explicit DatabaseExam(std::string path);
 
     /// All findings, in the order of the class.
@@ -46,14 +46,14 @@ public:
 private:
     using Rows = DatabaseFile::Rows;
 
-    /// False when the rest can't be looked at; so for the integrity.
+    /// False if the other examinations are not possible; the same for examineIntegrity().
     bool examineFile();
-    /// A journal next to the file: a commit that a crash has cut short, which the next start
-    /// undoes.
+    /// A journal next to the file: a crash has interrupted a commit, and the next start rolls it
+    /// back.
     void examineJournal();
-    /// What SQLite itself finds wrong with the pages and the indices of the file.
+    /// What SQLite itself finds wrong with the pages and indices of the file.
     bool examineIntegrity();
-    /// Tables that are missing, or that no schema knows. Fills m_tables, for what follows.
+    /// Tables that are missing, or that no schema uses. Fills m_tables for the functions below.
     void examineTables();
     /// Columns that a table of an older release lacks.
     void examineColumns();
@@ -61,17 +61,18 @@ private:
     void examineUsers();
     /// Encrypted passwords without the key that they were encrypted with.
     void examineKey();
-    /// Tables of no schema: those that an upgrade has put aside hold rows that are nowhere else.
+    /// Tables without a schema. Those that an upgrade has kept aside hold rows that are stored
+    /// nowhere else.
     void examineLeftovers();
-    /// How many rows each table has, and how many pages the file has and could spare.
+    /// How many rows each table has, how many pages the file has, and how many of them are unused.
     void examineSizes();
 
-    /// Whether the file has the table; to be called after examineTables().
+    /// Whether the file has the table; call it after examineTables().
     bool hasTable(const std::string& table) const;
-    /// Whether the table of the file has the column, which that of an older release may lack.
+    /// Whether the table in the file has the column; a table of an older release may lack it.
     bool hasColumn(const std::string& table, const std::string& column);
-    /// The first cell of what @p sql finds; blank without one. A failure becomes a finding; so
-    /// below.
+    /// The first cell of the result of @p sql; blank without a row. A failure becomes a finding,
+    /// here and in the functions below.
     std::string cellOf(const std::string& sql);
     Rows rowsOf(const std::string& sql);
     void add(Verdict verdict, const std::string& subject, const std::string& words,
@@ -80,7 +81,7 @@ private:
     const std::string m_path;
     DatabaseFile m_file;
     bool m_lacksKey = false;
-    std::vector<std::string> m_tables;  ///< that are in the file
+    std::vector<std::string> m_tables;  ///< tables in the file
     std::vector<Finding> m_findings;
 };
 

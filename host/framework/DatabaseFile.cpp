@@ -1,6 +1,6 @@
-// The file is opened by a URI, since only a URI can say that SQLite must write nothing: opened as
-// usual, a journal that was left would be rolled back into the file that is to be looked at. SQLite
-// refuses to read such a file without a rollback, so that is done in a copy.
+// The file is opened by a URI, since only a URI can forbid all writing. If it were opened in the
+// usual way, SQLite would roll a remaining journal back into the file that is to be examined.
+// SQLite refuses to read such a file without the rollback, so that is done in a copy.
 
 #include "framework/DatabaseFile.h"
 
@@ -59,7 +59,7 @@ private:
     int m_error = 0;
 };
 
-/// What a file name in a URI can't hold as it is.
+/// Escapes the characters of a file name that a URI can't contain.
 std::string inUri(const std::string& path) {
     std::string text;
     for (const char character : path) {
@@ -98,7 +98,7 @@ bool DatabaseFile::open(const std::string& path) {
     const auto isThere = [&](const char* ending) { return ServiceFiles::isThere(path + ending); };
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        m_error = "is no file";  // SQLite would wait for who writes into a pipe
+        m_error = "is no file";  // SQLite would wait for a writer if this were a pipe
         return false;
     }
     // SQLite makes files next to a database in WAL mode, also to read it.
@@ -178,7 +178,7 @@ std::string DatabaseFile::advice() const {
 bool DatabaseFile::copyTo(const std::string& path) {
     sqlite3* target = nullptr;
     int result = sqlite3_open_v2(path.c_str(), &target, SQLITE_OPEN_READWRITE, nullptr);
-    // All pages in one step: a copy by parts would begin anew with each commit of a host.
+    // All pages in one step: a copy in parts would start again at each commit of a host.
     sqlite3_backup* const backup =
         result == SQLITE_OK ? sqlite3_backup_init(target, "main", m_database, "main") : nullptr;
     if (backup != nullptr) {

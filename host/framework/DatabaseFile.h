@@ -9,35 +9,36 @@
 class PrivateFolder;
 struct sqlite3;
 
-/// The file of a database, opened to be looked at: nothing is written, neither into it nor next to
-/// it. A commit that was cut off is rolled back in a copy, so that its file is seen as the next
-/// start will see it.
+/// The file of a database, opened for examination: nothing is written to it or next to it. An
+/// interrupted commit is rolled back in a copy, so that the file is seen as the next start will see
+/// it.
 class DatabaseFile {
 public:
     using Rows = std::vector<std::vector<std::string>>;
-    using Cells = std::vector<std::optional<std::string>>;  ///< none for a NULL
+    using Cells = std::vector<std::optional<std::string>>;  ///< no value for NULL
 
     DatabaseFile();
     ~DatabaseFile();
     DatabaseFile(const DatabaseFile&) = delete;
     DatabaseFile& operator=(const DatabaseFile&) = delete;
 
-    /// The place of the service's database by DB_PATH, or in the working directory.
+    /// The path of the service's database: in DB_PATH, or in the working directory.
     static std::string pathOfService();
 
-    /// Opens the file as the other processes see it, waiting up to five seconds for a commit of
-    /// theirs. To be called once. False with the reason in error().
+    /// Opens the file to read it, in the state that other processes see. Waits up to five seconds
+    /// for a commit of another process. To be called once. False, with the reason in error(), on
+    /// failure.
     [[nodiscard]] bool open(const std::string& path);
 
-    /// Runs a statement that reads. False with SQLite's words in error(); rows that were found
-    /// before that are in @p rows.
+    /// Runs a statement that reads. False, with SQLite's message in error(), on failure; @p rows
+    /// then has the rows found before.
     [[nodiscard]] bool query(const std::string& sql, Rows& rows);
 
     /// The same, with NULLs distinct from blank texts.
     [[nodiscard]] bool query(const std::string& sql, std::vector<Cells>& rows);
 
-    /// Writes what the database holds at one moment over the file @p path. False with the reason in
-    /// error().
+    /// Writes the contents of the database at one moment to the file @p path, which is overwritten.
+    /// False, with the reason in error(), on failure.
     [[nodiscard]] bool copyTo(const std::string& path);
 
     const std::string& error() const { return m_error; }
@@ -57,7 +58,7 @@ private:
     /// Notes an error of SQLite; returns false.
     bool fail(int code, const std::string& words);
 
-    /// Null until open() has succeeded; a query fails then.
+    /// Null until open() has succeeded; queries fail before that.
     sqlite3* m_database = nullptr;
     std::unique_ptr<PrivateFolder> m_copy;  ///< none as long as the file itself can be read
     std::string m_error;

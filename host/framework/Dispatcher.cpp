@@ -1,5 +1,5 @@
-// Exceptions of the standard library, mostly for want of memory, end here: the locks of the service
-// are free again by its guards, and a client without an answer is closed.
+// Exceptions of the standard library, mostly for lack of memory, are caught here. The guards of the
+// service have released its locks by then, and a client that gets no answer is disconnected.
 
 #include "framework/Dispatcher.h"
 
@@ -28,7 +28,7 @@ namespace {
 const std::string RequestMethod = "processRequest";
 const std::string ListenerMethod = "AddListener";
 
-/// The way back to a client for one message.
+/// The connection back to a client, for one message.
 class ClientResponse : public InvokerResponse {
 public:
     ClientResponse(const Client& client, MessageInWork& message)
@@ -45,7 +45,7 @@ private:
     MessageInWork& m_message;
 };
 
-/// The text of a request; null for other calls and for one without it.
+/// The text of a request; null for other calls and if the parameter is missing.
 const std::string* textOfRequest(const Method& call) {
     if (call.getName() != RequestMethod) {
         return nullptr;
@@ -62,7 +62,7 @@ bool isXml(std::string_view line) {
     return line.front() == '<';
 }
 
-/// Whether the database is closed after @p call; none for a call that leaves it as it is.
+/// Whether the database is closed after @p call; no value if the call does not change this.
 std::optional<bool> closesDatabase(const Method& call) {
     bool isMadeAgain = false;
     (void)call.getBoolParameter("EnableCreateDb", isMadeAgain);
@@ -71,8 +71,8 @@ std::optional<bool> closesDatabase(const Method& call) {
     return isReset ? std::optional(!isMadeAgain) : std::nullopt;
 }
 
-/// Runs @p work. If it ends with an exception, that is logged, and its client takes no more: it
-/// must not wait for an answer that there was no memory for.
+/// Runs @p work. If it throws, this is logged and its client is disconnected, so that it does not
+/// wait for an answer for which there was no memory.
 template <typename Work>
 void guarded(Client& client, Work work) noexcept {
     try {
@@ -106,7 +106,7 @@ void Dispatcher::refuse(std::string_view line, Client& client) {
                                 : JsonRpc::ParseError);
 }
 
-// The turn of large answers ends with the message, after its answer was sent.
+// The turn of a large answer ends with the message, after the answer was sent.
 void Dispatcher::handleJson(std::string_view line, const std::shared_ptr<Client>& client) {
     JsonMessage message(*client, m_largeAnswers);
     JsonRpc::Message read = line.front() == '{' ? JsonRpc::read(line) : JsonRpc::Message();
@@ -139,7 +139,7 @@ void Dispatcher::carryOut(MessageInWork& message, const std::shared_ptr<Client>&
     } else {
         carryOutAllowed(message, client);
     }
-    message.count();  // what has no answer counts here
+    message.count();  // messages without an answer are counted here
 }
 
 void Dispatcher::carryOutAllowed(MessageInWork& message, const std::shared_ptr<Client>& client) {
@@ -152,7 +152,7 @@ void Dispatcher::carryOutAllowed(MessageInWork& message, const std::shared_ptr<C
     }
 }
 
-/// Answers a call that its client is not allowed to make. Nothing of it reaches the service.
+/// Answers a call that its client may not make. The service does not see the call.
 void Dispatcher::refuseCall(MessageInWork& message, const AccessCheck& check, Client& client) {
     const std::string& name = message.request.getName();
     const Methods::Row* const method = Methods::find(name);
@@ -185,7 +185,7 @@ Statistics& Dispatcher::statistics() {
     return m_framework.statistics();
 }
 
-/// None for what the service is asked.
+/// No value for a method of the service.
 std::optional<Method> Dispatcher::answerOfHost(const MessageInWork& message,
                                                const std::shared_ptr<Client>& client) {
     const std::string& name = message.request.getName();
@@ -197,13 +197,13 @@ std::optional<Method> Dispatcher::answerOfHost(const MessageInWork& message,
         {message.request, message.protocol(), client, m_framework, m_service});
 }
 
-/// Hands the message to the service.
+/// Passes the message to the service.
 void Dispatcher::ask(MessageInWork& message, Client& client) {
     client.lastFailures() = {};
     const LogRelay::Hearing hearing(client.lastFailures());
     const HostFramework::Handed handed(message);
-    // Only the answer to a request is built where waiting is safe: nothing else is asked for on the
-    // way from there to the client. The others take their turn when they are written.
+    // Only the answer to a request can wait for its turn while it is built: it waits for nothing
+    // else before it reaches the client. Other answers wait for their turn when they are written.
     std::function<void()> beforeLarge;
     if (message.request.getName() == RequestMethod) {
         beforeLarge = [&message] { message.takeTurn(); };
@@ -213,7 +213,7 @@ void Dispatcher::ask(MessageInWork& message, Client& client) {
     const std::optional<bool> closes = closesDatabase(message.request);
     m_invoker.handleMessage(&m_service, "", 0,
                             std::make_unique<ClientResponse>(client, message).release());
-    // The service itself gives no reason then, or one that is of no use to a client.
+    // In this case the service gives no reason, or one that does not help a client.
     if (closes) {
         m_isDatabaseClosed = *closes;
     } else if (m_isDatabaseClosed && message.hasFailed) {

@@ -22,56 +22,54 @@ class MessageInWork;
 class Statistics;
 
 /**
- * Takes the messages of clients to the service, or to the host's own methods, and the replies to
- * the clients.
+ * Passes messages of clients to the service or to the host's own methods, and replies back to the
+ * clients.
  *
- * A message goes through four steps: it is read once into a Method; the rights of its client are
- * held against it; it is answered by the host or handed to the invoker; it is counted. Whatever
- * happens on the way, a client that waits gets an answer or is closed, and the next message is
- * served.
+ * A message goes through four steps: it is parsed into a Method; the rights of its client are
+ * checked; the host answers it or passes it to the invoker; it is counted. In every case a client
+ * that waits gets an answer or is disconnected, and the next message is served.
  *
- * Any thread may call; the messages of one client come one after the other.
+ * Any thread may call; the messages of one client must come one after the other.
  */
 class Dispatcher {
 public:
-    /// What is handed over is not owned and must outlive the dispatcher.
+    /// The arguments are not owned and must outlive the dispatcher.
     Dispatcher(Executable& service, Invoker& invoker, HostFramework& framework)
         : m_service(service), m_invoker(invoker), m_framework(framework) {}
 
-    /// Handles the message @p line, given without its line feed, to the end: what is to be answered
-    /// has been sent to @p client then. Whatever the line holds, nothing is thrown.
+    /// Handles the message @p line, which has no line feed. When this returns, the answer, if any,
+    /// has been sent to @p client. It never throws, whatever the line contains.
     void handle(std::string_view line, const std::shared_ptr<Client>& client) noexcept;
 
-    /// Carries out @p request of a client in this process; nothing is written as text. None when
-    /// there is no answer: to a one-way method, an unknown one, and one that ended with an
-    /// exception.
+    /// Makes the call @p request of a client in this process, without converting it to text. No
+    /// value if there is no answer: for a one-way method, an unknown one, and after an exception.
     std::optional<Method> call(Method request, const std::shared_ptr<Client>& client) noexcept;
 
-    /// From now on clients may do what @p rules allow them. To be called before there are any.
+    /// From now on clients may do what @p rules allow them. Call it before there are clients.
     void setRules(AccessRules rules) { m_rules = std::move(rules); }
 
-    /// What the client of @p peer may do; none where there are no rules.
+    /// What the client of @p peer may do; no value if there are no rules.
     std::optional<ClientRights> rightsOf(const Peer& peer) const;
 
-    /// What was counted of the messages so far.
+    /// The figures about the messages so far.
     Statistics& statistics();
 
-    /// Answers a message that begins with @p line but can't be read to its end.
+    /// Answers a message that begins with @p line but can't be read completely.
     void refuse(std::string_view line, Client& client);
 
 private:
-    /// Read a line of their protocol and carry it out.
+    /// Parse a line of their protocol and handle the message.
     void handleJson(std::string_view line, const std::shared_ptr<Client>& client);
     void handleXml(std::string_view line, const std::shared_ptr<Client>& client);
-    /// Checks the rights, carries the message out and counts it.
+    /// Checks the rights, then makes the call and counts it.
     void carryOut(MessageInWork& message, const std::shared_ptr<Client>& client);
-    /// The same for a message that is allowed.
+    /// The same for an allowed message.
     void carryOutAllowed(MessageInWork& message, const std::shared_ptr<Client>& client);
     /// Answers a call that the rules do not allow, and logs it.
     void refuseCall(MessageInWork& message, const AccessCheck& check, Client& client);
     std::optional<Method> answerOfHost(const MessageInWork& message,
                                        const std::shared_ptr<Client>& client);
-    /// Hands the message to the service. The answer is sent by then.
+    /// Passes the message to the service. When this returns, the answer was sent.
     void ask(MessageInWork& message, Client& client);
 
     Executable& m_service;
@@ -79,8 +77,10 @@ private:
     HostFramework& m_framework;
     std::optional<AccessRules> m_rules;
     AccessLog m_accessLog;
-    std::atomic<bool> m_isDatabaseClosed = false;  ///< by a reset, until the host is restarted
-    std::mutex m_largeAnswers;  ///< held from the moment an answer is large until it is sent
+    std::atomic<bool> m_isDatabaseClosed = false;  ///< true after a reset, until the host is
+                                                   ///< restarted
+    std::mutex m_largeAnswers;  ///< held from the moment when an answer is known to be large until
+                                ///< it is sent
 };
 
 #endif

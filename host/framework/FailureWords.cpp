@@ -1,4 +1,5 @@
-// The words that the advice is found by are fixed: those of SQLite, and those of the service's log.
+// The words by which advice is found are fixed: those in SQLite's messages and in the service's
+// log.
 
 #include "framework/FailureWords.h"
 
@@ -68,7 +69,8 @@ void FailureWords::add(const Log::Entry& entry) {
     if (isNoFailure(entry.message)) {
         return;
     }
-    // What is no error, such as a row of a file that is filled up, may stand at that level too.
+    // Other entries that are no failures are logged at that level too, for example for a row of a
+    // file with missing fields.
     const bool isError = entry.message.find("ERROR") != std::string::npos ||
                          entry.message.find("rror") != std::string::npos;
     if (entry.level > (isError ? HighestLevel : LevelOfFailures)) {
@@ -76,13 +78,13 @@ void FailureWords::add(const Log::Entry& entry) {
     }
     m_hasFailed = m_hasFailed || entry.level <= LevelOfFailures;
     std::string words = entry.message.substr(0, entry.message.find_last_not_of('\n') + 1);
-    // The same error of several statements is shown with the first of them.
+    // If several statements fail with the same error, it is shown only with the first one.
     const std::string error = words.substr(0, words.find("' handling request '"));
     if (m_text.find(error) != std::string::npos) {
         return;
     }
     if (m_text.empty() && words.size() >= LongestText) {
-        words = words.substr(0, LongestText - 4) + "...";  // SQLite's message stands in front
+        words = words.substr(0, LongestText - 4) + "...";  // SQLite's message comes first
     }
     if (m_text.size() + words.size() < LongestText) {
         m_text += (m_text.empty() ? "" : "; ") + words;

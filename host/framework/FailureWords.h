@@ -5,37 +5,37 @@
 
 #include "Log.h"
 
-/// What the log says of failures, gathered into one short text for people.
+/// Collects the failures in the log into one short message for people.
 ///
 /// A failed request answers only "failure". The reason is in the log, often in several lines of
-/// several layers, and a person needs the one that matters: the first, without repeats, cut to a
-/// line.
+/// several layers. A person needs the important one: the first, without repetitions, cut to a line.
 class FailureWords {
 public:
-    /// The highest level that has failures: those of SQL and locks.
+    /// The highest log level that contains failures: that of SQL and locks.
     static constexpr int HighestLevel = 3;
 
-    /// The words for a call that the rules of the host do not allow; @p rights are those that are
-    /// missing, with their schema.
+    /// The message for a call that the host's rules do not allow. @p rights are the missing rights,
+    /// with their schema.
     static FailureWords ofRefusal(const std::string& rights);
 
-    /// Says that a reset has closed the database, unless a failure has another reason.
+    /// Adds that a reset has closed the database, unless there is another reason.
     void setClosed();
 
-    /// Adds what @p entry says; repeated words are added once, and other levels not at all.
+    /// Adds the message of @p entry. Repeated messages are added once, entries of other levels are
+    /// ignored.
     void add(const Log::Entry& entry);
 
     /// The messages, joined by semicolons.
     const std::string& text() const { return m_text; }
 
     /// Whether the service logged a failure itself. An error of SQLite alone may be expected, such
-    /// as a missing table, which the service makes next.
+    /// as a missing table that the service creates next.
     bool hasFailed() const { return m_hasFailed; }
 
     /// Whether this is what ofRefusal() returned, here or in the host.
     bool isRefusal() const;
 
-    /// What helps against the failure that @p text describes; empty where nothing is known to.
+    /// Advice against the failure that @p text describes; empty if no advice is known.
     static std::string adviceFor(const std::string& text);
 
 private:

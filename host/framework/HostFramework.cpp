@@ -1,5 +1,5 @@
-// What is handed to the invoker belongs to a thread: a message is carried out by one thread from
-// its reading to its answer.
+// The message that the invoker handles belongs to a thread: one thread handles a message from
+// parsing to its answer.
 
 #include "framework/HostFramework.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr char SenderSeparator = ' ';
 
-/// How often a client may be a listener. It hears each change as often.
+/// How often a client may register as a listener. It then gets each change that often.
 constexpr int MostCalls = 16;
 
 thread_local ProtocolAdapter* s_handed = nullptr;
@@ -37,7 +37,7 @@ std::shared_ptr<Client> ClientRequest::client() const {
 }
 
 void ClientRequest::leadTo(const ClientRequest& other) {
-    // Both at once: two that lead to each other must not wait for each other.
+    // Both at once, so that two proxies that redirect to each other do not deadlock.
     const std::scoped_lock lock(m_mutex, other.m_mutex);
     m_client = other.m_client;
     m_adapter = other.m_adapter;
@@ -122,9 +122,9 @@ bool HostFramework::takeOverListener(const std::string& sender) {
     const std::unique_ptr<ClientRequest> request = wayTo(sender);
     const auto client = m_clients.find(sender.substr(0, sender.find(SenderSeparator)));
     if (request == nullptr || client == nullptr) {
-        return true;  // it has left meanwhile
+        return true;  // it has disconnected meanwhile
     }
-    // A proxy whose client has left can lead to this one.
+    // A proxy whose client has disconnected can be used for this one.
     Listener* unused = nullptr;
     int calls = 0;
     for (Listener& each : m_listeners) {
@@ -156,7 +156,7 @@ void HostFramework::addStatusListener(const std::string& sender) {
 
 Statistics::Listeners HostFramework::listeners() {
     std::set<std::shared_ptr<Client>>
-        profile;  // held until the mutex is free: each may be the last
+        profile;  // destroyed after the mutex is released, because each may be the last reference
     std::set<std::shared_ptr<Client>> status;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

@@ -19,24 +19,24 @@
 #include "wire/JsonAdapter.h"
 #include "wire/XmlAdapter.h"
 
-/// The way to a client in one protocol. What is sent after the client has gone goes nowhere. Any
+/// Sends methods to a client in one protocol. If the client has disconnected, they are dropped. Any
 /// thread may call.
 class ClientRequest : public ProxyRequest {
 public:
     ClientRequest(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter)
         : m_client(client), m_adapter(&adapter) {}
 
-    /// Drops @p method, with a line in the log, if there is no memory for it.
+    /// Sends @p method. If there is no memory for it, it is dropped with a log line.
     void send(const Method& method) override;
-    /// Whether the client has left.
+    /// Whether the client has disconnected.
     bool isGone() const;
-    /// Whether it leads to @p client.
+    /// Whether this sends to @p client.
     bool isTo(const Client& client) const;
 
-    /// The client, null when it has gone.
+    /// The client; null if it has disconnected.
     std::shared_ptr<Client> client() const;
 
-    /// From now on what is sent goes where @p other leads.
+    /// From now on this sends to the client of @p other.
     void leadTo(const ClientRequest& other);
 
 private:
@@ -46,31 +46,32 @@ private:
 };
 
 /**
- * What the host gives to an invoker: the protocols, and the way back to clients that listen.
+ * What the host provides to an invoker: the protocols, and connections to clients that listen.
  *
- * A sender is a client together with the protocol of its message, so that a listener is spoken to
- * in the protocol in which it asked. To outlive the service, which holds its listeners to the end.
+ * A sender is a client together with the protocol of its message, so that a listener gets messages
+ * in the protocol in which it registered. This object must outlive the service, which keeps its
+ * listeners until its end.
  *
- * The service can't remove a listener. A proxy therefore stays when its client leaves, and is given
- * to the next client that asks: otherwise clients that come and go would fill the memory.
+ * The service can't remove a listener. So a proxy stays when its client disconnects, and is used
+ * for the next client that registers. Otherwise clients that connect and disconnect would use up
+ * the memory.
  *
  * Any thread may call. The mutex of the listeners comes before that of the clients.
  */
 class HostFramework : public FrameworkContext {
 public:
-    /// @p createListenerProxy makes the stand-in for a listener.
+    /// @p createListenerProxy creates the proxy for a listener.
     explicit HostFramework(std::function<std::unique_ptr<Proxy>()> createListenerProxy);
 
-    /// The adapter of the protocol @p name; null for an unknown one. In a message in work, that of
-    /// the message: see Handed.
+    /// The adapter of the protocol @p name; null if it is unknown. While a message is handled, the
+    /// adapter of that message: see Handed.
     ProtocolAdapter* findProtocolAdapter(const std::string& name) override;
 
-    /// The adapter that is shared by all messages that are not in work; null for an unknown
-    /// protocol.
+    /// The adapter that is used when no message is handled; null for an unknown protocol.
     ProtocolAdapter* adapterOf(const std::string& name);
 
-    /// As long as it lives, this thread finds @p adapter, whatever the name: the one that carries
-    /// the message in work, which was read already.
+    /// While this object lives, findProtocolAdapter() returns @p adapter on this thread, whatever
+    /// the name: the adapter of the message that is being handled and was parsed already.
     class Handed {
     public:
         explicit Handed(ProtocolAdapter& adapter);
@@ -79,27 +80,28 @@ public:
         Handed& operator=(const Handed&) = delete;
     };
 
-    /// A proxy of its own for each call, since each call adds a listener to the service. It stays
-    /// when its client leaves: a listener can't be removed from the service.
+    /// Creates a separate proxy for each call, since each call adds a listener to the service. The
+    /// proxy stays when its client disconnects, because the service can't remove a listener.
     Proxy* findProxy(const std::string& interface, const std::string& sender) override;
 
-    /// Makes @p sender a listener by a proxy whose client has left, so that clients which come and
-    /// go leave nothing in the service. False when the service needs a new listener.
+    /// Registers @p sender by a proxy whose client has disconnected, so that such proxies are used
+    /// again. False if the service needs a new listener.
     [[nodiscard]] bool takeOverListener(const std::string& sender);
 
     /// The name by which findProxy knows a client that speaks @p protocol.
     static std::string senderOf(const Client& client, const std::string& protocol);
 
-    /// From now on @p sender hears each status item, once, as the method "Status" with the strings
-    /// "item" and "value". Status listeners that have gone are forgotten.
+    /// From now on @p sender gets each status item once, as the method "Status" with the strings
+    /// "item" and "value". Listeners that have disconnected are removed.
     void addStatusListener(const std::string& sender);
     /// Sends a status item to all of them.
     void sendStatus(const ManageableData& status);
 
-    /// Carries committed changes to clients.
+    /// Sends committed changes to clients.
     ChangeRelay& changeRelay() { return m_changeRelay; }
 
-    /// Ends that. To be called before the source of the changes and the server of the clients go.
+    /// Stops this. Call it before the source of the changes and the server of the clients are
+    /// destroyed.
     void endChanges() { m_changeRelay.end(); }
 
     /// What this host has done for its clients.
@@ -108,20 +110,20 @@ public:
     /// How many connections listen.
     Statistics::Listeners listeners();
 
-    /// Clients enter themselves here.
+    /// The list of clients, to which each client adds itself.
     Clients& clients() { return m_clients; }
 
-    /// Carries the log to clients.
+    /// Sends the log to clients.
     LogRelay& logRelay() { return m_logRelay; }
 
 private:
-    /// A listener of the service, and where its calls go now.
+    /// A listener of the service, and the client that it sends to now.
     struct Listener {
-        std::unique_ptr<ClientRequest> request;  // first, so that it outlives the proxy
+        std::unique_ptr<ClientRequest> request;  // declared first, so that it outlives the proxy
         std::unique_ptr<Proxy> proxy;
     };
 
-    /// The way to the client of @p sender; null when it has left.
+    /// The connection to the client of @p sender; null if it has disconnected.
     std::unique_ptr<ClientRequest> wayTo(const std::string& sender);
 
     const std::function<std::unique_ptr<Proxy>()> m_createListenerProxy;
@@ -129,9 +131,9 @@ private:
     XmlAdapter m_xml;
     Clients m_clients;
     Statistics m_statistics;
-    LogRelay m_logRelay;  // after the clients that it sends to
+    LogRelay m_logRelay;  // declared after the clients that it sends to
     ChangeRelay m_changeRelay;
-    std::mutex m_mutex;  ///< of what follows
+    std::mutex m_mutex;  ///< protects the members below
     std::deque<Listener> m_listeners;
     /// By sender.
     std::map<std::string, std::unique_ptr<ClientRequest>> m_statusListeners;

@@ -1,6 +1,6 @@
-// Methods that the host answers itself, since the service knows neither its clients nor its log. A
-// method is a row in wire/Methods.cpp, by which access rules have judged the call already, and a
-// function here.
+// Methods that the host answers itself, because the service knows neither its clients nor its log.
+// A method has a row in wire/Methods.cpp, by which the access rules have already checked the call,
+// and a function here.
 
 #include "framework/HostMethods.h"
 
@@ -24,7 +24,7 @@ void addStatusListener(const HostCall& call, Method& /*answer*/) {
 
 void addLogListener(const HostCall& call, Method& /*answer*/) {
     int level = LevelOfFailures;
-    (void)call.request.getIntParameter("Level", level);  // it may be left out
+    (void)call.request.getIntParameter("Level", level);  // this parameter is optional
     call.framework.logRelay().add(call.client, *call.framework.adapterOf(call.protocol), level);
 }
 
@@ -37,7 +37,7 @@ void addChangeListener(const HostCall& call, Method& /*answer*/) {
         return;
     }
     std::string schemas;
-    (void)call.request.getStringParameter("Schemas", schemas);  // it may be left out
+    (void)call.request.getStringParameter("Schemas", schemas);  // this parameter is optional
     call.framework.changeRelay().add(call.client, *call.framework.adapterOf(call.protocol), schemas,
                                      *source);
 }
@@ -53,7 +53,7 @@ void tellStatistics(const HostCall& call, Method& answer) {
         "Statistics", call.framework.statistics().json(call.framework.listeners()), Parameter::out);
 }
 
-/// Carries out a call and adds the out parameters to its answer.
+/// Handles a call and adds the out parameters to its answer.
 using Function = void (*)(const HostCall& call, Method& answer);
 
 const std::pair<const char*, Function> Functions[] = {

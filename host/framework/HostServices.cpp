@@ -1,6 +1,6 @@
-// The services of the telephone that the data access service asks for, as far as a Linux machine
-// can have them. Management may delete files of three kinds, each in its own directory: a name from
-// outside must not lead out of it, which is why a name with a slash is refused and not cleaned.
+// The services of the telephone that the data access service uses, as far as a Linux machine can
+// offer them. Management may delete files of three kinds, each in its own directory. A name from
+// outside must not lead out of this directory, so a name with a slash is refused.
 
 #include "framework/HostServices.h"
 
@@ -31,7 +31,7 @@ const char* directoryOf(int type) {
     return found != std::end(FileTypes) ? found->second : nullptr;
 }
 
-/// A name that can't lead out of its directory.
+/// Whether a name can't lead out of its directory.
 bool isPlainName(const std::string& name) {
     return !name.empty() && name != "." && name != ".." &&
            name.find_first_of(std::string("/\0", 2)) == std::string::npos;

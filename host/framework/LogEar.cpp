@@ -1,5 +1,5 @@
-// An entry that is not made can't be heard. So the level of the log is that of failures as long as
-// the object lives, and the sink leaves out what the former level would have left out.
+// An entry that is not formatted can't be collected. So while the object lives, the log level is
+// that of failures, and the sink drops entries that the previous level would not have written.
 
 #include "framework/LogEar.h"
 

@@ -9,16 +9,16 @@
 
 #include "framework/FailureWords.h"
 
-/// Listens to the log of this process for the reasons of failures, as long as it lives. What is
-/// written to standard error stays the same, but for the lines of the start, which only
-/// those want who have set DAS_LOG, and for a line as soon as a statement has waited for another
-/// process without success: a command may have many such statements before its own words.
+/// Collects reasons of failures from the log of this process, as long as it lives. Standard error
+/// gets the same lines as before, except those of the start, which appear only if DAS_LOG is set,
+/// and one line when a statement has waited for another process without success: a command may
+/// have many such statements before its own message.
 ///
-/// The level of the log goes up to that of failures meanwhile, since the service formats no entry
-/// that no one wants. One object at a time: the log has one sink.
+/// Meanwhile the log level becomes that of failures, because the service does not format
+/// entries above the level. One object at a time, because the log has one sink.
 class LogEar {
 public:
-    /// Begins to listen; in the start, if DAS_LOG is unset, without writing.
+    /// Begins to collect. During the start nothing is written if DAS_LOG is unset.
     LogEar();
     ~LogEar();
     LogEar(const LogEar&) = delete;
@@ -30,15 +30,14 @@ public:
         m_shownAs.emplace_back(path, text);
     }
 
-    /// What failed since the last call.
-    /// Any thread may log meanwhile.
+    /// The failures since the last call. Any thread may log meanwhile.
     FailureWords take();
 
     /// From now on entries up to the level of the log are written again.
     void startIsOver() { m_isStarting = false; }
 
 private:
-    const int m_shownLevel;  ///< highest level that goes to standard error
+    const int m_shownLevel;  ///< highest level that is written to standard error
     std::atomic<bool> m_isStarting;
     std::vector<std::pair<std::string, std::string>> m_shownAs;
     bool m_hasNamedHolder = false;  ///< under the log's lock

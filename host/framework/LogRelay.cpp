@@ -1,5 +1,5 @@
-// The log is taken over at the first listener, not before: without one an entry costs what it costs
-// without this object.
+// The relay becomes the log's sink at the first listener, not before. So without a listener, an
+// entry costs no more than without this object.
 
 #include "framework/LogRelay.h"
 
@@ -77,14 +77,15 @@ LogRelay::Hearing::~Hearing() {
     s_wordsOfThread = nullptr;
 }
 
-// Not under the mutex of the listeners: a thread that logs takes that one under the log's own.
+// Not under the mutex of the listeners: a thread that logs holds the log's own lock when it takes
+// that mutex.
 void LogRelay::startOnce() {
     const std::lock_guard<std::mutex> lock(m_startMutex);
     if (m_thread.joinable()) {
         return;
     }
     m_ownLevel = Log::level();
-    m_thread = std::thread([this] { work(); });  // may fail, and then nothing is to be heard
+    m_thread = std::thread([this] { work(); });  // if this fails, no log is sent
     Log::setSink([this](const Log::Entry& entry) { hear(entry); });
 }
 
@@ -119,10 +120,10 @@ void LogRelay::work() {
     }
 }
 
-/// The mutex is free while lines are sent to clients.
+/// The mutex is released while lines are sent to clients.
 void LogRelay::sendNext(std::unique_lock<std::mutex>& lock) {
-    // The size is taken off before the entry is sent: what is being sent waits for the client, not
-    // here.
+    // The size is subtracted before the entry is sent: from then on the entry waits for its client,
+    // not here.
     const Log::Entry entry = std::move(m_waiting.front());
     m_waiting.pop_front();
     m_waitingSize -= SizeOfEntry + entry.message.size();
@@ -137,7 +138,7 @@ void LogRelay::sendNext(std::unique_lock<std::mutex>& lock) {
             }
         }
     } catch (const std::exception&) {
-        // Without memory the entry is dropped, as if too many waited.
+        // Without memory the entry is dropped, as if too many were waiting.
     }
     if (!lock.owns_lock()) {
         lock.lock();

@@ -16,16 +16,16 @@ class FailureWords;
 class ProtocolAdapter;
 
 /**
- * Carries the log of a host to the clients that have asked for it, and its failures to the clients
- * whose calls fail. Standard error gets the same as without them. Until a client asks for either,
- * the log is left alone.
+ * Sends the log of a host to the clients that ask for it, and the failures of a call to the client
+ * that made it. Standard error gets the same lines as without this object. Until a client asks for
+ * one of the two, the log is not changed.
  *
- * A thread that logs may hold any lock of the service, so it only queues; a thread of this object
- * sends. The queue has a limit in bytes, beyond which entries are dropped: a client that reads
- * slowly must not fill the memory, and the log must not wait for it.
+ * A thread that logs may hold any lock of the service, so it only puts entries into a queue; a
+ * thread of this object sends them. The queue has a limit in bytes, and more entries are dropped: a
+ * slow client must not fill the memory, and the log must not wait for it.
  *
- * Failures go another way, without the queue: the thread that carries out a call notes what it logs
- * itself, so that a client sees the failures of its own calls and of no other.
+ * Failures do not use the queue: the thread that handles a call collects them itself, so that a
+ * client sees only the failures of its own calls.
  */
 class LogRelay {
 public:
@@ -34,21 +34,20 @@ public:
     LogRelay(const LogRelay&) = delete;
     LogRelay& operator=(const LogRelay&) = delete;
 
-    /// From now on @p client hears each entry up to @p level as the method "Log", with the ints
-    /// "level" and "line" and the strings "component", "source" and "message", until it has gone.
-    /// A second call of a client takes the place of its first. An entry is dropped while too many
-    /// wait.
+    /// From now on @p client gets each entry up to @p level as the method "Log", with the ints
+    /// "level" and "line" and the strings "component", "source" and "message", until it
+    /// disconnects. A second call of a client replaces its first. An entry is dropped while too
+    /// many wait.
     /// @p adapter writes them, and outlives this object.
     void add(const std::shared_ptr<Client>& client, ProtocolAdapter& adapter, int level);
 
-    /// How many clients hear the log.
-    /// Clients that have left do not count.
+    /// How many clients get the log, without those that have disconnected.
     std::size_t listeners();
 
-    /// From now on a Hearing hears the failures of its thread.
+    /// From now on a Hearing collects the failures of its thread.
     void hearFailures();
 
-    /// As long as it lives, what this thread logs of failures is added to @p words.
+    /// While this object lives, failures that this thread logs are added to @p words.
     class Hearing {
     public:
         explicit Hearing(FailureWords& words);
@@ -58,22 +57,22 @@ public:
     };
 
 private:
-    /// A client, weakly, with the highest level that it hears.
+    /// A client (weak reference) and the highest level that it gets.
     struct Listener {
         std::weak_ptr<Client> client;
         ProtocolAdapter* adapter;  // not owned
         int level;
     };
 
-    /// Starts the thread and takes the log over, at the first call.
+    /// At the first call, starts the thread and becomes the log's sink.
     void startOnce();
-    /// An entry of the log, from any thread.
+    /// Receives an entry of the log, from any thread.
     void hear(const Log::Entry& entry);
-    /// What the thread does, until the object ends.
+    /// The function of the thread, until the object ends.
     void work();
     void sendNext(std::unique_lock<std::mutex>& lock);
-    /// Drops clients that have left, and sets the lowest level of the log that serves the others.
-    /// With the mutex held.
+    /// Removes clients that have disconnected, and sets the lowest log level that is enough for the
+    /// others. Call with the mutex held.
     void settleLevel();
 
     std::mutex m_startMutex;
@@ -82,7 +81,7 @@ private:
     std::vector<Listener> m_listeners;
     std::deque<Log::Entry> m_waiting;
     std::size_t m_waitingSize = 0;  ///< in bytes
-    int m_ownLevel = 0;             ///< highest level that goes to standard error
+    int m_ownLevel = 0;             ///< highest level that is written to standard error
     std::atomic<bool> m_hearsFailures{false};
     bool m_isEnding = false;
     std::thread m_thread;  ///< sends to clients, since a thread that logs may hold any lock

@@ -1,4 +1,5 @@
-// The size of a reply is found before its line is built: from then on it counts twice.
+// The size of a reply is computed before its line is built, because then the reply is in memory
+// twice.
 
 #include "framework/MessageInWork.h"
 
@@ -47,7 +48,7 @@ void LineMessage::encode(const Method& reply, std::ostream& /*stream*/) {
     }
     const std::size_t limit = m_client.longestAnswer();
     m_line = toLine(reply, limit);
-    // The failure is as short as an answer can be, so it always fits.
+    // The failure is the shortest possible answer, so it always fits.
     if (!m_line) {
         logAppUni("das", "./host/Dispatcher", 2, __LINE__,
                   "The answer to %s is a failure: it is longer than %zu bytes",

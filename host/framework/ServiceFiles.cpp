@@ -1,5 +1,5 @@
-// System calls in place of std::filesystem: a file must have its mode from the first moment, and
-// must be on the disk before it is renamed, which the library can't do.
+// System calls are used instead of std::filesystem, because a file must have its mode from the
+// beginning and must be on the disk before it is renamed, which that library can't do.
 
 #include "framework/ServiceFiles.h"
 
@@ -25,7 +25,8 @@ int errorOf(bool isDone) {
     return isDone ? 0 : errno;
 }
 
-/// The error that using @p path would meet, 0 for none. A folder is wanted, or anything but one.
+/// The error that a use of @p path would have, 0 if none. Either a folder is expected, or anything
+/// but a folder.
 int problemOf(const std::string& path, bool wantFolder) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
@@ -118,7 +119,7 @@ int ServiceFiles::copy(const std::string& from, const std::string& to) {
     if (!target.isOpen()) {
         return errno;
     }
-    // Copied by the system, without a way through this process.
+    // Copied inside the kernel, without a buffer in this process.
     constexpr std::size_t PieceSize = std::size_t{1} << 24;
     ssize_t count = 1;
     while (count > 0) {

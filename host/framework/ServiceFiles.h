@@ -9,8 +9,8 @@
 /// The files of a service in the folder of its database, for the commands that work on the files
 /// themselves. Errors are numbers of errno, 0 for none.
 ///
-/// All that is made here is for its owner alone from the first moment: the database holds passwords
-/// and the key opens them.
+/// Files and folders that are created here are accessible only to their owner from the beginning:
+/// the database holds passwords, and the key decrypts them.
 namespace ServiceFiles {
 
 constexpr const char* Database = "phone.db";
@@ -22,44 +22,46 @@ const std::vector<std::string>& leftovers();
 /// The folder of the service's database by DB_PATH, or the working directory.
 std::string folder();
 
-/// @p name in @p folder.
+/// The path of @p name in @p folder.
 std::string in(const std::string& folder, const std::string& name);
 
-/// Whether anything has this name.
+/// Whether a file, folder or link with this path exists.
 bool isThere(const std::string& path);
 
-/// Whether the folder @p folder has a database. If not, standard error says so for @p command.
+/// Whether @p folder contains a database. If not, an error message for @p command is printed.
 [[nodiscard]] bool checkDatabase(const std::string& command, const std::string& folder);
 
 /**
- * What is wrong with the place where the service will open its database. Nothing is changed.
+ * Lists the problems with the folder and the file where the service will open its database. Nothing
+ * is changed.
  *
  * @return a line with the system's message for each, the folder and the file, that is missing, of
- * the wrong kind, or not readable or writable. The file is left out where there is no folder; a
+ *         the wrong kind, or not readable or writable. The file is left out where there is no
+ *         folder; a
  *         missing one in a good folder is reported as well, since the service makes a new one
- * there.
+ *         there.
  */
 std::vector<std::string> problems();
 
-/// Makes a folder for its owner alone.
+/// Creates a folder that only its owner can access.
 int makeFolder(const std::string& path);
 
-/// Copies the file @p from to the new file @p to, for its owner alone, and flushes it.
+/// Copies the file @p from to the new file @p to, which only its owner can access, and syncs it.
 int copy(const std::string& from, const std::string& to);
 
-/// Makes an empty file for its owner alone.
+/// Creates an empty file that only its owner can access.
 int makeFile(const std::string& path);
 
-/// Flushes a file, or the names in a folder.
+/// Syncs a file, or the names in a folder.
 int sync(const std::string& path);
 
 /// Finds out whether a process uses the database: each service locks the folder while it runs.
 class FolderLock {
 public:
-    /// Tries to keep every service out of @p folder as long as the object lives.
+    /// Tries to lock @p folder, so that no service can use it as long as the object lives.
     explicit FolderLock(const std::string& folder);
 
-    /// 0 when no service runs there; EWOULDBLOCK when one does.
+    /// 0 if no service runs there; EWOULDBLOCK if one does.
     int error() const { return m_error; }
 
 private:

@@ -1,5 +1,5 @@
-// The order of a start: library, service, invoker, and init last, since init may upgrade the
-// database for minutes and a library that lacks a function must be refused before that.
+// The order of a start: library, service, invoker, and init last. init may upgrade the database for
+// minutes, so a library that lacks a function must be refused before.
 
 #include "framework/ServiceHost.h"
 
@@ -48,7 +48,7 @@ bool ServiceHost::start() {
     if (clientsView == nullptr) {
         return refuse("what it makes is no data access service");
     }
-    // The destructor ends the service only if this was reached.
+    // The destructor stops the service only if this was called.
     m_service->init(m_services);
     m_interface = clientsView;
     return true;

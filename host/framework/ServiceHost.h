@@ -16,59 +16,60 @@ class DataAccessServiceIfc;
 class Service;
 
 /**
- * The telephone's framework in small: gives the service its platform, starts it and ends it.
+ * A small version of the telephone's framework: provides the service's platform, starts the service
+ * and stops it.
  *
- * The service is loaded, not linked, and used through its interfaces alone, as on the telephone:
- * what works here works there. The order of the members is that of their lives; the service holds
- * pointers into the framework to its end.
+ * As on the telephone, the service is loaded, not linked, and used only through its interfaces. So
+ * what works here also works there. The order of the members is the order of their lifetimes,
+ * because the service holds pointers into the framework until its end.
  */
 class ServiceHost {
 public:
-    /// Nothing is loaded yet; standard output is kept for answers from here on. @p printed says
-    /// where lines go that the service prints of its own.
+    /// Loads nothing yet. From here on standard output is reserved for answers; @p printed says
+    /// where lines go that the service itself prints.
     explicit ServiceHost(Output::Printed printed = Output::Printed::ToStandardError);
 
-    /// Ends and deletes the service, before standard output is restored.
+    /// Stops and deletes the service, then restores standard output.
     ~ServiceHost();
     ServiceHost(const ServiceHost&) = delete;
     ServiceHost& operator=(const ServiceHost&) = delete;
 
     /**
-     * Reports on standard error what is wrong with the place of the database, loads the library and
-     * starts the service, whatever the database is like.
+     * Reports problems with the database's folder and file on standard error, then loads the
+     * library and starts the service in any case.
      *
      * @return false when the library can't be used, which has been reported on standard error then
      */
     [[nodiscard]] bool start();
 
-    /// The running service; to be called after a start that went well. Owned by the host.
+    /// The running service; call it after a successful start. Owned by the host.
     DataAccessServiceIfc& service() { return *m_interface; }
 
-    /// The way of remote methods to the running service. Owned by the host.
+    /// Passes remote methods to the running service. Owned by the host.
     Dispatcher& dispatcher() { return *m_dispatcher; }
 
-    /// Those who speak with the dispatcher are entered here.
+    /// The list of the dispatcher's clients.
     Clients& clients() { return m_framework.clients(); }
 
     /// From now on clients may ask why their calls failed.
     void keepFailures() { m_framework.logRelay().hearFailures(); }
 
-    /// From now on no client hears of changes; before the server of the clients goes.
+    /// From now on no client gets changes. Call it before the server of the clients is destroyed.
     void endChanges() { m_framework.endChanges(); }
 
-    /// From now on clients may do what @p rules allow them. To be called before there are any.
+    /// From now on clients may do what @p rules allow them. Call it before there are clients.
     void setRules(AccessRules rules) { m_dispatcher->setRules(std::move(rules)); }
 
     /// Where answers are written.
     Output& output() { return m_output; }
 
 private:
-    /// Makes the invoker and the dispatcher. False with the reason in @p error.
+    /// Creates the invoker and the dispatcher. False, with the reason in @p error, on failure.
     bool makeInvoker(std::string& error);
-    /// Null when the library makes none, which is logged.
+    /// Null if the library can't create one, which is logged.
     std::unique_ptr<Proxy> makeListenerProxy() const;
 
-    // In an order in which each outlives those after it.
+    // In an order in which each member outlives those after it.
     ProgressLine m_progress;
     Output m_output;
     ServiceLibrary m_library;

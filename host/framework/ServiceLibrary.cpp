@@ -1,5 +1,5 @@
-// All symbols are looked up when the library is loaded: one that is missing ends the start with a
-// message, not a call in its middle.
+// All symbols are resolved when the library is loaded. So a missing symbol ends the start with a
+// message, and not a later call.
 
 #include "framework/ServiceLibrary.h"
 
@@ -10,7 +10,7 @@
 namespace {
 
 const char* const LibraryName = "libDataAccessService.so";
-/// What the loader finds where the files for developers are not installed.
+/// The name for the loader if the development files are not installed.
 const char* const VersionedName = "libDataAccessService.so.0";
 
 std::filesystem::path placeNextToProgram() {
@@ -24,8 +24,8 @@ std::string loaderError() {
     return text == nullptr ? "unknown error" : text;
 }
 
-/// The handle of the library, or null with the reason in @p error. If the library next to this
-/// program is there but broken, the reason is about that one.
+/// The handle of the library; null, with the reason in @p error, on failure. If the library next to
+/// this program exists but is broken, the reason is about that one.
 void* openLibrary(std::string& error) {
     const std::filesystem::path own = placeNextToProgram();
     std::error_code ignored;

@@ -7,22 +7,23 @@
 /**
  * The shared library of the service, found and loaded at run time.
  *
- * A loaded library stays until the process ends: threads and exit handlers may still stand in it.
+ * A loaded library is never unloaded: threads and exit handlers may still run its code.
  */
 class ServiceLibrary {
 public:
     /**
-     * Loads the library, from "../lib" seen from this program, then from where the loader looks.
+     * Loads the library, from "../lib" relative to this program, else from where the loader looks.
      *
-     * @param error takes one line when the result is false
+     * @param error receives one line if the result is false
      */
     [[nodiscard]] bool open(std::string& error);
 
     /**
-     * Makes an object with the creation function @p name, which gives a plain pointer to @p Type.
+     * Creates an object with the creation function @p name, which returns a plain pointer to
+     * @p Type.
      *
-     * @param error takes one line when the result is null
-     * @return null when the function is missing or makes nothing
+     * @param error receives one line if the result is null
+     * @return null if the function is missing or returns null
      */
     template <typename Type>
     [[nodiscard]] std::unique_ptr<Type> create(const char* name, std::string& error) const {
@@ -35,7 +36,7 @@ public:
     }
 
 private:
-    /// The symbol @p name of the library; null with the reason in @p error.
+    /// The symbol @p name of the library; null, with the reason in @p error, if it is missing.
     void* find(const char* name, std::string& error) const;
 
     /// Null until open() has succeeded. Never closed, as the class says.

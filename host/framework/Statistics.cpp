@@ -1,4 +1,4 @@
-// Maps are filled once and only read afterwards, so that any thread may search them without a lock.
+// The maps are filled once and then only read, so that any thread may search them without a lock.
 
 #include "framework/Statistics.h"
 
@@ -19,7 +19,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::string_view ReasonStart = "<ReasonForMessage>";
 
-/// What stands for all names that no table holds.
+/// Stands for all names that are in no table.
 const std::string OtherName;
 
 void keepMost(std::atomic<std::uint64_t>& most, std::uint64_t value) {
@@ -34,8 +34,8 @@ auto& placeOf(Map& map, const std::string& name) {
     return (found != map.end() ? found : map.find(OtherName))->second;
 }
 
-/// The place of the reason of @p request as it stands there; that after all others for one that is
-/// not known, or is written in another way.
+/// The index of the reason of @p request. A reason that is unknown, or is not written in the usual
+/// form, has the index after all others.
 std::size_t reasonOf(const std::string& request) {
     const auto& reasons = Methods::reasons();
     const std::size_t start = request.find(ReasonStart);
@@ -139,7 +139,7 @@ nlohmann::ordered_json Statistics::methodsAsJson() const {
     return methods;
 }
 
-// The order is that of the documented text, which people read as it is.
+// The order is that of the documentation, because people read the JSON directly.
 std::string Statistics::json(const Listeners& listeners) const {
     const auto age = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - m_begin);
     return Json{

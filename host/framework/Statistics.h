@@ -11,13 +11,13 @@
 #include <vector>
 
 /**
- * What a host has done for its clients since its start. Any thread may count and ask.
+ * The figures of a host about its clients' calls since its start. Any thread may count and read.
  *
- * Schemas, reasons and methods have their places from the start, and all other names share one:
- * what clients send does not make it grow.
+ * Schemas, reasons and methods have their counters from the start, and all other names share one,
+ * so the size does not depend on what clients send.
  *
- * Each figure is an atomic of its own, and no lock is taken: a call that counts waits for no other
- * thread. The price is that the figures of one answer may be of slightly different moments.
+ * Each figure is a separate atomic, and no lock is taken: counting a call never waits. So the
+ * figures of one answer may be of slightly different moments.
  */
 class Statistics {
 public:
@@ -25,7 +25,7 @@ public:
 
     /// One kind of calls.
     struct Calls {
-        std::atomic<std::uint64_t> count{0};  ///< calls, those that failed among them
+        std::atomic<std::uint64_t> count{0};  ///< all calls, including failed ones
         std::atomic<std::uint64_t> failures{0};
         std::atomic<std::uint64_t> time{0};  ///< in microseconds
         std::atomic<std::uint64_t> longest{0};
@@ -34,8 +34,7 @@ public:
         void add(bool hasFailed, std::uint64_t microseconds);
     };
 
-    /// How many connections listen.
-    /// A client that listens twice counts once.
+    /// How many connections listen. A client that listens twice counts once.
     struct Listeners {
         std::size_t profile = 0;  ///< to changes of the user
         std::size_t status = 0;   ///< to status items
@@ -43,32 +42,31 @@ public:
         std::size_t changes = 0;
     };
 
-    /// Names of a call, before it is carried out.
+    /// The counters of a call, found before the call is made.
     struct Subject {
-        Calls* method = nullptr;   ///< null for no call
-        Calls* request = nullptr;  ///< null for a method that makes none
+        Calls* method = nullptr;   ///< null if the method is not counted
+        Calls* request = nullptr;  ///< null if the method does not send a request
     };
 
-    /// Makes the places of all names that the tables of the program hold.
-    /// Nothing is added to the maps afterwards: that is what makes reading them safe without a
-    /// lock.
+    /// Creates the counters of all names in the program's tables. The maps do not change
+    /// afterwards, so they can be read without a lock.
     Statistics();
 
-    /// Where a call of @p method counts. @p request is the text of a request, null for none.
+    /// The counters for a call of @p method. @p request is the text of a request, or null.
     Subject subjectOf(const std::string& method, const std::string* request);
 
     /// Counts a call that began at @p begin.
     static void count(const Subject& subject, bool hasFailed, Clock::time_point begin);
 
-    /// A client has connected, or left.
+    /// Called when a client has connected or disconnected.
     void addClient();
     void removeClient() { --m_clients; }
 
-    /// All of it as JSON on one line. The call that asks is counted in it.
+    /// All figures as JSON on one line. The call that asks for them is already counted.
     std::string json(const Listeners& listeners) const;
 
-    std::atomic<std::uint64_t> refused{0};  ///< calls, by the access rules
-    std::atomic<std::uint64_t> closed{0};   ///< clients, at a limit
+    std::atomic<std::uint64_t> refused{0};  ///< calls that the access rules refused
+    std::atomic<std::uint64_t> closed{0};   ///< clients that were disconnected at a limit
     // Counted by the sessions of the socket.
     std::atomic<std::uint64_t> bytesIn{0};
     std::atomic<std::uint64_t> bytesOut{0};

@@ -1,5 +1,5 @@
-// "Checked" in the answer distinguishes input that was refused before the service was asked, the
-// caller's mistake, from a failure of the service.
+// The value "Checked" in the answer shows whether the input was accepted before the service was
+// called. So a caller can distinguish its own mistake from a failure of the service.
 
 #include "framework/TextTransfer.h"
 
@@ -27,7 +27,7 @@ std::string textOf(const Method& request, const char* name) {
     return text;
 }
 
-/// What is wrong with schema and user of @p request, as a sentence; blank for nothing.
+/// What is wrong with schema and user of @p request, as a sentence; blank if they are right.
 std::string wrongWith(const Method& request, const KnownSchemas::Entry* schema) {
     const std::string user = textOf(request, "User");
     if (textOf(request, "Schema").empty()) {
@@ -42,8 +42,8 @@ std::string wrongWith(const Method& request, const KnownSchemas::Entry* schema) 
     return ImportFile::refusalOf(*schema, user);
 }
 
-/// Why a file of the telephone can't be opened; blank when it can. The service itself acknowledges
-/// an import and an export in any case.
+/// Why a file of the telephone can't be opened; blank if it can. This is checked because the
+/// service itself acknowledges an import and an export in any case.
 std::string wrongWithFile(const std::string& path, bool forWriting) {
     const bool isPath = path.find('\0') == std::string::npos;
     const std::string place = isPath ? Storage::devicePath(path) : "";
@@ -56,8 +56,8 @@ std::string wrongWithFile(const std::string& path, bool forWriting) {
                                                          : "; it stands below --root, at " + place);
 }
 
-/// Reads the file of the telephone @p path. False with the reason in @p wrong, which is blank when
-/// it is in the log.
+/// Reads the file of the telephone @p path. False, with the reason in @p wrong, on failure; the
+/// reason is blank if it was logged.
 bool readFile(const std::string& path, std::string& text, std::string& wrong) {
     wrong = wrongWithFile(path, false);
     if (!wrong.empty()) {
@@ -77,9 +77,9 @@ std::string joined(const std::vector<ImportFile::Refusal>& refusals) {
     return text;
 }
 
-/// What is known of a text before it is imported.
+/// The result of the check of a text before its import.
 struct Check {
-    bool isGood;  ///< so that it was given to the service
+    bool isGood;  ///< whether it was passed to the service
     bool hasNames;
 };
 
@@ -99,7 +99,8 @@ void addRefused(const std::string& words, Method& answer) {
     addImported({}, {false, false}, words, answer);
 }
 
-/// Rows by name or the text as it is, as the file says. A library that is older has neither.
+/// Imports the rows by column name, or the text unchanged, depending on the file. An older library
+/// can do neither.
 void importFile(const ImportFile& file, const DASImport& what, Executable& service,
                 Method& answer) {
     auto* const tables = dynamic_cast<DASTextIfc*>(&service);
@@ -110,7 +111,7 @@ void importFile(const ImportFile& file, const DASImport& what, Executable& servi
     } else {
         result.refusal = "the service library is older and imports no texts";
     }
-    // A refusal of one row is shown with the line of the file that holds it.
+    // If one row was refused, the message shows the line of the file with that row.
     const bool isOneRow = result.refusedRow < file.rows().size();
     addImported(result, {true, file.hasNames()},
                 isOneRow
@@ -128,7 +129,7 @@ void addExported(const DASExported& result, const std::string& text, const std::
     answer.addIntParameter("Lost", static_cast<int>(result.lost), Parameter::out);
 }
 
-/// Writes what was exported to the file of the telephone @p path.
+/// Writes the exported text to the file of the telephone @p path.
 std::string writeFile(const std::string& path, DASExported& result) {
     DeviceFileWriter file(path);
     file.write(result.text);
@@ -146,7 +147,7 @@ void TextTransfer::importText(const HostCall& call, Method& answer) {
     const std::string path = textOf(request, "File");
     std::string text;
     std::string wrong = wrongWith(request, schema);
-    // Without this an import for a user would remove all of the user's rows.
+    // Without this check, an import for a user could remove all of the user's rows.
     if (wrong.empty() && path.empty() && !request.getStringParameter("Text", text)) {
         wrong = "the string Text is missing; a blank one has no rows";
     }

@@ -6,9 +6,9 @@ struct HostCall;
 
 /**
  * The host's methods ImportText and ExportText: tables as text, for callers whose files the host
- * does not see. What they take and answer stands in the table of methods.
+ * can't open. Their parameters are described in the table of methods.
  *
- * Any thread may call. What the service logs of failures is kept for the client of the call.
+ * Any thread may call. Failures that the service logs are stored for the client of the call.
  */
 namespace TextTransfer {
 

@@ -21,7 +21,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Numbers as ranges: "30", "32 to 35".
+/// Writes numbers as ranges: "30", "32 to 35".
 Texts inRanges(const Texts& ids) {
     Texts ranges;
     for (std::size_t first = 0; first < ids.size();) {
@@ -35,7 +35,7 @@ Texts inRanges(const Texts& ids) {
     return ranges;
 }
 
-/// Takes the log for as long as it lives, and looks there for the reasons that a class names.
+/// While this object lives, it receives the log and finds there the reasons that a class supports.
 class ReasonsEar {
 public:
     ReasonsEar() : m_level(Log::level()) {
@@ -66,7 +66,8 @@ private:
     std::string m_heard;
 };
 
-/// The reasons of a class. It logs them when a request has a reason that it does not serve.
+/// The reasons that a class supports. If a request has an unknown reason, the class logs the known
+/// ones.
 Texts reasonsOf(DataAccessObject& object, const std::string& schema, ReasonsEar& ear) {
     const std::string request = "<Schema name=\"" + schema +
                                 "\"><ReasonForMessage>unknown_request</ReasonForMessage></Schema>";
@@ -137,7 +138,7 @@ Texts callItemElements() {
     return names;
 }
 
-/// The row of a call of @p category as the service writes it, with all its cells blank but two.
+/// The row of a call of @p category as the service writes it, with all its cells blank except two.
 std::string writtenCall(const std::string& category, bool withContact) {
     using namespace CallLogColumns;
     Texts row(Count);
@@ -166,8 +167,8 @@ void addElementsOf(const std::string& written, Texts& columns, Texts& item) {
     }
 }
 
-/// Calls stand in one of two forms: missed ones have a column more, and the items of all others are
-/// of two kinds.
+/// Calls have two forms: missed calls have one more column, and the items of all other calls are of
+/// two kinds.
 std::vector<KnownSchemas::AnswerForm> callForms(bool withContact) {
     std::vector<KnownSchemas::AnswerForm> forms(2);
     for (const auto kind :
@@ -215,7 +216,7 @@ std::vector<KnownSchemas::Entry> collectFacts(const std::vector<std::string>& sc
         KnownSchemas::Entry facts;
         facts.name = schema;
         facts.table = object->tableName();
-        (void)object->createTable();  // one that is there stays
+        (void)object->createTable();  // an existing table stays
         facts.reasons = reasonsOf(*object, schema, ear);
         facts.users = usersOf(*object);
         facts.key = keyOf(adapter, facts.table);

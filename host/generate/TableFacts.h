@@ -12,8 +12,8 @@ class DatabaseAdapter;
 /**
  * Asks the service's objects for all that can be known of @p schemas.
  *
- * A program that is linked with the service calls this when das is built, and das reads what that
- * program writes: das itself is not linked with the service, and must not differ from it.
+ * When das is built, a program that is linked with the service calls this and writes the result,
+ * which das reads. So das always agrees with the service, although it is not linked with it.
  *
  * Makes the tables in the database of @p adapter, writes to the telephone's "/tmp", and takes the
  * log for itself meanwhile: for a place made for the purpose.

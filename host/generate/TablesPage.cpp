@@ -1,5 +1,5 @@
-// The page about tables is made from the same facts as the schemas of das, so that a column which
-// is added to a table is also one in the documentation, with its type, defaults and meaning.
+// The page about tables is made from the same facts as the schemas of das. So a column that is
+// added to a table also appears in the documentation, with its type, defaults and meaning.
 
 #include "TablesPage.h"
 
@@ -32,7 +32,7 @@ std::string joined(const std::vector<std::string>& texts, std::string (*form)(co
     return text.empty() ? "none" : text;
 }
 
-/// The columns of the ten calls of a row mean the same: the first one says it.
+/// The columns of the ten calls of a row have the same meaning, so only the first one has a text.
 std::string meaningOf(const Entry& schema, const std::string& column) {
     const std::string stem = column.substr(0, column.size() - 1);
     const bool isOfCall = !schema.itemElements.empty() &&
@@ -44,7 +44,8 @@ std::string meaningOf(const Entry& schema, const std::string& column) {
                                 : "as " + code(stem + "0");
 }
 
-/// What a table's only schema holds. Schemas that share a table are listed after its columns.
+/// The introduction of a table that has only one schema. Schemas that share a table are listed
+/// after its columns.
 std::string introductionOf(const Schemas& schemas) {
     return schemas.size() == 1 ? "\n" + Sentences::ofSchema(schemas.front()->name) + "\n" : "";
 }

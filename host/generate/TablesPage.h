@@ -6,8 +6,8 @@
 /// The page of the documentation that lists the tables of the database.
 namespace TablesPage {
 
-/// @p page with its sections made anew. What stands in front of the first one is written by hand
-/// and stays.
+/// Returns @p page with its sections made again. The text before the first section is written by
+/// hand and stays.
 std::string of(const std::string& page);
 
 }  // namespace TablesPage

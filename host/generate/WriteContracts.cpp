@@ -1,7 +1,6 @@
 // Writes what other programs may know of schemas and methods: XML and JSON schemas, an OpenRPC
-// document, and the tables of docs/tables.md. It refuses to when a sentence is missing, or names
-// nothing, so a build fails then.
-// Usage: das_write_contracts FOLDER TABLES.md
+// document, and the tables of docs/tables.md. If a sentence is missing, or is about something that
+// does not exist, it fails, and so does the build. Usage: das_write_contracts FOLDER TABLES.md
 
 #include <algorithm>
 #include <filesystem>
@@ -33,12 +32,12 @@ using Names = std::set<std::string>;
 using Texts = std::vector<std::string>;
 using SchemaContract::Side;
 
-/// What a sentence may be of, as the tables of the code have it.
+/// The names that may have a sentence, from the tables of the code.
 struct Known {
     Names schemas;
     Names settingSchemas;
     std::map<std::string, Names> columns;  ///< by schema and by table
-    Names all;  ///< all columns, those of a row's calls without their digit too
+    Names all;  ///< all columns; those of a row's calls also without their digit
 };
 
 Known known() {
@@ -57,7 +56,7 @@ Known known() {
     return known;
 }
 
-/// The sentences in @p group that are of something that is not known, a line each.
+/// The sentences in @p group whose name is not known, a line each.
 std::string strangers(const json& group, const Names& names, const std::string& where) {
     std::string text;
     for (const auto& sentence : group.items()) {
@@ -82,8 +81,8 @@ std::string strangers() {
     return text;
 }
 
-/// Settings of the files of the telephone's image that have no sentence. Such a line ends with the
-/// schema and the setting, or has a third field after them.
+/// Settings in the files of the telephone's image that have no sentence. A line for a setting ends
+/// with the schema and the setting, or has a third field after them.
 std::string missingSettings() {
     std::string text;
     for (const DemoTelephone::File& file : DemoTelephone::Files) {
@@ -144,8 +143,8 @@ bool writeFile(const std::filesystem::path& path, const std::string& text) {
     return file.good();
 }
 
-/// The three forms of a schema: in XML its requests and answers, in JSON its rows as das read
-/// prints them.
+/// Writes the three documents of a schema: XML schemas of its requests and of its answers, and a
+/// JSON schema of the rows that das read prints.
 bool writeSchema(const std::filesystem::path& folder, const KnownSchemas::Entry& schema) {
     const std::string name = (folder / "xsd" / schema.name).string();
     return writeFile(name + ".request.xsd", SchemaContract::xsd(schema, Side::Request)) &&
@@ -157,7 +156,8 @@ bool writeSchema(const std::filesystem::path& folder, const KnownSchemas::Entry&
 bool writeAll(const std::filesystem::path& folder, const std::string& page) {
     std::error_code error;
     for (const char* name : {"xsd", "rows"}) {
-        std::filesystem::remove_all(folder / name, error);  // a schema that is gone leaves no file
+        // Files of removed schemas must not stay.
+        std::filesystem::remove_all(folder / name, error);
         std::filesystem::create_directories(folder / name, error);
     }
     const auto& schemas = KnownSchemas::all();

@@ -17,8 +17,8 @@
 
 namespace {
 
-/// The facts as JSON in the text of a source: a compiler takes much longer over as many
-/// initialisers. The names stand by themselves too, for whoever needs no more.
+/// Writes the facts as JSON in a string literal, because compilers take much longer for as many
+/// initialisers. The names are also written separately, for code that needs only them.
 bool writeAll(const std::string& file, const std::vector<KnownSchemas::Entry>& all) {
     std::ofstream out(file);
     out << "// Written by das_write_schemas from the tables of the service: not to be edited.\n"
@@ -36,7 +36,7 @@ bool writeAll(const std::string& file, const std::vector<KnownSchemas::Entry>& a
     return out.good();
 }
 
-/// A telephone that is gone at the end.
+/// A temporary telephone, which is removed at the end.
 class Place {
 public:
     Place() {

@@ -1,6 +1,6 @@
-// Reads an answer from the outside in: schema, contexts, rows, the list of a row. At each step the
-// text is cut at its known frame only, and everything inside is left to the columns, since a value
-// may look like any tag.
+// Reads an answer from outside to inside: schema, contexts, rows, the list of a row. Each step only
+// splits the text at the tags that it knows. A value may contain any tag, so the columns decide
+// about everything inside a row.
 
 #include "schemas/AnswerReader.h"
 
@@ -34,7 +34,7 @@ void dropEnd(string_view& text, string_view part) {
     }
 }
 
-/// Takes the begin of a context, if it is next, and its user.
+/// Consumes the start of a context, if it is next, and stores its user.
 bool takeContext(string_view& text, std::string& user) {
     string_view rest = text;
     const std::size_t end = take(rest, ContextBegin) ? rest.find("\">") : string_view::npos;
@@ -51,7 +51,7 @@ bool takeContext(string_view& text, std::string& user) {
 
 using Forms = std::vector<KnownSchemas::AnswerForm>;
 
-/// The records of @p text by the columns of @p forms, else by those of the first record.
+/// The records of @p text, with the columns of @p forms, or else with those of the first record.
 std::vector<AnswerRecords::Record> recordsOf(const std::string& frame,
                                              std::vector<AnswerRecords::Columns> forms,
                                              string_view text) {
@@ -75,7 +75,7 @@ Cells copied(const AnswerRecords::Cells& cells) {
     return Cells(cells.begin(), cells.end());
 }
 
-/// The forms that a row may have; the category of a row of calls decides which.
+/// The possible forms of a row. For calls, the category of the row selects the form.
 std::vector<AnswerRecords::Columns> columnsOf(const Forms& forms) {
     std::vector<AnswerRecords::Columns> all;
     for (const auto& form : forms) {
@@ -105,7 +105,7 @@ Row rowOf(const AnswerRecords::Record& record, const Forms& forms, const std::st
 // Settings
 // ------------------------------------------------------------------------------------------
 
-/// The name of the element that begins @p text, taken from it; blank for none.
+/// Removes the element name at the start of @p text and returns it; blank without one.
 std::string takeName(string_view& text) {
     const std::size_t end = text.find('>');
     const string_view name = end == string_view::npos ? "" : text.substr(0, end).substr(1);
@@ -115,7 +115,7 @@ std::string takeName(string_view& text) {
     return std::string(isName ? name : "");
 }
 
-/// Takes what may stand between two items.
+/// Consumes the tags that may stand between two items.
 void takeFrames(string_view& text, std::string& user) {
     bool isFrame = true;
     while (isFrame) {
@@ -127,8 +127,8 @@ void takeFrames(string_view& text, std::string& user) {
     }
 }
 
-/// Whether an item stands in front of @p text whose value holds no @p other, which would be the end
-/// of the item before it.
+/// Whether @p text begins with an item whose value does not contain @p other, the end tag of the
+/// previous item.
 bool beginsItem(string_view text, string_view other) {
     const std::string name = takeName(text);
     const std::size_t limit = std::min(text.find(other), text.size());
@@ -136,8 +136,8 @@ bool beginsItem(string_view text, string_view other) {
            text.substr(0, limit + name.size() + 3).find("</" + name + ">") != string_view::npos;
 }
 
-/// Takes the value of the item @p name: up to the first end tag after which the answer ends, or
-/// another whole item stands.
+/// Consumes the value of the item @p name. It ends at the first end tag after which the answer ends
+/// or another complete item follows.
 string_view takeValue(string_view& text, const std::string& name) {
     const std::string tag = "</" + name + ">";
     for (std::size_t place = text.find(tag); place != string_view::npos;

@@ -1,7 +1,7 @@
-// Cells of an answer are not escaped, so no XML parser can cut it, and a tag inside a value looks
-// like any other. The one thing that is known of a record is the order of its columns: a record is
-// what shows all its columns in that order, and what stands between two such records belongs to the
-// one before it.
+// Cells of an answer are not escaped, so an XML parser can't read it, and a tag inside a value
+// looks like any other tag. Only the order of a record's columns is known. So a record is a text
+// that shows all its columns in that order, and any text between two such records belongs to the
+// first one.
 
 #include "schemas/AnswerRecords.h"
 
@@ -15,7 +15,7 @@ using std::string_view;
 using TextParts::endsWith;
 using TextParts::startsWith;
 
-/// The text from the begin of @p first to the end of @p last, which both point into one text.
+/// The text from the start of @p first to the end of @p last. Both must point into the same text.
 string_view joined(string_view first, string_view last) {
     return {first.data(), static_cast<std::size_t>(last.data() + last.size() - first.data())};
 }
@@ -124,7 +124,8 @@ bool AnswerRecords::read(string_view text, std::vector<Record>& records) const {
     const auto pieces = piecesOf(text);
     std::vector<string_view> wholes;
     const Progress none(m_forms.size());
-    Progress pending = none;  // of the pieces from pendingFrom on, none of which is whole
+    // Progress in the pieces from pendingFrom on, none of which is complete.
+    Progress pending = none;
     std::size_t pendingFrom = 0;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
         Progress own = none;

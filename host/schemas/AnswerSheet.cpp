@@ -1,6 +1,6 @@
-// An answer has what the service stores; a sheet has what a person or a script reads. The order of
-// its columns is that of the table and not that of the answer, so that two answers of one schema
-// can be compared line by line.
+// An answer has what the service stores; a sheet has what a person or a script reads. Its columns
+// have the order of the table and not of the answer, so that two answers of one schema can be
+// compared line by line.
 
 #include "schemas/AnswerSheet.h"
 
@@ -24,7 +24,7 @@ void addMissing(std::vector<std::string>& columns, const Cells& cells) {
     }
 }
 
-/// The columns of the answer: those of the schema that any row has, then what else rows have.
+/// The columns of the answer: first the schema's columns that occur in a row, then any others.
 std::vector<std::string> columnsOf(const KnownSchemas::Entry& schema,
                                    const std::vector<Row>& rows) {
     std::vector<std::string> found;
@@ -60,7 +60,7 @@ void addLine(Sheet& sheet, const Row& row, const Cells& item) {
     sheet.rows.push_back(std::move(line));
 }
 
-/// What people look for in contacts and calls; all columns of other rows.
+/// The columns that people need of contacts and calls; all columns of other rows.
 std::vector<std::string> chosenOf(const KnownSchemas::Entry& schema) {
     if (!schema.itemElements.empty()) {
         return {"TimeDate", "Category", "Number", "Surname", "Firstname", "Duration"};

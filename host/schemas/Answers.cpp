@@ -1,5 +1,5 @@
-// An answer is looked at by its first bytes alone. The values in it are not escaped, so a search
-// for the word "failure" anywhere would find it in a contact's name.
+// Only the first bytes of an answer are examined. Values in an answer are not escaped, so a search
+// for "failure" in all of it could find it in a contact's name.
 
 #include "schemas/Answers.h"
 
@@ -23,7 +23,7 @@ std::string answerOf(const std::string& message, const char* detail) {
 
 }  // namespace
 
-// The first quoted text after "Schema" is what the service itself goes by.
+// The service itself uses the first quoted string after "Schema".
 std::string Answers::schemaOf(const std::string& message) {
     const std::size_t word = message.find("Schema");
     const std::size_t open = word == std::string::npos ? word : message.find('"', word);

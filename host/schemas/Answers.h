@@ -3,20 +3,20 @@
 
 #include <string>
 
-/// What the host needs to know of the text of requests and answers.
+/// What the host needs to know about the text of requests and answers.
 namespace Answers {
 
-/// Whether the reason in the header of @p answer is "failure". What stands in the cells, which come
-/// unescaped, is not looked at; the answer of a service word never counts as a failure.
+/// Whether the reason in the header of @p answer is "failure". The cells are not examined, because
+/// they are not escaped. The answer to a service word is never a failure.
 bool isFailure(const std::string& answer);
 
-/// The reason that @p message names; blank for none.
+/// The reason in @p message; blank if it has no reason.
 std::string reasonOf(const std::string& message);
-/// The schema by which the service chooses the table for @p message: the first quoted text after
-/// the first "Schema", wherever it stands. Blank without one.
+/// The schema by which the service selects the table for @p message: the first quoted string after
+/// the first "Schema", wherever it is. Blank if there is no such string.
 std::string schemaOf(const std::string& message);
 
-/// The answer to a request that its sender is not allowed to make.
+/// The answer to a request that its sender may not make.
 std::string refusalFor(const std::string& message);
 
 /// The answer of a request that the service could not finish: the schema of @p message, which may

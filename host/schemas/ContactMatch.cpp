@@ -1,6 +1,6 @@
-// People type numbers with blanks, brackets and with or without the code of the country; contacts
-// hold them in all these forms. Both sides are reduced to bare digits, and the end decides, since
-// that is the part that all forms share.
+// People type numbers with blanks and brackets, with or without the country code, and contacts
+// contain all these forms. So both numbers are reduced to digits and compared from the end, the
+// part that all forms have in common.
 
 #include "schemas/ContactMatch.h"
 
@@ -19,8 +19,8 @@ constexpr std::size_t FewestDigits = 4;
 const std::vector<std::string> Texts = {"Surname", "Firstname", "Company", "Email"};
 const std::vector<std::string> Numbers = {"Office", "Office2", "Mobile", "Private"};
 
-/// Unicode's simple case folding, one character for one. Where the library knows only the full
-/// folding to several characters, the simple one is that to lower case.
+/// Unicode's simple case folding, from one character to one. If the library knows only a folding to
+/// several characters, the lower-case character is used.
 utf8proc_int32_t foldedCharacter(utf8proc_int32_t character) {
     constexpr utf8proc_int32_t CapitalIWithDot = 0x130;  // has no simple folding
     utf8proc_int32_t folded[8];
@@ -32,7 +32,7 @@ utf8proc_int32_t foldedCharacter(utf8proc_int32_t character) {
     return character == CapitalIWithDot ? character : utf8proc_tolower(character);
 }
 
-/// Bytes that are no UTF-8 stay as they are.
+/// Bytes that are not valid UTF-8 do not change.
 std::string folded(const std::string& text) {
     std::string result;
     result.reserve(text.size());
@@ -59,8 +59,8 @@ std::string folded(const std::string& text) {
     return result;
 }
 
-/// A number without the marks between its digits, and without what stands for "abroad" or "another
-/// town" in front.
+/// A number without the marks between its digits and without the prefix for another country or
+/// town.
 std::string bareNumber(const std::string& text) {
     std::string number;
     for (const char character : text) {

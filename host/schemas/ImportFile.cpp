@@ -1,7 +1,7 @@
-// A file is checked as a whole before the service gets any of it, and the first lines that are
-// wrong are reported together: a person who mends a file wants to see more than one fault at a
-// time. The service would store what it can and log the rest, which is right for a data file of
-// management and wrong for a file that a person has typed.
+// The whole file is checked before the service gets any of it, and the first wrong lines are
+// reported together, so that a person can correct several at a time. The service would store the
+// valid lines and log the others. That is right for a data file of management, and wrong for a file
+// that a person has typed.
 
 #include "schemas/ImportFile.h"
 
@@ -38,12 +38,12 @@ std::size_t placeOf(const KnownSchemas::Entry& schema, const std::string& column
     return found == columns.end() ? NoPlace : static_cast<std::size_t>(found - columns.begin());
 }
 
-/// No line of names has more fields; one more shows that a line has too many.
+/// No line of names has more fields. One more is read, to see that a line has too many.
 std::size_t mostNamesOf(const KnownSchemas::Entry& schema) {
     return schema.elements.size() + schema.itemElements.size() + 1;
 }
 
-/// The column that names a row: the first one but the user's.
+/// The column that identifies a row: the first one except the user's.
 std::size_t keyPlaceOf(const KnownSchemas::Entry& schema) {
     return placeOf(schema, UserColumn) == 0 ? 1 : 0;
 }
@@ -52,7 +52,7 @@ bool isNumbered(const KnownSchemas::Entry& schema) {
     return schema.columns[keyPlaceOf(schema)].type.rfind(NumberedKey, 0) == 0;
 }
 
-/// The column that an element of requests and answers shows: elements are in the order of columns.
+/// The column for an element of requests and answers: elements are in the order of columns.
 const std::string& columnOf(const KnownSchemas::Entry& schema, std::size_t element) {
     const std::size_t user = placeOf(schema, UserColumn);
     return schema.columns[element + (element >= user ? 1 : 0)].name;
@@ -65,7 +65,7 @@ std::size_t elementOf(const KnownSchemas::Entry& schema, const std::string& name
                : static_cast<std::size_t>(found - schema.elements.begin());
 }
 
-/// What is wrong with the number of a row; blank for nothing.
+/// What is wrong with the number of a row; blank if it is valid.
 std::string wrongWithNumber(const std::string& number) {
     const char* const begin = number.data() + (number[0] == '+' ? 1 : 0);
     const char* const end = number.data() + number.size();
@@ -107,7 +107,7 @@ struct ImportFile::LineForm {
     std::size_t columns;
     bool isFilledUp;
     std::size_t userPlace;
-    std::size_t numberPlace;  ///< none where rows are not numbered
+    std::size_t numberPlace;  ///< no value if rows have no numbers
 };
 
 std::string ImportFile::Refusal::text() const {
@@ -168,7 +168,7 @@ bool ImportFile::isOfOtherProgram(std::string_view text) {
 }
 
 bool ImportFile::hasOtherSeparator(std::string_view text) {
-    // Spreadsheets save so where the comma stands in front of decimals.
+    // Spreadsheets use semicolons in countries where the comma is the decimal mark.
     std::string line(text.substr(0, text.find_first_of("\r\n")));
     if (line.find(',') != std::string::npos || line.find_first_of(";\t") == std::string::npos) {
         return false;
@@ -204,7 +204,8 @@ void ImportFile::checkEncoding(std::string_view text) {
 // --------------------------------------------------------------------
 
 bool ImportFile::hasNameInFront(const std::vector<std::string>& fields) const {
-    // An exported row may have the word of a column as a value. No column is called as a user is.
+    // An exported row may contain the name of a column as a value. But no column has the name of a
+    // user.
     return !isUser(fields.front()) &&
            std::any_of(fields.begin(), fields.end(), [this](const std::string& field) {
                return elementOf(m_schema, field) != NoPlace;
@@ -285,9 +286,10 @@ void ImportFile::readLines(std::string_view text, bool isForUser) {
     const LineForm usual = {m_schema.columns.size(), isOfCalls || m_schema.table == Contacts,
                             placeOf(m_schema, UserColumn),
                             isNumbered(m_schema) ? keyPlaceOf(m_schema) : NoPlace};
-    // Calls of older software begin with the number, which an import for one user can read.
+    // In files of older software, lines of calls begin with the number. An import for one user can
+    // read these.
     const LineForm older = {usual.columns, true, 4, 0};
-    // Elsewhere such a line may be a row.
+    // In other tables such a line may be a row.
     const bool hasComments = usual.userPlace == 0 || usual.numberPlace == 0;
     m_text.reserve(text.size());
     for (std::size_t number = 1; !text.empty() && m_refusals.size() < MostRefusals; ++number) {

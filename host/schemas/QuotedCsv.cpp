@@ -1,6 +1,5 @@
-// A field in quotes may hold line ends, so a file is not cut into lines first: the reader goes
-// through the text once and counts lines on its way, for a person has to find the line that is
-// refused.
+// A quoted field may contain line ends, so a file can't be split into lines first. The reader goes
+// through the text once and counts lines, because a person must find the line that is refused.
 
 #include "schemas/QuotedCsv.h"
 

@@ -6,18 +6,18 @@
 #include <string_view>
 #include <vector>
 
-/// Reads the records of a CSV whose fields may stand in quotes, as das prints it: a quote in such a
-/// field is doubled, and the field may hold commas and line ends. Blanks belong to the fields.
+/// Reads the records of a CSV file with optional quotes, as das prints it: in a quoted field a
+/// quote is doubled, and commas and line ends are allowed. Blanks belong to the fields.
 class QuotedCsv {
 public:
     /// @p text must outlive the object.
     explicit QuotedCsv(std::string_view text) : m_rest(text) {}
 
-    /// Reads the next record that is no empty line. A record has at most @p most fields; those
-    /// beyond are counted alone. False at the end of the text and for a record that is not one.
+    /// Reads the next record, skipping empty lines. At most @p most fields are stored; further ones
+    /// are only counted. False at the end of the text and for an invalid record.
     bool next(std::size_t most, std::vector<std::string>& fields);
 
-    /// What is wrong with the record that was read last; blank for nothing.
+    /// What is wrong with the record that was read last; blank if it is valid.
     [[nodiscard]] const std::string& error() const { return m_error; }
     /// How many fields it has.
     [[nodiscard]] std::size_t count() const { return m_count; }
@@ -25,11 +25,11 @@ public:
     [[nodiscard]] std::size_t line() const { return m_line; }
 
 private:
-    /// Takes the next field off the text, whatever its form. False, with error(), for one in quotes
-    /// that is not closed or that text follows.
+    /// Reads the next field in any form. False, with error(), if a quoted field is not closed or
+    /// text follows its closing quote.
     bool takeField(std::string& field);
     bool takeQuoted(std::string& field);
-    /// Takes a field up to its comma or line end. A quote inside it is a character like any other.
+    /// Reads a field up to its comma or line end. A quote inside it is an ordinary character.
     void takePlain(std::string& field);
     [[nodiscard]] bool isAtLineEnd() const;
     /// Goes to the begin of the next line and counts it.

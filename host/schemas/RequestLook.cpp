@@ -1,7 +1,7 @@
-// Access rules look at each request before the service does, so a look must cost less than the
-// request. The form that clients usually send is read without a parser; whatever is unusual goes to
-// the parser that the service uses, so that both see the same request. A difference between the two
-// would let a request through that the rules refuse.
+// Access rules examine each request before the service gets it, so this must cost less than the
+// request itself. The usual form of clients' requests is read without a parser. Anything else goes
+// to the same parser as in the service, so that both read it in the same way. If they differed, a
+// request could pass that the rules should refuse.
 
 #include "schemas/RequestLook.h"
 
@@ -29,19 +29,21 @@ const std::pair<const char*, RequestLook::Kind> Words[] = {
     {"saveContactsToCSV", RequestLook::Kind::SaveContacts},
 };
 
-/// One parse. What the service takes is the text since the last start tag.
+/// The state of one parse. The service uses the text since the last start tag.
 struct Reader {
     RequestLook& look;
-    std::string element{};  ///< that which began last; blank once one has ended
+    std::string element{};  ///< the last element that began; blank after any end tag
     std::string text{};
     int schemas = 0;
     int reasons = 0;
     int items = 0;
     bool isInReason = false;
-    bool isSecret = false;  ///< the element that began last
+    bool isInColumns = false;
+    bool isSecret = false;  ///< of the last element that began
 
     void start(std::string_view name, const char* attribute) {
-        look.isClear = look.isClear && !isInReason;  // elements in it could change what it is
+        look.isClear = look.isClear && !isInReason;  // elements inside the reason could change it
+        look.hasColumns = look.hasColumns || isInColumns;  // the service may read names from them
         element = name;
         text.clear();
         if (element == "Schema") {
@@ -52,6 +54,8 @@ struct Reader {
             ++reasons;
             isInReason = true;
             look.isClear = look.isClear && reasons == 1;
+        } else if (element == "ResultCols") {
+            isInColumns = true;
         }
         const bool isOfFrame =
             std::find(std::begin(Frame), std::end(Frame), element) != std::end(Frame);
@@ -70,7 +74,7 @@ struct Reader {
             look.writesMask = look.writesMask || text == Secrets::Mask;
         }
         element.clear();
-        isSecret = isInReason = false;
+        isSecret = isInReason = isInColumns = false;
     }
 };
 
@@ -86,13 +90,13 @@ void onCharacters(void* reader, const char* text, int length) {
     static_cast<Reader*>(reader)->text.append(text, static_cast<std::size_t>(length));
 }
 
-/// Reads messages in the form that clients usually send, without a parser. It gives up on
-/// everything else: entities, comments, declarations, a second attribute, and what is no ASCII.
+/// Reads messages in the usual form of clients, without a parser. It stops at anything else:
+/// entities, comments, declarations, a second attribute, and characters outside of ASCII.
 class QuickScan {
 public:
     QuickScan(std::string_view text, Reader& reader) : m_rest(text), m_reader(reader) {}
 
-    /// False when it has given up; the reader is of no use then.
+    /// False if it has stopped; then the reader is not usable.
     bool run() {
         constexpr std::string_view prolog = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
         m_rest.remove_prefix(m_rest.rfind(prolog, 0) == 0 ? prolog.size() : 0);
@@ -174,7 +178,7 @@ private:
     std::vector<std::string_view> m_open;
 };
 
-/// Whether @p message is one of the service's words, of the kind @p kind.
+/// Whether @p message is a service word; sets @p kind.
 bool isWord(const char* message, RequestLook::Kind& kind) {
     if (std::strncmp(message, SwitchStart.c_str(), SwitchStart.size()) == 0) {
         kind = RequestLook::Kind::TraceSwitch;

@@ -4,37 +4,39 @@
 #include <string>
 
 /**
- * What a request will do, read as the service reads it: entities, comments and the number of its
- * bytes count as they do there. Nothing is carried out.
+ * What a request will do, read in the same way as in the service, including entities, comments and
+ * the number of bytes. The request is not executed.
  */
 struct RequestLook {
-    /// What of() finds by the parser for each text; of() spares it for short usual messages.
+    /// The result of the parser for any text. of() avoids the parser for short messages in the
+    /// usual form.
     static RequestLook parsed(const std::string& text, int length);
 
-    /// For the fuzz target, which holds the two ways of reading against each other.
+    /// For the fuzz target, which compares both ways of reading.
     bool operator==(const RequestLook& other) const;
 
-    /// What the text of a request is.
+    /// The kind of a request's text.
     enum class Kind {
-        Harmless,      ///< a word that everybody may send
+        Harmless,      ///< a word that every client may send
         SaveContacts,  ///< the word that writes the contacts to a file
-        TraceSwitch,   ///< the word that switches what the trace shows
+        TraceSwitch,   ///< the word that switches what the trace contains
         Message        ///< a message in XML
     };
 
-    /// @p text with the first @p length bytes counting, as processRequest gets it.
+    /// Examines the first @p length bytes of @p text, as processRequest gets them.
     static RequestLook of(const std::string& text, int length);
 
     Kind kind = Kind::Message;
     bool isParsed = false;
-    /// Whether it names its reason and its schema at most once, and no other schema than that which
-    /// chooses the table.
+    /// Whether it has at most one reason and one schema, and no schema other than the one that
+    /// selects the table.
     bool isClear = true;
-    std::string schema;  ///< that which chooses the table
+    std::string schema;  ///< the one that selects the table
     std::string reason;
     bool hasColumns = false;      ///< it has columns or items in ResultCols
-    bool hasManyColumns = false;  ///< it may have more than one
-    bool hasManyItems = false;    ///< it has more than one element besides those of the frame
+    bool hasManyColumns = false;  ///< it may have more than one column
+    bool hasManyItems = false;    ///< it has more than one element besides the elements of the
+                                  ///< frame
     bool namesSecret = false;     ///< an element has the name of a secret
     bool writesMask = false;      ///< such an element holds the mask of secrets
 };

@@ -1,6 +1,6 @@
-// The service takes requests as text alone, so commands put them together here and nowhere else.
-// Only what a parser would change or stop at is escaped. What XML can't carry at all stays as it
-// is: the service then refuses the request with an answer, and nothing is lost silently.
+// The service accepts requests only as text, so commands build them here and nowhere else. Only
+// characters that a parser would change or stop at are escaped. Characters that XML can't carry
+// stay: the service then refuses the request with an answer, so no data is lost silently.
 
 #include "schemas/RequestText.h"
 

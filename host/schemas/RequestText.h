@@ -8,33 +8,32 @@
 
 #include "schemas/KnownSchemas.h"
 
-/// Names of schemas, reasons and elements are taken as they are: callers have them from the tables.
-/// Only values, which come from people and files, are escaped.
-/// Requests to the service, as text.
+/// Builds requests to the service as text. Names of schemas, reasons and elements come from the
+/// tables and are not escaped. Values come from people and files and are escaped.
 namespace RequestText {
 
 using Values = std::vector<std::pair<std::string, std::string>>;  ///< element and value
 
-/// How the rows of a schema are named in requests.
+/// How a request contains the rows of a schema.
 enum class Form {
-    Rows,      ///< elements straight in the request
+    Rows,      ///< elements directly in the request
     List,      ///< elements in an Entry: contacts, call groups, calls, conversations
     Settings,  ///< items of any name, no rows
 };
 Form formOf(const KnownSchemas::Entry& schema);
 
-/// @p text for an element; control characters that XML can't carry are in it as they are.
+/// @p text as the content of an element. Control characters that XML can't carry are not changed.
 std::string escaped(const std::string& text);
 
 /// <NAME>VALUE</NAME>, the value escaped.
 std::string element(const std::string& name, const std::string& value);
 std::string elements(const Values& values);
 
-/// An Entry with @p values; elements of calls stand in a list of items, in which an element that is
-/// repeated begins the next item.
+/// An Entry with @p values. Elements of calls are put into a list of items, in which a repeated
+/// element begins the next item.
 std::string entry(const KnownSchemas::Entry& schema, const Values& values);
 
-/// A whole request; @p body stands inside the context, if there is one.
+/// A whole request; @p body is inside the context, if there is a context.
 std::string request(const std::string& schema, const std::string& reason,
                     const std::optional<std::string>& context, const std::string& body);
 

@@ -14,7 +14,7 @@ using KnownSchemas::Entry;
 using Texts = std::vector<std::string>;
 using SchemaContract::Side;
 
-/// A text of lines that are indented by how deep they stand.
+/// A text whose lines are indented by nesting depth.
 class Lines {
 public:
     Lines& add(const std::string& line) {
@@ -35,8 +35,7 @@ public:
         }
         return *this;
     }
-    /// Says in the document what the element that has just been opened means; nothing if @p
-    /// sentence is blank.
+    /// Documents the element that was just opened; does nothing if @p sentence is blank.
     Lines& explain(const std::string& sentence) {
         if (!sentence.empty()) {
             add("<xs:annotation><xs:documentation>" + ClientUtils::escapeXMLString(sentence) +
@@ -128,7 +127,7 @@ Texts itemElements(const Entry& schema, Side side) {
     return names;
 }
 
-/// Elements of a row; in answers also those of the rows that are joined to it.
+/// Elements of a row; in answers also those of joined rows.
 Texts rowElements(const Entry& schema, Side side) {
     Texts names = schema.elements;
     if (side == Side::Request) {
@@ -255,8 +254,8 @@ void addTableMessage(Lines& lines, const Entry& schema, Side side) {
     addRowTypes(lines, schema, side);
 }
 
-/// Items have any name, so those elements that mean something else are checked by their name. The
-/// settings that are known stand there as well, for what they mean.
+/// Items may have any name, so elements with another meaning are recognised by name. The known
+/// settings are listed as well, with their meaning.
 void addSettingsMessage(Lines& lines, const Entry& schema, Side side) {
     const std::string items =
         "<xs:any namespace=\"##local\" processContents=\"lax\" " + std::string(Any) + "/>";
@@ -287,8 +286,8 @@ Json described(const char* type, const std::string& sentence) {
     return {{"type", type}, {"description", sentence}};
 }
 
-/// The columns that a setting is printed with. Any name is allowed: the known ones are examples
-/// with what they mean.
+/// The columns of a printed setting. Any name is allowed; the known ones are given as examples with
+/// their meaning.
 Json settingProperties(const Entry& schema) {
     Json properties = Json::object();
     properties["Context"] = described("string", Sentences::ofColumn(schema, "UserContext"));

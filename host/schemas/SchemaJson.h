@@ -5,8 +5,8 @@
 
 #include "schemas/KnownSchemas.h"
 
-/// The form in which the table of schemas goes from the program that makes it to das. Both sides
-/// include this, so that a field that is added is written and read.
+/// The JSON form in which the program that collects the schemas passes them to das. Both include
+/// this file, so that a new field is both written and read.
 namespace KnownSchemas {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Column, name, type, defaults)

@@ -1,4 +1,4 @@
-// The file is small and asked for by few commands, so it stays JSON in memory: no copy into types.
+// The file is small and only few commands use it, so it stays in memory as JSON.
 
 #include "schemas/Sentences.h"
 

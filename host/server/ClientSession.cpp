@@ -1,5 +1,5 @@
-// Two rules keep a client from harming others: it is not read while a message of it is in work, so
-// it can't fill the memory with requests, and what it leaves unread is limited.
+// Two rules prevent a client from harming others. No more bytes are read while a message of the
+// client is handled, so requests can't fill the memory; and unread answers are limited.
 
 #include "server/ClientSession.h"
 
@@ -26,14 +26,14 @@ namespace {
 constexpr const char* LogSource = "./host/ClientSession";
 
 constexpr auto LingerTime = std::chrono::seconds(5);
-/// Short answers are queued together up to this, so that each takes the room of its text alone.
+/// Short answers are queued in pieces up to this size, so that each needs no own allocation.
 constexpr std::size_t SizeOfPiece = std::size_t{64} * 1024;
 
 bool isLarge(LineCutter::Found found, std::string_view line) {
     return found == LineCutter::Found::Line && line.size() > ServerLoad::LargeMessage;
 }
 
-/// Ends the turn of a large message, and returns what it has left in the process's memory.
+/// Ends the turn of a large message, and gives the memory that it used back to the system.
 class TurnOfLarge {
 public:
     explicit TurnOfLarge(Turns* turns) : m_turns(turns) {}
@@ -68,7 +68,7 @@ ClientSession::ClientSession(Protocol::socket socket, Dispatcher& dispatcher, Cl
 }
 
 ClientSession::~ClientSession() {
-    m_load->share.end(m_turn, {});  // of a message that was never handled
+    m_load->share.end(m_turn, {});  // a message that was never handled
     --m_load->clients;
     m_dispatcher.statistics().removeClient();
     m_dispatcher.statistics().bytesWaiting -= static_cast<std::int64_t>(m_unread.load());
@@ -111,8 +111,8 @@ void ClientSession::onRead(const error_code& error, std::size_t count) {
         read();
         return;
     }
-    // Many long messages without an end must not take all memory: beyond a limit only short ones
-    // are taken, until those that are refused have made room.
+    // Many unfinished long messages must not use all memory. Beyond a limit, only short messages
+    // are accepted until the refused ones have freed memory.
     m_lines.setLimit(m_load->lineMemory > ServerLoad::MostLineMemory ? ServerLoad::LineLimitBeyond
                                                                      : LineCutter::MessageLimit);
     handleNext();
@@ -128,7 +128,7 @@ void ClientSession::handleNext() {
     }
 }
 
-/// A message that has to wait for those of others waits without a thread.
+/// A message that must wait for messages of others waits without occupying a thread.
 void ClientSession::handle(LineCutter::Found found, std::string_view line) {
     const auto again = [session = self(), found, line] { session->handleNextLater(found, line); };
     if (!m_load->share.begin(m_peer.process, m_turn, again)) {
@@ -204,12 +204,12 @@ void ClientSession::endMessage() {
         settle();
     }
     if (hasSentMuch) {
-        (void)malloc_trim(0);  // the rows of a large answer have left holes
+        (void)malloc_trim(0);  // the rows of a large answer have left free blocks in the heap
     }
 }
 
-/// Answers a message that is too long. What the client still sends of it is dropped for a while: a
-/// socket that is closed at once takes the answer with it.
+/// Answers a message that is too long. The rest of that message is then read and dropped for a
+/// while, because closing the socket at once would also destroy the answer.
 void ClientSession::refuse(std::string_view line) {
     logAppUni("das", LogSource, 2, __LINE__, "Client %s is closed: a message above %zu bytes",
               name().c_str(), m_lines.limit());
@@ -243,12 +243,12 @@ void ClientSession::sendLine(std::string line) {
     bool isFull = false;
     {
         const Lock lock(m_mutex);
-        // What was interrupted may or may not be done, so its client must not take it for either.
+        // An interrupted message may be executed or not, so it must not be answered either way.
         if (m_stage == Stage::Lingering || m_stage == Stage::Closed || Work::isInterrupted()) {
             return;
         }
         m_hasSentMuch = m_hasSentMuch || line.size() > ServerLoad::LargeMessage;
-        queueChanges();  // the line may show them
+        queueChanges();  // the line may show these changes
         line += '\n';
         queue(std::move(line));
         write();
@@ -277,7 +277,7 @@ void ClientSession::sendChanges() {
 void ClientSession::queueChanges() {
     std::string lines = takeChanges();
     if (lines.empty() || m_aheadOfStandIn > 0) {
-        return;  // the line that stands for others stands for these too
+        return;  // the line that stands for earlier changes also stands for these
     }
     if (hasRoomForChanges(lines.size())) {
         queue(std::move(lines));
@@ -287,15 +287,15 @@ void ClientSession::queueChanges() {
     }
 }
 
-/// Changes that wait must not have clients closed, nor those who read miss any by those who do not.
+/// Waiting changes must not disconnect clients, nor must slow clients make others miss changes.
 bool ClientSession::hasRoomForChanges(std::size_t size) const {
     return m_unread + size <= ServerLoad::UnreadForEach ||
            (m_unread <= ServerLoad::MostUnreadWithChanges &&
             m_load->unread <= ServerLoad::MostUnread / 2);
 }
 
-/// Makes room for the answers of others: the largest client goes first, of the user whose clients
-/// hold most. So one user takes nothing from another.
+/// Frees memory for the answers of others. Of the user whose clients hold most, the largest client
+/// is disconnected, so that no user can harm another one.
 void ClientSession::dropLargest() {
     const Lock lock(m_load->dropping);
     while (m_load->unread > ServerLoad::MostUnread) {

@@ -1,6 +1,6 @@
-// The service manager may be slow or gone. The first message that meets a full queue waits two
-// seconds; from then on none waits until one has got through, so that a manager that does not read
-// can't stop the service.
+// The service manager may be slow or may have ended. The first message that finds a full queue
+// waits two seconds. After that no message waits until one has succeeded, so that a manager that
+// does not read can't stop the service.
 
 #include "server/Datagram.h"
 
@@ -43,7 +43,7 @@ bool Datagram::send(const std::string& text) {
         return false;
     }
     (void)setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &Patience, sizeof Patience);
-    // The length counts: what comes after the name would be part of an abstract one.
+    // The length matters: with a longer one, an abstract name would have extra zero bytes.
     const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + m_name.size());
     const ssize_t sent = sendto(descriptor, text.data(), text.size(),
                                 MSG_NOSIGNAL | (m_isWaitedFor ? 0 : MSG_DONTWAIT),

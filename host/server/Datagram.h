@@ -5,11 +5,11 @@
 #include <utility>
 
 /**
- * Sends datagrams to a socket of the system: a path, or a name of the abstract name space after an
- * "@". Not for several threads at once.
+ * Sends datagrams to a socket: a path, or after an "@" a name in the abstract name space. Use it
+ * from one thread at a time.
  *
- * A receiver that does not read holds up the sender for a moment, once: from then on nothing is
- * waited for, until it takes something again.
+ * A receiver that does not read delays the sender once, for a moment. After that no message waits
+ * until the receiver accepts one again.
  */
 class Datagram {
 public:
@@ -17,7 +17,7 @@ public:
 
     const std::string& name() const { return m_name; }
 
-    /// False when @p text did not arrive; errno says why.
+    /// False if @p text was not sent; errno says why.
     [[nodiscard]] bool send(const std::string& text);
 
 private:

@@ -1,6 +1,6 @@
-// Signals are blocked in all threads and taken by one that waits for them. A handler could call
-// next to nothing safely, while this thread may lock and count the time that is left. The two times
-// add up to less than the five seconds that the header promises.
+// Signals are blocked in all threads, and one thread waits for them. A signal handler could call
+// hardly any function safely, but this thread may take locks and measure time. The two times
+// together are less than the five seconds that the header promises.
 
 #include "server/EndWatch.h"
 
@@ -22,10 +22,10 @@ using Lock = std::unique_lock<std::mutex>;
 
 constexpr milliseconds TimeOfWork{4000};
 constexpr milliseconds TimeAfterInterruption{700};
-/// The thread calls little, and a host may have little memory.
+/// The thread calls few functions, and a host may have little memory.
 constexpr std::size_t StackSize = std::size_t{128} * 1024;
 
-/// Not by the log, which may be what does not come to its end.
+/// Does not use the log, because the log may be what hangs.
 void endAtOnce() {
     constexpr std::string_view words =
         "das: the end took too long: what is in work is cut off, and rolled back by the next "
@@ -65,7 +65,7 @@ EndWatch::~EndWatch() {
         m_isOver = true;
     }
     m_changed.notify_all();
-    pthread_kill(m_thread, SIGTERM);  // wakes it where it waits for one
+    pthread_kill(m_thread, SIGTERM);  // wakes the thread if it waits for a signal
     pthread_join(m_thread, nullptr);
     if (m_descriptor >= 0) {
         close(m_descriptor);

@@ -9,17 +9,18 @@ namespace {
 using std::chrono::milliseconds;
 using Lock = std::lock_guard<std::mutex>;
 
-/// Cheaper messages do not count: they are what clients send all the time.
+/// Cheaper messages do not count, since clients send them all the time.
 constexpr milliseconds CostlyMessage{2};
 /// What a process may use in advance.
 constexpr milliseconds Allowance{100};
-/// The time in which a process may use the processor for one part of it, and the pause after it.
+/// Use is forgiven after this many times its length: a process gets one part in so many.
 constexpr int TimesForgiven = 4;
 constexpr int PauseTimes = TimesForgiven - 1;
-/// A process that has sent nothing for so long needs nothing to be kept free.
+/// For a process that was idle for this long, no time is kept free.
 constexpr milliseconds ActiveTime{500};
 constexpr std::size_t MostIdleProcesses = 1000;
-/// On a busy machine a message takes longer than its processor time; what is beyond this is a wait.
+/// On a busy machine, a message takes longer than its processor time. Anything beyond this factor
+/// is time spent waiting.
 constexpr int MostSlowness = 4;
 
 std::chrono::nanoseconds processorTime() {
@@ -74,7 +75,7 @@ void FairShare::end(Turn& turn, std::chrono::nanoseconds cost) {
     }
 }
 
-/// All are called: the first one may not need the lane any more.
+/// All are called, because the first one may not need the lane any more.
 void FairShare::freeLane() {
     Waiting waiting;
     {
@@ -108,7 +109,8 @@ void FairShare::noteActivity(pid_t process, Clock::time_point now) {
     m_lastTime = now;
 }
 
-/// A process is kept when it has left, so that it can't come back as another.
+/// A process is remembered for a while after it has disconnected, so that it can't reconnect with a
+/// fresh account.
 void FairShare::forgetIdle(Clock::time_point now) {
     if (m_uses.size() <= MostIdleProcesses) {
         return;
@@ -119,7 +121,7 @@ void FairShare::forgetIdle(Clock::time_point now) {
 }
 
 void FairShare::clear() {
-    Waiting waiting;  // before the lock, so that it goes after it
+    Waiting waiting;  // declared before the lock, so that it is destroyed after it
     const Lock lock(m_mutex);
     m_pause.cancel();
     waiting.swap(m_waiting);

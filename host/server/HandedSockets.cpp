@@ -1,6 +1,6 @@
-// Sockets of the service manager: with them a socket exists before the service runs, and clients
-// that connect early wait instead of failing. The variables are removed afterwards, since they mean
-// this process alone and not the programs that it may start.
+// Sockets that the service manager has opened. They exist before the service runs, so clients that
+// connect early wait instead of failing. The variables are removed afterwards, because they are
+// meant for this process only, and not for programs that it may start.
 
 #include "server/HandedSockets.h"
 
@@ -21,7 +21,7 @@ namespace {
 constexpr int FirstDescriptor = 3;
 constexpr long MostDescriptors = 1024;
 
-/// 0 for what is no number.
+/// 0 if it is not a number.
 long numberOf(const char* variable) {
     const char* const text = std::getenv(variable);
     long number = 0;

@@ -6,20 +6,20 @@
 #include <vector>
 
 /**
- * The sockets that a service manager has opened before it started this process, told by
- * "LISTEN_PID", "LISTEN_FDS" and "LISTEN_FDNAMES" of the environment. Clients could connect to them
- * all along, and wait until they are taken in.
+ * The sockets that a service manager has opened before it started this process, as described by
+ * "LISTEN_PID", "LISTEN_FDS" and "LISTEN_FDNAMES" in the environment. Clients could already connect
+ * to them, and wait until their connection is accepted.
  */
 class HandedSockets {
 public:
-    /// Reads the environment, and takes these variables out of it: they are meant for this process
-    /// alone, and so are the descriptors.
+    /// Reads these environment variables and removes them: they, and the descriptors, are meant for
+    /// this process only.
     HandedSockets();
 
     bool empty() const { return m_sockets.empty(); }
 
     /**
-     * The socket at @p path, or without a path the only one.
+     * Finds the socket at @p path or, without a path, the only one.
      *
      * @param path  gets the path of the socket when it was not given
      * @param error takes one line when the result is -1
@@ -30,16 +30,14 @@ public:
 private:
     struct Handed {
         int descriptor;
-        std::string name;  ///< as the manager calls it
-        std::string path;  ///< empty when it is no listening Unix domain socket for streams
+        std::string name;  ///< as the manager names it
+        std::string path;  ///< empty if it is not a listening Unix domain stream socket
     };
 
-    /// Path and name of each, for messages: a person has to see which sockets there are to choose
-    /// from.
+    /// Path and name of each socket, for messages: a person must see which sockets can be chosen.
     std::string list() const;
 
-    /// All of them, also those that are of no use here: a message that leaves them out would
-    /// mislead.
+    /// All sockets, even unusable ones: a message without these would mislead.
     std::vector<Handed> m_sockets;
 };
 

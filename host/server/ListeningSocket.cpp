@@ -1,6 +1,6 @@
-// A socket file that a killed host has left must not keep the next one from starting, and a running
-// host must not lose its socket to a second one. Whether a process listens is found out by
-// connecting; the look and the bind together are one step under a lock.
+// A socket file of a killed host must not prevent the next start, and a second host must not take
+// the socket of a running one. Connecting shows whether a process listens. A lock makes this check
+// and the bind one step.
 
 #include "server/ListeningSocket.h"
 
@@ -32,11 +32,11 @@ std::string lockFileOf(const std::string& path) {
     return (socket.parent_path() / ("." + socket.filename().string() + ".das-start")).string();
 }
 
-/// One host at a time looks at a path and binds there. The lock has a file of its own: the folder
-/// may be that of the database, which a running host has locked.
+/// Only one host at a time checks a path and binds there. The lock has its own file, because the
+/// folder may be that of the database, which a running host has locked.
 ///
-/// A host holds it for a moment. In a folder that others may write to, another user can put a file
-/// in its place and lock that for good: the host goes on without the lock then.
+/// A host holds the lock only for a moment. In a folder that others may write to, another user can
+/// create the file and lock it forever; then the host continues without the lock.
 class PathLock {
 public:
     explicit PathLock(const std::string& path) : m_file(lockFileOf(path)) {
@@ -56,7 +56,7 @@ public:
     PathLock(const PathLock&) = delete;
     PathLock& operator=(const PathLock&) = delete;
 
-    /// Whether the host may go on; errno says why not.
+    /// Whether the host may continue; if not, errno says why.
     bool isSettled() const { return m_isHeld || isHeldByOthers(); }
 
 private:
@@ -72,7 +72,7 @@ private:
         return isHeld;
     }
 
-    /// False when the one that had the lock before has removed the file.
+    /// False if the previous holder of the lock has removed the file.
     bool isStillThere() const {
         struct stat own {};
         struct stat there {};
@@ -131,8 +131,8 @@ bool ListeningSocket::open(const std::string& path, bool isForAll, std::string& 
     if (!address.set(path, error)) {
         return false;
     }
-    // Two hosts that start at once could both find the same socket stale, and the second would
-    // remove what the first has just made: one at a time looks and binds.
+    // Without the lock, two hosts that start at once could both find a stale socket, and the second
+    // one would remove the new socket of the first.
     const PathLock lock(path);
     if (!lock.isSettled()) {
         return report(path, errno, error);
@@ -149,7 +149,7 @@ int ListeningSocket::release() {
     return std::exchange(m_descriptor, -1);
 }
 
-/// Removes the socket at the path if no process listens there. False when something else is there.
+/// Removes the socket at the path if no process listens there. False if something else is there.
 bool ListeningSocket::replaceStale(std::string& error) const {
     struct stat status {};
     if (lstat(m_path.c_str(), &status) != 0) {
@@ -174,8 +174,8 @@ bool ListeningSocket::replaceStale(std::string& error) const {
 bool ListeningSocket::bindAndListen(std::string& error) {
     SocketAddress address;
     m_descriptor = makeSocket();
-    // The file takes the mode that the socket has when it is bound, less the umask. So it is never
-    // open to others, and gets back afterwards what the umask took.
+    // The file gets the mode of the socket at the bind, reduced by the umask. So it is never open
+    // to others; afterwards it gets the bits that the umask removed.
     if (m_descriptor < 0 || !address.set(m_path, error) || fchmod(m_descriptor, m_mode) != 0 ||
         bind(m_descriptor, address.get(), SocketAddress::size()) != 0) {
         return report(m_path, errno, error);

@@ -8,32 +8,33 @@
 #include "server/FairShare.h"
 #include "server/Turns.h"
 
-/// What all clients of a socket have together, and how much of it there may be. It outlives them.
+/// The totals of all clients of a socket, and their limits. It outlives the clients.
 struct ServerLoad {
     explicit ServerLoad(boost::asio::io_context& io) : share(io) {}
 
-    /// Bytes of lines that clients have begun to send, and the longest line that is taken beyond.
+    /// Bytes of all clients' unfinished lines, and the longest line that is accepted beyond that.
     static constexpr std::size_t MostLineMemory = std::size_t{48} * 1024 * 1024;
     static constexpr std::size_t LineLimitBeyond = std::size_t{64} * 1024;
     /// Bytes of answers that clients have not read.
     static constexpr std::size_t MostUnread = std::size_t{64} * 1024 * 1024;
-    /// Of one client, besides the answer that is being sent; also the longest answer.
+    /// The same for one client, without the answer that is being sent; also the longest answer.
     static constexpr std::size_t MostUnreadOfClient = std::size_t{16} * 1024 * 1024;
-    /// A client for which more than this waits hears of changes by one message for several.
+    /// If more than this waits for a client, it gets one message in place of several changes.
     static constexpr std::size_t MostUnreadWithChanges = std::size_t{8} * 1024 * 1024;
-    /// As many changes may wait for each client, however much waits for all: with the most clients
-    /// that the host takes, a quarter of what may wait for all.
+    /// This many bytes of changes may wait for each client, whatever waits for the others. With the
+    /// maximum number of clients, this is a quarter of what may wait for all.
     static constexpr std::size_t UnreadForEach = std::size_t{8} * 1024;
-    /// A message above this is handled while no other such message is.
+    /// Only one message above this size is handled at a time.
     static constexpr std::size_t LargeMessage = std::size_t{1024} * 1024;
 
-    /// What there is now. The sum of the figures of all sessions: each session adds and takes away
-    /// its own part, so no one has to walk over all clients to know.
+    /// Current totals of all sessions. Each session adds and subtracts its own part, so that
+    /// nothing must walk over all clients.
     std::atomic<std::size_t> clients{0};
     std::atomic<std::size_t> inWork{0};  ///< messages
     std::atomic<std::size_t> lineMemory{0};
     std::atomic<std::size_t> unread{0};
-    std::mutex dropping;  ///< held by who closes clients for the answers that they do not read
+    std::mutex dropping;  ///< held while clients are disconnected because of answers that they do
+                          ///< not read
     Turns largeMessages;
     FairShare share;
 };

@@ -14,13 +14,13 @@
 
 namespace {
 
-/// Long upgrades are not to be broken off by the manager: each step asks for as much time again,
-/// and so does a long step that goes on.
+/// The manager must not stop a long upgrade. So each step asks for this much time again, and so
+/// does a long step while it makes progress.
 constexpr const char* MoreTime = "EXTEND_TIMEOUT_USEC=120000000";
 constexpr auto TimeBetweenExtensions = std::chrono::seconds(30);
 
 constexpr const char* GoesOn = "WATCHDOG=1";
-/// Of the time that the manager waits: a request and then the word of it fit in twice.
+/// Part of the manager's waiting time: in this time a request and its report are possible twice.
 constexpr int PartsOfWatchdogTime = 4;
 
 std::string variable(const char* name) {
@@ -28,7 +28,7 @@ std::string variable(const char* name) {
     return text == nullptr ? "" : text;
 }
 
-/// How long the manager waits for a sign of life; 0 when it does not watch this process.
+/// How long the manager waits for a sign of life; 0 if it does not watch this process.
 std::chrono::microseconds watchdogTime() {
     const std::string process = variable("WATCHDOG_PID");
     const long long time = std::strtoll(variable("WATCHDOG_USEC").c_str(), nullptr, 10);
@@ -97,7 +97,7 @@ void ServiceNotice::askAgain(const std::function<void()>& ask, Time interval) {
             ask();
             Progress::beat();
         } catch (const std::exception&) {
-            // No answer: for lack of memory, say. The next one may come.
+            // No answer, for example for lack of memory. The next request may succeed.
         }
     } while (pause(m_isServing, interval));
 }

@@ -12,9 +12,9 @@
 #include "server/Datagram.h"
 
 /**
- * Reports to the service manager how the service is: the upgrade step in work at the start, that it
- * is ready, that it goes on, that it ends. Without "NOTIFY_SOCKET" in the environment nothing is
- * sent. If sending fails, standard error says so once, and the service runs.
+ * Reports the state of the service to the service manager: the current upgrade step at the start,
+ * that it is ready, that it works, that it ends. Without "NOTIFY_SOCKET" in the environment nothing
+ * is sent. If sending fails, standard error says so once, and the service runs.
  *
  * Threads of its own look whether work goes on. As long as it does, they ask for more time during
  * the start. After it, when the manager watches the service ("WATCHDOG_USEC"), they send the
@@ -23,18 +23,19 @@
  */
 class ServiceNotice {
 public:
-    /// From here on the manager hears the steps of the start. Replaces who watched the progress.
+    /// From here on the manager gets the steps of the start. Replaces the sink of Progress.
     ServiceNotice();
-    /// Waits for the answer to a request that is in work.
+    /// Waits for the answer to a request that is being handled.
     ~ServiceNotice();
     ServiceNotice(const ServiceNotice&) = delete;
     ServiceNotice& operator=(const ServiceNotice&) = delete;
 
-    /// The start is over, and clients at @p path are served. @p ask sends the service a request
-    /// and returns when it is answered; it is called by another thread, until this object is gone.
+    /// Called when the start is over and clients at @p path are served. @p ask sends the service a
+    /// request and returns when it is answered; another thread calls it until this object is
+    /// destroyed.
     void ready(const std::string& path, std::function<void()> ask);
 
-    /// The end has begun.
+    /// Called when the end has begun.
     void ending();
 
 private:
@@ -45,17 +46,19 @@ private:
     /// Sends one message of the manager's protocol, such as "READY=1". The first failure is
     /// reported, later ones are not.
     void send(const std::string& state);
-    /// Sends @p state after each @p interval in which work went on, until this is no longer so.
+    /// Sends @p state after each @p interval in which work made progress, as long as @p goesOn is
+    /// true.
     void tellWhile(const std::atomic<bool>& goesOn, Time interval, const std::string& state);
     /// Calls @p ask after each @p interval until the end, so that a service that hangs is noticed.
     void askAgain(const std::function<void()>& ask, Time interval);
-    /// False when @p goesOn has ended before @p time was over.
+    /// Waits for @p time. False if @p goesOn became false meanwhile.
     bool pause(const std::atomic<bool>& goesOn, Time time);
-    /// Ends the threads that go by @p goesOn. They may still be in a call: join them afterwards.
+    /// Ends the threads that check @p goesOn. They may still be inside a call, so join them
+    /// afterwards.
     void stop(std::atomic<bool>& goesOn);
 
     std::mutex m_sendMutex;
-    Datagram m_manager;  ///< of an empty name for no manager
+    Datagram m_manager;  ///< its name is empty if there is no manager
     bool m_isComplainedOf = false;
 
     std::mutex m_mutex;

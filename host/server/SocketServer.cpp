@@ -1,6 +1,6 @@
-// A few threads serve any number of clients. What is limited here is what the system shares among
-// all: descriptors, of which the database needs some for its journals, and memory, of which the
-// allocator would keep for itself whatever a large message has once taken.
+// A few threads serve any number of clients. The limits here are for resources that all clients
+// share: descriptors, of which the database needs some for its journals, and memory, because the
+// allocator would keep what a large message has once used.
 
 #include "server/SocketServer.h"
 
@@ -36,22 +36,23 @@ namespace {
 
 constexpr const char* LogSource = "./host/SocketServer";
 
-/// How long an end waits for messages in work and for answers to be read, and for the latter alone.
+/// How long the end waits for current messages and for answers to be read, and how long for the
+/// latter alone.
 constexpr auto EndTime = std::chrono::milliseconds(4300);
 constexpr auto UnreadTime = std::chrono::seconds(2);
 constexpr auto TimeBetweenLooks = std::chrono::milliseconds(20);
 constexpr auto AcceptPause = std::chrono::milliseconds(100);
 constexpr auto TimeBetweenComplaints = std::chrono::minutes(1);
 
-/// What is as large as this goes back to the system when it is freed.
+/// Blocks of this size or more are returned to the system when they are freed.
 constexpr int LargeBlock = 256 * 1024;
 /// Each arena keeps memory that others could use.
 constexpr int Arenas = 2;
 constexpr rlim_t ClientLimit = 2000;
-/// Left to the service: without a journal it could answer no client.
+/// Reserved for the service: without a descriptor for its journal, it could answer no client.
 constexpr rlim_t ReservedDescriptors = 64;
 
-/// How many clients may be in at once, as far as the system gives descriptors.
+/// How many clients may be connected at once, if the system has enough descriptors.
 std::size_t mostClients() {
     rlimit limit{};
     (void)getrlimit(RLIMIT_NOFILE, &limit);
@@ -77,7 +78,7 @@ public:
           m_mostClients(mostClients()) {
         (void)mallopt(M_MMAP_THRESHOLD, LargeBlock);
         (void)mallopt(M_ARENA_MAX, Arenas);
-        (void)malloc_trim(0);  // what the start has left
+        (void)malloc_trim(0);  // returns memory that the start has used
         accept();
         startThreads();
     }
@@ -87,7 +88,7 @@ public:
         for (const auto& client : m_clients.all()) {
             client->end();
         }
-        m_load->share.clear();  // its pause would keep the threads
+        m_load->share.clear();  // otherwise its pause would keep the threads alive
         waitForClients();
         m_io.stop();
         for (std::thread& thread : m_threads) {
@@ -101,8 +102,8 @@ public:
     Implementation& operator=(const Implementation&) = delete;
 
 private:
-    /// Messages in work have most of the time that is left, a client that does not read its answers
-    /// less. Later messages are interrupted by who has asked for the end.
+    /// Current messages get most of the remaining time, clients that do not read their answers
+    /// less. After that, EndWatch interrupts the messages.
     void waitForClients() {
         const auto begun = std::chrono::steady_clock::now();
         auto lastWork = begun;
@@ -115,7 +116,7 @@ private:
         }
     }
 
-    /// As many as the system gives; without any there is no server.
+    /// As many as the system allows; with none of them there is no server.
     void startThreads() {
         const Lock lock(m_mutex);
         m_threads.reserve(threads());
@@ -173,7 +174,7 @@ private:
         accept();
     }
 
-    /// Under the mutex, so that no client comes in after the last one that end() sees.
+    /// Under the mutex, so that no client is added after the last one that end() sees.
     void enter(Protocol::socket socket) {
         const Lock lock(m_mutex);
         if (!m_acceptor.is_open()) {
@@ -187,7 +188,7 @@ private:
         }
     }
 
-    /// Clients wait until others have left. To be called with the mutex held.
+    /// New clients wait until others have disconnected. Call it with the mutex held.
     void pause(const std::string& reason) {
         if (!m_acceptor.is_open()) {
             return;
@@ -211,7 +212,7 @@ private:
     Dispatcher& m_dispatcher;
     Clients& m_clients;
     asio::io_context m_io;
-    std::mutex m_mutex;  ///< of what follows
+    std::mutex m_mutex;  ///< protects the members below
     Protocol::acceptor m_acceptor;
     asio::steady_timer m_pause;
     const std::shared_ptr<ServerLoad> m_load = std::make_shared<ServerLoad>(m_io);

@@ -1,6 +1,6 @@
-// No thread waits: a server has few threads, and each one that waits is missing to all clients. Who
-// is due is therefore called, and the call is made without the mutex, since what is called may ask
-// for a turn again.
+// No thread waits here: a server has few threads, and a waiting one could serve no client. Instead
+// a function is called when its turn comes. It is called without the mutex, because it may ask for
+// a turn again.
 
 #include "server/Turns.h"
 
@@ -32,7 +32,8 @@ void Turns::end() {
 }
 
 void Turns::clear() {
-    std::deque<std::function<void()>> waiting;  // before the lock, so that it goes after it
+    // Declared before the lock, so that it is destroyed after it.
+    std::deque<std::function<void()>> waiting;
     const std::lock_guard<std::mutex> lock(m_mutex);
     waiting.swap(m_waiting);
 }

@@ -5,23 +5,22 @@
 #include <functional>
 #include <mutex>
 
-/// Lets one client at a time do something, the others in the order in which they came. No thread
-/// waits meanwhile. Any thread may call.
+/// Lets one client at a time do something; the others follow in the order in which they asked. No
+/// thread waits meanwhile. Any thread may call.
 class Turns {
 public:
-    /// True when it is the caller's turn now. Else @p whenDue is called when it is, by the thread
-    /// that ends the turn before; it must not do the work itself.
+    /// True if it is the caller's turn now. Otherwise @p whenDue is called when the turn comes, on
+    /// the thread that ends the previous turn; so @p whenDue must not do the work itself.
     [[nodiscard]] bool take(std::function<void()> whenDue);
 
     /// Ends the turn of the caller.
     void end();
 
-    /// Forgets those who wait.
-    /// Whoever waits is not called any more, which also frees what the functions hold.
+    /// Drops all that wait. Their functions are not called any more and are destroyed.
     void clear();
 
 private:
-    /// Of what follows. Never held while something is called.
+    /// Protects the members below. Never held while a function is called.
     std::mutex m_mutex;
     bool m_isTaken = false;
     std::deque<std::function<void()>> m_waiting;

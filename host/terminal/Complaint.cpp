@@ -1,5 +1,5 @@
-// Everything that das says to a person about a failure has one form, in one line on standard error,
-// and what it quotes can't move the cursor or change the colour of a terminal.
+// All messages of das about failures have the same form, in one line on standard error. Text that
+// they quote can't move the cursor or change the colours of a terminal.
 
 #include "terminal/Complaint.h"
 
@@ -21,7 +21,7 @@ void Complaint::reportError(const std::string& subject, int error, const std::st
 
 int Complaint::outputFailed() {
     if (errno == EPIPE) {
-        return ExitBrokenPipe;  // the reader has seen enough
+        return ExitBrokenPipe;  // the reader has closed the output
     }
     reportError("standard output", errno);
     return ExitFailure;

@@ -1,4 +1,4 @@
-// A signal may interrupt a call, and a pipe takes what fits: both are no errors.
+// A signal may interrupt a call, and a pipe may accept only a part: neither is an error.
 
 #include "terminal/Descriptor.h"
 

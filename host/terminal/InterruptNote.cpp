@@ -1,6 +1,6 @@
-// Ctrl-C ends the process from a signal handler, which may neither allocate nor lock. So its line
-// is made beforehand, and no cleaning up is tried: the database rolls back by its journal at the
-// next start.
+// Ctrl-C ends the process in a signal handler, which may not allocate memory or take locks. So its
+// line is prepared beforehand, and nothing is cleaned up: the next start rolls the database back by
+// its journal.
 
 #include "terminal/InterruptNote.h"
 
@@ -15,11 +15,11 @@
 
 namespace {
 
-char s_line[200];  // made before the handler may run, which can't make texts
+char s_line[200];  // filled before the handler can run, since a handler can't build strings
 std::size_t s_length = 0;
 
 void endProcess(int /*signal*/) {
-    // If this line can't be written, there is no place left to report that.
+    // If this line can't be written, there is nowhere else to report it.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, s_line, s_length);
     _exit(ExitInterrupted);
 }

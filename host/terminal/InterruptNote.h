@@ -3,21 +3,21 @@
 
 #include <csignal>
 
-/// As long as it lives, Ctrl-C ends the process at once with a line that says what became of the
-/// work, and the exit status for it. A transaction that is open then is rolled back by the
-/// next start.
+/// While this object lives, Ctrl-C ends the process at once, with a line that says what happened to
+/// the work, and the matching exit status. The next start rolls back an open transaction.
 class InterruptNote {
 public:
-    /// @p isLocal: the work is done by this process, and ends with it; else a host goes on with it.
-    /// @p work names the command for the line. One object at a time: a signal has one handler.
+    /// @p isLocal: this process does the work, so the work ends with it; otherwise a host continues
+    /// the work. @p work is the name of the command in the line. One object at a time, since a
+    /// signal has one handler.
     InterruptNote(const char* work, bool isLocal);
-    /// Gives the signal back to whoever had it.
+    /// Restores the previous handler of the signal.
     ~InterruptNote();
     InterruptNote(const InterruptNote&) = delete;
     InterruptNote& operator=(const InterruptNote&) = delete;
 
 private:
-    /// What Ctrl-C did before, and does again afterwards.
+    /// The previous handling of Ctrl-C.
     struct sigaction m_before {};
 };
 

@@ -1,5 +1,4 @@
-// The library for editing is used through the interface of readline, which other systems have as
-// well.
+// The library for editing has the interface of readline, which other systems have as well.
 
 #include "terminal/LineSource.h"
 
@@ -19,7 +18,7 @@ namespace {
 LineSource::Completer s_completer;  // the library calls plain functions
 std::vector<std::string> s_candidates;
 
-/// Gives one candidate after the other that begins with @p text; the library frees them.
+/// Returns, one after the other, the candidates that begin with @p text; the library frees them.
 char* nextCandidate(const char* text, int state) {
     static std::size_t s_place = 0;
     s_place = state == 0 ? 0 : s_place;
@@ -35,14 +34,14 @@ char* nextCandidate(const char* text, int state) {
 
 bool s_isCancelled = false;
 
-/// Ctrl-C: ends the line without its text.
+/// Ctrl-C: ends the line and drops its text.
 int cancel(int /*count*/, int /*key*/) {
     s_isCancelled = true;
     rl_done = 1;
     return 0;
 }
 
-/// While a line is edited Ctrl-C is a key like others; while its command runs it ends the program.
+/// While a line is edited, Ctrl-C is an ordinary key; while a command runs, it ends the program.
 class CtrlCKey {
 public:
     CtrlCKey() : m_isKnown(tcgetattr(STDIN_FILENO, &m_before) == 0) {
@@ -66,7 +65,7 @@ private:
 };
 
 char** complete(const char* text, int start, int /*end*/) {
-    rl_attempted_completion_over = 1;  // no names of files in their place
+    rl_attempted_completion_over = 1;  // do not offer names of files instead
     s_candidates = s_completer(std::string(rl_line_buffer, static_cast<std::size_t>(start)));
     return rl_completion_matches(text, nextCandidate);
 }
@@ -78,7 +77,7 @@ LineSource::LineSource(Output& output, Completer completer)
     if (!m_isEdited) {
         return;
     }
-    std::setlocale(LC_CTYPE, "");  // the editor has to know what a character is
+    std::setlocale(LC_CTYPE, "");  // the editor must know which bytes form a character
     s_completer = std::move(completer);
     m_screen = fdopen(dup(output.descriptor()), "w");
     rl_readline_name = const_cast<char*>("das");

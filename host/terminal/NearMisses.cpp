@@ -1,4 +1,5 @@
-// Words are few and short, so the plain algorithm does: a table of distances row by row.
+// There are few words and they are short, so the plain algorithm is enough: a table of distances,
+// computed row by row.
 
 #include "terminal/NearMisses.h"
 
@@ -17,7 +18,8 @@ std::string lower(std::string text) {
     return text;
 }
 
-/// Letters to change, add, drop or swap with a neighbour until @p first is @p second.
+/// How many letters must be changed, added, dropped or swapped with a neighbour to turn @p first
+/// into @p second.
 std::size_t distance(const std::string& first, const std::string& second) {
     std::vector<std::size_t> before(second.size() + 1);
     std::vector<std::size_t> last(second.size() + 1);
@@ -40,7 +42,7 @@ std::size_t distance(const std::string& first, const std::string& second) {
     return last[second.size()];
 }
 
-/// How far @p candidate is; above the farthest that is offered when it is not meant.
+/// The distance of @p candidate; more than the largest allowed distance if it can't be meant.
 std::size_t farness(const std::string& word, const std::string& candidate, std::size_t farthest) {
     const bool isPart = word.size() > 2 && candidate.find(word) != std::string::npos;
     const std::size_t letters = distance(word, candidate);

@@ -5,18 +5,19 @@
 #include <vector>
 
 /**
- * Words that a person may have meant who wrote another one.
+ * Finds words that a person may have meant by a misspelled word.
  *
- * The distance counts letters to change, add, drop or swap, as typing errors are. How far a word
- * may be off grows with its length: in a short word two wrong letters make another word.
+ * The distance is the number of letters to change, add, drop or swap, as in typing errors. The
+ * allowed distance grows with the length of the word, since two wrong letters turn a short word
+ * into another word.
  */
 namespace NearMisses {
 
-/// At most three of @p candidates that @p word is near to: by few letters, by case, or by being the
-/// beginning or a part of one. The nearest in front.
+/// At most three of @p candidates that are similar to @p word: they differ by few letters or by
+/// case, or @p word is the beginning or a part of them. The most similar comes first.
 std::vector<std::string> of(const std::string& word, const std::vector<std::string>& candidates);
 
-/// The same as a question, "did you mean A or B?"; @p otherwise when none is near.
+/// The same as a question, "did you mean A or B?"; @p otherwise if no candidate is similar.
 std::string question(const std::string& word, const std::vector<std::string>& candidates,
                      const std::string& otherwise = "");
 

@@ -1,5 +1,5 @@
-// The descriptor is moved, not the stream: the service prints through descriptor 1 whatever it
-// uses.
+// The descriptor is redirected, not the stream, because the service may print to descriptor 1 in
+// any way.
 
 #include "terminal/Output.h"
 
@@ -27,7 +27,7 @@ void flushPrinted() {
     std::fflush(stdout);
 }
 
-/// Leads descriptor 1 elsewhere. What the service prints is not worth a failure of its own.
+/// Redirects descriptor 1. Lost lines of the service are not worth a failure of their own.
 void lead(Output::Printed printed) {
     const Descriptor nowhere(
         printed == Output::Printed::Nowhere ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1);
@@ -38,12 +38,12 @@ void lead(Output::Printed printed) {
 
 Output::Output(Printed printed) : m_answers(-1) {
     flushPrinted();
-    // Above the standard descriptors, so that the service finds those as it expects them.
+    // Above the standard descriptors, so that the service finds those unchanged.
     m_answers = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (m_answers >= 0) {
         lead(printed);
     }
-    // What the service prints stands in its order among the log lines.
+    // Lines that the service prints keep their order among the log lines.
     std::cout << std::unitbuf;
 }
 
@@ -57,7 +57,7 @@ Output::~Output() {
 }
 
 bool Output::writeLine(const std::string& text) {
-    // By one call of the system: a reader that gets the text without its end wakes up twice.
+    // By one system call: a reader that gets the text without its end would wake up twice.
     char lineFeed = '\n';
     const iovec parts[] = {{const_cast<char*>(text.data()), text.size()}, {&lineFeed, 1}};
     const ssize_t count = writev(m_answers, parts, 2);

@@ -1,4 +1,4 @@
-// The line is drawn over itself by a carriage return, which every terminal knows.
+// The line is redrawn after a carriage return, which every terminal supports.
 
 #include "terminal/ProgressLine.h"
 
@@ -21,7 +21,7 @@ std::chrono::milliseconds delay() {
     return std::chrono::milliseconds(text == nullptr ? UsualDelay : std::strtol(text, nullptr, 10));
 }
 
-/// "import, 300 rows, 20 %". Nothing is said of a share that is not known yet.
+/// "import, 300 rows, 20 %". Parts that are not known yet are left out.
 std::string textOf(const Progress::Report& report) {
     std::string text = report.step;
     text += report.rows > 0 ? ", " + std::to_string(report.rows) + " rows" : "";
@@ -60,7 +60,8 @@ void ProgressLine::take(const Progress::Report& report) {
         draw("");
         return;
     }
-    // A report begins the work only if none is under way: its steps are reported one by one.
+    // A report begins the work only if no work is under way, because its steps are reported one by
+    // one.
     m_begin = m_isAtWork ? m_begin : now;
     m_isAtWork = true;
     m_text = textOf(report);
@@ -79,7 +80,7 @@ void ProgressLine::tick() {
 }
 
 void ProgressLine::draw(const std::string& text) {
-    // The last column would begin the next line.
+    // Text in the last column would move the cursor to the next line.
     const std::string shown = TerminalText::cut(text, Output::columnsOf(STDERR_FILENO) - 1);
     if (shown == m_drawn) {
         return;

@@ -1,5 +1,5 @@
 // A question goes to the terminal itself, not to the standard streams: those may be a file of rows
-// and a pipe, and an answer must come from a person.
+// and a pipe, and the answer must come from a person.
 
 #include "terminal/Question.h"
 
@@ -12,7 +12,7 @@
 #include "terminal/TerminalText.h"
 
 Question::Reply Question::ask(const std::string& question) {
-    // Two streams: one that reads and writes would have to seek between the two.
+    // Two streams, because one for reading and writing would have to seek between the two.
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> input(std::fopen("/dev/tty", "re"),
                                                                 std::fclose);
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(std::fopen("/dev/tty", "we"),

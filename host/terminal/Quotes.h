@@ -3,9 +3,8 @@
 
 #include <string>
 
-/// @p text with @p other for each @p character.
-/// Bytes are compared, so @p character must be one of ASCII: then no part of a character of UTF-8
-/// can be hit.
+/// @p text with each @p character replaced by @p other. Bytes are compared, so @p character must be
+/// ASCII; then it can't match a part of a UTF-8 character.
 inline std::string replaced(const std::string& text, char character, const char* other) {
     std::string result;
     for (const char each : text) {
@@ -14,8 +13,8 @@ inline std::string replaced(const std::string& text, char character, const char*
     return result;
 }
 
-/// @p text between two @p quote, for a language that ends a text by it; @p inside stands for one
-/// that is in the text. Names of SQL, cells of CSV and words of the shell differ only in these.
+/// @p text between two @p quote characters; each @p quote inside the text becomes @p inside. Names
+/// in SQL, cells in CSV and words of the shell differ only in these two.
 inline std::string quoted(const std::string& text, char quote, const char* inside) {
     return quote + replaced(text, quote, inside) + quote;
 }

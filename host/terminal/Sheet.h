@@ -4,16 +4,16 @@
 #include <string>
 #include <vector>
 
-/// Data as people see it: named columns, and rows with a text for each of them. What a cell means
-/// is known to the command that makes it; what it looks like is decided when it is printed.
-/// Each row has as many texts as there are columns. The texts are raw: who prints them makes
-/// control characters visible, or quotes them for the format.
+/// Data for people: named columns, and rows with a string for each column. The command that makes a
+/// sheet knows what its cells mean; the printer decides how it looks. Each row has as many strings
+/// as there are columns. The strings are raw: code that prints them must make control characters
+/// visible, or quote them for its format.
 struct Sheet {
     std::vector<std::string> columns;
     std::vector<std::vector<std::string>> rows;
-    bool isProse = false;  ///< cells are sentences or lists: broken on a terminal, never cut
+    bool isProse = false;  ///< cells are sentences or lists: wrapped on a terminal, never cut
     bool isTable = false;  ///< rows of the service: a table for people leaves out blank columns
-    std::vector<std::string> chosen = {};  ///< the columns of such a table; none for all
+    std::vector<std::string> chosen = {};  ///< the columns that such a table shows; empty for all
 };
 
 #endif

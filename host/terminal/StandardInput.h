@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-/// Lines of standard input, from where other readers of the C stream have left it. The stream of
-/// the C++ library is not used for them: as long as it shares its place with the C stream, it takes
-/// each byte by itself, which costs more than the answer to a long request.
+/// Reads lines of standard input, from where other readers of the C stream have stopped. It does
+/// not use std::cin: while that is synchronised with the C stream, it reads each byte separately,
+/// which costs more than the answer to a long request.
 class StandardInput {
 public:
     /// Waits for a line, without its line feed. False at the end of the input, and after an error.

@@ -1,5 +1,5 @@
-// Widths are counted in columns of a terminal, not in bytes or characters. Columns are narrowed
-// from the widest down, so that short ones stay readable, and never below what a number needs.
+// Widths are counted in columns of a terminal, not in bytes or characters. The widest columns are
+// narrowed first, so that short ones stay readable, and never so far that a number is cut.
 
 #include "terminal/TableText.h"
 
@@ -15,7 +15,7 @@ using Widths = std::vector<std::size_t>;
 constexpr std::size_t Gap = 2;        ///< blanks between columns
 constexpr std::size_t Narrowest = 6;  ///< a column that is cut further can't be read
 constexpr std::size_t NarrowestProse = 20;
-constexpr std::size_t NarrowestTerminal = 20;  ///< tables for narrower ones are made for this one
+constexpr std::size_t NarrowestTerminal = 20;  ///< a table for a narrower terminal has this width
 constexpr const char* Bold = "\x1b[1m";
 constexpr const char* Normal = "\x1b[0m";
 
@@ -36,13 +36,13 @@ std::size_t totalOf(const Widths& widths) {
            (widths.empty() ? 0 : (widths.size() - 1) * Gap);
 }
 
-/// Whether @p text is a number as telephones have them: cut, it would be another one.
+/// Whether @p text is a telephone number, which would be another number if it were cut.
 bool isNumber(const std::string& text) {
     return text.find_first_of("0123456789") != std::string::npos &&
            text.find_first_not_of("0123456789+-*#()./ ") == std::string::npos;
 }
 
-/// How narrow each column may become.
+/// The minimum width of each column.
 Widths floorsOf(const Sheet& sheet) {
     Widths floors(sheet.columns.size(), sheet.isProse ? NarrowestProse : Narrowest);
     for (const auto& row : sheet.rows) {
@@ -53,7 +53,8 @@ Widths floorsOf(const Sheet& sheet) {
     return floors;
 }
 
-/// Takes from the widest column that can be narrower until all fit. False when they can't.
+/// Narrows the widest column that can be narrowed, until all columns fit. False if that is not
+/// possible.
 bool fit(Widths& widths, const Widths& floors, std::size_t width) {
     while (totalOf(widths) > width) {
         std::size_t widest = widths.size();
@@ -69,7 +70,7 @@ bool fit(Widths& widths, const Widths& floors, std::size_t width) {
     return true;
 }
 
-/// Blanks are written before the next cell that has text, so that no line ends with them.
+/// Blanks are written only before the next cell with text, so that no line ends with blanks.
 std::string lineOf(const std::vector<std::string>& cells, const Widths& widths) {
     std::string line;
     std::size_t blanks = 0;
@@ -84,7 +85,7 @@ std::string lineOf(const std::vector<std::string>& cells, const Widths& widths) 
     return line;
 }
 
-/// @p text in pieces of at most @p width columns, parted at blanks; a word that is longer is cut.
+/// @p text in pieces of at most @p width columns, split at blanks; a longer word is cut.
 std::vector<std::string> broken(const std::string& text, std::size_t width) {
     if (TerminalText::width(text) <= width) {
         return {TerminalText::visible(text)};
@@ -104,7 +105,7 @@ std::vector<std::string> broken(const std::string& text, std::size_t width) {
     return pieces;
 }
 
-/// A row of prose: as many lines as its longest cell needs.
+/// A row of prose, with as many lines as its longest cell needs.
 std::string proseOf(const std::vector<std::string>& row, const Widths& widths) {
     std::vector<std::vector<std::string>> pieces;
     std::size_t lines = 1;
@@ -137,7 +138,7 @@ bool isBlank(const Sheet& sheet, std::size_t column) {
                        [column](const auto& row) { return row[column].empty(); });
 }
 
-/// Those of the columns @p names in which any row has something, in that order.
+/// The columns in @p names that are not blank in all rows, in that order.
 Sheet filled(const Sheet& sheet, const std::vector<std::string>& names) {
     Sheet rest{
         {}, std::vector<std::vector<std::string>>(sheet.rows.size()), sheet.isProse, sheet.isTable};
@@ -155,7 +156,7 @@ Sheet filled(const Sheet& sheet, const std::vector<std::string>& names) {
     return rest;
 }
 
-/// Where columns are too narrow for sentences: each cell on lines of its own.
+/// If columns are too narrow for sentences: each cell on lines of its own.
 std::string proseRecordOf(const std::vector<std::string>& row, std::size_t width) {
     std::string text;
     for (const std::string& cell : row) {
@@ -166,8 +167,8 @@ std::string proseRecordOf(const std::vector<std::string>& row, std::size_t width
     return text;
 }
 
-/// A line a value, a blank line between rows, the values aligned. A number that does not fit after
-/// its name has a line to itself.
+/// Each value on a line, the values aligned, and a blank line between rows. A number that does not
+/// fit after its name has a line to itself.
 std::string recordsOf(const Sheet& sheet, std::size_t width, bool isBold) {
     std::size_t names = 0;
     for (const std::string& column : sheet.columns) {

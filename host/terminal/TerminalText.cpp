@@ -1,5 +1,5 @@
-// What is escaped is decided by character, after decoding: a control character of the second range
-// has two bytes in UTF-8, and bytes that are no UTF-8 could be anything to a terminal.
+// The text is decoded first, and then each character is escaped or not: a control character of the
+// second range has two bytes in UTF-8, and a terminal could interpret invalid bytes in any way.
 
 #include "terminal/TerminalText.h"
 
@@ -22,7 +22,7 @@ struct CharacterRange {
     char32_t last;
 };
 
-/// Marks that turn the direction of all that follows on a line.
+/// Marks that change the direction of the following text on a line.
 constexpr CharacterRange Turns[] = {
     {0x61c, 0x61c}, {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069}};
 
@@ -53,8 +53,8 @@ std::size_t widthOf(char32_t character) {
     return character == SoftHyphen || width < 0 ? 0 : static_cast<std::size_t>(width);
 }
 
-/// Calls @p take with each character of a text that was made visible, as bytes, and its width; as
-/// long as it returns true.
+/// Calls @p take with the bytes and the width of each character of a text made visible, as long as
+/// it returns true.
 template <typename Take>
 void forEachCharacter(std::string_view text, Take take) {
     while (!text.empty()) {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-/// Questions about texts that C++17 has no words for. Texts are compared byte by byte.
+/// Comparisons of strings that C++17 does not have. Strings are compared byte by byte.
 namespace TextParts {
 
 /// True for an empty @p part; the same holds for endsWith().

@@ -1,5 +1,5 @@
-// A table says where a character ends, since the library does not say how much of a broken one
-// belongs together; the number of a character comes from the library.
+// A table decides where a character ends, because the library does not report how many bytes of an
+// invalid character belong together. The library returns the number of a character.
 
 #include "terminal/Utf8.h"
 
@@ -11,8 +11,8 @@ namespace {
 
 const char* const Replacement = "\xEF\xBF\xBD";
 
-/// What may stand first, how many bytes follow it, and the range of the first of these; that range
-/// is where overlong forms, surrogates and numbers beyond the last character are shut out.
+/// The first byte of a character, how many bytes follow, and the range of the second one. That
+/// range excludes overlong forms, surrogates and numbers beyond the last character.
 struct Lead {
     unsigned char first, last;
     std::size_t following;
@@ -34,7 +34,7 @@ bool isCarriedByXml(char32_t character) {
 
 std::string_view Utf8::first(std::string_view text, char32_t& character) {
     if (const auto byte = static_cast<unsigned char>(text.front()); byte < 0x80) {
-        character = byte;  // most texts have no others
+        character = byte;  // most texts have no other characters
         return text.substr(0, 1);
     }
     const Front found = front(text);
@@ -87,7 +87,8 @@ std::size_t Utf8::endOfPiece(std::string_view text, std::size_t length) {
     for (int back = 0; back < 3 && continues(end); ++back) {
         --end;
     }
-    // A character has at most three bytes that continue it, so after four of them none is open.
+    // A character has at most three continuation bytes, so after four of them no character is
+    // incomplete.
     return continues(end) ? length : end;
 }
 

@@ -1,5 +1,5 @@
-// The invoker of the service speaks to adapters through streams. The host itself reads and writes
-// lines by JsonRpc, without this copy.
+// The service's invoker uses adapters through streams. The host itself parses and writes lines by
+// JsonRpc, without this copy.
 
 #include "wire/JsonAdapter.h"
 

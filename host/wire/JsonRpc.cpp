@@ -1,6 +1,6 @@
-// A message is read by events and never becomes a tree of JSON: a tree takes many times the bytes
-// of its text, and a client decides how long that is. Answers are written as text for the same
-// reason, into a string that is as large as it will become.
+// A message is parsed by events and never becomes a JSON tree: a tree takes many times the memory
+// of its text, and clients decide how long a text is. For the same reason answers are written
+// directly, into a string with the final size.
 
 #include "wire/JsonRpc.h"
 
@@ -19,7 +19,7 @@ namespace {
 const std::string Start = R"({"jsonrpc":"2.0",)";
 const std::string MethodMember = R"("method":)";
 const std::string ParametersMember = R"(,"params":)";
-/// Of an answer or a parameter: at least what stands around the texts.
+/// For an answer or a parameter: at least the size of the text around the strings.
 constexpr std::size_t SizeOfFrame = 32;
 
 std::string errorAnswer(int code, const std::string& words) {
@@ -43,8 +43,8 @@ bool appendParameters(std::string& out, const Method& method, std::size_t limit)
     return out.size() <= limit;
 }
 
-/// Reads a message by events, so that its size and depth cost nothing but the reading. Of two
-/// members of one name the last counts; two parameters of one name are both kept.
+/// Parses a message by events, so that its size and depth cost no extra memory. If two members have
+/// the same name, the last one counts; two parameters of the same name are both kept.
 class Reader : public nlohmann::json_sax<json> {
 public:
     explicit Reader(JsonRpc::Message& message) : m_message(message) {}
@@ -162,14 +162,14 @@ private:
         return true;
     }
 
-    /// A value of a type that its place does not take.
+    /// A value of a type that is not allowed here.
     void onOther() {
         m_message.hasMethod = m_message.hasMethod && !isMember("method");
         m_message.hasVersion = m_message.hasVersion && !isMember("jsonrpc");
         m_message.hasBadId = m_message.hasBadId || isMember("id");
     }
 
-    /// False ends the reading.
+    /// False ends the parse.
     bool enter() { return ++m_depth <= JsonRpc::DepthLimit; }
 
     bool leave() {
@@ -194,7 +194,7 @@ const std::string JsonRpc::InvalidRequest = errorAnswer(-32600, "Invalid Request
 JsonRpc::Message JsonRpc::read(std::string_view line) {
     Message message;
     Reader reader(message);
-    // The parser would take a zero byte for the end.
+    // The parser would treat a zero byte as the end.
     message.isJson = line.find('\0') == std::string_view::npos && json::sax_parse(line, &reader);
     return message;
 }
@@ -215,7 +215,8 @@ std::string JsonRpc::toCall(const std::string& notification, const std::string& 
 std::optional<std::string> JsonRpc::answer(const Method& reply, const std::string& id,
                                            std::size_t limit) {
     std::string text;
-    // Room for the line feed too, which the answer gets on its way: no long one is there twice.
+    // Includes space for the line feed that is added to the answer, so that a long answer is not
+    // reallocated.
     std::size_t size = Start.size() + id.size() + SizeOfFrame;
     for (const Parameter& parameter : reply.parameters()) {
         size += SizeOfFrame + parameter.name.size() + parameter.text.size() +

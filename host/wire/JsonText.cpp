@@ -1,6 +1,6 @@
-// Answers of several megabytes pass through here, and nearly all their bytes are plain. Eight bytes
-// are tested at once by arithmetic on a word, and whole runs are copied; only a byte that is not
-// plain is looked at by itself.
+// Answers of several megabytes are written here, and nearly all their bytes are plain. Eight bytes
+// are tested at once by arithmetic on a word, and whole runs are copied. Only bytes that are not
+// plain are examined one by one.
 
 #include "wire/JsonText.h"
 
@@ -17,7 +17,7 @@ constexpr std::uint64_t inEachByte(unsigned char byte) {
     return 0x0101010101010101U * byte;
 }
 
-/// Whether a byte of @p bytes is zero. One that holds 0x80 or more may count as one too.
+/// Whether a byte of @p bytes is zero. A byte of 0x80 or more may give a false positive.
 constexpr bool hasZero(std::uint64_t bytes) {
     return ((bytes - inEachByte(1)) & ~bytes & inEachByte(0x80)) != 0;
 }
@@ -27,7 +27,7 @@ bool isPlain(char character) {
     return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
 }
 
-/// Whether eight bytes are plain ones: below 0x80, no control characters, nothing to be escaped.
+/// Whether eight bytes are all plain: below 0x80, no control characters, no characters to escape.
 bool arePlain(const char* bytes) {
     std::uint64_t word = 0;
     std::memcpy(&word, bytes, sizeof(word));
@@ -36,7 +36,7 @@ bool arePlain(const char* bytes) {
            !hasZero(word ^ inEachByte('\\'));
 }
 
-/// How many bytes from @p at on can be taken over as they are, whole characters alone.
+/// How many bytes from @p at on can be copied unchanged; only complete characters.
 std::size_t lengthOfRun(std::string_view text, std::size_t at) {
     const std::size_t begin = at;
     while (at < text.size()) {

@@ -4,14 +4,13 @@
 #include <string>
 #include <string_view>
 
-/// Strings of JSON. What need not be escaped is taken over in runs: answers are long, and most of
-/// their bytes are of that kind.
+/// Writes JSON strings. Characters that need no escape are copied in runs, because answers are long
+/// and mostly consist of them.
 namespace JsonText {
 
-/// Appends @p text between quotes to @p out. What is no UTF-8 becomes U+FFFD. False when @p out
-/// would be longer than @p limit; its end is not whole then.
-/// Control characters, quotes and backslashes are escaped, and nothing else is: other programs show
-/// the text as people wrote it.
+/// Appends @p text between quotes to @p out. Bytes that are not UTF-8 become U+FFFD. False if
+/// @p out would be longer than @p limit; it is incomplete then. Only control characters, quotes and
+/// backslashes are escaped, so that other programs show the text as people wrote it.
 [[nodiscard]] bool append(std::string& out, std::string_view text, std::size_t limit);
 
 /// @p text between quotes.

@@ -1,6 +1,5 @@
-// Lines are handed out as views of the bytes that were received, and each byte is searched for a
-// line feed once. So a message that comes in many small pieces costs no more than one that comes at
-// once.
+// Lines are returned as views of the received bytes, and each byte is searched for a line feed only
+// once. So a message in many small pieces costs no more than one that comes at once.
 
 #include "wire/LineCutter.h"
 
@@ -11,7 +10,8 @@
 namespace {
 
 constexpr std::size_t SmallestRoom = 4096;
-/// As much as a socket holds. Room that nothing is put into would count as a begun line.
+/// As much as a socket buffers. More would be counted as an unfinished line, even if it is never
+/// filled.
 constexpr std::size_t LargestRoom = 256 * 1024;
 
 }  // namespace
@@ -21,7 +21,7 @@ void LineCutter::resize(std::size_t size) {
     if (block == nullptr) {
         throw std::bad_alloc();
     }
-    (void)m_buffer.release();  // which is part of the new block, or free
+    (void)m_buffer.release();  // it is now part of the new block, or freed
     m_buffer.reset(block);
     m_size = size;
 }
@@ -34,7 +34,7 @@ LineCutter::Room LineCutter::room() {
         m_end = kept;
         m_begin = 0;
     }
-    // A client that once sent much does not keep the room for it.
+    // A client that once sent much does not keep the memory for it.
     const std::size_t size = kept + std::clamp(kept, SmallestRoom, LargestRoom);
     if (m_size < size || kept == 0) {
         resize(size);

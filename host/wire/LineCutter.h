@@ -6,13 +6,13 @@
 #include <memory>
 #include <string_view>
 
-/// Cuts a stream of bytes into lines, as the bytes come.
+/// Cuts a stream of bytes into lines while the bytes arrive.
 class LineCutter {
 public:
-    /// The longest line that a host takes, without its line feed.
+    /// The longest line that a host accepts, without its line feed.
     static constexpr std::size_t MessageLimit = 8 * 1024 * 1024;
 
-    /// What next() has found. Nothing: more bytes have to come first.
+    /// The result of next(). Nothing: more bytes must arrive first.
     enum class Found { Line, Nothing, TooLong };
 
     explicit LineCutter(std::size_t limit) : m_limit(limit) {}
@@ -21,10 +21,11 @@ public:
     void setLimit(std::size_t limit) { m_limit = limit; }
     std::size_t limit() const { return m_limit; }
 
-    /// Bytes that lines are gathered in, also while none has begun.
+    /// Size of the buffer for lines, even if no line has begun.
     std::size_t memory() const { return m_size; }
 
-    /// Where the next bytes are to be put; moves what is kept, so that lines given before are gone.
+    /// Where to put the next bytes. This moves the stored bytes, so lines returned before become
+    /// invalid.
     struct Room {
         char* begin;
         std::size_t size;
@@ -34,7 +35,7 @@ public:
     /// Says that @p count bytes were put there.
     void filled(std::size_t count) { m_end += count; }
 
-    /// Forgets what was put there and not handed out.
+    /// Drops the bytes that were put there and not returned yet.
     void drop() { m_begin = m_searched = m_end = 0; }
 
     /**
@@ -42,13 +43,13 @@ public:
      *
      * @param line takes the line without its line feed, or the beginning of one that is longer than
      *             the limit; valid until the next call of room()
-     * @return TooLong as soon as that is sure; there is no way on from there
+     * @return TooLong as soon as that is certain; no further line can be read then
      */
     Found next(std::string_view& line);
 
 private:
-    /// Takes a block of @p size bytes in place of the present one, with its bytes. std::bad_alloc
-    /// if the system has no such block; the present one stays then.
+    /// Replaces the current block by one of @p size bytes with the same contents. Throws
+    /// std::bad_alloc if the system has no memory; the current block stays then.
     void resize(std::size_t size);
 
     struct Free {
@@ -56,12 +57,12 @@ private:
     };
 
     std::size_t m_limit;
-    /// From malloc, since a large block that grows then moves without a copy.
+    /// Allocated by malloc, because realloc can then move a large block without a copy.
     std::unique_ptr<char, Free> m_buffer;
     std::size_t m_size = 0;
-    std::size_t m_begin = 0;     ///< of what is not handed out yet
+    std::size_t m_begin = 0;     ///< start of the bytes not returned yet
     std::size_t m_searched = 0;  ///< no line feed between m_begin and here
-    std::size_t m_end = 0;       ///< of what was filled in
+    std::size_t m_end = 0;       ///< end of the bytes filled in
 };
 
 #endif

@@ -1,6 +1,6 @@
-// Both documents are made from the table of methods, so that a client that checks its messages by
-// them checks what the host really takes. Failures and refusals by access rules have the form of
-// answers too and stand next to each result.
+// Both documents are made from the table of methods, so they describe exactly the messages that the
+// host accepts. Failures and refusals by access rules have the form of answers too, and are listed
+// next to each result.
 
 #include "wire/MethodContract.h"
 
@@ -69,14 +69,14 @@ Json objectOf(const std::vector<Value>& values) {
     return objectOf(properties, required);
 }
 
-/// Whether access rules may refuse it, and the refusal is no answer of a request.
+/// Whether access rules may refuse the method with an answer other than that of a request.
 bool isAcknowledgedAsRefused(const Row& method) {
     const Methods::Access& access = method.access;
     return method.kind != Methods::Kind::OneWay && access.place != Methods::Place::Request &&
            (access.everywhere | access.ofSchema) != Methods::None;
 }
 
-/// The two protocols differ for the methods on files alone: one string in XML goes in, and the
+/// The two protocols differ only for the methods on files: in XML the call has one string, and the
 /// acknowledgement is a word.
 Json xmlFormOf(const Row& method) {
     Json in = Json::object();
@@ -136,7 +136,7 @@ Json resultOf(const Row& method) {
     return {{"anyOf", any}};
 }
 
-/// A whole answer: it does not name its method, so it may be that of any.
+/// A whole answer. It does not name its method, so it may belong to any.
 Json answerOf(const std::string& method) {
     return objectOf({{"jsonrpc", {{"const", "2.0"}}},
                      {"id", Json::object()},
@@ -162,7 +162,7 @@ Json events() {
     return all;
 }
 
-/// The answer to what is no call, which has no id to go by.
+/// The answer to a text that is not a call; it has no id of a call.
 Json errorOf(int code, const char* text) {
     const Json error = objectOf({{"code", {{"const", code}}}, {"message", {{"const", text}}}},
                                 {"code", "message"});
@@ -171,14 +171,14 @@ Json errorOf(int code, const char* text) {
         {"jsonrpc", "id", "error"});
 }
 
-/// The two answers to what is no call, by their names.
+/// The two answers to a text that is not a call, by name.
 const struct {
     const char* name;
     int code;
     const char* text;
 } Errors[] = {{"ParseError", -32700, "Parse error"}, {"InvalidRequest", -32600, "Invalid Request"}};
 
-/// References to all members of @p group, of which a message is one.
+/// Adds references to all members of @p group; a message must match one of them.
 void addReferences(Json& references, const std::string& group, const Json& members) {
     for (const auto& member : members.items()) {
         references.push_back({{"$ref", "#/$defs/" + group + "/" + member.key()}});

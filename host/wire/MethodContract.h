@@ -3,21 +3,21 @@
 
 #include <string>
 
-/// What the messages of the remote methods look like, for programs that check or generate them.
+/// The form of the remote methods' messages, for programs that check or generate them.
 namespace MethodContract {
 
 /**
- * A JSON schema of every message in JSON: a call, or one that a listener hears.
+ * A JSON schema of every message in JSON: a call, or a message for a listener.
  *
- * Below "$defs", "calls" and "results" hold the call and the result of each method by its name, and
- * "events" what a listener hears, "errors" the answers to what is no call. "xml", which no message
- * is checked by, has the parameters of the other protocol for each method: the names and types of
- * those that go in and of those that come out.
+ * Under "$defs", "calls" and "results" have the call and the result of each method by its name,
+ * "events" the messages for listeners, and "errors" the answers to texts that are no calls. "xml"
+ * is not used to check messages: it lists each method's parameters in the other protocol, with
+ * names and types of the in and out parameters.
  */
 std::string json();
 
-/// An OpenRPC document of the methods, for generators of clients. What listeners hear stands under
-/// "x-notifications", since OpenRPC knows of no calls by the server.
+/// An OpenRPC document of the methods, for generators of clients. Messages for listeners are under
+/// "x-notifications", because OpenRPC has no calls by the server.
 std::string openRpc();
 
 }  // namespace MethodContract

@@ -1,6 +1,6 @@
-// A method is one row, so that adding one touches no code: dispatch, contracts, completion, help
-// and the tables of the clients all walk these rows. The order is that of the documents; the names,
-// types and directions are a promise to clients and do not change.
+// A method is one row: dispatch, contracts, completion, help and the clients' tables are all made
+// from these rows. The order is that of the documents. Clients rely on the names, types and
+// directions, so these do not change.
 
 #include "wire/Methods.h"
 

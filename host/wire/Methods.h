@@ -9,15 +9,15 @@
 /**
  * The table of the remote methods, those of the service and those of the host itself.
  *
- * What the host answers itself, the command line with its help and completion, the JSON schema, the
- * table of the Python client and the one in docs/remote.md all follow from its rows. A method of
- * the host is a row here and a function in framework/HostMethods.cpp; then run scripts/contracts.
+ * From its rows follow which methods the host answers itself, the command line with its help and
+ * completion, the JSON schema, and the tables of the Python client and docs/remote.md. To add a
+ * method of the host, add a row here and a function in framework/HostMethods.cpp; then run
+ * scripts/contracts.
  */
 namespace Methods {
 
-/// What a client may be allowed to do, as bits.
-/// They are the words of the file of access rules: a row there names users and rights. A right that
-/// is added here needs its word there and in docs/remote.md.
+/// Rights of a client, as bits. In the file of access rules each has a word. If you add a right
+/// here, add its word there and in docs/remote.md.
 enum Right : unsigned {
     None = 0,
     Read = 1,
@@ -30,23 +30,22 @@ enum Right : unsigned {
     All = 127
 };
 
-/// Where a call names the schema that it works on.
+/// Where a call names its schema.
 enum class Place {
-    Nowhere,    ///< it works on none
+    Nowhere,    ///< it has no schema
     Fixed,      ///< always the same one
     Parameter,  ///< a parameter holds its name
-    List,       ///< a parameter holds names, joined by commas; blank for all
-    Request     ///< a parameter holds a request: its reason and its schema decide
+    List,       ///< a parameter holds names joined by commas; blank means all
+    Request     ///< a parameter holds a request, and its reason and schema decide
 };
 
-/// What a client must be allowed to do for a call.
-/// Access rules go by this row alone and never by the name of a method, so a new method is judged
-/// by what its row says.
+/// The rights that a client needs for a call. Access rules use only this row and never the name of
+/// a method, so a new method is checked by the contents of its row.
 struct Access {
     unsigned everywhere;  ///< rights that are needed for all schemas
     unsigned ofSchema = None;
     Place place = Place::Nowhere;
-    const char* name = "";  ///< of the schema or of the parameter
+    const char* name = "";  ///< name of the schema or of the parameter
 };
 
 /// One parameter, in its typed form.
@@ -55,12 +54,12 @@ struct Value {
     Parameter::directions direction;
     Parameter::Type type;
     const char* text;      ///< what it is, in one sentence
-    bool isAlways = true;  ///< false: may be left out, or comes only after a success
+    bool isAlways = true;  ///< false: it is optional, or appears only after a success
 };
 
 enum class Kind {
-    Service,  ///< the service answers it
-    OneWay,   ///< the service carries it out and gives no answer
+    Service,  ///< the service executes and answers it
+    OneWay,   ///< the service executes it without an answer
     Host      ///< the host answers it itself
 };
 
@@ -71,39 +70,39 @@ struct Row {
     std::vector<Value> values;
     Access access;
     Kind kind = Kind::Service;
-    /// The one parameter, an XML string, that takes the place of the others in the XML protocol;
-    /// null for methods that have the same form in both.
+    /// The single parameter, an XML string, that replaces the others in the XML protocol; null for
+    /// methods with the same form in both protocols.
     const char* xmlParameter = nullptr;
 
     /// The parameters of one direction, in their order.
     std::vector<Value> of(Parameter::directions direction) const;
 };
 
-/// What a listener hears: a call by the host that gets no answer. Its values all go out.
+/// A message for listeners: a call by the host without an answer. All its values are out
+/// parameters.
 struct Event {
     const char* name;
-    const char* text;  ///< when a listener hears it, in one sentence
+    const char* text;  ///< when it is sent, in one sentence
     std::vector<Value> values;
 };
 
-/// All of them.
+/// All messages for listeners.
 const std::vector<Event>& events();
 
-/// A reason of requests, and the right that it needs for its schema.
-/// Which reasons a schema serves is up to the schema; what a client must be allowed to do follows
-/// from the reason alone.
+/// A reason of requests, and the right that it needs for its schema. Each schema decides which
+/// reasons it serves; the needed right depends only on the reason.
 struct Reason {
     const char* name;
     Right right;
 };
 
-/// All reasons that a schema serves.
+/// All reasons that any schema serves.
 const std::vector<Reason>& reasons();
 
-/// The right that a request of the reason @p name needs: Write for one that is not known.
+/// The right that a request with the reason @p name needs; Write for an unknown reason.
 Right rightOf(const std::string& name);
 
-/// All methods, in the order of documents.
+/// All methods, in the order of the documents.
 const std::vector<Row>& all();
 
 /// The method of that name, or null.
@@ -115,7 +114,7 @@ std::vector<std::string> names();
 /// One line for each method, with the names and types of its in parameters.
 std::string listing();
 
-/// One parameter as it stands in the listing, such as "Request=STRING".
+/// One parameter in the form of the listing, such as "Request=STRING".
 std::string toText(const Value& parameter);
 
 }  // namespace Methods

@@ -5,9 +5,9 @@
 
 #include "Parameter.h"
 
-/// The value of @p parameter as text; @p write makes the text of a string or of XML.
-/// Both protocols write a number and a truth value alike; what differs is how each of them quotes a
-/// string. The text is not terminated by a line feed.
+/// The value of @p parameter as text; @p write converts a string or XML. Both protocols write
+/// numbers and truth values in the same way, and differ in how they quote a string. There is no
+/// line feed at the end.
 template <typename Write>
 std::string textOf(const Parameter& parameter, Write write) {
     switch (parameter.type) {

@@ -1,5 +1,5 @@
-// The system cuts nothing off: a path that is too long would silently name another socket, so it is
-// refused with its limit.
+// The length is checked, because a path that is too long must not be cut: it would name another
+// socket.
 
 #include "wire/SocketAddress.h"
 

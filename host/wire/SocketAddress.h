@@ -6,14 +6,14 @@
 
 #include <string>
 
-/// The address of a socket file.
-/// Until set() has returned true it names no file. It keeps a copy of the path.
+/// The address of a socket file. Before set() has returned true, it is empty. It has its own copy
+/// of the path.
 class SocketAddress {
 public:
-    /// False when @p path is empty or longer than the system takes, with the reason in @p error.
+    /// False, with the reason in @p error, if @p path is empty or longer than the system allows.
     [[nodiscard]] bool set(const std::string& path, std::string& error);
 
-    /// As bind() and connect() take them; valid as long as the object.
+    /// The form that bind() and connect() need; valid as long as the object.
     const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&m_address); }
     static constexpr socklen_t size() { return sizeof(sockaddr_un); }
 
@@ -21,7 +21,7 @@ private:
     sockaddr_un m_address{};
 };
 
-/// A new socket of that kind, closed when another program is run; -1 with errno for none.
+/// A new socket for such addresses, which child programs do not inherit; -1 with errno on failure.
 int makeSocket();
 
 #endif

@@ -1,6 +1,6 @@
-// The older protocol, which web management speaks. A message is one line, so line ends inside a
-// value travel as references. Unlike answers of the service, values are escaped here, and a parser
-// of XML reads them back as they were.
+// The older protocol, used by web management. A message is one line, so line ends inside a value
+// become character references. Unlike in answers of the service, values are escaped here, and an
+// XML parser returns them unchanged.
 
 #include "wire/XmlAdapter.h"
 
@@ -32,13 +32,13 @@ constexpr TypeName TypeNames[] = {
     {Parameter::Type::Xml, "Xml"},
 };
 
-/// What a parse has found so far.
+/// The state of a parse.
 struct Reader {
     Method method;
     int depth = 0;
     std::size_t parameters = 0;
     bool isMessage = true;
-    const TypeName* type = nullptr;  ///< of the parameter that is open
+    const TypeName* type = nullptr;  ///< type of the open parameter
     std::string name;
     std::string value;
 };
@@ -117,8 +117,8 @@ void onCharacters(void* userData, const char* text, int length) {
     }
 }
 
-/// Text as it stands in an attribute or an element of a message, which is one line. A parser would
-/// change the characters that are written as references.
+/// Escapes text for an attribute or an element of a message, which is one line. Characters that a
+/// parser would change become references.
 std::string escaped(std::string_view text) {
     const std::string named = ClientUtils::escapeXMLString(Utf8::forXml(text));
     std::string line;
@@ -133,7 +133,7 @@ std::string escaped(std::string_view text) {
     return line;
 }
 
-/// Appends @p text in pieces, so that a long one is never there twice. False when @p out would be
+/// Appends @p text in pieces, so that a long text is not in memory twice. False if @p out would be
 /// longer than @p limit.
 bool appendEscaped(std::string& out, std::string_view text, std::size_t limit) {
     constexpr std::size_t piece = 64 * 1024;
@@ -145,7 +145,8 @@ bool appendEscaped(std::string& out, std::string_view text, std::size_t limit) {
     return out.size() <= limit;
 }
 
-/// How long the escaped @p text becomes, about: a long answer that grows on its way is there twice.
+/// The approximate length of @p text when escaped. A long answer that grows step by step would be
+/// in memory twice.
 std::size_t escapedSize(const std::string& text) {
     constexpr std::pair<char, int> longer[] = {{'&', 4}, {'<', 3}, {'>', 3}, {'"', 5}, {'\'', 5}};
     auto size = text.size();
@@ -171,7 +172,7 @@ bool XmlAdapter::decode(std::istream& stream, Method& method) {
 
 bool XmlAdapter::read(std::string_view line, Method& method) {
     Reader reader;
-    // The parser would stop at a zero byte and take what stands before it for the whole.
+    // The parser would stop at a zero byte and treat the text before it as the whole message.
     if (line.size() > INT_MAX || line.find('\0') != std::string::npos || !Utf8::isValid(line) ||
         XmlHandler(&reader, onStart, onEnd, onCharacters)
                 .parseMessage(line.data(), static_cast<int>(line.size())) == 0 ||

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// Small operations on text that all services of the telephone share. None of them throws of its
-/// own.
+/// Small operations on strings that all services of the telephone share. They throw no exceptions
+/// of their own.
 class ClientUtils {
 public:
     static std::string itos(int value);
@@ -38,31 +38,30 @@ public:
     static std::string unescapeXMLString(const std::string& text);
 
     /**
-     * Cuts one line of a CSV data file into @p fields, which is emptied first. Cuts stand at commas
-     * that no backslash precedes; "\," becomes "," and every other backslash stays; quotes are
-     * ordinary; one carriage return at the line's end is dropped. An empty line has no fields, a
-     * comma at the end means one more field, which is empty.
+     * Splits one line of a CSV data file into @p fields, which is emptied first. It splits at
+     * commas without a backslash in front. "\," becomes ",", and every other backslash stays.
+     * Quotes have no meaning. One carriage return at the line's end is dropped. An empty line has
+     * no fields; a comma at the end means one more, empty field.
      */
     static void splitString(const std::string& line, std::vector<std::string>& fields);
 
-    /// The longest line of a file that is read, in bytes without its line feed. A longer one would
-    /// fill the memory.
+    /// The longest line that is read from a file, in bytes without its line feed. A longer line
+    /// could fill the memory.
     static constexpr std::size_t LongestLine = 1024 * 1024;
 
     enum class Line { Read, TooLong, End };
-    /// Reads one line from @p stream, which is passed over and gives blank text when it is too
-    /// long.
+    /// Reads one line from @p stream. A line that is too long is skipped, and @p line is blank.
     static Line readLine(std::istream& stream, std::string& line);
 
-    /// Reads one line from @p stream and cuts it like splitString. A line that is too long is
-    /// logged at level 2 and has no fields. False when there was no line.
+    /// Reads one line from @p stream and splits it like splitString. A line that is too long is
+    /// logged at level 2 and has no fields. False at the end of the stream.
     static bool readLineFromCsvFileAndParse(std::istream& stream, std::vector<std::string>& fields);
 
     /// Reads the line "#$VERSION=N" into @p version. False when the line is not of that form.
     static bool getVersion(std::istream& stream, int& version);
 
     /**
-     * Reads the line "#$COLUMNS=…" and gives for each of @p names its place in it, counted from 0.
+     * Reads the line "#$COLUMNS=…" and returns for each of @p names its index in it, from 0.
      *
      * @return false when the line is not of that form or lacks one of the names.
      */
@@ -71,7 +70,7 @@ public:
 
     /// Whether @p name is a setting or a column that holds a known password. Exact comparison.
     static bool isKnownPasswordDAS(const std::string& name);
-    /// What may be printed of @p value: "*****" when @p name holds a secret, else the value.
+    /// The printable form of @p value: "*****" if @p name holds a secret, else the value.
     static std::string hidePasswordDAS(const std::string& name, const std::string& value);
 };
 

@@ -3,13 +3,13 @@
 
 #include <string>
 
-/// The channel over which a raw message reached a service.
-/// Owned by the framework and valid during the call that hands it over.
+/// The channel over which a raw message reached a service. Owned by the framework and valid during
+/// the call that passes it.
 class CommsChannelIfc {
 public:
     virtual ~CommsChannelIfc();
 
-    /// Sends @p text back over the channel; false when the peer is gone.
+    /// Sends @p text back over the channel; false if the peer has disconnected.
     virtual bool send(const std::string& text) = 0;
 };
 

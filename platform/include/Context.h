@@ -5,7 +5,7 @@
 
 class Executable;
 
-/// The framework as a service sees it: the register of what runs next to it.
+/// The framework as a service sees it: the list of services that run next to it.
 class Context {
 public:
     virtual ~Context();

@@ -3,9 +3,8 @@
 
 class Semaphore;
 
-/// Holds a semaphore from construction to the end of the scope, also when an exception leaves it.
-/// It must end on the same path on which it was made: a semaphore belongs to no thread, so one that
-/// is never given stays taken for all.
+/// Holds a semaphore from construction to the end of the scope, even if an exception is thrown. A
+/// semaphore has no owning thread: if it is never released, it stays taken for all.
 class CriticalSection {
 public:
     /// Waits for @p semaphore, which must outlive this object; not owned.

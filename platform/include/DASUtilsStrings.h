@@ -4,7 +4,7 @@
 #include <string>
 
 /**
- * The texts that the telephone's services agree on: schemas, tables, columns and reasons.
+ * The strings that the telephone's services share: schemas, tables, columns and reasons.
  *
  * Each constant is defined once, in the platform library, and is ready before the start-up tables
  * of a library that is loaded after it. Tables of other units hold the constants' addresses.

@@ -7,9 +7,9 @@
  * Encryption of stored passwords with the telephone's own key.
  *
  * The key is the file "dascrypt.key" next to the database: in the directory that "DB_PATH" of the
- * environment names, or in the working directory when that is unset. It holds 32 random bytes, its
- * owner alone may read it, and the first use makes it. A key file that is there is never replaced:
- * what it encrypted would be lost.
+ * environment names, or in the working directory when that is unset. It holds 32 random bytes, only
+ * its owner may read it, and the first use creates it. An existing key file is never replaced,
+ * because passwords that were encrypted with it would be lost.
  */
 class DasCrypt {
 public:
@@ -17,9 +17,9 @@ public:
     static std::string keyPlace();
 
     /**
-     * Encrypts @p plain. The result is "das1:" and, in base64 with padding, 24 random bytes and
-     * what XChaCha20-Poly1305 (IETF) makes of the text with them, "das1:" being the additional
-     * data. So the same text never gives the same result twice, and a changed result can be told.
+     * Encrypts @p plain. The result is "das1:" followed, in base64 with padding, by 24 random bytes
+     * (the nonce) and the output of XChaCha20-Poly1305 (IETF), with "das1:" as additional data. So
+     * the same text never has the same result twice, and a changed result is detected.
      *
      * @return blank for a blank text; blank also when there is no usable key, which is in the log.
      *         Any thread may call this; another process may make the key at the same time.

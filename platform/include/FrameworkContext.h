@@ -6,7 +6,7 @@
 class ProtocolAdapter;
 class Proxy;
 
-/// The framework as an invoker sees it. Any thread may ask.
+/// The framework as an invoker sees it. Any thread may call.
 class FrameworkContext {
 public:
     virtual ~FrameworkContext();

@@ -3,14 +3,14 @@
 
 #include <functional>
 
-/// Sleeping, in one place so that a test need not wait.
-/// All operations may be called by any thread; the sleeper is one for the process.
+/// Sleeping, in one place, so that a test need not wait. Any thread may call; there is one sleeper
+/// for the process.
 class GPALSleep {
 public:
-    /// Puts the calling thread to sleep for @p seconds, less when the process is about to end.
+    /// Puts the calling thread to sleep for @p seconds, or less if the process is about to end.
     static void secSleep(unsigned seconds);
 
-    /// Replaces the sleeping by @p sleeper, which gets the seconds; an empty one gives it back.
+    /// Replaces the sleep by @p sleeper, which gets the seconds; an empty one restores it.
     static void setSleeper(std::function<void(unsigned)> sleeper);
 };
 

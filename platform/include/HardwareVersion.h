@@ -2,11 +2,11 @@
 #define HARDWAREVERSION_H
 
 /**
- * What model of telephone this is.
+ * The model of the telephone.
  *
- * On a host the answers come from the environment variable "DAS_HARDWARE", words joined by commas:
- * "subvariant=N", "subplatform=N", "vx100", "vx700", "vx700x", "wifi". It is read at each call.
- * Unset is a model with none of them, whose two variants are 0.
+ * On a host the values come from the environment variable "DAS_HARDWARE", words joined by commas:
+ * "subvariant=N", "subplatform=N", "vx100", "vx700", "vx700x", "wifi". It is read at each call. If
+ * it is unset, it is not any of these models, and both variants are 0.
  */
 class HardwareVersion {
 public:

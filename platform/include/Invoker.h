@@ -18,7 +18,7 @@ public:
     /**
      * Handles one message on the caller's thread; any thread may call.
      *
-     * @param executable the service that is meant; not owned
+     * @param executable the service that the message is for; not owned
      * @param message    @p length bytes, encoded in the protocol that @p response names
      * @param response   the way back; deleted here in every case
      */

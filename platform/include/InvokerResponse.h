@@ -3,8 +3,8 @@
 
 #include <string>
 
-/// The way back to the sender of one message. Made by the framework for each message; whoever
-/// handles the message deletes it, with or without a reply.
+/// The connection back to the sender of one message. The framework creates it for each message; the
+/// code that handles the message deletes it, with or without a reply.
 class InvokerResponse {
 public:
     virtual ~InvokerResponse();
@@ -15,8 +15,8 @@ public:
     /// The name by which the framework knows the sender; see FrameworkContext::findProxy.
     virtual std::string getSender() const = 0;
 
-    /// Takes the reply, encoded in the protocol of the message, at most once.
-    /// Does not wait for the sender; a reply to one that has gone is dropped.
+    /// Sends the reply, encoded in the protocol of the message; call it at most once. It does not
+    /// wait for the sender. If the sender has disconnected, the reply is dropped.
     virtual void setReply(const std::string& reply) = 0;
 };
 

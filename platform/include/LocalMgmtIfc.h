@@ -14,8 +14,8 @@ class LocalMgmtIfc {
 public:
     virtual ~LocalMgmtIfc();
 
-    /// Deletes the file @p name of a kind: 11 ringtone, 9 screensaver, 3 image. True when it is
-    /// gone by that; false also for another kind.
+    /// Deletes the file @p name of a kind: 11 ringtone, 9 screensaver, 3 image. True if it was
+    /// deleted; false also for another kind.
     virtual bool deleteFile(int type, const std::string& name) = 0;
 
     /// Passes a status item on to the deployment server.
@@ -24,8 +24,8 @@ public:
     /// Passes a status item on to web management.
     virtual void sendStatusToWBM(const ManageableData& status) = 0;
 
-    /// Resets the telephone to what it was when it left the factory. @p reason and @p kind are
-    /// for management's own records.
+    /// Resets the telephone to its factory state. @p reason and @p kind are for management's own
+    /// records.
     virtual void factoryReset(const std::string& reason, int kind) = 0;
 };
 

@@ -13,7 +13,8 @@
  * bytes are left out.
  */
 
-/// Whether an entry of @p component at @p level would be written. Guards the making of arguments.
+/// Whether an entry of @p component at @p level would be written. Call it before arguments that are
+/// costly to build.
 bool loggingOnAppUni(const char* component, int level);
 
 /**
@@ -28,8 +29,8 @@ bool loggingOnAppUni(const char* component, int level);
 void logAppUni(const char* component, const char* sourceFile, int level, int line,
                const char* format, ...) __attribute__((format(printf, 5, 6)));
 
-// What entries of a file are written under. A file that readers of the log know by another name
-// defines that before its first include.
+// The component and the file name of a file's entries. A file whose entries have other names in the
+// log defines these before its first include.
 #ifndef DAS_LOG_COMPONENT
 #define DAS_LOG_COMPONENT "DataAccessService"
 #endif
@@ -37,7 +38,7 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
 #define DAS_LOG_SOURCE __FILE__
 #endif
 
-/// Writes a log entry whose arguments are only made when the entry is written.
+/// Writes a log entry. Its arguments are evaluated only if the entry is written.
 #define DAS_LOG(level, ...)                                                               \
     do {                                                                                  \
         if (loggingOnAppUni(DAS_LOG_COMPONENT, (level))) {                                \
@@ -47,7 +48,7 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
 
 namespace Log {
 
-/// One entry as a sink gets it.
+/// One entry in the form that a sink gets.
 struct Entry {
     int level;
     std::string component;
@@ -58,19 +59,19 @@ struct Entry {
 
 using Sink = std::function<void(const Entry&)>;
 
-/// The highest level that is written. From "DAS_LOG" of the environment, 2 when that is unset.
+/// The highest level that is written: "DAS_LOG" of the environment, or 2 if that is unset.
 int level();
 void setLevel(int level);
 
 /**
- * Sends all entries to @p sink in place of standard error; an empty sink gives standard error back.
- * The sink is called under the log's lock: it must not log itself.
+ * Sends all entries to @p sink instead of standard error; an empty sink restores standard error.
+ * The sink is called under the log's lock, so it must not log.
  */
 void setSink(Sink sink);
 
-/// Writes @p entry to standard error, as entries without a sink are written. For sinks only, which
-/// are called under the log's lock. If standard error is the journal of the system, as
-/// "JOURNAL_STREAM" of the environment says, "<N>" with the priority of syslog stands in front.
+/// Writes @p entry to standard error, like an entry without a sink. Only for sinks, which are
+/// called under the log's lock. If standard error is the system's journal, as "JOURNAL_STREAM" of
+/// the environment shows, "<N>" with the syslog priority comes first.
 void write(const Entry& entry);
 
 /// The line of an entry: "LEVEL COMPONENT SOURCE:LINE MESSAGE", control characters made visible.

@@ -3,13 +3,12 @@
 
 #include <string>
 
-/// One named value that management is sent, such as the item "contacts-status" with "4".
-/// Two kinds of management take it: the deployment server hears of files, web management of
-/// contacts.
+/// One named value for management, such as the item "contacts-status" with "4". There are two kinds
+/// of management: the deployment server gets the status of files, web management that of contacts.
 class ManageableData {
 public:
     /**
-     * Sets what this object carries, in place of what it carried.
+     * Replaces the contents of this object.
      *
      * @param item  the item as management knows it
      * @param name  the name of the value within the item; for an item of one value the same text

@@ -4,9 +4,9 @@
 #include <string>
 
 /// The media control service, registered as "MediaControlServiceIfc". Any thread may call; it sends
-/// no request to the data access service.
-/// The data access service asks it before it moves a ringtone: one that is in use must stay where
-/// it is. Owned by the framework.
+/// no request to the data access service. Before the data access service moves a ringtone, it asks
+/// here whether the ringtone is in use, since such a file must not be moved. Owned by the
+/// framework.
 class MediaControlServiceIfc {
 public:
     virtual ~MediaControlServiceIfc();

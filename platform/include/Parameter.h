@@ -6,14 +6,14 @@
 /**
  * One named value of a remote method.
  *
- * Only the member that the type names is of meaning: `text` for a string and an XML text, `number`
- * for an int, `flag` for a bool.
+ * Only the member for its type has a meaning: `text` for a string and an XML text, `number` for an
+ * int, `flag` for a bool.
  */
 struct Parameter {
-    /// Who gives the value: the caller, the service, or both. The numbers are part of the contract.
+    /// Who sets the value: the caller, the service, or both. The numbers are part of the contract.
     enum directions { in = 0, out = 1, inout = 2 };
 
-    /// Xml differs from String in its name alone: a client is to read it as a document.
+    /// Xml is encoded like String, but a client should parse it as XML.
     enum class Type { String, Int, Bool, Xml };
 
     std::string name;

@@ -5,8 +5,8 @@
 
 class Method;
 
-/// Codes methods in one protocol. Any thread may call; an adapter keeps no state between calls, and
-/// leaves the format flags and the locale of a stream as they were.
+/// Encodes and decodes methods in one protocol. Any thread may call. An adapter keeps no state
+/// between calls, and does not change the format flags or the locale of a stream.
 class ProtocolAdapter {
 public:
     virtual ~ProtocolAdapter();
@@ -20,8 +20,8 @@ public:
      */
     [[nodiscard]] virtual bool decode(std::istream& stream, Method& method) = 0;
 
-    /// Writes the name and the parameters of @p method to @p stream. What the protocol can't carry
-    /// is replaced, so that the text is a message in every case.
+    /// Writes the name and the parameters of @p method to @p stream. Characters that the protocol
+    /// can't carry are replaced, so the result is always a valid message.
     virtual void encode(const Method& method, std::ostream& stream) = 0;
 };
 

@@ -3,14 +3,14 @@
 
 class Method;
 
-/// The way from a proxy to its peer.
-/// Owned by the framework. Any thread may send; the methods of one thread arrive in order.
+/// The connection from a proxy to its peer. Owned by the framework. Any thread may send; the
+/// methods of one thread arrive in order.
 class ProxyRequest {
 public:
     virtual ~ProxyRequest();
 
-    /// Hands @p method over to be sent. Never waits for the peer and never throws; whether the peer
-    /// is still there is not told. No answer comes back.
+    /// Queues @p method for sending. Never waits for the peer, never throws, and does not report
+    /// whether the peer is still connected. There is no answer.
     virtual void send(const Method& method) = 0;
 };
 

@@ -3,26 +3,25 @@
 
 #include <string_view>
 
-/// Which values are secret. The service masks them in its log, and a host in what it shows.
+/// Decides which values are secret. The service masks them in its log, and a host in its output.
 namespace Secrets {
 
-/// What is shown in place of a secret value.
+/// Replaces a secret value in all output.
 constexpr std::string_view Mask = "*****";
 
-/// Whether @p name is one of the names of passwords that the telephone defines, or one of them with
-/// "Enc" at its end. Exact comparison.
+/// Whether @p name is one of the telephone's names of passwords, or one of them with "Enc" at its
+/// end. Exact comparison.
 bool isKnownPassword(std::string_view name);
 
-/// Whether a column, an item of the settings, an element or a management tag of the name @p name
-/// holds a secret value: a known password, and each name that holds "password", "passwd" or "pwd"
-/// in any case.
+/// Whether @p name, the name of a column, a setting, an element or a management tag, is that of a
+/// secret: a known password, or any name that contains "password", "passwd" or "pwd" in any case.
 bool isSecret(std::string_view name);
 
-/// As long as it lives, what this thread answers and exports has the mask in place of secret
-/// values; blank ones stay blank. What is stored stays as it is.
+/// While this object lives, answers and exports of this thread have the mask instead of secret
+/// values; blank ones stay blank. Stored values do not change.
 class Hidden {
 public:
-    /// @p areHidden false changes nothing.
+    /// If @p areHidden is false, nothing changes.
     explicit Hidden(bool areHidden);
     ~Hidden();
     Hidden(const Hidden&) = delete;
@@ -35,7 +34,7 @@ private:
 /// Whether this thread must not show secrets.
 bool areHidden();
 
-/// Whether the value @p value of @p name must not be shown by this thread.
+/// Whether this thread must not show the value @p value of @p name.
 bool isHidden(std::string_view name, std::string_view value);
 
 }  // namespace Secrets

@@ -11,10 +11,10 @@
 class Semaphore {
 public:
     /**
-     * @param initial how many takes pass at once, at first
-     * @param maximum what the count never rises above; a give beyond it has no effect
-     * @param inOrder true: waiting threads are served in the order in which they came;
-     *                false: in whatever order the system wakes them
+     * @param initial how many takes succeed at once at first
+     * @param maximum the highest possible count; a give beyond it has no effect
+     * @param inOrder true: waiting threads are served in the order in which they came; false: in
+     *                any order
      */
     Semaphore(int initial, int maximum, bool inOrder);
     Semaphore(const Semaphore&) = delete;
@@ -23,7 +23,7 @@ public:
     /// Waits until the count is above 0 and lowers it by one.
     void take();
 
-    /// Increments the count and wakes who waits.
+    /// Increments the count and wakes the waiting threads.
     void give();
 
 private:
@@ -32,8 +32,8 @@ private:
     int m_count;
     const int m_maximum;
     const bool m_inOrder;
-    unsigned long m_nextTicket = 0;  ///< given to the next thread that comes
-    unsigned long m_nowServed = 0;   ///< the ticket whose turn it is
+    unsigned long m_nextTicket = 0;  ///< for the next thread that waits
+    unsigned long m_nowServed = 0;   ///< the ticket that is served now
 };
 
 #endif

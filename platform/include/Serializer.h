@@ -4,17 +4,16 @@
 #include <map>
 #include <string>
 
-/// The text form of a map of strings, as parameters carry it: a JSON object whose values are all
-/// strings, such as {"PhoneNumber":"4711"}.
-/// Maps of tags and values go through remote methods in this form, since a method has no parameter
-/// of many values.
+/// The text form of a map of strings in parameters: a JSON object whose values are all strings,
+/// such as {"PhoneNumber":"4711"}. Maps of tags and values use this form in remote methods, since
+/// no parameter type has several values.
 class Serializer {
 public:
-    /// The text of @p values, in the order of the keys. Bytes that are no UTF-8 are replaced.
+    /// The text for @p values, in the order of the keys. Bytes that are not UTF-8 are replaced.
     static std::string serialize(const std::map<std::string, std::string>& values);
 
-    /// Reads @p text into @p values, which is emptied first and stays empty on failure. False when
-    /// the text is no such object.
+    /// Parses @p text into @p values, which is emptied first and stays empty on failure. False if
+    /// the text is not such an object.
     static bool deserialize(const std::string& text, std::map<std::string, std::string>& values);
 };
 

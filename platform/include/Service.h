@@ -10,7 +10,7 @@ class CommsChannelIfc;
 class CommsChannelDataContainerMessage;
 
 /**
- * The base of everything that the framework loads as a service.
+ * The base class of every service that the framework loads.
  *
  * Slots in order: destructor, init, shutdown, timerEvent (all of Executable), handleMsg, run.
  */
@@ -19,8 +19,8 @@ public:
     ~Service() override;
 
     /**
-     * Takes a raw message of @p length bytes from @p sender. A service that is reached through an
-     * Invoker alone leaves this as it is: the message is dropped.
+     * Takes a raw message of @p length bytes from @p sender. A service that is only used through an
+     * Invoker does not override this: the message is dropped.
      *
      * @param channel   where an answer would go
      * @param container the message as the framework received it, may be null; not owned

@@ -1,14 +1,13 @@
 #ifndef THREADABLE_H
 #define THREADABLE_H
 
-/// What the framework can give a thread of its own.
-/// The framework makes the thread and owns the object. The body must come to an end by itself when
-/// the service is shut down.
+/// An object that the framework can run in a thread of its own. The framework creates the thread
+/// and owns the object. run() must return by itself when the service is shut down.
 class Threadable {
 public:
     virtual ~Threadable();
 
-    /// The body of that thread; it returns when the work is done.
+    /// The function of that thread; it returns when the work is done.
     virtual void run() = 0;
 };
 

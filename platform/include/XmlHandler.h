@@ -7,41 +7,41 @@
 using XmlStartHandler = void (*)(void* userData, const char* name, const char** attributes);
 /// End of an element.
 using XmlEndHandler = void (*)(void* userData, const char* name);
-/// A piece of text of @p length bytes, not terminated; one text may come in several pieces.
+/// A part of @p length bytes of an element's content, not terminated by zero. The content may come
+/// in several parts.
 using XmlCharacterHandler = void (*)(void* userData, const char* text, int length);
 
 /**
  * A SAX parser for one message.
  *
- * Events arrive in document order, up to the place of an error. A document type declaration is
- * refused as an error, so no entity of a message's own is ever expanded; so are elements that stand
- * in one another without end, each of which takes many times its text, and names without number,
- * which the parser keeps: its own memory is limited to twice the length of the message and
- * LeastMemory. An exception out of a callback passes through, and std::bad_alloc is thrown when the
- * system has no memory for the parser.
+ * Events arrive in document order, up to the position of an error. A document type declaration is
+ * refused as an error, so entities that a message defines are never expanded. Elements that are
+ * nested too deep are refused, because each takes many times the memory of its text. So are too
+ * many different names, because the parser stores them: its own memory is limited to twice the
+ * length of the message plus LeastMemory. An exception in a callback passes through. If the system
+ * has no memory for the parser, std::bad_alloc is thrown.
  */
 class XmlHandler {
 public:
-    /// How many elements may stand in one another.
+    /// How deep elements may be nested.
     static constexpr int DepthLimit = 100000;
 
-    /// Bytes that the parser may have of its own, however short the message is.
+    /// Bytes that the parser itself may use, however short the message is.
     static constexpr std::size_t LeastMemory = std::size_t{20} * 1024 * 1024;
 
-    /// @p userData goes to each callback as it is; not owned, may be null if the callbacks allow
-    /// it.
+    /// @p userData is passed to each callback; not owned, may be null if the callbacks allow it.
     XmlHandler(void* userData, XmlStartHandler start, XmlEndHandler end,
                XmlCharacterHandler characters);
 
     /**
-     * Parses the first @p length bytes of @p text, but no further than its terminating zero.
+     * Parses the first @p length bytes of @p text, but not beyond its terminating zero.
      *
-     * @return 1 when it was a well-formed document, 0 otherwise. Text that is null is not.
+     * @return 1 if it was a well-formed document, else 0, also for null
      */
     int parseMessage(const char* text, int length);
 
-    /// For callbacks: ends the parse that has called, which returns 0 then. No other callback is
-    /// called. Nothing happens outside of a parse.
+    /// For callbacks: ends the current parse, which then returns 0. No further callback is called.
+    /// Outside of a parse it does nothing.
     static void stop();
 
 private:

@@ -1,5 +1,5 @@
-// The limit holds for a thread and a scope: whoever answers over a socket sets it around the call,
-// and an answer that grows beyond it is given up while it is made, before it takes the memory.
+// The limit applies to a thread and a scope. Code that answers over a socket sets it around the
+// call. An answer that exceeds it is aborted while it is being built, before it uses the memory.
 
 #include "AnswerLimit.h"
 

@@ -1,5 +1,5 @@
-// Texts and numbers as the telephone has always read them: what is no number counts as 0, and a
-// line that is too long is passed over, since files and stored values may hold anything.
+// Strings and numbers as the telephone has always read them: text that is not a number counts as 0,
+// and a line that is too long is skipped, because files and stored values may contain anything.
 
 #include "ClientUtils.h"
 
@@ -42,7 +42,7 @@ std::string_view withoutBlanks(std::string_view text) {
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-/// The entity whose text stands at @p place of @p text, or null.
+/// The entity at the position @p place of @p text; null if no entity is there.
 const Entity* entityAt(std::string_view text, std::size_t place) {
     const std::string_view rest = text.substr(place);
     const Entity* const found =
@@ -72,7 +72,7 @@ std::vector<std::string> cutLine(std::string_view line) {
     return fields;
 }
 
-/// Reads a header line and leaves in @p rest what follows @p tag.
+/// Reads a header line and stores the part after @p tag in @p rest.
 bool readHeader(std::istream& stream, std::string_view tag, std::string& rest) {
     if (ClientUtils::readLine(stream, rest) != ClientUtils::Line::Read || !startsWith(rest, tag)) {
         return false;
@@ -148,7 +148,8 @@ std::string ClientUtils::escapeXMLString(const std::string& text) {
     return escaped;
 }
 
-// One pass gives what five replacements with "&amp;" last would: no other one makes an "&".
+// One pass has the same result as five replacements with "&amp;" last, since no other replacement
+// makes an "&".
 std::string ClientUtils::unescapeXMLString(const std::string& text) {
     std::string plain;
     plain.reserve(text.size());
@@ -175,7 +176,7 @@ ClientUtils::Line ClientUtils::readLine(std::istream& stream, std::string& line)
     while (!isWhole) {
         stream.getline(piece.data(), piece.size());
         auto count = static_cast<std::size_t>(stream.gcount());
-        // A failure before the end of the file means that the piece is full and the line goes on.
+        // If reading failed before the end of the file, the buffer is full and the line continues.
         isWhole = !stream.fail() || stream.eof() || count == 0;
         isThere = isThere || count > 0;
         count -= isWhole && !stream.eof() && count > 0 ? 1 : 0;

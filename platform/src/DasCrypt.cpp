@@ -1,6 +1,6 @@
-// The key is made once, by whichever process needs it first, and read by the others: it is written
-// in full under another name and linked to its own, so that no process sees a part of it and no two
-// have different ones.
+// The process that first needs the key creates it; the others read it. It is written completely
+// under another name and then linked to its own name. So no process sees an incomplete key, and no
+// two processes have different keys.
 
 #define DAS_LOG_COMPONENT "DasCrypt"
 
@@ -70,7 +70,7 @@ std::string folderOfDatabase() {
 enum class Reading { Done, NoFile, Failed };
 
 Reading readKey(const std::string& path, Key& key) {
-    // A pipe in the file's place must not block the start.
+    // If a pipe stands at this path, opening must not block the start.
     const File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file.isOpen() || ::fstat(file.descriptor(), &status) != 0) {
@@ -93,21 +93,21 @@ bool writeKey(int descriptor, const Key& key) {
            ::fsync(descriptor) == 0;
 }
 
-/// Puts a new key in place, whole or not at all. True also when another process was faster.
+/// Creates a new key file, completely or not at all. True also if another process was faster.
 bool makeKeyFile(const std::string& path) {
     Key key;
     randombytes_buf(key.bytes.data(), KeySize);
     std::string scratch = path + ".XXXXXX";
-    const File file(::mkostemp(scratch.data(), O_CLOEXEC));  // for its owner alone
+    const File file(::mkostemp(scratch.data(), O_CLOEXEC));  // only its owner may read it
     bool made = false;
     if (file.isOpen()) {
-        // Unlike a rename, a link does not replace the key that another process has just made.
+        // Unlike a rename, a link does not replace the key that another process has just created.
         const bool linked = writeKey(file.descriptor(), key) &&
                             (::link(scratch.c_str(), path.c_str()) == 0 || errno == EEXIST);
         const int reason = errno;
         ::unlink(scratch.c_str());
         errno = reason;
-        made = linked && Storage::syncFolderOf(path);  // for both names
+        made = linked && Storage::syncFolderOf(path);  // so that both names are on the disk
     }
     if (!made) {
         logFailure("can't make the key", path, std::strerror(errno));

@@ -1,5 +1,5 @@
-// A stream over a descriptor that is already open: the path is resolved once, so that nothing can
-// change between the look at the file and its reading.
+// A stream over an open descriptor. The path is resolved only once, so that the file can't be
+// exchanged between the check and the reading.
 
 #include "DeviceFile.h"
 
@@ -19,13 +19,14 @@ namespace {
 constexpr std::size_t BufferSize = 65536;
 constexpr int Always = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
-/// Some kinds have no descriptor to read from: what is there is asked for without one.
+/// Some kinds of files can't be opened for reading. Their kind is read by a descriptor for the path
+/// only.
 bool lookAt(const std::string& path, struct stat& status) {
     const Descriptor file = DevicePlace::open(path, O_PATH);
     return file.isOpen() && ::fstat(file.get(), &status) == 0;
 }
 
-/// Whether a file that is missing now would be one of the service, such as a journal.
+/// Whether a file that does not exist now would belong to the service, such as a journal.
 bool isOfService(const std::string& path) {
     const DevicePlace::Target target = DevicePlace::target(path);
     return target.folder.isOpen() && OwnFiles::has(target.folder.get(), target.name);
@@ -55,7 +56,8 @@ DeviceFile::Buffer::int_type DeviceFile::Buffer::underflow() {
     } while (count < 0 && errno == EINTR);
     if (count <= 0) {
         if (count < 0) {
-            m_owner.setstate(std::ios::badbit);  // a stream takes it for the end otherwise
+            // Without this, the stream would treat the failure as the end of the file.
+            m_owner.setstate(std::ios::badbit);
         }
         return traits_type::eof();
     }

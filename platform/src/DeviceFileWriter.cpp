@@ -1,5 +1,5 @@
-// A file is written next to its place and renamed over it: a reader, and the next start after a
-// power cut, finds the older file or the whole new one.
+// A file is written under another name in the same folder and then renamed. So a reader, and the
+// next start after a power failure, finds either the old file or the complete new one.
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -22,19 +22,19 @@
 
 namespace {
 
-/// What gathers in memory before it is written.
+/// Size of the buffer for data that is not written yet.
 constexpr std::size_t BufferSize = 65536;
 
 const char* const TemporaryMark = ".new-";
 
-/// How many temporary names this process has taken.
+/// How many temporary names this process has used.
 std::atomic<unsigned> temporaryNames{0};
 
-/// A name next to @p name that no other writer has, and that no one can have taken in advance.
+/// A temporary name for @p name that no other writer uses and no one can predict.
 std::string temporaryNameFor(const std::string& name) {
     unsigned long long random = 0;
-    // Without random bytes a name that is taken makes the write fail; the file is opened with
-    // O_EXCL.
+    // Without random bytes, an existing file of this name makes the write fail, because it is
+    // opened with O_EXCL.
     [[maybe_unused]] const ssize_t taken = ::getrandom(&random, sizeof(random), GRND_NONBLOCK);
     char end[64];
     (void)std::snprintf(end, sizeof(end), "%s%d-%u-%llx", TemporaryMark, ::getpid(),
@@ -42,8 +42,8 @@ std::string temporaryNameFor(const std::string& name) {
     return name + end;
 }
 
-/// Whether the file @p name has no writer any more; @p owner is what follows the temporary mark in
-/// it. A writer holds a lock on its file, which goes with the process.
+/// Whether the writer of the file @p name has ended; @p owner is the part after the temporary mark
+/// in the name. A writer holds a lock on its file, which the system releases when the process ends.
 bool isAbandoned(int folder, const char* name, const char* owner) {
     int process = 0;
     unsigned number = 0;
@@ -54,7 +54,7 @@ bool isAbandoned(int folder, const char* name, const char* owner) {
         return false;
     }
     if (process == ::getpid()) {
-        return number >= temporaryNames;  // of an earlier process of that number
+        return number >= temporaryNames;  // left by an earlier process with that number
     }
     const Descriptor file(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     return file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
@@ -64,10 +64,11 @@ struct DirectoryCloser {
     void operator()(DIR* stream) const { ::closedir(stream); }
 };
 
-/// Removes what processes that were cut off have left next to @p name: it may hold settings.
+/// Removes files next to @p name that interrupted processes have left, since they may contain
+/// settings.
 void removeAbandoned(const Descriptor& folder, const std::string& name) {
     const std::string start = name + TemporaryMark;
-    // Not by std::filesystem, whose way through a folder ends the process where memory is short.
+    // Not by std::filesystem: its directory iterator ends the process if memory is short.
     const int listed = ::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, DirectoryCloser> stream(listed >= 0 ? ::fdopendir(listed) : nullptr);
     std::vector<std::string> abandoned;
@@ -82,7 +83,7 @@ void removeAbandoned(const Descriptor& folder, const std::string& name) {
     }
 }
 
-/// Whether a new file may take the place of what @p target names, if there is anything.
+/// Whether a new file may replace what @p target names, if anything.
 bool isReplaceable(const DevicePlace::Target& target, const std::string& path) {
     struct stat older {};
     const int folder = target.folder.get();
@@ -105,7 +106,7 @@ bool isReplaceable(const DevicePlace::Target& target, const std::string& path) {
 
 struct DeviceFileWriter::Place {
     DevicePlace::Target target;
-    std::string temporary;  ///< empty when there is no such file any more
+    std::string temporary;  ///< empty if no temporary file exists any more
     Descriptor file;
 
     explicit Place(DevicePlace::Target where)
@@ -113,7 +114,7 @@ struct DeviceFileWriter::Place {
           temporary(temporaryNameFor(target.name)),
           file(::openat(target.folder.get(), temporary.c_str(),
                         O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, RightsOfOwner)) {
-        // Where there are no locks, none will be asked for.
+        // Where the file system has no locks, no one will check for one.
         (void)::flock(file.get(), LOCK_EX | LOCK_NB);
     }
     ~Place() {
@@ -142,7 +143,7 @@ DeviceFileWriter::~DeviceFileWriter() = default;
 void DeviceFileWriter::write(std::string_view text) {
     m_buffer += text;
     if (m_buffer.size() >= BufferSize) {
-        (void)flush();  // a failure stays
+        (void)flush();  // a failure is stored
     }
 }
 
@@ -169,7 +170,8 @@ bool DeviceFileWriter::finish(mode_t mode) {
     return m_good;
 }
 
-// The contents must be on the disk before the name is: a power cut would leave an empty file.
+// The contents must be on the disk before the name: otherwise a power failure could leave an empty
+// file.
 bool DeviceFileWriter::replaceTarget(mode_t mode) {
     const int folder = m_place->target.folder.get();
     if (::fchmod(m_place->file.get(), mode) != 0 || ::fsync(m_place->file.get()) != 0 ||
@@ -177,7 +179,8 @@ bool DeviceFileWriter::replaceTarget(mode_t mode) {
         return false;
     }
     m_place->temporary.clear();
-    (void)DevicePlace::syncNames(m_place->target.folder);  // the name is there all the same
+    // If this fails, the file has its new name nevertheless.
+    (void)DevicePlace::syncNames(m_place->target.folder);
     return true;
 }
 

@@ -1,6 +1,6 @@
-// The one place in which a path of the telephone meets the system. Links are followed as the
-// telephone sees them, below the directory that stands for its root, and never out of it: by the
-// kernel where it can, else part by part.
+// The only unit that passes a path of the telephone to the system. Links are followed as on the
+// telephone: they stay below the directory that stands for its root. The kernel does this if it
+// can; otherwise this unit follows the path part by part.
 
 #include "DevicePlace.h"
 
@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr int MostLinks = 40;  // as the kernel
+constexpr int MostLinks = 40;  // the same limit as in the kernel
 const std::string Parent = "..";
 
 /// @p format takes the path.
@@ -29,7 +29,7 @@ bool refuse(int error, const char* format, const std::string& path) {
     return false;
 }
 
-/// The parts of @p path, the last one first: the next one to visit is taken from the end.
+/// The parts of @p path in reverse order, so that the next one is taken from the end.
 std::vector<std::string> reversedParts(std::string_view path) {
     std::vector<std::string> parts;
     while (!path.empty()) {
@@ -58,7 +58,7 @@ int fail(int error) {
 }
 
 /// Follows a path part by part, for a kernel without openat2. Each part is opened without following
-/// a link; a link that is met is read and its parts come next.
+/// a link. If it is a link, its target is read, and the parts of the target come next.
 class Walk {
 public:
     Walk(int root, const std::string& path, int flags)
@@ -121,7 +121,7 @@ private:
 
     int m_flags;
     std::vector<std::string> m_parts;
-    std::vector<Descriptor> m_folders;  ///< from the root to where the walk is
+    std::vector<Descriptor> m_folders;  ///< from the root to the current folder
     int m_links = 0;
 };
 
@@ -132,8 +132,8 @@ int openInRoot(int root, const std::string& path, int flags) {
     return static_cast<int>(::syscall(SYS_openat2, root, path.c_str(), &how, sizeof(how)));
 }
 
-/// Whether the failure may be one of the call and not of the path: a kernel that does not have it,
-/// a filter of a container that does not know it, or a ".." while a folder was moved.
+/// Whether the cause of a failure may be openat2 itself and not the path: an older kernel, a
+/// container's filter that does not know it, or a ".." while a folder was moved.
 bool mayBeOfTheCall(int error) {
     return error == ENOSYS || error == EPERM || error == EAGAIN;
 }
@@ -150,8 +150,8 @@ std::string DevicePlace::root() {
 }
 
 bool DevicePlace::isAllowed(const std::string& path) {
-    // The system reads a path up to its first zero byte: a walk of directories would find the same
-    // names at each depth, and never end.
+    // The system reads a path only up to its first zero byte. A walk through directories would then
+    // find the same names at each depth, and never end.
     if (path.find('\0') != std::string::npos) {
         return refuse(EINVAL, "The path %s holds a zero byte", path);
     }

@@ -6,9 +6,8 @@
 
 #include <unistd.h>
 
-/// An open descriptor for a scope.
-/// Unlike that of the host it can be moved: a place is looked up in steps, and the descriptor of
-/// the last folder is the result.
+/// An open descriptor for a scope. Unlike that of the host it can be moved, because a path is
+/// looked up in steps, and the last folder's descriptor is the result.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -41,32 +40,32 @@ private:
 
 /**
  * Opens what a path of the telephone names. This is the only place where such a path meets a system
- * call, so no link and no ".." leads out of the directory that "DAS_ROOT" names, also while
- * another process exchanges folders and links. Links are followed as the telephone sees them: an
- * absolute one begins at that directory. Without "DAS_ROOT" a path is one of this machine.
+ * call, so no link and no ".." leads out of the directory that "DAS_ROOT" names, even while another
+ * process exchanges folders and links. Links are followed as on the telephone: an absolute link
+ * begins at that directory. Without "DAS_ROOT" a path is a path of this machine.
  */
 namespace DevicePlace {
 
-/// The directory that "DAS_ROOT" names, without slashes at its end; empty for none.
+/// The directory that "DAS_ROOT" names, without slashes at its end; empty if it is unset.
 std::string root();
 
-/// False, with errno EINVAL or EPERM and a log line, for a path that holds a zero byte or that
-/// climbs above the root by "..".
+/// False, with errno EINVAL or EPERM and a log line, if the path contains a zero byte or leads
+/// above the root by "..".
 bool isAllowed(const std::string& path);
 
-/// Opens what is there already; @p flags go without O_CREAT, O_CLOEXEC is added. Not open, and
-/// errno says why, on failure. A path that is not allowed is logged.
+/// Opens something that exists; @p flags must not contain O_CREAT, and O_CLOEXEC is added. On
+/// failure the result is not open, and errno says why. A path that is not allowed is logged.
 Descriptor open(const std::string& path, int flags);
 
-/// The folder of a path, and the name in it. What is made, moved or removed by these two stays in
-/// this folder. A link of that name is not followed.
+/// The folder of a path, and the name in it. Operations on these two can't leave the folder. A link
+/// of that name is not followed.
 struct Target {
     Descriptor folder;  ///< for names only (O_PATH); not open on failure, and errno says why
-    std::string name;   ///< with the slashes at its end
+    std::string name;   ///< including slashes at its end
 };
 Target target(const std::string& path);
 
-/// Brings the names in @p folder to the disk. False when the system refuses.
+/// Syncs the names in @p folder. False if the system refuses.
 bool syncNames(const Descriptor& folder);
 
 }  // namespace DevicePlace

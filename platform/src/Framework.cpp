@@ -1,5 +1,5 @@
-// The framework's interfaces: what they do unless a service does otherwise. The destructors stand
-// here, so that each class has one home for its type information that host and libraries share.
+// Default implementations of the framework's interfaces. The destructors are defined here, so that
+// the type information of each class exists only once for host and libraries.
 
 #include "CommsChannel.h"
 #include "Context.h"

@@ -1,6 +1,6 @@
-// The service sleeps after a close of the database that failed, so that whoever still uses it can
-// come to an end. Neither a test nor the end of the process may wait as long, so all sleeping goes
-// through here.
+// After a failed close of the database, the service sleeps, so that other users of the connection
+// can finish. A test, or the end of the process, must not wait that long. So all sleeping is done
+// here.
 
 #include "GPALSleep.h"
 
@@ -37,7 +37,7 @@ void GPALSleep::secSleep(unsigned seconds) {
         sleeper(seconds);
         return;
     }
-    // In short pieces, so that the end of the process does not wait for it.
+    // In short steps, so that the end of the process need not wait.
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     while (!Work::isEnding() && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(LongestPiece);

@@ -1,5 +1,5 @@
-// What the telephone is, is read from the environment each time: tests and the host set it, and a
-// start asks only a few times.
+// The model is read from the environment at each call: tests and the host set it, and a start reads
+// it only a few times.
 
 #include "HardwareVersion.h"
 

@@ -1,5 +1,6 @@
-// Entries are written whole and in order whatever happens: without memory the beginning of the line
-// goes out, and a reader of standard error that has stopped is waited for once, not for each line.
+// Entries are written completely and in order in all cases. Without memory, at least the beginning
+// of the line is written. If the reader of standard error has stopped, the log waits for it once,
+// not for each line.
 
 #include "Log.h"
 
@@ -30,15 +31,15 @@ constexpr int DefaultLevel = 2;
 constexpr int LevelUnread = INT_MIN;
 constexpr int LongestWaitForReader = 2000;  // in milliseconds
 
-/// Failures are logged at these levels without anybody's wish for detail, and may hold what a
-/// client has sent: no client fills the log by it.
+/// Failures are logged at these levels by default, and may contain text of a client. They are cut,
+/// so that no client can fill the log.
 constexpr int HighestFailureLevel = 3;
 constexpr std::size_t LongestFailure = 8192;
 
 std::atomic<int> currentLevel{LevelUnread};
 
 struct Destination {
-    std::mutex mutex;  ///< held while an entry is handed over, so that no two lines mingle
+    std::mutex mutex;  ///< held while an entry is written, so that lines do not mix
     Log::Sink sink;    ///< empty: standard error
 };
 
@@ -61,7 +62,7 @@ int levelOfEnvironment() {
 int readLevel() {
     int expected = LevelUnread;
     const int fromEnvironment = levelOfEnvironment();
-    // Another thread may have set a level meanwhile: that one holds.
+    // Another thread may have set a level meanwhile; that level stays.
     return currentLevel.compare_exchange_strong(expected, fromEnvironment) ? fromEnvironment
                                                                            : expected;
 }
@@ -74,7 +75,7 @@ std::string formatted(const char* format, va_list arguments) {
     const int length = std::vsnprintf(small, sizeof small, format, arguments);
     std::string message;
     if (length < 0) {
-        message = format;  // not to be formatted: its format still says what it was about
+        message = format;  // could not be formatted, but the format string still says what happened
     } else if (static_cast<std::size_t>(length) < sizeof small) {
         message.assign(small, static_cast<std::size_t>(length));
     } else {
@@ -85,7 +86,8 @@ std::string formatted(const char* format, va_list arguments) {
     return message;
 }
 
-/// Cuts what is too long for a failure, not within a character of UTF-8, and notes how much it was.
+/// Cuts a message that is too long for a failure, not inside a UTF-8 character, and adds how many
+/// bytes were cut.
 void cutFailure(std::string& message) {
     if (message.size() <= LongestFailure) {
         return;
@@ -99,8 +101,8 @@ void cutFailure(std::string& message) {
     message += "... and " + std::to_string(rest) + " more bytes";
 }
 
-/// Whether standard error takes more. A reader that has stopped is waited for once: the lines that
-/// come then are dropped until it reads again.
+/// Whether standard error accepts more. If its reader has stopped, this waits once; further lines
+/// are dropped until it reads again.
 bool isWritable() {
     static std::atomic<int> patience{LongestWaitForReader};
     pollfd error{STDERR_FILENO, POLLOUT, 0};
@@ -117,7 +119,7 @@ void writeWhole(std::string line) {
     line.insert(0, isCut ? "\n" : "");
     std::size_t done = 0;
     while (done < line.size() && isWritable()) {
-        // As much as a pipe takes at once when it is writable.
+        // The size that a writable pipe accepts at once.
         const std::size_t piece = std::min<std::size_t>(line.size() - done, PIPE_BUF);
         const ssize_t written = write(STDERR_FILENO, line.data() + done, piece);
         if (written > 0) {
@@ -139,7 +141,7 @@ void handOver(const Log::Entry& entry) {
     }
 }
 
-/// Whether "JOURNAL_STREAM", which names the stream that the journal reads, is standard error.
+/// Whether standard error is the stream that "JOURNAL_STREAM" names, which the journal reads.
 bool standardErrorIsTheJournal() {
     const char* const stream = std::getenv("JOURNAL_STREAM");
     struct stat status {};
@@ -180,8 +182,8 @@ std::string& appendVisible(std::string& line, const std::string& message) {
     return line;
 }
 
-/// Where an entry comes from. A source file stands for its unit: "src/upgrade/DASMigrator_Keys.cpp"
-/// is "./src/DASMigrator". Takes no memory.
+/// The source of an entry. A source file stands for its unit: "src/upgrade/DASMigrator_Keys.cpp"
+/// becomes "./src/DASMigrator". Allocates no memory.
 struct Origin {
     Origin(const char* writer, const char* file, int lineOfFile)
         : component(writer != nullptr ? writer : ""),
@@ -239,7 +241,7 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
     if (level <= HighestFailureLevel) {
         Tally::add(Tally::LoggedFailures);
     }
-    const int errorBefore = errno;  // who logs a failure may look at errno afterwards
+    const int errorBefore = errno;  // callers may use errno after logging a failure
     const Origin origin(component, sourceFile, line);
     va_list arguments;
     va_start(arguments, format);
@@ -252,7 +254,7 @@ void logAppUni(const char* component, const char* sourceFile, int level, int lin
         }
         handOver({level, origin.component, origin.source, line, std::move(message)});
     } catch (const std::exception&) {
-        // Those who log in the middle of a failure must come to its end.
+        // Callers that log in the middle of a failure must be able to continue.
         writeBare(origin, level, format, again);
     }
     va_end(again);

@@ -1,5 +1,5 @@
-// Parameters keep their order, which is that of the message, and are found by a walk: a method has
-// a handful.
+// Parameters keep the order of the message. They are found by a linear search, since a method has
+// only a few.
 
 #include "Method.h"
 

@@ -1,5 +1,5 @@
-// Files are recognised by device and inode, and one that is missing by its name in its folder, so
-// that no link and no other spelling of a path leads a client to the database or its key.
+// Files are recognised by device and inode, and missing files by folder and name. So no link and no
+// other form of a path leads a client to the database or its key.
 
 #include "OwnFiles.h"
 
@@ -28,7 +28,7 @@ std::set<std::string>& places() {
     return all;
 }
 
-/// A copy: nothing here waits for the disk under the mutex.
+/// A copy, so that the mutex is not held during access to the disk.
 std::set<std::string> allPlaces() {
     const std::lock_guard<std::mutex> lock(mutex);
     return places();
@@ -61,7 +61,7 @@ bool isBelow(const std::string& place, const struct stat& folder) {
         if (isSame(status, folder)) {
             return true;
         }
-        lower = status;  // the folder above the topmost one is itself
+        lower = status;  // the parent of the root folder is the root itself
         here = Descriptor(::openat(here.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
     }
     return false;
@@ -76,7 +76,8 @@ void OwnFiles::add(const std::string& place) {
 
 void OwnFiles::claim(const std::string& place) {
     add(place);
-    // By its path: to open and close it would end the locks that this process has on a database.
+    // By its path: opening and closing the file would release the locks that this process has on a
+    // database.
     struct stat status {};
     if (::stat(place.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_uid != ::geteuid() || (status.st_mode & RightsOfOthers) == 0) {

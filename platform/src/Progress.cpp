@@ -1,5 +1,5 @@
-// The beat is a counter without a lock: statements and lines of files count all the time, and it
-// is read once in a while.
+// The beat is a counter without a lock: statements and lines of files count very often, and it is
+// seldom read.
 
 #include "Progress.h"
 
@@ -28,7 +28,8 @@ bool Progress::isWatched() {
 }
 
 void Progress::beat() {
-    // Two threads may count one beat together: it is a change all the same, and this one is cheap.
+    // Two threads may store the same number, so that one beat is lost. The counter has changed
+    // nevertheless, and this is cheaper than an atomic addition.
     beatCount.store(beatCount.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 

@@ -1,5 +1,5 @@
-// A name decides, since the value does not show what it is: the known passwords, and each other
-// name that holds a word for one.
+// The name decides, because a value does not show whether it is secret: known names of passwords,
+// and all other names that contain a word for one.
 
 #include "Secrets.h"
 
@@ -20,10 +20,10 @@ constexpr std::string_view PasswordNames[] = {
 
 constexpr std::string_view EncryptedSuffix = "Enc";
 
-/// In lower case, and each begins with the same letter.
+/// In lower case; all begin with the same letter, which is searched first.
 constexpr std::string_view SecretParts[] = {"password", "passwd", "pwd"};
 
-/// Letters of names alone; the locale of the process must not decide what is a secret.
+/// Only for ASCII letters: the locale of the process must not decide what is a secret.
 constexpr char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }

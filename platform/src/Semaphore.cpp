@@ -1,5 +1,5 @@
-// Made of a mutex and a condition, since the semaphore of the C library promises no order: under
-// load a request could wait without end while later ones pass. Tickets give the order.
+// Built from a mutex and a condition, because the semaphore of the C library has no order: under
+// load a request could wait forever while later ones pass. Tickets keep the order.
 
 #include "Semaphore.h"
 
@@ -16,19 +16,22 @@ void Semaphore::take() {
     --m_count;
     ++m_nowServed;
     if (m_inOrder && m_count > 0) {
-        m_changed.notify_all();  // the next in turn may have slept through its give
+        // The next thread in turn may have missed the notification of its give.
+        m_changed.notify_all();
     }
 }
 
 void Semaphore::give() {
-    // Waking under the mutex: who is woken may destroy the semaphore once it has the mutex.
+    // Notifies under the mutex: a thread that wakes up may destroy the semaphore as soon as it has
+    // the mutex.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_count >= m_maximum) {
         return;
     }
     ++m_count;
     if (m_inOrder) {
-        m_changed.notify_all();  // only one thread holds the ticket, and no one knows which
+        // Only one thread has this ticket, and it is not known which, so all are notified.
+        m_changed.notify_all();
     } else {
         m_changed.notify_one();
     }

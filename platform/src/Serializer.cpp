@@ -9,8 +9,8 @@ using nlohmann::json;
 
 namespace {
 
-/// Takes an object of strings out of a text as it is read, and refuses anything else. A tree of
-/// values would need memory to be taken down, and end the process without memory.
+/// Collects an object of strings while the text is parsed, and refuses anything else. To destroy a
+/// deep tree of values would need memory, and without memory end the process.
 class MapReader : public json::json_sax_t {
 public:
     explicit MapReader(std::map<std::string, std::string>& values) : m_values(values) {}

@@ -1,6 +1,6 @@
 // Operations on files and directories for management. Paths are those of the telephone and go
-// through DevicePlace; the service's own files are refused, since whoever moves the database away
-// takes it from a service that runs.
+// through DevicePlace. The service's own files are refused, because moving the database would take
+// it away from a running service.
 
 #include "Storage.h"
 
@@ -43,7 +43,7 @@ void forEachEntry(const std::string& directory, Take take) {
     if (stream == nullptr) {
         return;
     }
-    (void)folder.release();  // the stream closes it
+    (void)folder.release();  // the stream now owns and closes it
     while (const dirent* entry = ::readdir(stream.get())) {
         const std::string name = entry->d_name;
         struct stat status {};
@@ -59,7 +59,7 @@ bool isFolder(const DevicePlace::Target& target, struct stat& status) {
            S_ISDIR(status.st_mode);
 }
 
-/// Whether what @p target names may be moved or replaced; the reason against it is logged.
+/// Whether the file that @p target names may be moved or replaced; if not, the reason is logged.
 bool isFree(const DevicePlace::Target& target, const std::string& path) {
     struct stat status {};
     if (OwnFiles::has(target.folder.get(), target.name)) {
@@ -100,7 +100,7 @@ bool moveByCopy(const DevicePlace::Target& from, const std::string& oldName,
     return true;
 }
 
-/// What would keep a new file from @p path.
+/// The error that creating a file at @p path would have.
 int errorOfWriting(const std::string& path) {
     const DevicePlace::Target target = DevicePlace::target(path);
     struct stat older {};
@@ -142,7 +142,7 @@ int Storage::errorOf(const std::string& path, bool forWriting) {
     const Descriptor file = DevicePlace::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     struct stat status {};
     if (!file.isOpen()) {
-        return errno == ENXIO ? 0 : errno;  // a socket: refused when it is opened
+        return errno == ENXIO ? 0 : errno;  // a socket, which is refused when it is opened
     }
     return ::fstat(file.get(), &status) == 0 && S_ISDIR(status.st_mode) ? EISDIR : 0;
 }
@@ -191,7 +191,7 @@ bool Storage::renameFile(const std::string& oldName, const std::string& newName)
     if (::renameat(from.folder.get(), from.name.c_str(), to.folder.get(), to.name.c_str()) != 0) {
         return errno == EXDEV && moveByCopy(from, oldName, newName);
     }
-    (void)DevicePlace::syncNames(to.folder);  // the file has its name all the same
+    (void)DevicePlace::syncNames(to.folder);  // if this fails, the file has its name nevertheless
     return true;
 }
 
@@ -213,7 +213,8 @@ bool Storage::setFolderMode(const std::string& path, unsigned mode) {
     if (folder.isOpen()) {
         return ::fchmod(folder.get(), mode) == 0;
     }
-    // One that this user may not read gets its mode by a name that no link can change.
+    // If this user may not read the folder, its mode is set by the name in /proc/self/fd, which no
+    // link can change.
     const Descriptor unread = DevicePlace::open(path, O_PATH | O_DIRECTORY);
     const std::string self = "/proc/self/fd/" + std::to_string(unread.get());
     return unread.isOpen() && ::chmod(self.c_str(), mode) == 0;

@@ -1,5 +1,5 @@
-// Counters are read one by one and never compared with each other, so no order between them is
-// needed: an addition costs a few nanoseconds on paths that run for each statement.
+// Counters are read one by one and never compared, so no memory order between them is needed: an
+// addition costs a few nanoseconds in code that runs for each statement.
 
 #include "Tally.h"
 

@@ -1,5 +1,5 @@
-// One variable for the process: long loops ask it between two rows, so asking must cost no more
-// than a read of memory. A loop that sees the change one row later is no worse.
+// One variable for the process. Long loops read it between two rows, so this must cost no more than
+// a read of memory. If a loop sees the change one row later, this does no harm.
 
 #include "Work.h"
 

@@ -1,6 +1,6 @@
-// The parser reads what clients send. A document type is refused, since its entities could grow
-// without limit; and an exception of a callback must not pass through the parser, which is written
-// in C: it is kept and thrown again afterwards.
+// The parser reads messages of clients. A document type is refused, because its entities could grow
+// without limit. The parser is written in C, so an exception of a callback must not pass through
+// it: the exception is stored and thrown again afterwards.
 
 #include "XmlHandler.h"
 
@@ -22,8 +22,9 @@
 
 namespace {
 
-/// What the parser of this thread has allocated, and may. It keeps each new name of an element or
-/// attribute to the end of the parse, which takes many times the text of a short one.
+/// How much this thread's parser has allocated, and how much it may. The parser keeps each new name
+/// of an element or attribute until the end of the parse, which takes many times the memory of a
+/// short name.
 struct ParserMemory {
     std::size_t used = 0;
     std::size_t limit = 0;
@@ -36,8 +37,9 @@ struct ParserMemory {
 };
 thread_local ParserMemory s_memory;
 
-/// The first blocks of a thread's parser, one after the other, which end together with the parse: a
-/// parser asks for dozens of small ones at each message. What does not fit comes from the system.
+/// Memory for the first blocks of a thread's parser, one after the other; all are freed together at
+/// the end of the parse. A parser allocates dozens of small blocks for each message. Blocks that do
+/// not fit are allocated from the system.
 struct ParserBlocks {
     static constexpr std::size_t Unit = alignof(std::max_align_t);
     static constexpr std::size_t Units = 1536;
@@ -83,7 +85,7 @@ void* allocate(std::size_t size) {
 }
 
 void release(void* block) {
-    // A parser frees the empty places of its tables too, by the hundred.
+    // A parser also frees the empty slots of its tables, hundreds of them.
     if (block != nullptr && !s_blocks.holds(block)) {
         s_memory.used -= malloc_usable_size(block);
         std::free(block);
@@ -112,8 +114,8 @@ void* reallocate(void* block, std::size_t size) {
 
 constexpr XML_Memory_Handling_Suite CountedMemory = {allocate, reallocate, release};
 
-/// Frees a parser within its CountingScope. One whose blocks are all among the first ones ends with
-/// them: freeing it block by block takes half as long as the parse of a short message.
+/// Frees a parser within its CountingScope. If all its blocks are in ParserBlocks, they are dropped
+/// together: freeing them one by one takes half as long as parsing a short message.
 struct ParserEnd {
     void operator()(XML_Parser parser) const {
         if (s_memory.used != 0) {
@@ -123,7 +125,7 @@ struct ParserEnd {
 };
 using ParserPtr = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserEnd>;
 
-/// One parse: what the parser hands to each callback.
+/// One parse: the data that each callback gets.
 struct Parse {
     XML_Parser parser;
     void* userData;
@@ -139,10 +141,11 @@ struct Parse {
         XML_StopParser(parser, XML_FALSE);
     }
 
-    /// Calls @p handler. The parser is C: an exception waits here until the parser has returned.
+    /// Calls @p handler. The parser is written in C, so an exception is stored until the parser has
+    /// returned.
     template <typename Handler, typename... Arguments>
     void call(Handler handler, Arguments... arguments) {
-        // A stopped parser may still send the end of the element that it is in.
+        // A stopped parser may still report the end of the current element.
         if (handler == nullptr || stopped) {
             return;
         }
@@ -199,8 +202,8 @@ void XMLCALL onDoctype(void* parse, const XML_Char* /*name*/, const XML_Char* /*
     static_cast<Parse*>(parse)->stop();
 }
 
-/// Parses a message in pieces: the parser copies what it is given. They are large, since it reads a
-/// token anew with each piece of it.
+/// Parses a message in parts, because the parser copies its input. The parts are large, because it
+/// reads an unfinished token again with each part.
 XML_Status parsePieces(XML_Parser parser, std::string_view text) {
     constexpr std::size_t piece = std::size_t{1024} * 1024;
     XML_Status status = XML_STATUS_OK;
@@ -212,7 +215,7 @@ XML_Status parsePieces(XML_Parser parser, std::string_view text) {
     return status;
 }
 
-/// Without a salt the parser asks the system for random numbers at each message.
+/// Without a salt, the parser would ask the system for random numbers at each message.
 unsigned long saltOfProcess() {
     static const unsigned long salt = [] {
         unsigned long made = 0;
@@ -254,7 +257,7 @@ int XmlHandler::parseMessage(const char* text, int length) {
     }
     if (status != XML_STATUS_OK && XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY &&
         !s_memory.isExceeded) {
-        throw std::bad_alloc();  // half of a sound message must not be taken for the whole
+        throw std::bad_alloc();  // the parsed half of a valid message must not count as the whole
     }
     return status == XML_STATUS_OK ? 1 : 0;
 }

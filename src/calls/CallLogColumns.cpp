@@ -1,5 +1,5 @@
-// Names are made once and handed out by reference: a request of thousands of calls asks for each of
-// them by field and place.
+// Names are made once and returned by reference, because a request with thousands of calls needs
+// each name many times.
 
 #include "calls/CallLogColumns.h"
 
@@ -37,7 +37,7 @@ struct FieldNames {
     std::string element;
 };
 
-/// By Field.
+/// Indexed by Field.
 const std::vector<FieldNames>& fields() {
     static const std::vector<FieldNames> names = {{"MornetTStimeFormat", "MornetTStimeFormat"},
                                                   {"Number", "Number"},
@@ -126,7 +126,7 @@ std::size_t CallLogColumns::position(Field field, std::size_t place) {
     if (field < InterleavedFields) {
         return FirstItem + place * InterleavedFields + field;
     }
-    // The grouping key stands between the first of the later fields and the others.
+    // The grouping key stands after the first of the fields that were added later.
     const std::size_t groupingKey = field > ResolvedNumber ? 1 : 0;
     return FirstExtra + (field - InterleavedFields) * Places + groupingKey + place;
 }

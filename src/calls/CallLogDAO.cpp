@@ -1,6 +1,6 @@
-// The call log as clients see it: which schema shows which calls, what a request means in SQL, and
-// the files of management. What a request brings is read by CallLogEntries; the rows of an answer
-// are in CallLogDAO_Answer.cpp.
+// The call log as clients see it: which schema shows which calls, how a request becomes SQL, and
+// the files of management. CallLogEntries holds the rows of a request; CallLogDAO_Answer.cpp makes
+// the rows of an answer.
 
 #include "calls/CallLogDAO.h"
 
@@ -20,7 +20,7 @@ namespace {
 using namespace DASUtilsStrings;
 using CallLogColumns::RowColumn;
 
-/// A schema, and which calls it is about.
+/// A schema, and the calls that it shows.
 struct SchemaRow {
     const std::string* schema;
     CallLogWriter::Kind kind;
@@ -48,10 +48,10 @@ const AssignedNumbers::Key NumberKey = {CallLogTableName,
                                         CallLogColumns::name(CallLogColumns::UniqueId)};
 
 constexpr int TableExists = 2;  // result of createTable
-/// Fields of a file that was written before calls got more.
+/// Number of fields in a file that was written before calls had more fields.
 constexpr unsigned FieldsOfOlderFile = 98;
 
-// A call is matched to a contact by its newest number alone, in the same user's phone book.
+// A call is matched to a contact only by its newest number, in the same user's phone book.
 const std::string JoinBeforeUser =
     "LEFT JOIN PHONE_BOOK ON "
     "( PHONE_BOOK.Office = CALL_LOG.Number0 "
@@ -88,7 +88,7 @@ std::string inCallLog(const std::string& column) {
     return CallLogTableName + "." + column;
 }
 
-/// The table without its defaults: a column that a rebuild adds is blank.
+/// The table without defaults, since a column that a rebuild adds is blank.
 const std::shared_ptr<const TableLayout>& layout() {
     static const auto shared = [] {
         PairList columns = CallLogColumns::entryColumns();
@@ -165,7 +165,7 @@ void CallLogDAO::addCategory(PairList& params) const {
 
 void CallLogDAO::fillupSearchParams(PairList& params, unsigned index) const {
     const auto add = [&](RowColumn column, const std::string& value) {
-        // Both tables of the joined read have columns of these names.
+        // Both joined tables have columns of these names, so the table is added.
         const std::string& name = CallLogColumns::name(column);
         params.emplace_back(isJoined() ? inCallLog(name) : name,
                             DASUtils::convertToDBFormat(value));
@@ -176,7 +176,7 @@ void CallLogDAO::fillupSearchParams(PairList& params, unsigned index) const {
     }
     for (std::size_t i = 0; i < CallLogEntries::ColumnCount; ++i) {
         const std::string& value = m_entries.values(index)[i];
-        // The grouping key is no search term: kept on purpose, rows are grouped by clients.
+        // The grouping key is no search condition: kept on purpose, clients group rows themselves.
         if (!value.empty() && CallLogEntries::Columns[i] != CallLogColumns::JSGroupBy) {
             add(CallLogEntries::Columns[i], value);
         }
@@ -207,7 +207,7 @@ int CallLogDAO::writeRequest() {
 }
 
 int CallLogDAO::writeEntry(std::size_t index) {
-    // Many would fail alike, and each failure takes long: the first one is in the log.
+    // All others would fail in the same way, and each failure takes long; one is in the log.
     const bool hasTooManyCalls = m_entries.hasTooManyCalls(index);
     if (hasTooManyCalls && m_resultOfTooMany != 0) {
         return m_resultOfTooMany;
@@ -215,7 +215,7 @@ int CallLogDAO::writeEntry(std::size_t index) {
     const std::string& given = m_entries.values(index)[0];
     const std::string number =
         given.empty() ? m_numbers.valueOf(index) : DASUtils::convertToDBFormat(given);
-    if (!given.empty() && !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, number)) {
+    if (!given.empty() && !mayStore(NumberKey, number)) {
         return 1;
     }
     const std::vector<std::string> cells =
@@ -238,15 +238,15 @@ bool CallLogDAO::isJoined() const {
 }
 
 bool CallLogDAO::hidesConversations() const {
-    // Without ResultCols the whole log is shown, also calls of conversations: kept on purpose,
-    // clients count on it.
+    // Without ResultCols the whole log is shown, including calls of conversations: kept on purpose,
+    // clients rely on it.
     return isJoined() ||
            (m_kind == CallLogWriter::All && !m_resultColumns.empty() &&
             calculateIfReadAll(m_tableName) && !calculateIfReadAll(PhoneBookTableName));
 }
 
 void CallLogDAO::makeTablesOfRead() {
-    // One that can't be made lets the read fail, which the log explains.
+    // If the table can't be created, the read fails, and the log shows why.
     (void)createMissingTable();
     if (hidesConversations()) {
         (void)ConversationsDAO(m_dbAdapter).createMissingTable();
@@ -274,7 +274,7 @@ int CallLogDAO::readRequest() {
     const std::string join =
         isJoined() ? JoinBeforeUser + DASUtils::convertToDBFormat(m_responseUser) + JoinAfterUser
                    : std::string();
-    // A call whose number several contacts have is one row all the same.
+    // If several contacts have the number of a call, the call is still one row.
     std::vector<std::string> groupBy(isJoined() ? 1 : 0, number);
     PairList orderBy;
     if (isJoined() || m_kind == CallLogWriter::All) {
@@ -381,13 +381,13 @@ int CallLogDAO::importRow(const std::string& context, std::vector<std::string>& 
     } else {
         names = columnNames();
     }
-    // Fields that are missing are blank; one too many makes the insert fail, which is logged.
+    // Missing fields are blank. An extra field makes the insert fail, which is logged.
     fields.resize(std::max(fields.size(), names.size()));
     const auto placeOf = [&](RowColumn column) {
         return std::find(names.begin(), names.end(), CallLogColumns::name(column)) - names.begin();
     };
     fields[static_cast<std::size_t>(placeOf(CallLogColumns::UserContext))] = context;
-    const auto number = placeOf(CallLogColumns::UniqueId);  // of another telephone
+    const auto number = placeOf(CallLogColumns::UniqueId);  // assigned by another telephone
     names.erase(names.begin() + number);
     fields.erase(fields.begin() + number);
     return updateItemInTable(m_tableName, names, fields);

@@ -1,5 +1,5 @@
-// The rows of a read as a client gets them: whole calls with their contact, or single cells, as the
-// words of ResultCols say.
+// Writes the rows of a read for the client: whole calls with their contact, or single cells, as
+// ResultCols asks.
 
 #include <algorithm>
 #include <iterator>

@@ -1,5 +1,5 @@
-// Elements come one by one, and a call that is at its end is not known to be the last of its row:
-// what was sent is kept by field, and the cells of a row are made when it is stored.
+// Elements arrive one by one, and when a call ends it is not known whether more calls of its row
+// follow. So the values are kept by field, and the cells of a row are built when it is stored.
 
 #include "calls/CallLogEntries.h"
 
@@ -19,7 +19,7 @@ using CallLogColumns::RowColumn;
 const char* const CallElement = "Item";
 const char* const ListElement = "LogList";
 
-/// Elements that fill a field next to the one of its name.
+/// Other element names that fill a field.
 struct Alias {
     const char* element;
     Field field;
@@ -27,7 +27,7 @@ struct Alias {
 constexpr Alias Aliases[] = {{"DeflectNumber", CallLogColumns::AuxiliaryNumber},
                              {"TransferType", CallLogColumns::CompletedElsewhere}};
 
-/// Appends the columns of the calls at the places from @p first to @p end, call by call.
+/// Appends the columns of the calls from @p first to before @p end, call by call.
 void appendFieldNames(std::vector<std::string>& names, std::size_t first, std::size_t end) {
     for (std::size_t place = first; place < end; ++place) {
         for (std::size_t field = 0; field < CallLogColumns::FieldCount; ++field) {
@@ -92,7 +92,8 @@ void CallLogEntries::setCallField(Field field, const std::string& text) {
     }
 }
 
-/// Calls for which a row has no place are counted and not kept: their row fails by their number.
+/// Extra calls, for which a row has no space, are counted but not kept. Because of the count their
+/// row fails.
 void CallLogEntries::endCall() {
     const std::size_t place = m_entry.calls++;
     if (place < CallLogColumns::Places) {
@@ -129,8 +130,8 @@ const std::vector<std::string>& CallLogEntries::columnsOfFullRow() {
 std::vector<std::string> CallLogEntries::columnsOf(std::size_t entry, std::size_t count) const {
     std::vector<std::string> columns = columnsOfFullRow();
     columns.resize(std::min(count, columns.size()));
-    // A call too many has names that are no columns, so its row fails: kept on purpose, it is
-    // the client that chooses what falls out of a full row.
+    // An extra call has column names that do not exist, so its row fails: kept on purpose, the
+    // client must choose which call a full row drops.
     if (hasTooManyCalls(entry)) {
         appendFieldNames(columns, CallLogColumns::Places, CallLogColumns::Places + 1);
     }
@@ -141,7 +142,7 @@ std::vector<std::string> CallLogEntries::cellsOf(std::size_t index, const std::s
                                                  const std::string& number,
                                                  const std::string& category) const {
     const Entry& entry = m_entries[index];
-    // Of the calls too many the first one stands for all.
+    // One extra call is enough to make the row fail.
     const std::size_t places = std::max(std::min(entry.calls, CallLogColumns::Places + 1),
                                         entry.namesAllPlaces ? CallLogColumns::Places : 0);
     std::vector<std::string> cells;

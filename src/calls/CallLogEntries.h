@@ -9,10 +9,8 @@
 #include "calls/CallLogColumns.h"
 
 /**
- * The rows that a request to the call log brings: what was sent of each, and the cells that follow.
- *
- * A request may hold thousands of rows, each with few of the many fields that a row has, so only
- * what was sent takes memory. All texts are escaped for SQL.
+ * The rows in a request to the call log: the values that were sent for each row, and the cells made
+ * from them.
  */
 class CallLogEntries {
 public:
@@ -23,33 +21,34 @@ public:
         CallLogColumns::JSGroupBy};
     static constexpr std::size_t ColumnCount = std::size(Columns);
 
-    /// The elements that are fields: of a row, of a call, and other names of the latter.
+    /// The names of all field elements: those of a row, those of a call, and the other names of the
+    /// latter.
     static const std::vector<std::string>& elements();
 
     // The events of the parser.
     void startElement(const char* name);
-    /// @p field is the place of the element among elements(), or ListRequest::NoField.
+    /// @p field is the index of the element in elements(), or ListRequest::NoField.
     void endElement(const char* name, int field, const std::string& text);
 
     [[nodiscard]] std::size_t size() const { return m_entries.size(); }
-    /// What was sent of a row, by the order of Columns; blank for what was not.
+    /// The values that were sent for a row, in the order of Columns; blank if not sent.
     [[nodiscard]] const std::array<std::string, ColumnCount>& values(std::size_t entry) const {
         return m_entries[entry].values;
     }
-    /// The number that each entry names; blank for one that names none.
+    /// The number that each entry names; blank if it names none.
     [[nodiscard]] std::vector<std::string> numbers() const;
     /// Whether an entry has more calls than a row.
     [[nodiscard]] bool hasTooManyCalls(std::size_t entry) const {
         return m_entries[entry].calls > CallLogColumns::Places;
     }
 
-    /// The columns of a row with all of its calls, as nearly every entry has them; the number is
-    /// the second one.
+    /// The columns of a row with ten calls, as nearly every entry needs them. The number is the
+    /// second one.
     static const std::vector<std::string>& columnsOfFullRow();
-    /// Those of the first @p count of them, and of one call more for an entry with too many.
+    /// The first @p count of them; for an entry with too many calls, also those of one more call.
     [[nodiscard]] std::vector<std::string> columnsOf(std::size_t entry, std::size_t count) const;
-    /// The cells of an entry in database form, in the order of the columns that it names. @p number
-    /// is in database form, the others are not.
+    /// The cells of an entry in database form, in the order of its columns. @p number is already in
+    /// database form; the kept values are not.
     [[nodiscard]] std::vector<std::string> cellsOf(std::size_t entry, const std::string& user,
                                                    const std::string& number,
                                                    const std::string& category) const;
@@ -59,24 +58,25 @@ private:
     struct CallField {
         std::string text;
         CallLogColumns::Field field;
-        std::size_t call;  ///< place of its call in the row
+        std::size_t call;  ///< index of its call in the row
     };
 
     struct Entry {
         std::array<std::string, ColumnCount> values;
-        std::vector<CallField> fields;  ///< of the calls for which a row has a place
+        std::vector<CallField> fields;  ///< fields of the calls for which a row has space
         std::size_t calls = 0;          ///< all that were sent
-        bool namesAllPlaces = false;    ///< its list of calls ended, so the other places are blank
+        bool namesAllPlaces = false;    ///< the list of calls has ended, so the unused calls of the
+                                        ///< row are blank
     };
 
-    /// Sets a field of the call in progress; of one that is sent twice the later text counts.
+    /// Sets a field of the current call. If it is sent twice, the later value counts.
     void setCallField(CallLogColumns::Field field, const std::string& text);
-    /// Gives the call in progress the next place of its row. Beyond the last place it is only
-    /// counted.
+    /// Adds the current call to its row. If the row is full, the call is only counted.
     void endCall();
 
-    Entry m_entry;                  ///< in progress
-    std::vector<CallField> m_call;  ///< in progress; a field that is sent again has one row
+    Entry m_entry;                  ///< the current entry
+    std::vector<CallField> m_call;  ///< the current call; a field that is sent again replaces its
+                                    ///< value
     std::vector<Entry> m_entries;
 };
 

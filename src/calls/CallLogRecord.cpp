@@ -1,5 +1,5 @@
-// Times are compared as local times of the telephone, since calls were stored with the zone of
-// their day. A text that can't be read throws, so that the repair leaves its row as it was.
+// Times are compared as local times of the telephone, because calls were stored with the zone of
+// their day. A time that can't be read throws, so that the repair does not change its row.
 
 #include "calls/CallLogRecord.h"
 
@@ -74,7 +74,8 @@ bool CallLogRecord::compareCallLogRecordsAsTime(const CallLogRecord& first,
     const std::string& firstTime = first[CallLogColumns::TimeDate];
     const std::string& secondTime = second[CallLogColumns::TimeDate];
     if (firstTime.empty()) {
-        return secondTime.empty();  // true both ways round: kept on purpose, the repair asks so
+        // True in both directions: kept on purpose, the repair relies on it.
+        return secondTime.empty();
     }
     return secondTime.empty() || extractLocalTimeFromISO8601TimeString(firstTime) >
                                      extractLocalTimeFromISO8601TimeString(secondTime);

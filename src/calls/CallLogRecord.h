@@ -8,16 +8,16 @@
 
 #include "calls/CallLogColumns.h"
 
-/// One call of a call log row: thirteen texts as they stand in the database.
+/// One call of a call log row: thirteen strings as they are in the database.
 class CallLogRecord {
 public:
-    /// The text of a field; the fields are those of CallLogColumns.
+    /// The value of a field; the fields are those of CallLogColumns.
     std::string& operator[](CallLogColumns::Field field) { return m_fields[field]; }
     const std::string& operator[](CallLogColumns::Field field) const { return m_fields[field]; }
 
     /// Whether all texts are empty.
     bool isEmpty() const;
-    /// Whether each text may stand between single quotes as it is.
+    /// Whether each value may stand between single quotes unchanged.
     bool isSafeInStatement() const;
     /// Whether all texts are equal.
     bool operator==(const CallLogRecord& other) const { return m_fields == other.m_fields; }
@@ -27,34 +27,34 @@ public:
     static std::string boostCompatibleISOString(const std::string& text);
 
     /**
-     * Takes @p time to the telephone's local time by the zone at the end of the ISO 8601 @p text. A
-     * text without a zone, with "Z" or with an offset of less than a minute counts as local as it
-     * stands: kept on purpose, stored calls were written so. A zone that can't be read throws an
+     * Converts @p time to the telephone's local time, by the zone at the end of the ISO 8601
+     * @p text. A time without a zone, with "Z", or with an offset of less than a minute counts as
+     * local: kept on purpose, stored calls were written so. A zone that can't be read throws an
      * exception of the standard library or of Boost.
      */
     static void adjustLocalTimeByTimeZone(boost::posix_time::ptime& time, const std::string& text);
 
-    /// The local time of an ISO 8601 text; one that can't be read throws as above.
+    /// The local time of an ISO 8601 string. One that can't be read throws as above.
     static boost::posix_time::ptime extractLocalTimeFromISO8601TimeString(const std::string& text);
 
     /**
-     * Whether @p first goes before @p second: newest first, undated after dated. Two undated ones
-     * go before each other in both directions, which no sort stands: sort through sortByTime. A
-     * time that can't be read throws as above.
+     * Whether @p first comes before @p second: newest first, calls without a date last. Two calls
+     * without a date each come before the other, which no sort algorithm tolerates: use sortByTime
+     * to sort. A time that can't be read throws as above.
      */
     static bool compareCallLogRecordsAsTime(const CallLogRecord& first,
                                             const CallLogRecord& second);
 
     /**
-     * Sorts @p items, newest first and undated last, where @p recordOf gives the record that
-     * carries an item's time. Each time is read once, and only when there is another to compare it
-     * with; one that can't be read throws as above and leaves @p items as they were.
+     * Sorts @p items, newest first and those without a date last; @p recordOf returns the record
+     * with an item's time. Each time is read once, and only if there is another one to compare it
+     * with. If one can't be read, this throws as above and @p items do not change.
      */
     template <typename Item, typename RecordOf>
     static void sortByTime(std::vector<Item>& items, RecordOf recordOf);
 
 private:
-    /// Places of @p times in the order of a sort; undated times are empty texts.
+    /// Indices of @p times in sorted order; a call without a date has an empty string.
     static std::vector<std::size_t> orderByTime(const std::vector<const std::string*>& times);
 
     std::array<std::string, CallLogColumns::FieldCount> m_fields;

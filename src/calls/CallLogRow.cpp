@@ -1,6 +1,6 @@
 // A row of the call log in memory, for the repair at the start, which splits rows of several
-// numbers and joins rows of one. It writes its statement itself, since a repaired row replaces the
-// stored one as a whole.
+// numbers and joins rows of one number. It has its own statement, since a repaired row replaces the
+// whole stored row.
 
 #include "calls/CallLogRow.h"
 
@@ -19,7 +19,7 @@ namespace {
 
 using namespace CallLogColumns;
 
-/// Fields that toString shows of a record.
+/// Fields of a record that toString shows.
 constexpr Field ShownFields[] = {
     Number, TimeDate, Duration, ResolvedNumber, CompletedElsewhere, GroupName, GroupNumber};
 
@@ -35,7 +35,7 @@ void appendQuoted(std::string& sql, const std::string& value) {
     sql += '\'';
 }
 
-/// The number as 32 bits in eight hexadecimal digits; one beyond that range is clamped.
+/// The number as eight hexadecimal digits (32 bits); a number out of range is clamped.
 std::string numberInHex(const std::string& number) {
     constexpr long lowest = std::numeric_limits<std::int32_t>::min();
     constexpr long highest = std::numeric_limits<std::int32_t>::max();
@@ -136,7 +136,7 @@ bool CallLogRow::isSafeInStatement() const {
 }
 
 void CallLogRow::updateDb(DataAccessServiceIfc* service) const {
-    (void)writeTo(service);  // told by the log alone, as the header says
+    (void)writeTo(service);  // the result is only logged, as the header says
 }
 
 bool CallLogRow::writeTo(DataAccessServiceIfc* service) const {
@@ -203,7 +203,7 @@ void CallLogRow::extractCallRecordsThatDoNotMatch(std::map<std::string, CallLogR
             moveToRowOfItsNumber(std::move(*record), rowsByNumber);
         }
     }
-    // What stood after the reference had no number and goes: kept on purpose.
+    // The values after the reference have no number and are dropped: kept on purpose.
     std::reverse(kept.begin(), kept.end());
     records = std::move(kept);
 }

@@ -11,12 +11,13 @@
 class DataAccessServiceIfc;
 
 /**
- * One row of the call log in memory: calls of one number in one category. Read from the database it
- * has exactly ten records, empty ones included; in repair it may have more or fewer.
+ * One row of the call log in memory: calls of one number in one category. A row read from the
+ * database has exactly ten records, including empty ones. During the repair it may have more or
+ * fewer.
  */
 class CallLogRow {
 public:
-    /// All texts empty, no records.
+    /// All strings empty, no records.
     CallLogRow() = default;
     /// From a row of all columns; one that is too short throws std::out_of_range.
     explicit CallLogRow(const std::vector<std::string>& row);
@@ -25,17 +26,17 @@ public:
     bool operator==(const CallLogRow& other) const;
     bool operator!=(const CallLogRow& other) const { return !(*this == other); }
 
-    /// For logs: the texts of the row and, a line each, the main fields of the records.
+    /// For logs: the values of the row and, on a line each, the main fields of the records.
     std::string toString() const;
 
     /**
-     * Writes the row: as a new one without a row number, else over the row of that number. Records
-     * after the tenth are left out. Nothing is escaped, since values go back in the form in which
-     * they were stored; a row with a value that would break the statement stays as it was. No
-     * result: what failed is in the log.
+     * Writes the row: without a row number as a new row, else over the row with that number.
+     * Records after the tenth are left out. Nothing is escaped, since values are written in the
+     * form in which they were stored. If a value would break the statement, the row is not written.
+     * A failure is only logged.
      */
     void updateDb(DataAccessServiceIfc* service) const;
-    /// The same with a result: false when the row does not stand in the database as it is here.
+    /// The same with a result: false if the row was not stored as it is here.
     [[nodiscard]] bool writeTo(DataAccessServiceIfc* service) const;
     /// Whether no value that is written would break the statement.
     bool isSafeInStatement() const;
@@ -43,19 +44,20 @@ public:
     /// Like CallLogRecord::compareCallLogRecordsAsTime over the first record of each. A row without
     /// records throws std::out_of_range.
     static bool compareCallLogRowByTime(const CallLogRow& first, const CallLogRow& second);
-    /// Sorts rows by the time of their first record; each must have one. Throws like a time that
-    /// can't be read.
+    /// Sorts rows by the time of their first record; each row must have one. A time that can't be
+    /// read throws.
     static void sortByFirstRecord(std::vector<CallLogRow>& rows);
 
-    /// Newest first, undated last. A time that can't be read throws and leaves the order.
+    /// Newest first, without a date last. A time that can't be read throws, and the order does not
+    /// change.
     void sortRecords();
-    /// sortRecords, then only the ten newest stay.
+    /// Calls sortRecords, then keeps only the ten newest.
     void normalize();
 
     /**
-     * Leaves in this row the calls of one number, that of its oldest numbered call, newest first,
-     * with calls without a number that stand among them. A call of another number goes to the row
-     * of that number in @p rowsByNumber, which is made when it is missing. Nothing is stored.
+     * Keeps in this row the calls of one number, the number of its oldest call that has one, and
+     * the calls without a number among them; newest first. Each call of another number moves to the
+     * row of that number in @p rowsByNumber, which is created if it is missing. Nothing is stored.
      */
     void extractCallRecordsThatDoNotMatch(std::map<std::string, CallLogRow>& rowsByNumber);
 
@@ -74,10 +76,10 @@ public:
     std::vector<CallLogRecord> records;
 
 private:
-    /// Pointers to the nine texts, in the order of the class.
+    /// Pointers to the nine strings, in the order of the class.
     std::vector<const std::string*> texts() const;
-    /// Hands @p record to the row of its number in @p rowsByNumber. A row that is made for it is of
-    /// the same user and category as this one.
+    /// Moves @p record to the row of its number in @p rowsByNumber. If this creates the row, it
+    /// gets the user and the category of this one.
     void moveToRowOfItsNumber(CallLogRecord&& record,
                               std::map<std::string, CallLogRow>& rowsByNumber) const;
 };

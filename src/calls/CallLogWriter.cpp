@@ -1,5 +1,5 @@
-// Which fields a client sees of a call depends on the category of its row, so the fields are lists
-// by category, walked for each call.
+// Which fields of a call a client sees depends on the category of its row. So there is a list of
+// fields for each category, and each call is written by its list.
 
 #include "calls/CallLogWriter.h"
 
@@ -12,14 +12,14 @@ using namespace CallLogWriter;
 using namespace CallLogColumns;
 using Row = std::vector<std::string>;
 
-/// By Kind, from the first on.
+/// Indexed by Kind, from the first category on.
 const std::string Categories[] = {"Dialled", "Forwarded", "Missed", "Received", "", ""};
 
 constexpr RowColumn ColumnsInFront[] = {CallLogColumns::UniqueId,  CallLogColumns::Category,
                                         CallLogColumns::EntryId,   CallLogColumns::Surname,
                                         CallLogColumns::Firstname, CallLogColumns::PictureClip};
 
-// What is shown of a call, by the category of its row.
+// The fields of a call that are shown, by the category of its row.
 constexpr Field DialledFields[] = {TimeFormat,     Number,   NumberType,
                                    ResolvedNumber, TimeDate, Duration};
 constexpr Field MissedFields[] = {TimeFormat,          Number,     NumberType,   AuxiliaryNumber,
@@ -55,7 +55,7 @@ const Tags& tagsOfField(Field field) {
     return all[field];
 }
 
-/// By column of the phone book, the user included.
+/// Indexed by column of the phone book, including the user.
 const std::vector<Tags>& contactTags() {
     static const std::vector<Tags> all = [] {
         std::vector<Tags> tags = {Tags(DASUtilsStrings::UserContextTagName)};
@@ -67,14 +67,14 @@ const std::vector<Tags>& contactTags() {
     return all;
 }
 
-/// The category in a row of the call log, or that of all rows of a kind.
+/// The category of a row of the call log: that of the kind or, if the kind has all, the row's own.
 const std::string& categoryOfRow(const Row& row, std::size_t offset, Kind kind) {
     const std::string& ofAllRows = categoryOf(kind);
     const bool isInRow = ofAllRows.empty() && offset + Category < row.size();
     return isInRow ? row[offset + Category] : ofAllRows;
 }
 
-/// What is shown of each call of a row.
+/// The parts of each call that are shown.
 struct ShownCall {
     Fields fields;
     bool withTransferType;
@@ -91,7 +91,7 @@ void appendItem(std::string& out, const Row& row, std::size_t offset, std::size_
         appendCell(out, row, offset + position(field, place), tagsOfField(field));
     }
     if (shown.withTransferType) {
-        // One column serves both: a missed call is never transferred.
+        // One column holds both: a missed call is never transferred.
         appendCell(out, row, offset + position(CompletedElsewhere, place), TransferTypeTags);
     }
     out += ItemTags.end;

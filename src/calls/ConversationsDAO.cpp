@@ -1,6 +1,6 @@
-// A plain read shows the rows themselves; one with ResultCols joins the calls and the contacts that
-// they name. The joined tables are made first if they are missing: a read of an empty log is no
-// failure.
+// A read without ResultCols shows the rows themselves; one with ResultCols joins the calls and
+// contacts that they name. Missing tables of the join are created first, so that a read of an empty
+// log does not fail.
 
 #include "calls/ConversationsDAO.h"
 
@@ -83,7 +83,7 @@ void ConversationsDAO::endElement(const char* name) {
     }
 }
 
-/// A blank field is no condition: a delete by number sends the other two blank.
+/// A blank field is not a condition: a delete by number sends the other two fields blank.
 void ConversationsDAO::fillupSearchParams(PairList& params, unsigned index) const {
     params.emplace_back(UserContextTagName, DASUtils::convertToDBFormat(m_responseUser));
     if (index >= m_entries.size()) {
@@ -102,7 +102,7 @@ int ConversationsDAO::writeWithTable() {
     if (status == 0 || couldNotBegin()) {
         return status;
     }
-    (void)createTable();  // fails when the table was not the reason
+    (void)createTable();  // fails if the missing table was not the cause
     return writeRequest();
 }
 
@@ -114,8 +114,7 @@ int ConversationsDAO::writeRequest() {
 
 int ConversationsDAO::writeEntry(std::size_t index) {
     const auto& [number, contact, call] = m_entries[index];
-    if (!number.empty() && !AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey,
-                                                         DASUtils::convertToDBFormat(number))) {
+    if (!number.empty() && !mayStore(NumberKey, DASUtils::convertToDBFormat(number))) {
         return 1;
     }
     const std::vector<std::string> values = {
@@ -145,20 +144,21 @@ int ConversationsDAO::readRequest() {
     return readIntoBody(read, appendPlainRows);
 }
 
-/// A join with a table that is missing fails as a whole, while one with an empty table has no rows:
-/// so calls and contacts get their tables first.
+/// If a table is missing, the whole join fails; if it is empty, the join has no rows. So the tables
+/// of calls and contacts are created first.
 int ConversationsDAO::readJoined() {
     (void)CallLogDAO(m_dbAdapter).createMissingTable();
     (void)PhonebookDAO(m_dbAdapter).createMissingTable();
     PairList params;
     fillupSearchParams(params, 0);
     for (auto& param : params) {
-        param.first.insert(0, m_tableName + ".");  // the joined tables have columns of these names
+        // The joined tables have columns of these names, so the table is added.
+        param.first.insert(0, m_tableName + ".");
     }
     std::vector<std::string> groupBy;
     PairList orderBy = {
         {CallLogTableName + "." + CallLogColumns::name(CallLogColumns::TimeDate, 0), "DESC"}};
-    // By it clients know which of the two forms the rows have.
+    // This reason shows clients which of the two forms the rows have.
     m_responseReason = JoinedResponse;
     const auto read = [&] {
         return m_dbAdapter->executeQuery(m_tableName, m_resultColumns, params,

@@ -1,4 +1,5 @@
-// The component of the phone book: kept on purpose, both are contacts to whoever reads the log.
+// Logs under the component of the phone book: kept on purpose, readers of the log see both as
+// contacts.
 #define DAS_LOG_COMPONENT "PhonebookDAO"
 
 #include "contacts/CallGroupDAO.h"
@@ -16,7 +17,7 @@ namespace {
 
 using namespace DASUtilsStrings;
 
-const std::string NumberColumn = "CallGroup";  // the word is the table's name, too
+const std::string NumberColumn = "CallGroup";  // the table has the same name
 const std::string NameColumn = "CallGroupName";
 const std::string RingToneColumn = "RingToneID";
 
@@ -127,8 +128,8 @@ int CallGroupDAO::updateRequest() {
     return result;
 }
 
-/// The group that the request selects by its number alone and that it does not renumber; blank when
-/// there is no such.
+/// The group that the request selects only by its number and does not renumber; blank if there is
+/// none.
 std::string CallGroupDAO::numberOfGroup() const {
     const auto isNumber = [](const auto& pair) { return pair.first == NumberColumn; };
     const PairList& selected = m_request.selectPairs();
@@ -136,7 +137,7 @@ std::string CallGroupDAO::numberOfGroup() const {
     const auto found = std::find_if(selected.begin(), selected.end(), isNumber);
     return std::count_if(selected.begin(), selected.end(), isNumber) == 1 &&
                    std::none_of(values.begin(), values.end(), isNumber)
-               ? found->second.substr(1, found->second.size() - 2)  // less its quotes
+               ? found->second.substr(1, found->second.size() - 2)  // without its quotes
                : std::string();
 }
 
@@ -184,7 +185,8 @@ std::string CallGroupDAO::responseData() {
     return takeEntries();
 }
 
-/// The table comes with its groups or not at all: those of a user that it lacks are never added.
+/// The table is created together with its groups or not at all, because missing groups of a user
+/// are never added later.
 bool CallGroupDAO::createMissingGroups() {
     if (m_dbAdapter->isTableThere(m_tableName)) {
         return false;
@@ -206,7 +208,7 @@ int CallGroupDAO::insertDefaultRows() {
     return insertDefaultRows(false);
 }
 
-/// A user has all of his groups or none: none are noticed, and inserted, by the next start.
+/// A user has all groups or none. If all are missing, the next start notices this and inserts them.
 int CallGroupDAO::insertTogether(const std::function<int()>& insert) {
     return runWhole(*m_dbAdapter, insert, TransactionGuard::Locks::AtOnce);
 }
@@ -239,7 +241,7 @@ int CallGroupDAO::insertDefaultRows(const std::string& context) {
         if (removed == 0) {
             return insertGroupsOf({context});
         }
-        // A table that a start on a full disk left has no groups of any user.
+        // A start on a full disk may have left the table without groups of any user.
         return m_dbAdapter->isKnownToBeEmpty(m_tableName)
                    ? insertGroupsOf({UserContextBase, UserContextVisitor})
                    : removed;

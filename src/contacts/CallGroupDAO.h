@@ -33,12 +33,12 @@ public:
     /// Inserts the groups of both users, all or none. Status of the first insert that failed, or 1
     /// when they could not be stored.
     int insertDefaultRows() override;
-    /// The same; @p onlyMissing leaves a table as it is that has rows.
+    /// The same, but with @p onlyMissing a table that has rows is not changed.
     int insertDefaultRows(bool onlyMissing) override;
     /**
-     * Replaces the groups of one user by sixteen blank ones, in one transaction: also the second
-     * visitor has sixteen. Makes a missing table with the groups of both users. When the old ones
-     * can't be removed none are inserted.
+     * Replaces the groups of one user by sixteen blank ones, in one transaction, so that a second
+     * visitor has sixteen as well. Makes a missing table with the groups of both users. When the
+     * old ones can't be removed none are inserted.
      */
     int insertDefaultRows(const std::string& context) override;
     /// Blanks names and ring tones of one user; the groups stay.
@@ -47,12 +47,12 @@ public:
     /// Sets the groups that the lines of a file name: user, number, name and ring tone. 0 whatever
     /// the file held, 1 when it did not open.
     int importData(std::string& location) override;
-    /// The same for one user, whatever user a line names. The visitor's groups are set only where
-    /// the telephone serves visitors, else those of base. 1 when the file did not open.
+    /// The same for one user; users in the lines are ignored. The visitor's groups are set only if
+    /// the telephone serves visitors, otherwise those of base. 1 if the file could not be opened.
     int importDataForUser(const std::string& location, eUserCategory category) override;
 
-    /// Sets name and ring tone of the groups that Select names among those of the user, all
-    /// sixteen when it names none.
+    /// Sets name and ring tone of those groups of the user that Select names; of all sixteen if it
+    /// names none.
     int updateRequest() override;
     int readRequest() override;
 
@@ -72,8 +72,8 @@ public:
     void endElement(const char* name);
 
 private:
-    /// Makes a missing table with the groups of both users, together or not at all. True when it
-    /// was made just now.
+    /// Creates a missing table with the groups of both users, together or not at all. True if it
+    /// was created by this call.
     bool createMissingGroups();
     /// The number of the group that the request names; blank for none.
     std::string numberOfGroup() const;

@@ -1,5 +1,5 @@
-// Types that only some columns have stand here, not in the table of columns, so that the table
-// stays readable by rows.
+// Types that only a few columns have are defined here and not in the table of columns, so that each
+// row of that table stays readable.
 
 #include "contacts/ContactColumns.h"
 

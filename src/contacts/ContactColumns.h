@@ -9,20 +9,19 @@
 
 /**
  * The columns of a contact: the one list for requests and answers, data files, the repair of the
- * table and the answers of the call log. A new column is one more row of All.
+ * table and the answers of the call log. To add a column, add a row to All.
  */
 namespace ContactColumns {
 
 /// Types of the two columns that are not plain texts, and the element of the call group, whose
-/// column has another name. A number is given once and never again, also after its contact has
-/// gone.
+/// column has another name. A number is assigned once and never again, even after its contact was
+/// deleted.
 extern const std::string NumberType;
 extern const std::string SurnameType;
 extern const std::string GroupElement;
 
-/// A column of the table, and the element in which it travels.
-/// The strings live as long as the process; only their addresses stand here, so that the list needs
-/// no start-up code.
+/// A column of the table, and its element in requests and answers. The strings live as long as the
+/// process. The list holds only their addresses, so it needs no code at start-up.
 struct Column {
     const std::string* name;
     const std::string* type;     ///< in SQL
@@ -62,7 +61,7 @@ inline constexpr Column All[] = {
 
 constexpr std::size_t Count = std::size(All);
 
-/// Places of columns that are handled apart.
+/// Positions of columns that need special handling.
 enum Place : std::size_t { UserPlace, NumberPlace, SurnamePlace, FirstnamePlace };
 
 /// Whether the table has a column @p name, in whatever case.

@@ -1,5 +1,5 @@
-// Plain values are quoted and can do no harm; numbers and patterns stand in a statement as they
-// are, so their form is tested, and what has another one is refused.
+// Plain values are quoted, so they can do no harm. Numbers and patterns become part of a statement
+// unquoted, so their form is checked and anything else is refused.
 
 #include "contacts/ContactFields.h"
 
@@ -7,7 +7,8 @@
 
 namespace {
 
-/// Elements after those of the columns: a part of a name, and the field that it searches.
+/// Elements that follow those of the columns: a search for a part of a name, and the field that it
+/// searches.
 struct Pattern {
     const char* element;
     ContactFields::Place field;
@@ -62,7 +63,7 @@ bool ContactFields::appendConditions(PairList& params) const {
         const Field& field = *lastOnes[place];
         const bool isNumber = place == Number;
         const bool isName = place == Surname || place == Firstname;
-        // A plain name that holds the word would go into the statement as it is: refused.
+        // A bare name with this word would become part of the statement unquoted, so it is refused.
         const bool isBare =
             isNumber || (isName && field.text.find(PatternWord) != std::string::npos);
         if (isBare && !(isNumber ? DASUtils::isIdentifier(field.text)

@@ -11,9 +11,9 @@
 #include "contacts/ContactColumns.h"
 
 /**
- * The fields that a request to the phone book brings, of its contacts and of its conditions.
- *
- * A whole book of contacts may come in one request, so a field that was not sent takes no memory.
+ * The fields that a request to the phone book contains: those of its contacts and those of its
+ * conditions. One request may contain thousands of contacts, so a field that was not sent takes no
+ * memory.
  */
 class ContactFields {
 public:
@@ -30,11 +30,11 @@ public:
 
     struct Field {
         std::string text;         ///< escaped for SQL
-        unsigned char place = 0;  ///< of its column, among those but the user's
+        unsigned char place = 0;  ///< position of its column, without the user's column
         bool isPattern = false;   ///< LIKE and a quoted pattern, from an element "…Like"
-        bool inEntry = false;     ///< or in a Select
+        bool inEntry = false;     ///< it stands in an Entry; otherwise in a Select
     };
-    /// By place; an empty one where none was sent.
+    /// By position; null for a field that was not sent.
     using Fields = std::array<const Field*, Count>;
 
     /// The elements of requests: one for each column, and those that search for a part of a name.
@@ -42,7 +42,7 @@ public:
 
     /// The element at @p element of elements() ended, with @p text.
     void add(std::size_t element, const std::string& text, bool inEntry);
-    /// The events of a contact. What is added outside of both belongs to the conditions of the
+    /// The begin and the end of a contact. Fields outside of both belong to the conditions of the
     /// request.
     void beginEntry() { m_entryBegin = m_fields.size(); }
     void endEntry() { m_contacts.emplace_back(m_entryBegin, m_fields.size()); }
@@ -53,25 +53,25 @@ public:
     [[nodiscard]] std::size_t contacts() const { return m_contacts.size(); }
     /// All that were sent, in order.
     [[nodiscard]] const std::deque<Field>& all() const { return m_fields; }
-    /// The fields of a contact; of one that was sent twice, the last.
+    /// The fields of a contact. If a field was sent twice, the last one counts.
     [[nodiscard]] Fields of(std::size_t contact) const { return fieldsOf(m_contacts[contact]); }
-    /// Those of the last entry, and what follows it.
+    /// The fields of the last entry, and those after it.
     [[nodiscard]] Fields last() const { return fieldsOf({m_entryBegin, m_fields.size()}); }
 
-    /// Appends the conditions that the entries make. The test whether a field counts looks at the
-    /// first entry, and the value is that of the last: kept on purpose, with one entry they agree.
-    /// False when a text has not the form that it needs in a statement.
+    /// Appends the conditions that the entries make. Whether a field is used depends on the first
+    /// entry, but its value is that of the last one: kept on purpose, with one entry both are the
+    /// same. False if a value does not have the form that it needs in a statement.
     [[nodiscard]] bool appendConditions(PairList& params) const;
 
-    /// The number of the one contact that an update selects and does not renumber; blank when it
-    /// names none or several.
+    /// The number of the single contact that an update selects and does not renumber; blank if it
+    /// selects none or several.
     [[nodiscard]] std::string updatedNumber() const;
 
 private:
     /// Where the fields of an entry begin and end.
     using Stretch = std::pair<std::size_t, std::size_t>;
 
-    /// Later fields of the same place take the place of earlier ones.
+    /// Of several fields with the same position, the last one counts.
     Fields fieldsOf(const Stretch& entry) const;
 
     std::deque<Field> m_fields;

@@ -1,5 +1,5 @@
-// The table alone, apart from its requests: the phone book needs it for what it hides, and must not
-// know the calls.
+// Only the table, without its requests: the phone book needs it to know which contacts to hide, and
+// must not depend on the calls.
 
 #define DAS_LOG_SOURCE "./src/ConversationsDAO"
 
@@ -17,7 +17,7 @@ namespace {
 using namespace DASUtilsStrings;
 
 const std::string NumberType = "INTEGER PRIMARY KEY AUTOINCREMENT";
-// "empty" is the default text of an id that is not given: kept on purpose, older tables have it.
+// "empty" is the default value of a missing id: kept on purpose, older tables have it.
 const std::string IdType = "TEXT DEFAULT empty";
 
 const std::shared_ptr<const TableLayout>& layout() {

@@ -6,8 +6,8 @@
 
 #include "dao/ListDAO.h"
 
-/// Columns of CONVERSATIONS that statements name.
-/// They join a conversation to its contact and to its calls: each holds the number of a row there.
+/// Columns of CONVERSATIONS that statements name. Each holds the number of a row: of the contact or
+/// of the calls that the conversation joins.
 namespace ConversationsColumns {
 extern const std::string NumberColumn;
 extern const std::string ContactColumn;
@@ -15,8 +15,8 @@ extern const std::string CallColumn;
 }  // namespace ConversationsColumns
 
 /**
- * The table CONVERSATIONS, without its requests. The phone book makes it when it is missing, since
- * a read of contacts leaves out those that conversations show.
+ * The table CONVERSATIONS, without its requests. The phone book creates it if it is missing,
+ * because a read of contacts leaves out those that conversations show.
  */
 class ConversationsTable : public ListDAO {
 public:
@@ -26,8 +26,9 @@ public:
     /// 0 when the table was created, 2 when it is there already, 1 for any other failure.
     int createTable() override;
 
-    /// The subquery for what @p column names, ContactColumn or CallColumn, in all conversations. It
-    /// has no NULL: a comparison with one is never true, so NOT IN would match no row at all.
+    /// The subquery for all numbers in @p column (ContactColumn or CallColumn) of all
+    /// conversations. It leaves out NULL: a comparison with NULL is never true, so NOT IN would
+    /// match no row at all.
     static std::string allNamedIn(const std::string& column);
 
 protected:

@@ -1,5 +1,5 @@
-// The phone book as clients see it: what a request means in SQL, and the files of management. What
-// a request brings is read by ContactFields.
+// The phone book as clients see it: how a request becomes SQL, and the files of management.
+// ContactFields holds the fields of a request.
 
 #define DAS_LOG_COMPONENT "PhonebookDAO"
 
@@ -149,8 +149,8 @@ int PhonebookDAO::readRequest() {
         return 1;
     }
     PairList hidden;
-    // Only a read that names all columns hides what conversations show: kept on purpose, one
-    // without ResultCols is how clients count everything.
+    // A read hides the contacts of conversations only if it names all columns: kept on purpose,
+    // clients count everything by a read without ResultCols.
     if (calculateIfReadAll(m_tableName) && !m_resultColumns.empty()) {
         (void)ConversationsTable(m_dbAdapter).createMissingTable();
         hidden.emplace_back("PHONE_BOOK.UniqueID",
@@ -226,7 +226,7 @@ int PhonebookDAO::updateRequest() {
                               DASUtils::convertToDBFormat(field.text));
         }
     }
-    // Without a condition the update would reach every contact of every user.
+    // Without a condition the update would change every contact of every user.
     if (conditions.empty()) {
         return 1;
     }
@@ -243,7 +243,7 @@ int PhonebookDAO::updateRequest() {
     return result;
 }
 
-/// An update reaches contacts of any user, so the contact itself is asked whose it is.
+/// An update may reach contacts of any user, so the owner is read from the contact itself.
 void PhonebookDAO::noteUpdate() {
     if (ChangeScope::heard() == nullptr) {
         return;
@@ -263,7 +263,7 @@ void PhonebookDAO::noteUpdate() {
 int PhonebookDAO::writeWithTable() {
     int status = writeRequest();
     if (status != 0 && !couldNotBegin()) {
-        (void)createTable();  // fails when the table was not the reason
+        (void)createTable();  // fails if the missing table was not the cause
         status = writeRequest();
     }
     setStatus(status);
@@ -273,8 +273,8 @@ int PhonebookDAO::writeWithTable() {
 int PhonebookDAO::writeRequest() {
     DAS_LOG(5, "writeRequest");
     m_lastNumber = 0;
-    // A phone book grows by what users type: what is left of the disk is for the journals of all
-    // other writes, without which nothing could even be deleted.
+    // The phone book grows with what users type. The remaining disk space is needed for the
+    // journals of all other writes; without a journal, nothing could even be deleted.
     const int usage = Storage::checkDiskUsage(DataDirectory);
     if (usage > HighestDiskUsage) {
         DAS_LOG(2, "writeRequest Out of disk space %d%% full\n", usage);
@@ -297,8 +297,7 @@ int PhonebookDAO::insertContact(std::size_t index) {
     const ContactFields::Fields fields = m_fields.of(index);
     const std::string& number = fields[ContactFields::Number]->text;
     const bool isGood =
-        number.empty() || (DASUtils::isIdentifier(number) &&
-                           AssignedNumbers::mayBeStored(*m_dbAdapter, NumberKey, number));
+        number.empty() || (DASUtils::isIdentifier(number) && mayStore(NumberKey, number));
     if (!isGood || fields[ContactFields::Surname]->isPattern ||
         fields[ContactFields::Firstname]->isPattern) {
         return 1;
@@ -369,7 +368,7 @@ int PhonebookDAO::importDataForUser(const std::string& location, eUserCategory c
     return replaceRowsOfUser(context, location, [&](std::vector<std::string>& fields) {
         fields.front() = context;
         if (fields.size() > 1) {
-            fields.erase(fields.begin() + 1);  // the number of another telephone
+            fields.erase(fields.begin() + 1);  // numbers are assigned by each telephone itself
         }
         return updateItemInTable(m_tableName, columns, fields);
     });

@@ -19,8 +19,8 @@ void PhonebookDAOXmlCharacterDataHandler(void* dao, const char* text, int length
  * eighteen texts. In requests and answers each column but the user is an element of its name; only
  * the call group travels as "Group". SurnameLike and FirstnameLike search for a part of a name.
  *
- * The int results are 0 for success; 1 also when a text of the request has not the form that it
- * must have in a statement, which is not run then.
+ * The int results are 0 for success. They are also 1 if a value of the request may not become part
+ * of a statement, because it has the wrong form; the statement does not run then.
  */
 class PhonebookDAO : public ListDAO {
 public:
@@ -36,31 +36,31 @@ public:
 
     int createTable() override;
     /**
-     * Replaces one user's contacts by those of a file of the same form; its users and numbers are
-     * left aside. The contacts are removed before the file is opened: kept on purpose, an import
-     * that names no file is how management empties the book. 1 when the file did not open.
+     * Replaces one user's contacts by those of a file of the same form; users and numbers in the
+     * file are ignored. The contacts are removed before the file is opened: kept on purpose, an
+     * import that names no file is how management empties the book. 1 when the file did not open.
      */
     int importDataForUser(const std::string& location, eUserCategory category) override;
     using DataAccessObject::deleteVisitorPhonebook;
     int deleteVisitorPhonebook() override;
-    /// Makes the indices that the searches use, those that are missing. 0 always.
+    /// Creates those indices for the searches that are missing. Always 0.
     int createPhonenumberIndices() override;
 
     /**
-     * Stores the entries of the request, two or more in one transaction. Each one that was stored
-     * keeps its number, so that a second run replaces it. -1 without an entry and on a disk that is
-     * more than 90 % full, else the adapter status of the last entry.
+     * Stores the entries of the request, two or more in one transaction. Each stored entry keeps
+     * its number, so that a second run replaces it. -1 if there is no entry or if the disk is more
+     * than 90 % full, else the adapter status of the last entry.
      */
     int writeRequest() override;
-    /// Sets the values of Entry in all contacts that Select names, of whichever user: kept on
-    /// purpose, a number names one contact. 1 when Select names nothing.
+    /// Sets the values of Entry in all contacts that Select names, whichever user they belong to:
+    /// kept on purpose, a number names one contact. 1 if Select names nothing.
     int updateRequest() override;
     int readRequest() override;
 
     /**
      * Stores one line of a data file as a new row: XML escapes are undone, a picture's path is cut
-     * to the name, columns without a value are blank, a blank number is assigned. A raw SQLite
-     * code. More values than columns throw std::out_of_range.
+     * to the name, missing values are blank, and a blank number is replaced by a new one. Returns a
+     * raw SQLite code. More values than columns throw std::out_of_range.
      */
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
@@ -71,9 +71,11 @@ public:
     int createTable(std::vector<std::string> columnsToSkip);
 
     int rowCountRequest();
-    /// Deletes the user's contacts that the entry describes, all without an entry. 1 for a pattern.
+    /// Deletes the user's contacts that the entry describes; all of them if there is no entry. 1
+    /// for a pattern.
     int deleteRequest();
-    /// Contacts of which any field of the entry matches. Only the row limit counts, no offset.
+    /// Finds contacts of which any field of the entry matches. It uses only the row limit, no
+    /// offset.
     int searchPhoneNumberRequest();
     int searchByExternalIdRequest();
 
@@ -82,24 +84,25 @@ public:
     void endElement(const char* name);
 
 private:
-    /// Writes, and once more after making a missing table when the first run failed; not when its
-    /// transaction could not begin, since a second run would wait as long again.
+    /// Writes. If the first run fails, it creates a missing table and runs once more. If the
+    /// transaction could not begin, there is no second run, since it would wait as long again.
     int writeWithTable();
-    /// Stores all contacts of the request, in one transaction from two on. -1 without any.
+    /// Stores all contacts of the request; two or more in one transaction. -1 if it has none.
     int insertContacts();
-    /// Stores one contact; 1 for one that searches by a pattern, or whose number may not be stored.
+    /// Stores one contact. 1 if it contains a search pattern, or if its number may not be stored.
     int insertContact(std::size_t index);
-    /// What both searches do; they differ in their names and in the line that the log has of them.
+    /// The common part of both searches, which differ in their names and in their log line.
     int search(const char* logLine);
     /// Conditions from user and entries.
     int buildParams(PairList& params) const;
-    /// Notes for listeners what an update has changed: the one contact that it names, or nothing.
+    /// Notes for listeners what an update has changed: the single contact that it names, or
+    /// nothing.
     void noteUpdate();
-    /// Settles columns, paging and conditions of a read. 1 when one of them may not enter a
+    /// Prepares columns, paging and conditions of a read. 1 if one of them may not enter a
     /// statement.
     int buildReadQuery(PairList& params);
-    /// Takes the words of ResultCols as they were sent; columnsToRead() has them as columns, of
-    /// which one has another name.
+    /// Reads the words of ResultCols as they were sent. columnsToRead() returns them as columns,
+    /// because one column has another name than its element.
     void extractResultColumns();
     std::vector<std::string> columnsToRead() const;
 

@@ -1,5 +1,6 @@
-// SQLite gives a new row the number after the highest one, so a single row at the end of the range
-// would stop the table for good: numbers that a client assigns are held below.
+// SQLite numbers a new row after the highest existing number. So one row with the highest possible
+// number would prevent all later inserts. Numbers that a client chooses are therefore kept below a
+// limit.
 
 #include "dao/AssignedNumbers.h"
 
@@ -14,8 +15,8 @@ namespace {
 
 const std::string NewNumber = "NULL";
 
-/// Whether @p number has too few characters to be above the highest number, also without its
-/// quotes. One with an exponent may be short.
+/// Whether @p number, even without its quotes, has too few characters to exceed the limit. A number
+/// with an exponent may be short and still exceed it.
 bool isSurelyLow(const std::string& number) {
     constexpr std::size_t digitsOfLowNumber = 15;
     return number.size() <= digitsOfLowNumber && number.find_first_of("eE") == std::string::npos;
@@ -28,7 +29,7 @@ bool AssignedNumbers::mayBeStored(DatabaseAdapter& adapter, const Key& key,
     if (isSurelyLow(number)) {
         return true;
     }
-    // SQLite itself decides what number the text is.
+    // SQLite itself decides which number the string stands for.
     Rows rows;
     const bool isAsked = adapter.executeSQLQuery("SELECT CAST(" + number + " AS NUMERIC) > " +
                                                      ClientUtils::int64tos(Highest) +
@@ -59,8 +60,9 @@ void AssignedNumbers::keep(std::size_t entry, long long number) {
     if (m_numbers[entry] == number) {
         return;
     }
-    // Numbers only grow, unless a full disk took the transaction back: then the entries whose
-    // numbers are given anew were lost with it, and must not replace those that have them now.
+    // Assigned numbers only grow, except when a full disk rolls the transaction back. The earlier
+    // entries are lost then, and their numbers are assigned again. They must not replace the rows
+    // that have these numbers now.
     if (number <= m_highest) {
         std::replace_if(
             m_numbers.begin(), m_numbers.end(), [number](long long n) { return n >= number; }, 0);

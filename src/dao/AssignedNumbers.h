@@ -8,14 +8,15 @@
 class DatabaseAdapter;
 
 /**
- * The numbers that the database gave to the entries of a write. A write that failed runs once more,
- * and an entry that the first run stored has to replace its row then, not add a second one.
+ * The numbers that the database assigned to the entries of a write. A failed write is run a second
+ * time. An entry that the first run stored must then replace its row instead of adding a second
+ * one.
  */
 class AssignedNumbers {
 public:
-    /// The highest number that a client may choose, the highest that each of them can hold exactly.
-    /// The database numbers on from the highest row, so one at SQLite's highest number would end
-    /// its table: no row could be added any more.
+    /// The highest number that a client may choose; every client can represent numbers up to it
+    /// exactly. The database numbers new rows from the highest one on. So after a row with SQLite's
+    /// highest number, no row could be added.
     static constexpr long long Highest = 9007199254740991;
 
     /// The key of a table whose rows the database numbers.
@@ -23,26 +24,27 @@ public:
         const std::string& table;
         const std::string& column;
     };
-    /// Whether a client may store a row under @p number, as it stands in the statement: it is at
-    /// most Highest, no number, or that of a row that is there. False, with a line in the log, also
-    /// when this can't be asked.
+    /// Whether a client may store a row under @p number (in the form of the statement): it is at
+    /// most Highest, or not a number, or the number of an existing row. False, with a log line,
+    /// also when this can't be found out.
     [[nodiscard]] static bool mayBeStored(DatabaseAdapter& adapter, const Key& key,
                                           const std::string& number);
-    /// The number of a row of a data file, @p text, as it stands in the statement: NULL, so that
-    /// the database gives it a new one, for a blank one and for one that may not be stored.
+    /// The number of a row of a data file, in the form of the statement. NULL if @p text is blank
+    /// or may not be stored, so that the database assigns a new number.
     [[nodiscard]] static std::string ofFile(DatabaseAdapter& adapter, const Key& key,
                                             const std::string& text);
 
-    /// Value of the number column for an entry that was sent without a number, in database form:
-    /// the one that it was stored under, or NULL, so that the database gives it one.
+    /// The value of the number column for an entry that was sent without a number, in database
+    /// form: the number under which an earlier run stored it, or NULL, so that the database assigns
+    /// one.
     std::string valueOf(std::size_t entry) const;
 
-    /// Keeps the number that such an entry was stored under.
+    /// Stores the number under which this entry was inserted.
     void keep(std::size_t entry, long long number);
 
 private:
-    std::vector<long long> m_numbers;  ///< by entry; 0 for none
-    long long m_highest = 0;           ///< of those that were ever kept
+    std::vector<long long> m_numbers;  ///< by entry; 0 if it has none
+    long long m_highest = 0;           ///< the highest number ever stored here
 };
 
 #endif

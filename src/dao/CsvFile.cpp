@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Seldom enough to cost nothing, often enough for a bar that moves.
+/// Rare enough to cost nothing, frequent enough for a moving progress bar.
 constexpr std::size_t LinesBetweenReports = 50;
 
 }  // namespace
@@ -100,7 +100,8 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
     std::vector<std::string> fields;
     while (!Work::isInterrupted() && readFields(fields)) {
         ++m_rows;
-        const std::size_t count = fields.size();  // who stores them may change them
+        // The function that stores the fields may change them.
+        const std::size_t count = fields.size();
         try {
             failures += store(fields) != 0 ? 1 : 0;
         } catch (const std::out_of_range&) {
@@ -115,7 +116,7 @@ std::size_t CsvReader::forEachRow(const std::function<int(std::vector<std::strin
     }
     reportProgress();
     if (m_stream.bad()) {
-        // Streams take lack of memory, and a disk that can't be read, for an end of the file.
+        // Streams report lack of memory, or an unreadable disk, as the end of the file.
         DAS_LOG(2, "%s: reading ended early, behind line %zu", m_path.c_str(), m_line);
         ++failures;
     }

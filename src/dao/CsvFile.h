@@ -12,8 +12,8 @@
 
 #include "DeviceFile.h"
 
-/// Writes the lines of a data file. Paths are those of the telephone; DeviceFileWriter says how an
-/// older file is replaced.
+/// Writes the lines of a data file. Paths are those of the telephone. DeviceFileWriter describes
+/// how it replaces an existing file.
 class CsvWriter {
 public:
     explicit CsvWriter(const std::string& path) : m_file(path) {}
@@ -28,64 +28,66 @@ public:
     /// Appends such a row to @p text, without a line feed.
     static void appendRow(std::string& text, const std::vector<std::string>& values);
 
-    /// Puts the file in its place and closes it. False when it could not be opened or not be
-    /// written whole.
+    /// Puts the finished file in its place and closes it. False if it could not be opened or not be
+    /// written completely.
     [[nodiscard]] bool finish() { return m_file.finish(); }
 
 private:
     DeviceFileWriter m_file;
-    std::string m_row;  ///< in the form of the file; its memory serves the next one
+    std::string m_row;  ///< the row in the form of the file; a member so that its memory is reused
 };
 
-/// A text that an import reads in place of a file, and what the import has counted.
+/// A string that an import reads instead of a file, and the counters of that import.
 struct TextImport {
     std::string_view text;    ///< must outlive the import
-    std::size_t rows = 0;     ///< that the text has
-    std::size_t refused = 0;  ///< those of them that were not stored
+    std::size_t rows = 0;     ///< rows in the string
+    std::size_t refused = 0;  ///< how many of them were not stored
 };
 
-/// Reads the lines of a data file. Paths are those of the telephone; DeviceFile says what opens. A
-/// line that is too long is logged at level 2 and counts as one that was not stored.
+/// Reads the lines of a data file. Paths are those of the telephone; DeviceFile decides which files
+/// may be opened. A line that is too long is logged at level 2 and counts as one that was not
+/// stored.
 class CsvReader {
 public:
-    /// What a line that begins with "#" is.
+    /// How a line that begins with "#" is treated.
     enum class Comments { AreData, AreSkipped };
 
     explicit CsvReader(const std::string& path, Comments comments = Comments::AreData);
-    /// Reads @p text, which must outlive the object; @p name stands for it in the log.
+    /// Reads @p text, which must outlive the object; the log shows @p name as its name.
     CsvReader(const std::string& name, std::string_view text);
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
 
     [[nodiscard]] bool isOpen() const { return !m_file || m_file->isOpen(); }
-    /// Whether it is not open because there is no such file.
+    /// Whether opening failed because the file does not exist.
     [[nodiscard]] bool isMissing() const { return m_file && m_file->isMissing(); }
 
-    /// The next line as it stands, less a carriage return at its end. False at the end of the file
-    /// and for a line that is too long.
+    /// Reads the next line unchanged, except for a carriage return at its end. False at the end of
+    /// the file and for a line that is too long.
     bool readLine(std::string& line);
 
-    /// The fields of the next line that has any. False at the end of the file.
+    /// Reads the fields of the next line that is not empty. False at the end of the file.
     bool readFields(std::vector<std::string>& fields);
 
     /**
-     * Gives the fields of each further line that has any to @p store, which may change them and
-     * returns 0 for success. A line that makes it throw std::out_of_range is logged at level 2 and
-     * counts as a failure; the others go on. How much of an ordinary file is read is reported.
+     * Calls @p store with the fields of each further line that is not empty. @p store may change
+     * the fields and returns 0 for success. If it throws std::out_of_range, the line is logged at
+     * level 2 and counts as a failure, and reading continues. For an ordinary file, progress is
+     * reported.
      *
      * @return how many lines were not stored
      */
     std::size_t forEachRow(const std::function<int(std::vector<std::string>&)>& store);
 
-    /// How many lines forEachRow() found that have fields or were too long.
+    /// How many lines forEachRow() found that were not empty or were too long.
     [[nodiscard]] std::size_t rows() const { return m_rows + m_tooLong; }
 
 private:
-    /// A text that is there, as a stream reads it.
+    /// Lets a stream read an existing string without a copy.
     class TextBuffer : public std::streambuf {
     public:
         explicit TextBuffer(std::string_view text) {
-            char* const begin = const_cast<char*>(text.data());  // only ever read
+            char* const begin = const_cast<char*>(text.data());  // the stream only reads it
             setg(begin, begin, begin + text.size());
         }
         [[nodiscard]] std::size_t size() const {
@@ -96,20 +98,20 @@ private:
         }
     };
 
-    /// Reads the next line that is not too long, whatever it holds. False at the end.
+    /// Reads the next line that is not too long, even an empty one. False at the end.
     bool next(std::string& line);
-    /// Reports how many bytes of the file have been read; nothing for a text.
+    /// Reports how many bytes of the file have been read; nothing for a string.
     void reportProgress();
 
     const std::string m_path;
     const Comments m_comments;
-    std::optional<DeviceFile> m_file;  ///< none for a text
+    std::optional<DeviceFile> m_file;  ///< not set when a string is read
     TextBuffer m_text;
     std::istream m_textStream;
-    std::istream& m_stream;  ///< of the two
+    std::istream& m_stream;  ///< of m_file or of the string
     std::size_t m_rows = 0;
     std::size_t m_line = 0;     ///< number of the line that was read last, from 1
-    std::size_t m_tooLong = 0;  ///< lines that were
+    std::size_t m_tooLong = 0;  ///< number of lines that were too long
 };
 
 #endif

@@ -1,5 +1,5 @@
-// Texts of requests enter statements as text, so whatever is quoted is escaped first, and whatever
-// can't be quoted has a form that is tested.
+// Values of requests become part of SQL strings. So every quoted value is escaped first, and every
+// value that can't be quoted must have a checked form.
 
 #include "dao/DASUtils.h"
 
@@ -40,8 +40,8 @@ void appendTag(std::string& out, const std::string& opening, const std::string& 
     out.append(opening).append(name).append(TagClosing);
 }
 
-/// Cells of a word of ResultCols, 0 for all columns of a table that @p tables lacks. SQLite
-/// takes names of tables in any case.
+/// Number of cells of a word of ResultCols; 0 for all columns of a table that is not in @p tables.
+/// SQLite ignores the case of table names.
 std::size_t widthOfWord(const std::string& word, const std::vector<DASUtils::TableWidth>& tables) {
     if (word.size() < 2 || word.compare(word.size() - 2, 2, ".*") != 0) {
         return 1;
@@ -101,7 +101,7 @@ std::string DASUtils::convertToDBFormat(const std::string& value) {
     std::string quoted;
     quoted.reserve(value.size() + 2 * SingleQuote.size());
     quoted.append(SingleQuote).append(value).append(SingleQuote);
-    return quoted;  // what append() returns would be copied
+    return quoted;  // the reference that append() returns would cause a copy
 }
 
 void DASUtils::convertToDBFormat(const std::string& value, std::string& out) {
@@ -112,9 +112,9 @@ std::string DASUtils::escapeAndQuote(const std::string& text) {
     return convertToDBFormat(escapeSqlReservedCharacters(text));
 }
 
-/// Doubled quotes stay as they are and single ones would end the literal: a text that comes through
-/// both steps unchanged has no single one. SQLite stops reading at a zero byte, so the rest of the
-/// statement would be cut off.
+/// Doubled quotes are harmless and a single one would end the literal. If unescaping and escaping
+/// leave a value unchanged, it has no single quote. SQLite stops reading at a zero byte, so the
+/// rest of the statement would be lost.
 bool DASUtils::isSafeBetweenQuotes(const std::string& value) {
     return value.find('\0') == std::string::npos &&
            escapeSqlReservedCharacters(unescapeSqlReservedCharacters(value)) == value;
@@ -138,8 +138,8 @@ bool DASUtils::isNumber(const std::string& text) {
     return isSignedDigits(text.begin(), text.end());
 }
 
-/// Words of ResultCols enter the statement without quotes, so nothing but a name, a name with a
-/// table in front, or all of a table may pass.
+/// Words of ResultCols become part of the statement without quotes, so only three forms are
+/// allowed: a name, a name with its table, or all columns of a table.
 bool DASUtils::isResultColumn(const std::string& word) {
     const auto dot = std::find(word.begin(), word.end(), '.');
     if (dot == word.begin() || !std::all_of(word.begin(), dot, isNameCharacter)) {
@@ -157,8 +157,9 @@ bool DASUtils::areResultColumns(const std::vector<std::string>& words) {
     return std::all_of(words.begin(), words.end(), isResultColumn);
 }
 
-/// A word such as "TABLE.*" stands for as many cells as that table has now, which may be one of an
-/// older form: what the known words leave of a row is shared among the others.
+/// A word such as "TABLE.*" stands for as many cells as that table has now; the table may still
+/// have an older form. So the cells that the known words leave over are shared among the other
+/// words.
 std::vector<std::size_t> DASUtils::positionsOfWords(const std::vector<std::string>& words,
                                                     std::size_t rowWidth,
                                                     const std::vector<TableWidth>& tables) {

@@ -13,8 +13,9 @@ class DataAccessObject;
 class DatabaseAdapter;
 
 /**
- * What all data access objects share: the quoting of SQL texts, the forms that request text must
- * have before it may enter a statement, and the two standard request bodies. All static, no state.
+ * What all data access objects share: quoting for SQL, the forms that request values must have
+ * before they may enter a statement, and the two standard request bodies. All functions are static
+ * and without state.
  */
 class DASUtils {
 public:
@@ -31,9 +32,9 @@ public:
             defaults;  ///< plain text: one for all rows, or one for each row id
     };
 
-    /// What one closed Entry of a request leaves.
+    /// The data of one closed Entry of a request.
     struct RowData {
-        std::string identifier;  ///< as it goes into SQL, unquoted; its form is tested before
+        std::string identifier;  ///< as it goes into SQL, unquoted; its form is checked before
         PairList newValues;      ///< column and value in database form
     };
 
@@ -41,20 +42,20 @@ public:
 
     /// Doubles each single quote.
     static std::string escapeSqlReservedCharacters(const std::string& text);
-    /// Undoes escapeSqlReservedCharacters: of each two single quotes one stays.
+    /// Undoes escapeSqlReservedCharacters: two single quotes become one.
     static std::string unescapeSqlReservedCharacters(const std::string& text);
     /// Turns each "&apos;" into a single quote.
     static std::string escapeSqlReservedString(const std::string& text);
-    /// Sets @p escape in front of each @p reserved.
+    /// Puts @p escape in front of each @p reserved.
     static std::string escapeReservedCharacter(const std::string& text, char reserved, char escape);
-    /// Database form: @p value between single quotes. The value is not escaped here.
+    /// Converts to database form: @p value between single quotes. It does not escape the value.
     static std::string convertToDBFormat(const std::string& value);
     static void convertToDBFormat(const std::string& value, std::string& out);
-    /// Database form of any text: escaped, then quoted.
+    /// Converts any string to database form: escaped, then quoted.
     static std::string escapeAndQuote(const std::string& text);
 
-    /// Whether @p value may stand between single quotes as it is: all quotes in it are doubled, and
-    /// no zero byte ends the statement.
+    /// Whether @p value may stand between single quotes unchanged: all its quotes are doubled, and
+    /// it has no zero byte that would end the statement.
     static bool isSafeBetweenQuotes(const std::string& value);
 
     static void createXMLStartTag(const std::string& name, std::string& out);
@@ -73,11 +74,11 @@ public:
     /// A table and the number of its columns.
     using TableWidth = std::pair<std::string, std::size_t>;
     /// Where the cells of each word of ResultCols begin in a row of @p rowWidth cells. "TABLE.*" is
-    /// as wide as its table: that of @p tables, or what the other words leave of the row.
+    /// as wide as its table in @p tables, or as the cells that the other words leave over.
     static std::vector<std::size_t> positionsOfWords(const std::vector<std::string>& words,
                                                      std::size_t rowWidth,
                                                      const std::vector<TableWidth>& tables = {});
-    /// LIKE and a text in single quotes, whose inner quotes are doubled.
+    /// Whether @p text is LIKE and a string in single quotes, with inner quotes doubled.
     static bool isPattern(const std::string& text);
 
     // Tables --------------------------------------------------------------------------------------
@@ -87,20 +88,21 @@ public:
     /// Replaces @p columns by the column names of @p table. False when it can't be read.
     static bool createColumnNameListFromDbFile(DatabaseAdapter* adapter, const std::string& table,
                                                std::vector<std::string>& columns);
-    /// The rows of @p table that match, as text; empty when they can't be counted.
+    /// The number of matching rows of @p table as a string; empty if they can't be counted.
     static std::string countOf(DatabaseAdapter& adapter, const std::string& table,
                                PairList conditions = {});
-    /// Reads @p columns, all for none, of the rows of @p table that match. A raw SQLite code.
+    /// Reads @p columns (all if empty) of the rows of @p table that match. Returns a raw SQLite
+    /// code.
     static int readRows(DatabaseAdapter& adapter, const std::string& table,
                         const std::vector<std::string>& columns, const PairList& conditions,
                         Rows& rows);
-    /// Rows of @p table as text. 0 always; a failure looks like "0".
+    /// The number of rows of @p table as a string. Always returns 0; a failure looks like "0".
     static int getRowCount(DatabaseAdapter& adapter, const std::string& table, std::string& count);
 
     /**
-     * Whether @p table may be given its default rows: the create that just ran gave 0
-     * (@p createResult), or the table can be counted and is empty. A count that failed decides
-     * nothing, since rows may be there that another process keeps from being read.
+     * Whether @p table may get its default rows: it was just created (@p createResult is 0), or it
+     * can be counted and is empty. A failed count allows nothing, because rows may exist that
+     * another process has locked.
      */
     static bool mayInsertDefaultRows(DatabaseAdapter& adapter, const std::string& table,
                                      int createResult);
@@ -108,47 +110,48 @@ public:
     /// What is known of a table before a request to it is served.
     enum class TableState {
         Ready,     ///< it has rows, or may be empty
-        Unknown,   ///< its rows could not be counted: they may be there or not
+        Unknown,   ///< its rows could not be counted, so it may have rows or not
         NotFilled  ///< it is empty, and its default rows could not be stored
     };
-    /// Makes @p table through its object when it counts no rows, with all of its default rows.
+    /// If the table has no rows, creates it through its object with all default rows.
     static TableState makeTableWithoutRows(DataAccessObject& dao, DatabaseAdapter& adapter,
                                            const std::string& table);
-    /// The same for one that counts no rows. @p isCounted says whether that is known to be true.
+    /// The same for a table whose row count is 0. @p isCounted: whether that count is certain.
     static TableState makeTable(DataAccessObject& dao, DatabaseAdapter& adapter,
                                 const std::string& table, bool isCounted);
 
     // Whose data the telephone serves: settings of the device -------------------------------------
 
     /**
-     * The stored current user. A visitor whose data was not downloaded to the end is put back to
-     * base, here and in the table: the one case in which this reading writes.
+     * The stored current user. If a visitor's data was not downloaded completely, the user becomes
+     * base, here and in the table. This is the only case in which this function writes.
      *
      * @param isRead false when the table could not be read; may be null
      * @return the stored text, empty without one or when it can't be read
      */
     static std::string readMobilityCurrentUserValue(DatabaseAdapter* adapter,
                                                     bool* isRead = nullptr);
-    /// Stores the current user, plain text, as a new row. False on failure.
+    /// Stores the current user (unescaped) as a new row. False on failure.
     static bool insertMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value);
-    /// Stores the current user, plain text, in the row that is there. False on failure.
+    /// Stores the current user (unescaped) in the existing row. False on failure.
     static bool updateMobilityCurrentUserValue(DatabaseAdapter* adapter, const std::string& value);
-    /// Whether the telephone serves its owner in every case. True when it can't be read; @p isRead
-    /// is false then, and may be null.
+    /// Whether the telephone always serves its owner (basic mobility). True also if this can't be
+    /// read; @p isRead is false then, and may be null.
     static bool isActiveMobilityModeIsBasic(DatabaseAdapter* adapter, bool* isRead = nullptr);
-    /// Whether the visitor's data was downloaded to the end. True unless a row says otherwise.
+    /// Whether the visitor's data was downloaded completely. True unless a row says otherwise.
     static bool isMobilityVisitorUserDataValid(DatabaseAdapter* adapter);
 
     // Data files ----------------------------------------------------------------------------------
     //
-    // The format is described in docs/csv.md. A writer gives false, and leaves an older file as it
-    // was, unless the file could be opened, every row could be read, and all of it reached the
-    // disk. A line that a reader can't use is logged, and the reader goes on with the next one.
+    // The format is described in docs/csv.md. A writer returns true only if the file could be
+    // opened, every row could be read, and all of it reached the disk. Otherwise an older file
+    // stays as it was. A line that a reader can't use is logged, and the reader continues with the
+    // next line.
 
-    /// Takes the version out of a header line. False, and an empty version, for another line.
+    /// Reads the version from a header line. False, and an empty version, for any other line.
     static bool getVersion(const std::string& line, std::string& version);
-    /// Takes the column names out of a header line. False, with @p columns as they were, when it is
-    /// none.
+    /// Reads the column names from a header line. For any other line false, and @p columns does not
+    /// change.
     static bool getColumnNames(const std::string& line, std::vector<std::string>& columns);
 
     /// Writes the rows of @p table that match @p conditions, without a header.
@@ -156,12 +159,12 @@ public:
                                                     const std::string& table,
                                                     const std::string& path,
                                                     const PairList& conditions);
-    /// Removes a file that a table went through, for good: it may hold passwords. One that is not
-    /// there is as good as removed; a failure is logged.
+    /// Removes a file that was used to move a table, since it may hold passwords. A file that does
+    /// not exist counts as removed; a failure is logged.
     static void removeDataFile(const std::string& path);
     /// Writes the cells of @p columns, in that order, of the rows of @p table that match
-    /// @p conditions. The first line is their names, with commas between them: what
-    /// recreateTableFromFile reads. A name that is no column of the table is a failure.
+    /// @p conditions. The first line has the column names with commas between them, as
+    /// recreateTableFromFile expects. If a name is not a column of the table, the export fails.
     static bool readFromTableAndWriteToFileWithColumns(DatabaseAdapter* adapter,
                                                        const std::string& table,
                                                        const std::string& path,
@@ -173,7 +176,8 @@ public:
      * its own. Fields of columns that @p table does not have are left out; a blank field of an
      * INTEGER PRIMARY KEY takes the next number.
      *
-     * @return true when each line was stored; what could be stored stays also when it is false
+     * @return true if each line was stored; even if it is false, the lines that could be stored
+     *         stay
      */
     static bool recreateTableFromFile(DatabaseAdapter* adapter, const std::string& table,
                                       const std::string& path);
@@ -196,7 +200,8 @@ public:
      * empties the cache of settings afterwards. A line for another table has the values of
      * @p columns, in order, and becomes an inserted row.
      *
-     * @return true when each line was stored; what could be stored stays also when it is false
+     * @return true if each line was stored; even if it is false, the lines that could be stored
+     *         stay
      */
     static bool updateItemsInTableWithValuesFromFile(DatabaseAdapter* adapter,
                                                      const std::string& table,
@@ -204,10 +209,10 @@ public:
                                                      const std::string& path);
 
     /**
-     * Rebuilds @p table in one transaction: it is renamed, @p create makes it anew, without a
-     * transaction of its own, and the rows are copied by column name; NULLs become blank. A column
-     * that the new table does not have is dropped, which is logged. If anything fails, or the new
-     * table does not count as many rows, everything is rolled back and the table is as it was.
+     * Rebuilds @p table in one transaction: the old table is renamed, @p create creates the new one
+     * without a transaction of its own, and the rows are copied by column name; NULLs become blank.
+     * A column that the new table does not have is dropped, which is logged. If anything fails, or
+     * the new table has another number of rows, everything is rolled back.
      *
      * @param dropFailure what is logged when the older table can't be dropped
      */
@@ -218,13 +223,15 @@ public:
     // Request bodies ------------------------------------------------------------------------------
 
     /**
-     * The frame of a request to the generic object @p dao: parses @p text, makes the table if it
-     * counts no rows, settles the user and runs the operation of the reason. A damaged request is
-     * served as far as it was read: kept on purpose, older clients leave the end off.
+     * The frame of a request to the generic object @p dao: parses @p text, creates the table if it
+     * has no rows, decides which user the request is for, and runs the operation of the reason. A
+     * damaged request is served as far as it could be read: kept on purpose, older clients leave
+     * out the end.
      */
     static void handleRequestHelper(const char* text, int length, DataAccessObject& dao);
 
-    /// Logs at level 5 that a request had @p reason, and the reasons that are @p served there.
+    /// Logs at level 5 that the request had @p reason, and that only the reasons @p served are
+    /// supported.
     static void logUnknownReason(const std::string& reason,
                                  const std::vector<const std::string*>& served);
 
@@ -237,7 +244,7 @@ public:
      * @param resultColsText column names with blanks between them; empty for all
      * @param user           context, escaped
      * @param rowId          identifier, may be empty
-     * @return 0, or 1 when the statement failed or a text has not the form that it needs
+     * @return 0, or 1 if the statement failed or a value has the wrong form for it
      */
     [[nodiscard]] static int readRequest(PairList& search, Rows& rows,
                                          std::vector<std::string>& resultColumns,
@@ -246,8 +253,8 @@ public:
                                          DatabaseAdapter& adapter);
 
     /**
-     * Updates rows of one user, inserting those that are missing; two rows or more stand in one
-     * transaction, and fail together when it can't begin. Without @p rows the one row is @p rowId
+     * Updates rows of one user, inserting those that are missing; two rows or more share one
+     * transaction, and all fail if it can't begin. If @p rows is empty, the only row is @p rowId
      * with @p newValues.
      *
      * @return result of the last row that has an identifier, 1 when none has. Earlier failures of a

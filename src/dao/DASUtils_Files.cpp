@@ -1,4 +1,4 @@
-// Tables to data files and back.
+// Exports tables to data files and imports them.
 
 #include <algorithm>
 #include <cerrno>
@@ -28,7 +28,7 @@ bool startsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
 }
 
-/// Places of the cells of a row that are written; empty for all.
+/// Positions of the cells of a row that are written; empty for all.
 using Places = std::vector<std::size_t>;
 
 std::vector<std::string> cellsAt(const std::vector<std::string>& row, const Places& places) {
@@ -57,7 +57,8 @@ bool findPlaces(DatabaseAdapter& adapter, const std::string& table,
     return true;
 }
 
-/// @p columns is the first line and names the cells that are written; empty for all without it.
+/// @p columns is the first line and names the cells to write; if it is empty, all cells are
+/// written.
 bool writeTable(DatabaseAdapter* adapter, const std::string& table, const std::string& path,
                 const PairList& conditions, const std::vector<std::string>& columns) {
     DAS_LOG(5, "Opening %s for writing", path.c_str());
@@ -111,7 +112,8 @@ constexpr std::size_t NameCell = 1;
 constexpr std::size_t TypeCell = 2;
 constexpr std::size_t KeyCell = 5;
 
-/// The column of @p table that numbers its rows, empty without one. It takes no blank text.
+/// The column in which the database numbers the rows of @p table; empty if it has none. The column
+/// does not accept a blank value.
 std::string integerKeyOf(DatabaseAdapter& adapter, const std::string& table) {
     Rows columns;
     if (adapter.executeSQLQuery("PRAGMA table_info(" + table + ");", columns) != 0) {
@@ -132,7 +134,8 @@ void logFieldCount(std::size_t fields, std::size_t columns) {
     DAS_LOG(2, "A line of %zu fields for %zu columns is skipped", fields, columns);
 }
 
-/// Inserts lines whose fields are named by a list; what the table does not have is left out.
+/// Inserts lines whose fields belong to named columns. Columns that the table does not have are
+/// left out.
 class RowInserter {
 public:
     RowInserter(DatabaseAdapter& adapter, const std::string& table,
@@ -174,7 +177,7 @@ private:
     std::size_t m_keyPlace = static_cast<std::size_t>(-1);
 };
 
-/// Logs that a file was opened, or was not. Whether it was.
+/// Logs whether a file was opened, and returns it.
 bool logOpened(const CsvReader& file, const std::string& path) {
     DAS_LOG(5, "Opening %s", path.c_str());
     if (!file.isOpen()) {
@@ -183,7 +186,7 @@ bool logOpened(const CsvReader& file, const std::string& path) {
     return file.isOpen();
 }
 
-/// False also when a line was not stored.
+/// False also if a line was not stored.
 bool insertRowsOfFile(DatabaseAdapter& adapter, const std::string& table, CsvReader& file,
                       const std::string& path) {
     std::vector<std::string> names;
@@ -195,7 +198,7 @@ bool insertRowsOfFile(DatabaseAdapter& adapter, const std::string& table, CsvRea
     return file.forEachRow([&](auto& fields) { return inserter.insert(fields); }) == 0;
 }
 
-/// Runs @p work as one transaction, which is ended also when it gives false.
+/// Runs @p work as one transaction. It is committed even if @p work returns false.
 bool inTransaction(DatabaseAdapter* adapter, const std::function<bool(DatabaseAdapter&)>& work) {
     if (adapter == nullptr) {
         return false;
@@ -205,7 +208,7 @@ bool inTransaction(DatabaseAdapter* adapter, const std::function<bool(DatabaseAd
     return transaction.end() == 0 && worked;
 }
 
-/// Puts the context that a line of three fields does not name into it.
+/// Adds the context to a line of three fields, which does not name one.
 void completeSetting(std::vector<std::string>& fields) {
     constexpr std::size_t contextPlace = 1;
     if (fields.size() == 3) {
@@ -215,8 +218,8 @@ void completeSetting(std::vector<std::string>& fields) {
     }
 }
 
-/// Updates the setting of a line if it is there, else inserts it: a table without its key would
-/// take a replacing insert as a second row.
+/// Updates the setting of a line if it exists, else inserts it. A replacing insert would add a
+/// second row if the table lacks its key.
 int storeSetting(DatabaseAdapter& adapter, const std::string& table,
                  std::vector<std::string>& fields) {
     completeSetting(fields);
@@ -259,7 +262,7 @@ CsvReader::Comments commentsFor(const std::string& table) {
     return areSettings(table) ? CsvReader::Comments::AreSkipped : CsvReader::Comments::AreData;
 }
 
-/// Whether each line of values was stored.
+/// Returns whether each line of values was stored.
 bool storeItems(DatabaseAdapter& adapter, const std::string& table,
                 const std::vector<std::string>& columns, CsvReader& file) {
     DAS_LOG(5, "Scanning file...");

@@ -46,8 +46,8 @@ Reading readItem(DatabaseAdapter* adapter, const char* item, std::string& value,
     return Reading::Done;
 }
 
-/// A setting that is on or off. It counts as on when it can't be read, and as @p whenMissing when
-/// it has no row.
+/// Reads a setting that is on or off. If it can't be read it counts as on; if it has no row, as
+/// @p whenMissing.
 bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName, bool whenMissing,
                 bool* isRead = nullptr) {
     std::string value;
@@ -67,8 +67,8 @@ bool readSwitch(DatabaseAdapter* adapter, const char* item, const char* logName,
 }  // namespace
 
 bool DASUtils::isActiveMobilityModeIsBasic(DatabaseAdapter* adapter, bool* isRead) {
-    // A table that can't be read counts as basic mode and a missing row does not: kept on purpose,
-    // a damaged telephone serves its owner.
+    // A table that can't be read counts as basic mode, a missing row does not: kept on purpose, so
+    // that a damaged telephone serves its owner.
     return readSwitch(adapter, BasicModeItem, "isActiveMobilityModeIsBasic", false, isRead);
 }
 

@@ -1,4 +1,4 @@
-// Tables made anew with other columns, inside the database.
+// Rebuilds a table with other columns, inside the database.
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ namespace {
 const std::string AsideEnding = "_MIGRATION";
 const std::string ScratchFile = "/Aurel_Deploy/DasTemporaryLogValues.csv";
 
-/// The statement that fills @p table by column name with the rows of @p aside.
+/// The statement that copies the rows of @p aside into @p table by column name.
 std::string copyStatement(DatabaseAdapter& adapter, const std::string& table,
                           const std::string& aside) {
     std::vector<std::string> present;
@@ -34,7 +34,7 @@ std::string copyStatement(DatabaseAdapter& adapter, const std::string& table,
            ClientUtils::join(values, ", ") + " FROM " + aside + ";";
 }
 
-/// For the transaction of the caller, who rolls it back if the result is false.
+/// Runs in the transaction of the caller, who rolls it back if the result is false.
 bool replaceTable(DatabaseAdapter& adapter, const std::string& table,
                   const std::function<bool()>& create, const char* dropFailure) {
     const std::string aside = adapter.freeTableName(table + AsideEnding);
@@ -80,13 +80,14 @@ int DASUtils::updateTableInDatabase(DatabaseAdapter* adapter, const std::string&
         PairList created = columns;
         return adapter->createTable(table, created) == 0;
     };
-    // The text names the call log whichever table it is: kept on purpose, it is looked for.
+    // The message names the call log for every table: kept on purpose, people search the log for
+    // it.
     const bool rebuilt = rebuildTable(*adapter, table, create,
                                       "CallLogDAO::updateCallLogTableDatabas - FAILED to drop "
                                       "CallLog Table from phone.db");
     if (!rebuilt) {
         return 2;
     }
-    removeDataFile(ScratchFile);  // earlier software left it after a failure
+    removeDataFile(ScratchFile);  // earlier software left this file after a failure
     return 1;
 }

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Rows in one request above this are looked for together.
+/// If a request has more rows than this, all its rows are looked up together.
 constexpr std::size_t LargeBatch = 500;
 
 PairList rowConditions(const std::string& user, const std::string& identifier) {
@@ -54,8 +54,9 @@ int updateFoundRow(DatabaseAdapter& adapter, const std::string& table, const DAS
     return result;
 }
 
-/// The rows that a large batch finds in its table. Such tables have no key, so a look for each row
-/// would read the whole table each time, and a batch of new rows take the square of its size.
+/// The rows of a large batch that are already in the table. These tables have no key, so each
+/// lookup of a single row reads the whole table: the time for a batch of new rows would grow with
+/// the square of its size.
 class KnownRows {
 public:
     KnownRows(DatabaseAdapter& adapter, const std::string& user, const std::string& table,
@@ -108,7 +109,8 @@ private:
 
     static constexpr std::size_t MostDigits = 18;
 
-    /// @p identifier as SQLite writes the number; empty if it is no number, or of too many digits.
+    /// Returns @p identifier as SQLite writes the number; empty if it is not a number, or has too
+    /// many digits.
     static std::string plain(const std::string& identifier) {
         if (!DASUtils::isIdentifier(identifier)) {
             return {};
@@ -132,7 +134,7 @@ int storeRow(DatabaseAdapter& adapter, const std::string& user, const std::strin
     PairList conditions = rowConditions(user, row.identifier);
     PairList counted = conditions;
     std::string count;
-    // A row that another thread stores after the count would be there twice.
+    // Without the lock, a row that another thread stores after the count would be inserted twice.
     const AdapterLock lock(adapter);
     const int result = adapter.countRows(table, counted, count);
     if (result != 0) {
@@ -178,12 +180,13 @@ DASUtils::TableState DASUtils::makeTable(DataAccessObject& dao, DatabaseAdapter&
     if (!isNew && !isCounted) {
         return TableState::Unknown;
     }
-    // Rows go in by place: in a table that an upgrade could not bring into order their cells would
-    // stand in wrong columns for good.
+    // Rows are inserted by position. If an upgrade could not correct the order of the columns,
+    // cells would be stored in wrong columns for good.
     if (isNew || hasColumnsOf(dao, adapter, table)) {
-        (void)dao.insertDefaultRows(true);  // those that are missing: another process may be faster
+        // Only missing rows: another process may have inserted them meanwhile.
+        (void)dao.insertDefaultRows(true);
     }
-    // They are stored together or not at all, so one row is proof.
+    // Default rows are stored together or not at all, so one row proves that all are there.
     bool isEmpty = false;
     const bool isFilled =
         dao.defaultRowIds().empty() || (adapter.lookForRows(table, isEmpty) == 0 && !isEmpty);
@@ -205,7 +208,8 @@ void DASUtils::handleRequestHelper(const char* text, int length, DataAccessObjec
     if (!isParsed) {
         DAS_LOG(2, "Parsing the request failed.");
     }
-    // Before reason and user are looked at: kept on purpose, any request makes the table.
+    // This happens before reason and user are checked: kept on purpose, any request creates the
+    // table.
     const TableState state = makeTableWithoutRows(dao, *dao.m_dbAdapter, dao.m_tableName);
     if (dao.settleUser() && dao.mayServe(state)) {
         (void)DataAccessObject::dispatch(dao, operations);  // another reason is a failure
@@ -249,7 +253,7 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
         const RowData& row = rows.front();
         return row.identifier.empty() ? 1 : updateOneRow(adapter, user, table, row);
     }
-    // At once: whoever keeps the batch from being stored is waited for once, not at each row.
+    // Locks at the begin: if another process blocks the batch, this waits once and not at each row.
     TransactionGuard transaction(adapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
         return transaction.beginResult();
@@ -268,7 +272,7 @@ int DASUtils::updateRequestHelper(DatabaseAdapter& adapter, const std::string& r
                            : updateOneRow(adapter, user, table, row);
         }
     }
-    // A batch that could not be committed is not there, whatever its last row said.
+    // If the commit failed, no row of the batch is stored, whatever the result of the last row was.
     const int ended = transaction.end();
     return result != 0 ? result : ended;
 }

@@ -1,5 +1,5 @@
-// An object serves one request: it is parsed into the fields of the object, value by value, and
-// each value is escaped the moment its element ends, so that no later code sees text as it came.
+// An object serves one request: the request is parsed into the fields of the object, value by
+// value. Each value is escaped as soon as its element ends, so later code never sees a raw value.
 
 #include "dao/DataAccessObject.h"
 
@@ -132,8 +132,8 @@ std::string DataAccessObject::firstAttribute(const char** attributes) {
     return hasValue ? DASUtils::escapeSqlReservedCharacters(attributes[1]) : std::string();
 }
 
-/// The user is no field of a row in a request: it comes from the Context, and a row must not name
-/// another one.
+/// The user is not a field of a row in a request: it comes from the Context, and a row must not
+/// name another user.
 const DASUtils::ColumnInfo* DataAccessObject::requestColumn(const char* name) const {
     const auto& all = columns();
     const auto found = std::find_if(all.begin(), all.end(), [name](const auto& column) {

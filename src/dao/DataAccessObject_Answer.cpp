@@ -14,8 +14,8 @@
 
 namespace {
 
-/// Space that a body leaves for what getResponseMsg puts around it: an answer is as large as all of
-/// its rows, and should be in memory once.
+/// Space reserved for what getResponseMsg adds around the body. An answer is as large as all of its
+/// rows, so it should not be reallocated.
 constexpr std::size_t FrameSize = 256;
 
 const std::string ContextStart = "<Context currentUser=\"";
@@ -59,7 +59,7 @@ std::vector<Cell> cellsOfAllColumns(const std::vector<std::string>& columnNames,
     return cells;
 }
 
-/// Words that are no column's own name show nothing; their cells are passed over.
+/// A word that is not the name of a column shows nothing; its cells are skipped.
 std::vector<Cell> cellsOfResultColumns(const std::vector<std::string>& resultColumns,
                                        const std::vector<std::string>& columnNames,
                                        std::size_t rowWidth) {
@@ -73,8 +73,8 @@ std::vector<Cell> cellsOfResultColumns(const std::vector<std::string>& resultCol
     return cells;
 }
 
-/// Counted first, so that the text is allocated once: one that grows is in memory twice for a
-/// moment.
+/// The size is computed first, so that the string is allocated once: a growing string is in memory
+/// twice for a moment.
 std::size_t sizeOfEntries(const Rows& rows, const std::vector<Cell>& cells) {
     std::size_t tags =
         DASUtilsStrings::xmlEntryStartTag.size() + DASUtilsStrings::xmlEntryEndTag.size();
@@ -148,7 +148,7 @@ int DataAccessObject::readEntries(const std::function<int()>& read,
         std::string entries = responseDataHelper(DASUtilsStrings::ReadResponse, {}, {},
                                                  m_resultColumns, rows, names, skipFirstColumn);
         if (body.empty()) {
-            body = std::move(entries);  // most answers are one piece
+            body = std::move(entries);  // most answers consist of one piece, which needs no copy
         } else {
             body += entries;
         }

@@ -1,4 +1,4 @@
-// Tables to data files and back, by the objects that own them.
+// Exports and imports of tables, by the objects that own the tables.
 
 #include <algorithm>
 #include <iterator>
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Lines for these are filled up: files of older versions have fewer columns.
+/// Lines for these tables may be short: files of older versions have fewer columns.
 bool isFilledUp(const std::string& table) {
     return table.find(DASUtilsStrings::PhoneBookTableName) != std::string::npos ||
            table.find(DASUtilsStrings::CallLogTableName) != std::string::npos;
@@ -26,7 +26,7 @@ void logRefused(std::size_t rows, const std::string& path) {
     }
 }
 
-/// Logs that a file was opened, or was not. Whether it was.
+/// Logs whether a file was opened, and returns it.
 bool logOpened(const CsvReader& file, const std::string& path) {
     DAS_LOG(5, "Opening %s", path.c_str());
     if (!file.isOpen()) {
@@ -60,8 +60,8 @@ bool DataAccessObject::exportTable(const std::string& table, const std::string& 
     const SecretCells secrets(*m_dbAdapter, table);
     bool needsHeader = !version.empty();
     const auto read = [&] { return DASUtils::readRows(*m_dbAdapter, table, {}, conditions, rows); };
-    // The header comes with the first rows: a table without rows leaves an empty file, which an
-    // import takes for no rows, while a header alone would be taken for a row.
+    // The header is written with the first rows, so a table without rows leaves an empty file,
+    // which an import reads as no rows. It would read a header alone as a row.
     const auto write = [&](Rows& piece) {
         if (needsHeader && !writeHeader(*m_dbAdapter, table, version, file)) {
             return false;
@@ -93,7 +93,7 @@ bool DataAccessObject::importTable(const std::string& table, std::vector<std::st
     if (transaction.beginResult() != 0) {
         return false;
     }
-    // A row that failed is in the log, the others stay.
+    // A failed row is logged; the others are stored.
     (void)file.forEachRow([&](auto& fields) { return updateItemInTable(table, columns, fields); });
     return transaction.end() == 0;
 }
@@ -201,8 +201,8 @@ int DataAccessObject::exportData(PairList& conditions, std::string& location) {
         return 0;
     }
     PairList known;
-    // The condition is usually the user; a table of the telephone has no such column and no rows
-    // that belong to another.
+    // The condition is usually the user. A table of the telephone has no column for the user, and
+    // all its rows belong to the telephone.
     std::copy_if(conditions.begin(), conditions.end(), std::back_inserter(known),
                  [this](const auto& condition) { return hasColumn(condition.first); });
     const bool written =
@@ -221,10 +221,10 @@ int DataAccessObject::importData(std::string& location) {
 bool DataAccessObject::prepareImport(std::vector<std::string>& names) {
     if (DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName) !=
         DASUtils::TableState::Ready) {
-        return false;  // the file's rows would keep the default rows out for good
+        return false;  // the file's rows would prevent the default rows from ever being inserted
     }
     if (hasColumn(DASUtilsStrings::UserContextTagName) && !defaultRowIds().empty()) {
-        // A file's rows are only ever updated, and a start in base wipes those of the visitor.
+        // Rows of a file only update existing rows, and a start in base deletes the visitor's rows.
         (void)insertDefaultRows(true);
     }
     return DASUtils::createColumnNameListFromDbFile(m_dbAdapter, m_tableName, names);
@@ -246,7 +246,7 @@ int DataAccessObject::importDataForUser(const std::string& location, eUserCatego
         return updateItemInTable(m_tableName, names, fields);
     };
     return importRowsOfUser(location, store, [&] {
-        (void)initialiseMobilityUserData(user);  // a table without rows is a failure there
+        (void)initialiseMobilityUserData(user);  // returns a failure if the table has no rows
     });
 }
 
@@ -276,7 +276,7 @@ int DataAccessObject::replaceRowsOfUser(
         return 1;
     }
     const auto replace = [&] {
-        (void)deleteContextData(context);  // nothing to delete is a failure there
+        (void)deleteContextData(context);  // returns a failure if there is nothing to delete
         if (logOpened(file, location)) {
             storeRows(file, location, store);
         }

@@ -63,7 +63,8 @@ int DataAccessObject::createTable() {
 
 int DataAccessObject::forEachEntry(std::size_t count,
                                    const std::function<int(std::size_t)>& operation) {
-    // At once: whoever keeps the entries from being stored is waited for once, not at each of them.
+    // Locks at the begin: if another process blocks the entries, this waits once and not at each of
+    // them.
     TransactionGuard transaction(*m_dbAdapter, count > 0 ? TransactionGuard::Locks::AtOnce
                                                          : TransactionGuard::Locks::AtFirstWrite);
     m_couldNotBegin = transaction.beginResult() != 0;
@@ -73,12 +74,13 @@ int DataAccessObject::forEachEntry(std::size_t count,
     int result = 0;
     for (std::size_t entry = 0; entry < count && !Work::isInterrupted(); ++entry) {
         result = operation(entry);
-        // Nothing can be stored without the table, and many failures take long.
+        // Without the table nothing can be stored, and many failing entries would take long.
         if (result != 0 && entry == 0 && count > 1 && !m_dbAdapter->isTableThere(m_tableName)) {
             break;
         }
     }
-    // A batch that could not be committed is not there, whatever its last entry said.
+    // If the commit failed, no entry of the batch is stored, whatever the result of the last one
+    // was.
     const int ended = transaction.end();
     return result != 0 ? result : m_dbAdapter->convertSQLiteStatusToAdapterStatus(ended);
 }
@@ -93,7 +95,7 @@ std::vector<std::string> DataAccessObject::columnNames() const {
 }
 
 int DataAccessObject::createTableUnlessThere(PairList& newColumns) {
-    AdapterLock lock(*m_dbAdapter);  // the words of a failure are those of the last statement
+    AdapterLock lock(*m_dbAdapter);  // the lock keeps the error message that of the last statement
     if (m_dbAdapter->createTable(m_tableName, newColumns) == 0) {
         return 0;
     }
@@ -129,7 +131,7 @@ int DataAccessObject::insertDefaultRow(const std::string& id, const std::string&
 
 bool DataAccessObject::isDefaultRowPresent(const std::string& table, const std::string& context,
                                            const std::string& id) {
-    // A row that can't be asked for counts as present: it must not be inserted a second time.
+    // If the lookup fails, the row counts as present, because it must not be inserted twice.
     return hasAdapter() &&
            DASUtils::countOf(*m_dbAdapter, table,
                              {{RowIdColumn, id}, {DASUtilsStrings::UserContextTagName, context}}) !=
@@ -158,16 +160,16 @@ int DataAccessObject::forEachDefaultRow(const std::vector<std::string>& contexts
     if (!hasAdapter()) {
         return 1;
     }
-    // Another process may have found the table empty, too. One without default rows stays empty,
-    // and a request to it must not wait for who writes.
+    // Another process may have found the table empty, too. If there are no default rows, nothing
+    // will be inserted, so the request must not wait for a process that writes.
     const auto locks = defaultRowIds().empty() ? TransactionGuard::Locks::AtFirstWrite
                                                : TransactionGuard::Locks::AtOnce;
     const auto insert = [&] { return insertRowsOf(contexts, onlyMissing) == 0; };
     if (contexts.size() > 1) {
-        // Together or not at all: a table that has some is taken for whole, and only an empty one
-        // is filled by the next request.
+        // All rows or none: a table with some rows counts as complete, and only an empty one is
+        // filled by a later request.
         (void)runWholeOrNot(*m_dbAdapter, insert, locks);
-        return 0;  // a failure is in the log alone
+        return 0;  // a failure is only logged
     }
     TransactionGuard transaction(*m_dbAdapter, locks);
     if (transaction.beginResult() == 0) {
@@ -180,7 +182,7 @@ int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, boo
     if (!hasAdapter()) {
         return 1;
     }
-    // No row of an empty table needs to be asked for.
+    // In an empty table no row needs to be looked up.
     const bool ask = onlyMissing && !m_dbAdapter->isKnownToBeEmpty(m_tableName);
     int result = 0;
     int index = 0;
@@ -194,7 +196,9 @@ int DataAccessObject::insertRowsOf(const std::vector<std::string>& contexts, boo
         for (const std::string* context : missing) {
             const int inserted = insertDefaultRow(id, *context, index);
             if (inserted != 0 && contexts.size() > 1) {
-                return inserted;  // SQLite may have rolled back the others: what follows would stay
+                // SQLite may have rolled back the earlier rows; later ones would then be stored
+                // alone.
+                return inserted;
             }
             result = result != 0 ? result : inserted;
         }
@@ -207,7 +211,7 @@ int DataAccessObject::initialiseMobilityUserData(const std::string& context) {
     PairList conditions = {
         {DASUtilsStrings::UserContextTagName, DASUtils::escapeAndQuote(context)}};
     if (m_layout->hasDefaultRowsPerUser) {
-        // Where nothing can be deleted the rows may still be there, and would be there twice.
+        // If the deletion failed, the rows may still exist, and inserting would double them.
         const int deleted = m_dbAdapter->deleteRow(m_tableName, conditions);
         const bool mayInsert = deleted == 0 || m_dbAdapter->isKnownToBeEmpty(m_tableName);
         return mayInsert ? insertDefaultRows(context) : deleted;

@@ -1,4 +1,4 @@
-// What an object does for the two users of its table: copies, wipes, and the visitor's passwords.
+// Operations on a table for its two users: copies, deletions, and the visitor's passwords.
 
 #include "Log.h"
 #include "dao/DataAccessObject.h"
@@ -13,7 +13,7 @@ std::string quotedVisitor() {
     return DASUtils::convertToDBFormat(DASUtilsStrings::UserContextVisitor);
 }
 
-/// False also when the database can't be asked.
+/// False also if the database can't be read.
 bool isKnownToBeMissing(DatabaseAdapter& adapter, const std::string& table) {
     return DASUtils::countOf(adapter, "sqlite_master",
                              {{"name", DASUtils::escapeAndQuote(table)}}) == "0";
@@ -44,7 +44,7 @@ int copyRowsToVisitor(DatabaseAdapter& adapter, Rows& rows, std::size_t contextI
             DAS_LOG(2, "Cannot create vistor data row, table = [%s]", table.c_str());
         }
         if (inserted != 0) {
-            return inserted;  // a guest must not get a part of his keys
+            return inserted;  // a visitor must not get only a part of the owner's keys
         }
     }
     return 0;
@@ -90,7 +90,7 @@ int DataAccessObject::replaceByCopies(const std::string& contextColumn, const st
     const std::string count =
         DASUtils::countOf(*m_dbAdapter, table, {{contextColumn, quotedVisitor()}});
     if (count.empty() && isKnownToBeMissing(*m_dbAdapter, table)) {
-        return 0;  // the first request makes it, with rows for both users
+        return 0;  // the first request creates the table with rows for both users
     }
     if (count.empty() || (count != "0" && deleteContextData(DASUtilsStrings::UserContextVisitor,
                                                             contextColumn, table) != 0)) {

@@ -1,6 +1,5 @@
-// A line of the list names a schema, alone, with an item of the device or with one that is not of
-// the device. What has another form is passed over: the list is the image's, and newer ones may say
-// more.
+// A line names a schema, or a schema and an item, or an item that is excluded. Other lines are
+// ignored: the list comes with the software image, and newer images may use more forms.
 
 #include "dao/DeviceDataReader.h"
 
@@ -25,7 +24,8 @@ void DeviceDataReader::readFile(const std::string& path) {
 void DeviceDataReader::processLine() {
     std::vector<std::string> fields;
     if (m_stream != nullptr) {
-        (void)ClientUtils::readLineFromCsvFileAndParse(*m_stream, fields);  // no line has no fields
+        // A line that can't be read has no fields.
+        (void)ClientUtils::readLineFromCsvFileAndParse(*m_stream, fields);
     }
     if (isLineIgnored(fields)) {
         return;

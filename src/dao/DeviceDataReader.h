@@ -17,15 +17,15 @@
  *     schema,item        an included item
  *     schema,item,false  an excluded item
  *
- * Any other line has no effect, a third field of "true" among them: kept on purpose, lists in the
- * field have such lines, and a schema that they made known would turn into device data as a whole.
+ * Any other line has no effect, even one with the third field "true": kept on purpose. Existing
+ * lists have such lines, and if they counted, their whole schema would become device data.
  */
 class DeviceDataReader {
 public:
     DeviceDataReader() = default;
 
-    /// Adds what the file @p path of the telephone says, up to its end or to the first failure. A
-    /// file that is missing adds nothing and is not logged: a telephone may have no list.
+    /// Adds the entries of the file @p path of the telephone, up to its end or the first failure. A
+    /// missing file adds nothing and is not logged: a telephone may have no list.
     void readFile(const std::string& path);
 
     /// Reads one line of the open file and applies it.

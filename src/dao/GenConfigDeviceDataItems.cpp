@@ -1,4 +1,5 @@
-// The list is read once at the start and never changed then, so requests look at it without a lock.
+// The list is read once at the start and never changes afterwards, so requests read it without a
+// lock.
 
 #include "dao/GenConfigDeviceDataItems.h"
 

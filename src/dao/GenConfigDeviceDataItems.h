@@ -13,14 +13,15 @@
  */
 class GenConfigDeviceDataItems {
 public:
-    /// What the list says of one schema.
+    /// The entries of the list for one schema.
     struct SchemaItem {
         std::vector<std::string> included;  ///< items that are device data
-        std::vector<std::string> excluded;  ///< items that are not; counts while included is empty
+        std::vector<std::string> excluded;  ///< items that are not device data; used only if
+                                            ///< included is empty
     };
 
-    /// Replaces the list by that of the file @p path of the telephone. A file that can't be read
-    /// leaves an empty list, and no item is device data then.
+    /// Replaces the list by that of the file @p path of the telephone. If the file can't be read,
+    /// the list is empty, and no item is device data.
     static void populateDeviceDataItemMapFromFile(const std::string& path);
 
     /// Replaces the list by a copy of @p items, which may be the list itself.
@@ -32,9 +33,9 @@ public:
     static void clearDeviceItemMap();
 
     /**
-     * Whether @p item of @p schema is device data: for a schema with included items, these alone;
-     * for any other schema of the list, all that are not excluded; for a schema that the list does
-     * not name, none.
+     * Whether @p item of @p schema is device data. If the schema has included items, only these
+     * are. Otherwise all items that are not excluded are. If the list does not name the schema,
+     * none is.
      */
     static bool isItemDeviceData(const std::string& schema, const std::string& item);
 

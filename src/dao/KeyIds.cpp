@@ -1,5 +1,5 @@
-// Ids of keys are ranges with gaps, since each group of keys begins at a round number. The texts
-// are made once, because many tables have a row for each.
+// Ids of keys are ranges with gaps, since each group of keys begins at a round number. The strings
+// are made once, because many tables have a row for each key.
 
 #include "dao/KeyIds.h"
 

@@ -1,5 +1,5 @@
-// Tables whose rows have a key. A write replaces the row of its key, so no row is looked for
-// before; a change for listeners is noted with the row's key, since one statement is one row.
+// Tables whose rows have a key. A write replaces the row of its key, so rows need not be looked up
+// first. Each statement changes one row, so the row's key is noted for listeners to changes.
 
 #include "dao/KeyedTableDAO.h"
 
@@ -20,12 +20,13 @@ KeyedTableDAO& self(void* dao) {
     return static_cast<KeyedTableDAO&>(*static_cast<DataAccessObject*>(dao));
 }
 
-/// The tables of these classes live as long as the process, so nothing is counted for each request.
+/// These tables live as long as the process, so the pointer needs no reference count.
 std::shared_ptr<const TableLayout> withoutOwner(const TableLayout& layout) {
     return {std::shared_ptr<const TableLayout>(), &layout};
 }
 
-/// The value that a request gives a column; of several the last, as in an update. Blank if none.
+/// The value that a request sets for a column. If it is sent several times, the last counts, as in
+/// an update. Blank if it is not sent.
 const std::string& valueOf(const PairList& newValues, const std::string& column) {
     const auto found = std::find_if(newValues.rbegin(), newValues.rend(),
                                     [&](const auto& pair) { return pair.first == column; });
@@ -109,7 +110,7 @@ DASUtils::TableState KeyedTableDAO::checkTable() {
     if (!defaultRowIds().empty()) {
         return DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
     }
-    (void)createMissingTable();  // a failure is in the log, and so is that of the request then
+    (void)createMissingTable();  // a failure is logged, and the failure of the request as well
     return DASUtils::TableState::Ready;
 }
 
@@ -124,8 +125,8 @@ PairList KeyedTableDAO::rowConditions(const std::string& identifier) const {
     return conditions;
 }
 
-/// What stands outside of entries is a row too. One row needs no transaction: SQLite makes one for
-/// a statement by itself.
+/// Values outside of entries are one more row. A single row needs no transaction of its own, since
+/// SQLite runs each statement in one.
 int KeyedTableDAO::forEachRow(RowOperation operation) {
     if (m_rowsToWrite.empty()) {
         return (this->*operation)({m_rowId, m_newValues});
@@ -172,7 +173,7 @@ int KeyedTableDAO::writeRow(const DASUtils::RowData& row) {
     if (row.identifier.empty()) {
         ChangeScope::noteNumber(*m_dbAdapter, number, userOfRows());
     } else {
-        ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+        noteChanged(row.identifier);
     }
     return result;
 }
@@ -182,6 +183,15 @@ const std::string& KeyedTableDAO::userOfRows() const {
     return isOfUser() ? m_responseUser : telephone;
 }
 
+/// A number is noted as it is stored, not as it was sent.
+void KeyedTableDAO::noteChanged(const std::string& identifier) {
+    if (makesKeys()) {
+        ChangeScope::noteNumber(*m_dbAdapter, identifier, userOfRows());
+    } else {
+        ChangeScope::noteRow(*m_dbAdapter, identifier, userOfRows());
+    }
+}
+
 int KeyedTableDAO::updateRow(const DASUtils::RowData& row) {
     if (row.identifier.empty()) {
         return 1;
@@ -189,7 +199,7 @@ int KeyedTableDAO::updateRow(const DASUtils::RowData& row) {
     PairList conditions = rowConditions(row.identifier);
     PairList newValues = row.newValues;
     const int result = m_dbAdapter->update(m_tableName, conditions, newValues, false);
-    ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+    noteChanged(row.identifier);
     return result;
 }
 
@@ -203,7 +213,7 @@ int KeyedTableDAO::deleteRow(const DASUtils::RowData& row) {
         conditions.insert(conditions.end(), row.newValues.begin(), row.newValues.end());
     }
     const int result = m_dbAdapter->deleteRow(m_tableName, conditions);
-    ChangeScope::noteRow(*m_dbAdapter, row.identifier, userOfRows());
+    noteChanged(row.identifier);
     return result;
 }
 
@@ -223,7 +233,7 @@ int KeyedTableDAO::readRows(const PairList& conditions) {
     if (m_resultColumns.size() == 1 && m_resultColumns.front() == m_tableName + ".*") {
         m_resultColumns.clear();
     }
-    // All columns are asked for by name: a table of other columns refuses the read.
+    // All columns are named in the statement, so a table with other columns refuses the read.
     std::vector<std::string> asked = m_resultColumns;
     if (asked.empty()) {
         for (const auto& column : columns()) {
@@ -291,7 +301,7 @@ int KeyedTableDAO::insertDefaultRowsFrom(std::size_t first, bool onlyMissing) {
         result = insertRowsFrom(first, onlyMissing);
         return result == 0;
     };
-    // A table that has some of them is taken for whole: only an empty one is filled later.
+    // A table with some of its rows counts as complete: only an empty one is filled later.
     const bool stored = runWholeOrNot(*m_dbAdapter, insertAll, TransactionGuard::Locks::AtOnce);
     return result == 0 && !stored ? 1 : result;
 }

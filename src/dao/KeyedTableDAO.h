@@ -11,11 +11,11 @@ void KeyedTableDAOXmlStartElement(void* dao, const char* name, const char** attr
 void KeyedTableDAOXmlEndElement(void* dao, const char* name);
 void KeyedTableDAOXmlCharacterDataHandler(void* dao, const char* text, int length);
 
-/// What a class of keyed rows consists of, as data. Lives as long as the process.
+/// Describes a class of keyed rows as data. Lives as long as the process.
 struct KeyedTable {
     TableLayout layout;
     RequestParser parser;
-    std::vector<const std::string*> reasons;  ///< those that are served
+    std::vector<const std::string*> reasons;  ///< the reasons that the class serves
     std::string rankColumn = {};              ///< reads are ordered by it; empty for no order
     bool deletesByColumns = false;            ///< a delete may name rows by any column
 };
@@ -42,38 +42,39 @@ public:
     void handleRequest(const char* text, int length) override;
 
     using DataAccessObject::insertDefaultRows;
-    /// Inserts all default rows, or none. 0, or the status of the first insert that failed; 1 when
-    /// they could not be stored.
+    /// Inserts all default rows, or none. Returns 0, or the status of the first insert that failed;
+    /// 1 if they could not be committed.
     int insertDefaultRows() override;
     /// The same, or only the rows whose key is missing.
     int insertDefaultRows(bool onlyMissing) override;
     /// 0 without action: no row of these tables is a user's from the start.
     int insertDefaultRows(const std::string& context) override;
 
-    /// Inserts rows, replacing those with the same key; columns that are not named become blank. 1
-    /// for a row without a key, unless the database makes keys.
+    /// Inserts rows and replaces rows with the same key. Columns that the request does not name
+    /// become blank. 1 for a row without a key, unless the database assigns keys.
     int writeRequest() override;
-    /// Changes rows. 1 for one without a key; a key that no row has changes nothing.
+    /// Changes rows. 1 for a row without a key. If no row has the key, nothing changes.
     int updateRequest() override;
-    /// Reads rows by key and by the columns that the request brought, in the order of their rank.
+    /// Reads rows by key and by the columns that the request names, in the order of their rank.
     int readRequest() override;
-    /// Deletes rows. 1 for one without a key, unless the table deletes by columns and there is one.
+    /// Deletes rows. 1 for a row without a key, unless the table allows deletion by columns and the
+    /// request names a column.
     virtual int deleteRequest();
 
-    /// Counts the rows of the table; 0 always, a failure looks like "0".
+    /// Counts the rows of the table. Always 0; a failure looks like "0".
     virtual int getRowCount(std::string& count);
 
-    /// Writes a row, plain text in the order of the table, replacing that with the same key. Fewer
-    /// values than columns throw std::out_of_range.
+    /// Writes a row, in the order of the table's columns, and replaces the row with the same key;
+    /// values are unescaped. Fewer values than columns throw std::out_of_range.
     int updateItemInTable(const std::string& table, std::vector<std::string>& names,
                           std::vector<std::string>& values) override;
 
-    /// Parser event, called through the callbacks; the other two are those of the base.
+    /// Parser event, called through the callbacks. The base class handles the other two events.
     virtual void startElement(const char* name, const char** attributes);
 
 protected:
-    /// Brings the table into a form that can serve; failures are in the log. Here: makes a missing
-    /// table, and fills an empty one with its default rows.
+    /// Makes the table ready for requests; failures are logged. Here: creates a missing table, and
+    /// fills an empty one with its default rows.
     virtual DASUtils::TableState checkTable();
     /// Runs the operation of the reason.
     virtual void serve();
@@ -81,31 +82,32 @@ protected:
     int readRows(const PairList& conditions);
     /// Inserts the default rows from the place @p first on, in one transaction.
     int insertDefaultRowsFrom(std::size_t first, bool onlyMissing);
-    /// The same for a caller who holds a transaction. The status of the first insert that failed,
-    /// which ends it.
+    /// The same within a transaction of the caller. The first failed insert ends it, and its status
+    /// is the result.
     int insertRowsFrom(std::size_t first, bool onlyMissing);
-    /// Goes over to another table of the class.
+    /// Switches to another table of the class.
     void useTable(const KeyedTable& table);
 
 private:
     using RowOperation = int (KeyedTableDAO::*)(const DASUtils::RowData&);
 
-    /// What the columns of the table say about its rows: which column is the key, whether rows
-    /// belong to users, and whether the database gives a key that a client left out.
+    /// These three look at the table's columns: which one is the key, whether rows belong to users,
+    /// and whether the database assigns a missing key.
     const DASUtils::ColumnInfo& keyColumn() const;
     bool isOfUser() const;
     bool makesKeys() const;
-    /// Runs @p operation for each row of the request, from two on in one transaction. The result of
-    /// the last one.
+    /// Runs @p operation for each row of the request; two or more run in one transaction. Returns
+    /// the result of the last one.
     int forEachRow(RowOperation operation);
     int writeRow(const DASUtils::RowData& row);
+    void noteChanged(const std::string& identifier);
     int updateRow(const DASUtils::RowData& row);
     int deleteRow(const DASUtils::RowData& row);
-    /// The user whose rows the request is about, escaped; blank where rows belong to the telephone.
+    /// The user whose rows the request is about, escaped; blank if rows belong to the telephone.
     const std::string& userOfRows() const;
     /// The cells of a default row in database form, in the order of the table.
     std::vector<std::string> defaultRow(std::size_t index) const;
-    /// 0 when @p isThere is known.
+    /// Returns 0 if @p isThere is known.
     int findRow(const std::string& key, bool& isThere);
     /// The condition that names the row, if it has a key, and its user, if the table has one.
     PairList rowConditions(const std::string& identifier) const;

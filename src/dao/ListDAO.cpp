@@ -1,10 +1,13 @@
-// What is common to contacts, call groups, calls and conversations. Their differences are in what
-// an entry means, so an entry's conditions and cells come from the class.
+// The common part of contacts, call groups, calls and conversations. An entry means something else
+// in each of them, so each class supplies the conditions and the cells of an entry.
 
 #include "dao/ListDAO.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "DASUtilsStrings.h"
+#include "dao/DASUtils.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
 
@@ -37,11 +40,26 @@ bool ListDAO::takeReadWords() {
     return DASUtils::areResultColumns(m_resultColumns) && m_request.hasSafePaging();
 }
 
+bool ListDAO::mayStore(const AssignedNumbers::Key& key, const std::string& number) {
+    if (!AssignedNumbers::mayBeStored(*m_dbAdapter, key, number)) {
+        return false;
+    }
+    Rows owner;
+    m_replacesOthers =
+        ChangeScope::heard() != nullptr && m_dbAdapter->isTableThere(key.table) &&
+        DASUtils::readRows(*m_dbAdapter, key.table, {DASUtilsStrings::UserContextTagName},
+                           {{key.column, number}}, owner) == 0 &&
+        !owner.empty() && owner[0].at(0) != m_responseUser;
+    return true;
+}
+
 int ListDAO::noteStored(std::size_t entry, bool isAssigned, int result) {
     if (result == 0 && isAssigned) {
         m_numbers.keep(entry, m_lastNumber);
     }
-    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, m_responseUser);
+    // A row that was another user's has changed for both.
+    const bool isOfBoth = std::exchange(m_replacesOthers, false);
+    ChangeScope::noteNumber(*m_dbAdapter, m_lastNumber, isOfBoth ? std::string() : m_responseUser);
     return result;
 }
 

@@ -14,17 +14,18 @@
  * conversations.
  *
  * Their requests have the elements of ListRequest, and a client can ask how many rows there are.
- * Rows that the database numbers keep their number for the time of a request: a write that failed
- * half way is run once more, and must replace what the first run stored.
+ * During a request, a row keeps the number that the database assigned to it: if a write fails half
+ * way, it runs once more and must replace the rows that the first run stored.
  */
 class ListDAO : public DataAccessObject {
 public:
-    /// Deletes all rows of the user; 1 when the whole table is empty.
+    /// Deletes all rows of the user; 1 if the whole table is empty.
     int initialiseMobilityUserData(const std::string& context) override;
-    /// 0 always: a file that can't be written is in the log.
+    /// Always 0: if the file can't be written, this is only logged.
     int exportData(PairList& conditions, std::string& location) override;
-    /// Adds the rows of a file, whose fields are the columns in the order of the table; fields that
-    /// are missing at the end of a line are blank. 0 whatever it held, 1 when it did not open.
+    /// Adds the rows of a file, whose fields are the columns in the order of the table. Fields that
+    /// are missing at the end of a line are blank. Returns 0 whatever the file contained, 1 if it
+    /// could not be opened.
     int importData(std::string& location) override;
 
     /// Parser event, called through the callbacks.
@@ -35,25 +36,34 @@ protected:
     ListDAO(DatabaseAdapter* adapter, std::shared_ptr<const TableLayout> layout,
             const std::vector<std::string>& fields);
 
-    /// Takes the words of ResultCols. False when they, or the paging, may not enter a statement.
+    /// Parses the words of ResultCols. False if they, or the paging, may not become part of a
+    /// statement.
     [[nodiscard]] bool takeReadWords();
-    /// Notes for listeners that the entry at @p entry was stored as m_lastNumber, and keeps that
-    /// number if the database gave it (@p isAssigned). Returns @p result, that of the insert.
+    /// Whether an entry may be stored under the number @p number, which a client chose and which is
+    /// in its form for a statement. If there are listeners, finds out whose row it replaces.
+    bool mayStore(const AssignedNumbers::Key& key, const std::string& number);
+    /// Notes for listeners that the entry with the index @p entry was stored as m_lastNumber, and
+    /// keeps that number if the database assigned it (@p isAssigned). Returns @p result, the result
+    /// of the insert.
     int noteStored(std::size_t entry, bool isAssigned, int result);
-    /// Deletes the rows that each entry describes, or once without an entry: @p conditions makes
-    /// the conditions of an entry, @p numbers has the number that each names. The result of the
-    /// last delete; 1 when more of them name no number than may, since these look at all rows.
+    /// Deletes the rows that each entry describes, or runs once if there is no entry. @p conditions
+    /// makes the conditions of an entry; @p numbers has the number that each entry names. Returns
+    /// the result of the last delete. Entries without a number search all rows, so their count is
+    /// limited; 1 if there are too many.
     int deleteEntries(const std::vector<std::string>& numbers,
                       const std::function<void(PairList&, unsigned)>& conditions);
 
-    /// A reason of lists alone, and that of its answer.
+    /// The reason for counting rows, which only lists have, and the reason of its answer.
     static const std::string RowCountRequest;
     static const std::string RowCountResponse;
 
     ListRequest m_request;
     AssignedNumbers m_numbers;
-    std::string m_count;         ///< answer to a count
-    long long m_lastNumber = 0;  ///< of the row that was stored last
+    std::string m_count;         ///< the number that answers a count
+    long long m_lastNumber = 0;  ///< number of the row that was stored last
+
+private:
+    bool m_replacesOthers = false;  ///< the current entry replaces a row of another user
 };
 
 #endif

@@ -1,5 +1,5 @@
-// An element that is not known changes nothing, so that newer clients can send more than this
-// software understands; and a value belongs to the element that began last, whatever closes it.
+// Unknown elements are ignored, so that newer clients can send more than this software understands.
+// A value belongs to the element that began last, whichever end tag follows.
 
 #include "dao/ListRequest.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 enum State { Idle, Reason, ResultCols, Offset, RowLimit, FirstField };
 
-/// Elements of the frame with a text, in the order of their states.
+/// Elements of the frame that have content, in the order of their states.
 constexpr std::string_view TextElements[] = {"ReasonForMessage", "ResultCols", "Offset",
                                              "RowLimit"};
 
@@ -76,7 +76,7 @@ int ListRequest::endElement(const char*) {
     if (state == Idle) {
         return NoField;
     }
-    // Most texts have no quote, and a request may have thousands of them.
+    // Most values have no quote, and a request may have thousands of values.
     if (m_text.find('\'') != std::string::npos) {
         m_text = DASUtils::escapeSqlReservedCharacters(m_text);
     }
@@ -101,7 +101,7 @@ std::vector<std::string> ListRequest::resultColumns() const {
     return ClientUtils::tokenizeString(m_resultCols, " ", true, false);
 }
 
-/// A page is both of them; one alone, or one that is no page, counts as none.
+/// Paging needs both values. A single one, or an invalid pair, is ignored.
 void ListRequest::settlePaging() {
     if (m_offset.empty() || m_rowLimit.empty()) {
         return;

@@ -9,8 +9,8 @@
 
 /**
  * What requests to the phone book, the call groups, the call log and the conversations have in
- * common: the frame around their fields, and the texts of their answers. An object keeps one, gives
- * it each parser event, and learns which of its fields ended.
+ * common: the frame around their fields, and the texts of their answers. A data access object has
+ * one ListRequest, forwards each parser event to it, and gets back which of its fields has ended.
  *
  * Elements of the frame are Schema, Context, ReasonForMessage, ResultCols, Offset, RowLimit, Entry
  * and Select. An element sets a state that its end tag looks at, so a value belongs to the element
@@ -38,15 +38,15 @@ public:
     // The events of the parser.
     void startElement(const char* name, const char** attributes);
     void addCharacters(const char* text, int length);
-    /// Place among the fields of the one that ended, whose text then waits in text(); NoField for
-    /// any other element.
+    /// The index of the field that ended; its content is then in text(). NoField for any other
+    /// element.
     int endElement(const char* name);
 
     /// Text of the field that ended last, escaped for SQL. Valid until the next event.
     const std::string& text() const { return m_text; }
 
-    /// Whether a field that ends now counts as one of an Entry: also outside of both, until a
-    /// Select begins.
+    /// Whether a field that ends now belongs to an Entry. This is also true outside of Entry and
+    /// Select, until a Select begins.
     bool isInEntry() const { return m_inEntry; }
 
     /// Adds a value in database form to the pairs of the element that is open: Select or Entry.
@@ -55,18 +55,19 @@ public:
     const PairList& entryPairs() const { return m_entryPairs; }
 
     /**
-     * The words of ResultCols, cut at every blank; none without the element. What follows the
-     * last blank is a word too, so a blank at the end gives an empty one, which is no column: kept
-     * on purpose, such a read has always failed.
+     * The words of ResultCols, split at every blank; empty without the element. A blank at the end
+     * yields an empty last word, which is not a column: kept on purpose, such a read has always
+     * failed.
      */
     std::vector<std::string> resultColumns() const;
 
     /**
-     * Settles the paging when both Offset and RowLimit were sent: both become plain numbers, or
-     * both become empty when the limit is below 1 or the offset below 0. One alone stays as it is.
+     * Checks the paging if both Offset and RowLimit were sent. Both become plain numbers, or both
+     * become empty if the limit is below 1 or the offset below 0. If only one was sent, it does not
+     * change.
      */
     void settlePaging();
-    /// Whether Offset and RowLimit may enter a statement, which they do only together.
+    /// Whether Offset and RowLimit may enter a statement. They do so only together.
     bool hasSafePaging() const;
     const std::string& offset() const { return m_offset; }
     const std::string& rowLimit() const { return m_rowLimit; }
@@ -77,7 +78,7 @@ public:
     static std::string numberAnswer(const std::string& tag, long long number);
 
 private:
-    /// Parts of the object that is served: this class fills them in while the request is parsed.
+    /// Members of the data access object, which this class sets while the request is parsed.
     const std::vector<std::string>& m_fields;
     std::string& m_schema;
     std::string& m_context;

@@ -1,4 +1,4 @@
-// An object for what no class serves, so that callers need no other case: its answer is a failure,
+// The object for an unknown schema, so that callers need no special case: its answer is a failure,
 // and its operations do nothing.
 
 #include "dao/NULLDataAccessObject.h"

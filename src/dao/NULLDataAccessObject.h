@@ -5,9 +5,9 @@
 
 #include "dao/DataAccessObject.h"
 
-/// Answers for a schema that no class serves, or while nothing is served: the schema's name, the
-/// reason "failure" and no data. It has no adapter and touches no table.
-/// With it the service has an object for every request, and no caller needs a case for none.
+/// Answers for an unknown schema, or while no schemas are served: the schema's name, the reason
+/// "failure" and no data. It has no adapter and uses no table. Because of it the service has an
+/// object for every request, and callers need no check for null.
 class NULLDataAccessObject : public DataAccessObject {
 public:
     /// @p schema is shown in the answer as it is.

@@ -1,5 +1,5 @@
-// Values are bound, not written into the statement: the rows are a user's own, and may hold what no
-// statement text can.
+// Values are bound and not written into the SQL string: the rows hold the user's own data, which
+// may contain bytes that no SQL string can.
 
 #include "dao/NamedRows.h"
 
@@ -46,8 +46,8 @@ NamedRows::Outcome NamedRows::store(const std::vector<std::string>& cells) {
     }
 }
 
-/// Asked before each row and not once for all: an earlier row of the same text may have taken the
-/// key.
+/// Looked up before each row and not once for all rows: an earlier row of the same import may have
+/// taken the key.
 NamedRows::Owner NamedRows::ownerOf(const std::string& key) const {
     Rows rows;
     const std::string sql = "SELECT " + (m_hasUser ? UserContextTagName : "''") + " FROM " +
@@ -59,8 +59,8 @@ NamedRows::Owner NamedRows::ownerOf(const std::string& key) const {
     const bool isOfUser = std::any_of(rows.begin(), rows.end(), [this](const auto& row) {
         return !m_hasUser || row.at(0) == m_user;
     });
-    // Where clients give the keys, each user may have a row of the same key; numbers are given over
-    // all users.
+    // If clients choose the keys, each user may have a row with the same key. Assigned numbers are
+    // unique over all users.
     const bool isOfOther = !rows.empty() && m_isNumbered;
     return isOfUser ? Owner::User : isOfOther ? Owner::OtherUser : Owner::None;
 }
@@ -96,7 +96,7 @@ bool NamedRows::add(const std::vector<std::string>& cells) {
                             : column.name == UserContextTagName ? m_user
                                                                 : column.defaults.front();
         if (column.name == keyOf(m_dao) && value.empty()) {
-            continue;  // the database gives it a number
+            continue;  // the database assigns a number
         }
         columns.push_back(column.name);
         values.push_back(std::move(value));

@@ -1,5 +1,5 @@
-// The parse ends at the first element that goes beyond a limit: a request that is too large must
-// not take the memory that the limit is there to keep.
+// The parse ends at the first element that exceeds a limit, because a request that is too large
+// must not use up the memory that the limit protects.
 
 #include "dao/RequestLimits.h"
 

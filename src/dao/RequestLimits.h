@@ -5,22 +5,22 @@
 #include <string>
 
 /**
- * Counts what a request holds. What goes beyond a limit ends the parse and is logged at level 2;
- * the request is a failure then, and nothing of it is stored. Each request of a client takes memory
- * and time of all others, so both must follow from what it may hold.
+ * Counts the contents of a request. If a limit is exceeded, the parse ends, this is logged at level
+ * 2, the request fails, and none of it is stored. Each request uses memory and time that all other
+ * clients need, so its contents must be limited.
  */
 class RequestLimits {
 public:
     static constexpr std::size_t Entries = 10000;
     static constexpr std::size_t Items = 10000;  ///< of settings
-    /// Names in ResultCols, in a deletion, and values of one row or search. A statement with a
-    /// thousand alternatives is beyond what SQLite takes.
+    /// Names in ResultCols or in a deletion, and values of one row or search. SQLite refuses a
+    /// statement with a thousand alternatives.
     static constexpr std::size_t Names = 900;
-    /// Bytes of a schema or context, which enter the statement of each row.
+    /// Bytes of a schema or context. Both are part of the statement of each row.
     static constexpr std::size_t NameBytes = 4096;
 
-    /// Each of these counts one thing more, or looks at how many there are. They return nothing:
-    /// the parse goes on to its next event and asks isExceeded() once at its end.
+    /// Each of these counts one more item, or checks a number of items. They return nothing: the
+    /// parse continues, and its owner calls isExceeded() once at the end.
     void addEntry() { check(++m_entries, Entries, "Entry elements"); }
     void checkItems(std::size_t count) { check(count, Items, "items of settings"); }
     void checkValues(std::size_t count) { check(count, Names, "values in one row"); }
@@ -28,7 +28,7 @@ public:
     void checkName(const std::string& name) {
         check(name.size(), NameBytes, "bytes in the name of a schema or context");
     }
-    /// @p resultCols is the text of ResultCols, names with blanks between them.
+    /// @p resultCols is the content of ResultCols: names with blanks between them.
     void checkColumns(const std::string& resultCols);
 
     [[nodiscard]] bool isExceeded() const { return m_isExceeded; }

@@ -1,5 +1,5 @@
-// Cells of secret columns are masked by place: the names are looked up once, not for each row of
-// an export.
+// Cells of secret columns are masked by position: names are looked up once, not for each row of an
+// export.
 
 #include "dao/SecretCells.h"
 

@@ -7,16 +7,15 @@
 
 class DatabaseAdapter;
 
-/// The cells of whole rows of a table that must not be shown: none unless secrets are hidden from
-/// this thread.
-/// Whether secrets are hidden is asked once, at construction, and the places of the secret columns
-/// are found then: whole rows are shown by the thousand.
+/// Masks the secret cells in whole rows of a table; masks nothing unless secrets are hidden from
+/// this thread. The constructor checks this and finds the positions of the secret columns once,
+/// because rows come by the thousand.
 class SecretCells {
 public:
-    /// @p adapter is asked for the columns of @p table, in their order in the database.
+    /// Asks @p adapter for the columns of @p table, in their order in the database.
     SecretCells(DatabaseAdapter& adapter, const std::string& table);
 
-    /// False when the columns of the table can't be read: then no row of it may be shown.
+    /// False if the columns of the table can't be read. Then no row of it may be shown.
     [[nodiscard]] bool areKnown() const { return m_areKnown; }
 
     /// Puts the mask in place of the secrets of @p row.

@@ -9,29 +9,30 @@
 #include "dao/DASUtils.h"
 
 /**
- * What a generic object knows of its table, as data. It is made once for a schema and shared by all
- * objects that serve it, since an object lives for one request only; it never changes then.
+ * Describes a table for its generic objects, as data. An object lives for one request only, so the
+ * description is made once for each schema and shared. It never changes afterwards.
  */
 struct TableLayout {
     std::string schema;                  ///< the name in requests and answers
     std::string table;                   ///< the name in SQL
     bool skipFirstColumn = false;        ///< the first column never reaches a client
-    bool hasDefaultRowsPerUser = false;  ///< re-initialising a user inserts his default rows anew
+    bool hasDefaultRowsPerUser = false;  ///< re-initialising a user inserts the user's default rows
+                                         ///< again
     std::vector<DASUtils::ColumnInfo> columns;
     std::vector<std::string> defaultRowIds;  ///< of the rows that the table has from the start
     std::string constraint = {};             ///< of the table, after its columns; empty for none
     bool hasDataFiles = false;  ///< its rows can be written to a file and read from one
 
-    /// One of columns without defaults: their names and types.
+    /// A description of columns without defaults: their names and types.
     static TableLayout of(const std::string& schema, const std::string& table,
                           const PairList& columns);
-    /// One of keys of a user: with the columns of user and row, to which the others are added.
+    /// A description of a user's keys: the columns of user and row, followed by the others.
     static TableLayout ofKeys(const std::string& schema, const std::string& table,
                               const std::vector<std::string>& rowIds);
 };
 
-/// How a class with parser callbacks of its own reads a request, and what it logs of a damaged one.
-/// They are plain functions, as a parser in C calls them: each class has three of its own, which
+/// How a class with its own parser callbacks reads a request, and what it logs for a damaged one.
+/// The parser is written in C and calls plain functions, so each class has three functions that
 /// forward to the object.
 struct RequestParser {
     XmlStartHandler start;  ///< the user data of all three is the DataAccessObject

@@ -1,6 +1,6 @@
-// What a thread is in the middle of, an outer transaction or the one wait of a request, is a
-// thread-local variable: the code between, which calls interfaces of fixed signatures, has no
-// parameter for it.
+// The guards keep what a thread is doing (its outer transaction, the one wait of its request) in
+// thread-local variables. The interfaces between the guards have fixed signatures, so no parameter
+// could carry it.
 
 #include "database/AdapterGuards.h"
 
@@ -18,7 +18,7 @@ constexpr long WaitOfEachStatement = -1;
 
 thread_local long s_waitLeft = WaitOfEachStatement;
 
-/// A transaction that others of its thread are parts of.
+/// A transaction that includes the transactions of inner calls on the same thread.
 struct Outer {
     const DatabaseAdapter* adapter;
     bool isRolledBack;
@@ -151,7 +151,8 @@ int runWhole(DatabaseAdapter& adapter, const std::function<int()>& work,
 int runWholeWithInner(DatabaseAdapter& adapter, const std::function<int()>& work) {
     Outer outer{&adapter, false};
     const auto workWithInner = [&] {
-        // From here on the transaction of runWhole() is open, and is itself no inner one.
+        // While this scope lives, the transaction of runWhole() is the outer one; it is no inner
+        // one itself.
         struct Scope {
             explicit Scope(Outer& outer) { s_outer = &outer; }
             ~Scope() { s_outer = nullptr; }

@@ -7,7 +7,8 @@
 
 class DatabaseAdapter;
 
-/// Holds the adapter's lock for a scope. Declare it before a Statement, so that it goes last.
+/// Holds the adapter's lock for a scope. Declare it before a Statement, so that it is destroyed
+/// after the Statement.
 class AdapterLock {
 public:
     /// Waits for the lock of @p adapter, which must outlive this object; not owned.
@@ -22,15 +23,15 @@ private:
 
 /**
  * A transaction for a scope. It begins at construction and is ended once: committed, rolled back,
- * or ended by the destructor, which never rolls back. Since beginning takes the adapter's lock even
- * when SQLite refuses, ending is due also when the begin failed. Transactions do not nest, but in
- * a whole one that says so.
+ * or ended by the destructor, which never rolls back. beginTransaction() takes the adapter's lock
+ * even when SQLite refuses the begin. So the transaction must be ended after a failed begin too.
+ * Transactions do not nest, except inside runWholeWithInner().
  */
 class TransactionGuard {
 public:
-    /// AtFirstWrite is what a transaction usually is: others may write until it does. AtOnce is for
-    /// one that writes by what it has read: a begin that fails then means that nothing is to be
-    /// written.
+    /// AtFirstWrite is the usual kind: other connections may write until this transaction writes.
+    /// AtOnce locks the file at the begin, for a transaction whose writes depend on what it has
+    /// read. If that begin fails, nothing may be written.
     enum class Locks { AtFirstWrite, AtOnce };
 
     /// @p adapter must outlive this object; not owned.
@@ -42,34 +43,35 @@ public:
     /// Raw SQLite code of the begin, 0 for success.
     [[nodiscard]] int beginResult() const { return m_beginResult; }
 
-    /// From now on nothing is committed but by end(). When the disk is full SQLite takes the
-    /// transaction back by itself, and what follows would be stored alone.
+    /// From now on only end() commits. When the disk is full, SQLite rolls the transaction back by
+    /// itself. Without this hold, each later statement would then be committed alone.
     void holdCommits();
 
-    /// Commits and releases the lock; what can't be committed is rolled back. Raw SQLite code; 0
-    /// without action when already ended.
+    /// Commits and releases the lock. If the commit fails, the transaction is rolled back. Returns
+    /// the raw SQLite code; 0, without any action, if the transaction has already ended.
     int end();
 
-    /// Takes everything back and releases the lock; for rebuilds of tables alone.
+    /// Rolls back and releases the lock. Only for rebuilds of tables.
     void rollBack();
 
 private:
     DatabaseAdapter& m_adapter;
-    bool m_isInner;  ///< it stands in a runWholeWithInner() and is a part of that
+    bool m_isInner;  ///< the transaction is a part of a runWholeWithInner()
     int m_beginResult;
     bool m_open = true;
 };
 
 /**
- * Holds the adapter's lock, and has rows that are read handed over in pieces, so that a large
+ * Holds the adapter's lock, and passes rows on in pieces while they are read, so that a large
  * result is never in memory as a whole. Drains do not nest.
  */
 class RowDrain {
 public:
-    /// Gets the rows that were read so far and empties the list. False ends the read, which fails.
+    /// Receives the rows that were read so far and empties the list. If it returns false, the read
+    /// ends and fails.
     using Take = std::function<bool(Rows& rows)>;
 
-    /// What was read last stays with the caller of the read. @p adapter and @p take must outlive
+    /// The caller of the read passes on the last piece itself. @p adapter and @p take must outlive
     /// this object; not owned.
     RowDrain(DatabaseAdapter& adapter, const Take& take);
     RowDrain(DatabaseAdapter& adapter, Take&& take) = delete;
@@ -82,15 +84,16 @@ private:
     DatabaseAdapter& m_adapter;
 };
 
-/// Runs @p read, which reads into @p rows, and hands all rows to @p take, in pieces. The result of
-/// the read, 1 when @p take has ended it.
+/// Runs @p read, which reads into @p rows, and passes all rows to @p take in pieces. Returns the
+/// result of the read, or 1 if @p take ended the read.
 [[nodiscard]] int readInPieces(DatabaseAdapter& adapter, Rows& rows,
                                const std::function<int()>& read, const RowDrain::Take& take);
 
 /**
- * As long as it lives, the statements of this thread wait for other processes five seconds in all,
- * which is how long one alone waits: what comes after a wait without success fails at once. Without
- * it each statement of a request would wait anew. An object inside of another changes nothing.
+ * While this object lives, the statements of this thread wait for other processes five seconds in
+ * total, as long as one statement alone would wait. After a wait without success, later statements
+ * fail at once. Without this object each statement of a request would wait five seconds again. An
+ * object inside another one changes nothing.
  */
 class OneWait {
 public:
@@ -99,7 +102,7 @@ public:
     OneWait(const OneWait&) = delete;
     OneWait& operator=(const OneWait&) = delete;
 
-    /// Whether this thread may still sleep for @p microseconds, which count then.
+    /// Whether this thread may sleep for another @p microseconds. If so, they are counted.
     [[nodiscard]] static bool takes(int microseconds);
 
 private:
@@ -108,20 +111,20 @@ private:
 
 /// Runs @p work in a transaction of its own. It is committed when @p work returns true; it is
 /// rolled back whole when it returns false, throws, or can't be committed. For rebuilds of tables.
-/// False unless it was committed.
+/// Returns true only if it was committed.
 [[nodiscard]] bool runWholeOrNot(
     DatabaseAdapter& adapter, const std::function<bool()>& work,
     TransactionGuard::Locks locks = TransactionGuard::Locks::AtFirstWrite);
 
-/// The same for @p work that returns 0 for success and is not called when the transaction can't
-/// begin. 0 when it was committed, else the result of @p work or the raw SQLite code of the begin
-/// or the commit.
+/// Like runWholeOrNot(), but @p work returns 0 for success and is not called if the transaction
+/// can't begin. Returns 0 if it was committed, else the result of @p work or the raw SQLite code of
+/// the begin or the commit.
 [[nodiscard]] int runWhole(DatabaseAdapter& adapter, const std::function<int()>& work,
                            TransactionGuard::Locks locks);
 
-/// As runWhole() with a lock at once, for @p work that has transactions of its own: they become
-/// parts of this one, and when one of them is rolled back all of it is, with the result
-/// SQLITE_ABORT.
+/// Like runWhole(), but locks the file at the begin, and @p work may begin transactions of its own,
+/// which become parts of this one. If one of them is rolled back, the whole transaction is rolled
+/// back, and the result is SQLITE_ABORT.
 [[nodiscard]] int runWholeWithInner(DatabaseAdapter& adapter, const std::function<int()>& work);
 
 #endif

@@ -10,7 +10,8 @@
 /// The listeners of a service for committed changes. Any thread may call.
 class ChangeListeners {
 public:
-    /// Whether there is a listener. Without one nothing else of a change is looked at.
+    /// Whether there is a listener. Without one, the other steps of reporting a change are left
+    /// out.
     [[nodiscard]] bool isHeard() const { return m_isHeard.load(std::memory_order_relaxed); }
 
     /// @p listener is not owned. Call with the adapter's lock held, so that a transaction either

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// An operation that is handed on to the layer below, whatever its parameters are.
+/// Passes an operation on to the layer below, whatever its parameters are.
 template <auto Operation>
 struct HandOn;
 
@@ -28,9 +28,11 @@ ChangeNotice::ChangeNotice()
     : m_name("das-" + std::to_string(reinterpret_cast<std::uintptr_t>(this))),
       m_below(sqlite3_vfs_find(nullptr)) {
     if (m_below == nullptr) {
-        return;  // without memory SQLite has none; opening over this fails then
+        // Without memory SQLite has no default layer; opening a database over this one then fails.
+        return;
     }
-    m_layer.iVersion = std::min(m_below->iVersion, 2);  // the third has no use here
+    // Version 3 adds operations that SQLite does not use here.
+    m_layer.iVersion = std::min(m_below->iVersion, 2);
     m_layer.szOsFile = m_below->szOsFile;
     m_layer.mxPathname = m_below->mxPathname;
     m_layer.zName = m_name.c_str();
@@ -48,15 +50,17 @@ ChangeNotice::ChangeNotice()
     m_layer.xCurrentTime = HandOn<&sqlite3_vfs::xCurrentTime>::call;
     m_layer.xGetLastError = HandOn<&sqlite3_vfs::xGetLastError>::call;
     m_layer.xCurrentTimeInt64 = HandOn<&sqlite3_vfs::xCurrentTimeInt64>::call;
-    (void)sqlite3_vfs_register(&m_layer, 0);  // opening over it fails when this did
+    // If this fails, opening a database over the layer fails.
+    (void)sqlite3_vfs_register(&m_layer, 0);
 }
 
 ChangeNotice::~ChangeNotice() {
     (void)sqlite3_vfs_unregister(&m_layer);
 }
 
-/// SQLite sleeps between its tries for a lock that another process holds, and counts the time
-/// itself: without the sleep its tries come to their end at once. A wait is no hang.
+/// SQLite sleeps between its attempts to get a lock that another process holds, and adds up the
+/// requested times itself. So if this does not sleep, the attempts end at once. A wait counts as
+/// progress: the service does not hang.
 int ChangeNotice::sleep(sqlite3_vfs* layer, int microseconds) {
     Progress::beat();
     if (Work::isInterrupted() || !OneWait::takes(microseconds)) {

@@ -7,32 +7,32 @@
 #include <string>
 
 /**
- * Reports when a connection is about to change its database: a layer of file operations over
- * SQLite's own, which hands all of them on. For the adapter alone.
+ * Reports when a connection is about to change its database: a VFS layer that passes all file
+ * operations on to SQLite's own VFS. Only the adapter uses it.
  *
- * SQLite makes its journal before it changes the first page of a transaction, and at no other time:
- * a statement that finds nothing to change makes none, unlike what its hooks and its authorizer
- * report, which either see a statement and not what it does, or miss tables made and rows replaced.
- * At that moment the file is as the last commit left it, other connections may still read it, and
- * none may write.
+ * SQLite creates its journal before it changes the first page of a transaction, and at no other
+ * time. So a statement that changes nothing creates no journal. SQLite's hooks and its authorizer
+ * are less exact: they report a statement and not its effect, or they miss created tables and
+ * replaced rows. When the journal is created, the file is still as the last commit left it; other
+ * connections may read it, and none may write.
  */
 class ChangeNotice {
 public:
-    /// Stands over the operations that are SQLite's default now.
+    /// Becomes a layer over the VFS that is SQLite's default now.
     ChangeNotice();
-    /// The connections that were opened over it must be closed by then.
+    /// All connections that were opened over this layer must be closed before.
     ~ChangeNotice();
     ChangeNotice(const ChangeNotice&) = delete;
     ChangeNotice& operator=(const ChangeNotice&) = delete;
 
-    /// For sqlite3_open_v2.
+    /// The name to pass to sqlite3_open_v2.
     [[nodiscard]] const char* name() const { return m_name.c_str(); }
 
-    /// The operations that it stands over.
+    /// The VFS below this layer.
     [[nodiscard]] sqlite3_vfs* below() const { return m_below; }
 
-    /// Called before each transaction that changes something; may be empty. What it throws is
-    /// dropped. Call with the adapter's lock held.
+    /// Called before each transaction that changes something; may be empty. An exception that it
+    /// throws is dropped. Set it only with the adapter's lock held.
     std::function<void()> callBefore;
 
 private:
@@ -41,7 +41,7 @@ private:
                     int* flagsOut);
 
     std::string m_name;
-    sqlite3_vfs* m_below;  // SQLite's own
+    sqlite3_vfs* m_below;  // SQLite's default VFS
     sqlite3_vfs m_layer{};
 };
 

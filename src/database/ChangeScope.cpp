@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A longer one is left out: it would fill the queues of clients.
+/// A longer id is left out of the change: it would fill the queues of clients.
 constexpr std::size_t LongestId = 256;
 
 thread_local ChangeScope* s_innermost = nullptr;
@@ -79,7 +79,7 @@ void ChangeScope::markChanged(DatabaseAdapter& adapter) {
 
 void ChangeScope::begin(const DatabaseAdapter& adapter) {
     if (!outermost().keepsLock()) {
-        m_notedAt = adapter.changes();  // not what others have changed so far
+        m_notedAt = adapter.changes();  // rows changed before the scope do not count
     }
 }
 
@@ -160,7 +160,7 @@ void ChangeScope::report() noexcept {
         try {
             m_listeners.notify(change());
         } catch (const std::exception&) {
-            m_listeners.notify({});  // no memory for the details
+            m_listeners.notify({});  // there is no memory for the details
         }
     }
     for (DatabaseAdapter* adapter : m_kept) {

@@ -2,8 +2,8 @@
 // and changes have units of their own; all of them reach SQLite through connection(), which checks
 // that the caller holds the lock.
 //
-// Nothing here throws on the way out of a transaction: where memory is short, a transaction must
-// still end and the lock be released.
+// Nothing here throws while a transaction ends: even without free memory, the transaction must end
+// and the lock must be released.
 
 #include "database/DatabaseAdapter.h"
 
@@ -29,26 +29,28 @@ namespace {
 
 constexpr unsigned SecondsAfterFailedClose = 5;
 
-// Two processes on one database are ordinary; without a wait each commit of one fails the other.
+// Two processes often share one database. Without a wait, each commit of one would make statements
+// of the other fail.
 constexpr const char* WaitForOtherProcesses = "PRAGMA busy_timeout=5000;";
 constexpr const char* UsualJournal = "PRAGMA journal_mode=DELETE;";
 
-// Made once: where memory is short, a transaction must still begin and end.
+// Built once and not for each call: even without free memory, a transaction must begin and end.
 const std::string BeginStatement = "BEGIN TRANSACTION;";
 const std::string BeginWriteStatement = "BEGIN IMMEDIATE TRANSACTION;";
 const std::string EndStatement = "END TRANSACTION;";
 const std::string RollBackStatement = "ROLLBACK TRANSACTION;";
 
-/// Whether a table that had rows has some after @p sql for certain.
+/// Whether a table that has rows certainly still has some after @p sql.
 bool keepsRows(const std::string& sql) {
     static constexpr const char* verbs[] = {"UPDATE ", "INSERT ", "BEGIN ", "END "};
     return std::any_of(std::begin(verbs), std::end(verbs),
                        [&sql](const char* verb) { return sql.rfind(verb, 0) == 0; });
 }
 
-/// Whether another program has set the file to take changes by way of a log next to it (WAL): a
-/// reset would leave that second file, and no journal would say that a change begins. Read through
-/// SQLite's own descriptor, since closing another would end the locks of the process.
+/// Whether another program has set the database to write-ahead logging (WAL). Then a reset would
+/// leave the second file, and no journal would announce a change. The header is read through
+/// SQLite's own descriptor: to close another descriptor of the file would release all locks that
+/// the process has on it.
 bool hasWriteAheadLog(sqlite3* db) {
     constexpr sqlite3_int64 placeOfForm = 18;
     constexpr char writeAhead = 2;
@@ -69,13 +71,14 @@ int sqliteCallBackForRows(void* flag, int, char**, char**) {
 }
 
 DatabaseAdapter::DatabaseAdapter() : DatabaseAdapter(SqliteAdapterType) {
-    // The object is made by now: an exception from here on still closes the connection.
+    // The object is constructed at this point, so an exception from here on still closes the
+    // connection.
     AdapterLock lock(*this);
     openDatabase();
 }
 
 DatabaseAdapter& DatabaseAdapter::none() {
-    // Never destroyed: what outlives the end of the process may still hold it.
+    // Never destroyed: threads that run while the process ends may still use it.
     static DatabaseAdapter* const adapter = new DatabaseAdapter(NoAdapterType);
     return *adapter;
 }
@@ -110,7 +113,7 @@ void DatabaseAdapter::openDatabase() {
     const std::string path = databasePath();
     claimFiles();
     makeMissingFileForOwnerAlone(path);
-    // The adapter's lock protects the connection, so SQLite needs no mutex of its own for it.
+    // The adapter's lock protects the connection, so SQLite's own mutex is not needed.
     if (sqlite3_open_v2(path.c_str(), &m_db,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                         m_changeNotice->name()) != SQLITE_OK) {
@@ -126,7 +129,7 @@ void DatabaseAdapter::openDatabase() {
                 hasWriteAheadLog(connection()) ? "another program keeps: an upgrade has no copy"
                                                : "ends");
     }
-    // An interrupted batch must not be committed without the rows that are missing.
+    // If a batch was interrupted, a commit would store it without the missing rows.
     const auto isHeld = [](void* adapter) {
         const bool held = static_cast<DatabaseAdapter*>(adapter)->m_isCommitHeld;
         const bool isRefused = held || Work::isInterrupted();
@@ -207,7 +210,7 @@ int DatabaseAdapter::actualSQLiteCommandExecution(const std::string& sql,
                                                   int (*callback)(void*, int, char**, char**),
                                                   void* argument) {
     if (m_type != SqliteAdapterType) {
-        return 1;  // the object that was given no adapter has said so
+        return 1;  // the adapter without a database has already logged this
     }
     if (m_lastError != nullptr) {
         freeError();
@@ -248,7 +251,7 @@ int DatabaseAdapter::execute(const std::string& sql, int (*callback)(void*, int,
                              void* argument) {
     const int code = sqlite3_exec(connection(), sql.c_str(), callback, argument, &m_lastError);
     if (sql != BeginStatement && sql != BeginWriteStatement && sql != EndStatement) {
-        m_statements.clear();  // the text may have changed tables
+        m_statements.clear();  // the statements in the string may have changed tables
     }
     return code;
 }
@@ -266,8 +269,9 @@ int DatabaseAdapter::beginWriteTransaction() {
 int DatabaseAdapter::endTransaction() {
     const int code = executeWithoutRaising(EndStatement);
     if (code != SQLITE_OK && isInTransaction()) {
-        // A commit that meets a reader stays open: what comes next would be told as done and not
-        // be on the disk, and no other process could read.
+        // When another process reads, a commit can fail and leave the transaction open. Later
+        // changes would then be acknowledged without being on the disk, and no other process could
+        // read. So it is rolled back.
         rollBack();
     }
     give_sema4();
@@ -287,12 +291,12 @@ int DatabaseAdapter::executeWithoutRaising(const std::string& sql) noexcept {
     try {
         return executeNonQuery(sql);
     } catch (const std::exception&) {
-        return SQLITE_NOMEM;  // it failed, and there was no memory for the words of the log
+        return SQLITE_NOMEM;  // the statement failed, and there was no memory for its log message
     }
 }
 
 void DatabaseAdapter::takeBackWhatIsLeftOpen() noexcept {
-    // Not by way of the lock, which brought us here.
+    // Not through an AdapterLock: releasing that lock calls this function.
     if (isInTransaction()) {
         (void)sqlite3_exec(connection(), RollBackStatement.c_str(), nullptr, nullptr, nullptr);
         m_statements.clear();
@@ -326,7 +330,9 @@ int DatabaseAdapter::convertSQLiteStatusToAdapterStatus(int code) const {
         case SQLITE_OK:
             return 0;
         case SQLITE_NOMEM:
-        case SQLITE_IOERR:  // as lack of resources: kept on purpose, clients show one text for all
+        // Reported as lack of resources: kept on purpose, clients show one message for all of
+        // these.
+        case SQLITE_IOERR:
         case SQLITE_FULL:
             return outOfResources;
         case SQLITE_CANTOPEN:
@@ -347,8 +353,9 @@ void DatabaseAdapter::removeDbFile() {
             GPALSleep::secSleep(SecondsAfterFailedClose);
         }
     }
-    (void)std::remove(databasePath().c_str());    // a file that is not there is as good as removed
-    (void)Storage::syncFolderOf(databasePath());  // it must not be there again after a power cut
+    (void)std::remove(databasePath().c_str());    // a file that does not exist counts as removed
+    // The file must not reappear after a power failure.
+    (void)Storage::syncFolderOf(databasePath());
 }
 
 void DatabaseAdapter::callBeforeChange(std::function<void()> call) {

@@ -27,8 +27,8 @@ struct sqlite3;
 struct sqlite3_stmt;
 
 /**
- * Row callback that asks whether a statement gives any row: stores 1 in the byte that @p flag
- * points to, unless @p flag is null. Returns 0 always, so that SQLite goes on.
+ * Row callback that finds out whether a statement returns any row: it stores 1 in the byte that
+ * @p flag points to, unless @p flag is null. Always returns 0, so that SQLite continues.
  */
 int sqliteCallBackForRows(void* flag, int columns, char** values, char** names);
 
@@ -36,17 +36,18 @@ int sqliteCallBackForRows(void* flag, int columns, char** values, char** names);
  * The adapter over SQLite: one connection to phone.db and one recursive lock around its use.
  *
  * The file is "phone.db" in the directory that "DB_PATH" of the environment names, or in the
- * working directory when that is unset. What the operations of the interface mean stands there. A
- * failed statement logs SQLite's words with the statement at level 3; a statement without an open
- * database fails in the same way. No secret value is logged; see MaskedStatement.
+ * working directory when that is unset. The interface documents its operations. A failed statement
+ * logs SQLite's words with the statement at level 3; a statement without an open database fails in
+ * the same way. No secret value is logged; see MaskedStatement.
  */
 class DatabaseAdapter : public DatabaseAdapterIfc {
 public:
-    /// Opens the database, which is made for its owner alone when it is missing. A failure is
-    /// logged and every later statement fails by itself.
+    /// Opens the database. A missing file is created with access for its owner only. If opening
+    /// fails, this is logged, and every later statement fails by itself.
     DatabaseAdapter();
     ~DatabaseAdapter() override;
-    /// One without a database, which fails each statement: for objects that were given no adapter.
+    /// An adapter without a database, whose statements all fail; for objects that were given no
+    /// adapter.
     static DatabaseAdapter& none();
     DatabaseAdapter(const DatabaseAdapter&) = delete;
     DatabaseAdapter& operator=(const DatabaseAdapter&) = delete;
@@ -105,39 +106,41 @@ public:
                                      void* argument) override;
     int getRowCount(const std::string& sql, std::string& count) override;
 
-    /// Takes and gives the recursive lock. A failure is logged and the caller goes on. For the
-    /// guards of AdapterGuards.h; nothing else calls them.
+    /// Take and release the recursive lock. A failure is logged, and the caller continues. Only the
+    /// guards of AdapterGuards.h call them.
     void take_sema4();
     void give_sema4();
 
     /**
-     * Rolls back what is not committed, under the lock, which stays taken; for TransactionGuard. A
-     * refusal is logged: SQLite may have done it by itself. What stays open, as for lack of memory,
-     * is rolled back when the lock is taken next.
+     * Rolls back what is not committed. The lock must be held and stays held; for TransactionGuard.
+     * A failure is only logged, since SQLite may already have rolled back by itself. If the
+     * transaction stays open, for example for lack of memory, it is rolled back when the lock is
+     * taken next.
      */
     void rollBack() noexcept;
-    /// Begins a transaction that waits for other processes at once, so that what it reads stays
-    /// true until it writes. Takes the lock as beginTransaction() does; for TransactionGuard.
+    /// Begins a transaction that locks the file at once (waiting for other processes), so that what
+    /// it reads is still true when it writes. Takes the lock as beginTransaction() does; for
+    /// TransactionGuard.
     int beginWriteTransaction();
-    /// While @p held each commit fails, and rolls back what it would store. Call with the lock
-    /// held; for TransactionGuard.
+    /// While @p held is set, each commit fails and rolls back instead. Call with the lock held; for
+    /// TransactionGuard.
     void holdCommits(bool held) { m_isCommitHeld = held; }
 
-    /// How many rows this connection has changed so far, whether committed or not; a dropped table
-    /// counts as one. Wraps around. Call with the lock held; for ChangeScope.
+    /// How many rows this connection has changed so far, committed or not. A dropped table counts
+    /// as one row. The count wraps around. Call with the lock held; for ChangeScope.
     [[nodiscard]] int changes() const;
 
     /**
-     * Reports to @p listeners, as a change with blank texts, when another process has committed
-     * since the last look or the file is not the one that was opened. The first look only
-     * remembers. Waits neither for the lock nor for other processes.
+     * Reports a change with blank fields to @p listeners if another process has committed since the
+     * last call, or if the file was replaced by another one. The first call only stores the state.
+     * Does not wait for the lock or for other processes.
      *
-     * @return false when one of them was in the way
+     * @return false when the lock or another process was in the way
      */
     bool lookForOthers(ChangeListeners& listeners);
 
-    /// Has rows handed over to @p take, which is not copied, while they are read; null for all of
-    /// them at the end. Call with the lock held; for RowDrain.
+    /// Passes rows to @p take, which is not copied, while they are read. Null: reads return all
+    /// rows at the end, as usual. Call with the lock held; for RowDrain.
     void drainRows(const std::function<bool(Rows&)>* take) { m_drain = take; }
 
     /// Forgets the text of the last failure: 0 when there was one, else 1. Call with the lock held.
@@ -150,71 +153,75 @@ public:
     virtual int executeWithValues(const std::string& sql, const std::vector<std::string>& values);
 
     /**
-     * The status that stands for a raw SQLite code outside the adapter: 0 success, 1 failure, 2 out
-     * of resources, 3 disk error. A full disk counts as out of resources: kept on purpose, since
-     * clients show one text for both.
+     * Converts a raw SQLite code to the status that callers of the adapter get: 0 success, 1
+     * failure, 2 out of resources, 3 disk error. A full disk counts as out of resources: kept on
+     * purpose, since clients show one message for both.
      */
     int convertSQLiteStatusToAdapterStatus(int code) const;
 
-    /// Where the database is, from the environment; where it leads when it is a link, so that what
-    /// stands next to the file is found there.
+    /// Path of the database, from the environment. If it is a link, this is the link's target, so
+    /// that the files next to the database are found there.
     [[nodiscard]] static std::string databasePath();
 
-    /// Keeps the database and its journals from paths of the telephone, and from other users when
-    /// they are this user's. To be called before the first statement.
+    /// Protects the database and its journals: paths of the telephone can't reach them, and other
+    /// users can't if the files belong to this user. Call it before the first statement.
     static void claimFiles();
 
-    /// Has @p call called before each transaction that changes something, on its thread and with
-    /// the adapter's lock held, when the file is still as it was. It may read the database over
-    /// another connection alone. Empty for nothing.
+    /// Sets @p call to be called before each transaction that changes something, on the thread of
+    /// the transaction and with the adapter's lock held, while the file is still unchanged. @p call
+    /// may read the database only over another connection. An empty function switches this off.
     void callBeforeChange(std::function<void()> call);
 
     /// Copies the database, as its last commit left it, into the file @p path, which must be empty.
-    /// False, and a log line, when that is not whole.
+    /// False, and a log line, if the copy is not complete.
     [[nodiscard]] static bool copyDatabase(const std::string& path);
 
     /// Whether the file @p path is a database that can be read from its first page to its last.
-    /// Rolls back what an unfinished transaction left there. An empty file is sound.
+    /// Rolls back what an unfinished transaction left in it. An empty file counts as sound.
     [[nodiscard]] static bool isSound(const std::string& path);
 
     /**
-     * Counts the rows of @p table that match, as getRowCount does, but reports a count that failed:
-     * 0 when @p count is true, 1 when it is not known. For whoever decides an insert by it.
+     * Counts the rows of @p table that match, like getRowCount, but reports a failed count: 0 if
+     * @p count is right, 1 if the number is not known. For callers that insert rows depending on
+     * the count.
      */
     [[nodiscard]] int countRows(const std::string& table, PairList& andList, std::string& count);
 
-    /// Whether there is a table of this name, which may be missing: unlike the others, this logs
-    /// nothing then.
+    /// Whether there is a table of this name. Unlike the other operations, this logs nothing if the
+    /// table is missing.
     [[nodiscard]] bool isTableKnown(const std::string& table);
 
-    /// Whether the column stores some texts as other ones: as a column of numbers it makes 49 of
-    /// "0049". False also when it can't be asked for.
+    /// Whether the column changes some strings when it stores them: a column of numbers stores
+    /// "0049" as 49. False also when this can't be found out.
     [[nodiscard]] bool changesTexts(const std::string& table, const std::string& column);
 
     /// Appends the columns of @p table to @p names. False when it can't be read.
     [[nodiscard]] bool readColumnNames(const std::string& table, std::vector<std::string>& names);
 
-    /// Calls @p visit with each row of a statement that reads, under the lock, and keeps none of
-    /// them. 1 when the statement failed, which is in the log.
+    /// Calls @p visit with each row of a reading statement, under the lock, without collecting the
+    /// rows. 1 if the statement failed, which is logged.
     int forEachRow(const std::string& sql,
                    const std::function<void(const std::vector<std::string>&)>& visit);
 
-    /// Whether @p table is there and can be read. Prepares nothing unless it is missing, which is
-    /// logged.
+    /// Whether @p table exists and can be read. Prepares a statement only if the table is missing,
+    /// so that the log shows why.
     [[nodiscard]] bool isTableThere(const std::string& table);
 
+    /// Whether the database is open, but SQLite may only read it.
+    [[nodiscard]] bool isReadOnly();
+
     /**
-     * Whether @p table has no rows, for whoever needs no more of their count: 0 when @p isEmpty is
-     * true or false, 1 when it is not known, and @p isEmpty is true then. Logs what countRows()
-     * does.
+     * Whether @p table has no rows, for callers that do not need the number. Returns 0 if
+     * @p isEmpty is known; 1 if it is not known, and @p isEmpty is true then. Logs the same lines
+     * as countRows().
      */
     [[nodiscard]] int lookForRows(const std::string& table, bool& isEmpty);
 
     /// Whether @p table can be counted and has no rows.
     [[nodiscard]] bool isKnownToBeEmpty(const std::string& table);
 
-    /// Whether there is an index named @p index. @p table plays no part: kept on purpose, since
-    /// names of indices are unique in a database.
+    /// Whether there is an index named @p index. @p table is not used: kept on purpose, since names
+    /// of indices are unique in a database.
     bool indexExists(std::string table, std::string index);
 
     /// Renames a table that has rows. 1 when it has none or is missing, else a raw SQLite code.
@@ -222,135 +229,138 @@ public:
     /// Renames a table. Views keep the old name, and a view that names a missing table does not
     /// make it fail. Raw SQLite code.
     int renameTable(const std::string& oldName, const std::string& newName);
-    /// @p wanted, with a number after it if the database has something of that name. Empty when the
-    /// database can't be read.
+    /// Returns @p wanted, with a number after it if the database already has something of that
+    /// name. Empty if the database can't be read.
     [[nodiscard]] std::string freeTableName(const std::string& wanted);
 
-    /// Copies all rows, less the columns named in @p excludedColumns, by column name. 1 when @p
-    /// from can't be read, else a raw SQLite code.
+    /// Copies all rows by column name, without the columns named in @p excludedColumns. 1 if
+    /// @p from can't be read, else a raw SQLite code.
     int copyDataOfTableToAnother(std::string from, std::string to,
                                  std::vector<std::string> excludedColumns);
 
     /**
-     * Writes the contacts of all users to the file @p path of the telephone: a header line and a
-     * line for each contact, values between double quotes with XML escapes undone, blank ones left
-     * out. When the contacts can't be read, an older file stays; without one the header is written
-     * all the same. False when there is no new file, which is logged.
+     * Writes the contacts of all users to the file @p path of the telephone: a header line, then a
+     * line for each contact. Values stand between double quotes, with XML escapes undone; blank
+     * values are left out. If the contacts can't be read, an existing file stays; without one,
+     * a file with only the header is written. False if no new file was written, which is logged.
      */
     bool createContactsCSV(const std::string& path);
 
-    /// The text " WHERE …" of the conditions, empty for none. Empties the lists.
+    /// Builds the string " WHERE …" of the conditions; empty without conditions. Empties the lists.
     std::string concatWhereCondition(PairList& andList);
     std::string concatWhereCondition(PairList& andList, PairList& orList);
     std::string concatWhereCondition(PairList& andList, PairList& orList, PairList& notList);
 
-    /// Frees what is kept of the file's pages and of statements and is not in use, for this
-    /// connection alone.
+    /// Frees cached pages of the file and cached statements that are not in use, of this connection
+    /// only.
     void releaseMemory();
 
     /// The prepared statements that are kept. For statistics and tests, with the lock held.
     [[nodiscard]] StatementCache& statementCache() { return m_statements; }
 
-    /// Whether the contents of requests may stand in the log; one flag for the process.
+    /// Whether the contents of requests may appear in the log; one flag for the process.
     static void setWhetherRequestContentShowableOnTheAurelTrace(bool showable);
     static bool getWhetherRequestContentShowableOnTheAurelTrace();
 
 protected:
-    int m_type;  ///< kind of database; anything but SqliteAdapterType serves nothing
+    int m_type;  ///< kind of database; with any kind but SqliteAdapterType nothing works
 
 private:
     static constexpr int NoAdapterType = 0;
     static constexpr int SqliteAdapterType = 1;
-    /// Room for a usual statement, so that its text does not grow, and move, on its way.
+    /// Reserved size for a usual statement, so that its string is not reallocated while it grows.
     static constexpr std::size_t StatementSize = 256;
 
     explicit DatabaseAdapter(int type);
     void constructorActions();
     static void makeMissingFileForOwnerAlone(const std::string& path);
-    /// Has statements of @p db end when the work of their thread is interrupted.
+    /// Makes statements of @p db end when the work of their thread is interrupted.
     static void endWhenInterrupted(sqlite3* db);
     void openDatabase();
-    /// The connection, null when it is not open. It was opened without SQLite's own mutex, so each
-    /// way into SQLite comes through here: builds with assertions end where the lock is not held.
+    /// The connection; null if it is not open. It was opened without SQLite's own mutex, so all
+    /// code gets the connection here, and builds with assertions abort if the lock is not held.
     [[nodiscard]] sqlite3* connection() const {
         assert(m_owner == std::this_thread::get_id());
         return m_db;
     }
     void noteLocked();
-    /// Closes the connection, with the lock held; the handle stays when SQLite refuses.
+    /// Closes the connection. Call with the lock held. If SQLite refuses, the handle stays.
     int closeDatabase(const char* failureFormat);
     bool isInTransaction() const;
-    /// Runs @p sql from the cache if it may be kept. The failure's text goes to m_lastError.
+    /// Runs @p sql from the cache if it may be cached. A failure's message goes to m_lastError.
     int runWithoutRows(const std::string& sql);
     int execute(const std::string& sql, int (*callback)(void*, int, char**, char**),
                 void* argument);
-    /// Runs @p sql from destructors too: an exception of the log becomes a failure.
+    /// Like executeNonQuery(), but callable from destructors: an exception of the log is reported
+    /// as a failure.
     int executeWithoutRaising(const std::string& sql) noexcept;
     void takeBackWhatIsLeftOpen() noexcept;
-    /// What a statement means for @p scope: called with the lock held, before and after it.
+    /// Update @p scope for a statement: called with the lock held, before and after the statement.
     void beginWatched(ChangeScope& scope);
     void endWatched(ChangeScope& scope, const std::string& sql);
     /// lookForOthers() with the lock held, waiting for other processes as a statement does.
     bool compareDataVersion(ChangeListeners& listeners);
-    /// SQLite's number for what it has read of the file, which moves by one at each commit of this
-    /// connection, and when a statement finds that another process has committed. Asking it costs
-    /// nothing of the file, so it shows when the file has to be asked.
+    /// SQLite's counter for its cached state of the file. It moves by one at each commit of this
+    /// connection, and when a statement finds that another process has committed. Reading it does
+    /// not access the file, so it shows cheaply when the file itself must be read.
     unsigned stateOfPages() const;
     bool hasFileMoved() const;
     const char* errorText() const;
     /// Whether @p statement is prepared; if not, logs why.
     [[nodiscard]] bool isReady(const Statement& statement, const std::string& sql);
     void logStatementError(const std::string& sql);
-    /// Logs that @p sql failed with @p error, and once at the level of failures that the file is
-    /// damaged, when the failure was that.
+    /// Logs that @p sql failed with @p error. If the database file is damaged, this is also logged
+    /// once at the level of failures.
     void tellFailure(const char* error, const std::string& sql);
     std::string failureForLog(const std::string& words, const std::string& sql);
-    /// Logs the failure that the step result @p code reports, if any. Ends the run of @p statement.
+    /// Logs the failure, if any, that the step result @p code reports. Resets @p statement.
     void logFailedStep(Statement& statement, int code, const std::string& sql);
 
     int insertShared(const std::string& table, const std::vector<std::string>& columns,
                      const std::vector<std::string>& values, long long* rowId);
-    /// As lookForRows(), for an update: what another process has removed since the last one counts
-    /// as there, since an update that finds no row has the same result.
+    /// Like lookForRows(), for an update. Rows that another process has removed since the last look
+    /// count as present: an update that finds no row has the same result.
     int lookBeforeUpdate(const std::string& table, bool& isEmpty);
     std::string countStatement(const std::string& table, PairList& andList);
-    /// Runs @p sql, which is @p shown in the log if it fails.
+    /// Runs @p sql. If it fails, the log shows @p shown instead.
     bool readRowCount(const std::string& sql, const std::string& shown, std::string& count);
     int collectRows(const std::string& sql, Rows& rows, bool stopAtFailedPrepare,
                     const char* countFormat);
     /// @p sql as it may stand in the log. Call it only when the level is logged.
     std::string forLog(const std::string& sql);
-    /// What reads the columns of a table in its order, without a log entry of its own.
+    /// A function that reads the columns of a table in their order, without a log entry of its own.
     MaskedStatement::ColumnsOf columnsInOrder();
 
     std::unique_ptr<ChangeNotice> m_changeNotice;
-    StatementCache m_statements;  ///< under the lock; goes after the connection was closed
+    StatementCache m_statements;  ///< under the lock; cleared before the connection is closed
     sqlite3* m_db = nullptr;
     pthread_mutexattr_t m_mutexAttr{};
     pthread_mutex_t m_mutex{};
-    std::atomic<std::thread::id> m_owner{};  ///< who has the mutex
-    int m_depth = 0;                         ///< how often
-    /// A table and its rows, as a deletion of this transaction has left it.
+    std::atomic<std::thread::id> m_owner{};  ///< the thread that holds the mutex
+    int m_depth = 0;                         ///< how often that thread has taken the mutex
+    /// The number of rows of a table after a deletion in this transaction.
     struct Counted {
         std::string table;
-        int rows = 0;  ///< 0 when they are not known
+        int rows = 0;  ///< 0 if it is not known
     };
 
     const std::function<bool(Rows&)>* m_drain = nullptr;  ///< under the lock; not owned
-    Counted m_counted;                   ///< under the lock; forgotten by each other statement
-    /// Those that an update has found rows in, until a statement that may remove some; under the
-    /// lock.
+    Counted m_counted;                   ///< under the lock; any other statement clears it
+    /// Tables in which an update has found rows. A statement that may remove rows takes its table
+    /// out. Under the lock.
     std::set<std::string> m_tablesWithRows;
     bool m_isCommitHeld = false;         ///< under the lock
-    bool m_isLeftOpen = false;    ///< a transaction has ended and SQLite has not: under the lock
+    bool m_isLeftOpen = false;    ///< a transaction has ended here but is still open in SQLite;
+                                  ///< under the lock
     char* m_lastError = nullptr;  ///< allocated by SQLite, freed through freeError
     bool m_damageIsTold = false;
 
     // For listeners to changes, under the lock. Not used without one.
     sqlite3_stmt* m_dataVersionQuery = nullptr;
-    std::optional<int> m_dataVersion;  ///< at the last look
-    unsigned m_stateOfPages = 0;       ///< after the last look or own transaction
-    bool m_isFileStrange = false;      ///< at the last look: moved away, or it can't be read
+    std::optional<int> m_dataVersion;  ///< as it was last read
+    unsigned m_stateOfPages = 0;       ///< as it was after the last read or own transaction
+    bool m_isFileStrange = false;      ///< at the last look the file had moved away or could not be
+                                       ///< read
     int m_droppedTables = 0;
     int m_changesBefore = 0;  ///< when the transaction began
 

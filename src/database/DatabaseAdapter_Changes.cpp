@@ -1,4 +1,5 @@
-// What listeners to changes need to know: when rows were committed, and when by another process.
+// Finds out for listeners to changes when this connection committed rows, and when another process
+// did.
 
 #include <sqlite3.h>
 
@@ -10,10 +11,11 @@ namespace {
 
 constexpr const char* DataVersionQuery = "PRAGMA data_version;";
 constexpr const char* DropStatement = "DROP TABLE ";
-constexpr int NeverSeen = -1;  // SQLite counts from 1
-constexpr int UsualWait = 5000;  // in milliseconds, as the open sets it
+constexpr int NeverSeen = -1;  // SQLite's own values begin at 1
+// In milliseconds; the wait that is set when the database is opened.
+constexpr int UsualWait = 5000;
 
-/// Whether a failure says something of the file, and not of the moment.
+/// Whether a failure shows a fault of the file, and not only a state that passes.
 bool isAboutFile(int code) {
     switch (code & 0xff) {
         case SQLITE_BUSY:
@@ -26,7 +28,7 @@ bool isAboutFile(int code) {
     }
 }
 
-/// For a scope, statements of a connection do not wait for other processes.
+/// Within a scope, statements of a connection do not wait for other processes.
 class NoWait {
 public:
     explicit NoWait(sqlite3* db) : m_db(db) { (void)sqlite3_busy_timeout(m_db, 0); }
@@ -66,8 +68,8 @@ void DatabaseAdapter::endWatched(ChangeScope& scope, const std::string& sql) {
     if (stateOfPages() == ownState) {
         m_stateOfPages = ownState;
     } else {
-        // What is committed is answered without waiting for another process. If the file can't be
-        // read now, the next look reports once more what this one stands for.
+        // A committed request is answered without waiting for another process. If the file can't be
+        // read now, the next call reports a change once more, so none is lost.
         const NoWait noWait(connection());
         if (!compareDataVersion(scope.listeners()) && hasCommitted) {
             scope.listeners().notify({});
@@ -123,12 +125,13 @@ bool DatabaseAdapter::lookForOthers(ChangeListeners& listeners) {
     }
     noteLocked();
     bool isDone = true;
-    // Within a transaction of this thread no other process can have committed.
+    // During a transaction of this thread no other process can commit.
     if (connection() != nullptr && !isInTransaction()) {
         const NoWait noWait(connection());
         isDone = compareDataVersion(listeners);
         if (!isDone && !m_dataVersion) {
-            m_dataVersion = NeverSeen;  // the first look has failed: the next one reports
+            // The first look has failed, so the next one reports a change.
+            m_dataVersion = NeverSeen;
         }
     }
     give_sema4();

@@ -1,4 +1,4 @@
-// The contacts as a file that other programs read.
+// Writes the contacts to a file that other programs read.
 
 #include "ClientUtils.h"
 #include "DeviceFile.h"
@@ -18,7 +18,7 @@ const char* const ContactsHeader =
     "\"LastName\",\"FirstName\",\"Business1\",\"Business2\",\"Mobile1\",\"Private1\",\"Company1\","
     "\"Address1\",\"Address2\",\"Position\",\"Email1\",\"DefaultDial\"\n";
 
-/// A cell of the file: nothing at all for an empty one.
+/// A cell of the file; empty, without quotes, for an empty value.
 std::string quotedCell(const std::string& cell) {
     if (cell.empty()) {
         return {};
@@ -58,9 +58,9 @@ bool DatabaseAdapter::createContactsCSV(const std::string& path) {
     if (readInPieces(*this, rows, read, write) != 0) {
         DAS_LOG(2, "error in the query of the contacts information");
         if (Storage::exists(path)) {
-            return false;  // an older file says more
+            return false;  // an older file is more useful than a header alone
         }
-        (void)write(rows);  // those that could be read
+        (void)write(rows);  // only the rows that could be read
     }
     return file.finish();
 }

@@ -10,22 +10,23 @@
 
 #include "OwnFiles.h"
 #include "Work.h"
+#include "database/AdapterGuards.h"
 #include "database/DatabaseAdapter.h"
 #include "Log.h"
 
 namespace {
 
-/// Steps of SQLite's machine, some tens of microseconds.
+/// In steps of SQLite's virtual machine; this many take some tens of microseconds.
 constexpr int StepsBetweenLooks = 10000;
 constexpr int PagesBetweenLooks = 4096;
-constexpr int MostLinks = 40;  // as the kernel
+constexpr int MostLinks = 40;  // the same limit as in the kernel
 
 std::string namedPath() {
     const char* directory = std::getenv("DB_PATH");
     return directory != nullptr ? std::string(directory) + "/phone.db" : "phone.db";
 }
 
-/// A connection of its own for a scope.
+/// A separate connection for a scope.
 class Connection {
 public:
     Connection(const std::string& path, int flags)
@@ -51,7 +52,8 @@ std::string DatabaseAdapter::databasePath() {
     for (int links = 0; links < MostLinks && length >= 0; ++links) {
         length = ::readlink(path.c_str(), target, sizeof(target));
         if (length > 0) {
-            const auto folder = target[0] == '/' ? 0 : path.rfind('/') + 1;  // 0 without one
+            // 0 if there is no slash.
+            const auto folder = target[0] == '/' ? 0 : path.rfind('/') + 1;
             path.replace(folder, std::string::npos, target, static_cast<std::size_t>(length));
         }
     }
@@ -66,7 +68,8 @@ void DatabaseAdapter::claimFiles() {
     }
 }
 
-/// SQLite would make the file readable for all; its journal takes the rights of the file.
+/// SQLite would create the file readable for all users. The journal gets the permissions of the
+/// file.
 void DatabaseAdapter::makeMissingFileForOwnerAlone(const std::string& path) {
     const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
     if (file >= 0) {
@@ -87,7 +90,7 @@ bool DatabaseAdapter::copyDatabase(const std::string& path) {
                 sqlite3_errmsg((from.isOpen() ? to : from).handle()));
         return false;
     }
-    // The file counts when it is whole alone: a journal of its own would only take room.
+    // The copy is used only if it is complete, so a journal of its own would only take space.
     (void)sqlite3_exec(to.handle(), "PRAGMA journal_mode=OFF;", nullptr, nullptr, nullptr);
     sqlite3_backup* backup = sqlite3_backup_init(to.handle(), "main", from.handle(), "main");
     int code = backup != nullptr ? SQLITE_OK : SQLITE_ERROR;
@@ -112,4 +115,9 @@ bool DatabaseAdapter::isSound(const std::string& path) {
     return sqlite3_exec(file.handle(), "PRAGMA quick_check(1);", look, &sound, nullptr) ==
                SQLITE_OK &&
            sound;
+}
+
+bool DatabaseAdapter::isReadOnly() {
+    const AdapterLock lock(*this);
+    return connection() != nullptr && sqlite3_db_readonly(connection(), "main") == 1;
 }

@@ -1,4 +1,4 @@
-// What the log says of statements.
+// What the log shows of statements.
 
 #include <sqlite3.h>
 
@@ -33,11 +33,11 @@ void DatabaseAdapter::tellFailure(const char* error, const std::string& sql) {
     if (!isNewDamage && !loggingOnAppUni("DataAccessService", 3)) {
         return;
     }
-    const std::string words = error;  // of SQLite, which forgets them when the columns are read
+    const std::string words = error;  // a copy: SQLite drops the message when the columns are read
     DAS_LOG(3, "%s", failureForLog(words, sql).c_str());
     if (isNewDamage) {
         m_damageIsTold = true;
-        // No values: they may be secret, and begin with a quote.
+        // Only the part before the first quote: the rest may hold secret values.
         DAS_LOG(2, "The database %s is damaged: %s, at '%s'", databasePath().c_str(), words.c_str(),
                 sql.substr(0, sql.find('\'')).c_str());
     }
@@ -64,7 +64,7 @@ MaskedStatement::ColumnsOf DatabaseAdapter::columnsInOrder() {
 void DatabaseAdapter::logFailedStep(Statement& statement, int code, const std::string& sql) {
     const bool isFailure = code != SQLITE_ROW && code != SQLITE_DONE;
     if (isFailure && statement.isPrepared() && !statement.isEmpty()) {
-        (void)statement.reset();  // brings the words of the failed step
+        (void)statement.reset();  // sets the error message of the failed step
         logStatementError(sql);
     }
 }

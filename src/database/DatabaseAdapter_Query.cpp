@@ -1,4 +1,4 @@
-// Statements that read: their texts from lists of conditions, and the collecting of rows.
+// Statements that read: built from lists of conditions, with their rows collected.
 
 #include <sqlite3.h>
 
@@ -12,9 +12,9 @@
 
 namespace {
 
-/// Bytes of rows that are handed over at once where they are.
+/// Rows of this many bytes are passed on at once, where rows are passed on in pieces.
 constexpr std::size_t SizeOfPiece = std::size_t{256} * 1024;
-/// A read of so many pieces goes through more pages than SQLite keeps: they serve no later one.
+/// A read of this many pieces is larger than SQLite's cache: its pages help no later read.
 constexpr int PiecesOfLargeRead = 4;
 
 using Pair = PairList::value_type;
@@ -42,13 +42,13 @@ void appendComparison(std::string& sql, const Pair& pair, const char* comparison
     sql += pair.second;
 }
 
-/// A pattern carries its own operator; a value in database form never begins like one.
+/// A pattern contains its own operator; a value in database form never begins like a pattern.
 void appendEquality(std::string& sql, const Pair& pair) {
     appendComparison(sql, pair, startsWith(pair.second, "LIKE '") ? " " : " = ");
 }
 
-/// Neighbours of the same name are alternatives. No brackets stand around them: kept on purpose,
-/// stored requests of clients rely on the precedence that SQL gives them.
+/// Neighbouring conditions on the same column are alternatives (OR). They have no brackets: kept on
+/// purpose, stored requests of clients rely on the resulting SQL precedence.
 void appendAndList(std::string& sql, const PairList& andList) {
     const std::string* previous = nullptr;
     for (const Pair& pair : andList) {
@@ -230,7 +230,7 @@ int DatabaseAdapter::executeSQLQuery(const std::string& sql, Rows& rows) {
 }
 
 int DatabaseAdapter::executeActualSearchQuery(const std::string& sql, Rows& rows) {
-    // A failed prepare does not end it here: kept on purpose, the count is always in the log.
+    // A failed prepare does not return here: kept on purpose, the count is always logged.
     return collectRows(sql, rows, false, "Row count = %d");
 }
 
@@ -258,7 +258,7 @@ int DatabaseAdapter::collectRows(const std::string& sql, Rows& rows, bool stopAt
             size = 0;
             ++pieces;
             if (!(*m_drain)(rows)) {
-                return 1;  // who takes the rows logs why
+                return 1;  // the receiver of the rows logs the reason
             }
         }
     }
@@ -336,7 +336,7 @@ bool DatabaseAdapter::isTableThere(const std::string& table) {
     if (isTableKnown(table)) {
         return true;
     }
-    // A view counts too, and the log shows why a table that is there can't be read.
+    // A view counts as well. The log then shows why an existing table can't be read.
     std::vector<std::string> names;
     return getColumnNames(table, names) != 0;
 }
@@ -353,7 +353,7 @@ int DatabaseAdapter::getRowCount(std::string table, PairList& andList, std::stri
 }
 
 int DatabaseAdapter::getRowCount(const std::string& sql, std::string& count) {
-    // Success in every case, kept on purpose: a table that is missing counts as empty and is made.
+    // Always success, kept on purpose: a missing table counts as empty and is then created.
     (void)readRowCount(sql, sql, count);
     return 0;
 }
@@ -366,7 +366,7 @@ int DatabaseAdapter::countRows(const std::string& table, PairList& andList, std:
 int DatabaseAdapter::lookForRows(const std::string& table, bool& isEmpty) {
     PairList all;
     const std::string whole = countStatement(table, all);
-    std::string first;  // a count reads the whole table: where the log does not show it, one row
+    std::string first;  // enough to know, if the log does not show the count
     first.reserve(StatementSize);
     first.append("SELECT COUNT(*) FROM (SELECT 1 FROM ").append(table).append(" LIMIT 1);");
     std::string count;

@@ -81,7 +81,7 @@ int DatabaseAdapter::insert(const std::string& table, const PairList& values, lo
 
 int DatabaseAdapter::lookBeforeUpdate(const std::string& table, bool& isEmpty) {
     const AdapterLock lock(*this);
-    // At level 6 the log shows each count.
+    // At level 6 the log shows each count, so the rows are counted.
     if (m_tablesWithRows.count(table) != 0 && !loggingOnAppUni("DataAccessService", 6)) {
         isEmpty = false;
         return 0;
@@ -122,7 +122,7 @@ int DatabaseAdapter::update(std::string table, PairList& andList, PairList& orLi
     newValues.clear();
     sql += concatWhereCondition(andList, orList, notList);
     sql += ';';
-    // The statement is logged whatever the trace flag says, unlike an insert: kept on purpose, the
+    // Unlike an insert, the statement is logged whatever the trace flag is: kept on purpose, the
     // masking makes it safe.
     DAS_LOG(5, "%s", forLog(sql).c_str());
     return executeNonQuery(sql);
@@ -137,13 +137,15 @@ int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList) {
 int DatabaseAdapter::deleteRow(const std::string& table, PairList& andList, PairList& orList,
                                PairList& notList) {
     AdapterLock lock(*this);
-    // A batch of deletes counts once: each count reads the whole table.
+    // Within a batch of deletes the rows are counted only once, since each count reads the whole
+    // table.
     if (!isInTransaction() || m_counted.rows <= 0 || m_counted.table != table) {
         PairList all;
         std::string count;
         getRowCount(table, all, count);
         if (count == "0") {
-            return 1;  // the reverse of update: kept on purpose, "nothing to delete" is a failure
+            // The opposite of an update: kept on purpose, "nothing to delete" is a failure.
+            return 1;
         }
         m_counted = {table, ClientUtils::stoi(count)};
     }

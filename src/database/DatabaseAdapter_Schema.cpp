@@ -26,7 +26,8 @@ int DatabaseAdapter::dropTable(std::string table) {
     PairList all;
     std::string count;
     getRowCount(table, all, count);
-    // An empty table stays, but for the call log: kept on purpose, a first request finds it so.
+    // An empty table stays, except the call log: kept on purpose, a first request relies on the
+    // empty table.
     if (count == "0" && table != DASUtilsStrings::CallLogTableName) {
         return 1;
     }
@@ -55,7 +56,7 @@ bool DatabaseAdapter::changesTexts(const std::string& table, const std::string& 
         return false;
     }
     const auto has = [type](const char* pattern) { return sqlite3_strlike(pattern, type, 0) == 0; };
-    // SQLite's own rules: of several words in a type the first of these counts.
+    // SQLite's own rules: if several of these words occur in a type, the first one decides.
     constexpr std::array<const char*, 4> keepTexts = {"%CHAR%", "%CLOB%", "%TEXT%", "%BLOB%"};
     return has("%INT%") || std::none_of(keepTexts.begin(), keepTexts.end(), has);
 }
@@ -72,7 +73,7 @@ void DatabaseAdapter::createIndicesForTable(const std::string& table,
                                             const std::vector<std::string>& columns) {
     for (const std::string& column : columns) {
         if (!indexExists(table, column + "_INDEX")) {
-            // A failure is in the log; the other indices are worth having all the same.
+            // A failure is in the log. The other indices are still useful.
             (void)executeNonQuery("CREATE INDEX " + column + "_INDEX " + " ON " + table + " ( " +
                                   column + " );");
         }
@@ -98,7 +99,7 @@ int DatabaseAdapter::renameTable(const std::string& oldName, const std::string& 
     const std::string sql = "ALTER TABLE " + oldName + " RENAME TO " + newName + ";";
     DAS_LOG(5, "%s", sql.c_str());
     AdapterLock lock(*this);
-    // Otherwise SQLite rewrites the views over the table, and refuses while any view is broken.
+    // Without this, SQLite rewrites the views over the table, and refuses if any view is broken.
     (void)executeNonQuery("PRAGMA legacy_alter_table=ON;");
     const int code = executeNonQuery(sql);
     (void)executeNonQuery("PRAGMA legacy_alter_table=OFF;");

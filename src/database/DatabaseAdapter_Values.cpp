@@ -1,4 +1,4 @@
-// Statements whose values are bound, not written into their text.
+// Statements whose values are bound, not written into the SQL string.
 
 #include <sqlite3.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// SQLITE_DONE when the whole statement ran, else the raw SQLite code of what failed.
+/// Returns SQLITE_DONE if the whole statement ran, else the raw SQLite code of the failure.
 int runWithValues(sqlite3* db, const std::string& sql, const std::vector<std::string>& values) {
     sqlite3_stmt* prepared = nullptr;
     int code = sqlite3_prepare_v2(db, sql.c_str(), -1, &prepared, nullptr);

@@ -15,7 +15,8 @@ public:
     DbFactory(const DbFactory&) = delete;
     DbFactory& operator=(const DbFactory&) = delete;
 
-    /// The adapter that this factory held before retires: it lives on until destroyDatabase.
+    /// The previous adapter of this factory is kept until destroyDatabase(), because other threads
+    /// may still use it.
     DatabaseAdapter* createDatabase() override;
     void destroyDatabase() override;
 

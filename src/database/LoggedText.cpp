@@ -1,6 +1,6 @@
-// A request is masked by a reader of its own and not by the XML parser: the requests that are
-// logged are above all those that the parser refused. When in doubt it masks more: a tag that is
-// not closed hides the rest of the request.
+// Requests are masked by a separate reader and not by the XML parser, because most logged requests
+// are ones that the parser refused. In doubt the reader masks more: a tag that is not closed hides
+// the rest of the request.
 
 #include "database/LoggedText.h"
 
@@ -36,13 +36,13 @@ std::size_t cutSize(std::string_view text, std::size_t limit) {
     return size;
 }
 
-/// Finds the secrets of a request. It does not ask whether the request is well-formed: broken ones
-/// are logged more often than others.
+/// Finds the secrets of a request. It works on malformed XML too, because malformed requests are
+/// logged more often than others.
 class RequestReader {
 public:
     explicit RequestReader(std::string_view text) : m_text(text) {}
 
-    /// The secrets of as much of the request as gives @p limit bytes of a masked text.
+    /// The secrets in that part of the request which fills @p limit bytes of masked output.
     Stretches secrets(std::size_t limit) {
         while (m_place < m_text.size() && m_place - m_masked < limit) {
             const bool isTag = m_text[m_place] == '<';
@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    /// The name that begins here, and goes to its end; empty without one.
+    /// Moves to the end of the name that begins here and returns it; empty without a name.
     std::string_view nextName() {
         const std::size_t begin = m_place;
         while (m_place < m_text.size() && isInName(m_text[m_place])) {
@@ -90,7 +90,7 @@ private:
 
     std::size_t endOr(std::size_t found) const { return std::min(found, m_text.size()); }
 
-    /// Where the element @p name ends: not at the end tag of a longer name.
+    /// Where the content of the element @p name ends. The end tag of a longer name does not count.
     std::size_t endOfContent(std::string_view name) const {
         const std::string endTag = "</" + std::string(name);
         std::size_t found = m_text.find(endTag, m_place);

@@ -7,13 +7,13 @@
 #include <vector>
 
 /**
- * Texts of others as they may stand in the log: without secret values, and cut where a failure is
- * logged. Secrets.h decides by name what is a secret. Making such a text costs time, so the log
- * level is asked first.
+ * Prepares strings from outside for the log: without secret values, and cut when a failure is
+ * logged. Secrets.h decides by name what is a secret. This costs time, so check the log level
+ * first.
  */
 namespace LoggedText {
 
-/// At most so many bytes of a failed statement and of a refused request are logged.
+/// At most this many bytes of a failed statement or a refused request are logged.
 constexpr std::size_t FailureSize = 4096;
 constexpr std::size_t WholeText = std::string_view::npos;
 
@@ -25,17 +25,17 @@ struct Stretch {
 using Stretches = std::vector<Stretch>;
 
 /**
- * The first @p limit bytes of @p text with @p mask in place of each of @p secrets, which stand in
- * their order and do not overlap. A note at its end says how many bytes of @p text are left out.
- * Neither a mask nor a character of UTF-8 is cut in two.
+ * The first @p limit bytes of @p text with @p mask in place of each of @p secrets. The secrets must
+ * be sorted by position and must not overlap. A note at its end says how many bytes of @p text are
+ * left out. Neither a mask nor a character of UTF-8 is cut in two.
  */
 std::string masked(std::string_view text, const Stretches& secrets, std::string_view mask,
                    std::size_t limit);
 
 /**
- * A request in XML, or what was meant to be one. The content of each element and the value of each
- * attribute that has the name of a secret is masked. Such an element reaches to its own end tag,
- * and without one to the end of the text.
+ * Masks a request in XML, even a malformed one. The content of each element and the value of each
+ * attribute with a secret name is masked. If such an element has no end tag, it reaches to the end
+ * of the string.
  */
 std::string request(std::string_view text, std::size_t limit = WholeText);
 

@@ -1,6 +1,6 @@
-// A statement is read token by token, as far as it takes to know which column each value belongs
-// to. The log must never hold a password, and it must stay readable, so neither all values nor none
-// can be masked. What the reader does not understand it masks.
+// A statement is read token by token, only as far as needed to know which column each value belongs
+// to. The log must never hold a password and must stay readable, so masking all values or no value
+// is not possible. What the reader does not understand, it masks.
 
 #include "database/MaskedStatement.h"
 
@@ -53,7 +53,7 @@ public:
     }
 
 private:
-    /// Goes past the token that begins with @p first.
+    /// Skips the token that begins with @p first.
     Token::Kind skip(char first) {
         if (first == '\'') {
             skipQuoted(first);
@@ -76,7 +76,8 @@ private:
         return Token::Sign;
     }
 
-    /// A doubled quote is one of the content. Without a closing one the rest of the text is meant.
+    /// A doubled quote belongs to the content. If the closing quote is missing, the rest of the
+    /// string is the token.
     void skipQuoted(char quote) {
         do {
             m_place = m_sql.find(quote, m_place + 1);
@@ -88,7 +89,7 @@ private:
         } while (m_place < m_sql.size() && m_sql[m_place] == quote);
     }
 
-    /// With dots: of a column only what stands after the last one counts.
+    /// Dots belong to the word; in a column's name only the part after the last dot counts.
     void skipWord() {
         const auto isPart = [](char c) {
             return isLetter(c) || isDigit(c) || c == '.' || c == '$';
@@ -106,15 +107,15 @@ std::string_view withoutQuotes(std::string_view text) {
     return text.size() < BlankSize ? std::string_view() : text.substr(1, text.size() - BlankSize);
 }
 
-/// The column that a name means, without table and quotes.
+/// The column's name without table and quotes.
 std::string_view columnOf(std::string_view name) {
     if (!name.empty() && (name.front() == '"' || name.front() == '`')) {
         return withoutQuotes(name);
     }
-    return name.substr(name.rfind('.') + 1);  // without a dot from the start on
+    return name.substr(name.rfind('.') + 1);  // without a dot the whole name
 }
 
-/// What a key word means for the values after it.
+/// What a key word says about the values that follow it.
 enum class Word { Column, Table, Values, Set, Compares, Begins };
 
 struct KeyWord {
@@ -143,7 +144,7 @@ Word meaningOf(std::string_view word) {
     return found != std::end(KeyWords) ? found->meaning : Word::Column;
 }
 
-/// Walks through a statement and decides for each value what it stands for.
+/// Walks through a statement and decides for each value which column it belongs to.
 class SecretFinder {
 public:
     SecretFinder(std::string_view sql, const MaskedStatement::ColumnsOf& columnsOf)
@@ -168,7 +169,7 @@ public:
 private:
     enum class Clause { Other, Table, Values, Set };
 
-    /// When a value is masked, which is known at the end of its row or of its conditions.
+    /// When a value is masked. This is known only at the end of its row or its conditions.
     enum class When { Always, InSecretRow, WithoutOrder };
 
     struct Value {
@@ -231,11 +232,11 @@ private:
         } else if (m_clause == Clause::Table && m_table.empty()) {
             m_table = name;
         }
-        m_isAfterPasswordName = false;  // NULL, where it stands for a value
+        m_isAfterPasswordName = false;  // NULL in the place of a value
         m_named = name;
     }
 
-    /// A value of an insert.
+    /// Handles a value of an insert.
     void takeCell(const Token& token) {
         const std::string_view column =
             m_cell < m_columns.size() ? std::string_view(m_columns[m_cell]) : std::string_view();
@@ -253,9 +254,8 @@ private:
         }
     }
 
-    /// A value that is assigned to a column, or compared with one. Of a row that is found by the
-    /// name of a secret each assigned value is masked: kept on purpose, and so is that an assigned
-    /// value is masked also when it is blank.
+    /// Handles a value that is assigned to a column or compared with one. If a row is found by the
+    /// name of a secret, each assigned value is masked, even a blank one: kept on purpose.
     void takeOperand(const Token& token) {
         const std::string_view content = contentOf(token);
         const bool isAssigned = m_clause == Clause::Set;
@@ -287,14 +287,14 @@ private:
         }
     }
 
-    /// At a comma or a closing bracket of @p depth.
+    /// Called at a comma or a closing bracket of @p depth.
     void endOperands(int depth) {
         if (depth <= m_operandDepth) {
             m_compared = {};
         }
     }
 
-    /// Decides on the values since the last time.
+    /// Decides about the values since the last call.
     void settle(bool isOrderKnown) {
         for (const Value& value : m_values) {
             const bool isMasked = value.when == When::Always || !isOrderKnown ||
@@ -316,7 +316,7 @@ private:
     std::vector<std::string> m_columns;
     std::size_t m_cell = 0;
     std::string_view m_named;     ///< the column before the current token
-    std::string_view m_compared;  ///< the column that the current values stand for
+    std::string_view m_compared;  ///< the column that the current values belong to
     int m_operandDepth = 0;
     bool m_isAfterPasswordName = false;
     bool m_isSecretRow = false;
@@ -335,11 +335,11 @@ std::string MaskedStatement::text(std::size_t limit) const {
 
 std::string MaskedStatement::error(std::string_view words) const {
     if (words.size() > LoggedText::FailureSize) {
-        words = words.substr(0, words.find('"'));  // without the long token that follows
+        words = words.substr(0, words.find('"'));  // without the long token after it
     }
     for (const Stretch& secret : m_secrets) {
         const std::size_t place = words.find(m_sql.substr(secret.begin, secret.size));
-        if (place != std::string_view::npos) {  // SQLite repeats one token at most
+        if (place != std::string_view::npos) {  // SQLite's message repeats at most one token
             return LoggedText::masked(words, {{place, secret.size}}, MaskedValue,
                                       LoggedText::FailureSize);
         }

@@ -1,5 +1,5 @@
-// One loop doubles quotes for SQL and puts backslashes before commas for data files. Most texts
-// have nothing to escape and are returned as they are, which is why the characters are counted
+// One loop serves both uses: doubling quotes for SQL, and backslashes before commas in data files.
+// Most strings have nothing to escape and are returned unchanged, so the characters are counted
 // first.
 
 #include "database/SqlText.h"

@@ -13,19 +13,20 @@
 #include "database/StatementText.h"
 
 /**
- * A prepared statement for a scope. For the adapter's own units alone: it brings SQLite's header.
- * The adapter's lock must be held for its whole life.
+ * A prepared statement for a scope. Only the adapter's own units use it, since it includes SQLite's
+ * header. The adapter's lock must be held for its whole life.
  */
 class Statement {
 public:
-    /// Prepares @p sql on @p db, which may be null, and finalises it at the end of the scope. For
-    /// names and counts of columns too: a kept statement notices changed tables only at a step.
+    /// Prepares @p sql on @p db, which may be null, and finalises it at the end of the scope. This
+    /// form is also for names and counts of columns: a cached statement notices changed tables only
+    /// when it is stepped.
     /// @p sql must outlive this object.
     Statement(sqlite3* db, const std::string& sql) : m_db(db), m_sql(sql) { prepare(); }
 
     enum class Unless { Kept, Prepared };
-    /// Takes the statement from @p cache if its text may be kept, with the values of the text
-    /// bound. Otherwise it is prepared for the scope, or with Unless::Kept is empty.
+    /// Takes the statement from @p cache if its string may be cached, and binds the values of the
+    /// string. Otherwise the statement is prepared for the scope; with Unless::Kept it stays empty.
     Statement(StatementCache& cache, sqlite3* db, const std::string& sql,
               Unless otherwise = Unless::Prepared)
         : m_db(db), m_sql(sql) {
@@ -46,13 +47,13 @@ public:
 
     [[nodiscard]] bool isPrepared() const { return m_prepared; }
 
-    /// Whether there is nothing to step: the text was not prepared, or holds no statement.
+    /// Whether there is nothing to step: the string was not prepared, or holds no statement.
     [[nodiscard]] bool isEmpty() const { return m_handle == nullptr; }
 
     /**
-     * Raw SQLite code of the next step. If another process has changed the tables since the
-     * prepare, the first step prepares anew instead of failing (SQLite does so for a kept one).
-     * SQLITE_MISUSE when nothing is prepared.
+     * Raw SQLite code of the next step; SQLITE_MISUSE if nothing is prepared. If another process
+     * has changed the tables since the prepare, the first step prepares the statement again instead
+     * of failing (for a cached statement SQLite does this itself).
      */
     int step() {
         int code = stepOnce();
@@ -65,10 +66,11 @@ public:
         return code;
     }
 
-    /// Whether it came from the cache.
+    /// Whether the statement came from the cache.
     [[nodiscard]] bool isKept() const { return m_cache != nullptr; }
 
-    /// Takes the statement back to its start; the raw SQLite code of the step that failed, if any.
+    /// Resets the statement to its start; returns the raw SQLite code of the step that failed, if
+    /// any.
     int reset() { return sqlite3_reset(m_handle); }
 
     /// Number of columns of the result; 0 when nothing is prepared.
@@ -97,7 +99,7 @@ public:
         return sqlite3_column_type(m_handle, column) == SQLITE_NULL;
     }
 
-    /// The cell of the present row as text; NULL gives empty text.
+    /// The cell of the present row as a string; empty for NULL.
     [[nodiscard]] std::string text(int column) const {
         const auto* cell = reinterpret_cast<const char*>(sqlite3_column_text(m_handle, column));
         if (cell == nullptr) {
@@ -158,7 +160,7 @@ private:
                      sqlite3_prepare(m_db, m_sql.c_str(), -1, &m_handle, nullptr) == SQLITE_OK;
     }
 
-    /// SQLite would complain of the missing statement in its own log.
+    /// SQLite would log the missing statement as an error.
     int stepOnce() {
         Progress::beat();
         return m_handle != nullptr ? sqlite3_step(m_handle) : SQLITE_MISUSE;
@@ -171,8 +173,8 @@ private:
 
     sqlite3* m_db;                        // not owned
     const std::string& m_sql;             // not owned
-    std::optional<StatementText> m_text;  // of a statement that may be kept
-    StatementCache* m_cache = nullptr;    // where it goes back to; not owned
+    std::optional<StatementText> m_text;  // set if the statement may be cached
+    StatementCache* m_cache = nullptr;    // the cache that gets the statement back; not owned
     sqlite3_stmt* m_handle = nullptr;
     bool m_prepared = false;
     bool m_stepped = false;

@@ -41,7 +41,8 @@ void StatementCache::keep(const std::string& key, sqlite3_stmt* statement) {
         m_kept.push_front({key, statement, true});
         m_places.emplace(m_kept.front().key, m_kept.begin());
     } catch (const std::exception&) {
-        // Without memory for its place the statement serves once.
+        // If there is no memory for a place in the list, the statement is used once and then
+        // finalised.
         if (!m_kept.empty() && m_kept.front().statement == statement) {
             m_kept.pop_front();
         }
@@ -58,7 +59,8 @@ void StatementCache::give(const std::string& key, sqlite3_stmt* statement) noexc
         (void)sqlite3_finalize(statement);
         return;
     }
-    (void)sqlite3_reset(statement);  // repeats the failure of the last step, which is known
+    // Repeats the failure of the last step, which the caller already has.
+    (void)sqlite3_reset(statement);
     (void)sqlite3_clear_bindings(statement);
     found->second->isInUse = false;
 }

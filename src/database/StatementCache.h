@@ -21,22 +21,23 @@ public:
     StatementCache(const StatementCache&) = delete;
     StatementCache& operator=(const StatementCache&) = delete;
 
-    /// A statement for the text @p key on @p db, reset and without values; prepared when none is
-    /// kept. Null when it can't be prepared. The caller returns it with give().
+    /// A reset statement for the string @p key on @p db, without values; prepared if none is
+    /// cached. Null if it can't be prepared. The caller returns it with give().
     [[nodiscard]] sqlite3_stmt* take(sqlite3* db, const std::string& key);
 
     /// Returns @p statement, which take() returned for @p key.
     void give(const std::string& key, sqlite3_stmt* statement) noexcept;
 
-    /// Finalises all that are not in use; before the connection is closed, and when tables may have
-    /// changed, so that a statement about a missing table fails as early as without the cache.
+    /// Finalises all statements that are not in use. Called before the connection is closed, and
+    /// when tables may have changed, so that a statement about a missing table fails as early as it
+    /// would without the cache.
     void clear() noexcept;
 
     /// How many statements are kept.
     static constexpr std::size_t Capacity = 64;
 
-    /// Without use take() returns null, and what is kept stays. Nothing but a comparison of answers
-    /// with those without the cache sets it.
+    /// If set to false, take() returns null, and the cached statements stay. Only a comparison of
+    /// answers with and without the cache sets it.
     void setUsed(bool isUsed) { m_isUsed = isUsed; }
 
     [[nodiscard]] std::size_t size() const { return m_kept.size(); }

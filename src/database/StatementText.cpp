@@ -1,5 +1,5 @@
-// This is no parser: it finds string literals and gives up on everything that could make one look
-// like something else (comments, other quotes, parameters, a second statement). To give up costs
+// This is no parser: it finds string literals, and stops at everything that could make something
+// else look like a literal (comments, other quotes, parameters, a second statement). Stopping costs
 // one prepare; a wrong guess would bind a value to the wrong place.
 
 #include "database/StatementText.h"
@@ -16,8 +16,8 @@ bool isNameCharacter(char c) {
            static_cast<unsigned char>(c) >= 0x80;
 }
 
-/// What ends a stretch of plain text. Besides literals, names and the end of the statement these
-/// are parameters, comments and other quotes, which make a text that is not kept.
+/// What ends a run of plain characters. Besides literals, names and the end of the statement, these
+/// are parameters, comments and other quotes; a string with one of these is not cached.
 constexpr std::string_view SpecialCharacters = "'\";?:@#`[/-";
 
 constexpr std::array<bool, 256> placesOf(std::string_view characters) {
@@ -44,7 +44,7 @@ bool hasKnownVerb(const std::string& sql) {
 
 StatementText::StatementText(const std::string& sql)
     : m_sql(sql),
-      // At a NUL SQLite would stop reading.
+      // SQLite would stop reading at a NUL.
       m_isCacheable(sql.size() <= MaximumSize && hasKnownVerb(sql) &&
                     sql.find('\0') == std::string::npos && takeApart()) {}
 
@@ -131,7 +131,7 @@ std::string StatementText::unquoted(const Literal& literal) const {
         const char c = m_sql[literal.begin + place];
         value += c;
         if (c == '\'') {
-            ++place;  // of the two one stays
+            ++place;  // a doubled quote stands for one
         }
     }
     return value;

@@ -9,8 +9,8 @@
  * The text of a statement with a parameter in place of each of its string literals, so that
  * statements that differ in their values alone share one prepared statement.
  *
- * It is not parsed as SQL. What this class does not know for certain is left as it is: such a text
- * is run without the cache.
+ * It is not parsed as SQL. If this class is not certain about a string, it leaves it unchanged, and
+ * the statement runs without the cache.
  */
 class StatementText {
 public:
@@ -24,12 +24,12 @@ public:
     /// Takes @p sql apart; @p sql must outlive this object.
     explicit StatementText(const std::string& sql);
 
-    /// Whether the statement may be kept: one of at most MaximumSize bytes that reads or writes
-    /// rows, or that begins or ends a transaction. Others may change tables, which ends what is
-    /// kept.
+    /// Whether the statement may be cached: it has at most MaximumSize bytes and reads or writes
+    /// rows, or begins or ends a transaction. Other statements may change tables, which makes
+    /// cached statements invalid.
     [[nodiscard]] bool isCacheable() const { return m_isCacheable; }
 
-    /// The text with "?" for each literal; empty unless it is cacheable.
+    /// The string with "?" for each literal; empty if it is not cacheable.
     [[nodiscard]] const std::string& key() const { return m_key; }
 
     /// The literals in their order, one for each "?".
@@ -38,7 +38,7 @@ public:
     /// The value of a literal that has doubled quotes.
     [[nodiscard]] std::string unquoted(const Literal& literal) const;
 
-    /// A longer text is not kept: it is rare, and the memory of its statement would be held.
+    /// A longer statement is not cached: it is rare, and its statement would occupy memory.
     static constexpr std::size_t MaximumSize = 8 * 1024;
 
 private:

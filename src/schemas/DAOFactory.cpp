@@ -1,5 +1,5 @@
-// The schemas in the order in which they are tried. The order decides where the name of one
-// contains that of another; everything else about a schema is in its class.
+// The schemas in the order in which they are tried. The order matters where the name of one schema
+// contains that of another. Everything else about a schema is in its class.
 
 #include "schemas/DAOFactory.h"
 
@@ -27,7 +27,7 @@ using namespace DASUtilsStrings;
 
 using Maker = DataAccessObject* (*)(DatabaseAdapter*, const std::string& schema);
 
-/// How a text is compared with the schema of a row.
+/// How a string is compared with the schema of a row.
 enum class Match { Equal, Contains };
 
 struct ClassRow {
@@ -53,7 +53,7 @@ const ClassRow ClassRows[] = {
     {&BluetoothBlacklistedSchema, Match::Equal, makeForSchema<BluetoothDAO>},
     {&BluetoothTrustedSchema, Match::Equal, makeForSchema<BluetoothDAO>},
     {&CallGroupSchema, Match::Equal, make<CallGroupDAO>},
-    // In front of the call log, whose name this one contains.
+    // Before the call log: this name contains that of the call log.
     {&CallLogSettingsSchema, Match::Equal, make<GeneralConfigurationDAO>},
     {&CallLogSchema, Match::Contains, make<CallLogDAO>},
     {&CodecSettingsSchema, Match::Equal, make<CodecSettingsDAO>},

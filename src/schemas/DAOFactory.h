@@ -12,14 +12,15 @@ class DatabaseAdapter;
 /// Turns the name of a schema into an object that serves it. Lives as long as the service.
 class DAOFactory {
 public:
-    /// @p adapter goes to each object; not owned, may be null. The model is asked for here, once.
+    /// Each object gets @p adapter, which is not owned and may be null. The hardware model is read
+    /// here, once.
     explicit DAOFactory(DatabaseAdapter* adapter);
     virtual ~DAOFactory();
     DAOFactory(const DAOFactory&) = delete;
     DAOFactory& operator=(const DAOFactory&) = delete;
 
-    /// A new object for @p schema, compared exactly; never null, a schema that no class serves gets
-    /// a NULLDataAccessObject. The caller deletes it.
+    /// Creates an object for @p schema; the name is compared exactly. Never null: an unknown schema
+    /// gets a NULLDataAccessObject. The caller deletes the object.
     DataAccessObject* createDAOInstance(std::string schema);
 
     /// Whether @p schema is one of those that are rows of the general configuration table.
@@ -28,17 +29,17 @@ public:
     /// All schemas that are served, in the order in which they are tried.
     static std::vector<std::string> schemas();
 
-    /// The default keys of this model, for each "ID:FUNCTION:LABEL;".
+    /// The default keys of this model, in the form "ID:FUNCTION:LABEL;" for each key.
     std::string getDefaultFeatureKeyData();
 
-    // The data of the two users. Each walks or names schemas and works through their objects; a
-    // failure of one is in the log and the walk goes on, but for the copy.
+    // The data of the two users. Each operation walks through schemas and works through their
+    // objects. If one object fails, this is logged and the walk continues, except in the copy.
 
-    /// Gives the visitor copies of the base user's rows, and default call groups. False, and a log
-    /// line, when a schema failed: the walk ends there, and that schema and those after it keep
-    /// what the visitor had.
+    /// Gives the visitor copies of the base user's rows, and default call groups. False, with a log
+    /// line, if a schema failed. The walk ends there: in that schema and the later ones the
+    /// visitor's rows do not change.
     [[nodiscard]] bool copyQFABaseDataToVisitor();
-    /// Wipes the visitor's rows; his call groups go back to their defaults.
+    /// Deletes the visitor's rows and resets the visitor's call groups to their defaults.
     void deleteQFAVisitorData();
     /// Deletes the visitor's phone book and call log.
     void deleteQFAVisitorDLSdata();

@@ -36,8 +36,8 @@ const std::string* const VisitorDataSchemaList[] = {&AbbreviatedDiallingSchema,
                                                     &FixedKeysSchema,
                                                     &StartApplicationFixedKeysSchema};
 
-/// Calls @p work with the object of each schema of the list, until it returns false. The schema at
-/// which it did, or null.
+/// Calls @p work with the object of each schema of the list, until it returns false. Returns the
+/// schema for which it did, or null.
 template <typename Work>
 const std::string* walkVisitorData(DAOFactory& factory, Work work) {
     for (const std::string* schema : VisitorDataSchemaList) {
@@ -52,7 +52,7 @@ const std::string* walkVisitorData(DAOFactory& factory, Work work) {
 /// Calls an operation of the object of @p schema.
 void callOn(DAOFactory& factory, const std::string& schema, int (DataAccessObject::*operation)()) {
     const std::unique_ptr<DataAccessObject> dao(factory.createDAOInstance(schema));
-    (void)(dao.get()->*operation)();  // a failure is in the log, no caller waits for it
+    (void)(dao.get()->*operation)();  // a failure is logged, and no caller needs it
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// A file of the image maps the tags of management to schemas and items. A line that can't be used
-// is passed over: the other tags must work all the same.
+// A file of the image maps the management tags to schemas and items. A line that can't be used is
+// skipped, because the other tags must work nevertheless.
 
 #define DAS_LOG_COMPONENT "DAS_ACMSTagMapper"
 
@@ -17,7 +17,7 @@ namespace {
 const char* const MappingFile = "/Aurel_Deploy/DasTagMappings.csv";
 constexpr std::size_t FewestFields = 3;
 
-/// The columns of the file, and their places in the list of names below.
+/// The columns of the file. The values are indices in the list of names below.
 enum Column { DasSchema, DasTag, AcmsTag };
 const std::vector<std::string> ColumnNames = {"<DASschema>", "<DAStag>", "<ACMStag>"};
 

@@ -1,4 +1,4 @@
-// The library's edge: the one kind of symbol that the framework looks up.
+// The creation functions, which are the only functions that the framework looks up in the library.
 
 #include "service/DASInvoker.h"
 #include "service/DASListenerProxy.h"

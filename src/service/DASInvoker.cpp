@@ -1,5 +1,5 @@
-// Remote methods: one table says what each takes, what it calls and how it answers, and a few
-// functions walk it. A message that lacks a parameter is answered as one whose call was not done.
+// Remote methods: a table has the parameters, the operation and the form of the answer of each one.
+// If a message lacks a parameter, the call is not made, and the answer says so.
 
 #define DAS_LOG_COMPONENT "DASInvoker"
 
@@ -32,7 +32,7 @@ namespace {
 const char* const ResponseName = "Response";
 const char* const AcknowledgeName = "Acknowledge";
 
-/// One message on its way: where it came from, what was read of it, and what the call gave.
+/// The state of one message: its origin, the parameters read from it, and the result of the call.
 struct Exchange {
     DataAccessServiceIfc& service;
     FrameworkContext& context;
@@ -41,7 +41,7 @@ struct Exchange {
     Method& reply;
     bool isXml;
     bool isComplete = false;           ///< whether every in parameter was there
-    std::vector<std::string> texts{};  ///< in parameters, those of one type in their order
+    std::vector<std::string> texts{};  ///< in parameters, in the order of their type
     std::vector<int> numbers{};
     std::vector<bool> flags{};
     std::string answer{};
@@ -49,7 +49,7 @@ struct Exchange {
     DirectoryList directories{};
     DirectoryList files{};
 
-    /// The map that the first text holds; empty when it holds none, and the call goes on.
+    /// The map in the first string; empty if the string is not a map, and the call continues.
     std::map<std::string, std::string>& readValues() {
         (void)Serializer::deserialize(texts[0], values);
         return values;
@@ -61,11 +61,11 @@ struct InParameter {
     Parameter::Type type;
 };
 
-/// How a file method is spoken over the XML protocol: one parameter that holds a text in XML.
+/// The form of a file method in the XML protocol: one parameter that holds a string in XML.
 struct XmlForm {
     const char* parameter;
     bool (*read)(const std::string& xml, Exchange& exchange);
-    const char* incompleteWord;  ///< the acknowledgement when something is missing
+    const char* incompleteWord;  ///< the acknowledgement if a parameter is missing
 };
 
 /// A row of the dispatch table.
@@ -138,7 +138,7 @@ bool readDirectorySelection(const std::string& xml, Exchange& exchange) {
 }
 
 const XmlForm FileSelectionForm{"FileSelection", readFileSelection, "ERROR_General"};
-/// Moving reads the same parameter as renaming: kept on purpose, the two share one shape.
+/// A move and a rename read the same parameter: kept on purpose, both have the same form.
 const XmlForm FileRenameForm{"FileRename", readFileRename, "ERROR_General"};
 const XmlForm DirectorySelectionForm{"DirectorySelection", readDirectorySelection,
                                      "ERROR_WrongData"};
@@ -151,8 +151,8 @@ void acknowledge(Exchange& exchange, bool done) {
     exchange.reply.addBoolParameter(AcknowledgeName, done, Parameter::out);
 }
 
-/// The values as the log shows them, with secrets masked. What a tag leads to is known to this
-/// library's service alone.
+/// The values for the log, with secrets masked. Only this library's own service knows which item a
+/// tag names, and so whether it is a secret.
 std::map<std::string, std::string> withoutSecrets(const Exchange& exchange) {
     const auto* const service = dynamic_cast<const DataAccessService*>(&exchange.service);
     const MobilityMigrator* const migrator =
@@ -204,7 +204,7 @@ void acknowledgeDirectory(Exchange& exchange, bool done) {
 
 // ---- Calling
 
-/// A call of an operation that gives no result.
+/// Calls an operation without a result.
 template <void (DataAccessServiceIfc::*operation)()>
 bool callOneWay(Exchange& exchange) {
     (exchange.service.*operation)();
@@ -214,8 +214,8 @@ bool callOneWay(Exchange& exchange) {
 using DirectoryOperation = bool (DataAccessServiceIfc::*)(std::string, bool, bool, bool,
                                                           DirectoryList*, DirectoryList*);
 
-/// The flags come as directories, files, subdirectories; the service takes the last two the other
-/// way round.
+/// The parameters come as directories, files, subdirectories; the service has the last two in the
+/// other order.
 template <DirectoryOperation operation>
 bool callDirectory(Exchange& exchange) {
     const std::vector<bool>& flags = exchange.flags;
@@ -293,7 +293,7 @@ const RemoteMethod RemoteMethods[] = {
     {"createPhonenumberIndices",
      {},
      [](Exchange& x) {
-         // Acknowledged whatever the service says: kept on purpose, a search works without them.
+         // Acknowledged whatever the result is: kept on purpose, searches work without the indices.
          (void)x.service.createPhonenumberIndices();
          return true;
      },
@@ -331,7 +331,7 @@ void fail(Method& reply) {
     reply.addStringParameter(ResponseName, DASUtilsStrings::FailureResponse, Parameter::out);
 }
 
-/// Calls what @p method stands for and fills the reply. False when no reply is to be sent.
+/// Makes the call of @p method and fills the reply. False if no reply is to be sent.
 bool perform(const RemoteMethod& method, Exchange& exchange) {
     try {
         exchange.isComplete = readParameters(exchange, method);
@@ -346,7 +346,7 @@ bool perform(const RemoteMethod& method, Exchange& exchange) {
     return method.answer != nullptr;
 }
 
-/// What a message asks of the service. False when no reply is to be sent.
+/// Handles one message. False if no reply is to be sent.
 bool dispatch(Executable* executable, FrameworkContext& context, const InvokerResponse& response,
               const Method& request, Method& reply) {
     auto* const service = dynamic_cast<DataAccessServiceIfc*>(executable);

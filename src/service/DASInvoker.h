@@ -28,18 +28,19 @@ public:
     void initInvoker(FrameworkContext* context) override { m_frameworkContext = context; }
 
     /**
-     * Finds the first @p name anywhere in @p xml and gives the text between the next two double
-     * quotes. The search is for plain text, so "name" is found inside "directory name" as well.
+     * Finds the first @p name anywhere in @p xml and extracts the string between the next two
+     * double quotes. It is a plain search, so "name" is also found inside "directory name".
      *
-     * @return false when the name or a quote is missing; @p value is untouched then
+     * @return false if the name or a quote is missing; @p value does not change then
      */
     static bool extractParamFromXMLString(const std::string& xml, const std::string& name,
                                           std::string& value);
 
     /**
-     * Reads two quoted texts after @p position, a directory and a file, into the one @p path.
+     * Reads two quoted strings after @p position, a directory and a file, and joins them in
+     * @p path.
      *
-     * @return the position after the last quote; -1 when a quote is missing or @p position is
+     * @return the position after the last quote; -1 if a quote is missing or @p position is
      *         negative
      */
     static int parsePathFilename(int position, const std::string& xml, std::string& path);
@@ -47,8 +48,8 @@ public:
     /**
      * The text of a directory listing.
      *
-     * A subdirectory without an entry of its own opens an element and does not close it, so the
-     * text is no well-formed document: kept on purpose, its readers take it as it is.
+     * If a subdirectory has no entry of its own, its element is opened but not closed, so the text
+     * is not well-formed: kept on purpose, its readers expect this.
      *
      * @param entry       the directory to begin with; not looked at when there are no directories
      * @param directories directories with their subdirectories

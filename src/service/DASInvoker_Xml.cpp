@@ -1,5 +1,5 @@
-// The texts of file methods in the XML protocol: what is cut out of a request, and a listing of
-// directories. Nothing is parsed: its clients send and expect text that is no document.
+// The strings of file methods in the XML protocol: values cut out of a request, and a directory
+// listing. No XML parser is used, because clients send and expect strings that are not well-formed.
 
 #define DAS_LOG_COMPONENT "DASInvoker"
 
@@ -13,13 +13,15 @@
 
 namespace {
 
-/// Writes a listing. The places of the paths are looked up once, not for each subdirectory anew.
+/// Writes a directory listing. It indexes the paths once, instead of searching them for each
+/// subdirectory.
 class DirectoryTreeText {
 public:
     DirectoryTreeText(const DirectoryList& directories, const DirectoryList& files)
         : m_hasDirectories(!directories.empty()) {
         for (const auto& entry : directories) {
-            m_directories.emplace(entry.first, &entry);  // the first one of a path counts
+            // If a path occurs twice, the first entry counts.
+            m_directories.emplace(entry.first, &entry);
         }
         for (const auto& entry : files) {
             m_files[entry.first].push_back(&entry);
@@ -75,7 +77,8 @@ private:
     std::unordered_map<std::string_view, std::vector<const Entry*>> m_files;
 };
 
-/// The text between the next two double quotes from @p position on, which then follows them.
+/// Finds the next two double quotes from @p position on, and returns the string between them in
+/// @p quoted. @p position then follows the second quote.
 bool cutQuoted(const std::string& text, std::size_t& position, std::string_view& quoted) {
     const std::size_t open = text.find('"', position);
     const std::size_t close = open == std::string::npos ? open : text.find('"', open + 1);

@@ -1,5 +1,5 @@
-// The service calls a listener as an object; a remote one is a message without an answer, so a
-// client that is gone never holds the service up.
+// The service calls a listener as an object. For a remote listener the call becomes a message
+// without an answer, so a client that has disconnected never delays the service.
 
 #include "service/DASListenerProxy.h"
 

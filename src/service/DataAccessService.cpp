@@ -47,8 +47,8 @@ const char* const SaveContactsAnswer = "endOfSaveContactsToCSVRequest";
 const char* const ReadTraceFlagWord = "getWhetherRequestContentShowableOnTheAurelTrace";
 const char* const SetTraceFlagWord = "setWhetherRequestContentShowableOnTheAurelTrace";
 
-/// The text of the first pair of double quotes after the first "Schema". Nothing is parsed here:
-/// the first occurrence of the word decides, wherever it stands.
+/// The string in the first pair of double quotes after the first "Schema". No parser is used here:
+/// the first occurrence of the word decides, wherever it is.
 std::string cutOutSchema(const char* message) {
     const char* place = std::strstr(message, "Schema");
     place = place != nullptr ? std::strchr(place, '"') : nullptr;
@@ -88,7 +88,7 @@ void DataAccessService::setDbFactory(DbFactoryIfc* factory) {
     if (factory == m_dbFactory.get()) {
         return;
     }
-    // The adapters go with the factory that made them.
+    // The factory deletes the adapters that it made.
     m_dbAdapter = nullptr;
     m_daoFactory = nullptr;
     m_dbFactory.reset(factory);
@@ -106,7 +106,7 @@ void DataAccessService::constructorActions() {
     }
     m_dbAdapter = dynamic_cast<DatabaseAdapter*>(m_dbFactory->createDatabase());
     m_upgradeCopy.watch(m_dbAdapter);
-    (void)lookForOthers();  // what others commit from now on is a change
+    (void)lookForOthers();  // from now on, commits of other processes are reported as changes
     m_daoFactories.push_back(std::make_unique<DAOFactory>(m_dbAdapter.load()));
     m_daoFactory = m_daoFactories.back().get();
 }
@@ -116,7 +116,7 @@ void DataAccessService::init(Context& context) {
     OwnFiles::claim(DasCrypt::keyPlace());
     m_upgradeCopy.begin();
     if (Work::isEnding()) {
-        return;  // it may have waited for another process: the database is left as it is
+        return;  // it may have waited for another process, so the database is not changed
     }
     constructorActions();
     registerContext(context);
@@ -133,7 +133,8 @@ void DataAccessService::init(Context& context) {
     m_mobilityMigrator = std::make_unique<MobilityMigrator>(this);
     m_mobilityMigratorInUse = m_mobilityMigrator.get();
     if (DatabaseAdapter* const adapter = m_dbAdapter) {
-        adapter->releaseMemory();  // the looks of the upgrade go through all tables and come once
+        // The upgrade has read all tables, and these pages are not needed again.
+        adapter->releaseMemory();
     }
     m_initialised = true;
 }
@@ -145,11 +146,12 @@ void DataAccessService::migrateDatabase() {
     try {
         DASMigrator::checkAndMigrateDatabase(this);
     } catch (const std::exception& error) {
-        // The start goes on: what could be migrated serves, the rest is tried at the next one.
+        // The start continues: the migrated parts can be served, and the next start tries the
+        // others again.
         DAS_LOG(2, "The migration of the database ended early: %s", error.what());
     }
     if (!Work::isEnding()) {
-        m_upgradeCopy.end();  // else the next start begins again from the copy
+        m_upgradeCopy.end();  // otherwise the next start would restore the copy
     }
     const auto time = std::chrono::steady_clock::now() - begin;
     Tally::set(Tally::UpgradeTime,
@@ -194,8 +196,8 @@ bool DataAccessService::setCurrentUser(const std::string& profile) {
     std::lock_guard<std::mutex> lock(m_currentUserMutex);
     const bool changed = profile != m_currentUser;
     m_currentUser = profile;
-    // A visitor again counts as a change and base again does not: kept on purpose, a second guest
-    // must reach the listeners.
+    // A second visitor in a row counts as a change, base after base does not: kept on purpose,
+    // listeners must be called for a second visitor.
     return changed || profile == DASUtilsStrings::UserContextVisitor;
 }
 
@@ -299,8 +301,8 @@ std::string DataAccessService::answerTraceWord(bool set, const char* message) {
         return ClientUtils::itos(
             DatabaseAdapter::getWhetherRequestContentShowableOnTheAurelTrace() ? 1 : 0);
     }
-    // The number is read from the whole message, the word included: kept on purpose, a client that
-    // sends the word has always switched the contents off by it.
+    // The number is read from the whole message, including the word: kept on purpose, a client that
+    // sends only the word has always switched the contents off.
     DatabaseAdapter::setWhetherRequestContentShowableOnTheAurelTrace(ClientUtils::stoi(message) !=
                                                                      0);
     return std::string(SetTraceFlagWord) + " is sent";
@@ -322,7 +324,7 @@ std::string DataAccessService::answerXml(const char* message, int length) {
 std::unique_ptr<DataAccessObject> DataAccessService::refuse(const std::string& schema,
                                                             const char* message) {
     DAS_LOG(5, "DAS not yet initialised  - returning failure");
-    // The host of a service may keep what it prints, so that is no longer than a log entry.
+    // The host of a service may store what it prints, so this is cut to the size of a log entry.
     const std::string shown = LoggedText::request(message, LoggedText::FailureSize);
     DAS_LOG(5, "not processed message='%s'", shown.c_str());
     std::printf("DAS not yet initialised - returning failure\nnot processed message='%s'\n",

@@ -36,16 +36,17 @@ class DataAccessService : public Service,
                           public DASTextIfc,
                           public DASChangeSourceIfc {
 public:
-    /// A service without a database; opens the telephone's data directory for its group.
+    /// Constructs a service without a database, and gives the group access to the telephone's data
+    /// directory.
     DataAccessService();
     ~DataAccessService() override;
     DataAccessService(const DataAccessService&) = delete;
     DataAccessService& operator=(const DataAccessService&) = delete;
 
-    /// Opens the database, brings it up to date and marks the service as ready. Reports no failure:
-    /// what went wrong is in the log, and requests then fail one by one.
+    /// Opens the database, upgrades it and marks the service as ready. It reports no failure:
+    /// failures are logged, and later requests then fail one by one.
     void init(Context& context) override;
-    void shutdown() override;  ///< does nothing: stopping is the destructor
+    void shutdown() override;  ///< does nothing: the destructor stops the service
     void run() override;       ///< does nothing: the service has no thread of its own
 
     std::string processRequest(const char* message, int length) override;
@@ -86,24 +87,24 @@ public:
     void removeChangeListener(DASChangeListenerIfc* listener) override;
     bool lookForOthers() override;
 
-    /// The same for a text that knows its length.
+    /// The same for a string with its length.
     std::string processRequest(const std::string& message);
 
-    /// Serialises requests and profile changes. Whoever holds it sends requests by answer().
+    /// Serialises requests and profile changes. A caller that holds it sends requests by answer().
     Semaphore& requestTurn() { return m_requestSema; }
     /// processRequest() for a caller that holds requestTurn().
     std::string answer(const std::string& message);
 
-    /// Keeps @p factory in place of the one that is held, which is deleted. Takes ownership; null
-    /// is allowed. The one that is held already stays. Older adapters and DAO factories are
-    /// gone: requests are refused until constructorActions.
+    /// Replaces the factory by @p factory and deletes the old one. Takes ownership; null is
+    /// allowed. If it is the same factory, nothing happens. The old adapters and DAO factories are
+    /// deleted, so requests are refused until constructorActions.
     void setDbFactory(DbFactoryIfc* factory);
 
     /// Translates management tags; null before the end of init. Owned by the service.
     ACMSTagMapper* getACMSTagMapper();
 
-    /// Reads and writes what management tags stand for; null before the end of init. Owned by the
-    /// service.
+    /// Reads and writes the values that management tags name; null before the end of init. Owned by
+    /// the service.
     const MobilityMigrator* getMobilityMigrator() const { return m_mobilityMigratorInUse; }
 
     /// Stores the framework's context; not owned.
@@ -115,8 +116,9 @@ public:
     /**
      * Makes @p profile the current user.
      *
-     * @return whether listeners are to be told: true for a change, and for a visitor who comes
-     * again, since a guest may follow a guest; false for base again and for an invalid text, which
+     * @return whether listeners must be called: true for a change, and for a visitor after a
+     *         visitor, who may be another person; false for base after base and for an invalid
+     *         profile, which
      *         changes nothing
      */
     bool setCurrentUser(const std::string& profile);
@@ -126,63 +128,65 @@ public:
 
     // The version gate.
 
-    /// Parses "V1 R8.7.111" into its four numbers; parts that are missing keep what they held.
+    /// Parses "V1 R8.7.111" into its four numbers. If a part is missing, its number does not
+    /// change.
     static void getVersionElements(unsigned* version, unsigned* release, unsigned* minor,
                                    unsigned* build, std::string text);
     /// Whether @p first is the higher version or, with @p orEqual, the same.
     static bool isNewVersionHigher(const std::string& first, const std::string& second,
                                    bool orEqual);
-    /// Takes the speed dial column out of the phone book for software of @p type that can't read
-    /// it.
+    /// Removes the speed dial column from the phone book, if software of @p type can't read it.
     void deleteSpeedDialFromPhonebook(eSwType type, const std::string& newVersion);
     /// Stores the door opener settings under the names that older software of @p type reads.
     void downgradeDoorOpenerSettings(eSwType type, const std::string& newVersion);
 
     // Parts of the file operations.
 
-    /// Places @p position on the directory to walk next: the first that begins with @p prefix, else
-    /// the second of the list. False without one. The walk goes by the same rule.
+    /// Moves @p position to the directory to walk next: the first one that begins with @p prefix,
+    /// else the second of the list. False if no directory is left. Both steps of the walk use this
+    /// rule.
     static bool findNextUnexploredDir(std::vector<std::string>* unexplored,
                                       std::vector<std::string>::iterator& position,
                                       std::string prefix);
-    /// Whether a ringtone's file is in use as a distinctive ringer, which is why it may not move.
+    /// Whether a ringtone's file is in use as a distinctive ringer. Such a file may not be moved.
     bool isDistinctiveRingerFile(const std::string& path);
     /// Notifies the deployment server that a ringtone or screensaver changed; nothing for other
     /// paths.
     void notifyDLS(const std::string& path);
 
     /**
-     * Asks the context for the management service and keeps what it gives. Whether there is one:
-     * when the context has none, one that was found earlier still counts.
+     * Asks the context for the management service and stores it. Returns whether there is one: if
+     * the context has none now, the one found earlier still counts.
      */
     bool findACMS();
 
     /// Writes the contacts of all users to "/tmp/VX_contacts.csv", or to the file @p path of the
-    /// telephone, and sends web management the status of that.
+    /// telephone, and sends the resulting status to web management.
     void saveContactsToCSV();
     void saveContactsToCSV(const std::string& path);
 
     /// Whether the file @p path of the telephone can be opened for reading.
     bool doesFileExist(const std::string& path);
 
-    /// Sends web management the status of the contacts file @p path, by whether it is there.
+    /// Sends web management the status of the contacts file @p path, which depends on whether the
+    /// file exists.
     void notifyWBM(const std::string& path);
 
 private:
     void notifyOfContacts(const std::string& path, bool isWritten);
-    /// Whom to hand a status item; null, and a log line, when there is no management service.
+    /// The receiver of a status item; null, with a log line, if there is no management service.
     LocalMgmtIfc* managementForStatus();
-    /// Last step of the start: settles the user. Without @p isUserRead nothing of the visitor is
+    /// Last step of the start: sets the user. If @p isUserRead is false, no data of the visitor is
     /// deleted.
     void initInternal(bool isUserRead);
-    /// Brings the database up to date; what it throws is in the log.
+    /// Upgrades the database; an exception is logged.
     void migrateDatabase();
-    /// Takes the stored user; a blank one leaves base. False when it could not be read.
+    /// Sets the stored user; if it is blank, base stays the user. False if it could not be read.
     bool settleCurrentUser();
-    /// Prepares the data of a user who is about to become current. False, and a log line, when the
-    /// visitor can't have his.
+    /// Prepares the data of the next user. False, with a log line, if the visitor's data could not
+    /// be prepared.
     bool prepareProfile(const std::string& profile);
-    /// Runs an operation of the DAO factory; a missing one is logged.
+    /// Runs an operation of the DAO factory; if there is no factory, this is logged.
     void onFactory(const char* method, const std::function<void(DAOFactory&)>& operation);
     std::string answer(const char* message, int length);
     bool answerServiceWord(const char* message, std::string& answer);
@@ -191,37 +195,38 @@ private:
     std::unique_ptr<DataAccessObject> refuse(const std::string& schema, const char* message);
     /// An object for @p schema with the current user; null, and a log line, without a factory.
     std::unique_ptr<DataAccessObject> createDao(const std::string& schema);
-    /// Lets @p work do something with an object for @p schema. False before the end of init and
-    /// without a factory; a result of @p work that is not 0 is in the log alone.
+    /// Runs @p work with an object for @p schema. False before the end of init and without a
+    /// factory. If the result of @p work is not 0, it is only logged.
     bool onTable(const char* operation, const std::string& schema,
                  const std::function<int(DataAccessObject&)>& work);
-    /// The same for an import, which listeners hear of. @p context is blank for all users.
+    /// The same for an import, which is reported to listeners. @p context is blank for all users.
     bool importTable(const char* method, const std::string& schema, const std::string& context,
                      const std::function<int(DataAccessObject&)>& work);
     std::string currentUser() const;
-    /// Runs @p work, which stores rows and says whether all of them were, as one transaction, and
-    /// counts what it did.
+    /// Runs @p work as one transaction, and counts the changes. @p work stores rows and returns
+    /// whether all of them were stored.
     DASImported importAsOne(
         const DASImport& what,
         const std::function<bool(DatabaseAdapter&, DataAccessObject&, DASImported&)>& work);
 
-    ChangeListeners m_changes;  ///< outlives the adapters, which a reset replaces
+    ChangeListeners m_changes;  ///< lives longer than the adapters, because a reset replaces them
 
-    /// Held by a reset, and while factories are exchanged; no request waits for it. It comes before
-    /// the adapter's lock. Recursive, since one reset is a part of the other.
+    /// Held during a reset and while factories are exchanged; no request waits for it. It comes
+    /// before the adapter's lock. It is recursive, because one kind of reset calls the other.
     std::recursive_mutex m_resetMutex;
-    UpgradeCopy m_upgradeCopy;  ///< releases its lock after the database, so before it here
+    UpgradeCopy m_upgradeCopy;  ///< declared before the database, because its lock must be released
+                                ///< after the database is closed
     std::unique_ptr<DbFactoryIfc> m_dbFactory;
     std::atomic<DatabaseAdapter*> m_dbAdapter{nullptr};  ///< owned by m_dbFactory
     std::atomic<DAOFactory*> m_daoFactory{nullptr};      ///< the last of m_daoFactories
-    /// Those that a reset replaced stay: a request may still run on them.
+    /// Factories that a reset has replaced stay, because a request may still use them.
     std::vector<std::unique_ptr<DAOFactory>> m_daoFactories;
     std::unique_ptr<ACMSTagMapper> m_acmsTagMapper;
     std::unique_ptr<MobilityMigrator> m_mobilityMigrator;
     std::atomic<MobilityMigrator*> m_mobilityMigratorInUse{
         nullptr};  ///< null before the end of init
     std::atomic<bool> m_initialised{false};
-    std::atomic<bool> m_basicMobility{false};  ///< as the start found it
+    std::atomic<bool> m_basicMobility{false};  ///< as it was at the start
     mutable std::mutex m_currentUserMutex;
     std::string m_currentUser;
     Semaphore m_directorySema;
@@ -229,7 +234,8 @@ private:
     mutable std::mutex m_listenersMutex;
     std::vector<DASListenerIfc*> m_listeners;         ///< not owned
     std::atomic<Context*> m_context{nullptr};         ///< not owned
-    std::atomic<LocalMgmtIfc*> m_localMgmt{nullptr};  ///< what findACMS found; not owned
+    std::atomic<LocalMgmtIfc*> m_localMgmt{nullptr};  ///< the service that findACMS found; not
+                                                      ///< owned
 };
 
 #endif

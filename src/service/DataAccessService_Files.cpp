@@ -33,7 +33,7 @@ struct DirectoryType {
     int fileType;
 };
 
-/// By the last component of a directory's path.
+/// Chosen by the last component of a directory's path.
 constexpr DirectoryType DirectoryTypes[] = {
     {"ringtones", RingtoneFile}, {"screensavers", 9}, {"images", 3}};
 
@@ -42,12 +42,12 @@ struct StatusItem {
     const char* item;
 };
 
-/// The first part that a path contains decides.
+/// The first entry whose name is contained in the path decides.
 constexpr StatusItem DownloadItems[] = {{"ringtones", "dl-rng-last-status"},
                                         {"screensavers", "dl-scr-last-status"}};
 
-/// Directories that are not walked when a path contains one of these anywhere: kept on purpose, web
-/// management shows no devices and counts on what else it leaves out.
+/// A directory is skipped if its path contains one of these anywhere: kept on purpose, web
+/// management shows no devices and relies on the other exclusions too.
 constexpr const char* SkippedParts[] = {"dev", "proc", "sys"};
 
 bool contains(const std::string& text, const char* part) {
@@ -70,8 +70,9 @@ bool isSkipped(const std::string& directory) {
                        [&](const char* part) { return contains(directory, part); });
 }
 
-/// The directories that are still to be walked. The rule is that of findNextUnexploredDir, but the
-/// search goes by name: a search through all of them would take the square of their number.
+/// The directories that are still to be walked. The rule is that of findNextUnexploredDir, but they
+/// are indexed by name: a linear search for each would take time that grows with the square of
+/// their number.
 class UnexploredDirectories {
 public:
     void add(const std::string& directory) {
@@ -79,11 +80,11 @@ public:
         m_byName.emplace(added->second, added->first);
     }
 
-    /// The first one; there must be one.
+    /// The first directory; there must be one.
     [[nodiscard]] const std::string& front() const { return m_inOrder.begin()->second; }
 
-    /// Takes out the next one that is to be walked after @p directory, and stores it there. False
-    /// when no further one is found.
+    /// Removes the next directory to walk after @p directory and stores it there. False if there is
+    /// no further one.
     bool takeNext(std::string& directory) {
         const auto next = nextAfter(directory);
         if (next == m_inOrder.end()) {
@@ -107,14 +108,15 @@ private:
         if (first < m_added) {
             return m_inOrder.find(first);
         }
-        // The second and never the first: kept on purpose, a lone directory waits for the next
-        // walk.
+        // The second one and never the first: kept on purpose, a single remaining directory waits
+        // for the next walk.
         return m_inOrder.size() < 2 ? m_inOrder.end() : std::next(m_inOrder.begin());
     }
 
     std::size_t m_added = 0;
     InOrder m_inOrder;
-    std::set<std::pair<std::string_view, std::size_t>> m_byName;  ///< the names are those above
+    std::set<std::pair<std::string_view, std::size_t>> m_byName;  ///< the names point into the list
+                                                                  ///< above
 };
 
 void listFiles(const std::string& directory, DirectoryList* files) {
@@ -123,7 +125,7 @@ void listFiles(const std::string& directory, DirectoryList* files) {
     files->emplace_back(directory, std::move(names));
 }
 
-/// A service of the framework by its name; null, and two log lines, when it is missing.
+/// A service of the framework by its name; null, with two log lines, if it is missing.
 template <typename Interface>
 Interface* findOther(Context* context, const char* name) {
     Executable* found = context->findService(name);
@@ -137,7 +139,7 @@ Interface* findOther(Context* context, const char* name) {
     return service;
 }
 
-/// Walks from the first unexplored directory until no further one is found.
+/// Walks from the first unexplored directory until no further directory is found.
 void walkDirectory(UnexploredDirectories& unexplored, bool fileRead, DirectoryList* directories,
                    DirectoryList* files) {
     std::string directory = unexplored.front();
@@ -168,7 +170,8 @@ bool DataAccessService::findNextUnexploredDir(std::vector<std::string>* unexplor
     if (unexplored->size() < 2) {
         return false;
     }
-    // The second and never the first: kept on purpose, a lone directory waits for the next walk.
+    // The second one and never the first: kept on purpose, a single remaining directory waits for
+    // the next walk.
     position = unexplored->begin() + 1;
     return true;
 }
@@ -209,7 +212,7 @@ bool DataAccessService::readDirectory(std::string directory, bool dirRead, bool 
             continue;
         }
         if (fileRead) {
-            // The walk lists these files once more: kept on purpose, clients fold the two.
+            // The walk lists these files a second time: kept on purpose, clients merge both.
             DAS_LOG(6, "Get files in %s", entry.c_str());
             listFiles(entry, files);
         }
@@ -348,6 +351,6 @@ void DataAccessService::saveContactsToCSV(const std::string& path) {
     if (adapter == nullptr) {
         DAS_LOG(2, "saveContactsToCSV: no database adapter");
     }
-    // An older file may be there still: it is no new one.
+    // An older file may still exist, but it is not a new one.
     notifyOfContacts(path, adapter != nullptr && adapter->createContactsCSV(path));
 }

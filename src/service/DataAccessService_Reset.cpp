@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A kind of software, and the last versions of it that can't read what is newer.
+/// A kind of software, and its last versions that can't read the newer data.
 struct GateRule {
     int softwareType;
     const char* withoutSpeedDial;
@@ -31,8 +31,8 @@ const GateRule* ruleFor(eSwType type) {
     return nullptr;
 }
 
-/// One number for a version. Parts above 255 run into their neighbours: kept on purpose, the
-/// literals above were compared so.
+/// One number for a version. Parts above 255 overflow into the next part: kept on purpose, the
+/// literals above were made with the same rule.
 std::uint32_t packedVersion(const std::string& text) {
     unsigned version = 0;
     unsigned release = 0;
@@ -84,8 +84,8 @@ void DataAccessService::checkDatabaseNeedsChange(eSwType currentType, eSwType ne
     const ChangeScope scope(m_changes, [](DASChange& change) {
         change = {{}, {}, "checkDatabaseNeedsChange", {}};
     });
-    // The first rule asks for the software that runs, the second for the one that comes: kept on
-    // purpose.
+    // The first rule checks the running software, the second one the software to be installed: kept
+    // on purpose.
     deleteSpeedDialFromPhonebook(currentType, newVersion);
     downgradeDoorOpenerSettings(newType, newVersion);
 }
@@ -99,7 +99,7 @@ void DataAccessService::deleteSpeedDialFromPhonebook(eSwType type, const std::st
         DAS_LOG(2, "DataAccessService::deleteSpeedDialFromPhonebook m_dbAdapter is null");
         return;
     }
-    (void)DASMigrator::rebuildPhoneBook(this, {"SpeedDialID"});  // told by the log
+    (void)DASMigrator::rebuildPhoneBook(this, {"SpeedDialID"});  // a failure is only logged
 }
 
 void DataAccessService::downgradeDoorOpenerSettings(eSwType type, const std::string& newVersion) {

@@ -1,4 +1,5 @@
-// Tables in and out: as data files, and as text for callers whose files the service does not see.
+// Export and import of tables: as data files, and as strings for callers whose files the service
+// can't open.
 
 #include <algorithm>
 
@@ -16,13 +17,14 @@
 #include "database/AdapterGuards.h"
 #include "database/ChangeScope.h"
 #include "database/DatabaseAdapter.h"
+#include "schemas/DAOFactory.h"
 #include "service/DataAccessService.h"
 
 namespace {
 
 using namespace DASUtilsStrings;
 
-/// What stands for the path of the file that there is not.
+/// Used as the name of the file if there is no file.
 const std::string TextName = "text of a client";
 
 bool hasUsers(const DataAccessObject& dao) {
@@ -39,7 +41,7 @@ PairList rowsOf(const DataAccessObject& dao, const std::string& user) {
     return conditions;
 }
 
-/// The rows of @p user, all for a blank one; 0 also for a table that is not there.
+/// The rows of @p user (all rows if it is blank); 0 also if there is no such table.
 std::size_t countRows(DatabaseAdapter& adapter, const DataAccessObject& dao,
                       const std::string& user) {
     const std::string count = adapter.isTableThere(dao.tableName())
@@ -48,13 +50,22 @@ std::size_t countRows(DatabaseAdapter& adapter, const DataAccessObject& dao,
     return static_cast<std::size_t>(ClientUtils::stoi(count));
 }
 
+/// The schema whose rows an import of @p schema changes: blank for several, as the file of the
+/// settings holds those of all schemas, and where only a part of the name led to the table.
+std::string schemaOfImport(const std::string& schema) {
+    const auto all = DAOFactory::schemas();
+    const bool isOne = !DAOFactory::holdsSettings(schema) &&
+                       std::find(all.begin(), all.end(), schema) != all.end();
+    return isOne ? schema : std::string();
+}
+
 /// The imports of these tables undo XML escapes.
 bool undoesEscapes(const std::string& table) {
     return table == PhoneBookTableName || table == CallGroupTableName ||
            table == CallLogTableName || table == ConversationsTableName;
 }
 
-/// Whether an import of @p line stores @p row.
+/// Whether an import of the line @p line would store exactly @p row.
 bool isCarried(const std::vector<std::string>& row, const std::string& line,
                bool escapesAreUndone) {
     constexpr std::string_view endsOfLines("\n\0", 2);
@@ -67,7 +78,7 @@ bool isCarried(const std::vector<std::string>& row, const std::string& line,
            }));
 }
 
-/// Makes the table of @p dao if it is missing, with its default rows if it has some.
+/// Creates the table of @p dao if it is missing, with its default rows if it has some.
 bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
     if (dao.defaultRowIds().empty()) {
         (void)dao.createMissingTable();
@@ -77,8 +88,16 @@ bool makeTable(DataAccessObject& dao, DatabaseAdapter& adapter) {
            DASUtils::TableState::Ready;
 }
 
-/// Stores the rows that have a key, or the others. False when one was refused, which is in @p
-/// result.
+/// Makes the default rows that an import adds besides the rows of its text, so that they do not
+/// count as rows of the text.
+void makeDefaultRows(DataAccessObject& dao, DatabaseAdapter& adapter) {
+    if (makeTable(dao, adapter) && hasUsers(dao) && !dao.defaultRowIds().empty()) {
+        (void)dao.insertDefaultRows(true);
+    }
+}
+
+/// Stores either the rows that have a key or the others. False if a row was refused, which
+/// @p result then describes.
 bool storeThose(bool withKey, NamedRows& table, const Rows& rows, DASImported& result) {
     for (std::size_t row = 0; row < rows.size() && !Work::isInterrupted(); ++row) {
         if (table.hasKey(rows[row]) != withKey) {
@@ -100,7 +119,7 @@ bool storeThose(bool withKey, NamedRows& table, const Rows& rows, DASImported& r
 }
 
 bool storeAll(NamedRows& table, const Rows& rows, DASImported& result) {
-    // A new row must not be given a number that a later one has.
+    // Rows with a key come first: otherwise a new row could get a number that a later row names.
     return storeThose(true, table, rows, result) && storeThose(false, table, rows, result) &&
            result.stored == rows.size();
 }
@@ -114,7 +133,7 @@ bool DataAccessService::createPhonenumberIndices() {
     if (dao == nullptr) {
         return false;
     }
-    (void)dao->createPhonenumberIndices();  // failures are in the log, the answer is true always
+    (void)dao->createPhonenumberIndices();  // failures are logged, and the answer is always true
     return true;
 }
 
@@ -165,7 +184,7 @@ bool DataAccessService::importTable(const char* method, const std::string& schem
         change = {described.schema, isOtherUser ? change.context : context, method, {}};
     });
     return onTable(method, schema, [&](DataAccessObject& dao) {
-        dao.describeChange(schema, described);
+        described.schema = schemaOfImport(schema);
         return work(dao);
     });
 }
@@ -177,9 +196,10 @@ bool DataAccessService::onTable(const char* operation, const std::string& schema
         return false;
     }
     const OneWait wait;
+    (void)lookForOthers();
     const int result = work(*dao);
     if (result != 0) {
-        // The answer is true all the same: kept on purpose, clients look at the data itself.
+        // The result is true nevertheless: kept on purpose, clients look at the data itself.
         DAS_LOG(2, "%s failed with %d, schema = %s", operation, result, schema.c_str());
     }
     return true;
@@ -196,11 +216,15 @@ DASImported DataAccessService::importAsOne(
         result.refusal = "the service is not ready";
         return result;
     }
+    if (adapter->isReadOnly()) {  // no row of the text is to blame
+        result.refusal = "the database is read-only; see to the rights of its file and folder";
+        return result;
+    }
     const ChangeScope scope(m_changes, [&](DASChange& change) {
-        dao->describeChange(what.schema, change);
-        change = {change.schema, result.user, "ImportText", {}};
+        change = {schemaOfImport(what.schema), result.user, "ImportText", {}};
     });
     const OneWait wait;
+    (void)lookForOthers();
     bool isStored = false;
     const int code = runWholeWithInner(*adapter, [&] {
         isStored = work(*adapter, *dao, result);
@@ -217,6 +241,7 @@ DASImported DataAccessService::importAsOne(
 DASImported DataAccessService::importText(const DASImport& what, const std::string& text) {
     return importAsOne(
         what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
+            makeDefaultRows(dao, adapter);
             const std::size_t all = countRows(adapter, dao, "");
             result.before = what.user.empty() ? all : countRows(adapter, dao, what.user);
             TextImport import{text};
@@ -263,6 +288,7 @@ DASExported DataAccessService::exportText(const std::string& schema, const std::
         return result;
     }
     const OneWait wait;
+    (void)lookForOthers();
     const bool escapesAreUndone = undoesEscapes(dao->tableName());
     const SecretCells secrets(*adapter, dao->tableName());
     const RowDrain::Take append = [&](Rows& rows) {

@@ -1,6 +1,6 @@
 // What the service does for user mobility: the user at start, profiles, and the reset.
 
-// Not the name of this file: kept on purpose, those who read traces select by it.
+// This is not the name of the file: kept on purpose, people filter traces by it.
 #define DAS_LOG_SOURCE "./src/DataAccessService_QFA"
 
 #include "CriticalSection.h"
@@ -18,7 +18,7 @@
 
 namespace {
 
-/// The change of a method that is not one schema's.
+/// The change of a method that is not about a single schema.
 ChangeScope::Describe changeOf(const char* method) {
     return [method](DASChange& change) { change = {{}, {}, method, {}}; };
 }
@@ -44,11 +44,12 @@ void DataAccessService::initInternal(bool isUserRead) {
     }
     DAOFactory* factory = m_daoFactory;
     if (!isUserRead || !isModeRead) {
-        // The user may be the visitor: this start serves base and the data stays for the next one.
+        // The user may be the visitor. So this start serves base, and the visitor's data stays for
+        // the next start.
         DAS_LOG(2, "The current user could not be read: the visitor's data is kept");
     } else if (currentUser() == "base" && factory != nullptr) {
-        // At every start, not only after a change: kept on purpose, nothing of a guest outlives a
-        // restart of his host's telephone.
+        // At every start, not only after a change: kept on purpose, no data of a visitor survives a
+        // restart of the owner's telephone.
         factory->deleteQFAVisitorData();
     }
 }
@@ -74,17 +75,17 @@ bool DataAccessService::setProfile(std::string profile) {
     ChangeScope scope(m_changes, changeOf("setProfile"));
     if (m_initialised) {
         if (!prepareProfile(profile)) {
-            return false;  // a guest must not see what an earlier one left
+            return false;  // a visitor must not see data of an earlier visitor
         }
     } else {
-        // What a request that a reset overtook has left there is about rows that are gone.
+        // A request that ran during a reset may have cached counts of rows that no longer exist.
         GeneralConfigurationDAO::clearStaticCaches();
     }
     const bool valid = isValidProfile(profile);
     const bool changed = setCurrentUser(profile);
     m_initialised = true;
     if (changed) {
-        scope.markChanged();  // what requests without a context mean
+        scope.markChanged();  // requests without a context now use another user
         notifyListenersOfProfileChange();
     }
     return valid;
@@ -98,7 +99,7 @@ bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
     }
     ChangeScope scope(m_changes, changeOf("invokeACMSFactoryReset"));
     if (!enableCreateDb) {
-        m_upgradeCopy.prepareForReset();  // the management may remove the file itself
+        m_upgradeCopy.prepareForReset();  // the management service may remove the file itself
         m_localMgmt.load()->factoryReset("", 0);
         (void)factoryReset();
         return false;
@@ -106,7 +107,7 @@ bool DataAccessService::invokeACMSFactoryReset(bool enableCreateDb) {
     (void)factoryReset();
     constructorActions();
     DASMigrator::createTableAndDefaultRows(this, "UnitTestGenConfigTable");
-    scope.report();  // before requests are answered again
+    scope.report();  // must come before requests are answered again
     m_initialised = true;
     return true;
 }
@@ -168,7 +169,7 @@ void DataAccessService::clearMobileUserDLSdata() {
 void DataAccessService::copyBaseDataToVisitor() {
     onFactory("copyBaseDataToVisitor", [](DAOFactory& factory) {
         (void)factory.copyQFABaseDataToVisitor();  // a failure is in the log
-        factory.deleteVisitorUserPassword();       // may have come with the part that was copied
+        factory.deleteVisitorUserPassword();       // the copy of base data may contain it
     });
 }
 

@@ -11,14 +11,14 @@
 #include <utility>
 
 /**
- * The streams that protocol adapters read and write, kept from one message to the next: to make two
- * for each takes half as long as to parse a short one. Adapters leave the format of a stream as it
- * was. They are not thread-local, since the C library ends a process that has no memory to register
- * the destructor of a thread's object.
+ * The streams that protocol adapters read and write. They are reused, because creating two streams
+ * for each message takes half as long as parsing a short message. Adapters do not change the format
+ * of a stream. The streams are not thread-local: if there is no memory to register the destructor
+ * of a thread-local object, the C library ends the process.
  */
 class MessageStreams {
 public:
-    /// A stream for a scope, with @p text in it.
+    /// A stream for a scope, which contains @p text.
     class Lent {
     public:
         Lent(MessageStreams& owner, const std::string& text)
@@ -44,7 +44,7 @@ public:
     };
 
 private:
-    /// A stream keeps the room of its longest text; one with more than this is not kept.
+    /// A stream keeps the memory of its longest text; a stream that has more than this is deleted.
     static constexpr std::size_t MostKept = std::size_t{4} * 1024;
 
     std::unique_ptr<std::stringstream> take() {

@@ -1,7 +1,7 @@
-// Management names values by tags of its own, of three forms: a plain tag, one that ends with the
-// number of a row, and one with the number in brackets. Each becomes an ordinary request to its
-// schema: so limits, defaults and listeners are those of every other request, and a tag needs no
-// code.
+// Management names values by its own tags, in three forms: a plain tag, a tag that ends with the
+// number of a row, and a tag with that number in brackets. Each entry becomes an ordinary request
+// to its schema. So limits, defaults and listeners are the same as for any other request, and a tag
+// needs no code of its own.
 
 #include "service/MobilityMigrator.h"
 
@@ -51,12 +51,7 @@ std::string element(const std::string& tag, const std::string& content) {
     return start + content + end;
 }
 
-std::string entry(const std::string& index, const std::string& content) {
-    return DASUtilsStrings::xmlEntryStartTag + element(DASUtilsStrings::IdTagName, index) +
-           content + DASUtilsStrings::xmlEntryEndTag;
-}
-
-/// Whether XML can carry the character of this number.
+/// Whether XML allows the character with this number.
 bool isXmlCharacter(unsigned long number) {
     constexpr struct {
         unsigned long first;
@@ -67,14 +62,15 @@ bool isXmlCharacter(unsigned long number) {
     });
 }
 
-/// Whether @p name, with @p start digits of the base @p base in it, is the number of a character.
+/// Whether @p name is the number of a character: digits of the base @p base from the position
+/// @p start on.
 bool isCharacterNumber(const std::string& name, std::size_t start, int base) {
     return name.size() > start &&
            name.find_first_not_of(base == 16 ? HexDigits : Digits, start) == std::string::npos &&
            isXmlCharacter(std::strtoul(name.c_str() + start, nullptr, base));
 }
 
-/// Whether the text between "&" and ";" names a character.
+/// Whether the text between "&" and ";" stands for a character.
 bool isCharacterName(const std::string& name) {
     if (name.rfind("#x", 0) == 0) {
         return isCharacterNumber(name, 2, 16);
@@ -87,14 +83,15 @@ bool isCharacterName(const std::string& name) {
 
 bool beginsEntity(const std::string& text, std::size_t ampersand) {
     constexpr std::size_t longestName = 9;
-    // No further: a text of many "&" would be searched to its end for each.
+    // The search is limited: otherwise a value with many "&" would be searched to its end for each
+    // of them.
     const auto ahead = std::string_view(text).substr(ampersand + 1, longestName + 1);
     const std::size_t end = ahead.find(';');
     return end != std::string_view::npos && isCharacterName(std::string(ahead.substr(0, end)));
 }
 
-/// A value as the content of an element: escaped are "<", an "&" that begins no entity, and the ">"
-/// after "]]", which XML does not allow there.
+/// Escapes a value as the content of an element: "<", an "&" that does not begin an entity, and the
+/// ">" after "]]", which XML does not allow.
 std::string asContent(const std::string& value) {
     std::string text;
     text.reserve(value.size());
@@ -112,10 +109,16 @@ std::string asContent(const std::string& value) {
     return text;
 }
 
-/// The element of an item as a filter of a read; none for a blank value, which as a filter would
-/// find blank values alone.
+std::string entry(const std::string& index, const std::string& content) {
+    return DASUtilsStrings::xmlEntryStartTag +
+           element(DASUtilsStrings::IdTagName, asContent(index)) + content +
+           DASUtilsStrings::xmlEntryEndTag;
+}
+
+/// The element of an item as a filter of a read; none for a blank value, since a blank filter would
+/// only find blank values.
 std::string filter(const std::string& tag, const std::string& value) {
-    return value.empty() ? std::string() : element(tag, value);
+    return value.empty() ? std::string() : element(tag, asContent(value));
 }
 
 bool isWellFormed(const std::string& request) {
@@ -130,8 +133,8 @@ MobilityMigrator::MobilityMigrator(DataAccessService* service)
 
 void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    // For all tags: the first change keeps the adapter's lock, which another request would wait
-    // for.
+    // Held over all tags: the first change keeps the adapter's lock, and another request that has
+    // this turn would wait for that lock.
     std::optional<CriticalSection> turn;
     if (m_service != nullptr) {
         turn.emplace(m_service->requestTurn());
@@ -149,6 +152,10 @@ void MobilityMigrator::importData(std::map<std::string, std::string>& values) {
 
 bool MobilityMigrator::exportData(std::map<std::string, std::string>& values) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    if (Secrets::areHidden() && comparesSecrets(values)) {
+        DAS_LOG(2, "No value is read: one that is sent along would be compared with a secret");
+        return false;
+    }
     std::size_t size = 0;
     for (auto& [key, value] : values) {
         Target target;
@@ -198,13 +205,19 @@ bool MobilityMigrator::leadsToSecret(const std::string& key) const {
     return findTarget(key, target) && Secrets::isSecret(target.tag);
 }
 
+bool MobilityMigrator::comparesSecrets(const std::map<std::string, std::string>& values) const {
+    return std::any_of(values.begin(), values.end(), [this](const auto& item) {
+        return !item.second.empty() && leadsToSecret(item.first);
+    });
+}
+
 bool MobilityMigrator::findTarget(const std::string& key, Target& target) const {
     if (m_mapper == nullptr || !(m_mapper->findDASTags(key, target.schema, target.tag) ||
                                  findByDigitSuffix(key, target) || findByBrackets(key, target))) {
         return false;
     }
     if (DAOFactory::holdsSettings(target.schema)) {
-        target.form = Target::Plain;  // an identifier would be stored as a setting "Id"
+        target.form = Target::Plain;  // an identifier would be stored as a setting named "Id"
     }
     return true;
 }
@@ -281,15 +294,15 @@ void MobilityMigrator::sendUpdate(const Target& target, const std::string& value
     const std::string item = "schema=[" + target.schema + "], tag=[" + target.tag + "]" +
                              (hasIndex ? ", index=[" + target.index + "]" : std::string());
     if (!isWellFormed(request)) {
-        // The service would log the whole request, and a table might act on a part of it.
+        // The service would log the whole request, and a table might execute part of it.
         DAS_LOG(2,
                 "DAS item %s is left out: XML can't carry control characters and bytes that are "
                 "not UTF-8; send the value without them",
                 item.c_str());
         return;
     }
-    // Only a response that begins with the mark counts as failed: kept on purpose, no response
-    // does, and a management client takes each line of the log for a lost item.
+    // Only a response that begins with the mark counts as failed: kept on purpose. No response
+    // does, and management clients read each such log line as a lost item.
     if ((m_service->*send)(request).find(UpdateSuccessMark) == 0) {
         DAS_LOG(2, "Failed to write DAS item %s", item.c_str());
     }

@@ -9,40 +9,46 @@ class ACMSTagMapper;
 class DataAccessService;
 
 /**
- * Takes maps of management tag to value and turns each entry into an ordinary request against the
- * service, so that the data of a mobile user pass through the same checks as any other request. It
- * runs on the caller's thread. The calls with a map wait for one another, since each is for the
- * user that one of them named; the service's own locks come after that. A call that writes a map
- * keeps other requests waiting to its end.
+ * Turns each entry of a map from management tag to value into an ordinary request to the service,
+ * so that data of a mobile user pass the same checks as any other request. It runs on the caller's
+ * thread. Calls with a map wait for one another, because each works for the user that one of them
+ * has named; the service's own locks come after that lock. A call that writes a map makes other
+ * requests wait until its end.
  *
- * A tag is looked up as it is, then without the digits at its end, which are the index of a row,
- * then with empty brackets in place of an index in brackets. A setting has no rows, so its index is
- * dropped. A tag that is not found is logged and left alone; so is a value that XML can't carry.
+ * A tag is looked up first as it is, then without the digits at its end (the index of a row), then
+ * with empty brackets instead of an index in brackets. A setting has no rows, so its index is
+ * dropped. If a tag is not found, or XML does not allow the value, this is logged and the entry is
+ * skipped.
  */
 class MobilityMigrator {
 public:
-    /// @p service must outlive this object; not owned. Its tag mapper is asked for here.
+    /// @p service must outlive this object; not owned. Its tag mapper is read here.
     explicit MobilityMigrator(DataAccessService* service);
 
-    /// Writes each value, plain text, to the user of the last call that named one; base at first.
+    /// Writes each value (an unescaped string) for the user whom the last call named; base at
+    /// first.
     void importData(std::map<std::string, std::string>& values);
-    /// Fills each value from that user's data: raw text of the item, empty without one. A
-    /// value that is not empty goes into the request as a filter. False when the values together
-    /// are more than an answer may have.
+    /// Fills each value from that user's data: the raw content of the item, empty if it has none. A
+    /// value that is not empty is used as a filter of the request. False if the values together
+    /// exceed the limit of an answer.
     [[nodiscard]] bool exportData(std::map<std::string, std::string>& values);
-    /// The same for the base user or the visitor; later calls stay with him.
+    /// The same for the base user or the visitor. Later calls without a user use the same one.
     void importUserData(std::map<std::string, std::string>& values, bool base);
     [[nodiscard]] bool exportUserData(std::map<std::string, std::string>& values, bool base);
 
     /// Makes the visitor the current user, and writes @p values to base data. The order is kept on
-    /// purpose: what is imported is the owner's.
+    /// purpose: the imported values belong to the owner.
     void migrateBaseToVisitor(std::map<std::string, std::string>& values);
 
     /// Whether the item that the tag @p key leads to is a secret, whatever the tag is called.
     [[nodiscard]] bool leadsToSecret(const std::string& key) const;
 
-    // One item. With an index the item is a cell of the row of that identifier. @p out holds what
-    // goes into the request and takes the result.
+    /// Whether a read of @p values would compare one of them with a secret: a value that is not
+    /// blank is a condition of the read.
+    [[nodiscard]] bool comparesSecrets(const std::map<std::string, std::string>& values) const;
+
+    // Writes one item. With an index the item is a cell of the row with that identifier. @p out
+    // holds the value for the request and receives the result.
     void updateRequest(const std::string& schema, const std::string& tag, const std::string& value);
     void updateRequest(const std::string& schema, const std::string& tag, const std::string& index,
                        const std::string& value);
@@ -57,7 +63,7 @@ public:
     void stripXml(std::string& text, std::string tag);
 
 private:
-    /// Where a management tag leads: schema and item, and the row when there is an index.
+    /// What a management tag names: schema and item, and the row if there is an index.
     struct Target {
         enum Form { Plain, DigitSuffix, Brackets } form = Plain;
         std::string schema;
@@ -65,34 +71,34 @@ private:
         std::string index;
     };
 
-    /// Looks a tag up in its three forms, in the order of the class. False leaves @p target as it
-    /// was found last and of no use.
+    /// Looks a tag up in its three forms, in the order that the class describes. If it returns
+    /// false, @p target is not usable.
     bool findTarget(const std::string& key, Target& target) const;
-    /// Logs a tag that leads nowhere.
+    /// The same; logs a tag that is not found.
     bool findKnownTarget(const std::string& key, Target& target) const;
     /// "tag12" is row 12 of "tag"; "tag[12]" is row 12 of "tag[]".
     bool findByDigitSuffix(const std::string& key, Target& target) const;
     bool findByBrackets(const std::string& key, Target& target) const;
-    /// Both turn one item into one request. A failure of one is in the log, and the others go on.
+    /// Both make one request for one item. If one fails, this is logged, and the others continue.
     void importItem(const Target& target, const std::string& value);
     void exportItem(const Target& target, std::string& value);
-    /// @p content in the element of the user that the call is for; without one for data of the
-    /// telephone.
+    /// Puts @p content into the Context element of the call's user; without a Context for data of
+    /// the telephone.
     std::string inContext(const std::string& schema, const std::string& tag,
                           const std::string& content) const;
-    /// How a request is sent: answer() when the turn of requests is held.
+    /// How a request is sent: by answer() if the turn of requests is held.
     using Send = std::string (DataAccessService::*)(const std::string&);
-    /// Writes @p value, plain text, by @p send. A value that XML can't carry is left out and
-    /// logged.
+    /// Writes @p value (an unescaped string) by @p send. If XML does not allow the value, it is
+    /// left out and logged.
     void sendUpdate(const Target& target, const std::string& value, Send send);
-    /// Reads with the elements of @p content as filter; @p out takes the text of the first element
-    /// @p tag of the answer.
+    /// Reads with the elements of @p content as filter. @p out receives the content of the first
+    /// element @p tag of the answer.
     void sendRead(const std::string& schema, const std::string& tag, const std::string& content,
                   std::string& out);
 
     DataAccessService* m_service;  // not owned
     ACMSTagMapper* m_mapper;       // not owned
-    std::recursive_mutex m_mutex;  ///< held over a call with a map
+    std::recursive_mutex m_mutex;  ///< held during a call with a map
     bool m_base = true;
 };
 

@@ -10,23 +10,24 @@
 /**
  * The counts of settings that are known, by context and then by item. Texts are escaped.
  *
- * A write of a setting must know whether its row is there, and counts it only once that way. What
- * the counts take is limited, since clients may add settings without end: beyond it everything is
- * forgotten. The mutex keeps the maps whole; that the counts are true is up to the caller, who
- * holds the adapter's lock from the look at the table to the entry here.
+ * A write of a setting must know whether its row exists; with this cache the row is counted only
+ * once. The size is limited, since clients may add settings without end; beyond the limit the cache
+ * is emptied. The mutex protects the maps. The caller is responsible for correct counts: it holds
+ * the adapter's lock from the read of the table until the entry is stored here.
+ *
+ * An entry is right until a row of its item is added or removed. So code that adds or removes rows
+ * must drop the item, or clear everything if it does not know the single rows.
  */
-/// An entry is true until a row of its item comes or goes, so whoever adds or removes rows drops
-/// the item, or clears all when the rows are not known one by one.
 class CountCache {
 public:
-    /// How many rows an item has, as text, and the status that a reader gets with the count.
+    /// How many rows an item has, as a string, and the status that is returned with the count.
     struct Entry {
         std::string count;
         int status;
     };
 
-    /// Takes the entry of an item to @p out. False, with @p out as it was, when it is not known.
-    /// A copy is taken: the entry itself may be gone as soon as the lock is free.
+    /// Copies the entry of an item to @p out. If there is no entry, false, and @p out does not
+    /// change. It copies because the entry may be removed as soon as the lock is released.
     bool find(const std::string& context, const std::string& key, Entry& out) {
         std::lock_guard<std::mutex> lock(m_mutex);
         const auto entries = m_contexts.find(context);
@@ -51,7 +52,7 @@ public:
         m_size += m_contexts[context].insert_or_assign(key, std::move(entry)).second ? size : 0;
     }
 
-    /// Forgets one item, whose row is about to change in a way that is not known.
+    /// Drops the entry of one item, whose row is about to change in an unknown way.
     void drop(const std::string& context, const std::string& key) {
         std::lock_guard<std::mutex> lock(m_mutex);
         const auto entries = m_contexts.find(context);
@@ -68,7 +69,7 @@ public:
 
 private:
     static constexpr std::size_t LargestSize = std::size_t{8} * 1024 * 1024;
-    static constexpr std::size_t SizeOfEntry = 128;  // with what holds it in its map
+    static constexpr std::size_t SizeOfEntry = 128;  // including the memory of its place in the map
 
     void forgetAll() {
         m_contexts.clear();

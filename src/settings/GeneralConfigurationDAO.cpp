@@ -1,5 +1,5 @@
-// Settings are rows of one table for all schemas. A write has to know whether its item is there, so
-// the counts of items are remembered between requests: it saves a statement for each item.
+// Settings of all schemas are rows of one table. A write must know whether its item exists, so the
+// number of rows of each item is cached between requests, which saves a statement for each item.
 
 #include "settings/GeneralConfigurationDAO.h"
 
@@ -25,7 +25,7 @@ const std::string NameColumn = "Name";
 const std::string ValueColumn = "Value";
 const std::string ContextElement = "Context";
 
-// Blanks included: a migration sees by this text whether the table has its key.
+// The blanks matter: a migration compares this string to see whether the table has its key.
 const std::string CreateStatement =
     "CREATE TABLE GENERAL_CONFIG (Schema TEXT, UserContext TEXT, Name TEXT, Value TEXT, "
     "PRIMARY KEY( Schema, UserContext, Name ) )";
@@ -199,7 +199,7 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
     if (m_items.empty()) {
         return getDatabaseAdapter() == nullptr ? 1 : 0;
     }
-    // At once: whoever keeps the items from being stored is waited for once, not at each of them.
+    // Locks at the begin: if another process blocks the items, this waits only once.
     TransactionGuard transaction(*m_dbAdapter, TransactionGuard::Locks::AtOnce);
     if (transaction.beginResult() != 0) {
         return transaction.beginResult();
@@ -214,12 +214,12 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
             result = result != 0 ? result : stored;
         }
     } catch (...) {
-        clearStaticCaches();  // while the lock is held: how the commit ends is not known
+        clearStaticCaches();  // under the lock: the result of the commit is not known yet
         throw;
     }
     const int ended = transaction.end();
     if (ended != 0) {
-        clearStaticCaches();  // what of the batch is there is not known
+        clearStaticCaches();  // it is not known which rows of the batch are stored
     }
     return result != 0 ? result : ended;
 }
@@ -227,7 +227,7 @@ int GeneralConfigurationDAO::storeItems(bool overwrite) {
 int GeneralConfigurationDAO::storeItem(const Item& item, bool overwrite) {
     const std::string context = contextOf(item, item.name);
     std::string count;
-    // The count alone decides: the status of a row that a read brought is 1, kept on purpose.
+    // Only the count decides. The status is 1 if a read has stored the count: kept on purpose.
     (void)getRowCountForItemWithContextInSchema(item.name, context, count);
     int result = 1;
     if (count == "0") {
@@ -272,8 +272,8 @@ int GeneralConfigurationDAO::readRequest() {
     for (const std::string& name : names) {
         conditions.emplace_back(NameColumn, DASUtils::convertToDBFormat(name));
     }
-    // Several names bring rows of other schemas too, which must not be filed under this one; and
-    // rows without their context can't be filed at all.
+    // If the request names several items, the statement also returns rows of other schemas, which
+    // must not be cached for this one. Rows without their context can't be cached either.
     return readItems(columns, conditions, m_requestContext.empty() && names.size() <= 1);
 }
 
@@ -297,7 +297,7 @@ int GeneralConfigurationDAO::readItems(const std::vector<std::string>& columns,
     });
 }
 
-/// What a read has seen is there, also when the answer becomes too large.
+/// Rows that were read exist, even if the answer then exceeds its limit.
 void GeneralConfigurationDAO::fileCounts(const Rows& rows) const {
     for (const auto& row : rows) {
         knownCounts().store(DASUtils::escapeSqlReservedCharacters(row.at(0)),
@@ -306,8 +306,8 @@ void GeneralConfigurationDAO::fileCounts(const Rows& rows) const {
     }
 }
 
-/// Rows of one context have name and value, others the context in front of them. It stays open for
-/// rows of the same that follow, but in a read of all items.
+/// Rows of a read in one context have name and value; other rows have their context before these.
+/// A Context element stays open for further rows of that context, except in a read of all items.
 void GeneralConfigurationDAO::appendRows(std::string& body, const Rows& rows) {
     const bool isReadAll = m_responseReason == ReadAllResponse;
     for (const auto& row : rows) {
@@ -345,7 +345,7 @@ int GeneralConfigurationDAO::deleteRequest() {
     }
     const int result = m_dbAdapter->deleteRow(m_tableName, conditions);
     if (m_items.size() == 1) {
-        ChangeScope::noteSetting(*m_dbAdapter, nameOf(m_items.front()), {});  // of every user
+        ChangeScope::noteSetting(*m_dbAdapter, nameOf(m_items.front()), {});  // for all users
     } else {
         ChangeScope::noteOtherSchemas();
     }
@@ -366,8 +366,8 @@ std::string GeneralConfigurationDAO::responseData() {
     return std::exchange(m_body, {});
 }
 
-/// Runs what changes rows without a look at single items. No count is filed while the lock is
-/// held, so the cache is right afterwards, also when the change is left by an exception.
+/// Runs a statement that changes rows without a lookup of single items. Counts are stored only
+/// under the lock, so clearing the cache inside the lock keeps it right, even if @p change throws.
 template <typename Change>
 int GeneralConfigurationDAO::changeTable(Change change) {
     AdapterLock lock(*m_dbAdapter);

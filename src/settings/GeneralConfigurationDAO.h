@@ -15,17 +15,17 @@ void GeneralConfigurationDAOXmlEndElement(void* dao, const char* name);
 void GeneralConfigurationDAOXmlCharacterDataHandler(void* dao, const char* text, int length);
 
 /**
- * Settings: every schema that lives as rows of name and value in GENERAL_CONFIG.
+ * Settings: the schemas that are stored as rows of name and value in GENERAL_CONFIG.
  *
  * A row belongs to a schema and to a context: "base", "visitor", or blank for the telephone itself.
- * Where a request names no context, a device item has a blank one and any other item that of the
- * current user; a context that is named wins, also for a device item.
+ * If a request names no context, a device item gets the blank context, and any other item the
+ * context of the current user. If a request names a context, it is used, even for a device item.
  *
- * What is known of rows is kept in a cache for the whole process: for each context and item, how
- * many rows there are. It saves a statement an item in a write. Reads, writes and deletes through
- * this class keep it; whoever changes the table in another way calls clearStaticCaches afterwards.
- * Its entries change under the adapter's lock, so that they follow the table's order. It forgets
- * everything when it becomes large.
+ * A cache for the whole process holds how many rows each context and item has. It saves a statement
+ * for each written item. Reads, writes and deletes through this class keep it up to date; code that
+ * changes the table in another way must call clearStaticCaches afterwards. Entries change under the
+ * adapter's lock, so they follow the order of the changes to the table. If the cache becomes large,
+ * it is emptied.
  */
 class GeneralConfigurationDAO : public DataAccessObject {
 public:
@@ -36,13 +36,15 @@ public:
     void handleRequest(const char* text, int length) override;
 
     /**
-     * The items as elements that are named like them, in the order of the query. Of a read with a
-     * context, all stand in one Context element; of one without, neighbours of the same user share
-     * one; of readall_request, each item of a user has its own. Items of the device stand in none.
+     * The items as elements with the items' names, in the order of the query. A read with a context
+     * has one Context element around all items. A read without one has a Context element around
+     * neighbouring items of the same user; a readall_request has one around each item of a user.
+     * Items of the device have no Context element.
      */
     std::string responseData() override;
 
-    /// Makes the table. Empties the cache in any case: whoever makes it has a table without rows.
+    /// Creates the table. Also empties the cache, in any case: a caller that creates the table
+    /// knows it as missing or empty.
     int createTable() override;
 
     using DataAccessObject::copyBaseDataToVisitor;
@@ -50,27 +52,28 @@ public:
     using DataAccessObject::deleteUcCredentials;
     using DataAccessObject::deleteVisitorUserPassword;
 
-    // The rows of users, in all schemas at once; each empties the cache.
+    // The rows of users, in all schemas at once. Each operation empties the cache.
 
-    /// Deletes the user's settings: their readers fall back on defaults of their own.
+    /// Deletes the user's settings. Their readers then use defaults of their own.
     int initialiseMobilityUserData(const std::string& context) override;
     int copyBaseDataToVisitor() override;
     int deleteContextData(const std::string& context) override;
     int deleteVisitorUserPassword() override;
     int deleteUcCredentials() override;
 
-    /// Inserts items. One that is there fails and keeps its value; the others are still written.
+    /// Inserts items. An item that exists fails and keeps its value; the other items are still
+    /// written.
     int writeRequest() override;
     /// Changes items, inserting those that are missing.
     int updateRequest() override;
-    /// Reads items by name, or all of the schema; of one context if the request names one, else of
-    /// all.
+    /// Reads items by name, or all items of the schema; in the context that the request names, or
+    /// in all contexts if it names none.
     int readRequest() override;
     /// Reads all items of the schema in all contexts, whatever the request names.
     int readAllRequest();
     /**
-     * Deletes items by name: an element "Name" with a text stands for the item of that name, any
-     * other for itself. 1 without an item and on an empty table.
+     * Deletes items by name: an element "Name" names the item by its content, any other element by
+     * its own name. 1 if the request has no item or the table is empty.
      *
      * Kept on purpose, clients rely on it: the rows of every user go, while only the cache entry of
      * one context goes; and of several names all but the first go in every schema.
@@ -84,7 +87,7 @@ public:
      *
      * @param name    item, escaped
      * @param context its context, escaped; empty for the device
-     * @param count   takes the number; empty when it can't be told, and nothing is cached then
+     * @param count   receives the number; empty if it is not known, and nothing is cached then
      * @return the status stored with a cached count, which is 1 for a row that a read brought; else
      *         0, or 1 when the count failed
      */
@@ -109,13 +112,14 @@ private:
         std::string value;
     };
 
-    /// The user whose row an item is about, escaped: that of the Context around it. Without one,
-    /// blank for data of the telephone, and the current user for all other items.
+    /// The user whose row an item is about, escaped. If the item has a Context around it, it is the
+    /// user of that Context. Otherwise it is blank for data of the telephone, and the current user
+    /// for all other items.
     std::string contextOf(const Item& item, const std::string& name);
-    /// Schema and item together, as the cache of counts knows a row.
+    /// Schema and item together: the key of a row in the cache of counts.
     std::string cacheKey(const std::string& name) const;
     PairList itemConditions(const std::string& name, const std::string& context) const;
-    /// Stores all items of the request in one transaction. With @p overwrite false, an item that
+    /// Stores all items of the request in one transaction. If @p overwrite is false, an item that
     /// has a row fails.
     int storeItems(bool overwrite);
     int storeItem(const Item& item, bool overwrite);
@@ -123,7 +127,7 @@ private:
     int updateItem(const Item& item, const std::string& context);
     int readItems(const std::vector<std::string>& columns, const PairList& conditions,
                   bool fillCache);
-    /// Remembers for each row that was read that it is there, so that a later write need not ask.
+    /// Stores in the cache that each row just read exists, so that a later write need not count it.
     void fileCounts(const Rows& rows) const;
     void appendRows(std::string& body, const Rows& rows);
     template <typename Change>
@@ -134,7 +138,8 @@ private:
     std::string m_schema;       ///< escaped; m_schemaName has it as it was sent
     std::string m_resultCols;   ///< names of items with blanks between them, escaped
     std::string m_openContext;  ///< of the body of an answer
-    std::list<Item> m_items;    ///< takes nothing in a read, and nothing twice in a long write
+    std::list<Item> m_items;    ///< a list: it needs no memory in a read, and never copies its
+                                ///< items in a long write
 };
 
 #endif

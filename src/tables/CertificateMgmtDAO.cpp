@@ -1,5 +1,5 @@
-// Two tables of one class. The schema of the request chooses between them once, by its root
-// element: elements further down may have the same name.
+// Two tables in one class. The root element of a request chooses between them, once: elements
+// inside it may have the same name.
 
 #include "tables/CertificateMgmtDAO.h"
 
@@ -47,7 +47,8 @@ CertificateMgmtDAO::CertificateMgmtDAO(DatabaseAdapter* adapter, const std::stri
     : KeyedTableDAO(adapter, tableOf(schema)) {}
 
 void CertificateMgmtDAO::startElement(const char* name, const char** attributes) {
-    // The first is the root, by which the request was routed here; one further down names nothing.
+    // The first one is the root, by which the request was routed to this class. A later element of
+    // this name has no meaning.
     if (name == SchemaElement && !m_isTableNamed) {
         m_isTableNamed = true;
         useTable(tableOf(firstAttribute(attributes)));
@@ -70,7 +71,8 @@ int CertificateMgmtDAO::readAllRequest() {
 std::string CertificateMgmtDAO::responseData() {
     const std::string reason = m_responseReason;
     if (reason == ReadAllResponse) {
-        m_responseReason = ReadResponse;  // the rows stand in it as in a read
+        // The answer has its rows in the same form as that of a read.
+        m_responseReason = ReadResponse;
     }
     std::string data = KeyedTableDAO::responseData();
     m_responseReason = reason;

@@ -7,8 +7,8 @@
 #include "dao/KeyedTableDAO.h"
 
 /**
- * What the telephone knows of its certificates and of their keys: two tables, of which the schema
- * of the request names one. The certificates themselves are files.
+ * The telephone's data about its certificates and their keys: two tables, one of which is named by
+ * the schema of the request. The certificates themselves are files.
  */
 class CertificateMgmtDAO : public KeyedTableDAO {
 public:
@@ -19,13 +19,13 @@ public:
     CertificateMgmtDAO(DatabaseAdapter* adapter, const std::string& schema);
     ~CertificateMgmtDAO() override = default;
 
-    /// The rows of a read of all stand in the answer as those of any read.
+    /// A read of all rows has its rows in the same form as any read.
     std::string responseData() override;
     /// Reads all rows, whatever the request names.
     int readAllRequest();
 
-    /// Goes over to the table that the root element names; further elements of that name count for
-    /// nothing.
+    /// Switches to the table that the root element names. Further elements of that name are
+    /// ignored.
     void startElement(const char* name, const char** attributes) override;
 
 protected:

@@ -1,5 +1,5 @@
-// The table of codecs grew by one row, and a stored table is brought to four rows by the next
-// request, not by the upgrade: it is also made anew when it holds more than it can.
+// The table of codecs grew by one row. The next request, not the upgrade, brings a stored table to
+// four rows; it also rebuilds a table that has more rows than it may have.
 
 #include "tables/CodecSettingsDAO.h"
 
@@ -69,7 +69,7 @@ int CodecSettingsDAO::increaseAllOtherRanks(unsigned int count) {
 
 int CodecSettingsDAO::moveRanks(unsigned int count) {
     int result = 0;
-    // From the last to the first, so that no two rows share a rank on the way.
+    // From last to first, so that no two rows share a rank in between.
     for (unsigned int number = count; number > 0; --number) {
         PairList conditions = rank(number);
         PairList newValues = rank(number + 1);
@@ -105,8 +105,8 @@ bool CodecSettingsDAO::lacksOpus() {
 }
 
 void CodecSettingsDAO::addOpus() {
-    // Together or not at all: ranks that have moved alone would move again at each request. Another
-    // process may have been faster, so the question is asked once more.
+    // All or nothing: if only the ranks moved, each request would move them again. Another process
+    // may have done this meanwhile, so it is checked once more inside the transaction.
     const auto add = [this] {
         return lacksOpus() && moveRanks(RowsBeforeOpus) == 0 &&
                insertRowsFrom(RowsBeforeOpus, false) == 0;

@@ -13,10 +13,9 @@ void CodecSettingsDAOXmlCharacterDataHandler(void* dao, const char* text, int le
 /**
  * The audio codecs in the order in which they are preferred, 1 first.
  *
- * Each request repairs the table before it is served. A table without rows is made anew with the
- * four defaults, and so is one of more than four rows. One of three rows without OPUS is from
- * before OPUS: the ranks move down by one and OPUS takes the first. Any other table is left as it
- * is.
+ * Each request first repairs the table. A table with no rows, or with more than four, is created
+ * again with the four defaults. A table of three rows without OPUS is from before OPUS: the ranks
+ * move down by one and OPUS gets the first. Any other table does not change.
  */
 class CodecSettingsDAO : public KeyedTableDAO {
 public:
@@ -25,11 +24,11 @@ public:
     ~CodecSettingsDAO() override = default;
 
     using KeyedTableDAO::insertDefaultRows;
-    /// Inserts the default rows from the place @p first on, in place of those that are there; from
-    /// 4 on there are no more. 0, or the status of the first insert that failed.
+    /// Inserts the default rows from the index @p first on, replacing existing ones; there are
+    /// four. 0, or the status of the first insert that failed.
     virtual int insertDefaultRows(unsigned int first);
-    /// Moves the ranks 1 to @p count down by one, so that rank 1 is free. Raw SQLite code of the
-    /// first statement that failed, or 0.
+    /// Moves the ranks 1 to @p count down by one, so that rank 1 is free. 0, or the raw SQLite code
+    /// of the first statement that failed.
     virtual int increaseAllOtherRanks(unsigned int count);
 
 protected:
@@ -37,7 +36,7 @@ protected:
 
 private:
     int moveRanks(unsigned int count);
-    /// Moves the ranks and inserts OPUS, together or not at all; a failure is in the log.
+    /// Moves the ranks and inserts OPUS, together or not at all; a failure is logged.
     void addOpus();
     /// Whether the table has the three codecs from before OPUS.
     bool lacksOpus();

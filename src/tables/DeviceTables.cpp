@@ -71,12 +71,12 @@ const KeyedTable Ringers = {device(DistinctiveRingingSchema, DistinctiveRingingT
                             parser("Parsing a DistinctiveRingingDAO '%s' request failed."),
                             {&UpdateRequest, &ReadRequest}};
 
-/// Migrations insert some of the columns only, so the table has the defaults, too.
+/// Migrations insert only some of the columns, so the table definition contains the defaults.
 ColumnInfo download(const char* name, const std::string& defaultText = {}) {
     return {name, columnTypeText + " DEFAULT '" + defaultText + "'", defaultText};
 }
 
-/// The types 0 and 9 have servers of their own from the start.
+/// The types 0 and 9 have their own servers from the start.
 ColumnInfo useDefaults() {
     ColumnInfo info = download("UseDefaults", "true");
     info.defaults = {"false", "true", "true", "true", "true", "true", "true", "true", "false"};

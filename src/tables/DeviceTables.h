@@ -5,12 +5,13 @@
 
 #include "dao/KeyedTableDAO.h"
 
-// Tables with a key that are data alone: what differs between them is their KeyedTable, and the
-// frame does the rest. In each constructor the adapter is not owned and may be null.
+// Tables with a key that consist only of data: each has its own KeyedTable, and the common frame
+// does the rest. In each constructor the adapter is not owned and may be null.
 
 /**
- * The Bluetooth devices that a user trusts, or those that the user has shut out: two tables of one
- * form. "Id" is the device's address. A list begins empty, so re-initialising a user empties it.
+ * The Bluetooth devices that a user trusts, or those that the user has blocked: two tables of the
+ * same form. "Id" is the device's address. The list is empty at the start, so re-initialising a
+ * user empties it.
  */
 class BluetoothDAO : public KeyedTableDAO {
 public:
@@ -20,8 +21,8 @@ public:
 };
 
 /// The entries of the dial plan: which digits lead to which action, and when dialling is complete.
-/// An entry that is written without an "Id" gets the next one. A delete names entries by "Id" or by
-/// the values of other columns, never all at once.
+/// An entry that is written without an "Id" gets the next number. A delete names entries by "Id" or
+/// by the values of other columns; it can't delete all at once.
 class DialPlanEntriesDAO : public KeyedTableDAO {
 public:
     explicit DialPlanEntriesDAO(DatabaseAdapter* adapter);
@@ -33,9 +34,8 @@ public:
     explicit DistinctiveRingingDAO(DatabaseAdapter* adapter);
 };
 
-/// Where files of each type come from: server, account and path, and how the last download ended.
-/// Passwords stand here encrypted; the table FILEDOWNLOAD_SETTINGS, with plain ones, is an older
-/// one.
+/// Where files of each type come from (server, account and path), and how the last download ended.
+/// Passwords are stored encrypted here; the older table FILEDOWNLOAD_SETTINGS has unencrypted ones.
 class FileDownloadSettingsDAO : public KeyedTableDAO {
 public:
     explicit FileDownloadSettingsDAO(DatabaseAdapter* adapter);

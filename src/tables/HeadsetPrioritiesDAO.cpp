@@ -1,5 +1,5 @@
-// Headsets and their ranks. The frame is that of all keyed tables; only what the log says of a
-// table that can't be made is its own, since readers of the log look for it.
+// Headsets and their ranks. All of it is the common frame of keyed tables, except the log line for
+// a table that can't be created: people search the log for it.
 
 #include "tables/HeadsetPrioritiesDAO.h"
 

@@ -3,8 +3,8 @@
 
 #include "dao/KeyedTableDAO.h"
 
-/// The kinds of headsets in the order in which they are preferred, 1 first. A table that can't be
-/// made or filled is in the log, and the request fails.
+/// The kinds of headsets in the order in which they are preferred, 1 first. If the table can't be
+/// created or filled, this is logged, and the request fails.
 class HeadsetPrioritiesDAO : public KeyedTableDAO {
 public:
     /// @p adapter is not owned and may be null.
@@ -12,7 +12,7 @@ public:
     ~HeadsetPrioritiesDAO() override = default;
 
 protected:
-    /// As in the frame; what could not be made or filled is logged under the name of this table.
+    /// Like the base class, but a failure is logged under the name of this table.
     DASUtils::TableState checkTable() override;
 };
 

@@ -29,12 +29,13 @@ const KeyFunction DoNotDisturb = {25, "DND"};
 const KeyFunction ShowPhone = {33, "Show phone"};
 const KeyFunction Redial = {3, "Redial"};
 const KeyFunction CallLog = {74, "Call log"};
-// The label as the telephones have always shown it; stored rows hold it, so it stays.
+// The label contains a spelling error that telephones have always shown. Stored rows have it, so it
+// stays.
 const KeyFunction Directory = {75, "Dirctory"};
 const KeyFunction ForwardMenu = {64, "FwdMenu"};
 const KeyFunction RedialWithoutLabel = {3, ""};
 
-// Ascending by key, as the keys are walked.
+// Ascending by key, because the code walks through the keys in that order.
 const DefaultKeys DefaultKeys3 = {{"100", CallLog}, {"101", Directory}, {"102", ForwardMenu}};
 const DefaultKeys DefaultKeysRow3 = {
     {"100", CallForward}, {"101", GroupPickup}, {"102", DoNotDisturb}};
@@ -51,10 +52,11 @@ const std::vector<std::string> FixedKeyIds = {"30", "31", "32", "38", "39"};
 const std::vector<std::string> FourFixedFunctions = {"22", "10", "66", "50"};
 const std::vector<std::string> FiveFixedFunctions = {"22", "64", "66", "50", "10"};
 const std::vector<std::string> OrdinaryFixedFunctions = {"65", "64", "66", "67"};
-// Two where the table of fixed keys has four: kept on purpose, web management counts on it.
+// Two functions, although the table of fixed keys has four: kept on purpose, web management relies
+// on it.
 const std::vector<std::string> TwoFixedFunctions = {"65", "64"};
 
-/// The first rule that applies decides. The fixed functions are those of the key data text, which
+/// The first matching rule decides. The fixed functions are those of the key data string, which
 /// differ from the table's on purpose.
 struct KeyRule {
     bool (*applies)(const KeyHardware&);
@@ -104,7 +106,7 @@ struct PlainTable {
     const std::string* table;
     RowIds rowIds;
     KeyIds::Range range;               ///< for RowIds::Range
-    std::vector<PlainColumn> columns;  ///< after UserContext and Id
+    std::vector<PlainColumn> columns;  ///< columns after UserContext and Id
     bool hasDefaultRowsPerUser = false;
 };
 
@@ -240,8 +242,8 @@ std::vector<std::string> rowIdsOf(const PlainTable& table, const KeyHardware& ha
     return KeyIds::texts({table.range});
 }
 
-/// One default for each key: that of the model's keys, or @p otherwise. A model's key that is not
-/// met in the order of the ids ends the walk over them.
+/// One default for each key: that of the model's keys, or @p otherwise. If a model's key is not
+/// found in the order of the ids, the walk over the model's keys ends there.
 std::vector<std::string> defaultsByKey(const DefaultKeys& keys, const std::string& otherwise,
                                        std::string (*textOf)(const KeyFunction&)) {
     std::vector<std::string> defaults;
@@ -291,7 +293,7 @@ const PlainTable* findTable(const std::string& schema) {
     return found != std::end(Tables) ? found : nullptr;
 }
 
-/// What the contents of a description depend on beyond its table.
+/// What else the contents of a description depend on, besides its table.
 using LayoutKey =
     std::tuple<const PlainTable*, const DefaultKeys*, const std::vector<std::string>*>;
 

@@ -9,7 +9,8 @@
 #include "dao/DataAccessObject.h"
 #include "dao/KeyIds.h"
 
-/// What decides the default keys of a model. Read once from HardwareVersion.
+/// The properties of the hardware that decide the default keys of a model. Read once from
+/// HardwareVersion.
 struct KeyHardware {
     static KeyHardware ofThisDevice();
 
@@ -38,13 +39,13 @@ using DefaultKeys = std::vector<std::pair<const char*, KeyFunction>>;
 using KeyIds::allKeys;
 using KeyIds::normalKeys;
 
-/// The keys that have a function in the default rows of the feature keys; none for most models.
-/// Asks HardwareVersion for the models that @p hardware does not name.
+/// The keys that have a function in the default rows of the feature keys; empty for most models.
+/// Asks HardwareVersion about the models that @p hardware does not name.
 const DefaultKeys& defaultFeatureKeys(const KeyHardware& hardware);
 
 /**
- * The description of the table of @p schema, null when it is not one of the fifteen. Descriptions
- * are made once for each combination of @p hardware that they depend on, and shared from then on.
+ * The description of the table of @p schema; null if it is not one of the fifteen. A description is
+ * made once for each combination of the parts of @p hardware that it depends on, and then shared.
  * Any thread may call.
  */
 std::shared_ptr<const TableLayout> layoutOf(const std::string& schema, const KeyHardware& hardware);
@@ -52,7 +53,7 @@ std::shared_ptr<const TableLayout> layoutOf(const std::string& schema, const Key
 /// Schemas of the fifteen tables, in the order in which they are tried.
 std::vector<std::string> schemas();
 
-/// The text of the default keys of a model: for each "ID:FUNCTION:LABEL;".
+/// The string of a model's default keys, in the form "ID:FUNCTION:LABEL;" for each key.
 std::string defaultKeyData(const KeyHardware& hardware);
 
 }  // namespace PlainTables

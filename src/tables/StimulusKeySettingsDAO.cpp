@@ -1,5 +1,5 @@
-// The keys that send something. Rows are only ever changed: the table has all of its keys from the
-// start, and a row that is not there belongs to no key.
+// The keys that send something. Rows are only ever updated: the table has a row for each key from
+// the start, so a missing row belongs to no key.
 
 #include "tables/StimulusKeySettingsDAO.h"
 
@@ -10,7 +10,7 @@
 using namespace DASUtilsStrings;
 
 // The busy lamp columns of a default row are blank, those of a re-initialised user are not: kept on
-// purpose, the two have always been told apart.
+// purpose, so that the two can be distinguished.
 const StimulusKeySettingsDAO::Column StimulusKeySettingsDAO::Columns[22] = {
     {"StimulusKeyFeatureCode", &columnTypeText, "", ""},
     {"StimulusKeyDTMFSequence", &columnTypeText, "", ""},
@@ -38,7 +38,7 @@ const StimulusKeySettingsDAO::Column StimulusKeySettingsDAO::Columns[22] = {
 
 namespace {
 
-/// More keys than other tables have: the fixed keys send things, too.
+/// More keys than in other tables, because the fixed keys can send something, too.
 const std::vector<KeyIds::Range> KeyRanges = {
     {30, 30},   {31, 31},   {32, 32},   {38, 38},   {39, 39},   {100, 115}, {200, 215},  {300, 317},
     {400, 417}, {500, 517}, {600, 617}, {700, 717}, {800, 817}, {900, 917}, {1000, 1017}};
@@ -94,7 +94,7 @@ void StimulusKeySettingsDAO::handleRequest(const char* text, int length) {
     }
     const DASUtils::TableState state =
         DASUtils::makeTableWithoutRows(*this, *m_dbAdapter, m_tableName);
-    (void)settleUser();  // a user without a name has no rows
+    (void)settleUser();  // without a user's name no row is found
     if (mayServe(state)) {
         dispatch(*this, operations);
     }

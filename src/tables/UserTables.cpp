@@ -1,5 +1,5 @@
-// Tables of keys that a user has, and which need more than a plain table: their rows are written
-// from data files too, also new ones.
+// Tables of a user's keys that need more than a plain table: rows of data files, even new ones, can
+// be written to them.
 
 #include "tables/UserTables.h"
 
@@ -11,7 +11,7 @@ namespace {
 using namespace DASUtilsStrings;
 using Layout = std::shared_ptr<const TableLayout>;
 
-/// A column that follows UserContext and "Id", and its default.
+/// A column after UserContext and "Id", and its default.
 using Column = std::pair<std::string, std::string>;
 
 Layout makeLayout(const std::string& schema, const std::string& table,

@@ -23,17 +23,17 @@ namespace {
 using namespace DASUtilsStrings;
 using StepHelpers::rowsOf;
 
-/// What a step is given.
+/// What each step receives.
 struct Run {
     DataAccessServiceIfc* service;
     const std::vector<std::string>& settingsColumns;
 };
 
-/// One step. A step without a test always runs; its own tests stand inside. Words are logged before
-/// the action, or in its place.
+/// One step. A step without a test always runs, and checks for itself whether there is work. The
+/// message is logged before the action, or instead of it.
 struct Step {
     int number;
-    const char* subject;  ///< for people who wait for it
+    const char* subject;  ///< shown to people who wait for the upgrade
     bool (*test)(const Run&);
     void (*action)(const Run&);
     const char* wordsWhenRun = nullptr;
@@ -90,7 +90,7 @@ bool callGroupsAreOld(const Run& run) {
     return form.columns == 3 || !form.isInOrder();
 }
 
-/// Columns that a step of their own adds at the end of the table.
+/// Columns that other steps of their own add at the end of the table.
 const std::pair<const char*, const std::string*> AddedStimulusColumns[] = {
     {"XsiCallCenterName", &columnTypeText},
     {"AicsAcdOnly", &columnTypeText},
@@ -125,7 +125,7 @@ bool srtpTableMayLackMethods(const Run& run) {
     return rows >= 1 && rows <= 4;
 }
 
-// Actions of more than a call --------------------------------------------------------------------
+// Actions that are more than a single call --------------------------------------------------------
 
 void migrateStimulusKeys(const Run& run) {
     M::migrateStimulusKeySettingsTable(
@@ -133,8 +133,8 @@ void migrateStimulusKeys(const Run& run) {
         static_cast<int>(rowsOf(run.service, StimulusKeySettingsTableName)));
 }
 
-/// Tables of the rows that the database numbers and that no other step looks at. A read of the
-/// contacts asks for the conversations, and fails without their columns.
+/// Tables whose rows the database numbers and that no other step checks. A read of the contacts
+/// includes the conversations and would fail without their columns.
 const std::pair<const std::string*, const std::string*> NumberedTables[] = {
     {&ConversationsSchema, &ConversationsTableName},
     {&DialPlanEntriesSchema, &DialPlanEntriesTableName}};
@@ -145,12 +145,14 @@ void migrateContacts(const Run& run) {
             M::bringIntoOrder(run.service, *schema, *table);
         }
     }
-    // Before any step that adds a row: the database may have no higher number for it.
+    // Comes before any step that adds a row: after the highest possible number the database has no
+    // number for a new row.
     RowNumbers::limit(*run.service->getAdapter());
     M::migratePhoneBookTable(run.service);
 }
 
-/// Each normal start logs a success here: kept on purpose, a result of 1 also means no work.
+/// Each normal start logs a success here: kept on purpose, since a result of 1 also means that
+/// there was no work.
 void compareCallLog(const Run& run) {
     switch (M::DAOCompatibilityWithDb(run.service, "CallLog", "CALL_LOG")) {
         case 0:
@@ -174,8 +176,7 @@ void runV1R1ToV1R2(const Run& run) {
     V1R1ToV1R2Migrator(run.service->getAdapter()).execute();
 }
 
-/// A method is stored by the places of its cells, so the table must have its columns in their
-/// order.
+/// Rows are stored by position, so the table must have its columns in their order.
 void addEncryptionMethods(const Run& run) {
     (void)M::rebuildIntoDaoColumns(run.service, SRTPEncryptionSettingsSchema,
                                    SrtpEncryptionSettingsTableName);
@@ -202,7 +203,7 @@ void encryptStimulusKeys(const Run& run) {
                                                  "SendUrlPasswd", "SendUrlPasswdEnc");
 }
 
-/// Gives a step that is one call of an operation with the service alone.
+/// Makes a step from an operation that needs only the service.
 template <void (*Operation)(DataAccessServiceIfc*)>
 void call(const Run& run) {
     Operation(run.service);
@@ -247,7 +248,8 @@ const Step Steps[] = {
      "Migrating database for Phonebook mobility",
      "No database migration required for Phonebook mobility"},
     {17, "call log", nullptr, compareCallLog},
-    // These words name another table than the step's: kept on purpose, log readers look for them.
+    // This message names another table than that of the step: kept on purpose, people search the
+    // log for it.
     {18, "users of call groups", callGroupsAreOld,
      [](const Run& run) {
          M::migrateTableForMobility(run.service, "CallGroup", "CallGroup", true, 4);
@@ -296,7 +298,7 @@ void logWords(const char* words) {
     }
 }
 
-/// Reports to a watcher which step is in work, or that all are done.
+/// Reports to an observer which step runs now, or that all are done.
 void reportStep(const Step& step, bool isDone) {
     if (Progress::isWatched()) {
         const std::size_t all = std::size(Steps);
@@ -315,8 +317,8 @@ void runStep(const Step& step, const Run& run) {
     }
 }
 
-/// Empties the caches of the settings now and at the end of the scope: the steps read schemas into
-/// them and then change rows that they hold.
+/// Empties the caches of the settings now and again at the end of the scope: the steps fill the
+/// caches by reading, and then change the rows that are cached.
 struct SettingsCachesAside {
     SettingsCachesAside() { GeneralConfigurationDAO::clearStaticCaches(); }
     ~SettingsCachesAside() { GeneralConfigurationDAO::clearStaticCaches(); }
@@ -356,7 +358,8 @@ bool DASMigrator::dbIsPreMobility(DataAccessServiceIfc* service) {
     if (isCounted) {
         return count == "0";
     }
-    // Only an older form is older: a count that failed on today's must not make the visitor "base".
+    // Only a known older form counts as older: if the columns of a database of today can't be read,
+    // the visitor must not become "base".
     std::vector<std::string> names;
     (void)adapter.getColumnNames(GeneralConfigTableName, names);
     return !DASUtils::columnIsInColumnList(UserContextTagName, names);
@@ -371,7 +374,7 @@ void DASMigrator::migrateToMobilityDatabase(DataAccessServiceIfc* service) {
     } else {
         isRenewed = migrateGeneralConfigTable(service, StepHelpers::settingsColumns());
     }
-    (void)service->getAdapter()->dropTable("IMAGES");  // one that is missing is as good as dropped
+    (void)service->getAdapter()->dropTable("IMAGES");  // a missing table counts as dropped
     if (!isRenewed) {
         return;  // without the mark the next start tries again
     }

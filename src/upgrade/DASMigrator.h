@@ -21,9 +21,9 @@ struct TableForm;
  *
  * No version is stored: at every start each step looks at the database itself and decides whether
  * it has work to do; a step that finds its change made does nothing. Everything runs on the
- * caller's thread, before requests are served. A failure is only logged, and the run goes
- * on. All operations are static; those that take the service reach adapter and factory through it,
- * anew each time, since a step may replace both.
+ * caller's thread, before requests are served. A failure is only logged, and the run goes on. All
+ * operations are static. Those with the service as a parameter ask it for adapter and factory each
+ * time, since a step may replace both.
  */
 class DASMigrator {
 public:
@@ -32,26 +32,28 @@ public:
 
     // The driver ----------------------------------------------------------------------------------
 
-    /// Runs all steps in their order; where the process is about to end, those that it has begun.
-    /// std::out_of_range may pass through from a table that is not
-    /// as any release left it; the caches of the settings are cleared all the same.
+    /// Runs all steps in their order. If the process is about to end, no new step begins.
+    /// std::out_of_range may pass through if a table has a form that no release made; even then the
+    /// caches of the settings are cleared.
     static void checkAndMigrateDatabase(DataAccessServiceIfc* service);
-    /// The change of protocol: saves what names the telephone, resets it and stores that again.
+    /// The change of protocol: saves the values that identify the telephone, resets the database
+    /// and stores these values again.
     static void checkAndMigrateQFADatabase(DataAccessServiceIfc* service);
     /// Whether the database is older than user mobility.
     static bool dbIsPreMobility(DataAccessServiceIfc* service);
-    /// Brings a database from before user mobility up to it: keys, downloads and settings get
-    /// users. The mark that it is done is set last, so that a start which is cut off tries again.
+    /// Upgrades a database from before user mobility: keys, downloads and settings get users. The
+    /// mark that this is done is set last, so that an interrupted start tries again.
     static void migrateToMobilityDatabase(DataAccessServiceIfc* service);
 
     // What the steps share ------------------------------------------------------------------------
 
-    /// The object of @p schema. Never null: without a factory it is one that refuses everything.
+    /// The object of @p schema. Never null: without a factory it is an object that refuses
+    /// everything.
     static std::unique_ptr<DataAccessObject> createDao(DAOFactory* factory,
                                                        const std::string& schema);
     static std::unique_ptr<DataAccessObject> createDao(DataAccessServiceIfc* service,
                                                        const std::string& schema);
-    /// Makes the table of @p schema through its object.
+    /// Creates the table of @p schema through its object.
     static void createTable(DataAccessServiceIfc* service, const std::string& schema);
     /// The same, and inserts the default rows of both users if the table is new or known to be
     /// empty.
@@ -68,9 +70,10 @@ public:
     /// Whether a row holds @p value, in database form, in @p column.
     static bool isRowPresent(DataAccessServiceIfc* service, const std::string& table,
                              const std::string& column, const std::string& value);
-    /// Compares the column names of an object with its table: 0 nothing to do, 1 equal, of another
-    /// number, or brought to the object's columns, else failed. Only a column that changed its name
-    /// is work here: kept on purpose, missing ones have steps of their own.
+    /// Compares the column names of an object with those of its table. 0 if there is nothing to do;
+    /// 1 if they are equal, differ in number, or were changed to the object's columns; else it
+    /// failed. Only a renamed column is changed here: kept on purpose, missing columns have steps
+    /// of their own.
     static int DAOCompatibilityWithDb(DataAccessServiceIfc* service, const std::string& schema,
                                       const std::string& table);
     /// Value of "VOBROOT" of the environment, empty when unset.
@@ -84,38 +87,38 @@ public:
                                        const std::vector<std::string>& values);
     /// The response to a readall_request for @p schema.
     static std::string readAllFromSchema(DAOFactory* factory, const std::string& schema);
-    /// Orders texts by the numbers that they begin with.
+    /// Orders strings by the numbers that they begin with.
     static bool compareStringsAsIntegers(std::string first, std::string second);
 
-    /// The columns of a table next to those of the object of @p schema.
+    /// The columns of a table compared with those of the object of @p schema.
     static TableForm formOf(DataAccessServiceIfc* service, const std::string& schema,
                             const std::string& table);
 
     /**
-     * Brings a table into the columns of its object, rows kept, in one transaction that is rolled
-     * back whole on any failure. A missing table is made with its default rows. Cells go by name: a
-     * NULL and a missing column take the default, a missing user context takes base. A column that
-     * the object does not have goes, named in the log. Indices and the numbering of an
-     * AUTOINCREMENT key are carried over.
+     * Rebuilds a table with the columns of its object and keeps the rows, in one transaction; any
+     * failure rolls back all of it. A missing table is created with its default rows. Cells are
+     * copied by column name: a NULL and a missing column get the default, a missing user context
+     * becomes base. A column that the object does not have is dropped, and the log names it.
+     * Indices and the numbering of an AUTOINCREMENT key are kept.
      *
      * @return whether something was changed
      */
     static bool rebuildIntoDaoColumns(DataAccessServiceIfc* service, const std::string& schema,
                                       const std::string& table);
 
-    /// The same for a table of other columns, or of the same in another order; any other stays as
-    /// it is.
+    /// The same for a table that has other columns, or the same ones in another order. Any other
+    /// table does not change.
     static void bringIntoOrder(DataAccessServiceIfc* service, const std::string& schema,
                                const std::string& table);
 
-    /// The same for each table, and inserts the default rows that it lacks.
+    /// The same for each table; also inserts missing default rows.
     static void rebuildAndFill(DataAccessServiceIfc* service, const std::string& schema,
                                const std::string& table);
 
     // Tables --------------------------------------------------------------------------------------
 
-    /// Gives @p table a user context. With @p visitorRows the visitor gets default rows if it has
-    /// no rows; @p columns is how many columns the table has when that is done.
+    /// Adds a user context to @p table. With @p visitorRows, the visitor gets default rows if it
+    /// has none yet. @p columns is the number of columns that the table has afterwards.
     static void migrateTableForMobility(DataAccessServiceIfc* service, const std::string& table,
                                         const std::string& schema, bool visitorRows, int columns);
     static void migratePhoneBookTable(DataAccessServiceIfc* service);
@@ -123,76 +126,79 @@ public:
     static void migrateBcaSettingsTable(DataAccessServiceIfc* service);
     static void migrateDSSKeySettingsTable(DataAccessServiceIfc* service);
     static void migrateDSSKeySettingsTableForMonitorOnly(DataAccessServiceIfc* service);
-    /// Brings the table into its columns and adds the keys that it lacks. The counts serve the log.
+    /// Rebuilds the table with its columns and adds missing keys. The counts are only logged.
     static void migrateStimulusKeySettingsTable(DataAccessServiceIfc* service, int columnCount,
                                                 int rowCount);
-    /// Moves fixed keys, which older releases had among the programmable ones, to their own table.
+    /// Moves fixed keys to their own table; older releases stored them among the programmable ones.
     static void migrateFeatureKeysTable(DataAccessServiceIfc* service);
-    /// Adds fixed keys that are missing, and gives those without a function that of the hardware.
+    /// Adds missing fixed keys, and gives those without a function the function of the hardware.
     static void migrateFixedKeysTable(DataAccessServiceIfc* service);
     /// Moves the applications of fixed keys to their own table.
     static void migrateStartAppKeysTable(DataAccessServiceIfc* service);
-    /// Move destinations of keys away from ids that default rows need, and insert these.
+    /// Move key destinations away from ids that default rows need, and insert these default rows.
     static void moveBusyLamps(DataAccessServiceIfc* service);
     static void moveKey32(DataAccessServiceIfc* service);
     static void migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service);
     static void migrateFixedAndFeatureKeysTableForDefaultColumns(DataAccessServiceIfc* service);
-    /// Gives devices without a user to base.
+    /// Assigns devices without a user to base.
     static void migrateBluetoothTrustedDevices(DataAccessServiceIfc* service);
-    /// Sets cells that are NULL to the default of their column; blank ones are a choice and stay.
+    /// Replaces NULL in cells by the default of their column. A blank cell is a user's choice and
+    /// stays.
     static void dbCheckAndMigrateLineKeySettingsDefaults(DataAccessServiceIfc* service);
-    /// Adds the default rows of keys that came with later hardware.
+    /// Adds the default rows of keys that only later hardware has.
     static void addDefaultRowsToExistingTablesWhereMissing(DataAccessServiceIfc* service);
 
     // Settings ------------------------------------------------------------------------------------
 
-    /// Copies a setting to another name or context. If the new one is there, it stays unless
-    /// @p copyOverExisting says otherwise. The old row goes, if it may, when the new one is there.
+    /// Copies a setting to another name or context. If the new setting exists, it stays unless
+    /// @p copyOverExisting is set. If the old row may be deleted, it is deleted once the new one
+    /// exists.
     static void dbMigrate(DataAccessServiceIfc* service, const std::string& schema,
                           const std::string& oldItemName, const std::string& newItemName,
                           const std::string& oldUserContext, const std::string& newUserContext,
                           bool copyOverExisting, bool deleteOldRow);
-    /// The same from the device to the base user, without overwriting.
+    /// The same from the device to the base user; never overwrites.
     static void dbMigrateDeviceToUser(DataAccessServiceIfc* service, const std::string& schema,
                                       const std::string& oldItemName,
                                       const std::string& newItemName, bool deleteOldRow);
-    /// The same from the base user to the device; the old row stays, other software reads it.
+    /// The same from the base user to the device. The old row stays, since other software reads it.
     static void dbMigrateUserToDevice(DataAccessServiceIfc* service, std::string schema,
                                       std::string oldItemName, std::string newItemName);
     /// Moves all items of the item move table.
     static void migrateMovedItems(DataAccessServiceIfc* service);
-    /// Renames the items of the door openers to their names of today, or back to the older ones.
+    /// Gives the items of the door openers their current names, or their older names.
     static void dbMigrateDoorOpenerSettings(DataAccessServiceIfc* service, bool upgrade);
-    /// Renames them back, for older software that is about to be installed.
+    /// Gives them their older names, for older software that is about to be installed.
     static void downgradeDoorOpenerSettings(DataAccessServiceIfc* service);
-    /// Makes the table of settings. An empty one of an older form is dropped and made anew.
+    /// Creates the table of settings. An empty table of an older form is dropped and created again.
     static void createGeneralConfigTable(DataAccessServiceIfc* service);
-    /// Brings the table of settings from before user mobility into the form of today. False when a
-    /// failure left it as it was, so that the next start has to try again.
+    /// Upgrades the table of settings from before user mobility to the current form. If it fails,
+    /// false, and the table does not change, so that the next start tries again.
     static bool migrateGeneralConfigTable(DataAccessServiceIfc* service,
                                           const std::vector<std::string>& columns);
-    /// Gives the table of settings its key, if it lacks it: doubled rows go, NULLs become blank.
+    /// Adds the key to the table of settings if it is missing: duplicate rows are deleted, NULLs
+    /// become blank.
     static void normalizeGeneralConfigTable(DataAccessServiceIfc* service);
-    /// The same for a table whose columns stand in another order, and only for such a one: settings
-    /// are inserted by position from the first step on. The table must be there.
+    /// The same for a table whose columns have another order, and only for such a one: from the
+    /// first step on, settings are inserted by position. The table must exist.
     static void orderGeneralConfigColumns(DataAccessServiceIfc* service);
-    /// Gives each setting of the device the blank context; rows that are then doubled go.
+    /// Gives each setting of the device the blank context; rows that become duplicates are deleted.
     static void validateDeviceItems(DataAccessServiceIfc* service);
-    /// Logs the items in their order and changes nothing: their key fixes the order.
+    /// Logs the items in their order and changes nothing, since their key determines the order.
     static void checkTransportSettingsOrder(DataAccessServiceIfc* service);
     /// Deletes settings that no release uses any more.
     static void deleteCallbackItems(DataAccessServiceIfc* service);
-    /// Inserts the settings of network access, both or none; only where the schema has no row.
+    /// Inserts the settings of network access, both or none, and only if the schema has no row.
     static void migrateDot1xSettings(DataAccessServiceIfc* service);
     static bool checkDot1xSettings(DataAccessServiceIfc* service);
     /// Inserts the policy of WLAN certificates on hardware that has WLAN.
     static void migrateWlanSettings(DataAccessServiceIfc* service);
-    /// Gives a setting of the device to the current user.
+    /// Moves a setting of the device to the current user.
     static void migrateFeatureToCurrentUser(DataAccessServiceIfc* service, std::string name);
     /// Cuts emergency numbers at the last character that can't be dialled.
     static void migrateWrongEmergencyNumber(DataAccessServiceIfc* service,
                                             const std::vector<std::string>* columns);
-    /// Applies the file of values that an image brings, once, and removes it.
+    /// Applies the file of values that an image contains, once, and removes the file.
     static void applyUpdateValuesFile(DataAccessServiceIfc* service);
     static bool isGeneralConfigRowPresentByName(DataAccessServiceIfc* service,
                                                 const std::string& name,
@@ -208,13 +214,15 @@ public:
 
     // Repairs -------------------------------------------------------------------------------------
 
-    /// Splits rows of several numbers and joins doubled ones. Gives the number of rows it treated.
+    /// Splits rows of several numbers and joins duplicates. Returns the number of rows that it
+    /// handled.
     static int callLogTableChecker(DataAccessServiceIfc* service);
-    /// Brings a call log of other columns, or of the same in another order, to those of today: the
-    /// repair reads whole rows. A missing one stays missing. Whether rows can be read so.
+    /// Rebuilds a call log that has other columns, or the same in another order, since the repair
+    /// reads whole rows by position. A missing table stays missing. Returns whether rows can be
+    /// read by position.
     static bool bringCallLogIntoOrder(DataAccessServiceIfc* service);
     /// Fills @p rows with the calls that may have to be split, and @p idsToSplit with the numbers
-    /// of those that have to.
+    /// of the rows that must be split.
     static void readCallLogRowsWithMoreThanOneNumberOnARow(DataAccessServiceIfc* service,
                                                            std::map<std::string, CallLogRow>& rows,
                                                            std::vector<std::string>& idsToSplit);
@@ -234,21 +242,24 @@ public:
     static void commitConsolidatedRowData(DataAccessServiceIfc* service, DuplicateRows& duplicates);
     static void removeRows(DataAccessServiceIfc* service, const std::vector<std::string>& ids);
     static void printDuplicateRowData(DuplicateRows& duplicates);
-    /// Drops the table, which refers to rows that a repair has changed; the next read makes it.
+    /// Drops the table, because it refers to rows that a repair has changed. The next read creates
+    /// it again.
     static void dropConversationsTable(DataAccessServiceIfc* service);
-    /// Whether contacts are doubled: more than 0 when there is a group of them.
+    /// Whether there are duplicate contacts: more than 0 if a group of them was found.
     static int readPhoneBookDuplicateRows(DataAccessServiceIfc* service);
     static void deleteDuplicateItemsFromPhoneBook(DataAccessServiceIfc* service);
-    /// Deletes conversations whose contact or call is gone, or whose call is of another log.
+    /// Deletes conversations whose contact or call no longer exists, or whose call belongs to
+    /// another log.
     static void conversationsTableCleanup(DataAccessServiceIfc* service);
     /// Removes the "+" from numbers that have no digit.
     static void phonebookTableCleanup(DataAccessServiceIfc* service);
-    /// Empties the table if the software before was of the older protocol, whose ringers differ.
+    /// Empties the table if the previous software used the older protocol, whose ringers differ.
     static void distinctiveRingerTableCleanup(DataAccessServiceIfc* service);
-    /// Brings a phone book with columns that this release does not know into those of today.
+    /// Rebuilds a phone book that has columns unknown to this release.
     static void checkValidityOfPhoneBookTable(DataAccessServiceIfc* service);
-    /// Makes the phone book anew with its rows, but without the columns named in @p leftOut. One
-    /// transaction: when a row can't be copied, the book stays as it was, and the log says so.
+    /// Rebuilds the phone book with its rows, but without the columns named in @p leftOut. This is
+    /// one transaction: if a row can't be copied, the phone book does not change, and the failure
+    /// is logged.
     static bool rebuildPhoneBook(DataAccessServiceIfc* service,
                                  const std::vector<std::string>& leftOut);
     static std::string buildPhonebookTableCleanupQuery(const std::string& column,
@@ -274,8 +285,8 @@ public:
                                                      const std::string& context,
                                                      const std::string& name,
                                                      const std::string& value);
-    /// Takes the next occurrence of @p item from @p reply, which it consumes. False when there is
-    /// none.
+    /// Extracts the next occurrence of @p item from @p reply, and removes the part read so far.
+    /// False if there is no further occurrence.
     static bool getValueFromReply(std::string& reply, const std::string& item, std::string& value,
                                   std::string& context);
 };

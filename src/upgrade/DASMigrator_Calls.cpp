@@ -19,7 +19,7 @@ namespace {
 using namespace DASUtilsStrings;
 
 // The second line lacks a value, so SQLite refuses the statement and no row is joined: kept on
-// purpose, telephones in the field keep the rows that they have.
+// purpose, existing telephones keep the rows that they have.
 const char* const DoubledCalls =
     "SELECT CALL_LOG.* FROM CALL_LOG"
     " INNER JOIN ( SELECT * FROM CALL_LOG WHERE Number0 <>  GROUP BY Number0, GroupNumber0, "
@@ -32,8 +32,8 @@ std::string asText(const std::string& column) {
     return "CAST(COALESCE(" + column + ", '') AS TEXT)";
 }
 
-/// The condition of the rows that the check of several numbers may find, so that the others are not
-/// read: of this log, without a first number or with another one after it.
+/// The condition for rows that the check for several numbers may have to split: rows of this log
+/// without a first number, or with a different number after it. Other rows are not read.
 std::string mixedCalls() {
     const std::string first = asText(CallLogColumns::name(CallLogColumns::Number, 0));
     std::string condition = "SUBSTR(" + asText(CallLogColumns::name(CallLogColumns::EntryId)) +
@@ -45,7 +45,7 @@ std::string mixedCalls() {
     return condition + ")";
 }
 
-/// Rows of other call logs, by the first letter of their entry id, are not the repair's.
+/// Rows of other call logs, recognised by the first letter of their entry id, are not repaired.
 bool isOfOtherLog(const CallLogRow& row) {
     return row.entryId.find_first_of("UC") == 0 || row.entryId.find_first_of("WSI") == 0;
 }
@@ -58,7 +58,7 @@ std::string numberOf(const CallLogRow& row, std::size_t place) {
     return row.records.at(place)[CallLogColumns::Number];
 }
 
-/// Runs @p work on a row; a time in it that can't be read leaves the row as it is.
+/// Runs @p work on a row. If the row holds a time that can't be read, the row does not change.
 template <typename Work>
 bool guarded(const std::string& rowName, Work work) {
     try {
@@ -85,8 +85,8 @@ void DASMigrator::readCallLogRowsWithMoreThanOneNumberOnARow(
     std::vector<std::string>& idsToSplit) {
     DatabaseAdapter& adapter = *service->getAdapter();
     static const std::string mixed = mixedCalls();
-    // A cell for each call, so that the log has their number; it is blank for those to be left
-    // alone.
+    // A row for each call, because the log shows their number; it is blank for calls that must not
+    // change.
     Rows marks;
     (void)adapter.executeSQLQuery(
         "SELECT CASE WHEN " + mixed + " THEN 1 ELSE '' END FROM CALL_LOG;", marks);
@@ -127,7 +127,7 @@ void DASMigrator::insertUniqueValue(std::vector<std::string>& values, const std:
 
 namespace {
 
-/// Throws like a sort, but for each time: a row that keeps one that can't be read is not split.
+/// Throws as a sort would, but checks every time: a row with an unreadable time is not split.
 void requireReadableTimes(const CallLogRow& row) {
     for (const CallLogRecord& record : row.records) {
         const std::string& time = record[CallLogColumns::TimeDate];
@@ -137,7 +137,7 @@ void requireReadableTimes(const CallLogRow& row) {
     }
 }
 
-/// Adds what @p others holds to @p extracted, without the calls that break their statement.
+/// Adds the content of @p others to @p extracted, without calls that would break their statement.
 void addStorable(std::map<std::string, CallLogRow>& others,
                  std::map<std::string, CallLogRow>& extracted) {
     for (auto& [number, other] : others) {
@@ -156,9 +156,10 @@ void addStorable(std::map<std::string, CallLogRow>& others,
     }
 }
 
-/// Moves the calls of other numbers from the rows of @p ids to @p extracted. A row that can't be
-/// written keeps them, and they are added all the same: kept on purpose, clients rely on the rows.
-/// A row that is as it was, as one without any number, is not written: each start finds it again.
+/// Moves calls with other numbers from the rows of @p ids to @p extracted. If a row can't be
+/// written, it keeps these calls, and they are added all the same: kept on purpose, clients rely on
+/// the rows. A row that did not change, such as one without any number, is not written, although
+/// each start finds it again.
 bool splitRows(DataAccessServiceIfc* service, std::map<std::string, CallLogRow>& rows,
                const std::vector<std::string>& ids, std::map<std::string, CallLogRow>& extracted) {
     int replaced = 0;
@@ -202,7 +203,7 @@ void DASMigrator::fixDuplicateNumbersFoundInARow(DataAccessServiceIfc* service,
                                                  std::map<std::string, CallLogRow>& rows,
                                                  std::vector<std::string>& idsToSplit) {
     std::sort(idsToSplit.begin(), idsToSplit.end(), compareStringsAsIntegers);
-    // A call leaves its row only together with its arrival in the other one.
+    // A call is removed from its row only together with its insertion in the other row.
     const bool stored = runWholeOrNot(*service->getAdapter(), [&] {
         std::map<std::string, CallLogRow> extracted;
         return splitRows(service, rows, idsToSplit, extracted) &&
@@ -274,7 +275,7 @@ void DASMigrator::consolidateDuplicateCategoryForASingleNumber(
             idsToRemove.insert(idsToRemove.end(), joined.begin(), joined.end());
             rows = {std::move(survivor)};
         } else {
-            rows.clear();  // nothing is stored of what could not be joined, nothing is removed
+            rows.clear();  // if not all could be joined, nothing is stored and nothing is removed
         }
     }
 }

@@ -1,5 +1,5 @@
-// The repair of the phone book: doubled contacts, stray signs, a table of other columns; and the
-// book of an older release.
+// The repair of the phone book: duplicate contacts, stray signs, a table with other columns, and
+// the phone book of an older release.
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
@@ -22,10 +22,10 @@ using StepHelpers::execute;
 
 const char* const OldPhoneBook = "PHONE_BOOK_OLD";
 
-// Finds by other columns than the deletion below groups by: kept on purpose, a contact that differs
-// in its second number is not deleted. Numbers that only one contact has are sorted out first,
-// which is cheap; a join of the contacts with their groups would take time by the square of their
-// number.
+// Searches by other columns than the deletion below groups by: kept on purpose, a contact that
+// differs in its second number is not deleted. Numbers that only one contact has are sorted out
+// first, which is cheap. A join of the contacts with their groups would take time that grows with
+// the square of their number.
 const char* const DoubledContacts =
     "SELECT 1 FROM PHONE_BOOK WHERE Office IN ( SELECT Office FROM PHONE_BOOK WHERE Office IN ("
     " SELECT Office FROM PHONE_BOOK GROUP BY Office HAVING COUNT(Office) > 1 )"
@@ -45,7 +45,7 @@ const std::string* const NumberColumns[] = {&PhonebookOfficeTagName, &PhonebookO
 
 int DASMigrator::readPhoneBookDuplicateRows(DataAccessServiceIfc* service) {
     Rows rows;
-    (void)service->getAdapter()->executeSQLQuery(DoubledContacts, rows);  // none when it fails
+    (void)service->getAdapter()->executeSQLQuery(DoubledContacts, rows);  // no rows if it fails
     return static_cast<int>(rows.size());
 }
 
@@ -64,8 +64,8 @@ std::string withoutDigits(const std::string& column) {
     return condition;
 }
 
-/// Whether the cleanup would change something. The character is looked for before the digits: few
-/// numbers hold it, and the look for ten digits takes the most time.
+/// Whether the cleanup would change something. The check for the character comes before the check
+/// for digits: few numbers contain it, and the check for ten digits takes the most time.
 bool holdsBare(DataAccessServiceIfc* service, const std::string& column,
                const std::string& character) {
     std::string count;
@@ -97,7 +97,8 @@ void DASMigrator::phonebookTableCleanup(DataAccessServiceIfc* service) {
 
 namespace {
 
-/// The number that the next contact would follow, as text; empty when none was ever given.
+/// The number after which the next contact is numbered, as a string; empty if none was ever
+/// assigned.
 std::string numberingOf(DatabaseAdapter& adapter) {
     Rows rows;
     (void)adapter.executeSQLQuery("SELECT seq FROM sqlite_sequence WHERE name = 'PHONE_BOOK'",
@@ -123,7 +124,7 @@ bool hasIndices(DatabaseAdapter& adapter, const std::string& table) {
     return !rows.empty();
 }
 
-/// Makes the book anew, for the caller's transaction, which is rolled back when the result is
+/// Rebuilds the phone book in the caller's transaction, which is rolled back if the result is
 /// false.
 bool renewBook(DatabaseAdapter& adapter, const std::vector<std::string>& leftOut) {
     if (adapter.isKnownToBeEmpty(PhoneBookTableName)) {
@@ -167,8 +168,8 @@ bool DASMigrator::rebuildPhoneBook(DataAccessServiceIfc* service,
 
 namespace {
 
-/// Whether the contacts can have the numbers that they had. One above the highest would end the
-/// book for new ones.
+/// Whether the contacts can keep their numbers. With a number above the highest one, no new contact
+/// could be added.
 bool mayKeepNumbers(DatabaseAdapter& adapter) {
     std::string high = "0";
     adapter.getRowCount("SELECT COUNT(*) FROM PHONE_BOOK_OLD WHERE CAST(UniqueID AS NUMERIC) > " +
@@ -177,7 +178,7 @@ bool mayKeepNumbers(DatabaseAdapter& adapter) {
     return high == "0" && adapter.isKnownToBeEmpty(PhoneBookTableName);
 }
 
-/// Brings the contacts back into the book; for the caller's transaction.
+/// Copies the contacts back into the phone book, in the caller's transaction.
 bool bringBack(DatabaseAdapter& adapter, DataAccessObject& dao) {
     const std::vector<std::string> columns = StepHelpers::columnsOf(adapter, OldPhoneBook);
     StepHelpers::logGivenUpColumns(adapter, OldPhoneBook, columns, dao.columnNames());
@@ -187,8 +188,8 @@ bool bringBack(DatabaseAdapter& adapter, DataAccessObject& dao) {
     return isBack && adapter.executeNonQuery(std::string("DROP TABLE ") + OldPhoneBook + ";") == 0;
 }
 
-/// Earlier software that could not copy a row left all contacts under the other name and the book
-/// empty. No release reads them there, and the name stays taken.
+/// If earlier software could not copy a row, it left all contacts in the renamed table and the
+/// phone book empty. No release reads that table, and its name stays in use.
 void bringBackOldBook(DataAccessServiceIfc* service) {
     DatabaseAdapter& adapter = *service->getAdapter();
     const bool isDue =

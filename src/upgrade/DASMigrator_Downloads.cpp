@@ -1,5 +1,5 @@
-// Where files are downloaded from, out of older tables with plain passwords. All of it moves inside
-// the database, so that no byte of a value stops it.
+// The settings of file downloads, which move out of older tables with unencrypted passwords. All
+// rows move inside the database, so that no byte of a value can break a statement.
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
@@ -37,7 +37,7 @@ std::string isDefaultRow(const DataAccessObject& dao) {
 
 enum class NewRows { None, Defaults, Own, Unknown };
 
-/// What the table of encrypted passwords holds.
+/// The contents of the table of encrypted passwords.
 NewRows look(DatabaseAdapter& adapter, const DataAccessObject& dao) {
     if (columnsOf(adapter, dao.tableName()).empty()) {
         return NewRows::None;
@@ -51,7 +51,7 @@ NewRows look(DatabaseAdapter& adapter, const DataAccessObject& dao) {
     return counts.at(0).at(0) == counts.at(0).at(1) ? NewRows::Defaults : NewRows::Own;
 }
 
-/// The older table had no key: of rows with the same type the last one stays.
+/// The older table had no key. Of several rows with the same type, the last one stays.
 bool removeDoubles(DatabaseAdapter& adapter, const std::string& table) {
     Rows removed;
     if (adapter.executeNonQuery("DELETE FROM " + table +
@@ -86,7 +86,8 @@ bool encryptPasswords(DatabaseAdapter& adapter, const std::string& table) {
     return true;
 }
 
-/// Fills the new table with the rows of the older one, which goes; for the caller's transaction.
+/// Fills the new table with the rows of the older one, which is then dropped; in the caller's
+/// transaction.
 bool move(DatabaseAdapter& adapter, DataAccessObject& dao, const std::string& oldTable,
           NewRows newRows) {
     const bool isReady = newRows == NewRows::None
@@ -102,8 +103,8 @@ bool move(DatabaseAdapter& adapter, DataAccessObject& dao, const std::string& ol
 
 const char* const OldestTable = "FTP_SETTINGS";
 
-/// The oldest table moves with the step of the users, which runs once. What failed there is tried
-/// again as long as no client has changed the rows in its place.
+/// The oldest table moves in the step for users, which runs once. If that failed, it is tried again
+/// here, as long as no client has changed the rows of the new table.
 void moveWhatStayed(DataAccessServiceIfc* service) {
     DatabaseAdapter& adapter = *service->getAdapter();
     if (!adapter.isTableKnown(OldestTable)) {
@@ -127,8 +128,8 @@ void DASMigrator::migrateToEncryptedFTPPass(DataAccessServiceIfc* service) {
     }
     const auto dao = createDao(service, FileDownloadSettingsSchema);
     const NewRows newRows = look(adapter, *dao);
-    // Rows without a type have no place in the new table. Nothing is tried that each start would
-    // roll back.
+    // Rows without a type can't be stored in the new table. Then no move is tried, since each start
+    // would roll it back.
     const bool mayMove =
         newRows != NewRows::Unknown && hasColumn(columnsOf(adapter, oldTable), "FileType");
     const bool isGone = newRows == NewRows::Own ? adapter.dropTable(oldTable) == 0
@@ -162,7 +163,7 @@ bool isTakenOver(const std::vector<std::string>& line) {
     return line.at(LineKind) == "Default" || line.at(LineKind) == "SwPhone";
 }
 
-/// A row of the oldest table as one of file downloads.
+/// Converts a row of the oldest table to a row of file downloads.
 std::vector<std::string> asDownloadRow(const std::vector<std::string>& line,
                                        const std::string& encryptedPassword) {
     const bool isDefault = line.at(LineKind) == "Default";
@@ -173,7 +174,7 @@ std::vector<std::string> asDownloadRow(const std::vector<std::string>& line,
             line.at(LineFile)};
 }
 
-/// Stores the rows of the oldest table, which goes; for the caller's transaction.
+/// Stores the rows of the oldest table, which is then dropped; in the caller's transaction.
 bool moveOldest(DatabaseAdapter& adapter) {
     Rows rows;
     if (adapter.executeSQLQuery("SELECT * FROM FTP_SETTINGS ORDER BY rowid;", rows) != 0 ||
@@ -191,7 +192,7 @@ bool moveOldest(DatabaseAdapter& adapter) {
     return adapter.dropTable(OldestTable) == 0;
 }
 
-/// A row for a type that came later than the older table.
+/// Adds a row for a type that was introduced after the older table.
 void addLastType(DatabaseAdapter& adapter, const DataAccessObject& dao) {
     std::vector<std::string> row = {"'9'", "'false'", "'0'", EmptyDBString, "'21'"};
     row.insert(row.end(), 7, EmptyDBString);

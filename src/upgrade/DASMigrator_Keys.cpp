@@ -23,17 +23,18 @@ using namespace DASUtilsStrings;
 
 // Fixed keys ------------------------------------------------------------------------------------
 
-/// Fixed keys once stood among the programmable ones.
+/// Older releases stored fixed keys among the programmable ones.
 struct FixedKeysOf {
     const std::string& schema;
     const std::string& table;
     const std::string& fixedSchema;
     const std::string& fixedTable;
-    std::vector<std::string> columns;  ///< after context and id, the value first
+    std::vector<std::string> columns;  ///< columns after context and id; the first one is the value
 };
 
 const std::vector<std::string> MovedIds = {"30", "31", "38", "39"};
-const std::vector<std::string> CopiedIds = {"32"};  ///< programmable still, and fixed as well
+const std::vector<std::string> CopiedIds = {"32"};  ///< ids that are still programmable and are now
+                                                    ///< fixed keys as well
 
 void moveFixedKeys(DataAccessServiceIfc* service, const FixedKeysOf& keys) {
     (void)DASMigrator::rebuildIntoDaoColumns(service, keys.schema, keys.table);
@@ -49,7 +50,7 @@ void moveFixedKeys(DataAccessServiceIfc* service, const FixedKeysOf& keys) {
     }
 }
 
-/// Sets the function of fixed keys that have none: that of the hardware, or blank where the
+/// Sets the function of fixed keys that have none: to that of the hardware, or to blank if the
 /// hardware has no such key.
 void setMissingFunctions(DataAccessServiceIfc* service) {
     const auto dao = DASMigrator::createDao(service, FixedKeysSchema);
@@ -98,12 +99,12 @@ void DASMigrator::migrateFixedKeysTable(DataAccessServiceIfc* service) {
 namespace {
 
 const char* const DestinationsTable = "FORWARDING_KEY_DESTINATIONS";
-constexpr int NumberOfNewIds = 144;  ///< that came in between, below the ids of the busy lamps
+constexpr int NumberOfNewIds = 144;  ///< the ids inserted below those of the busy lamps
 
 /// Cells of a row of destinations.
 enum DestinationCell : std::size_t { UserCell, IdCell, NumberCell, TypeCell };
 
-/// A row that moves.
+/// A row that gets another id.
 struct Destination {
     std::vector<std::string> cells;
     std::string newId;
@@ -121,9 +122,9 @@ bool deleteRow(DatabaseAdapter& adapter, const Destination& row) {
                {row.cells[UserCell], row.cells[IdCell]}) == 0;
 }
 
-/// A row of an id that has no default row is inserted: its number has no other place. The update
-/// reaches the id in every context, and the later of two rows wins: kept on purpose, the two users
-/// of a telephone have always shared these lamps after an upgrade.
+/// If the new id has no default row, the row is inserted, since its number is stored nowhere else.
+/// The update affects the id in every context, and the later of two rows wins: kept on purpose, the
+/// two users of a telephone have always shared these lamps after an upgrade.
 bool storeUnderNewId(DatabaseAdapter& adapter, const Destination& row) {
     DAS_LOG(5, "Migration of blf buttons after adding default rows");
     const std::string& number = row.cells[NumberCell];
@@ -139,15 +140,15 @@ bool storeUnderNewId(DatabaseAdapter& adapter, const Destination& row) {
                {number, type, row.newId}) == 0;
 }
 
-/// Whether @p work gave true for each row; it ends with the first that did not.
+/// Whether @p work returned true for each row; it stops at the first row for which it did not.
 template <typename Work>
 bool forEachRow(DatabaseAdapter& adapter, const std::vector<Destination>& rows, Work work) {
     return std::all_of(rows.begin(), rows.end(),
                        [&](const Destination& row) { return work(adapter, row); });
 }
 
-/// A table that lacks cells at its end stays as it is, and a row to move throws std::out_of_range:
-/// kept on purpose, no release made such a table.
+/// A table that lacks columns at its end does not change, and moving one of its rows throws
+/// std::out_of_range: kept on purpose, no release made such a table.
 void bringCellsIntoOrder(DataAccessServiceIfc* service) {
     const TableForm form =
         DASMigrator::formOf(service, ForwardingKeyDestinationsSchema, DestinationsTable);
@@ -158,13 +159,14 @@ void bringCellsIntoOrder(DataAccessServiceIfc* service) {
     }
 }
 
-/// Makes place for the default rows of ids that the rows which @p selection gives stand on. All of
-/// it is one transaction: a row that moved must not be found, and moved, a second time.
+/// Makes the ids of default rows free by moving the rows that @p selection returns away from them.
+/// All of it is one transaction, because a row that has moved must not be found and moved a second
+/// time.
 void renumberDestinations(DataAccessServiceIfc* service, const char* selection) {
     bringCellsIntoOrder(service);
     DatabaseAdapter& adapter = *service->getAdapter();
     Rows rows;
-    (void)adapter.executeSQLQuery(selection, rows);  // a missing table has none to move
+    (void)adapter.executeSQLQuery(selection, rows);  // a missing table has no rows to move
     if (rows.empty()) {
         DASMigrator::migrateTableByAddingMissingDefaultLines(service,
                                                              ForwardingKeyDestinationsSchema);
@@ -192,8 +194,9 @@ void DASMigrator::moveBusyLamps(DataAccessServiceIfc* service) {
                          "SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE CAST(Id AS INT)>617");
 }
 
-// Finds a row only when its id is another text for 32, since it runs without a row '32': kept on
-// purpose, what counts is the default rows that it adds.
+// This step runs only if no row has the id '32'. So it can only find a row whose id has another
+// form, such as '032', and usually moves nothing: kept on purpose, its effect is that the default
+// rows are added.
 void DASMigrator::moveKey32(DataAccessServiceIfc* service) {
     renumberDestinations(service,
                          "SELECT * FROM FORWARDING_KEY_DESTINATIONS WHERE CAST(Id AS INT)=32");

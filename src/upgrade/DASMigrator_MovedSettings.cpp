@@ -1,4 +1,4 @@
-// Settings that went from the device to its user and back, or got another name.
+// Settings that moved between the device and its user, or got another name.
 
 #include "ClientUtils.h"
 #include "DASUtilsStrings.h"
@@ -21,7 +21,8 @@ struct MovedItem {
     const char* schema;
     const char* oldName;
     const char* newName;
-    bool deleteOld = false;  ///< for Move::DeviceToUser; the other way the old row always stays
+    bool deleteOld = false;  ///< only for Move::DeviceToUser; in the other direction the old row
+                             ///< always stays
 };
 
 const MovedItem MovedItems[] = {

@@ -1,4 +1,5 @@
-// The change of protocol: the database is made anew, and what names the telephone is kept.
+// The change of protocol: the database is reset, and the values that identify the telephone are
+// kept.
 
 #include "DASUtilsStrings.h"
 #include "DataAccessServiceIfc.h"
@@ -12,7 +13,7 @@ namespace {
 
 using namespace DASUtilsStrings;
 
-/// A value that outlives the change. It is read from the older settings if they have it.
+/// A value that is kept over the change. It is read from the older settings if they have it.
 struct SavedItem {
     const char* item;
     bool needsDhcpFlag;  ///< read and stored only together with the DHCP flag
@@ -52,7 +53,7 @@ bool transitionApplies(DataAccessServiceIfc* service) {
 
 enum class WithoutRow { IsBlank, Throws };
 
-/// The value of an item; blank, and a log line, when it can't be read.
+/// The value of an item; blank, with a log line, if it can't be read.
 std::string save(DataAccessServiceIfc* service, const std::string& schema, const SavedItem& item,
                  WithoutRow withoutRow) {
     Rows rows;
@@ -98,15 +99,15 @@ void changeProtocol(DataAccessServiceIfc* service) {
     DAS_LOG(5,
             "DASMigrator::checkAndMigrateDatabase - SIP to QFA migration detected, perform Factory "
             "reset, recreate DB and store e164 in new DB");
-    // Throws std::out_of_range if another schema has the number: kept on purpose, a database of
-    // that kind must not be reset.
+    // Throws std::out_of_range if the number belongs to another schema: kept on purpose, a database
+    // of that kind must not be reset.
     const std::string number =
         save(service, SipBaseSettingsSchema, TerminalNumber, WithoutRow::Throws);
     const std::vector<std::string> transport = saveTransportItems(service);
     (void)service->invokeACMSFactoryReset(false);
     service->constructorActions();
     DASMigrator::createTableAndDefaultRows(service, UnitTestGenConfigTableSchema);
-    DatabaseAdapter& adapter = *service->getAdapter();  // the new one
+    DatabaseAdapter& adapter = *service->getAdapter();  // the adapter after the reset
     const int sum = StepHelpers::insertSetting(adapter, QfaBaseSettingsSchema, "",
                                                TerminalNumber.item, number) +
                     storeTransportItems(adapter, transport);
@@ -129,7 +130,7 @@ void DASMigrator::checkAndMigrateQFADatabase(DataAccessServiceIfc* service) {
     }
     bool isRead = false;
     const std::string user = DASUtils::readMobilityCurrentUserValue(service->getAdapter(), &isRead);
-    // Without a row only: after a failed read the row of a visitor would be replaced.
+    // Only if there is no row: after a failed read, this would replace the row of a visitor.
     if (isRead && user.empty()) {
         (void)DASUtils::insertMobilityCurrentUserValue(service->getAdapter(), UserContextBase);
     }

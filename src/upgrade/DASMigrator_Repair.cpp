@@ -1,5 +1,5 @@
-// The repairs of each start: calls and contacts, the conversations that refer to them, ringers of
-// the older protocol.
+// The repairs that run at each start: calls and contacts, the conversations that refer to them, and
+// ringers of the older protocol.
 
 #include "DataAccessServiceIfc.h"
 #include "Log.h"

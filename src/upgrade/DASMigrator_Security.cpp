@@ -1,4 +1,4 @@
-// Settings of older protocols, and passwords that older releases stored as they were.
+// Settings of older protocols, and passwords that older releases stored unencrypted.
 
 #include <algorithm>
 #include <cstdio>
@@ -149,7 +149,7 @@ void DASMigrator::addMissingAesToSrtpEncryptionTable(DataAccessServiceIfc* servi
     } else {
         DAS_LOG(5, "Adding AES-GCM encryption methods starting at rank %d", startRank);
     }
-    // Half of it would move the ranks once more at the next start.
+    // If only half of it were stored, the next start would move the ranks once more.
     const bool isWhole = runWholeOrNot(adapter, [&] {
         bool stored = true;
         for (int rank = rowCount; stored && rank >= startRank; --rank) {
@@ -179,7 +179,7 @@ namespace {
 const std::string ContextStart = "<Context currentUser=\"";
 const std::string ContextEnd = "</Context>";
 
-/// The user of the Context that is open at the end of @p text; empty when none is.
+/// The user of the Context that is open at the end of @p text; empty outside of a Context.
 std::string openContext(const std::string& text) {
     const std::size_t start = text.rfind(ContextStart);
     if (start == std::string::npos || text.find(ContextEnd, start) != std::string::npos) {
@@ -208,19 +208,20 @@ bool DASMigrator::getValueFromReply(std::string& reply, const std::string& item,
     context = openContext(reply.substr(0, start));
     reply.erase(0, end + endTag.size());
     if (!context.empty()) {
-        reply.insert(0, ContextStart + context + "\">");  // it is open for what follows
+        // The Context is still open for the items that follow.
+        reply.insert(0, ContextStart + context + "\">");
     }
     return true;
 }
 
 namespace {
 
-/// Stores a setting in encrypted form; the plain row goes when that stands.
+/// Stores a setting in encrypted form. The unencrypted row is deleted once that has succeeded.
 void encryptSetting(DatabaseAdapter& adapter, const std::string& schema, const std::string& context,
                     const std::string& item, const std::string& value) {
     const std::string encryptedItem = item + EncryptedSuffix;
     std::string encrypted;
-    // A blank row, as older software makes it by default, must not wipe a password.
+    // Older software creates blank rows by default; such a row must not replace a password.
     const std::string present =
         value.empty() ? DASUtils::countOf(adapter, GeneralConfigTableName,
                                           settingConditions(schema, context, encryptedItem))
@@ -229,7 +230,8 @@ void encryptSetting(DatabaseAdapter& adapter, const std::string& schema, const s
         (present != "0" ||
          insertSetting(adapter, schema, context, encryptedItem, encrypted) == 0)) {
         PairList plainRow = settingConditions(schema, context, item);
-        (void)adapter.deleteRow(GeneralConfigTableName, plainRow);  // else at the next start
+        // Otherwise the next start tries again.
+        (void)adapter.deleteRow(GeneralConfigTableName, plainRow);
     }
 }
 
@@ -245,7 +247,8 @@ void DASMigrator::replaceExistingRowWithEncrypted(DatabaseAdapter* adapter,
     if (!getValueFromReply(rest, item, value, context)) {
         return;
     }
-    // Markup in a value hides where it ends and whose it is. The table has both.
+    // Markup inside a value can hide where the value ends and whom it belongs to. The table shows
+    // both clearly.
     const PairList conditions = {{"Schema", DASUtils::escapeAndQuote(schema)},
                                  {"Name", DASUtils::escapeAndQuote(item)}};
     Rows rows;
@@ -290,7 +293,7 @@ bool findPlainColumn(PasswordColumns& columns, int position, const std::string& 
     return found != columns.names.end();
 }
 
-/// The row's number stands before its cells: its key may be NULL, or that of another row as well.
+/// Rows are addressed by rowid: their key may be NULL or may not be unique.
 void encryptRow(DatabaseAdapter& adapter, const std::string& table, const PasswordColumns& columns,
                 const std::vector<std::string>& row) {
     DAS_LOG(5, "Encoding the password for line %s:%s", row.at(1).c_str(), row.at(2).c_str());
@@ -344,7 +347,8 @@ void DASMigrator::migrateToEncryptedPasswordsForKeySettings(DataAccessServiceIfc
         return;
     }
     DAS_LOG(5, "Encoding the existing passwords in the table %s.", table.c_str());
-    // One commit for all: a full table has hundreds of rows, and each would wait for the disk.
+    // One commit for all rows: a full table has hundreds of rows, and each commit would wait for
+    // the disk.
     TransactionGuard transaction(adapter);
     for (const auto& row : rows) {
         encryptRow(adapter, table, columns, row);

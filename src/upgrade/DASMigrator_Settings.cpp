@@ -1,4 +1,4 @@
-// Single settings: those that are added, corrected or given up, and how steps look one up.
+// Single settings that are added, corrected or removed, and how steps look a setting up.
 
 #include <unistd.h>
 
@@ -24,7 +24,7 @@ const char* const SchemaColumn = "Schema";
 const char* const NameColumn = "Name";
 const char* const ValueColumn = "Value";
 
-/// Items that no release uses any more; their rows go, in all schemas and contexts.
+/// Items that no release uses any more. Their rows are deleted in all schemas and contexts.
 const char* const ObsoleteItems[] = {"'CallbackBusyAllowed'", "'CallbackRingAllowed'",
                                      "'CallbackCancelAllowed'"};
 
@@ -82,7 +82,8 @@ void DASMigrator::migrateDot1xSettings(DataAccessServiceIfc* service) {
         }
         return true;
     };
-    (void)runWholeOrNot(*service->getAdapter(), insertBoth);  // one alone would pass for both
+    // A single one of them would look like both.
+    (void)runWholeOrNot(*service->getAdapter(), insertBoth);
 }
 
 void DASMigrator::migrateWlanSettings(DataAccessServiceIfc* service) {
@@ -117,15 +118,15 @@ bool isDialled(char c) {
     return (c >= '0' && c <= '9') || c == '#' || c == '*' || c == '+';
 }
 
-/// Whether the byte at @p place goes on with a character that began before it.
+/// Whether the byte at @p place continues a character of several bytes.
 bool goesOn(const std::string& text, std::size_t place) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     return place > 0 && (byte(place) & 0xC0U) == 0x80U && byte(place - 1) >= 0x80U;
 }
 
-/// The number up to its last character that can't be dialled; earlier ones stay in it: kept on
-/// purpose, each of them once ended what was stored. The whole number if it has no such character.
-/// The cut never falls into a character of several bytes.
+/// The number up to the last character that can't be dialled. Earlier such characters stay in it:
+/// kept on purpose, stored numbers were always cut so. If there is no such character, the whole
+/// number. A character of several bytes is never cut.
 std::string upToLastBadCharacter(const std::string& number) {
     for (std::size_t place = number.size(); place-- > 0;) {
         if (!isDialled(number[place]) && !goesOn(number, place)) {

@@ -1,5 +1,5 @@
-// The table of settings: the key that it was given, its forms before user mobility, and rows of the
-// device. All of it moves inside the database, so that no byte of a value stops it.
+// The table of settings: its key, its forms before user mobility, and rows of the device. All rows
+// move inside the database, so that no byte of a value can break a statement.
 
 #include <algorithm>
 #include <map>
@@ -29,13 +29,13 @@ const std::string NoRows = "0";  ///< as a condition
 const char* const DropTable = "DROP TABLE GENERAL_CONFIG";
 const std::string MakeTable = "CREATE TABLE GENERAL_CONFIG" + FormOfTable;
 
-/// Whether the table has the columns of settings in their order, and no other: a row of settings
-/// has a value for each column.
+/// Whether the table has exactly the columns of settings, in their order. Rows are inserted by
+/// position, with a value for each column.
 bool areColumnsInOrder(DatabaseAdapter& adapter) {
     return columnsOf(adapter, GeneralConfigTableName) == settingsColumns();
 }
 
-// A table that can't be asked for, or is missing, is not touched.
+// A table that can't be read, or is missing, is not changed.
 bool isInOrder(DatabaseAdapter& adapter) {
     Rows rows;
     (void)adapter.executeSQLQuery("SELECT sql FROM sqlite_master WHERE name = 'GENERAL_CONFIG'",
@@ -44,8 +44,8 @@ bool isInOrder(DatabaseAdapter& adapter) {
            (rows.front().at(0).find(KeyText) != std::string::npos && areColumnsInOrder(adapter));
 }
 
-/// Whether all columns of settings are among these, in any order. Without a context it is a table
-/// from before user mobility.
+/// Whether all columns of settings are present, in any order. A table without a context is from
+/// before user mobility.
 bool haveSettingsColumns(const std::vector<std::string>& names, bool withContext) {
     const std::vector<std::string>& all = settingsColumns();
     return std::all_of(all.begin(), all.end(), [&](const std::string& column) {
@@ -57,22 +57,22 @@ void logGivenUp(DatabaseAdapter& adapter, const std::vector<std::string>& names)
     logGivenUpColumns(adapter, GeneralConfigTableName, names, settingsColumns());
 }
 
-/// Fills GENERAL_CONFIG_COPY, a new table of today's form.
+/// Fills GENERAL_CONFIG_COPY, a new table of the current form.
 bool fillCopy(DatabaseAdapter& adapter, const std::string& rows) {
     return runAll(adapter, {"DROP TABLE IF EXISTS GENERAL_CONFIG_COPY",
                             "CREATE TABLE GENERAL_CONFIG_COPY" + FormOfTable,
                             "INSERT OR REPLACE INTO GENERAL_CONFIG_COPY " + rows});
 }
 
-/// Makes GENERAL_CONFIG anew, with the rows of its copy, which goes.
+/// Creates GENERAL_CONFIG again with the rows of its copy, and drops the copy.
 bool replaceByCopy(DatabaseAdapter& adapter) {
     return runAll(adapter, {DropTable, MakeTable,
                             "INSERT INTO GENERAL_CONFIG SELECT * FROM GENERAL_CONFIG_COPY",
                             "DROP TABLE GENERAL_CONFIG_COPY"});
 }
 
-/// Among the rows that match @p condition those of the device, as "rowid IN (...)". Whether the
-/// table could be read.
+/// Finds the device's rows among those that match @p condition, as "rowid IN (...)". Returns
+/// whether the table could be read.
 bool findDeviceRows(DatabaseAdapter& adapter, const std::string& condition, std::string& found) {
     Rows rows;
     const int read = adapter.executeSQLQuery(
@@ -87,8 +87,8 @@ bool findDeviceRows(DatabaseAdapter& adapter, const std::string& condition, std:
     return read == 0;
 }
 
-/// No request finds a row whose context is NULL. One of the device takes the blank context, but
-/// wins over no row that can be read.
+/// A row whose context is NULL is found by no request. If it belongs to the device, it gets the
+/// blank context, unless a readable row exists already.
 bool settleNullContexts(DatabaseAdapter& adapter) {
     std::string rows;
     if (!findDeviceRows(adapter, "UserContext IS NULL", rows)) {
@@ -106,7 +106,7 @@ bool settleNullContexts(DatabaseAdapter& adapter) {
 
 // The key ----------------------------------------------------------------------------------------
 
-/// Blank texts in place of NULLs. Among rows that differ in this alone the blank one stays.
+/// Replaces NULL by blank. If rows differ only in this, the blank one stays.
 bool fillNulls(DatabaseAdapter& adapter) {
     return runAll(adapter, {"UPDATE OR IGNORE GENERAL_CONFIG SET Schema = '' WHERE Schema IS NULL",
                             "DELETE FROM GENERAL_CONFIG WHERE Schema IS NULL",
@@ -118,14 +118,14 @@ bool fillNulls(DatabaseAdapter& adapter) {
                adapter,
                {"DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND (Schema, Name) IN "
                 "(SELECT Schema, Name FROM GENERAL_CONFIG WHERE UserContext = '')",
-                // A key lets rows that differ in nothing but a NULL stand twice: the last one
+                // A key allows two rows that differ only in a NULL. Of such rows the last one
                 // stays.
                 "DELETE FROM GENERAL_CONFIG WHERE UserContext IS NULL AND rowid NOT IN (SELECT "
                 "MAX(rowid) FROM GENERAL_CONFIG WHERE UserContext IS NULL GROUP BY Schema, Name)",
                 "UPDATE GENERAL_CONFIG SET UserContext = '' WHERE UserContext IS NULL"});
 }
 
-/// Of rows with the same key the one that SQLite gives for their group stays.
+/// Of several rows with the same key, the one that SQLite returns for their group stays.
 bool addKey(DatabaseAdapter& adapter) {
     return fillNulls(adapter) &&
            runAll(adapter, {"DELETE FROM GENERAL_CONFIG WHERE rowid NOT IN (SELECT rowid FROM "
@@ -135,7 +135,7 @@ bool addKey(DatabaseAdapter& adapter) {
            replaceByCopy(adapter);
 }
 
-/// An empty table of an older form has nothing to keep, and would take no setting.
+/// An empty table of an older form has no rows to keep, and would refuse any setting.
 bool renewIfEmpty(DatabaseAdapter& adapter) {
     return !isInOrder(adapter) && adapter.isKnownToBeEmpty(GeneralConfigTableName) &&
            runWholeOrNot(adapter, [&] {
@@ -147,7 +147,8 @@ bool renewIfEmpty(DatabaseAdapter& adapter) {
 
 void DASMigrator::createGeneralConfigTable(DataAccessServiceIfc* service) {
     if (!renewIfEmpty(*service->getAdapter())) {
-        createTable(service, UnitTestGenConfigTableSchema);  // refused when it is there
+        // Fails if the table exists, which is fine.
+        createTable(service, UnitTestGenConfigTableSchema);
     }
 }
 
@@ -178,8 +179,9 @@ void DASMigrator::orderGeneralConfigColumns(DataAccessServiceIfc* service) {
 
 namespace {
 
-/// Without a context a setting is the device's if the list of device items says so, else the base
-/// user's. Of rows that meet under one key the last one stays, but one with a NULL context yields.
+/// A setting without a context belongs to the device if the list of device items says so, else to
+/// the base user. If several rows get the same key, the last one stays, but a row with a NULL
+/// context stays only if there is no other.
 bool renewTable(DatabaseAdapter& adapter, bool hasContext) {
     std::string deviceRows;
     if ((hasContext && !settleNullContexts(adapter)) ||
@@ -230,7 +232,8 @@ struct DeviceRowDecision {
     bool remove;
 };
 
-/// Rows come with a blank context before "base" and any other, so that the blank one stays.
+/// For each item, rows with a blank context come first, then "base", then others, so that the blank
+/// one stays.
 DeviceRowDecision decideOnDeviceRow(const std::vector<std::string>& row,
                                     const std::string& previousName) {
     const bool isRepeated = row.at(NameCell) == previousName;
@@ -245,7 +248,7 @@ DeviceRowDecision decideOnDeviceRow(const std::vector<std::string>& row,
     return {!remove && !context.empty(), remove};
 }
 
-/// The rows of one schema that hold device data, in the order in which they are decided on.
+/// The rows of one schema that hold device data, in the order in which they are decided.
 int readDeviceRows(DatabaseAdapter& adapter, const std::string& schema,
                    const GenConfigDeviceDataItems::SchemaItem& items, Rows& rows) {
     const bool named = !items.included.empty();

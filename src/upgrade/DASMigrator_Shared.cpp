@@ -47,7 +47,7 @@ std::unique_ptr<DataAccessObject> DASMigrator::createDao(DataAccessServiceIfc* s
 void DASMigrator::createTable(DataAccessServiceIfc* service, const std::string& schema) {
     const auto dao = createDao(service, schema);
     if (hasTable(*dao, schema)) {
-        (void)dao->createTable();  // refused when it is there
+        (void)dao->createTable();  // fails if the table exists, which is fine
     }
 }
 
@@ -67,7 +67,7 @@ void DASMigrator::migrateTableByAddingMissingDefaultLines(DataAccessServiceIfc* 
                                                           const std::string& schema) {
     DAS_LOG(5, "migrateTableByAddingMissingDefaultLines %s", schema.c_str());
     const auto dao = createDao(service, schema);
-    (void)dao->createTable();            // refused when it is there
+    (void)dao->createTable();            // fails if the table exists, which is fine
     (void)dao->insertDefaultRows(true);  // a failure is in the log
 }
 
@@ -151,7 +151,7 @@ void DASMigrator::insertGeneralConfigRow(DataAccessServiceIfc* service,
                                          const std::vector<std::string>& values) {
     std::vector<std::string> row = values;
     if (service->getAdapter()->insert(GeneralConfigTableName, row, nullptr) != 0) {
-        // The same words whatever the row is: kept on purpose, log readers look for them.
+        // The same message for every row: kept on purpose, people search the log for it.
         DAS_LOG(2, "Failed to insert NameMasterSource into %s", GeneralConfigTableName.c_str());
     }
 }

@@ -1,5 +1,5 @@
-// The tables: each is brought into the columns of its object, and rows that moved or are missing
-// get their places.
+// The tables: each is rebuilt with the columns of its object, and rows that moved or are missing
+// are stored.
 
 #include <algorithm>
 #include <iterator>
@@ -42,8 +42,8 @@ bool makeTable(DataAccessObject& dao, const std::string& table) {
     return true;
 }
 
-/// Brings the table into its columns; makes it with its default rows when it is missing. Whether
-/// something was changed.
+/// Rebuilds the table with its columns; creates a missing table with its default rows. Returns
+/// whether something was changed.
 bool bringIntoForm(DataAccessServiceIfc* service, const std::string& schema,
                    const std::string& table, TableRebuild::DefaultRows rows) {
     const auto dao = DASMigrator::createDao(service, schema);
@@ -65,19 +65,20 @@ bool bringIntoForm(DataAccessServiceIfc* service, const std::string& schema,
     return false;
 }
 
-/// Adds the default rows that a table lacks; rows fit only into its present columns.
+/// Adds the default rows that a table lacks, after its columns were brought up to date.
 void addMissingRows(DataAccessServiceIfc* service, const std::string& schema,
                     const std::string& table) {
     if (isThere(service, table)) {
         (void)DASMigrator::rebuildIntoDaoColumns(service, schema, table);
         if (!DASMigrator::formOf(service, schema, table).isInOrder()) {
-            return;  // rows go in by place, so into wrong columns
+            return;  // rows are inserted by position, so cells would be stored in wrong columns
         }
     }
     DASMigrator::migrateTableByAddingMissingDefaultLines(service, schema);
 }
 
-/// Devices without a user are the owner's. One that he has as well is there twice, and goes.
+/// Devices without a user belong to the owner. If the owner has the same device already, the
+/// duplicate is deleted.
 void giveDevicesToBase(DataAccessServiceIfc* service) {
     DatabaseAdapter& adapter = *service->getAdapter();
     const bool given = runWholeOrNot(adapter, [&] {
@@ -93,12 +94,13 @@ void giveDevicesToBase(DataAccessServiceIfc* service) {
     }
 }
 
-/// A table that lacks its default rows when it has no row of this id.
+/// A table that lacks its default rows if it has no row with this id.
 struct GrownTable {
     const std::string* table;
     const char* id;
     const std::string* schema;
-    void (*special)(DataAccessServiceIfc*) = nullptr;  ///< in place of adding the rows; may be null
+    void (*special)(DataAccessServiceIfc*) = nullptr;  ///< called instead of adding the rows; may
+                                                       ///< be null
 };
 
 const GrownTable GrownTables[] = {
@@ -127,7 +129,7 @@ const std::string* const TablesWithoutStep[] = {
     &ForwardingKeyDestinationsTableName, &RepertoryDiallingTableName,
     &SelectedDiallingTableName,          &StartApplicationTableName};
 
-/// Brings a table that has its default rows into the columns of its object.
+/// Rebuilds a table that has its default rows with the columns of its object.
 void bringGrownIntoOrder(DataAccessServiceIfc* service, const GrownTable& grown) {
     const bool isLookedAt = std::any_of(std::begin(TablesWithoutStep), std::end(TablesWithoutStep),
                                         [&](const auto* table) { return table == grown.table; });
@@ -160,8 +162,8 @@ void DASMigrator::migrateTableForMobility(DataAccessServiceIfc* service, const s
                                           int columns) {
     const auto dao = createDao(service, schema);
     if (visitorRows && isKnownToHaveNo(service, table, {})) {
-        // An empty table never gets its rows later; a missing one comes with them, now or when it
-        // is needed.
+        // An empty table never gets its rows later. A missing table is created with them, now or
+        // when it is first needed.
         if (service->getAdapter()->executeNonQuery("DROP TABLE " + table + ";") == 0) {
             (void)dao->insertDefaultRows(UserContextVisitor);
         }
@@ -203,7 +205,8 @@ void DASMigrator::migrateStimulusKeySettingsTable(DataAccessServiceIfc* service,
 
 void DASMigrator::migrateFeatureKeysTableForDefaultRows(DataAccessServiceIfc* service) {
     constexpr int keysOfUser = 177;
-    bringIntoOrder(service, FeatureKeysSchema, FeatureKeysTableName);  // or it refuses new rows
+    // Otherwise the table refuses new rows.
+    bringIntoOrder(service, FeatureKeysSchema, FeatureKeysTableName);
     const std::string count =
         DASUtils::countOf(*service->getAdapter(), FeatureKeysTableName,
                           {{UserContextTagName, DASUtils::convertToDBFormat(UserContextBase)}});

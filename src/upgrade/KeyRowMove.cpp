@@ -1,5 +1,5 @@
-// Rows move inside the database, by statements over both tables: no value passes through the text
-// of a statement, so none can stop the move.
+// Rows move inside the database, by statements over both tables. No value becomes part of a
+// statement's string, so no value can break the move.
 
 #include "upgrade/KeyRowMove.h"
 

@@ -10,13 +10,13 @@ class DatabaseAdapter;
  * Takes rows of keys from one table to another, cells by name. Both tables have a row for each user
  * context and "Id".
  *
- * A row with a value overwrites the row of the same context and id in the other table; one without
- * a value only takes a place that is free. Each operation is one statement or several without a
- * transaction of their own: the caller holds one and rolls it back when something gives false.
+ * A row with a value overwrites the row of the same context and id in the other table. A row
+ * without a value is only copied if the other table has no such row. The operations have no
+ * transaction of their own: the caller must hold one and roll it back if one of them returns false.
  */
 class KeyRowMove {
 public:
-    /// Which rows of the first table are meant.
+    /// Which rows of the first table are moved.
     enum class Rows { All, WithValue };
 
     /**
@@ -24,7 +24,7 @@ public:
      * @param from    table that the rows stand in
      * @param to      table that they go to
      * @param columns columns after context and "Id" that both tables have. The first is the value
-     *                that a row is there for; blank and '0' are no value.
+     *                of the row; blank and '0' count as no value.
      */
     KeyRowMove(DatabaseAdapter& adapter, std::string from, std::string to,
                std::vector<std::string> columns);

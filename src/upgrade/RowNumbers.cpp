@@ -1,5 +1,5 @@
-// Only rows above the limit are touched, and their numbers are taken from the free ones: a number
-// that others refer to keeps its row. The conversations follow in the same transaction.
+// Only rows above the limit get new numbers, which are free ones: a number that other rows refer to
+// stays with its row. References in the conversations change in the same transaction.
 
 #include "upgrade/RowNumbers.h"
 
@@ -35,13 +35,13 @@ struct NumberedTable {
 /// Numbers of rows: the old one as the database prints it, and the new one.
 using Moves = std::map<std::string, long long>;
 
-/// One table, in the transaction of its caller.
+/// Renumbers one table, in the transaction of its caller.
 class Renumbering {
 public:
     Renumbering(DatabaseAdapter& adapter, const NumberedTable& table)
         : m_adapter(adapter), m_table(table) {}
 
-    /// Whether a row or the numbering is above the highest number.
+    /// Whether a row, or the number that the database will assign next, is above the limit.
     bool isDue() {
         return hasColumn(m_table.table, m_table.number) && (hasHighRow() || hasHighSequence());
     }
@@ -61,7 +61,7 @@ private:
         Rows rows;
         return read(sql, rows) && !rows.empty();
     }
-    /// The number that @p sql gives, 0 for NULL. False when it fails.
+    /// Reads the number that @p sql returns, 0 for NULL. False if it fails.
     bool readNumber(const std::string& sql, long long& number) {
         Rows rows;
         const bool isRead = read(sql, rows);
@@ -86,13 +86,14 @@ private:
     long long m_next = 1;  ///< where the search for a free number goes on
 };
 
-/// By way of the schema: a statement over a table that is missing would be a failure in the log.
+/// Reads the schema of the database: a statement over a missing table would be logged as a failure.
 bool Renumbering::hasColumn(const std::string& table, const std::string& column) {
     return gives("SELECT 1 FROM pragma_table_info(" + DASUtils::convertToDBFormat(table) +
                  ") WHERE name = " + DASUtils::convertToDBFormat(column) + " COLLATE NOCASE;");
 }
 
-/// Also true for a number that is stored as text, which sorts after all numbers: run() decides.
+/// Also true for a number that is stored as text, since text sorts after all numbers. run() then
+/// decides.
 bool Renumbering::hasHighRow() {
     return gives("SELECT 1 FROM (SELECT MAX(" + m_table.number + ") AS number FROM " +
                  m_table.table + ") WHERE number > " + Highest + ";");
@@ -115,8 +116,8 @@ bool Renumbering::readHighRows(const std::string& table, const std::string& colu
                 rows);
 }
 
-/// Numbers go on from the highest row and what the numbering has reached, as far as these are low
-/// enough; else the free ones from 1 on are taken.
+/// New numbers follow the highest row and the highest number ever assigned, if these are low
+/// enough. Otherwise the free numbers from 1 on are used.
 bool Renumbering::chooseFirst(std::size_t count) {
     const std::string low = " <= " + Highest + ";";
     const std::string number = "CAST(" + m_table.number + " AS NUMERIC)";

@@ -7,9 +7,9 @@ class DatabaseAdapter;
 namespace RowNumbers {
 
 /**
- * Gives each row whose number is above AssignedNumbers::Highest a new one, and lets the
- * conversations follow that name it. The numbering of the table goes back to its highest row: one
- * at SQLite's highest number let no row be added any more.
+ * Gives each row whose number is above AssignedNumbers::Highest a new number, and updates the
+ * conversations that refer to it. The next assigned number then follows the highest row: after
+ * SQLite's highest number no row could be added.
  *
  * A table is one transaction. On a failure it stays as it was, which is in the log. Works on tables
  * of older forms too, and leaves alone those that are missing.

@@ -1,5 +1,5 @@
-// What several steps need. The steps are one class to whoever reads the log, so this logs under its
-// name.
+// What several steps need. Readers of the log know all steps as one class, so this file logs under
+// that name.
 
 #define DAS_LOG_SOURCE "./src/DASMigrator"
 
@@ -35,7 +35,7 @@ const std::string InsertSettingStatement =
     "INSERT OR REPLACE INTO GENERAL_CONFIG (Schema, UserContext, Name, Value) "
     "VALUES (?, ?, ?, ?);";
 
-/// A name as SQL takes it whatever it holds.
+/// Quotes a name so that SQL accepts any characters in it.
 std::string quotedName(const std::string& name) {
     return "\"" + DASUtils::escapeReservedCharacter(name, '"', '"') + "\"";
 }
@@ -132,10 +132,11 @@ bool StepHelpers::encrypt(const std::string& plain, std::string& encrypted) {
 }
 
 bool StepHelpers::olderProtocolRan() {
-    // The file is the image's: whatever it holds, no more than a line of a sane length is read.
+    // The file comes with the image. Whatever it contains, at most one line of limited length is
+    // read.
     std::array<char, 4096> line{};
     DeviceFile file(PreviousVersionFile);
-    file.getline(line.data(), line.size());  // leaves blank text when it can't be read
+    file.getline(line.data(), line.size());  // the line stays blank if it can't be read
     return std::strstr(line.data(), OlderProtocol) != nullptr;
 }
 

@@ -1,6 +1,6 @@
-// SQLite can't change the order or the key of columns, so a table is set aside, made anew and
-// filled by name. It all is one transaction, since a power cut between two of these steps would
-// lose the rows.
+// SQLite can't change the order or the key of columns. So a table is renamed, created again and
+// filled by column name. All of it is one transaction, since a power failure between two of these
+// steps would lose the rows.
 
 #include "upgrade/TableRebuild.h"
 
@@ -24,12 +24,12 @@ bool isSameName(const std::string& one, const std::string& other) {
     return ::strcasecmp(one.c_str(), other.c_str()) == 0;
 }
 
-/// A key that the database makes: without a value it takes the next number.
+/// A key that the database assigns: a row without a value gets the next number.
 bool isMadeByDatabase(const DASUtils::ColumnInfo& column) {
     return column.type.find("INTEGER PRIMARY KEY") != std::string::npos;
 }
 
-/// A key of one column, which SQLite calls unique in the column's own type.
+/// A key of one column, which SQLite compares in the type of that column.
 bool isTextKey(const DASUtils::ColumnInfo& column) {
     return column.type.find("TEXT PRIMARY KEY") != std::string::npos;
 }
@@ -38,7 +38,8 @@ bool isNumbered(const DASUtils::ColumnInfo& column) {
     return column.type.find("AUTOINCREMENT") != std::string::npos;
 }
 
-/// Whether each column of texts stores them as they are. A table made with other types may not.
+/// Whether each text column stores strings unchanged. A table that was created with other types may
+/// not.
 bool keepsTexts(DatabaseAdapter& adapter, const DataAccessObject& dao) {
     return std::none_of(dao.columns().begin(), dao.columns().end(),
                         [&](const DASUtils::ColumnInfo& column) {
@@ -47,8 +48,8 @@ bool keepsTexts(DatabaseAdapter& adapter, const DataAccessObject& dao) {
                         });
 }
 
-/// Whether the database numbers the rows of the table, if those of the object have numbers. Without
-/// its key each write of a row adds one. True also when this can't be read.
+/// Whether the database numbers the rows of the table, if the object's rows have numbers. Without
+/// this key, each write of a row would add another one. True also if this can't be read.
 bool numbersRows(DatabaseAdapter& adapter, const DataAccessObject& dao) {
     const auto number = std::find_if(dao.columns().begin(), dao.columns().end(), isMadeByDatabase);
     if (number == dao.columns().end()) {
@@ -116,9 +117,9 @@ bool TableRebuild::wasThere(const std::string& column) const {
     return StepHelpers::hasColumn(m_oldColumns, column);
 }
 
-/// The condition that a row is the default row at a place: its id, and each cell by which the
-/// default rows differ. A label belongs to its function, not to whatever stands on the key. Rows
-/// without an id are no default rows.
+/// The condition that a row is the default row at a given index: it has that row's id, and each
+/// cell in which the default rows differ. A label belongs to its function, and not to any other
+/// function on that key. Rows without an id are no default rows.
 std::string TableRebuild::isDefaultRow(std::size_t row, const Column& except) const {
     const bool hasId = std::any_of(
         m_dao.columns().begin(), m_dao.columns().end(),
@@ -170,13 +171,13 @@ std::string TableRebuild::copyStatement(Numbers numbers, const std::string& rows
             values.push_back(valueOf(column));
         }
     }
-    // Of rows that the key takes for one the last stays.
+    // Of several rows with the same key, the last one stays.
     return (keyColumns().empty() ? "INSERT INTO " : "INSERT OR REPLACE INTO ") + m_table + " (" +
            ClientUtils::join(names, ", ") + ") SELECT " + ClientUtils::join(values, ", ") +
            " FROM " + m_aside + rows + ";";
 }
 
-/// Copies all rows. A row without a number, or with that of an earlier row, gets a new one.
+/// Copies all rows. A row without a number, or with the number of an earlier row, gets a new one.
 bool TableRebuild::copyRows() {
     const auto number =
         std::find_if(m_dao.columns().begin(), m_dao.columns().end(), isMadeByDatabase);
@@ -205,7 +206,7 @@ bool TableRebuild::replaceTable(DefaultRows rows) {
     return replaced;
 }
 
-/// A table of the usual name that something else has left keeps it.
+/// If something else has left a table with the usual name, another name is used.
 bool TableRebuild::renameAside() {
     m_aside = m_adapter.freeTableName(m_table + AsideEnding);
     return !m_aside.empty() && m_adapter.renameTable(m_table, m_aside) == 0;
@@ -225,7 +226,7 @@ bool TableRebuild::readIndices() {
     return true;
 }
 
-/// Whether each row is there again, doubled ones of a key once.
+/// Whether each row was copied; rows with the same key count once.
 bool TableRebuild::keepsAllRows() {
     const std::string before = DASUtils::countOf(m_adapter, m_aside);
     const std::string after = before.empty() ? before : DASUtils::countOf(m_adapter, m_table);
@@ -244,7 +245,8 @@ bool TableRebuild::keepsAllRows() {
     return after == expected;
 }
 
-/// The columns of a key that clients give: those of "PRIMARY KEY (One, Other)", or a text.
+/// The columns of a key that clients assign: those of "PRIMARY KEY (One, Other)", or one text
+/// column.
 std::vector<const DASUtils::ColumnInfo*> TableRebuild::keyColumns() const {
     const std::string& key = m_dao.constraint();
     const auto begin = key.find('(') + 1;
@@ -259,7 +261,7 @@ std::vector<const DASUtils::ColumnInfo*> TableRebuild::keyColumns() const {
     return columns;
 }
 
-/// The values of the key, as the texts that they become.
+/// The values of the key, in the form in which they will be stored.
 std::string TableRebuild::keyValues() const {
     std::vector<std::string> values;
     for (const Column* column : keyColumns()) {
@@ -268,7 +270,7 @@ std::string TableRebuild::keyValues() const {
     return ClientUtils::join(values, ", ");
 }
 
-/// Numbers of rows that were deleted are not given again.
+/// Carries the numbering over, so that numbers of deleted rows are not assigned again.
 bool TableRebuild::carryNumbering() {
     if (std::none_of(m_dao.columns().begin(), m_dao.columns().end(), isNumbered)) {
         return true;
@@ -284,7 +286,8 @@ bool TableRebuild::carryNumbering() {
                both + ") WHERE name = " + table + ";");
 }
 
-/// An index that can't be made, as over a column that went, costs time and no row.
+/// If an index can't be created, for example over a dropped column, reads are slower, but no row is
+/// lost.
 void TableRebuild::makeIndices() {
     for (const std::string& index : m_indices) {
         if (!execute(index)) {

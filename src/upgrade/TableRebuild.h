@@ -14,25 +14,24 @@ struct TableForm {
     TableForm(DatabaseAdapter& adapter, const DataAccessObject& dao,
               const std::vector<std::string>& names);
 
-    /// Whether rows can be read and written by position: the table has the object's columns in the
-    /// object's order, and no other, since a row that is written has a value for each. A column
-    /// that numbers the rows is the key, and one of texts stores them as they are. True for a
-    /// missing table.
+    /// Whether rows can be read and written by position: the table has exactly the object's columns
+    /// in the object's order, the column that numbers the rows is the key, and text columns store
+    /// strings unchanged. True for a missing table.
     [[nodiscard]] bool isInOrder() const {
         return columns == 0 || (inPlace == wanted && columns == wanted && m_isOfToday);
     }
 
     std::size_t columns;      ///< of the table; 0 for a missing one
-    std::size_t inPlace = 0;  ///< columns, from the first on, that are those of the object
+    std::size_t inPlace = 0;  ///< how many columns, from the first on, equal those of the object
     std::size_t wanted;       ///< of the object
 
 private:
-    bool m_isOfToday;  ///< in keys and types; not asked when columns are missing
+    bool m_isOfToday;  ///< whether keys and types are current; not checked if columns are missing
 };
 
 /**
- * Brings one table into the columns of its data access object. It is renamed aside, made anew by
- * the object, filled from the old one by column name, and the old one is dropped.
+ * Rebuilds one table with the columns of its data access object: it is renamed, the object creates
+ * it again, the rows are copied by column name, and the old table is dropped.
  *
  * All of this is one transaction, which is rolled back on any failure: the table is as it was then.
  * Column names count without regard to case, as in SQL.
@@ -51,19 +50,19 @@ public:
     TableRebuild(DatabaseAdapter& adapter, DataAccessObject& dao,
                  std::vector<std::string> oldColumns);
 
-    /// Whether the table has the object's columns in the object's order.
+    /// Whether the table already has the object's columns in the object's order.
     bool isDone() const;
-    /// Whether default rows that are missing are added, in the same transaction.
+    /// Whether missing default rows are added in the same transaction.
     enum class DefaultRows { Leave, Add };
 
-    /// Rebuilds the table. False when it stays as it was; why is in the log.
+    /// Rebuilds the table. False if it was not changed; the reason is logged.
     bool run(DefaultRows rows);
 
     /// Fills the object's table, which has no rows, with those of @p table, which has the old
-    /// columns and stays. Call with a transaction, to be rolled back when the result is false. The
-    /// caller logs what is given up, before it removes any of the rows.
+    /// columns and stays. Call in a transaction and roll back if the result is false. The caller
+    /// logs which columns are lost, before it removes any of the rows.
     [[nodiscard]] bool copyFrom(const std::string& table);
-    /// The same for a table that has rows, which stay: the added ones get new numbers.
+    /// The same for a table that has rows. These stay, and the added rows get new numbers.
     [[nodiscard]] bool addFrom(const std::string& table);
 
 private:
@@ -73,7 +72,7 @@ private:
     std::string valueOf(const Column& column) const;
     std::string defaultOf(const Column& column) const;
     std::string isDefaultRow(std::size_t row, const Column& except) const;
-    /// What becomes of the numbers that a table gives its rows.
+    /// What happens to the numbers of the rows.
     enum class Numbers { Kept, New };
     std::string copyStatement(Numbers numbers, const std::string& rows) const;
     bool copyRows();
@@ -91,8 +90,8 @@ private:
     DataAccessObject& m_dao;
     const std::vector<std::string> m_oldColumns;
     const std::string m_table;
-    std::string m_aside;                 ///< name of the old table meanwhile
-    std::vector<std::string> m_indices;  ///< the statements that made them
+    std::string m_aside;                 ///< temporary name of the old table
+    std::vector<std::string> m_indices;  ///< the statements that create them
 };
 
 #endif

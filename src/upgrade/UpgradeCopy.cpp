@@ -1,6 +1,6 @@
-// The copy is either whole under its name or not there: it is written next to it, synced, renamed,
-// and its folder synced, before the first change of the database. Each step that follows relies on
-// that order.
+// Under its name the copy is either complete or missing. It is written under another name, synced
+// and renamed, and then its folder is synced, all before the first change of the database. Each
+// later step relies on that order.
 
 #include "upgrade/UpgradeCopy.h"
 
@@ -32,12 +32,12 @@ std::string copyPath() {
     return DatabaseAdapter::databasePath() + ".before-upgrade";
 }
 
-/// A copy that is being written; it never counts.
+/// A copy that is still being written; it is never restored.
 std::string partPath() {
     return copyPath() + ".part";
 }
 
-/// A path of the telephone.
+/// Where the used list of values is set aside; a path of the telephone.
 std::string usedFile() {
     return std::string(UpgradeCopy::UpdateValuesFile) + ".used";
 }
@@ -65,9 +65,9 @@ bool succeeded(int result, const char* operation, const std::string& path) {
     return result == 0;
 }
 
-/// Whether there is no such file any more.
+/// Removes the file. Returns whether there is no such file any more.
 bool removed(const std::string& path) {
-    // A file system that can't be written refuses also what is not there.
+    // A read-only file system refuses to remove even a missing file.
     const bool isGone = ::unlink(path.c_str()) == 0 || errno == ENOENT ||
                         (errno == EROFS && ::access(path.c_str(), F_OK) != 0);
     return succeeded(isGone ? 0 : -1, "removal", path);
@@ -87,18 +87,18 @@ bool synced(int file, const std::string& path) {
     return done;
 }
 
-/// Names that were given or taken in the folder reach the disk before what comes next.
+/// New and removed names in the folder must be on the disk before the next step.
 bool folderSynced() {
     return succeeded(Storage::syncFolderOf(DatabaseAdapter::databasePath()) ? 0 : -1, "sync",
                      folderPath());
 }
 
-/// The owner and the rights of the file @p from for @p to, so that the programs which could open
-/// the one can open the other.
+/// Gives @p to the owner and the permissions of the file @p from, so that the programs that could
+/// open the one can open the other.
 void handOverRights(const struct stat& from, const std::string& to) {
     struct stat now {};
-    // Nothing is asked for where nothing is to be changed: a hardened service may not change owners
-    // at all.
+    // No call is made if nothing changes: a hardened service may not be allowed to change owners at
+    // all.
     const bool isOwned =
         ::stat(to.c_str(), &now) == 0 && now.st_uid == from.st_uid && now.st_gid == from.st_gid;
     if (isOwned || succeeded(::chown(to.c_str(), from.st_uid, from.st_gid), "chown", to)) {
@@ -115,7 +115,7 @@ bool madeForOwnerAlone(const std::string& path) {
     return made;
 }
 
-/// Under its name the copy is whole and on the disk, or it is not there.
+/// Makes the copy. Under its final name it is complete and on the disk, or it does not exist.
 bool madeCopy() {
     const std::string part = partPath();
     return removed(part) && madeForOwnerAlone(part) && DatabaseAdapter::copyDatabase(part) &&
@@ -148,8 +148,8 @@ bool UpgradeCopy::lockWithPatience() {
             DAS_LOG(2, "No lock on '%s': [%s]", folderPath().c_str(), std::strerror(errno));
             return false;
         }
-        // A copy with a shared lock is of a start that has just been cut off; one of those that
-        // wait gets the lock alone.
+        // If a copy exists while others hold a shared lock, its start was interrupted just now. One
+        // of the waiting starts gets the exclusive lock.
         if (lock(LOCK_SH)) {
             if (!hasContents(copyPath())) {
                 return false;
@@ -177,11 +177,13 @@ void UpgradeCopy::begin() {
         return;
     }
     putBack();
-    m_isTried = hasContents(copyPath());  // one that could not be put back is still the oldest
+    // A copy that could not be restored is still the oldest state.
+    m_isTried = hasContents(copyPath());
     m_isUnderWay = m_isTried || hasContents(DatabaseAdapter::databasePath());
 }
 
-/// A power cut after any of the steps leaves the copy, or all that it held, under the right name.
+/// A power failure after any of these steps leaves either the copy, or its complete content, under
+/// the right name.
 void UpgradeCopy::putBack() {
     const std::string copy = copyPath();
     const std::string database = DatabaseAdapter::databasePath();
@@ -199,14 +201,15 @@ void UpgradeCopy::putBack() {
     const bool isWorse = !DatabaseAdapter::isSound(copy) && hasContents(database) &&
                          DatabaseAdapter::isSound(database);
     if (Work::isInterrupted()) {
-        return;  // what was not read to its end is for the next start
+        return;  // the copy could not be read completely; the next start tries again
     }
     if (isWorse) {
         DAS_LOG(2, "The copy '%s' is damaged and is not put back", copy.c_str());
         remove();
         return;
     }
-    // What outlived the file which it belongs to would be rolled back into the copy, or on to it.
+    // A journal must go before the file that it belongs to is replaced: SQLite would roll it back
+    // into the restored copy.
     if (removed(database + "-journal") && removed(database + "-wal") && folderSynced() &&
         succeeded(std::rename(copy.c_str(), database.c_str()), "renaming", copy)) {
         if (wasThere) {
@@ -252,7 +255,7 @@ void UpgradeCopy::remove() {
         DAS_LOG(2, "The next start will put back '%s'", copy.c_str());
     }
     if (Storage::exists(usedFile())) {
-        (void)folderSynced();  // a copy that is there again would need it
+        (void)folderSynced();  // if the copy exists again, it needs the list
         removeUsed();
     }
 }
@@ -267,8 +270,9 @@ void UpgradeCopy::prepareForReset() {
 
 void UpgradeCopy::end() {
     if (m_isUnderWay && ::access(copyPath().c_str(), F_OK) == 0) {
-        // The last journal is gone for good before the copy is: a database that it rolls back a
-        // step would be neither of the two.
+        // The last journal must be gone from the disk before the copy is. Otherwise SQLite could
+        // roll the database back by one step, and the result would be neither the old nor the new
+        // state.
         (void)folderSynced();
         remove();
         (void)folderSynced();

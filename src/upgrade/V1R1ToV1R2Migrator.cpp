@@ -1,5 +1,5 @@
-// Fixed keys that an earlier release left among the programmable ones. Only keys with a function
-// move: a blank one would take the place of a default.
+// Fixed keys that an earlier release stored among the programmable ones. Only keys with a function
+// move: a blank one would replace a default.
 
 #include "upgrade/V1R1ToV1R2Migrator.h"
 

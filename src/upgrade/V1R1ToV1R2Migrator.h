@@ -4,8 +4,8 @@
 class DatabaseAdapter;
 
 /**
- * From release V1R1 to V1R2: the fixed keys of the telephone's own keypad left the feature keys for
- * a table of their own.
+ * From release V1R1 to V1R2: the fixed keys of the telephone's own keypad moved from the feature
+ * keys to a table of their own.
  */
 class V1R1ToV1R2Migrator {
 public:
@@ -13,9 +13,9 @@ public:
     explicit V1R1ToV1R2Migrator(DatabaseAdapter* adapter);
 
     /**
-     * Moves the feature keys of fixed ids that have a function to the fixed keys, where they
-     * replace what stands for the same user and id. One transaction, rolled back on a failure,
-     * which is in the log. Does nothing once it has run.
+     * Moves the feature keys with fixed ids that have a function to the fixed keys, where they
+     * replace the row of the same user and id. One transaction; a failure rolls it back and is
+     * logged. Does nothing once it has run.
      */
     void execute();
 

@@ -1,4 +1,4 @@
-"""Holds a host to its access rules, and looks at what it counts."""
+"""Holds a host to its access rules."""
 import grp
 import json
 import os
@@ -124,6 +124,9 @@ class Rules(AccessTest):
             ("conversations", request("read_request", schema="Conversations"), True),
             ("joined conversations", request(
                 "read_request", "<ResultCols>Conversations.UniqueId</ResultCols>", "Conversations"), False),
+            ("conversations joined in an element", request(
+                "read_request", "<ResultCols><x>CALL_LOG.* PHONE_BOOK.*</x></ResultCols>", "Conversations"),
+             False),
             ("calls with contacts", request("read_request", schema="CallLogAndPhoneBook"), False),
             ("a write without a read", request("read_request", schema="CallGroup"), False),
             ("a reset of groups", request("reset_request", schema="CallGroup"), True),
@@ -150,7 +153,7 @@ class Rules(AccessTest):
 
     def test_each_method_needs_its_right_in_both_protocols(self):
         self.serve_with("allow user:daemon read,write,listen PhoneBook\nallow user:games all *\n"
-                        "allow user:bin files *\nallow user:bin read PhoneBook\n")
+                        "allow user:bin files *\nallow user:bin read PhoneBook,CallLogMissedCalls\n")
         (self.root / "data/a.mp3").write_text("x")
         before = {"phone.db": (self.db / "phone.db").read_bytes(), "files": sorted(self.root.rglob("*"))}
         wire = self.wire_of("daemon")
@@ -182,6 +185,8 @@ class Rules(AccessTest):
         self.assertEqual(sorted(self.root.rglob("*")), before["files"], "what is refused opens nothing")
         other = self.wire_of("bin")
         self.assertEqual(self.ask(other, call("exportData", **export)), {"Acknowledge": True})
+        self.assertEqual(self.ask(other, call("ExportText", Schema="CallLogMissedCalls")), REFUSED,
+                         "a text holds the calls of all kinds")
         self.assertEqual(self.ask(other, call("exportData", **{**export, "schemaName": "CallLog"})),
                          REFUSED)
         self.assertEqual(self.ask(other, call("importData", schemaName="PhoneBook",
@@ -296,6 +301,33 @@ class Hidden(AccessTest):
                 self.assertEqual(NOT_ALLOWED not in self.answer(wire, message), allowed)
                 self.assertNotIn(NOT_ALLOWED, self.answer(trusted, message))
 
+    def test_values_of_management_lead_around_no_rule(self):
+        (self.root / "Aurel_Deploy").mkdir(exist_ok=True)
+        (self.root / "Aurel_Deploy/DasTagMappings.csv").write_text(
+            "#$VERSION=3\n#$COLUMNS=<DAStag>,<ACMStag>,<DASschema>\nLanguage,language,Locale\n"
+            "LineSipURI,uri[],LineKeySettings\nLineSipPassword,pwd-,LineKeySettings\n")
+        self.serve_with("allow user:daemon profile *\nallow user:bin profile,write *\nallow user:games all *\n")
+        reader, writer, trusted = map(self.wire_of, ("daemon", "bin", "games"))
+        self.store(trusted)
+        update = "<ReasonForMessage>update_request</ReasonForMessage>"
+        rows = [  # a client, a method, a tag, its value, whether it is refused
+            (reader, "exportUserData", "language", f"x</Language>{update}<Language>x", False),
+            (reader, "exportUserData", f"uri[1</Id>{update}<LineSipURI>x</LineSipURI><Id>1]", "", False),
+            (reader, "exportUserData", "pwd-1", "a guess", True),
+            (writer, "importUserData", "pwd-1", "**&#42;**", True),
+            (writer, "importUserData", "pwd-1", "&#x2A;****", True),
+            (writer, "importUserData", "uri[1</Id><LineSipURI>x</LineSipURI><Id>1]", "", False),
+        ]
+        asked_for = (READ_KEYS.replace("LineSipPassword<", "LineSipPassword LineSipURI<"),
+                     request("readall_request", schema="Locale"))
+        before = [self.answer(trusted, message) for message in asked_for]
+        for client, method, tag, value, is_refused in rows:
+            with self.subTest(tag=tag, value=value):
+                values = json.dumps({tag: value}).replace("*", "\\u002a")
+                answer = self.ask(client, call(method, newValues=values, isBase=True))
+                self.assertEqual(answer == REFUSED, is_refused)
+                self.assertEqual([self.answer(trusted, message) for message in asked_for], before)
+
     def test_exports_have_masks_and_do_not_come_back(self):
         self.serve_with("allow user:daemon read,write,files,profile *\nallow user:games all *\n")
         wire, trusted = self.wire_of("daemon"), self.wire_of("games")
@@ -313,87 +345,6 @@ class Hidden(AccessTest):
                                                          filePathAndName="/tmp/keys.csv", **more)), REFUSED)
         self.assertEqual(self.ask(wire, call("importUserData", newValues='{"user-pwd":"*****"}',
                                              isBase=True)), REFUSED)
-
-
-class Counted(AccessTest):
-    def status(self, wire):
-        return json.loads(self.ask(wire, call("Statistics"))["Statistics"])
-
-    def test_what_clients_send_is_counted_and_makes_nothing_grow(self):
-        self.serve()
-        wire = self.wire()
-        first = self.status(wire)
-        self.assertEqual(set(first), {
-            "seconds", "requests", "methods", "refused", "clients", "listeners", "bytes", "commits",
-            "statements", "database_bytes", "upgrade"})
-        self.assertEqual(first["methods"]["Statistics"],
-                         {"count": 1, "failures": 0, "us": 0, "us_max": 0})
-        self.assertEqual(first["upgrade"]["failures"], 0)
-        for message in (request("read_request", schema="PhoneBook"), request("read_request"),
-                        request("write_request"), request("update_request", "<Id>100</Id><Label>x</Label>")):
-            self.answer(wire, message)
-        for name in ("Nope", "read_request", "PhoneBook" * 100):
-            self.answer(wire, request(name, schema=name))
-            wire.send(call(name))
-            wire.exchange(xml_call("AddListener"))
-        self.wire().exchange(xml_call("AddLogListener"))
-        counts = self.status(wire)
-        requests = counts["requests"]
-        self.assertEqual({name: {reason: (row["count"], row["failures"]) for reason, row in each.items()}
-                          for name, each in requests.items()},
-                         {"PhoneBook": {"read_request": (1, 0)}, "": {"read_request": (1, 1), "": (2, 2)},
-                          "FeatureKeys": {"read_request": (1, 0), "write_request": (1, 1),
-                                          "update_request": (1, 0)}})
-        for each in requests.values():
-            for row in each.values():
-                self.assertTrue(0 < row["us_max"] <= row["us"])
-        self.assertEqual(counts["methods"][""]["count"], 3)
-        self.assertEqual(counts["methods"]["processRequest"]["count"], 7)
-        self.assertEqual(counts["listeners"], {"profile": 1, "status": 0, "log": 1, "changes": 0})
-        self.assertEqual(counts["commits"] - first["commits"], 1)
-        self.assertGreater(counts["statements"]["hits"] + counts["statements"]["misses"], 0)
-        self.assertEqual(counts["database_bytes"], (self.db / "phone.db").stat().st_size)
-        self.assertGreater(counts["bytes"]["in"], first["bytes"]["in"])
-        self.assertEqual((counts["clients"]["now"], counts["clients"]["most"]), (2, 2))
-        size = len(json.dumps(counts))
-        for number in range(2000):
-            self.answer(wire, request(f"reason{number}", schema=f"Schema{number}"))
-            wire.send(call(f"method{number}"))
-        self.assertLess(len(json.dumps(self.status(wire))), size + 200)
-
-    def test_refusals_are_counted_and_reach_no_service(self):
-        self.serve_with("allow any listen *\n")
-        wire = self.wire_of("daemon")
-        first = self.status(wire)
-        for _ in range(20):
-            self.answer(wire, request("write_request", schema="PhoneBook"))
-            self.ask(wire, call("factoryReset"))
-        counts = self.status(wire)
-        self.assertEqual(counts["refused"] - first["refused"], 40)
-        self.assertEqual(counts["requests"]["PhoneBook"]["write_request"]["failures"], 20)
-        for name in ("commits", "statements", "database_bytes"):
-            self.assertEqual(counts[name], first[name])
-
-    def test_status_prints_the_same_in_each_format(self):
-        self.serve()
-        self.answer(self.wire(), request("read_request", schema="PhoneBook"))
-        run = self.remote("status", "--output", "json")
-        self.assertEqual(run.returncode, 0, run.errors)
-        self.assertEqual(json.loads(run.stdout)["requests"]["PhoneBook"]["read_request"]["count"], 1)
-        self.assertEqual(set(json.loads(self.remote("status", "--output", "raw").stdout)),
-                         set(json.loads(run.stdout)))
-        self.assertIn("requests.PhoneBook.read_request.count,1",
-                      self.remote("status", "--output", "csv").stdout.decode())
-        self.assertRegex(self.remote("status", "--output", "table").stdout.decode(),
-                         r"(?m)^requests\.PhoneBook\.read_request\.count +1$")
-        text = self.remote("status", "--output", "prometheus").stdout.decode()
-        self.assertIn('das_requests_total{schema="PhoneBook",reason="read_request"} 1\n', text)
-        for line in text.splitlines():
-            self.assertRegex(line, r'^# (HELP|TYPE) \w+ .+$|^\w+(\{(\w+="[^"]*",?)+\})? \d+$')
-        names = re.findall(r"^# TYPE (\w+) ", text, re.M)
-        self.assertEqual(len(names), len(set(names)))
-        for arguments in (["--db", self.db], ["--socket", self.place / "none"]):
-            self.assertEqual(self.das("status", *arguments).returncode, 2)
 
 
 if __name__ == "__main__":

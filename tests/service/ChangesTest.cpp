@@ -100,6 +100,9 @@ TEST_F(ChangesTest, EachRequestIsHeardAsWhatItHasChanged) {
         // An update reaches contacts of any user.
         {"PhoneBook", "update_request", select("UniqueID", "4") + contact("g"),
          "PhoneBook|visitor|update_request|4"},
+        // A write takes the place of the visitor's contact.
+        {"PhoneBook", "write_request", entry({{"UniqueID", "4"}, {"Surname", "g"}}),
+         "PhoneBook||write_request|4"},
         {"PhoneBook", "update_request", select("Surname", "a") + contact("h"),
          "PhoneBook||update_request|"},
         {"PhoneBook", "update_request", select("UniqueID", "99") + contact("i"), none},
@@ -159,6 +162,8 @@ TEST_F(ChangesTest, EachRequestIsHeardAsWhatItHasChanged) {
          "DialPlanEntries||write_request|1"},
         {"DialPlanEntries", "delete_request", entry({{"Action", "dial"}}),
          "DialPlanEntries||delete_request|"},
+        {"DialPlanEntries", "write_request", entry({{"Id", " +9 "}, {"Action", "dial"}}),
+         "DialPlanEntries||write_request|9"},
         {"BluetoothTrusted", "write_request", context("visitor", entry({{"Id", "aa:bb"}})),
          "BluetoothTrusted|visitor|write_request|aa:bb"},
         {"CodecSettings", "update_request", entry({{"CodecType", "1"}, {"CodecRank", "1"}}),
@@ -220,6 +225,11 @@ TEST_F(ChangesOfManyTest, EachMethodIsHeardOnceAsAWhole) {
              service().importData("XCallLogX", base, "/tmp/none.csv");
          },
          {"CallLogMissedCalls|base|write_request|1", "|base|importDataForUser|"}},
+        {[&] {
+             (void)send("CallLog", "write_request", entry({{"Surname", "a"}}));
+             service().importData("CallLogMissedCalls", base, "/tmp/none.csv");
+         },
+         {"CallLog|base|write_request|1", "CallLogMissedCalls|base|importDataForUser|"}},
         {[&] { service().createPhonenumberIndices(); }, {}},
         {[&] { service().setProfile("guest"); }, {}},
         {[&] { service().setProfile("visitor"); }, {"visitor", "||setProfile|"}},

@@ -26,8 +26,8 @@ protected:
     /// Nothing here has to outlive a power cut.
     void SetUp() override { EXPECT_EQ(m_adapter.executeNonQuery("PRAGMA synchronous=OFF;"), 0); }
 
-    /// Makes @p table anew, with columns of text. By the adapter: a connection does not see that
-    /// another one has changed how many columns a table has.
+    /// Creates @p table again, with text columns. It uses the adapter, because a connection does
+    /// not notice that another one has changed the number of columns.
     void makeTable(const std::string& table, const std::vector<std::string>& columns) {
         (void)m_adapter.executeNonQuery("DROP TABLE IF EXISTS " + table);
         (void)m_adapter.executeNonQuery("CREATE TABLE " + table + " (" +

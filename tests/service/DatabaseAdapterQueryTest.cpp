@@ -19,8 +19,8 @@ struct Lists {
 
 class DatabaseAdapterQueryTest : public AdapterTest {
 protected:
-    /// The one statement that ran, and failed with @p result for want of a table. Fills the lists
-    /// anew.
+    /// Checks that only @p statement ran, and failed with @p result because its table is missing.
+    /// Fills the lists again.
     void expectRan(int result, const char* statement) {
         EXPECT_EQ(result, 1) << statement;
         EXPECT_THAT(m_adapter.statements, ElementsAre(statement));
