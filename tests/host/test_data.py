@@ -234,6 +234,7 @@ class Copies(DemoTest):
         self.assertEqual((run.returncode, run.stdout), (2, b""))
         self.assertIn("another process is changing it", run.errors)
         waiting = self.start("read", "PhoneBook", stderr=subprocess.PIPE)
+        self.addCleanup(waiting.stderr.close)
         self.assertIn(b"another process holds the database", waiting.stderr.readline())
 
     def test_a_commit_that_was_cut_off_is_not_seen(self):
