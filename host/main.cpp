@@ -64,7 +64,7 @@ bool findService(const CommandLine& line, HostOptions& options) {
         return false;
     }
     const bool needsDatabase = data == Data::OfFile || (data == Data::Read && !options.socket);
-    return !needsDatabase || ServicePlace::hasDatabase();
+    return !needsDatabase || ServicePlace::hasDatabase(data != Data::OfFile);
 }
 
 int runCommandLine(const std::vector<std::string>& words) {

@@ -40,7 +40,7 @@ std::vector<std::string> inFile(const KnownSchemas::Entry& schema) {
     DatabaseFile file;
     DatabaseFile::Rows rows;
     std::vector<std::string> names;
-    if (file.open(DatabaseFile::pathOfService(), false) &&
+    if (file.open(DatabaseFile::pathOfService()) &&
         file.query("SELECT DISTINCT Name FROM GENERAL_CONFIG WHERE Schema = '" + schema.name + "'",
                    rows)) {
         for (const auto& row : rows) {

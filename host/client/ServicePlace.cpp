@@ -47,19 +47,19 @@ void ServicePlace::find(HostOptions& options) {
     }
 }
 
-bool ServicePlace::hasDatabase() {
+bool ServicePlace::hasDatabase(bool takesHost) {
     struct stat status {};
     const bool isMissing = stat(DatabaseFile::pathOfService().c_str(), &status) != 0 &&
                            (errno == ENOENT || errno == ENOTDIR);
     if (isMissing) {
         // It is more likely that a host runs but refuses access.
-        const bool isForbidden =
-            std::getenv("DB_PATH") == nullptr && stat(SocketOfInstalledHost, &status) == 0;
+        const bool isForbidden = takesHost && std::getenv("DB_PATH") == nullptr &&
+                                 stat(SocketOfInstalledHost, &status) == 0;
+        const std::string host = takesHost ? ", or a running host by --socket or DAS_SOCKET" : "";
         Complaint::report("no database in " + folderOfDatabase(),
-                          isForbidden
-                              ? whyNotAnswered(SocketOfInstalledHost)
-                              : "name its folder by --db or DB_PATH, or a running host by "
-                                "--socket or DAS_SOCKET; das demo DIR makes a telephone to try");
+                          isForbidden ? whyNotAnswered(SocketOfInstalledHost)
+                                      : "name its folder by --db or DB_PATH" + host +
+                                            "; das demo DIR makes a telephone to try");
     }
     return !isMissing;
 }

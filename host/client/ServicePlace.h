@@ -20,8 +20,8 @@ namespace ServicePlace {
 void find(HostOptions& options);
 
 /// Whether there is a database for a service in this process. If not, prints a message with advice
-/// on standard error.
-[[nodiscard]] bool hasDatabase();
+/// on standard error; @p takesHost says whether the command could use a running host as well.
+[[nodiscard]] bool hasDatabase(bool takesHost);
 
 }  // namespace ServicePlace
 

@@ -31,8 +31,10 @@ int copyTo(const std::string& target, bool hasKey) {
     if (error != 0) {
         return fail(part, error);
     }
-    if (!database.openToRead(source) || !database.copyTo(part)) {
-        Complaint::report("backup: " + source + ": " + database.error(), "das check looks at it");
+    if (!database.open(source) || !database.copyTo(part)) {
+        const std::string advice = database.advice();
+        Complaint::report("backup: " + source + ": " + database.error(),
+                          advice.empty() ? "das check looks at it" : advice);
         return ExitFailure;
     }
     const std::string key = in(folder(), Key);

@@ -16,6 +16,11 @@ int runCheck(const HostOptions& /*options*/, const Arguments& arguments) {
         return ExitUsage;
     }
     const DatabaseExam exam(DatabaseFile::pathOfService());
+    if (exam.isBusy()) {
+        Complaint::report("check: " + DatabaseFile::pathOfService() + ": database is locked",
+                          "another process is changing it: try again when that has ended");
+        return ExitUsage;
+    }
     Sheet sheet{{"Verdict", "Subject", "Finding", "Next"}, {}, true};
     for (const DatabaseExam::Finding& each : exam.findings()) {
         sheet.rows.push_back({Verdicts[static_cast<std::size_t>(each.verdict)], each.subject,

@@ -14,7 +14,7 @@ int runDiff(const HostOptions& /*options*/, const Arguments& arguments) {
     DatabaseDiff diff;
     if (!diff.compare(ServiceFiles::in(older, ServiceFiles::Database),
                       ServiceFiles::in(newer, ServiceFiles::Database))) {
-        Complaint::report("diff: " + diff.error(), "das check looks at a database");
+        Complaint::report("diff: " + diff.error(), diff.advice());
         return ExitUsage;
     }
     const int status = Output().print(diff.lines());

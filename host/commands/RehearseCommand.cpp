@@ -1,60 +1,112 @@
 // "das rehearse": what the next start would do to a database.
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <list>
 #include <system_error>
+#include <utility>
 
+#include "DeviceFile.h"
+#include "Log.h"
+#include "Storage.h"
 #include "cli/Command.h"
 #include "framework/DatabaseDiff.h"
 #include "framework/DatabaseFile.h"
 #include "framework/LogEar.h"
+#include "framework/PrivateFolder.h"
 #include "framework/ServiceFiles.h"
 #include "framework/ServiceHost.h"
+#include "terminal/TextParts.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace ServiceFiles;
+using TextParts::withText;
+
+const std::string DeployFolder = "/Aurel_Deploy";
 
 /// The telephone's files that a start reads or changes.
-const char* const DeviceFiles[] = {"Aurel_Deploy", ".QuilldeskRootFileSystemImageVersion.prev.txt"};
+const std::string DeviceFiles[] = {DeployFolder, "/.QuilldeskRootFileSystemImageVersion.prev.txt"};
 
-/// A private folder that is removed with its object.
-class PrivateFolder {
+/// Copies what the telephone sees at a path, links followed below its root, for a start to find the
+/// same there. What is no file and no folder, such as a pipe, becomes a pipe: a start opens
+/// neither.
+class DeviceCopy {
 public:
-    PrivateFolder() {
-        std::error_code error;
-        m_path = (fs::temp_directory_path(error) / "das-rehearsal-XXXXXX").string();
-        m_isMade = !error && ::mkdtemp(m_path.data()) != nullptr;
-    }
-    ~PrivateFolder() {
-        std::error_code ignored;
-        if (m_isMade) {
-            fs::remove_all(m_path, ignored);
-        }
-    }
-    PrivateFolder(const PrivateFolder&) = delete;
-    PrivateFolder& operator=(const PrivateFolder&) = delete;
+    /// @p root is the folder of the copy.
+    explicit DeviceCopy(std::string root) : m_root(std::move(root)) {}
 
-    bool isMade() const { return m_isMade; }
-    std::string part(const std::string& name) const { return m_path + "/" + name; }
+    /// 0, or a number of errno with the path in failedPath().
+    int copy(const std::string& path) {
+        // What opening a pipe logs now, the start logs again.
+        Log::setSink([](const Log::Entry&) {});
+        const int error = copyPlace(path);
+        Log::setSink({});
+        return error;
+    }
+
+    const std::string& failedPath() const { return m_failedPath; }
 
 private:
-    std::string m_path;
-    bool m_isMade = false;
+    int copyPlace(const std::string& path) {
+        DeviceFile source(path);
+        const std::string target = m_root + path;
+        int error = source.error();
+        if (source.isOpen()) {
+            error = writeTo(target, source);
+        } else if (source.isMissing() || error == ELOOP) {
+            error = 0;  // a start finds nothing there either
+        } else if (error == EISDIR) {
+            error = copyFolder(path);
+        } else if (error == EINVAL) {
+            error = ::mkfifo(target.c_str(), 0600) == 0 ? 0 : errno;
+        }
+        m_failedPath = error != 0 && m_failedPath.empty() ? path : m_failedPath;
+        return error;
+    }
+
+    /// Without the folders in it, which no start looks into.
+    int copyFolder(const std::string& path) {
+        if (const int error = makeFolder(m_root + path); error != 0 || path != DeployFolder) {
+            return error == EEXIST ? 0 : error;
+        }
+        std::list<std::string> names;
+        Storage::getListOfNames(path, names);
+        int error = 0;
+        for (auto name = names.begin(); error == 0 && name != names.end(); ++name) {
+            error = copyPlace(in(path, *name));
+        }
+        return error;
+    }
+
+    static int writeTo(const std::string& target, DeviceFile& source) {
+        int error = makeFile(target);
+        std::ofstream file(target, std::ios::binary);
+        if (error == 0 && source.size() > 0) {
+            file << source.rdbuf();
+        }
+        file.close();
+        return error != 0 ? error : file.good() && !source.bad() ? 0 : EIO;
+    }
+
+    const std::string m_root;
+    std::string m_failedPath;
 };
 
 /// The steps of a rehearsal. Each returns false after a message on standard error.
 class Rehearsal {
 public:
     int run() {
-        if (!m_place.isMade()) {
-            Complaint::reportError("rehearse: the folder for temporary files", errno,
+        if (m_place.error() != 0) {
+            Complaint::reportError("rehearse: the folder for temporary files", m_place.error(),
                                    "name another by TMPDIR");
             return ExitUsage;
         }
@@ -67,8 +119,9 @@ public:
         }
         DatabaseDiff diff;
         if (!diff.compare(in(m_before, Database), in(m_after, Database))) {
-            Complaint::report("rehearse: the copy: " + diff.error(),
-                              "das check looks at a database");
+            const std::string words = withText(diff.error(), m_after, m_originalFolder);
+            Complaint::report("rehearse: " + withText(words, m_before, m_originalFolder),
+                              diff.advice());
             return ExitUsage;
         }
         const int status = Output().print(diff.lines());
@@ -79,7 +132,7 @@ private:
     /// If no service runs, copies all files unchanged. Otherwise copies the state after the last
     /// commit.
     bool copyDatabase() {
-        const std::string source = folder();
+        const std::string& source = m_originalFolder;
         int error = makeFolder(m_before);
         error = error == 0 ? makeFolder(m_after) : error;
         const FolderLock lock(source);
@@ -109,8 +162,8 @@ private:
     int copyCommitted(const std::string& target) const {
         DatabaseFile database;
         const int error = makeFile(target);
-        const bool isCopied = error == 0 && database.openToRead(DatabaseFile::pathOfService()) &&
-                              database.copyTo(target);
+        const bool isCopied =
+            error == 0 && database.open(DatabaseFile::pathOfService()) && database.copyTo(target);
         return error != 0 ? error : isCopied ? 0 : EIO;
     }
 
@@ -136,12 +189,10 @@ private:
     }
 
     bool copyDeviceFiles() const {
-        const char* const root = std::getenv("DAS_ROOT");
-        const fs::path source = root == nullptr || *root == 0 ? "/" : root;
         std::error_code error;
-        if (!fs::is_directory(source, error)) {
+        if (!fs::is_directory(m_originalRoot, error)) {
             const int reason = error ? error.value() : ENOTDIR;
-            Complaint::reportError("rehearse: " + source.string(), reason,
+            Complaint::reportError("rehearse: " + m_originalRoot, reason,
                                    "name the telephone's root by --root or DAS_ROOT");
             return false;
         }
@@ -152,17 +203,21 @@ private:
                 fs::create_directories(fs::path(m_root) / made, error);
             }
         }
-        for (const char* const name : DeviceFiles) {
-            if (!error && fs::exists(source / name)) {
-                fs::copy(source / name, fs::path(m_root) / name, fs::copy_options::recursive,
-                         error);
+        if (error) {
+            Complaint::reportError("rehearse: " + m_root, error.value(),
+                                   "see to the space in TMPDIR");
+            return false;
+        }
+        DeviceCopy files(m_root);
+        for (const std::string& path : DeviceFiles) {
+            if (const int reason = files.copy(path); reason != 0) {
+                Complaint::reportError("rehearse: copying " + files.failedPath() +
+                                           " of the telephone at " + m_originalRoot,
+                                       reason, "see to its rights and to the space in TMPDIR");
+                return false;
             }
         }
-        if (error) {
-            Complaint::reportError("rehearse: the telephone's files can't be copied", error.value(),
-                                   "see to the rights below " + source.string());
-        }
-        return !error;
+        return true;
     }
 
     /// Starts and stops the service on the copy. False if there is no library.
@@ -171,6 +226,8 @@ private:
         setenv("DAS_ROOT", m_root.c_str(), 1);
         const auto begin = std::chrono::steady_clock::now();
         LogEar ear;
+        ear.showAs(m_after, m_originalFolder);
+        ear.showAs(m_root, m_originalRoot);
         ear.startIsOver();  // people want to see the failures of this start
         {
             ServiceHost host(Output::Printed::Nowhere);
@@ -185,7 +242,14 @@ private:
         return true;
     }
 
-    PrivateFolder m_place;
+    static std::string rootOfDevice() {
+        const char* const root = std::getenv("DAS_ROOT");
+        return root == nullptr || *root == 0 ? "/" : root;
+    }
+
+    const std::string m_originalFolder = folder();
+    const std::string m_originalRoot = rootOfDevice();
+    const PrivateFolder m_place{"das-rehearsal-"};
     const std::string m_before = m_place.part("before");
     const std::string m_after = m_place.part("after");
     const std::string m_root = m_place.part("root");

@@ -58,7 +58,7 @@ public:
 
 private:
     /// Whether the backup can be trusted.
-    bool isSound() const {
+    bool isSound() {
         for (const std::string& name : leftovers()) {
             if (isThere(in(m_source, name))) {
                 Complaint::report("restore: " + in(m_source, name) +
@@ -67,7 +67,13 @@ private:
                 return false;
             }
         }
-        const DatabaseExam exam(in(m_source, Database));
+        const std::string file = in(m_source, Database);
+        const DatabaseExam exam(file);
+        if (exam.isBusy()) {
+            Complaint::report("restore: " + file + ": another process is changing it",
+                              "try again when that has ended; nothing was changed");
+            return false;
+        }
         for (const auto& finding : exam.findings()) {
             if (finding.verdict == DatabaseExam::Verdict::Fault) {
                 Complaint::report(
@@ -75,7 +81,12 @@ private:
                     "nothing was changed");
             }
         }
-        return !exam.hasFault();
+        if (!exam.hasFault() && !exam.isOfTelephone()) {
+            Complaint::report("restore: " + file + ": it has no table of a telephone",
+                              "name a folder that das backup made; nothing was changed");
+        }
+        m_lacksKey = exam.lacksKey();
+        return !exam.hasFault() && exam.isOfTelephone();
     }
 
     /// Copies both files into the folder, under names that no service reads.
@@ -116,7 +127,6 @@ private:
     /// The upgrade copy is moved first, and the database before its journal. Whenever this is
     /// interrupted, no start can mix parts of the old state into the new one.
     bool putAside() {
-        m_aside = in(m_folder, "before-restore-" + timeText());
         std::vector<std::string> names(leftovers().rbegin(), leftovers().rend());
         names.insert(names.begin() + 2, Database);
         names.emplace_back(Key);
@@ -125,16 +135,38 @@ private:
             if (!isThere(from)) {
                 continue;
             }
-            const int error = m_hasAside ? 0 : makeFolder(m_aside);
-            m_hasAside = m_hasAside || error == 0;
-            if (error != 0 || std::rename(from.c_str(), in(m_aside, name).c_str()) != 0) {
-                Complaint::reportError("restore: " + in(m_aside, name), error != 0 ? error : errno,
-                                       "what was moved is in that folder: move it back");
+            if (m_aside.empty() && !makeAside()) {
+                return false;
+            }
+            if (std::rename(from.c_str(), in(m_aside, name).c_str()) != 0) {
+                const int error = errno;
+                const bool isUntouched = ::rmdir(m_aside.c_str()) == 0;
+                Complaint::reportError("restore: " + in(m_aside, name), error,
+                                       isUntouched
+                                           ? "nothing was changed"
+                                           : "what was moved is in that folder: move it back");
                 return false;
             }
         }
-        (void)sync(m_hasAside ? m_aside : m_folder);
+        (void)sync(m_aside.empty() ? m_folder : m_aside);
         (void)sync(m_folder);
+        return true;
+    }
+
+    /// Under the next free name: two restores may fall into one second.
+    bool makeAside() {
+        const std::string wanted = in(m_folder, "before-restore-" + timeText());
+        std::string path = wanted;
+        int error = makeFolder(path);
+        for (int number = 2; error == EEXIST; ++number) {
+            path = wanted + "-" + std::to_string(number);
+            error = makeFolder(path);
+        }
+        if (error != 0) {
+            Complaint::reportError("restore: " + path, error, "nothing was changed");
+            return false;
+        }
+        m_aside = path;
         return true;
     }
 
@@ -143,8 +175,9 @@ private:
         for (const std::string& name : m_copied) {
             const std::string to = in(m_folder, name);
             if (std::rename((to + Ending).c_str(), to.c_str()) != 0) {
-                Complaint::reportError("restore: " + to, errno,
-                                       "what was there is in " + m_aside + ": move it back");
+                Complaint::reportError(
+                    "restore: " + to, errno,
+                    m_aside.empty() ? "" : "what was there is in " + m_aside + ": move it back");
                 return false;
             }
         }
@@ -160,14 +193,23 @@ private:
 
     int report() const {
         std::string text = m_folder + ": restored from " + m_source;
-        text += m_hasAside ? "; what was there is in " + m_aside + "\n" : "\n";
+        text += m_aside.empty() ? "\n" : "; what was there is in " + m_aside + "\n";
+        if (m_lacksKey) {
+            const std::string former = in(m_aside, Key);
+            Complaint::report("restore: " + m_source + ": it has no " + Key +
+                                  ", so its encrypted passwords can't be read",
+                              !m_aside.empty() && isThere(former)
+                                  ? "if the copy is of this telephone, move " + former +
+                                        " back before the next start"
+                                  : "enter them again");
+        }
         return Output().print(text);
     }
 
     const std::string m_source;
     const std::string m_folder;
-    std::string m_aside;
-    bool m_hasAside = false;
+    std::string m_aside;  ///< the folder for what was there; empty until it is needed
+    bool m_lacksKey = false;
     std::vector<std::string> m_copied;  ///< the key, if there is one, and the database
 };
 

@@ -90,8 +90,8 @@ Texts commonKey(const Table& older, const Table& newer) {
     return {};
 }
 
-/// The rows by key. If a key occurs twice, which is possible in a damaged table, a number is added
-/// to it.
+/// The rows by their printed key, which is different for different keys. If a key occurs twice,
+/// which is possible in a damaged table, a number is added to it.
 bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Table& table) {
     if (table.columns.empty()) {
         return true;
@@ -105,8 +105,10 @@ bool readRows(DatabaseFile& file, const std::string& name, const Texts& key, Tab
         std::string text;
         for (const std::string& column : key) {
             const Cell& cell = row[table.place(column)];
-            text +=
-                (text.empty() && column == key.front() ? "" : ",") + (cell ? shown(*cell) : "\\N");
+            const std::string part = cell ? shown(*cell) : "\\N";
+            text += key.size() == 1
+                        ? part
+                        : (column == key.front() ? "" : ",") + replaced(part, ',', "\\x2c");
         }
         text = key.empty() ? "#" + std::to_string(table.keys.size() + 1) : text;
         std::string unique = text;
@@ -157,8 +159,8 @@ private:
             before == nullptr || after == nullptr ? before == after : *before == *after;
         if (!areAlike) {
             const bool isSecret = holdsSecret(key, column);
-            text += m_name + '\t' + key + '\t' + column + '\t' + textOf(before, isSecret) + '\t' +
-                    textOf(after, isSecret) + '\n';
+            text += shown(m_name) + '\t' + key + '\t' + shown(column) + '\t' +
+                    textOf(before, isSecret) + '\t' + textOf(after, isSecret) + '\n';
         }
     }
 
@@ -211,13 +213,11 @@ bool DatabaseDiff::compare(const std::string& oldPath, const std::string& newPat
     DatabaseFile newer;
     Texts oldNames;
     Texts newNames;
-    if (!older.openToRead(oldPath) || !readNames(older, oldNames)) {
-        m_error = oldPath + ": " + older.error();
-        return false;
+    if (!older.open(oldPath) || !readNames(older, oldNames)) {
+        return fail(oldPath, older);
     }
-    if (!newer.openToRead(newPath) || !readNames(newer, newNames)) {
-        m_error = newPath + ": " + newer.error();
-        return false;
+    if (!newer.open(newPath) || !readNames(newer, newNames)) {
+        return fail(newPath, newer);
     }
     Texts names;
     std::set_union(oldNames.begin(), oldNames.end(), newNames.begin(), newNames.end(),
@@ -225,10 +225,15 @@ bool DatabaseDiff::compare(const std::string& oldPath, const std::string& newPat
     for (const std::string& name : names) {
         TableDiff table(name);
         if (!table.read(older, contains(oldNames, name), newer, contains(newNames, name))) {
-            m_error = name + ": " + (older.error().empty() ? newer.error() : older.error());
-            return false;
+            return fail(name, older.error().empty() ? newer : older);
         }
         m_lines += table.lines();
     }
     return true;
+}
+
+bool DatabaseDiff::fail(const std::string& subject, const DatabaseFile& file) {
+    m_error = subject + ": " + file.error();
+    m_advice = file.advice().empty() ? "das check looks at a database" : file.advice();
+    return false;
 }

@@ -12,9 +12,12 @@
 #include <utility>
 
 #include "ClientUtils.h"
+#include "Secrets.h"
+#include "framework/ServiceFiles.h"
 #include "schemas/KnownSchemas.h"
 #include "terminal/Descriptor.h"
 #include "terminal/Quotes.h"
+#include "terminal/TextParts.h"
 
 namespace {
 
@@ -40,6 +43,11 @@ bool isThere(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && status.st_size > 0;
 }
 
+/// Whether a column holds passwords that only the key can open.
+bool isEncrypted(const std::string& column) {
+    return TextParts::endsWith(column, "Enc") && Secrets::isSecret(column);
+}
+
 /// Whether an upgrade gives tables that it keeps aside a name of this form.
 bool isPutAside(const std::string& table) {
     for (const std::string ending : {"_OLD", "_MIGRATION"}) {
@@ -58,8 +66,9 @@ DatabaseExam::DatabaseExam(std::string path) : m_path(std::move(path)) {
         return;
     }
     examineJournal();
-    if (!m_file.open(m_path, m_hasJournal)) {
-        add(Verdict::Fault, "file", m_path + ": " + m_file.error(), RestoreAdvice);
+    if (!m_file.open(m_path)) {
+        const std::string advice = m_file.advice();
+        add(Verdict::Fault, "integrity", m_file.error(), advice.empty() ? RestoreAdvice : advice);
         return;
     }
     if (!examineIntegrity()) {
@@ -68,6 +77,7 @@ DatabaseExam::DatabaseExam(std::string path) : m_path(std::move(path)) {
     examineTables();
     examineColumns();
     examineUsers();
+    examineKey();
     examineLeftovers();
     examineSizes();
 }
@@ -75,6 +85,12 @@ DatabaseExam::DatabaseExam(std::string path) : m_path(std::move(path)) {
 bool DatabaseExam::hasFault() const {
     return std::any_of(m_findings.begin(), m_findings.end(),
                        [](const Finding& each) { return each.verdict == Verdict::Fault; });
+}
+
+bool DatabaseExam::isOfTelephone() const {
+    const auto known = knownTables();
+    return std::any_of(m_tables.begin(), m_tables.end(),
+                       [&](const std::string& table) { return known.count(table) > 0; });
 }
 
 bool DatabaseExam::examineFile() {
@@ -102,8 +118,7 @@ bool DatabaseExam::examineFile() {
 }
 
 void DatabaseExam::examineJournal() {
-    m_hasJournal = isThere(m_path + "-journal");
-    if (m_hasJournal) {
+    if (isThere(m_path + "-journal")) {
         add(Verdict::Note, "journal", m_path + "-journal: a commit is at work, or was cut off",
             "leave it there: the next start rolls back what is not complete");
     } else {
@@ -179,6 +194,31 @@ void DatabaseExam::examineUsers() {
     }
     if (isGood) {
         add(Verdict::Good, "users", "each row has one");
+    }
+}
+
+void DatabaseExam::examineKey() {
+    if (isThere(m_path.substr(0, m_path.rfind('/') + 1) + ServiceFiles::Key)) {
+        return;
+    }
+    for (const auto& [table, schema] : knownTables()) {
+        for (const auto& column : schema->columns) {
+            m_lacksKey = m_lacksKey || (isEncrypted(column.name) && hasTable(table) &&
+                                        hasColumn(table, column.name) &&
+                                        !cellOf("SELECT 1 FROM " + inSql(table) + " WHERE " +
+                                                inSql(column.name) + " <> '' LIMIT 1")
+                                             .empty());
+        }
+    }
+    if (hasTable(SettingsTable) && hasColumn(SettingsTable, "Value")) {
+        const Rows names = rowsOf("SELECT DISTINCT Name FROM GENERAL_CONFIG WHERE Value <> ''");
+        m_lacksKey = m_lacksKey || std::any_of(names.begin(), names.end(), [](const auto& row) {
+                         return isEncrypted(row.at(0));
+                     });
+    }
+    if (m_lacksKey) {
+        add(Verdict::Note, "key", "encrypted passwords, and no " + std::string(ServiceFiles::Key),
+            "put the key of this database next to the file, or enter the passwords again");
     }
 }
 

@@ -8,12 +8,12 @@
 
 /**
  * Looks at the file of a database for damage and leftovers: file, journal, integrity, tables,
- * columns, users, leftovers, sizes, in this order.
+ * columns, users, key, leftovers, sizes, in this order.
  *
  * It works without the service, because a start would upgrade the file and so destroy the evidence.
  * It opens the file only for reading. Each step depends on the previous ones: for example, a file
  * that can't be opened has no tables. "das check" prints all findings, "das restore" refuses a
- * backup with a fault.
+ * backup with a fault, and one without a table of a telephone.
  */
 class DatabaseExam {
 public:
@@ -35,6 +35,14 @@ public:
     const std::vector<Finding>& findings() const { return m_findings; }
     bool hasFault() const;
 
+    /// Whether another process held a lock on the database. The findings are not complete then, and
+    /// say nothing about the file.
+    bool isBusy() const { return m_file.isBusy(); }
+    /// Whether it has a table of a schema: those of other programs have none.
+    bool isOfTelephone() const;
+    /// Whether passwords can't be read, since no key is next to the file.
+    bool lacksKey() const { return m_lacksKey; }
+
 private:
     using Rows = DatabaseFile::Rows;
 
@@ -51,6 +59,8 @@ private:
     void examineColumns();
     /// Rows whose user is neither base nor visitor: no request reaches them.
     void examineUsers();
+    /// Encrypted passwords without the key that they were encrypted with.
+    void examineKey();
     /// Tables without a schema. Those that an upgrade has kept aside hold rows that are stored
     /// nowhere else.
     void examineLeftovers();
@@ -70,7 +80,7 @@ private:
 
     const std::string m_path;
     DatabaseFile m_file;
-    bool m_hasJournal = false;
+    bool m_lacksKey = false;
     std::vector<std::string> m_tables;  ///< tables in the file
     std::vector<Finding> m_findings;
 };

@@ -1,17 +1,63 @@
 // The file is opened by a URI, since only a URI can forbid all writing. If it were opened in the
 // usual way, SQLite would roll a remaining journal back into the file that is to be examined.
+// SQLite refuses to read such a file without the rollback, so that is done in a copy.
 
 #include "framework/DatabaseFile.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <cstdlib>
-#include <memory>
+#include <system_error>
+#include <thread>
 #include <utility>
 
+#include "framework/PrivateFolder.h"
+#include "framework/ServiceFiles.h"
+#include "terminal/Descriptor.h"
+
 namespace {
+
+constexpr std::chrono::milliseconds Patience(5000);
+const char* const TablesSql = "SELECT count(*) FROM sqlite_master";
+
+/// The lock that SQLite takes for a reader. No process can roll a journal back, nor change the
+/// file, as long as the object lives.
+class ReaderLock {
+public:
+    explicit ReaderLock(const std::string& path)
+        : m_file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+        const auto end = std::chrono::steady_clock::now() + Patience;
+        constexpr std::chrono::milliseconds pause(20);
+        while (!isTaken() && isHeldByOther() && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(pause);
+        }
+    }
+
+    int error() const { return m_error; }
+    bool isHeldByOther() const { return m_error == EAGAIN || m_error == EACCES; }
+
+private:
+    bool isTaken() {
+        // The bytes that SQLite's file format sets aside for readers. A lock of the descriptor:
+        // the usual kind would be lost as soon as the copy closes its own.
+        struct flock bytes {};
+        bytes.l_type = F_RDLCK;
+        bytes.l_whence = SEEK_SET;
+        bytes.l_start = 0x40000002;
+        bytes.l_len = 510;
+        const bool isDone = m_file.isOpen() && fcntl(m_file.number(), F_OFD_SETLK, &bytes) == 0;
+        m_error = isDone ? 0 : errno;
+        return isDone;
+    }
+
+    const Descriptor m_file;
+    int m_error = 0;
+};
 
 /// Escapes the characters of a file name that a URI can't contain.
 std::string inUri(const std::string& path) {
@@ -26,10 +72,21 @@ std::string inUri(const std::string& path) {
     return text;
 }
 
+/// By the header of the file: two bytes, at this place, say how it is read and written.
+bool isInWalMode(const std::string& path) {
+    constexpr off_t place = 18;
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    char version[2] = {};
+    return file.isOpen() && ::pread(file.number(), version, sizeof version, place) == 2 &&
+           version[0] == 2 && version[1] == 2;
+}
+
 }  // namespace
 
+DatabaseFile::DatabaseFile() = default;
+
 DatabaseFile::~DatabaseFile() {
-    sqlite3_close(m_database);
+    close();
 }
 
 std::string DatabaseFile::pathOfService() {
@@ -37,49 +94,85 @@ std::string DatabaseFile::pathOfService() {
     return place == nullptr ? "phone.db" : std::string(place) + "/phone.db";
 }
 
-bool DatabaseFile::open(const std::string& path, bool isAlone) {
+bool DatabaseFile::open(const std::string& path) {
+    const auto isThere = [&](const char* ending) { return ServiceFiles::isThere(path + ending); };
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         m_error = "is no file";  // SQLite would wait for a writer if this were a pipe
         return false;
     }
-    const std::string uri = "file:" + inUri(path) + (isAlone ? "?immutable=1" : "?mode=ro");
-    const int result =
-        sqlite3_open_v2(uri.c_str(), &m_database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
-    if (result != SQLITE_OK) {
-        m_error = sqlite3_errstr(result);
-    } else {
-        sqlite3_busy_timeout(m_database, 2000);
+    // SQLite makes files next to a database in WAL mode, also to read it.
+    if (isInWalMode(path) && !isThere("-shm")) {
+        return isThere("-wal") ? openCopy(path)
+                               : tryOpen(path, "?immutable=1", SQLITE_OPEN_READONLY);
     }
-    return result == SQLITE_OK;
-}
-
-bool DatabaseFile::openToRead(const std::string& path) {
-    constexpr int PatienceInMilliseconds = 5000;
-    const auto isThere = [&](const char* ending) {
-        return access((path + ending).c_str(), F_OK) == 0;
-    };
-    Rows rows;
-    if (!open(path, false)) {
-        return false;
-    }
-    sqlite3_busy_timeout(m_database, PatienceInMilliseconds);
-    if (query("SELECT count(*) FROM sqlite_master", rows)) {
+    if (tryOpen(path, "?mode=ro", SQLITE_OPEN_READONLY)) {
         return true;
     }
-    // A database in WAL mode can't be read without a second file next to it.
-    const std::string error = m_error;
-    if (sqlite3_errcode(m_database) == SQLITE_CANTOPEN && !isThere("-journal") &&
-        !isThere("-wal")) {
-        sqlite3_close(m_database);
-        m_database = nullptr;
-        rows.clear();
-        if (open(path, true) && query("SELECT count(*) FROM sqlite_master", rows)) {
-            return true;
+    const bool isRefused = m_code == SQLITE_READONLY || m_code == SQLITE_CANTOPEN;
+    return isRefused && (isThere("-journal") || isThere("-wal")) && openCopy(path);
+}
+
+bool DatabaseFile::tryOpen(const std::string& path, const char* options, int flags) {
+    close();
+    const std::string uri = "file:" + inUri(path) + options;
+    const int result = sqlite3_open_v2(uri.c_str(), &m_database, flags | SQLITE_OPEN_URI, nullptr);
+    if (result != SQLITE_OK) {
+        return fail(result, sqlite3_errstr(result));
+    }
+    sqlite3_busy_timeout(m_database, static_cast<int>(Patience.count()));
+    Rows rows;
+    if (!query(TablesSql, rows)) {
+        return false;
+    }
+    m_error.clear();  // of an attempt before this one
+    m_code = SQLITE_OK;
+    return true;
+}
+
+bool DatabaseFile::openCopy(const std::string& path) {
+    close();
+    m_copy = std::make_unique<PrivateFolder>("das-database-");
+    const std::string copy = m_copy->part(ServiceFiles::Database);
+    const ReaderLock lock(path);
+    if (lock.isHeldByOther()) {
+        return fail(SQLITE_BUSY, sqlite3_errstr(SQLITE_BUSY));
+    }
+    int error = m_copy->error() != 0 ? m_copy->error() : lock.error();
+    for (const char* const ending : {"", "-journal", "-wal"}) {
+        if (error == 0 && ServiceFiles::isThere(path + ending)) {
+            error = ServiceFiles::copy(path + ending, copy + ending);
         }
     }
-    m_error = error;
+    if (error != 0) {
+        return fail(SQLITE_CANTOPEN, "its journal needs a copy of it, which can't be made: " +
+                                         std::generic_category().message(error));
+    }
+    return tryOpen(copy, "?mode=rw", SQLITE_OPEN_READWRITE);
+}
+
+void DatabaseFile::close() {
+    sqlite3_close(m_database);
+    m_database = nullptr;
+}
+
+bool DatabaseFile::fail(int code, const std::string& words) {
+    m_code = code & 0xff;  // without SQLite's detail
+    m_isBusy = m_isBusy || m_code == SQLITE_BUSY;
+    m_error = words;
     return false;
+}
+
+std::string DatabaseFile::advice() const {
+    switch (m_code) {
+        case SQLITE_BUSY:
+            return "another process is changing it: try again when that has ended";
+        case SQLITE_CANTOPEN:
+        case SQLITE_READONLY:
+            return "see to the rights of the file and of its folder, and to the space in TMPDIR";
+        default:
+            return {};
+    }
 }
 
 bool DatabaseFile::copyTo(const std::string& path) {
@@ -95,7 +188,7 @@ bool DatabaseFile::copyTo(const std::string& path) {
         result = sqlite3_errcode(target);
     }
     if (result != SQLITE_OK) {
-        m_error = sqlite3_errstr(result);
+        (void)fail(result, sqlite3_errstr(result));
     }
     const int closed = sqlite3_close(target);
     return result == SQLITE_OK && closed == SQLITE_OK;
@@ -133,8 +226,5 @@ bool DatabaseFile::query(const std::string& sql, std::vector<Cells>& rows) {
         rows.push_back(std::move(row));
         result = SQLITE_OK;
     }
-    if (result != SQLITE_DONE) {
-        m_error = sqlite3_errmsg(m_database);
-    }
-    return result == SQLITE_DONE;
+    return result == SQLITE_DONE || fail(result, sqlite3_errmsg(m_database));
 }

@@ -3,6 +3,8 @@
 
 #include "framework/FailureWords.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -29,6 +31,20 @@ const std::pair<const char*, const char*> Advice[] = {
     {"no such column", "das check names the columns that are missing"},
 };
 
+/// What is logged at the level of failures so that people see it, although all went as it should:
+/// an item that was never set, and what an upgrade leaves out or changes by its rules.
+const char* const NoFailures[] = {" - results empty",
+                                  "was in WAL mode, which ends",
+                                  "those of one key are doubled, and the last counts",
+                                  "are given up, since a later one has their type",
+                                  " is given up with its values: ",
+                                  "An upgrade was cut off: the database is as it was before"};
+
+bool isNoFailure(const std::string& message) {
+    return std::any_of(std::begin(NoFailures), std::end(NoFailures),
+                       [&](const char* words) { return message.find(words) != std::string::npos; });
+}
+
 }  // namespace
 
 FailureWords FailureWords::ofRefusal(const std::string& rights) {
@@ -50,9 +66,7 @@ void FailureWords::setClosed() {
 }
 
 void FailureWords::add(const Log::Entry& entry) {
-    // For an item that was never set, an entry is logged at the level of failures, although it is
-    // no failure.
-    if (entry.message.find(" - results empty") != std::string::npos) {
+    if (isNoFailure(entry.message)) {
         return;
     }
     // Other entries that are no failures are logged at that level too, for example for a row of a

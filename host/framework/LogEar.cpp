@@ -9,11 +9,22 @@
 #include <utility>
 
 #include "Log.h"
+#include "terminal/Complaint.h"
+#include "terminal/TextParts.h"
 
 LogEar::LogEar() : m_shownLevel(Log::level()), m_isStarting(std::getenv("DAS_LOG") == nullptr) {
     Log::setSink([this](const Log::Entry& entry) {
+        if (entry.message.find("database is locked") != std::string::npos && !m_hasNamedHolder) {
+            m_hasNamedHolder = true;
+            Complaint::report("another process holds the database",
+                              "the command waits for it, five seconds for each statement");
+        }
         if (entry.level <= m_shownLevel && !m_isStarting) {
-            std::cerr << Log::toLine(entry) + "\n" << std::flush;
+            std::string line = Log::toLine(entry) + "\n";
+            for (const auto& [path, text] : m_shownAs) {
+                line = TextParts::withText(line, path, text);
+            }
+            std::cerr << line << std::flush;
         }
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_heard.add(entry);

@@ -23,6 +23,15 @@ inline bool contains(const std::vector<std::string>& list, std::string_view text
     return std::find(list.begin(), list.end(), text) != list.end();
 }
 
+/// @p text with @p other in place of each @p part, which is not empty.
+inline std::string withText(std::string text, std::string_view part, std::string_view other) {
+    for (std::size_t at = text.find(part); at != std::string::npos;
+         at = text.find(part, at + other.size())) {
+        text.replace(at, part.size(), other);
+    }
+    return text;
+}
+
 }  // namespace TextParts
 
 #endif

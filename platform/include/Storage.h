@@ -39,6 +39,10 @@ public:
     static void getListOfFilesAndLinksByDirectory(const std::string& directory,
                                                   std::list<std::string>& list, bool withPath);
 
+    /// Fills @p names, emptied first, with the names of all entries of @p directory, sorted by
+    /// bytes. Nothing for a directory that can't be read.
+    static void getListOfNames(const std::string& directory, std::list<std::string>& names);
+
     /// Moves a file and replaces an existing file of the new name. Between file systems it copies
     /// the file; the copy gets its name when it is complete and on the disk. Links are moved and
     /// replaced, not followed. False if nothing was moved. A file of the service itself, or a

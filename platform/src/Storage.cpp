@@ -174,6 +174,13 @@ void Storage::getListOfFilesAndLinksByDirectory(const std::string& directory,
     list.sort();
 }
 
+void Storage::getListOfNames(const std::string& directory, std::list<std::string>& names) {
+    names.clear();
+    forEachEntry(directory,
+                 [&](const std::string& name, mode_t /*mode*/) { names.push_back(name); });
+    names.sort();
+}
+
 bool Storage::renameFile(const std::string& oldName, const std::string& newName) {
     const DevicePlace::Target from = DevicePlace::target(oldName);
     const DevicePlace::Target to = DevicePlace::target(newName);

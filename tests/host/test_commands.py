@@ -170,13 +170,6 @@ class Check(DemoTest):
                 self.assertEqual(file.read_bytes(), before)
                 self.assertEqual(os.listdir(self.db), ["phone.db"])
 
-    def test_a_commit_that_was_cut_off_is_told_and_left_to_the_service(self):
-        (self.db / "phone.db-journal").write_bytes(b"\xd9\xd5\x05\xf9 \xa1c\xd7" + b"\0" * 504)
-        run = self.das("check", "--output", "json")
-        self.assertEqual(run.returncode, 0, run.stdout)
-        self.assertIn("the next start rolls back", run.stdout.decode())
-        self.assertEqual(len(os.listdir(self.db)), 2)
-
 
 class Formats(DemoTest):
     VALUE = "a,\"b\"\n\x7f\x1b[31m\x9b佐藤\u202e"

@@ -7,6 +7,7 @@ import os
 import shutil
 import sqlite3
 import stat
+import subprocess
 import time
 import unittest
 from contextlib import closing
@@ -214,6 +215,11 @@ class Copies(DemoTest):
         self.assertEqual({os.stat(self.db / name).st_uid for name in ("phone.db", "dascrypt.key")}, {65534})
         self.good("diff", copy, self.db)
         self.assertEqual(self.rows("read", "PhoneBook"), book)
+        self.good("restore", copy)
+        (copy / "dascrypt.key").unlink()
+        run = self.das("restore", copy)  # in the same second
+        self.assertEqual((run.returncode, len(list(self.db.glob("before-restore-*")))), (0, 3), run.errors)
+        self.assertRegex(run.errors, r"has no dascrypt.key, .* move \S*/dascrypt.key back")
 
     def test_a_commit_is_waited_for_and_a_holder_is_not(self):
         holder = sqlite3.connect(self.db / "phone.db", isolation_level=None)
@@ -224,6 +230,27 @@ class Copies(DemoTest):
         self.assertEqual((run.returncode, (self.place / "copy").exists()), (1, False))
         self.assertRegex(run.errors, "das: backup: .*locked")
         self.assertGreater(time.monotonic() - begin, 4)
+        run = self.das("check")
+        self.assertEqual((run.returncode, run.stdout), (2, b""))
+        self.assertIn("another process is changing it", run.errors)
+        waiting = self.start("read", "PhoneBook", stderr=subprocess.PIPE)
+        self.addCleanup(waiting.stderr.close)
+        self.assertIn(b"another process holds the database", waiting.stderr.readline())
+
+    def test_a_commit_that_was_cut_off_is_not_seen(self):
+        torn = self.place / "torn"
+        with closing(sqlite3.connect(self.db / "phone.db", isolation_level=None)) as writer:
+            writer.execute("PRAGMA cache_size = 1")
+            writer.execute("BEGIN")
+            writer.execute("UPDATE PHONE_BOOK SET Surname = Surname || hex(zeroblob(9000))")
+            shutil.copytree(self.db, torn)
+        before = {path: path.read_bytes() for path in torn.iterdir()}
+        self.assertEqual(len(before), 2)
+        self.assertIn("the next start rolls back", self.good("check", "--db", torn))
+        self.good("backup", "copy", "--db", torn)
+        self.good("diff", torn, self.db)
+        self.good("diff", "copy", self.db)
+        self.assertEqual({path: path.read_bytes() for path in torn.iterdir()}, before)
 
     def test_a_backup_with_a_fault_changes_nothing(self):
         copy = self.place / "copy"
@@ -245,18 +272,21 @@ class Copies(DemoTest):
                  "UPDATE LINE_KEY_SETTINGS SET LineSipPassword = 'secret' WHERE UserContext = 'base' AND Id = '100'",
                  "DELETE FROM GENERAL_CONFIG",
                  "INSERT INTO GENERAL_CONFIG VALUES ('SipBaseSettings', 'base', 'SIPpassword', 'secret')",
-                 "CREATE TABLE NEW(x)", "INSERT INTO NEW VALUES (NULL)")
+                 "CREATE TABLE NEW(x)", "INSERT INTO NEW VALUES (NULL)",
+                 'CREATE TABLE "T\tK"(a, b, PRIMARY KEY(a, b))',
+                 'INSERT INTO "T\tK" VALUES (\'a,b\', \'c\'), (\'a\', \'b,c\')')
         run = self.das("diff", copy, self.db)
         self.assertEqual((run.returncode, run.errors), (1, ""))
         text = run.stdout.decode()
         self.assertNotIn("secret", text)
         for line in ("PHONE_BOOK\t1\tSurname\tAbel\ta\\tb\\\\\\n", "NEW\t#1\tx\t\\-\t\\N",
-                     "LINE_KEY_SETTINGS\tbase,100\tLineSipPassword\t\t*****"):
+                     "LINE_KEY_SETTINGS\tbase,100\tLineSipPassword\t\t*****",
+                     "T\\tK\ta\\x2cb,c\ta\t\\-\ta,b", "T\\tK\ta,b\\x2cc\ta\t\\-\ta"):
             self.assertIn(line + "\n", text)
         self.assertRegex(text, r"(?m)^PHONE_BOOK\t2\tOffice\t\+\d+\t\\N$")
         self.assertRegex(text, r"(?m)^GENERAL_CONFIG\t\S*SIPpassword\S*\tValue\t\\-\t\*{5}$")
         self.assertEqual({line.split("\t")[0] for line in text.splitlines()},
-                         {"PHONE_BOOK", "NEW", "LINE_KEY_SETTINGS", "GENERAL_CONFIG"})
+                         {"PHONE_BOOK", "NEW", "LINE_KEY_SETTINGS", "GENERAL_CONFIG", "T\\tK"})
 
     def test_a_rehearsal_opens_the_originals_for_reading_only(self):
         (self.root / "data").rename(self.place / "data")  # as below the root of a computer
@@ -268,6 +298,29 @@ class Copies(DemoTest):
         self.assertRegex(run.errors, r"\A\d+ ms\n\Z")
         self.assertEqual({path: path.stat().st_mtime_ns
                           for path in (*self.db.rglob("*"), *self.root.rglob("*"))}, before)
+
+    def test_a_rehearsal_does_what_a_start_would_do(self):
+        deploy = self.root / "Aurel_Deploy"
+        deploy.rename(self.root / "real")
+        deploy.symlink_to("/real")
+        (self.root / "values").write_text("AudioSettings,Volume,9\n", encoding="utf-8")
+        (deploy.parent / "real" / "DasUpdateValues.csv").symlink_to("/values")
+        (deploy.parent / "real" / "dangling").symlink_to("/none")
+        os.mkfifo(deploy.parent / "real" / "pipe")
+        self.sql("PRAGMA journal_mode = WAL")
+        self.sql("CREATE TABLE BLUETOOTH_TRUSTED(Id, DeviceName, DeviceClass)",
+                 "INSERT INTO BLUETOOTH_TRUSTED VALUES ('a', 'b', '1'), ('a', 'c', '2')")
+        run = self.das("rehearse")
+        self.good("diff", self.db, self.db)
+        self.assertEqual((run.returncode, os.listdir(self.db)), (0, ["phone.db"]), run.errors)
+        self.assertIn("GENERAL_CONFIG\tAudioSettings,base,Volume\tValue\t5\t9\n", run.stdout.decode())
+        self.assertIn("those of one key are doubled", run.errors)
+        self.assertIn(f"{self.db}/phone.db was in WAL mode", run.errors)
+        (self.root / "values").unlink()
+        os.mkfifo(self.root / "values")
+        run = self.das("rehearse")
+        self.assertEqual(run.returncode, 1, run.errors)
+        self.assertIn("Cannot open /Aurel_Deploy/DasUpdateValues.csv: it is a pipe", run.errors)
 
 
 if __name__ == "__main__":

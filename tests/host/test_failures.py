@@ -27,6 +27,8 @@ class Errors(DemoTest):
         self.file("full/x", "")
         (self.place / "broken").mkdir()
         self.file("broken/phone.db", "x" * 5000)
+        (self.place / "empty").mkdir()
+        self.file("empty/phone.db", "")
         os.mkfifo(self.root / "data" / "pipe")
         for own in (self.place / "own", self.root / "data" / "own"):
             os.link(self.db / "phone.db", own)
