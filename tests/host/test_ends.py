@@ -193,7 +193,7 @@ class Ends(DemoTest):
         run = self.das("import", "PhoneBook", "device:/data/demo.csv", "--context", "base",
                        program=program, **other)
         self.assertEqual(run.returncode, 1, run.errors)
-        self.assertIn("readonly database", run.errors)
+        self.assertIn("read-only", run.errors)
 
     def test_an_upgrade_shows_its_steps_on_a_terminal(self):
         status, shown = self.on_terminal("profile", env={"DAS_PROGRESS_AFTER": "0"})
