@@ -229,7 +229,7 @@ TEST_F(ChangesOfManyTest, EachMethodIsHeardOnceAsAWhole) {
              (void)send("CallLog", "write_request", entry({{"Surname", "a"}}));
              service().importData("CallLogMissedCalls", base, "/tmp/none.csv");
          },
-         {"CallLog|base|write_request|1", "CallLogMissedCalls|base|importDataForUser|"}},
+         {"CallLog|base|write_request|2", "CallLogMissedCalls|base|importDataForUser|"}},
         {[&] { service().createPhonenumberIndices(); }, {}},
         {[&] { service().setProfile("guest"); }, {}},
         {[&] { service().setProfile("visitor"); }, {"visitor", "||setProfile|"}},
