@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
+#include <string_view>
 
 #include "OwnFiles.h"
 #include "framework/ServiceFiles.h"
@@ -20,17 +20,13 @@
 
 namespace {
 
+using ServiceFiles::targetOf;
+
 /// Writes to something that can't be replaced, such as a pipe.
 int writeInto(const std::string& path, const std::string& text) {
     Descriptor file(open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     const int error = file.isOpen() ? Descriptor::writeAll(file.number(), text) : errno;
     return error != 0 ? error : file.close();
-}
-
-/// The target of a link, so that the link itself stays.
-std::string targetOf(const std::string& path) {
-    const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
-    return real == nullptr ? path : real.get();
 }
 
 std::size_t nameBegin(const std::string& path) {
@@ -40,6 +36,16 @@ std::size_t nameBegin(const std::string& path) {
 std::string folderOf(const std::string& path) {
     const std::size_t begin = nameBegin(path);
     return begin == 0 ? "./" : path.substr(0, begin);
+}
+
+/// Whether the file is one of SQLite: a host elsewhere may have it open.
+bool isDatabase(const std::string& path) {
+    constexpr std::string_view magic = "SQLite format 3";
+    char begin[magic.size()];
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return file.isOpen() &&
+           ::read(file.number(), begin, sizeof begin) == static_cast<ssize_t>(sizeof begin) &&
+           std::string_view(begin, sizeof begin) == magic;
 }
 
 /// A service names its files when it starts, and a command line is looked at before that.
@@ -105,6 +111,9 @@ int CallerFile::write(const std::string& path, const std::string& text) {
     if (isThere && S_ISDIR(status.st_mode)) {
         return EISDIR;
     }
+    if (isThere && S_ISREG(status.st_mode) && isDatabase(path)) {
+        return EPERM;
+    }
     return isThere && !S_ISREG(status.st_mode) ? writeInto(path, text)
                                                : replace(targetOf(path), text);
 }
@@ -123,6 +132,8 @@ void CallerFile::reportError(const std::string& subject, const std::string& path
                              const std::string& advice) {
     if (error == EPERM && isOfService(path)) {
         Complaint::report(subject + ": it is a file of the service itself", "name another file");
+    } else if (error == EPERM && isDatabase(path)) {
+        Complaint::report(subject + ": it is a database", "name another file");
     } else {
         Complaint::reportError(subject, error, advice);
     }

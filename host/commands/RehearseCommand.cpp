@@ -137,10 +137,13 @@ private:
         error = error == 0 ? makeFolder(m_after) : error;
         const FolderLock lock(source);
         const bool isUsed = lock.error() == EWOULDBLOCK;
+        const bool isLink = fs::is_symlink(in(source, Database));  // its journals are elsewhere
         std::vector<std::string> names = {Key};
         if (!isUsed) {
-            names.emplace_back(Database);
             names.insert(names.end(), leftovers().begin(), leftovers().end());
+        }
+        if (!isUsed && !isLink) {
+            names.emplace_back(Database);
         } else if (error == 0) {
             error = copyCommitted(in(m_after, Database));
         }

@@ -118,8 +118,9 @@ bool DatabaseExam::examineFile() {
 }
 
 void DatabaseExam::examineJournal() {
-    if (isThere(m_path + "-journal")) {
-        add(Verdict::Note, "journal", m_path + "-journal: a commit is at work, or was cut off",
+    const std::string journal = ServiceFiles::targetOf(m_path) + "-journal";
+    if (isThere(journal)) {
+        add(Verdict::Note, "journal", journal + ": a commit is at work, or was cut off",
             "leave it there: the next start rolls back what is not complete");
     } else {
         add(Verdict::Good, "journal", "no commit is cut off");

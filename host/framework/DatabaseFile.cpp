@@ -94,7 +94,8 @@ std::string DatabaseFile::pathOfService() {
     return place == nullptr ? "phone.db" : std::string(place) + "/phone.db";
 }
 
-bool DatabaseFile::open(const std::string& path) {
+bool DatabaseFile::open(const std::string& named) {
+    const std::string path = ServiceFiles::targetOf(named);
     const auto isThere = [&](const char* ending) { return ServiceFiles::isThere(path + ending); };
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {

@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <memory>
 #include <system_error>
 
 #include "framework/DatabaseFile.h"
@@ -61,6 +62,12 @@ std::string ServiceFiles::folder() {
 
 std::string ServiceFiles::in(const std::string& folder, const std::string& name) {
     return folder + "/" + name;
+}
+
+std::string ServiceFiles::targetOf(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    return real == nullptr ? path : real.get();
 }
 
 bool ServiceFiles::isThere(const std::string& path) {

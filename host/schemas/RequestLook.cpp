@@ -42,7 +42,9 @@ struct Reader {
     bool isSecret = false;  ///< of the last element that began
 
     void start(std::string_view name, const char* attribute) {
-        look.isClear = look.isClear && !isInReason;  // elements inside the reason could change it
+        // Elements inside the reason could change it, and a schema inside another element is taken
+        // by the service as a part of that element.
+        look.isClear = look.isClear && !isInReason && (schemas > 0 || name == "Schema");
         look.hasColumns = look.hasColumns || isInColumns;  // the service may read names from them
         element = name;
         text.clear();

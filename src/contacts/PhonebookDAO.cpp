@@ -296,10 +296,10 @@ int PhonebookDAO::insertContacts() {
 int PhonebookDAO::insertContact(std::size_t index) {
     const ContactFields::Fields fields = m_fields.of(index);
     const std::string& number = fields[ContactFields::Number]->text;
-    const bool isGood =
-        number.empty() || (DASUtils::isIdentifier(number) && mayStore(NumberKey, number));
-    if (!isGood || fields[ContactFields::Surname]->isPattern ||
-        fields[ContactFields::Firstname]->isPattern) {
+    const bool hasPattern = fields[ContactFields::Surname]->isPattern ||
+                            fields[ContactFields::Firstname]->isPattern;
+    if (hasPattern || !(number.empty() ||
+                        (DASUtils::isIdentifier(number) && mayStore(NumberKey, number)))) {
         return 1;
     }
     std::vector<std::string> values;

@@ -241,9 +241,9 @@ DASImported DataAccessService::importAsOne(
 DASImported DataAccessService::importText(const DASImport& what, const std::string& text) {
     return importAsOne(
         what, [&](DatabaseAdapter& adapter, DataAccessObject& dao, DASImported& result) {
+            result.before = countRows(adapter, dao, what.user);
             makeDefaultRows(dao, adapter);
             const std::size_t all = countRows(adapter, dao, "");
-            result.before = what.user.empty() ? all : countRows(adapter, dao, what.user);
             TextImport import{text};
             std::string location = TextName;
             dao.readImportsFrom(&import);

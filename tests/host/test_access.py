@@ -121,6 +121,8 @@ class Rules(AccessTest):
             ("one setting", request("read_request", "<ResultCols>Language</ResultCols>", "Locale"), True),
             ("several settings", request("read_request", "<ResultCols>Language Country</ResultCols>",
                                          "Locale"), False),
+            ("a schema within columns", "<X><ReasonForMessage>read_request</ReasonForMessage><ResultCols>"
+             '<Schema name="Locale">Melody UserPassword</Schema></ResultCols></X>', False),
             ("conversations", request("read_request", schema="Conversations"), True),
             ("joined conversations", request(
                 "read_request", "<ResultCols>Conversations.UniqueId</ResultCols>", "Conversations"), False),

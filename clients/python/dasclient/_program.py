@@ -83,10 +83,22 @@ def write_file(path: str, content: bytes) -> None:
         elif os.path.exists(path) and not stat.S_ISREG(os.stat(path).st_mode):
             with open(path, "wb") as file:
                 file.write(content)
+        elif _is_database(path):
+            raise Wrong(f"cannot write {path}: it is a database; name another file")
         else:
             _replace_file(os.path.realpath(path), content)
     except OSError as error:
         raise Wrong(f"cannot write {path}: {error.strerror}") from error
+
+
+def _is_database(path: str) -> bool:
+    """A host may have it open."""
+    magic = b"SQLite format 3"
+    try:
+        with open(path, "rb") as file:
+            return file.read(len(magic)) == magic
+    except OSError:
+        return False
 
 
 def _replace_file(path: str, content: bytes) -> None:
