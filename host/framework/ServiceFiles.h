@@ -25,7 +25,7 @@ std::string folder();
 /// The path of @p name in @p folder.
 std::string in(const std::string& folder, const std::string& name);
 
-/// The file that @p path leads to, through links; @p path itself if there is none. Next to it are
+/// The file that @p path leads to through links, or @p path itself if it is missing. Next to it are
 /// the journals of a database.
 std::string targetOf(const std::string& path);
 
