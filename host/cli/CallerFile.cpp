@@ -42,7 +42,7 @@ std::string folderOf(const std::string& path) {
 bool isDatabase(const std::string& path) {
     constexpr std::string_view magic = "SQLite format 3";
     char begin[magic.size()];
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     return file.isOpen() &&
            ::read(file.number(), begin, sizeof begin) == static_cast<ssize_t>(sizeof begin) &&
            std::string_view(begin, sizeof begin) == magic;

@@ -137,7 +137,9 @@ private:
         error = error == 0 ? makeFolder(m_after) : error;
         const FolderLock lock(source);
         const bool isUsed = lock.error() == EWOULDBLOCK;
-        const bool isLink = fs::is_symlink(in(source, Database));  // its journals are elsewhere
+        std::error_code ignored;
+        // The journals of a link are elsewhere.
+        const bool isLink = fs::is_symlink(in(source, Database), ignored);
         std::vector<std::string> names = {Key};
         if (!isUsed) {
             names.insert(names.end(), leftovers().begin(), leftovers().end());
